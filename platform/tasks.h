@@ -1,0 +1,63 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <utility>
+
+/// A piece of work that a thread of the host runs.
+class Task {
+ public:
+  explicit Task(std::string name) : name_(std::move(name)) {}
+  virtual ~Task() = default;
+  Task(const Task&) = delete;
+  Task& operator=(const Task&) = delete;
+
+  /// The work. The host calls the plug-in, once, on the task's thread; the task is over when it returns.
+  virtual void Run() = 0;
+
+  /// The name by which `WaitTaskPool` waits for it.
+  const std::string& name() const { return name_; }
+
+ private:
+  std::string name_;
+};
+
+namespace task_manager {
+
+/// The plug-in calls the host.
+///
+/// Runs a task on a thread of its own, beside the caller.
+///
+/// Owner:   shared until the task is over.
+/// Threads: any.
+/// Fails:   a negative number when the task cannot be run; a host may refuse a second task of a name that is running.
+int StartTask(std::shared_ptr<Task> task);
+
+/// The plug-in calls the host.
+///
+/// Blocks until every task of this name is over. When it returns, the host holds no reference to such a task any more,
+/// so that the library with the task's code may be unloaded.
+///
+/// The plug-in's task spends its life in `sleep(60)`. A host that wants to stop promptly interrupts that sleep, with a
+/// signal to the task's thread whose handler does nothing: `sleep` then returns early and the task runs to its end.
+///
+/// Threads: any but the task's own.
+/// Fails:   returns at once for a name that nobody started.
+void WaitTaskPool(const std::string& name);
+
+}  // namespace task_manager
+
+/// Forgets a device: frees what the plug-in holds for this MAC. The host calls the plug-in.
+///
+/// Threads: any, also during a pass. Waits for the pass where both touch the same data, so the caller must hold no lock
+///          that a platform call of the plug-in takes.
+/// Fails:   an empty MAC changes nothing and is logged; never throws.
+using MonitorMemoryCleanup = void (*)(const std::string& mac);
+
+/// The plug-in calls the host.
+///
+/// Hands over the function to be called when a device is dropped. A later registration replaces an earlier one.
+///
+/// Owner:   the function is code of the plug-in: the host forgets it before it unloads the library.
+/// Threads: called on the thread that calls `RegisterMonitors`. Fails: never.
+void RegisterMonitorMemoryCleanup(MonitorMemoryCleanup cleanup);

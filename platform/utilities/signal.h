@@ -1,0 +1,19 @@
+#pragma once
+
+namespace kro_utilities::signal {
+
+/// The plug-in calls the host.
+///
+/// A radio signal level as power: 10^(dbm / 10).
+///
+/// Units:   dBm in, milliwatts out. Threads: any. Fails: never; -infinity gives 0.
+double ConvertdBmTomilliwatts(double dbm);
+
+/// The plug-in calls the host.
+///
+/// A power as radio signal level: 10 log10(milliwatts).
+///
+/// Units:   milliwatts in, dBm out. Threads: any. Fails: never; 0 gives -infinity, a negative power not-a-number.
+double ConvertmilliwattsTodBm(double milliwatts);
+
+}  // namespace kro_utilities::signal

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+/// The plug-in calls the host.
+///
+/// Duplicates a text for a caller outside C++, as the report entry points return it.
+///
+/// Owner:   the caller frees the result with `free`.
+/// Threads: any.
+/// Fails:   a null `text` gives a null result; so does an exhausted heap.
+char* Strdup(const char* text);
+
+/// The plug-in calls the host.
+///
+/// The parts of `text` between the separators, in order. Empty parts are kept: splitting "a||b" at "|" gives "a", ""
+/// and "b", and splitting "" gives one empty part.
+///
+/// Threads: any. Fails: never; an empty `separator` gives the whole text as the only part.
+std::vector<std::string> split(const std::string& text, const std::string& separator);
+
+/// The plug-in calls the host.
+///
+/// The one notation in which MAC addresses are compared: twelve upper-case hex digits in pairs, joined by colons.
+///
+/// Twelve hex digits are accepted with any of ":", "-" and "." between them, or nothing.
+/// Threads: any.
+/// Fails:   a text that is not a MAC comes back unchanged.
+/// Source:  IEEE Std 802-2014, 8.1 (hexadecimal representation).
+std::string format_macaddress(const std::string& mac);
+
+namespace kro_utilities::string_con {
+
+/// The plug-in calls the host.
+///
+/// Whether the text is a whole number: decimal digits with an optional leading sign, and nothing else. The empty text
+/// and a lone sign are not.
+///
+/// Threads: any. Fails: never.
+bool IsInteger(const std::string& text);
+
+}  // namespace kro_utilities::string_con

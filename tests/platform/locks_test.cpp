@@ -1,0 +1,93 @@
+#include "platform/utilities/locks.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using utilities::lock::lock_guard_read;
+using utilities::lock::lock_guard_write;
+using utilities::lock::RwLock;
+using Clock = std::chrono::steady_clock;
+
+/// Spins for a while, as a reader that builds a message does.
+void Read(std::chrono::microseconds length) {
+  const auto end = Clock::now() + length;
+  while (Clock::now() < end) {
+  }
+}
+
+TEST(RwLock, LetsEightBackToBackReadersNotStarveTheWriter) {
+  RwLock lock;
+  std::atomic<bool> is_over{false};
+  std::atomic<int> reads{0};
+  std::vector<std::jthread> readers;
+  for (int reader = 0; reader < 8; ++reader) {
+    readers.emplace_back([&] {
+      while (!is_over) {
+        const lock_guard_read held(lock);
+        Read(std::chrono::microseconds(500));
+        ++reads;
+      }
+    });
+  }
+  Clock::duration worst{};
+  for (int write = 0; write < 200; ++write) {
+    const int reads_before = reads;
+    while (reads == reads_before) std::this_thread::yield();  // the readers are at it
+    const auto begin = Clock::now();
+    const lock_guard_write held(lock);
+    worst = std::max(worst, Clock::now() - begin);
+  }
+  is_over = true;
+  EXPECT_LT(worst, std::chrono::milliseconds(250));
+  RecordProperty("worst_wait_us", static_cast<int>(worst / std::chrono::microseconds(1)));
+}
+
+TEST(RwLock, LetsReadersReadTogether) {
+  RwLock lock;
+  std::atomic<int> inside{0};
+  const auto read = [&] {
+    const lock_guard_read held(lock);
+    ++inside;
+    while (inside != 2) std::this_thread::yield();  // ends only if the other is let in
+  };
+  std::jthread other(read);
+  read();
+  SUCCEED();
+}
+
+TEST(RwLock, KeepsWritersApart) {
+  RwLock lock;
+  int value = 0;
+  {
+    std::vector<std::jthread> writers;
+    for (int writer = 0; writer < 4; ++writer) {
+      writers.emplace_back([&] {
+        for (int step = 0; step < 10'000; ++step) {
+          const lock_guard_write held(lock);
+          ++value;
+        }
+      });
+    }
+  }
+  EXPECT_EQ(value, 40'000);
+}
+
+TEST(RwLock, IsFreeAgainAfterAnExceptionPassed) {
+  RwLock lock;
+  const auto fail = [&] {
+    const lock_guard_write held(lock);
+    throw 1;
+  };
+  EXPECT_THROW(fail(), int);
+  const lock_guard_write held(lock);
+  SUCCEED();
+}
+
+}  // namespace
