@@ -1,0 +1,39 @@
+#include "probe/clock/clock.h"
+
+#include <atomic>
+
+namespace probe {
+namespace {
+
+/// The machine's own clock. Talks to the kernel directly: the C library's functions may be this clock's callers.
+class SystemClock final : public Clock {
+ public:
+  timeval Now() override {
+    timespec now{};
+    clock_gettime(CLOCK_REALTIME, &now);
+    return {.tv_sec = now.tv_sec, .tv_usec = now.tv_nsec / 1000};
+  }
+
+  unsigned Sleep(unsigned seconds) override {
+    const timespec wanted{.tv_sec = static_cast<time_t>(seconds), .tv_nsec = 0};
+    timespec left{};
+    if (clock_nanosleep(CLOCK_MONOTONIC, 0, &wanted, &left) == 0) return 0;
+    return static_cast<unsigned>(left.tv_sec) + 1;  // a started second counts as left
+  }
+};
+
+SystemClock system_clock;
+std::atomic<Clock*> installed{nullptr};
+
+}  // namespace
+
+void InstallClock(Clock* clock) {
+  installed.store(clock);
+}
+
+Clock& InstalledClock() {
+  Clock* clock = installed.load();
+  return clock != nullptr ? *clock : system_clock;
+}
+
+}  // namespace probe

@@ -1,0 +1,108 @@
+#include "probe/device_centre/device_centre.h"
+
+#include <utility>
+
+#include "probe/device_centre/snapshot_device.h"
+
+namespace records = vexora_probe::models::controller;
+using utilities::lock::lock_guard_read;
+using utilities::lock::lock_guard_write;
+
+DeviceManager& DeviceManager::GetInstance() {
+  return probe::DeviceCentre::Instance();
+}
+
+std::string DeviceManager::GetDeviceTypeStr(records::DeviceType type) {
+  switch (type) {
+    case records::DeviceType::kRouter:
+      return "Router";
+    case records::DeviceType::kAccessPoint:
+      return "AccessPoint";
+    case records::DeviceType::kSwitch:
+      return "Switch";
+    case records::DeviceType::kUnknown:
+      break;
+  }
+  return "Unknown";
+}
+
+namespace probe {
+
+DeviceCentre& DeviceCentre::Instance() {
+  static DeviceCentre centre;
+  return centre;
+}
+
+void DeviceCentre::Replace(const std::string& mac, DeviceSnapshot snapshot) {
+  if (snapshot.basic_info) snapshot.basic_info->mac = mac;
+  auto fresh = std::make_shared<const DeviceSnapshot>(std::move(snapshot));
+  const lock_guard_write held(lock_);
+  // `fresh` takes the old snapshot out with it, so that it is freed after the lock is let go
+  std::swap(snapshots_[mac], fresh);
+  if (named_.insert(mac).second) order_.push_back(mac);
+}
+
+void DeviceCentre::Forget(const std::string& mac) {
+  const lock_guard_write held(lock_);
+  snapshots_.erase(mac);
+}
+
+void DeviceCentre::Clear() {
+  const lock_guard_write held(lock_);
+  snapshots_.clear();
+  order_.clear();
+  named_.clear();
+}
+
+std::shared_ptr<const DeviceSnapshot> DeviceCentre::Snapshot(const std::string& mac) const {
+  const lock_guard_read held(lock_);
+  const auto found = snapshots_.find(mac);
+  return found == snapshots_.end() ? nullptr : found->second;
+}
+
+std::vector<std::string> DeviceCentre::GetOnlineManagedDevices(bool online_only) {
+  const lock_guard_read held(lock_);
+  std::vector<std::string> macs;
+  for (const std::string& mac : order_) {
+    const auto found = snapshots_.find(mac);
+    if (found != snapshots_.end() && (found->second->online || !online_only)) macs.push_back(mac);
+  }
+  return macs;
+}
+
+std::shared_ptr<Device> DeviceCentre::device(const std::string& mac) {
+  auto snapshot = Snapshot(mac);
+  if (snapshot == nullptr || !snapshot->known) return nullptr;
+  return std::make_shared<SnapshotDevice>(std::move(snapshot));
+}
+
+DeviceCentre::Snapshots DeviceCentre::Select(const std::string& mac, bool online_only) const {
+  const lock_guard_read held(lock_);
+  Snapshots selected;
+  if (mac.empty()) {
+    selected = snapshots_;
+  } else if (const auto found = snapshots_.find(mac); found != snapshots_.end()) {
+    selected.insert(*found);
+  }
+  std::erase_if(selected, [&](const auto& entry) { return online_only && !entry.second->online; });
+  return selected;
+}
+
+std::map<std::string, records::BasicInfo> DeviceCentre::GetDevicesBasicInfo(const std::string& mac, bool online_only) {
+  std::map<std::string, records::BasicInfo> infos;
+  for (const auto& [id, snapshot] : Select(mac, online_only)) {
+    if (snapshot->basic_info) infos.emplace(id, *snapshot->basic_info);
+  }
+  return infos;
+}
+
+std::map<std::string, records::PlatformInfo> DeviceCentre::GetDevicePlatformInfo(const std::string& mac,
+                                                                                 bool online_only) {
+  std::map<std::string, records::PlatformInfo> infos;
+  for (const auto& [id, snapshot] : Select(mac, online_only)) {
+    if (snapshot->platform_info) infos.emplace(id, *snapshot->platform_info);
+  }
+  return infos;
+}
+
+}  // namespace probe

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <functional>
+#include <string>
+
+namespace probe::log {
+
+/// How much somebody needs to know a line; a greater one is more urgent.
+enum class Level { kDebug, kInfo, kError };
+
+/// Where log lines go: level, module number and text of one line, with everything harmful replaced.
+///
+/// Called with a lock held, one line at a time. It must not log.
+using Writer = std::function<void(Level level, int module, const std::string& text)>;
+
+/// Module number of the probe's own lines, beside those of the plug-in.
+inline constexpr int kProbeModule = 0;
+
+/// Drops all lines below this level from now on. Default: info. Threads: any.
+void SetLevel(Level level);
+
+/// Sends lines to `writer` from now on, in place of standard error; an empty function brings standard error back.
+/// Threads: any.
+void SetWriter(Writer writer);
+
+/// Writes one line of the probe's own. Threads: any.
+__attribute__((format(printf, 1, 2))) void Info(const char* format, ...);
+__attribute__((format(printf, 1, 2))) void Error(const char* format, ...);
+
+/// "debug", "info" or "error".
+const char* LevelName(Level level);
+
+}  // namespace probe::log

@@ -1,0 +1,18 @@
+#include <memory>
+
+#include "platform/sending.h"
+#include "probe/text/utf8.h"
+
+namespace kro_utilities::jsonobject {
+
+std::string compose_communication_struct(const char* name, json_object* body) {
+  const std::unique_ptr<json_object, decltype(&json_object_put)> envelope(json_object_new_object(), &json_object_put);
+  if (envelope == nullptr) return {};
+  json_object_object_add(envelope.get(), "name", json_object_new_string(name == nullptr ? "" : name));
+  json_object_object_add(envelope.get(), "data",
+                         json_object_get(body));  // a reference of its own: the caller keeps his
+  const char* text = json_object_to_json_string(envelope.get());
+  return text == nullptr ? std::string() : probe::ReplaceInvalidUtf8(text);
+}
+
+}  // namespace kro_utilities::jsonobject

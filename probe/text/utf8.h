@@ -1,0 +1,18 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace probe {
+
+/// Whether `text` is UTF-8: no overlong form, no surrogate, nothing above U+10FFFF, no cut character.
+/// Source: RFC 3629, section 4.
+bool IsUtf8(std::string_view text);
+
+/// `text` with every octet sequence that is not UTF-8 replaced by U+FFFD. Valid text comes back as it was.
+std::string ReplaceInvalidUtf8(std::string text);
+
+/// `text` fit for a log line: valid UTF-8, and every control character (line ends, escapes) written as `\xNN`.
+std::string PrintableLine(std::string_view text);
+
+}  // namespace probe

@@ -1,0 +1,36 @@
+#include "probe/text/utf8.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+constexpr const char* kReplacement = "\xEF\xBF\xBD";
+
+TEST(Utf8, LeavesValidTextAsItWas) {
+  const std::string text = "Caf\xC3\xA9 \xE2\x82\xAC \xF0\x9F\x98\x80";
+  EXPECT_TRUE(probe::IsUtf8(text));
+  EXPECT_EQ(probe::ReplaceInvalidUtf8(text), text);
+  EXPECT_EQ(probe::ReplaceInvalidUtf8(""), "");
+}
+
+TEST(Utf8, ReplacesWhatIsCutAndKeepsWhatFollows) {
+  EXPECT_EQ(probe::ReplaceInvalidUtf8("a\xE2\x82z"), std::string("a") + kReplacement + "z");
+  EXPECT_EQ(probe::ReplaceInvalidUtf8("a\xFF\xFEz"), std::string("a") + kReplacement + kReplacement + "z");
+  EXPECT_EQ(probe::ReplaceInvalidUtf8("a\xC3"), std::string("a") + kReplacement);
+}
+
+TEST(Utf8, KnowsTheBordersOfTheCodeSpace) {
+  EXPECT_TRUE(probe::IsUtf8("\xED\x9F\xBF"));       // U+D7FF
+  EXPECT_FALSE(probe::IsUtf8("\xED\xA0\x80"));      // U+D800
+  EXPECT_TRUE(probe::IsUtf8("\xEE\x80\x80"));       // U+E000
+  EXPECT_TRUE(probe::IsUtf8("\xF4\x8F\xBF\xBF"));   // U+10FFFF
+  EXPECT_FALSE(probe::IsUtf8("\xF4\x90\x80\x80"));  // U+110000
+  EXPECT_FALSE(probe::IsUtf8("\xC1\xBF"));          // overlong U+007F
+  EXPECT_TRUE(probe::IsUtf8("\xC2\x80"));           // U+0080
+}
+
+TEST(PrintableLine, ShowsControlCharactersInsteadOfSendingThem) {
+  EXPECT_EQ(probe::PrintableLine("a\nb\tc\x1b\x7f"), R"(a\x0ab\x09c\x1b\x7f)");
+}
+
+}  // namespace

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <mutex>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "probe/logging/log.h"
+
+namespace test {
+
+/// One captured log line.
+struct LogLine {
+  probe::log::Level level;
+  int module;
+  std::string text;
+
+  friend bool operator==(const LogLine&, const LogLine&) = default;
+};
+std::ostream& operator<<(std::ostream& out, const LogLine& line);
+
+/// Takes all log lines, debug included, in place of standard error for as long as it lives. Threads: any may log.
+class LogCapture {
+ public:
+  LogCapture();
+  ~LogCapture();
+  LogCapture(const LogCapture&) = delete;
+  LogCapture& operator=(const LogCapture&) = delete;
+
+  std::vector<LogLine> Lines() const;
+  /// The texts of the lines of a level that contain `part`, in order.
+  std::vector<std::string> Texts(probe::log::Level level, const std::string& part = "") const;
+  void Forget();
+
+ private:
+  mutable std::mutex lock_;
+  std::vector<LogLine> lines_;
+};
+
+}  // namespace test
