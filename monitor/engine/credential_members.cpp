@@ -1,0 +1,18 @@
+#include "monitor/engine/credential_members.h"
+
+#include "platform/credentials.h"
+#include "platform/logging.h"
+
+namespace monitoring {
+
+void AddCredentialMembers(const JsonTree& object, const std::string& mac, const char* monitor_class) {
+  const JsonTree result(DeviceCredentialResultGet(mac));
+  if (json_object_is_type(result.get(), json_type_object) == 0) return;
+  json_object_object_foreach(result.get(), key, value) {
+    pel_log_debug(log_module::kMonitor, "DeviceCredentialResultGet %s mac %s,key is %s.", monitor_class, mac.c_str(),
+                  key);
+    Add(object, key, Share(value));
+  }
+}
+
+}  // namespace monitoring

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <string>
+
+#include "monitor/engine/json_tree.h"
+
+namespace monitoring {
+
+/// Copies the members of a device's credential result, if it has one, into `object`, each logged at debug level.
+///
+/// `monitor_class` is the class name that the log line carries. Asks the host with `DeviceCredentialResultGet`.
+void AddCredentialMembers(const JsonTree& object, const std::string& mac, const char* monitor_class);
+
+}  // namespace monitoring

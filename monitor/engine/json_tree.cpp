@@ -1,0 +1,64 @@
+#include "monitor/engine/json_tree.h"
+
+#include <cstddef>
+
+namespace monitoring {
+
+JsonTree NewObject() {
+  return JsonTree(json_object_new_object());
+}
+
+JsonTree NewArray() {
+  return JsonTree(json_object_new_array());
+}
+
+JsonTree NewText(const std::string& text) {
+  return JsonTree(json_object_new_string_len(text.data(), static_cast<int>(text.size())));
+}
+
+JsonTree NewInteger(std::int64_t value) {
+  return JsonTree(json_object_new_int64(value));
+}
+
+JsonTree Share(json_object* tree) {
+  return JsonTree(json_object_get(tree));
+}
+
+void Add(const JsonTree& object, const char* key, JsonTree member) {
+  if (object == nullptr || member == nullptr) return;
+  json_object* added = member.release();
+  if (json_object_object_add(object.get(), key, added) != 0) json_object_put(added);
+}
+
+void Add(const JsonTree& object, const std::string& key, JsonTree member) {
+  Add(object, key.c_str(), std::move(member));
+}
+
+void Append(const JsonTree& array, JsonTree element) {
+  if (array == nullptr || element == nullptr) return;
+  json_object* added = element.release();
+  if (json_object_array_add(array.get(), added) != 0) json_object_put(added);
+}
+
+JsonTree NewSidArray(const std::vector<std::string>& sids) {
+  JsonTree array = NewArray();
+  for (const std::string& sid : sids) Append(array, NewText(sid));
+  return array;
+}
+
+std::string TextOf(json_object* value) {
+  if (value == nullptr) return {};
+  const char* text = json_object_get_string(value);
+  if (text == nullptr) return {};
+  if (json_object_is_type(value, json_type_string) == 0) return text;
+  return {text, static_cast<std::size_t>(json_object_get_string_len(value))};
+}
+
+json_object* Member(json_object* object, const char* key) {
+  json_object* value = nullptr;
+  if (json_object_is_type(object, json_type_object) == 0) return nullptr;
+  json_object_object_get_ex(object, key, &value);
+  return value;
+}
+
+}  // namespace monitoring

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <json-c/json.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace monitoring {
+
+/// Releases one reference to a json-c tree.
+struct JsonRelease {
+  void operator()(json_object* tree) const { json_object_put(tree); }
+};
+
+/// The owner of one reference to a json-c tree. Null stands for JSON null, and for a tree that could not be allocated.
+using JsonTree = std::unique_ptr<json_object, JsonRelease>;
+
+JsonTree NewObject();
+JsonTree NewArray();
+JsonTree NewText(const std::string& text);  ///< Any octets; kept whole, also behind a NUL.
+JsonTree NewInteger(std::int64_t value);
+
+/// A second owner of the same tree.
+JsonTree Share(json_object* tree);
+
+/// Puts `member` under `key`, in place of what stood there. A member that could not be allocated is left out.
+void Add(const JsonTree& object, const char* key, JsonTree member);
+void Add(const JsonTree& object, const std::string& key, JsonTree member);
+
+/// Appends `element`, unless it could not be allocated.
+void Append(const JsonTree& array, JsonTree element);
+
+/// The array of SID texts that every message carries.
+JsonTree NewSidArray(const std::vector<std::string>& sids);
+
+/// The text of a value: a JSON string's own octets, any other value in JSON form. Empty for null.
+std::string TextOf(json_object* value);
+
+/// The value under `key`; null when `object` is no object, has no such key, or holds null there. `object` keeps it.
+json_object* Member(json_object* object, const char* key);
+
+}  // namespace monitoring

@@ -1,0 +1,59 @@
+#pragma once
+
+#include <map>
+#include <memory>
+#include <string>
+
+#include "monitor/engine/monitor.h"
+#include "platform/utilities/locks.h"
+
+/// The register of all monitors and the driver of the engine. One for the process.
+///
+/// Threads: `RegisterMonitor`, `startMonitorEngine` and `stopMonitorEngine` belong to the host's start-up and shutdown
+///          paths; the rest may be called from any thread, also while the engine stops.
+class MonitoringManager {
+ public:
+  /// The one manager, made at first use.
+  static MonitoringManager& GetInstance();
+
+  MonitoringManager(const MonitoringManager&) = delete;
+  MonitoringManager& operator=(const MonitoringManager&) = delete;
+
+  /// Files a monitor under its name and makes it the subscriber of its topics. The first of a name wins; a later one is
+  /// dropped without a word.
+  void RegisterMonitor(std::shared_ptr<Monitor> monitor) VEXORA_EXCLUDES(registry_lock_);
+
+  /// The monitor of this name; an empty pointer when there is none.
+  std::shared_ptr<Monitor> GetMonitor(const std::string& name) const VEXORA_EXCLUDES(registry_lock_);
+
+  /// One pass over all monitors, in the order of their names. Threads: the engine's.
+  void DataUpdate(const long& now) VEXORA_EXCLUDES(registry_lock_);
+
+  /// Has every monitor forget a device. Threads: any, also during a pass.
+  void Cleanup(const std::string& mac) VEXORA_EXCLUDES(registry_lock_);
+
+  /// Starts the engine's task. A refusal is logged; the monitors stay registered and nothing is tried again.
+  void startMonitorEngine();
+
+  /// Stops the engine, waits for its task and lets go of all monitors. Nothing starts it again in this process.
+  void stopMonitorEngine() VEXORA_EXCLUDES(registry_lock_, stop_lock_);
+
+  /// Whether the engine was told to stop.
+  bool stop_flag() const VEXORA_EXCLUDES(stop_lock_);
+  void set_stop_flag(const bool& stop) VEXORA_EXCLUDES(stop_lock_);
+
+ private:
+  using Registry = std::map<std::string, std::shared_ptr<Monitor>>;  // by GetMonitorName()
+
+  MonitoringManager() = default;
+  ~MonitoringManager() = default;
+
+  /// The registry as it is now. Monitors are called without the lock: they call the host, and the host may ask for a
+  /// monitor meanwhile.
+  Registry Monitors() const VEXORA_EXCLUDES(registry_lock_);
+
+  mutable utilities::lock::Mutex registry_lock_;
+  Registry monitors_ VEXORA_GUARDED_BY(registry_lock_);
+  mutable utilities::lock::Mutex stop_lock_;
+  bool stop_flag_ VEXORA_GUARDED_BY(stop_lock_) = false;
+};

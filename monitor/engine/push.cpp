@@ -1,0 +1,35 @@
+#include "monitor/engine/push.h"
+
+#include "platform/sending.h"
+
+namespace monitoring {
+namespace {
+
+/// Files one SID under every key that equals `filter`. False when there is none.
+bool AppendToEqual(const Filter& filter, lws* connection, const std::string& sid, MergedList& merged) {
+  bool is_found = false;
+  for (auto& [representative, connections] : merged) {
+    if (!(*representative == filter)) continue;
+    connections[connection].push_back(sid);
+    is_found = true;
+  }
+  return is_found;
+}
+
+}  // namespace
+
+void MergeByFilter(const subscribes::SubscriptionList& subscriptions, MergedList& merged) {
+  for (const auto& [sid, connections] : subscriptions) {
+    for (const auto& [connection, filter] : connections) {
+      if (filter == nullptr) continue;
+      if (!AppendToEqual(*filter, connection, sid, merged)) merged[filter.get()][connection].push_back(sid);
+    }
+  }
+}
+
+void Send(lws* connection, const std::string& text) {
+  const SalSendByCon send = GetSalSendByCon();
+  if (send != nullptr) send(connection, text);
+}
+
+}  // namespace monitoring

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <string>
+
+/// Names of days, weeks and moments in the local time zone: the keys of the day and week buckets.
+///
+/// Units: seconds since the epoch. Threads: any.
+/// Fails: a time that has no calendar date gives the keys of an empty date, never a fault.
+namespace monitoring::time_keys {
+
+/// The local date, as in 2026-11-15.
+std::string Day(long time);
+
+/// The local date and time, as in 2026-11-15 07:14:35.
+std::string DateTime(long time);
+
+/// The Sunday-to-Saturday week that holds `time`, as in 2026-11-15/2026-11-21.
+///
+/// Every day is taken as 86400 seconds, on purpose: around a daylight-saving change either end may fall one calendar
+/// day off.
+std::string Week(long time);
+
+}  // namespace monitoring::time_keys

@@ -1,0 +1,59 @@
+#include "monitor/engine/json_tree.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace monitoring;
+
+std::string Text(const JsonTree& tree) {
+  return json_object_to_json_string_ext(tree.get(), JSON_C_TO_STRING_PLAIN);
+}
+
+TEST(JsonTree, KeepsMembersInTheOrderInWhichTheyWereAdded) {
+  JsonTree object = NewObject();
+  Add(object, "b", NewInteger(1));
+  Add(object, "a", NewText("x"));
+  EXPECT_EQ(Text(object), R"({"b":1,"a":"x"})");
+}
+
+TEST(JsonTree, LeavesOutWhatCouldNotBeAllocated) {
+  JsonTree object = NewObject();
+  Add(object, "a", nullptr);
+  JsonTree array = NewArray();
+  Append(array, nullptr);
+  Add(object, "b", std::move(array));
+  EXPECT_EQ(Text(object), R"({"b":[]})");
+  Add(nullptr, "a", NewInteger(1));  // frees the member: LeakSanitizer watches
+  Append(nullptr, NewInteger(1));
+}
+
+TEST(JsonTree, SharesASubtreeWithoutTakingItAway) {
+  JsonTree source = NewObject();
+  Add(source, "a", NewText("x"));
+  JsonTree target = NewObject();
+  Add(target, "copy", Share(Member(source.get(), "a")));
+  source.reset();
+  EXPECT_EQ(Text(target), R"({"copy":"x"})");
+}
+
+TEST(JsonTree, KeepsOctetsBehindANul) {
+  const JsonTree text = NewText(std::string("a\0b", 3));
+  EXPECT_EQ(TextOf(text.get()), std::string("a\0b", 3));
+}
+
+TEST(JsonTree, HoldsCountersOf63Bits) {
+  EXPECT_EQ(Text(NewInteger(9'223'372'036'854'775'807)), "9223372036854775807");
+}
+
+TEST(JsonTree, ListsSidsInTheirOrder) {
+  EXPECT_EQ(Text(NewSidArray({"b", "", "a"})), R"(["b","","a"])");
+}
+
+TEST(JsonTree, FindsNoMemberInWhatIsNoObject) {
+  const JsonTree array = NewArray();
+  EXPECT_EQ(Member(array.get(), "a"), nullptr);
+  EXPECT_EQ(Member(nullptr, "a"), nullptr);
+}
+
+}  // namespace

@@ -1,0 +1,90 @@
+#include "monitor/engine/push.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "platform/sending.h"
+#include "tests/support/log_capture.h"
+#include "tests/support/message_capture.h"
+
+namespace {
+
+using monitoring::MergeByFilter;
+using monitoring::MergedList;
+using test::Connection;
+using test::FilterOf;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using Sids = std::vector<std::string>;
+using Connections = std::map<lws*, Sids>;
+
+/// What is grouped under each class of equal filters, by the filter's interval and mac.
+std::map<std::pair<std::string, std::string>, Connections> Grouped(const subscribes::SubscriptionList& subscriptions) {
+  MergedList merged;
+  MergeByFilter(subscriptions, merged);
+  std::map<std::pair<std::string, std::string>, Connections> groups;
+  for (const auto& [filter, connections] : merged) {
+    EXPECT_TRUE(groups.emplace(std::pair(filter->interval, filter->mac), connections).second) << "class split in two";
+  }
+  return groups;
+}
+
+TEST(MergeByFilter, GivesOneMessageForTwoSidsOfOneConnectionWithEqualFilters) {
+  EXPECT_THAT(Grouped({{"b", {{Connection(1), FilterOf("1h", "m")}}}, {"a", {{Connection(1), FilterOf("1h", "m")}}}}),
+              ElementsAre(std::pair(std::pair("1h", "m"), Connections{{Connection(1), {"a", "b"}}})));
+}
+
+TEST(MergeByFilter, GivesAMessageForEachConnectionThatSharesASidAndAFilter) {
+  EXPECT_THAT(Grouped({{"a", {{Connection(1), FilterOf("1h")}, {Connection(2), FilterOf("1h")}}}}),
+              ElementsAre(std::pair(std::pair("1h", ""), Connections{{Connection(1), {"a"}}, {Connection(2), {"a"}}})));
+}
+
+TEST(MergeByFilter, KeepsDifferentFiltersOfOneConnectionApart) {
+  EXPECT_THAT(Grouped({{"a", {{Connection(1), FilterOf("1h")}}}, {"b", {{Connection(1), FilterOf("1h", "m")}}}}),
+              ElementsAre(std::pair(std::pair("1h", ""), Connections{{Connection(1), {"a"}}}),
+                          std::pair(std::pair("1h", "m"), Connections{{Connection(1), {"b"}}})));
+}
+
+TEST(MergeByFilter, TakesEmptyFiltersAsEqual) {
+  EXPECT_THAT(Grouped({{"a", {{Connection(1), FilterOf("")}}}, {"b", {{Connection(2), FilterOf("")}}}}),
+              ElementsAre(std::pair(std::pair("", ""), Connections{{Connection(1), {"a"}}, {Connection(2), {"b"}}})));
+}
+
+TEST(MergeByFilter, PassesOverASubscriptionWithoutAFilter) {
+  EXPECT_THAT(Grouped({{"a", {{Connection(1), nullptr}}}}), IsEmpty());
+}
+
+TEST(MergeByFilter, MakesTheFirstFilterMetTheRepresentativeOfItsClass) {
+  const auto first = FilterOf("1h");
+  const auto second = FilterOf("1h");
+  MergedList merged;
+  MergeByFilter({{"a", {{Connection(2), first}}}, {"b", {{Connection(1), second}}}}, merged);
+  EXPECT_THAT(merged, ElementsAre(std::pair(first.get(), Connections{{Connection(1), {"b"}}, {Connection(2), {"a"}}})));
+}
+
+TEST(MergeByFilter, AppendsToEveryEqualKeyThatIsAlreadyThere) {
+  const auto one = FilterOf("1h");
+  const auto twin = FilterOf("1h");
+  MergedList merged{{one.get(), {}}, {twin.get(), {}}};
+  MergeByFilter({{"a", {{Connection(1), FilterOf("1h")}}}}, merged);
+  const Connections expected{{Connection(1), {"a"}}};
+  EXPECT_EQ(merged.at(one.get()), expected);
+  EXPECT_EQ(merged.at(twin.get()), expected);
+}
+
+TEST(Send, HandsTheTextToTheSendFunction) {
+  test::MessageCapture messages;
+  monitoring::Send(Connection(7), "text");
+  EXPECT_THAT(messages.Take(), ElementsAre(test::SentMessage{Connection(7), "text"}));
+}
+
+TEST(Send, DropsTheMessageWhenNoSenderIsInstalled) {
+  const test::LogCapture log;
+  ASSERT_EQ(GetSalSendByCon(), nullptr);
+  monitoring::Send(Connection(7), "text");
+  test::MessageCapture messages;
+  EXPECT_THAT(messages.Take(), IsEmpty());
+  EXPECT_THAT(log.Lines(), IsEmpty());
+}
+
+}  // namespace

@@ -1,0 +1,82 @@
+#include "monitor/engine/time_keys.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <ctime>
+#include <string>
+
+#include "monitor/engine/monitor.h"
+
+namespace {
+
+/// Makes a time zone the local one until the end of the test.
+class TimeKeys : public ::testing::Test {
+ protected:
+  TimeKeys() { Zone("UTC"); }
+  ~TimeKeys() override { Zone("UTC"); }
+  static void Zone(const char* name) {
+    setenv("TZ", name, 1);
+    tzset();
+  }
+  /// The moment of a local date and time.
+  static long At(int year, int month, int day, int hour = 12, int minute = 0, int second = 0) {
+    tm local{};
+    local.tm_year = year - 1900;
+    local.tm_mon = month - 1;
+    local.tm_mday = day;
+    local.tm_hour = hour;
+    local.tm_min = minute;
+    local.tm_sec = second;
+    local.tm_isdst = -1;
+    return mktime(&local);
+  }
+};
+
+TEST_F(TimeKeys, NamesADay) {
+  EXPECT_EQ(Monitor::GetDateStr(At(2026, 11, 15)), "2026-11-15");
+}
+
+TEST_F(TimeKeys, NamesAMoment) {
+  EXPECT_EQ(Monitor::GetDateTimeStr(At(2026, 11, 15, 7, 14, 35)), "2026-11-15 07:14:35");
+}
+
+TEST_F(TimeKeys, UsesTheLocalTimeZone) {
+  constexpr long kLateEveningUtc = 1794783600;  // 2026-11-15 23:00:00 UTC
+  Zone("Asia/Kolkata");
+  EXPECT_EQ(Monitor::GetDateTimeStr(kLateEveningUtc), "2026-11-16 04:30:00");
+  EXPECT_EQ(Monitor::GetDateStr(kLateEveningUtc), "2026-11-16");
+}
+
+TEST_F(TimeKeys, StartsTheWeekOnThatSunday) {
+  EXPECT_EQ(Monitor::GetWeekStr(At(2026, 11, 15)), "2026-11-15/2026-11-21");
+}
+
+TEST_F(TimeKeys, EndsTheWeekOnThatSaturday) {
+  EXPECT_EQ(Monitor::GetWeekStr(At(2026, 11, 21)), "2026-11-15/2026-11-21");
+}
+
+TEST_F(TimeKeys, NamesTheSameWeekOnEachOfItsDays) {
+  for (int day = 15; day <= 21; ++day) {
+    EXPECT_EQ(Monitor::GetWeekStr(At(2026, 11, day, 0)), "2026-11-15/2026-11-21") << day;
+    EXPECT_EQ(Monitor::GetWeekStr(At(2026, 11, day, 23, 59, 59)), "2026-11-15/2026-11-21") << day;
+  }
+  EXPECT_EQ(Monitor::GetWeekStr(At(2026, 11, 22, 0)), "2026-11-22/2026-11-28");
+}
+
+TEST_F(TimeKeys, NamesAWeekAcrossTheYearsEnd) {
+  EXPECT_EQ(Monitor::GetWeekStr(At(2027, 1, 1)), "2026-12-27/2027-01-02");
+}
+
+TEST_F(TimeKeys, CountsDaysOf86400SecondsAcrossADaylightSavingChange) {
+  Zone("America/New_York");
+  // The Sunday on which clocks go back has 25 hours: six times 86400 seconds after half past midnight it is still
+  // Friday.
+  EXPECT_EQ(Monitor::GetWeekStr(At(2026, 11, 1, 0, 30)), "2026-11-01/2026-11-06");
+  EXPECT_EQ(Monitor::GetWeekStr(At(2026, 11, 1, 12, 0)), "2026-11-01/2026-11-07");
+  // The Sunday on which they go forward has 23: 86400 seconds before Monday, half past midnight, it was Saturday.
+  EXPECT_EQ(Monitor::GetWeekStr(At(2026, 3, 9, 0, 30)), "2026-03-07/2026-03-14");
+  EXPECT_EQ(Monitor::GetWeekStr(At(2026, 3, 9, 12, 0)), "2026-03-08/2026-03-14");
+}
+
+}  // namespace

@@ -1,0 +1,159 @@
+#include <gmock/gmock.h>
+
+#include "probe/subscriptions/subscription_service.h"
+#include "tests/monitor/traffic/traffic_fixture.h"
+
+namespace {
+
+using probe::log::Level;
+using test::Connection;
+using test::FilterOf;
+using test::kOther;
+using test::kSwitch;
+using test::SentMessage;
+using test::TrafficMonitorTest;
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::SizeIs;
+
+class TrafficMessage : public TrafficMonitorTest {
+ protected:
+  /// Two passes in which ge1 of the switch receives 100 and sends 10 bytes a second.
+  void TwoPasses() {
+    network.Switch(kSwitch).Port("ge1", {0, 0}).SampledAt(test::kStart);
+    Pass();
+    network.Switch(kSwitch).Port("ge1", {6'000, 600}).SampledAt(test::kStart + 60);
+    Pass();
+  }
+};
+
+constexpr const char* kGe1 = R"("ge1": { "ifIndex": 1, "traffic": [ { "time": 29920321, "input": 0, "output": 0 }, )"
+                             R"({ "time": 29920322, "input": 100, "output": 10 } ] })";
+
+TEST_F(TrafficMessage, HoldsTheViewItsDevicesAndTheSids) {
+  TwoPasses();
+  EXPECT_EQ(monitor.GenerateJsonMsg("TrafficMonitor", *FilterOf("1m"), {"a", "b"}),
+            std::string(R"({ "name": "TrafficMonitor", "data": { "1m": { "traffic_data": { "AA:AA:AA:AA:AA:01": { )") +
+                kGe1 + R"( } }, "sid": [ "a", "b" ] } } })");
+}
+
+TEST_F(TrafficMessage, HoldsOnlyTheSidForAnUnknownView) {
+  TwoPasses();
+  EXPECT_EQ(Message("3m"), R"({ "name": "TrafficMonitor", "data": { "3m": { "sid": [ "a" ] } } })");
+}
+
+TEST_F(TrafficMessage, HoldsOnlyTheSidBeforeTheFirstPass) {
+  EXPECT_EQ(Message("1m"), R"({ "name": "TrafficMonitor", "data": { "1m": { "sid": [ "a" ] } } })");
+}
+
+TEST_F(TrafficMessage, IsThatOfTenMinutesWhenTheFilterNamesNoView) {
+  TwoPasses();
+  EXPECT_EQ(Message(""), R"({ "name": "TrafficMonitor", "data": { "10m": { "traffic_data": { }, "sid": [ "a" ] } } })");
+}
+
+TEST_F(TrafficMessage, HoldsEveryDevicesHourlyHistoryForAFilterWithoutADevice) {
+  for (int round = 0; round < 31; ++round) {
+    PassAt(60, kSwitch);
+    PassAt(60, kOther);
+  }
+  const std::string text = Message("1h");
+  EXPECT_THAT(test::SamplesIn(text, "1h", kSwitch)["ge1"], SizeIs(1));
+  EXPECT_THAT(test::SamplesIn(text, "1h", kOther)["ge1"], SizeIs(1));
+}
+
+TEST_F(TrafficMessage, HoldsOnlyTheDeviceThatTheFilterNames) {
+  TwoPasses();
+  PassAt(60, kOther);
+  PassAt(60, kOther);
+  const std::string text = Message("1m", kOther);
+  EXPECT_THAT(test::SamplesIn(text, "1m", kSwitch), IsEmpty());
+  EXPECT_THAT(test::SamplesIn(text, "1m", kOther), SizeIs(1));
+}
+
+TEST_F(TrafficMessage, LeavesOutAnInterfaceWhoseSamplesAreAllZeroAndADeviceWithoutAny) {
+  network.Switch(kSwitch).Port("ge1", {5, 5}).SampledAt(test::kStart);
+  Pass();
+  EXPECT_EQ(Message("1m"),
+            R"({ "name": "TrafficMonitor", "data": { "1m": { "traffic_data": { }, "sid": [ "a" ] } } })");
+}
+
+TEST_F(TrafficMessage, CarriesTheCredentialStateOfTheDeviceThatTheFilterNames) {
+  TwoPasses();
+  network.Switch(kSwitch).Credential(R"({"credential": "failed", "code": 3})");
+  const test::LogCapture log;
+  EXPECT_EQ(Message("1m", kSwitch),
+            std::string(R"({ "name": "TrafficMonitor", "data": { "1m": { "traffic_data": { "AA:AA:AA:AA:AA:01": { )") +
+                kGe1 + R"(, "credential": "failed", "code": 3 } }, "sid": [ "a" ] } } })");
+  EXPECT_THAT(log.Texts(Level::kDebug, "Credential"),
+              ElementsAre("DeviceCredentialResultGet TrafficMonitor mac AA:AA:AA:AA:AA:01,key is credential.",
+                          "DeviceCredentialResultGet TrafficMonitor mac AA:AA:AA:AA:AA:01,key is code."));
+}
+
+TEST_F(TrafficMessage, ShowsADeviceWithNothingButACredentialState) {
+  network.Switch(kSwitch).Port("ge1", {5, 5}).SampledAt(test::kStart).Credential(R"({"credential": "failed"})");
+  Pass();
+  EXPECT_EQ(Message("1m", kSwitch), R"({ "name": "TrafficMonitor", "data": { "1m": { "traffic_data": )"
+                                    R"({ "AA:AA:AA:AA:AA:01": { "credential": "failed" } }, "sid": [ "a" ] } } })");
+}
+
+TEST_F(TrafficMessage, CarriesNoCredentialStateWhenTheFilterNamesNoDevice) {
+  TwoPasses();
+  const std::string before = Message("1m");
+  network.Switch(kSwitch).Credential(R"({"credential": "failed"})");
+  EXPECT_EQ(Message("1m"), before);
+}
+
+TEST_F(TrafficMessage, KeepsTheIndexOfAnInterfaceThatDisappeared) {
+  network.Switch(kSwitch).Port("ge0", {0, 0});
+  TwoPasses();
+  network.Switch(kSwitch).WithoutPort("ge1");
+  Pass();
+  EXPECT_THAT(Message("1m"), ::testing::HasSubstr(R"("ge1": { "ifIndex": 2,)"));
+}
+
+TEST_F(TrafficMessage, LogsTheViewAndEachSampleAtDebugLevel) {
+  TwoPasses();
+  const test::LogCapture log;
+  Message("1m");
+  EXPECT_THAT(log.Texts(Level::kDebug),
+              ElementsAre("[TrafficMonitor::GenerateJsonMsg] current interval is : 1m",
+                          "[TrafficMonitor::GenerateJsonMsg] Device: AA:AA:AA:AA:AA:01, interface: ge1, inBps: 0, "
+                          "outBps: 0",
+                          "[TrafficMonitor::GenerateJsonMsg] Device: AA:AA:AA:AA:AA:01, interface: ge1, inBps: 100, "
+                          "outBps: 10"));
+}
+
+TEST_F(TrafficMessage, GoesOnceToEachConnectionAndDistinctFilter) {
+  TwoPasses();
+  test::MessageCapture messages;
+  monitor.PushDataBySID({{"a", {{Connection(1), FilterOf("1m")}, {Connection(2), FilterOf("1m")}}},
+                         {"b", {{Connection(1), FilterOf("1m")}}},
+                         {"c", {{Connection(1), FilterOf("3m")}}},
+                         {"d", {{Connection(1), nullptr}}}});
+  const auto for_sids = [&](const std::string& interval, const std::vector<std::string>& sids) {
+    return monitor.GenerateJsonMsg("TrafficMonitor", *FilterOf(interval), sids);
+  };
+  EXPECT_THAT(messages.Take(), ::testing::UnorderedElementsAre(SentMessage{Connection(1), for_sids("1m", {"a", "b"})},
+                                                               SentMessage{Connection(2), for_sids("1m", {"a"})},
+                                                               SentMessage{Connection(1), for_sids("3m", {"c"})}));
+}
+
+TEST_F(TrafficMessage, GoesToTheSubscribersAtTheEndOfEachPass) {
+  auto& service = probe::SubscriptionService::Instance();
+  service.File("TrafficMonitor", Connection(1), {{"a", FilterOf("1m")}});
+  test::MessageCapture messages;
+  TwoPasses();
+  const auto sent = messages.Take();
+  service.Clear();
+  ASSERT_THAT(sent, SizeIs(2));
+  EXPECT_EQ(sent.back(), (SentMessage{Connection(1), Message("1m")})) << "after this pass's merge";
+}
+
+TEST_F(TrafficMessage, IsDroppedWithoutALogLineWhenNoSenderIsInstalled) {
+  const test::LogCapture log;
+  monitor.PushDataBySID({{"a", {{Connection(1), FilterOf("3m")}}}});
+  EXPECT_THAT(log.Lines(), IsEmpty());
+}
+
+}  // namespace
