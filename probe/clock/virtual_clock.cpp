@@ -2,7 +2,13 @@
 
 namespace probe {
 
-VirtualClock::VirtualClock(time_t start) : now_(start) {}
+VirtualClock::VirtualClock(time_t start) : now_(start) {
+  sem_init(&wake_, 0, 0);
+}
+
+VirtualClock::~VirtualClock() {
+  sem_destroy(&wake_);
+}
 
 timeval VirtualClock::Now() {
   const std::lock_guard held(lock_);
@@ -10,18 +16,16 @@ timeval VirtualClock::Now() {
 }
 
 unsigned VirtualClock::Sleep(unsigned seconds) {
-  std::unique_lock held(lock_);
-  if (free_running_) {
-    now_ += static_cast<time_t>(seconds);
-    return 0;
+  {
+    const std::lock_guard held(lock_);
+    ++sleeps_;
+    is_asleep_ = true;
+    changed_.notify_all();
   }
-  const std::uint64_t wakes_before = wakes_;
-  ++sleeps_;
-  asleep_ = true;
-  changed_.notify_all();
-  changed_.wait(held, [&] { return wakes_ != wakes_before || free_running_; });
-  asleep_ = false;
-  if (wakes_ == wakes_before) now_ += static_cast<time_t>(seconds);
+  const bool is_interrupted = sem_wait(&wake_) != 0;
+  const std::lock_guard held(lock_);
+  is_asleep_ = false;
+  if (is_interrupted) now_ += static_cast<time_t>(seconds);
   return 0;
 }
 
@@ -32,23 +36,16 @@ void VirtualClock::Set(time_t now) {
 
 void VirtualClock::AwaitSleeper() {
   std::unique_lock held(lock_);
-  changed_.wait(held, [&] { return asleep_; });
+  changed_.wait(held, [&] { return is_asleep_; });
 }
 
 void VirtualClock::RunPass(time_t at) {
   std::unique_lock held(lock_);
-  changed_.wait(held, [&] { return asleep_; });
+  changed_.wait(held, [&] { return is_asleep_; });
   now_ = at;
   const std::uint64_t sleeps_before = sleeps_;
-  ++wakes_;
-  changed_.notify_all();
+  sem_post(&wake_);
   changed_.wait(held, [&] { return sleeps_ != sleeps_before; });
-}
-
-void VirtualClock::RunFreely() {
-  const std::lock_guard held(lock_);
-  free_running_ = true;
-  changed_.notify_all();
 }
 
 }  // namespace probe

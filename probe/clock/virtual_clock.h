@@ -1,5 +1,7 @@
 #pragma once
 
+#include <semaphore.h>
+
 #include <condition_variable>
 #include <cstdint>
 #include <mutex>
@@ -13,10 +15,16 @@ namespace probe {
 /// One thread, the driver, moves it; one other, the engine, sleeps on it. Between them they run passes one at a time:
 /// the driver wakes the sleeper and waits until it sleeps again. Nothing of it depends on how fast the machine is.
 ///
-/// Does not model: several sleepers; a second one would wake with the first.
+/// A signal ends a sleep early, as it does with the C library's, and the clock then moves on by the whole length of the
+/// sleep: so the pass that a stop still lets run is a minute later than the last.
+///
+/// Does not model: several sleepers at a time.
 class VirtualClock final : public Clock {
  public:
   explicit VirtualClock(time_t start);
+  ~VirtualClock() override;
+  VirtualClock(const VirtualClock&) = delete;
+  VirtualClock& operator=(const VirtualClock&) = delete;
 
   timeval Now() override;
   unsigned Sleep(unsigned seconds) override;
@@ -27,22 +35,17 @@ class VirtualClock final : public Clock {
   /// Blocks until the engine sleeps. Threads: the driver.
   void AwaitSleeper();
 
-  /// Sets the clock, wakes the engine and blocks until it sleeps again, that is until its pass is done. Waits first for
-  /// the engine to fall asleep. Threads: the driver, before `RunFreely`.
+  /// Waits for the engine to fall asleep, sets the clock, wakes the engine and blocks until it sleeps again, that is
+  /// until its pass is done. Threads: the driver.
   void RunPass(time_t at);
-
-  /// From now on every sleep ends at once and moves the clock on by its length, so that an engine that was told to
-  /// stop runs to its end by itself.
-  void RunFreely();
 
  private:
   std::mutex lock_;
   std::condition_variable changed_;
   time_t now_;  // guarded by lock_, as is all that follows
-  bool free_running_ = false;
-  bool asleep_ = false;
+  bool is_asleep_ = false;
   std::uint64_t sleeps_ = 0;  // sleeps begun
-  std::uint64_t wakes_ = 0;   // sleeps ended by the driver
+  sem_t wake_;                // posted once for each pass; a semaphore, because its wait ends with a signal
 };
 
 /// Installs a clock for as long as the scope lasts.

@@ -52,7 +52,6 @@ class EntryPointsTest : public ::testing::Test {
  protected:
   EntryPointsTest() { MonitoringManager::GetInstance().set_stop_flag(false); }
   ~EntryPointsTest() override {
-    clock.RunFreely();
     stop_monitor();
     probe::SubscriptionService::Instance().Clear();
   }
@@ -77,7 +76,6 @@ TEST_F(EntryPointsTest, AnswerWithAnEmptyObjectAfterTheStop) {
   RegisterReport(monitoring::kWirelessNetworkReport);
   RegisterMonitors();
   clock.AwaitSleeper();
-  clock.RunFreely();
   stop_monitor();
   EXPECT_EQ(Taken(get_wireless_network_report_avail_list("")), "{}");
   EXPECT_EQ(Taken(get_wireless_network_report("{}")), "{}");

@@ -70,12 +70,6 @@ class MonitoringManagerTest : public ::testing::Test {
   static bool IsFed(const std::string& topic) {
     return probe::SubscriptionService::Instance().Parse(topic, nullptr).has_value();
   }
-  /// Stops the engine, whose clock runs freely meanwhile.
-  void Stop() {
-    clock.RunFreely();
-    manager.stopMonitorEngine();
-  }
-
   probe::VirtualClock clock{kStart};
   probe::ClockInstallation installation{clock};
   Journal journal;
@@ -87,7 +81,7 @@ TEST_F(MonitoringManagerTest, GivesTheMonitorThatWasRegisteredUnderItsName) {
   EXPECT_EQ(manager.GetMonitor("One"), monitor);
   EXPECT_EQ(manager.GetMonitor("Two"), nullptr);
   EXPECT_EQ(manager.GetMonitor(""), nullptr);
-  Stop();
+  manager.stopMonitorEngine();
 }
 
 TEST_F(MonitoringManagerTest, KeepsTheFirstMonitorOfANameAndDoesNotSubscribeTheSecond) {
@@ -99,13 +93,13 @@ TEST_F(MonitoringManagerTest, KeepsTheFirstMonitorOfANameAndDoesNotSubscribeTheS
   EXPECT_EQ(manager.GetMonitor("One"), first);
   EXPECT_FALSE(IsFed("One"));
   EXPECT_THAT(log.Texts(Level::kError), IsEmpty());
-  Stop();
+  manager.stopMonitorEngine();
 }
 
 TEST_F(MonitoringManagerTest, SubscribesAMonitorUnderItsOwnName) {
   Register("One");
   EXPECT_TRUE(IsFed("One"));
-  Stop();
+  manager.stopMonitorEngine();
 }
 
 TEST_F(MonitoringManagerTest, SubscribesTheClientCountMonitorUnderItsTwoTopicsOnly) {
@@ -113,7 +107,7 @@ TEST_F(MonitoringManagerTest, SubscribesTheClientCountMonitorUnderItsTwoTopicsOn
   EXPECT_TRUE(IsFed("SSIDClientCountMonitor"));
   EXPECT_TRUE(IsFed("DevicesClientCountMonitor"));
   EXPECT_FALSE(IsFed("ClientCountMonitor"));
-  Stop();
+  manager.stopMonitorEngine();
 }
 
 TEST_F(MonitoringManagerTest, VisitsMonitorsInTheOrderOfTheirNames) {
@@ -125,7 +119,7 @@ TEST_F(MonitoringManagerTest, VisitsMonitorsInTheOrderOfTheirNames) {
   EXPECT_THAT(journal.Entries(),
               ElementsAre("C pass at 60", "a pass at 60", "b pass at 60", "C cleanup AA:AA:AA:AA:AA:01",
                           "a cleanup AA:AA:AA:AA:AA:01", "b cleanup AA:AA:AA:AA:AA:01"));
-  Stop();
+  manager.stopMonitorEngine();
 }
 
 TEST_F(MonitoringManagerTest, SleepsAMinuteBeforeEachPass) {
@@ -137,14 +131,14 @@ TEST_F(MonitoringManagerTest, SleepsAMinuteBeforeEachPass) {
   EXPECT_THAT(journal.Entries(), ElementsAre("One pass at 60"));
   clock.RunPass(kStart + 121);  // a pass takes its own time too
   EXPECT_THAT(journal.Entries(), ElementsAre("One pass at 60", "One pass at 121"));
-  Stop();
+  manager.stopMonitorEngine();
 }
 
 TEST_F(MonitoringManagerTest, LetsOneMorePassRunWhenAStopArrivesDuringTheSleep) {
   Register("One");
   manager.startMonitorEngine();
   clock.AwaitSleeper();
-  Stop();
+  manager.stopMonitorEngine();
   EXPECT_THAT(journal.Entries(), ElementsAre("One stop", "One pass at 60"));
 }
 
@@ -153,7 +147,7 @@ TEST_F(MonitoringManagerTest, RunsNoPassWhenItWasStoppedBeforeTheTaskBegan) {
   manager.set_stop_flag(true);
   MonitorDataMergeTask().Run();
   EXPECT_THAT(journal.Entries(), IsEmpty());
-  Stop();
+  manager.stopMonitorEngine();
 }
 
 TEST_F(MonitoringManagerTest, TellsAllMonitorsToStopWaitsForTheTaskAndForgetsThem) {
@@ -162,7 +156,7 @@ TEST_F(MonitoringManagerTest, TellsAllMonitorsToStopWaitsForTheTaskAndForgetsThe
   Register("Two");
   manager.startMonitorEngine();
   clock.AwaitSleeper();
-  Stop();
+  manager.stopMonitorEngine();
   EXPECT_TRUE(manager.stop_flag());
   EXPECT_EQ(manager.GetMonitor("One"), nullptr);
   EXPECT_EQ(manager.GetMonitor("Two"), nullptr);
@@ -191,7 +185,7 @@ TEST_F(MonitoringManagerTest, LogsARefusalOfTheTaskServiceAndCarriesOn) {
       ElementsAre(LogLine{Level::kError, 19, "[MonitoringManager::startMonitorEngine] Add monitor merge task failed"}));
   EXPECT_NE(manager.GetMonitor("One"), nullptr);
   busy->end.count_down();
-  Stop();
+  manager.stopMonitorEngine();
 }
 
 }  // namespace

@@ -35,7 +35,6 @@ class TrafficThreads : public ::testing::Test {
         {{"a", test::FilterOf("1m")}, {"b", test::FilterOf("5m", Mac(0))}, {"c", test::FilterOf("1m", Mac(1))}});
   }
   ~TrafficThreads() override {
-    clock.RunFreely();
     stop_monitor();
     probe::SubscriptionService::Instance().Clear();
   }
@@ -123,7 +122,6 @@ TEST_F(TrafficThreads, StopWhileReportThreadsCall) {
     });
   }
   while (calls < 10) std::this_thread::yield();
-  clock.RunFreely();
   stop_monitor();
   is_over = true;
   callers.clear();

@@ -5,7 +5,9 @@
 #include <unistd.h>
 
 #include <atomic>
-#include <thread>
+#include <memory>
+
+#include "platform/tasks.h"
 
 namespace {
 
@@ -25,36 +27,41 @@ TEST(VirtualClock, IsWhatTheCLibraryTells) {
   EXPECT_EQ(time(nullptr), 900);
 }
 
+/// Sleeps so many times, a minute each.
+class Sleeper final : public Task {
+ public:
+  explicit Sleeper(int sleeps) : Task("sleeper"), sleeps_(sleeps) {}
+  void Run() override {
+    for (; ended != sleeps_; ++ended) sleep(60);
+  }
+  std::atomic<int> ended{0};
+
+ private:
+  int sleeps_;
+};
+
 TEST(VirtualClock, LetsTheSleeperGoPassByPass) {
   VirtualClock clock(0);
   const ClockInstallation installation(clock);
-  std::atomic<int> passes{0};
-  std::jthread engine([&] {
-    while (passes < 3) {
-      sleep(60);
-      ++passes;
-    }
-    sleep(60);
-  });
+  const auto sleeper = std::make_shared<Sleeper>(3);
+  task_manager::StartTask(sleeper);
+  clock.AwaitSleeper();
+  EXPECT_EQ(sleeper->ended, 0);
   clock.RunPass(60);
-  EXPECT_EQ(passes, 1);
+  EXPECT_EQ(sleeper->ended, 1);
   clock.RunPass(125);
-  EXPECT_EQ(passes, 2);
+  EXPECT_EQ(sleeper->ended, 2);
   EXPECT_EQ(time(nullptr), 125);
-  clock.RunPass(180);
-  EXPECT_EQ(passes, 3);
-  clock.RunFreely();
+  task_manager::WaitTaskPool("sleeper");
 }
 
-TEST(VirtualClock, MovesOnByEverySleepWhenItRunsFreely) {
+TEST(VirtualClock, MovesOnByEachSleepThatASignalEnds) {
   VirtualClock clock(0);
   const ClockInstallation installation(clock);
-  std::jthread engine([&] {
-    for (int pass = 0; pass < 5; ++pass) sleep(60);
-  });
-  clock.AwaitSleeper();
-  clock.RunFreely();
-  engine.join();
+  const auto sleeper = std::make_shared<Sleeper>(5);
+  task_manager::StartTask(sleeper);
+  task_manager::WaitTaskPool("sleeper");
+  EXPECT_EQ(sleeper->ended, 5);
   EXPECT_EQ(time(nullptr), 300);
 }
 
