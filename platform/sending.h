@@ -30,6 +30,8 @@ namespace kro_utilities::jsonobject {
 /// Names in a body come from the air and may hold any octets; the host replaces what is not UTF-8 by U+FFFD, for one
 /// such octet makes a browser drop the connection.
 ///
+/// The host serialises the body and does not look into it: long lists in it may be kept as their text.
+///
 /// Owner:   `body` stays the caller's. A null body becomes null.
 /// Threads: any. Fails: never throws; an empty text when the heap is exhausted.
 /// Source:  RFC 6455, 8.1 (text that is not UTF-8 fails the connection).

@@ -1,6 +1,9 @@
 #include "monitor/engine/json_tree.h"
 
 #include <cstddef>
+#include <cstdlib>
+#include <cstring>
+#include <utility>
 
 namespace monitoring {
 
@@ -38,6 +41,19 @@ void Append(const JsonTree& array, JsonTree element) {
   if (array == nullptr || element == nullptr) return;
   json_object* added = element.release();
   if (json_object_array_add(array.get(), added) != 0) json_object_put(added);
+}
+
+JsonTree KeptAsText(JsonTree array) {
+  constexpr int kNoElements = 1;  // the smallest room that json-c knows
+  JsonTree leaf(json_object_new_array_ext(kNoElements));
+  const char* text = json_object_to_json_string(array.get());
+  char* kept = text == nullptr ? nullptr : strdup(text);
+  if (leaf == nullptr || kept == nullptr) {
+    std::free(kept);
+    return array;
+  }
+  json_object_set_serializer(leaf.get(), &json_object_userdata_to_json_string, kept, &json_object_free_userdata);
+  return leaf;
 }
 
 JsonTree NewSidArray(const std::vector<std::string>& sids) {

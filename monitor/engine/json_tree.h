@@ -32,6 +32,10 @@ void Add(const JsonTree& object, const std::string& key, JsonTree member);
 /// Appends `element`, unless it could not be allocated.
 void Append(const JsonTree& array, JsonTree element);
 
+/// The same array, kept as its JSON text alone, which takes a tenth of the memory. It serialises as before; to whoever
+/// walks the tree it is an empty array.
+JsonTree KeptAsText(JsonTree array);
+
 /// The array of SID texts that every message carries.
 JsonTree NewSidArray(const std::vector<std::string>& sids);
 

@@ -27,7 +27,8 @@ JsonTree InterfaceObject(const History& history, int if_index) {
   for (const Traffic& sample : history) Append(samples, SampleObject(sample));
   JsonTree object = NewObject();
   Add(object, "ifIndex", NewInteger(if_index));
-  Add(object, "traffic", std::move(samples));
+  // a sample is a dozen times larger as a tree than as text, and a message may hold millions of them
+  Add(object, "traffic", KeptAsText(std::move(samples)));
   return object;
 }
 

@@ -46,6 +46,21 @@ TEST(JsonTree, HoldsCountersOf63Bits) {
   EXPECT_EQ(Text(NewInteger(9'223'372'036'854'775'807)), "9223372036854775807");
 }
 
+TEST(JsonTree, SerialisesAnArrayThatIsKeptAsTextAsBefore) {
+  const auto array = [] {
+    JsonTree object = NewObject();
+    Add(object, "time", NewInteger(7));
+    JsonTree built = NewArray();
+    Append(built, std::move(object));
+    Append(built, NewText("a\"b"));
+    return built;
+  };
+  const JsonTree whole = array();
+  const JsonTree kept = KeptAsText(array());
+  EXPECT_STREQ(json_object_to_json_string(kept.get()), json_object_to_json_string(whole.get()));
+  EXPECT_STREQ(json_object_to_json_string(KeptAsText(NewArray()).get()), "[ ]");
+}
+
 TEST(JsonTree, ListsSidsInTheirOrder) {
   EXPECT_EQ(Text(NewSidArray({"b", "", "a"})), R"(["b","","a"])");
 }
