@@ -9,8 +9,8 @@
 // The configuration of routers and access points. The plug-in calls the host.
 //
 // Owner:   results are copies or shared objects that the host doesn't change after it has handed them out.
-// Threads: any; no call may wait for the network, none may call back into the plug-in.
-// Fails:   never throws.
+// Threads: any. No call may wait for the network, call back into the plug-in, or wait for a thread that may be inside
+// it. Fails:   never throws.
 
 /// SSID key -> its configuration.
 ///

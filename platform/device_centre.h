@@ -13,9 +13,9 @@
 //
 // What holds for every call below, unless it says otherwise:
 // Owner:   results are copies, or shared records that the host never changes after it has handed them out.
-// Threads: any thread, also while the host takes in news from the device. No call may wait for the network, and none
-// may
-//          call back into the plug-in or wait for a thread that may be inside it: some are made with its locks held.
+// Threads: any thread, also while the host takes in news from the device. No call may wait for the network,
+//          and none may call back into the plug-in or wait for a thread that may be inside it: some are made
+//          with its locks held.
 // Fails:   never throws. A device that has not reported something gives an empty map, list or default record.
 
 /// The object through which the host talks to a device of one make.
@@ -43,7 +43,7 @@ class Device {
   /// `sampled_at` tells readings apart: an equal time means the same reading, from which no speed may be computed.
   ///
   /// Units:   `sampled_at` in seconds since the epoch, by the device's clock, which may step.
-  /// Fails:   a device that never answered gives an empty map and leaves `sampled_at` as it was.
+  /// Fails:   a device that never answered gives an empty map; what `sampled_at` is then does not matter.
   /// Source:  RFC 2863, ifHCInOctets and ifHCOutOctets.
   virtual vexora_probe::models::controller::InterfaceStates get_all_interfaces_state(time_t& sampled_at) const = 0;
 

@@ -108,12 +108,12 @@ struct NeighboringAP {
 
 /// A device's load.
 struct HwResources {
-  std::int32_t cpu = 0;  ///< CPU use in percent.
+  std::int32_t cpu = -1;  ///< CPU use in percent; -1 when it is not known.
 };
 
 /// A device's own clock.
 struct DeviceClock {
-  std::int32_t uptime = 0;  ///< Time since the device started, in seconds.
+  std::int32_t uptime = -1;  ///< Time since the device started, in seconds; -1 when it is not known.
 };
 
 /// The host's overall judgement of a device.

@@ -20,7 +20,7 @@ namespace vexora_probe::inventory {
 ///
 /// The open notifications of a device.
 ///
-/// Threads: any; does not call back into the plug-in.
+/// Threads: any. Does not call back into the plug-in, nor wait for a thread that may be inside it.
 /// Fails:   zeroes for a device that nobody knows.
 evcenter::Summary GetDeviceHealthTargetStateSummary(const std::string& mac);
 

@@ -10,14 +10,14 @@ inline constexpr int kManager = 19;  ///< The monitoring manager.
 //
 // Each call is one log line, without a line end. `format` and what follows are those of printf(3). Texts that come from
 // devices (SSIDs, names) are passed on as they are: octets that are no UTF-8, control characters and line ends may be
-// among them, and the host must make them harmless before they reach a terminal or a file.
+// among them, and it is the host that makes them harmless before they reach a terminal or a file.
 //
 // Threads: any, also with the plug-in's locks held: a log call must never call back into the plug-in, nor wait for a
 //          thread that may be inside it.
 // Fails:   never; a line that cannot be written is lost.
 
-/// What a developer needs to follow a pass, and nobody else: dozens of lines an interface. Must be cheap when it is
-/// off.
+/// What a developer needs to follow a pass, and nobody else: dozens of lines an interface. Must be
+/// cheap when it is off.
 __attribute__((format(printf, 2, 3))) void pel_log_debug(int module, const char* format, ...);
 
 /// What an administrator may want to know.

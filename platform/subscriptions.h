@@ -40,11 +40,14 @@ class Subscriber {
   /// Fails:   an empty map for a request that is null or no array; never throws.
   virtual ParsedRequest FilterParser(json_object* request) = 0;
 
-  /// Sends the present state to each connection in the list, through `GetSalSendByCon`.
+  /// Sends the present state to the subscribers, through `GetSalSendByCon`.
   ///
-  /// The plug-in calls it once a pass. A host may call it too, to give a new subscriber its first message at once.
+  /// The plug-in calls it once a pass. A host may call it too, to give a new subscriber its first message at once. Most
+  /// monitors send to each connection in the list; the client-count monitor, which feeds two topics, passes the list
+  /// over and sends to all subscribers of both.
   ///
-  /// Threads: any, without locks that the send function or the calls of `DeviceManager` take.
+  /// Threads: any, without locks that a platform call takes: this one asks for devices, credentials and subscriptions,
+  ///          sends and logs.
   /// Fails:   sends nothing when no send function is installed; never throws.
   virtual void PushDataBySID(const SubscriptionList& subscriptions) = 0;
 };

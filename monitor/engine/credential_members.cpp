@@ -11,7 +11,7 @@ void AddCredentialMembers(const JsonTree& object, const std::string& mac, const 
   json_object_object_foreach(result.get(), key, value) {
     pel_log_debug(log_module::kMonitor, "DeviceCredentialResultGet %s mac %s,key is %s.", monitor_class, mac.c_str(),
                   key);
-    Add(object, key, Share(value));
+    AddShared(object, key, value);
   }
 }
 

@@ -1,9 +1,10 @@
 #include "monitor/engine/entry_points.h"
 
-#include <exception>
 #include <memory>
 
+#include "monitor/engine/boundary.h"
 #include "monitor/engine/constants.h"
+#include "monitor/engine/json_keys.h"
 #include "monitor/engine/json_tree.h"
 #include "monitor/engine/monitoring_manager.h"
 #include "monitor/traffic/traffic_monitor.h"
@@ -11,25 +12,26 @@
 #include "platform/utilities/json.h"
 #include "platform/utilities/text.h"
 
+namespace json_key = monitoring::json_key;
+using monitoring::WithinBoundary;
+
 namespace {
 
 constexpr const char* kNoReport = "{}";
 
 void ForgetDevice(const std::string& mac) {
-  MonitoringManager::GetInstance().Cleanup(mac);
+  WithinBoundary([&] { MonitoringManager::GetInstance().Cleanup(mac); });
 }
 
 /// What `ask` gets from the report monitor of this name, as a text of the caller's; "{}" when there is no such monitor.
-///
-/// Report calls come on the host's threads, where an exhausted heap must not end the process.
 template <typename Question>
-char* AskReportMonitor(const char* name, Question ask) noexcept {
-  try {
+char* AskReportMonitor(const char* name, Question ask) {
+  char* answer = nullptr;
+  WithinBoundary([&] {
     const std::shared_ptr<Monitor> monitor = MonitoringManager::GetInstance().GetMonitor(name);
-    return Strdup(monitor == nullptr ? kNoReport : ask(*monitor).c_str());
-  } catch (const std::exception&) {
-    return Strdup(kNoReport);
-  }
+    if (monitor != nullptr) answer = Strdup(ask(*monitor).c_str());
+  });
+  return answer != nullptr ? answer : Strdup(kNoReport);
 }
 
 char* AvailablePeriods(const char* name) {
@@ -39,23 +41,26 @@ char* AvailablePeriods(const char* name) {
 char* Report(const char* name, char const* request) {
   return AskReportMonitor(name, [request](Monitor& monitor) {
     const monitoring::JsonTree asked(json_tokener_parse(request == nullptr ? "" : request));
-    return monitor.GetWirelessReport(get_value_by_key_ex(asked.get(), "report_type"),
-                                     get_value_by_key_ex(asked.get(), "period"));
+    if (asked == nullptr) return monitor.GetWirelessReport("", "");
+    return monitor.GetWirelessReport(get_value_by_key_ex(asked.get(), json_key::kReportType),
+                                     get_value_by_key_ex(asked.get(), json_key::kPeriod));
   });
 }
 
 }  // namespace
 
 int RegisterMonitors() {
-  MonitoringManager& manager = MonitoringManager::GetInstance();
-  manager.RegisterMonitor(std::make_shared<TrafficMonitor>());
-  manager.startMonitorEngine();
-  RegisterMonitorMemoryCleanup(&ForgetDevice);
+  WithinBoundary([] {
+    MonitoringManager& manager = MonitoringManager::GetInstance();
+    manager.RegisterMonitor(std::make_shared<TrafficMonitor>());
+    manager.startMonitorEngine();
+    RegisterMonitorMemoryCleanup(&ForgetDevice);
+  });
   return 1;
 }
 
 void stop_monitor() {
-  MonitoringManager::GetInstance().stopMonitorEngine();
+  WithinBoundary([] { MonitoringManager::GetInstance().stopMonitorEngine(); });
 }
 
 char* get_wireless_client_report_avail_list(char const* /*request*/) {
@@ -77,7 +82,9 @@ char* get_wireless_network_report(char const* request) {
 // By value, because the symbol carries its parameter types and hosts look it up under this name.
 void GetInterfaceTraffic(std::string mac, std::string interface,  // NOLINT(performance-unnecessary-value-param)
                          std::map<std::string, unsigned long long>& out) {
-  const auto monitor = std::dynamic_pointer_cast<TrafficMonitor>(
-      MonitoringManager::GetInstance().GetMonitor(monitoring::kTrafficMonitor));
-  if (monitor != nullptr) monitor->GetInterfaceTrafficData(mac, interface, out);
+  WithinBoundary([&] {
+    const auto monitor = std::dynamic_pointer_cast<TrafficMonitor>(
+        MonitoringManager::GetInstance().GetMonitor(monitoring::kTrafficMonitor));
+    if (monitor != nullptr) monitor->GetInterfaceTrafficData(mac, interface, out);
+  });
 }

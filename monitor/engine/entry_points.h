@@ -10,8 +10,8 @@
 
 #define VEXORA_EXPORT __attribute__((visibility("default")))
 
-/// Creates the monitors, files them with the subscription service and starts the engine, whose first pass runs a minute
-/// later.
+/// Creates the monitors, files them with the subscription service and starts the engine, whose first
+/// pass runs a minute later.
 ///
 /// Threads: once, from the host's start-up path, when every service of the contract is ready to be called.
 /// Fails:   always returns 1. A task service that refuses the engine's task is logged, and no pass will run.

@@ -4,8 +4,10 @@
 #include <memory>
 #include <utility>
 
+#include "monitor/engine/json_keys.h"
 #include "monitor/engine/json_tree.h"
 
+namespace json_key = monitoring::json_key;
 using monitoring::Member;
 using monitoring::TextOf;
 
@@ -19,11 +21,11 @@ subscribes::ParsedRequest ParseFilters(json_object* request) {
   const std::size_t elements = json_object_array_length(request);
   for (std::size_t index = 0; index < elements; ++index) {
     json_object* element = json_object_array_get_idx(request, index);
-    json_object* wanted = Member(element, "filter");
+    json_object* wanted = Member(element, json_key::kFilter);
     auto filter = std::make_shared<Filter>();
-    filter->interval = TextOf(Member(wanted, "interval"));
-    filter->mac = TextOf(Member(wanted, "mac"));
-    parsed[TextOf(Member(element, "sid"))] = std::move(filter);
+    filter->interval = TextOf(Member(wanted, json_key::kInterval));
+    filter->mac = TextOf(Member(wanted, json_key::kMac));
+    parsed[TextOf(Member(element, json_key::kSid))] = std::move(filter);
   }
   return parsed;
 }

@@ -4,8 +4,8 @@
 
 #include "platform/subscriptions.h"
 
-/// What a subscriber asks for. Always held by `std::shared_ptr<Filter>`; a monitor with richer requests derives from
-/// it.
+/// What a subscriber asks for. Always held by `std::shared_ptr<Filter>`; a monitor with richer
+/// requests derives its own.
 class Filter {
  public:
   Filter() = default;

@@ -1,6 +1,5 @@
 #include "monitor/engine/json_tree.h"
 
-#include <cstddef>
 #include <cstdlib>
 #include <cstring>
 #include <utility>
@@ -23,10 +22,6 @@ JsonTree NewInteger(std::int64_t value) {
   return JsonTree(json_object_new_int64(value));
 }
 
-JsonTree Share(json_object* tree) {
-  return JsonTree(json_object_get(tree));
-}
-
 void Add(const JsonTree& object, const char* key, JsonTree member) {
   if (object == nullptr || member == nullptr) return;
   json_object* added = member.release();
@@ -35,6 +30,16 @@ void Add(const JsonTree& object, const char* key, JsonTree member) {
 
 void Add(const JsonTree& object, const std::string& key, JsonTree member) {
   Add(object, key.c_str(), std::move(member));
+}
+
+void AddShared(const JsonTree& object, const char* key, json_object* member) {
+  if (object == nullptr) return;
+  json_object* added = json_object_get(member);
+  if (json_object_object_add(object.get(), key, added) != 0) json_object_put(added);
+}
+
+bool HasMembers(const JsonTree& object) {
+  return object != nullptr && json_object_object_length(object.get()) != 0;
 }
 
 void Append(const JsonTree& array, JsonTree element) {
@@ -65,9 +70,7 @@ JsonTree NewSidArray(const std::vector<std::string>& sids) {
 std::string TextOf(json_object* value) {
   if (value == nullptr) return {};
   const char* text = json_object_get_string(value);
-  if (text == nullptr) return {};
-  if (json_object_is_type(value, json_type_string) == 0) return text;
-  return {text, static_cast<std::size_t>(json_object_get_string_len(value))};
+  return text == nullptr ? std::string() : text;
 }
 
 json_object* Member(json_object* object, const char* key) {

@@ -14,7 +14,7 @@ struct JsonRelease {
   void operator()(json_object* tree) const { json_object_put(tree); }
 };
 
-/// The owner of one reference to a json-c tree. Null stands for JSON null, and for a tree that could not be allocated.
+/// The owner of one reference to a json-c tree. Null stands for a tree that could not be allocated.
 using JsonTree = std::unique_ptr<json_object, JsonRelease>;
 
 JsonTree NewObject();
@@ -22,12 +22,15 @@ JsonTree NewArray();
 JsonTree NewText(const std::string& text);  ///< Any octets; kept whole, also behind a NUL.
 JsonTree NewInteger(std::int64_t value);
 
-/// A second owner of the same tree.
-JsonTree Share(json_object* tree);
-
 /// Puts `member` under `key`, in place of what stood there. A member that could not be allocated is left out.
 void Add(const JsonTree& object, const char* key, JsonTree member);
 void Add(const JsonTree& object, const std::string& key, JsonTree member);
+
+/// Puts another reference to `member` under `key`; null is JSON null. Whoever owned it still does.
+void AddShared(const JsonTree& object, const char* key, json_object* member);
+
+/// Whether an object has any member.
+bool HasMembers(const JsonTree& object);
 
 /// Appends `element`, unless it could not be allocated.
 void Append(const JsonTree& array, JsonTree element);
@@ -39,7 +42,7 @@ JsonTree KeptAsText(JsonTree array);
 /// The array of SID texts that every message carries.
 JsonTree NewSidArray(const std::vector<std::string>& sids);
 
-/// The text of a value: a JSON string's own octets, any other value in JSON form. Empty for null.
+/// The text of a value: a JSON string's own octets as far as a NUL, any other value in JSON form. Empty for null.
 std::string TextOf(json_object* value);
 
 /// The value under `key`; null when `object` is no object, has no such key, or holds null there. `object` keeps it.

@@ -4,6 +4,7 @@
 
 #include <ctime>
 
+#include "monitor/engine/boundary.h"
 #include "monitor/engine/constants.h"
 #include "monitor/engine/monitoring_manager.h"
 
@@ -18,6 +19,6 @@ void MonitorDataMergeTask::Run() {
   while (!manager.stop_flag()) {
     sleep(kPaceSeconds);
     const long now = time(nullptr);
-    manager.DataUpdate(now);
+    monitoring::WithinBoundary([&] { manager.DataUpdate(now); });
   }
 }

@@ -4,7 +4,7 @@
 
 /// The engine: a pass over all monitors every minute, until the manager's stop flag is set.
 ///
-/// Threads: `Run` is the only thread of the library, on a thread of the host's task service.
+/// Threads: `Run` runs on a thread of the host's task service, the only one that is the library's own for its life.
 class MonitorDataMergeTask final : public Task {
  public:
   MonitorDataMergeTask();

@@ -1,5 +1,6 @@
 #include "monitor/engine/monitor.h"
 
+#include "monitor/engine/boundary.h"
 #include "monitor/engine/time_keys.h"
 #include "platform/logging.h"
 
@@ -10,7 +11,9 @@ subscribes::ParsedRequest Monitor::FilterParser(json_object* request) {
     pel_log_error(log_module::kMonitor, "[Monitor::FilterParser] Parameter is invalid");
     return {};
   }
-  return ParseFilters(request);
+  subscribes::ParsedRequest filters;
+  monitoring::WithinBoundary([&] { filters = ParseFilters(request); });
+  return filters;
 }
 
 void Monitor::PushDataBySID(const subscribes::SubscriptionList& /*subscriptions*/) {}

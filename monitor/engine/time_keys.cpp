@@ -4,10 +4,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <ctime>
+#include <limits>
 
 namespace monitoring::time_keys {
 namespace {
 
+constexpr std::int64_t kMinuteSeconds = 60;
 constexpr std::int64_t kDaySeconds = 86400;
 constexpr int kSaturday = 6;
 
@@ -17,8 +19,14 @@ constexpr std::size_t kDateTimeBuffer = 20;  // "2026-11-15 07:14:35" and the fi
 tm LocalTime(std::int64_t time) {
   tm local{};
   const auto seconds = static_cast<time_t>(time);
-  localtime_r(&seconds, &local);
-  return local;
+  return localtime_r(&seconds, &local) == nullptr ? tm{} : local;
+}
+
+/// `time` moved by so many days of 86400 seconds, no further than a time can reach.
+std::int64_t Moved(std::int64_t time, int days) {
+  std::int64_t moved = 0;
+  if (!__builtin_add_overflow(time, kDaySeconds * days, &moved)) return moved;
+  return days < 0 ? std::numeric_limits<std::int64_t>::min() : std::numeric_limits<std::int64_t>::max();
 }
 
 template <std::size_t kSize>
@@ -31,6 +39,10 @@ std::string Formatted(std::int64_t time, const char* format) {
 
 }  // namespace
 
+std::int64_t Minute(long time) {
+  return std::int64_t{time} / kMinuteSeconds;
+}
+
 std::string Day(long time) {
   return Formatted<kDayBuffer>(time, "%Y-%m-%d");
 }
@@ -41,9 +53,8 @@ std::string DateTime(long time) {
 
 std::string Week(long time) {
   const int weekday = LocalTime(time).tm_wday;
-  const std::int64_t start = time - kDaySeconds * weekday;
-  const std::int64_t end = time + kDaySeconds * (kSaturday - weekday);
-  return Formatted<kDayBuffer>(start, "%Y-%m-%d/") + Formatted<kDayBuffer>(end, "%Y-%m-%d");
+  return Formatted<kDayBuffer>(Moved(time, -weekday), "%Y-%m-%d/") +
+         Formatted<kDayBuffer>(Moved(time, kSaturday - weekday), "%Y-%m-%d");
 }
 
 }  // namespace monitoring::time_keys

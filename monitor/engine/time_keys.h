@@ -1,12 +1,16 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 /// Names of days, weeks and moments in the local time zone: the keys of the day and week buckets.
 ///
 /// Units: seconds since the epoch. Threads: any.
-/// Fails: a time that has no calendar date gives the keys of an empty date, never a fault.
+/// Fails: a time that has no calendar date gives the keys of an empty date (1900-01-00), never a fault.
 namespace monitoring::time_keys {
+
+/// Whole minutes since the epoch, rounded towards 0: the stamp of samples in messages.
+std::int64_t Minute(long time);
 
 /// The local date, as in 2026-11-15.
 std::string Day(long time);

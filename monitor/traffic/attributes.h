@@ -8,8 +8,8 @@
 
 namespace monitoring::traffic {
 
-/// The counters of one interface as texts: "inbytes" and "outbytes" -> decimal text of an unsigned 64-bit octet
-/// counter.
+/// The counters of one interface as texts: "inbytes" and "outbytes" -> decimal text of an unsigned
+/// 64-bit octet counter.
 using Attributes = std::map<std::string, std::string>;
 using InterfaceAttributes = std::map<std::string, Attributes>;        ///< Interface display name -> its counters.
 using DeviceAttributes = std::map<std::string, InterfaceAttributes>;  ///< Device MAC -> its interfaces.

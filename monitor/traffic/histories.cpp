@@ -3,10 +3,10 @@
 #include <cstdint>
 #include <utility>
 
+#include "monitor/engine/time_keys.h"
+
 namespace monitoring::traffic {
 namespace {
-
-constexpr time_t kMinuteSeconds = 60;
 
 /// The mean of the newest `count` samples; `history` has as many.
 Traffic MeanOfNewest(const History& history, int count, time_t now) {
@@ -21,12 +21,9 @@ Traffic MeanOfNewest(const History& history, int count, time_t now) {
   return mean;
 }
 
-/// When the newest sample of an interface was made; 0 when there is none.
-time_t NewestTime(const DeviceHistories& devices, const std::string& mac, const std::string& interface) {
-  const auto device = devices.find(mac);
-  if (device == devices.end()) return 0;
-  const auto history = device->second.find(interface);
-  return history == device->second.end() || history->second.empty() ? 0 : history->second.back().time;
+/// When the newest sample was made; 0 when there is none.
+time_t NewestTime(const History& history) {
+  return history.empty() ? 0 : history.back().time;
 }
 
 /// Appends a sample to a history of a longer view, whose cap comes before the sample.
@@ -59,10 +56,10 @@ void RenameInterface(InterfaceHistories& histories, const std::string& old_name,
 void AppendAverages(const DeviceHistories& source, int count, int minutes, time_t now, DeviceHistories& target) {
   for (const auto& [mac, interfaces] : source) {
     for (const auto& [interface, history] : interfaces) {
+      History& means = target[mac][interface];  // there from the start: a watched device shows in every view at once
       if (history.size() < static_cast<std::size_t>(count)) continue;
-      const time_t newest = NewestTime(target, mac, interface);
-      if (history.back().time / kMinuteSeconds - newest / kMinuteSeconds < minutes) continue;
-      AppendLong(target[mac][interface], MeanOfNewest(history, count, now));
+      if (time_keys::Minute(NewestTime(history)) - time_keys::Minute(NewestTime(means)) < minutes) continue;
+      AppendLong(means, MeanOfNewest(history, count, now));
     }
   }
 }

@@ -8,7 +8,7 @@
 
 namespace monitoring::traffic {
 
-/// Appends a sample to a history of the "1m" view, which keeps `kKeptSamples`.
+/// Appends a sample to a history of the "1m" view, and drops the oldest when there are then more than `kKeptSamples`.
 void AppendMinute(History& history, const Traffic& sample);
 
 /// Drops samples that lie after `now` from the front of a history, and tells how many. It stops at the first sample
@@ -20,7 +20,8 @@ void RenameInterface(InterfaceHistories& histories, const std::string& old_name,
 
 /// Appends to each history of `target` the mean of the newest `count` samples of its history in `source`, stamped
 /// `now`: for those that have so many samples, and whose newest one is at least `minutes` whole minutes of the clock
-/// later than the newest one of the target. A target without samples takes its first one as soon as there are enough.
+/// later than the newest one of the target. A target without samples takes its first one as soon as there are enough;
+/// until then it is there, but empty.
 void AppendAverages(const DeviceHistories& source, int count, int minutes, time_t now, DeviceHistories& target);
 
 }  // namespace monitoring::traffic

@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <utility>
 
+#include "monitor/engine/json_keys.h"
+#include "monitor/engine/time_keys.h"
 #include "platform/logging.h"
 
 namespace monitoring::traffic {
 namespace {
-
-constexpr time_t kMinuteSeconds = 60;
 
 bool IsSilent(const Traffic& sample) {
   return sample.input == 0 && sample.output == 0;
@@ -16,9 +16,9 @@ bool IsSilent(const Traffic& sample) {
 
 JsonTree SampleObject(const Traffic& sample) {
   JsonTree object = NewObject();
-  Add(object, "time", NewInteger(sample.time / kMinuteSeconds));  // minutes since the epoch
-  Add(object, "input", NewInteger(static_cast<std::int64_t>(sample.input)));
-  Add(object, "output", NewInteger(static_cast<std::int64_t>(sample.output)));
+  Add(object, json_key::kTime, NewInteger(time_keys::Minute(sample.time)));
+  Add(object, json_key::kInput, NewInteger(static_cast<std::int64_t>(sample.input)));
+  Add(object, json_key::kOutput, NewInteger(static_cast<std::int64_t>(sample.output)));
   return object;
 }
 
@@ -26,9 +26,9 @@ JsonTree InterfaceObject(const History& history, int if_index) {
   JsonTree samples = NewArray();
   for (const Traffic& sample : history) Append(samples, SampleObject(sample));
   JsonTree object = NewObject();
-  Add(object, "ifIndex", NewInteger(if_index));
+  Add(object, json_key::kIfIndex, NewInteger(if_index));
   // a sample is a dozen times larger as a tree than as text, and a message may hold millions of them
-  Add(object, "traffic", KeptAsText(std::move(samples)));
+  Add(object, json_key::kTraffic, KeptAsText(std::move(samples)));
   return object;
 }
 

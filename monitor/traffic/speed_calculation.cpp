@@ -86,7 +86,7 @@ void TrafficMonitor::CalculateDeviceSpeed(const std::string& mac, const Interfac
 
 void TrafficMonitor::AppendFirstSight(const std::string& mac, const std::string& interface) {
   const lock_guard_write held(views_lock_);
-  views_[monitoring::kView1m][mac][interface].push_back({.time = current_time()});
+  views_[monitoring::kView1m][mac][interface].push_back({.time = current_time()});  // whatever its length
   pel_log_debug(log_module::kMonitor,
                 "[CalculateTrafficSpeed] Padzero for mac: %s, interface: %s. Can't find the interface in last element",
                 mac.c_str(), interface.c_str());
@@ -109,8 +109,8 @@ void TrafficMonitor::CalculateInterfaceSpeed(const std::string& mac, const std::
   pel_log_debug(log_module::kMonitor, "[CalculateTrafficSpeed] this time %lu last time %lu",
                 static_cast<unsigned long>(step.polling_time), static_cast<unsigned long>(step.last_polling_time));
   LogRestarts(before, now);
-  const std::int64_t seconds = std::int64_t{step.sample_time} - std::int64_t{step.last_sample_time};
-  Traffic sample = monitoring::traffic::SpeedBetween(step.last, step.now, seconds);
+  Traffic sample = monitoring::traffic::SpeedBetween(
+      step.last, step.now, monitoring::traffic::SecondsBetween(step.last_sample_time, step.sample_time));
   sample.time = step.polling_time;
   AppendSpeed(step, sample);
 }

@@ -3,8 +3,10 @@
 #include <array>
 #include <utility>
 
+#include "monitor/engine/boundary.h"
 #include "monitor/engine/constants.h"
 #include "monitor/engine/credential_members.h"
+#include "monitor/engine/json_keys.h"
 #include "monitor/engine/push.h"
 #include "monitor/traffic/histories.h"
 #include "monitor/traffic/show.h"
@@ -12,6 +14,7 @@
 #include "platform/logging.h"
 #include "platform/sending.h"
 
+namespace json_key = monitoring::json_key;
 using monitoring::JsonTree;
 using monitoring::Traffic;
 using monitoring::traffic::DeviceHistories;
@@ -62,6 +65,7 @@ TrafficMonitor::~TrafficMonitor() {
     const lock_guard collection(collection_lock_);
     latest_attributes_.clear();
     last_attributes_.clear();
+    interface_indexes_.clear();
     const lock_guard_write views(views_lock_);
     views_.clear();
   }
@@ -174,13 +178,15 @@ void TrafficMonitor::monitor(const std::string& /*argument*/) {
 }
 
 void TrafficMonitor::PushDataBySID(const subscribes::SubscriptionList& subscriptions) {
-  monitoring::MergedList merged;
-  SidMergedWithFilter(subscriptions, merged);
-  for (const auto& [filter, connections] : merged) {
-    for (const auto& [connection, sids] : connections) {
-      monitoring::Send(connection, GenerateJsonMsg(GetMonitorName(), *filter, sids));
+  monitoring::WithinBoundary([&] {
+    monitoring::MergedList merged;
+    SidMergedWithFilter(subscriptions, merged);
+    for (const auto& [filter, connections] : merged) {
+      for (const auto& [connection, sids] : connections) {
+        monitoring::Send(connection, GenerateJsonMsg(GetMonitorName(), *filter, sids));
+      }
     }
-  }
+  });
 }
 
 std::string TrafficMonitor::GenerateJsonMsg(const std::string& name, const Filter& filter,
@@ -194,10 +200,10 @@ std::string TrafficMonitor::GenerateJsonMsg(const std::string& name, const Filte
     const auto devices = views_.find(view);
     if (devices != views_.end()) {
       pel_log_debug(log_module::kMonitor, "[TrafficMonitor::GenerateJsonMsg] current interval is : %s", view.c_str());
-      monitoring::Add(body, "traffic_data", TrafficData(devices->second, filter.mac, indexes));
+      monitoring::Add(body, json_key::kTrafficData, TrafficData(devices->second, filter.mac, indexes));
     }
   }
-  monitoring::Add(body, "sid", monitoring::NewSidArray(sids));
+  monitoring::Add(body, json_key::kSid, monitoring::NewSidArray(sids));
   monitoring::Add(message, view, std::move(body));
   return kro_utilities::jsonobject::compose_communication_struct(name.c_str(), message.get());
 }
@@ -211,7 +217,7 @@ JsonTree TrafficMonitor::TrafficData(const DeviceHistories& devices, const std::
     JsonTree device =
         monitoring::traffic::DeviceObject(id, interfaces, known == indexes.end() ? nullptr : &known->second);
     if (!mac.empty()) monitoring::AddCredentialMembers(device, id, "TrafficMonitor");
-    if (json_object_object_length(device.get()) != 0) monitoring::Add(data, id, std::move(device));
+    if (monitoring::HasMembers(device)) monitoring::Add(data, id, std::move(device));
   }
   return data;
 }
@@ -232,8 +238,8 @@ void TrafficMonitor::GetInterfaceTrafficData(const std::string& mac, const std::
   if (device == devices->second.end()) return;
   const auto history = device->second.find(interface);
   if (history == device->second.end() || history->second.empty()) return;
-  out["input"] = history->second.back().input;
-  out["output"] = history->second.back().output;
+  out[json_key::kInput] = history->second.back().input;
+  out[json_key::kOutput] = history->second.back().output;
 }
 
 void TrafficMonitor::Cleanup(const std::string& mac) {

@@ -18,8 +18,7 @@
 /// histories of these speeds at six resolutions.
 ///
 /// Threads: a pass runs on the engine's thread. Clean-up, the newest speed of an interface and a first message for a
-/// new
-///          subscriber come from any thread, also during a pass.
+///          new subscriber come from any thread, also during a pass.
 class TrafficMonitor final : public Monitor {
  public:
   /// What the name of one interface is made of.

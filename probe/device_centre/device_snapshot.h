@@ -13,8 +13,8 @@
 
 namespace probe {
 
-/// Everything that is known about one device at one moment. A source replaces it as a whole; nobody changes it in
-/// place.
+/// Everything that is known about one device at one moment. A source replaces it as a whole; nobody
+/// changes it in place.
 ///
 /// A fresh snapshot is that of a device which is there and has told nothing.
 struct DeviceSnapshot {

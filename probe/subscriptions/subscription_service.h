@@ -29,8 +29,8 @@ class SubscriptionService final : public subscribes::SubscribesManager {
   std::optional<subscribes::ParsedRequest> Parse(const std::string& topic, json_object* request) const
       VEXORA_EXCLUDES(lock_);
 
-  /// Files each filter under its SID for this connection, in place of an earlier one of the same topic, SID and
-  /// connection.
+  /// Files each filter under its SID for this connection, in place of an earlier one of the same
+  /// topic, SID and connection.
   void File(const std::string& topic, lws* connection, const subscribes::ParsedRequest& filters) VEXORA_EXCLUDES(lock_);
 
   /// Removes one subscription. False when there was none.

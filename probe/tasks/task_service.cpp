@@ -4,6 +4,8 @@
 
 #include <chrono>
 #include <csignal>
+#include <string>
+#include <system_error>
 #include <utility>
 
 int task_manager::StartTask(std::shared_ptr<Task> task) {
@@ -41,10 +43,21 @@ int TaskService::Start(std::shared_ptr<Task> task) {
   auto& place = tasks_[task->name()];
   if (place != nullptr) return -1;
   InstallWakeHandler();
-  place = std::make_unique<RunningTask>();
-  place->thread =
-      std::thread([this, &running = *place, owned = std::move(task)]() mutable { Run(std::move(owned), running); });
-  return 0;
+  place = std::make_shared<RunningTask>();
+  const std::string name = task->name();
+  if (StartThread(*place, std::move(task))) return 0;
+  tasks_.erase(name);
+  return -1;
+}
+
+bool TaskService::StartThread(RunningTask& running, std::shared_ptr<Task> task) {
+  try {
+    running.thread =
+        std::thread([this, &running, owned = std::move(task)]() mutable { Run(std::move(owned), running); });
+    return true;
+  } catch (const std::system_error&) {
+    return false;
+  }
 }
 
 void TaskService::Run(std::shared_ptr<Task> task, RunningTask& running) {
@@ -59,12 +72,13 @@ void TaskService::Wait(const std::string& name) {
   std::unique_lock held(lock_);
   const auto found = tasks_.find(name);
   if (found == tasks_.end()) return;
-  RunningTask& running = *found->second;
-  while (!task_over_.wait_for(held, kWakeInterval, [&] { return running.is_over; })) {
-    pthread_kill(running.thread.native_handle(), kWakeSignal);
+  const std::shared_ptr<RunningTask> running = found->second;
+  while (!task_over_.wait_for(held, kWakeInterval, [&] { return running->is_over; })) {
+    pthread_kill(running->thread.native_handle(), kWakeSignal);
   }
-  running.thread.join();  // the thread is past its last use of lock_
-  tasks_.erase(found);
+  if (!running->thread.joinable()) return;  // another waiter was first
+  running->thread.join();                   // at once: the thread is past its last use of lock_
+  tasks_.erase(name);
 }
 
 }  // namespace probe

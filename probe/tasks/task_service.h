@@ -34,11 +34,13 @@ class TaskService {
     bool is_over = false;
   };
 
+  /// Starts the thread of a task that was just filed. False when there can be no more threads.
+  bool StartThread(RunningTask& running, std::shared_ptr<Task> task);
   void Run(std::shared_ptr<Task> task, RunningTask& running);
 
   std::mutex lock_;
   std::condition_variable task_over_;
-  std::map<std::string, std::unique_ptr<RunningTask>> tasks_;  // by name, until waited for; guarded by lock_
+  std::map<std::string, std::shared_ptr<RunningTask>> tasks_;  // by name, until waited for; guarded by lock_
 };
 
 }  // namespace probe

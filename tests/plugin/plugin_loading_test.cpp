@@ -82,7 +82,7 @@ TEST(PluginLoading, LeavesNothingBehindInAThousandRoundsOfLoadRunStopUnload) {
   probe::DeviceCentre::Instance().Clear();
 }
 
-TEST(PluginLoading, StopsWhileReportThreadsCallAndUnloadsWhenTheyAreDone) {
+TEST(PluginLoading, StopsWhileHostThreadsCallAndUnloadsWhenTheyAreDone) {
   for (int round = 0; round < 20; ++round) {
     probe::VirtualClock clock(kStart);
     const probe::ClockInstallation installation(clock);

@@ -38,4 +38,38 @@ TEST(Constants, NameEveryOutcomeOfEveryAction) {
             TopicsOf("delete", kThreeOutcomes));
 }
 
+TEST(Constants, NameTheFamiliesOfChanges) {
+  EXPECT_STREQ(kStateChangeReachability, "/state_change/reachability/");
+  EXPECT_STREQ(kStateChangeCredential, "/state_change/credential/");
+  EXPECT_STREQ(kStateChangeDeviceService, "/state_change/device_service/");
+  EXPECT_STREQ(kStateChangeFirmware, "/state_change/firmware/");
+  EXPECT_STREQ(kStateChangeHealth, "/state_change/health/");
+  EXPECT_STREQ(kStateChangeEox, "/state_change/eox");
+  EXPECT_STREQ(kStateChangeMaintenance, "/state_change/maintenance");
+  EXPECT_STREQ(kEventLogin, "/event/login");
+  EXPECT_STREQ(kStateHealth, "/state/health");
+}
+
+TEST(Constants, HoldTheFurtherTexts) {
+  using Texts = std::vector<std::string>;
+  EXPECT_EQ(Texts({kHealthMonitorText, kClientCountMonitorText, kTrafficMonitorText, kAssociateClientMonitor, kNone,
+                   kExpireTime, kPlatformInfoStep, kUserCredentialStep, kAaaSetting, kAaaLocalUser,
+                   kAaaLocalUserAttribute, kAaaPasswordStrength, kManagerConnection, kLog, kSyslogSetting, kSiteInfo}),
+            Texts({"health_monitor", "clientcount_monitor", "traffic_monitor", "AssociateCLientMonitor", "None",
+                   "ExpireTime", "1-Platform info", "2-User Credential", "AAASetting", "AAASetting.LocalUser",
+                   "AAASetting.LocalUserAttribute", "AAASetting.PasswordStrength", "Manager Connection", "Log",
+                   "Syslog_setting", "Site info"}));
+}
+
+TEST(Constants, NameMonitorsTopicsViewsAndPeriods) {
+  using Texts = std::vector<std::string>;
+  EXPECT_EQ(
+      Texts({kHealthMonitor, kClientCountMonitor, kTrafficMonitor, kWirelessTopMonitor, kWirelessNetworkReport,
+             kWirelessClientReport, kSsidClientCountMonitor, kDevicesClientCountMonitor, kMergeTask}),
+      Texts({"HealthMonitor", "ClientCountMonitor", "TrafficMonitor", "wireless_top_monitor", "wireless_network_report",
+             "wireless_client_report", "SSIDClientCountMonitor", "DevicesClientCountMonitor", "monitor_data_merge"}));
+  EXPECT_EQ(Texts({kView1m, kView5m, kView10m, kView1h, kView2h, kView1day, kDaily, kWeekly}),
+            Texts({"1m", "5m", "10m", "1h", "2h", "1day", "daily", "weekly"}));
+}
+
 }  // namespace

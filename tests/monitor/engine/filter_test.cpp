@@ -62,8 +62,9 @@ TEST(FilterParser, TakesAFilterThatIsNoObjectAsAnEmptyOne) {
   EXPECT_THAT(Parsed(R"([{"sid": "a", "filter": "1h"}])"), ElementsAre(Pair("a", Wanted{})));
 }
 
-TEST(FilterParser, KeepsEveryOctetOfASid) {
-  EXPECT_THAT(Parsed(R"([{"sid": "a\u0000b"}])"), ElementsAre(Pair(std::string("a\0b", 3), Wanted{})));
+TEST(FilterParser, TakesATextAsFarAsANul) {
+  EXPECT_THAT(Parsed(R"([{"sid": "a\u0000b", "filter": {"interval": "1m\u0000x"}}])"),
+              ElementsAre(Pair("a", Wanted{"1m", ""})));
 }
 
 TEST(FilterParser, GivesNothingForWhatIsNoArray) {

@@ -32,14 +32,24 @@ TEST(JsonTree, SharesASubtreeWithoutTakingItAway) {
   JsonTree source = NewObject();
   Add(source, "a", NewText("x"));
   JsonTree target = NewObject();
-  Add(target, "copy", Share(Member(source.get(), "a")));
+  AddShared(target, "copy", Member(source.get(), "a"));
   source.reset();
   EXPECT_EQ(Text(target), R"({"copy":"x"})");
 }
 
-TEST(JsonTree, KeepsOctetsBehindANul) {
+TEST(JsonTree, SharesAJsonNullToo) {
+  JsonTree object = NewObject();
+  EXPECT_FALSE(HasMembers(object));
+  AddShared(object, "a", nullptr);
+  EXPECT_EQ(Text(object), R"({"a":null})");
+  EXPECT_TRUE(HasMembers(object));
+  EXPECT_FALSE(HasMembers(nullptr));
+}
+
+TEST(JsonTree, ReadsATextAsFarAsANul) {
   const JsonTree text = NewText(std::string("a\0b", 3));
-  EXPECT_EQ(TextOf(text.get()), std::string("a\0b", 3));
+  EXPECT_EQ(Text(text), R"("a\u0000b")");
+  EXPECT_EQ(TextOf(text.get()), "a");
 }
 
 TEST(JsonTree, HoldsCountersOf63Bits) {

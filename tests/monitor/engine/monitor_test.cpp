@@ -42,13 +42,13 @@ class RecordingMonitor final : public BareMonitor {
   std::vector<subscribes::SubscriptionList> pushed;
 };
 
-/// The slot of a virtual operation. Source: Itanium C++ ABI, 2.3 (a pointer to a virtual member function holds 1 plus
-/// the operation's offset in the table).
+/// The slot of a virtual operation. Source: Itanium C++ ABI, 2.3: a pointer to a virtual member function holds the
+/// operation's offset in the table, plus 1 where the ABI marks it there and not beside it.
 template <typename MemberPointer>
 std::size_t SlotOf(MemberPointer operation) {
   std::ptrdiff_t offset = 0;
   std::memcpy(&offset, &operation, sizeof(offset));
-  return (static_cast<std::size_t>(offset) - 1) / sizeof(void*);
+  return static_cast<std::size_t>(offset) / sizeof(void*);  // rounds the mark away
 }
 
 TEST(Monitor, StartsWithCountersOfOneNoFlagsAndTheTimeOfConstruction) {

@@ -92,7 +92,7 @@ TEST_F(MonitoringManagerTest, KeepsTheFirstMonitorOfANameAndDoesNotSubscribeTheS
   Register("One");
   EXPECT_EQ(manager.GetMonitor("One"), first);
   EXPECT_FALSE(IsFed("One"));
-  EXPECT_THAT(log.Texts(Level::kError), IsEmpty());
+  EXPECT_THAT(log.Lines(), IsEmpty());
   manager.stopMonitorEngine();
 }
 

@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "platform/sending.h"
+#include "probe/sending/send_function.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/message_capture.h"
 
@@ -79,10 +79,10 @@ TEST(Send, HandsTheTextToTheSendFunction) {
 }
 
 TEST(Send, DropsTheMessageWhenNoSenderIsInstalled) {
-  const test::LogCapture log;
-  ASSERT_EQ(GetSalSendByCon(), nullptr);
-  monitoring::Send(Connection(7), "text");
   test::MessageCapture messages;
+  probe::InstallSendFunction(nullptr);
+  const test::LogCapture log;
+  monitoring::Send(Connection(7), "text");
   EXPECT_THAT(messages.Take(), IsEmpty());
   EXPECT_THAT(log.Lines(), IsEmpty());
 }

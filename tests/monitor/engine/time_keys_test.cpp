@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 #include <ctime>
+#include <limits>
 #include <string>
 
 #include "monitor/engine/monitor.h"
@@ -66,6 +67,21 @@ TEST_F(TimeKeys, NamesTheSameWeekOnEachOfItsDays) {
 
 TEST_F(TimeKeys, NamesAWeekAcrossTheYearsEnd) {
   EXPECT_EQ(Monitor::GetWeekStr(At(2027, 1, 1)), "2026-12-27/2027-01-02");
+}
+
+TEST_F(TimeKeys, NamesNoDateForATimeThatHasNoneWithoutAFault) {
+  if (sizeof(long) == 4) return;  // every time of 32 bits has a date
+  for (const long time : {std::numeric_limits<long>::max(), std::numeric_limits<long>::min()}) {
+    EXPECT_EQ(Monitor::GetDateStr(time), "1900-01-00");
+    EXPECT_EQ(Monitor::GetDateTimeStr(time), "1900-01-00 00:00:00");
+    EXPECT_EQ(Monitor::GetWeekStr(time), "1900-01-00/1900-01-00");
+  }
+}
+
+TEST_F(TimeKeys, CountsWholeMinutesSinceTheEpoch) {
+  EXPECT_EQ(monitoring::time_keys::Minute(59), 0);
+  EXPECT_EQ(monitoring::time_keys::Minute(60), 1);
+  EXPECT_EQ(monitoring::time_keys::Minute(1'795'219'259), 29'920'320);
 }
 
 TEST_F(TimeKeys, CountsDaysOf86400SecondsAcrossADaylightSavingChange) {

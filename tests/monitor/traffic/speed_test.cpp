@@ -14,7 +14,7 @@ using namespace monitoring::traffic;
 
 constexpr std::uint64_t kMost = std::numeric_limits<std::uint64_t>::max();
 
-std::pair<std::uint64_t, std::uint64_t> Speed(Counters last, Counters now, std::int64_t seconds) {
+std::pair<std::uint64_t, std::uint64_t> Speed(Counters last, Counters now, std::uint64_t seconds) {
   const Traffic speed = SpeedBetween(last, now, seconds);
   return {speed.input, speed.output};
 }
@@ -27,9 +27,17 @@ TEST(Speed, IsRoundedDown) {
   EXPECT_EQ(Speed({0, 0}, {119, 59}, 60), (std::pair<std::uint64_t, std::uint64_t>{1, 0}));
 }
 
-TEST(Speed, IsZeroWhenTheDeviceClockStoodStillOrWentBack) {
+TEST(Speed, IsZeroOverNoTime) {
   EXPECT_EQ(Speed({0, 0}, {6'000, 600}, 0), (std::pair<std::uint64_t, std::uint64_t>{0, 0}));
-  EXPECT_EQ(Speed({0, 0}, {6'000, 600}, -60), (std::pair<std::uint64_t, std::uint64_t>{0, 0}));
+}
+
+TEST(SecondsBetween, AreNoneWhenTheDeviceClockStoodStillWentBackOrTellsNonsense) {
+  EXPECT_EQ(SecondsBetween(100, 160), 60U);
+  EXPECT_EQ(SecondsBetween(160, 160), 0U);
+  EXPECT_EQ(SecondsBetween(160, 100), 0U);
+  EXPECT_EQ(SecondsBetween(std::numeric_limits<time_t>::max(), std::numeric_limits<time_t>::min()), 0U);
+  const auto huge = std::numeric_limits<time_t>::max();
+  EXPECT_EQ(SecondsBetween(-10, huge), sizeof(time_t) == 8 ? 0U : static_cast<std::uint64_t>(huge) + 10);
 }
 
 TEST(Speed, HoldsTheLargestCounters) {

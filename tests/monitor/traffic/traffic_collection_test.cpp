@@ -184,6 +184,40 @@ TEST_F(TrafficMonitorTest, WaitsForTheFirstChangeWhileAnEmptiedHistorysCountersD
   EXPECT_THAT(Samples("1m", kSwitch, "ge1"), ElementsAre(Sample{-58, 1, 0}));
 }
 
+TEST_F(TrafficMonitorTest, DoesNotHoldBackAnEmptiedHistoryWhoseCountersAreAndStayZero) {
+  network.Switch(kSwitch).Port("ge1", {0, 0}).SampledAt(kStart);
+  Pass();
+  clock.Set(kStart - 3'600);  // empties the history
+  network.Switch(kSwitch).SampledAt(kStart + 60);
+  Pass();
+  EXPECT_EQ(Newest(kSwitch, "ge1"), (::Newest{{"input", 0}, {"output", 0}}));
+}
+
+TEST_F(TrafficMonitorTest, TakesACounterThatRestartedAtItsNewValueAsMoved) {
+  network.Switch(kSwitch).Port("ge1", {6'000, 0}).SampledAt(kStart);
+  Pass();
+  clock.Set(kStart - 3'600);  // empties the history
+  network.Switch(kSwitch).Port("ge1", {600, 0}).SampledAt(kStart + 60);
+  Pass();
+  EXPECT_THAT(Samples("1m", kSwitch, "ge1"), ElementsAre(Sample{-59, 10, 0}));
+}
+
+TEST_F(TrafficMonitorTest, KeepsOneSampleMoreForEachTimeThatAnInterfaceCameBack) {
+  network.Switch(kSwitch).Port("ge2", {0, 0});
+  for (int minute = 0; minute < 40; ++minute) PassAt(10);
+  ASSERT_THAT(Speeds("1m", kSwitch, "ge1"), SizeIs(30));
+  network.Switch(kSwitch).WithoutPort("ge1").SampledAt(clock.Now().tv_sec + 60);
+  Pass();
+  EXPECT_THAT(Speeds("1m", kSwitch, "ge1"), SizeIs(30)) << "padding keeps to the cap";
+  PassAt(10);  // first sight, whatever the length
+  EXPECT_THAT(Speeds("1m", kSwitch, "ge1"), SizeIs(31));
+  const test::LogCapture log;
+  PassAt(10);
+  EXPECT_THAT(Speeds("1m", kSwitch, "ge1"), SizeIs(31));
+  EXPECT_THAT(log.Texts(Level::kDebug, "ge1 list length"),
+              ElementsAre("[CalculateTrafficSpeed] AA:AA:AA:AA:AA:01-ge1 list length 32"));
+}
+
 TEST_F(TrafficMonitorTest, PassesOverInterfacesThatAreNotMeasured) {
   network.Switch(kSwitch)
       .Port("ge1", {0, 0})
@@ -251,6 +285,9 @@ TEST_F(TrafficMonitorTest, MovesTheHistoryOfAnInterfaceThatBeganToCarryASsidInEv
     Pass();
   }
   ASSERT_THAT(Speeds("5m", kSwitch, "wlan0"), SizeIs(1));
+  monitor.ReplaceInterfaceTraffic("", "wlan0", "nowhere");
+  monitor.ReplaceInterfaceTraffic(kSwitch, "wlan0", "wlan0");
+  ASSERT_THAT(Speeds("1m", kSwitch, "wlan0"), SizeIs(6)) << "neither moves anything";
   network.AccessPoint(kSwitch).Wifi("wlan0", "Lab", "r5", {36'000, 0}).SampledAt(kStart + 360);
   Pass();
   EXPECT_THAT(Speeds("1m", kSwitch, "wlan0"), IsEmpty());

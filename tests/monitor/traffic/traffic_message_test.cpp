@@ -97,6 +97,28 @@ TEST_F(TrafficMessage, ShowsADeviceWithNothingButACredentialState) {
                                     R"({ "AA:AA:AA:AA:AA:01": { "credential": "failed" } }, "sid": [ "a" ] } } })");
 }
 
+TEST_F(TrafficMessage, CarriesACredentialMemberThatIsNull) {
+  network.Switch(kSwitch).Port("ge1", {5, 5}).SampledAt(test::kStart).Credential(R"({"error": null})");
+  Pass();
+  EXPECT_EQ(Message("1m", kSwitch), R"({ "name": "TrafficMonitor", "data": { "1m": { "traffic_data": )"
+                                    R"({ "AA:AA:AA:AA:AA:01": { "error": null } }, "sid": [ "a" ] } } })");
+}
+
+TEST_F(TrafficMessage, CarriesTheCredentialStateInEveryViewFromTheFirstPass) {
+  network.Switch(kSwitch).Port("ge1", {5, 5}).SampledAt(test::kStart).Credential(R"({"credential": "failed"})");
+  Pass();
+  EXPECT_EQ(Message("", kSwitch), R"({ "name": "TrafficMonitor", "data": { "10m": { "traffic_data": )"
+                                  R"({ "AA:AA:AA:AA:AA:01": { "credential": "failed" } }, "sid": [ "a" ] } } })");
+}
+
+TEST_F(TrafficMessage, HoldsAnInterfaceThatOnlySendsOrOnlyReceives) {
+  network.Switch(kSwitch).Port("in", {0, 0}).Port("out", {0, 0}).SampledAt(test::kStart);
+  Pass();
+  network.Switch(kSwitch).Port("in", {600, 0}).Port("out", {0, 600}).SampledAt(test::kStart + 60);
+  Pass();
+  EXPECT_THAT(test::SamplesIn(Message("1m"), "1m", kSwitch), ElementsAre(::testing::Key("in"), ::testing::Key("out")));
+}
+
 TEST_F(TrafficMessage, CarriesNoCredentialStateWhenTheFilterNamesNoDevice) {
   TwoPasses();
   const std::string before = Message("1m");

@@ -49,6 +49,23 @@ TEST_F(TrafficMonitorTest, FillsEachViewWhenTheOneBeforeHasEnoughSamples) {
   EXPECT_THAT(Samples("1day", kSwitch, "ge1"), SizeIs(1));
 }
 
+TEST_F(TrafficMonitorTest, MakesTheSecondSampleOfEachViewAViewsLengthAfterTheFirst) {
+  PassAt(0);
+  for (int minute = 1; minute < 2 * 1440; ++minute) PassAt(60);
+  const auto minutes_of = [&](const char* view) {
+    std::vector<std::int64_t> minutes;
+    for (const Sample& sample : Samples(view, kSwitch, "ge1")) minutes.push_back(sample.minute);
+    return minutes;
+  };
+  EXPECT_THAT(minutes_of("1day"), ElementsAre(1440, 2880));
+  EXPECT_THAT(minutes_of("2h"), SizeIs(24));
+  EXPECT_EQ(minutes_of("2h")[1] - minutes_of("2h")[0], 120);
+  const auto hours = minutes_of("1h");
+  ASSERT_THAT(hours, SizeIs(31));
+  EXPECT_EQ(hours.back() - hours.front(), 30 * 60);
+  EXPECT_EQ(minutes_of("10m").back() - minutes_of("10m").front(), 30 * 10);
+}
+
 TEST_F(TrafficMonitorTest, KeepsOneSampleMoreInTheLongerViews) {
   for (int pass = 0; pass < 5 * 33; ++pass) PassAt(60);
   EXPECT_THAT(Samples("1m", kSwitch, "ge1"), SizeIs(30));
@@ -64,17 +81,43 @@ TEST_F(TrafficMonitorTest, RemovesSamplesFromTheFutureFromTheLongerViewsToo) {
   EXPECT_THAT(Samples("10m", kSwitch, "ge1"), IsEmpty());
 }
 
+TEST_F(TrafficMonitorTest, RemovesSamplesFromTheFutureFromTheDailyViewToo) {
+  PassAt(0);
+  for (int minute = 1; minute < 1440; ++minute) PassAt(60);
+  ASSERT_THAT(Samples("1day", kSwitch, "ge1"), SizeIs(1));
+  clock.Set(kStart);
+  Pass();
+  EXPECT_THAT(Samples("1day", kSwitch, "ge1"), IsEmpty());
+}
+
 TEST_F(TrafficMonitorTest, ForgetsADeviceInEveryViewAndItsCountersToo) {
   for (int pass = 0; pass < 5; ++pass) PassAt(60);
   ASSERT_THAT(Samples("5m", kSwitch, "ge1"), SizeIs(1));
-  const test::LogCapture log;
+  test::LogCapture log;
   monitor.Cleanup(kSwitch);
   EXPECT_THAT(log.Lines(), ElementsAre(LogLine{Level::kDebug, 2, "[TrafficMonitor::Cleanup] mac : AA:AA:AA:AA:AA:01"}));
   EXPECT_THAT(Samples("1m", kSwitch, "ge1"), IsEmpty());
   EXPECT_THAT(Samples("5m", kSwitch, "ge1"), IsEmpty());
+  log.Forget();
   PassAt(60);
-  EXPECT_EQ(Newest(kSwitch, "ge1"), (std::map<std::string, unsigned long long>{{"input", 0}, {"output", 0}}))
+  EXPECT_THAT(log.Texts(Level::kDebug, "Padzero"),
+              ElementsAre("[CalculateTrafficSpeed] Padzero for mac: AA:AA:AA:AA:AA:01, interface: ge1. Can't find the "
+                          "interface in last element"))
       << "seen for the first time again";
+}
+
+TEST_F(TrafficMonitorTest, ForgetsTheInterfaceIndexesOfADevice) {
+  network.Switch(kSwitch).Port("ge1", {0, 0}).Port("ge2", {0, 0}).SampledAt(kStart);
+  Pass();
+  monitor.Cleanup(kSwitch);
+  network.Switch(kSwitch).WithoutPort("ge1");
+  Pass();  // the device is back, without ge1
+  monitor.ReplaceInterfaceTraffic(kSwitch, "ge2", "ge1");
+  network.Switch(kSwitch).Port("ge2", {600, 600}).SampledAt(kStart + 60);
+  Pass();
+  Pass();
+  monitor.ReplaceInterfaceTraffic(kSwitch, "ge2", "ge1");
+  EXPECT_THAT(Message("1m"), ::testing::HasSubstr(R"("ge1": { "ifIndex": 0,)"));
 }
 
 TEST_F(TrafficMonitorTest, ForgetsNoOtherDevice) {
