@@ -1,0 +1,90 @@
+// probe-watch: subscribes to a topic of a probe and prints what comes, one message a line.
+
+#include <CLI/CLI.hpp>
+#include <csignal>
+#include <cstddef>
+#include <iostream>
+#include <string>
+
+#include "probe/client/url.h"
+#include "probe/client/websocket_client.h"
+
+namespace {
+
+volatile std::sig_atomic_t interrupted = 0;
+
+// How soon an interrupt is noticed.
+constexpr std::chrono::milliseconds kPatience{200};
+
+struct Wish {
+  std::string url = "ws://127.0.0.1:8765";
+  std::string token;
+  std::string certificate;
+  std::string topic;
+  std::string request = R"([{"sid":"watch","filter":{}}])";
+  std::size_t count = 0;  // 0: until interrupted
+};
+
+void AddOptions(CLI::App& app, Wish& wish) {
+  app.add_option("--url", wish.url, "Where the probe is")->capture_default_str();
+  app.add_option("--token", wish.token, "Token of the probe");
+  app.add_option("--certificate", wish.certificate, "PEM file of the probe's certificate, for wss");
+  app.add_option("--count", wish.count, "End after so many messages; 0: go on until interrupted")
+      ->capture_default_str();
+  app.add_option("TOPIC", wish.topic, "Topic to subscribe to, such as TrafficMonitor")->required();
+  app.add_option("REQUEST-JSON", wish.request, "Array of what to subscribe to")->capture_default_str();
+}
+
+/// The text as a JSON string.
+std::string Quoted(const std::string& text) {
+  std::string quoted = "\"";
+  for (const char letter : text) {
+    if (letter == '"' || letter == '\\') quoted += '\\';
+    quoted += letter;
+  }
+  return quoted + "\"";
+}
+
+/// Prints messages; true when all went as it should.
+bool Watch(const Wish& wish) {
+  probe::ClientOptions options = probe::OptionsFromUrl(wish.url);
+  options.trusted_certificate = wish.certificate;
+  if (!wish.token.empty()) options.headers["Authorization"] = "Bearer " + wish.token;
+  probe::WebsocketClient client(options);
+  client.SendText(R"({"subscribe":{"topic":)" + Quoted(wish.topic) + R"(,"request":)" + wish.request + "}}");
+  std::size_t messages = 0;
+  while (interrupted == 0 && (wish.count == 0 || messages < wish.count)) {
+    const auto text = client.Receive(kPatience);
+    if (const auto reason = client.close_reason()) {
+      std::cerr << "the probe closed the connection: " << reason->code << " " << reason->text << "\n";
+      return false;
+    }
+    if (!text) continue;
+    if (text->rfind(R"({"error":)", 0) == 0) {
+      std::cerr << *text << "\n";
+      return false;
+    }
+    if (text->rfind(R"({"subscribed":)", 0) == 0) continue;
+    std::cout << *text << std::endl;
+    ++messages;
+  }
+  client.Close();
+  return true;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  CLI::App app("Subscribes to a topic of a probe and prints each message as one line.", "probe-watch");
+  Wish wish;
+  AddOptions(app, wish);
+  CLI11_PARSE(app, argc, argv);
+  std::signal(SIGINT, [](int) { interrupted = 1; });
+  std::signal(SIGTERM, [](int) { interrupted = 1; });
+  try {
+    return Watch(wish) ? 0 : 1;
+  } catch (const std::exception& failure) {
+    std::cerr << "probe-watch: " << failure.what() << "\n";
+    return 1;
+  }
+}

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+
+namespace probe {
+
+/// Lets `per_second` messages a second pass in the long run, and as many at once.
+///
+/// Threads: the server thread only.
+class RateLimit {
+ public:
+  using Clock = std::chrono::steady_clock;
+
+  enum class Verdict {
+    kPass,       ///< Within the limit.
+    kRefuse,     ///< Over it; the client is to be told.
+    kSwallowed,  ///< Over it, and the client was told within the last second: a flood is not answered by a flood.
+  };
+
+  RateLimit(std::size_t per_second, Clock::time_point now);
+
+  Verdict Count(Clock::time_point now);
+
+ private:
+  double per_second_;
+  double tokens_;
+  Clock::time_point filled_at_;
+  Clock::time_point tell_again_at_;
+};
+
+}  // namespace probe

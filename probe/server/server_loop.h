@@ -1,0 +1,93 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/subscriptions.h"
+#include "probe/server/access.h"
+#include "probe/server/connection.h"
+#include "probe/server/gate.h"
+#include "probe/server/post_office.h"
+#include "probe/server/refusal_log.h"
+#include "probe/server/request_desk.h"
+#include "probe/server/server_settings.h"
+
+namespace probe {
+
+/// What happens on the server thread: every event of a socket ends up here, and nothing else touches the sockets.
+///
+/// Threads: the server thread only, except where a declaration says otherwise.
+class ServerLoop {
+ public:
+  using Clock = std::chrono::steady_clock;
+
+  /// What the library is to do with the connection of an event.
+  enum class Fate { kKeep, kClose };
+
+  ServerLoop(const ServerSettings& settings, std::uint16_t port, SubscriptionService& service,
+             std::shared_ptr<PostOffice> office);
+
+  /// How often a connection with something unsent is looked after.
+  std::chrono::microseconds watch_interval() const;
+
+  /// Whether a TCP connection that was just accepted may stay until its request is read.
+  Fate OnAccept(const std::string& address);
+  /// The library made a record for the connection of the last `OnAccept`, or let go of one.
+  void OnSocketCreated(lws* socket);
+  void OnSocketGone(lws* socket);
+
+  /// A request: answered here, unless it is an upgrade that may go ahead (`kKeep`).
+  Fate OnUpgradeRequest(lws* socket);
+  void OnPlainRequest(lws* socket);
+
+  /// A websocket connection: it is open, a piece of a message came in, it can take data, it is gone.
+  void OnOpen(lws* socket);
+  void OnReceive(Connection& connection, std::string_view piece, bool is_binary, bool is_last);
+  Fate OnWritable(Connection& connection);
+  void OnClosed(Connection& connection);
+
+  /// Another thread has put messages into outboxes.
+  void OnMail();
+
+  /// Looks for clients that are stuck. False when there is nobody left to watch.
+  bool WatchProgress(Clock::time_point now);
+
+  /// Takes leave of everybody and lets nobody in any more.
+  void BeginStop();
+  bool has_connections() const { return !connections_.empty(); }
+
+  /// The connection of a socket; null before it is open and after it is gone.
+  static Connection* ConnectionOf(lws* socket);
+
+ private:
+  void Answer(Connection& connection, const ProtocolError& error);
+  void Queue(Connection& connection, std::string text);
+  void HandleMessage(Connection& connection, IncomingMessage::State state);
+  void SayFarewell(Connection& connection, int code);
+  void Watch(Connection& connection, Clock::time_point now);
+  bool HasUnsent(const Connection& connection) const;
+  bool WriteFragment(Connection& connection);
+  std::optional<Refusal> CheckGate(lws* socket) const;
+  void Refuse(lws* socket, const Refusal& refusal);
+  std::string AddressOf(lws* socket) const;
+
+  const ServerLimits limits_;
+  const AccessRules rules_;
+  const std::shared_ptr<PostOffice> office_;
+  RequestDesk desk_;
+  Gate gate_;
+  RefusalLog refusals_;
+  std::vector<unsigned char> frame_;  // room for a fragment and the head of its frame
+  bool is_stopping_ = false;
+  Visitor arriving_;                                         // accepted, and without a record of the library's yet
+  std::map<lws*, Visitor> visitors_;                         // socket -> who
+  std::map<lws*, std::unique_ptr<Connection>> connections_;  // handle -> open websocket connection
+};
+
+}  // namespace probe

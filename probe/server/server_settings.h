@@ -1,0 +1,46 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace probe {
+
+/// What the server allows one client, and all of them together. Each refusal names the limit by its key in
+/// `probe.toml`.
+struct ServerLimits {
+  std::size_t connections = 1000;              ///< Open connections in all.
+  std::size_t connections_per_address = 32;    ///< Open connections from one address.
+  std::size_t sids_per_connection = 64;        ///< Subscriptions of one connection, over all topics.
+  std::size_t distinct_filters = 256;          ///< Different (topic, filter) pairs in all; each costs a message a pass.
+  std::size_t message_bytes = 64 * 1024;       ///< Size of one message from a client.
+  std::size_t message_depth = 16;              ///< Nesting of objects and arrays in one message from a client.
+  std::size_t messages_per_second = 20;        ///< Messages from one client, as a long-term rate with as large a burst.
+  std::size_t queue_messages = 64;             ///< Unsent messages kept for one client.
+  std::size_t queue_bytes = 16 * 1024 * 1024;  ///< Octets of unsent messages kept for one client; one always fits.
+  std::chrono::seconds stuck_after{10};        ///< A client that takes nothing for so long is closed with 1013.
+  std::chrono::seconds ping_after{30};         ///< Silence after which a client is asked for a sign of life.
+  std::chrono::seconds hang_up_after{60};      ///< Silence after which a client is gone.
+};
+
+/// Where and how the probe listens.
+struct ServerSettings {
+  std::vector<std::string> listen{"127.0.0.1",
+                                  "::1"};  ///< Addresses, textual; an absent one of the default is passed over.
+  std::uint16_t port = 8765;               ///< 0: any free port, to be asked for with `WebServer::port()`.
+  std::string token;                       ///< Shared secret of the clients; empty: none asked for.
+  std::string tls_certificate;             ///< PEM file; empty: no TLS.
+  std::string tls_key;                     ///< PEM file of its private key.
+  std::vector<std::string>
+      allowed_hosts;  ///< Host names, besides the addresses and localhost, by which clients may call.
+  std::vector<std::string> allowed_origins;  ///< Origins, besides the probe's own, whose pages may connect.
+  ServerLimits limits;
+};
+
+/// Why these settings are unsafe: an address other than 127.0.0.1 and ::1 without both a token and TLS. Empty when they
+/// are safe. The text is fit for an administrator.
+std::string WhyUnsafe(const ServerSettings& settings);
+
+}  // namespace probe

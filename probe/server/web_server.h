@@ -1,0 +1,53 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "probe/server/server_settings.h"
+#include "probe/subscriptions/subscription_service.h"
+
+namespace probe {
+
+/// The probe's door to the network: an HTTP server whose websocket clients subscribe to topics and get their messages.
+///
+/// One thread of its own owns all sockets. Messages come in from any thread through `GetSalSendByCon`, which puts them
+/// into the connection's queue and wakes that thread. The protocol is described in docs/interfaces.md.
+///
+/// Threads: `Start` and `Stop` on one thread. One server a process can be running.
+class WebServer {
+ public:
+  /// `service` must outlive the server.
+  WebServer(ServerSettings settings, SubscriptionService& service);
+
+  /// Stops, if need be.
+  ~WebServer();
+  WebServer(const WebServer&) = delete;
+  WebServer& operator=(const WebServer&) = delete;
+
+  /// Listens, and serves from now on.
+  ///
+  /// Fails: throws `std::runtime_error` with a text for an administrator: the settings are unsafe, an address cannot
+  ///        be listened on, a TLS file cannot be read. Nothing is open then.
+  void Start();
+
+  /// Takes leave of every client (close code 1001), drops its subscriptions and stops listening. Takes no longer than
+  /// half a second, whatever the clients do. A message that another thread is just sending is dropped.
+  void Stop();
+
+  /// The port that it listens on, on every address; 0 before `Start`.
+  std::uint16_t port() const;
+
+  /// The addresses that it listens on, in their canonical notation; empty before `Start`.
+  std::vector<std::string> addresses() const;
+
+ private:
+  class Running;
+
+  ServerSettings settings_;
+  SubscriptionService& service_;
+  std::unique_ptr<Running> running_;
+};
+
+}  // namespace probe

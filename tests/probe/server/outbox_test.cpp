@@ -1,0 +1,129 @@
+#include "probe/server/outbox.h"
+
+#include <gmock/gmock.h>
+
+#include <thread>
+
+namespace {
+
+using probe::Outbox;
+using Kind = probe::OutgoingMessage::Kind;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+std::string Envelope(const std::string& topic, const std::string& sids, const std::string& content) {
+  return R"({"name":")" + topic + R"(","data":{"1m":{"content":")" + content + R"(","sid":[)" + sids + "]}}}";
+}
+
+/// Takes everything out.
+std::vector<std::string> Texts(Outbox& outbox) {
+  std::vector<std::string> texts;
+  while (const auto message = outbox.Take()) texts.push_back(message->text());
+  return texts;
+}
+
+TEST(Outbox, GivesMessagesInTheirOrder) {
+  Outbox outbox(10, 1000);
+  EXPECT_FALSE(outbox.Put("first", Kind::kReply));
+  EXPECT_FALSE(outbox.Put("second", Kind::kReply));
+  EXPECT_THAT(Texts(outbox), ElementsAre("first", "second"));
+  EXPECT_TRUE(outbox.IsEmpty());
+  EXPECT_EQ(outbox.dropped(), 0U);
+}
+
+TEST(Outbox, ReplacesAnUnsentMessageOfTheSameTopicAndSids) {
+  Outbox outbox(10, 1000);
+  outbox.Put(Envelope("T", R"("a","b")", "old"), Kind::kPush);
+  outbox.Put(Envelope("T", R"("c")", "other"), Kind::kPush);
+  EXPECT_TRUE(outbox.Put(Envelope("T", R"("b","a")", "new"), Kind::kPush));
+  EXPECT_THAT(Texts(outbox), ElementsAre(Envelope("T", R"("b","a")", "new"), Envelope("T", R"("c")", "other")));
+  EXPECT_EQ(outbox.dropped(), 1U);
+}
+
+TEST(Outbox, ReplacesAnUnsentMessageWithoutSidsByTopic) {
+  Outbox outbox(10, 1000);
+  outbox.Put(R"({"name":"HealthMonitor","data":{"level":1}})", Kind::kPush);
+  outbox.Put(R"({"name":"HealthMonitor","data":{"level":2}})", Kind::kPush);
+  EXPECT_THAT(Texts(outbox), ElementsAre(R"({"name":"HealthMonitor","data":{"level":2}})"));
+}
+
+TEST(Outbox, KeepsMessagesOfAnotherTopicOrOtherSids) {
+  Outbox outbox(10, 1000);
+  outbox.Put(Envelope("T", R"("a")", "1"), Kind::kPush);
+  outbox.Put(Envelope("U", R"("a")", "2"), Kind::kPush);
+  outbox.Put(Envelope("T", R"("a","b")", "3"), Kind::kPush);
+  EXPECT_EQ(outbox.dropped(), 0U);
+  EXPECT_EQ(Texts(outbox).size(), 3U);
+}
+
+TEST(Outbox, NeverReplacesAnAnswer) {
+  Outbox outbox(10, 1000);
+  const std::string looks_like_a_push = Envelope("T", R"("a")", "");
+  outbox.Put(looks_like_a_push, Kind::kReply);
+  outbox.Put(looks_like_a_push, Kind::kPush);
+  EXPECT_EQ(Texts(outbox).size(), 2U);
+}
+
+TEST(Outbox, DoesNotReplaceTheMessageThatIsBeingWritten) {
+  Outbox outbox(10, 1000);
+  outbox.Put(Envelope("T", R"("a")", "old"), Kind::kPush);
+  const auto sending = outbox.Take();
+  EXPECT_FALSE(outbox.Put(Envelope("T", R"("a")", "new"), Kind::kPush));
+  EXPECT_EQ(sending->text(), Envelope("T", R"("a")", "old"));
+  EXPECT_THAT(Texts(outbox), ElementsAre(Envelope("T", R"("a")", "new")));
+}
+
+TEST(Outbox, DropsTheOldestOverItsNumberOfMessages) {
+  Outbox outbox(2, 1000);
+  outbox.Put("1", Kind::kReply);
+  EXPECT_FALSE(outbox.Put("2", Kind::kReply)) << "as many as allowed";
+  EXPECT_TRUE(outbox.Put("3", Kind::kReply)) << "one more: the first drop";
+  EXPECT_FALSE(outbox.Put("4", Kind::kReply)) << "dropped, but not for the first time";
+  EXPECT_EQ(outbox.dropped(), 2U);
+  EXPECT_THAT(Texts(outbox), ElementsAre("3", "4"));
+}
+
+TEST(Outbox, DropsTheOldestOverItsNumberOfOctets) {
+  Outbox outbox(100, 10);
+  outbox.Put("12345", Kind::kReply);
+  EXPECT_FALSE(outbox.Put("67890", Kind::kReply)) << "exactly full";
+  EXPECT_TRUE(outbox.Put("x", Kind::kReply));
+  EXPECT_THAT(Texts(outbox), ElementsAre("67890", "x"));
+  outbox.Put("12345", Kind::kReply);
+  outbox.Put("67890", Kind::kReply);
+  EXPECT_EQ(outbox.dropped(), 1U) << "what was taken out makes room";
+}
+
+TEST(Outbox, KeepsOneMessageHoweverLarge) {
+  Outbox outbox(100, 10);
+  const std::string large(1000, 'x');
+  outbox.Put("small", Kind::kReply);
+  outbox.Put(large, Kind::kReply);
+  EXPECT_THAT(Texts(outbox), ElementsAre(large));
+}
+
+TEST(Outbox, TakesNothingAfterItWasClosed) {
+  Outbox outbox(10, 1000);
+  outbox.Put("1", Kind::kReply);
+  outbox.Close();
+  EXPECT_FALSE(outbox.Put("2", Kind::kReply));
+  EXPECT_THAT(Texts(outbox), IsEmpty());
+}
+
+TEST(Outbox, LosesNothingUncountedBetweenManyThreads) {
+  Outbox outbox(8, 100'000);
+  std::size_t taken = 0;
+  constexpr std::size_t kEach = 500;
+  const auto put = [&](const std::string& sid) {
+    for (std::size_t i = 0; i < kEach; ++i) outbox.Put(Envelope("T", sid, std::to_string(i)), Kind::kPush);
+  };
+  std::thread first(put, R"("a")");
+  std::thread second(put, R"("b")");
+  for (int i = 0; i < 200; ++i) taken += outbox.Take() != nullptr ? 1 : 0;
+  first.join();
+  second.join();
+  taken += Texts(outbox).size();
+  EXPECT_EQ(taken + outbox.dropped(), 2 * kEach);
+}
+
+}  // namespace

@@ -1,0 +1,70 @@
+// The command probe-watch, as people run it.
+
+#include <gmock/gmock.h>
+#include <sys/wait.h>
+
+#include <cstdio>
+#include <thread>
+
+#include "tests/probe/server/served.h"
+
+namespace {
+
+using ::testing::HasSubstr;
+
+/// What a command printed, both streams, and its exit status.
+struct Outcome {
+  std::string text;
+  int status = -1;
+};
+
+class ProbeWatchTest : public test::Served {
+ protected:
+  Outcome Run(const std::string& arguments) const {
+    const std::string command = std::string(PROBE_WATCH) + " --url ws://127.0.0.1:" + std::to_string(server->port()) +
+                                " " + arguments + " 2>&1";
+    Outcome outcome;
+    FILE* pipe = popen(command.c_str(), "r");
+    char line[4096];
+    while (std::fgets(line, sizeof line, pipe) != nullptr) outcome.text += line;
+    outcome.status = WEXITSTATUS(pclose(pipe));
+    return outcome;
+  }
+};
+
+TEST_F(ProbeWatchTest, PrintsEachMessageAsALine) {
+  Serve();
+  Outcome outcome;
+  std::thread watch([&] { outcome = Run("--count 2 Topic"); });
+  EXPECT_TRUE(test::Eventually([&] { return Handles("watch").size() == 1; }));
+  Push(Handles("watch").front(), test::Envelope("watch", 1));
+  Push(Handles("watch").front(), test::Envelope("other", 2));
+  watch.join();
+  EXPECT_EQ(outcome.text, test::Envelope("watch", 1) + "\n" + test::Envelope("other", 2) + "\n");
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_THAT(subscriber->Requests(), ::testing::ElementsAre(R"([{"filter":{},"sid":"watch"}])"));
+}
+
+TEST_F(ProbeWatchTest, SaysWhyItWasRefused) {
+  settings.token = "secret";
+  Serve();
+  const Outcome without_token = Run("Topic");
+  EXPECT_THAT(without_token.text, HasSubstr("401"));
+  EXPECT_EQ(without_token.status, 1);
+  const Outcome unknown_topic = Run("--token secret Weather");
+  EXPECT_THAT(unknown_topic.text, HasSubstr("unknown_topic"));
+  EXPECT_EQ(unknown_topic.status, 1);
+}
+
+TEST_F(ProbeWatchTest, EndsWithAnErrorWhenTheProbeStops) {
+  Serve();
+  Outcome outcome;
+  std::thread watch([&] { outcome = Run("Topic"); });
+  EXPECT_TRUE(test::Eventually([&] { return Handles("watch").size() == 1; }));
+  server->Stop();
+  watch.join();
+  EXPECT_THAT(outcome.text, HasSubstr("1001"));
+  EXPECT_EQ(outcome.status, 1);
+}
+
+}  // namespace

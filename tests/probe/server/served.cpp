@@ -1,0 +1,114 @@
+#include "tests/probe/server/served.h"
+
+#include <poll.h>
+
+#include <nlohmann/json.hpp>
+
+#include "monitor/engine/filter.h"
+#include "platform/sending.h"
+
+namespace test {
+namespace {
+
+constexpr std::chrono::seconds kDeadline{20};
+
+}  // namespace
+
+subscribes::ParsedRequest RecordingSubscriber::FilterParser(json_object* request) {
+  const std::lock_guard held(lock_);
+  requests_.emplace_back(request == nullptr ? "(null)"
+                                            : json_object_to_json_string_ext(request, JSON_C_TO_STRING_PLAIN));
+  subscribes::ParsedRequest parsed;
+  if (!json_object_is_type(request, json_type_array)) return parsed;
+  for (std::size_t i = 0; i < json_object_array_length(request); ++i) {
+    json_object* sid = nullptr;
+    json_object_object_get_ex(json_object_array_get_idx(request, i), "sid", &sid);
+    parsed[sid == nullptr ? "" : json_object_get_string(sid)] = std::make_shared<Filter>();
+  }
+  return parsed;
+}
+
+std::vector<std::string> RecordingSubscriber::Requests() const {
+  const std::lock_guard held(lock_);
+  return requests_;
+}
+
+bool Eventually(const std::function<bool()>& condition) {
+  const auto deadline = std::chrono::steady_clock::now() + kDeadline;
+  while (!condition()) {
+    if (std::chrono::steady_clock::now() > deadline) return false;
+    poll(nullptr, 0, 1);
+  }
+  return true;
+}
+
+Served::Served() {
+  settings.port = 0;
+  service.AddSubscriber("Topic", subscriber);
+}
+
+void Served::Serve() {
+  server = std::make_unique<probe::WebServer>(settings, service);
+  server->Start();
+}
+
+probe::ClientOptions Served::Options() const {
+  probe::ClientOptions options;
+  options.port = server->port();
+  return options;
+}
+
+probe::WebsocketClient Served::Subscribed(const std::string& sid) const {
+  auto client = Connect();
+  EXPECT_NE(Ask(client, SubscribeText({sid})).find("subscribed"), std::string::npos);
+  return client;
+}
+
+std::string Served::Next(probe::WebsocketClient& client) {
+  const auto text = client.Receive(kDeadline);
+  if (!text) ADD_FAILURE() << "no message came";
+  return text.value_or("");
+}
+
+std::string Served::Ask(probe::WebsocketClient& client, const std::string& request) {
+  client.SendText(request);
+  return Next(client);
+}
+
+std::string Served::ErrorFor(probe::WebsocketClient& client, const std::string& request) {
+  const std::string answer = Ask(client, request);
+  const auto parsed = nlohmann::json::parse(answer, nullptr, false);
+  return parsed.contains("error") ? parsed["error"]["code"].get<std::string>() : answer;
+}
+
+void Served::ExpectServed(probe::WebsocketClient& client) {
+  EXPECT_EQ(ErrorFor(client, R"({"unsubscribe":{"topic":"Topic","sid":"nobody's"}})"), "unknown_subscription");
+  EXPECT_FALSE(client.close_reason().has_value());
+}
+
+std::vector<lws*> Served::Handles(const std::string& sid) {
+  std::vector<lws*> handles;
+  const auto connections = service.GetSubscribeList("Topic")[sid];
+  for (const auto& [connection, filter] : connections) handles.push_back(connection);
+  return handles;
+}
+
+void Served::Push(lws* connection, const std::string& text) {
+  const SalSendByCon send = GetSalSendByCon();
+  ASSERT_NE(send, nullptr);
+  send(connection, text);
+}
+
+std::string SubscribeText(const std::vector<std::string>& sids, bool has_own_filters) {
+  nlohmann::json request = nlohmann::json::array();
+  for (const auto& sid : sids)
+    request.push_back({{"sid", sid}, {"filter", {{"interval", has_own_filters ? sid : std::string("1m")}}}});
+  return nlohmann::json{{"subscribe", {{"topic", "Topic"}, {"request", request}}}}.dump();
+}
+
+std::string Envelope(const std::string& sid, int number, std::size_t ballast) {
+  return R"({"name":"Topic","data":{"1m":{"number":)" + std::to_string(number) + R"(,"ballast":")" +
+         std::string(ballast, 'x') + R"(","sid":[")" + sid + R"("]}}})";
+}
+
+}  // namespace test
