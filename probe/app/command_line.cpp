@@ -1,0 +1,78 @@
+#include "probe/app/command_line.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <filesystem>
+#include <sstream>
+
+#include "probe/configuration/setting_keys.h"
+
+namespace probe {
+namespace {
+
+const SettingKey& LogLevelKey() {
+  return *std::find_if(SettingKeys().begin(), SettingKeys().end(),
+                       [](const SettingKey& key) { return key.Path() == "logging.level"; });
+}
+
+/// CLI11's form of a check: an empty text for a value that will do.
+std::string CheckLogLevel(const std::string& level) {
+  return LogLevelKey().accepts(level) ? "" : "must be " + LogLevelKey().expected;
+}
+
+std::string Footer() {
+  return "Exit codes: 0 stopped by SIGINT or SIGTERM, 1 could not start, 2 unusable command line or configuration.\n\n"
+         "The configuration file, with every key and its default:\n\n" +
+         DescribeSettings();
+}
+
+void Describe(CLI::App& app, CommandLine& result) {
+  app.add_option("--config", result.config,
+                 std::string("Configuration file. Default: ") + kSystemConfiguration + ", where that exists")
+      ->type_name("FILE");
+  app.add_option("--plugin", result.plugin, "The plug-in, libmonitor.so. Default: the one that came with the probe")
+      ->type_name("FILE");
+  app.add_option("--log", result.log_level, "How much to log: debug, info or error")
+      ->type_name("LEVEL")
+      ->check(CheckLogLevel);
+  app.add_option("--port", result.port, "TCP port to listen on; 0: any free one, which the log names")
+      ->type_name("PORT")
+      ->check(CLI::Range(0, 65535));
+  app.add_flag("--live")->description("Real devices at the true pace, a pass a minute. This is the default");
+  app.set_version_flag("--version", "vexora-probe " VEXORA_VERSION, "Print the version and exit");
+  app.set_help_flag("-h,--help", "Print this text and exit");
+  app.footer(Footer());
+}
+
+}  // namespace
+
+std::variant<CommandLine, Answer> ParseCommandLine(int count, const char* const* arguments) {
+  CLI::App app("A network probe: samples devices once a minute and pushes what it measures to websocket clients.",
+               "vexora-probe");
+  CommandLine result;
+  Describe(app, result);
+  try {
+    app.parse(count, arguments);
+    return result;
+  } catch (const CLI::ParseError& error) {
+    std::ostringstream asked_for;
+    std::ostringstream complaint;
+    if (app.exit(error, asked_for, complaint) == 0) return Answer{0, asked_for.str()};
+    return Answer{kUnusable, complaint.str()};
+  }
+}
+
+Settings SettingsFor(const CommandLine& command_line, const std::string& system_file) {
+  Settings settings;
+  if (command_line.config) {
+    settings = ReadSettings(*command_line.config);
+  } else if (std::filesystem::exists(system_file)) {
+    settings = ReadSettings(system_file);
+  }
+  if (command_line.plugin) settings.plugin_path = *command_line.plugin;
+  if (command_line.log_level) LogLevelKey().assign(settings, *command_line.log_level);
+  if (command_line.port) settings.server.port = *command_line.port;
+  return settings;
+}
+
+}  // namespace probe

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <variant>
+
+#include "probe/configuration/settings.h"
+
+namespace probe {
+
+/// What somebody typed after `vexora-probe`. Empty optionals were not given.
+struct CommandLine {
+  std::optional<std::string> config;     ///< Configuration file; otherwise the system's, if there is one.
+  std::optional<std::string> plugin;     ///< In place of `plugin.path`.
+  std::optional<std::string> log_level;  ///< In place of `logging.level`; one that this key accepts.
+  std::optional<std::uint16_t> port;     ///< In place of `server.port`.
+};
+
+/// A command line that is answered by a text, and the program is over.
+struct Answer {
+  int exit_code = 0;  ///< 0 for what was asked for, 2 for a command line that cannot be used.
+  std::string text;   ///< For standard output in the first case, standard error in the second; ends with a line end.
+};
+
+/// Exit code of a program whose command line or configuration cannot be used.
+inline constexpr int kUnusable = 2;
+
+/// Where the configuration is looked for when the command line names none.
+inline constexpr const char* kSystemConfiguration = "/etc/vexora/probe.toml";
+
+/// Takes a command line apart; `arguments[0]` is the program's name.
+std::variant<CommandLine, Answer> ParseCommandLine(int count, const char* const* arguments);
+
+/// The settings of the configuration file, overridden by those of the command line. Without `--config` that is
+/// `system_file` where it exists, otherwise the defaults; nothing is looked for in the working directory.
+///
+/// Fails: throws `SettingsError`.
+Settings SettingsFor(const CommandLine& command_line, const std::string& system_file = kSystemConfiguration);
+
+}  // namespace probe

@@ -1,0 +1,41 @@
+#include <cstdio>
+#include <exception>
+#include <string>
+#include <variant>
+
+#include "probe/app/command_line.h"
+#include "probe/app/probe_app.h"
+#include "probe/app/stop_signals.h"
+#include "probe/logging/log.h"
+
+namespace {
+
+/// Runs the probe until somebody stops it. Returns the exit code.
+int Run(const probe::CommandLine& command_line) {
+  probe::StopSignals stop_signals;
+  try {
+    probe::ProbeApp app(probe::SettingsFor(command_line));
+    app.Start();
+    probe::log::Info("%s: stopping", stop_signals.Wait());
+    app.Stop();
+    probe::log::Info("stopped");
+    return 0;
+  } catch (const probe::SettingsError& error) {
+    std::fprintf(stderr, "%s\n", error.what());
+    return probe::kUnusable;
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "vexora-probe cannot start: %s\n", error.what());
+    return 1;
+  }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const auto parsed = probe::ParseCommandLine(argc, argv);
+  if (const auto* answer = std::get_if<probe::Answer>(&parsed)) {
+    std::fputs(answer->text.c_str(), answer->exit_code == 0 ? stdout : stderr);
+    return answer->exit_code;
+  }
+  return Run(std::get<probe::CommandLine>(parsed));
+}

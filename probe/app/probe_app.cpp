@@ -1,0 +1,83 @@
+#include "probe/app/probe_app.h"
+
+#include <stdexcept>
+#include <string>
+#include <utility>
+
+#include "platform/tasks.h"
+#include "probe/device_centre/device_centre.h"
+#include "probe/logging/log.h"
+#include "probe/subscriptions/subscription_service.h"
+
+namespace probe {
+
+ProbeApp::ProbeApp(Settings settings) : settings_(std::move(settings)) {}
+
+ProbeApp::~ProbeApp() {
+  Stop();
+}
+
+void ProbeApp::Start() {
+  log::SetLevel(settings_.log_level);
+  log::Info("vexora-probe %s starts", VEXORA_VERSION);
+  const std::string reason = WhyUnsafe(settings_.server);
+  if (!reason.empty()) throw std::runtime_error(reason);
+  try {
+    StartSources();
+    StartPlugin();
+    server_ = std::make_unique<WebServer>(settings_.server, SubscriptionService::Instance());
+    server_->Start();
+  } catch (...) {
+    Stop();
+    throw;
+  }
+  Announce();
+}
+
+void ProbeApp::StartSources() {
+  if (!settings_.this_machine.enabled) {
+    log::Info("no source is enabled: there will be no devices");
+    return;
+  }
+  this_machine_ = std::make_unique<ThisMachine>(DeviceCentre::Instance(), settings_.this_machine);
+  this_machine_->Start();
+}
+
+void ProbeApp::StartPlugin() {
+  const std::string path = settings_.plugin_path.empty() ? DefaultPluginPath() : settings_.plugin_path;
+  plugin_ = std::make_unique<LoadedPlugin>(path);
+  plugin_->RegisterMonitors();
+  log::Info("plug-in %s", path.c_str());
+}
+
+std::string ProbeApp::UrlOf(const std::string& address) const {
+  const bool is_ipv6 = address.find(':') != std::string::npos;
+  return std::string(settings_.server.tls_certificate.empty() ? "ws" : "wss") + "://" +
+         (is_ipv6 ? "[" + address + "]" : address) + ":" + std::to_string(server_->port());
+}
+
+void ProbeApp::Announce() const {
+  for (const auto& [mac, info] : DeviceCentre::Instance().GetDevicesBasicInfo("", false)) {
+    log::Info("device %s: %s", mac.c_str(), info.hostname.c_str());
+  }
+  for (const std::string& address : server_->addresses()) log::Info("listening on %s", UrlOf(address).c_str());
+  log::Info(
+      "the first speeds come with the second pass, in two minutes; to watch them: "
+      "probe-watch --url %s TrafficMonitor '[{\"sid\": \"a\", \"filter\": {\"interval\": \"1m\"}}]'",
+      UrlOf(server_->addresses().front()).c_str());
+}
+
+void ProbeApp::Stop() {
+  if (server_) server_->Stop();
+  if (this_machine_) this_machine_->Stop();
+  if (plugin_) {
+    plugin_->stop_monitor();
+    SubscriptionService::Instance().Clear();
+    RegisterMonitorMemoryCleanup(nullptr);
+  }
+  plugin_.reset();
+  server_.reset();
+  this_machine_.reset();
+}
+
+}  // namespace probe

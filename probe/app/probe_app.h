@@ -1,0 +1,50 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "probe/app/loaded_plugin.h"
+#include "probe/configuration/settings.h"
+#include "probe/server/web_server.h"
+#include "probe/sources/this_machine/this_machine.h"
+
+namespace probe {
+
+/// The reference host, put together: sources, plug-in and server, in the order in which they need one another.
+///
+/// One at a time in a process, for the services of the contract and the plug-in are one at a time.
+/// Threads: one thread makes it, starts and stops it.
+class ProbeApp {
+ public:
+  explicit ProbeApp(Settings settings);
+
+  /// Stops what runs.
+  ~ProbeApp();
+  ProbeApp(const ProbeApp&) = delete;
+  ProbeApp& operator=(const ProbeApp&) = delete;
+
+  /// Starts everything, and says in the log what runs and where to look.
+  ///
+  /// The plug-in comes before the server, so that whoever gets a connection finds the topics there.
+  /// Fails: throws `std::runtime_error` whose text says what cannot be started; what had been started is stopped.
+  void Start();
+
+  /// Stops everything, newest first, and unloads the plug-in. Calls of clients and sources into the plug-in are over
+  /// before it stops. Does nothing when nothing runs.
+  void Stop();
+
+ private:
+  void StartSources();
+  void StartPlugin();
+  void Announce() const;
+
+  /// "ws://127.0.0.1:8765", "wss://[::1]:8765".
+  std::string UrlOf(const std::string& address) const;
+
+  const Settings settings_;
+  std::unique_ptr<ThisMachine> this_machine_;
+  std::unique_ptr<LoadedPlugin> plugin_;
+  std::unique_ptr<WebServer> server_;
+};
+
+}  // namespace probe

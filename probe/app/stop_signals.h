@@ -1,0 +1,28 @@
+#pragma once
+
+#include <csignal>
+
+namespace probe {
+
+/// The two signals that stop the probe, SIGINT and SIGTERM, taken one at a time and by one thread only.
+///
+/// Threads started while it lives inherit the blocked signals, so that none of them is ever interrupted: make it before
+///          the first thread. The same thread makes it, waits and lets it go.
+class StopSignals {
+ public:
+  /// Blocks both signals.
+  StopSignals();
+
+  /// Gives the thread back its former signal mask.
+  ~StopSignals();
+  StopSignals(const StopSignals&) = delete;
+  StopSignals& operator=(const StopSignals&) = delete;
+
+  /// Blocks until one of them comes, or has come since they were blocked. Returns its name.
+  const char* Wait();
+
+ private:
+  sigset_t former_{};
+};
+
+}  // namespace probe

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <chrono>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+#include "probe/logging/log.h"
+#include "probe/server/server_settings.h"
+
+namespace probe {
+
+/// How the source `this_machine` works.
+struct ThisMachineSettings {
+  bool enabled = true;              ///< Whether this machine is a device at all.
+  std::chrono::seconds refresh{1};  ///< Time between two readings.
+  std::string name;                 ///< Device name; empty: the host name.
+};
+
+/// Everything that an administrator can settle. What a fresh record holds are the defaults.
+struct Settings {
+  ServerSettings server;
+  std::string token_file;  ///< File whose first line is `server.token`; empty: none.
+  log::Level log_level = log::Level::kInfo;
+  std::string plugin_path;  ///< The plug-in's file; empty: the one that came with the executable.
+  ThisMachineSettings this_machine;
+};
+
+/// Settings that cannot be used. The text is fit for an administrator: one line for each thing that is wrong, each of
+/// them "FILE:LINE: KEY: what is wrong", in the order of the lines.
+class SettingsError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+/// The settings in the text of a configuration file; a key that it leaves out keeps its default.
+///
+/// `file` is the name that errors give. Nothing is read but the token file that the text may name.
+/// Fails: throws `SettingsError` for what is not TOML, an unknown table or key, a value of the wrong type or outside
+///        its range, and for keys that contradict one another.
+Settings ParseSettings(std::string_view text, const std::string& file);
+
+/// The settings in a configuration file. Fails: as above, and for a file that cannot be read.
+Settings ReadSettings(const std::string& file);
+
+}  // namespace probe

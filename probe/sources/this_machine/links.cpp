@@ -1,0 +1,77 @@
+#include "probe/sources/this_machine/links.h"
+
+#include <linux/if.h>
+#include <linux/netlink.h>
+#include <netlink/addr.h>
+#include <netlink/cache.h>
+#include <netlink/errno.h>
+#include <netlink/route/link.h>
+#include <netlink/socket.h>
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+#include "probe/sources/this_machine/oper_status.h"
+
+namespace probe {
+namespace {
+
+struct Release {
+  void operator()(nl_sock* socket) const { nl_socket_free(socket); }
+  void operator()(nl_cache* cache) const { nl_cache_free(cache); }
+};
+
+void Require(int result) {
+  if (result < 0) throw std::runtime_error(std::string("rtnetlink: ") + nl_geterror(result));
+}
+
+std::unique_ptr<nl_cache, Release> AllLinks() {
+  const std::unique_ptr<nl_sock, Release> socket(nl_socket_alloc());
+  if (!socket) throw std::runtime_error("rtnetlink: out of memory");
+  Require(nl_connect(socket.get(), NETLINK_ROUTE));
+  nl_cache* cache = nullptr;
+  Require(rtnl_link_alloc_cache(socket.get(), AF_UNSPEC, &cache));
+  return std::unique_ptr<nl_cache, Release>(cache);
+}
+
+std::string HardwareAddress(rtnl_link* link) {
+  constexpr unsigned kOctets = 6;
+  nl_addr* address = rtnl_link_get_addr(link);
+  if (address == nullptr || nl_addr_get_len(address) != kOctets) return {};
+  std::array<char, 32> text{};
+  return nl_addr2str(address, text.data(), text.size());
+}
+
+Link LinkOf(rtnl_link* link) {
+  const unsigned flags = rtnl_link_get_flags(link);
+  const char* name = rtnl_link_get_name(link);
+  Link result;
+  result.if_index = rtnl_link_get_ifindex(link);
+  result.name = name != nullptr ? name : "";
+  result.oper_status = OperStatusOf(rtnl_link_get_operstate(link), flags);
+  result.in_bytes = rtnl_link_get_stat(link, RTNL_LINK_RX_BYTES);
+  result.out_bytes = rtnl_link_get_stat(link, RTNL_LINK_TX_BYTES);
+  result.is_loopback = (flags & IFF_LOOPBACK) != 0;
+  result.is_hardware = rtnl_link_get_type(link) == nullptr;  // the kernel names a kind only for what software made
+  result.hardware_address = HardwareAddress(link);
+  return result;
+}
+
+}  // namespace
+
+std::vector<Link> ReadLinks() {
+  const auto cache = AllLinks();
+  std::vector<Link> links;
+  links.reserve(static_cast<std::size_t>(nl_cache_nitems(cache.get())));
+  for (nl_object* object = nl_cache_get_first(cache.get()); object != nullptr; object = nl_cache_get_next(object)) {
+    links.push_back(LinkOf(reinterpret_cast<rtnl_link*>(object)));  // libnl's way from an object to what it is
+  }
+  std::sort(links.begin(), links.end(), [](const Link& a, const Link& b) { return a.if_index < b.if_index; });
+  return links;
+}
+
+}  // namespace probe

@@ -1,0 +1,120 @@
+#include "probe/sources/this_machine/this_machine.h"
+
+#include <chrono>
+#include <exception>
+#include <memory>
+#include <utility>
+
+#include "platform/device_records.h"
+#include "probe/logging/log.h"
+#include "probe/sources/this_machine/device_mac.h"
+
+namespace probe {
+namespace {
+
+namespace records = vexora_probe::models::controller;
+
+records::InterfaceStates InterfacesOf(const std::vector<Link>& links) {
+  records::InterfaceStates interfaces;
+  for (const Link& link : links) {
+    auto traffic = std::make_shared<records::TrafficStats>();
+    traffic->if_index = link.if_index;
+    traffic->in_bytes = link.in_bytes;
+    traffic->out_bytes = link.out_bytes;
+    auto state = std::make_shared<records::InterfaceState>();
+    state->oper_status = link.oper_status;
+    state->traffic = std::move(traffic);
+    interfaces[link.name] = std::move(state);
+  }
+  return interfaces;
+}
+
+records::BasicInfo BasicInfoOf(const MachineReading& reading, const std::string& mac, const std::string& name) {
+  records::BasicInfo info;
+  info.mac = mac;
+  info.hostname = name.empty() ? reading.host_name : name;
+  info.ip = reading.address;
+  info.type = records::DeviceType::kUnknown;
+  return info;
+}
+
+}  // namespace
+
+ThisMachine::ThisMachine(DeviceCentre& centre, ThisMachineSettings settings, MachineReader read)
+    : centre_(centre), settings_(std::move(settings)), read_(std::move(read)) {}
+
+ThisMachine::~ThisMachine() {
+  Stop();
+}
+
+void ThisMachine::Start() {
+  RefreshOnce();
+  thread_ = std::thread(&ThisMachine::Run, this);
+}
+
+void ThisMachine::Stop() {
+  {
+    const std::lock_guard held(lock_);
+    is_stopping_ = true;
+  }
+  stopping_.notify_all();
+  if (thread_.joinable()) thread_.join();
+}
+
+std::string ThisMachine::mac() const {
+  const std::lock_guard held(lock_);
+  return mac_;
+}
+
+void ThisMachine::Run() {
+  auto next = std::chrono::steady_clock::now();
+  while (true) {
+    next += settings_.refresh;
+    {
+      std::unique_lock held(lock_);
+      if (stopping_.wait_until(held, next, [this] { return is_stopping_; })) return;
+    }
+    RefreshOnce();
+  }
+}
+
+void ThisMachine::RefreshOnce() {
+  try {
+    TakeOver(read_());
+  } catch (const std::exception& error) {
+    GoOffline(error.what());
+  }
+}
+
+void ThisMachine::TakeOver(const MachineReading& reading) {
+  std::string device = mac();
+  if (device.empty()) {
+    device = DeviceMac(reading);
+    const std::lock_guard held(lock_);
+    mac_ = device;
+  }
+  DeviceSnapshot snapshot;
+  snapshot.basic_info = BasicInfoOf(reading, device, settings_.name);
+  snapshot.platform_info = records::PlatformInfo{.model = "Linux", .version = reading.kernel_release};
+  snapshot.sample_time = reading.read_at;
+  snapshot.polling_time = reading.read_at;
+  snapshot.interfaces = InterfacesOf(reading.links);
+  snapshot.cpu = last_cpu_ == CpuTimes{} ? 0 : CpuPercent(last_cpu_, reading.cpu);
+  snapshot.uptime = reading.uptime;
+  last_cpu_ = reading.cpu;
+  centre_.Replace(device, std::move(snapshot));
+  if (is_failing_) log::Info("this machine can be read again");
+  is_failing_ = false;
+}
+
+void ThisMachine::GoOffline(const std::string& reason) {
+  if (!is_failing_) log::Error("this machine cannot be read: %s", reason.c_str());
+  is_failing_ = true;
+  const auto last = centre_.Snapshot(mac());
+  if (last == nullptr || !last->online) return;
+  DeviceSnapshot offline = *last;
+  offline.online = false;
+  centre_.Replace(mac(), std::move(offline));
+}
+
+}  // namespace probe

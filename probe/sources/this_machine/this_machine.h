@@ -1,0 +1,63 @@
+#pragma once
+
+#include <condition_variable>
+#include <mutex>
+#include <string>
+#include <thread>
+
+#include "probe/configuration/settings.h"
+#include "probe/device_centre/device_centre.h"
+#include "probe/sources/this_machine/machine_reading.h"
+
+namespace probe {
+
+/// The source that makes this Linux machine one of the devices, with its real traffic.
+///
+/// Each reading becomes one snapshot in the device centre. A reading that fails is logged, once until one works again,
+/// and takes the device offline: an online device tells its viewers that what they see is fresh. Its last snapshot
+/// stays, so that its name and counters are there when it comes back.
+///
+/// Owner:   the application. Stop it, or let it go, before the device centre's readers are gone.
+/// Threads: `Start`, `Stop` and `mac` one thread; between the two a thread of its own calls `RefreshOnce`, and nobody
+///          else may.
+class ThisMachine {
+ public:
+  /// `centre` has to outlive the source.
+  ThisMachine(DeviceCentre& centre, ThisMachineSettings settings, MachineReader read = ReadMachine);
+  ~ThisMachine();
+  ThisMachine(const ThisMachine&) = delete;
+  ThisMachine& operator=(const ThisMachine&) = delete;
+
+  /// Reads for the first time, then goes on in a thread of its own. Fails: never; a reading that fails is retried.
+  void Start();
+
+  /// Ends the thread, at once but for a reading that is under way. The device stays in the centre.
+  void Stop();
+
+  /// Looks at the machine and tells the device centre. Fails: never throws.
+  void RefreshOnce();
+
+  /// The device's MAC; empty until a reading has worked. It stays the same from then on.
+  std::string mac() const;
+
+ private:
+  void Run();
+  void TakeOver(const MachineReading& reading);
+  void GoOffline(const std::string& reason);
+
+  DeviceCentre& centre_;
+  const ThisMachineSettings settings_;
+  const MachineReader read_;
+
+  // the thread that refreshes, and before it starts the one that calls Start
+  CpuTimes last_cpu_;
+  bool is_failing_ = false;
+
+  mutable std::mutex lock_;
+  std::condition_variable stopping_;
+  std::string mac_;           // guarded by lock_
+  bool is_stopping_ = false;  // guarded by lock_
+  std::thread thread_;        // only the thread that calls Start and Stop
+};
+
+}  // namespace probe

@@ -1,0 +1,147 @@
+#include "probe/app/command_line.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "probe/configuration/setting_keys.h"
+#include "tests/probe/app/test_folder.h"
+
+namespace probe {
+namespace {
+
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
+
+std::variant<CommandLine, Answer> Parse(const std::vector<std::string>& words) {
+  std::vector<const char*> arguments{"vexora-probe"};
+  for (const std::string& word : words) arguments.push_back(word.c_str());
+  return ParseCommandLine(static_cast<int>(arguments.size()), arguments.data());
+}
+
+CommandLine Usable(const std::vector<std::string>& words) {
+  const auto parsed = Parse(words);
+  EXPECT_TRUE(std::holds_alternative<CommandLine>(parsed)) << std::get<Answer>(parsed).text;
+  return std::get<CommandLine>(parsed);
+}
+
+Answer Answered(const std::vector<std::string>& words) {
+  const auto parsed = Parse(words);
+  EXPECT_TRUE(std::holds_alternative<Answer>(parsed));
+  return std::get<Answer>(parsed);
+}
+
+TEST(CommandLine, MayBeEmpty) {
+  const CommandLine command_line = Usable({});
+
+  EXPECT_EQ(command_line.config, std::nullopt);
+  EXPECT_EQ(command_line.plugin, std::nullopt);
+  EXPECT_EQ(command_line.log_level, std::nullopt);
+  EXPECT_EQ(command_line.port, std::nullopt);
+}
+
+TEST(CommandLine, TakesEachOption) {
+  const CommandLine command_line =
+      Usable({"--config", "/a.toml", "--plugin=/b.so", "--live", "--log", "debug", "--port", "0"});
+
+  EXPECT_EQ(command_line.config, "/a.toml");
+  EXPECT_EQ(command_line.plugin, "/b.so");
+  EXPECT_EQ(command_line.log_level, "debug");
+  EXPECT_EQ(command_line.port, 0);
+}
+
+TEST(CommandLine, HelpShowsEveryOptionAndEveryKeyOfTheConfigurationFile) {
+  const Answer help = Answered({"--help"});
+
+  EXPECT_EQ(help.exit_code, 0);
+  for (const char* option : {"--config", "--plugin", "--live", "--log", "--port", "--version", "--help"}) {
+    EXPECT_THAT(help.text, HasSubstr(option));
+  }
+  EXPECT_THAT(help.text, HasSubstr(DescribeSettings()));
+}
+
+TEST(CommandLine, TellsTheVersion) {
+  const Answer version = Answered({"--version"});
+
+  EXPECT_EQ(version.exit_code, 0);
+  EXPECT_THAT(version.text, ::testing::MatchesRegex("vexora-probe [0-9]+\\.[0-9]+\\.[0-9]+\n"));
+}
+
+struct Unusable {
+  const char* name;
+  std::vector<std::string> words;
+  const char* complaint;
+};
+
+class UnusableCommandLine : public ::testing::TestWithParam<Unusable> {};
+
+TEST_P(UnusableCommandLine, IsAnsweredWithTheReasonAndExitCode2) {
+  const Answer answer = Answered(GetParam().words);
+
+  EXPECT_EQ(answer.exit_code, 2);
+  EXPECT_EQ(answer.text, std::string(GetParam().complaint) + "\nRun with --help for more information.\n");
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    OneFault, UnusableCommandLine,
+    ::testing::Values(Unusable{"UnknownOption", {"--frob"}, "The following argument was not expected: --frob"},
+                      Unusable{"NoOption", {"probe.toml"}, "The following argument was not expected: probe.toml"},
+                      Unusable{
+                          "UnknownLevel", {"--log", "verbose"}, "--log: must be one of \"debug\", \"info\", \"error\""},
+                      Unusable{"PortAboveTheRange", {"--port", "65536"}, "--port: Value 65536 not in range 0 to 65535"},
+                      Unusable{"NegativePort", {"--port", "-1"}, "--port: Value -1 not in range 0 to 65535"},
+                      Unusable{"NoFile", {"--config"}, "--config: 1 required FILE missing"}),
+    [](const auto& test) { return test.param.name; });
+
+TEST(SettingsFor, AreTheDefaultsWithoutAnyFile) {
+  const Settings settings = SettingsFor({}, "/no/such/file");
+
+  EXPECT_EQ(settings.server.port, 8765);
+  EXPECT_EQ(settings.log_level, log::Level::kInfo);
+}
+
+TEST(SettingsFor, ComeFromTheFileOfTheSystem) {
+  const test::TestFolder folder;
+
+  EXPECT_EQ(SettingsFor({}, folder.Write("probe.toml", "[server]\nport = 1\n")).server.port, 1);
+}
+
+TEST(SettingsFor, ComeFromTheNamedFileInPlaceOfTheSystems) {
+  const test::TestFolder folder;
+  CommandLine command_line;
+  command_line.config = folder.Write("mine.toml", "[logging]\nlevel = \"error\"\n");
+
+  const Settings settings = SettingsFor(command_line, folder.Write("probe.toml", "[server]\nport = 1\n"));
+
+  EXPECT_EQ(settings.server.port, 8765);
+  EXPECT_EQ(settings.log_level, log::Level::kError);
+}
+
+TEST(SettingsFor, TakeTheCommandLineBeforeTheFile) {
+  const test::TestFolder folder;
+  CommandLine command_line;
+  command_line.plugin = "/b.so";
+  command_line.log_level = "debug";
+  command_line.port = std::uint16_t{2};
+  const std::string file =
+      folder.Write("probe.toml", "[server]\nport = 1\n[plugin]\npath = \"/a.so\"\n[logging]\nlevel = \"error\"\n");
+
+  const Settings settings = SettingsFor(command_line, file);
+
+  EXPECT_EQ(settings.server.port, 2);
+  EXPECT_EQ(settings.plugin_path, "/b.so");
+  EXPECT_EQ(settings.log_level, log::Level::kDebug);
+}
+
+TEST(SettingsFor, NeedTheNamedFileToBeThere) {
+  CommandLine command_line;
+  command_line.config = "/no/such/file";
+
+  EXPECT_THROW(SettingsFor(command_line, "/no/such/file/either"), SettingsError);
+}
+
+}  // namespace
+}  // namespace probe

@@ -1,0 +1,88 @@
+#include "probe/app/loaded_plugin.h"
+
+#include <dlfcn.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+#include "tests/probe/app/test_folder.h"
+
+namespace probe {
+namespace {
+
+using ::testing::AllOf;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+
+/// Why the file cannot be loaded; empty when it can.
+std::string Complaint(const std::string& path) {
+  try {
+    const LoadedPlugin plugin(path);
+    return "";
+  } catch (const std::runtime_error& error) {
+    return error.what();
+  }
+}
+
+/// A report text, as the entry points give it away.
+std::string Text(char* given) {
+  const std::unique_ptr<char, decltype(&std::free)> owner(given, &std::free);
+  return given != nullptr ? given : "(null)";
+}
+
+bool IsLoaded(const std::string& path) {
+  void* library = dlopen(path.c_str(), RTLD_NOW | RTLD_NOLOAD);
+  if (library != nullptr) dlclose(library);
+  return library != nullptr;
+}
+
+TEST(LoadedPlugin, GivesEveryEntryPoint) {
+  const LoadedPlugin plugin(VEXORA_PLUGIN_FILE);
+
+  EXPECT_NE(plugin.RegisterMonitors, nullptr);
+  EXPECT_NE(plugin.stop_monitor, nullptr);
+  EXPECT_EQ(Text(plugin.get_wireless_client_report("{}")), "{}");
+  EXPECT_EQ(Text(plugin.get_wireless_client_report_avail_list("{}")), "{}");
+  EXPECT_EQ(Text(plugin.get_wireless_network_report("{}")), "{}");
+  EXPECT_EQ(Text(plugin.get_wireless_network_report_avail_list("{}")), "{}");
+  std::map<std::string, unsigned long long> traffic;
+  plugin.GetInterfaceTraffic("00:16:3E:00:00:01", "eth0", traffic);
+  EXPECT_THAT(traffic, IsEmpty());
+}
+
+TEST(LoadedPlugin, IsUnloadedWithItsObject) {
+  {
+    const LoadedPlugin plugin(VEXORA_PLUGIN_FILE);
+    EXPECT_TRUE(IsLoaded(VEXORA_PLUGIN_FILE));
+  }
+  EXPECT_FALSE(IsLoaded(VEXORA_PLUGIN_FILE));
+}
+
+TEST(LoadedPlugin, SaysWhichFileIsMissing) {
+  EXPECT_THAT(Complaint("/no/such/libmonitor.so"),
+              AllOf(HasSubstr("the plug-in cannot be loaded: "), HasSubstr("/no/such/libmonitor.so")));
+}
+
+TEST(LoadedPlugin, SaysThatAFileIsNoLibrary) {
+  const test::TestFolder folder;
+  const std::string file = folder.Write("libmonitor.so", "not a library");
+
+  EXPECT_THAT(Complaint(file), AllOf(HasSubstr("the plug-in cannot be loaded: "), HasSubstr(file)));
+}
+
+TEST(LoadedPlugin, SaysWhichEntryPointAForeignLibraryLacks) {
+  EXPECT_EQ(Complaint("libm.so.6"), "libm.so.6 is not the monitoring plug-in: it has no RegisterMonitors");
+}
+
+TEST(DefaultPluginPath, IsThatOfTheBuildTreeWhichIsLaidOutAsTheInstall) {
+  EXPECT_TRUE(std::filesystem::equivalent(DefaultPluginPath(), VEXORA_PLUGIN_FILE)) << DefaultPluginPath();
+}
+
+}  // namespace
+}  // namespace probe

@@ -1,0 +1,175 @@
+// vexora-probe as a process: started, used, stopped by a signal.
+
+#include <arpa/inet.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
+
+#include "probe/client/websocket_client.h"
+#include "tests/probe/app/probe_process.h"
+#include "tests/probe/app/test_folder.h"
+
+namespace {
+
+using probe::ClientOptions;
+using probe::WebsocketClient;
+using ::testing::HasSubstr;
+using namespace std::chrono_literals;
+
+constexpr auto kPatience = 60s;  // for an answer that comes at once from a working probe
+
+WebsocketClient ConnectedTo(int port) {
+  ClientOptions options;
+  options.port = static_cast<std::uint16_t>(port);
+  return WebsocketClient(options);
+}
+
+void Subscribe(WebsocketClient& client) {
+  client.SendText(
+      R"({"subscribe": {"topic": "TrafficMonitor", "request": [{"sid": "a", "filter": {"interval": "1m"}}]}})");
+  const std::optional<std::string> answer = client.Receive(kPatience);
+  ASSERT_TRUE(answer.has_value());
+  EXPECT_EQ(nlohmann::json::parse(*answer),
+            nlohmann::json::parse(R"({"subscribed": {"topic": "TrafficMonitor", "sids": ["a"]}})"));
+}
+
+/// A port of the loopback that somebody else listens on.
+class TakenPort {
+ public:
+  TakenPort() : socket_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t length = sizeof address;
+    EXPECT_EQ(bind(socket_, reinterpret_cast<sockaddr*>(&address), length), 0);
+    EXPECT_EQ(listen(socket_, 1), 0);
+    EXPECT_EQ(getsockname(socket_, reinterpret_cast<sockaddr*>(&address), &length), 0);
+    port_ = ntohs(address.sin_port);
+  }
+  ~TakenPort() { close(socket_); }
+  TakenPort(const TakenPort&) = delete;
+  TakenPort& operator=(const TakenPort&) = delete;
+
+  std::string port() const { return std::to_string(port_); }
+
+ private:
+  int socket_;
+  int port_ = 0;
+};
+
+class StopSignal : public ::testing::TestWithParam<int> {};
+
+TEST_P(StopSignal, EndsAProbeWithSubscribersInUnderASecondWithEverythingReleased) {
+  test::ProbeProcess probe({"--port", "0"});
+  const int port = probe.AwaitPort();
+  ASSERT_NE(port, 0) << probe.output();
+  WebsocketClient client = ConnectedTo(port);
+  Subscribe(client);
+  const auto begin = std::chrono::steady_clock::now();
+
+  probe.Signal(GetParam());
+  const int exit_code = probe.AwaitExit();
+
+  const auto taken = std::chrono::steady_clock::now() - begin;
+  RecordProperty("stop_milliseconds",
+                 static_cast<int>(std::chrono::duration_cast<std::chrono::milliseconds>(taken).count()));
+  EXPECT_EQ(exit_code, 0) << probe.output();
+  EXPECT_LT(taken, 1s);
+  EXPECT_THAT(probe.output(), HasSubstr("stopped"));
+  EXPECT_EQ(client.Receive(kPatience), std::nullopt);
+  ASSERT_TRUE(client.close_reason().has_value());
+  EXPECT_EQ(client.close_reason()->code, 1001);
+}
+
+INSTANTIATE_TEST_SUITE_P(BothSignals, StopSignal, ::testing::Values(SIGINT, SIGTERM),
+                         [](const auto& test) { return test.param == SIGINT ? "Sigint" : "Sigterm"; });
+
+TEST(ProbeProcess, TakesAStopSignalThatComesWhileItStarts) {
+  test::ProbeProcess probe({"--port", "0"});
+  ASSERT_TRUE(probe.AwaitOutput("starts")) << probe.output();
+
+  probe.Signal(SIGTERM);
+
+  EXPECT_EQ(probe.AwaitExit(), 0) << probe.output();
+}
+
+TEST(ProbeProcess, TellsItsVersionAndHelps) {
+  test::ProbeProcess version({"--version"});
+  EXPECT_EQ(version.AwaitExit(), 0);
+  EXPECT_THAT(version.output(), HasSubstr("vexora-probe "));
+
+  test::ProbeProcess help({"--help"});
+  EXPECT_EQ(help.AwaitExit(), 0);
+  EXPECT_THAT(help.output(), HasSubstr("#hang_up_after_seconds = 60"));
+}
+
+TEST(ProbeProcess, ListensWhereItsConfigurationFileSays) {
+  const test::TestFolder folder;
+  test::ProbeProcess probe({"--config", folder.Write("probe.toml", "[server]\nlisten = [\"127.0.0.1\"]\nport = 0\n")});
+
+  const int port = probe.AwaitPort();
+
+  ASSERT_NE(port, 0) << probe.output();
+  WebsocketClient client = ConnectedTo(port);
+  Subscribe(client);
+  EXPECT_THAT(probe.output(), ::testing::Not(HasSubstr("ws://[::1]")));
+}
+
+TEST(ProbeProcess, EndsWithExitCode2WhenTheConfigurationCannotBeUsed) {
+  const test::TestFolder folder;
+  const std::string file = folder.Write("probe.toml", "[limits]\nconnections = 0\n");
+  test::ProbeProcess probe({"--config", file});
+
+  EXPECT_EQ(probe.AwaitExit(), 2);
+  EXPECT_EQ(probe.output(), file + ":2: limits.connections: must be a whole number from 1 to 100000\n");
+}
+
+TEST(ProbeProcess, EndsWithExitCode2WhenTheConfigurationCannotBeRead) {
+  test::ProbeProcess probe({"--config", "/no/such/probe.toml"});
+
+  EXPECT_EQ(probe.AwaitExit(), 2);
+  EXPECT_EQ(probe.output(), "/no/such/probe.toml: cannot be read: No such file or directory\n");
+}
+
+TEST(ProbeProcess, EndsWithExitCode2WhenTheCommandLineCannotBeUsed) {
+  test::ProbeProcess probe({"--frob"});
+
+  EXPECT_EQ(probe.AwaitExit(), 2);
+  EXPECT_THAT(probe.output(), HasSubstr("--frob"));
+}
+
+TEST(ProbeProcess, EndsWithExitCode1WhenOthersCouldReachItUnprotected) {
+  const test::TestFolder folder;
+  test::ProbeProcess probe({"--config", folder.Write("probe.toml", "[server]\nlisten = [\"0.0.0.0\"]\n")});
+
+  EXPECT_EQ(probe.AwaitExit(), 1);
+  EXPECT_THAT(probe.output(), HasSubstr("vexora-probe cannot start: server.listen = \"0.0.0.0\" can be reached from "
+                                        "other machines and needs a token and TLS"));
+}
+
+TEST(ProbeProcess, EndsWithExitCode1WhenItsPortIsTaken) {
+  const TakenPort taken;
+  test::ProbeProcess probe({"--port", taken.port()});
+
+  EXPECT_EQ(probe.AwaitExit(), 1);
+  EXPECT_THAT(probe.output(), HasSubstr("vexora-probe cannot start: cannot listen on 127.0.0.1 port " + taken.port() +
+                                        ": Address already in use\n"));
+}
+
+TEST(ProbeProcess, EndsWithExitCode1WhenThePlugInCannotBeLoaded) {
+  test::ProbeProcess probe({"--plugin", "/no/such/libmonitor.so"});
+
+  EXPECT_EQ(probe.AwaitExit(), 1);
+  EXPECT_THAT(probe.output(), HasSubstr("vexora-probe cannot start: the plug-in cannot be loaded: "
+                                        "/no/such/libmonitor.so: cannot open shared object file"));
+}
+
+}  // namespace
