@@ -1,0 +1,76 @@
+#!/usr/bin/env bash
+
+# Checks that one check of script/lint passes what is in order, and names what is not: lint_test.sh CHECK
+set -euo pipefail
+# shellcheck source-path=SCRIPTDIR
+source "$(dirname "${BASH_SOURCE[0]}")/small_tree.sh"
+
+# The check passes the tree as it is.
+passes() {
+  script/lint "$1" >output 2>&1 || {
+    cat output
+    fail "$1 refuses a tree that is in order"
+  }
+  [[ $(tail -n 1 output) == "1 passed, 0 failed" ]] || fail "the last line is '$(tail -n 1 output)'"
+}
+
+# With FILE of this TEXT in the tree the check fails, and names the file. The tree is left as it was.
+refuses() {
+  local check=$1 file=$2 text=$3 shown=${3%%$'\n'*}
+  mv "$file" kept 2>/dev/null || rm -f kept
+  write "$file" "$text"
+  ! script/lint "$check" >output 2>&1 || fail "$check passes $file with: $shown"
+  grep -qF "$file" output || {
+    cat output
+    fail "$check does not name $file with: $shown"
+  }
+  [[ $(tail -n 1 output) == "0 passed, 1 failed" ]] || fail "the last line is '$(tail -n 1 output)'"
+  rm "$file"
+  [[ ! -f kept ]] || mv kept "$file"
+}
+
+includes() {
+  write platform/records.h '#include <json-c/json.h>\n#include <sys/time.h>\n#include "platform/tasks.h"'
+  write monitor/engine/entry_points.cpp '#include "monitor/traffic/traffic.h"'
+  write monitor/traffic/fold.cpp '#include "monitor/engine/monitor.h"\n#include "monitor/traffic/traffic.h"'
+  write probe/main.cpp '#include <spdlog/spdlog.h>\n#include "monitor/engine/entry_points.h"'
+  write tests/any_test.cpp '#include "monitor/traffic/traffic.h"\n#include "probe/main.h"'
+  passes arrows
+  refuses arrows platform/records.h '#include "monitor/engine/monitor.h"'
+  refuses arrows platform/records.h '#include <spdlog/spdlog.h>'
+  refuses arrows monitor/engine/push.cpp '#include "monitor/traffic/traffic.h"'
+  refuses arrows monitor/engine/entry_points.cpp '#include "probe/main.h"'
+  refuses arrows monitor/traffic/show.cpp '#include "monitor/health/health.h"'
+  refuses arrows monitor/traffic/show.cpp '#  include "probe/device_centre/device_centre.h"'
+  refuses arrows monitor/traffic/show.cpp '#include <nlohmann/json.hpp>'
+  refuses arrows probe/main.cpp '#include "monitor/engine/monitor.h"'
+}
+
+length() {
+  seq 500 >probe/long.cpp
+  seq 800 >tests/long_test.cpp
+  passes length
+  refuses length probe/longer.cpp "$(seq 501)"
+}
+
+words() {
+  write probe/main.cpp '// the todolist of the user'
+  passes words
+  refuses words probe/later.cpp "// TO""DO: later"
+}
+
+json_release() {
+  write monitor/engine/json_tree.h 'json_object_put(tree);'
+  passes json
+  refuses json monitor/traffic/show.cpp 'json_object_put(tree);'
+}
+
+headers() {
+  write platform/alone.h '#pragma once\n#include <string>\nstd::string Alone();'
+  write monitor/engine/alone.h '#pragma once\n#include <concepts>\ntemplate <std::integral T> T Alone(T value);'
+  passes headers
+  refuses headers monitor/engine/needy.h '#pragma once\nstd::string Needy();'
+  refuses headers platform/too_new.h '#pragma once\n#include <type_traits>\ntemplate <class T> concept Any = true;'
+}
+
+"$1"
