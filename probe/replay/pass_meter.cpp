@@ -1,0 +1,47 @@
+#include "probe/replay/pass_meter.h"
+
+namespace probe {
+namespace {
+
+timespec Read(clockid_t clock) {
+  timespec now{};
+  clock_gettime(clock, &now);
+  return now;
+}
+
+double Since(const timespec& begin, clockid_t clock) {
+  constexpr double kNanosecond = 1e-9;
+  const timespec now = Read(clock);
+  return static_cast<double>(now.tv_sec - begin.tv_sec) +
+         static_cast<double>(now.tv_nsec - begin.tv_nsec) * kNanosecond;
+}
+
+}  // namespace
+
+unsigned PassMeter::Sleep(unsigned seconds) {
+  {
+    const std::lock_guard held(lock_);
+    if (cost_.passes != 0) {
+      cost_.cpu_seconds += Since(cpu_, CLOCK_THREAD_CPUTIME_ID);
+      cost_.wall_seconds += Since(wall_, CLOCK_MONOTONIC);
+    }
+  }
+  const unsigned left = clock_.Sleep(seconds);
+  const std::lock_guard held(lock_);
+  ++cost_.passes;
+  cpu_ = Read(CLOCK_THREAD_CPUTIME_ID);
+  wall_ = Read(CLOCK_MONOTONIC);
+  return left;
+}
+
+std::uint64_t PassMeter::pass() const {
+  const std::lock_guard held(lock_);
+  return cost_.passes;
+}
+
+PassCost PassMeter::cost() const {
+  const std::lock_guard held(lock_);
+  return cost_;
+}
+
+}  // namespace probe

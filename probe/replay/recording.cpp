@@ -1,0 +1,178 @@
+#include "probe/replay/recording.h"
+
+#include <algorithm>
+#include <array>
+#include <filesystem>
+#include <utility>
+
+#include "probe/sources/recorded/members.h"
+
+namespace probe::recording {
+namespace {
+
+using nlohmann::json;
+
+constexpr int kVersion = 1;
+
+constexpr std::array<const char*, 4> kReportEntries{
+    "get_wireless_client_report", "get_wireless_client_report_avail_list", "get_wireless_network_report",
+    "get_wireless_network_report_avail_list"};
+
+json Parsed(const std::string& text) {
+  try {
+    return json::parse(text);
+  } catch (const json::parse_error& error) {
+    throw MalformedRecording("no JSON: at octet " + std::to_string(error.byte));
+  }
+}
+
+bool IsTimezone(const std::string& name) {
+  return !name.empty() && name.front() != '/' && name.find("..") == std::string::npos &&
+         std::filesystem::is_regular_file("/usr/share/zoneinfo/" + name);
+}
+
+/// A member that must be there.
+template <typename Value>
+Value Required(Members& members, const char* name) {
+  if (members.Find(name) == nullptr) throw MalformedRecording(members.Path(name) + " is missing");
+  Value value{};
+  members.Read(name, value);
+  return value;
+}
+
+std::string Text(const json& value, const char* name) {
+  if (!value.is_string()) throw MalformedRecording(std::string(name) + " must be a text");
+  return value.get<std::string>();
+}
+
+Line ParseDevice(const json& value) {
+  Members members(value, "device");
+  std::string mac = Required<std::string>(members, "mac");
+  const json* set = members.Object("set");
+  const json* merge = members.Object("merge");
+  bool is_forgotten = false;
+  members.Read("forget", is_forgotten);
+  members.Finish();
+  if ((set != nullptr) + (merge != nullptr) + is_forgotten != 1) {
+    throw MalformedRecording("device must have one of set, merge and forget");
+  }
+  if (set != nullptr) return SetDevice{std::move(mac), *set};
+  if (merge != nullptr) return MergeDevice{std::move(mac), *merge};
+  return ForgetDevice{std::move(mac)};
+}
+
+Line ParseCleanUp(const json& value) {
+  return CleanUp{Text(value, "cleanup")};
+}
+
+Line ParseClock(const json& value) {
+  const json wrapped{{"clock", value}};
+  Members members(wrapped, "");
+  return SetClock{Required<time_t>(members, "clock")};
+}
+
+Line ParsePass(const json& value) {
+  Members members(value, "pass");
+  RunPasses passes;
+  if (members.Find("at") != nullptr) passes.at = Required<time_t>(members, "at");
+  if (passes.at && members.Find("after") != nullptr) throw MalformedRecording("pass has both at and after");
+  members.Read("after", passes.after);
+  members.Read("repeat", passes.repeat);
+  members.Finish();
+  if (passes.repeat == 0) throw MalformedRecording("pass.repeat must be 1 or more");
+  if (passes.at && passes.repeat != 1) throw MalformedRecording("a pass with at cannot be repeated");
+  return passes;
+}
+
+Line ParseSubscribe(const json& value) {
+  Members members(value, "subscribe");
+  Subscribe subscribe{.topic = Required<std::string>(members, "topic"),
+                      .connection = Required<std::string>(members, "connection"),
+                      .request = nullptr};
+  if (const json* request = members.Find("request")) subscribe.request = *request;
+  members.Finish();
+  return subscribe;
+}
+
+Line ParseUnsubscribe(const json& value) {
+  Members members(value, "unsubscribe");
+  Unsubscribe unsubscribe{.topic = Required<std::string>(members, "topic"),
+                          .connection = Required<std::string>(members, "connection"),
+                          .sid = Required<std::string>(members, "sid")};
+  members.Finish();
+  return unsubscribe;
+}
+
+Line ParseDisconnect(const json& value) {
+  return Disconnect{Text(value, "disconnect")};
+}
+
+Line ParseSender(const json& value) {
+  if (!value.is_boolean()) throw MalformedRecording("sender must be true or false");
+  return SetSender{value.get<bool>()};
+}
+
+Line ParseCall(const json& value) {
+  Members members(value, "call");
+  const auto entry = Required<std::string>(members, "entry");
+  if (entry == kTrafficEntry) {
+    CallTraffic call{.mac = Required<std::string>(members, "mac"),
+                     .interface = Required<std::string>(members, "interface")};
+    members.Finish();
+    return call;
+  }
+  if (std::find(kReportEntries.begin(), kReportEntries.end(), entry) == kReportEntries.end()) {
+    throw MalformedRecording("unknown entry point " + entry);
+  }
+  CallReport call{.entry = entry, .request = std::nullopt};
+  if (members.Find("request") != nullptr) call.request = Required<std::string>(members, "request");
+  members.Finish();
+  return call;
+}
+
+Line ParseStop(const json& value) {
+  Members(value, "stop").Finish();
+  return Stop{};
+}
+
+struct Keyword {
+  const char* name;
+  Line (*parse)(const json& value);
+};
+
+constexpr std::array<Keyword, 10> kKeywords{{{"device", ParseDevice},
+                                             {"cleanup", ParseCleanUp},
+                                             {"clock", ParseClock},
+                                             {"pass", ParsePass},
+                                             {"subscribe", ParseSubscribe},
+                                             {"unsubscribe", ParseUnsubscribe},
+                                             {"disconnect", ParseDisconnect},
+                                             {"sender", ParseSender},
+                                             {"call", ParseCall},
+                                             {"stop", ParseStop}}};
+
+}  // namespace
+
+Header ParseHeader(const std::string& text) {
+  const json line = Parsed(text);
+  Members members(line, "");
+  Header header;
+  if (Required<std::int32_t>(members, "recording") != kVersion) throw MalformedRecording("recording must be 1");
+  header.start = Required<time_t>(members, "start");
+  members.Read("timezone", header.timezone);
+  members.Finish();
+  if (!IsTimezone(header.timezone)) throw MalformedRecording("unknown timezone " + header.timezone);
+  return header;
+}
+
+Line ParseLine(const std::string& text) {
+  const json line = Parsed(text);
+  if (!line.is_object() || line.size() != 1) throw MalformedRecording("the line must be an object with one key");
+  const std::string& name = line.begin().key();
+  for (const Keyword& keyword : kKeywords) {
+    if (name == keyword.name) return keyword.parse(line.begin().value());
+  }
+  throw MalformedRecording("unknown key " + name);
+}
+
+}  // namespace probe::recording

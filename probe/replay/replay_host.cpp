@@ -1,0 +1,170 @@
+#include "probe/replay/replay_host.h"
+
+#include <cstdint>
+#include <cstdlib>
+#include <ctime>
+#include <utility>
+
+#include "platform/tasks.h"
+#include "probe/device_centre/device_centre.h"
+#include "probe/sending/send_function.h"
+#include "probe/sources/recorded/device_state.h"
+#include "probe/sources/recorded/members.h"
+#include "probe/subscriptions/subscription_service.h"
+#include "probe/tasks/memory_cleanup.h"
+
+namespace probe {
+namespace {
+
+using nlohmann::json;
+using JsonText = std::unique_ptr<char, decltype(&std::free)>;
+using JsonC = std::unique_ptr<json_object, decltype(&json_object_put)>;
+
+/// Makes the recording's time zone the process's.
+time_t InForce(const recording::Header& header) {
+  setenv("TZ", header.timezone.c_str(), 1);
+  tzset();
+  return header.start;
+}
+
+}  // namespace
+
+/// The host's send function. It is a plain function, so the host that it sends for is one for the process.
+class ReplayHost::Send {
+ public:
+  static void Install(ReplayHost* host) {
+    host_ = host;
+    InstallSendFunction(host == nullptr ? nullptr : &ToConnection);
+  }
+
+ private:
+  static void ToConnection(lws* connection, const std::string& text) {
+    ReplayHost& host = *host_;
+    host.output_.Push(host.meter_.pass(), host.now(), host.connections_.at(connection), text);
+  }
+
+  static inline ReplayHost* host_ = nullptr;
+};
+
+ReplayHost::ReplayHost(const std::string& plugin_path, const recording::Header& header, ReplayOutput& output)
+    : output_(output), clock_(InForce(header)), meter_(clock_), installation_(meter_), plugin_(plugin_path) {
+  DeviceCentre::Instance().Clear();
+  Send::Install(this);
+  plugin_.RegisterMonitors();
+  clock_.AwaitSleeper();
+}
+
+ReplayHost::~ReplayHost() {
+  output_.Mute();
+  if (!is_stopped_) StopEngine();
+  Send::Install(nullptr);
+  SubscriptionService::Instance().Clear();
+  RegisterMonitorMemoryCleanup(nullptr);
+  DeviceCentre::Instance().Clear();
+}
+
+void ReplayHost::StopEngine() {
+  plugin_.stop_monitor();
+  is_stopped_ = true;
+}
+
+void ReplayHost::Do(const recording::Line& line) {
+  std::visit(
+      [this](const auto& wanted) {
+        using Wanted = std::decay_t<decltype(wanted)>;
+        constexpr bool kGoesOnAfterStop =
+            std::is_same_v<Wanted, recording::CallReport> || std::is_same_v<Wanted, recording::CallTraffic> ||
+            std::is_same_v<Wanted, recording::SetClock> || std::is_same_v<Wanted, recording::SetDevice> ||
+            std::is_same_v<Wanted, recording::MergeDevice> || std::is_same_v<Wanted, recording::ForgetDevice>;
+        if (is_stopped_ && !kGoesOnAfterStop) {
+          throw MalformedRecording("after stop only call, clock and device may follow");
+        }
+        Do(wanted);
+      },
+      line);
+}
+
+void ReplayHost::Do(const recording::SetDevice& line) {
+  DeviceCentre::Instance().Replace(line.mac, SnapshotOf(line.state));
+  states_[line.mac] = line.state;
+}
+
+void ReplayHost::Do(const recording::MergeDevice& line) {
+  const auto known = states_.find(line.mac);
+  json state = known == states_.end() ? json::object() : known->second;
+  state.merge_patch(line.patch);
+  DeviceCentre::Instance().Replace(line.mac, SnapshotOf(state));
+  states_[line.mac] = std::move(state);
+}
+
+void ReplayHost::Do(const recording::ForgetDevice& line) {
+  DeviceCentre::Instance().Forget(line.mac);
+  states_.erase(line.mac);
+}
+
+void ReplayHost::Do(const recording::CleanUp& line) {
+  CleanUpDevice(line.mac);
+}
+
+void ReplayHost::Do(const recording::SetClock& line) {
+  clock_.Set(line.seconds);
+}
+
+void ReplayHost::Do(const recording::RunPasses& line) {
+  for (std::uint64_t pass = 0; pass < line.repeat; ++pass) {
+    clock_.RunPass(line.at ? *line.at : now() + line.after);
+    output_.Flush();
+  }
+}
+
+void ReplayHost::Do(const recording::Subscribe& line) {
+  const JsonC request(line.request.is_null() ? nullptr : json_tokener_parse(line.request.dump().c_str()),
+                      &json_object_put);
+  auto& service = SubscriptionService::Instance();
+  const auto filters = service.Parse(line.topic, request.get());
+  if (!filters) throw MalformedRecording("nobody feeds the topic " + line.topic);
+  service.File(line.topic, HandleOf(line.connection), *filters);
+}
+
+void ReplayHost::Do(const recording::Unsubscribe& line) {
+  SubscriptionService::Instance().Unsubscribe(line.topic, HandleOf(line.connection), line.sid);
+}
+
+void ReplayHost::Do(const recording::Disconnect& line) {
+  SubscriptionService::Instance().Disconnect(HandleOf(line.connection));
+}
+
+void ReplayHost::Do(const recording::SetSender& line) {
+  Send::Install(line.is_installed ? this : nullptr);
+}
+
+void ReplayHost::Do(const recording::CallReport& line) {
+  const std::map<std::string, decltype(plugin_.get_wireless_client_report)> entries{
+      {"get_wireless_client_report", plugin_.get_wireless_client_report},
+      {"get_wireless_client_report_avail_list", plugin_.get_wireless_client_report_avail_list},
+      {"get_wireless_network_report", plugin_.get_wireless_network_report},
+      {"get_wireless_network_report_avail_list", plugin_.get_wireless_network_report_avail_list}};
+  const JsonText text(entries.at(line.entry)(line.request ? line.request->c_str() : nullptr), &std::free);
+  output_.Return(line.entry, now(), text == nullptr ? std::string() : text.get());
+}
+
+void ReplayHost::Do(const recording::CallTraffic& line) {
+  std::map<std::string, unsigned long long> out;
+  plugin_.GetInterfaceTraffic(line.mac, line.interface, out);
+  output_.Return(recording::kTrafficEntry, now(), out);
+}
+
+void ReplayHost::Do(const recording::Stop& /*line*/) {
+  StopEngine();
+}
+
+lws* ReplayHost::HandleOf(const std::string& connection) {
+  const auto known = handles_.find(connection);
+  if (known != handles_.end()) return known->second;
+  const std::uintptr_t number = handles_.size() + 1;
+  auto* handle = reinterpret_cast<lws*>(number);  // NOLINT(performance-no-int-to-ptr): an opaque handle
+  connections_[handle] = connection;
+  return handles_[connection] = handle;
+}
+
+}  // namespace probe

@@ -1,0 +1,77 @@
+#pragma once
+
+#include <map>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
+
+#include "platform/subscriptions.h"
+#include "probe/app/loaded_plugin.h"
+#include "probe/clock/virtual_clock.h"
+#include "probe/replay/pass_meter.h"
+#include "probe/replay/recording.h"
+#include "probe/replay/replay_output.h"
+
+namespace probe {
+
+/// The host that a recording is replayed on: the real plug-in, over recorded devices and a virtual clock.
+///
+/// The executable must link `probe_clock_symbols`. One at a time in a process.
+/// Threads: one drives it; the engine runs on its own and sleeps whenever the driver is at work.
+class ReplayHost {
+ public:
+  /// Loads the plug-in and registers its monitors at the recording's start. Nothing of the host says anything in the
+  /// log.
+  ///
+  /// Fails: throws `std::runtime_error` when the plug-in cannot be loaded.
+  ReplayHost(const std::string& plugin_path, const recording::Header& header, ReplayOutput& output);
+
+  /// Stops the engine, if need be; what it still sends is dropped.
+  ~ReplayHost();
+  ReplayHost(const ReplayHost&) = delete;
+  ReplayHost& operator=(const ReplayHost&) = delete;
+
+  /// Does what one line asks for, and returns when it is done.
+  ///
+  /// Fails: throws `MalformedRecording` for what cannot be done.
+  void Do(const recording::Line& line);
+
+  /// What the passes have cost so far.
+  PassCost cost() const { return meter_.cost(); }
+
+ private:
+  class Send;
+
+  void Do(const recording::SetDevice& line);
+  void Do(const recording::MergeDevice& line);
+  void Do(const recording::ForgetDevice& line);
+  void Do(const recording::CleanUp& line);
+  void Do(const recording::SetClock& line);
+  void Do(const recording::RunPasses& line);
+  void Do(const recording::Subscribe& line);
+  void Do(const recording::Unsubscribe& line);
+  void Do(const recording::Disconnect& line);
+  void Do(const recording::SetSender& line);
+  void Do(const recording::CallReport& line);
+  void Do(const recording::CallTraffic& line);
+  void Do(const recording::Stop& line);
+
+  void StopEngine();
+  time_t now() { return clock_.Now().tv_sec; }
+
+  /// The handle of a connection; one that is named later has a greater one.
+  lws* HandleOf(const std::string& connection);
+
+  ReplayOutput& output_;
+  VirtualClock clock_;
+  PassMeter meter_;
+  ClockInstallation installation_;
+  std::map<std::string, nlohmann::json> states_;  // device MAC -> recorded state
+  std::map<std::string, lws*> handles_;           // connection name -> handle
+  std::map<lws*, std::string> connections_;       // and back; read by the engine while the driver waits for it
+  LoadedPlugin plugin_;
+  bool is_stopped_ = false;
+};
+
+}  // namespace probe

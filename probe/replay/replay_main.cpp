@@ -1,0 +1,96 @@
+// probe-replay: replays a recorded network through the real plug-in and prints everything that comes out.
+
+#include <CLI/CLI.hpp>
+#include <fstream>
+#include <iostream>
+#include <optional>
+#include <stdexcept>
+#include <string>
+
+#include "probe/logging/log.h"
+#include "probe/replay/replay_host.h"
+#include "probe/sources/recorded/members.h"
+
+namespace {
+
+constexpr int kMalformed = 1;
+constexpr int kUnusable = 2;
+
+struct Arguments {
+  std::string plugin = probe::DefaultPluginPath();
+  std::string log_level;
+  bool wants_timing = false;
+  std::string recording;
+};
+
+/// Has the plug-in's log lines of a level and above printed; without a level none.
+void DirectLog(const std::string& level, probe::ReplayOutput& output) {
+  using probe::log::Level;
+  probe::log::SetLevel(level == "debug" ? Level::kDebug : level == "info" ? Level::kInfo : Level::kError);
+  const bool is_wanted = !level.empty();
+  probe::log::SetWriter([&output, is_wanted](Level line_level, int module, const std::string& text) {
+    if (is_wanted && module != probe::log::kProbeModule) output.Log(line_level, module, text);
+  });
+}
+
+/// Replays line by line; `line` is the number of the line at hand, for error texts.
+void Replay(std::istream& input, const Arguments& arguments, probe::ReplayOutput& output, std::size_t& line) {
+  std::optional<probe::ReplayHost> host;
+  for (std::string text; std::getline(input, text);) {
+    ++line;
+    if (text.empty() || text.front() == '#') continue;
+    if (host) {
+      host->Do(probe::recording::ParseLine(text));
+    } else {
+      host.emplace(arguments.plugin, probe::recording::ParseHeader(text), output);
+    }
+    output.Flush();
+  }
+  if (!host) throw probe::MalformedRecording("the header is missing");
+  if (arguments.wants_timing) output.Timing(host->cost());
+}
+
+int Run(const Arguments& arguments) {
+  std::ifstream file;
+  if (arguments.recording != "-") {
+    file.open(arguments.recording);
+    if (!file) {
+      std::cerr << arguments.recording << ": cannot be read\n";
+      return kUnusable;
+    }
+  }
+  probe::ReplayOutput output(std::cout);
+  DirectLog(arguments.log_level, output);
+  std::size_t line = 0;
+  int status = 0;
+  try {
+    Replay(arguments.recording == "-" ? std::cin : file, arguments, output, line);
+  } catch (const probe::MalformedRecording& error) {
+    std::cerr << arguments.recording << ":" << line << ": " << error.what() << "\n";
+    status = kMalformed;
+  } catch (const std::runtime_error& error) {
+    std::cerr << error.what() << "\n";
+    status = kUnusable;
+  }
+  probe::log::SetWriter({});
+  return status;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  std::ios::sync_with_stdio(false);
+  Arguments arguments;
+  CLI::App app("Replays a recorded network through the plug-in and prints what comes out, as JSON Lines.");
+  app.add_option("--plugin", arguments.plugin, "The plug-in to load")->capture_default_str();
+  app.add_option("--log", arguments.log_level, "Also print the plug-in's log lines of this level and above")
+      ->check(CLI::IsMember({"error", "info", "debug"}));
+  app.add_flag("--timing", arguments.wants_timing, "At the end, print what the passes cost");
+  app.add_option("RECORDING", arguments.recording, "A file of JSON Lines, or - for standard input")->required();
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error) == 0 ? 0 : kUnusable;
+  }
+  return Run(arguments);
+}

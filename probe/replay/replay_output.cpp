@@ -1,0 +1,104 @@
+#include "probe/replay/replay_output.h"
+
+#include <sys/resource.h>
+
+#include <nlohmann/json.hpp>
+#include <ostream>
+#include <utility>
+
+namespace probe {
+namespace {
+
+using nlohmann::ordered_json;
+
+/// One line of valid UTF-8, whatever octets its texts hold.
+std::string Dumped(const ordered_json& line) {
+  constexpr int kOneLine = -1;
+  return line.dump(kOneLine, ' ', false, ordered_json::error_handler_t::replace);
+}
+
+long PeakResidentKib() {
+  rusage usage{};
+  getrusage(RUSAGE_SELF, &usage);
+  return usage.ru_maxrss;
+}
+
+}  // namespace
+
+void ReplayOutput::Push(std::uint64_t pass, time_t at, const std::string& connection, const std::string& text) {
+  Keep({.kind = Event::Kind::kPush, .pass = pass, .at = at, .name = connection, .module = 0, .text = text, .out = {}});
+}
+
+void ReplayOutput::Return(const std::string& entry, time_t at, const std::string& text) {
+  Keep({.kind = Event::Kind::kReturn, .pass = 0, .at = at, .name = entry, .module = 0, .text = text, .out = {}});
+}
+
+void ReplayOutput::Return(const std::string& entry, time_t at, const std::map<std::string, unsigned long long>& out) {
+  Keep({.kind = Event::Kind::kReturnMap, .pass = 0, .at = at, .name = entry, .module = 0, .text = {}, .out = out});
+}
+
+void ReplayOutput::Log(log::Level level, int module, const std::string& text) {
+  Keep({.kind = Event::Kind::kLog,
+        .pass = 0,
+        .at = 0,
+        .name = log::LevelName(level),
+        .module = module,
+        .text = text,
+        .out = {}});
+}
+
+void ReplayOutput::Keep(Event event) {
+  const std::lock_guard held(lock_);
+  if (is_muted_) return;
+  if (event.kind == Event::Kind::kPush) {
+    ++pushes_;
+    bytes_ += event.text.size();
+  }
+  events_.push_back(std::move(event));
+}
+
+void ReplayOutput::Mute() {
+  const std::lock_guard held(lock_);
+  is_muted_ = true;
+}
+
+std::string ReplayOutput::LineOf(const Event& event) {
+  switch (event.kind) {
+    case Event::Kind::kPush:
+      return Dumped(
+          {{"push", {{"pass", event.pass}, {"at", event.at}, {"connection", event.name}, {"text", event.text}}}});
+    case Event::Kind::kReturn:
+      return Dumped({{"return", {{"entry", event.name}, {"at", event.at}, {"text", event.text}}}});
+    case Event::Kind::kReturnMap:
+      return Dumped({{"return", {{"entry", event.name}, {"at", event.at}, {"out", event.out}}}});
+    case Event::Kind::kLog:
+      break;
+  }
+  return Dumped({{"log", {{"level", event.name}, {"module", event.module}, {"text", event.text}}}});
+}
+
+void ReplayOutput::Flush() {
+  std::vector<Event> events;
+  {
+    const std::lock_guard held(lock_);
+    events.swap(events_);
+  }
+  for (const Event& event : events) stream_ << LineOf(event) << '\n';
+  stream_.flush();
+}
+
+void ReplayOutput::Timing(const PassCost& cost) {
+  Flush();
+  const std::lock_guard held(lock_);
+  stream_ << Dumped({{"timing",
+                      {{"passes", cost.passes},
+                       {"cpu_seconds", cost.cpu_seconds},
+                       {"wall_seconds", cost.wall_seconds},
+                       {"pushes", pushes_},
+                       {"bytes", bytes_},
+                       {"peak_rss_kib", PeakResidentKib()}}}})
+          << '\n';
+  stream_.flush();
+}
+
+}  // namespace probe

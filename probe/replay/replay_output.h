@@ -1,0 +1,58 @@
+#pragma once
+
+#include <cstdint>
+#include <iosfwd>
+#include <map>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "probe/logging/log.h"
+#include "probe/replay/pass_meter.h"
+
+namespace probe {
+
+/// What comes out of a replay, as JSON Lines on a stream.
+///
+/// Lines are kept until `Flush`: a push or a log line that comes in the middle of a pass costs the pass a copy of its
+/// text and no more. Threads: any.
+class ReplayOutput {
+ public:
+  explicit ReplayOutput(std::ostream& stream) : stream_(stream) {}
+
+  void Push(std::uint64_t pass, time_t at, const std::string& connection, const std::string& text);
+  void Return(const std::string& entry, time_t at, const std::string& text);
+  void Return(const std::string& entry, time_t at, const std::map<std::string, unsigned long long>& out);
+  void Log(log::Level level, int module, const std::string& text);
+  void Timing(const PassCost& cost);
+
+  /// Drops what comes from now on.
+  void Mute();
+
+  /// Writes all that was kept.
+  void Flush();
+
+ private:
+  /// One line to be; what its kind does not need is empty.
+  struct Event {
+    enum class Kind { kPush, kReturn, kReturnMap, kLog } kind;
+    std::uint64_t pass = 0;
+    time_t at = 0;
+    std::string name;  ///< Connection, entry point or log level.
+    int module = 0;
+    std::string text;
+    std::map<std::string, unsigned long long> out;
+  };
+
+  void Keep(Event event);
+  static std::string LineOf(const Event& event);
+
+  std::ostream& stream_;
+  std::mutex lock_;
+  std::vector<Event> events_;  // guarded by lock_, as is all that follows
+  bool is_muted_ = false;
+  std::uint64_t pushes_ = 0;
+  std::uint64_t bytes_ = 0;
+};
+
+}  // namespace probe
