@@ -1,0 +1,56 @@
+#include "probe/sources/simulated/client_radio.h"
+
+#include <array>
+
+#include "probe/sources/simulated/attendance.h"
+#include "probe/sources/simulated/wireless_networks.h"
+
+namespace probe::simulated {
+namespace {
+
+using vexora_probe::models::controller::WIFIOpMode;
+
+/// Rates by mode, from a poor place to a good one.
+using Rates = std::array<std::int32_t, 4>;
+
+Rates RatesOf(WIFIOpMode mode) {
+  switch (mode) {
+    case WIFIOpMode::k802_11b:
+      return {1, 2, 6, 11};
+    case WIFIOpMode::k802_11a:
+    case WIFIOpMode::k802_11g:
+      return {12, 24, 36, 54};
+    case WIFIOpMode::k802_11n:
+      return {65, 130, 150, 300};
+    case WIFIOpMode::k802_11ac:
+      break;
+  }
+  return {173, 390, 433, 867};
+}
+
+}  // namespace
+
+std::size_t RadioOf(const Dice& dice, const Client& client, const Moment& moment) {
+  if (client.kind == ClientKind::kThing) return kLowBand;
+  constexpr int kChoiceMinutes = 45;
+  const std::int64_t slot = SlotOf(dice, client.number, moment, kChoiceMinutes);
+  return dice.Percent(18, Question::kRadio, client.number, slot) ? kLowBand : kHighBand;
+}
+
+WIFIOpMode ModeOf(const Dice& dice, const Client& client, std::size_t radio) {
+  const int age = dice.Between(0, 99, Question::kCapability, client.number);
+  if (client.kind == ClientKind::kThing) return age < 25 ? WIFIOpMode::k802_11b : WIFIOpMode::k802_11g;
+  const bool is_old = age < 5;
+  if (radio == kLowBand) return is_old ? WIFIOpMode::k802_11g : WIFIOpMode::k802_11n;
+  if (is_old) return WIFIOpMode::k802_11a;
+  return age < 20 ? WIFIOpMode::k802_11n : WIFIOpMode::k802_11ac;
+}
+
+std::int32_t DataRateOf(const Dice& dice, const Client& client, std::size_t radio, const Moment& moment) {
+  constexpr int kRateMinutes = 5;
+  const Rates rates = RatesOf(ModeOf(dice, client, radio));
+  const std::int64_t slot = FloorDivide(moment.minute, kRateMinutes);
+  return rates[dice.Below(rates.size(), Question::kDataRate, client.number, slot)];
+}
+
+}  // namespace probe::simulated

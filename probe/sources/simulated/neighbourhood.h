@@ -1,0 +1,43 @@
+#pragma once
+
+#include <cstddef>
+#include <list>
+
+#include "platform/device_records.h"
+#include "probe/sources/simulated/dice.h"
+#include "probe/sources/simulated/floor_plan.h"
+#include "probe/sources/simulated/moment.h"
+#include "probe/sources/simulated/whereabouts.h"
+
+namespace probe::simulated {
+
+/// Which other access points are in the air around one.
+///
+/// The company's own ones of the same floor are trusted, and so is the branch office next door; all others are foreign:
+/// shops with opening hours, phones that pass by, and some whose names are a nuisance: hidden ones, separators, markup,
+/// line ends, octets that are no UTF-8, and one that pretends to be the company's own network. Six access points share
+/// one street, so a foreign one is heard by several.
+///
+/// Does not model: two access points hearing each other equally well, or channels that change.
+/// Threads: any; nothing in it changes.
+class Neighbourhood {
+ public:
+  /// Both have to outlive the object.
+  Neighbourhood(const Dice& dice, const FloorPlan& plan) : dice_(dice), plan_(plan) {}
+
+  /// The scan table of an access point, own ones first. The signal drifts every five minutes.
+  std::list<vexora_probe::models::controller::NeighboringAP> HeardBy(std::size_t access_point, const Moment& moment,
+                                                                     const IsOnTheAir& is_on_the_air) const;
+
+ private:
+  using Table = std::list<vexora_probe::models::controller::NeighboringAP>;
+
+  void AddOwn(std::size_t access_point, const Moment& moment, const IsOnTheAir& is_on_the_air, Table& table) const;
+  void AddForeign(std::size_t access_point, const Moment& moment, Table& table) const;
+  bool IsForeignOnTheAir(std::size_t street, std::size_t foreign, const Moment& moment) const;
+
+  const Dice& dice_;
+  const FloorPlan& plan_;
+};
+
+}  // namespace probe::simulated

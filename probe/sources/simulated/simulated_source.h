@@ -1,0 +1,45 @@
+#pragma once
+
+#include <condition_variable>
+#include <ctime>
+#include <mutex>
+#include <thread>
+
+#include "probe/device_centre/device_centre.h"
+#include "probe/sources/simulated/simulated_network.h"
+
+namespace probe {
+
+/// The source that keeps a simulated network up to date, by the clock of the process.
+///
+/// Owner:   the application. Stop it, or let it go, before the device centre goes or the clock is taken out.
+/// Threads: `Start` and `Stop` one thread; between the two a thread of its own moves the network.
+class SimulatedSource {
+ public:
+  /// `centre` has to outlive the source. Units: `every` in seconds of the installed clock, at least 1.
+  SimulatedSource(DeviceCentre& centre, const SimulatedNetworkSettings& settings, time_t every = 10);
+  ~SimulatedSource();
+  SimulatedSource(const SimulatedSource&) = delete;
+  SimulatedSource& operator=(const SimulatedSource&) = delete;
+
+  /// Fills the device centre, then goes on in a thread of its own.
+  void Start();
+
+  /// Ends the thread, at once but for a reading that is under way. The devices stay in the centre.
+  void Stop();
+
+  const SimulatedNetwork& network() const { return network_; }
+
+ private:
+  void Run(time_t last);
+
+  SimulatedNetwork network_;
+  const time_t every_;
+
+  std::mutex lock_;
+  std::condition_variable stopping_;
+  bool is_stopping_ = false;  // guarded by lock_
+  std::thread thread_;        // only the thread that calls Start and Stop
+};
+
+}  // namespace probe
