@@ -17,13 +17,13 @@ using fuzzing::Require;
 
 namespace {
 
-/// The value under `key` when it is a text.
+/// The value under `key` when it is a text; it ends at its first NUL, as every text of a request does.
 std::optional<std::string> PlainText(json_object* object, const char* key) {
   json_object* value = nullptr;
   if (json_object_is_type(object, json_type_object) == 0) return std::nullopt;
   if (json_object_object_get_ex(object, key, &value) == 0) return std::nullopt;
   if (json_object_is_type(value, json_type_string) == 0) return std::nullopt;
-  return std::string(json_object_get_string(value), static_cast<std::size_t>(json_object_get_string_len(value)));
+  return json_object_get_string(value);
 }
 
 /// SID -> last element with that SID. Nothing when an element's SID is no plain text: then there is no simple answer.

@@ -16,7 +16,6 @@
 
 namespace json_key = monitoring::json_key;
 using monitoring::JsonTree;
-using monitoring::Traffic;
 using monitoring::traffic::DeviceHistories;
 using monitoring::traffic::DeviceIndexes;
 using monitoring::traffic::History;

@@ -26,6 +26,24 @@ std::string Footer() {
          DescribeSettings();
 }
 
+constexpr int kMostSpeed = 3600;
+
+/// Takes over which devices there are, and how fast their time goes.
+void ChooseSources(const CommandLine& command_line, Settings& settings) {
+  if (command_line.is_live || command_line.is_simulated) {
+    settings.this_machine.enabled = command_line.is_live;
+    settings.simulated.enabled = command_line.is_simulated;
+  }
+  if (command_line.devices) settings.simulated.network.devices = *command_line.devices;
+  if (command_line.clients) settings.simulated.network.clients = *command_line.clients;
+  settings.speed = command_line.speed;
+  if (settings.speed != 1 && settings.this_machine.enabled) {
+    throw SettingsError(
+        "--speed: this machine is one of the devices (sources.this_machine.enabled), and its counters run at their own "
+        "pace; use --simulated");
+  }
+}
+
 void Describe(CLI::App& app, CommandLine& result) {
   app.add_option("--config", result.config,
                  std::string("Configuration file. Default: ") + kSystemConfiguration + ", where that exists")
@@ -38,7 +56,19 @@ void Describe(CLI::App& app, CommandLine& result) {
   app.add_option("--port", result.port, "TCP port to listen on; 0: any free one, which the log names")
       ->type_name("PORT")
       ->check(CLI::Range(0, 65535));
-  app.add_flag("--live")->description("Real devices at the true pace, a pass a minute. This is the default");
+  auto* live = app.add_flag("--live", result.is_live, "Real devices: this machine. A pass a minute");
+  auto* simulated = app.add_flag("--simulated", result.is_simulated, "A simulated network instead of real devices");
+  simulated->excludes(live);
+  app.add_option("--speed", result.speed, "Run everything so many times faster; not with real devices")
+      ->type_name("N")
+      ->check(CLI::Range(1, kMostSpeed))
+      ->excludes(live);
+  app.add_option("--devices", result.devices, "Devices of the simulated network")
+      ->type_name("N")
+      ->check(CLI::NonNegativeNumber);
+  app.add_option("--clients", result.clients, "Wireless clients of the simulated network")
+      ->type_name("N")
+      ->check(CLI::NonNegativeNumber);
   app.set_version_flag("--version", "vexora-probe " VEXORA_VERSION, "Print the version and exit");
   app.set_help_flag("-h,--help", "Print this text and exit");
   app.footer(Footer());
@@ -72,6 +102,7 @@ Settings SettingsFor(const CommandLine& command_line, const std::string& system_
   if (command_line.plugin) settings.plugin_path = *command_line.plugin;
   if (command_line.log_level) LogLevelKey().assign(settings, *command_line.log_level);
   if (command_line.port) settings.server.port = *command_line.port;
+  ChooseSources(command_line, settings);
   return settings;
 }
 

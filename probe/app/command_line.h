@@ -15,6 +15,11 @@ struct CommandLine {
   std::optional<std::string> plugin;     ///< In place of `plugin.path`.
   std::optional<std::string> log_level;  ///< In place of `logging.level`; one that this key accepts.
   std::optional<std::uint16_t> port;     ///< In place of `server.port`.
+  bool is_live = false;                  ///< This machine's own interfaces, and no simulated network.
+  bool is_simulated = false;             ///< A simulated network, and not this machine.
+  unsigned speed = 1;                    ///< How many times faster than the true pace.
+  std::optional<int> devices;            ///< In place of `sources.simulated.devices`.
+  std::optional<int> clients;            ///< In place of `sources.simulated.clients`.
 };
 
 /// A command line that is answered by a text, and the program is over.

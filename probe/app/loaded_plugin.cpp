@@ -20,7 +20,10 @@ void Find(void* library, const std::string& path, const char* name, const char* 
 
 LoadedPlugin::LoadedPlugin(const std::string& path) {
   library_ = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
-  if (library_ == nullptr) throw std::runtime_error(std::string("the plug-in cannot be loaded: ") + dlerror());
+  if (library_ == nullptr) {
+    const char* reason = dlerror();  // NOLINT(concurrency-mt-unsafe): each thread has its own text
+    throw std::runtime_error(std::string("the plug-in cannot be loaded: ") + reason);
+  }
   try {
     FindEntryPoints(path);
   } catch (...) {

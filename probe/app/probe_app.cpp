@@ -10,6 +10,12 @@
 #include "probe/subscriptions/subscription_service.h"
 
 namespace probe {
+namespace {
+
+/// Devices that are named at the start; a simulated network may have thousands.
+constexpr std::size_t kMostAnnounced = 20;
+
+}  // namespace
 
 ProbeApp::ProbeApp(Settings settings) : settings_(std::move(settings)) {}
 
@@ -23,6 +29,7 @@ void ProbeApp::Start() {
   const std::string reason = WhyUnsafe(settings_.server);
   if (!reason.empty()) throw std::runtime_error(reason);
   try {
+    StartClock();
     StartSources();
     StartPlugin();
     server_ = std::make_unique<WebServer>(settings_.server, SubscriptionService::Instance());
@@ -34,13 +41,26 @@ void ProbeApp::Start() {
   Announce();
 }
 
+void ProbeApp::StartClock() {
+  if (settings_.speed == 1) return;
+  clock_ = std::make_unique<ScaledClock>(settings_.speed);
+  clock_installation_ = std::make_unique<ClockInstallation>(*clock_);
+  log::Info("time runs %u times faster", settings_.speed);
+}
+
 void ProbeApp::StartSources() {
-  if (!settings_.this_machine.enabled) {
-    log::Info("no source is enabled: there will be no devices");
-    return;
+  if (settings_.this_machine.enabled) {
+    this_machine_ = std::make_unique<ThisMachine>(DeviceCentre::Instance(), settings_.this_machine);
+    this_machine_->Start();
   }
-  this_machine_ = std::make_unique<ThisMachine>(DeviceCentre::Instance(), settings_.this_machine);
-  this_machine_->Start();
+  if (settings_.simulated.enabled) {
+    simulated_ = std::make_unique<SimulatedSource>(DeviceCentre::Instance(), settings_.simulated.network,
+                                                   static_cast<time_t>(settings_.simulated.refresh.count()));
+    simulated_->Start();
+    log::Info("a simulated network of %zu devices and %zu wireless clients", simulated_->network().DeviceMacs().size(),
+              simulated_->network().clients());
+  }
+  if (!this_machine_ && !simulated_) log::Info("no source is enabled: there will be no devices");
 }
 
 void ProbeApp::StartPlugin() {
@@ -57,19 +77,23 @@ std::string ProbeApp::UrlOf(const std::string& address) const {
 }
 
 void ProbeApp::Announce() const {
+  std::size_t announced = 0;
   for (const auto& [mac, info] : DeviceCentre::Instance().GetDevicesBasicInfo("", false)) {
+    if (++announced > kMostAnnounced) break;
     log::Info("device %s: %s", mac.c_str(), info.hostname.c_str());
   }
   for (const std::string& address : server_->addresses()) log::Info("listening on %s", UrlOf(address).c_str());
+  constexpr unsigned kSecondsToSecondPass = 120;
   log::Info(
-      "the first speeds come with the second pass, in two minutes; to watch them: "
+      "the first speeds come with the second pass, in %u s; to watch them: "
       "probe-watch --url %s TrafficMonitor '[{\"sid\": \"a\", \"filter\": {\"interval\": \"1m\"}}]'",
-      UrlOf(server_->addresses().front()).c_str());
+      (kSecondsToSecondPass + settings_.speed - 1) / settings_.speed, UrlOf(server_->addresses().front()).c_str());
 }
 
 void ProbeApp::Stop() {
   if (server_) server_->Stop();
   if (this_machine_) this_machine_->Stop();
+  if (simulated_) simulated_->Stop();
   if (plugin_) {
     plugin_->stop_monitor();
     SubscriptionService::Instance().Clear();
@@ -77,7 +101,10 @@ void ProbeApp::Stop() {
   }
   plugin_.reset();
   server_.reset();
+  simulated_.reset();
   this_machine_.reset();
+  clock_installation_.reset();
+  clock_.reset();
 }
 
 }  // namespace probe

@@ -4,8 +4,10 @@
 #include <string>
 
 #include "probe/app/loaded_plugin.h"
+#include "probe/clock/scaled_clock.h"
 #include "probe/configuration/settings.h"
 #include "probe/server/web_server.h"
+#include "probe/sources/simulated/simulated_source.h"
 #include "probe/sources/this_machine/this_machine.h"
 
 namespace probe {
@@ -34,6 +36,7 @@ class ProbeApp {
   void Stop();
 
  private:
+  void StartClock();
   void StartSources();
   void StartPlugin();
   void Announce() const;
@@ -42,7 +45,10 @@ class ProbeApp {
   std::string UrlOf(const std::string& address) const;
 
   const Settings settings_;
+  std::unique_ptr<ScaledClock> clock_;  // null at the true pace
+  std::unique_ptr<ClockInstallation> clock_installation_;
   std::unique_ptr<ThisMachine> this_machine_;
+  std::unique_ptr<SimulatedSource> simulated_;
   std::unique_ptr<LoadedPlugin> plugin_;
   std::unique_ptr<WebServer> server_;
 };

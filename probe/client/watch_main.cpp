@@ -75,13 +75,13 @@ bool Watch(const Wish& wish) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  CLI::App app("Subscribes to a topic of a probe and prints each message as one line.", "probe-watch");
-  Wish wish;
-  AddOptions(app, wish);
-  CLI11_PARSE(app, argc, argv);
-  std::signal(SIGINT, [](int) { interrupted = 1; });
-  std::signal(SIGTERM, [](int) { interrupted = 1; });
   try {
+    CLI::App app("Subscribes to a topic of a probe and prints each message as one line.", "probe-watch");
+    Wish wish;
+    AddOptions(app, wish);
+    CLI11_PARSE(app, argc, argv);
+    std::signal(SIGINT, [](int) { interrupted = 1; });
+    std::signal(SIGTERM, [](int) { interrupted = 1; });
     return Watch(wish) ? 0 : 1;
   } catch (const std::exception& failure) {
     std::cerr << "probe-watch: " << failure.what() << "\n";

@@ -28,4 +28,13 @@ void InstallClock(Clock* clock);
 /// The clock of the process: the installed one, or the system's, whose `Sleep` a signal ends early.
 Clock& InstalledClock();
 
+/// Installs a clock for as long as the scope lasts.
+class ClockInstallation {
+ public:
+  explicit ClockInstallation(Clock& clock) { InstallClock(&clock); }
+  ~ClockInstallation() { InstallClock(nullptr); }
+  ClockInstallation(const ClockInstallation&) = delete;
+  ClockInstallation& operator=(const ClockInstallation&) = delete;
+};
+
 }  // namespace probe

@@ -45,16 +45,7 @@ class VirtualClock final : public Clock {
   time_t now_;  // guarded by lock_, as is all that follows
   bool is_asleep_ = false;
   std::uint64_t sleeps_ = 0;  // sleeps begun
-  sem_t wake_;                // posted once for each pass; a semaphore, because its wait ends with a signal
-};
-
-/// Installs a clock for as long as the scope lasts.
-class ClockInstallation {
- public:
-  explicit ClockInstallation(Clock& clock) { InstallClock(&clock); }
-  ~ClockInstallation() { InstallClock(nullptr); }
-  ClockInstallation(const ClockInstallation&) = delete;
-  ClockInstallation& operator=(const ClockInstallation&) = delete;
+  sem_t wake_{};              // posted once for each pass; a semaphore, because its wait ends with a signal
 };
 
 }  // namespace probe

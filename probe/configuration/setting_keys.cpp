@@ -12,6 +12,10 @@
 namespace probe {
 namespace {
 
+constexpr std::int64_t kMostSeed = 1'000'000'000;
+constexpr std::int64_t kMostDevices = 10'000;
+constexpr std::int64_t kMostClients = 1'000'000;
+
 bool AcceptAnything(const SettingValue& /*value*/) {
   return true;
 }
@@ -185,6 +189,27 @@ std::vector<SettingKey> ProbeKeys() {
   };
 }
 
+std::vector<SettingKey> SimulatedKeys() {
+  const std::string simulated = "sources.simulated";
+  return {
+      KeyOf<bool>(
+          simulated, "enabled", [](auto& settings) -> auto& { return settings.simulated.enabled; }, "true or false",
+          "Whether there is a simulated network, to see the probe at work without devices."),
+      Number(
+          simulated, "refresh_seconds", [](auto& settings) -> auto& { return settings.simulated.refresh; }, 1, 60,
+          "Time between two of its states."),
+      Number(
+          simulated, "seed", [](auto& settings) -> auto& { return settings.simulated.network.seed; }, 0, kMostSeed,
+          "Another seed is another company."),
+      Number(
+          simulated, "devices", [](auto& settings) -> auto& { return settings.simulated.network.devices; }, 0,
+          kMostDevices, "Routers, switches and access points. 0: a small company's nine."),
+      Number(
+          simulated, "clients", [](auto& settings) -> auto& { return settings.simulated.network.clients; }, 0,
+          kMostClients, "Wireless clients, not all of them in the house. 0: what suits the devices."),
+  };
+}
+
 std::string Quoted(const std::string& text) {
   return '"' + text + '"';  // defaults hold nothing that TOML wants escaped
 }
@@ -206,7 +231,7 @@ struct Written {
 const std::vector<SettingKey>& SettingKeys() {
   static const std::vector<SettingKey> keys = [] {
     std::vector<SettingKey> all = ServerKeys();
-    for (std::vector<SettingKey> more : {LimitKeys(), ProbeKeys()}) {
+    for (std::vector<SettingKey> more : {LimitKeys(), ProbeKeys(), SimulatedKeys()}) {
       std::move(more.begin(), more.end(), std::back_inserter(all));
     }
     return all;

@@ -10,6 +10,7 @@
 #include <map>
 #include <optional>
 #include <sstream>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -169,7 +170,8 @@ std::string ReadWhole(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
   std::ostringstream text;
   if (file && file.peek() != std::ifstream::traits_type::eof()) text << file.rdbuf();
-  if (!file.is_open() || file.bad()) throw SettingsError(path + ": cannot be read: " + std::strerror(errno));
+  if (!file.is_open() || file.bad())
+    throw SettingsError(path + ": cannot be read: " + std::generic_category().message(errno));
   return text.str();
 }
 

@@ -7,6 +7,7 @@
 
 #include "probe/logging/log.h"
 #include "probe/server/server_settings.h"
+#include "probe/sources/simulated/simulated_network.h"
 
 namespace probe {
 
@@ -17,6 +18,13 @@ struct ThisMachineSettings {
   std::string name;                 ///< Device name; empty: the host name.
 };
 
+/// How the source `simulated` works.
+struct SimulatedSettings {
+  bool enabled = false;              ///< Whether there is a simulated network.
+  std::chrono::seconds refresh{10};  ///< Time between two of its states, by the probe's clock.
+  SimulatedNetworkSettings network;  ///< Which network.
+};
+
 /// Everything that an administrator can settle. What a fresh record holds are the defaults.
 struct Settings {
   ServerSettings server;
@@ -24,6 +32,8 @@ struct Settings {
   log::Level log_level = log::Level::kInfo;
   std::string plugin_path;  ///< The plug-in's file; empty: the one that came with the executable.
   ThisMachineSettings this_machine;
+  SimulatedSettings simulated;
+  unsigned speed = 1;  ///< How many times faster than the true pace everything runs. Settled on the command line only.
 };
 
 /// Settings that cannot be used. The text is fit for an administrator: one line for each thing that is wrong, each of

@@ -41,7 +41,7 @@ PostOffice::PostOffice(Wake wake) : wake_(std::move(wake)) {}
 
 lws* PostOffice::NewHandle() {
   static std::atomic<std::uintptr_t> last{0};
-  return reinterpret_cast<lws*>(++last);
+  return reinterpret_cast<lws*>(++last);  // NOLINT(performance-no-int-to-ptr): an opaque handle
 }
 
 std::uint64_t PostOffice::NumberOf(lws* connection) {

@@ -230,9 +230,9 @@ bool ServerLoop::WatchProgress(Clock::time_point now) {
       connection->taken_by_peer = taken;
       connection->moved_at = now;
     } else if (connection->is_watched && now - connection->moved_at >= limits_.stuck_after) {
+      SayFarewell(*connection, kTryAgainLater);
       log::Info("[WebServer] connection %llu of %s is closed with 1013: it took nothing for limits.stuck_after = %lld",
                 NumberOf(*connection), connection->peer.c_str(), static_cast<long long>(limits_.stuck_after.count()));
-      SayFarewell(*connection, kTryAgainLater);
     }
   }
   return is_anybody_watched;

@@ -216,7 +216,10 @@ void WebServer::Running::BeginStop() {
 }
 
 void WebServer::Running::OnGraceOver(lws_sorted_usec_list_t* node) {
-  lws_container_of(node, Timer, node)->run->is_grace_over_ = true;
+  Running& run = *lws_container_of(node, Timer, node)->run;
+  run.is_grace_over_ = true;
+  // The library calls timers before it waits for the sockets, and would go on to wait as long as they stay quiet.
+  run.office_->WakeServer();
 }
 
 void WebServer::Running::ArmWatch() {

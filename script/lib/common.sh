@@ -18,7 +18,7 @@ usage_error() {
 
 # Prepares the folder of a preset. Afterwards the build itself notices changed CMake files, but not a changed preset.
 configure() {
-  [[ build/$1/build.ninja -nt CMakePresets.json ]] || cmake --preset "$1" --log-level=WARNING
+  [[ build/$1/build.ninja -nt CMakePresets.json ]] || cmake --preset "$1" --log-level=WARNING >/dev/null
 }
 
 # Builds targets of a preset.

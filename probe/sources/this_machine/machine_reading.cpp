@@ -13,6 +13,7 @@
 #include <iterator>
 #include <memory>
 #include <stdexcept>
+#include <system_error>
 
 #include "probe/sources/this_machine/links.h"
 
@@ -60,7 +61,7 @@ std::string ManagementAddress() {
     if (entry->ifa_addr == nullptr || (entry->ifa_flags & IFF_UP) == 0 || (entry->ifa_flags & IFF_LOOPBACK) != 0) {
       continue;
     }
-    const std::string address = GlobalAddress(*entry->ifa_addr);
+    std::string address = GlobalAddress(*entry->ifa_addr);
     if (address.empty()) continue;
     if (entry->ifa_addr->sa_family == AF_INET) return address;
     if (ipv6.empty()) ipv6 = address;
@@ -79,7 +80,7 @@ MachineReading ReadMachine() {
   reading.cpu = Found(CpuTimesOf(TextOf(kStat)), kStat);
   reading.uptime = Found(UptimeOf(TextOf(kUptime)), kUptime);
   utsname name{};
-  if (uname(&name) != 0) throw std::runtime_error(std::string("uname: ") + std::strerror(errno));
+  if (uname(&name) != 0) throw std::runtime_error("uname: " + std::generic_category().message(errno));
   reading.host_name = name.nodename;
   reading.kernel_release = name.release;
   reading.address = ManagementAddress();

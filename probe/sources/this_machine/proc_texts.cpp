@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <cmath>
 #include <cstddef>
 #include <limits>
 #include <numeric>
@@ -46,7 +47,7 @@ std::int32_t CpuPercent(const CpuTimes& before, const CpuTimes& now) {
   if (now.total <= before.total || now.busy < before.busy) return 0;
   const auto busy = static_cast<double>(now.busy - before.busy);
   const auto total = static_cast<double>(now.total - before.total);
-  return static_cast<std::int32_t>(std::min(busy / total, 1.0) * 100 + 0.5);
+  return static_cast<std::int32_t>(std::lround(std::min(busy / total, 1.0) * 100));
 }
 
 std::optional<std::int32_t> UptimeOf(std::string_view uptime) {

@@ -51,13 +51,46 @@ TEST(CommandLine, TakesEachOption) {
   EXPECT_EQ(command_line.plugin, "/b.so");
   EXPECT_EQ(command_line.log_level, "debug");
   EXPECT_EQ(command_line.port, 0);
+  EXPECT_TRUE(command_line.is_live);
+}
+
+TEST(CommandLine, TakesEachOptionOfASimulatedNetwork) {
+  const Settings settings = SettingsFor(Usable({"--simulated", "--speed=60", "--devices=20", "--clients", "30"}), "");
+
+  EXPECT_TRUE(settings.simulated.enabled);
+  EXPECT_FALSE(settings.this_machine.enabled);
+  EXPECT_EQ(settings.speed, 60u);
+  EXPECT_EQ(settings.simulated.network.devices, 20);
+  EXPECT_EQ(settings.simulated.network.clients, 30);
+}
+
+TEST(CommandLine, WatchesThisMachineAtTheTruePaceByDefault) {
+  for (const std::vector<std::string>& words : {std::vector<std::string>{}, {"--live"}}) {
+    const Settings settings = SettingsFor(Usable(words), "");
+    EXPECT_TRUE(settings.this_machine.enabled);
+    EXPECT_FALSE(settings.simulated.enabled);
+    EXPECT_EQ(settings.speed, 1u);
+  }
+}
+
+TEST(CommandLine, RefusesToSpeedUpRealDevices) {
+  EXPECT_EQ(Answered({"--live", "--speed", "60"}).exit_code, kUnusable);
+  EXPECT_EQ(Answered({"--live", "--simulated"}).exit_code, kUnusable);
+  EXPECT_EQ(Answered({"--simulated", "--speed", "0"}).exit_code, kUnusable);
+  try {
+    SettingsFor(Usable({"--speed", "60"}), "");
+    FAIL() << "this machine is a device by default";
+  } catch (const SettingsError& error) {
+    EXPECT_THAT(error.what(), HasSubstr("its counters run at their own pace; use --simulated"));
+  }
 }
 
 TEST(CommandLine, HelpShowsEveryOptionAndEveryKeyOfTheConfigurationFile) {
   const Answer help = Answered({"--help"});
 
   EXPECT_EQ(help.exit_code, 0);
-  for (const char* option : {"--config", "--plugin", "--live", "--log", "--port", "--version", "--help"}) {
+  for (const char* option : {"--config", "--plugin", "--live", "--simulated", "--speed", "--devices", "--clients",
+                             "--log", "--port", "--version", "--help"}) {
     EXPECT_THAT(help.text, HasSubstr(option));
   }
   EXPECT_THAT(help.text, HasSubstr(DescribeSettings()));

@@ -71,6 +71,12 @@ path = "/opt/libmonitor.so"
 enabled = false
 refresh_seconds = 14
 name = "uplink"
+[sources.simulated]
+enabled = true
+refresh_seconds = 15
+seed = 16
+devices = 17
+clients = 18
 )",
                                           "probe.toml");
 
@@ -99,6 +105,11 @@ name = "uplink"
   EXPECT_FALSE(settings.this_machine.enabled);
   EXPECT_EQ(settings.this_machine.refresh, 14s);
   EXPECT_EQ(settings.this_machine.name, "uplink");
+  EXPECT_TRUE(settings.simulated.enabled);
+  EXPECT_EQ(settings.simulated.refresh, 15s);
+  EXPECT_EQ(settings.simulated.network.seed, 16u);
+  EXPECT_EQ(settings.simulated.network.devices, 17);
+  EXPECT_EQ(settings.simulated.network.clients, 18);
 }
 
 struct BadFile {

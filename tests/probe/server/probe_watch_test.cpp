@@ -20,9 +20,13 @@ struct Outcome {
 
 class ProbeWatchTest : public test::Served {
  protected:
-  Outcome Run(const std::string& arguments) const {
-    const std::string command = std::string(PROBE_WATCH) + " --url ws://127.0.0.1:" + std::to_string(server->port()) +
-                                " " + arguments + " 2>&1";
+  /// The command line for these arguments, at the server.
+  std::string Command(const std::string& arguments) const {
+    return std::string(PROBE_WATCH) + " --url ws://127.0.0.1:" + std::to_string(server->port()) + " " + arguments +
+           " 2>&1";
+  }
+
+  static Outcome Run(const std::string& command) {
     Outcome outcome;
     FILE* pipe = popen(command.c_str(), "r");
     char line[4096];
@@ -35,7 +39,7 @@ class ProbeWatchTest : public test::Served {
 TEST_F(ProbeWatchTest, PrintsEachMessageAsALine) {
   Serve();
   Outcome outcome;
-  std::thread watch([&] { outcome = Run("--count 2 Topic"); });
+  std::thread watch([&, command = Command("--count 2 Topic")] { outcome = Run(command); });
   EXPECT_TRUE(test::Eventually([&] { return Handles("watch").size() == 1; }));
   Push(Handles("watch").front(), test::Envelope("watch", 1));
   Push(Handles("watch").front(), test::Envelope("other", 2));
@@ -48,10 +52,10 @@ TEST_F(ProbeWatchTest, PrintsEachMessageAsALine) {
 TEST_F(ProbeWatchTest, SaysWhyItWasRefused) {
   settings.token = "secret";
   Serve();
-  const Outcome without_token = Run("Topic");
+  const Outcome without_token = Run(Command("Topic"));
   EXPECT_THAT(without_token.text, HasSubstr("401"));
   EXPECT_EQ(without_token.status, 1);
-  const Outcome unknown_topic = Run("--token secret Weather");
+  const Outcome unknown_topic = Run(Command("--token secret Weather"));
   EXPECT_THAT(unknown_topic.text, HasSubstr("unknown_topic"));
   EXPECT_EQ(unknown_topic.status, 1);
 }
@@ -59,7 +63,7 @@ TEST_F(ProbeWatchTest, SaysWhyItWasRefused) {
 TEST_F(ProbeWatchTest, EndsWithAnErrorWhenTheProbeStops) {
   Serve();
   Outcome outcome;
-  std::thread watch([&] { outcome = Run("Topic"); });
+  std::thread watch([&, command = Command("Topic")] { outcome = Run(command); });
   EXPECT_TRUE(test::Eventually([&] { return Handles("watch").size() == 1; }));
   server->Stop();
   watch.join();

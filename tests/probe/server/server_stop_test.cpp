@@ -69,6 +69,15 @@ TEST_F(WebServerStopTest, IsNotHeldUpByClientsThatSayNothing) {
   EXPECT_THAT(Handles(), IsEmpty());
 }
 
+TEST_F(WebServerStopTest, IsNotHeldUpByAClientThatDoesNotSayGoodBye) {
+  Serve();
+  test::RawClient rude(server->port());
+  rude.Upgrade();
+  EXPECT_LT(TimeToStop(), 900ms);
+  EXPECT_EQ(rude.ReadMessage(), std::nullopt);
+  EXPECT_EQ(rude.close_code(), 1001);
+}
+
 TEST_F(WebServerStopTest, StopsWhileOtherThreadsKeepSending) {
   for (int round = 0; round < 10; ++round) {
     Serve();
