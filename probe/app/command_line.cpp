@@ -36,6 +36,7 @@ void ChooseSources(const CommandLine& command_line, Settings& settings) {
   }
   if (command_line.devices) settings.simulated.network.devices = *command_line.devices;
   if (command_line.clients) settings.simulated.network.clients = *command_line.clients;
+  settings.record_path = command_line.record_path;
   settings.speed = command_line.speed;
   if (settings.speed != 1 && settings.this_machine.enabled) {
     throw SettingsError(
@@ -63,6 +64,8 @@ void Describe(CLI::App& app, CommandLine& result) {
       ->type_name("N")
       ->check(CLI::Range(1, kMostSpeed))
       ->excludes(live);
+  app.add_option("--record", result.record_path, "Write what happens as a recording, for probe-replay")
+      ->type_name("FILE");
   app.add_option("--devices", result.devices, "Devices of the simulated network")
       ->type_name("N")
       ->check(CLI::NonNegativeNumber);

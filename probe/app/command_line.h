@@ -17,6 +17,7 @@ struct CommandLine {
   std::optional<std::uint16_t> port;     ///< In place of `server.port`.
   bool is_live = false;                  ///< This machine's own interfaces, and no simulated network.
   bool is_simulated = false;             ///< A simulated network, and not this machine.
+  std::string record_path;               ///< File to record into; empty: none.
   unsigned speed = 1;                    ///< How many times faster than the true pace.
   std::optional<int> devices;            ///< In place of `sources.simulated.devices`.
   std::optional<int> clients;            ///< In place of `sources.simulated.clients`.

@@ -31,6 +31,7 @@ void ProbeApp::Start() {
   try {
     StartClock();
     StartSources();
+    StartRecording();
     StartPlugin();
     server_ = std::make_unique<WebServer>(settings_.server, SubscriptionService::Instance());
     server_->Start();
@@ -61,6 +62,13 @@ void ProbeApp::StartSources() {
               simulated_->network().clients());
   }
   if (!this_machine_ && !simulated_) log::Info("no source is enabled: there will be no devices");
+}
+
+void ProbeApp::StartRecording() {
+  if (settings_.record_path.empty()) return;
+  recorder_ =
+      std::make_unique<Recorder>(settings_.record_path, DeviceCentre::Instance(), SubscriptionService::Instance());
+  log::Info("recording to %s", settings_.record_path.c_str());
 }
 
 void ProbeApp::StartPlugin() {
@@ -103,6 +111,7 @@ void ProbeApp::Stop() {
   server_.reset();
   simulated_.reset();
   this_machine_.reset();
+  recorder_.reset();
   clock_installation_.reset();
   clock_.reset();
 }

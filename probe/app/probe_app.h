@@ -6,6 +6,7 @@
 #include "probe/app/loaded_plugin.h"
 #include "probe/clock/scaled_clock.h"
 #include "probe/configuration/settings.h"
+#include "probe/recording/recorder.h"
 #include "probe/server/web_server.h"
 #include "probe/sources/simulated/simulated_source.h"
 #include "probe/sources/this_machine/this_machine.h"
@@ -37,6 +38,7 @@ class ProbeApp {
 
  private:
   void StartClock();
+  void StartRecording();
   void StartSources();
   void StartPlugin();
   void Announce() const;
@@ -47,6 +49,7 @@ class ProbeApp {
   const Settings settings_;
   std::unique_ptr<ScaledClock> clock_;  // null at the true pace
   std::unique_ptr<ClockInstallation> clock_installation_;
+  std::unique_ptr<Recorder> recorder_;  // null unless a recording is asked for
   std::unique_ptr<ThisMachine> this_machine_;
   std::unique_ptr<SimulatedSource> simulated_;
   std::unique_ptr<LoadedPlugin> plugin_;

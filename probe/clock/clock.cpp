@@ -27,8 +27,8 @@ std::atomic<Clock*> installed{nullptr};
 
 }  // namespace
 
-void InstallClock(Clock* clock) {
-  installed.store(clock);
+Clock* InstallClock(Clock* clock) {
+  return installed.exchange(clock);
 }
 
 Clock& InstalledClock() {

@@ -22,19 +22,22 @@ class Clock {
 };
 
 /// Makes `clock` the clock of the process; null brings the system's back. The caller keeps owning it, and takes it out
-/// again before it goes.
-void InstallClock(Clock* clock);
+/// again before it goes. Returns the clock that was there before; null for the system's.
+Clock* InstallClock(Clock* clock);
 
 /// The clock of the process: the installed one, or the system's, whose `Sleep` a signal ends early.
 Clock& InstalledClock();
 
-/// Installs a clock for as long as the scope lasts.
+/// Installs a clock for as long as the scope lasts, and the one that was there before again.
 class ClockInstallation {
  public:
-  explicit ClockInstallation(Clock& clock) { InstallClock(&clock); }
-  ~ClockInstallation() { InstallClock(nullptr); }
+  explicit ClockInstallation(Clock& clock) : before_(InstallClock(&clock)) {}
+  ~ClockInstallation() { InstallClock(before_); }
   ClockInstallation(const ClockInstallation&) = delete;
   ClockInstallation& operator=(const ClockInstallation&) = delete;
+
+ private:
+  Clock* before_;
 };
 
 }  // namespace probe

@@ -1,5 +1,7 @@
 #include "probe/clock/virtual_clock.h"
 
+#include <limits>
+
 namespace probe {
 
 VirtualClock::VirtualClock(time_t start) : now_(start) {
@@ -25,7 +27,7 @@ unsigned VirtualClock::Sleep(unsigned seconds) {
   const bool is_interrupted = sem_wait(&wake_) != 0;
   const std::lock_guard held(lock_);
   is_asleep_ = false;
-  if (is_interrupted) now_ += static_cast<time_t>(seconds);
+  if (is_interrupted && __builtin_add_overflow(now_, seconds, &now_)) now_ = std::numeric_limits<time_t>::max();
   return 0;
 }
 

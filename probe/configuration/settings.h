@@ -33,7 +33,8 @@ struct Settings {
   std::string plugin_path;  ///< The plug-in's file; empty: the one that came with the executable.
   ThisMachineSettings this_machine;
   SimulatedSettings simulated;
-  unsigned speed = 1;  ///< How many times faster than the true pace everything runs. Settled on the command line only.
+  std::string record_path;  ///< File to record into; empty: none. Settled on the command line only, as is the next.
+  unsigned speed = 1;       ///< How many times faster than the true pace everything runs.
 };
 
 /// Settings that cannot be used. The text is fit for an administrator: one line for each thing that is wrong, each of

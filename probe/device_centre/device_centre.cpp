@@ -35,16 +35,50 @@ DeviceCentre& DeviceCentre::Instance() {
 
 void DeviceCentre::Replace(const std::string& mac, DeviceSnapshot snapshot) {
   if (snapshot.basic_info) snapshot.basic_info->mac = mac;
-  auto fresh = std::make_shared<const DeviceSnapshot>(std::move(snapshot));
+  Change change{.mac = mac, .snapshot = std::make_shared<const DeviceSnapshot>(std::move(snapshot))};
   const lock_guard_write held(lock_);
-  // `fresh` takes the old snapshot out with it, so that it is freed after the lock is let go
-  std::swap(snapshots_[mac], fresh);
-  if (named_.insert(mac).second) order_.push_back(mac);
+  Make(change);
 }
 
 void DeviceCentre::Forget(const std::string& mac) {
+  Change change{.mac = mac, .snapshot = nullptr};
   const lock_guard_write held(lock_);
-  snapshots_.erase(mac);
+  Make(change);
+}
+
+void DeviceCentre::Make(Change& change) {
+  if (is_held_) {
+    waiting_.push_back(std::move(change));
+    return;
+  }
+  if (change.snapshot == nullptr) {
+    snapshots_.erase(change.mac);
+    return;
+  }
+  std::swap(snapshots_[change.mac], change.snapshot);
+  TakePlace(change.mac);
+}
+
+void DeviceCentre::TakePlace(const std::string& mac) {
+  if (named_.insert(mac).second) order_.push_back(mac);
+}
+
+void DeviceCentre::Name(const std::string& mac) {
+  const lock_guard_write held(lock_);
+  TakePlace(mac);
+}
+
+void DeviceCentre::Hold() {
+  const lock_guard_write held(lock_);
+  is_held_ = true;
+}
+
+void DeviceCentre::Release() {
+  std::vector<Change> waiting;
+  const lock_guard_write held(lock_);
+  is_held_ = false;
+  waiting.swap(waiting_);
+  for (Change& change : waiting) Make(change);
 }
 
 void DeviceCentre::Clear() {
@@ -52,6 +86,7 @@ void DeviceCentre::Clear() {
   snapshots_.clear();
   order_.clear();
   named_.clear();
+  waiting_.clear();
 }
 
 std::shared_ptr<const DeviceSnapshot> DeviceCentre::Snapshot(const std::string& mac) const {

@@ -34,6 +34,14 @@ class DeviceCentre final : public DeviceManager {
   /// the lists. Does not call the plug-in's clean-up function.
   void Forget(const std::string& mac) VEXORA_EXCLUDES(lock_);
 
+  /// Gives the device its place in the lists, should it ever be known.
+  void Name(const std::string& mac) VEXORA_EXCLUDES(lock_);
+
+  /// Makes what is known stand still: changes wait until `Release`, and are then made in their order. Holding twice is
+  /// holding once.
+  void Hold() VEXORA_EXCLUDES(lock_);
+  void Release() VEXORA_EXCLUDES(lock_);
+
   /// Forgets every device and the order in which they came.
   void Clear() VEXORA_EXCLUDES(lock_);
 
@@ -52,11 +60,25 @@ class DeviceCentre final : public DeviceManager {
  private:
   using Snapshots = std::map<std::string, std::shared_ptr<const DeviceSnapshot>>;
 
+  /// A change that waits: null forgets the device.
+  struct Change {
+    std::string mac;
+    std::shared_ptr<const DeviceSnapshot> snapshot;
+  };
+
+  /// Makes a change now, or keeps it while the centre is held. What the change replaces is left in it, to be freed
+  /// without the lock.
+  void Make(Change& change) VEXORA_REQUIRES(lock_);
+
+  void TakePlace(const std::string& mac) VEXORA_REQUIRES(lock_);
+
   /// MAC -> snapshot of one device, or of all for an empty `mac`.
   Snapshots Select(const std::string& mac, bool online_only) const VEXORA_EXCLUDES(lock_);
 
   mutable utilities::lock::RwLock lock_;
   Snapshots snapshots_ VEXORA_GUARDED_BY(lock_);
+  bool is_held_ VEXORA_GUARDED_BY(lock_) = false;
+  std::vector<Change> waiting_ VEXORA_GUARDED_BY(lock_);
   std::vector<std::string> order_ VEXORA_GUARDED_BY(lock_);         // MACs as first named, forgotten ones included
   std::unordered_set<std::string> named_ VEXORA_GUARDED_BY(lock_);  // the same MACs, to be found at once
 };

@@ -19,19 +19,28 @@ double Since(const timespec& begin, clockid_t clock) {
 }  // namespace
 
 unsigned PassMeter::Sleep(unsigned seconds) {
-  {
-    const std::lock_guard held(lock_);
-    if (cost_.passes != 0) {
-      cost_.cpu_seconds += Since(cpu_, CLOCK_THREAD_CPUTIME_ID);
-      cost_.wall_seconds += Since(wall_, CLOCK_MONOTONIC);
-    }
-  }
+  thread_local AtThreadEnd at_thread_end;
+  at_thread_end.meter = this;
+  EndPass();
   const unsigned left = clock_.Sleep(seconds);
+  BeginPass();
+  return left;
+}
+
+void PassMeter::BeginPass() {
   const std::lock_guard held(lock_);
   ++cost_.passes;
+  is_in_pass_ = true;
   cpu_ = Read(CLOCK_THREAD_CPUTIME_ID);
   wall_ = Read(CLOCK_MONOTONIC);
-  return left;
+}
+
+void PassMeter::EndPass() {
+  const std::lock_guard held(lock_);
+  if (!is_in_pass_) return;
+  is_in_pass_ = false;
+  cost_.cpu_seconds += Since(cpu_, CLOCK_THREAD_CPUTIME_ID);
+  cost_.wall_seconds += Since(wall_, CLOCK_MONOTONIC);
 }
 
 std::uint64_t PassMeter::pass() const {

@@ -33,9 +33,21 @@ class PassMeter final : public Clock {
   PassCost cost() const;
 
  private:
+  /// Ends the pass of a thread that ends without another sleep.
+  struct AtThreadEnd {
+    PassMeter* meter = nullptr;
+    ~AtThreadEnd() {
+      if (meter != nullptr) meter->EndPass();
+    }
+  };
+
+  void BeginPass();
+  void EndPass();
+
   Clock& clock_;
   mutable std::mutex lock_;
-  PassCost cost_;    // guarded by lock_
+  PassCost cost_;  // guarded by lock_
+  bool is_in_pass_ = false;
   timespec cpu_{};   // the engine's thread only: when its pass began
   timespec wall_{};  // likewise
 };

@@ -2,15 +2,18 @@
 
 #include <algorithm>
 #include <array>
-#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <set>
 #include <utility>
+#include <vector>
 
 #include "probe/sources/recorded/members.h"
 
 namespace probe::recording {
 namespace {
 
-using nlohmann::json;
+using json = nlohmann::ordered_json;  // members reach the plug-in in the order of the recording
 
 constexpr int kVersion = 1;
 
@@ -18,17 +21,50 @@ constexpr std::array<const char*, 4> kReportEntries{
     "get_wireless_client_report", "get_wireless_client_report_avail_list", "get_wireless_network_report",
     "get_wireless_network_report_avail_list"};
 
+/// Objects and arrays within one another in one line; more would outgrow json-c's reader on the way to the plug-in.
+constexpr int kMostDepth = 30;
+
+/// Refuses, while a line is read, what no reader after this one would notice.
+class LineCheck {
+ public:
+  bool operator()(int depth, json::parse_event_t event, const json& value) {
+    if (depth > kMostDepth) throw MalformedRecording("nested too deeply");
+    if (event == json::parse_event_t::object_start) keys_.emplace_back();
+    if (event == json::parse_event_t::object_end) keys_.pop_back();
+    if (event == json::parse_event_t::key && !keys_.back().insert(value.get<std::string>()).second) {
+      throw MalformedRecording("duplicate member " + value.get<std::string>());
+    }
+    return true;
+  }
+
+ private:
+  std::vector<std::set<std::string>> keys_;  // of each object that is open
+};
+
 json Parsed(const std::string& text) {
   try {
-    return json::parse(text);
+    auto check = std::make_shared<LineCheck>();
+    return json::parse(text, [check](int depth, json::parse_event_t event, const json& value) {
+      return (*check)(depth, event, value);
+    });
   } catch (const json::parse_error& error) {
     throw MalformedRecording("no JSON: at octet " + std::to_string(error.byte));
+  } catch (const json::exception&) {
+    throw MalformedRecording("no JSON: a number is too large");
   }
 }
 
+/// Whether the tz database has a zone of this name, which is the same on every machine.
 bool IsTimezone(const std::string& name) {
-  return !name.empty() && name.front() != '/' && name.find("..") == std::string::npos &&
-         std::filesystem::is_regular_file("/usr/share/zoneinfo/" + name);
+  if (name == "UTC") return true;
+  if (name.empty() || name.front() == '/' || name.find('.') != std::string::npos || name == "localtime" ||
+      name == "posixrules") {
+    return false;
+  }
+  // Source: RFC 8536, section 3.1 (the magic of a zone's file)
+  std::ifstream file("/usr/share/zoneinfo/" + name, std::ios::binary);
+  std::string magic(4, ' ');
+  return file.read(magic.data(), static_cast<std::streamsize>(magic.size())) && magic == "TZif";
 }
 
 /// A member that must be there.

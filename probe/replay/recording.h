@@ -18,13 +18,13 @@ struct Header {
 /// Replaces the whole state of a device.
 struct SetDevice {
   std::string mac;
-  nlohmann::json state;
+  nlohmann::ordered_json state;
 };
 
 /// Changes the state of a device by a JSON merge patch (RFC 7386).
 struct MergeDevice {
   std::string mac;
-  nlohmann::json patch;
+  nlohmann::ordered_json patch;
 };
 
 /// The device manager forgets a device.
@@ -53,7 +53,7 @@ struct RunPasses {
 struct Subscribe {
   std::string topic;
   std::string connection;
-  nlohmann::json request;  ///< JSON null stands for the null pointer.
+  nlohmann::ordered_json request;  ///< JSON null stands for the null pointer.
 };
 
 /// A client takes one subscription back.

@@ -16,12 +16,13 @@
 namespace probe {
 namespace {
 
-using nlohmann::json;
+using json = nlohmann::ordered_json;  // members reach the plug-in in the order of the recording
 using JsonText = std::unique_ptr<char, decltype(&std::free)>;
 using JsonC = std::unique_ptr<json_object, decltype(&json_object_put)>;
 
 /// Makes the recording's time zone the process's.
 time_t InForce(const recording::Header& header) {
+  unsetenv("TZDIR");
   setenv("TZ", header.timezone.c_str(), 1);
   tzset();
   return header.start;
@@ -98,6 +99,7 @@ void ReplayHost::Do(const recording::MergeDevice& line) {
 }
 
 void ReplayHost::Do(const recording::ForgetDevice& line) {
+  DeviceCentre::Instance().Name(line.mac);
   DeviceCentre::Instance().Forget(line.mac);
   states_.erase(line.mac);
 }
@@ -112,7 +114,9 @@ void ReplayHost::Do(const recording::SetClock& line) {
 
 void ReplayHost::Do(const recording::RunPasses& line) {
   for (std::uint64_t pass = 0; pass < line.repeat; ++pass) {
-    clock_.RunPass(line.at ? *line.at : now() + line.after);
+    time_t next = 0;
+    if (__builtin_add_overflow(now(), line.after, &next)) throw MalformedRecording("the clock would run over");
+    clock_.RunPass(line.at.value_or(next));
     output_.Flush();
   }
 }
@@ -120,6 +124,7 @@ void ReplayHost::Do(const recording::RunPasses& line) {
 void ReplayHost::Do(const recording::Subscribe& line) {
   const JsonC request(line.request.is_null() ? nullptr : json_tokener_parse(line.request.dump().c_str()),
                       &json_object_put);
+  if (request == nullptr && !line.request.is_null()) throw MalformedRecording("subscribe.request cannot be read");
   auto& service = SubscriptionService::Instance();
   const auto filters = service.Parse(line.topic, request.get());
   if (!filters) throw MalformedRecording("nobody feeds the topic " + line.topic);

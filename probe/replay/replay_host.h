@@ -67,9 +67,9 @@ class ReplayHost {
   VirtualClock clock_;
   PassMeter meter_;
   ClockInstallation installation_;
-  std::map<std::string, nlohmann::json> states_;  // device MAC -> recorded state
-  std::map<std::string, lws*> handles_;           // connection name -> handle
-  std::map<lws*, std::string> connections_;       // and back; read by the engine while the driver waits for it
+  std::map<std::string, nlohmann::ordered_json> states_;  // device MAC -> recorded state
+  std::map<std::string, lws*> handles_;                   // connection name -> handle
+  std::map<lws*, std::string> connections_;               // and back; read by the engine while the driver waits for it
   LoadedPlugin plugin_;
   bool is_stopped_ = false;
 };

@@ -1,6 +1,8 @@
 // probe-replay: replays a recorded network through the real plug-in and prints everything that comes out.
 
 #include <CLI/CLI.hpp>
+#include <exception>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <optional>
@@ -38,6 +40,7 @@ void Replay(std::istream& input, const Arguments& arguments, probe::ReplayOutput
   std::optional<probe::ReplayHost> host;
   for (std::string text; std::getline(input, text);) {
     ++line;
+    if (text.ends_with('\r')) text.pop_back();
     if (text.empty() || text.front() == '#') continue;
     if (host) {
       host->Do(probe::recording::ParseLine(text));
@@ -46,6 +49,7 @@ void Replay(std::istream& input, const Arguments& arguments, probe::ReplayOutput
     }
     output.Flush();
   }
+  if (input.bad()) throw std::runtime_error(arguments.recording + ": cannot be read");
   if (!host) throw probe::MalformedRecording("the header is missing");
   if (arguments.wants_timing) output.Timing(host->cost());
 }
@@ -54,7 +58,7 @@ int Run(const Arguments& arguments) {
   std::ifstream file;
   if (arguments.recording != "-") {
     file.open(arguments.recording);
-    if (!file) {
+    if (!file || std::filesystem::is_directory(arguments.recording)) {
       std::cerr << arguments.recording << ": cannot be read\n";
       return kUnusable;
     }
@@ -68,8 +72,12 @@ int Run(const Arguments& arguments) {
   } catch (const probe::MalformedRecording& error) {
     std::cerr << arguments.recording << ":" << line << ": " << error.what() << "\n";
     status = kMalformed;
-  } catch (const std::runtime_error& error) {
+  } catch (const std::exception& error) {
     std::cerr << error.what() << "\n";
+    status = kUnusable;
+  }
+  if (!std::cout.flush()) {
+    std::cerr << "the output cannot be written\n";
     status = kUnusable;
   }
   probe::log::SetWriter({});

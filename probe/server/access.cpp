@@ -33,6 +33,11 @@ bool HoldsWord(const std::string& list, const std::string& word) {
   return false;
 }
 
+/// Whether a text holds an octet that no header's value may.
+bool HoldsControl(const std::string& text) {
+  return std::any_of(text.begin(), text.end(), [](unsigned char octet) { return octet < 0x20 || octet == 0x7f; });
+}
+
 }  // namespace
 
 bool EqualSecrets(const std::string& ours, const std::string& theirs) {
@@ -63,6 +68,9 @@ bool AccessRules::IsOurHost(const std::string& host, const std::string& local_ad
 }
 
 std::optional<Refusal> AccessRules::CheckCaller(const RequestHead& head) const {
+  for (const std::string& value : {head.host.value_or(""), head.origin.value_or(""), head.upgrade, head.authorization,
+                                   head.token_argument, head.websocket_version})
+    if (HoldsControl(value)) return Refusal{400, "Refused: the request holds a control character."};
   if (!head.host) return Refusal{403, "Refused: the request has no Host header."};
   if (!IsOurHost(*head.host, head.local_address))
     return Refusal{403,

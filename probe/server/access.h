@@ -38,7 +38,7 @@ class AccessRules {
   /// `port`: the port that the server really listens on.
   AccessRules(const ServerSettings& settings, std::uint16_t port);
 
-  /// Host and Origin only. Nothing: both are in order.
+  /// Host and Origin only, and that nothing which is looked at holds a control character. Nothing: all is in order.
   std::optional<Refusal> CheckCaller(const RequestHead& head) const;
 
   /// All that a websocket upgrade needs, Host and Origin first. Nothing: it may go ahead.

@@ -1,16 +1,19 @@
 #include "probe/server/gate.h"
 
+#include "probe/server/ip_address.h"
+
 namespace probe {
 
 Gate::Gate(const ServerLimits& limits)
     : max_connections_(limits.connections), max_per_address_(limits.connections_per_address) {}
 
 Gate::Verdict Gate::Arrive(const std::string& address) {
-  const auto found = of_address_.find(address);
+  const std::string group = AddressGroup(address);
+  const auto found = of_address_.find(group);
   const bool is_address_taken = found != of_address_.end() && found->second >= max_per_address_;
   if (connections_ < max_connections_ && !is_address_taken && max_per_address_ > 0) {
     ++connections_;
-    ++of_address_[address];
+    ++of_address_[group];
     return Verdict::kAdmitted;
   }
   if (turned_away_ >= kTurnedAway) return Verdict::kTooManyWaiting;
@@ -25,7 +28,7 @@ void Gate::Leave(const std::string& address, Verdict verdict) {
     return;
   }
   --connections_;
-  const auto found = of_address_.find(address);
+  const auto found = of_address_.find(AddressGroup(address));
   if (--found->second == 0) of_address_.erase(found);
 }
 

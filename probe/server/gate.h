@@ -8,7 +8,8 @@
 
 namespace probe {
 
-/// Counts who is connected, in all and for each address, and says who is one too many.
+/// Counts who is connected, in all and for each address, and says who is one too many. Addresses that one client can
+/// take at will (`AddressGroup`) count as one.
 ///
 /// Threads: the server thread only.
 class Gate {
@@ -33,7 +34,7 @@ class Gate {
   std::size_t max_per_address_;
   std::size_t connections_ = 0;
   std::size_t turned_away_ = 0;
-  std::map<std::string, std::size_t> of_address_;  // admitted ones
+  std::map<std::string, std::size_t> of_address_;  // admitted ones, by group of addresses
 };
 
 }  // namespace probe

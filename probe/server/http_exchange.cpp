@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <optional>
+#include <string_view>
 
 #include "probe/server/ip_address.h"
 
@@ -20,13 +21,19 @@ std::optional<std::string> Header(lws* socket, lws_token_indexes token) {
   if (lws_hdr_total_length(socket, token) == 0) return std::nullopt;
   std::array<char, kHeaderBytes> value{};
   const int length = lws_hdr_copy(socket, value.data(), static_cast<int>(value.size()), token);
-  return length < 0 ? std::string("(too long)") : std::string(value.data());
+  return length < 0 ? std::string("(too long)") : std::string(value.data(), static_cast<std::size_t>(length));
 }
 
 std::string TokenArgument(lws* socket) {
-  std::array<char, kHeaderBytes> value{};
-  const char* found = lws_get_urlarg_by_name(socket, "token=", value.data(), static_cast<int>(value.size()));
-  return found == nullptr ? std::string() : std::string(found);
+  static constexpr std::string_view kName = "token=";
+  std::array<char, kHeaderBytes> octets{};
+  for (int i = 0;; ++i) {
+    const int size = static_cast<int>(octets.size());
+    const int length = lws_hdr_copy_fragment(socket, octets.data(), size, WSI_TOKEN_HTTP_URI_ARGS, i);
+    if (length < 0) return {};
+    const std::string_view argument(octets.data(), static_cast<std::size_t>(length));
+    if (argument.starts_with(kName)) return std::string(argument.substr(kName.size()));
+  }
 }
 
 std::string Path(lws* socket) {

@@ -57,6 +57,16 @@ std::string CanonicalAddress(std::string_view text) {
   return AddressText(MakeSocketAddress(text, 0).storage);
 }
 
+std::string AddressGroup(const std::string& address) {
+  const std::string canonical = CanonicalAddress(address);
+  if (canonical.empty()) return address;
+  if (canonical.starts_with("127.")) return "127.0.0.0/8";
+  in6_addr prefix{};
+  if (inet_pton(AF_INET6, canonical.c_str(), &prefix) != 1) return canonical;
+  std::memset(&prefix.s6_addr[8], 0, 8);
+  return TextOf(prefix) + "/64";
+}
+
 std::string AddressText(const sockaddr_storage& address) {
   if (address.ss_family == AF_INET) return TextOf(As<sockaddr_in>(address).sin_addr);
   if (address.ss_family == AF_INET6) return TextOf(As<sockaddr_in6>(address).sin6_addr);

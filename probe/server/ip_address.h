@@ -15,6 +15,12 @@ namespace probe {
 /// Source:  RFC 5952.
 std::string CanonicalAddress(std::string_view text);
 
+/// The addresses that one client can take at will, as one name: every address of 127.0.0.0/8, and an IPv6 address with
+/// its whole /64. Any other IPv4 address stands alone, in the notation of `CanonicalAddress`.
+///
+/// Fails: gives back as it is what is no numeric address.
+std::string AddressGroup(const std::string& address);
+
 /// The address in a socket address, in the notation of `CanonicalAddress`. Empty for other families than IP.
 std::string AddressText(const sockaddr_storage& address);
 

@@ -45,14 +45,13 @@ Outbox::Messages Outbox::Waiting() const {
 }
 
 void Outbox::Insert(std::shared_ptr<const OutgoingMessage> message, const Messages& superseded) {
-  bytes_ += message->text().size();
-  for (auto& waiting : waiting_) {
-    if (std::find(superseded.begin(), superseded.end(), waiting) == superseded.end()) continue;
+  std::erase_if(waiting_, [&](const auto& waiting) {
+    if (std::find(superseded.begin(), superseded.end(), waiting) == superseded.end()) return false;
     CountDrop(*waiting);
-    waiting = std::move(message);  // in the old one's place: a topic that is pushed often must not wait for ever
-    return;
-  }
-  waiting_.push_back(std::move(message));
+    return true;
+  });
+  bytes_ += message->text().size();
+  waiting_.push_back(std::move(message));  // never in the old one's place: an answer may stand between the two
 }
 
 void Outbox::DropOldestOverBounds() {

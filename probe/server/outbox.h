@@ -39,8 +39,8 @@ class OutgoingMessage {
   mutable std::vector<std::string> sids_;
 };
 
-/// The unsent messages of one client. It stays small however slow the client: a newer message takes the place of the
-/// unsent older one that it supersedes, and when that is not enough, the oldest goes.
+/// The unsent messages of one client. It stays small however slow the client: the unsent older message that a newer one
+/// supersedes is dropped, and when that is not enough, the oldest goes. What stays keeps the order in which it came.
 ///
 /// A client that keeps up never has anything waiting when the next message comes, and then no message is looked into.
 /// The message that is being written has been taken out and does not count.

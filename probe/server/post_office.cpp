@@ -76,10 +76,13 @@ void PostOffice::Send(lws* connection, const std::string& text) {
   if (text.empty()) return;  // what `compose_communication_struct` gives when the heap is exhausted
   const Box box = Find(connection);
   if (box.outbox == nullptr) return;
-  if (box.outbox->Put(text, OutgoingMessage::Kind::kPush))
-    log::Info("[WebServer] connection %llu of %s is slow: its unsent messages are dropped for newer ones",
-              static_cast<unsigned long long>(NumberOf(connection)), box.peer.c_str());
+  if (box.outbox->Put(text, OutgoingMessage::Kind::kPush)) LogFirstDrop(connection, box.peer);
   WakeFor(connection);
+}
+
+void PostOffice::LogFirstDrop(lws* connection, const std::string& peer) {
+  log::Info("[WebServer] connection %llu of %s is slow: its unsent messages are dropped for newer ones",
+            static_cast<unsigned long long>(NumberOf(connection)), peer.c_str());
 }
 
 void PostOffice::WakeFor(lws* connection) {

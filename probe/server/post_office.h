@@ -44,6 +44,9 @@ class PostOffice {
   /// Puts a message into a connection's outbox and wakes the server thread. Dropped for an unknown connection.
   void Send(lws* connection, const std::string& text) VEXORA_EXCLUDES(lock_);
 
+  /// Logs that a connection has lost a message for the first time.
+  static void LogFirstDrop(lws* connection, const std::string& peer);
+
   /// Wakes the server thread for another reason than mail. Nobody is woken after `CloseAll`.
   void WakeServer() VEXORA_EXCLUDES(lock_);
 

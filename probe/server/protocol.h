@@ -31,7 +31,7 @@ struct ProtocolError {
 namespace error_code {
 inline constexpr char kNotText[] = "not_text";                          ///< A binary frame.
 inline constexpr char kNotUtf8[] = "not_utf8";                          ///< Text that is not UTF-8.
-inline constexpr char kTooLarge[] = "too_large";                        ///< Over limits.message_bytes.
+inline constexpr char kTooLarge[] = "too_large";                        ///< Over a limit in octets.
 inline constexpr char kTooDeep[] = "too_deep";                          ///< Over limits.message_depth.
 inline constexpr char kTooFast[] = "too_fast";                          ///< Over limits.messages_per_second.
 inline constexpr char kMalformed[] = "malformed";                       ///< Not JSON.

@@ -59,7 +59,7 @@ void RequestDesk::Subscribe(lws* connection, const SubscribeRequest& request, co
   std::vector<std::string> sids;
   for (const auto& [sid, filter] : *parsed) sids.push_back(sid);
   reply(SubscribedText(request.topic, sids));
-  service_.File(request.topic, connection, *parsed);
+  service_.File(request.topic, connection, *parsed, request.request);
 }
 
 void RequestDesk::Unsubscribe(lws* connection, const UnsubscribeRequest& request, const Reply& reply) {

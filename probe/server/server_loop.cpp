@@ -52,14 +52,17 @@ Connection* ServerLoop::ConnectionOf(lws* socket) {
 
 ServerLoop::Fate ServerLoop::OnAccept(const std::string& address) {
   if (is_stopping_) return Fate::kClose;
+  if (arriving_) gate_.Leave(arriving_->address, arriving_->verdict);  // the library let it go before it had a record
   arriving_ = Visitor{address, gate_.Arrive(address)};
-  if (arriving_.verdict != Gate::Verdict::kTooManyWaiting) return Fate::kKeep;
+  if (arriving_->verdict != Gate::Verdict::kTooManyWaiting) return Fate::kKeep;
   refusals_.Note(address, "too many clients are being turned away at once", Clock::now());
   return Fate::kClose;
 }
 
 void ServerLoop::OnSocketCreated(lws* socket) {
-  visitors_[socket] = std::exchange(arriving_, {});
+  if (!arriving_) return;
+  visitors_[socket] = *arriving_;
+  arriving_.reset();
 }
 
 void ServerLoop::OnSocketGone(lws* socket) {
@@ -121,9 +124,7 @@ void ServerLoop::OnOpen(lws* socket) {
 
 void ServerLoop::OnClosed(Connection& connection) {
   lws_set_opaque_user_data(connection.socket, nullptr);
-  connection.outbox->Close();
-  office_->Close(connection.handle);
-  desk_.Forget(connection.handle);
+  Forget(connection);
   connections_.erase(connection.handle);
 }
 
@@ -156,7 +157,8 @@ void ServerLoop::Answer(Connection& connection, const ProtocolError& error) {
 }
 
 void ServerLoop::Queue(Connection& connection, std::string text) {
-  connection.outbox->Put(std::move(text), OutgoingMessage::Kind::kReply);
+  if (connection.outbox->Put(std::move(text), OutgoingMessage::Kind::kReply))
+    PostOffice::LogFirstDrop(connection.handle, connection.peer);
   Watch(connection, Clock::now());
   lws_callback_on_writable(connection.socket);
 }
@@ -231,20 +233,26 @@ bool ServerLoop::WatchProgress(Clock::time_point now) {
       connection->moved_at = now;
     } else if (connection->is_watched && now - connection->moved_at >= limits_.stuck_after) {
       SayFarewell(*connection, kTryAgainLater);
-      log::Info("[WebServer] connection %llu of %s is closed with 1013: it took nothing for limits.stuck_after = %lld",
-                NumberOf(*connection), connection->peer.c_str(), static_cast<long long>(limits_.stuck_after.count()));
+      const std::string limit = LimitText("stuck_after_seconds", static_cast<std::size_t>(limits_.stuck_after.count()));
+      log::Info("[WebServer] connection %llu of %s is closed with 1013: it took nothing for %s", NumberOf(*connection),
+                connection->peer.c_str(), limit.c_str());
     }
   }
   return is_anybody_watched;
 }
 
-void ServerLoop::SayFarewell(Connection& connection, int code) {
-  if (connection.farewell_code) return;
-  connection.farewell_code = code;
-  connection.sending = nullptr;
+void ServerLoop::Forget(Connection& connection) {
+  if (connection.farewell_code) return;  // forgotten when it was said
   connection.outbox->Close();
   office_->Close(connection.handle);
   desk_.Forget(connection.handle);
+}
+
+void ServerLoop::SayFarewell(Connection& connection, int code) {
+  if (connection.farewell_code) return;
+  Forget(connection);
+  connection.farewell_code = code;
+  connection.sending = nullptr;
   lws_callback_on_writable(connection.socket);
   // A client that takes nothing cannot be told either. It gets a last chance, and then the connection is cut.
   const auto last_chance = std::clamp(limits_.stuck_after, std::chrono::seconds(1), kFarewell);

@@ -69,6 +69,7 @@ class ServerLoop {
   void Answer(Connection& connection, const ProtocolError& error);
   void Queue(Connection& connection, std::string text);
   void HandleMessage(Connection& connection, IncomingMessage::State state);
+  void Forget(Connection& connection);
   void SayFarewell(Connection& connection, int code);
   void Watch(Connection& connection, Clock::time_point now);
   bool HasUnsent(const Connection& connection) const;
@@ -85,7 +86,7 @@ class ServerLoop {
   RefusalLog refusals_;
   std::vector<unsigned char> frame_;  // room for a fragment and the head of its frame
   bool is_stopping_ = false;
-  Visitor arriving_;                                         // accepted, and without a record of the library's yet
+  std::optional<Visitor> arriving_;                          // accepted, and without a record of the library's yet
   std::map<lws*, Visitor> visitors_;                         // socket -> who
   std::map<lws*, std::unique_ptr<Connection>> connections_;  // handle -> open websocket connection
 };

@@ -14,7 +14,9 @@ struct ServerLimits {
   std::size_t connections = 1000;              ///< Open connections in all.
   std::size_t connections_per_address = 32;    ///< Open connections from one address.
   std::size_t sids_per_connection = 64;        ///< Subscriptions of one connection, over all topics.
-  std::size_t distinct_filters = 256;          ///< Different (topic, filter) pairs in all; each costs a message a pass.
+  std::size_t distinct_filters = 256;          ///< Different (topic, filter) pairs in all.
+  std::size_t sid_bytes = 256;                 ///< Size of one SID, in octets.
+  std::size_t filter_bytes = 4096;             ///< Size of one filter, in octets of JSON.
   std::size_t message_bytes = 64 * 1024;       ///< Size of one message from a client.
   std::size_t message_depth = 16;              ///< Nesting of objects and arrays in one message from a client.
   std::size_t messages_per_second = 20;        ///< Messages from one client, as a long-term rate with as large a burst.

@@ -3,10 +3,14 @@
 namespace probe {
 
 SubscriptionLedger::SubscriptionLedger(const ServerLimits& limits)
-    : max_sids_(limits.sids_per_connection), max_filters_(limits.distinct_filters) {}
+    : max_sids_(limits.sids_per_connection),
+      max_filters_(limits.distinct_filters),
+      max_sid_bytes_(limits.sid_bytes),
+      max_filter_bytes_(limits.filter_bytes) {}
 
 std::optional<ProtocolError> SubscriptionLedger::Enter(lws* connection, const std::string& topic,
                                                        const std::map<std::string, std::string>& filters) {
+  if (auto refused = CheckSizes(filters)) return refused;
   std::map<Subscription, std::string> after;
   if (const auto found = filters_.find(connection); found != filters_.end()) after = found->second;
   std::map<TopicAndFilter, long> changes;
@@ -25,6 +29,18 @@ std::optional<ProtocolError> SubscriptionLedger::Enter(lws* connection, const st
                              LimitText("distinct_filters", max_filters_) + "."};
   Apply(changes);
   if (!after.empty()) filters_[connection].swap(after);
+  return std::nullopt;
+}
+
+std::optional<ProtocolError> SubscriptionLedger::CheckSizes(const std::map<std::string, std::string>& filters) const {
+  for (const auto& [sid, filter] : filters) {
+    if (sid.size() > max_sid_bytes_)
+      return ProtocolError{error_code::kTooLarge,
+                           "A SID may have no more octets than " + LimitText("sid_bytes", max_sid_bytes_) + "."};
+    if (filter.size() > max_filter_bytes_)
+      return ProtocolError{error_code::kTooLarge, "A filter may have no more octets of JSON than " +
+                                                      LimitText("filter_bytes", max_filter_bytes_) + "."};
+  }
   return std::nullopt;
 }
 

@@ -13,7 +13,7 @@
 namespace probe {
 
 /// Keeps count of subscriptions, so that one client cannot take more than its share of SIDs, nor all clients together
-/// more than the engine can serve of distinct filters.
+/// more than so many distinct filters. What is entered is small, too: SIDs and filters have a size that they must keep.
 ///
 /// Filters are the plug-in's and opaque here; two are taken as different when their JSON differs.
 /// Threads: the server thread only.
@@ -41,11 +41,14 @@ class SubscriptionLedger {
   using Subscription = std::pair<std::string, std::string>;  // topic, SID
   using TopicAndFilter = std::pair<std::string, std::string>;
 
+  std::optional<ProtocolError> CheckSizes(const std::map<std::string, std::string>& filters) const;
   std::size_t DistinctAfter(const std::map<TopicAndFilter, long>& changes) const;
   void Apply(const std::map<TopicAndFilter, long>& changes);
 
   std::size_t max_sids_;
   std::size_t max_filters_;
+  std::size_t max_sid_bytes_;
+  std::size_t max_filter_bytes_;
   std::map<lws*, std::map<Subscription, std::string>> filters_;  // connection -> subscription -> filter
   std::map<TopicAndFilter, long> uses_;                          // how many subscriptions share it; never 0
 };

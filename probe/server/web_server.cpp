@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <csignal>
 #include <exception>
 #include <stdexcept>
 #include <string>
@@ -17,6 +18,7 @@
 #include "probe/logging/log.h"
 #include "probe/server/fragment.h"
 #include "probe/server/ip_address.h"
+#include "probe/server/library_log.h"
 #include "probe/server/port_reservation.h"
 #include "probe/server/post_office.h"
 #include "probe/server/server_loop.h"
@@ -37,13 +39,6 @@ constexpr std::size_t kReceiveBytes = 4096;
 
 // File descriptors for all but the clients: listeners, log, the sources, the plug-in.
 constexpr std::size_t kOtherDescriptors = 64;
-
-/// The library's own complaints, in our log.
-void WriteLibraryLog(int, const char* line) {
-  std::string text(line);
-  text.erase(text.find_last_not_of("\r\n") + 1);
-  log::Error("[WebServer] %s", text.c_str());
-}
 
 /// Allows the process as many open files as the connections need. How many connections the system then has files for:
 /// one more would not be refused in words but left hanging.
@@ -71,9 +66,10 @@ void RequireServable(const ServerSettings& settings) {
   if (settings.tls_certificate.empty() != settings.tls_key.empty())
     throw std::runtime_error("server.tls_certificate and server.tls_key must be set both, or neither");
   if (settings.limits.hang_up_after <= settings.limits.ping_after)
-    throw std::runtime_error("limits.hang_up_after must be greater than limits.ping_after");
+    throw std::runtime_error("limits.hang_up_after_seconds must be greater than limits.ping_after_seconds");
   if (settings.limits.ping_after < std::chrono::seconds(1) || settings.limits.hang_up_after > std::chrono::hours(18))
-    throw std::runtime_error("limits.ping_after must be at least 1, limits.hang_up_after at most 64800 seconds");
+    throw std::runtime_error(
+        "limits.ping_after_seconds must be at least 1, limits.hang_up_after_seconds at most 64800");
   if (settings.tls_certificate.empty()) return;
   RequireReadable("tls_certificate", settings.tls_certificate);
   RequireReadable("tls_key", settings.tls_key);
@@ -155,7 +151,7 @@ WebServer::Running::~Running() {
 }
 
 void WebServer::Running::CreateContext(const ServerSettings& settings) {
-  lws_set_log_level(LLL_ERR, &WriteLibraryLog);
+  TakeOverLibraryLog();
   lws_context_creation_info info{};
   info.options = LWS_SERVER_OPTION_EXPLICIT_VHOSTS;
   if (!settings.tls_certificate.empty()) info.options |= LWS_SERVER_OPTION_DO_SSL_GLOBAL_INIT;
@@ -200,7 +196,8 @@ void WebServer::Running::Listen(const ServerSettings& settings, const std::strin
 void WebServer::Running::Run() {
   while (!is_stopping_ || (loop_->has_connections() && !is_grace_over_)) {
     if (lws_service(context_, 0) < 0) {
-      log::Error("[WebServer] the event loop failed; nobody is served any more");
+      log::Error("[WebServer] the event loop failed: the probe stops, for it can serve nobody any more");
+      kill(getpid(), SIGTERM);
       break;
     }
   }

@@ -15,6 +15,9 @@ namespace probe {
 /// One thread of its own owns all sockets. Messages come in from any thread through `GetSalSendByCon`, which puts them
 /// into the connection's queue and wakes that thread. The protocol is described in docs/interfaces.md.
 ///
+/// Should the event loop fail, which leaves nobody served, it sends SIGTERM to its own process, so that the supervisor
+/// of the process can start a sound one.
+///
 /// Threads: `Start` and `Stop` on one thread. One server a process can be running.
 class WebServer {
  public:

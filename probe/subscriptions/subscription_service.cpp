@@ -22,8 +22,9 @@ void SubscriptionService::AddSubscriber(const std::string& topic, std::shared_pt
 
 subscribes::SubscriptionList SubscriptionService::GetSubscribeList(const std::string& topic) {
   const lock_guard held(lock_);
-  const auto found = subscriptions_.find(topic);
-  return found == subscriptions_.end() ? subscribes::SubscriptionList{} : found->second;
+  const Lists& lists = held_ ? *held_ : subscriptions_;
+  const auto found = lists.find(topic);
+  return found == lists.end() ? subscribes::SubscriptionList{} : found->second;
 }
 
 std::shared_ptr<subscribes::Subscriber> SubscriptionService::SubscriberOf(const std::string& topic) const {
@@ -39,14 +40,28 @@ std::optional<subscribes::ParsedRequest> SubscriptionService::Parse(const std::s
   return subscriber->FilterParser(request);
 }
 
-void SubscriptionService::File(const std::string& topic, lws* connection, const subscribes::ParsedRequest& filters) {
+void SubscriptionService::File(const std::string& topic, lws* connection, const subscribes::ParsedRequest& filters,
+                               const std::string& request) {
   const lock_guard held(lock_);
   auto& list = subscriptions_[topic];
-  for (const auto& [sid, filter] : filters) list[sid][connection] = filter;
+  for (const auto& [sid, filter] : filters) {
+    list[sid][connection] = filter;
+    filed_of_[connection].emplace(topic, sid);
+  }
+  if (observer_ != nullptr) observer_->OnFiled(topic, connection, request);
 }
 
 bool SubscriptionService::Unsubscribe(const std::string& topic, lws* connection, const std::string& sid) {
   const lock_guard held(lock_);
+  if (!Remove(topic, sid, connection)) return false;
+  const auto filed = filed_of_.find(connection);
+  filed->second.erase({topic, sid});
+  if (filed->second.empty()) filed_of_.erase(filed);
+  if (observer_ != nullptr) observer_->OnRemoved(topic, connection, sid);
+  return true;
+}
+
+bool SubscriptionService::Remove(const std::string& topic, const std::string& sid, lws* connection) {
   const auto list = subscriptions_.find(topic);
   if (list == subscriptions_.end()) return false;
   const auto connections = list->second.find(sid);
@@ -57,18 +72,40 @@ bool SubscriptionService::Unsubscribe(const std::string& topic, lws* connection,
 
 void SubscriptionService::Disconnect(lws* connection) {
   const lock_guard held(lock_);
-  for (auto& [topic, list] : subscriptions_) {
-    for (auto& [sid, connections] : list) connections.erase(connection);
-    std::erase_if(list, [](const auto& entry) { return entry.second.empty(); });
-  }
+  const auto filed = filed_of_.find(connection);
+  if (filed == filed_of_.end()) return;
+  for (const auto& [topic, sid] : filed->second) Remove(topic, sid, connection);
+  filed_of_.erase(filed);
+  if (observer_ != nullptr) observer_->OnDisconnected(connection);
+}
+
+void SubscriptionService::SetObserver(SubscriptionObserver* observer) {
+  const lock_guard held(lock_);
+  observer_ = observer;
+}
+
+void SubscriptionService::Hold() {
+  const lock_guard held(lock_);
+  held_ = subscriptions_;
+  if (observer_ != nullptr) observer_->OnHeld();
+}
+
+void SubscriptionService::Release() {
+  std::optional<Lists> released;
+  const lock_guard held(lock_);
+  released.swap(held_);
+  if (observer_ != nullptr) observer_->OnReleased();
 }
 
 void SubscriptionService::Clear() {
   std::map<std::string, std::shared_ptr<subscribes::Subscriber>> subscribers;
-  std::map<std::string, subscribes::SubscriptionList> subscriptions;
+  Lists subscriptions;
+  std::optional<Lists> held_lists;
   const lock_guard held(lock_);
+  held_.swap(held_lists);
   subscribers_.swap(subscribers);  // freed after the lock is let go: their destructors are the plug-in's code
   subscriptions_.swap(subscriptions);
+  filed_of_.clear();
 }
 
 }  // namespace probe

@@ -10,7 +10,7 @@ namespace probe {
 namespace {
 
 namespace records = vexora_probe::models::controller;
-using nlohmann::json;
+using json = nlohmann::ordered_json;  // members reach the plug-in in the order of the recording
 
 std::string OctetsOf(const std::string& hex, const std::string& path) {
   if (hex.size() % 2 != 0 || hex.find_first_not_of("0123456789abcdefABCDEF") != std::string::npos) {
@@ -27,8 +27,10 @@ std::string OctetsOf(const std::string& hex, const std::string& path) {
 void ReadSsid(Members& members, std::string& ssid) {
   std::string hex;
   members.Read("ssid", ssid);
+  if (members.Find("ssid_hex") == nullptr) return;
+  if (members.Find("ssid") != nullptr) throw MalformedRecording(members.Path("ssid") + " stands beside ssid_hex");
   members.Read("ssid_hex", hex);
-  if (members.Has("ssid_hex")) ssid = OctetsOf(hex, members.Path("ssid_hex"));
+  ssid = OctetsOf(hex, members.Path("ssid_hex"));
 }
 
 /// A number that stands for an enumerator, known or not.

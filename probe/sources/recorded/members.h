@@ -22,9 +22,8 @@ class MalformedRecording : public std::runtime_error {
 class Members {
  public:
   /// `where` names the object in error texts; empty for the line itself. `object` must outlive the reader.
-  Members(const nlohmann::json& object, std::string where);
+  Members(const nlohmann::ordered_json& object, std::string where);
 
-  bool Has(const char* name) const { return object_.contains(name); }
   void Read(const char* name, std::string& text);
   void Read(const char* name, bool& flag);
 
@@ -32,7 +31,7 @@ class Members {
   template <typename Number>
   requires std::is_integral_v<Number>
   void Read(const char* name, Number& number) {
-    const nlohmann::json* member = Find(name);
+    const nlohmann::ordered_json* member = Find(name);
     if (member == nullptr) return;
     if constexpr (std::is_unsigned_v<Number>) {
       number = static_cast<Number>(Unsigned(name, *member, std::numeric_limits<Number>::max()));
@@ -43,11 +42,11 @@ class Members {
   }
 
   /// The member, whatever its type; null when it is absent or JSON null.
-  const nlohmann::json* Find(const char* name);
+  const nlohmann::ordered_json* Find(const char* name);
 
   /// The member, which must be an object or an array; null when it is absent or JSON null.
-  const nlohmann::json* Object(const char* name);
-  const nlohmann::json* Array(const char* name);
+  const nlohmann::ordered_json* Object(const char* name);
+  const nlohmann::ordered_json* Array(const char* name);
 
   /// Complains of a member that nobody asked for.
   void Finish() const;
@@ -56,10 +55,11 @@ class Members {
   std::string Path(const std::string& name) const;
 
  private:
-  std::uint64_t Unsigned(const char* name, const nlohmann::json& member, std::uint64_t most) const;
-  std::int64_t Signed(const char* name, const nlohmann::json& member, std::int64_t least, std::int64_t most) const;
+  std::uint64_t Unsigned(const char* name, const nlohmann::ordered_json& member, std::uint64_t most) const;
+  std::int64_t Signed(const char* name, const nlohmann::ordered_json& member, std::int64_t least,
+                      std::int64_t most) const;
 
-  const nlohmann::json& object_;
+  const nlohmann::ordered_json& object_;
   std::string where_;
   std::set<std::string, std::less<>> asked_;
 };

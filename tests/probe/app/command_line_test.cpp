@@ -55,11 +55,12 @@ TEST(CommandLine, TakesEachOption) {
 }
 
 TEST(CommandLine, TakesEachOptionOfASimulatedNetwork) {
-  const Settings settings = SettingsFor(Usable({"--simulated", "--speed=60", "--devices=20", "--clients", "30"}), "");
+  const Settings settings = SettingsFor(Usable({"--simulated", "--speed=60", "--devices=20", "--clients", "30", "--record", "/r.jsonl"}), "");
 
   EXPECT_TRUE(settings.simulated.enabled);
   EXPECT_FALSE(settings.this_machine.enabled);
   EXPECT_EQ(settings.speed, 60u);
+  EXPECT_EQ(settings.record_path, "/r.jsonl");
   EXPECT_EQ(settings.simulated.network.devices, 20);
   EXPECT_EQ(settings.simulated.network.clients, 30);
 }

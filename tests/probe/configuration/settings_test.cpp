@@ -55,6 +55,8 @@ connections = 2
 connections_per_address = 3
 sids_per_connection = 4
 distinct_filters = 5
+sid_bytes = 14
+filter_bytes = 65
 message_bytes = 1026
 message_depth = 9
 messages_per_second = 8
@@ -92,6 +94,8 @@ clients = 18
   EXPECT_EQ(server.limits.connections_per_address, 3u);
   EXPECT_EQ(server.limits.sids_per_connection, 4u);
   EXPECT_EQ(server.limits.distinct_filters, 5u);
+  EXPECT_EQ(server.limits.sid_bytes, 14u);
+  EXPECT_EQ(server.limits.filter_bytes, 65u);
   EXPECT_EQ(server.limits.message_bytes, 1026u);
   EXPECT_EQ(server.limits.message_depth, 9u);
   EXPECT_EQ(server.limits.messages_per_second, 8u);

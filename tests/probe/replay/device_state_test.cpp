@@ -14,8 +14,13 @@ using probe::DeviceSnapshot;
 using probe::SnapshotOf;
 namespace records = vexora_probe::models::controller;
 
-DeviceSnapshot Of(const char* state) {
-  return SnapshotOf(json::parse(state));
+DeviceSnapshot Of(const std::string& state) {
+  return SnapshotOf(nlohmann::ordered_json::parse(state));
+}
+
+/// The state of a snapshot, whatever the order of its members.
+json Described(const DeviceSnapshot& snapshot) {
+  return json::parse(probe::StateOf(snapshot).dump());
 }
 
 std::string Refusal(const char* state) {
@@ -89,6 +94,30 @@ TEST(DeviceState, ReadsHealth) {
   EXPECT_EQ(snapshot.credential_json, R"({"state":"failed"})");
 }
 
+TEST(DeviceState, DescribesASnapshotSoThatItIsTheSameAgain) {
+  const json state = json::parse(R"({"online": false, "known": false, "driver": false, "wireless": true,
+      "basic_info": {"hostname": "ap", "ip": "192.0.2.1", "type": 2}, "platform_info": {"model": "M", "version": "1"},
+      "sample_time": 5, "polling_time": 6,
+      "interfaces": {"a": null, "b": {"oper_status": 2, "traffic": null},
+        "c": {"oper_status": 1, "traffic": {"if_index": 3, "in_bytes": 4, "out_bytes": 5}}},
+      "ssid_interfaces": {"w": {"ssid_hex": "4cff", "radio": "r", "client_count": 9,
+        "traffic": {"if_index": 0, "in_bytes": 1, "out_bytes": 2},
+        "clients": [{"mac": "m", "hostname": "h", "mode": 8, "data_rate": 54, "in_bytes": 1, "out_bytes": 2}]}},
+      "radios": {"r": {"band": 1}},
+      "portal_users": {"m": {"username": "u", "hostname": "h", "in_bytes": 5, "out_bytes": 6}},
+      "neighbours": [{"mac": "n", "ssid": "x", "trusted": true, "band": 0, "channel": 6, "signal": -40}],
+      "ssid_config": {"x@r": {"security_mode": 4, "guest": true}},
+      "cpu": 80, "uptime": 301, "health": 3, "notifications": {"info": 1, "warning": 2, "alert": 3},
+      "credential": {"state": "failed", "code": null}})");
+  EXPECT_EQ(Described(Of(state.dump())), state);
+  EXPECT_EQ(Described(Of(R"({"basic_info": null})")).at("basic_info"), nullptr);
+  EXPECT_EQ(Described(Of(Described(Of("{}")).dump())), Described(Of("{}")));
+}
+
+TEST(DeviceState, KeepsTheOrderOfACredentialsMembers) {
+  EXPECT_EQ(Of(R"({"credential": {"z": 1, "a": 2}})").credential_json, R"({"z":1,"a":2})");
+}
+
 TEST(DeviceState, IsRefusedWithThePlaceAndTheReason) {
   EXPECT_EQ(Refusal(R"({"cpus": 1})"), "unknown member cpus");
   EXPECT_EQ(Refusal(R"({"online": 1})"), "online must be true or false");
@@ -98,6 +127,9 @@ TEST(DeviceState, IsRefusedWithThePlaceAndTheReason) {
   EXPECT_EQ(Refusal(R"({"cpu": 1.5})"), "cpu must be a whole number from -2147483648 to 2147483647");
   EXPECT_EQ(Refusal(R"({"ssid_interfaces": {"w": {"ssid_hex": "4c6"}}})"),
             "ssid_interfaces.w.ssid_hex must be pairs of hex digits");
+  EXPECT_EQ(Refusal(R"({"ssid_interfaces": {"w": {"ssid": "x", "ssid_hex": "4c"}}})"),
+            "ssid_interfaces.w.ssid stands beside ssid_hex");
+  EXPECT_EQ(Refusal(R"({"ssid_interfaces": {"w": {"ssid": "x", "ssid_hex": null}}})"), "");
   EXPECT_EQ(Refusal(R"({"neighbours": {}})"), "neighbours must be an array");
   EXPECT_EQ(Refusal(R"({"interfaces": []})"), "interfaces must be an object");
 }

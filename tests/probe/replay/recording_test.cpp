@@ -42,6 +42,11 @@ TEST(RecordingHeader, IsRefusedWithAReason) {
   EXPECT_EQ(Refusal(R"({"recording": 1, "start": 0, "timezone": "Mars/Olympus"})", true),
             "unknown timezone Mars/Olympus");
   EXPECT_EQ(Refusal(R"({"recording": 1, "start": 0, "timezone": "../passwd"})", true), "unknown timezone ../passwd");
+  for (const char* zone : {"zone.tab", "tzdata.zi", "localtime", "posixrules", "./UTC", "Europe"}) {
+    const std::string line = R"({"recording": 1, "start": 0, "timezone": ")" + std::string(zone) + "\"}";
+    EXPECT_EQ(Refusal(line.c_str(), true), "unknown timezone " + std::string(zone));
+  }
+  EXPECT_EQ(Refusal(R"({"recording": 1, "start": 1e999})", true), "no JSON: a number is too large");
   EXPECT_EQ(Refusal(R"([1])", true), "the line must be an object");
 }
 
@@ -96,6 +101,10 @@ INSTANTIATE_TEST_SUITE_P(
     Lines, RecordingLineRefusal,
     ::testing::Values(RefusedLine{"{", "no JSON: at octet 2"},
                       RefusedLine{"{\"cleanup\": \"\xff\"}", "no JSON: at octet 14"},
+                      RefusedLine{R"({"clock": 1e400})", "no JSON: a number is too large"},
+                      RefusedLine{R"({"clock": 5, "clock": 7})", "duplicate member clock"},
+                      RefusedLine{R"({"device": {"mac": "A", "set": {"cpu": 1, "cpu": 2}}})", "duplicate member cpu"},
+                      RefusedLine{"[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[", "nested too deeply"},
                       RefusedLine{"[]", "the line must be an object with one key"},
                       RefusedLine{"{}", "the line must be an object with one key"},
                       RefusedLine{R"({"clock": 1, "pass": {}})", "the line must be an object with one key"},

@@ -141,7 +141,37 @@ TEST_F(ReplayCommand, ExitsWithTwoForUnusableArguments) {
   EXPECT_EQ(Run("--log loud x").status, 2);
   EXPECT_EQ(Run("--unknown x").status, 2);
   EXPECT_EQ(Run(folder / "missing").status, 2);
+  EXPECT_EQ(Run(folder).status, 2);
   EXPECT_EQ(Run("--plugin /nowhere.so " + Recording(kHeader)).status, 2);
+}
+
+TEST_F(ReplayCommand, ReadsLinesThatEndAsOnOtherSystems) {
+  const Replayed replayed =
+      Run(Recording("{\"recording\": 1, \"start\": 0}\r\n\r\n# comment\r\n{\"call\": {\"entry\": "
+                    "\"get_wireless_client_report\"}}\r\n"));
+  EXPECT_EQ(replayed.status, 0) << replayed.errors;
+  EXPECT_THAT(replayed.lines, SizeIs(1));
+}
+
+TEST_F(ReplayCommand, TellsWhenItsOutputIsLost) {
+  EXPECT_EQ(Run(std::string(VEXORA_RECORDINGS) + "/traffic.jsonl > /dev/full").status, 2);
+}
+
+TEST_F(ReplayCommand, RefusesAClockThatWouldRunOver) {
+  const std::string path = Recording(std::string(kHeader) + "{\"clock\": 9223372036854775807}\n{\"pass\": {}}\n");
+  const Replayed replayed = Run(path);
+  EXPECT_EQ(replayed.status, 1);
+  EXPECT_EQ(replayed.errors, path + ":3: the clock would run over\n");
+}
+
+TEST_F(ReplayCommand, ListsDevicesInTheOrderInWhichTheyWereNamedWhateverTheFirstLineSaid) {
+  const Replayed replayed =
+      Run("--log info " +
+          Recording(std::string(kHeader) +
+                    "{\"device\": {\"mac\": \"B\", \"forget\": true}}\n{\"device\": {\"mac\": \"A\", \"set\": {}}}\n"
+                    "{\"device\": {\"mac\": \"B\", \"set\": {}}}\n{\"pass\": {}}\n"));
+  ASSERT_THAT(replayed.lines, SizeIs(2));
+  EXPECT_THAT(replayed.lines[0]["log"]["text"].get<std::string>(), HasSubstr("mac: B"));
 }
 
 TEST_F(ReplayCommand, RefusesAnEmptyRecording) {
@@ -170,6 +200,12 @@ TEST_F(ReplayCommand, TellsAtTheEndWhatThePassesCost) {
   EXPECT_GT(timing["cpu_seconds"], 0.0);
   EXPECT_GE(timing["wall_seconds"], timing["cpu_seconds"].get<double>() * 0.5);
   EXPECT_GT(timing["peak_rss_kib"], 0);
+}
+
+TEST_F(ReplayCommand, TimesThePassThatAStopLetsRunToo) {
+  const json timing = Run("--timing " + Recording(std::string(kHeader) + "{\"stop\": {}}\n")).lines.back()["timing"];
+  EXPECT_EQ(timing["passes"], 1);
+  EXPECT_GT(timing["cpu_seconds"], 0.0);
 }
 
 TEST_F(ReplayCommand, NeedsNoMoreMemoryForARecordingOfManyLines) {

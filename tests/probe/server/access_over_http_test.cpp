@@ -4,6 +4,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "probe/server/line_budget.h"
 #include "tests/probe/server/raw_client.h"
 #include "tests/probe/server/served.h"
 
@@ -169,6 +170,28 @@ TEST_F(WebServerAccessTest, ChecksTheOriginBeforeTheToken) {
   Serve();
   EXPECT_EQ(StatusFor({{"Origin", "http://attacker.example"}, {"Authorization", "Bearer secret"}}), 403U);
   EXPECT_EQ(StatusFor({{"Origin", "http://attacker.example"}}), 403U);
+}
+
+TEST_F(WebServerAccessTest, ReadsNoHeaderOnlyUpToANul) {
+  settings.token = "secret";
+  Serve();
+  const std::string begin = "GET / HTTP/1.1\r\nUpgrade: websocket\r\n" + std::string(kHandshake) + "\r\n";
+  const std::string host = "Host: 127.0.0.1:" + Port();
+  const std::string bearer = "\r\nAuthorization: Bearer secret";
+  const std::string tail("\0.attacker.example", 18);
+  EXPECT_THAT(AnswerTo(begin + host + tail + bearer), HasSubstr(" 400 "));
+  EXPECT_THAT(AnswerTo(begin + host + "\r\nOrigin: http://127.0.0.1:" + Port() + tail + bearer), HasSubstr(" 400 "));
+  EXPECT_THAT(AnswerTo(begin + host + bearer + tail), HasSubstr(" 400 "));
+  EXPECT_NE(StatusFor({}, "/?token=secret%00"), 0U) << "the library hangs up on it";
+  EXPECT_EQ(StatusFor({}, "/?token=secret%01"), 400U);
+  EXPECT_EQ(StatusFor({}, "/?token=secret"), 0U);
+}
+
+TEST_F(WebServerAccessTest, LogsNoMoreThanAFewComplaintsOfTheLibraryAMinute) {
+  Serve();
+  const std::string oversized = "GET / HTTP/1.1\r\nHost: 127.0.0.1\r\nCookie: " + std::string(20'000, 'x');
+  for (int i = 0; i < 40; ++i) AnswerTo(oversized);
+  EXPECT_THAT(log.Texts(probe::log::Level::kError), ::testing::SizeIs(probe::LineBudget::kLinesAMinute));
 }
 
 TEST_F(WebServerAccessTest, LogsNoMoreThanAFewRefusalsAMinute) {

@@ -4,8 +4,11 @@
 
 #include "probe/server/gate.h"
 #include "probe/server/incoming_message.h"
+#include "probe/server/line_budget.h"
+#include "probe/server/post_office.h"
 #include "probe/server/rate_limit.h"
 #include "probe/server/refusal_log.h"
+#include "probe/server/server_loop.h"
 #include "probe/server/subscription_ledger.h"
 #include "tests/support/log_capture.h"
 
@@ -107,7 +110,7 @@ TEST_F(SubscriptionLedgerTest, CountsDifferentFiltersOfATopicOnce) {
   EXPECT_EQ(CodeOf(ledger.Enter(Connection(1), "T", {{"a", "f"}, {"b", "f"}})), "");
   EXPECT_EQ(CodeOf(ledger.Enter(Connection(2), "T", {{"c", "f"}})), "");
   EXPECT_EQ(ledger.distinct_filters(), 1U);
-  EXPECT_EQ(CodeOf(ledger.Enter(Connection(2), "U", {{"c", "f"}})), "") << "another topic is another message";
+  EXPECT_EQ(CodeOf(ledger.Enter(Connection(2), "U", {{"c", "f"}})), "") << "another topic is another pair";
   EXPECT_EQ(ledger.distinct_filters(), 2U);
   EXPECT_EQ(CodeOf(ledger.Enter(Connection(3), "T", {{"d", "g"}})), "too_many_filters");
 }
@@ -117,6 +120,21 @@ TEST_F(SubscriptionLedgerTest, EntersNothingOfARefusedRequest) {
   EXPECT_EQ(CodeOf(ledger.Enter(Connection(1), "T", {{"a", "f"}, {"b", "g"}, {"c", "h"}})), "too_many_sids");
   EXPECT_EQ(ledger.distinct_filters(), 0U);
   EXPECT_EQ(CodeOf(ledger.Enter(Connection(1), "T", {{"a", "f"}, {"b", "g"}})), "");
+}
+
+TEST_F(SubscriptionLedgerTest, TakesSidsAndFiltersUpToTheirSize) {
+  probe::ServerLimits limits;
+  limits.sid_bytes = 2;
+  limits.filter_bytes = 3;
+  probe::SubscriptionLedger ledger(limits);
+  EXPECT_EQ(CodeOf(ledger.Enter(Connection(1), "T", {{"12", "123"}})), "");
+  const auto long_sid = ledger.Enter(Connection(1), "T", {{"1", "a"}, {"123", "b"}});
+  const auto long_filter = ledger.Enter(Connection(1), "T", {{"1", "1234"}});
+  EXPECT_EQ(CodeOf(long_sid), "too_large");
+  EXPECT_EQ(CodeOf(long_filter), "too_large");
+  EXPECT_THAT(long_sid->message, HasSubstr("limits.sid_bytes = 2"));
+  EXPECT_THAT(long_filter->message, HasSubstr("limits.filter_bytes = 3"));
+  EXPECT_EQ(ledger.distinct_filters(), 1U) << "nothing of a refused request is entered";
 }
 
 TEST_F(SubscriptionLedgerTest, GivesBackWhatIsRemoved) {
@@ -159,6 +177,17 @@ TEST_F(GateTest, CountsConnectionsInAllAndPerAddress) {
   EXPECT_EQ(gate.Arrive("x"), Verdict::kAdmitted);
 }
 
+TEST_F(GateTest, CountsAddressesThatOneClientCanTakeAtWillAsOne) {
+  probe::Gate gate(Limits(10, 1));
+  EXPECT_EQ(gate.Arrive("127.0.0.1"), Verdict::kAdmitted);
+  EXPECT_EQ(gate.Arrive("127.255.0.9"), Verdict::kAddressTaken);
+  EXPECT_EQ(gate.Arrive("2001:db8::1"), Verdict::kAdmitted);
+  EXPECT_EQ(gate.Arrive("2001:db8::2"), Verdict::kAddressTaken);
+  EXPECT_EQ(gate.Arrive("2001:db8:0:1::1"), Verdict::kAdmitted);
+  gate.Leave("127.0.0.1", Verdict::kAdmitted);
+  EXPECT_EQ(gate.Arrive("127.0.0.2"), Verdict::kAdmitted);
+}
+
 TEST_F(GateTest, KeepsNoMoreThanAFewWhoAreTurnedAway) {
   probe::Gate gate(Limits(1, 1));
   gate.Arrive("x");
@@ -168,12 +197,21 @@ TEST_F(GateTest, KeepsNoMoreThanAFewWhoAreTurnedAway) {
   EXPECT_EQ(gate.Arrive("y"), Verdict::kAllTaken);
 }
 
+TEST(ServerLoop, GivesThePlaceBackOfAConnectionThatGotNoRecord) {
+  const probe::ServerSettings settings;
+  probe::SubscriptionService service;
+  const auto asleep = std::make_shared<probe::PostOffice>([] {});
+  probe::ServerLoop loop(settings, 1, service, asleep);
+  const std::size_t too_many = settings.limits.connections_per_address + probe::Gate::kTurnedAway + 1;
+  for (std::size_t i = 0; i < too_many; ++i) ASSERT_EQ(loop.OnAccept("192.0.2.1"), probe::ServerLoop::Fate::kKeep) << i;
+}
+
 TEST(RefusalLog, SaysAfterAMinuteHowManyItLeftOut) {
   test::LogCapture log;
   probe::RefusalLog refusals;
   const auto begin = probe::RefusalLog::Clock::now();
-  for (std::size_t i = 0; i < probe::RefusalLog::kLinesAMinute + 5; ++i) refusals.Note("192.0.2.1", "because", begin);
-  EXPECT_THAT(log.Texts(probe::log::Level::kInfo, "because"), SizeIs(probe::RefusalLog::kLinesAMinute));
+  for (std::size_t i = 0; i < probe::LineBudget::kLinesAMinute + 5; ++i) refusals.Note("192.0.2.1", "because", begin);
+  EXPECT_THAT(log.Texts(probe::log::Level::kInfo, "because"), SizeIs(probe::LineBudget::kLinesAMinute));
   log.Forget();
   refusals.Note("192.0.2.1", "because", begin + 61s);
   ASSERT_THAT(log.Lines(), SizeIs(2));

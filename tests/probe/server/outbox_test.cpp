@@ -31,12 +31,12 @@ TEST(Outbox, GivesMessagesInTheirOrder) {
   EXPECT_EQ(outbox.dropped(), 0U);
 }
 
-TEST(Outbox, ReplacesAnUnsentMessageOfTheSameTopicAndSids) {
+TEST(Outbox, DropsAnUnsentMessageForANewerOneOfTheSameTopicAndSids) {
   Outbox outbox(10, 1000);
   outbox.Put(Envelope("T", R"("a","b")", "old"), Kind::kPush);
   outbox.Put(Envelope("T", R"("c")", "other"), Kind::kPush);
   EXPECT_TRUE(outbox.Put(Envelope("T", R"("b","a")", "new"), Kind::kPush));
-  EXPECT_THAT(Texts(outbox), ElementsAre(Envelope("T", R"("b","a")", "new"), Envelope("T", R"("c")", "other")));
+  EXPECT_THAT(Texts(outbox), ElementsAre(Envelope("T", R"("c")", "other"), Envelope("T", R"("b","a")", "new")));
   EXPECT_EQ(outbox.dropped(), 1U);
 }
 
@@ -62,6 +62,14 @@ TEST(Outbox, NeverReplacesAnAnswer) {
   outbox.Put(looks_like_a_push, Kind::kReply);
   outbox.Put(looks_like_a_push, Kind::kPush);
   EXPECT_EQ(Texts(outbox).size(), 2U);
+}
+
+TEST(Outbox, LetsNoNewerMessageOvertakeAnAnswer) {
+  Outbox outbox(10, 1000);
+  outbox.Put(Envelope("T", R"("a")", "by the old filter"), Kind::kPush);
+  outbox.Put("subscribed", Kind::kReply);
+  outbox.Put(Envelope("T", R"("a")", "by the new filter"), Kind::kPush);
+  EXPECT_THAT(Texts(outbox), ElementsAre("subscribed", Envelope("T", R"("a")", "by the new filter")));
 }
 
 TEST(Outbox, DoesNotReplaceTheMessageThatIsBeingWritten) {

@@ -49,6 +49,42 @@ TEST(IpAddress, HasOneNotation) {
   EXPECT_EQ(probe::CanonicalAddress(""), "");
 }
 
+TEST(IpAddress, IsGroupedWithThoseThatOneClientCanTakeAtWill) {
+  EXPECT_EQ(probe::AddressGroup("127.0.0.1"), "127.0.0.0/8");
+  EXPECT_EQ(probe::AddressGroup("127.255.255.255"), "127.0.0.0/8");
+  EXPECT_EQ(probe::AddressGroup("::ffff:127.0.0.2"), "127.0.0.0/8");
+  EXPECT_EQ(probe::AddressGroup("126.255.255.255"), "126.255.255.255");
+  EXPECT_EQ(probe::AddressGroup("128.0.0.1"), "128.0.0.1");
+  EXPECT_EQ(probe::AddressGroup("::ffff:192.0.2.1"), "192.0.2.1");
+  EXPECT_EQ(probe::AddressGroup("2001:db8:1:2:3:4:5:6"), "2001:db8:1:2::/64");
+  EXPECT_EQ(probe::AddressGroup("2001:db8:1:3::1"), "2001:db8:1:3::/64");
+  EXPECT_EQ(probe::AddressGroup("::1"), "::/64");
+  EXPECT_EQ(probe::AddressGroup("nowhere"), "nowhere");
+}
+
+TEST(AccessRules, RefuseControlCharactersInWhatTheyLookAt) {
+  const probe::AccessRules rules({}, 8765);
+  probe::RequestHead good;
+  good.host = "localhost";
+  EXPECT_FALSE(rules.CheckCaller(good).has_value());
+  for (const char control : {'\0', '\t', '\x1f', '\x7f'}) {
+    const std::string tail = std::string(1, control) + "tail";
+    probe::RequestHead host = good;
+    host.host = "localhost" + tail;
+    probe::RequestHead origin = good;
+    origin.origin = "http://localhost" + tail;
+    probe::RequestHead authorization = good;
+    authorization.authorization = "Bearer x" + tail;
+    probe::RequestHead argument = good;
+    argument.token_argument = "x" + tail;
+    for (const auto& head : {host, origin, authorization, argument}) {
+      const auto refusal = rules.CheckCaller(head);
+      ASSERT_TRUE(refusal.has_value()) << int{control};
+      EXPECT_EQ(refusal->status, 400U);
+    }
+  }
+}
+
 TEST(EqualSecrets, ComparesWholeTexts) {
   EXPECT_TRUE(probe::EqualSecrets("secret", "secret"));
   for (const char* wrong : {"", "secre", "secrets", "secretsecret", "Secret", "xecret"})

@@ -87,7 +87,7 @@ TEST_F(WebServerStartTest, RefusesAnAddressThatThisMachineDoesNotHave) {
 
 TEST_F(WebServerStartTest, RefusesTimesThatMakeNoSense) {
   settings.limits.hang_up_after = settings.limits.ping_after;
-  EXPECT_THAT(StartFailure(), HasSubstr("limits.hang_up_after"));
+  EXPECT_THAT(StartFailure(), HasSubstr("limits.hang_up_after_seconds must be greater than limits.ping_after_seconds"));
 }
 
 TEST_F(WebServerStartTest, StartsAgainAfterAStop) {

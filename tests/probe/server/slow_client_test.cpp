@@ -72,12 +72,24 @@ TEST_F(SlowClientTest, LosesTheOldestMessagesWhenTheyAreTooLargeTogether) {
   EXPECT_TRUE(client->ReadMessage() == Envelope("sid10", 10, 1024 * 1024));
 }
 
+TEST_F(SlowClientTest, IsLoggedAsSlowWhenAnAnswerIsTheFirstToPushAMessageOut) {
+  settings.limits.stuck_after = 60s;
+  settings.limits.queue_messages = 1;
+  Serve();
+  const auto client = StuckClient();
+  Push(handle, Envelope("a", 1));
+  EXPECT_FALSE(IsLogged("is slow"));
+  client->SendFrame(1, test::SubscribeText({"a"}));
+  EXPECT_TRUE(Eventually([&] { return IsLogged("is slow"); }));
+}
+
 TEST_F(SlowClientTest, IsClosedWith1013WhenItTakesNothing) {
   settings.limits.stuck_after = 1s;
   Serve();
   auto bystander = Subscribed("bystander");
   const auto client = StuckClient();
   ASSERT_TRUE(Eventually([&] { return IsLogged("closed with 1013"); }));
+  EXPECT_TRUE(IsLogged("limits.stuck_after_seconds = 1"));
   EXPECT_THAT(Handles("a"), IsEmpty()) << "its subscriptions go at once";
   EXPECT_EQ(client->ReadMessage(), std::nullopt);
   EXPECT_EQ(client->close_code(), 1013);

@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <functional>
 #include <memory>
 
 #include "tests/support/message_capture.h"
@@ -77,6 +79,52 @@ TEST_F(SubscriptionServiceTest, RemovesEverySubscriptionOfAConnectionThatWent) {
   service.Disconnect(Connection(1));
   EXPECT_EQ(service.GetSubscribeList("T"), (SubscriptionList{{"a", {{Connection(2), kept}}}}));
   EXPECT_THAT(service.GetSubscribeList("U"), IsEmpty());
+}
+
+/// Counts the connections that it hears go.
+class DepartureCounter final : public probe::SubscriptionObserver {
+ public:
+  void OnFiled(const std::string&, lws*, const std::string&) override {}
+  void OnRemoved(const std::string&, lws*, const std::string&) override {}
+  void OnDisconnected(lws* /*connection*/) override { ++departures; }
+  void OnHeld() override {}
+  void OnReleased() override {}
+
+  int departures = 0;
+};
+
+TEST_F(SubscriptionServiceTest, TellsOnceOfAConnectionThatWent) {
+  DepartureCounter counter;
+  service.SetObserver(&counter);
+  service.File("T", Connection(1), {{"a", FilterOf("1m")}, {"b", FilterOf("1m")}});
+  service.Disconnect(Connection(1));
+  service.Disconnect(Connection(1));
+  service.SetObserver(nullptr);
+  EXPECT_EQ(counter.departures, 1);
+}
+
+TEST_F(SubscriptionServiceTest, FilesAnewForAConnectionThatHadUnsubscribed) {
+  service.File("T", Connection(1), {{"a", FilterOf("1m")}});
+  service.Unsubscribe("T", Connection(1), "a");
+  service.File("T", Connection(1), {{"a", FilterOf("1m")}});
+  service.Disconnect(Connection(1));
+  EXPECT_THAT(service.GetSubscribeList("T"), IsEmpty());
+}
+
+TEST_F(SubscriptionServiceTest, DisconnectsAtTheCostOfTheConnectionsOwnSubscriptions) {
+  constexpr std::uintptr_t kConnections = 20'000;
+  const auto filter = FilterOf("1m");
+  const auto time_of = [](const std::function<void(std::uintptr_t)>& step) {
+    const auto begin = std::chrono::steady_clock::now();
+    for (std::uintptr_t number = 1; number <= kConnections; ++number) step(number);
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+  };
+  const double filing = time_of([&](std::uintptr_t number) {
+    service.File("T", Connection(number), {{"sid" + std::to_string(number), filter}});
+  });
+  const double leaving = time_of([&](std::uintptr_t number) { service.Disconnect(Connection(number)); });
+  EXPECT_LT(leaving, 20 * filing) << "a walk over every SID takes hundreds of times as long";
+  EXPECT_THAT(service.GetSubscribeList("T"), IsEmpty());
 }
 
 TEST_F(SubscriptionServiceTest, LetsGoOfSubscribersAndFiltersWhenItIsCleared) {

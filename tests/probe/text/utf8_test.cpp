@@ -31,6 +31,9 @@ TEST(Utf8, KnowsTheBordersOfTheCodeSpace) {
 
 TEST(PrintableLine, ShowsControlCharactersInsteadOfSendingThem) {
   EXPECT_EQ(probe::PrintableLine("a\nb\tc\x1b\x7f"), R"(a\x0ab\x09c\x1b\x7f)");
+  EXPECT_EQ(probe::PrintableLine("\xC2\x9B[31m\xC2\x85"), R"(\x9b[31m\x85)");  // C1: CSI, NEL
+  EXPECT_EQ(probe::PrintableLine("\xE2\x80\xA8\xE2\x80\xAE!\xE2\x81\xA6"), R"(\u2028\u202e!\u2066)");
+  EXPECT_EQ(probe::PrintableLine("Caf\xC3\xA9 \xE2\x82\xAC\xFF"), "Caf\xC3\xA9 \xE2\x82\xAC\xEF\xBF\xBD");
 }
 
 }  // namespace

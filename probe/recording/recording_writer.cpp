@@ -1,0 +1,55 @@
+#include "probe/recording/recording_writer.h"
+
+#include <nlohmann/json.hpp>
+#include <ostream>
+
+#include "probe/sources/recorded/device_state.h"
+
+namespace probe {
+
+using nlohmann::ordered_json;
+
+void RecordingWriter::Line(const ordered_json& line) {
+  constexpr int kOneLine = -1;
+  stream_ << line.dump(kOneLine, ' ', false, ordered_json::error_handler_t::replace) << '\n';
+}
+
+void RecordingWriter::Header(time_t start, const std::string& timezone) {
+  Line({{"recording", 1}, {"start", start}, {"timezone", timezone}});
+}
+
+void RecordingWriter::Device(const std::string& mac, const DeviceSnapshot& snapshot) {
+  // by far the longest line: put together from texts, for a tree around the state would copy it
+  constexpr int kOneLine = -1;
+  constexpr auto kReplace = ordered_json::error_handler_t::replace;
+  stream_ << R"({"device":{"mac":)" << ordered_json(mac).dump(kOneLine, ' ', false, kReplace) << R"(,"set":)"
+          << StateOf(snapshot).dump(kOneLine, ' ', false, kReplace) << "}}\n";
+}
+
+void RecordingWriter::Forget(const std::string& mac) {
+  Line({{"device", {{"mac", mac}, {"forget", true}}}});
+}
+
+void RecordingWriter::Subscribe(const std::string& topic, const std::string& connection, const std::string& request) {
+  ordered_json wanted = request.empty() ? ordered_json() : ordered_json::parse(request, nullptr, false);
+  if (wanted.is_discarded()) wanted = nullptr;
+  Line({{"subscribe", {{"topic", topic}, {"connection", connection}, {"request", wanted}}}});
+}
+
+void RecordingWriter::Unsubscribe(const std::string& topic, const std::string& connection, const std::string& sid) {
+  Line({{"unsubscribe", {{"topic", topic}, {"connection", connection}, {"sid", sid}}}});
+}
+
+void RecordingWriter::Disconnect(const std::string& connection) {
+  Line({{"disconnect", connection}});
+}
+
+void RecordingWriter::Pass(time_t at) {
+  Line({{"pass", {{"at", at}}}});
+}
+
+void RecordingWriter::Flush() {
+  stream_.flush();
+}
+
+}  // namespace probe

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+
+namespace probe {
+
+/// Allows so many log lines a minute, and counts the others: whoever knocks all day long must not fill the log.
+///
+/// Threads: none of its own, no lock.
+class LineBudget {
+ public:
+  using Clock = std::chrono::steady_clock;
+  static constexpr std::size_t kLinesAMinute = 20;
+
+  struct Verdict {
+    bool may_be_written = false;
+    std::size_t left_out = 0;  ///< Lines that were left out in the minute that is over, to be told now; else 0.
+  };
+
+  /// Asks for one more line.
+  Verdict Ask(Clock::time_point now);
+
+ private:
+  Clock::time_point minute_began_at_;
+  std::size_t lines_ = 0;
+  std::size_t left_out_ = 0;
+};
+
+}  // namespace probe

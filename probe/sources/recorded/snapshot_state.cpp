@@ -1,0 +1,137 @@
+// The way back: from a snapshot to the recorded state that describes it.
+
+#include <nlohmann/json.hpp>
+#include <string>
+
+#include "probe/sources/recorded/device_state.h"
+#include "probe/text/utf8.h"
+
+namespace probe {
+namespace {
+
+namespace records = vexora_probe::models::controller;
+using json = nlohmann::ordered_json;  // members reach the plug-in in the order of the recording
+
+/// A number that stands for an enumerator.
+template <typename Enumeration>
+std::int32_t NumberOf(Enumeration value) {
+  return static_cast<std::int32_t>(value);
+}
+
+std::string HexOf(const std::string& octets) {
+  constexpr const char* kDigits = "0123456789abcdef";
+  std::string hex;
+  for (const char octet : octets) {
+    const auto value = static_cast<unsigned char>(octet);
+    hex += kDigits[value / 16];
+    hex += kDigits[value % 16];
+  }
+  return hex;
+}
+
+/// An SSID as text, or by its octets when it is none.
+void AddSsid(json& object, const std::string& ssid) {
+  if (IsUtf8(ssid)) {
+    object["ssid"] = ssid;
+  } else {
+    object["ssid_hex"] = HexOf(ssid);
+  }
+}
+
+json TrafficOf(const records::TrafficStats* statistics) {
+  if (statistics == nullptr) return nullptr;
+  return {{"if_index", statistics->if_index}, {"in_bytes", statistics->in_bytes}, {"out_bytes", statistics->out_bytes}};
+}
+
+json InterfaceOf(const records::InterfaceState* state) {
+  if (state == nullptr) return nullptr;
+  return {{"oper_status", state->oper_status}, {"traffic", TrafficOf(state->traffic.get())}};
+}
+
+json ClientOf(const records::AssocClientState& client) {
+  return {{"mac", client.mac},
+          {"hostname", client.hostname},
+          {"mode", NumberOf(client.mode)},
+          {"data_rate", client.data_rate},
+          {"in_bytes", client.in_bytes},
+          {"out_bytes", client.out_bytes}};
+}
+
+json SsidInterfaceOf(const records::SSIDIfState& interface) {
+  json object{{"radio", interface.radio},
+              {"traffic", TrafficOf(interface.traffic.get())},
+              {"client_count", interface.client_count},
+              {"clients", json::array()}};
+  AddSsid(object, interface.ssid);
+  for (const auto& client : interface.clients) object["clients"].push_back(ClientOf(client));
+  return object;
+}
+
+json NeighbourOf(const records::NeighboringAP& neighbour) {
+  json object{{"mac", neighbour.mac},
+              {"trusted", neighbour.trusted != 0},
+              {"band", NumberOf(neighbour.band)},
+              {"channel", neighbour.channel},
+              {"signal", neighbour.signal}};
+  AddSsid(object, neighbour.ssid);
+  return object;
+}
+
+void AddWireless(const DeviceSnapshot& snapshot, json& state) {
+  for (const auto& [name, interface] : snapshot.ssid_interfaces) {
+    state["ssid_interfaces"][name] = SsidInterfaceOf(interface);
+  }
+  for (const auto& [name, radio] : snapshot.radios) state["radios"][name] = {{"band", NumberOf(radio.band)}};
+  for (const auto& [mac, user] : snapshot.portal_users) {
+    state["portal_users"][mac] = {{"username", user.username},
+                                  {"hostname", user.hostname},
+                                  {"in_bytes", user.in_bytes},
+                                  {"out_bytes", user.out_bytes}};
+  }
+  for (const auto& neighbour : snapshot.neighbours) state["neighbours"].push_back(NeighbourOf(neighbour));
+  for (const auto& [key, configuration] : snapshot.ssid_config) {
+    state["ssid_config"][key] = {{"security_mode", NumberOf(configuration.security_mode)},
+                                 {"guest", configuration.guest}};
+  }
+}
+
+void AddIdentity(const DeviceSnapshot& snapshot, json& state) {
+  state["basic_info"] = nullptr;
+  if (snapshot.basic_info) {
+    state["basic_info"] = {{"hostname", snapshot.basic_info->hostname},
+                           {"ip", snapshot.basic_info->ip},
+                           {"type", NumberOf(snapshot.basic_info->type)}};
+  }
+  if (snapshot.platform_info) {
+    state["platform_info"] = {{"model", snapshot.platform_info->model}, {"version", snapshot.platform_info->version}};
+  }
+}
+
+void AddHealth(const DeviceSnapshot& snapshot, json& state) {
+  state["cpu"] = snapshot.cpu;
+  state["uptime"] = snapshot.uptime;
+  state["health"] = snapshot.health_level;
+  state["notifications"] = {{"info", snapshot.notifications.info},
+                            {"warning", snapshot.notifications.warning},
+                            {"alert", snapshot.notifications.alert}};
+  const json credential = json::parse(snapshot.credential_json, nullptr, false);
+  if (credential.is_object()) state["credential"] = credential;
+}
+
+}  // namespace
+
+json StateOf(const DeviceSnapshot& snapshot) {
+  json state{{"online", snapshot.online},
+             {"known", snapshot.known},
+             {"driver", snapshot.driver},
+             {"wireless", snapshot.is_wireless}};
+  if (snapshot.sample_time) state["sample_time"] = *snapshot.sample_time;
+  if (snapshot.polling_time) state["polling_time"] = *snapshot.polling_time;
+  for (const auto& [name, interface] : snapshot.interfaces) state["interfaces"][name] = InterfaceOf(interface.get());
+  AddIdentity(snapshot, state);
+  AddWireless(snapshot, state);
+  AddHealth(snapshot, state);
+  return state;
+}
+
+}  // namespace probe

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <string>
+
+struct lws;
+
+namespace probe {
+
+/// Hears of every change of the subscriptions, in order.
+///
+/// Threads: any thread of the host; called with the service's lock held, one call at a time, so it must not call back.
+class SubscriptionObserver {
+ public:
+  virtual ~SubscriptionObserver() = default;
+
+  /// `request` is the client's own request, JSON text; empty when the subscription came from within the host.
+  virtual void OnFiled(const std::string& topic, lws* connection, const std::string& request) = 0;
+  virtual void OnRemoved(const std::string& topic, lws* connection, const std::string& sid) = 0;
+  virtual void OnDisconnected(lws* connection) = 0;
+
+  /// The lists stand still from now on, and move again: what is heard in between takes effect at the second call.
+  virtual void OnHeld() = 0;
+  virtual void OnReleased() = 0;
+};
+
+}  // namespace probe

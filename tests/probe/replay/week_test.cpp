@@ -1,0 +1,81 @@
+// A week of the simulated network, replayed as fast as it goes.
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <nlohmann/json.hpp>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "probe/device_centre/device_centre.h"
+#include "probe/recording/recording_writer.h"
+#include "probe/sources/simulated/simulated_network.h"
+
+namespace {
+
+constexpr time_t kStart = 1'795'219'200;
+constexpr int kDay = 1'440;  // passes
+constexpr int kWeek = 7 * kDay;
+
+/// Writes so many passes of the simulated network as a recording, pass by pass.
+void WriteRecording(int passes, FILE* file) {
+  std::ostringstream stream;
+  const auto hand_over = [&] {
+    const std::string text = stream.str();
+    EXPECT_EQ(fwrite(text.data(), 1, text.size(), file), text.size());
+    stream.str({});
+  };
+  auto& centre = probe::DeviceCentre::Instance();
+  centre.Clear();
+  probe::SimulatedNetwork network(centre, {});
+  probe::RecordingWriter writer(stream);
+  writer.Header(kStart, "UTC");
+  writer.Subscribe("TrafficMonitor", "client", R"([{"sid": "a", "filter": {"interval": "1h"}}])");
+  for (int pass = 1; pass <= passes; ++pass) {
+    const time_t now = kStart + pass * 60;
+    network.Advance(now);
+    for (const std::string& mac : network.DeviceMacs()) writer.Device(mac, *centre.Snapshot(mac));
+    writer.Pass(now);
+    hand_over();
+  }
+  centre.Clear();
+}
+
+/// What the replay of so many passes cost. The recording goes through a pipe and is never whole anywhere.
+nlohmann::json Timing(int passes) {
+  const std::string result = ::testing::TempDir() + "week_" + std::to_string(getpid()) + ".timing";
+  FILE* input = popen((std::string(VEXORA_REPLAY) + " --timing - | tail -n 1 >" + result).c_str(), "w");
+  WriteRecording(passes, input);
+  EXPECT_EQ(pclose(input), 0);
+  FILE* file = fopen(result.c_str(), "r");
+  nlohmann::json timing = nlohmann::json::parse(file)["timing"];
+  fclose(file);
+  std::remove(result.c_str());
+  return timing;
+}
+
+TEST(ReplayOfAWeek, TakesUnderAMinuteAndNoMoreMemoryThanADay) {
+  setenv("TZ", "UTC", 1);
+  tzset();
+  const nlohmann::json day = Timing(kDay);
+  const auto begin = std::chrono::steady_clock::now();
+  const nlohmann::json week = Timing(kWeek);
+  const auto taken = std::chrono::steady_clock::now() - begin;
+  EXPECT_EQ(week["passes"], kWeek);
+  EXPECT_EQ(week["pushes"], kWeek);
+  RecordProperty("week_ms", static_cast<int>(taken / std::chrono::milliseconds(1)));
+  RecordProperty("day_rss_kib", day["peak_rss_kib"].get<int>());
+  RecordProperty("week_rss_kib", week["peak_rss_kib"].get<int>());
+#if !VEXORA_IS_SANITIZED
+  EXPECT_LT(taken, std::chrono::minutes(1));
+  // the longer views fill up in the days after the first; anything that grew with the passes would be far more
+  constexpr int kFillingViewsKib = 2'048;
+  EXPECT_LT(week["peak_rss_kib"].get<int>(), day["peak_rss_kib"].get<int>() + kFillingViewsKib);
+#endif
+}
+
+}  // namespace
