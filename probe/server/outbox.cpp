@@ -45,11 +45,12 @@ Outbox::Messages Outbox::Waiting() const {
 }
 
 void Outbox::Insert(std::shared_ptr<const OutgoingMessage> message, const Messages& superseded) {
-  std::erase_if(waiting_, [&](const auto& waiting) {
-    if (std::find(superseded.begin(), superseded.end(), waiting) == superseded.end()) return false;
-    CountDrop(*waiting);
-    return true;
-  });
+  for (const auto& old : superseded) {
+    const auto waiting = std::find(waiting_.begin(), waiting_.end(), old);
+    if (waiting == waiting_.end()) continue;  // it was taken meanwhile
+    CountDrop(*old);
+    waiting_.erase(waiting);
+  }
   bytes_ += message->text().size();
   waiting_.push_back(std::move(message));  // never in the old one's place: an answer may stand between the two
 }

@@ -55,7 +55,8 @@ TEST(CommandLine, TakesEachOption) {
 }
 
 TEST(CommandLine, TakesEachOptionOfASimulatedNetwork) {
-  const Settings settings = SettingsFor(Usable({"--simulated", "--speed=60", "--devices=20", "--clients", "30", "--record", "/r.jsonl"}), "");
+  const Settings settings =
+      SettingsFor(Usable({"--simulated", "--speed=60", "--devices=20", "--clients", "30", "--record", "/r.jsonl"}), "");
 
   EXPECT_TRUE(settings.simulated.enabled);
   EXPECT_FALSE(settings.this_machine.enabled);
