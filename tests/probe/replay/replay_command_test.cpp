@@ -208,19 +208,4 @@ TEST_F(ReplayCommand, TimesThePassThatAStopLetsRunToo) {
   EXPECT_GT(timing["cpu_seconds"], 0.0);
 }
 
-TEST_F(ReplayCommand, NeedsNoMoreMemoryForARecordingOfManyLines) {
-  const auto peak = [&](int lines) {
-    std::ofstream recording(folder / "long.jsonl");
-    recording << kHeader;
-    for (int line = 0; line < lines; ++line) {
-      recording << R"({"device": {"mac": "A", "merge": {"interfaces": {"ge1": {"traffic": {"in_bytes": )" << line
-                << "}}}}}}\n";
-    }
-    recording.close();
-    return Run("--timing " + (folder / "long.jsonl").string()).lines.back()["timing"]["peak_rss_kib"].get<long>();
-  };
-  const long few = peak(100);
-  EXPECT_LT(peak(100'000), few + 4'096);
-}
-
 }  // namespace

@@ -45,17 +45,39 @@ void WriteRecording(int passes, FILE* file) {
   centre.Clear();
 }
 
-/// What the replay of so many passes cost. The recording goes through a pipe and is never whole anywhere.
-nlohmann::json Timing(int passes) {
+/// What the replay of a recording cost. It goes through a pipe and is never whole anywhere.
+template <typename Write>
+nlohmann::json TimingOf(Write write) {
   const std::string result = ::testing::TempDir() + "week_" + std::to_string(getpid()) + ".timing";
   FILE* input = popen((std::string(VEXORA_REPLAY) + " --timing - | tail -n 1 >" + result).c_str(), "w");
-  WriteRecording(passes, input);
+  write(input);
   EXPECT_EQ(pclose(input), 0);
   FILE* file = fopen(result.c_str(), "r");
   nlohmann::json timing = nlohmann::json::parse(file)["timing"];
   fclose(file);
   std::remove(result.c_str());
   return timing;
+}
+
+nlohmann::json Timing(int passes) {
+  return TimingOf([passes](FILE* input) { WriteRecording(passes, input); });
+}
+
+TEST(ReplayOfManyLines, NeedsNoMoreMemoryThanThatOfFew) {
+  const auto peak = [](int lines) {
+    const nlohmann::json timing = TimingOf([lines](FILE* input) {
+      std::fputs("{\"recording\": 1, \"start\": 0}\n", input);
+      for (int line = 0; line < lines; ++line) {
+        std::fprintf(input,
+                     R"({"device": {"mac": "A", "merge": {"interfaces": {"ge1": {"traffic": {"in_bytes": %d}}}}}})"
+                     "\n",
+                     line);
+      }
+    });
+    return timing["peak_rss_kib"].get<long>();
+  };
+  constexpr long kSlackKib = 1'024;
+  EXPECT_LT(peak(100'000), peak(100) + kSlackKib);
 }
 
 TEST(ReplayOfAWeek, TakesUnderAMinuteAndNoMoreMemoryThanADay) {

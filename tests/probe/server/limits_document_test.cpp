@@ -2,9 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <fstream>
 #include <iterator>
-#include <regex>
 #include <set>
 #include <string>
 
@@ -16,10 +16,12 @@ namespace {
 std::set<std::string> LimitsInDocument() {
   std::ifstream file(VEXORA_INTERFACES_FILE);
   const std::string text{std::istreambuf_iterator<char>(file), {}};
-  static const std::regex limit(R"(limits\.[a-z_]+)");
+  const std::string table = "limits.";
   std::set<std::string> limits;
-  for (std::sregex_iterator found(text.begin(), text.end(), limit), end; found != end; ++found)
-    limits.insert(found->str());
+  for (std::size_t begin = text.find(table); begin != std::string::npos; begin = text.find(table, begin + 1)) {
+    const std::size_t end = text.find_first_not_of("abcdefghijklmnopqrstuvwxyz_", begin + table.size());
+    if (end != begin + table.size()) limits.insert(text.substr(begin, end - begin));
+  }
   return limits;
 }
 
