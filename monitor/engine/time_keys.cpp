@@ -16,21 +16,20 @@ constexpr int kSaturday = 6;
 constexpr std::size_t kDayBuffer = 12;       // "2026-11-15/" and the final NUL
 constexpr std::size_t kDateTimeBuffer = 20;  // "2026-11-15 07:14:35" and the final NUL
 
-tm LocalTime(std::int64_t time) {
+tm LocalTime(time_t time) {
   tm local{};
-  const auto seconds = static_cast<time_t>(time);
-  return localtime_r(&seconds, &local) == nullptr ? tm{} : local;
+  return localtime_r(&time, &local) == nullptr ? tm{} : local;
 }
 
 /// `time` moved by so many days of 86400 seconds, no further than a time can reach.
-std::int64_t Moved(std::int64_t time, int days) {
-  std::int64_t moved = 0;
+time_t Moved(time_t time, int days) {
+  time_t moved = 0;
   if (!__builtin_add_overflow(time, kDaySeconds * days, &moved)) return moved;
-  return days < 0 ? std::numeric_limits<std::int64_t>::min() : std::numeric_limits<std::int64_t>::max();
+  return days < 0 ? std::numeric_limits<time_t>::min() : std::numeric_limits<time_t>::max();
 }
 
 template <std::size_t kSize>
-std::string Formatted(std::int64_t time, const char* format) {
+std::string Formatted(time_t time, const char* format) {
   const tm local = LocalTime(time);
   std::array<char, kSize> text{};
   const std::size_t length = strftime(text.data(), text.size(), format, &local);

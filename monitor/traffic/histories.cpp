@@ -50,7 +50,7 @@ void RenameInterface(InterfaceHistories& histories, const std::string& old_name,
   if (found == histories.end()) return;
   History moved = std::move(found->second);
   histories.erase(found);
-  histories[new_name] = std::move(moved);
+  if (!moved.empty()) histories[new_name] = std::move(moved);
 }
 
 void AppendAverages(const DeviceHistories& source, int count, int minutes, time_t now, DeviceHistories& target) {

@@ -15,7 +15,8 @@ void AppendMinute(History& history, const Traffic& sample);
 /// that does not, so it repairs a history after the clock was set back.
 std::size_t DropFutureSamples(History& history, time_t now);
 
-/// Moves the history of `old_name`, if there is one, to `new_name`, in place of what stood there.
+/// Moves the history of `old_name`, if there is one, to `new_name`, in place of what stood there. An empty one replaces
+/// nothing: an interface that was known by its own name for a minute does not cost the days under its other name.
 void RenameInterface(InterfaceHistories& histories, const std::string& old_name, const std::string& new_name);
 
 /// Appends to each history of `target` the mean of the newest `count` samples of its history in `source`, stamped

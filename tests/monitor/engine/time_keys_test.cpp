@@ -78,6 +78,11 @@ TEST_F(TimeKeys, NamesNoDateForATimeThatHasNoneWithoutAFault) {
   }
 }
 
+TEST_F(TimeKeys, EndsTheLastWeekOf32BitTimesWhereTheyEnd) {
+  if (sizeof(time_t) != 4) return;  // longer times go on
+  EXPECT_EQ(Monitor::GetWeekStr(std::numeric_limits<long>::max()), "2038-01-17/2038-01-19");
+}
+
 TEST_F(TimeKeys, CountsWholeMinutesSinceTheEpoch) {
   EXPECT_EQ(monitoring::time_keys::Minute(59), 0);
   EXPECT_EQ(monitoring::time_keys::Minute(60), 1);

@@ -81,6 +81,13 @@ TEST(RenamedInterface, WithoutAHistoryChangesNothing) {
   EXPECT_THAT(Points(histories.at("5Ghz - Lab")), ElementsAre(Point{120, 2, 2}));
 }
 
+TEST(RenamedInterface, WithAnEmptyHistoryLeavesWhatStandsUnderTheNewName) {
+  InterfaceHistories histories{{"wlan0", {}}, {"5Ghz - Lab", Of({{120, 2, 2}})}};
+  RenameInterface(histories, "wlan0", "5Ghz - Lab");
+  EXPECT_EQ(histories.size(), 1U);
+  EXPECT_THAT(Points(histories.at("5Ghz - Lab")), ElementsAre(Point{120, 2, 2}));
+}
+
 class Averages : public ::testing::Test {
  protected:
   void Merge(int count, int minutes, time_t now) { AppendAverages(source, count, minutes, now, target); }

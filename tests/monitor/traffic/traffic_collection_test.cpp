@@ -296,6 +296,21 @@ TEST_F(TrafficMonitorTest, MovesTheHistoryOfAnInterfaceThatBeganToCarryASsidInEv
   EXPECT_THAT(Speeds("5m", kSwitch, "5Ghz - Lab"), SizeIs(1));
 }
 
+TEST_F(TrafficMonitorTest, KeepsTheLongerHistoriesOfAnInterfaceThatLostItsSsidForAMinute) {
+  const auto carry = [&](int minute, const char* ssid) {
+    network.AccessPoint(kSwitch)
+        .Radio("r5", Band::k5GHz)
+        .Wifi("wlan0", ssid, "r5", {static_cast<std::uint64_t>(minute) * 6'000, 0})
+        .SampledAt(kStart + minute * 60);
+    Pass();
+  };
+  for (int minute = 0; minute < 6; ++minute) carry(minute, "Lab");
+  ASSERT_THAT(Speeds("5m", kSwitch, "5Ghz - Lab"), SizeIs(1));
+  carry(6, "");
+  carry(7, "Lab");
+  EXPECT_THAT(Speeds("5m", kSwitch, "5Ghz - Lab"), SizeIs(1));
+}
+
 TEST_F(TrafficMonitorTest, LogsEachStepOfAMeasurementAtDebugLevel) {
   network.Switch(kSwitch).Port("ge1", {1'000, 100}).SampledAt(kStart);
   Pass();
