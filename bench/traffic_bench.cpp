@@ -1,19 +1,22 @@
 // What does a pass of the traffic monitor cost, what a message, and what memory does an interface take?
 
 #include <benchmark/benchmark.h>
-#include <malloc.h>
 
 #include <cstdint>
 #include <ctime>
 #include <memory>
 #include <string>
 
+#include "bench/stopwatch.h"
 #include "monitor/engine/constants.h"
 #include "monitor/traffic/traffic_monitor.h"
 #include "probe/clock/virtual_clock.h"
 #include "probe/device_centre/device_centre.h"
 
 namespace {
+
+using bench::HeapBytes;
+using bench::Stopwatch;
 
 namespace records = vexora_probe::models::controller;
 
@@ -24,11 +27,6 @@ constexpr int kDaySeconds = 86'400;
 /// Passes a day apart until all six views are full: the chain needs 5, 2, 6, 2 and 12 samples to begin, the last
 /// view 31.
 constexpr int kPassesToFillAllViews = 5 + 2 + 6 + 2 + 12 + 31;
-
-/// Octets that the heap holds at present.
-double HeapBytes() {
-  return static_cast<double>(mallinfo2().uordblks);
-}
 
 /// Switches of 50 busy ports each, and the traffic monitor that watches them.
 class WatchedNetwork {
@@ -82,31 +80,6 @@ class WatchedNetwork {
   std::uint64_t octets_ = 0;
 };
 
-/// The processor's time that a piece of work took, summed up and told for each interface.
-class Stopwatch {
- public:
-  template <typename Work>
-  void Time(Work work) {
-    const double begin = ProcessorNanoseconds();
-    work();
-    nanoseconds_ += ProcessorNanoseconds() - begin;
-  }
-
-  void Report(benchmark::State& state) const {
-    state.counters["ns_per_interface"] = nanoseconds_ / static_cast<double>(state.iterations() * state.range(0));
-    state.SetComplexityN(state.range(0));
-  }
-
- private:
-  static double ProcessorNanoseconds() {
-    timespec now{};
-    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
-    return static_cast<double>(now.tv_sec) * 1e9 + static_cast<double>(now.tv_nsec);
-  }
-
-  double nanoseconds_ = 0;
-};
-
 /// One pass: collection, speeds and the five merges, with all six views full.
 void BM_TrafficPass(benchmark::State& state) {
   WatchedNetwork network(state.range(0));
@@ -121,7 +94,7 @@ void BM_TrafficPass(benchmark::State& state) {
     state.ResumeTiming();
     stopwatch.Time([&] { network.Pass(); });
   }
-  stopwatch.Report(state);
+  stopwatch.Report(state, "interface");
 }
 BENCHMARK(BM_TrafficPass)->RangeMultiplier(10)->Range(1'000, 100'000)->Unit(benchmark::kMillisecond)->Complexity();
 
@@ -137,7 +110,7 @@ void BM_TrafficMessage(benchmark::State& state) {
     stopwatch.Time([&] { bytes = network.monitor.GenerateJsonMsg(monitoring::kTrafficMonitor, filter, {"a"}).size(); });
   }
   state.counters["message_bytes"] = static_cast<double>(bytes);
-  stopwatch.Report(state);
+  stopwatch.Report(state, "interface");
 }
 BENCHMARK(BM_TrafficMessage)->RangeMultiplier(10)->Range(1'000, 100'000)->Unit(benchmark::kMillisecond)->Complexity();
 

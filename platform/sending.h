@@ -33,7 +33,9 @@ namespace kro_utilities::jsonobject {
 /// The host serialises the body and does not look into it: long lists in it may be kept as their text.
 ///
 /// Owner:   `body` stays the caller's. A null body becomes null.
-/// Threads: any. Fails: never throws; an empty text when the heap is exhausted.
+/// Threads: any, also with the plug-in's locks held (read locks of the health and wireless top monitors): it must not
+///          call back into the plug-in, nor wait for a thread that may be inside it.
+/// Fails:   never throws; an empty text when the heap is exhausted.
 /// Source:  RFC 6455, 8.1 (text that is not UTF-8 fails the connection).
 std::string compose_communication_struct(const char* name, json_object* body);
 

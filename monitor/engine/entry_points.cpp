@@ -63,20 +63,12 @@ void stop_monitor() {
   WithinBoundary([] { MonitoringManager::GetInstance().stopMonitorEngine(); });
 }
 
-char* get_wireless_client_report_avail_list(char const* /*request*/) {
-  return AvailablePeriods(monitoring::kWirelessClientReport);
 }
 
-char* get_wireless_client_report(char const* request) {
-  return Report(monitoring::kWirelessClientReport, request);
 }
 
-char* get_wireless_network_report_avail_list(char const* /*request*/) {
-  return AvailablePeriods(monitoring::kWirelessNetworkReport);
 }
 
-char* get_wireless_network_report(char const* request) {
-  return Report(monitoring::kWirelessNetworkReport, request);
 }
 
 // By value, because the symbol carries its parameter types and hosts look it up under this name.

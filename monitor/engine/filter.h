@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <string>
 
 #include "platform/subscriptions.h"
@@ -22,6 +23,9 @@ class Filter {
 /// Whether two filters ask for the same: both texts equal, octet by octet.
 bool operator==(const Filter& left, const Filter& right);
 
+/// The view that a filter asks for, or `otherwise` when it names none.
+std::string IntervalOf(const Filter& filter, const char* otherwise);
+
 /// Turns a subscription request, an array of `{"sid": ..., "filter": {"interval": ..., "mac": ...}}`, into filters.
 ///
 /// The last element of a SID wins. An element that is no object, or has no SID, is filed under the empty SID. Members
@@ -30,3 +34,9 @@ bool operator==(const Filter& left, const Filter& right);
 /// Owner:   `request` stays the caller's; the filters are the caller's.
 /// Threads: any. Fails: an empty map for what is no array.
 subscribes::ParsedRequest ParseFilters(json_object* request);
+
+/// Makes a filter of the "filter" of one element, which may be null or of any type.
+using FilterMaker = std::shared_ptr<Filter> (*)(json_object* wanted);
+
+/// The same for a monitor whose filters have members of their own.
+subscribes::ParsedRequest ParseFilters(json_object* request, FilterMaker make);

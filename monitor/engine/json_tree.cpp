@@ -22,6 +22,14 @@ JsonTree NewInteger(std::int64_t value) {
   return JsonTree(json_object_new_int64(value));
 }
 
+JsonTree NewReal(double value) {
+  return JsonTree(json_object_new_double(value));
+}
+
+JsonTree NewBoolean(bool value) {
+  return JsonTree(json_object_new_boolean(value ? 1 : 0));
+}
+
 void Add(const JsonTree& object, const char* key, JsonTree member) {
   if (object == nullptr || member == nullptr) return;
   json_object* added = member.release();
@@ -48,14 +56,15 @@ void Append(const JsonTree& array, JsonTree element) {
   if (json_object_array_add(array.get(), added) != 0) json_object_put(added);
 }
 
-JsonTree KeptAsText(JsonTree array) {
+JsonTree KeptAsText(JsonTree tree) {
+  if (tree == nullptr) return tree;
   constexpr int kNoElements = 1;  // the smallest room that json-c knows
   JsonTree leaf(json_object_new_array_ext(kNoElements));
-  const char* text = json_object_to_json_string(array.get());
+  const char* text = json_object_to_json_string(tree.get());
   char* kept = text == nullptr ? nullptr : strdup(text);
   if (leaf == nullptr || kept == nullptr) {
     std::free(kept);
-    return array;
+    return tree;
   }
   json_object_set_serializer(leaf.get(), &json_object_userdata_to_json_string, kept, &json_object_free_userdata);
   return leaf;

@@ -21,6 +21,8 @@ JsonTree NewObject();
 JsonTree NewArray();
 JsonTree NewText(const std::string& text);  ///< Any octets; kept whole, also behind a NUL.
 JsonTree NewInteger(std::int64_t value);
+JsonTree NewReal(double value);  ///< Written with up to 17 digits; infinity and not-a-number as "Infinity" and "NaN".
+JsonTree NewBoolean(bool value);
 
 /// Puts `member` under `key`, in place of what stood there. A member that could not be allocated is left out.
 void Add(const JsonTree& object, const char* key, JsonTree member);
@@ -35,9 +37,9 @@ bool HasMembers(const JsonTree& object);
 /// Appends `element`, unless it could not be allocated.
 void Append(const JsonTree& array, JsonTree element);
 
-/// The same array, kept as its JSON text alone, which takes a tenth of the memory. It serialises as before; to whoever
-/// walks the tree it is an empty array.
-JsonTree KeptAsText(JsonTree array);
+/// The same tree, kept as its JSON text alone, which takes a tenth of the memory. It serialises as before; to whoever
+/// walks it, it is an empty array. Null for null.
+JsonTree KeptAsText(JsonTree tree);
 
 /// The array of SID texts that every message carries.
 JsonTree NewSidArray(const std::vector<std::string>& sids);

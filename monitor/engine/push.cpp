@@ -6,10 +6,11 @@ namespace monitoring {
 namespace {
 
 /// Files one SID under every key that equals `filter`. False when there is none.
-bool AppendToEqual(const Filter& filter, lws* connection, const std::string& sid, MergedList& merged) {
+bool AppendToEqual(const Filter& filter, lws* connection, const std::string& sid, FilterEquality are_equal,
+                   MergedList& merged) {
   bool is_found = false;
   for (auto& [representative, connections] : merged) {
-    if (!(*representative == filter)) continue;
+    if (!are_equal(*representative, filter)) continue;
     connections[connection].push_back(sid);
     is_found = true;
   }
@@ -19,10 +20,15 @@ bool AppendToEqual(const Filter& filter, lws* connection, const std::string& sid
 }  // namespace
 
 void MergeByFilter(const subscribes::SubscriptionList& subscriptions, MergedList& merged) {
+  MergeByFilter(subscriptions, merged, [](const Filter& left, const Filter& right) { return left == right; });
+}
+
+void MergeByFilter(const subscribes::SubscriptionList& subscriptions, MergedList& merged, FilterEquality are_equal) {
   for (const auto& [sid, connections] : subscriptions) {
     for (const auto& [connection, filter] : connections) {
       if (filter == nullptr) continue;
-      if (!AppendToEqual(*filter, connection, sid, merged)) merged[filter.get()][connection].push_back(sid);
+      if (AppendToEqual(*filter, connection, sid, are_equal, merged)) continue;
+      merged[filter.get()][connection].push_back(sid);
     }
   }
 }

@@ -19,7 +19,21 @@ using MergedList = std::map<Filter*, std::map<lws*, std::vector<std::string>>>;
 /// The first filter of a class that is met stands for it. Subscriptions without a filter are passed over.
 void MergeByFilter(const subscribes::SubscriptionList& subscriptions, MergedList& merged);
 
+/// Whether two filters ask for the same.
+using FilterEquality = bool (*)(const Filter& left, const Filter& right);
+
+/// The same for a monitor whose filters have members of their own.
+void MergeByFilter(const subscribes::SubscriptionList& subscriptions, MergedList& merged, FilterEquality are_equal);
+
 /// Hands one message to the host's send function; dropped without a word when none is installed.
 void Send(lws* connection, const std::string& text);
+
+/// Sends to each connection, for each filter that it has, what `build(filter, sids)` makes.
+template <typename Build>
+void SendToEach(const MergedList& merged, Build build) {
+  for (const auto& [filter, connections] : merged) {
+    for (const auto& [connection, sids] : connections) Send(connection, build(*filter, sids));
+  }
+}
 
 }  // namespace monitoring

@@ -9,8 +9,9 @@
 namespace monitoring::time_keys {
 namespace {
 
-constexpr std::int64_t kMinuteSeconds = 60;
-constexpr std::int64_t kDaySeconds = 86400;
+constexpr std::int32_t kMinuteSeconds = 60;
+constexpr std::int32_t kHourSeconds = 3600;
+constexpr std::int32_t kDaySeconds = 86400;
 constexpr int kSaturday = 6;
 
 constexpr std::size_t kDayBuffer = 12;       // "2026-11-15/" and the final NUL
@@ -24,8 +25,12 @@ tm LocalTime(time_t time) {
 /// `time` moved by so many days of 86400 seconds, no further than a time can reach.
 time_t Moved(time_t time, int days) {
   time_t moved = 0;
-  if (!__builtin_add_overflow(time, kDaySeconds * days, &moved)) return moved;
+  if (!__builtin_add_overflow(time, std::int64_t{kDaySeconds} * days, &moved)) return moved;
   return days < 0 ? std::numeric_limits<time_t>::min() : std::numeric_limits<time_t>::max();
+}
+
+std::int32_t SecondsIntoDay(const tm& local) {
+  return local.tm_hour * kHourSeconds + local.tm_min * kMinuteSeconds + local.tm_sec;
 }
 
 template <std::size_t kSize>
@@ -54,6 +59,15 @@ std::string Week(long time) {
   const int weekday = LocalTime(time).tm_wday;
   return Formatted<kDayBuffer>(Moved(time, -weekday), "%Y-%m-%d/") +
          Formatted<kDayBuffer>(Moved(time, kSaturday - weekday), "%Y-%m-%d");
+}
+
+std::int32_t SecondsIntoDay(long time) {
+  return SecondsIntoDay(LocalTime(time));
+}
+
+std::int32_t SecondsIntoWeek(long time) {
+  const tm local = LocalTime(time);
+  return local.tm_wday * kDaySeconds + SecondsIntoDay(local);
 }
 
 }  // namespace monitoring::time_keys

@@ -6,7 +6,8 @@
 /// Names of days, weeks and moments in the local time zone: the keys of the day and week buckets.
 ///
 /// Units: seconds since the epoch. Threads: any.
-/// Fails: a time that has no calendar date gives the keys of an empty date (1900-01-00), never a fault.
+/// Fails: never a fault. A time that has no calendar date gives the keys of an empty date (1900-01-00); one whose year
+///        has more than four digits gives texts that are empty or lack a part, for the keys have room for four.
 namespace monitoring::time_keys {
 
 /// Whole minutes since the epoch, rounded towards 0: the stamp of samples in messages.
@@ -23,5 +24,13 @@ std::string DateTime(long time);
 /// Every day is taken as 86400 seconds, on purpose: around a daylight-saving change either end may fall one calendar
 /// day off.
 std::string Week(long time);
+
+/// How far the local clock stands into its day: hours, minutes and seconds as they are read off it.
+///
+/// On a day on which the clock is put forward or back that is not the time that has passed.
+std::int32_t SecondsIntoDay(long time);
+
+/// How far the local clock stands into its Sunday-to-Saturday week, in days of 86400 seconds.
+std::int32_t SecondsIntoWeek(long time);
 
 }  // namespace monitoring::time_keys

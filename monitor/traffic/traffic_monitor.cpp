@@ -1,13 +1,14 @@
 #include "monitor/traffic/traffic_monitor.h"
 
-#include <array>
 #include <utility>
 
 #include "monitor/engine/boundary.h"
 #include "monitor/engine/constants.h"
 #include "monitor/engine/credential_members.h"
+#include "monitor/engine/devices.h"
 #include "monitor/engine/json_keys.h"
 #include "monitor/engine/push.h"
+#include "monitor/engine/view_chain.h"
 #include "monitor/traffic/histories.h"
 #include "monitor/traffic/show.h"
 #include "platform/device_centre.h"
@@ -28,22 +29,6 @@ using utilities::lock::lock_guard_write;
 namespace {
 
 constexpr const char* kDefaultView = monitoring::kView10m;
-
-/// One step from view to view: a sample of `target` is the mean of `count` samples of `source`, `minutes` apart.
-struct MergeStep {
-  const char* source;
-  const char* target;
-  int count;
-  int minutes;
-};
-
-constexpr std::array<MergeStep, 5> kChain{{
-    {monitoring::kView1m, monitoring::kView5m, 5, 5},
-    {monitoring::kView5m, monitoring::kView10m, 2, 10},
-    {monitoring::kView10m, monitoring::kView1h, 6, 60},
-    {monitoring::kView1h, monitoring::kView2h, 2, 120},
-    {monitoring::kView2h, monitoring::kView1day, 12, 1440},
-}};
 
 const char* BandName(int radio) {
   switch (radio) {
@@ -76,10 +61,9 @@ std::string TrafficMonitor::GetMonitorName() {
 }
 
 void TrafficMonitor::CollectData() {
-  DeviceManager& devices = DeviceManager::GetInstance();
-  for (const std::string& mac : devices.GetOnlineManagedDevices(true)) {
-    const auto device = devices.device(mac);
-    if (device == nullptr || device->driver() == nullptr) continue;
+  for (const std::string& mac : DeviceManager::GetInstance().GetOnlineManagedDevices(true)) {
+    const auto device = monitoring::DrivenDevice(mac);
+    if (device == nullptr) continue;
     const auto reading = monitoring::traffic::ReadInterfaces(mac, *device);
     InterfaceAttributes attributes;
     InterfaceIndexes indexes;
@@ -104,8 +88,8 @@ void TrafficMonitor::StoreReading(const std::string& mac, InterfaceAttributes at
 
 void TrafficMonitor::ConvertDriverStruct(const std::string& mac, const InterfaceStatistics& statistics,
                                          InterfaceAttributes& attributes, InterfaceIndexes& indexes) {
-  const auto device = DeviceManager::GetInstance().device(mac);
-  if (device == nullptr || device->driver() == nullptr) return;
+  const auto device = monitoring::DrivenDevice(mac);
+  if (device == nullptr) return;
   for (const auto& [interface, traffic] : statistics) {
     AttributeInfo info{.interface_name = interface, .ssid = {}, .radio = -1};
     device->get_ssid_radio(interface, info.ssid, info.radio);
@@ -143,7 +127,8 @@ void TrafficMonitor::DataMerge() {
 }
 
 void TrafficMonitor::MergeDataForInterval() {
-  for (const MergeStep& step : kChain) MergeDifferentInterval(step.source, step.target, step.count, step.minutes);
+  for (const monitoring::ViewStep& step : monitoring::kViewChain)
+    MergeDifferentInterval(step.source, step.target, step.count, step.minutes);
   const lock_guard_write held(views_lock_);
   RemoveBadTimeSampleForDifferentView(monitoring::kView1day);
 }
@@ -180,17 +165,15 @@ void TrafficMonitor::PushDataBySID(const subscribes::SubscriptionList& subscript
   monitoring::WithinBoundary([&] {
     monitoring::MergedList merged;
     SidMergedWithFilter(subscriptions, merged);
-    for (const auto& [filter, connections] : merged) {
-      for (const auto& [connection, sids] : connections) {
-        monitoring::Send(connection, GenerateJsonMsg(GetMonitorName(), *filter, sids));
-      }
-    }
+    monitoring::SendToEach(merged, [this](const Filter& filter, const std::vector<std::string>& sids) {
+      return GenerateJsonMsg(GetMonitorName(), filter, sids);
+    });
   });
 }
 
 std::string TrafficMonitor::GenerateJsonMsg(const std::string& name, const Filter& filter,
                                             const std::vector<std::string>& sids) {
-  const std::string view = filter.interval.empty() ? kDefaultView : filter.interval;
+  const std::string view = IntervalOf(filter, kDefaultView);
   const DeviceIndexes indexes = IndexesOf(filter.mac);
   const JsonTree message = monitoring::NewObject();
   JsonTree body = monitoring::NewObject();

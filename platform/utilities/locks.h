@@ -30,7 +30,7 @@ class VEXORA_CAPABILITY("mutex") Mutex {
 /// A read-write lock with default attributes prefers readers: as long as their read sections overlap, a writer waits,
 /// for seconds with two busy readers and for ever with eight. The gate holds *new* readers back while a writer waits,
 /// so that a writer waits no longer than the read sections that had begun before it came. Readers go on as soon as the
-/// writer has its turn.
+/// writers that wait have had their turn.
 ///
 /// Taken through `lock_guard_read` and `lock_guard_write` only. Not recursive in either mode: a thread that reads must
 /// not read again, for a writer may have come to the gate in between.

@@ -73,6 +73,16 @@ TEST(FilterParser, GivesNothingForWhatIsNoArray) {
   EXPECT_THAT(Parsed("[]"), IsEmpty());
 }
 
+TEST(FilterParser, HasAMonitorsOwnMakerMakeEachFilter) {
+  const monitoring::JsonTree request(json_tokener_parse(R"([{"sid": "a", "filter": {"mac": "m"}}, {"sid": "b"}])"));
+  const auto parsed = ParseFilters(request.get(), [](json_object* wanted) {
+    return test::FilterOf(wanted == nullptr ? "none" : json_object_to_json_string(wanted));
+  });
+  ASSERT_EQ(parsed.size(), 2U);
+  EXPECT_EQ(parsed.at("a")->interval, R"({ "mac": "m" })");
+  EXPECT_EQ(parsed.at("b")->interval, "none");
+}
+
 TEST(Filter, EqualsAnotherWhenBothTextsAre) {
   EXPECT_TRUE(*test::FilterOf("1h", "m") == *test::FilterOf("1h", "m"));
   EXPECT_FALSE(*test::FilterOf("1h", "m") == *test::FilterOf("2h", "m"));

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
+
 namespace {
 
 using namespace monitoring;
@@ -26,6 +28,15 @@ TEST(JsonTree, LeavesOutWhatCouldNotBeAllocated) {
   EXPECT_EQ(Text(object), R"({"b":[]})");
   Add(nullptr, "a", NewInteger(1));  // frees the member: LeakSanitizer watches
   Append(nullptr, NewInteger(1));
+}
+
+TEST(JsonTree, HoldsRealsAndTruths) {
+  EXPECT_EQ(Text(NewReal(-1.0)), "-1.0");
+  EXPECT_EQ(Text(NewReal(99.75)), "99.75");
+  EXPECT_EQ(Text(NewReal(std::numeric_limits<double>::infinity())), "Infinity");
+  EXPECT_EQ(Text(NewReal(std::numeric_limits<double>::quiet_NaN())), "NaN");
+  EXPECT_EQ(Text(NewBoolean(true)), "true");
+  EXPECT_EQ(Text(NewBoolean(false)), "false");
 }
 
 TEST(JsonTree, SharesASubtreeWithoutTakingItAway) {
@@ -69,6 +80,13 @@ TEST(JsonTree, SerialisesAnArrayThatIsKeptAsTextAsBefore) {
   const JsonTree kept = KeptAsText(array());
   EXPECT_STREQ(json_object_to_json_string(kept.get()), json_object_to_json_string(whole.get()));
   EXPECT_STREQ(json_object_to_json_string(KeptAsText(NewArray()).get()), "[ ]");
+}
+
+TEST(JsonTree, KeepsNothingAsTextOfWhatCouldNotBeAllocated) {
+  EXPECT_EQ(KeptAsText(nullptr), nullptr);
+  const JsonTree array = NewArray();
+  Append(array, KeptAsText(nullptr));
+  EXPECT_EQ(Text(array), "[]");
 }
 
 TEST(JsonTree, ListsSidsInTheirOrder) {

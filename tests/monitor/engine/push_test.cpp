@@ -72,6 +72,14 @@ TEST(MergeByFilter, AppendsToEveryEqualKeyThatIsAlreadyThere) {
   EXPECT_EQ(merged.at(twin.get()), expected);
 }
 
+TEST(MergeByFilter, GoesByAMonitorsOwnEquality) {
+  const auto first = FilterOf("1h", "m");
+  MergedList merged;
+  MergeByFilter({{"a", {{Connection(1), first}}}, {"b", {{Connection(1), FilterOf("1h", "n")}}}}, merged,
+                [](const Filter& left, const Filter& right) { return left.interval == right.interval; });
+  EXPECT_THAT(merged, ElementsAre(std::pair(first.get(), Connections{{Connection(1), {"a", "b"}}})));
+}
+
 TEST(Send, HandsTheTextToTheSendFunction) {
   test::MessageCapture messages;
   monitoring::Send(Connection(7), "text");

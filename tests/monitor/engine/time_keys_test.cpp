@@ -75,6 +75,8 @@ TEST_F(TimeKeys, NamesNoDateForATimeThatHasNoneWithoutAFault) {
     EXPECT_EQ(Monitor::GetDateStr(time), "1900-01-00");
     EXPECT_EQ(Monitor::GetDateTimeStr(time), "1900-01-00 00:00:00");
     EXPECT_EQ(Monitor::GetWeekStr(time), "1900-01-00/1900-01-00");
+    EXPECT_EQ(monitoring::time_keys::SecondsIntoDay(time), 0);
+    EXPECT_EQ(monitoring::time_keys::SecondsIntoWeek(time), 0);
   }
 }
 
@@ -87,6 +89,18 @@ TEST_F(TimeKeys, CountsWholeMinutesSinceTheEpoch) {
   EXPECT_EQ(monitoring::time_keys::Minute(59), 0);
   EXPECT_EQ(monitoring::time_keys::Minute(60), 1);
   EXPECT_EQ(monitoring::time_keys::Minute(1'795'219'259), 29'920'320);
+}
+
+TEST_F(TimeKeys, ReadsOffTheClockHowFarADayAndAWeekHaveCome) {
+  using monitoring::time_keys::SecondsIntoDay;
+  using monitoring::time_keys::SecondsIntoWeek;
+  EXPECT_EQ(SecondsIntoDay(At(2026, 11, 15, 0)), 0);  // a Sunday
+  EXPECT_EQ(SecondsIntoWeek(At(2026, 11, 15, 0)), 0);
+  EXPECT_EQ(SecondsIntoDay(At(2026, 11, 18, 1, 2, 3)), 3'723);
+  EXPECT_EQ(SecondsIntoWeek(At(2026, 11, 18, 1, 2, 3)), 3 * 86'400 + 3'723);
+  EXPECT_EQ(SecondsIntoWeek(At(2026, 11, 21, 23, 59, 59)), 604'799);
+  Zone("America/New_York");
+  EXPECT_EQ(SecondsIntoDay(At(2026, 3, 8, 12)), 43'200);  // eleven hours have passed
 }
 
 TEST_F(TimeKeys, CountsDaysOf86400SecondsAcrossADaylightSavingChange) {
