@@ -2,11 +2,13 @@
 
 #include <memory>
 
+#include "monitor/clientcount/client_count_monitor.h"
 #include "monitor/engine/boundary.h"
 #include "monitor/engine/constants.h"
 #include "monitor/engine/json_keys.h"
 #include "monitor/engine/json_tree.h"
 #include "monitor/engine/monitoring_manager.h"
+#include "monitor/health/health_monitor.h"
 #include "monitor/traffic/traffic_monitor.h"
 #include "platform/tasks.h"
 #include "platform/utilities/json.h"
@@ -52,6 +54,8 @@ char* Report(const char* name, char const* request) {
 int RegisterMonitors() {
   WithinBoundary([] {
     MonitoringManager& manager = MonitoringManager::GetInstance();
+    manager.RegisterMonitor(std::make_shared<HealthMonitor>());
+    manager.RegisterMonitor(std::make_shared<ClientCountMonitor>());
     manager.RegisterMonitor(std::make_shared<TrafficMonitor>());
     manager.startMonitorEngine();
     RegisterMonitorMemoryCleanup(&ForgetDevice);

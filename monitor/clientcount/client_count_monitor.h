@@ -1,0 +1,111 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "monitor/clientcount/client_counts.h"
+#include "monitor/engine/json_tree.h"
+#include "monitor/engine/monitor.h"
+#include "platform/utilities/locks.h"
+
+/// Counts the wireless clients of every SSID and of every device once a minute, and keeps the peaks of these counts at
+/// six resolutions. Feeds two topics: one by SSID, one by device.
+///
+/// A device that leaves the list of online devices keeps its last counts until it is cleaned up.
+///
+/// Threads: a pass runs on the engine's thread. Clean-up and a first message for a new subscriber come from any
+///          thread, also during a pass.
+class ClientCountMonitor final : public Monitor {
+ public:
+  ClientCountMonitor() = default;
+
+  std::string GetMonitorName() override;
+
+  /// Counts the clients of every online managed device that has a wireless side anew.
+  void CollectData() override VEXORA_EXCLUDES(counts_lock);
+
+  /// Adds the clients of one device to its counts.
+  void ConvertDriverStruct(const std::string& mac, const monitoring::clientcount::InterfaceClients& interfaces)
+      VEXORA_EXCLUDES(counts_lock);
+
+  /// Writes the counts into the "1m" view and builds the longer views.
+  void DataMerge() override VEXORA_EXCLUDES(counts_lock);
+
+  /// Writes the present counts into the "1m" view; whoever has a series there and no count gets 0.
+  void CalculateClientCount() VEXORA_EXCLUDES(counts_lock);
+
+  void MergeDataForInterval() override VEXORA_EXCLUDES(counts_lock);
+  void MergeDifferentInterval(const std::string& source, const std::string& target, int count, int minutes) override
+      VEXORA_REQUIRES(counts_lock);
+
+  /// Pushes to the subscribers of both topics; the last step of a pass.
+  void monitor(const std::string& argument) override;
+  /// Sends to all subscribers of both topics, whoever is in the list.
+  void PushDataBySID(const subscribes::SubscriptionList& subscriptions) override VEXORA_EXCLUDES(counts_lock);
+
+  using Monitor::GenerateJsonMsg;
+  /// The message of one of the two topics for one connection: the view and the device that the filter asks for.
+  std::string GenerateJsonMsg(const std::string& type, const Filter& filter, const std::vector<std::string>& sids)
+      VEXORA_EXCLUDES(counts_lock);
+
+  /// Forgets a device: its present counts and its minutes, and the minutes of SSIDs that no other device carries. The
+  /// longer views keep theirs. Threads: any, also during a pass.
+  void Cleanup(const std::string& mac) override VEXORA_EXCLUDES(counts_lock);
+
+ private:
+  using CurrentCounts = monitoring::clientcount::CurrentCounts;
+  using Pairs = monitoring::clientcount::Pairs;
+  using Series = monitoring::clientcount::Series;
+  using SeriesById = monitoring::clientcount::SeriesById;
+  using Views = monitoring::clientcount::Views;
+
+  /// Minutes since the epoch at this pass: the key of its samples.
+  int CurrentMinute() const;
+
+  /// Drops the present counts of a device.
+  void ResetCounts(const std::string& mac) VEXORA_EXCLUDES(counts_lock);
+  /// Drops SSIDs that no device has clients on.
+  void PruneCurrentSsids() VEXORA_EXCLUDES(counts_lock);
+  /// Counts one client.
+  void AddClient(const std::string& mac, const std::string& ssid) VEXORA_REQUIRES(counts_lock);
+
+  void PaddedZeroCount() VEXORA_EXCLUDES(counts_lock);
+  void PaddedZeroCountForDifferentView(SeriesById& series_by_id) const VEXORA_REQUIRES(counts_lock);
+  void MergeCurrentCount() VEXORA_EXCLUDES(counts_lock);
+  void MergeView(const CurrentCounts& current, Views& view) const VEXORA_REQUIRES(counts_lock);
+
+  void MergeCountDifferentInterval(Views& view, const std::string& source, const std::string& target, int count,
+                                   int minutes) const VEXORA_REQUIRES(counts_lock);
+  /// Drops samples that lie in the future, each logged at debug level.
+  static void RemoveBadTimeSample(int now_minute, Series& series);
+  /// Gives every series of `target` a sample, when one is due for any of them: the peak, not the mean, of the newest
+  /// `rank` samples of the series in `source`.
+  void CalculateAverage(const SeriesById& source, int rank, SeriesById& target, int merge_minutes) const;
+  static bool IsMergeDue(const SeriesById& source, const SeriesById& target, int rank, int merge_minutes);
+  void MergeSeries(const std::string& id, const Series& source, int rank, Series& target) const;
+
+  /// Adds the series of one SSID to `totals`.
+  static void CalculateTotalNumbersForSSID(const Series& series, Series& totals);
+  /// Adds the series of one device to `totals`, and its samples to `object`.
+  ///
+  /// Returns: 0, or -1 for a series that tells of no clients and is not to be shown.
+  static int CalculateTotalNumbersForDevices(const Series& series, const monitoring::JsonTree& object, Series& totals);
+
+  void GenerateSSIDClientMsg(const monitoring::JsonTree& body, const Filter& filter) const VEXORA_EXCLUDES(counts_lock);
+  void GenerateDeviceClientMsg(const monitoring::JsonTree& body, const Filter& filter) const
+      VEXORA_EXCLUDES(counts_lock);
+  /// A copy of the series of `id` in one view, or of all series for an empty text. Empty for an unknown view.
+  static SeriesById Copy(const Views& views, const std::string& view, const std::string& id);
+
+  void ForgetCurrentCounts(const std::string& mac) VEXORA_REQUIRES(counts_lock);
+  void ForgetMinutesOfSsidsWithout(const std::string& mac) VEXORA_REQUIRES(counts_lock);
+  void ForgetPairs(const std::string& mac) VEXORA_REQUIRES(counts_lock);
+
+  Views ssid_client_counts VEXORA_GUARDED_BY(counts_lock);
+  Views device_client_counts VEXORA_GUARDED_BY(counts_lock);
+  CurrentCounts device_current_clients VEXORA_GUARDED_BY(counts_lock);  // device first
+  CurrentCounts ssid_current_clients VEXORA_GUARDED_BY(counts_lock);    // the same, SSID first
+  Pairs mac_ssid_map VEXORA_GUARDED_BY(counts_lock);                    // device first
+  Pairs ssid_mac_map VEXORA_GUARDED_BY(counts_lock);                    // the same, SSID first
+  mutable utilities::lock::RwLock counts_lock;
+};

@@ -1,0 +1,115 @@
+#include "monitor/health/health_monitor.h"
+
+#include <memory>
+#include <utility>
+
+#include "monitor/engine/boundary.h"
+#include "monitor/engine/constants.h"
+#include "monitor/engine/credential_members.h"
+#include "monitor/engine/devices.h"
+#include "monitor/engine/json_keys.h"
+#include "monitor/engine/push.h"
+#include "monitor/health/collect.h"
+#include "monitor/health/grade.h"
+#include "monitor/health/show.h"
+#include "platform/device_centre.h"
+#include "platform/logging.h"
+#include "platform/sending.h"
+
+namespace health = monitoring::health;
+namespace json_key = monitoring::json_key;
+using monitoring::HealthStatus;
+using monitoring::JsonTree;
+using utilities::lock::lock_guard_read;
+using utilities::lock::lock_guard_write;
+
+namespace {
+
+/// Connection -> the filter that it is served by: that of its last subscription, in SID order, that has one.
+std::map<lws*, std::shared_ptr<Filter>> FilterOfEachConnection(const subscribes::SubscriptionList& subscriptions) {
+  std::map<lws*, std::shared_ptr<Filter>> filters;
+  for (const auto& [sid, connections] : subscriptions) {
+    for (const auto& [connection, filter] : connections) {
+      if (filter != nullptr) filters[connection] = filter;
+    }
+  }
+  return filters;
+}
+
+/// One device of a message.
+JsonTree ShownDevice(const std::string& mac, const HealthStatus& status) {
+  const HealthStatus graded = health::Graded(status);
+  JsonTree shown = health::DeviceObject(mac, graded);
+  const auto device = monitoring::DrivenDevice(mac);
+  if (device == nullptr) return shown;
+  if (monitoring::IsWireless(*device)) health::AddWireless(shown, graded);
+  health::AddLevel(shown, health::ShownLevel(device->health_state().level));
+  return shown;
+}
+
+}  // namespace
+
+std::string HealthMonitor::GetMonitorName() {
+  return monitoring::kHealthMonitor;
+}
+
+void HealthMonitor::CollectData() {
+  for (const std::string& mac : DeviceManager::GetInstance().GetOnlineManagedDevices(true)) {
+    HealthStatus status;
+    SystemStateDe(mac, status);
+    UpdateHealthStatus(mac, status);
+  }
+}
+
+void HealthMonitor::SystemStateDe(const std::string& mac, HealthStatus& status) {
+  const auto device = monitoring::DrivenDevice(mac);
+  if (device != nullptr) health::ReadDevice(mac, *device, status);
+}
+
+void HealthMonitor::UpdateHealthStatus(const std::string& mac, const HealthStatus& status) {
+  if (monitoring::DrivenDevice(mac) == nullptr || mac.empty()) return;
+  const lock_guard_write held(health_lock);
+  health_status_map[mac] = status;
+}
+
+void HealthMonitor::monitor(const std::string& /*argument*/) {
+  PushData();
+}
+
+void HealthMonitor::PushDataBySID(const subscribes::SubscriptionList& subscriptions) {
+  monitoring::WithinBoundary([&] {
+    for (const auto& [connection, filter] : FilterOfEachConnection(subscriptions)) {
+      monitoring::Send(connection, GenerateJsonMsg(GetMonitorName(), filter->mac));
+    }
+  });
+}
+
+std::string HealthMonitor::GenerateJsonMsg(const std::string& name, const std::string& mac) {
+  JsonTree devices = monitoring::NewArray();
+  if (devices == nullptr) {
+    pel_log_error(log_module::kMonitor, "[HealthMonitor::GenerateJsonMsg] Allocate JSON failed");
+    return {};
+  }
+  const lock_guard_read held(health_lock);
+  for (const auto& [id, status] : health_status_map) {
+    if (!mac.empty() && id != mac) continue;
+    JsonTree device = ShownDevice(id, status);
+    const bool was_never_read = status.cpu == monitoring::kUnknownCpu;
+    if (!mac.empty() && was_never_read) monitoring::AddCredentialMembers(device, id, "HealthMonitor");
+    monitoring::Append(devices, std::move(device));
+  }
+  const JsonTree message = monitoring::NewObject();
+  monitoring::Add(message, json_key::kStatus, std::move(devices));
+  monitoring::Add(message, json_key::kName, monitoring::NewText(name));
+  return kro_utilities::jsonobject::compose_communication_struct(name.c_str(), message.get());
+}
+
+void HealthMonitor::Cleanup(const std::string& mac) {
+  if (mac.empty()) {
+    pel_log_info(log_module::kMonitor, "[HealthMonitor::Cleanup] mac is empty");
+    return;
+  }
+  pel_log_info(log_module::kMonitor, "[HealthMonitor::Cleanup] Cleanup for mac: %s", mac.c_str());
+  const lock_guard_write held(health_lock);
+  health_status_map.erase(mac);
+}

@@ -1,0 +1,200 @@
+#include <gmock/gmock.h>
+
+#include "tests/monitor/clientcount/client_count_fixture.h"
+
+namespace {
+
+using nlohmann::json;
+using probe::log::Level;
+using test::kAttic;
+using test::kDevices;
+using test::kLobby;
+using test::kSsids;
+using test::LogCapture;
+using ::testing::ElementsAre;
+
+class ClientCountCollection : public test::ClientCountMonitorTest {
+ protected:
+  /// SSID -> clients of a device now.
+  std::map<std::string, int> Now(const std::string& mac) {
+    std::map<std::string, int> counts;
+    const json all = Body(kDevices).at("current_devices_counts");
+    if (!all.contains(mac)) return counts;
+    for (const auto& [ssid, current] : all.at(mac).items()) counts[ssid] = current.at("count");
+    return counts;
+  }
+};
+
+using Now = std::map<std::string, int>;
+
+TEST_F(ClientCountCollection, IsNamedByItsClass) {
+  EXPECT_EQ(monitor.GetMonitorName(), "ClientCountMonitor");
+}
+
+TEST_F(ClientCountCollection, CountsAnSsidOnTwoInterfacesOfADeviceAsOne) {
+  network.AccessPoint(kLobby).Wifi("wlan0", "Office", "radio0", {0, 0}).Clients("wlan0", 3);
+  network.AccessPoint(kLobby).Wifi("wlan1", "Office", "radio1", {0, 0}).Clients("wlan1", 2);
+  Pass();
+  EXPECT_EQ(Now(kLobby), (::Now{{"Office", 5}}));
+  EXPECT_EQ(OfDevice(kLobby), (Counts{{1, 5}}));
+  EXPECT_EQ(OfSsid("Office"), (Counts{{1, 5}}));
+}
+
+TEST_F(ClientCountCollection, SumsADeviceOverItsSsidsAndAnSsidOverItsDevices) {
+  network.AccessPoint(kLobby).Wifi("wlan0", "Office", "radio0", {0, 0}).Clients("wlan0", 2);
+  network.AccessPoint(kLobby).Wifi("wlan1", "Guest", "radio1", {0, 0}).Clients("wlan1", 4);
+  network.AccessPoint(kAttic).Wifi("wlan0", "Office", "radio0", {0, 0}).Clients("wlan0", 10);
+  Pass();
+  EXPECT_EQ(OfDevice(kLobby), (Counts{{1, 6}}));
+  EXPECT_EQ(OfDevice(kAttic), (Counts{{1, 10}}));
+  EXPECT_EQ(OfSsid("Office"), (Counts{{1, 12}}));
+  EXPECT_EQ(OfSsid("Guest"), (Counts{{1, 4}}));
+}
+
+TEST_F(ClientCountCollection, CountsTheListOfClientsNotTheDevicesOwnCount) {
+  Office(kLobby, 2);
+  network.AccessPoint(kLobby).CountedBy("wlan0", 9);
+  Pass();
+  EXPECT_EQ(OfDevice(kLobby), (Counts{{1, 2}}));
+}
+
+TEST_F(ClientCountCollection, GivesAZeroToADeviceThatLostAllClients) {
+  Office(kLobby, 2);
+  Pass();
+  Office(kLobby, 0);
+  Pass();
+  EXPECT_EQ(Now(kLobby), ::Now{});
+  EXPECT_EQ(OfDevice(kLobby), (Counts{{1, 2}, {2, 0}}));
+  EXPECT_EQ(Body(kSsids).at("current_ssid_clients_counts"), json::object());  // in this very pass
+}
+
+TEST_F(ClientCountCollection, GivesAZeroInEveryPassToAnSsidThatNobodyCarriesAnyMore) {
+  Office(kLobby, 2);
+  Pass();
+  network.AccessPoint(kLobby).WithoutWifi("wlan0").Wifi("wlan0", "Other", "radio0", {0, 0});
+  Pass();
+  Pass();
+  EXPECT_EQ(OfSsid("Office"), (Counts{{1, 2}, {2, 0}, {3, 0}}));
+  EXPECT_EQ(Body(kSsids).at("current_ssid_clients_counts"), json::object());
+}
+
+TEST_F(ClientCountCollection, CountsNobodyOnADeviceWithoutSsidInterfaces) {
+  Office(kLobby, 2);
+  Pass();
+  network.AccessPoint(kLobby).WithoutWifi("wlan0");
+  const LogCapture log;
+  Pass();
+  EXPECT_EQ(Now(kLobby), ::Now{});
+  EXPECT_EQ(OfDevice(kLobby), (Counts{{1, 2}, {2, 0}}));
+  EXPECT_THAT(log.Texts(Level::kDebug, "ConvertDriverStruct"), ElementsAre());
+  EXPECT_THAT(log.Texts(Level::kError), ElementsAre());
+}
+
+TEST_F(ClientCountCollection, NeitherResetsNorRecountsADeviceWhoseWirelessQueryIsDenied) {
+  Office(kLobby, 2);
+  Pass();
+  Office(kLobby, 5).Wireless(false);
+  Pass();
+  EXPECT_EQ(Now(kLobby), (::Now{{"Office", 2}}));
+  EXPECT_EQ(OfDevice(kLobby), (Counts{{1, 2}, {2, 2}}));
+}
+
+TEST_F(ClientCountCollection, KeepsTheCountsOfADeviceThatIsOfflineUnknownOrWithoutDriver) {
+  Office(kLobby, 2);
+  Pass();
+  Office(kLobby, 3).Online(false);
+  Pass();
+  Office(kLobby, 4).Online(true).Driven(false);
+  Pass();
+  Office(kLobby, 5).Driven(true).Known(false);
+  Pass();
+  EXPECT_EQ(OfDevice(kLobby), (Counts{{1, 2}, {2, 2}, {3, 2}, {4, 2}}));
+  EXPECT_EQ(OfSsid("Office"), (Counts{{1, 2}, {2, 2}, {3, 2}, {4, 2}}));
+}
+
+TEST_F(ClientCountCollection, ResetsOnlyTheDevicesThatItRecounts) {
+  Office(kLobby, 2);
+  Office(kAttic, 3);
+  Pass();
+  Office(kLobby, 0).Online(false);
+  Office(kAttic, 1);
+  Pass();
+  EXPECT_EQ(OfSsid("Office"), (Counts{{1, 5}, {2, 3}}));
+}
+
+TEST_F(ClientCountCollection, TakesTheSecondPassOfAMinuteInPlaceOfTheFirst) {
+  Office(kLobby, 2);
+  Pass();
+  Office(kLobby, 7);
+  Pass(0);
+  EXPECT_EQ(OfDevice(kLobby), (Counts{{1, 7}}));
+  Office(kLobby, 0);
+  Pass(0);
+  EXPECT_EQ(OfDevice(kLobby), (Counts{{1, 0}}));
+}
+
+TEST_F(ClientCountCollection, KeepsThirtyMinutes) {
+  for (int minute = 1; minute <= 29; ++minute) PassWith({minute});
+  EXPECT_EQ(OfDevice(kLobby).size(), 29U);
+  PassWith({30});
+  EXPECT_EQ(OfDevice(kLobby).size(), 30U);
+  PassWith({31});
+  const Counts counts = OfDevice(kLobby);
+  EXPECT_EQ(counts.size(), 30U);
+  EXPECT_EQ(counts.begin()->first, 2);
+  EXPECT_EQ(counts.rbegin()->second, 31);
+}
+
+TEST_F(ClientCountCollection, KnowsAnEmptySsidToo) {
+  network.AccessPoint(kLobby).Wifi("wlan0", "", "radio0", {0, 0}).Clients("wlan0", 2);
+  Pass();
+  EXPECT_EQ(OfSsid(""), (Counts{{1, 2}}));
+  EXPECT_EQ(OfDevice(kLobby), (Counts{{1, 2}}));
+  EXPECT_EQ(Body(kSsids).at("current_ssid_clients_counts"), json::object());
+}
+
+TEST_F(ClientCountCollection, CreatesNothingForAnSsidWithoutClients) {
+  Office(kLobby, 0);
+  Pass();
+  EXPECT_EQ(Body(kSsids).at("ssids_clients_counts"), json::parse(R"({"ssid_client_count_all": {}})"));
+  EXPECT_EQ(Body(kDevices).at("devices_client_counts"), json::parse(R"({"device_client_count_all": {}})"));
+  EXPECT_EQ(Body(kDevices).at("current_devices_counts"), json::object());
+}
+
+TEST_F(ClientCountCollection, LogsEveryInterfaceAndItsSsid) {
+  Office(kLobby, 2);
+  const LogCapture log;
+  Pass();
+  EXPECT_THAT(log.Texts(Level::kDebug, "ConvertDriverStruct"),
+              ElementsAre("[ClientCountMonitor::ConvertDriverStruct] Interface name:wlan0",
+                          "[ClientCountMonitor::ConvertDriverStruct] mac: AA:AA:AA:AA:AA:01, ssid name:Office, client "
+                          "count: 2"));
+  EXPECT_THAT(log.Texts(Level::kDebug, "MergeCurrentCount"),
+              ElementsAre("[ClientCountMonitor::MergeCurrentCount] debug"));
+}
+
+TEST_F(ClientCountCollection, AddsTheClientsOfAnInterfaceThatCarriesSeveralSsids) {
+  const vexora_probe::models::controller::AssocClientState client;
+  monitor.ConvertDriverStruct(
+      kLobby, {{"wlan0", {{"Guest", {client}}, {"Office", {client, client}}}}, {"wlan1", {{"Office", {client}}}}});
+  EXPECT_EQ(Now(kLobby), (::Now{{"Guest", 1}, {"Office", 3}}));
+}
+
+TEST_F(ClientCountCollection, LogsAnInterfaceWithoutClientsToo) {
+  Office(kLobby, 0);
+  const LogCapture log;
+  Pass();
+  EXPECT_THAT(log.Texts(Level::kDebug, "ConvertDriverStruct"),
+              ElementsAre("[ClientCountMonitor::ConvertDriverStruct] Interface name:wlan0",
+                          "[ClientCountMonitor::ConvertDriverStruct] mac: AA:AA:AA:AA:AA:01, ssid name:Office, client "
+                          "count: 0"));
+}
+
+TEST_F(ClientCountCollection, StampsSamplesWithTheMinuteThatThePassTimeLiesIn) {
+  Office(kLobby, 2);
+  monitor.set_current_time(test::kStart + 5 * 60 + 59);  // whatever the clock says
+  monitor.DataUpdate();
+  EXPECT_EQ(OfDevice(kLobby), (Counts{{5, 2}}));
+}
+
+}  // namespace

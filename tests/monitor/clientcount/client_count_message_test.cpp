@@ -1,0 +1,315 @@
+#include <gmock/gmock.h>
+
+#include <stdexcept>
+
+#include "probe/sending/send_function.h"
+#include "tests/monitor/clientcount/client_count_fixture.h"
+
+namespace {
+
+using nlohmann::json;
+using probe::log::Level;
+using test::Connection;
+using test::FilterOf;
+using test::kAttic;
+using test::kDevices;
+using test::kLobby;
+using test::kSsids;
+using test::LogCapture;
+using test::LogLine;
+using test::MessageCapture;
+using test::SentMessage;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::Not;
+using ::testing::SizeIs;
+
+class ClientCountMessage : public test::ClientCountMonitorTest {
+ protected:
+  ClientCountMessage() { probe::SubscriptionService::Instance().Clear(); }
+  ~ClientCountMessage() override { probe::SubscriptionService::Instance().Clear(); }
+};
+
+TEST_F(ClientCountMessage, BySsidHoldsSeriesTheirSumPresentCountsAndSids) {
+  Office(kLobby, 2);
+  network.AccessPoint(kAttic).Wifi("wlan0", "Guest", "radio0", {0, 0}).Clients("wlan0", 3);
+  Pass();
+  Office(kLobby, 1);
+  Pass();
+  EXPECT_EQ(monitor.GenerateJsonMsg(kSsids, *FilterOf("1m"), {"a", "b"}),
+            R"({ "name": "SSIDClientCountMonitor", "data": { "1m": { "ssids_clients_counts": { )"
+            R"("Guest": { "29920321": 3, "29920322": 3 }, "Office": { "29920321": 2, "29920322": 1 }, )"
+            R"("ssid_client_count_all": { "29920321": 5, "29920322": 4 } }, )"
+            R"("current_ssid_clients_counts": { "Guest": { "count": 3 }, "Office": { "count": 1 } }, )"
+            R"("sid": [ "a", "b" ] } } })");
+}
+
+TEST_F(ClientCountMessage, ByDeviceHoldsPresentCountsSeriesTheirSumAndSids) {
+  Office(kLobby, 2);
+  network.AccessPoint(kAttic).Wifi("wlan0", "Guest", "radio0", {0, 0}).Clients("wlan0", 3);
+  Pass();
+  EXPECT_EQ(monitor.GenerateJsonMsg(kDevices, *FilterOf("1m"), {"a"}),
+            R"({ "name": "DevicesClientCountMonitor", "data": { "1m": { "current_devices_counts": { )"
+            R"("AA:AA:AA:AA:AA:01": { "Office": { "ssid": "Office", "count": 2 } }, )"
+            R"("AA:AA:AA:AA:AA:02": { "Guest": { "ssid": "Guest", "count": 3 } } }, )"
+            R"("devices_client_counts": { "AA:AA:AA:AA:AA:01": { "29920321": 2 }, )"
+            R"("AA:AA:AA:AA:AA:02": { "29920321": 3 }, "device_client_count_all": { "29920321": 5 } }, )"
+            R"("sid": [ "a" ] } } })");
+}
+
+TEST_F(ClientCountMessage, OfAnyOtherTopicHoldsOnlyTheSids) {
+  EXPECT_EQ(monitor.GenerateJsonMsg("ClientCountMonitor", *FilterOf("1m"), {"a"}),
+            R"({ "name": "ClientCountMonitor", "data": { "1m": { "sid": [ "a" ] } } })");
+}
+
+TEST_F(ClientCountMessage, IsThatOfAnHourForAFilterWithoutAView) {
+  for (int minute = 1; minute <= 60; ++minute) PassWith({minute});
+  EXPECT_EQ(monitor.GenerateJsonMsg(kSsids, *FilterOf(""), {"a"}), Message(kSsids, "1h"));
+  EXPECT_EQ(monitor.GenerateJsonMsg(kDevices, *FilterOf(""), {"a"}), Message(kDevices, "1h"));
+  EXPECT_EQ(OfSsid("Office", "1h"), (Counts{{60, 60}}));
+}
+
+TEST_F(ClientCountMessage, HoldsPresentCountsButNoSeriesForAnUnknownView) {
+  Office(kLobby, 2);
+  Pass();
+  EXPECT_EQ(Message(kSsids, "3m"),
+            R"({ "name": "SSIDClientCountMonitor", "data": { "3m": { )"
+            R"("ssids_clients_counts": { "ssid_client_count_all": { } }, )"
+            R"("current_ssid_clients_counts": { "Office": { "count": 2 } }, "sid": [ "a" ] } } })");
+}
+
+TEST_F(ClientCountMessage, CountsAnSsidOnTheDeviceOfTheFilterNowButSumsItsSeriesOverAll) {
+  Office(kLobby, 2);
+  Office(kAttic, 3);
+  network.AccessPoint(kAttic).Wifi("wlan1", "Guest", "radio0", {0, 0}).Clients("wlan1", 4);
+  Pass();
+  const json body = Body(kSsids, "1m", kLobby);
+  EXPECT_EQ(body.at("current_ssid_clients_counts"), json::parse(R"({"Guest": {"count": 0}, "Office": {"count": 2}})"));
+  EXPECT_EQ(SeriesIn(body.at("ssids_clients_counts"), "Office"), (Counts{{1, 5}}));
+}
+
+TEST_F(ClientCountMessage, HoldsOnlyTheDeviceOfTheFilterAndItsSum) {
+  Office(kLobby, 2);
+  Office(kAttic, 3);
+  Pass();
+  EXPECT_EQ(Message(kDevices, "1m", kAttic),
+            R"({ "name": "DevicesClientCountMonitor", "data": { "1m": { "current_devices_counts": { )"
+            R"("AA:AA:AA:AA:AA:02": { "Office": { "ssid": "Office", "count": 3 } } }, )"
+            R"("devices_client_counts": { "AA:AA:AA:AA:AA:02": { "29920321": 3 }, )"
+            R"("device_client_count_all": { "29920321": 3 } }, "sid": [ "a" ] } } })");
+}
+
+TEST_F(ClientCountMessage, LeavesOutASeriesOfThirtyZeroesButNotOfTwentyNine) {
+  Office(kAttic, 4);
+  Office(kLobby, 1);
+  Pass();
+  Office(kLobby, 0);
+  for (int minute = 2; minute <= 30; ++minute) Pass();
+  EXPECT_EQ(OfDevice(kLobby).size(), 30U);  // one of them, and 29 zeroes
+  network.AccessPoint(kAttic).WithoutWifi("wlan0").Wifi("wlan0", "Guest", "radio0", {0, 0}).Clients("wlan0", 4);
+  for (int minute = 31; minute <= 60; ++minute) Pass();
+  EXPECT_THAT(OfDevice(kLobby), IsEmpty());
+  EXPECT_THAT(OfSsid("Office"), IsEmpty());
+  EXPECT_EQ(OfSsid("Guest").size(), 30U);
+}
+
+TEST_F(ClientCountMessage, SumsSeriesOfThirtyZeroesTooAndKeepsThirtyMinutesOfTheSum) {
+  Office(kLobby, 1);
+  Pass();
+  Office(kLobby, 0);
+  for (int minute = 2; minute <= 31; ++minute) Pass();
+  EXPECT_THAT(OfSsid("Office"), IsEmpty());
+  Counts zeroes;
+  for (int minute = 2; minute <= 31; ++minute) zeroes[minute] = 0;
+  EXPECT_EQ(OfSsid("ssid_client_count_all"), zeroes);
+  EXPECT_EQ(OfDevice("device_client_count_all"), zeroes);
+}
+
+TEST_F(ClientCountMessage, AddsTheCredentialStateOfAWatchedDeviceOfWhichThereIsNothing) {
+  network.AccessPoint(kLobby).Credential(R"({"credential": "failed"})");
+  Pass();
+  const LogCapture log;
+  EXPECT_EQ(Message(kDevices, "1m", kLobby),
+            R"({ "name": "DevicesClientCountMonitor", "data": { "1m": { "current_devices_counts": { }, )"
+            R"("credential": "failed", "devices_client_counts": { "device_client_count_all": { } }, )"
+            R"("sid": [ "a" ] } } })");
+  EXPECT_THAT(
+      log.Texts(Level::kDebug),
+      ElementsAre("[ClientCountMonitor::GenerateJsonMsg] start",
+                  "[void ClientCountMonitor::GenerateDeviceClientMsg(json_object*, const Filter*, timeval&)] device: "
+                  "AA:AA:AA:AA:AA:01 clients all is empty",
+                  "DeviceCredentialResultGet ClientCountMonitor mac AA:AA:AA:AA:AA:01,key is credential."));
+}
+
+TEST_F(ClientCountMessage, AddsNoCredentialStateWithoutAFilterForADeviceOrWithSeriesOrWithClients) {
+  network.AccessPoint(kLobby).Credential(R"({"credential": "failed"})");
+  Pass();
+  EXPECT_FALSE(Body(kDevices).contains("credential"));
+  EXPECT_FALSE(Body(kSsids, "1m", kLobby).contains("credential"));
+  Office(kLobby, 1);
+  Pass();
+  EXPECT_FALSE(Body(kDevices, "5m", kLobby).contains("credential"));  // no series, but clients
+  Office(kLobby, 0);
+  Pass();
+  EXPECT_FALSE(Body(kDevices, "1m", kLobby).contains("credential"));  // no clients, but a series
+  EXPECT_TRUE(Body(kDevices, "5m", kLobby).contains("credential"));
+}
+
+TEST_F(ClientCountMessage, GoesToTheSubscribersOfBothTopicsByFilterWhateverTheListSays) {
+  Office(kLobby, 1);
+  auto& subscriptions = probe::SubscriptionService::Instance();
+  subscriptions.File(kSsids, Connection(1), {{"a", FilterOf("1m")}, {"b", FilterOf("1m")}});
+  subscriptions.File(kDevices, Connection(2), {{"c", FilterOf("5m", kLobby)}});
+  subscriptions.File(kDevices, Connection(3), {{"c", FilterOf("5m", kLobby)}});
+  MessageCapture messages;
+  Pass();
+  const auto by_device = monitor.GenerateJsonMsg(kDevices, *FilterOf("5m", kLobby), {"c"});
+  const std::vector<SentMessage> all{
+      {Connection(1), monitor.GenerateJsonMsg(kSsids, *FilterOf("1m"), {"a", "b"})},
+      {Connection(2), by_device},
+      {Connection(3), by_device},
+  };
+  EXPECT_EQ(messages.Take(), all);
+  monitor.PushDataBySID({{"x", {{Connection(9), FilterOf("1m")}}}});
+  EXPECT_EQ(messages.Take(), all);
+}
+
+TEST_F(ClientCountMessage, IsNotSentWithoutASubscriber) {
+  MessageCapture messages;
+  Pass();
+  EXPECT_THAT(messages.Take(), IsEmpty());
+}
+
+TEST_F(ClientCountMessage, IsDroppedWithoutASendFunction) {
+  probe::SubscriptionService::Instance().File(kSsids, Connection(1), {{"a", FilterOf("1m")}});
+  const LogCapture log;
+  Pass();
+  EXPECT_THAT(log.Texts(Level::kError), IsEmpty());
+  EXPECT_THAT(log.Texts(Level::kInfo), IsEmpty());
+}
+
+TEST_F(ClientCountMessage, LetsNothingThatASenderThrowsOut) {
+  probe::SubscriptionService::Instance().File(kSsids, Connection(1), {{"a", FilterOf("1m")}});
+  probe::InstallSendFunction([](lws*, const std::string&) { throw std::runtime_error("no more"); });
+  EXPECT_NO_THROW(monitor.PushDataBySID({}));
+  probe::InstallSendFunction(nullptr);
+}
+
+TEST_F(ClientCountMessage, OfADeviceOfThirtyZeroesHasNoCredentialState) {
+  Office(kLobby, 1).Credential(R"({"credential": "failed"})");
+  Pass();
+  Office(kLobby, 0);
+  for (int minute = 2; minute <= 31; ++minute) Pass();
+  const json body = Body(kDevices, "1m", kLobby);
+  EXPECT_FALSE(body.at("devices_client_counts").contains(kLobby));
+  EXPECT_FALSE(body.contains("credential"));
+}
+
+TEST_F(ClientCountMessage, SaysNothingOfAnEmptyDeviceWhenTheFilterNamesNone) {
+  const LogCapture log;
+  Message(kDevices);
+  EXPECT_THAT(log.Texts(Level::kDebug, "clients all is empty"), IsEmpty());
+}
+
+class ClientCountCleanup : public ClientCountMessage {};
+
+TEST_F(ClientCountCleanup, WithoutAMacOnlyLogs) {
+  Office(kLobby, 1);
+  Pass();
+  const std::string before = Message(kSsids) + Message(kDevices);
+  const LogCapture log;
+  monitor.Cleanup("");
+  EXPECT_THAT(log.Lines(), ElementsAre(LogLine{Level::kError, 2, "[ClientCountMonitor::Cleanup] mac is empty"}));
+  EXPECT_EQ(Message(kSsids) + Message(kDevices), before);
+}
+
+TEST_F(ClientCountCleanup, ForgetsPresentCountsAndMinutesButKeepsTheLongerViews) {
+  PassWith({1, 1, 1, 1, 1});
+  const LogCapture log;
+  monitor.Cleanup(kLobby);
+  EXPECT_EQ(
+      log.Lines(),
+      (std::vector<LogLine>{
+          {Level::kDebug, 2, "[ClientCountMonitor::Cleanup] mac : AA:AA:AA:AA:AA:01"},
+          {Level::kDebug, 2, "[ClientCountMonitor::Cleanup] ssid_mac_map size: 0"},
+          {Level::kDebug, 2, "[ClientCountMonitor::Cleanup] Mac: AA:AA:AA:AA:AA:01, ssid: Office can be cleaned"}}));
+  EXPECT_EQ(Body(kDevices).at("current_devices_counts"), json::object());
+  EXPECT_EQ(Body(kSsids).at("current_ssid_clients_counts"), json::object());
+  EXPECT_THAT(OfDevice(kLobby), IsEmpty());
+  EXPECT_THAT(OfSsid("Office"), IsEmpty());
+  EXPECT_EQ(OfDevice(kLobby, "5m"), (Counts{{5, 1}}));
+  EXPECT_EQ(OfSsid("Office", "5m"), (Counts{{5, 1}}));
+  EXPECT_EQ(OfDevice(kLobby, "10m"), (Counts{}));
+  // merges visit only the ids of the shorter view, so the longer ones stay as they are and are still sent
+  network.AccessPoint(kLobby).Online(false);
+  for (int minute = 0; minute < 20; ++minute) Pass();
+  EXPECT_EQ(OfSsid("Office", "5m"), (Counts{{5, 1}}));
+}
+
+TEST_F(ClientCountCleanup, KeepsEveryViewButThatOfMinutes) {
+  for (int minute = 1; minute <= 1440; ++minute) PassWith({1});
+  std::map<std::string, Counts> before;
+  for (const char* view : {"5m", "10m", "1h", "2h", "1day"}) before[view] = OfDevice(kLobby, view);
+  monitor.Cleanup(kLobby);
+  EXPECT_THAT(OfDevice(kLobby, "1m"), IsEmpty());
+  EXPECT_THAT(OfSsid("Office", "1m"), IsEmpty());
+  for (const auto& [view, counts] : before) {
+    EXPECT_THAT(counts, Not(IsEmpty())) << view;
+    EXPECT_EQ(OfDevice(kLobby, view), counts) << view;
+    EXPECT_EQ(OfSsid("Office", view), counts) << view;
+  }
+}
+
+TEST_F(ClientCountCleanup, ForgetsTheSecondTimeOnlyWhatIsLeft) {
+  Office(kAttic, 3);
+  PassWith({1});
+  monitor.Cleanup(kLobby);
+  const LogCapture log;
+  monitor.Cleanup(kLobby);
+  // the one pair that is left is the attic's
+  EXPECT_THAT(log.Texts(Level::kDebug, "ssid_mac_map size"),
+              ElementsAre("[ClientCountMonitor::Cleanup] ssid_mac_map size: 1"));
+}
+
+TEST_F(ClientCountCleanup, ForgetsTheSsidsThatOnlyTheDeviceCarriesAndNoOthers) {
+  Office(kAttic, 3);
+  Office(kLobby, 1);
+  network.AccessPoint(kLobby).Wifi("wlan1", "Tower", "radio1", {0, 0}).Clients("wlan1", 2);
+  Pass();
+  monitor.Cleanup(kLobby);
+  EXPECT_EQ(OfSsid("Office"), (Counts{{1, 4}}));
+  EXPECT_THAT(OfSsid("Tower"), IsEmpty());
+}
+
+TEST_F(ClientCountCleanup, KeepsTheMinutesOfAnSsidThatAnotherDeviceCarries) {
+  Office(kAttic, 3);
+  PassWith({1});
+  const LogCapture log;
+  monitor.Cleanup(kLobby);
+  EXPECT_EQ(OfSsid("Office"), (Counts{{1, 4}}));
+  EXPECT_EQ(Body(kSsids).at("current_ssid_clients_counts"), json::parse(R"({"Office": {"count": 3}})"));
+  // once for the device that goes and once for the one that stays: all pairs are walked
+  EXPECT_EQ(log.Texts(Level::kDebug, "ssid_mac_map size"),
+            (std::vector<std::string>(2, "[ClientCountMonitor::Cleanup] ssid_mac_map size: 1")));
+  EXPECT_THAT(log.Texts(Level::kDebug, "can be cleaned"), IsEmpty());
+  monitor.Cleanup(kAttic);
+  EXPECT_THAT(OfSsid("Office"), IsEmpty());
+}
+
+TEST_F(ClientCountCleanup, OfADeviceThatIsUnknownOrBeforeTheFirstPassChangesNothing) {
+  monitor.Cleanup(kLobby);
+  PassWith({1});
+  const std::string before = Message(kSsids) + Message(kDevices);
+  monitor.Cleanup(kAttic);
+  EXPECT_EQ(Message(kSsids) + Message(kDevices), before);
+}
+
+TEST_F(ClientCountCleanup, LetsADeviceComeBackAsANewOne) {
+  PassWith({1});
+  monitor.Cleanup(kLobby);
+  PassWith({2});
+  EXPECT_EQ(OfDevice(kLobby), (Counts{{2, 2}}));
+  EXPECT_EQ(OfSsid("Office"), (Counts{{2, 2}}));
+}
+
+}  // namespace
