@@ -10,6 +10,7 @@
 #include "monitor/engine/monitoring_manager.h"
 #include "monitor/health/health_monitor.h"
 #include "monitor/traffic/traffic_monitor.h"
+#include "monitor/wirelesstop/wireless_top_monitor.h"
 #include "platform/tasks.h"
 #include "platform/utilities/json.h"
 #include "platform/utilities/text.h"
@@ -57,6 +58,7 @@ int RegisterMonitors() {
     manager.RegisterMonitor(std::make_shared<HealthMonitor>());
     manager.RegisterMonitor(std::make_shared<ClientCountMonitor>());
     manager.RegisterMonitor(std::make_shared<TrafficMonitor>());
+    manager.RegisterMonitor(std::make_shared<WirelessTopMonitor>());
     manager.startMonitorEngine();
     RegisterMonitorMemoryCleanup(&ForgetDevice);
   });

@@ -1,0 +1,84 @@
+#pragma once
+
+#include <json-c/json.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "monitor/engine/filter.h"
+
+/// How much of a ranking a subscriber wants, and in which order.
+struct FilterBase {
+  std::int32_t count = 0;  ///< How many entries, from the top.
+  std::string flag;        ///< "desc": largest first; any other text: smallest first.
+
+  friend bool operator==(const FilterBase&, const FilterBase&) = default;
+};
+
+/// What a subscriber wants of a ranking by clients.
+struct ClientsFilter : FilterBase {};
+
+/// Which ranking by traffic.
+struct TrafficRanking {
+  std::string orderby;  ///< "in", "out" or "total"; any other text names no ranking.
+
+  friend bool operator==(const TrafficRanking&, const TrafficRanking&) = default;
+};
+
+/// What a subscriber wants of the rankings by traffic. Its fields, in order: `orderby`, `count`, `flag`.
+struct TrafficFilter : TrafficRanking, FilterBase {
+  friend bool operator==(const TrafficFilter&, const TrafficFilter&) = default;
+};
+
+/// What a subscriber wants to see of access points, or of wireless networks.
+struct NetWorkFilter {
+  TrafficFilter traffic;
+  ClientsFilter clients;
+
+  friend bool operator==(const NetWorkFilter&, const NetWorkFilter&) = default;
+};
+
+/// What a subscriber of the wireless top monitor asks for. A fresh filter asks for nothing; the texts of its base stay
+/// empty.
+class WirelessTopFilter final : public Filter {
+ public:
+  NetWorkFilter access_point;
+  TrafficFilter wireless_clients;
+  NetWorkFilter wireless_networks;
+};
+
+/// Whether two filters ask for the same views.
+bool operator==(const WirelessTopFilter& left, const WirelessTopFilter& right);
+
+/// The same for filters of any kind: false unless both are of the wireless top monitor.
+bool AreEqualWirelessTopFilters(const Filter& left, const Filter& right);
+
+/// The filter that the "filter" object of a request stands for; `wanted` may be null or of any type.
+std::shared_ptr<Filter> NewWirelessTopFilter(json_object* wanted);
+
+/// Parsers of the parts of a request.
+///
+/// Each takes any JSON value or null, and fills in what it finds: a member that is missing or null leaves its field as
+/// it was. Counts are read as `json_object_get_int` reads them, so numbers that 32 bits cannot hold become the nearest
+/// that they can; members that are not texts are taken in their JSON form.
+///
+/// Owner: the object stays the caller's. Threads: any.
+namespace vexora_probe::monitor {
+
+/// Reads "traffic": {"count", "orderby", "flag"}.
+void WirelessTopMonitorFilterTrafficParser(json_object* object, TrafficFilter& filter);
+
+/// Reads "clients": {"count", "flag"}.
+void WirelessTopMonitorFilterClientsParser(json_object* object, ClientsFilter& filter);
+
+/// Reads both, of "access_point".
+void WirelessTopMonitorFilterAccessPParser(json_object* object, NetWorkFilter& filter);
+
+/// Reads "traffic" of "wireless_clients".
+void WirelessTopMonitorFilterWirelessClientsParser(json_object* object, TrafficFilter& filter);
+
+/// Reads both, of "wireless_networks".
+void WirelessTopMonitorFilterNetworksParser(json_object* object, NetWorkFilter& filter);
+
+}  // namespace vexora_probe::monitor
