@@ -9,6 +9,7 @@
 #include "monitor/engine/json_tree.h"
 #include "monitor/engine/monitoring_manager.h"
 #include "monitor/health/health_monitor.h"
+#include "monitor/reports/wireless_client_report.h"
 #include "monitor/traffic/traffic_monitor.h"
 #include "monitor/wirelesstop/wireless_top_monitor.h"
 #include "platform/tasks.h"
@@ -59,6 +60,7 @@ int RegisterMonitors() {
     manager.RegisterMonitor(std::make_shared<ClientCountMonitor>());
     manager.RegisterMonitor(std::make_shared<TrafficMonitor>());
     manager.RegisterMonitor(std::make_shared<WirelessTopMonitor>());
+    manager.RegisterMonitor(std::make_shared<WirelessClientReport>());
     manager.startMonitorEngine();
     RegisterMonitorMemoryCleanup(&ForgetDevice);
   });
@@ -69,8 +71,12 @@ void stop_monitor() {
   WithinBoundary([] { MonitoringManager::GetInstance().stopMonitorEngine(); });
 }
 
+char* get_wireless_client_report_avail_list(char const* /*request*/) {
+  return AvailablePeriods(monitoring::kWirelessClientReport);
 }
 
+char* get_wireless_client_report(char const* request) {
+  return Report(monitoring::kWirelessClientReport, request);
 }
 
 }

@@ -1,0 +1,80 @@
+#pragma once
+
+#include <cstdint>
+#include <ctime>
+#include <map>
+#include <string>
+#include <unordered_map>
+
+#include "platform/device_records.h"
+
+namespace monitoring {
+
+/// What tells one row of the wireless client report from the others.
+struct WirelessClientKey {
+  std::string mac;       ///< The client's, in the one notation of `format_macaddress`.
+  std::string username;  ///< Name given to the captive portal; empty for a client that is no guest.
+  std::string ssid;      ///< The wireless network.
+
+  /// The three fields joined by "|". Nothing is escaped: a name that holds a "|" cannot be parsed again.
+  std::string GetKeyStr() const;
+
+  /// Takes the fields from such a text. Fails: returns false and keeps the fields when it has other than three parts.
+  bool ParseKey(const std::string& key);
+
+  friend bool operator==(const WirelessClientKey&, const WirelessClientKey&) = default;
+};
+
+/// One client's row for one day or one week.
+struct WirelessClientItem {
+  std::int32_t data_rate = 0;    ///< As last reported.
+  std::uint64_t upload = 0;      ///< Octets from the client in the period.
+  std::uint64_t download = 0;    ///< Octets to the client, likewise.
+  time_t first_seen = 0;         ///< Pass in which the client was first there; seconds since the epoch.
+  time_t last_seen = 0;          ///< Latest pass in which it was counted.
+  std::int32_t online_time = 0;  ///< Seconds online; never more than have passed since `first_seen`.
+  std::string hostname;          ///< As last reported; for guests, the portal's.
+  vexora_probe::models::controller::WIFIOpMode mode{};
+  vexora_probe::models::controller::WIFIBandType band = vexora_probe::models::controller::WIFIBandType::kUnknown;
+
+  friend bool operator==(const WirelessClientItem&, const WirelessClientItem&) = default;
+};
+
+/// The counters of one client, exactly as read in one pass.
+struct WirelessClientStatics {
+  std::uint64_t in_bytes = 0;   ///< The first counter: octets from the client.
+  std::uint64_t out_bytes = 0;  ///< The second counter: octets to the client.
+
+  friend bool operator==(const WirelessClientStatics&, const WirelessClientStatics&) = default;
+};
+
+// Hashed, for a pass looks every client up several times, and in a tree of 50,000 that takes seven times as long for
+// each as in one of 1,000. Who needs them in order sorts them.
+using ClientRows = std::unordered_map<std::string, WirelessClientItem>;        ///< `GetKeyStr` -> row.
+using ClientSamples = std::unordered_map<std::string, WirelessClientStatics>;  ///< `GetKeyStr` -> counters.
+
+/// The rows of one day or one week.
+struct ClientReport {
+  ClientRows clients;  ///< Who came in without a portal.
+  ClientRows guests;   ///< Who came in through a captive portal.
+
+  friend bool operator==(const ClientReport&, const ClientReport&) = default;
+};
+
+using ClientReports = std::map<std::string, ClientReport>;  ///< Day or week key -> its rows.
+
+namespace client_report {
+
+/// One client, as one pass sees it on one device.
+struct Sighting {
+  std::string key;                 ///< `WirelessClientKey::GetKeyStr`.
+  bool is_guest = false;           ///< On a guest network, let in by the portal.
+  WirelessClientStatics counters;  ///< For a guest, the portal's.
+  std::int32_t data_rate = 0;      ///< As the device reports it.
+  std::string hostname;            ///< For a guest, the portal's.
+  vexora_probe::models::controller::WIFIOpMode mode{};
+  vexora_probe::models::controller::WIFIBandType band = vexora_probe::models::controller::WIFIBandType::kUnknown;
+};
+
+}  // namespace client_report
+}  // namespace monitoring

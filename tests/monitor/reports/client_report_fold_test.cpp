@@ -1,0 +1,340 @@
+#include "monitor/reports/client_report_fold.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <limits>
+#include <string>
+#include <vector>
+
+namespace {
+
+using monitoring::ClientReport;
+using monitoring::ClientReports;
+using monitoring::WirelessClientItem;
+using monitoring::client_report::CountArriving;
+using monitoring::client_report::CountContinuing;
+using monitoring::client_report::OctetsBetween;
+using monitoring::client_report::OnlinePercent;
+using monitoring::client_report::RebuildWeek;
+using monitoring::client_report::SecondsBetween;
+using monitoring::client_report::Sighting;
+using monitoring::client_report::Trim;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using vexora_probe::models::controller::WIFIBandType;
+using vexora_probe::models::controller::WIFIOpMode;
+
+constexpr std::int32_t kMostSeconds = std::numeric_limits<std::int32_t>::max();
+constexpr time_t kLatest = std::numeric_limits<time_t>::max();
+constexpr time_t kEarliest = std::numeric_limits<time_t>::min();
+constexpr std::uint64_t kMostOctets = std::numeric_limits<std::uint64_t>::max();
+
+Sighting Seen(std::uint64_t in_bytes, std::uint64_t out_bytes, bool is_guest = false) {
+  return {.key = "m||s",
+          .is_guest = is_guest,
+          .counters = {.in_bytes = in_bytes, .out_bytes = out_bytes},
+          .data_rate = 54,
+          .hostname = "laptop",
+          .mode = WIFIOpMode::k802_11g,
+          .band = WIFIBandType::k2_4GHz};
+}
+
+WirelessClientItem Row(std::uint64_t upload, std::uint64_t download, time_t first_seen, time_t last_seen,
+                       std::int32_t online_time) {
+  return {.data_rate = 54,
+          .upload = upload,
+          .download = download,
+          .first_seen = first_seen,
+          .last_seen = last_seen,
+          .online_time = online_time,
+          .hostname = "laptop",
+          .mode = WIFIOpMode::k802_11g,
+          .band = WIFIBandType::k2_4GHz};
+}
+
+/// A report of one client with this row.
+ClientReport Of(const WirelessClientItem& row) {
+  return {.clients = {{"m||s", row}}, .guests = {}};
+}
+
+std::vector<std::string> KeysOf(const ClientReports& reports) {
+  std::vector<std::string> keys;
+  for (const auto& [key, report] : reports) keys.push_back(key);
+  return keys;
+}
+
+TEST(OctetsBetweenReadings, AreTheDifference) {
+  EXPECT_EQ(OctetsBetween(1000, 1400), 400U);
+  EXPECT_EQ(OctetsBetween(1000, 1000), 0U);
+  EXPECT_EQ(OctetsBetween(0, kMostOctets), kMostOctets);
+}
+
+TEST(OctetsBetweenReadings, CountFromZeroAfterAReset) {
+  EXPECT_EQ(OctetsBetween(1000, 400), 400U);
+  EXPECT_EQ(OctetsBetween(1000, 999), 999U);
+  EXPECT_EQ(OctetsBetween(kMostOctets, 0), 0U);
+}
+
+TEST(SecondsBetweenMoments, AreNoneWhenTheSecondIsNotLater) {
+  EXPECT_EQ(SecondsBetween(100, 160), 60);
+  EXPECT_EQ(SecondsBetween(100, 100), 0);
+  EXPECT_EQ(SecondsBetween(100, 99), 0);
+  EXPECT_EQ(SecondsBetween(kLatest, kEarliest), 0);
+}
+
+TEST(SecondsBetweenMoments, AreNoMoreThan32BitsHold) {
+  EXPECT_EQ(SecondsBetween(0, kMostSeconds), kMostSeconds);
+  EXPECT_EQ(SecondsBetween(-1, kMostSeconds), kMostSeconds);
+  EXPECT_EQ(SecondsBetween(kEarliest, kLatest), kMostSeconds);
+}
+
+TEST(CountingAContinuingClient, AddsTimeAndTrafficAndTakesTheRestAsReported) {
+  ClientReport report = Of(Row(5, 7, 1000, 1060, 60));
+  Sighting client = Seen(150, 70);
+  client.data_rate = 11;
+  client.hostname = "renamed";
+  client.mode = WIFIOpMode::k802_11b;
+  client.band = WIFIBandType::k5GHz;
+  CountContinuing(client, {.in_bytes = 100, .out_bytes = 50}, 1120, 60, report);
+  EXPECT_EQ(report, Of({.data_rate = 11,
+                        .upload = 55,
+                        .download = 27,
+                        .first_seen = 1000,
+                        .last_seen = 1120,
+                        .online_time = 120,
+                        .hostname = "renamed",
+                        .mode = WIFIOpMode::k802_11b,
+                        .band = WIFIBandType::k5GHz}));
+}
+
+TEST(CountingAContinuingClient, BeginsARowThatThereIsNot) {
+  ClientReport report;
+  CountContinuing(Seen(150, 70), {.in_bytes = 100, .out_bytes = 50}, 1120, 0, report);
+  EXPECT_EQ(report, Of(Row(50, 20, 1120, 1120, 0)));
+}
+
+TEST(CountingAContinuingClient, GivesANewRowNoTimeFromBeforeItBegan) {
+  ClientReport report;
+  CountContinuing(Seen(0, 0), {}, 1120, 60, report);
+  EXPECT_EQ(report, Of(Row(0, 0, 1120, 1120, 0)));
+}
+
+TEST(CountingAContinuingClient, BeginsARowAnewThatWasFirstSeenInTheFuture) {
+  ClientReport report = Of(Row(5, 7, 5000, 6000, 1000));
+  CountContinuing(Seen(10, 10), {.in_bytes = 10, .out_bytes = 10}, 1120, 0, report);
+  EXPECT_EQ(report, Of(Row(5, 7, 1120, 1120, 0)));
+}
+
+TEST(CountingAContinuingClient, NeverMakesItOnlineForLongerThanSinceItWasFirstSeen) {
+  ClientReport report = Of(Row(0, 0, 1000, 1060, 60));
+  // on two access points at once
+  CountContinuing(Seen(0, 0), {}, 1120, 60, report);
+  CountContinuing(Seen(0, 0), {}, 1120, 60, report);
+  EXPECT_EQ(report, Of(Row(0, 0, 1000, 1120, 120)));
+}
+
+TEST(CountingAContinuingClient, KeepsGuestsApart) {
+  ClientReport report;
+  CountContinuing(Seen(3, 4, true), {.in_bytes = 1, .out_bytes = 1}, 1120, 0, report);
+  EXPECT_EQ(report, (ClientReport{.clients = {}, .guests = {{"m||s", Row(2, 3, 1120, 1120, 0)}}}));
+}
+
+TEST(CountingAContinuingClient, CountsTheTwoCountersEachByItself) {
+  ClientReport report;
+  CountContinuing(Seen(400, 1100), {.in_bytes = 1000, .out_bytes = 1000}, 1120, 0, report);
+  EXPECT_EQ(report, Of(Row(400, 100, 1120, 1120, 0)));
+}
+
+TEST(CountingAContinuingClient, StaysWithinItsTypesForTheWidestTimesAndCounters) {
+  ClientReport report = Of(Row(kMostOctets, 0, kEarliest, 0, kMostSeconds));
+  CountContinuing(Seen(kMostOctets, kMostOctets), {}, kLatest, kMostSeconds, report);
+  EXPECT_EQ(report, Of(Row(kMostOctets - 1, kMostOctets, kEarliest, kLatest, kMostSeconds)));
+}
+
+TEST(CountingAnArrivingClient, BeginsARowOfZeroes) {
+  ClientReport report;
+  CountArriving(Seen(100, 50), 1000, report);
+  EXPECT_EQ(report, Of(Row(0, 0, 1000, 1000, 0)));
+}
+
+TEST(CountingAnArrivingClient, KeepsTimesAndSumsOfARowThatItHas) {
+  ClientReport report = Of(Row(5, 7, 1000, 1060, 60));
+  Sighting client = Seen(900, 900);
+  client.data_rate = 6;
+  client.hostname = "back";
+  CountArriving(client, 1300, report);
+  WirelessClientItem expected = Row(5, 7, 1000, 1060, 60);
+  expected.data_rate = 6;
+  expected.hostname = "back";
+  EXPECT_EQ(report, Of(expected));
+}
+
+TEST(CountingAnArrivingClient, TakesModeAndBandAsReportedNow) {
+  ClientReport report = Of(Row(5, 7, 1000, 1060, 60));
+  Sighting client = Seen(900, 900);
+  client.mode = WIFIOpMode::k802_11ac;
+  client.band = WIFIBandType::k5GHz;
+  CountArriving(client, 1300, report);
+  WirelessClientItem expected = Row(5, 7, 1000, 1060, 60);
+  expected.mode = WIFIOpMode::k802_11ac;
+  expected.band = WIFIBandType::k5GHz;
+  EXPECT_EQ(report, Of(expected));
+}
+
+TEST(CountingAnArrivingClient, KeepsARowThatWasFirstSeenInTheFutureUnlikeForAContinuingOne) {
+  ClientReport report = Of(Row(5, 7, 5000, 6000, 1000));
+  CountArriving(Seen(10, 10), 1120, report);
+  EXPECT_EQ(report, Of(Row(5, 7, 5000, 6000, 1000)));
+}
+
+TEST(CountingAClient, TakesAnEmptyNameOverAnOlderOne) {
+  Sighting nameless = Seen(0, 0);
+  nameless.hostname.clear();
+  WirelessClientItem expected = Row(0, 0, 1000, 1000, 0);
+  expected.hostname.clear();
+  ClientReport arriving = Of(Row(0, 0, 1000, 1000, 0));
+  CountArriving(nameless, 1000, arriving);
+  EXPECT_EQ(arriving, Of(expected));
+  ClientReport continuing = Of(Row(0, 0, 1000, 1000, 0));
+  CountContinuing(nameless, {}, 1000, 0, continuing);
+  EXPECT_EQ(continuing, Of(expected));
+}
+
+TEST(RebuildingAWeek, TakesAnEmptyNameOverThatOfAnEarlierDay) {
+  WirelessClientItem nameless = Row(1, 1, 1, 1, 1);
+  nameless.hostname.clear();
+  ClientReports weekly;
+  RebuildWeek({{"2026-11-15", Of(Row(1, 1, 1, 1, 1))}, {"2026-11-16", Of(nameless)}}, "2026-11-17",
+              "2026-11-15/2026-11-21", weekly);
+  EXPECT_EQ(weekly["2026-11-15/2026-11-21"].clients["m||s"].hostname, "");
+}
+
+TEST(RebuildingAWeek, SumsItsDaysBeforeTodayAndTakesTheRestFromTheLast) {
+  WirelessClientItem monday = Row(10, 20, 1000, 2000, 600);
+  WirelessClientItem tuesday = Row(1, 2, 90'000, 91'000, 60);
+  tuesday.data_rate = 6;
+  tuesday.hostname = "renamed";
+  tuesday.mode = WIFIOpMode::k802_11a;
+  tuesday.band = WIFIBandType::k5GHz;
+  const ClientReport never = Of(Row(999, 999, 1, 1, 1));
+  const ClientReports daily{{"2026-11-14", never},
+                            {"2026-11-16", Of(monday)},
+                            {"2026-11-17", Of(tuesday)},
+                            {"2026-11-18", never},
+                            {"2026-11-19", never}};
+  ClientReports weekly{{"2026-11-15/2026-11-21", never}};
+  RebuildWeek(daily, "2026-11-18", "2026-11-15/2026-11-21", weekly);
+  EXPECT_EQ(weekly, (ClientReports{{"2026-11-15/2026-11-21", Of({.data_rate = 6,
+                                                                 .upload = 11,
+                                                                 .download = 22,
+                                                                 .first_seen = 1000,
+                                                                 .last_seen = 91'000,
+                                                                 .online_time = 660,
+                                                                 .hostname = "renamed",
+                                                                 .mode = WIFIOpMode::k802_11a,
+                                                                 .band = WIFIBandType::k5GHz})}}));
+}
+
+TEST(RebuildingAWeek, TakesItsFirstDayIn) {
+  const ClientReports daily{{"2026-11-15", Of(Row(1, 2, 3, 4, 5))}};
+  ClientReports weekly;
+  RebuildWeek(daily, "2026-11-16", "2026-11-15/2026-11-21", weekly);
+  EXPECT_EQ(weekly, (ClientReports{{"2026-11-15/2026-11-21", Of(Row(1, 2, 3, 4, 5))}}));
+}
+
+TEST(RebuildingAWeek, KeepsGuestsApart) {
+  const ClientReport sunday{.clients = {{"a", Row(1, 1, 1, 1, 1)}}, .guests = {{"a", Row(2, 2, 2, 2, 2)}}};
+  const ClientReport monday{.clients = {}, .guests = {{"b", Row(3, 3, 3, 3, 3)}}};
+  ClientReports weekly;
+  RebuildWeek({{"2026-11-15", sunday}, {"2026-11-16", monday}}, "2026-11-17", "2026-11-15/2026-11-21", weekly);
+  EXPECT_EQ(weekly["2026-11-15/2026-11-21"],
+            (ClientReport{.clients = {{"a", Row(1, 1, 1, 1, 1)}},
+                          .guests = {{"a", Row(2, 2, 2, 2, 2)}, {"b", Row(3, 3, 3, 3, 3)}}}));
+}
+
+TEST(RebuildingAWeek, LeavesNoWeekWithoutDaysAndOtherWeeksAlone) {
+  const ClientReport other = Of(Row(1, 1, 1, 1, 1));
+  ClientReports weekly{{"2026-11-08/2026-11-14", other}, {"2026-11-15/2026-11-21", other}};
+  RebuildWeek({{"2026-11-14", other}, {"2026-11-15", other}}, "2026-11-15", "2026-11-15/2026-11-21", weekly);
+  EXPECT_EQ(weekly, (ClientReports{{"2026-11-08/2026-11-14", other}}));
+}
+
+TEST(RebuildingAWeek, StaysWithin32BitsOfSeconds) {
+  const ClientReport day = Of(Row(0, 0, 1, 1, kMostSeconds));
+  ClientReports weekly;
+  RebuildWeek({{"2026-11-15", day}, {"2026-11-16", day}}, "2026-11-17", "2026-11-15/2026-11-21", weekly);
+  EXPECT_EQ(weekly["2026-11-15/2026-11-21"].clients["m||s"].online_time, kMostSeconds);
+}
+
+TEST(Trimming, LeavesAsManyAsAreKept) {
+  ClientReports reports{{"a", {}}, {"b", {}}};
+  Trim(reports, "b", 3);
+  EXPECT_THAT(KeysOf(reports), ElementsAre("a", "b"));
+  reports["c"];
+  Trim(reports, "c", 3);
+  EXPECT_THAT(KeysOf(reports), ElementsAre("a", "b", "c"));
+  reports["d"];
+  Trim(reports, "d", 3);
+  EXPECT_THAT(KeysOf(reports), ElementsAre("b", "c", "d"));
+}
+
+TEST(Trimming, TakesOneOldPeriodAtATime) {
+  ClientReports reports{{"a", {}}, {"b", {}}, {"c", {}}, {"d", {}}};
+  Trim(reports, "d", 2);
+  EXPECT_THAT(KeysOf(reports), ElementsAre("b", "c", "d"));
+  Trim(reports, "d", 2);
+  EXPECT_THAT(KeysOf(reports), ElementsAre("c", "d"));
+}
+
+TEST(Trimming, TakesTheFirstFuturePeriodAndOneAtATime) {
+  ClientReports reports{{"a", {}}, {"c", {}}, {"d", {}}};
+  Trim(reports, "b", 3);
+  EXPECT_THAT(KeysOf(reports), ElementsAre("a", "d"));
+  Trim(reports, "b", 3);
+  EXPECT_THAT(KeysOf(reports), ElementsAre("a"));
+}
+
+TEST(Trimming, TakesOneFutureAndOneOldPeriodInOnePass) {
+  ClientReports reports{{"a", {}}, {"b", {}}, {"c", {}}, {"d", {}}, {"e", {}}};
+  Trim(reports, "c", 3);
+  EXPECT_THAT(KeysOf(reports), ElementsAre("b", "c", "e"));
+}
+
+TEST(Trimming, FindsNothingWhereThereIsNothing) {
+  ClientReports reports;
+  Trim(reports, "a", 0);
+  EXPECT_THAT(KeysOf(reports), IsEmpty());
+}
+
+struct Share {
+  std::int32_t online;
+  std::int32_t period;
+  double percent;
+};
+
+class ShareOfAPeriod : public ::testing::TestWithParam<Share> {};
+
+TEST_P(ShareOfAPeriod, IsPercentWithOneDecimalRoundedDown) {
+  EXPECT_DOUBLE_EQ(OnlinePercent(GetParam().online, GetParam().period), GetParam().percent);
+}
+
+INSTANTIATE_TEST_SUITE_P(DaysAndWeeks, ShareOfAPeriod,
+                         ::testing::Values(Share{43'200, 86'400, 50.0}, Share{1'000, 86'400, 1.1},
+                                           Share{86, 86'400, 0.0}, Share{87, 86'400, 0.1}, Share{86'313, 86'400, 99.8},
+                                           Share{86'314, 86'400, 99.9}, Share{86'400, 86'400, 100.0},
+                                           Share{604'800, 604'800, 100.0}, Share{302'400, 604'800, 50.0},
+                                           Share{3'023, 604'800, 0.4}, Share{3'024, 604'800, 0.5}));
+
+INSTANTIATE_TEST_SUITE_P(APeriodThatHasOnlyJustBegun, ShareOfAPeriod,
+                         ::testing::Values(Share{0, 0, 0.0}, Share{60, 0, 0.0}, Share{kMostSeconds, 0, 0.0},
+                                           Share{0, 1, 0.0}, Share{1, 1, 100.0}));
+
+// 2'147'483 s is the longest time whose thousandfold 32 bits hold; 2'147'483'647'000 / 604'800 is 3'550'733 and a rest.
+INSTANTIATE_TEST_SUITE_P(TimesBeyondAnyWeek, ShareOfAPeriod,
+                         ::testing::Values(Share{2'147'483, 604'800, 355.0}, Share{2'147'484, 604'800, 355.0},
+                                           Share{kMostSeconds, 604'800, 355'073.3},
+                                           Share{kMostSeconds, 1, 214'748'364'700.0}));
+
+}  // namespace
