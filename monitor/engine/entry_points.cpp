@@ -9,6 +9,7 @@
 #include "monitor/engine/json_tree.h"
 #include "monitor/engine/monitoring_manager.h"
 #include "monitor/health/health_monitor.h"
+#include "monitor/reports/network/wireless_network_report.h"
 #include "monitor/reports/wireless_client_report.h"
 #include "monitor/traffic/traffic_monitor.h"
 #include "monitor/wirelesstop/wireless_top_monitor.h"
@@ -60,6 +61,7 @@ int RegisterMonitors() {
     manager.RegisterMonitor(std::make_shared<ClientCountMonitor>());
     manager.RegisterMonitor(std::make_shared<TrafficMonitor>());
     manager.RegisterMonitor(std::make_shared<WirelessTopMonitor>());
+    manager.RegisterMonitor(std::make_shared<vexora_probe::monitor::WirelessNetworkReport>());
     manager.RegisterMonitor(std::make_shared<WirelessClientReport>());
     manager.startMonitorEngine();
     RegisterMonitorMemoryCleanup(&ForgetDevice);
@@ -79,8 +81,12 @@ char* get_wireless_client_report(char const* request) {
   return Report(monitoring::kWirelessClientReport, request);
 }
 
+char* get_wireless_network_report_avail_list(char const* /*request*/) {
+  return AvailablePeriods(monitoring::kWirelessNetworkReport);
 }
 
+char* get_wireless_network_report(char const* request) {
+  return Report(monitoring::kWirelessNetworkReport, request);
 }
 
 // By value, because the symbol carries its parameter types and hosts look it up under this name.

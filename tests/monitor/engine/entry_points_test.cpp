@@ -117,11 +117,22 @@ TEST_F(EntryPointsTest, TakeWhatIsNoTextAsEmpty) {
 TEST_F(EntryPointsTest, RegisterMonitorsAnswersOneAndStartsTheEngine) {
   network.Switch(kSwitch).Port("ge1", {0, 0}).SampledAt(kStart);
   EXPECT_EQ(RegisterMonitors(), 1);
-  EXPECT_NE(MonitoringManager::GetInstance().GetMonitor("TrafficMonitor"), nullptr);
+  for (const char* name : {"TrafficMonitor", "wireless_top_monitor"}) {
+    EXPECT_NE(MonitoringManager::GetInstance().GetMonitor(name), nullptr) << name;
+    EXPECT_TRUE(probe::SubscriptionService::Instance().Parse(name, nullptr).has_value()) << name << " is fed";
+  }
   clock.RunPass(kStart + 60);
   Newest out;
   GetInterfaceTraffic(kSwitch, "ge1", out);
   EXPECT_EQ(out, (Newest{{"input", 0}, {"output", 0}}));
+}
+
+TEST_F(EntryPointsTest, RegisterMonitorsBringsTheWirelessClientReport) {
+  RegisterMonitors();
+  EXPECT_EQ(Taken(get_wireless_client_report_avail_list(nullptr)), R"({ "daily": [ ], "weekly": [ ] })");
+  EXPECT_EQ(Taken(get_wireless_client_report(R"({"report_type": "daily", "period": "2026-11-15"})")),
+            R"({ "wireless_clients": [ ], "wireless_guests": [ ], "expire": true })");
+  EXPECT_EQ(Taken(get_wireless_client_report("{}")), R"({ "wireless_clients": [ ], "wireless_guests": [ ] })");
 }
 
 TEST_F(EntryPointsTest, ASecondRegistrationKeepsTheFirstMonitorsAndLogsTheRefusedTask) {

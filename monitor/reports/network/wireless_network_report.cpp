@@ -1,0 +1,266 @@
+#include "monitor/reports/network/wireless_network_report.h"
+
+#include <set>
+#include <utility>
+
+#include "monitor/engine/constants.h"
+#include "monitor/engine/devices.h"
+#include "monitor/engine/json_keys.h"
+#include "monitor/reports/network/families.h"
+#include "monitor/reports/network/keys.h"
+#include "monitor/reports/network/retention.h"
+#include "monitor/reports/network/rogues.h"
+#include "monitor/reports/network/show.h"
+#include "platform/logging.h"
+
+namespace vexora_probe::monitor {
+namespace {
+
+namespace json_key = monitoring::json_key;
+using monitoring::JsonTree;
+using utilities::lock::lock_guard_read;
+using utilities::lock::lock_guard_write;
+
+constexpr std::uint32_t kPassesPerSample = 5;
+constexpr int kSlotMinutes = 5;
+constexpr int kHourMinutes = 60;
+
+/// The bucket of a report; an empty one when there is none.
+template <typename Bucket>
+const Bucket& BucketOf(const std::map<std::string, std::map<std::string, Bucket>>& report, const std::string& type,
+                       const std::string& period) {
+  static const Bucket empty;
+  const auto buckets = report.find(type);
+  if (buckets == report.end()) return empty;
+  const auto bucket = buckets->second.find(period);
+  return bucket == buckets->second.end() ? empty : bucket->second;
+}
+
+tm LocalTime(time_t time) {
+  tm local{};
+  return localtime_r(&time, &local) == nullptr ? tm{} : local;
+}
+
+}  // namespace
+
+WirelessNetworkReport::WirelessNetworkReport() : last_collection_time_(time(nullptr)) {}
+
+std::string WirelessNetworkReport::GetMonitorName() {
+  return monitoring::kWirelessNetworkReport;
+}
+
+void WirelessNetworkReport::CollectData() {
+  const std::vector<std::string> macs = DeviceManager::GetInstance().GetOnlineManagedDevices(true);
+  const long now = static_cast<long>(time(nullptr));
+  const std::string day = GetDateStr(now);
+  const std::string week = GetWeekStr(now);
+  if (!BeginPass(static_cast<time_t>(now), week)) return;
+
+  bool is_changed = ClearOtherSnapShot(day, now);
+  if (static_cast<long>(last_collection_time_) > now) is_changed = true;
+  CleaRedundantSampleData(day, week, is_changed);
+  ClearTimeDeltaForRadio();
+  pel_log_debug(log_module::kMonitor, "[WirelessNetworkReport::CollectData] Times up");
+
+  for (const std::string& mac : macs) CollectDevice(mac, now, day, week);
+  CollectSSIDsByMac(now, day, week);
+  CollectSSIDs(now, day, week);
+  CollectAccessPoints(now, day, week);
+  CollectSpectrums(now, day, week);
+  last_collection_time_ = static_cast<time_t>(now);
+}
+
+bool WirelessNetworkReport::BeginPass(time_t now, const std::string& week) {
+  const tm local = LocalTime(now);
+  week_day_ = local.tm_wday;
+  ++tick_counter_;
+  if (tick_counter_ % kPassesPerSample != 0) return false;
+  if (!GetStartEndTimeOfWeek(week, week_start_, week_end_)) {
+    // the counter goes on, so that the next attempt comes five passes later
+    pel_log_error(log_module::kMonitor, "[WirelessNetworkReport::CollectData] Get start and end day failed");
+    return false;
+  }
+  const std::int32_t slots = (local.tm_hour * kHourMinutes + local.tm_min) / kSlotMinutes;
+  SampleCountCurrentTime = slots;
+  pel_log_debug(log_module::kMonitor,
+                "[WirelessNetworkReport::CollectData] timeinfo.tm_hour: %d, timeinfo.tm_min: %d, "
+                "SampleCountCurrentTime: %d",
+                local.tm_hour, local.tm_min, static_cast<int>(slots));
+  tick_counter_ = 0;
+  return true;
+}
+
+void WirelessNetworkReport::CollectDevice(const std::string& mac, const long& now, const std::string& day,
+                                          const std::string& week) {
+  const std::shared_ptr<Device> device = monitoring::WirelessDevice(mac);
+  if (device == nullptr) return;
+  CollectNeighboringAPs(device, now, day, week);
+  CollectOneSSID(device, now, day, week);
+}
+
+void WirelessNetworkReport::CollectNeighboringAPs(const std::shared_ptr<Device>& device, const long& now,
+                                                  const std::string& day, const std::string& week) {
+  const Scan scan = ReadScan(*device);
+  if (scan.heard.empty()) return;
+  const lock_guard_write held(lock_);
+  RecordScan(scan, now, TimeOf(day, week), report_);
+}
+
+void WirelessNetworkReport::CollectOneSSID(const std::shared_ptr<Device>& device, const long& now,
+                                           const std::string& day, const std::string& /*week*/) {
+  if (device->driver() == nullptr) return;
+  const std::string mac = device->basic_info().mac;
+  SSIDConfigurations configurations;
+  GetSSIDCfgs(mac, configurations);
+  std::vector<Networks> samples = ReadSSIDs(*device, configurations);
+  if (samples.empty()) return;
+  const std::string minute = MinuteKey(now);
+  const lock_guard_write held(lock_);
+  DaySamples& networks = report_.device_ssid_samples[day][mac];
+  for (Networks& sample : samples) networks[SSIDKeyWithRadio(sample.attributes)][minute] = std::move(sample);
+}
+
+void WirelessNetworkReport::CollectSSIDsByMac(const long& /*now*/, const std::string& day, const std::string& week) {
+  const lock_guard_write held(lock_);
+  FoldDevices(TimeOf(day, week), report_, radio_deltas_);
+}
+
+void WirelessNetworkReport::CollectSSIDs(const long& /*now*/, const std::string& day, const std::string& week) {
+  const lock_guard_write held(lock_);
+  FoldFamily(kSSIDs, TimeOf(day, week), report_);
+}
+
+void WirelessNetworkReport::CollectAccessPoints(const long& /*now*/, const std::string& day, const std::string& week) {
+  // The host is asked before the lock is taken, and the answers are stored before it is let go: no report may find an
+  // access point that has its figures, but not yet its name.
+  const AccessPointInfos infos = ReadAccessPointInfos(AccessPointMacs(day));
+  const lock_guard_write held(lock_);
+  FoldFamily(kAccessPoints, TimeOf(day, week), report_);
+  StoreAccessPointInfos(infos);
+}
+
+void WirelessNetworkReport::CollectSpectrums(const long& /*now*/, const std::string& day, const std::string& week) {
+  const lock_guard_write held(lock_);
+  FoldFamily(kSpectrums, TimeOf(day, week), report_);
+}
+
+void WirelessNetworkReport::UpdateAccessPointsInfo() {
+  const AccessPointInfos infos = ReadAccessPointInfos(AccessPointMacs({}));
+  const lock_guard_write held(lock_);
+  StoreAccessPointInfos(infos);
+}
+
+std::vector<std::string> WirelessNetworkReport::AccessPointMacs(const std::string& day) const {
+  std::set<std::string> macs;
+  const lock_guard_read held(lock_);
+  for (const auto& [period, buckets] : report_.access_point_report) {
+    for (const auto& [key, records] : buckets) {
+      for (const auto& [mac, record] : records) macs.insert(mac);
+    }
+  }
+  const auto today = report_.device_ssid_samples.find(day);
+  if (today != report_.device_ssid_samples.end()) {
+    for (const auto& [mac, networks] : today->second) macs.insert(mac);
+  }
+  return {macs.begin(), macs.end()};
+}
+
+void WirelessNetworkReport::StoreAccessPointInfos(const AccessPointInfos& infos) {
+  for (auto& [period, buckets] : report_.access_point_report) {
+    for (auto& [key, records] : buckets) {
+      for (const auto& [mac, record] : records) {
+        const auto info = infos.find(mac);
+        if (info == infos.end()) continue;
+        NetworksAttr attributes = record.attributes;
+        attributes.apname = info->second.apname;
+        attributes.model = info->second.model;
+        attributes.version = info->second.version;
+        UpdateNetworkAttr(records, mac, attributes);
+      }
+    }
+  }
+}
+
+ReportTime WirelessNetworkReport::TimeOf(const std::string& day, const std::string& week) const {
+  return {.day = day,
+          .week = week,
+          .week_start = week_start_,
+          .week_end = week_end_,
+          .weekday = week_day_,
+          .slots = SampleCountCurrentTime};
+}
+
+bool WirelessNetworkReport::ClearOtherSnapShot(const std::string& day, const long& now) {
+  const lock_guard_write held(lock_);
+  return monitor::ClearOtherSnapShot(day, now, report_);
+}
+
+void WirelessNetworkReport::CleaRedundantSampleData(const std::string& day, const std::string& week,
+                                                    const bool& clear_current) {
+  const lock_guard_write held(lock_);
+  monitor::CleaRedundantSampleData(day, week, clear_current, report_);
+}
+
+void WirelessNetworkReport::ClearTimeDeltaForRadio() {
+  const lock_guard_write held(lock_);
+  radio_deltas_.clear();
+}
+
+std::string WirelessNetworkReport::GetAvailableTypePeriod() {
+  const lock_guard_read held(lock_);
+  const JsonTree periods = PeriodsObject(report_.access_point_report);
+  return periods == nullptr ? std::string() : monitoring::TextOf(periods.get());
+}
+
+std::string WirelessNetworkReport::GetWirelessReport(const std::string& report_type, const std::string& period) {
+  const JsonTree result = monitoring::NewObject();
+  if (result == nullptr) {
+    pel_log_error(log_module::kMonitor, "[WirelessNetworkReport::GetWirelessReport] result is NULL");
+    return {};
+  }
+  JsonTree rogues = GetRogueAPsReport(report_type, period);
+  JsonTree access_points = GetAccessPointsReport(report_type, period);
+  JsonTree networks = GetSSIDsReport(report_type, period);
+  JsonTree spectrums = GetSpectrumsReport(report_type, period);
+  const bool is_expired = CheckPeriodExpire(report_type, period);
+  if (rogues != nullptr) {
+    monitoring::Add(result, json_key::kRogueAp, std::move(rogues));
+    monitoring::Add(result, json_key::kExpire, monitoring::NewBoolean(is_expired));
+  }
+  monitoring::Add(result, json_key::kWirelessAccessPoints, std::move(access_points));
+  monitoring::Add(result, json_key::kWirelessNetwork, std::move(networks));
+  monitoring::Add(result, json_key::kSpectrumUsage, std::move(spectrums));
+  return monitoring::TextOf(result.get());
+}
+
+JsonTree WirelessNetworkReport::GetRogueAPsReport(const std::string& report_type, const std::string& period) const {
+  const lock_guard_read held(lock_);
+  return RogueAPsArray(BucketOf(report_.rogue_report, report_type, period));
+}
+
+JsonTree WirelessNetworkReport::GetAccessPointsReport(const std::string& report_type, const std::string& period) const {
+  const lock_guard_read held(lock_);
+  return AccessPointsObject(BucketOf(report_.access_point_report, report_type, period));
+}
+
+JsonTree WirelessNetworkReport::GetSSIDsReport(const std::string& report_type, const std::string& period) const {
+  const lock_guard_read held(lock_);
+  return SSIDsArray(BucketOf(report_.ssid_report, report_type, period));
+}
+
+JsonTree WirelessNetworkReport::GetSpectrumsReport(const std::string& report_type, const std::string& period) const {
+  const lock_guard_read held(lock_);
+  return SpectrumsObject(BucketOf(report_.spectrum_report, report_type, period));
+}
+
+JsonTree WirelessNetworkReport::GenerateSeenByString(const std::map<std::string, std::string>& seen_by) {
+  return SeenByObject(seen_by);
+}
+
+bool WirelessNetworkReport::CheckPeriodExpire(const std::string& report_type, const std::string& period) const {
+  const lock_guard_read held(lock_);
+  const auto buckets = report_.access_point_report.find(report_type);
+  return buckets != report_.access_point_report.end() && !buckets->second.empty() && !buckets->second.contains(period);
+}
+
+}  // namespace vexora_probe::monitor

@@ -1,0 +1,156 @@
+#pragma once
+
+#include <cstdint>
+#include <ctime>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "monitor/engine/json_tree.h"
+#include "monitor/engine/monitor.h"
+#include "monitor/reports/network/collect.h"
+#include "monitor/reports/network/conversion.h"
+#include "monitor/reports/network/records.h"
+#include "monitor/reports/network/report_time.h"
+#include "platform/configuration.h"
+#include "platform/device_centre.h"
+#include "platform/utilities/locks.h"
+
+namespace vexora_probe::monitor {
+
+/// Keeps what the wireless side of the network did, day by day and week by week: foreign access points, access points,
+/// networks and bands. Answers report requests from it.
+///
+/// Samples are taken every fifth pass, so every five minutes. Each of these passes folds the samples of the current day
+/// into the day's and the week's bucket; seven days and four weeks are kept.
+///
+/// Threads: a pass runs on the engine's thread, and so do the operations that it is made of. Reports come from any
+///          thread, also during a pass: between two of its steps they see what there is at that moment.
+class WirelessNetworkReport final : public Monitor {
+ public:
+  WirelessNetworkReport();
+  ~WirelessNetworkReport() override = default;
+
+  std::string GetMonitorName() override;
+
+  // Keys, and conversions between records. See keys.h and conversion.h.
+
+  static void RemoveRadioTypeFromSSIDKey(const std::string& ssid_key, std::string& out);
+  static bool GetAttributeFromKey(const std::string& ssid_key, std::string& name, models::controller::SecModeType& mode,
+                                  bool& guest);
+  static bool GetStartEndTimeOfWeek(const std::string& week, std::string& start, std::string& end);
+  static void UpdateNetworkAttr(Records& records, const std::string& key, const NetworksAttr& attributes);
+  static void AccessPointsToNetworksStruct(const Measurements& from, Records& to);
+  static void AccessPointsToNetworksStruct(const NestedMeasurements& from, Buckets& to);
+  static void NetworksStructToAccessPoints(const Records& from, Measurements& to);
+  static void NetworksStructToAccessPoints(const Buckets& from, NestedMeasurements& to);
+  static void TrafficStructDe(const std::string& id, const std::map<std::string, TrafficCount>& interfaces,
+                              AccessPoints& access_point);
+
+  // Collection. `now` is the pass time in seconds since the epoch, `day` and `week` its keys.
+
+  /// Every fifth call takes samples and folds them; the others only count.
+  void CollectData() override VEXORA_EXCLUDES(lock_);
+
+  /// Takes the device's scan into the report of foreign access points.
+  void CollectNeighboringAPs(const std::shared_ptr<Device>& device, const long& now, const std::string& day,
+                             const std::string& week) VEXORA_EXCLUDES(lock_);
+
+  /// Takes a sample of each SSID interface of the device. Does nothing for a device without driver.
+  void CollectOneSSID(const std::shared_ptr<Device>& device, const long& now, const std::string& day,
+                      const std::string& week) VEXORA_EXCLUDES(lock_);
+
+  /// Folds the samples of each device into its own days and weeks, and gives the latest samples their speeds.
+  void CollectSSIDsByMac(const long& now, const std::string& day, const std::string& week) VEXORA_EXCLUDES(lock_);
+
+  /// Fold the samples of all devices into the days and weeks of networks, access points and bands.
+  void CollectSSIDs(const long& now, const std::string& day, const std::string& week) VEXORA_EXCLUDES(lock_);
+  void CollectAccessPoints(const long& now, const std::string& day, const std::string& week) VEXORA_EXCLUDES(lock_);
+  void CollectSpectrums(const long& now, const std::string& day, const std::string& week) VEXORA_EXCLUDES(lock_);
+
+  /// Renews name, model and firmware of every access point in every bucket.
+  void UpdateAccessPointsInfo() VEXORA_EXCLUDES(lock_);
+
+  /// Fills `configurations` with the SSID configurations of a router or access point.
+  static void GetSSIDCfgs(const std::string& device_mac, SSIDConfigurations& configurations);
+
+  /// Sets `chosen` to the configuration of an SSID on a radio: the radio's own before the one for both. Whether there
+  /// is one; if not, `chosen` stays as it was.
+  static bool GetSSIDCfg(const std::string& ssid, const std::string& radio, const SSIDConfigurations& configurations,
+                         models::controller::SSIDCfg& chosen);
+
+  // Aggregation. The arguments of all: an ID and its samples of the day, or a report and its snapshot; the "daily" and
+  // "weekly" buckets to fold them into. The slots of the day that have begun are `SampleCountCurrentTime`.
+
+  /// The client counts of the day and the week. Renews those of all other IDs too; a pass does that part once for all.
+  void CalculateClientCountData(const std::string& id, const Samples& samples, const std::string& day,
+                                const std::string& week, Buckets& daily, Buckets& weekly) const;
+
+  /// The speed of the latest sample, and the traffic of the day and the week; otherwise as the client counts.
+  void CalculateTrafficData(const std::string& id, Samples& samples, const std::string& day, const std::string& week,
+                            Buckets& daily, Buckets& weekly) const;
+
+  void CalculateSSIDsDailyTraffic(Report& report, const Snapshot& snapshot, const std::string& day) const;
+  void CalculateAccesspointsDailyTraffic(Report& report, const Snapshot& snapshot, const std::string& day) const;
+  void CalculateSpectrumDailyTraffic(Report& report, const Snapshot& snapshot, const std::string& day) const;
+  void CalculateWeeklyTraffic(Report& report, const std::string& day, const std::string& week) const;
+
+  /// See rogues.h.
+  static double GetAverageSignalStrength(const std::map<std::string, RogueAPs>& sightings, const bool& daily);
+
+  // Retention. See retention.h.
+
+  bool ClearOtherSnapShot(const std::string& day, const long& now) VEXORA_EXCLUDES(lock_);
+  void CleaRedundantSampleData(const std::string& day, const std::string& week, const bool& clear_current)
+      VEXORA_EXCLUDES(lock_);
+  void ClearTimeDeltaForRadio() VEXORA_EXCLUDES(lock_);
+
+  // Output. Threads: any. `report_type` is "daily" or "weekly", `period` a day or week key; a bucket that there is not
+  // is shown empty.
+
+  std::string GetAvailableTypePeriod() override VEXORA_EXCLUDES(lock_);
+  std::string GetWirelessReport(const std::string& report_type, const std::string& period) override
+      VEXORA_EXCLUDES(lock_);
+  monitoring::JsonTree GetRogueAPsReport(const std::string& report_type, const std::string& period) const
+      VEXORA_EXCLUDES(lock_);
+  monitoring::JsonTree GetAccessPointsReport(const std::string& report_type, const std::string& period) const
+      VEXORA_EXCLUDES(lock_);
+  monitoring::JsonTree GetSSIDsReport(const std::string& report_type, const std::string& period) const
+      VEXORA_EXCLUDES(lock_);
+  monitoring::JsonTree GetSpectrumsReport(const std::string& report_type, const std::string& period) const
+      VEXORA_EXCLUDES(lock_);
+  static monitoring::JsonTree GenerateSeenByString(const std::map<std::string, std::string>& seen_by);
+
+  /// Whether a bucket has aged out: there are others of its type, but not this one.
+  bool CheckPeriodExpire(const std::string& report_type, const std::string& period) const VEXORA_EXCLUDES(lock_);
+
+  void MergeDataForInterval() override {}
+  void MergeDifferentInterval(const std::string& /*source*/, const std::string& /*target*/, int /*count*/,
+                              int /*minutes*/) override {}
+
+ private:
+  /// The calendar of the pass, as the folding functions want it.
+  ReportTime TimeOf(const std::string& day, const std::string& week) const;
+
+  /// The calendar and the tick of a pass; whether it is one that takes samples.
+  bool BeginPass(time_t now, const std::string& week);
+
+  void CollectDevice(const std::string& mac, const long& now, const std::string& day, const std::string& week)
+      VEXORA_EXCLUDES(lock_);
+  std::vector<std::string> AccessPointMacs(const std::string& day) const VEXORA_EXCLUDES(lock_);
+  void StoreAccessPointInfos(const AccessPointInfos& infos) VEXORA_REQUIRES(lock_);
+
+  // The engine's thread only.
+  std::string week_start_;
+  std::string week_end_;
+  std::int32_t week_day_ = 0;        // of the latest pass; 0 is Sunday
+  time_t last_collection_time_ = 0;  // tells when the clock goes back
+  std::uint32_t tick_counter_ = 0;   // passes since samples were last taken
+
+  mutable utilities::lock::RwLock lock_;
+  NetworkReport report_ VEXORA_GUARDED_BY(lock_);
+  RadioDeltas radio_deltas_ VEXORA_GUARDED_BY(lock_);  // of the pass in progress
+};
+
+}  // namespace vexora_probe::monitor

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "monitor/reports/network/records.h"
+#include "monitor/reports/network/report_time.h"
+#include "monitor/reports/network/rogues.h"
+
+namespace test {
+
+/// What one device tells in a pass.
+struct DeviceReading {
+  std::string mac;
+  vexora_probe::monitor::Scan scan;
+  std::vector<vexora_probe::monitor::Networks> ssids;
+};
+
+/// One pass of the wireless network report, done the slow and plain way: every ID finishes all days and rebuilds the
+/// whole week, and so does every scan. Writes no log lines.
+void LiteralPass(const std::vector<DeviceReading>& devices, long now, bool is_clock_back,
+                 const vexora_probe::monitor::ReportTime& time, vexora_probe::monitor::NetworkReport& report);
+
+/// One pass as the monitor does it, over plain readings.
+void MonitorPass(const std::vector<DeviceReading>& devices, long now, bool is_clock_back,
+                 const vexora_probe::monitor::ReportTime& time, vexora_probe::monitor::NetworkReport& report);
+
+/// Everything that a report holds, a line for each record; reals to the last bit.
+std::string Dump(const vexora_probe::monitor::NetworkReport& report);
+
+}  // namespace test

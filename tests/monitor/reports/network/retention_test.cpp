@@ -1,0 +1,212 @@
+#include "monitor/reports/network/retention.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/support/log_capture.h"
+
+namespace vexora_probe::monitor {
+namespace {
+
+using probe::log::Level;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::Key;
+
+constexpr const char* kDay = "2026-11-18";
+constexpr const char* kWeek = "2026-11-15/2026-11-21";
+constexpr long kNow = 29'920'320L * 60;
+constexpr const char* kNowKey = "29920320";
+constexpr const char* kFiveBefore = "29920315";
+
+/// A store with a sample of yesterday, and one of today at this minute in every snapshot.
+NetworkReport Sampled(const std::string& minute) {
+  NetworkReport report;
+  for (const char* day : {"2026-11-17", kDay}) {
+    report.rogue_samples[day]["rogue"][minute];
+    report.access_point_snapshot[day]["ap"][minute];
+    report.ssid_snapshot[day]["ssid"][minute];
+    report.spectrum_snapshot[day]["5GHz"][minute];
+    report.device_ssid_samples[day]["ap"]["ssid"][minute];
+  }
+  return report;
+}
+
+/// Adds a bucket of this key to every report.
+void AddBucket(const char* period, const std::string& key, NetworkReport& report) {
+  report.device_ssid_report[period]["ap"][key]["ssid"];
+  report.rogue_report[period][key]["rogue"];
+  report.access_point_report[period][key]["ap"];
+  report.ssid_report[period][key]["ssid"];
+  report.spectrum_report[period][key]["5GHz"];
+}
+
+template <typename Buckets>
+std::vector<std::string> KeysOf(const Buckets& buckets) {
+  std::vector<std::string> keys;
+  for (const auto& [key, bucket] : buckets) keys.push_back(key);
+  return keys;
+}
+
+/// The keys of every report's buckets, which are expected to be the same in all five.
+std::vector<std::string> Kept(const char* period, NetworkReport& report) {
+  const auto keys = KeysOf(report.access_point_report[period]);
+  EXPECT_EQ(KeysOf(report.rogue_report[period]), keys);
+  EXPECT_EQ(KeysOf(report.ssid_report[period]), keys);
+  EXPECT_EQ(KeysOf(report.spectrum_report[period]), keys);
+  EXPECT_EQ(KeysOf(report.device_ssid_report[period]["ap"]), keys);
+  return keys;
+}
+
+TEST(ClearOtherSnapShot, KeepsOnlyTodaysSamples) {
+  NetworkReport report = Sampled(kFiveBefore);
+  EXPECT_FALSE(ClearOtherSnapShot(kDay, kNow, report));
+  EXPECT_THAT(report.rogue_samples, ElementsAre(Key(kDay)));
+  EXPECT_THAT(report.access_point_snapshot, ElementsAre(Key(kDay)));
+  EXPECT_THAT(report.ssid_snapshot, ElementsAre(Key(kDay)));
+  EXPECT_THAT(report.spectrum_snapshot, ElementsAre(Key(kDay)));
+  EXPECT_THAT(report.device_ssid_samples, ElementsAre(Key(kDay)));
+  EXPECT_FALSE(report.device_ssid_samples[kDay]["ap"]["ssid"].empty());
+}
+
+TEST(ClearOtherSnapShot, EmptiesTodayWhenASampleIsOfThisMinuteOrLater) {
+  for (const char* minute : {kNowKey, "29920321", "29999999"}) {
+    NetworkReport report = Sampled(minute);
+    EXPECT_TRUE(ClearOtherSnapShot(kDay, kNow, report)) << minute;
+    EXPECT_THAT(report.rogue_samples[kDay], IsEmpty());
+    EXPECT_THAT(report.access_point_snapshot[kDay], IsEmpty());
+    EXPECT_THAT(report.ssid_snapshot[kDay], IsEmpty());
+    EXPECT_THAT(report.spectrum_snapshot[kDay], IsEmpty());
+    EXPECT_THAT(report.device_ssid_samples[kDay], IsEmpty());
+  }
+}
+
+TEST(ClearOtherSnapShot, EmptiesTheSnapshotsFromTheFirstThatShowsTheFutureOn) {
+  NetworkReport report = Sampled(kFiveBefore);
+  report.ssid_snapshot[kDay]["ssid"][kNowKey];
+  EXPECT_TRUE(ClearOtherSnapShot(kDay, kNow, report));
+  EXPECT_FALSE(report.rogue_samples[kDay].empty()) << "looked at before";
+  EXPECT_FALSE(report.access_point_snapshot[kDay].empty()) << "looked at before";
+  EXPECT_THAT(report.ssid_snapshot[kDay], IsEmpty());
+  EXPECT_THAT(report.spectrum_snapshot[kDay], IsEmpty());
+  EXPECT_THAT(report.device_ssid_samples[kDay], IsEmpty());
+}
+
+TEST(ClearOtherSnapShot, FindsTheFutureInTheDevicesSamplesAlone) {
+  NetworkReport report = Sampled(kFiveBefore);
+  report.device_ssid_samples[kDay]["other"]["ssid"][kNowKey];
+  EXPECT_TRUE(ClearOtherSnapShot(kDay, kNow, report));
+  EXPECT_FALSE(report.spectrum_snapshot[kDay].empty());
+  EXPECT_THAT(report.device_ssid_samples[kDay], IsEmpty());
+}
+
+TEST(ClearOtherSnapShot, ComparesMinutesAsTexts) {
+  NetworkReport report = Sampled("999");  // before minute 1000, but not as a text
+  EXPECT_TRUE(ClearOtherSnapShot(kDay, 1'000L * 60, report));
+}
+
+TEST(ClearOtherSnapShot, LooksNoFurtherThanTheFirstFromTheEndThatShowsTheFuture) {
+  NetworkReport report;
+  report.access_point_snapshot[kDay]["a"][kFiveBefore];
+  report.access_point_snapshot[kDay]["b"][kNowKey];
+  report.access_point_snapshot[kDay]["c"][kFiveBefore];
+  report.access_point_snapshot[kDay]["d"];
+  const test::LogCapture log;
+  EXPECT_TRUE(ClearOtherSnapShot(kDay, kNow, report));
+  const std::string at = "[WirelessNetworkReport::ClearOtherSnapShot] ";
+  EXPECT_THAT(
+      log.Texts(Level::kDebug),
+      ElementsAre(at + "Access points size: 1", at + "Access points mins_iter: 29920315, now: 29920320",
+                  at + "Access points mins_iter: 29920320, now: 29920320", at + "Clear access_points_report snapshot",
+                  at + "SSID report size: 0", at + "Clear ssids report snapshot", at + "Spectrum report size: 0",
+                  at + "Clear spectrum report snapshot", at + "Clear DeviceSSIDsReport snapshot"));
+}
+
+TEST(ClearOtherSnapShot, LogsEverySnapshotInOrder) {
+  NetworkReport report = Sampled(kNowKey);
+  const test::LogCapture log;
+  ClearOtherSnapShot(kDay, kNow, report);
+  const std::string at = "[WirelessNetworkReport::ClearOtherSnapShot] ";
+  EXPECT_THAT(log.Texts(Level::kDebug),
+              ElementsAre(at + "rogue APs mins_iter: 29920320, now: 29920320", at + "Clear raps_report snapshot",
+                          at + "Access points size: 2", at + "Access points mins_iter: 29920320, now: 29920320",
+                          at + "Clear access_points_report snapshot", at + "SSID report size: 2",
+                          at + "SSID report mins_iter: 29920320, now: 29920320", at + "Clear ssids report snapshot",
+                          at + "Spectrum report size: 2", at + "Spectrum report mins_iter: 29920320, now: 29920320",
+                          at + "Clear spectrum report snapshot", at + "Clear DeviceSSIDsReport snapshot"));
+}
+
+TEST(CleaRedundantSampleData, KeepsSevenDaysAndRemovesTheOldestOfEight) {
+  NetworkReport report;
+  for (const char* day :
+       {"2026-11-11", "2026-11-12", "2026-11-13", "2026-11-14", "2026-11-15", "2026-11-16", "2026-11-17"}) {
+    AddBucket("daily", day, report);
+  }
+  CleaRedundantSampleData(kDay, kWeek, false, report);
+  EXPECT_EQ(Kept("daily", report).size(), 7U);
+  AddBucket("daily", kDay, report);
+  CleaRedundantSampleData(kDay, kWeek, false, report);
+  EXPECT_EQ(Kept("daily", report), (std::vector<std::string>{"2026-11-12", "2026-11-13", "2026-11-14", "2026-11-15",
+                                                             "2026-11-16", "2026-11-17", kDay}));
+}
+
+TEST(CleaRedundantSampleData, KeepsFourWeeksAndRemovesTheOldestOfFive) {
+  NetworkReport report;
+  for (const char* week : {"2026-10-11/2026-10-17", "2026-10-18/2026-10-24", "2026-10-25/2026-10-31",
+                           "2026-11-01/2026-11-07", "2026-11-08/2026-11-14"}) {
+    AddBucket("weekly", week, report);
+  }
+  CleaRedundantSampleData(kDay, kWeek, false, report);
+  EXPECT_EQ(Kept("weekly", report), (std::vector<std::string>{"2026-10-18/2026-10-24", "2026-10-25/2026-10-31",
+                                                              "2026-11-01/2026-11-07", "2026-11-08/2026-11-14"}));
+  CleaRedundantSampleData(kDay, kWeek, false, report);
+  EXPECT_EQ(Kept("weekly", report).size(), 4U);
+}
+
+TEST(CleaRedundantSampleData, RemovesOneBucketForEachTestOfTheSize) {
+  NetworkReport report;
+  for (int day = 1; day <= 9; ++day) AddBucket("daily", "2026-11-0" + std::to_string(day), report);
+  CleaRedundantSampleData(kDay, kWeek, false, report);
+  EXPECT_EQ(Kept("daily", report).size(), 8U);
+}
+
+TEST(CleaRedundantSampleData, RemovesTheFutureAndTheCurrentWeekWhichThePassBuildsAnew) {
+  NetworkReport report;
+  for (const char* day : {"2026-11-17", kDay, "2026-11-19", "2027-01-01"}) AddBucket("daily", day, report);
+  for (const char* week : {"2026-11-08/2026-11-14", kWeek, "2026-11-22/2026-11-28"}) AddBucket("weekly", week, report);
+  CleaRedundantSampleData(kDay, kWeek, false, report);
+  EXPECT_THAT(Kept("daily", report), ElementsAre("2026-11-17", kDay));
+  EXPECT_THAT(Kept("weekly", report), ElementsAre("2026-11-08/2026-11-14"));
+}
+
+TEST(CleaRedundantSampleData, KeepsTodaysSamplesUnlessTheClockWentBack) {
+  NetworkReport report = Sampled(kFiveBefore);
+  AddBucket("daily", kDay, report);
+  CleaRedundantSampleData(kDay, kWeek, false, report);
+  EXPECT_FALSE(report.device_ssid_samples[kDay].empty());
+  EXPECT_THAT(Kept("daily", report), ElementsAre(kDay));
+}
+
+TEST(CleaRedundantSampleData, DropsTodayEverywhereWhenTheClockWentBack) {
+  NetworkReport report = Sampled(kFiveBefore);
+  for (const char* day : {"2026-11-17", kDay}) AddBucket("daily", day, report);
+  for (const char* week : {"2026-11-08/2026-11-14", kWeek}) AddBucket("weekly", week, report);
+  report.device_ssid_report["daily"]["new"][kDay]["ssid"];
+  report.device_ssid_report["weekly"]["new"][kWeek]["ssid"];
+  const test::LogCapture log;
+  CleaRedundantSampleData(kDay, kWeek, true, report);
+  EXPECT_THAT(report.device_ssid_samples[kDay], IsEmpty());
+  EXPECT_THAT(report.rogue_samples[kDay], IsEmpty());
+  EXPECT_THAT(report.access_point_snapshot[kDay], IsEmpty());
+  EXPECT_THAT(report.ssid_snapshot[kDay], IsEmpty());
+  EXPECT_THAT(report.spectrum_snapshot[kDay], IsEmpty());
+  EXPECT_THAT(Kept("daily", report), ElementsAre("2026-11-17"));
+  EXPECT_THAT(Kept("weekly", report), ElementsAre("2026-11-08/2026-11-14"));
+  EXPECT_THAT(KeysOf(report.device_ssid_report["daily"]), ElementsAre("ap")) << "the device without a day left is gone";
+  EXPECT_THAT(KeysOf(report.device_ssid_report["weekly"]), ElementsAre("ap"));
+  EXPECT_THAT(log.Texts(Level::kDebug),
+              ElementsAre("[WirelessNetworkReport::CleaRedundantSampleData] clear current day and week data"));
+}
+
+}  // namespace
+}  // namespace vexora_probe::monitor

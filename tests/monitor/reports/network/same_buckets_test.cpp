@@ -1,0 +1,213 @@
+// The pass folds finished days and the week once, where the plain version does so for every ID. Random histories show
+// that both leave the same records, to the last bit.
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <ctime>
+#include <memory>
+#include <random>
+
+#include "monitor/engine/time_keys.h"
+#include "monitor/reports/network/collect.h"
+#include "monitor/reports/network/keys.h"
+#include "monitor/reports/network/show.h"
+#include "monitor/reports/network/wireless_network_report.h"
+#include "probe/clock/virtual_clock.h"
+#include "probe/logging/log.h"
+#include "tests/monitor/reports/network/literal_report.h"
+#include "tests/support/network.h"
+
+namespace {
+
+using vexora_probe::models::controller::NeighboringAP;
+using vexora_probe::models::controller::SecModeType;
+using vexora_probe::models::controller::WIFIBandType;
+using vexora_probe::monitor::NetworkReport;
+using vexora_probe::monitor::ReportTime;
+using vexora_probe::monitor::WirelessNetworkReport;
+
+constexpr time_t kStart = 1'795'219'200;  // 2026-11-21 00:00 UTC, a Saturday
+
+struct Zone {
+  explicit Zone(const char* name) {
+    setenv("TZ", name, 1);
+    tzset();
+  }
+  ~Zone() {
+    setenv("TZ", "UTC", 1);
+    tzset();
+  }
+};
+
+ReportTime TimeAt(time_t now) {
+  tm local{};
+  localtime_r(&now, &local);
+  ReportTime time;
+  time.day = monitoring::time_keys::Day(now);
+  time.week = monitoring::time_keys::Week(now);
+  time.week_start = time.week.substr(0, time.week.find('/'));
+  time.week_end = time.week.substr(time.week.find('/') + 1);
+  time.weekday = local.tm_wday;
+  time.slots = (local.tm_hour * 60 + local.tm_min) / 5;
+  return time;
+}
+
+/// A few access points that come and go, with networks and neighbours that do too.
+class RandomNetwork {
+ public:
+  explicit RandomNetwork(unsigned seed) : random_(seed) {}
+
+  /// A new state of every device; now and then none of them is there.
+  void Change() {
+    is_dark_ = Dice(6) == 0;
+    for (int device = 0; device < kDevices; ++device) ChangeDevice(device);
+  }
+
+  /// The next pass: mostly five minutes later, else hours, a day or more, or back by a minute, an hour, a day, a week.
+  time_t NextPass(time_t now) {
+    const unsigned dice = Dice(100);
+    if (dice < 55) return now + 300;
+    if (dice < 65) return now + 3'600 * static_cast<time_t>(Dice(12));
+    if (dice < 80) return Midnight(now) + 86'400 + static_cast<time_t>(Dice(600));
+    if (dice < 90) return now + 86'400 * static_cast<time_t>(1 + Dice(3));
+    if (dice < 92) return now + 604'800;
+    if (dice < 94) return now;
+    if (dice < 96) return now - 60;
+    if (dice < 98) return now - 3'600;
+    return now - (dice == 98 ? 86'400 : 604'800);
+  }
+
+ private:
+  static constexpr int kDevices = 4;
+
+  unsigned Dice(unsigned sides) { return std::uniform_int_distribution<unsigned>(0, sides - 1)(random_); }
+
+  static time_t Midnight(time_t now) {
+    tm local{};
+    localtime_r(&now, &local);
+    return now - local.tm_hour * 3'600 - local.tm_min * 60 - local.tm_sec;
+  }
+
+  void ChangeDevice(int number) {
+    const std::string mac = "AA:AA:AA:AA:AA:0" + std::to_string(number);
+    auto device = network_.AccessPoint(mac);
+    device.Named("ap" + std::to_string(number)).Online(!is_dark_ && Dice(8) != 0).Radio("r0", WIFIBandType::k2_4GHz);
+    device.Radio("r1", WIFIBandType::k5GHz).Configured("a|b@BOTH", {.name = "a|b", .security_mode = SecModeType(3)});
+    device.Configured("Guest@r0", {.name = "Guest", .security_mode = SecModeType(0), .guest = true});
+    device.Configured("Guest@r1", {.name = "Guest", .security_mode = SecModeType(4)});
+    for (const char* name : {"w0", "w1", "w2", "w3"}) ChangeInterface(device, mac, name);
+    device.Neighbours(Neighbours());
+    if (Dice(4) != 0) polled_ += Dice(400);
+    device.PolledAt(polled_);
+  }
+
+  void ChangeInterface(test::Network::DeviceWords& device, const std::string& mac, const std::string& name) {
+    if (Dice(5) == 0) {
+      device.WithoutWifi(name);
+      return;
+    }
+    auto& octets = octets_[mac + name];
+    octets.in += Dice(100'000'000);
+    octets.out += Dice(100'000'000);
+    if (Dice(10) == 0) octets.in = Dice(1'000);
+    device.Wifi(name, name < std::string("w2") ? "a|b" : "Guest", (name == "w0" || name == "w2") ? "r0" : "r1", octets);
+    device.Clients(name, static_cast<int>(Dice(6)));
+  }
+
+  std::list<NeighboringAP> Neighbours() {
+    std::list<NeighboringAP> heard;
+    for (unsigned count = Dice(5); count != 0; --count) {
+      const unsigned which = Dice(6);
+      heard.push_back({.mac = "BB:BB:BB:BB:BB:0" + std::to_string(which),
+                       .ssid = which == 0 ? "" : "foreign",
+                       .trusted = Dice(3) == 0 ? 1 : 0,
+                       .band = static_cast<WIFIBandType>(which % 3 - 1U),
+                       .channel = static_cast<std::int32_t>(which),
+                       .signal = -30 - static_cast<std::int32_t>(Dice(60))});
+    }
+    return heard;
+  }
+
+  std::mt19937 random_;
+  test::Network network_;
+  std::map<std::string, test::Octets> octets_;
+  time_t polled_ = 1'000;
+  bool is_dark_ = false;
+};
+
+/// What the online devices tell.
+std::vector<test::DeviceReading> Readings() {
+  std::vector<test::DeviceReading> readings;
+  for (const std::string& mac : DeviceManager::GetInstance().GetOnlineManagedDevices(true)) {
+    const auto device = DeviceManager::GetInstance().device(mac);
+    readings.push_back({mac, vexora_probe::monitor::ReadScan(*device),
+                        vexora_probe::monitor::ReadSSIDs(*device, vexora_probe::monitor::ReadConfigurations(mac))});
+  }
+  return readings;
+}
+
+template <typename Report, typename Show>
+void ExpectShown(const Report& report, const char* type, Show shown,
+                 monitoring::JsonTree (*show)(const typename Report::mapped_type::mapped_type&)) {
+  const auto buckets = report.find(type);
+  if (buckets == report.end()) return;
+  for (const auto& [period, bucket] : buckets->second) {
+    EXPECT_EQ(monitoring::TextOf(shown(type, period).get()), monitoring::TextOf(show(bucket).get())) << period;
+  }
+}
+
+/// The monitor shows what the plain report holds.
+void ExpectSameReports(const WirelessNetworkReport& monitor, const NetworkReport& plain) {
+  for (const char* type : {"daily", "weekly"}) {
+    ExpectShown(
+        plain.rogue_report, type, [&](auto&... at) { return monitor.GetRogueAPsReport(at...); },
+        &vexora_probe::monitor::RogueAPsArray);
+    ExpectShown(
+        plain.ssid_report, type, [&](auto&... at) { return monitor.GetSSIDsReport(at...); },
+        &vexora_probe::monitor::SSIDsArray);
+    ExpectShown(
+        plain.spectrum_report, type, [&](auto&... at) { return monitor.GetSpectrumsReport(at...); },
+        &vexora_probe::monitor::SpectrumsObject);
+  }
+}
+
+class SameBuckets : public ::testing::TestWithParam<unsigned> {
+ protected:
+  SameBuckets() {
+    probe::log::SetWriter([](auto...) {});  // every report logs who has heard whom
+  }
+  ~SameBuckets() override { probe::log::SetWriter({}); }
+};
+
+TEST_P(SameBuckets, AsWhenEveryIdFinishesTheDaysAndRebuildsTheWeek) {
+  const Zone zone(GetParam() % 3 == 0 ? "Europe/Berlin" : GetParam() % 3 == 1 ? "UTC" : "Asia/Beirut");
+  probe::VirtualClock clock(kStart);
+  const probe::ClockInstallation installation(clock);
+  RandomNetwork network(GetParam());
+  WirelessNetworkReport monitor;
+  NetworkReport plain;
+  NetworkReport folded;
+  time_t last = kStart;
+  for (int pass = 0; pass < 150; ++pass) {
+    const time_t now = network.NextPass(last);
+    clock.Set(now);
+    network.Change();
+    const auto readings = Readings();
+    const ReportTime time = TimeAt(now);
+    test::LiteralPass(readings, now, last > now, time, plain);
+    test::MonitorPass(readings, now, last > now, time, folded);
+    for (int tick = 0; tick < 5; ++tick) monitor.CollectData();
+    ASSERT_EQ(test::Dump(folded), test::Dump(plain)) << "pass " << pass << " at " << now;
+    ExpectSameReports(monitor, plain);
+    ASSERT_EQ(monitor.GetAvailableTypePeriod(),
+              monitoring::TextOf(vexora_probe::monitor::PeriodsObject(plain.access_point_report).get()));
+    ASSERT_FALSE(HasFailure()) << "pass " << pass << " at " << now;
+    last = now;
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(RandomHistories, SameBuckets, ::testing::Range(1U, 25U));
+
+}  // namespace
