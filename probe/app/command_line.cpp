@@ -36,6 +36,9 @@ void ChooseSources(const CommandLine& command_line, Settings& settings) {
   }
   if (command_line.devices) settings.simulated.network.devices = *command_line.devices;
   if (command_line.clients) settings.simulated.network.clients = *command_line.clients;
+  if ((command_line.devices || command_line.clients) && !settings.simulated.enabled) {
+    throw SettingsError("--devices, --clients: there is no simulated network to size; use --simulated");
+  }
   settings.record_path = command_line.record_path;
   settings.speed = command_line.speed;
   if (settings.speed != 1 && settings.this_machine.enabled) {
@@ -68,10 +71,10 @@ void Describe(CLI::App& app, CommandLine& result) {
       ->type_name("FILE");
   app.add_option("--devices", result.devices, "Devices of the simulated network")
       ->type_name("N")
-      ->check(CLI::NonNegativeNumber);
+      ->check(CLI::Range(0, SimulatedSettings::kMostDevices));
   app.add_option("--clients", result.clients, "Wireless clients of the simulated network")
       ->type_name("N")
-      ->check(CLI::NonNegativeNumber);
+      ->check(CLI::Range(0, SimulatedSettings::kMostClients));
   app.set_version_flag("--version", "vexora-probe " VEXORA_VERSION, "Print the version and exit");
   app.set_help_flag("-h,--help", "Print this text and exit");
   app.footer(Footer());

@@ -1,5 +1,7 @@
 #include "probe/app/probe_app.h"
 
+#include <cstdlib>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -15,6 +17,27 @@ namespace {
 /// Devices that are named at the start; a simulated network may have thousands.
 constexpr std::size_t kMostAnnounced = 20;
 
+/// A text that the plug-in made with the host's `Strdup`, taken over.
+std::string Taken(char* text) {
+  const std::unique_ptr<char, decltype(&std::free)> owner(text, &std::free);
+  return owner == nullptr ? std::string() : std::string(owner.get());
+}
+
+/// The plug-in's report entry points and `GetInterfaceTraffic`, for the HTTP interface.
+PluginCalls CallsOf(const LoadedPlugin& plugin) {
+  PluginCalls calls;
+  calls.clients.periods = [&plugin] { return Taken(plugin.get_wireless_client_report_avail_list("")); };
+  calls.clients.read_report = [&plugin](const std::string& request) {
+    return Taken(plugin.get_wireless_client_report(request.c_str()));
+  };
+  calls.networks.periods = [&plugin] { return Taken(plugin.get_wireless_network_report_avail_list("")); };
+  calls.networks.read_report = [&plugin](const std::string& request) {
+    return Taken(plugin.get_wireless_network_report(request.c_str()));
+  };
+  calls.interface_traffic = plugin.GetInterfaceTraffic;
+  return calls;
+}
+
 }  // namespace
 
 ProbeApp::ProbeApp(Settings settings) : settings_(std::move(settings)) {}
@@ -26,15 +49,12 @@ ProbeApp::~ProbeApp() {
 void ProbeApp::Start() {
   log::SetLevel(settings_.log_level);
   log::Info("vexora-probe %s starts", VEXORA_VERSION);
-  const std::string reason = WhyUnsafe(settings_.server);
-  if (!reason.empty()) throw std::runtime_error(reason);
   try {
     StartClock();
     StartSources();
     StartRecording();
     StartPlugin();
-    server_ = std::make_unique<WebServer>(settings_.server, SubscriptionService::Instance());
-    server_->Start();
+    StartServer();
   } catch (...) {
     Stop();
     throw;
@@ -78,9 +98,20 @@ void ProbeApp::StartPlugin() {
   log::Info("plug-in %s", path.c_str());
 }
 
-std::string ProbeApp::UrlOf(const std::string& address) const {
+void ProbeApp::StartServer() {
+  const std::string folder = settings_.server.dashboard.empty() ? DefaultPageFolder() : settings_.server.dashboard;
+  api_ = std::make_unique<HttpApi>(ProbeFacts{VEXORA_VERSION, settings_.speed}, CallsOf(*plugin_),
+                                   DeviceCentre::Instance(), latest_, PageFiles(folder));
+  HttpService http{[this](const std::string& path) { return api_->DoorOf(path); },
+                   [this](const HttpRequest& request) { return api_->Answer(request); }};
+  server_ = std::make_unique<WebServer>(settings_.server, SubscriptionService::Instance(), std::move(http));
+  server_->Start();
+  latest_.Subscribe(*server_, SubscriptionService::Instance());
+}
+
+std::string ProbeApp::UrlOf(const std::string& scheme, const std::string& address) const {
   const bool is_ipv6 = address.find(':') != std::string::npos;
-  return std::string(settings_.server.tls_certificate.empty() ? "ws" : "wss") + "://" +
+  return scheme + (settings_.server.tls_certificate.empty() ? "" : "s") + "://" +
          (is_ipv6 ? "[" + address + "]" : address) + ":" + std::to_string(server_->port());
 }
 
@@ -90,12 +121,14 @@ void ProbeApp::Announce() const {
     if (++announced > kMostAnnounced) break;
     log::Info("device %s: %s", mac.c_str(), info.hostname.c_str());
   }
-  for (const std::string& address : server_->addresses()) log::Info("listening on %s", UrlOf(address).c_str());
+  for (const std::string& address : server_->addresses()) log::Info("listening on %s", UrlOf("ws", address).c_str());
+  if (api_->has_pages()) log::Info("the dashboard: %s/", UrlOf("http", server_->addresses().front()).c_str());
   constexpr unsigned kSecondsToSecondPass = 120;
   log::Info(
       "the first speeds come with the second pass, in %u s; to watch them: "
       "probe-watch --url %s TrafficMonitor '[{\"sid\": \"a\", \"filter\": {\"interval\": \"1m\"}}]'",
-      (kSecondsToSecondPass + settings_.speed - 1) / settings_.speed, UrlOf(server_->addresses().front()).c_str());
+      (kSecondsToSecondPass + settings_.speed - 1) / settings_.speed,
+      UrlOf("ws", server_->addresses().front()).c_str());
 }
 
 void ProbeApp::Stop() {
@@ -109,6 +142,7 @@ void ProbeApp::Stop() {
   }
   plugin_.reset();
   server_.reset();
+  api_.reset();
   simulated_.reset();
   this_machine_.reset();
   recorder_.reset();

@@ -3,9 +3,10 @@
 #include <memory>
 #include <string>
 
-#include "probe/app/loaded_plugin.h"
+#include "probe/api/http_api.h"
 #include "probe/clock/scaled_clock.h"
 #include "probe/configuration/settings.h"
+#include "probe/plugin/loaded_plugin.h"
 #include "probe/recording/recorder.h"
 #include "probe/server/web_server.h"
 #include "probe/sources/simulated/simulated_source.h"
@@ -41,10 +42,11 @@ class ProbeApp {
   void StartRecording();
   void StartSources();
   void StartPlugin();
+  void StartServer();
   void Announce() const;
 
-  /// "ws://127.0.0.1:8765", "wss://[::1]:8765".
-  std::string UrlOf(const std::string& address) const;
+  /// "ws://127.0.0.1:8765", "wss://[::1]:8765"; `scheme` without the "s" of TLS.
+  std::string UrlOf(const std::string& scheme, const std::string& address) const;
 
   const Settings settings_;
   std::unique_ptr<ScaledClock> clock_;  // null at the true pace
@@ -53,6 +55,8 @@ class ProbeApp {
   std::unique_ptr<ThisMachine> this_machine_;
   std::unique_ptr<SimulatedSource> simulated_;
   std::unique_ptr<LoadedPlugin> plugin_;
+  LatestMessages latest_;
+  std::unique_ptr<HttpApi> api_;
   std::unique_ptr<WebServer> server_;
 };
 

@@ -28,21 +28,24 @@ std::uint16_t ReadPort(std::string_view digits) {
   return port;
 }
 
+ClientError NotAUrl(const std::string& url) {
+  return ClientError("not a websocket URL: " + url);
+}
+
 }  // namespace
 
 ClientOptions OptionsFromUrl(const std::string& url) {
-  const ClientError wrong("not a websocket URL: " + url);
   std::string_view rest(url);
   ClientOptions options;
   options.tls = Skip(rest, "wss://");
-  if (!options.tls && !Skip(rest, "ws://")) throw wrong;
+  if (!options.tls && !Skip(rest, "ws://")) throw NotAUrl(url);
   const bool is_bracketed = Skip(rest, "[");
   options.host = CutBefore(rest, is_bracketed ? "]/?" : ":/?");
-  if (is_bracketed && !Skip(rest, "]")) throw wrong;
+  if (is_bracketed && !Skip(rest, "]")) throw NotAUrl(url);
   options.port = options.tls ? 443 : 80;
   if (Skip(rest, ":")) options.port = ReadPort(CutBefore(rest, "/?"));
   const bool has_rest = !rest.empty() && rest.front() != '/' && rest.front() != '?';
-  if (options.host.empty() || has_rest || url.find_first_of("# @") != std::string::npos) throw wrong;
+  if (options.host.empty() || has_rest || url.find_first_of("# @") != std::string::npos) throw NotAUrl(url);
   options.target = rest;
   if (options.target.empty() || options.target.front() != '/') options.target.insert(options.target.begin(), '/');
   return options;

@@ -13,8 +13,6 @@ namespace probe {
 namespace {
 
 constexpr std::int64_t kMostSeed = 1'000'000'000;
-constexpr std::int64_t kMostDevices = 10'000;
-constexpr std::int64_t kMostClients = 1'000'000;
 
 bool AcceptAnything(const SettingValue& /*value*/) {
   return true;
@@ -115,6 +113,9 @@ std::vector<SettingKey> ServerKeys() {
       Texts(
           table, "allowed_origins", [](auto& settings) -> auto& { return settings.server.allowed_origins; },
           "Origins, besides the probe's own, whose web pages may connect: \"https://noc.example.org\"."),
+      Text(
+          table, "dashboard", [](auto& settings) -> auto& { return settings.server.dashboard; },
+          "Folder with the pages of the dashboard. Empty: the one that came with the probe."),
   };
 }
 
@@ -206,10 +207,11 @@ std::vector<SettingKey> SimulatedKeys() {
           "Another seed is another company."),
       Number(
           simulated, "devices", [](auto& settings) -> auto& { return settings.simulated.network.devices; }, 0,
-          kMostDevices, "Routers, switches and access points. 0: a small company's nine."),
+          SimulatedSettings::kMostDevices, "Routers, switches and access points. 0: a small company's nine."),
       Number(
           simulated, "clients", [](auto& settings) -> auto& { return settings.simulated.network.clients; }, 0,
-          kMostClients, "Wireless clients, not all of them in the house. 0: what suits the devices."),
+          SimulatedSettings::kMostClients,
+          "Wireless clients, not all of them in the house. 0: what suits the devices."),
   };
 }
 

@@ -1,11 +1,10 @@
 #include "probe/recording/recorder.h"
 
+#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <stdexcept>
 #include <utility>
-
-#include "probe/server/post_office.h"
 
 namespace probe {
 namespace {
@@ -20,8 +19,9 @@ std::string TimezoneName() {
   return !error && target.starts_with(zones) ? target.substr(zones.size()) : "UTC";
 }
 
+/// A handle is an opaque number: what counts is that each connection has its own.
 std::string NameOf(lws* connection) {
-  return "client " + std::to_string(PostOffice::NumberOf(connection));
+  return "client " + std::to_string(reinterpret_cast<std::uintptr_t>(connection));
 }
 
 }  // namespace
@@ -95,14 +95,18 @@ void Recorder::WriteDevices() {
 }
 
 void Recorder::OnFiled(const std::string& topic, lws* connection, const std::string& request) {
+  if (request.empty()) return;  // the host's own: what it keeps for the HTTP interface is no client's doing
+  clients_.insert(connection);
   WriteInTurn([this, topic, name = NameOf(connection), request] { writer_.Subscribe(topic, name, request); });
 }
 
 void Recorder::OnRemoved(const std::string& topic, lws* connection, const std::string& sid) {
+  if (!clients_.contains(connection)) return;
   WriteInTurn([this, topic, name = NameOf(connection), sid] { writer_.Unsubscribe(topic, name, sid); });
 }
 
 void Recorder::OnDisconnected(lws* connection) {
+  if (clients_.erase(connection) == 0) return;
   WriteInTurn([this, name = NameOf(connection)] { writer_.Disconnect(name); });
 }
 

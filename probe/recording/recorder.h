@@ -7,6 +7,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -57,6 +58,7 @@ class Recorder final : public Clock, private SubscriptionObserver {
   DeviceCentre& centre_;
   SubscriptionService& service_;
   Clock& clock_;
+  std::set<lws*> clients_;  // those who have subscribed; touched by the observer's calls only, of which there is one
 
   std::mutex lock_;
   std::ofstream file_;  // guarded by lock_, as is all that follows

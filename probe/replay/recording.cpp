@@ -13,7 +13,7 @@
 namespace probe::recording {
 namespace {
 
-using json = nlohmann::ordered_json;  // members reach the plug-in in the order of the recording
+using Json = nlohmann::ordered_json;  // members reach the plug-in in the order of the recording
 
 constexpr int kVersion = 1;
 
@@ -27,11 +27,11 @@ constexpr int kMostDepth = 30;
 /// Refuses, while a line is read, what no reader after this one would notice.
 class LineCheck {
  public:
-  bool operator()(int depth, json::parse_event_t event, const json& value) {
+  bool operator()(int depth, Json::parse_event_t event, const Json& value) {
     if (depth > kMostDepth) throw MalformedRecording("nested too deeply");
-    if (event == json::parse_event_t::object_start) keys_.emplace_back();
-    if (event == json::parse_event_t::object_end) keys_.pop_back();
-    if (event == json::parse_event_t::key && !keys_.back().insert(value.get<std::string>()).second) {
+    if (event == Json::parse_event_t::object_start) keys_.emplace_back();
+    if (event == Json::parse_event_t::object_end) keys_.pop_back();
+    if (event == Json::parse_event_t::key && !keys_.back().insert(value.get<std::string>()).second) {
       throw MalformedRecording("duplicate member " + value.get<std::string>());
     }
     return true;
@@ -41,15 +41,15 @@ class LineCheck {
   std::vector<std::set<std::string>> keys_;  // of each object that is open
 };
 
-json Parsed(const std::string& text) {
+Json Parsed(const std::string& text) {
   try {
     auto check = std::make_shared<LineCheck>();
-    return json::parse(text, [check](int depth, json::parse_event_t event, const json& value) {
+    return Json::parse(text, [check](int depth, Json::parse_event_t event, const Json& value) {
       return (*check)(depth, event, value);
     });
-  } catch (const json::parse_error& error) {
+  } catch (const Json::parse_error& error) {
     throw MalformedRecording("no JSON: at octet " + std::to_string(error.byte));
-  } catch (const json::exception&) {
+  } catch (const Json::exception&) {
     throw MalformedRecording("no JSON: a number is too large");
   }
 }
@@ -76,16 +76,16 @@ Value Required(Members& members, const char* name) {
   return value;
 }
 
-std::string Text(const json& value, const char* name) {
+std::string Text(const Json& value, const char* name) {
   if (!value.is_string()) throw MalformedRecording(std::string(name) + " must be a text");
   return value.get<std::string>();
 }
 
-Line ParseDevice(const json& value) {
+Line ParseDevice(const Json& value) {
   Members members(value, "device");
-  std::string mac = Required<std::string>(members, "mac");
-  const json* set = members.Object("set");
-  const json* merge = members.Object("merge");
+  auto mac = Required<std::string>(members, "mac");
+  const Json* set = members.Object("set");
+  const Json* merge = members.Object("merge");
   bool is_forgotten = false;
   members.Read("forget", is_forgotten);
   members.Finish();
@@ -97,17 +97,17 @@ Line ParseDevice(const json& value) {
   return ForgetDevice{std::move(mac)};
 }
 
-Line ParseCleanUp(const json& value) {
+Line ParseCleanUp(const Json& value) {
   return CleanUp{Text(value, "cleanup")};
 }
 
-Line ParseClock(const json& value) {
-  const json wrapped{{"clock", value}};
+Line ParseClock(const Json& value) {
+  const Json wrapped{{"clock", value}};
   Members members(wrapped, "");
   return SetClock{Required<time_t>(members, "clock")};
 }
 
-Line ParsePass(const json& value) {
+Line ParsePass(const Json& value) {
   Members members(value, "pass");
   RunPasses passes;
   if (members.Find("at") != nullptr) passes.at = Required<time_t>(members, "at");
@@ -120,17 +120,17 @@ Line ParsePass(const json& value) {
   return passes;
 }
 
-Line ParseSubscribe(const json& value) {
+Line ParseSubscribe(const Json& value) {
   Members members(value, "subscribe");
   Subscribe subscribe{.topic = Required<std::string>(members, "topic"),
                       .connection = Required<std::string>(members, "connection"),
                       .request = nullptr};
-  if (const json* request = members.Find("request")) subscribe.request = *request;
+  if (const Json* request = members.Find("request")) subscribe.request = *request;
   members.Finish();
   return subscribe;
 }
 
-Line ParseUnsubscribe(const json& value) {
+Line ParseUnsubscribe(const Json& value) {
   Members members(value, "unsubscribe");
   Unsubscribe unsubscribe{.topic = Required<std::string>(members, "topic"),
                           .connection = Required<std::string>(members, "connection"),
@@ -139,16 +139,16 @@ Line ParseUnsubscribe(const json& value) {
   return unsubscribe;
 }
 
-Line ParseDisconnect(const json& value) {
+Line ParseDisconnect(const Json& value) {
   return Disconnect{Text(value, "disconnect")};
 }
 
-Line ParseSender(const json& value) {
+Line ParseSender(const Json& value) {
   if (!value.is_boolean()) throw MalformedRecording("sender must be true or false");
   return SetSender{value.get<bool>()};
 }
 
-Line ParseCall(const json& value) {
+Line ParseCall(const Json& value) {
   Members members(value, "call");
   const auto entry = Required<std::string>(members, "entry");
   if (entry == kTrafficEntry) {
@@ -166,14 +166,14 @@ Line ParseCall(const json& value) {
   return call;
 }
 
-Line ParseStop(const json& value) {
+Line ParseStop(const Json& value) {
   Members(value, "stop").Finish();
   return Stop{};
 }
 
 struct Keyword {
   const char* name;
-  Line (*parse)(const json& value);
+  Line (*parse)(const Json& value);
 };
 
 constexpr std::array<Keyword, 10> kKeywords{{{"device", ParseDevice},
@@ -190,7 +190,7 @@ constexpr std::array<Keyword, 10> kKeywords{{{"device", ParseDevice},
 }  // namespace
 
 Header ParseHeader(const std::string& text) {
-  const json line = Parsed(text);
+  const Json line = Parsed(text);
   Members members(line, "");
   Header header;
   if (Required<std::int32_t>(members, "recording") != kVersion) throw MalformedRecording("recording must be 1");
@@ -202,7 +202,7 @@ Header ParseHeader(const std::string& text) {
 }
 
 Line ParseLine(const std::string& text) {
-  const json line = Parsed(text);
+  const Json line = Parsed(text);
   if (!line.is_object() || line.size() != 1) throw MalformedRecording("the line must be an object with one key");
   const std::string& name = line.begin().key();
   for (const Keyword& keyword : kKeywords) {

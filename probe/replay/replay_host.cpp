@@ -16,14 +16,14 @@
 namespace probe {
 namespace {
 
-using json = nlohmann::ordered_json;  // members reach the plug-in in the order of the recording
+using Json = nlohmann::ordered_json;  // members reach the plug-in in the order of the recording
 using JsonText = std::unique_ptr<char, decltype(&std::free)>;
 using JsonC = std::unique_ptr<json_object, decltype(&json_object_put)>;
 
-/// Makes the recording's time zone the process's.
+/// Makes the recording's time zone the process's. Threads: before there is a second one.
 time_t InForce(const recording::Header& header) {
-  unsetenv("TZDIR");
-  setenv("TZ", header.timezone.c_str(), 1);
+  unsetenv("TZDIR");                         // NOLINT(concurrency-mt-unsafe): see above
+  setenv("TZ", header.timezone.c_str(), 1);  // NOLINT(concurrency-mt-unsafe)
   tzset();
   return header.start;
 }
@@ -34,17 +34,20 @@ time_t InForce(const recording::Header& header) {
 class ReplayHost::Send {
  public:
   static void Install(ReplayHost* host) {
-    host_ = host;
+    Host() = host;
     InstallSendFunction(host == nullptr ? nullptr : &ToConnection);
   }
 
  private:
   static void ToConnection(lws* connection, const std::string& text) {
-    ReplayHost& host = *host_;
+    ReplayHost& host = *Host();
     host.output_.Push(host.meter_.pass(), host.now(), host.connections_.at(connection), text);
   }
 
-  static inline ReplayHost* host_ = nullptr;
+  static ReplayHost*& Host() {
+    static ReplayHost* host = nullptr;
+    return host;
+  }
 };
 
 ReplayHost::ReplayHost(const std::string& plugin_path, const recording::Header& header, ReplayOutput& output)
@@ -92,7 +95,7 @@ void ReplayHost::Do(const recording::SetDevice& line) {
 
 void ReplayHost::Do(const recording::MergeDevice& line) {
   const auto known = states_.find(line.mac);
-  json state = known == states_.end() ? json::object() : known->second;
+  Json state = known == states_.end() ? Json::object() : known->second;
   state.merge_patch(line.patch);
   DeviceCentre::Instance().Replace(line.mac, SnapshotOf(state));
   states_[line.mac] = std::move(state);

@@ -7,8 +7,8 @@
 #include <string>
 
 #include "platform/subscriptions.h"
-#include "probe/app/loaded_plugin.h"
 #include "probe/clock/virtual_clock.h"
+#include "probe/plugin/loaded_plugin.h"
 #include "probe/replay/pass_meter.h"
 #include "probe/replay/recording.h"
 #include "probe/replay/replay_output.h"

@@ -1,6 +1,7 @@
 // probe-replay: replays a recorded network through the real plug-in and prints everything that comes out.
 
 #include <CLI/CLI.hpp>
+#include <cstdio>
 #include <exception>
 #include <filesystem>
 #include <fstream>
@@ -84,9 +85,8 @@ int Run(const Arguments& arguments) {
   return status;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+/// Reads the command line and replays.
+int Main(int argc, char** argv) {
   std::ios::sync_with_stdio(false);
   Arguments arguments;
   CLI::App app("Replays a recorded network through the plug-in and prints what comes out, as JSON Lines.");
@@ -101,4 +101,15 @@ int main(int argc, char** argv) {
     return app.exit(error) == 0 ? 0 : kUnusable;
   }
   return Run(arguments);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    return Main(argc, argv);
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "%s\n", error.what());
+    return kUnusable;
+  }
 }

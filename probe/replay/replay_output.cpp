@@ -6,15 +6,16 @@
 #include <ostream>
 #include <utility>
 
+#include "probe/text/utf8.h"
+
 namespace probe {
 namespace {
 
 using nlohmann::ordered_json;
 
-/// One line of valid UTF-8, whatever octets its texts hold.
 std::string Dumped(const ordered_json& line) {
   constexpr int kOneLine = -1;
-  return line.dump(kOneLine, ' ', false, ordered_json::error_handler_t::replace);
+  return line.dump(kOneLine);
 }
 
 long PeakResidentKib() {
@@ -63,18 +64,19 @@ void ReplayOutput::Mute() {
 }
 
 std::string ReplayOutput::LineOf(const Event& event) {
+  // the way of the envelope of a push, so that one name looks the same in a message, a report and a log line
+  const std::string text = ReplaceInvalidUtf8(event.text);
   switch (event.kind) {
     case Event::Kind::kPush:
-      return Dumped(
-          {{"push", {{"pass", event.pass}, {"at", event.at}, {"connection", event.name}, {"text", event.text}}}});
+      return Dumped({{"push", {{"pass", event.pass}, {"at", event.at}, {"connection", event.name}, {"text", text}}}});
     case Event::Kind::kReturn:
-      return Dumped({{"return", {{"entry", event.name}, {"at", event.at}, {"text", event.text}}}});
+      return Dumped({{"return", {{"entry", event.name}, {"at", event.at}, {"text", text}}}});
     case Event::Kind::kReturnMap:
       return Dumped({{"return", {{"entry", event.name}, {"at", event.at}, {"out", event.out}}}});
     case Event::Kind::kLog:
       break;
   }
-  return Dumped({{"log", {{"level", event.name}, {"module", event.module}, {"text", event.text}}}});
+  return Dumped({{"log", {{"level", event.name}, {"module", event.module}, {"text", text}}}});
 }
 
 void ReplayOutput::Flush() {

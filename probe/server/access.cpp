@@ -69,7 +69,7 @@ bool AccessRules::IsOurHost(const std::string& host, const std::string& local_ad
 
 std::optional<Refusal> AccessRules::CheckCaller(const RequestHead& head) const {
   for (const std::string& value : {head.host.value_or(""), head.origin.value_or(""), head.upgrade, head.authorization,
-                                   head.token_argument, head.websocket_version})
+                                   head.token_argument, head.websocket_version, head.path, head.if_none_match})
     if (HoldsControl(value)) return Refusal{400, "Refused: the request holds a control character."};
   if (!head.host) return Refusal{403, "Refused: the request has no Host header."};
   if (!IsOurHost(*head.host, head.local_address))
@@ -106,10 +106,25 @@ std::optional<Refusal> AccessRules::CheckUpgrade(const RequestHead& head) const 
   return std::nullopt;
 }
 
-Refusal AccessRules::AnswerToPlainRequest(const RequestHead& head) const {
-  if (auto refusal = CheckCaller(head)) return *refusal;
-  if (head.path == "/") return Refusal{426, "Upgrade required: this is the websocket of the probe."};
-  return Refusal{404, "Not found."};
+std::optional<Refusal> AccessRules::CheckPlainRequest(const RequestHead& head, Door door) const {
+  if (auto refusal = CheckCaller(head)) return refusal;
+  if (door == Door::kNone && head.path == "/")
+    return Refusal{426, "Upgrade required: this is the websocket of the probe."};
+  if (door == Door::kNone) return Refusal{404, "Not found."};
+  if (!head.is_get && !head.is_head) return Refusal{405, "Refused: the probe is only looked at, with GET or HEAD."};
+  if (head.has_body) return Refusal{400, "Refused: a request that only looks has no body."};
+  if (door == Door::kOpen) return std::nullopt;
+  if (AllowedOrigin(head).empty() && (head.fetch_site == "cross-site" || head.fetch_site == "same-site"))
+    return Refusal{403, "Refused: pages of other sites may not ask the probe."};
+  if (!HasToken(head))
+    return Refusal{401, "Refused: the token of the probe is missing or wrong (Authorization: Bearer TOKEN)."};
+  return std::nullopt;
+}
+
+std::string AccessRules::AllowedOrigin(const RequestHead& head) const {
+  if (!head.origin) return {};
+  const bool is_allowed = std::find(origins_.begin(), origins_.end(), LowerCase(*head.origin)) != origins_.end();
+  return is_allowed ? *head.origin : std::string();
 }
 
 }  // namespace probe

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "probe/server/http_message.h"
 #include "probe/server/server_settings.h"
 
 namespace probe {
@@ -11,6 +12,8 @@ namespace probe {
 /// What the server looks at in the head of an HTTP request, before it does anything with the request.
 struct RequestHead {
   bool is_get = false;
+  bool is_head = false;
+  bool has_body = false;
   std::string path;
   std::optional<std::string> host;    ///< Nothing: no such header. Two of them stand here joined by a comma.
   std::optional<std::string> origin;  ///< Likewise.
@@ -19,7 +22,10 @@ struct RequestHead {
   std::string websocket_version;
   std::string authorization;
   std::string token_argument;  ///< `token` of the URL's query.
-  std::string local_address;   ///< The address of ours at which the request came in.
+  std::string if_none_match;
+  std::string accept_encoding;
+  std::string fetch_site;     ///< Sec-Fetch-Site: by which browsers tell where a request comes from.
+  std::string local_address;  ///< The address of ours at which the request came in.
 };
 
 /// An answer that refuses a request.
@@ -44,8 +50,14 @@ class AccessRules {
   /// All that a websocket upgrade needs, Host and Origin first. Nothing: it may go ahead.
   std::optional<Refusal> CheckUpgrade(const RequestHead& head) const;
 
-  /// The answer to a request that asks for no upgrade: `CheckCaller`'s, or the one that sends the client elsewhere.
-  Refusal AnswerToPlainRequest(const RequestHead& head) const;
+  /// All that a plain request for something behind this door needs, Host and Origin first. Nothing: it may go ahead.
+  ///
+  /// A page of somebody else's may ask for an image or a script here without an Origin; browsers then say where it
+  /// comes from, and what is guarded isn't even computed for it.
+  std::optional<Refusal> CheckPlainRequest(const RequestHead& head, Door door) const;
+
+  /// The Origin of a foreign page that is allowed in; empty for the probe's own pages and for programs.
+  std::string AllowedOrigin(const RequestHead& head) const;
 
  private:
   bool IsOurHost(const std::string& host, const std::string& local_address) const;

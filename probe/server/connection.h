@@ -48,6 +48,7 @@ struct Connection {
 struct Visitor {
   std::string address;
   Gate::Verdict verdict = Gate::Verdict::kAdmitted;
+  RateLimit rate;  ///< Of the requests that come over it before it becomes a websocket.
 };
 
 }  // namespace probe

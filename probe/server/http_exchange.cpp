@@ -24,16 +24,12 @@ std::optional<std::string> Header(lws* socket, lws_token_indexes token) {
   return length < 0 ? std::string("(too long)") : std::string(value.data(), static_cast<std::size_t>(length));
 }
 
-std::string TokenArgument(lws* socket) {
-  static constexpr std::string_view kName = "token=";
-  std::array<char, kHeaderBytes> octets{};
-  for (int i = 0;; ++i) {
-    const int size = static_cast<int>(octets.size());
-    const int length = lws_hdr_copy_fragment(socket, octets.data(), size, WSI_TOKEN_HTTP_URI_ARGS, i);
-    if (length < 0) return {};
-    const std::string_view argument(octets.data(), static_cast<std::size_t>(length));
-    if (argument.starts_with(kName)) return std::string(argument.substr(kName.size()));
-  }
+/// A header that the library has no number for; `name` in lower case and with its colon.
+std::string CustomHeader(lws* socket, std::string_view name) {
+  std::array<char, kHeaderBytes> value{};
+  const int length = lws_hdr_custom_copy(socket, value.data(), static_cast<int>(value.size()), name.data(),
+                                         static_cast<int>(name.size()));
+  return length < 0 ? std::string() : std::string(value.data(), static_cast<std::size_t>(length));
 }
 
 std::string Path(lws* socket) {
@@ -43,25 +39,62 @@ std::string Path(lws* socket) {
   return {path, static_cast<std::size_t>(length)};
 }
 
-/// Writes the head of an answer; false when there is no room for it.
-bool WriteHead(lws* socket, const Refusal& answer, unsigned char** place, unsigned char* end) {
-  static constexpr char kClose[] = "close";
-  static constexpr char kWebsocket[] = "websocket";
-  static constexpr char kVersion[] = "13";
-  static constexpr char kBearer[] = "Bearer";
-  const auto add = [&](lws_token_indexes token, const char* value, std::size_t length) {
-    const auto* octets = reinterpret_cast<const unsigned char*>(value);
-    return lws_add_http_header_by_token(socket, token, octets, static_cast<int>(length), place, end) == 0;
-  };
-  if (lws_add_http_common_headers(socket, answer.status, "text/plain; charset=utf-8", answer.text.size() + 1, place,
-                                  end) != 0)
-    return false;
-  if (!add(WSI_TOKEN_CONNECTION, kClose, sizeof kClose - 1)) return false;
-  if (answer.status == 426 && !(add(WSI_TOKEN_UPGRADE, kWebsocket, sizeof kWebsocket - 1) &&
-                                add(WSI_TOKEN_VERSION, kVersion, sizeof kVersion - 1)))
-    return false;
-  if (answer.status == 401 && !add(WSI_TOKEN_HTTP_WWW_AUTHENTICATE, kBearer, sizeof kBearer - 1)) return false;
-  return lws_finalize_http_header(socket, place, end) == 0;
+/// The head of an answer that is being written; every step is skipped once there is no room.
+class HeadWriter {
+ public:
+  explicit HeadWriter(lws* socket, unsigned status) : socket_(socket) {
+    is_good_ = lws_add_http_header_status(socket_, status, &place_, end()) == 0;
+  }
+
+  HeadWriter& Add(lws_token_indexes token, std::string_view value) {
+    is_good_ = is_good_ && lws_add_http_header_by_token(socket_, token, Octets(value), static_cast<int>(value.size()),
+                                                        &place_, end()) == 0;
+    return *this;
+  }
+
+  HeadWriter& Add(const char* name_with_colon, std::string_view value) {
+    const auto* name = reinterpret_cast<const unsigned char*>(name_with_colon);
+    is_good_ = is_good_ && lws_add_http_header_by_name(socket_, name, Octets(value), static_cast<int>(value.size()),
+                                                       &place_, end()) == 0;
+    return *this;
+  }
+
+  HeadWriter& AddLength(std::size_t length) {
+    is_good_ = is_good_ && lws_add_http_header_content_length(socket_, length, &place_, end()) == 0;
+    return *this;
+  }
+
+  /// Writes the head, and a short body with it. False when there is no room, or nobody left to tell.
+  bool Finish(std::string_view body, lws_write_protocol how) {
+    if (!is_good_ || lws_finalize_http_header(socket_, &place_, end()) != 0) return false;
+    if (body.size() > static_cast<std::size_t>(end() - place_)) return false;
+    place_ = std::copy(body.begin(), body.end(), place_);
+    return lws_write(socket_, begin(), static_cast<std::size_t>(place_ - begin()), how) >= 0;
+  }
+
+ private:
+  static const unsigned char* Octets(std::string_view text) {
+    return reinterpret_cast<const unsigned char*>(text.data());
+  }
+  unsigned char* begin() { return octets_.data() + LWS_PRE; }
+  unsigned char* end() { return octets_.data() + octets_.size(); }
+
+  lws* socket_;
+  std::array<unsigned char, LWS_PRE + kAnswerBytes> octets_{};
+  unsigned char* place_ = begin();
+  bool is_good_;
+};
+
+const char* CacheControl(Caching caching) {
+  switch (caching) {
+    case Caching::kForever:
+      return "public, max-age=31536000, immutable";
+    case Caching::kRevalidate:
+      return "no-cache";
+    case Caching::kNoStore:
+      break;
+  }
+  return "no-store";
 }
 
 }  // namespace
@@ -69,6 +102,9 @@ bool WriteHead(lws* socket, const Refusal& answer, unsigned char** place, unsign
 RequestHead ReadRequestHead(lws* socket) {
   RequestHead head;
   head.is_get = lws_hdr_total_length(socket, WSI_TOKEN_GET_URI) > 0;
+  head.is_head = lws_hdr_total_length(socket, WSI_TOKEN_HEAD_URI) > 0;
+  head.has_body = lws_hdr_total_length(socket, WSI_TOKEN_HTTP_TRANSFER_ENCODING) > 0 ||
+                  Header(socket, WSI_TOKEN_HTTP_CONTENT_LENGTH).value_or("0") != "0";
   head.path = Path(socket);
   head.host = Header(socket, WSI_TOKEN_HOST);
   head.origin = Header(socket, WSI_TOKEN_ORIGIN);
@@ -76,22 +112,53 @@ RequestHead ReadRequestHead(lws* socket) {
   head.connection = Header(socket, WSI_TOKEN_CONNECTION).value_or("");
   head.websocket_version = Header(socket, WSI_TOKEN_VERSION).value_or("");
   head.authorization = Header(socket, WSI_TOKEN_HTTP_AUTHORIZATION).value_or("");
-  head.token_argument = TokenArgument(socket);
+  head.token_argument = ReadArguments(socket)["token"];
+  head.if_none_match = Header(socket, WSI_TOKEN_HTTP_IF_NONE_MATCH).value_or("");
+  head.accept_encoding = Header(socket, WSI_TOKEN_HTTP_ACCEPT_ENCODING).value_or("");
+  head.fetch_site = CustomHeader(socket, "sec-fetch-site:");
   head.local_address = LocalAddress(lws_get_socket_fd(socket));
   return head;
 }
 
-void AnswerWithText(lws* socket, const Refusal& answer) {
-  std::array<unsigned char, LWS_PRE + kAnswerBytes> octets{};
-  unsigned char* const begin = octets.data() + LWS_PRE;
-  unsigned char* const end = octets.data() + octets.size();
-  unsigned char* place = begin;
-  if (!WriteHead(socket, answer, &place, end)) return;
-  const std::string body = answer.text + "\n";
-  if (body.size() > static_cast<std::size_t>(end - place)) return;
-  place = std::copy(body.begin(), body.end(), place);
-  // Should the client be gone already, there is nobody left to tell.
-  lws_write(socket, begin, static_cast<std::size_t>(place - begin), LWS_WRITE_HTTP_FINAL);
+std::map<std::string, std::string> ReadArguments(lws* socket) {
+  std::map<std::string, std::string> arguments;
+  std::array<char, kHeaderBytes> octets{};
+  for (int i = 0;; ++i) {
+    const int size = static_cast<int>(octets.size());
+    const int length = lws_hdr_copy_fragment(socket, octets.data(), size, WSI_TOKEN_HTTP_URI_ARGS, i);
+    if (length < 0) return arguments;
+    const std::string argument(octets.data(), static_cast<std::size_t>(length));
+    const std::size_t equals = std::min(argument.find('='), argument.size());
+    arguments[argument.substr(0, equals)] = argument.substr(std::min(equals + 1, argument.size()));
+  }
+}
+
+void AnswerWithRefusal(lws* socket, const Refusal& refusal, bool is_json) {
+  const std::string body =
+      is_json ? *ErrorAnswer(refusal.status, CodeOfStatus(refusal.status), refusal.text).body : refusal.text + "\n";
+  HeadWriter head(socket, refusal.status);
+  head.Add(WSI_TOKEN_HTTP_CONTENT_TYPE, is_json ? "application/json" : "text/plain; charset=utf-8");
+  head.Add(WSI_TOKEN_HTTP_CACHE_CONTROL, "no-store").Add(WSI_TOKEN_CONNECTION, "close").AddLength(body.size());
+  if (refusal.status == 426) head.Add(WSI_TOKEN_UPGRADE, "websocket").Add(WSI_TOKEN_VERSION, "13");
+  if (refusal.status == 401) head.Add(WSI_TOKEN_HTTP_WWW_AUTHENTICATE, "Bearer");
+  if (refusal.status == 405) head.Add(WSI_TOKEN_HTTP_ALLOW, "GET, HEAD");
+  if (refusal.status == 503) head.Add(WSI_TOKEN_HTTP_RETRY_AFTER, "1");
+  head.Finish(body, LWS_WRITE_HTTP_FINAL);
+}
+
+bool WriteAnswerHead(lws* socket, const HttpAnswer& answer, bool is_not_modified, const std::string& origin) {
+  HeadWriter head(socket, is_not_modified ? 304 : answer.status);
+  head.Add(WSI_TOKEN_HTTP_CACHE_CONTROL, CacheControl(answer.caching));
+  head.Add(WSI_TOKEN_HTTP_VARY, "Origin, Accept-Encoding");
+  head.Add("cross-origin-resource-policy:", "same-origin");
+  if (!answer.etag.empty()) head.Add(WSI_TOKEN_HTTP_ETAG, answer.etag);
+  if (!origin.empty()) head.Add(WSI_TOKEN_HTTP_ACCESS_CONTROL_ALLOW_ORIGIN, origin);
+  if (answer.status == 503) head.Add(WSI_TOKEN_HTTP_RETRY_AFTER, "1");
+  if (!is_not_modified) {
+    head.Add(WSI_TOKEN_HTTP_CONTENT_TYPE, answer.content_type).AddLength(answer.body->size());
+    if (answer.is_gzip) head.Add(WSI_TOKEN_HTTP_CONTENT_ENCODING, "gzip");
+  }
+  return head.Finish("", LWS_WRITE_HTTP_HEADERS);
 }
 
 }  // namespace probe

@@ -58,7 +58,7 @@ std::string CanonicalAddress(std::string_view text) {
 }
 
 std::string AddressGroup(const std::string& address) {
-  const std::string canonical = CanonicalAddress(address);
+  std::string canonical = CanonicalAddress(address);
   if (canonical.empty()) return address;
   if (canonical.starts_with("127.")) return "127.0.0.0/8";
   in6_addr prefix{};

@@ -50,7 +50,12 @@ std::uint64_t PostOffice::NumberOf(lws* connection) {
 
 void PostOffice::Open(lws* connection, std::shared_ptr<Outbox> outbox, std::string peer) {
   const lock_guard held(lock_);
-  boxes_[connection] = Box{std::move(outbox), std::move(peer)};
+  boxes_[connection] = Box{std::move(outbox), std::move(peer), {}};
+}
+
+void PostOffice::OpenWithin(lws* connection, std::function<void(const std::string& text)> receiver) {
+  const lock_guard held(lock_);
+  boxes_[connection] = Box{nullptr, {}, std::move(receiver)};
 }
 
 void PostOffice::Close(lws* connection) {
@@ -75,6 +80,7 @@ PostOffice::Box PostOffice::Find(lws* connection) const {
 void PostOffice::Send(lws* connection, const std::string& text) {
   if (text.empty()) return;  // what `compose_communication_struct` gives when the heap is exhausted
   const Box box = Find(connection);
+  if (box.receiver) return box.receiver(text);
   if (box.outbox == nullptr) return;
   if (box.outbox->Put(text, OutgoingMessage::Kind::kPush)) LogFirstDrop(connection, box.peer);
   WakeFor(connection);

@@ -35,6 +35,11 @@ class PostOffice {
   /// Opens the outbox of a connection. `peer`: how the log calls the client.
   void Open(lws* connection, std::shared_ptr<Outbox> outbox, std::string peer) VEXORA_EXCLUDES(lock_);
 
+  /// Hands what is sent to this connection, which has no client behind it, to `receiver` instead.
+  ///
+  /// `receiver` is called on the thread that sends, and must be quick.
+  void OpenWithin(lws* connection, std::function<void(const std::string& text)> receiver) VEXORA_EXCLUDES(lock_);
+
   /// Messages for this connection are dropped from now on.
   void Close(lws* connection) VEXORA_EXCLUDES(lock_);
 
@@ -66,6 +71,7 @@ class PostOffice {
   struct Box {
     std::shared_ptr<Outbox> outbox;
     std::string peer;
+    std::function<void(const std::string& text)> receiver;
   };
 
   Box Find(lws* connection) const VEXORA_EXCLUDES(lock_);

@@ -23,6 +23,11 @@ constexpr int kFragmentsAtOnce = 8;
 // How long a client that is being closed may take, at most, to take the last octets.
 constexpr std::chrono::seconds kFarewell{5};
 
+/// Whether programs ask for this path, and get errors in JSON.
+bool IsForPrograms(const std::string& path) {
+  return path.starts_with("/api/") || path == "/healthz";
+}
+
 unsigned long long NumberOf(const Connection& connection) {
   return static_cast<unsigned long long>(PostOffice::NumberOf(connection.handle));
 }
@@ -30,11 +35,13 @@ unsigned long long NumberOf(const Connection& connection) {
 }  // namespace
 
 ServerLoop::ServerLoop(const ServerSettings& settings, std::uint16_t port, SubscriptionService& service,
-                       std::shared_ptr<PostOffice> office)
+                       std::shared_ptr<PostOffice> office, HttpService http)
     : limits_(settings.limits),
       rules_(settings, port),
       office_(std::move(office)),
       desk_(settings.limits, service),
+      http_(
+          std::move(http), [to_wake = office_] { to_wake->WakeServer(); }, settings.limits.stuck_after),
       gate_(settings.limits),
       frame_(LWS_PRE + kFragmentBytes) {}
 
@@ -53,7 +60,7 @@ Connection* ServerLoop::ConnectionOf(lws* socket) {
 ServerLoop::Fate ServerLoop::OnAccept(const std::string& address) {
   if (is_stopping_) return Fate::kClose;
   if (arriving_) gate_.Leave(arriving_->address, arriving_->verdict);  // the library let it go before it had a record
-  arriving_ = Visitor{address, gate_.Arrive(address)};
+  arriving_ = Visitor{address, gate_.Arrive(address), RateLimit(limits_.messages_per_second, Clock::now())};
   if (arriving_->verdict != Gate::Verdict::kTooManyWaiting) return Fate::kKeep;
   refusals_.Note(address, "too many clients are being turned away at once", Clock::now());
   return Fate::kClose;
@@ -61,7 +68,7 @@ ServerLoop::Fate ServerLoop::OnAccept(const std::string& address) {
 
 void ServerLoop::OnSocketCreated(lws* socket) {
   if (!arriving_) return;
-  visitors_[socket] = *arriving_;
+  visitors_.insert_or_assign(socket, *arriving_);
   arriving_.reset();
 }
 
@@ -88,9 +95,16 @@ std::optional<Refusal> ServerLoop::CheckGate(lws* socket) const {
       503, "Refused: the probe serves no more connections than " + LimitText("connections", limits_.connections) + "."};
 }
 
-void ServerLoop::Refuse(lws* socket, const Refusal& refusal) {
+std::optional<Refusal> ServerLoop::CheckRate(lws* socket) {
+  const auto visitor = visitors_.find(socket);
+  if (visitor == visitors_.end() || visitor->second.rate.Count(Clock::now()) == RateLimit::Verdict::kPass) return {};
+  return Refusal{429, "Refused: a connection may have no more requests than " +
+                          LimitText("messages_per_second", limits_.messages_per_second) + "."};
+}
+
+void ServerLoop::Refuse(lws* socket, const RequestHead& head, const Refusal& refusal) {
   refusals_.Note(AddressOf(socket), std::to_string(refusal.status) + " " + refusal.text, Clock::now());
-  AnswerWithText(socket, refusal);
+  AnswerWithRefusal(socket, refusal, IsForPrograms(head.path));
 }
 
 ServerLoop::Fate ServerLoop::OnUpgradeRequest(lws* socket) {
@@ -99,16 +113,29 @@ ServerLoop::Fate ServerLoop::OnUpgradeRequest(lws* socket) {
   if (!refusal) refusal = CheckGate(socket);
   if (!refusal) refusal = rules_.CheckUpgrade(head);
   if (!refusal) return Fate::kKeep;
-  Refuse(socket, *refusal);
+  Refuse(socket, head, *refusal);
   return Fate::kClose;
 }
 
-void ServerLoop::OnPlainRequest(lws* socket) {
+ServerLoop::Fate ServerLoop::OnPlainRequest(lws* socket) {
   const RequestHead head = ReadRequestHead(socket);
   auto refusal = rules_.CheckCaller(head);
   if (!refusal) refusal = CheckGate(socket);
-  if (refusal) return Refuse(socket, *refusal);
-  AnswerWithText(socket, rules_.AnswerToPlainRequest(head));
+  if (!refusal) refusal = CheckRate(socket);
+  if (!refusal) refusal = rules_.CheckPlainRequest(head, http_.DoorOf(head.path));
+  if (!refusal && !http_.Begin(socket, head, rules_.AllowedOrigin(head)))
+    refusal = Refusal{503, "Refused: too many requests wait for an answer."};
+  if (!refusal) return Fate::kKeep;
+  if (refusal->status == 404 || refusal->status == 426) {  // a wrong path is no attack, and not worth a line
+    AnswerWithRefusal(socket, *refusal, IsForPrograms(head.path));
+  } else {
+    Refuse(socket, head, *refusal);
+  }
+  return Fate::kClose;
+}
+
+ServerLoop::Fate ServerLoop::OnAnswerWritable(lws* socket) {
+  return http_.OnWritable(socket) ? Fate::kKeep : Fate::kClose;
 }
 
 // --- while it is open -----------------------------------------------------------------------------------------------
@@ -164,6 +191,7 @@ void ServerLoop::Queue(Connection& connection, std::string text) {
 }
 
 void ServerLoop::OnMail() {
+  http_.OnDone();
   const auto now = Clock::now();
   for (lws* const handle : office_->TakeAwaited()) {
     const auto found = connections_.find(handle);

@@ -13,6 +13,7 @@
 #include "probe/server/access.h"
 #include "probe/server/connection.h"
 #include "probe/server/gate.h"
+#include "probe/server/http_desk.h"
 #include "probe/server/post_office.h"
 #include "probe/server/refusal_log.h"
 #include "probe/server/request_desk.h"
@@ -30,8 +31,9 @@ class ServerLoop {
   /// What the library is to do with the connection of an event.
   enum class Fate { kKeep, kClose };
 
+  /// `http`: what is served besides the websocket; empty functions: nothing.
   ServerLoop(const ServerSettings& settings, std::uint16_t port, SubscriptionService& service,
-             std::shared_ptr<PostOffice> office);
+             std::shared_ptr<PostOffice> office, HttpService http = {});
 
   /// How often a connection with something unsent is looked after.
   std::chrono::microseconds watch_interval() const;
@@ -44,7 +46,12 @@ class ServerLoop {
 
   /// A request: answered here, unless it is an upgrade that may go ahead (`kKeep`).
   Fate OnUpgradeRequest(lws* socket);
-  void OnPlainRequest(lws* socket);
+  Fate OnPlainRequest(lws* socket);
+
+  /// A plain request that is being answered: the library waits for it, its socket can take data, or it is over.
+  void OnAnswerAwaited(lws* socket) { http_.Await(socket); }
+  Fate OnAnswerWritable(lws* socket);
+  void OnRequestGone(lws* socket) { http_.Forget(socket); }
 
   /// A websocket connection: it is open, a piece of a message came in, it can take data, it is gone.
   void OnOpen(lws* socket);
@@ -52,7 +59,7 @@ class ServerLoop {
   Fate OnWritable(Connection& connection);
   void OnClosed(Connection& connection);
 
-  /// Another thread has put messages into outboxes.
+  /// Another thread has put messages into outboxes, or has answered requests.
   void OnMail();
 
   /// Looks for clients that are stuck. False when there is nobody left to watch.
@@ -75,13 +82,15 @@ class ServerLoop {
   bool HasUnsent(const Connection& connection) const;
   bool WriteFragment(Connection& connection);
   std::optional<Refusal> CheckGate(lws* socket) const;
-  void Refuse(lws* socket, const Refusal& refusal);
+  std::optional<Refusal> CheckRate(lws* socket);
+  void Refuse(lws* socket, const RequestHead& head, const Refusal& refusal);
   std::string AddressOf(lws* socket) const;
 
   const ServerLimits limits_;
   const AccessRules rules_;
   const std::shared_ptr<PostOffice> office_;
   RequestDesk desk_;
+  HttpDesk http_;
   Gate gate_;
   RefusalLog refusals_;
   std::vector<unsigned char> frame_;  // room for a fragment and the head of its frame

@@ -38,6 +38,7 @@ struct ServerSettings {
   std::vector<std::string>
       allowed_hosts;  ///< Host names, besides the addresses and localhost, by which clients may call.
   std::vector<std::string> allowed_origins;  ///< Origins, besides the probe's own, whose pages may connect.
+  std::string dashboard;  ///< Folder with the dashboard's files; empty: the one that came with the executable.
   ServerLimits limits;
 };
 

@@ -80,9 +80,10 @@ void RequireServable(const ServerSettings& settings) {
 /// One run of the server, from `Start` to `Stop`.
 class WebServer::Running {
  public:
-  Running(ServerSettings settings, SubscriptionService& service);
+  Running(ServerSettings settings, SubscriptionService& service, HttpService http);
   ~Running();
 
+  lws* OpenWithin(std::function<void(const std::string& text)> receiver);
   std::uint16_t port() const { return port_; }
   const std::vector<std::string>& addresses() const { return addresses_; }
 
@@ -121,14 +122,14 @@ class WebServer::Running {
   std::thread thread_;
 };
 
-WebServer::Running::Running(ServerSettings settings, SubscriptionService& service) {
+WebServer::Running::Running(ServerSettings settings, SubscriptionService& service, HttpService http) {
   const ServerSettings defaults;
   const PortReservation reserved(settings.listen, settings.port, settings.listen == defaults.listen);
   addresses_ = reserved.addresses();
   port_ = reserved.port();
   settings.limits.connections = AffordableConnections(settings.limits.connections);
   office_ = std::make_shared<PostOffice>([this] { lws_cancel_service(context_); });
-  loop_ = std::make_unique<ServerLoop>(settings, port_, service, office_);
+  loop_ = std::make_unique<ServerLoop>(settings, port_, service, office_, std::move(http));
   watch_.run = this;
   grace_.run = this;
   try {
@@ -148,6 +149,12 @@ WebServer::Running::~Running() {
   must_stop_ = true;
   office_->WakeServer();
   thread_.join();
+}
+
+lws* WebServer::Running::OpenWithin(std::function<void(const std::string& text)> receiver) {
+  lws* const handle = PostOffice::NewHandle();
+  office_->OpenWithin(handle, std::move(receiver));
+  return handle;
 }
 
 void WebServer::Running::CreateContext(const ServerSettings& settings) {
@@ -261,13 +268,21 @@ Fate WebServer::Running::Dispatch(lws* socket, lws_callback_reasons reason, void
       loop_->OnSocketCreated(socket);
       return Fate::kKeep;
     case LWS_CALLBACK_WSI_DESTROY:
+      loop_->OnRequestGone(socket);
       loop_->OnSocketGone(socket);
       return Fate::kKeep;
     case LWS_CALLBACK_HTTP_CONFIRM_UPGRADE:
       return loop_->OnUpgradeRequest(socket);
     case LWS_CALLBACK_FILTER_HTTP_CONNECTION:
-      loop_->OnPlainRequest(socket);
-      return Fate::kClose;
+      return loop_->OnPlainRequest(socket);
+    case LWS_CALLBACK_HTTP:
+      loop_->OnAnswerAwaited(socket);  // it was begun above; a worker is at it
+      return Fate::kKeep;
+    case LWS_CALLBACK_HTTP_WRITEABLE:
+      return loop_->OnAnswerWritable(socket);
+    case LWS_CALLBACK_CLOSED_HTTP:
+      loop_->OnRequestGone(socket);
+      return Fate::kKeep;
     case LWS_CALLBACK_ESTABLISHED:
       loop_->OnOpen(socket);
       return Fate::kKeep;
@@ -298,8 +313,8 @@ Fate WebServer::Running::DispatchOpen(Connection& connection, lws_callback_reaso
   return Fate::kKeep;
 }
 
-WebServer::WebServer(ServerSettings settings, SubscriptionService& service)
-    : settings_(std::move(settings)), service_(service) {}
+WebServer::WebServer(ServerSettings settings, SubscriptionService& service, HttpService http)
+    : settings_(std::move(settings)), service_(service), http_(std::move(http)) {}
 
 WebServer::~WebServer() {
   Stop();
@@ -308,12 +323,16 @@ WebServer::~WebServer() {
 void WebServer::Start() {
   if (running_ != nullptr) return;
   RequireServable(settings_);
-  running_ = std::make_unique<Running>(settings_, service_);
+  running_ = std::make_unique<Running>(settings_, service_, http_);
   log::Info("[WebServer] serving on port %u", static_cast<unsigned>(running_->port()));
 }
 
 void WebServer::Stop() {
   running_.reset();
+}
+
+lws* WebServer::OpenWithin(std::function<void(const std::string& text)> receiver) {
+  return running_ == nullptr ? nullptr : running_->OpenWithin(std::move(receiver));
 }
 
 std::uint16_t WebServer::port() const {

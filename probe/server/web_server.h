@@ -1,10 +1,12 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "probe/server/http_message.h"
 #include "probe/server/server_settings.h"
 #include "probe/subscriptions/subscription_service.h"
 
@@ -21,8 +23,8 @@ namespace probe {
 /// Threads: `Start` and `Stop` on one thread. One server a process can be running.
 class WebServer {
  public:
-  /// `service` must outlive the server.
-  WebServer(ServerSettings settings, SubscriptionService& service);
+  /// `service` must outlive the server, and so must what `http` refers to. Without `http` there is the websocket only.
+  WebServer(ServerSettings settings, SubscriptionService& service, HttpService http = {});
 
   /// Stops, if need be.
   ~WebServer();
@@ -36,8 +38,15 @@ class WebServer {
   void Start();
 
   /// Takes leave of every client (close code 1001), drops its subscriptions and stops listening. Takes no longer than
-  /// half a second, whatever the clients do. A message that another thread is just sending is dropped.
+  /// half a second, whatever the clients do, unless a request is being answered that takes longer. A message that
+  /// another thread is just sending is dropped.
   void Stop();
+
+  /// A connection with no client behind it, for the host's own subscriptions: what is sent to it goes to `receiver`, on
+  /// the thread that sends, until the server stops.
+  ///
+  /// Fails: null before `Start`.
+  lws* OpenWithin(std::function<void(const std::string& text)> receiver);
 
   /// The port that it listens on, on every address; 0 before `Start`.
   std::uint16_t port() const;
@@ -50,6 +59,7 @@ class WebServer {
 
   ServerSettings settings_;
   SubscriptionService& service_;
+  HttpService http_;
   std::unique_ptr<Running> running_;
 };
 

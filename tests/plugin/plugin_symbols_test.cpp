@@ -92,11 +92,12 @@ TEST_F(PluginSymbols, AreTheSevenEntryPointsAndNoEighth) {
 TEST_F(PluginSymbols, OfTheHostAreLeftUndefined) {
   std::set<std::string> names;
   for (const std::string& name : plugin.undefined) names.insert(Written(name));
-  for (const char* name : {"DeviceManager::GetInstance", "subscribes::SubscribesManager::GetInstance",
-                           "task_manager::StartTask", "task_manager::WaitTaskPool", "RegisterMonitorMemoryCleanup",
-                           "GetSalSendByCon", "kro_utilities::jsonobject::compose_communication_struct", "Strdup",
-                           "get_value_by_key_ex", "kro_utilities::string_con::IsInteger", "DeviceCredentialResultGet",
-                           "pel_log_debug", "pel_log_info", "pel_log_error", "time", "sleep"}) {
+  for (const char* name :
+       {"DeviceManager::GetInstance", "subscribes::SubscribesManager::GetInstance", "task_manager::StartTask",
+        "task_manager::WaitTaskPool", "RegisterMonitorMemoryCleanup", "GetSalSendByCon",
+        "kro_utilities::jsonobject::compose_communication_struct", "Strdup", "get_value_by_key_ex", "format_macaddress",
+        "kro_utilities::string_con::IsInteger", "DeviceCredentialResultGet", "pel_log_debug", "pel_log_info",
+        "pel_log_error", "time", "sleep"}) {
     EXPECT_THAT(names, Contains(name));
   }
 }

@@ -10,7 +10,7 @@ namespace probe {
 namespace {
 
 namespace records = vexora_probe::models::controller;
-using json = nlohmann::ordered_json;  // members reach the plug-in in the order of the recording
+using Json = nlohmann::ordered_json;  // members reach the plug-in in the order of the recording
 
 std::string OctetsOf(const std::string& hex, const std::string& path) {
   if (hex.size() % 2 != 0 || hex.find_first_not_of("0123456789abcdefABCDEF") != std::string::npos) {
@@ -44,7 +44,7 @@ void ReadNumber(Members& members, const char* name, Enumeration& value) {
 /// Fills a map from the object under `name`: a record for each member, which `read` fills from its members.
 template <typename Record, typename Read>
 void ReadRecords(Members& members, const char* name, std::map<std::string, Record>& filled, Read read) {
-  const json* object = members.Object(name);
+  const Json* object = members.Object(name);
   if (object == nullptr) return;
   for (const auto& [key, value] : object->items()) {
     Members record(value, members.Path(name) + "." + key);
@@ -54,7 +54,7 @@ void ReadRecords(Members& members, const char* name, std::map<std::string, Recor
 }
 
 std::shared_ptr<const records::TrafficStats> ReadTraffic(Members& members) {
-  const json* object = members.Object("traffic");
+  const Json* object = members.Object("traffic");
   if (object == nullptr) return nullptr;
   Members traffic(*object, members.Path("traffic"));
   auto statistics = std::make_shared<records::TrafficStats>();
@@ -66,7 +66,7 @@ std::shared_ptr<const records::TrafficStats> ReadTraffic(Members& members) {
 }
 
 void ReadInterfaces(Members& members, records::InterfaceStates& interfaces) {
-  const json* object = members.Object("interfaces");
+  const Json* object = members.Object("interfaces");
   if (object == nullptr) return;
   for (const auto& [name, value] : object->items()) {
     if (value.is_null()) {
@@ -82,7 +82,7 @@ void ReadInterfaces(Members& members, records::InterfaceStates& interfaces) {
   }
 }
 
-records::AssocClientState ReadClient(const json& value, const std::string& where) {
+records::AssocClientState ReadClient(const Json& value, const std::string& where) {
   Members members(value, where);
   records::AssocClientState client;
   members.Read("mac", client.mac);
@@ -99,17 +99,17 @@ void ReadSsidInterface(Members& members, records::SSIDIfState& interface) {
   ReadSsid(members, interface.ssid);
   members.Read("radio", interface.radio);
   interface.traffic = ReadTraffic(members);
-  if (const json* clients = members.Array("clients")) {
-    for (const json& client : *clients) interface.clients.push_back(ReadClient(client, members.Path("clients")));
+  if (const Json* clients = members.Array("clients")) {
+    for (const Json& client : *clients) interface.clients.push_back(ReadClient(client, members.Path("clients")));
   }
   interface.client_count = static_cast<std::int32_t>(interface.clients.size());
   members.Read("client_count", interface.client_count);
 }
 
 void ReadNeighbours(Members& members, std::list<records::NeighboringAP>& neighbours) {
-  const json* array = members.Array("neighbours");
+  const Json* array = members.Array("neighbours");
   if (array == nullptr) return;
-  for (const json& value : *array) {
+  for (const Json& value : *array) {
     Members neighbour(value, members.Path("neighbours"));
     records::NeighboringAP heard;
     bool is_trusted = false;
@@ -126,8 +126,8 @@ void ReadNeighbours(Members& members, std::list<records::NeighboringAP>& neighbo
 }
 
 /// What the device says of itself. JSON null is an answer of its own here: nothing is known.
-void ReadBasicInfo(const json& state, Members& members, std::optional<records::BasicInfo>& basic_info) {
-  const json* object = members.Object("basic_info");
+void ReadBasicInfo(const Json& state, Members& members, std::optional<records::BasicInfo>& basic_info) {
+  const Json* object = members.Object("basic_info");
   if (object == nullptr) {
     if (state.contains("basic_info")) basic_info.reset();
     return;
@@ -140,7 +140,7 @@ void ReadBasicInfo(const json& state, Members& members, std::optional<records::B
 }
 
 void ReadPlatformInfo(Members& members, std::optional<records::PlatformInfo>& platform_info) {
-  const json* object = members.Object("platform_info");
+  const Json* object = members.Object("platform_info");
   if (object == nullptr) return;
   Members info(*object, "platform_info");
   platform_info.emplace();
@@ -178,19 +178,19 @@ void ReadHealth(Members& members, DeviceSnapshot& snapshot) {
   members.Read("cpu", snapshot.cpu);
   members.Read("uptime", snapshot.uptime);
   members.Read("health", snapshot.health_level);
-  if (const json* object = members.Object("notifications")) {
+  if (const Json* object = members.Object("notifications")) {
     Members notifications(*object, "notifications");
     notifications.Read("info", snapshot.notifications.info);
     notifications.Read("warning", snapshot.notifications.warning);
     notifications.Read("alert", snapshot.notifications.alert);
     notifications.Finish();
   }
-  if (const json* credential = members.Object("credential")) snapshot.credential_json = credential->dump();
+  if (const Json* credential = members.Object("credential")) snapshot.credential_json = credential->dump();
 }
 
 }  // namespace
 
-DeviceSnapshot SnapshotOf(const json& state) {
+DeviceSnapshot SnapshotOf(const Json& state) {
   Members members(state, "");
   DeviceSnapshot snapshot;
   members.Read("online", snapshot.online);

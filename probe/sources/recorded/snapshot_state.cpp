@@ -10,7 +10,7 @@ namespace probe {
 namespace {
 
 namespace records = vexora_probe::models::controller;
-using json = nlohmann::ordered_json;  // members reach the plug-in in the order of the recording
+using Json = nlohmann::ordered_json;  // members reach the plug-in in the order of the recording
 
 /// A number that stands for an enumerator.
 template <typename Enumeration>
@@ -30,7 +30,7 @@ std::string HexOf(const std::string& octets) {
 }
 
 /// An SSID as text, or by its octets when it is none.
-void AddSsid(json& object, const std::string& ssid) {
+void AddSsid(Json& object, const std::string& ssid) {
   if (IsUtf8(ssid)) {
     object["ssid"] = ssid;
   } else {
@@ -38,17 +38,17 @@ void AddSsid(json& object, const std::string& ssid) {
   }
 }
 
-json TrafficOf(const records::TrafficStats* statistics) {
+Json TrafficOf(const records::TrafficStats* statistics) {
   if (statistics == nullptr) return nullptr;
   return {{"if_index", statistics->if_index}, {"in_bytes", statistics->in_bytes}, {"out_bytes", statistics->out_bytes}};
 }
 
-json InterfaceOf(const records::InterfaceState* state) {
+Json InterfaceOf(const records::InterfaceState* state) {
   if (state == nullptr) return nullptr;
   return {{"oper_status", state->oper_status}, {"traffic", TrafficOf(state->traffic.get())}};
 }
 
-json ClientOf(const records::AssocClientState& client) {
+Json ClientOf(const records::AssocClientState& client) {
   return {{"mac", client.mac},
           {"hostname", client.hostname},
           {"mode", NumberOf(client.mode)},
@@ -57,18 +57,18 @@ json ClientOf(const records::AssocClientState& client) {
           {"out_bytes", client.out_bytes}};
 }
 
-json SsidInterfaceOf(const records::SSIDIfState& interface) {
-  json object{{"radio", interface.radio},
+Json SsidInterfaceOf(const records::SSIDIfState& interface) {
+  Json object{{"radio", interface.radio},
               {"traffic", TrafficOf(interface.traffic.get())},
               {"client_count", interface.client_count},
-              {"clients", json::array()}};
+              {"clients", Json::array()}};
   AddSsid(object, interface.ssid);
   for (const auto& client : interface.clients) object["clients"].push_back(ClientOf(client));
   return object;
 }
 
-json NeighbourOf(const records::NeighboringAP& neighbour) {
-  json object{{"mac", neighbour.mac},
+Json NeighbourOf(const records::NeighboringAP& neighbour) {
+  Json object{{"mac", neighbour.mac},
               {"trusted", neighbour.trusted != 0},
               {"band", NumberOf(neighbour.band)},
               {"channel", neighbour.channel},
@@ -77,7 +77,7 @@ json NeighbourOf(const records::NeighboringAP& neighbour) {
   return object;
 }
 
-void AddWireless(const DeviceSnapshot& snapshot, json& state) {
+void AddWireless(const DeviceSnapshot& snapshot, Json& state) {
   for (const auto& [name, interface] : snapshot.ssid_interfaces) {
     state["ssid_interfaces"][name] = SsidInterfaceOf(interface);
   }
@@ -95,7 +95,7 @@ void AddWireless(const DeviceSnapshot& snapshot, json& state) {
   }
 }
 
-void AddIdentity(const DeviceSnapshot& snapshot, json& state) {
+void AddIdentity(const DeviceSnapshot& snapshot, Json& state) {
   state["basic_info"] = nullptr;
   if (snapshot.basic_info) {
     state["basic_info"] = {{"hostname", snapshot.basic_info->hostname},
@@ -107,21 +107,21 @@ void AddIdentity(const DeviceSnapshot& snapshot, json& state) {
   }
 }
 
-void AddHealth(const DeviceSnapshot& snapshot, json& state) {
+void AddHealth(const DeviceSnapshot& snapshot, Json& state) {
   state["cpu"] = snapshot.cpu;
   state["uptime"] = snapshot.uptime;
   state["health"] = snapshot.health_level;
   state["notifications"] = {{"info", snapshot.notifications.info},
                             {"warning", snapshot.notifications.warning},
                             {"alert", snapshot.notifications.alert}};
-  const json credential = json::parse(snapshot.credential_json, nullptr, false);
+  const Json credential = Json::parse(snapshot.credential_json, nullptr, false);
   if (credential.is_object()) state["credential"] = credential;
 }
 
 }  // namespace
 
-json StateOf(const DeviceSnapshot& snapshot) {
-  json state{{"online", snapshot.online},
+Json StateOf(const DeviceSnapshot& snapshot) {
+  Json state{{"online", snapshot.online},
              {"known", snapshot.known},
              {"driver", snapshot.driver},
              {"wireless", snapshot.is_wireless}};

@@ -76,6 +76,7 @@ MachineReading ReadMachine() {
   constexpr const char* kUptime = "/proc/uptime";
   MachineReading reading;
   reading.links = ReadLinks();
+  reading.wifi = ReadWifi();
   reading.read_at = std::time(nullptr);
   reading.cpu = Found(CpuTimesOf(TextOf(kStat)), kStat);
   reading.uptime = Found(UptimeOf(TextOf(kUptime)), kUptime);

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "probe/sources/this_machine/proc_texts.h"
+#include "probe/sources/this_machine/wifi_reading.h"
 
 namespace probe {
 
@@ -25,8 +26,9 @@ struct Link {
 
 /// Everything that one look at this machine tells.
 struct MachineReading {
-  std::time_t read_at = 0;  ///< Seconds since the epoch, by this machine's clock.
-  std::vector<Link> links;  ///< In the order of their ifIndex.
+  std::time_t read_at = 0;          ///< Seconds since the epoch, by this machine's clock.
+  std::vector<Link> links;          ///< In the order of their ifIndex.
+  std::vector<WifiInterface> wifi;  ///< Empty for a machine without a Wi-Fi card.
   CpuTimes cpu;
   std::int32_t uptime = 0;  ///< Seconds.
   std::string host_name;
@@ -43,7 +45,7 @@ using MachineReader = std::function<MachineReading()>;
 ///
 /// Threads: any.
 /// Fails:   throws `std::runtime_error` whose text says what could not be read.
-/// Source:  rtnetlink(7), RTM_GETLINK; proc(5); getifaddrs(3); machine-id(5).
+/// Source:  rtnetlink(7), RTM_GETLINK; linux/nl80211.h; proc(5); getifaddrs(3); machine-id(5).
 MachineReading ReadMachine();
 
 }  // namespace probe

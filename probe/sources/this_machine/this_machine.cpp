@@ -8,11 +8,15 @@
 #include "platform/device_records.h"
 #include "probe/logging/log.h"
 #include "probe/sources/this_machine/device_mac.h"
+#include "probe/sources/this_machine/wifi_snapshot.h"
 
 namespace probe {
 namespace {
 
 namespace records = vexora_probe::models::controller;
+
+constexpr std::int32_t kUnknownCpu = -1;  // between two readings there is a percentage, at the first there is none
+constexpr std::int32_t kGoodHealth = 2;   // it answers, and nobody else judges it
 
 records::InterfaceStates InterfacesOf(const std::vector<Link>& links) {
   records::InterfaceStates interfaces;
@@ -99,8 +103,10 @@ void ThisMachine::TakeOver(const MachineReading& reading) {
   snapshot.sample_time = reading.read_at;
   snapshot.polling_time = reading.read_at;
   snapshot.interfaces = InterfacesOf(reading.links);
-  snapshot.cpu = last_cpu_ == CpuTimes{} ? 0 : CpuPercent(last_cpu_, reading.cpu);
+  AddWifi(reading.wifi, snapshot);
+  snapshot.cpu = last_cpu_ == CpuTimes{} ? kUnknownCpu : CpuPercent(last_cpu_, reading.cpu);
   snapshot.uptime = reading.uptime;
+  snapshot.health_level = kGoodHealth;
   last_cpu_ = reading.cpu;
   centre_.Replace(device, std::move(snapshot));
   if (is_failing_) log::Info("this machine can be read again");

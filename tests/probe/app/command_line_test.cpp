@@ -87,6 +87,15 @@ TEST(CommandLine, RefusesToSpeedUpRealDevices) {
   }
 }
 
+TEST(CommandLine, RefusesToSizeANetworkThatIsNotSimulated) {
+  for (const char* option : {"--devices=20", "--clients=30"}) {
+    EXPECT_THROW(SettingsFor(Usable({option}), ""), SettingsError) << option;
+    EXPECT_THROW(SettingsFor(Usable({"--live", option}), ""), SettingsError) << option;
+  }
+  EXPECT_EQ(Answered({"--simulated", "--devices", "10001"}).exit_code, kUnusable);
+  EXPECT_EQ(Answered({"--simulated", "--clients", "1000001"}).exit_code, kUnusable);
+}
+
 TEST(CommandLine, HelpShowsEveryOptionAndEveryKeyOfTheConfigurationFile) {
   const Answer help = Answered({"--help"});
 

@@ -12,10 +12,10 @@
 #include <string>
 
 #include "platform/tasks.h"
-#include "probe/app/loaded_plugin.h"
 #include "probe/client/websocket_client.h"
 #include "probe/clock/virtual_clock.h"
 #include "probe/device_centre/device_centre.h"
+#include "probe/plugin/loaded_plugin.h"
 #include "probe/server/web_server.h"
 #include "probe/sources/this_machine/this_machine.h"
 #include "probe/subscriptions/subscription_service.h"

@@ -48,7 +48,7 @@ Served::Served() {
 }
 
 void Served::Serve() {
-  server = std::make_unique<probe::WebServer>(settings, service);
+  server = std::make_unique<probe::WebServer>(settings, service, http);
   server->Start();
 }
 

@@ -41,6 +41,8 @@ class Served : public ::testing::Test {
   void Serve();
   /// The same, as settings; port and topics are given.
   probe::ServerSettings settings;
+  /// What it serves over plain HTTP; empty: nothing.
+  probe::HttpService http;
 
   probe::ClientOptions Options() const;
   probe::WebsocketClient Connect() const { return probe::WebsocketClient(Options()); }

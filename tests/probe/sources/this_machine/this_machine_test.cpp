@@ -141,7 +141,7 @@ TEST_F(ThisMachineTest, TakesItsNameFromTheSettings) {
 TEST_F(ThisMachineTest, KnowsItsCpuUseFromTheSecondReadingOn) {
   ThisMachine source(centre, {}, machine.Reader());
   source.RefreshOnce();
-  EXPECT_EQ(centre.device(kMac)->hw_resources().cpu, 0);
+  EXPECT_EQ(centre.device(kMac)->hw_resources().cpu, -1);
   machine.reading.cpu = {.busy = 80, .total = 200};
 
   source.RefreshOnce();

@@ -1,4 +1,4 @@
-#include "probe/app/loaded_plugin.h"
+#include "probe/plugin/loaded_plugin.h"
 
 #include <dlfcn.h>
 

@@ -1,0 +1,103 @@
+#include "probe/api/answers.h"
+
+#include <algorithm>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <utility>
+
+#include "probe/api/strict_json.h"
+
+namespace probe {
+namespace {
+
+using nlohmann::ordered_json;
+
+/// JSON text of a tree; what is not UTF-8 in it is replaced.
+std::string Dump(const ordered_json& tree) {
+  return tree.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
+}
+
+/// An argument of the query; nothing when it is missing or empty.
+std::optional<std::string> Argument(const HttpRequest& request, const char* name) {
+  const auto found = request.arguments.find(name);
+  if (found == request.arguments.end() || found->second.empty()) return std::nullopt;
+  return found->second;
+}
+
+ordered_json DeviceTree(const std::string& mac, const DeviceSnapshot& device) {
+  const auto info = device.basic_info.value_or(vexora_probe::models::controller::BasicInfo{});
+  const auto platform = device.platform_info.value_or(vexora_probe::models::controller::PlatformInfo{});
+  return {{"mac", mac},
+          {"hostname", info.hostname},
+          {"ip", info.ip},
+          {"type", DeviceManager::GetDeviceTypeStr(info.type)},
+          {"model", platform.model},
+          {"version", platform.version},
+          {"online", device.online},
+          {"wireless", device.is_wireless}};
+}
+
+HttpAnswer NotRunning() {
+  return ErrorAnswer(503, "not_running", "The monitoring engine does not run.");
+}
+
+/// Whether `periods`, as the plug-in lists them, hold this one.
+bool HasPeriod(const ordered_json& periods, const std::string& type, const std::string& period) {
+  const auto list = periods.find(type);
+  return list != periods.end() && list->is_array() && std::find(list->begin(), list->end(), period) != list->end();
+}
+
+}  // namespace
+
+HttpAnswer JsonAnswer(std::string text, Caching caching) {
+  HttpAnswer answer;
+  answer.caching = caching;
+  if (caching != Caching::kNoStore) answer.etag = EtagOf(text);
+  answer.body = std::make_shared<const std::string>(std::move(text));
+  return answer;
+}
+
+HttpAnswer DevicesAnswer(DeviceCentre& centre) {
+  ordered_json devices = ordered_json::array();
+  for (const std::string& mac : centre.GetOnlineManagedDevices(false))
+    if (const auto device = centre.Snapshot(mac)) devices.push_back(DeviceTree(mac, *device));
+  return JsonAnswer(Dump({{"devices", std::move(devices)}}), Caching::kRevalidate);
+}
+
+HttpAnswer InterfaceTrafficAnswer(const PluginCalls& plugin, const HttpRequest& request) {
+  const auto mac = Argument(request, "mac");
+  const auto interface = Argument(request, "interface");
+  if (!mac || !interface) return ErrorAnswer(400, "missing_argument", R"(The query must name "mac" and "interface".)");
+  std::map<std::string, unsigned long long> traffic;
+  plugin.interface_traffic(*mac, *interface, traffic);
+  if (!traffic.contains("input") || !traffic.contains("output"))
+    return ErrorAnswer(404, "unknown_interface", "No traffic of such an interface is known.");
+  return JsonAnswer(
+      Dump({{"mac", *mac}, {"interface", *interface}, {"input", traffic["input"]}, {"output", traffic["output"]}}),
+      Caching::kNoStore);
+}
+
+HttpAnswer PeriodsAnswer(const ReportCalls& report) {
+  std::string text = StrictJson(report.periods());
+  const auto periods = ordered_json::parse(text, nullptr, false);
+  if (!periods.is_object() || periods.empty()) return NotRunning();
+  return JsonAnswer(std::move(text), Caching::kRevalidate);
+}
+
+HttpAnswer ReportAnswer(const ReportCalls& report, const HttpRequest& request) {
+  const auto type = Argument(request, "type");
+  const auto period = Argument(request, "period");
+  if (!type || !period) return ErrorAnswer(400, "missing_argument", R"(The query must name "type" and "period".)");
+  if (*type != "daily" && *type != "weekly")
+    return ErrorAnswer(400, "unknown_type", R"("type" must be "daily" or "weekly".)");
+  // Asked first: for a period that is not there the two reports answer in different ways.
+  const auto periods = ordered_json::parse(StrictJson(report.periods()), nullptr, false);
+  if (!periods.is_object() || periods.empty()) return NotRunning();
+  if (!HasPeriod(periods, *type, *period))
+    return ErrorAnswer(404, "unknown_period", "There is no report for this period, or none any more.");
+  std::string text = StrictJson(report.read_report(Dump({{"report_type", *type}, {"period", *period}})));
+  if (text.empty() || text == "{}") return NotRunning();
+  return JsonAnswer(std::move(text), Caching::kRevalidate);
+}
+
+}  // namespace probe

@@ -1,0 +1,142 @@
+#include "probe/api/http_api.h"
+
+#include <algorithm>
+#include <functional>
+#include <nlohmann/json.hpp>
+#include <utility>
+
+#include "probe/api/answers.h"
+#include "probe/api/strict_json.h"
+#include "probe/clock/clock.h"
+
+namespace probe {
+namespace {
+
+using nlohmann::ordered_json;
+
+constexpr char kLive[] = "/api/live/";
+
+/// Silence of the engine, in passes, that is no mere delay any more; and the least that is, whatever the pace.
+constexpr unsigned kMissedPasses = 3;
+constexpr std::chrono::seconds kLeastSilence{10};
+
+HttpAnswer NotFound() {
+  return ErrorAnswer(404, "not_found", "There is nothing at this path; /api/ names what there is.");
+}
+
+/// The argument by which the standard filters of a topic are told apart.
+const char* VariantArgument(const std::string& topic) {
+  return topic == "wireless_top_monitor" ? "orderby" : "interval";
+}
+
+/// The variant that stands for a topic when the request names none: the topic's own default.
+std::string DefaultVariant(const std::string& topic) {
+  if (topic == "TrafficMonitor") return "10m";
+  if (topic == "wireless_top_monitor") return "total";
+  return topic == "HealthMonitor" ? "" : "1h";
+}
+
+bool IsStandard(const std::string& topic, const std::string& variant) {
+  const auto& filters = StandardFilters();
+  return std::any_of(filters.begin(), filters.end(),
+                     [&](const auto& one) { return one.topic == topic && one.variant == variant; });
+}
+
+}  // namespace
+
+HttpApi::HttpApi(ProbeFacts facts, PluginCalls plugin, DeviceCentre& centre, const LatestMessages& latest,
+                 PageFiles pages)
+    : facts_(std::move(facts)),
+      plugin_(std::move(plugin)),
+      centre_(centre),
+      latest_(latest),
+      pages_(std::move(pages)) {}
+
+Door HttpApi::DoorOf(const std::string& path) const {
+  if (path.starts_with("/api/")) return Door::kGuarded;
+  return path == "/healthz" || pages_.Has(path) ? Door::kOpen : Door::kNone;
+}
+
+HttpAnswer HttpApi::Answer(const HttpRequest& request) const {
+  using Route = std::function<HttpAnswer()>;
+  const std::map<std::string, Route> routes{
+      {"/healthz", [&] { return Health(); }},
+      {"/api/", [&] { return Index(); }},
+      {"/api/status", [&] { return Status(); }},
+      {"/api/devices", [&] { return DevicesAnswer(centre_); }},
+      {"/api/traffic", [&] { return InterfaceTrafficAnswer(plugin_, request); }},
+      {"/api/reports/clients", [&] { return ReportAnswer(plugin_.clients, request); }},
+      {"/api/reports/clients/periods", [&] { return PeriodsAnswer(plugin_.clients); }},
+      {"/api/reports/networks", [&] { return ReportAnswer(plugin_.networks, request); }},
+      {"/api/reports/networks/periods", [&] { return PeriodsAnswer(plugin_.networks); }}};
+  if (const auto route = routes.find(request.path); route != routes.end()) return route->second();
+  if (request.path.starts_with(kLive)) return Live(request.path.substr(sizeof kLive - 1), request);
+  return pages_.Has(request.path) ? pages_.Answer(request) : NotFound();
+}
+
+std::vector<std::string> HttpApi::Paths() {
+  return {"/healthz",
+          "/api/",
+          "/api/status",
+          "/api/devices",
+          "/api/traffic",
+          "/api/live/{topic}",
+          "/api/reports/clients",
+          "/api/reports/clients/periods",
+          "/api/reports/networks",
+          "/api/reports/networks/periods"};
+}
+
+HttpAnswer HttpApi::Index() const {
+  return JsonAnswer(ordered_json{{"name", "vexora-probe"}, {"version", facts_.version}, {"paths", Paths()}}.dump(),
+                    Caching::kRevalidate);
+}
+
+HttpAnswer HttpApi::Health() const {
+  const auto silence = SteadyClock::now() - latest_.last_arrival().value_or(started_);
+  const std::chrono::seconds patience{kMissedPasses * kPassSeconds / std::max(facts_.speed, 1U)};
+  if (silence > std::max(patience, kLeastSilence))
+    return ErrorAnswer(503, "stalled", "The monitoring engine has made no pass for a while.");
+  const char* status = latest_.last_arrival() ? "ok" : "starting";
+  return JsonAnswer(ordered_json{{"status", status}}.dump(), Caching::kNoStore);
+}
+
+HttpAnswer HttpApi::Status() const {
+  const timeval now = InstalledClock().Now();
+  constexpr std::int64_t kThousand = 1000;
+  ordered_json last;
+  if (const auto received = latest_.last_received()) last = static_cast<std::int64_t>(*received);
+  ordered_json topics = ordered_json::array();
+  for (const StandardFilter& wanted : StandardFilters()) {
+    const auto message = latest_.Find(wanted.topic, wanted.variant);
+    if (message == nullptr) continue;
+    ordered_json topic{{"topic", wanted.topic}};
+    if (!wanted.variant.empty()) topic[VariantArgument(wanted.topic)] = wanted.variant;
+    topic["received"] = static_cast<std::int64_t>(message->received);
+    topics.push_back(std::move(topic));
+  }
+  const ordered_json status{{"version", facts_.version},
+                            {"now", std::int64_t{now.tv_sec} * kThousand + std::int64_t{now.tv_usec} / kThousand},
+                            {"speed", facts_.speed},
+                            {"passes", {{"period", kPassSeconds}, {"last", last}}},
+                            {"topics", std::move(topics)}};
+  return JsonAnswer(status.dump(), Caching::kNoStore);
+}
+
+HttpAnswer HttpApi::Live(const std::string& topic, const HttpRequest& request) const {
+  const auto given = request.arguments.find(VariantArgument(topic));
+  const std::string variant =
+      given == request.arguments.end() || given->second.empty() ? DefaultVariant(topic) : given->second;
+  if (!IsStandard(topic, DefaultVariant(topic)))
+    return ErrorAnswer(404, "unknown_topic", "There is no such live topic.");
+  if (!IsStandard(topic, variant))
+    return ErrorAnswer(400, "unknown_filter", "The topic has no such view; for others, subscribe to it.");
+  const auto message = latest_.Find(topic, variant);
+  if (message == nullptr && latest_.IsTooLarge(topic, variant))
+    return ErrorAnswer(404, "too_large", "The topic's messages are too large to be kept; subscribe, with a filter.");
+  if (message == nullptr)
+    return ErrorAnswer(404, "nothing_yet", "The topic has told nothing yet; its first message comes with a pass.");
+  return JsonAnswer(StrictJson(message->text), Caching::kNoStore);
+}
+
+}  // namespace probe

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <chrono>
+#include <string>
+
+#include "probe/api/latest_messages.h"
+#include "probe/api/page_files.h"
+#include "probe/api/plugin_calls.h"
+#include "probe/device_centre/device_centre.h"
+#include "probe/server/http_message.h"
+
+namespace probe {
+
+/// What the probe is, for those who ask.
+struct ProbeFacts {
+  std::string version;
+  unsigned speed = 1;  ///< How many times faster than the true pace its clock runs.
+};
+
+/// The HTTP interface of the probe, docs/openapi.yaml, and the pages of its dashboard.
+///
+/// Threads: any, several at once. What it refers to must outlive it.
+class HttpApi {
+ public:
+  /// Seconds between two passes, by the probe's clock.
+  static constexpr unsigned kPassSeconds = 60;
+
+  HttpApi(ProbeFacts facts, PluginCalls plugin, DeviceCentre& centre, const LatestMessages& latest, PageFiles pages);
+
+  bool has_pages() const { return !pages_.is_empty(); }
+
+  /// The two halves of an `HttpService`.
+  Door DoorOf(const std::string& path) const;
+  HttpAnswer Answer(const HttpRequest& request) const;
+
+  /// The paths below /api/ and beside it, as docs/openapi.yaml writes them.
+  static std::vector<std::string> Paths();
+
+ private:
+  using SteadyClock = std::chrono::steady_clock;
+
+  HttpAnswer Index() const;
+  HttpAnswer Health() const;
+  HttpAnswer Status() const;
+  HttpAnswer Live(const std::string& topic, const HttpRequest& request) const;
+
+  const ProbeFacts facts_;
+  const PluginCalls plugin_;
+  DeviceCentre& centre_;
+  const LatestMessages& latest_;
+  const PageFiles pages_;
+  const SteadyClock::time_point started_ = SteadyClock::now();
+};
+
+}  // namespace probe

@@ -1,0 +1,64 @@
+#pragma once
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+
+namespace probe {
+
+/// A GET or HEAD request that has passed the access rules.
+struct HttpRequest {
+  std::string path;                              ///< Percent-decoded, without the query.
+  std::map<std::string, std::string> arguments;  ///< Of the query, decoded; of a name that comes twice, the last.
+  bool accepts_gzip = false;
+};
+
+/// What a client may do with an answer that it has.
+enum class Caching {
+  kNoStore,     ///< Nothing: the next one will be another.
+  kRevalidate,  ///< Keep it, and ask with its ETag whether it still holds.
+  kForever      ///< Keep it: what this path names never changes.
+};
+
+/// An answer to a request.
+struct HttpAnswer {
+  unsigned status = 200;  ///< RFC 9110, section 15.
+  std::string content_type = "application/json";
+  std::shared_ptr<const std::string> body = std::make_shared<const std::string>();
+  Caching caching = Caching::kNoStore;
+  std::string etag;      ///< In its quotes; empty: none. RFC 9110, section 8.8.3.
+  bool is_gzip = false;  ///< The body is compressed.
+};
+
+/// Who may ask for a path.
+enum class Door {
+  kNone,    ///< Nobody: there is nothing.
+  kOpen,    ///< Everybody whom Host and Origin let in: it holds no secret.
+  kGuarded  ///< Those with the token only.
+};
+
+/// What the server serves over plain HTTP.
+struct HttpService {
+  /// Whether there is something at a path, and for whom. Threads: the server thread; must be quick.
+  std::function<Door(const std::string& path)> door;
+
+  /// Answers a request whose door is open. Threads: one of the server's workers, several at once. May take its time.
+  std::function<HttpAnswer(const HttpRequest& request)> answer;
+};
+
+/// An answer that is an error: `{"error": {"code": CODE, "message": MESSAGE}}`.
+///
+/// `code` is for programs, `message` for people; neither may hold anything that the client sent.
+HttpAnswer ErrorAnswer(unsigned status, const std::string& code, const std::string& message);
+
+/// The code that stands for a status that has no more to tell: "not_found".
+std::string CodeOfStatus(unsigned status);
+
+/// An ETag for a body: equal for equal bodies, and hardly ever for different ones.
+std::string EtagOf(const std::string& body);
+
+/// Whether a client's If-None-Match names this ETag. Source: RFC 9110, section 13.1.2 (weak comparison).
+bool NamesEtag(const std::string& if_none_match, const std::string& etag);
+
+}  // namespace probe

@@ -1,0 +1,74 @@
+#include "probe/sources/this_machine/wifi_reading.h"
+
+#include <linux/nl80211.h>
+#include <netlink/genl/ctrl.h>
+#include <netlink/genl/genl.h>
+#include <netlink/msg.h>
+#include <netlink/socket.h>
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <utility>
+
+#include "probe/sources/this_machine/wifi_messages.h"
+
+namespace probe {
+namespace {
+
+struct Release {
+  void operator()(nl_sock* socket) const { nl_socket_free(socket); }
+  void operator()(nl_msg* message) const { nlmsg_free(message); }
+};
+
+using Handler = std::function<void(nlmsghdr*)>;
+
+int Hand(nl_msg* message, void* handler) {
+  (*static_cast<const Handler*>(handler))(nlmsg_hdr(message));
+  return NL_OK;
+}
+
+/// A conversation with the part of the kernel that knows Wi-Fi cards.
+class Nl80211 {
+ public:
+  Nl80211() : socket_(nl_socket_alloc()) {
+    if (socket_ != nullptr && genl_connect(socket_.get()) == 0) {
+      family_ = genl_ctrl_resolve(socket_.get(), NL80211_GENL_NAME);
+    }
+  }
+
+  /// Asks for everything that `command` lists, of one interface or of all (0), and hands over what comes. An error ends
+  /// the list early.
+  void List(std::uint8_t command, std::int32_t if_index, Handler handler) {
+    if (family_ < 0) return;
+    const std::unique_ptr<nl_msg, Release> request(nlmsg_alloc());
+    if (request == nullptr) return;
+    genlmsg_put(request.get(), NL_AUTO_PORT, NL_AUTO_SEQ, family_, 0, NLM_F_DUMP, command, 0);
+    if (if_index != 0) nla_put_u32(request.get(), NL80211_ATTR_IFINDEX, static_cast<std::uint32_t>(if_index));
+    nl_socket_modify_cb(socket_.get(), NL_CB_VALID, NL_CB_CUSTOM, &Hand, &handler);
+    if (nl_send_auto(socket_.get(), request.get()) >= 0) nl_recvmsgs_default(socket_.get());
+  }
+
+ private:
+  std::unique_ptr<nl_sock, Release> socket_;
+  int family_ = -1;  // negative: this kernel knows of no Wi-Fi
+};
+
+}  // namespace
+
+std::vector<WifiInterface> ReadWifi() {
+  Nl80211 kernel;
+  std::vector<WifiInterface> interfaces;
+  kernel.List(NL80211_CMD_GET_INTERFACE, 0, [&](nlmsghdr* message) {
+    if (auto interface = InterfaceIn(message)) interfaces.push_back(*std::move(interface));
+  });
+  for (WifiInterface& interface : interfaces) {
+    if (!interface.is_access_point) continue;  // what a client of a network sees as a station is its access point
+    kernel.List(NL80211_CMD_GET_STATION, interface.if_index, [&](nlmsghdr* message) {
+      if (auto station = StationIn(message, interface.frequency)) interface.stations.push_back(*std::move(station));
+    });
+  }
+  return interfaces;
+}
+
+}  // namespace probe

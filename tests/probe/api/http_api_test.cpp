@@ -1,0 +1,179 @@
+#include "probe/api/http_api.h"
+
+#include <gmock/gmock.h>
+
+#include <fstream>
+#include <nlohmann/json.hpp>
+
+#include "tests/probe/server/served.h"
+
+namespace {
+
+using nlohmann::json;
+using probe::Caching;
+using probe::HttpAnswer;
+using ::testing::ElementsAre;
+
+class HttpApiTest : public test::Served {
+ protected:
+  HttpApiTest() {
+    plugin.clients = {[this] { return periods; },
+                      [this](const std::string& request) {
+                        requests.push_back(request);
+                        return report;
+                      }};
+    plugin.networks = plugin.clients;
+    plugin.interface_traffic = [](const std::string& mac, const std::string& interface,
+                                  std::map<std::string, unsigned long long>& out) {
+      if (mac == "AA" && interface == "5Ghz - Office") out = {{"input", 18'446'744'073'709'551'615ULL}, {"output", 2}};
+    };
+    service.AddSubscriber("HealthMonitor", subscriber);
+  }
+
+  HttpAnswer Ask(const std::string& path, const std::map<std::string, std::string>& arguments = {},
+                 unsigned speed = 1) {
+    return probe::HttpApi({"1.2.3", speed}, plugin, centre, latest, probe::PageFiles("")).Answer({path, arguments});
+  }
+
+  static std::string CodeOf(const HttpAnswer& answer) { return json::parse(*answer.body)["error"]["code"]; }
+
+  /// The same; empty for an answer that is no error.
+  static std::string CodeOfOrEmpty(const HttpAnswer& answer) { return answer.status == 200 ? "" : CodeOf(answer); }
+
+  /// Has a pass push a health message.
+  void PassWith(const std::string& text) {
+    if (server == nullptr) {
+      Serve();
+      latest.Subscribe(*server, service);
+    }
+    Push(service.GetSubscribeList("HealthMonitor")["latest"].begin()->first, text);
+  }
+
+  probe::DeviceCentre centre;
+  probe::LatestMessages latest;
+  probe::PluginCalls plugin;
+  std::string periods = R"({"daily": ["2026-11-15"], "weekly": ["2026-11-15/2026-11-21"]})";
+  std::string report = R"({"wireless_clients": [], "expire": false})";
+  std::vector<std::string> requests;
+};
+
+TEST_F(HttpApiTest, ListsTheDevicesInTheOrderOfTheCentre) {
+  probe::DeviceSnapshot late;
+  late.basic_info->hostname = "late \xff";
+  probe::DeviceSnapshot first;
+  first.basic_info->hostname = "ap-1";
+  first.basic_info->ip = "10.0.0.2";
+  first.basic_info->type = vexora_probe::models::controller::DeviceType::kAccessPoint;
+  first.platform_info = {"W6", "1.0"};
+  first.is_wireless = true;
+  first.online = false;
+  centre.Replace("BB", first);
+  centre.Replace("AA", late);
+  const HttpAnswer answer = Ask("/api/devices");
+  EXPECT_EQ(json::parse(*answer.body), json::parse(R"({"devices": [
+    {"mac": "BB", "hostname": "ap-1", "ip": "10.0.0.2", "type": "AccessPoint", "model": "W6", "version": "1.0",
+     "online": false, "wireless": true},
+    {"mac": "AA", "hostname": "late �", "ip": "", "type": "Unknown", "model": "", "version": "",
+     "online": true, "wireless": false}]})"));
+  EXPECT_EQ(answer.caching, Caching::kRevalidate);
+  EXPECT_EQ(answer.etag, probe::EtagOf(*answer.body));
+}
+
+TEST_F(HttpApiTest, TellsTheNewestTrafficOfOneInterface) {
+  const HttpAnswer answer = Ask("/api/traffic", {{"mac", "AA"}, {"interface", "5Ghz - Office"}});
+  EXPECT_EQ(*answer.body, R"({"mac":"AA","interface":"5Ghz - Office","input":18446744073709551615,"output":2})");
+  EXPECT_EQ(answer.caching, Caching::kNoStore);
+  EXPECT_EQ(Ask("/api/traffic", {{"mac", "AA"}, {"interface", "lan"}}).status, 404U);
+  EXPECT_EQ(CodeOf(Ask("/api/traffic", {{"mac", "AA"}})), "missing_argument");
+  EXPECT_EQ(Ask("/api/traffic", {{"mac", ""}, {"interface", "x"}}).status, 400U);
+}
+
+TEST_F(HttpApiTest, GivesAReportWithWhatIsNoNumberAsNull) {
+  report = R"({"spectrum_usage": {"5GHz": {"traffic": {"peak": Infinity, "average": NaN}}}, "x": ")"
+           "\xff\"}";
+  const HttpAnswer answer = Ask("/api/reports/networks", {{"type", "weekly"}, {"period", "2026-11-15/2026-11-21"}});
+  EXPECT_EQ(answer.status, 200U);
+  EXPECT_EQ(json::parse(*answer.body),
+            json::parse(R"({"spectrum_usage": {"5GHz": {"traffic": {"peak": null, "average": null}}}, "x": "�"})"));
+  EXPECT_THAT(requests, ElementsAre(R"({"report_type":"weekly","period":"2026-11-15/2026-11-21"})"));
+  EXPECT_EQ(answer.etag, probe::EtagOf(*answer.body));
+}
+
+TEST_F(HttpApiTest, GivesThePeriodsAsThePluginListsThem) {
+  EXPECT_EQ(json::parse(*Ask("/api/reports/clients/periods").body), json::parse(periods));
+}
+
+TEST_F(HttpApiTest, RefusesAReportThatThereIsNot) {
+  EXPECT_EQ(CodeOf(Ask("/api/reports/clients")), "missing_argument");
+  EXPECT_EQ(CodeOf(Ask("/api/reports/clients", {{"type", "monthly"}, {"period", "2026-11"}})), "unknown_type");
+  const HttpAnswer unknown = Ask("/api/reports/clients", {{"type", "daily"}, {"period", "2026-11-14"}});
+  EXPECT_EQ(unknown.status, 404U);
+  EXPECT_EQ(CodeOf(unknown), "unknown_period");
+  EXPECT_EQ(Ask("/api/reports/clients", {{"type", "weekly"}, {"period", "2026-11-15"}}).status, 404U);
+  EXPECT_TRUE(requests.empty());
+}
+
+TEST_F(HttpApiTest, SaysThatTheEngineDoesNotRun) {
+  periods = "{}";
+  EXPECT_EQ(Ask("/api/reports/clients/periods").status, 503U);
+  EXPECT_EQ(CodeOf(Ask("/api/reports/networks", {{"type", "daily"}, {"period", "x"}})), "not_running");
+  periods = "";
+  EXPECT_EQ(CodeOf(Ask("/api/reports/networks/periods")), "not_running");
+}
+
+TEST_F(HttpApiTest, GivesTheLatestMessageOfATopicStrictly) {
+  EXPECT_EQ(CodeOf(Ask("/api/live/HealthMonitor")), "nothing_yet");
+  PassWith(R"({"name": "HealthMonitor", "data": NaN})");
+  const HttpAnswer answer = Ask("/api/live/HealthMonitor");
+  EXPECT_EQ(*answer.body, R"({"name": "HealthMonitor", "data": null})");
+  EXPECT_EQ(answer.caching, Caching::kNoStore);
+  EXPECT_EQ(CodeOf(Ask("/api/live/TrafficMonitor", {{"interval", "1day"}})), "nothing_yet");
+  EXPECT_EQ(CodeOf(Ask("/api/live/TrafficMonitor", {{"interval", "3h"}})), "unknown_filter");
+  EXPECT_EQ(CodeOf(Ask("/api/live/Nobody")), "unknown_topic");
+}
+
+TEST_F(HttpApiTest, IsHealthyWhileThePassesCome) {
+  EXPECT_EQ(*Ask("/healthz").body, R"({"status":"starting"})");
+  PassWith("{}");
+  EXPECT_EQ(*Ask("/healthz").body, R"({"status":"ok"})");
+}
+
+TEST_F(HttpApiTest, TellsWhereThePassesAre) {
+  json status = json::parse(*Ask("/api/status", {}, 60).body);
+  EXPECT_EQ(status["passes"], json::parse(R"({"period": 60, "last": null})"));
+  EXPECT_EQ(status["speed"], 60);
+  EXPECT_EQ(status["version"], "1.2.3");
+  PassWith("{}");
+  status = json::parse(*Ask("/api/status").body);
+  EXPECT_TRUE(status["passes"]["last"].is_number_integer());
+  EXPECT_EQ(status["topics"].size(), 1U);
+  EXPECT_EQ(status["topics"][0]["topic"], "HealthMonitor");
+  EXPECT_GE(status["now"].get<std::int64_t>(), status["passes"]["last"].get<std::int64_t>() * 1000);
+}
+
+TEST_F(HttpApiTest, GuardsEverythingButItsHealthAndThePages) {
+  const probe::HttpApi api({}, plugin, centre, latest, probe::PageFiles(""));
+  EXPECT_EQ(api.DoorOf("/healthz"), probe::Door::kOpen);
+  EXPECT_EQ(api.DoorOf("/"), probe::Door::kNone) << "no pages here";
+  for (const auto& path : probe::HttpApi::Paths())
+    if (path != "/healthz") {
+      EXPECT_EQ(api.DoorOf(path), probe::Door::kGuarded) << path;
+    }
+  EXPECT_EQ(api.DoorOf("/api/nothing"), probe::Door::kGuarded) << "no telling apart without the token";
+  EXPECT_EQ(CodeOf(Ask("/api/nothing")), "not_found");
+}
+
+TEST_F(HttpApiTest, HasThePathsThatItsDescriptionHas) {
+  std::ifstream file(VEXORA_OPENAPI_FILE);
+  std::vector<std::string> described;
+  for (std::string line; std::getline(file, line);)
+    if (line.starts_with("  /") && line.ends_with(":")) described.push_back(line.substr(2, line.size() - 3));
+  EXPECT_THAT(described, ::testing::UnorderedElementsAreArray(probe::HttpApi::Paths()));
+  for (const std::string& path : probe::HttpApi::Paths()) {
+    if (path.find('{') == std::string::npos) {
+      EXPECT_NE(CodeOfOrEmpty(Ask(path)), "not_found") << path;
+    }
+  }
+}
+
+}  // namespace

@@ -1,0 +1,245 @@
+// Plain HTTP requests over real sockets: who may ask, what the answers look like, and what a worker that takes its
+// time holds up.
+
+#include <gmock/gmock.h>
+
+#include <atomic>
+#include <future>
+#include <map>
+
+#include "probe/server/http_workers.h"
+#include "tests/probe/server/raw_client.h"
+#include "tests/probe/server/served.h"
+
+namespace {
+
+using ::testing::AllOf;
+using ::testing::EndsWith;
+using ::testing::HasSubstr;
+using ::testing::Not;
+using ::testing::StartsWith;
+
+class HttpRequestTest : public test::Served {
+ protected:
+  HttpRequestTest() {
+    http.door = [](const std::string& path) {
+      if (path == "/page") return probe::Door::kOpen;
+      return path.starts_with("/api/") ? probe::Door::kGuarded : probe::Door::kNone;
+    };
+    http.answer = [this](const probe::HttpRequest& request) { return AnswerOf(request); };
+  }
+
+  /// The whole answer to a request with these further headers, over a connection of its own.
+  std::string Get(const std::string& target, const std::string& headers = "", const std::string& method = "GET") {
+    test::RawClient client(server->port());
+    client.Send(Request(target, headers + "Connection: close\r\n", method));
+    return client.ReadAll();
+  }
+
+  std::string Request(const std::string& target, const std::string& headers = "", const std::string& method = "GET") {
+    return method + " " + target + " HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(server->port()) + "\r\n" + headers +
+           "\r\n";
+  }
+
+  /// Lets the requests for /api/slow go on.
+  void LetGo() { gate_.set_value(); }
+  std::atomic<int> slow_requests{0};
+
+ private:
+  probe::HttpAnswer AnswerOf(const probe::HttpRequest& request) {
+    probe::HttpAnswer answer;
+    std::string body = request.path;
+    for (const auto& [name, value] : request.arguments) body += " " + name + "=" + value;
+    if (request.path == "/api/large") body.assign(3'000'000, 'x');
+    if (request.path == "/api/huge") body.assign(64'000'000, 'x');
+    if (request.path == "/api/tagged") {
+      answer.caching = probe::Caching::kRevalidate;
+      answer.etag = "\"tag\"";
+    }
+    if (request.path == "/api/slow") {
+      ++slow_requests;
+      opened_.wait();
+    }
+    if (request.path == "/api/broken") throw std::runtime_error("broken");
+    answer.body = std::make_shared<const std::string>(body);
+    return answer;
+  }
+
+  std::promise<void> gate_;
+  std::shared_future<void> opened_ = gate_.get_future().share();
+};
+
+TEST_F(HttpRequestTest, IsAnsweredWithItsDecodedArguments) {
+  Serve();
+  EXPECT_THAT(Get("/api/x?mac=AA%3A01&interface=5Ghz%20-%20Office&empty=&flag"),
+              AllOf(StartsWith("HTTP/1.1 200 "), HasSubstr("content-type: application/json\r\n"),
+                    HasSubstr("cache-control: no-store\r\n"),
+                    EndsWith("\r\n\r\n/api/x empty= flag= interface=5Ghz - Office mac=AA:01")));
+}
+
+TEST_F(HttpRequestTest, LeavesTheConnectionOpenForTheNextOne) {
+  Serve();
+  test::RawClient client(server->port());
+  client.Send(Request("/api/first"));
+  EXPECT_THAT(client.ReadHead(), StartsWith("HTTP/1.1 200 "));
+  ASSERT_TRUE(client.WaitForOctets(std::string("/api/first").size()));
+  client.Send(Request("/api/last", "Connection: close\r\n"));
+  EXPECT_THAT(client.ReadAll(), AllOf(StartsWith("/api/firstHTTP/1.1 200 "), EndsWith("/api/last")));
+}
+
+TEST_F(HttpRequestTest, TellsOnlyTheHeadWhenNoMoreIsAskedFor) {
+  Serve();
+  EXPECT_THAT(Get("/api/large", "", "HEAD"), AllOf(HasSubstr("content-length: 3000000\r\n"), EndsWith("\r\n\r\n")));
+}
+
+TEST_F(HttpRequestTest, IsNotSentAgainWhatTheClientHas) {
+  Serve();
+  EXPECT_THAT(Get("/api/tagged"), AllOf(StartsWith("HTTP/1.1 200 "), HasSubstr("etag: \"tag\"\r\n"),
+                                        HasSubstr("cache-control: no-cache\r\n")));
+  EXPECT_THAT(Get("/api/tagged", "If-None-Match: \"tag\"\r\n"),
+              AllOf(StartsWith("HTTP/1.1 304 "), HasSubstr("etag: \"tag\"\r\n"), EndsWith("\r\n\r\n")));
+  EXPECT_THAT(Get("/api/tagged", "If-None-Match: \"other\"\r\n"), StartsWith("HTTP/1.1 200 "));
+}
+
+TEST_F(HttpRequestTest, GetsAnAnswerThatIsLargerThanAnyBuffer) {
+  Serve();
+  EXPECT_THAT(Get("/api/large"), EndsWith("\r\n\r\n" + std::string(3'000'000, 'x')));
+}
+
+TEST_F(HttpRequestTest, IsRefusedInJsonBelowTheInterfaceOfPrograms) {
+  Serve();
+  EXPECT_THAT(Get("/api/x", "", "POST"),
+              AllOf(StartsWith("HTTP/1.1 405 "), HasSubstr("allow: GET, HEAD\r\n"), HasSubstr("method_not_allowed")));
+  EXPECT_THAT(Get("/page", "", "DELETE"), AllOf(StartsWith("HTTP/1.1 405 "), HasSubstr("text/plain")));
+  EXPECT_THAT(Get("/api/x", "Content-Length: 3\r\n"), AllOf(StartsWith("HTTP/1.1 400 "), HasSubstr("bad_request")));
+  EXPECT_THAT(Get("/api/x", "Transfer-Encoding: chunked\r\n"), StartsWith("HTTP/1.1 400 "));
+  EXPECT_THAT(Get("/nothing"), StartsWith("HTTP/1.1 404 "));
+  EXPECT_THAT(Get("/"), StartsWith("HTTP/1.1 426 "));
+}
+
+TEST_F(HttpRequestTest, NeedsTheTokenForAllButPages) {
+  settings.token = "secret";
+  Serve();
+  EXPECT_THAT(Get("/page"), StartsWith("HTTP/1.1 200 "));
+  EXPECT_THAT(Get("/api/x"), AllOf(StartsWith("HTTP/1.1 401 "), HasSubstr("www-authenticate: Bearer\r\n"),
+                                   HasSubstr("\"unauthorized\""), Not(HasSubstr("secret"))));
+  EXPECT_THAT(Get("/api/x", "Authorization: Bearer wrong\r\n"), StartsWith("HTTP/1.1 401 "));
+  EXPECT_THAT(Get("/api/x", "Authorization: Bearer secret\r\n"), StartsWith("HTTP/1.1 200 "));
+  EXPECT_THAT(Get("/api/x?token=secret"), StartsWith("HTTP/1.1 200 "));
+  EXPECT_THAT(Get("/api/x?token=secre"), StartsWith("HTTP/1.1 401 "));
+}
+
+TEST_F(HttpRequestTest, OfAForeignPageIsRefused) {
+  settings.allowed_origins = {"https://desk.example"};
+  Serve();
+  EXPECT_THAT(Get("/api/x", "Origin: https://attacker.example\r\n"), StartsWith("HTTP/1.1 403 "));
+  EXPECT_THAT(Get("/api/x", "Sec-Fetch-Site: cross-site\r\n"), StartsWith("HTTP/1.1 403 "))
+      << "an image or a script of a foreign page has no Origin";
+  EXPECT_THAT(Get("/api/x", "Sec-Fetch-Site: same-site\r\n"), StartsWith("HTTP/1.1 403 "));
+  EXPECT_THAT(Get("/api/x", "Sec-Fetch-Site: same-origin\r\n"),
+              AllOf(StartsWith("HTTP/1.1 200 "), Not(HasSubstr("access-control-allow-origin"))));
+  EXPECT_THAT(Get("/api/x", "Sec-Fetch-Site: none\r\n"), StartsWith("HTTP/1.1 200 ")) << "typed by the user";
+  EXPECT_THAT(Get("/page", "Sec-Fetch-Site: cross-site\r\n"), StartsWith("HTTP/1.1 200 ")) << "a link to the page";
+  EXPECT_THAT(Get("/api/x", "Origin: https://desk.example\r\nSec-Fetch-Site: cross-site\r\n"),
+              AllOf(StartsWith("HTTP/1.1 200 "), HasSubstr("access-control-allow-origin: https://desk.example\r\n")));
+}
+
+TEST_F(HttpRequestTest, OfAForeignHostNameIsRefused) {
+  Serve();
+  test::RawClient client(server->port());
+  client.Send("GET /api/x HTTP/1.1\r\nHost: attacker.example\r\n\r\n");
+  EXPECT_THAT(client.ReadAll(), AllOf(StartsWith("HTTP/1.1 403 "), HasSubstr("\"forbidden\"")));
+}
+
+TEST_F(HttpRequestTest, IsRefusedOverAConnectionThatSendsTooMany) {
+  settings.limits.messages_per_second = 2;
+  Serve();
+  test::RawClient client(server->port());
+  // All at once: the server hangs up after the third, and what is sent after that cannot be.
+  std::string requests;
+  for (int i = 0; i < 8; ++i) requests += Request("/api/x");
+  client.Send(requests);
+  EXPECT_THAT(client.ReadAll(), AllOf(HasSubstr("HTTP/1.1 200 "), HasSubstr("HTTP/1.1 429 "),
+                                      HasSubstr("limits.messages_per_second = 2")));
+}
+
+TEST_F(HttpRequestTest, ThatFailsIsAnsweredAndToldInTheLog) {
+  Serve();
+  EXPECT_THAT(Get("/api/broken"), AllOf(StartsWith("HTTP/1.1 500 "), HasSubstr("internal_error")));
+  EXPECT_FALSE(log.Texts(probe::log::Level::kError, "broken").empty());
+}
+
+TEST_F(HttpRequestTest, ThatTakesItsTimeHoldsUpNobody) {
+  Serve();
+  test::RawClient slow(server->port());
+  slow.Send(Request("/api/slow", "Connection: close\r\n"));
+  ASSERT_TRUE(test::Eventually([&] { return slow_requests == 1; }));
+  EXPECT_THAT(Get("/api/x"), StartsWith("HTTP/1.1 200 "));
+  auto client = Connect();
+  ExpectServed(client);
+  LetGo();
+  EXPECT_THAT(slow.ReadAll(), StartsWith("HTTP/1.1 200 "));
+}
+
+TEST_F(HttpRequestTest, WhoseClientHasGoneIsForgotten) {
+  Serve();
+  {
+    test::RawClient gone(server->port());
+    gone.Send(Request("/api/slow"));
+    ASSERT_TRUE(test::Eventually([&] { return slow_requests == 1; }));
+    gone.Reset();
+  }
+  EXPECT_THAT(Get("/api/x"), StartsWith("HTTP/1.1 200 "));
+  LetGo();
+  EXPECT_THAT(Get("/api/slow"), StartsWith("HTTP/1.1 200 "));
+}
+
+TEST_F(HttpRequestTest, WhoseClientTakesNothingIsCutOff) {
+  settings.limits.connections = 1;
+  settings.limits.stuck_after = std::chrono::seconds(1);
+  Serve();
+  test::RawClient stuck(server->port(), "127.0.0.1", 4096);
+  stuck.Send(Request("/api/huge"));  // more than the system's buffers take
+  ASSERT_THAT(stuck.ReadHead(), StartsWith("HTTP/1.1 200 "));
+  EXPECT_TRUE(test::Eventually([&] { return Get("/api/x").starts_with("HTTP/1.1 200 "); }))
+      << "its place is given back";
+}
+
+TEST_F(HttpRequestTest, IsRefusedWhileTooManyWait) {
+  constexpr std::size_t kMost = probe::HttpWorkers::kWorkers + probe::HttpWorkers::kMostWaiting;
+  settings.limits.connections_per_address = kMost + 8;
+  Serve();
+  std::vector<std::unique_ptr<test::RawClient>> clients;
+  const auto ask = [&] {
+    clients.push_back(std::make_unique<test::RawClient>(server->port()));
+    clients.back()->Send(Request("/api/slow", "Connection: close\r\n"));
+  };
+  for (std::size_t i = 0; i < probe::HttpWorkers::kWorkers; ++i) ask();
+  ASSERT_TRUE(test::Eventually([&] { return slow_requests == static_cast<int>(probe::HttpWorkers::kWorkers); }));
+  for (std::size_t i = clients.size(); i < kMost; ++i) ask();
+  test::RawClient late(server->port());
+  late.Send(Request("/api/x", "Connection: close\r\n"));
+  const std::string refused = late.ReadHead();
+  EXPECT_THAT(refused, StartsWith("HTTP/1.1 503 "));
+  EXPECT_THAT(refused, HasSubstr("retry-after: 1\r\n"));
+  LetGo();
+  for (auto& client : clients) EXPECT_THAT(client->ReadHead(), StartsWith("HTTP/1.1 200 "));
+}
+
+TEST_F(HttpRequestTest, ThatIsBeingAnsweredIsOverBeforeTheServerHasStopped) {
+  Serve();
+  test::RawClient client(server->port());
+  client.Send(Request("/api/slow"));
+  ASSERT_TRUE(test::Eventually([&] { return slow_requests == 1; }));
+  std::atomic<bool> is_stopped{false};
+  std::thread stopper([&] {
+    server->Stop();
+    is_stopped = true;
+  });
+  client.ReadAll();  // the connection is cut
+  EXPECT_FALSE(is_stopped);
+  LetGo();
+  stopper.join();
+}
+
+}  // namespace
