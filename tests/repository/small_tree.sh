@@ -7,7 +7,7 @@ trap 'rm -rf "$tree"' EXIT
 cd "$tree" || exit
 cp -r "$commands" script
 printf '#!/bin/sh\n' >script/bootstrap
-mkdir -p .ci cmake platform monitor/engine monitor/traffic monitor/health probe tests fuzz bench
+mkdir -p .ci cmake platform monitor/engine monitor/traffic monitor/health probe dashboard tests fuzz bench
 touch CMakeLists.txt CMakePresets.json README.md
 
 # Ends the test as failed.

@@ -1,0 +1,127 @@
+// Turns messages into the arrays that charts draw.
+
+import type { CountSeries, Interface } from '../messages/decode';
+
+/** The views of the live monitors, and the minutes between two of their samples. */
+export const views = { '1m': 1, '5m': 5, '10m': 10, '1h': 60, '2h': 120, '1day': 1440 } as const;
+export type View = keyof typeof views;
+export const viewNames = Object.keys(views) as View[];
+
+/** How people call a view. */
+export const viewTitles: Record<View, string> = {
+  '1m': '30 minutes',
+  '5m': '2½ hours',
+  '10m': '5 hours',
+  '1h': '30 hours',
+  '2h': '2½ days',
+  '1day': '30 days',
+};
+
+export type Column = (number | null)[];
+
+/** Times in seconds since the epoch, and a column for each line. */
+export interface ChartData {
+  times: number[];
+  columns: Column[];
+}
+
+/** A time at which nothing is known, between two samples that are further apart than they should be. */
+function gapsIn(minutes: number[], step: number): number[] {
+  const gaps: number[] = [];
+  minutes.forEach((minute, i) => {
+    const next = minutes[i + 1];
+    if (next !== undefined && next - minute > step * 1.5 + 1) gaps.push(minute + step);
+  });
+  return gaps;
+}
+
+function sorted(minutes: Iterable<number>): number[] {
+  return [...new Set(minutes)].sort((left, right) => left - right);
+}
+
+/** Every series over the times of all of them; where one has no sample stands `null`. */
+export function align(series: CountSeries[], view: View): ChartData {
+  const known = sorted(series.flatMap((one) => one.map(([minute]) => minute)));
+  const minutes = sorted([...known, ...gapsIn(known, views[view])]);
+  const columns = series.map((one) => {
+    const byMinute = new Map(one);
+    return minutes.map((minute) => byMinute.get(minute) ?? null);
+  });
+  return { times: minutes.map((minute) => minute * 60), columns };
+}
+
+/** Input and output of one interface. */
+export function trafficData(one: Interface, view: View): ChartData {
+  return align(
+    [
+      one.traffic.map((sample): [number, number] => [sample.time, sample.input]),
+      one.traffic.map((sample): [number, number] => [sample.time, sample.output]),
+    ],
+    view,
+  );
+}
+
+export interface Figures {
+  latest: number | null;
+  peak: number | null;
+  mean: number | null;
+}
+
+export function figuresOf(column: Column): Figures {
+  const known = column.filter((value) => value !== null);
+  if (known.length === 0) return { latest: null, peak: null, mean: null };
+  return {
+    latest: known[known.length - 1] ?? null,
+    peak: Math.max(...known),
+    mean: known.reduce((sum, value) => sum + value, 0) / known.length,
+  };
+}
+
+export const largest = (columns: Column[]): number => Math.max(0, ...columns.flat().filter((value) => value !== null));
+
+/** The names whose newest sample is greatest, ties by name: those that are drawn unless the user says otherwise. */
+export function busiest(series: Map<string, CountSeries>, most: number): string[] {
+  const latest = (name: string): number => series.get(name)?.at(-1)?.[1] ?? 0;
+  return [...series.keys()].sort((a, b) => latest(b) - latest(a) || a.localeCompare(b)).slice(0, most);
+}
+
+/** The path of a small line in a box of this size; empty when there is nothing to draw. */
+export function sparkline(column: Column, top: number, width: number, height: number): string {
+  const step = column.length > 1 ? width / (column.length - 1) : 0;
+  let isDown = false;
+  return column
+    .map((value, i) => {
+      if (value === null) {
+        isDown = false;
+        return '';
+      }
+      const y = top > 0 ? height - (value / top) * height : height;
+      const command = isDown ? 'L' : 'M';
+      isDown = true;
+      return `${command}${(i * step).toFixed(1)} ${y.toFixed(1)}`;
+    })
+    .join('');
+}
+
+export type Range = [number, number];
+
+/** A range that is narrower (`factor` below 1) or wider around its middle, and stays within `whole`; null: all of it. */
+export function zoomed(range: Range, factor: number, whole: Range): Range | null {
+  const middle = (range[0] + range[1]) / 2;
+  const half = ((range[1] - range[0]) * factor) / 2;
+  return limited([middle - half, middle + half], whole);
+}
+
+/** A range that lies earlier or later by a part of its width. */
+export function shifted(range: Range, part: number, whole: Range): Range | null {
+  const width = range[1] - range[0];
+  const from = Math.min(Math.max(range[0] + width * part, whole[0]), whole[1] - width);
+  return limited([from, from + width], whole);
+}
+
+function limited([from, to]: Range, whole: Range): Range | null {
+  const shortest = 60;
+  const range: Range = [Math.max(from, whole[0]), Math.min(to, whole[1])];
+  if (range[1] - range[0] < shortest) return [range[0], range[0] + shortest];
+  return range[0] <= whole[0] && range[1] >= whole[1] ? null : range;
+}

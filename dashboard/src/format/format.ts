@@ -1,0 +1,96 @@
+// Numbers, units and times as texts.
+
+export const nothing = '–';
+
+const isGiven = (value: number | null | undefined): value is number => value !== null && value !== undefined && Number.isFinite(value);
+
+/** Three digits that count, and no more than they need: 0.12, 1.23, 12.3, 123, 1234. */
+function digits(value: number): string {
+  const size = Math.abs(value);
+  if (size >= 100 || Number.isInteger(value)) return String(Math.round(value));
+  return value.toFixed(size >= 10 ? 1 : 2).replace(/\.?0+$/, '');
+}
+
+export interface Unit {
+  name: string;
+  /** How many of what is measured make one. */
+  size: number;
+}
+
+// Speeds are told in bits, with decimal steps, as on the label of every device.
+const rateUnits: Unit[] = ['bit/s', 'kbit/s', 'Mbit/s', 'Gbit/s', 'Tbit/s'].map((name, i) => ({ name, size: 1000 ** i / 8 }));
+const byteUnits: Unit[] = ['B', 'KiB', 'MiB', 'GiB', 'TiB', 'PiB'].map((name, i) => ({ name, size: 1024 ** i }));
+
+function unitFor(units: Unit[], value: number): Unit {
+  // What would be rounded up to the next unit is told in that: 1 kbit/s, not 1000 bit/s.
+  const fitting = units.filter((unit) => Math.abs(value) >= unit.size * 0.9995);
+  return fitting[fitting.length - 1] ?? { name: units[0]?.name ?? '', size: units[0]?.size ?? 1 };
+}
+
+/** The unit in which an axis up to `bytesPerSecond` is easy to read. */
+export const rateUnit = (bytesPerSecond: number): Unit => unitFor(rateUnits, bytesPerSecond);
+
+export const inUnit = (value: number, unit: Unit): string => digits(value / unit.size);
+
+export function formatRate(bytesPerSecond: number | null | undefined): string {
+  if (!isGiven(bytesPerSecond)) return nothing;
+  const unit = rateUnit(bytesPerSecond);
+  return `${inUnit(bytesPerSecond, unit)} ${unit.name}`;
+}
+
+/** The network report counts in megabits of 1,048,576 bits. */
+export function formatMegabits(megabitsPerSecond: number | null | undefined): string {
+  return isGiven(megabitsPerSecond) ? formatRate((megabitsPerSecond * 1_048_576) / 8) : nothing;
+}
+
+export function formatBytes(bytes: number | null | undefined): string {
+  if (!isGiven(bytes)) return nothing;
+  const unit = unitFor(byteUnits, bytes);
+  return `${inUnit(bytes, unit)} ${unit.name}`;
+}
+
+export function formatNumber(value: number | null | undefined, decimals = 0): string {
+  return isGiven(value) ? value.toFixed(decimals).replace(/\B(?=(\d{3})+(?!\d)(?<!\.\d*))/g, '\u202f') : nothing;
+}
+
+export function formatPercent(value: number | null | undefined, decimals = 0): string {
+  return isGiven(value) ? `${value.toFixed(decimals)} %` : nothing;
+}
+
+/** The two largest parts of a time: "3 d 4 h", "5 min 3 s". Negative: not known. */
+export function formatDuration(seconds: number | null | undefined): string {
+  if (!isGiven(seconds) || seconds < 0) return nothing;
+  const whole = Math.round(seconds);
+  const parts: [number, string][] = [
+    [Math.floor(whole / 86_400), 'd'],
+    [Math.floor(whole / 3600) % 24, 'h'],
+    [Math.floor(whole / 60) % 60, 'min'],
+    [whole % 60, 's'],
+  ];
+  const first = parts.findIndex(([count]) => count > 0);
+  if (first < 0) return '0 s';
+  return parts
+    .slice(first, first + 2)
+    .filter(([count]) => count > 0)
+    .map(([count, name]) => `${count} ${name}`)
+    .join(' ');
+}
+
+const two = (value: number): string => String(value).padStart(2, '0');
+
+/** A day of the user's calendar, "2026-11-15". */
+export function formatDay(date: Date): string {
+  return `${date.getFullYear()}-${two(date.getMonth() + 1)}-${two(date.getDate())}`;
+}
+
+/** A minute of the user's day: "14:05", and with the date when the samples are a day apart. */
+export function formatMinute(minutes: number, withDate = false): string {
+  const date = new Date(minutes * 60_000);
+  const time = `${two(date.getHours())}:${two(date.getMinutes())}`;
+  return withDate ? `${formatDay(date)} ${time}` : time;
+}
+
+/** A key of a report: a day, or the first and the last day of a week. */
+export function formatPeriod(key: string): string {
+  return key.replace('/', ' to ');
+}

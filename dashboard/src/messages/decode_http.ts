@@ -1,0 +1,91 @@
+// Receives and checks what comes over HTTP.
+
+import type { Device, Periods, Status } from './generated/http';
+import type { Message as ClientReport, Row as ClientRow } from './generated/wireless_client_report';
+import type { Message as NetworkReport } from './generated/wireless_network_report';
+import type { Load } from './decode';
+import { isNumber, isRecord, isText, type Json, membersOf } from './check';
+
+export function decodeStatus(value: unknown): Status | null {
+  if (!isRecord(value) || !isNumber(value['now']) || !isNumber(value['speed']) || !isRecord(value['passes'])) return null;
+  const { period, last } = value['passes'];
+  return isNumber(period) && (last === null || isNumber(last)) ? (value as unknown as Status) : null;
+}
+
+export function decodeDevices(value: unknown): Device[] | null {
+  if (!isRecord(value) || !Array.isArray(value['devices'])) return null;
+  return value['devices'].filter(
+    (device): device is Device =>
+      isRecord(device) &&
+      ['mac', 'hostname', 'ip', 'type', 'model', 'version'].every((member) => isText(device[member])) &&
+      typeof device['online'] === 'boolean' &&
+      typeof device['wireless'] === 'boolean',
+  );
+}
+
+export function decodePeriods(value: unknown): Periods | null {
+  if (!isRecord(value)) return null;
+  const { daily, weekly } = value;
+  if (!Array.isArray(daily) || !Array.isArray(weekly)) return null;
+  // One report lists the newest first, the other the oldest: keys are dates, so their order is theirs.
+  const newestFirst = (keys: unknown[]): string[] => keys.filter(isText).sort().reverse();
+  return { daily: newestFirst(daily), weekly: newestFirst(weekly) };
+}
+
+const texts = ['mac', 'hostname', 'username', 'network', 'type_frequency', 'first_seen', 'last_seen'];
+const numbers = ['data_rate', 'upload', 'download', 'total', 'time_online'];
+
+function isClientRow(value: unknown): value is ClientRow {
+  return (
+    isRecord(value) &&
+    texts.every((member) => isText(value[member])) &&
+    numbers.every((member) => isNumber(value[member])) &&
+    (value['online_time'] === null || isNumber(value['online_time']))
+  );
+}
+
+export function decodeClientReport(value: unknown): ClientReport | null {
+  if (!isRecord(value)) return null;
+  const { wireless_clients: clients, wireless_guests: guests } = value;
+  if (!Array.isArray(clients) || !Array.isArray(guests)) return null;
+  return { wireless_clients: clients.filter(isClientRow), wireless_guests: guests.filter(isClientRow), expire: false };
+}
+
+function isLoad(value: unknown): value is Load {
+  const isFigure = (figure: unknown): boolean => figure === null || isNumber(figure);
+  return isRecord(value) && isFigure(value['peak']) && isFigure(value['average']);
+}
+
+function hasLoads(value: unknown): value is Json {
+  return isRecord(value) && isLoad(value['client_count']) && isLoad(value['traffic']);
+}
+
+function isRogue(value: unknown): value is Json {
+  return (
+    isRecord(value) &&
+    ['mac', 'networks', 'first_seen', 'last_seen', 'channel'].every((member) => isText(value[member])) &&
+    isNumber(value['total_time']) &&
+    (value['average_strength'] === null || isNumber(value['average_strength'])) &&
+    (value['seen_by'] === undefined || membersOf(value['seen_by']).every(([, name]) => isText(name)))
+  );
+}
+
+export function decodeNetworkReport(value: unknown): NetworkReport | null {
+  if (!isRecord(value)) return null;
+  const { rogue_ap: rogues, wireless_network: networks } = value;
+  if (!Array.isArray(rogues) || !Array.isArray(networks)) return null;
+  const points = membersOf(value['wireless_access_points']).filter(
+    ([, point]) => hasLoads(point) && ['apname', 'model', 'version'].every((member) => isText(point[member])),
+  );
+  const isNetwork = (network: unknown): boolean =>
+    hasLoads(network) && isText(network['name']) && isText(network['security']) && typeof network['guest'] === 'boolean';
+  return {
+    rogue_ap: rogues.filter(isRogue).map((rogue) => ({ seen_by: {}, ...rogue })) as NetworkReport['rogue_ap'],
+    expire: false,
+    wireless_access_points: Object.fromEntries(points) as NetworkReport['wireless_access_points'],
+    wireless_network: networks.filter(isNetwork) as NetworkReport['wireless_network'],
+    spectrum_usage: Object.fromEntries(
+      membersOf(value['spectrum_usage']).filter(([, band]) => hasLoads(band)),
+    ) as NetworkReport['spectrum_usage'],
+  };
+}

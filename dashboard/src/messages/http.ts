@@ -1,0 +1,42 @@
+// Asks the probe over HTTP.
+
+import { isRecord, isText, parseJson } from './check';
+
+export type Answer<Value> = { kind: 'value'; value: Value } | { kind: 'error'; status: number; code: string; message: string };
+
+/** Status 0: nobody answered. */
+export type Fetcher = (path: string, headers: Record<string, string>) => Promise<{ status: number; text: string }>;
+
+export function apiPath(path: string, query: Record<string, string> = {}): string {
+  const text = new URLSearchParams(query).toString();
+  return text ? `/api/${path}?${text}` : `/api/${path}`;
+}
+
+export async function ask<Value>(
+  fetcher: Fetcher,
+  token: string,
+  path: string,
+  decode: (value: unknown) => Value | null,
+): Promise<Answer<Value>> {
+  const { status, text } = await fetcher(path, token ? { Authorization: `Bearer ${token}` } : {});
+  const body = parseJson(text);
+  if (status === 200) {
+    const value = decode(body);
+    if (value !== null) return { kind: 'value', value };
+    return { kind: 'error', status, code: 'malformed', message: 'The answer of the probe cannot be read.' };
+  }
+  const error = isRecord(body) && isRecord(body['error']) ? body['error'] : {};
+  const code = isText(error['code']) ? error['code'] : status === 0 ? 'unreachable' : 'error';
+  const message = isText(error['message']) ? error['message'] : 'The probe does not answer.';
+  return { kind: 'error', status, code, message };
+}
+
+/** The browser's own. */
+export const fetchText: Fetcher = async (path, headers) => {
+  try {
+    const response = await fetch(path, { headers, credentials: 'omit' });
+    return { status: response.status, text: await response.text() };
+  } catch {
+    return { status: 0, text: '' };
+  }
+};

@@ -1,0 +1,118 @@
+// A day or a week of the wireless network: whose access points were heard, how ours and their networks were used.
+
+import { useState } from 'preact/hooks';
+import { type Cell, toCsv } from '../format/csv';
+import { formatDuration, formatMegabits, formatNumber } from '../format/format';
+import type { Load, NetworkReport } from '../messages/decode';
+import { decodeNetworkReport } from '../messages/decode_http';
+import { Blank, Name } from '../parts/basics';
+import { download } from '../parts/download';
+import { ReportPage } from '../parts/period';
+import { type Column, Table } from '../parts/table';
+import type { Navigation } from '../state/hooks';
+import type { Sorting } from '../state/sorting';
+
+type Rogue = NetworkReport['rogue_ap'][number];
+type Network = NetworkReport['wireless_network'][number];
+interface Loaded {
+  client_count: Load;
+  traffic: Load;
+}
+type Point = NetworkReport['wireless_access_points'][string] & { mac: string };
+type Band = Loaded & { band: string };
+
+const seenBy = (row: Rogue): string => Object.values(row.seen_by).join(', ');
+
+const rogueColumns: Column<Rogue>[] = [
+  { key: 'networks', title: 'Network', value: (row) => row.networks, cell: (row) => <><Name text={row.networks} /><span class="sub">{row.mac}</span></> },
+  { key: 'channel', title: 'Channel', value: (row) => row.channel },
+  { key: 'average_strength', title: 'Strength', isNumber: true, value: (row) => row.average_strength, cell: (row) => (row.average_strength === null ? '–' : `${formatNumber(row.average_strength, 0)} dBm`) },
+  { key: 'first_seen', title: 'First seen', value: (row) => row.first_seen, cell: (row) => <span class="moment">{row.first_seen}</span> },
+  { key: 'last_seen', title: 'Last seen', value: (row) => row.last_seen, cell: (row) => <span class="moment">{row.last_seen}</span> },
+  { key: 'total_time', title: 'Heard for', isNumber: true, value: (row) => row.total_time, cell: (row) => formatDuration(row.total_time) },
+  { key: 'seen_by', title: 'Heard by', value: seenBy, cell: (row) => <Name text={seenBy(row) || '–'} /> },
+];
+
+function loadColumns<Row extends Loaded>(): Column<Row>[] {
+  const column = (member: keyof Loaded, part: keyof Load, title: string, format: (value: number | null) => string): Column<Row> => ({
+    key: `${member}.${part}`,
+    title,
+    isNumber: true,
+    value: (row) => row[member][part],
+    cell: (row) => format(row[member][part]),
+  });
+  return [
+    column('client_count', 'peak', 'Clients, peak', (value) => formatNumber(value)),
+    column('client_count', 'average', 'Clients, mean', (value) => formatNumber(value, 1)),
+    column('traffic', 'peak', 'Traffic, peak', formatMegabits),
+    column('traffic', 'average', 'Traffic, mean', formatMegabits),
+  ];
+}
+
+const pointColumns: Column<Point>[] = [
+  { key: 'apname', title: 'Access point', value: (row) => row.apname, cell: (row) => <><Name text={row.apname || row.mac} /><span class="sub">{[row.model, row.version].filter(Boolean).join(' · ')}</span></> },
+  ...loadColumns<Point>(),
+];
+
+const networkColumns: Column<Network>[] = [
+  { key: 'name', title: 'Network', value: (row) => row.name, cell: (row) => <Name text={row.name} /> },
+  { key: 'guest', title: 'Guests', value: (row) => (row.guest ? 'Guest' : ''), cell: (row) => (row.guest ? <span class="badge unknown">Guest</span> : '') },
+  { key: 'security', title: 'Security', value: (row) => row.security },
+  ...loadColumns<Network>(),
+];
+
+const bandColumns: Column<Band>[] = [{ key: 'band', title: 'Band', value: (row) => row.band }, ...loadColumns<Band>()];
+
+interface SectionProps<Row> {
+  id: string;
+  title: string;
+  period: string;
+  columns: Column<Row>[];
+  rows: Row[];
+  usual: Sorting;
+  keyOf: (row: Row) => string;
+  nothing: string;
+}
+
+function asCsv<Row>(columns: Column<Row>[], rows: Row[], keyOf: (row: Row) => string): string {
+  return toCsv(['id', ...columns.map((one) => one.key)], rows.map((row) => [keyOf(row), ...columns.map((one): Cell => one.value(row))]));
+}
+
+function Section<Row>({ id, title, period, columns, rows, usual, keyOf, nothing }: SectionProps<Row>) {
+  const [sorting, setSorting] = useState(usual);
+  return (
+    <section class="card" data-section={id}>
+      <div class="card-head">
+        <h2>{title} <span class="note">({formatNumber(rows.length)})</span></h2>
+        <button type="button" class="button" disabled={rows.length === 0} onClick={() => download(`${id}-${period.replace('/', '_')}.csv`, 'text/csv', asCsv(columns, rows, keyOf))}>
+          Save as CSV<span class="hidden"> {title}</span>
+        </button>
+      </div>
+      {rows.length === 0 ? <Blank title={nothing} /> : <Table caption={title} columns={columns} rows={rows} keyOf={keyOf} sorting={sorting} onSort={setSorting} />}
+    </section>
+  );
+}
+
+function Sections({ report, period }: { report: NetworkReport; period: string }) {
+  const points = Object.entries(report.wireless_access_points).map(([mac, point]): Point => ({ ...point, mac }));
+  const bands = Object.entries(report.spectrum_usage).map(([band, use]): Band => ({ ...use, band }));
+  const byTraffic: Sorting = { column: 'traffic.peak', direction: 'descending' };
+  return (
+    <>
+      <div class="split wide">
+        <Section id="networks" title="Networks" period={period} columns={networkColumns} rows={report.wireless_network} usual={byTraffic} keyOf={(row) => `${row.name} ${row.security} ${row.guest ? 'guest' : ''}`} nothing="No network in this period" />
+        <Section id="spectrum" title="Spectrum use" period={period} columns={bandColumns} rows={bands} usual={{ column: 'band', direction: 'ascending' }} keyOf={(row) => row.band} nothing="No radio in this period" />
+      </div>
+      <Section id="access-points" title="Access points" period={period} columns={pointColumns} rows={points} usual={byTraffic} keyOf={(row) => row.mac} nothing="No access point in this period" />
+      <Section id="rogue-access-points" title="Rogue access points" period={period} columns={rogueColumns} rows={report.rogue_ap} usual={{ column: 'average_strength', direction: 'descending' }} keyOf={(row) => row.mac} nothing="No foreign access point was heard" />
+    </>
+  );
+}
+
+export function NetworkReportPage(navigation: Navigation) {
+  return (
+    <ReportPage title="Network report" report="networks" decode={decodeNetworkReport} navigation={navigation}>
+      {(report, period) => <Sections report={report} period={period} />}
+    </ReportPage>
+  );
+}

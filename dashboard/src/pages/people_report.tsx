@@ -1,0 +1,80 @@
+// Who was in the wireless network, on a day or in a week: clients, or guests.
+
+import { type Cell, toCsv } from '../format/csv';
+import { formatBytes, formatDuration, formatNumber, formatPercent } from '../format/format';
+import type { ClientReport, ClientRow } from '../messages/decode';
+import { decodeClientReport } from '../messages/decode_http';
+import { Blank, Name } from '../parts/basics';
+import { download } from '../parts/download';
+import { ReportPage } from '../parts/period';
+import { type Column, Table } from '../parts/table';
+import type { Navigation } from '../state/hooks';
+import { formatSorting, parseSorting, search, sortRows } from '../state/sorting';
+
+type Kind = 'clients' | 'guests';
+type Sent = keyof ClientRow;
+
+const columns: Column<ClientRow>[] = [
+  { key: 'hostname', title: 'Name', value: (row) => row.hostname, cell: (row) => <><Name text={row.hostname || row.mac} /><span class="sub">{row.mac}</span></> },
+  { key: 'username', title: 'User', value: (row) => row.username, cell: (row) => <Name text={row.username} /> },
+  { key: 'network', title: 'Network', value: (row) => row.network, cell: (row) => <Name text={row.network} /> },
+  { key: 'type_frequency', title: 'Kind', value: (row) => row.type_frequency },
+  { key: 'data_rate', title: 'Data rate', isNumber: true, value: (row) => row.data_rate, cell: (row) => formatNumber(row.data_rate) },
+  { key: 'upload', title: 'Upload', isNumber: true, value: (row) => row.upload, cell: (row) => formatBytes(row.upload) },
+  { key: 'download', title: 'Download', isNumber: true, value: (row) => row.download, cell: (row) => formatBytes(row.download) },
+  { key: 'total', title: 'Total', isNumber: true, value: (row) => row.total, cell: (row) => formatBytes(row.total) },
+  { key: 'first_seen', title: 'First seen', value: (row) => row.first_seen, cell: (row) => <span class="moment">{row.first_seen}</span> },
+  { key: 'last_seen', title: 'Last seen', value: (row) => row.last_seen, cell: (row) => <span class="moment">{row.last_seen}</span> },
+  { key: 'time_online', title: 'Time online', isNumber: true, value: (row) => row.time_online, cell: (row) => formatDuration(row.time_online) },
+  { key: 'online_time', title: 'Online', isNumber: true, value: (row) => row.online_time, cell: (row) => formatPercent(row.online_time, 1) },
+];
+
+const sent: Sent[] = ['mac', 'hostname', 'username', 'network', 'type_frequency', 'data_rate', 'upload', 'download', 'total', 'first_seen', 'last_seen', 'time_online', 'online_time'];
+
+const asCsv = (rows: ClientRow[]): string => toCsv(sent, rows.map((row) => sent.map((member): Cell => row[member])));
+
+/** A guest has a name of his own; a client's would be an empty column. */
+const columnsFor = (kind: Kind): Column<ClientRow>[] => (kind === 'guests' ? columns : columns.filter((one) => one.key !== 'username'));
+
+function Report({ kind, report, period, navigation }: { kind: Kind; report: ClientReport; period: string; navigation: Navigation }) {
+  const { route, change } = navigation;
+  const all = kind === 'guests' ? report.wireless_guests : report.wireless_clients;
+  const shown = columnsFor(kind);
+  const sorting = parseSorting(route.values['sort'], shown.map((one) => one.key), { column: 'total', direction: 'descending' });
+  const wanted = route.values['search'] ?? '';
+  const found = search(all, wanted, (row) => [row.hostname, row.mac, row.username, row.network, row.type_frequency]);
+  const column = shown.find((one) => one.key === sorting.column);
+  const sorted = column ? sortRows(found, column.value, sorting.direction) : found;
+  const save = (): void => download(`${kind}-${period.replace('/', '_')}.csv`, 'text/csv', asCsv(sorted));
+  return (
+    <section class="card">
+      <div class="card-head">
+        <h2>
+          <data value={String(found.length)}>{formatNumber(found.length)}</data> {found.length === 1 ? kind.slice(0, -1) : kind}
+          {found.length !== all.length && <span class="note"> of {formatNumber(all.length)}</span>}
+        </h2>
+        <div class="controls">
+          <label>
+            <span class="hidden">Search {kind}</span>
+            <input type="search" placeholder={`Search ${kind}`} value={wanted} onInput={(event) => change({ search: event.currentTarget.value }, true)} />
+          </label>
+          <button type="button" class="button" onClick={save} disabled={sorted.length === 0}>Save as CSV</button>
+        </div>
+      </div>
+      {sorted.length === 0 ? (
+        <Blank title={all.length === 0 ? `No ${kind} in this period` : 'Nobody matches'} />
+      ) : (
+        <Table caption={`Wireless ${kind}`} columns={shown} rows={sorted} keyOf={(row) => `${row.mac} ${row.network} ${row.username}`} sorting={sorting} onSort={(sort) => change({ sort: formatSorting(sort) })} />
+      )}
+    </section>
+  );
+}
+
+export function PeopleReport({ kind, ...navigation }: Navigation & { kind: Kind }) {
+  const title = kind === 'guests' ? 'Guest report' : 'Client report';
+  return (
+    <ReportPage title={title} report="clients" decode={decodeClientReport} navigation={navigation}>
+      {(report, period) => <Report kind={kind} report={report} period={period} navigation={navigation} />}
+    </ReportPage>
+  );
+}

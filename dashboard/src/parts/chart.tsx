@@ -1,0 +1,240 @@
+// A chart of lines over time. Zoom with the mouse, with the buttons below it, or with the keys + - 0 and the arrows.
+
+import { useEffect, useRef, useState } from 'preact/hooks';
+import uPlot from 'uplot';
+import 'uplot/dist/uPlot.min.css';
+import { type ChartData, largest, type Range, shifted, zoomed } from '../charts/series';
+import { formatMinute } from '../format/format';
+import { useColourScheme } from '../state/hooks';
+
+export interface Line {
+  name: string;
+  /** Names of tokens. */
+  colour: string;
+  fill?: string;
+  dash?: number[];
+}
+
+interface Props {
+  title: string;
+  lines: Line[];
+  data: ChartData;
+  /** The values of the axis as texts. */
+  axis: (values: number[], top: number) => string[];
+  value: (value: number | null) => string;
+  /** Values are whole. */
+  isCount?: boolean;
+  zoom: Range | null;
+  onZoom: (range: Range | null) => void;
+}
+
+export const dashes: number[][] = [[], [7, 4], [2, 3], [9, 3, 2, 3], [4, 2], [12, 4], [2, 5], [6, 2, 2, 2, 2, 2]];
+
+/** What a token is now: a canvas knows no names. */
+function colourOf(element: Element, token: string): string {
+  const sample = document.createElement('i');
+  sample.style.color = `var(--${token})`;
+  element.append(sample);
+  const colour = getComputedStyle(sample).color;
+  sample.remove();
+  return colour;
+}
+
+/** Steps of an axis that are round in a unit of which `one` is one: 1, 2, 5, 10 and so on. */
+function roundSteps(one: number): number[] {
+  return Array.from({ length: 15 }, (_, power) => [1, 2, 5].map((digit) => digit * 10 ** power * one)).flat();
+}
+
+function isFarApart([from, to]: Range): boolean {
+  return to - from > 36 * 3600;
+}
+
+function makeChart(box: HTMLElement, props: Props, latest: { current: Props }, onCursor: (index: number | null) => void): uPlot {
+  const font = `${Math.round(parseFloat(getComputedStyle(box).fontSize) * 0.84)}px system-ui, sans-serif`;
+  const text = colourOf(box, 'text-soft');
+  const grid = { stroke: colourOf(box, 'grid'), width: 1 };
+  const times = (values: number[]): string[] => {
+    const range: Range = [values[0] ?? 0, values.at(-1) ?? 0];
+    return values.map((value) => (isFarApart(range) ? formatMinute(value / 60, true).slice(5) : formatMinute(value / 60)));
+  };
+  return new uPlot(
+    {
+      width: box.clientWidth,
+      height: box.clientHeight,
+      padding: [12, 24, 0, 0],
+      legend: { show: false },
+      cursor: { drag: { x: true, y: false, setScale: false }, points: { size: 7 } },
+      select: { show: true, left: 0, top: 0, width: 0, height: 0 },
+      scales: { x: { time: true }, y: { range: (_, __, top) => [0, Math.max(top * 1.08, props.isCount ? 4 : 125)] } },
+      axes: [
+        { stroke: text, grid, ticks: grid, font, space: 70, values: (_, values) => times(values) },
+        {
+          stroke: text,
+          grid,
+          ticks: { show: false },
+          font,
+          size: (_, values: string[] | null) => 18 + 7 * Math.max(3, ...(values ?? []).map((value) => value.length)),
+          incrs: roundSteps(props.isCount ? 1 : 1 / 8),
+          values: (self, values) => latest.current.axis(values, self.scales['y']?.max ?? 0),
+        },
+      ],
+      series: [
+        {},
+        ...props.lines.map((line) => ({
+          label: line.name,
+          stroke: colourOf(box, line.colour),
+          fill: line.fill ? colourOf(box, line.fill) : undefined,
+          dash: line.dash,
+          width: 1.75,
+          points: { show: props.data.times.length < 2 },
+        })),
+      ],
+      hooks: {
+        setCursor: [(self: uPlot) => onCursor(self.cursor.idx ?? null)],
+        setSelect: [
+          (self: uPlot) => {
+            if (self.select.width < 8) return;
+            const from = self.posToVal(self.select.left, 'x');
+            const to = self.posToVal(self.select.left + self.select.width, 'x');
+            self.setSelect({ left: 0, top: 0, width: 0, height: 0 }, false);
+            latest.current.onZoom([Math.round(from), Math.round(to)]);
+          },
+        ],
+      },
+    } as uPlot.Options,
+    [props.data.times, ...props.data.columns],
+    box,
+  );
+}
+
+export function Chart(props: Props) {
+  const { title, lines, data, zoom, onZoom } = props;
+  const box = useRef<HTMLDivElement>(null);
+  const chart = useRef<uPlot | null>(null);
+  const latest = useRef(props);
+  latest.current = props;
+  const [cursor, setCursor] = useState<number | null>(null);
+  const scheme = useColourScheme();
+  const shape = JSON.stringify([lines, scheme, data.times.length < 2]);
+  const whole: Range = [data.times[0] ?? 0, data.times.at(-1) ?? 0];
+
+  useEffect(() => {
+    const element = box.current;
+    if (!element) return undefined;
+    const made = makeChart(element, latest.current, latest, setCursor);
+    chart.current = made;
+    const observer = new ResizeObserver(() => made.setSize({ width: element.clientWidth, height: element.clientHeight }));
+    observer.observe(element);
+    return () => {
+      observer.disconnect();
+      made.destroy();
+      chart.current = null;
+    };
+  }, [shape]);
+
+  useEffect(() => {
+    const made = chart.current;
+    if (!made) return;
+    made.setData([data.times, ...data.columns], zoom === null);
+    if (zoom) made.setScale('x', { min: zoom[0], max: zoom[1] });
+  }, [shape, data, zoom?.[0], zoom?.[1]]);
+
+  const move = (factor: number): void => onZoom(zoomed(zoom ?? whole, factor, whole));
+  const shift = (part: number): void => onZoom(shifted(zoom ?? whole, part, whole));
+  const keys: Record<string, () => void> = {
+    '+': () => move(0.5),
+    '-': () => move(2),
+    '0': () => onZoom(null),
+    ArrowLeft: () => shift(-0.25),
+    ArrowRight: () => shift(0.25),
+  };
+  const index = cursor ?? data.times.length - 1;
+  return (
+    <figure
+      onKeyDown={(event) => {
+        const act = keys[event.key];
+        if (!act || event.ctrlKey || event.metaKey || event.altKey) return;
+        event.preventDefault();
+        act();
+      }}
+    >
+      <Readout {...props} index={index} isLatest={cursor === null} />
+      <div class="chart" ref={box} role="img" aria-label={summary(props)} data-points={data.times.length} />
+      <div class="controls">
+        <div class="zoom" role="group" aria-label={`Zoom of ${title}`}>
+          <button type="button" class="button" onClick={() => move(0.5)} aria-label="Zoom in">+</button>
+          <button type="button" class="button" onClick={() => move(2)} disabled={!zoom} aria-label="Zoom out">−</button>
+          <button type="button" class="button" onClick={() => shift(-0.25)} disabled={!zoom} aria-label="Earlier">←</button>
+          <button type="button" class="button" onClick={() => shift(0.25)} disabled={!zoom} aria-label="Later">→</button>
+          <button type="button" class="button" onClick={() => onZoom(null)} disabled={!zoom}>All</button>
+        </div>
+        <span class="note">Drag over the chart to zoom in, or use these buttons and the keys + − 0 ← →.</span>
+      </div>
+      <DataTable {...props} />
+    </figure>
+  );
+}
+
+function summary({ title, lines, data, value }: Props): string {
+  const parts = lines.map((line, i) => `${line.name}: at most ${value(largest([data.columns[i] ?? []]))}`);
+  return `${title}. ${parts.join(', ')}.`;
+}
+
+export function LineKey({ line }: { line: Line }) {
+  return (
+    <svg viewBox="0 0 26 8" aria-hidden="true">
+      <path d="M0 4h26" stroke={`var(--${line.colour})`} stroke-width="2.5" stroke-dasharray={(line.dash ?? []).join(' ')} />
+    </svg>
+  );
+}
+
+/** The values under the cursor; without one, the newest. */
+function Readout({ lines, data, value, index, isLatest }: Props & { index: number; isLatest: boolean }) {
+  const time = data.times[index];
+  if (time === undefined) return <div class="readout" />;
+  return (
+    <div class="readout">
+      <span>{isLatest ? 'Latest' : 'At'} {formatMinute(time / 60, true)}</span>
+      {lines.slice(0, 8).map((line, i) => (
+        <span key={line.name} class="key">
+          <LineKey line={line} />
+          <bdi class="name short">{line.name}</bdi>
+          <b>{value(data.columns[i]?.[index] ?? null)}</b>
+        </span>
+      ))}
+    </div>
+  );
+}
+
+/** The same in words and numbers, for those who cannot see lines. */
+function DataTable({ title, lines, data, value }: Props) {
+  const [isOpen, setOpen] = useState(false);
+  return (
+    <details onToggle={(event) => setOpen(event.currentTarget.open)}>
+      <summary>Show as a table</summary>
+      {isOpen && (
+        <div class="scroll" tabIndex={0} role="region" aria-label={`${title} as a table`}>
+          <table>
+            <thead>
+              <tr>
+                <th scope="col">Time</th>
+                {lines.map((line) => <th key={line.name} scope="col" class="number"><bdi>{line.name}</bdi></th>)}
+              </tr>
+            </thead>
+            <tbody>
+              {data.times.map((time, row) => (
+                <tr key={time}>
+                  <th scope="row">{formatMinute(time / 60, true)}</th>
+                  {lines.map((line, i) => {
+                    const one = data.columns[i]?.[row] ?? null;
+                    return <td key={line.name} class="number"><data value={one === null ? '' : String(one)}>{value(one)}</data></td>;
+                  })}
+                </tr>
+              ))}
+            </tbody>
+          </table>
+        </div>
+      )}
+    </details>
+  );
+}

@@ -1,0 +1,156 @@
+// What stands around every page: where one can go, and how fresh what one sees is.
+
+import { useEffect, useRef, useState } from 'preact/hooks';
+import { isStale, untilNext } from '../state/passes';
+import { probe } from '../state/probe';
+import { useNow, useProbe } from '../state/hooks';
+import { formatRoute, type Page, pages } from '../state/route';
+import { formatDuration } from '../format/format';
+import { Mark } from './icons';
+
+export const pageTitles: Record<Page, string> = {
+  overview: 'Overview',
+  traffic: 'Traffic',
+  clients: 'Clients',
+  top: 'Top',
+  'client-report': 'Client report',
+  'guest-report': 'Guest report',
+  'network-report': 'Network report',
+};
+
+export function Head({ page }: { page: Page }) {
+  const tabs = useRef<HTMLElement>(null);
+  useEffect(() => {
+    // On a phone the tabs are wider than the screen.
+    tabs.current?.querySelector('[aria-current]')?.scrollIntoView({ inline: 'center', block: 'nearest' });
+  }, [page]);
+  return (
+    <header class="head">
+      <a class="brand" href="#/overview"><Mark />Probe</a>
+      <nav class="tabs" aria-label="Pages" ref={tabs}>
+        <ul>
+          {pages.map((one) => (
+            <li key={one}>
+              <a href={formatRoute({ page: one, values: {} })} aria-current={one === page ? 'page' : undefined}>{pageTitles[one]}</a>
+            </li>
+          ))}
+        </ul>
+      </nav>
+      <div class="state">
+        <Freshness />
+        <ThemeButton />
+      </div>
+    </header>
+  );
+}
+
+function useFreshness(): 'connecting' | 'waiting' | 'live' | 'stale' {
+  const link = useProbe((state) => state.link.kind);
+  const passes = useProbe((state) => state.passes);
+  const now = useNow(500);
+  if (link !== 'open') return link;
+  return isStale(passes, now) ? 'stale' : 'live';
+}
+
+const freshnessTitles = { connecting: 'Connecting', waiting: 'Connection lost', live: 'Live', stale: 'Stale' };
+
+function Freshness() {
+  const kind = useFreshness();
+  return (
+    <>
+      <span class="link" data-kind={kind} role="status">
+        <span class="dot" />
+        {freshnessTitles[kind]}
+      </span>
+      {kind === 'live' && <Countdown />}
+    </>
+  );
+}
+
+function Countdown() {
+  const passes = useProbe((state) => state.passes);
+  const now = useNow(250);
+  const left = untilNext(passes, now);
+  if (left === null) return <span class="countdown">waiting for the first pass</span>;
+  const isFast = passes.period < 5000;
+  return (
+    <span class="countdown" title="Time until the next pass">
+      <progress max={passes.period} value={passes.period - left} aria-label="Time since the last pass" />
+      {isFast ? `a pass every ${formatDuration(Math.max(1, passes.period / 1000))}` : left > 0 ? `next in ${formatDuration(Math.ceil(left / 1000))}` : 'due now'}
+    </span>
+  );
+}
+
+/** Says what is wrong in so many words, below the head. */
+export function Banner() {
+  const kind = useFreshness();
+  const until = useProbe((state) => state.link.until);
+  const last = useProbe((state) => state.passes.last);
+  const now = useNow(1000);
+  if (kind !== 'waiting' && kind !== 'stale') return null;
+  const age = last === null ? null : formatDuration(Math.max(1, (now - last) / 1000));
+  return (
+    <div class="banner" data-kind={kind}>
+      <span>
+        {kind === 'stale' ? `No pass has come for ${age ?? 'a while'}. ` : 'The probe cannot be reached. '}
+        {age === null ? 'There is nothing to show yet.' : kind === 'stale' ? 'What you see may be out of date.' : `What you see is ${age} old.`}
+      </span>
+      {kind === 'waiting' && (
+        <>
+          <span>Trying again in {formatDuration(Math.max(1, Math.ceil((until - now) / 1000)))}.</span>
+          <button type="button" class="button" onClick={() => probe.retryNow()}>Try now</button>
+        </>
+      )}
+    </div>
+  );
+}
+
+const themes = ['auto', 'light', 'dark'] as const;
+const themeKey = 'vexora-theme';
+
+function readTheme(): (typeof themes)[number] {
+  try {
+    return themes.find((theme) => theme === localStorage.getItem(themeKey)) ?? 'auto';
+  } catch {
+    return 'auto';
+  }
+}
+
+function ThemeButton() {
+  const [theme, setTheme] = useState(readTheme);
+  useEffect(() => {
+    if (theme === 'auto') delete document.documentElement.dataset['theme'];
+    else document.documentElement.dataset['theme'] = theme;
+    try {
+      localStorage.setItem(themeKey, theme);
+    } catch {
+      // then it lasts as long as the page
+    }
+  }, [theme]);
+  const next = themes[(themes.indexOf(theme) + 1) % themes.length] ?? 'auto';
+  return (
+    <button type="button" class="button bare" onClick={() => setTheme(next)} aria-label={`Colours: ${theme}. Change to ${next}`} title={`Colours: ${theme}`}>
+      <span aria-hidden="true">{{ auto: '◐', light: '☀', dark: '☾' }[theme]}</span>
+    </button>
+  );
+}
+
+export function TokenForm() {
+  const [token, setToken] = useState('');
+  return (
+    <main class="ask" id="content" tabIndex={-1}>
+      <h1>The probe asks for its token</h1>
+      <p class="note">It stands in the probe’s configuration, at server.token. This tab keeps it until it is closed.</p>
+      <form
+        onSubmit={(event) => {
+          event.preventDefault();
+          probe.useToken(token);
+        }}
+      >
+        <label class="hidden" for="token">Token</label>
+        <input id="token" type="password" autocomplete="current-password" value={token} onInput={(event) => setToken(event.currentTarget.value)} />
+        <button type="submit" class="button main">Show the network</button>
+      </form>
+    </main>
+  );
+}

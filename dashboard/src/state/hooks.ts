@@ -1,0 +1,154 @@
+// What components use to get at the probe and the address bar.
+
+import { useCallback, useEffect, useMemo, useRef, useState } from 'preact/hooks';
+import type { Json } from '../messages/check';
+import type { Filter } from '../messages/connection';
+import { envelopeOf } from '../messages/decode';
+import type { Answer } from '../messages/http';
+import { now, probe, type ProbeState } from './probe';
+import { formatRoute, parseRoute, type Route } from './route';
+
+/** Some of the probe's state; the component is drawn again only when that changes. */
+export function useProbe<Part>(select: (state: ProbeState) => Part): Part {
+  const [part, setPart] = useState(() => select(probe.state));
+  const latest = useRef(select);
+  latest.current = select;
+  useEffect(() => {
+    const update = (): void => setPart(latest.current(probe.state));
+    update();
+    return probe.onChange(update);
+  }, []);
+  return part;
+}
+
+/** The present moment, a few times a second. */
+export function useNow(everyMs: number): number {
+  const [moment, setMoment] = useState(now);
+  useEffect(() => {
+    const timer = setInterval(() => setMoment(now()), everyMs);
+    return () => clearInterval(timer);
+  }, [everyMs]);
+  return moment;
+}
+
+export type Load<Value> = { kind: 'loading' } | { kind: 'empty' } | { kind: 'failed'; message: string } | { kind: 'ready'; value: Value };
+
+const loading = { kind: 'loading' } as const;
+
+/**
+ * The newest message of a topic: at once the one that the probe has kept, then each new one. `decode` must be a function
+ * of its own, outside the component.
+ */
+export function useLive<Value>(
+  topic: string,
+  filter: Filter,
+  kept: Record<string, string>,
+  decode: (data: Json) => Value | null,
+): Load<Value> {
+  const key = JSON.stringify([topic, filter]);
+  const [held, setHeld] = useState<{ key: string; load: Load<Value> }>({ key, load: loading });
+  const isOpen = useProbe((state) => state.link.kind === 'open');
+  useEffect(() => {
+    const take = (data: Json): void => {
+      const value = decode(data);
+      if (value !== null) setHeld({ key, load: { kind: 'ready', value } });
+    };
+    return probe.subscribe(topic, filter, take);
+  }, [key]);
+  useEffect(() => {
+    let isWanted = true;
+    const fill = async (): Promise<void> => {
+      const answer = await probe.ask(`live/${topic}`, kept, envelopeOf);
+      if (!isWanted) return;
+      const value = answer.kind === 'value' ? decode(answer.value.data) : null;
+      setHeld((before) => {
+        if (before.key === key && before.load.kind === 'ready') return before; // a newer one came over the websocket
+        if (value !== null) return { key, load: { kind: 'ready', value } };
+        return { key, load: failureOf(answer) };
+      });
+    };
+    void fill();
+    return () => {
+      isWanted = false;
+    };
+  }, [key, isOpen]);
+  return held.key === key ? held.load : loading;
+}
+
+function failureOf(answer: Answer<unknown>): Load<never> {
+  if (answer.kind === 'value') return { kind: 'failed', message: 'The message of the probe cannot be read.' };
+  if (answer.code === 'nothing_yet') return { kind: 'empty' };
+  return answer.status === 0 ? loading : { kind: 'failed', message: answer.message };
+}
+
+/** An answer over HTTP. Asked again when the arguments change, when the connection is back, and every so often. */
+export function useAnswer<Value>(
+  path: string,
+  query: Record<string, string> | null,
+  decode: (value: unknown) => Value | null,
+  everyMs = 0,
+): Load<Value> {
+  const key = JSON.stringify([path, query]);
+  const [held, setHeld] = useState<{ key: string; load: Load<Value> }>({ key, load: loading });
+  const isOpen = useProbe((state) => state.link.kind === 'open');
+  useEffect(() => {
+    if (!query) return undefined;
+    let isWanted = true;
+    const read = async (): Promise<void> => {
+      const answer = await probe.ask(path, query, decode);
+      if (!isWanted) return;
+      const load: Load<Value> = answer.kind === 'value' ? { kind: 'ready', value: answer.value } : failureOf(answer);
+      // What was there stays when the probe is out of reach: the header says that it is old.
+      setHeld((before) => (answer.kind === 'error' && answer.status === 0 && before.key === key ? before : { key, load }));
+    };
+    void read();
+    const timer = everyMs > 0 ? setInterval(() => void read(), everyMs) : undefined;
+    return () => {
+      isWanted = false;
+      clearInterval(timer);
+    };
+  }, [key, isOpen, everyMs]);
+  return held.key === key ? held.load : loading;
+}
+
+export interface Navigation {
+  route: Route;
+  /** Changes some values of the page; a small change takes the place of the one before in the browser's history. */
+  change: (values: Record<string, string>, isSmall?: boolean) => void;
+}
+
+export function useRoute(): Navigation {
+  const [route, setRoute] = useState(() => parseRoute(location.hash));
+  useEffect(() => {
+    const update = (): void => setRoute(parseRoute(location.hash));
+    window.addEventListener('hashchange', update);
+    return () => window.removeEventListener('hashchange', update);
+  }, []);
+  const change = useCallback((values: Record<string, string>, isSmall = false) => {
+    const before = parseRoute(location.hash);
+    const hash = formatRoute({ page: before.page, values: { ...before.values, ...values } });
+    if (hash === location.hash) return;
+    if (isSmall) history.replaceState(null, '', hash);
+    else history.pushState(null, '', hash);
+    setRoute(parseRoute(hash));
+  }, []);
+  return useMemo(() => ({ route, change }), [route, change]);
+}
+
+/** Changes when the colours do. */
+export function useColourScheme(): string {
+  const query = useMemo(() => window.matchMedia('(prefers-color-scheme: dark)'), []);
+  const read = (): string => document.documentElement.dataset['theme'] ?? (query.matches ? 'dark' : 'light');
+  const [scheme, setScheme] = useState(read);
+  useEffect(() => {
+    const update = (): void => setScheme(read());
+    const observer = new MutationObserver(update);
+    observer.observe(document.documentElement, { attributes: true, attributeFilter: ['data-theme'] });
+    query.addEventListener('change', update);
+    return () => {
+      observer.disconnect();
+      query.removeEventListener('change', update);
+    };
+  }, [query]);
+  return scheme;
+}

@@ -1,0 +1,91 @@
+import { describe, expect, test } from 'vitest';
+import { decodeClientReport, decodeDevices, decodeNetworkReport, decodePeriods, decodeStatus } from '../src/messages/decode_http';
+import { apiPath, ask } from '../src/messages/http';
+
+const device = { mac: 'AA', hostname: 'gw', ip: '', type: 'Router', model: '', version: '', online: true, wireless: false };
+const row = {
+  mac: 'AA', hostname: '', username: '', network: 'Office', type_frequency: '802.11ac (5GHz)', data_rate: 1, upload: 5, download: 7,
+  total: 12, first_seen: '2026-11-15 07:14:35', last_seen: '2026-11-15 07:14:35', time_online: 60, online_time: 50.5,
+};
+const load = { client_count: { peak: 1, average: 0.5 }, traffic: { peak: null, average: null } };
+const rogue = { mac: 'AA', networks: '<hidden>', first_seen: '', last_seen: '', total_time: 300, channel: '6 (2.4GHz)', average_strength: null };
+
+describe('answers', () => {
+  test('leave out devices of which too little is told', () => {
+    expect(decodeDevices({ devices: [device, { ...device, online: 1 }, null, { mac: 'x' }] })).toEqual([device]);
+    expect(decodeDevices([])).toBeNull();
+  });
+
+  test('list periods with the newest first, however the probe lists them', () => {
+    expect(decodePeriods({ daily: ['2026-11-14', '2026-11-15', 3], weekly: ['2026-11-15/2026-11-21', '2026-11-08/2026-11-14'] })).toEqual({
+      daily: ['2026-11-15', '2026-11-14'],
+      weekly: ['2026-11-15/2026-11-21', '2026-11-08/2026-11-14'],
+    });
+    expect(decodePeriods({})).toBeNull();
+  });
+
+  test('tell the status before and after the first pass', () => {
+    const status = { version: '1', now: 1, speed: 1, passes: { period: 60, last: null }, topics: [] };
+    expect(decodeStatus(status)).toEqual(status);
+    expect(decodeStatus({ ...status, passes: { period: 60 } })).toBeNull();
+    expect(decodeStatus(null)).toBeNull();
+  });
+
+  test('keep the sound rows of a client report', () => {
+    const report = { wireless_clients: [row, { ...row, upload: '5' }], wireless_guests: [{ ...row, online_time: null }], expire: false };
+    expect(decodeClientReport(report)).toEqual({ wireless_clients: [row], wireless_guests: [{ ...row, online_time: null }], expire: false });
+    expect(decodeClientReport({ wireless_clients: [] })).toBeNull();
+  });
+
+  test('keep the sound parts of a network report, with numbers that are none as null', () => {
+    const point = { ...load, apname: 'ap', model: '', version: '' };
+    const network = { ...load, name: 'Office', guest: false, security: 'None' };
+    expect(
+      decodeNetworkReport({
+        rogue_ap: [rogue, { ...rogue, seen_by: { BB: 'ap' } }, { ...rogue, seen_by: { BB: 1 } }, 3],
+        wireless_access_points: { AA: point, BB: {} },
+        wireless_network: [network, { ...network, guest: 'no' }],
+        spectrum_usage: { '5GHz': load, '6GHz': 1 },
+      }),
+    ).toEqual({
+      rogue_ap: [{ ...rogue, seen_by: {} }, { ...rogue, seen_by: { BB: 'ap' } }],
+      expire: false,
+      wireless_access_points: { AA: point },
+      wireless_network: [network],
+      spectrum_usage: { '5GHz': load },
+    });
+    expect(decodeNetworkReport({ rogue_ap: [] })).toBeNull();
+  });
+});
+
+describe('asking', () => {
+  const answering = (status: number, text: string) => () => Promise.resolve({ status, text });
+  const number = (value: unknown): number | null => (typeof value === 'number' ? value : null);
+
+  test('encodes what it asks for', () => {
+    expect(apiPath('reports/clients', { type: 'weekly', period: '2026-11-15/2026-11-21' })).toBe('/api/reports/clients?type=weekly&period=2026-11-15%2F2026-11-21');
+    expect(apiPath('status')).toBe('/api/status');
+  });
+
+  test('shows the token only when there is one', async () => {
+    const seen: Record<string, string>[] = [];
+    const fetcher = (_: string, headers: Record<string, string>) => {
+      seen.push(headers);
+      return Promise.resolve({ status: 200, text: '1' });
+    };
+    await ask(fetcher, '', '/', number);
+    await ask(fetcher, 'secret', '/', number);
+    expect(seen).toEqual([{}, { Authorization: 'Bearer secret' }]);
+  });
+
+  test.each([
+    [200, '7', { kind: 'value', value: 7 }],
+    [200, '"x"', { kind: 'error', status: 200, code: 'malformed', message: 'The answer of the probe cannot be read.' }],
+    [200, 'NaN', { kind: 'error', status: 200, code: 'malformed', message: 'The answer of the probe cannot be read.' }],
+    [404, '{"error":{"code":"nothing_yet","message":"Wait."}}', { kind: 'error', status: 404, code: 'nothing_yet', message: 'Wait.' }],
+    [502, '<html>', { kind: 'error', status: 502, code: 'error', message: 'The probe does not answer.' }],
+    [0, '', { kind: 'error', status: 0, code: 'unreachable', message: 'The probe does not answer.' }],
+  ])('takes %i %s for what it is', async (status, text, expected) => {
+    expect(await ask(answering(status, text), '', '/', number)).toEqual(expected);
+  });
+});

@@ -1,0 +1,121 @@
+import { describe, expect, test } from 'vitest';
+import type { Device, HealthDevice } from '../src/messages/decode';
+import { deviceRows, levelOf, overallLevel } from '../src/state/health';
+import { isStale, passesFrom, untilNext } from '../src/state/passes';
+import { formatRoute, oneOf, parseRoute } from '../src/state/route';
+import { compare, formatSorting, parseSorting, search, sortRows } from '../src/state/sorting';
+import { zoomOf, zoomText } from '../src/state/zoom';
+
+const notification = { alert: 0, warning: 0, info: 0 };
+const well = (device: string, more: Partial<HealthDevice> = {}): HealthDevice =>
+  ({ device, hostname: device, deviceclass: 'Switch', actual_cpu: { value: 5, level: 2 }, uptime: { value: 9000, level: 2 }, notification, level: 2, ...more }) as HealthDevice;
+const known = (mac: string, online = true): Device => ({ mac, hostname: mac, ip: '', type: 'Switch', model: '', version: '', online, wireless: false });
+
+describe('the address bar', () => {
+  test.each([
+    ['', { page: 'overview', values: {} }],
+    ['#/nowhere?x=1', { page: 'overview', values: { x: '1' } }],
+    ['#/traffic?device=AA%3A01&view=1h', { page: 'traffic', values: { device: 'AA:01', view: '1h' } }],
+    ['#client-report', { page: 'client-report', values: {} }],
+  ])('%s', (hash, route) => expect(parseRoute(hash)).toEqual(route));
+
+  test('holds any text, and nothing that is empty', () => {
+    const values = { interface: '5Ghz - <b>&?#=\u202e', empty: '' };
+    expect(parseRoute(formatRoute({ page: 'traffic', values }))).toEqual({ page: 'traffic', values: { interface: values.interface } });
+    expect(formatRoute({ page: 'top', values: { by: '' } })).toBe('#/top');
+  });
+
+  test('gives the first of the values for one that is not allowed', () => {
+    expect(oneOf('b', ['a', 'b'])).toBe('b');
+    expect(oneOf('x', ['a', 'b'])).toBe('a');
+    expect(oneOf(undefined, ['a', 'b'])).toBe('a');
+  });
+
+  test('holds a zoom', () => {
+    expect(zoomOf({ page: 'traffic', values: zoomText([60, 120.4]) })).toEqual([60, 120]);
+    expect(zoomOf({ page: 'traffic', values: zoomText(null) })).toBeNull();
+    expect(zoomOf({ page: 'traffic', values: { from: '120', to: '60' } })).toBeNull();
+    expect(zoomOf({ page: 'traffic', values: { from: 'x', to: '1' } })).toBeNull();
+  });
+});
+
+describe('passes', () => {
+  const status = (last: number | null, speed = 1) => ({ version: '', now: 1_000_000, speed, passes: { period: 60, last }, topics: [] });
+
+  test('are counted down by the true time', () => {
+    expect(passesFrom(status(980), 500)).toEqual({ period: 60_000, last: 500 - 20_000 });
+    expect(untilNext(passesFrom(status(980), 500), 500)).toBe(40_000);
+    expect(untilNext(passesFrom(status(980, 60), 500), 500)).toBeCloseTo(1000 - 20_000 / 60);
+  });
+
+  test('are due when they are late, and unknown before the first', () => {
+    expect(untilNext(passesFrom(status(900), 0), 0)).toBe(0);
+    expect(untilNext(passesFrom(status(null), 0), 0)).toBeNull();
+  });
+
+  test('leave things stale only after more than two have been missed', () => {
+    const passes = { period: 60_000, last: 0 };
+    expect(isStale(passes, 152_999)).toBe(false);
+    expect(isStale(passes, 153_001)).toBe(true);
+    expect(isStale({ period: 1000, last: null }, 1e9)).toBe(false);
+  });
+});
+
+describe('health', () => {
+  test('has levels by number', () => {
+    expect([undefined, 0, 1, 2, 3, 4, 5].map(levelOf)).toEqual(['unknown', 'unknown', 'unknown', 'good', 'fair', 'bad', 'bad']);
+  });
+
+  test('of a device is the worst of its own, CPU, uptime and clients', () => {
+    expect(overallLevel(well('a'), true)).toBe('good');
+    expect(overallLevel(well('a', { actual_cpu: { value: 90, level: 4 } }), true)).toBe('bad');
+    expect(overallLevel(well('a', { level: 3 }), true)).toBe('fair');
+    expect(overallLevel(well('a', { rogue_aps: { value: 3, level: 4 } }), true)).toBe('good');
+    expect(overallLevel(well('a', { level: 4 }), false)).toBe('offline');
+    expect(overallLevel(null, true)).toBe('unknown');
+  });
+
+  test('puts the worst first', () => {
+    const rows = deviceRows(
+      [known('good'), known('new'), known('off', false), known('alert'), known('fair'), known('bad'), known('rogue')],
+      [well('good'), well('off'), well('alert', { notification: { ...notification, alert: 1 } }), well('fair', { level: 3 }), well('bad', { level: 4 }), well('rogue', { rogue_aps: { value: 1, level: 4 } })],
+    );
+    expect(rows.map((row) => row.mac)).toEqual(['bad', 'off', 'fair', 'new', 'alert', 'rogue', 'good']);
+  });
+
+  test('shows a device that only the health monitor remembers', () => {
+    expect(deviceRows([], [well('ghost')])).toMatchObject([{ mac: 'ghost', type: 'Switch', level: 'good' }]);
+  });
+});
+
+describe('rows', () => {
+  test('are sorted, and what is not known comes last either way', () => {
+    const rows = [3, null, 1, 2];
+    expect(sortRows(rows, (row) => row, 'ascending')).toEqual([1, 2, 3, null]);
+    expect(sortRows(rows, (row) => row, 'descending')).toEqual([3, 2, 1, null]);
+    expect(compare(null, null, 'ascending')).toBe(0);
+    expect(sortRows(['ap10', 'AP2', 'ap1'], (row) => row, 'ascending')).toEqual(['ap1', 'AP2', 'ap10']);
+  });
+
+  test('keep their order when they are equal', () => {
+    const rows = [{ a: 1, b: 1 }, { a: 0, b: 2 }, { a: 1, b: 3 }];
+    expect(sortRows(rows, (row) => row.a, 'descending').map((row) => row.b)).toEqual([1, 3, 2]);
+  });
+
+  test('are sorted by a column that there is', () => {
+    const usual = { column: 'total', direction: 'descending' } as const;
+    expect(parseSorting('-name', ['name'], usual)).toEqual({ column: 'name', direction: 'descending' });
+    expect(parseSorting('gone', ['name'], usual)).toEqual(usual);
+    expect(parseSorting(undefined, ['name'], usual)).toEqual(usual);
+    expect(formatSorting(parseSorting('name', ['name'], usual))).toBe('name');
+    expect(formatSorting(usual)).toBe('-total');
+  });
+
+  test('are found by all of the words, in any of the texts', () => {
+    const rows = [['Anna’s phone', 'Office'], ['printer', 'Office'], ['(x)', 'Guest']];
+    expect(search(rows, 'office  PHONE', (row) => row)).toEqual([rows[0]]);
+    expect(search(rows, '(x', (row) => row)).toEqual([rows[2]]);
+    expect(search(rows, ' ', (row) => row)).toEqual(rows);
+    expect(search(rows, 'nobody', (row) => row)).toEqual([]);
+  });
+});

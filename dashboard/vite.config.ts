@@ -1,0 +1,11 @@
+import { defineConfig } from 'vitest/config';
+
+export default defineConfig({
+  build: {
+    target: 'es2022',
+    assetsInlineLimit: 0, // the content security policy of the probe allows files of its own only
+    modulePreload: { polyfill: false },
+    reportCompressedSize: false,
+  },
+  test: { include: ['tests/**/*.test.ts'] },
+});

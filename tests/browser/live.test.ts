@@ -1,0 +1,101 @@
+// The page lives with the probe: through passes, silence, restarts and a token.
+
+import type { Browser } from 'playwright-core';
+import { afterAll, beforeAll, expect, test } from 'vitest';
+import { openBrowser, openPage } from './browser';
+import { ProbeProcess, simulated } from './probe';
+
+let browser: Browser;
+beforeAll(async () => {
+  browser = await openBrowser();
+});
+afterAll(() => browser.close());
+
+test('shows each pass, says when none comes, and comes back after a restart of the probe', async () => {
+  let probe = await ProbeProcess.start(simulated);
+  const { page, complaints, context } = await openPage(browser, probe.url);
+  try {
+    await page.goto(`${probe.url}/#/traffic`);
+    const state = page.locator('.link');
+    const pass = async (): Promise<number> => Number(await page.locator('[data-interface]').getAttribute('data-pass'));
+    await page.locator('[data-interface]').waitFor({ timeout: 20_000 });
+    expect(await state.textContent()).toBe('Live');
+    expect(await page.locator('.countdown').textContent()).toContain('a pass every 1 s');
+
+    // Without a reload, and without a word to the page.
+    const before = await pass();
+    await expect.poll(pass, { timeout: 10_000 }).toBeGreaterThan(before + 1);
+
+    probe.signal('SIGSTOP');
+    await expect.poll(() => state.textContent(), { timeout: 15_000 }).toBe('Stale');
+    await page.getByText('What you see may be out of date').waitFor();
+    const held = await pass();
+    probe.signal('SIGCONT');
+    await expect.poll(() => state.textContent(), { timeout: 10_000 }).toBe('Live');
+    await expect.poll(pass, { timeout: 10_000 }).toBeGreaterThan(held);
+
+    const { port } = probe;
+    await probe.stop();
+    await expect.poll(() => state.textContent(), { timeout: 10_000 }).not.toBe('Live');
+    await page.getByText('The probe cannot be reached').waitFor();
+    await page.getByRole('button', { name: 'Try now' }).waitFor();
+    expect(await page.locator('[data-interface]').count()).toBe(1); // what was seen stays
+
+    const lost = await pass();
+    probe = await ProbeProcess.start(simulated, port);
+    await expect.poll(() => state.textContent(), { timeout: 40_000 }).toBe('Live');
+    await expect.poll(pass, { timeout: 20_000 }).not.toBe(lost);
+    const back = await pass();
+    await expect.poll(pass, { timeout: 10_000 }).toBeGreaterThan(back);
+    expect(complaints).toEqual([]);
+  } finally {
+    await context.close();
+    await probe.stop();
+  }
+});
+
+test('has figures at once, without waiting for the next pass', async () => {
+  const probe = await ProbeProcess.start(['--simulated', '--speed', '6']); // a pass every ten seconds
+  const { page, context } = await openPage(browser, probe.url);
+  try {
+    await page.goto(`${probe.url}/#/overview`);
+    await page.getByText('waiting for the first pass').waitFor();
+    expect(await page.locator('tbody tr').count()).toBe(9); // the devices are known before
+    expect(await page.locator('[data-column=cpu] data').count()).toBe(0);
+    await page.locator('[data-column=cpu] data').first().waitFor({ timeout: 20_000 });
+    await page.waitForTimeout(500); // the pass is over; the next is far away
+    const opened = Date.now();
+    await page.reload();
+    await page.locator('[data-column=cpu] data').first().waitFor();
+    expect(Date.now() - opened).toBeLessThan(5000);
+    await expect.poll(() => page.locator('.countdown').textContent()).toMatch(/next in \d+ s/);
+  } finally {
+    await context.close();
+    await probe.stop();
+  }
+});
+
+test('asks for the token of a probe that has one, and keeps it for the tab', async () => {
+  const probe = await ProbeProcess.start(simulated, 0, '[server]\ntoken = "open & sesame"\n');
+  const { page, context, complaints } = await openPage(browser, probe.url);
+  try {
+    expect((await probe.answer('/api/devices')).status).toBe(401);
+    expect((await probe.answer('/healthz')).status).toBe(200);
+    await page.goto(probe.url);
+    await page.getByRole('heading', { name: 'The probe asks for its token' }).waitFor();
+    await page.getByLabel('Token').fill('guessed');
+    await page.keyboard.press('Enter');
+    await page.getByRole('heading', { name: 'The probe asks for its token' }).waitFor();
+    await page.getByLabel('Token').fill('open & sesame');
+    await page.keyboard.press('Enter');
+    await page.locator('tbody tr').first().waitFor();
+    await expect.poll(() => page.locator('.link').textContent(), { timeout: 15_000 }).toBe('Live');
+    await page.reload();
+    await page.locator('tbody tr').first().waitFor();
+    expect(page.url()).not.toContain('sesame');
+    expect(complaints).toEqual([]);
+  } finally {
+    await context.close();
+    await probe.stop();
+  }
+});
