@@ -11,16 +11,10 @@ namespace {
 
 constexpr std::int32_t kMinuteSeconds = 60;
 constexpr std::int32_t kHourSeconds = 3600;
-constexpr std::int32_t kDaySeconds = 86400;
 constexpr int kSaturday = 6;
 
 constexpr std::size_t kDayBuffer = 12;       // "2026-11-15/" and the final NUL
 constexpr std::size_t kDateTimeBuffer = 20;  // "2026-11-15 07:14:35" and the final NUL
-
-tm LocalTime(time_t time) {
-  tm local{};
-  return localtime_r(&time, &local) == nullptr ? tm{} : local;
-}
 
 /// `time` moved by so many days of 86400 seconds, no further than a time can reach.
 time_t Moved(time_t time, int days) {
@@ -42,6 +36,11 @@ std::string Formatted(time_t time, const char* format) {
 }
 
 }  // namespace
+
+tm LocalTime(time_t time) {
+  tm local{};
+  return localtime_r(&time, &local) == nullptr ? tm{} : local;
+}
 
 std::int64_t Minute(long time) {
   return std::int64_t{time} / kMinuteSeconds;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <ctime>
 #include <string>
 
 /// Names of days, weeks and moments in the local time zone: the keys of the day and week buckets.
@@ -9,6 +10,11 @@
 /// Fails: never a fault. A time that has no calendar date gives the keys of an empty date (1900-01-00); one whose year
 ///        has more than four digits gives texts that are empty or lack a part, for the keys have room for four.
 namespace monitoring::time_keys {
+
+inline constexpr std::int32_t kDaySeconds = 86'400;  ///< Of a day without a change of the clock.
+
+/// What the local clock and calendar show; all zero for a time that has no calendar date.
+tm LocalTime(time_t time);
 
 /// Whole minutes since the epoch, rounded towards 0: the stamp of samples in messages.
 std::int64_t Minute(long time);

@@ -6,11 +6,14 @@
 #include "monitor/engine/devices.h"
 #include "monitor/engine/json_keys.h"
 #include "monitor/engine/time_keys.h"
+#include "monitor/reports/band_names.h"
 #include "monitor/reports/client_report_fold.h"
 
 namespace monitoring::client_report {
 namespace records = vexora_probe::models::controller;
 namespace {
+
+constexpr const char* kUnknown = "Unknown";
 
 const char* ModeName(records::WIFIOpMode mode) {
   switch (mode) {
@@ -25,18 +28,7 @@ const char* ModeName(records::WIFIOpMode mode) {
     case records::WIFIOpMode::k802_11ac:
       return "802.11ac";
     default:
-      return "Unknown";
-  }
-}
-
-const char* BandName(records::WIFIBandType band) {
-  switch (band) {
-    case records::WIFIBandType::k2_4GHz:
-      return "2.4GHz";
-    case records::WIFIBandType::k5GHz:
-      return "5GHz";
-    default:
-      return "Unknown";
+      return kUnknown;
   }
 }
 
@@ -81,7 +73,7 @@ JsonTree RowObject(const std::string& key_text, const WirelessClientItem& row, s
 }  // namespace
 
 std::string TypeMode2Str(records::WIFIOpMode mode, records::WIFIBandType band) {
-  return std::string(ModeName(mode)) + "/" + BandName(band);
+  return std::string(ModeName(mode)) + "/" + reports::BandName(band, kUnknown);
 }
 
 JsonTree RowArray(const ClientRows& rows, std::int32_t period_seconds) {

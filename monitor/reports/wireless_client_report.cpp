@@ -29,12 +29,11 @@ using utilities::lock::lock_guard_write;
 namespace {
 
 constexpr const char* kNothing = "{}";
-constexpr std::int32_t kDaySeconds = 86'400;
-constexpr std::int32_t kWeekSeconds = 604'800;
+constexpr std::int32_t kWeekSeconds = 7 * time_keys::kDaySeconds;
 
 /// How long a day or week has lasted: the one that is not over, as long as the local clock stands into it.
 std::int32_t DaySeconds(const std::string& day, long now) {
-  return day == time_keys::Day(now) ? time_keys::SecondsIntoDay(now) : kDaySeconds;
+  return day == time_keys::Day(now) ? time_keys::SecondsIntoDay(now) : time_keys::kDaySeconds;
 }
 std::int32_t WeekSeconds(const std::string& week, long now) {
   return week == time_keys::Week(now) ? time_keys::SecondsIntoWeek(now) : kWeekSeconds;
@@ -126,5 +125,5 @@ std::string WirelessClientReport::GetWirelessReport(const std::string& report_ty
   const auto now = static_cast<long>(time(nullptr));
   if (IsType(report_type, monitoring::kDaily)) return JsonText(ReportOn(daily_, period, DaySeconds(period, now)));
   if (IsType(report_type, monitoring::kWeekly)) return JsonText(ReportOn(weekly_, period, WeekSeconds(period, now)));
-  return JsonText(ReportOf({}, kDaySeconds));
+  return JsonText(ReportOf({}, time_keys::kDaySeconds));
 }

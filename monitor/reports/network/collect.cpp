@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <utility>
 
+#include "monitor/reports/band_names.h"
 #include "monitor/reports/network/keys.h"
 #include "monitor/reports/ssid_configurations.h"
 #include "platform/logging.h"
@@ -43,7 +44,7 @@ bool ReadCounters(const std::string& mac, const std::string& interface, const SS
 }
 
 bool ReadBand(const std::string& mac, WIFIBandType band, Networks& sample) {
-  sample.attributes.radio_type = BandName(band);
+  sample.attributes.radio_type = monitoring::reports::BandName(band, "");
   if (!sample.attributes.radio_type.empty()) return true;
   pel_log_error(log_module::kMonitor,
                 "[WirelessNetworkReport::CollectOneSSID] Device: %s, radio type is empty. WIFIBandType type: %d",

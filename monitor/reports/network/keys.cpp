@@ -11,7 +11,6 @@ namespace vexora_probe::monitor {
 namespace {
 
 using models::controller::SecModeType;
-using models::controller::WIFIBandType;
 
 constexpr const char* kSeparator = "|";
 constexpr const char* kDaySeparator = "/";
@@ -24,17 +23,6 @@ std::int32_t LeadingNumber(const std::string& text) {
 }
 
 }  // namespace
-
-std::string BandName(WIFIBandType band) {
-  switch (band) {
-    case WIFIBandType::k2_4GHz:
-      return kLowerBand;
-    case WIFIBandType::k5GHz:
-      return kUpperBand;
-    default:
-      return {};
-  }
-}
 
 std::string MinuteKey(long time) {
   return std::to_string(monitoring::time_keys::Minute(time));

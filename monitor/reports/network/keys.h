@@ -7,12 +7,6 @@
 /// The text keys under which the wireless network report files things.
 namespace vexora_probe::monitor {
 
-inline constexpr const char* kLowerBand = "2.4GHz";
-inline constexpr const char* kUpperBand = "5GHz";
-
-/// The name of a band, the key of the spectrum report; empty for an unknown one.
-std::string BandName(models::controller::WIFIBandType band);
-
 /// The whole minutes since the epoch, in decimal: the key of a sample. Compared as a text.
 std::string MinuteKey(long time);
 

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "monitor/engine/constants.h"
+#include "monitor/reports/band_names.h"
 #include "monitor/reports/network/keys.h"
 #include "platform/logging.h"
 #include "platform/utilities/signal.h"
@@ -22,7 +23,7 @@ RogueAPs Sighting(const Scan& scan, const NeighboringAP& heard) {
   rogue.ssid = heard.ssid;
   rogue.channel = heard.channel;
   rogue.signal_strength = heard.signal;
-  rogue.radio_type = BandName(heard.band);
+  rogue.radio_type = monitoring::reports::BandName(heard.band, "");
   rogue.seen_by[scan.mac] = scan.hostname;
   return rogue;
 }

@@ -6,6 +6,7 @@
 #include "monitor/engine/constants.h"
 #include "monitor/engine/devices.h"
 #include "monitor/engine/json_keys.h"
+#include "monitor/engine/time_keys.h"
 #include "monitor/reports/network/families.h"
 #include "monitor/reports/network/keys.h"
 #include "monitor/reports/network/retention.h"
@@ -34,11 +35,6 @@ const Bucket& BucketOf(const std::map<std::string, std::map<std::string, Bucket>
   if (buckets == report.end()) return empty;
   const auto bucket = buckets->second.find(period);
   return bucket == buckets->second.end() ? empty : bucket->second;
-}
-
-tm LocalTime(time_t time) {
-  tm local{};
-  return localtime_r(&time, &local) == nullptr ? tm{} : local;
 }
 
 }  // namespace
@@ -71,7 +67,7 @@ void WirelessNetworkReport::CollectData() {
 }
 
 bool WirelessNetworkReport::BeginPass(time_t now, const std::string& week) {
-  const tm local = LocalTime(now);
+  const tm local = monitoring::time_keys::LocalTime(now);
   week_day_ = local.tm_wday;
   ++tick_counter_;
   if (tick_counter_ % kPassesPerSample != 0) return false;

@@ -6,6 +6,7 @@
 #include <string>
 #include <tuple>
 
+#include "monitor/reports/band_names.h"
 #include "monitor/reports/network/conversion.h"
 #include "monitor/reports/network/wireless_network_report.h"
 #include "probe/clock/virtual_clock.h"
@@ -89,10 +90,10 @@ TEST(SSIDKeys, AreMadeOfNameModeGuestAndRadio) {
 }
 
 TEST(BandNames, AreThoseOfTheTwoBands) {
-  EXPECT_EQ(BandName(WIFIBandType::k2_4GHz), "2.4GHz");
-  EXPECT_EQ(BandName(WIFIBandType::k5GHz), "5GHz");
-  EXPECT_EQ(BandName(WIFIBandType::kUnknown), "");
-  EXPECT_EQ(BandName(static_cast<WIFIBandType>(2)), "");
+  EXPECT_STREQ(monitoring::reports::BandName(WIFIBandType::k2_4GHz, "none"), "2.4GHz");
+  EXPECT_STREQ(monitoring::reports::BandName(WIFIBandType::k5GHz, "none"), "5GHz");
+  EXPECT_STREQ(monitoring::reports::BandName(WIFIBandType::kUnknown, "none"), "none");
+  EXPECT_STREQ(monitoring::reports::BandName(static_cast<WIFIBandType>(2), ""), "");
 }
 
 TEST(MinuteKeys, AreWholeMinutesInDecimal) {

@@ -1,4 +1,4 @@
-// The operations of the wireless network report that do their work in one of its rooms alone.
+// Those operations of the wireless network report that do their work in one of its rooms, and nothing beside.
 
 #include "monitor/reports/network/client_counts.h"
 #include "monitor/reports/network/families.h"
