@@ -10,6 +10,7 @@
 #include "probe/device_centre/device_centre.h"
 #include "probe/logging/log.h"
 #include "probe/subscriptions/subscription_service.h"
+#include "probe/text/url_host.h"
 
 namespace probe {
 namespace {
@@ -110,9 +111,8 @@ void ProbeApp::StartServer() {
 }
 
 std::string ProbeApp::UrlOf(const std::string& scheme, const std::string& address) const {
-  const bool is_ipv6 = address.find(':') != std::string::npos;
-  return scheme + (settings_.server.tls_certificate.empty() ? "" : "s") + "://" +
-         (is_ipv6 ? "[" + address + "]" : address) + ":" + std::to_string(server_->port());
+  return scheme + (settings_.server.tls_certificate.empty() ? "" : "s") + "://" + UrlHost(address) + ":" +
+         std::to_string(server_->port());
 }
 
 void ProbeApp::Announce() const {

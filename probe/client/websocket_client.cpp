@@ -10,6 +10,8 @@
 #include <boost/beast/websocket/ssl.hpp>
 #include <utility>
 
+#include "probe/text/url_host.h"
+
 namespace probe {
 namespace {
 
@@ -28,14 +30,9 @@ using WebsocketStream = websocket::stream<Stream, false>;
 constexpr std::chrono::milliseconds kSendWithin{10000};
 constexpr std::chrono::milliseconds kCloseWithin{2000};
 
-/// An address as it stands in a URL: IPv6 in brackets.
-std::string InUrl(const std::string& host) {
-  return host.find(':') == std::string::npos ? host : "[" + host + "]";
-}
-
 std::string HostHeader(const ClientOptions& options) {
   const auto given = options.headers.find("Host");
-  return given != options.headers.end() ? given->second : InUrl(options.host) + ":" + std::to_string(options.port);
+  return given != options.headers.end() ? given->second : UrlHost(options.host) + ":" + std::to_string(options.port);
 }
 
 void SetHeaders(const ClientOptions& options, websocket::request_type& request) {

@@ -126,7 +126,7 @@ std::size_t LineOf(const KeyLines& lines, const std::string& key, const std::str
 void CheckTls(const Settings& settings, const KeyLines& lines, Complaints& complaints) {
   const std::string certificate = "server.tls_certificate";
   const std::string key = "server.tls_key";
-  if (settings.server.tls_certificate.empty() == settings.server.tls_key.empty()) return;
+  if (!HasHalfOfTls(settings.server)) return;
   const bool key_is_missing = settings.server.tls_key.empty();
   const std::string& missing = key_is_missing ? key : certificate;
   const std::string& given = key_is_missing ? certificate : key;
@@ -135,7 +135,7 @@ void CheckTls(const Settings& settings, const KeyLines& lines, Complaints& compl
 
 void CheckSilences(const Settings& settings, const KeyLines& lines, Complaints& complaints) {
   const ServerLimits& limits = settings.server.limits;
-  if (limits.hang_up_after > limits.ping_after) return;
+  if (!HangsUpUnasked(limits)) return;
   const std::string hang_up = "limits.hang_up_after_seconds";
   const std::string ping = "limits.ping_after_seconds";
   complaints.Add(LineOf(lines, hang_up, ping), hang_up,

@@ -4,6 +4,7 @@
 #include <cctype>
 
 #include "probe/server/ip_address.h"
+#include "probe/text/url_host.h"
 
 namespace probe {
 namespace {
@@ -12,11 +13,6 @@ std::string LowerCase(std::string text) {
   std::transform(text.begin(), text.end(), text.begin(),
                  [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
   return text;
-}
-
-/// An address as it stands in a URL: IPv6 in brackets.
-std::string InUrl(const std::string& address) {
-  return address.find(':') == std::string::npos ? address : "[" + address + "]";
 }
 
 /// Whether `list`, a header of comma-separated words, holds `word`.
@@ -52,7 +48,7 @@ bool EqualSecrets(const std::string& ours, const std::string& theirs) {
 
 AccessRules::AccessRules(const ServerSettings& settings, std::uint16_t port)
     : hosts_{"localhost", "127.0.0.1", "[::1]"}, port_(":" + std::to_string(port)), token_(settings.token) {
-  for (const std::string& address : settings.listen) hosts_.push_back(InUrl(CanonicalAddress(address)));
+  for (const std::string& address : settings.listen) hosts_.push_back(UrlHost(CanonicalAddress(address)));
   for (const std::string& host : settings.allowed_hosts) hosts_.push_back(LowerCase(host));
   for (const std::string& origin : settings.allowed_origins) origins_.push_back(LowerCase(origin));
 }
@@ -63,7 +59,7 @@ bool AccessRules::IsOurHost(const std::string& host, const std::string& local_ad
     name.resize(name.size() - port_.size());
   // An address of ours at which the request really came in is as good as the one in `listen`, which may be "any". A
   // foreign name that was made to point at us is no address, and so doesn't pass here.
-  if (name == InUrl(local_address)) return true;
+  if (name == UrlHost(local_address)) return true;
   return std::find(hosts_.begin(), hosts_.end(), name) != hosts_.end();
 }
 

@@ -5,11 +5,13 @@
 #include <cstddef>
 #include <nlohmann/json.hpp>
 
+#include "probe/server/silent_events.h"
+
 namespace probe {
 namespace {
 
 /// Follows the path to the present value, for as deep as anything of interest can stand.
-class EnvelopeReader : public nlohmann::json_sax<nlohmann::json> {
+class EnvelopeReader : public SilentEvents {
  public:
   bool key(string_t& name) override {
     if (depth_ < keys_.size()) keys_[depth_] = name;
@@ -19,13 +21,6 @@ class EnvelopeReader : public nlohmann::json_sax<nlohmann::json> {
   bool end_object() override { return Leave(); }
   bool start_array(std::size_t) override { return Enter(false); }
   bool end_array() override { return Leave(); }
-  bool null() override { return true; }
-  bool boolean(bool) override { return true; }
-  bool number_integer(number_integer_t) override { return true; }
-  bool number_unsigned(number_unsigned_t) override { return true; }
-  bool number_float(number_float_t, const string_t&) override { return true; }
-  bool binary(binary_t&) override { return true; }
-  bool parse_error(std::size_t, const std::string&, const nlohmann::detail::exception&) override { return false; }
 
  protected:
   /// How many objects and arrays the present value stands in.

@@ -4,6 +4,7 @@
 #include <optional>
 #include <utility>
 
+#include "probe/server/silent_events.h"
 #include "probe/text/utf8.h"
 
 namespace probe {
@@ -12,7 +13,7 @@ namespace {
 using nlohmann::json;
 
 /// Reads JSON for nothing but its nesting. Gives up at the first bracket too many.
-class DepthGauge final : public nlohmann::json_sax<json> {
+class DepthGauge final : public SilentEvents {
  public:
   explicit DepthGauge(std::size_t max_depth) : max_depth_(max_depth) {}
   bool is_too_deep() const { return is_too_deep_; }
@@ -21,15 +22,6 @@ class DepthGauge final : public nlohmann::json_sax<json> {
   bool start_array(std::size_t) override { return Enter(); }
   bool end_object() override { return Leave(); }
   bool end_array() override { return Leave(); }
-  bool null() override { return true; }
-  bool boolean(bool) override { return true; }
-  bool number_integer(number_integer_t) override { return true; }
-  bool number_unsigned(number_unsigned_t) override { return true; }
-  bool number_float(number_float_t, const string_t&) override { return true; }
-  bool string(string_t&) override { return true; }
-  bool binary(binary_t&) override { return true; }
-  bool key(string_t&) override { return true; }
-  bool parse_error(std::size_t, const std::string&, const nlohmann::detail::exception&) override { return false; }
 
  private:
   bool Enter() {

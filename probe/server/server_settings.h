@@ -46,4 +46,15 @@ struct ServerSettings {
 /// are safe. The text is fit for an administrator.
 std::string WhyUnsafe(const ServerSettings& settings);
 
+/// Whether only one of certificate and key is set: TLS takes both.
+bool HasHalfOfTls(const ServerSettings& settings);
+
+/// Whether a client would be given up for its silence before it has been asked for a sign of life.
+bool HangsUpUnasked(const ServerLimits& limits);
+
+/// Refuses settings that must not or cannot be served: unsafe ones, contradictory ones, files that cannot be read.
+///
+/// Fails: throws `std::runtime_error`, with a text fit for an administrator.
+void RequireServable(const ServerSettings& settings);
+
 }  // namespace probe

@@ -2,7 +2,6 @@
 
 #include <libwebsockets.h>
 #include <openssl/ssl.h>
-#include <sys/resource.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -19,6 +18,7 @@
 #include "probe/server/fragment.h"
 #include "probe/server/ip_address.h"
 #include "probe/server/library_log.h"
+#include "probe/server/open_files.h"
 #include "probe/server/port_reservation.h"
 #include "probe/server/post_office.h"
 #include "probe/server/server_loop.h"
@@ -36,44 +36,6 @@ constexpr unsigned kHandshakeSeconds = 10;
 
 // How much of a message the library reads before it hands it over.
 constexpr std::size_t kReceiveBytes = 4096;
-
-// File descriptors for all but the clients: listeners, log, the sources, the plug-in.
-constexpr std::size_t kOtherDescriptors = 64;
-
-/// Allows the process as many open files as the connections need. How many connections the system then has files for:
-/// one more would not be refused in words but left hanging.
-std::size_t AffordableConnections(std::size_t wanted) {
-  constexpr std::size_t kBesides = Gate::kTurnedAway + kOtherDescriptors;
-  rlimit limit{};
-  if (getrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_cur >= wanted + kBesides) return wanted;
-  limit.rlim_cur = std::min<rlim_t>(wanted + kBesides, limit.rlim_max);
-  setrlimit(RLIMIT_NOFILE, &limit);
-  if (limit.rlim_cur >= wanted + kBesides) return wanted;
-  const std::size_t affordable = limit.rlim_cur > kBesides ? limit.rlim_cur - kBesides : 1;
-  log::Error("[WebServer] the system allows %llu open files, enough for no more than limits.connections = %zu",
-             static_cast<unsigned long long>(limit.rlim_cur), affordable);
-  return affordable;
-}
-
-void RequireReadable(const char* key, const std::string& path) {
-  if (access(path.c_str(), R_OK) != 0)
-    throw std::runtime_error(std::string("server.") + key + " = \"" + path + "\" cannot be read");
-}
-
-/// Refuses settings that must not be served, before anything is opened.
-void RequireServable(const ServerSettings& settings) {
-  if (const std::string why = WhyUnsafe(settings); !why.empty()) throw std::runtime_error(why);
-  if (settings.tls_certificate.empty() != settings.tls_key.empty())
-    throw std::runtime_error("server.tls_certificate and server.tls_key must be set both, or neither");
-  if (settings.limits.hang_up_after <= settings.limits.ping_after)
-    throw std::runtime_error("limits.hang_up_after_seconds must be greater than limits.ping_after_seconds");
-  if (settings.limits.ping_after < std::chrono::seconds(1) || settings.limits.hang_up_after > std::chrono::hours(18))
-    throw std::runtime_error(
-        "limits.ping_after_seconds must be at least 1, limits.hang_up_after_seconds at most 64800");
-  if (settings.tls_certificate.empty()) return;
-  RequireReadable("tls_certificate", settings.tls_certificate);
-  RequireReadable("tls_key", settings.tls_key);
-}
 
 }  // namespace
 
