@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <map>
 
+#include "platform/device_centre.h"
+
 namespace test {
 namespace {
 
@@ -298,6 +300,22 @@ void LiteralPass(const std::vector<DeviceReading>& devices, long now, bool is_cl
   Family(report.ssid_snapshot, report.ssid_report, time);
   Family(report.access_point_snapshot, report.access_point_report, time);
   Family(report.spectrum_snapshot, report.spectrum_report, time);
+}
+
+void LiteralNames(NetworkReport& report) {
+  auto& host = DeviceManager::GetInstance();
+  for (auto& [period, buckets] : report.access_point_report) {
+    for (auto& [key, records] : buckets) {
+      for (auto& [mac, record] : records) {
+        const auto basic = host.GetDevicesBasicInfo(mac, false);
+        const auto platform = host.GetDevicePlatformInfo(mac, false);
+        if (basic.size() != 1) continue;
+        record.attributes.apname = basic.begin()->second.hostname;
+        record.attributes.model = platform.size() == 1 ? platform.begin()->second.model : "";
+        record.attributes.version = platform.size() == 1 ? platform.begin()->second.version : "";
+      }
+    }
+  }
 }
 
 }  // namespace test

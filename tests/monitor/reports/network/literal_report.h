@@ -21,7 +21,11 @@ struct DeviceReading {
 void LiteralPass(const std::vector<DeviceReading>& devices, long now, bool is_clock_back,
                  const vexora_probe::monitor::ReportTime& time, vexora_probe::monitor::NetworkReport& report);
 
-/// One pass as the monitor does it, over plain readings.
+/// Renews name, model and firmware of every access point in every bucket, with a question to the host for each.
+void LiteralNames(vexora_probe::monitor::NetworkReport& report);
+
+/// One pass as the monitor does it, over plain readings. Leaves the names of access points as they are: the monitor
+/// asks for them outside its rooms.
 void MonitorPass(const std::vector<DeviceReading>& devices, long now, bool is_clock_back,
                  const vexora_probe::monitor::ReportTime& time, vexora_probe::monitor::NetworkReport& report);
 

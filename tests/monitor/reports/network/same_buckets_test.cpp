@@ -6,8 +6,10 @@
 #include <cstdint>
 #include <cstdlib>
 #include <ctime>
-#include <memory>
+#include <map>
 #include <random>
+#include <set>
+#include <string>
 
 #include "monitor/engine/time_keys.h"
 #include "monitor/reports/network/collect.h"
@@ -15,12 +17,14 @@
 #include "monitor/reports/network/show.h"
 #include "monitor/reports/network/wireless_network_report.h"
 #include "probe/clock/virtual_clock.h"
+#include "probe/device_centre/device_centre.h"
 #include "probe/logging/log.h"
 #include "tests/monitor/reports/network/literal_report.h"
 #include "tests/support/network.h"
 
 namespace {
 
+using monitoring::JsonTree;
 using vexora_probe::models::controller::NeighboringAP;
 using vexora_probe::models::controller::SecModeType;
 using vexora_probe::models::controller::WIFIBandType;
@@ -62,7 +66,7 @@ class RandomNetwork {
   /// A new state of every device; now and then none of them is there.
   void Change() {
     is_dark_ = Dice(6) == 0;
-    for (int device = 0; device < kDevices; ++device) ChangeDevice(device);
+    for (int device = 0; device < kDevices; ++device) ChangeDevice("AA:AA:AA:AA:AA:0" + std::to_string(device));
   }
 
   /// The next pass: mostly five minutes later, else hours, a day or more, or back by a minute, an hour, a day, a week.
@@ -90,10 +94,9 @@ class RandomNetwork {
     return now - local.tm_hour * 3'600 - local.tm_min * 60 - local.tm_sec;
   }
 
-  void ChangeDevice(int number) {
-    const std::string mac = "AA:AA:AA:AA:AA:0" + std::to_string(number);
+  void ChangeDevice(const std::string& mac) {
     auto device = network_.AccessPoint(mac);
-    device.Named("ap" + std::to_string(number)).Online(!is_dark_ && Dice(8) != 0).Radio("r0", WIFIBandType::k2_4GHz);
+    device.Online(!is_dark_ && Dice(8) != 0).Radio("r0", WIFIBandType::k2_4GHz);
     device.Radio("r1", WIFIBandType::k5GHz).Configured("a|b@BOTH", {.name = "a|b", .security_mode = SecModeType(3)});
     device.Configured("Guest@r0", {.name = "Guest", .security_mode = SecModeType(0), .guest = true});
     device.Configured("Guest@r1", {.name = "Guest", .security_mode = SecModeType(4)});
@@ -101,6 +104,9 @@ class RandomNetwork {
     device.Neighbours(Neighbours());
     if (Dice(4) != 0) polled_ += Dice(400);
     device.PolledAt(polled_);
+    device.Named("ap " + std::to_string(Dice(3)));
+    if (Dice(4) == 0) device.Platform("model " + std::to_string(Dice(2)), "version " + std::to_string(Dice(3)));
+    if (Dice(12) == 0) probe::DeviceCentre::Instance().Forget(mac);
   }
 
   void ChangeInterface(test::Network::DeviceWords& device, const std::string& mac, const std::string& name) {
@@ -148,29 +154,55 @@ std::vector<test::DeviceReading> Readings() {
   return readings;
 }
 
-template <typename Report, typename Show>
-void ExpectShown(const Report& report, const char* type, Show shown,
-                 monitoring::JsonTree (*show)(const typename Report::mapped_type::mapped_type&)) {
-  const auto buckets = report.find(type);
-  if (buckets == report.end()) return;
-  for (const auto& [period, bucket] : buckets->second) {
-    EXPECT_EQ(monitoring::TextOf(shown(type, period).get()), monitoring::TextOf(show(bucket).get())) << period;
+/// Every day and every week that a pass was in, by type. There can be no bucket under any other key.
+using Periods = std::map<std::string, std::set<std::string>>;
+
+template <typename Bucket>
+const Bucket& BucketOf(const std::map<std::string, std::map<std::string, Bucket>>& report, const std::string& type,
+                       const std::string& period) {
+  static const Bucket none;
+  return report.contains(type) && report.at(type).contains(period) ? report.at(type).at(period) : none;
+}
+
+using Section = JsonTree (WirelessNetworkReport::*)(const std::string& type, const std::string& period) const;
+
+/// The monitor shows every bucket of the plain report in this section, and nothing where that has none.
+template <typename Bucket>
+void ExpectShown(const WirelessNetworkReport& monitor, Section section, const Periods& asked,
+                 const std::map<std::string, std::map<std::string, Bucket>>& plain, JsonTree (*show)(const Bucket&)) {
+  for (const auto& [type, periods] : asked) {
+    for (const std::string& period : periods) {
+      EXPECT_EQ(monitoring::TextOf((monitor.*section)(type, period).get()),
+                monitoring::TextOf(show(BucketOf(plain, type, period)).get()))
+          << type << " " << period;
+    }
   }
 }
 
-/// The monitor shows what the plain report holds.
-void ExpectSameReports(const WirelessNetworkReport& monitor, const NetworkReport& plain) {
-  for (const char* type : {"daily", "weekly"}) {
-    ExpectShown(
-        plain.rogue_report, type, [&](auto&... at) { return monitor.GetRogueAPsReport(at...); },
-        &vexora_probe::monitor::RogueAPsArray);
-    ExpectShown(
-        plain.ssid_report, type, [&](auto&... at) { return monitor.GetSSIDsReport(at...); },
-        &vexora_probe::monitor::SSIDsArray);
-    ExpectShown(
-        plain.spectrum_report, type, [&](auto&... at) { return monitor.GetSpectrumsReport(at...); },
-        &vexora_probe::monitor::SpectrumsObject);
+/// A period has aged out where access points have buckets of its type, but none of its own.
+void ExpectSameExpiry(const WirelessNetworkReport& monitor, const Periods& asked, const NetworkReport& plain) {
+  for (const auto& [type, periods] : asked) {
+    const auto buckets = plain.access_point_report.find(type);
+    const bool is_any = buckets != plain.access_point_report.end() && !buckets->second.empty();
+    for (const std::string& period : periods) {
+      EXPECT_EQ(monitor.CheckPeriodExpire(type, period), is_any && !buckets->second.contains(period))
+          << type << " " << period;
+    }
   }
+}
+
+/// The monitor shows what the plain report holds, no more and no less.
+void ExpectSameReports(const WirelessNetworkReport& monitor, const Periods& asked, const NetworkReport& plain) {
+  using vexora_probe::monitor::AccessPointsObject;
+  using vexora_probe::monitor::RogueAPsArray;
+  using vexora_probe::monitor::SpectrumsObject;
+  using vexora_probe::monitor::SSIDsArray;
+  ExpectShown(monitor, &WirelessNetworkReport::GetRogueAPsReport, asked, plain.rogue_report, &RogueAPsArray);
+  ExpectShown(monitor, &WirelessNetworkReport::GetAccessPointsReport, asked, plain.access_point_report,
+              &AccessPointsObject);
+  ExpectShown(monitor, &WirelessNetworkReport::GetSSIDsReport, asked, plain.ssid_report, &SSIDsArray);
+  ExpectShown(monitor, &WirelessNetworkReport::GetSpectrumsReport, asked, plain.spectrum_report, &SpectrumsObject);
+  ExpectSameExpiry(monitor, asked, plain);
 }
 
 class SameBuckets : public ::testing::TestWithParam<unsigned> {
@@ -189,6 +221,7 @@ TEST_P(SameBuckets, AsWhenEveryIdFinishesTheDaysAndRebuildsTheWeek) {
   WirelessNetworkReport monitor;
   NetworkReport plain;
   NetworkReport folded;
+  Periods asked;
   time_t last = kStart;
   for (int pass = 0; pass < 150; ++pass) {
     const time_t now = network.NextPass(last);
@@ -198,9 +231,13 @@ TEST_P(SameBuckets, AsWhenEveryIdFinishesTheDaysAndRebuildsTheWeek) {
     const ReportTime time = TimeAt(now);
     test::LiteralPass(readings, now, last > now, time, plain);
     test::MonitorPass(readings, now, last > now, time, folded);
+    test::LiteralNames(plain);
+    test::LiteralNames(folded);
     for (int tick = 0; tick < 5; ++tick) monitor.CollectData();
     ASSERT_EQ(test::Dump(folded), test::Dump(plain)) << "pass " << pass << " at " << now;
-    ExpectSameReports(monitor, plain);
+    asked["daily"].insert(time.day);
+    asked["weekly"].insert(time.week);
+    ExpectSameReports(monitor, asked, plain);
     ASSERT_EQ(monitor.GetAvailableTypePeriod(),
               monitoring::TextOf(vexora_probe::monitor::PeriodsObject(plain.access_point_report).get()));
     ASSERT_FALSE(HasFailure()) << "pass " << pass << " at " << now;
