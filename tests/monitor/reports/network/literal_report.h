@@ -29,7 +29,8 @@ void LiteralNames(vexora_probe::monitor::NetworkReport& report);
 void MonitorPass(const std::vector<DeviceReading>& devices, long now, bool is_clock_back,
                  const vexora_probe::monitor::ReportTime& time, vexora_probe::monitor::NetworkReport& report);
 
-/// Everything that a report holds, a line for each record; reals to the last bit.
+/// Everything that a report holds, a line with all fields for each record; reals to the last bit. Left out is which
+/// rogue week is up to date, which only the monitor keeps.
 std::string Dump(const vexora_probe::monitor::NetworkReport& report);
 
 }  // namespace test

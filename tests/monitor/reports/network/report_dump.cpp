@@ -1,4 +1,5 @@
 #include <cstdio>
+#include <iomanip>
 #include <sstream>
 
 #include "monitor/reports/network/families.h"
@@ -9,10 +10,13 @@
 namespace test {
 namespace {
 
+using vexora_probe::monitor::Clients;
 using vexora_probe::monitor::NetworkReport;
 using vexora_probe::monitor::Networks;
+using vexora_probe::monitor::NetworksAttr;
 using vexora_probe::monitor::ReportTime;
 using vexora_probe::monitor::RogueAPs;
+using vexora_probe::monitor::TrafficCount;
 
 /// The exact value of a real. Not-a-numbers are all one.
 std::string Exact(double value) {
@@ -22,20 +26,41 @@ std::string Exact(double value) {
   return text;
 }
 
+// The bindings name every field: a new one doesn't compile before it is told here.
+
+void Write(std::ostream& out, const NetworksAttr& attributes) {
+  const auto& [name, security_mode, radio_type, device_mac, guest, apname, model, version] = attributes;
+  out << std::quoted(name) << " " << static_cast<int>(security_mode) << " " << radio_type << " " << device_mac << " "
+      << guest << " " << std::quoted(apname) << " " << std::quoted(model) << " " << std::quoted(version);
+}
+
+void Write(std::ostream& out, const Clients& clients) {
+  const auto& [current, item] = clients;
+  const auto& [peak, total, average] = item;
+  out << " clients " << current << " " << peak << " " << total << " " << Exact(average);
+}
+
+void Write(std::ostream& out, const TrafficCount& traffic) {
+  const auto& [peak, average, total, in, out_octets, polling_time, time_delta, delta_octets] = traffic;
+  out << " traffic " << Exact(peak) << " " << Exact(average) << " " << Exact(total) << " " << in << " " << out_octets
+      << " " << polling_time << " " << time_delta << " " << delta_octets;
+}
+
 void Write(std::ostream& out, const Networks& record) {
-  const auto& [client, traffic] = record.measured;
-  out << record.attributes.name << " " << static_cast<int>(record.attributes.security_mode) << " "
-      << record.attributes.radio_type << " " << record.attributes.device_mac << " " << record.attributes.guest
-      << " clients " << client.current << " " << client.item.peak << " " << client.item.total << " "
-      << Exact(client.item.average) << " traffic " << Exact(traffic.peak) << " " << Exact(traffic.average) << " "
-      << Exact(traffic.average_speed_total) << " " << traffic.inOctets << " " << traffic.outOctets << " "
-      << traffic.polling_time << " " << traffic.time_delta << " " << traffic.delta_octets;
+  const auto& [attributes, measured] = record;
+  const auto& [clients, traffic] = measured;
+  Write(out, attributes);
+  Write(out, clients);
+  Write(out, traffic);
 }
 
 void Write(std::ostream& out, const RogueAPs& rogue) {
-  out << rogue.GetKey() << " " << Exact(rogue.signal_strength) << " " << Exact(rogue.average_strength) << " "
-      << rogue.first_seen << " " << rogue.last_seen << " " << rogue.total_time << " seen by";
-  for (const auto& [mac, name] : rogue.seen_by) out << " " << mac << "=" << name;
+  const auto& [mac, ssid, first_flag, second_flag, channel, radio_type, signal, average, spare, first_seen, last_seen,
+               total_time, seen_by] = rogue;
+  out << mac << " " << std::quoted(ssid) << " " << first_flag << " " << second_flag << " " << channel << " "
+      << radio_type << " " << Exact(signal) << " " << Exact(average) << " " << spare << " " << first_seen << " "
+      << last_seen << " " << total_time << " seen by";
+  for (const auto& [hearer, name] : seen_by) out << " " << hearer << "=" << std::quoted(name);
 }
 
 template <typename Record>
