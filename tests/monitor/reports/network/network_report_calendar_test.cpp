@@ -178,6 +178,21 @@ TEST_F(ClockBack, BeforeTheFirstSampleDropsNothingBecauseThereIsNothing) {
   EXPECT_EQ(Json::parse(fresh.GetAvailableTypePeriod())["daily"], Json::array({"2026-11-18"}));
 }
 
+TEST_F(NetworkReportTest, TakesTheMomentInWhichItWasMadeForThatOfTheLastCollection) {
+  const time_t made = At(2026, 11, 18, 9, 55);
+  for (const time_t later : {-1, 0, 1}) {
+    clock.Set(made);
+    vexora_probe::monitor::WirelessNetworkReport fresh;
+    clock.Set(made + later);
+    const test::LogCapture log;
+    for (int pass = 0; pass < 5; ++pass) fresh.CollectData();
+    const std::vector<std::string> dropped{
+        "[WirelessNetworkReport::CleaRedundantSampleData] clear current day and week data"};
+    EXPECT_EQ(log.Texts(probe::log::Level::kDebug, "clear current"), later < 0 ? dropped : std::vector<std::string>{})
+        << later << " s after it was made";
+  }
+}
+
 TEST_F(NetworkReportTest, SeesASampleOfTheSameDayInTheFutureAlthoughTheLastCollectionWasEarlier) {
   Office(kAp, 9);
   SampleAt(At(2026, 11, 18, 10, 5));
