@@ -147,14 +147,25 @@ TEST_F(NetworkReportTest, FoldsClientsAndTrafficOfADayAndAWeek) {
   EXPECT_EQ(Today()["wireless_access_points"], (Json{{kAp, access_point}}));
 }
 
-TEST_F(NetworkReportTest, SumsTheBandsOfOneSSIDMinuteByMinute) {
-  auto device = Office(kAp, 3, {0, 0});
-  device.Radio("radio0", Band::k2_4GHz).Wifi("wifi0", "Office", "radio0", {0, 0}).Clients("wifi0", 4);
-  device.Configured("Office@BOTH", {.name = "Office", .security_mode = Security::kWpaPersonal});
-  Sample();
-  device.Wifi("wifi0", "Office", "radio0", {kMegabitForFiveMinutes, 0}).Clients("wifi0", 4);
-  device.Wifi("wifi1", "Office", "radio1", {0, kMegabitForFiveMinutes * 2}).Clients("wifi1", 3);
-  Sample();
+/// An access point with one network on both bands: four clients and one megabit a second on the lower one, three and
+/// two on the upper one.
+class TwoBands : public NetworkReportTest {
+ protected:
+  TwoBands() {
+    auto device = Office(kAp, 3, {0, 0});
+    device.Radio("radio0", Band::k2_4GHz).Wifi("wifi0", "Office", "radio0", {0, 0}).Clients("wifi0", 4);
+    device.Configured("Office@BOTH", {.name = "Office", .security_mode = Security::kWpaPersonal});
+    Sample();
+    device.Wifi("wifi0", "Office", "radio0", {kMegabitForFiveMinutes, 0}).Clients("wifi0", 4);
+    device.Wifi("wifi1", "Office", "radio1", {0, kMegabitForFiveMinutes * 2}).Clients("wifi1", 3);
+    log.Forget();
+    Sample();
+  }
+
+  test::LogCapture log;  // of the second sample
+};
+
+TEST_F(TwoBands, OfOneSSIDAreSummedMinuteByMinute) {
   const Json networks = Today()["wireless_network"];
   ASSERT_THAT(networks, SizeIs(1)) << "two keys with radio, one without";
   EXPECT_EQ(networks[0]["client_count"]["peak"], 7);
@@ -162,6 +173,55 @@ TEST_F(NetworkReportTest, SumsTheBandsOfOneSSIDMinuteByMinute) {
   EXPECT_EQ(Today()["spectrum_usage"]["2.4GHz"]["client_count"]["peak"], 4);
   EXPECT_EQ(Today()["spectrum_usage"]["2.4GHz"]["traffic"]["peak"], 1.0);
   EXPECT_EQ(Today()["spectrum_usage"]["5GHz"]["traffic"]["peak"], 2.0);
+}
+
+TEST_F(TwoBands, AreLoggedOneByOneAndTheirSumsMinuteByMinute) {
+  std::vector<LogLine> lines;
+  for (const LogLine& line : log.Lines()) {
+    if (line.text.find("CollectSSIDs") != std::string::npos) lines.push_back(line);
+  }
+  const auto debug = [](const std::string& text) {
+    return LogLine{Level::kDebug, 2, "[WirelessNetworkReport::" + text};
+  };
+  const std::string device = "CollectSSIDsByMac] ID: AA:AA:AA:AA:AA:01, key: Office|3|0|";
+  const std::string sum = "CollectSSIDs] Minsutes: ";
+  EXPECT_THAT(
+      lines, ElementsAre(debug(device + "2.4GHz, radio type: 2.4GHz, delta time: 300"),
+                         debug(device + "5GHz, radio type: 5GHz, delta time: 300"),
+                         debug("CollectSSIDs] new ssid key: Office|3|0"),
+                         debug(sum + "29916600, ssid: Office|3|0, client count(current): 4, traffic average: 0.000000"),
+                         debug(sum + "29916605, ssid: Office|3|0, client count(current): 4, traffic average: 1.000000"),
+                         debug("CollectSSIDs] new ssid key: Office|3|0"),
+                         debug(sum + "29916600, ssid: Office|3|0, client count(current): 7, traffic average: 0.000000"),
+                         debug(sum + "29916605, ssid: Office|3|0, client count(current): 7, traffic average: 3.000000"),
+                         debug("CollectSSIDs] Start"), debug("CollectSSIDs] End")));
+}
+
+TEST_F(NetworkReportTest, CalculatesTheTrafficOfAWeekByItself) {
+  Sample();  // on a Wednesday: four days of the week have begun
+  vexora_probe::monitor::Report report;
+  const auto set_day = [&](const char* day, double average, double peak) {
+    report["daily"][day]["id"].measured.traffic.average = average;
+    report["daily"][day]["id"].measured.traffic.peak = peak;
+  };
+  for (const char* day : {"2026-11-11", "2026-11-12", "2026-11-13", "2026-11-14"}) set_day(day, 100, 200);
+  set_day("2026-11-15", 1, 4);
+  set_day("2026-11-16", 2, 9);
+  set_day("2026-11-17", 3, 5);
+  set_day("2026-11-18", 6, 7);
+  report["weekly"]["any"]["id"].measured.client.item.peak = 8;
+  const test::LogCapture log;
+  monitor.CalculateWeeklyTraffic(report, "2026-11-18", "any");
+  EXPECT_THAT(report["daily"], SizeIs(7));
+  EXPECT_FALSE(report["daily"].contains("2026-11-11"));
+  EXPECT_THAT(report["weekly"], SizeIs(1)) << "filed under the key that is given, from the days of the pass's week";
+  const auto& week = report["weekly"]["any"]["id"].measured;
+  EXPECT_EQ(week.traffic.average, (1 + 2 + 3 + 6) / 4.0);
+  EXPECT_EQ(week.traffic.peak, 9);
+  EXPECT_EQ(week.client.item.peak, 8U) << "the week's clients stay";
+  const std::string at = "[WirelessNetworkReport::CalculateWeeklyTraffic] ";
+  EXPECT_THAT(log.Lines(), ElementsAre(LogLine{Level::kDebug, 2, at + "Exceed 7 days"},
+                                       LogLine{Level::kDebug, 2, at + "ID: id, average: 3.000000, peak: 9.000000"}));
 }
 
 TEST_F(NetworkReportTest, TellsNetworksOfOneNameButDifferentSecurityOrGuestFlagApart) {
