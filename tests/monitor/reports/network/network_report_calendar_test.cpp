@@ -164,6 +164,40 @@ TEST_F(ClockBack, ByADayIsSeenByTheTimeOfTheLastCollectionAndDropsTheFuture) {
       << "the new today is built anew";
 }
 
+TEST_F(ClockBack, ByAnHourAcrossMidnightBuildsTheDayBeforeAnew) {
+  SampleAt(At(2026, 11, 18, 23, 55));
+  SampleAt(At(2026, 11, 19, 0, 0));
+  SampleAt(At(2026, 11, 19, 0, 30));
+  Office(kAp, 2).Neighbours({Heard(kFar, "foreign", -60)});
+  SampleAt(At(2026, 11, 18, 23, 30));  // slot 282
+  EXPECT_THAT(Periods("daily"), ElementsAre("2026-11-10", "2026-11-17", "2026-11-18"));
+  EXPECT_THAT(Periods("weekly"), ElementsAre("2026-11-08/2026-11-14", "2026-11-15/2026-11-21"));
+  EXPECT_EQ(Today()["spectrum_usage"]["5GHz"]["client_count"], (Json{{"peak", 2}, {"average", 2 / 282.0}}))
+      << "the samples from before midnight are gone since the first pass after it";
+  EXPECT_EQ(ThisWeek()["spectrum_usage"]["5GHz"]["client_count"],
+            (Json{{"peak", 9}, {"average", (9 / 288.0 + 2 / 282.0) / 4}}))
+      << "Tuesday's sample and this one, and Wednesday's divisor again";
+  const Json today = Today()["rogue_ap"];
+  ASSERT_THAT(today, SizeIs(1));
+  EXPECT_EQ(today[0]["first_seen"], "2026-11-18 23:30:00");
+  EXPECT_EQ(today[0]["total_time"], 0);
+  const Json week = ThisWeek()["rogue_ap"];
+  ASSERT_THAT(week, SizeIs(1));
+  EXPECT_EQ(week[0]["first_seen"], "2026-11-17 10:00:00");
+  EXPECT_EQ(week[0]["last_seen"], "2026-11-18 23:30:00");
+  EXPECT_EQ(week[0]["total_time"], 0);
+}
+
+TEST_F(ClockBack, ByAnHourAcrossTheEndOfTheWeekGoesOnWithTheWeekBefore) {
+  SampleAt(At(2026, 11, 21, 23, 55));
+  SampleAt(At(2026, 11, 22, 0, 30));   // a Sunday
+  SampleAt(At(2026, 11, 21, 23, 30));  // slot 282
+  EXPECT_THAT(Periods("daily"), ElementsAre("2026-11-10", "2026-11-17", "2026-11-18", "2026-11-21"));
+  EXPECT_THAT(Periods("weekly"), ElementsAre("2026-11-08/2026-11-14", "2026-11-15/2026-11-21"));
+  EXPECT_EQ(ThisWeek()["spectrum_usage"]["5GHz"]["client_count"],
+            (Json{{"peak", 9}, {"average", (9 / 288.0 + 18 / 288.0 + 2 / 282.0) / 7}}));
+}
+
 TEST_F(ClockBack, ByAWeekDropsTheDaysAndWeeksThatLieInTheFuture) {
   SampleAt(At(2026, 11, 11, 10, 5));
   EXPECT_THAT(Periods("daily"), ElementsAre("2026-11-10", "2026-11-11"));
