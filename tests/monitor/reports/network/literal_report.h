@@ -17,7 +17,11 @@ struct DeviceReading {
 };
 
 /// One pass of the wireless network report, done the slow and plain way: every ID finishes all days and rebuilds the
-/// whole week, and so does every scan. Writes no log lines.
+/// whole week, and so does every scan.
+///
+/// Does not model: which passes take samples, which devices are asked and what is taken from them (it is handed the
+/// readings and the calendar), names (see `LiteralNames`), deltas of single radios, log lines, and a device's clock
+/// that steps by more than 68 years between two readings, for which the monitor notes the longest time that it can.
 void LiteralPass(const std::vector<DeviceReading>& devices, long now, bool is_clock_back,
                  const vexora_probe::monitor::ReportTime& time, vexora_probe::monitor::NetworkReport& report);
 
