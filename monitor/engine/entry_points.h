@@ -7,6 +7,9 @@
 //
 // `RegisterMonitors` and `stop_monitor` carry plain names, the others C++ names with their parameter types. Report
 // texts are JSON, made with the host's `Strdup`; the caller frees them. Nothing is ever thrown.
+//
+// A report may wait for a pass, which calls the platform meanwhile: whoever asks for one holds no lock that a platform
+// call takes.
 
 #define VEXORA_EXPORT __attribute__((visibility("default")))
 

@@ -46,6 +46,11 @@ class WirelessClientReport final : public Monitor {
   void Collectdata(const std::string& mac, monitoring::ClientSamples& sample, long now, const std::string& day,
                    const std::string& week) VEXORA_REQUIRES(lock_);
 
+  // The host is called with it held. For writing, as a pass holds it: the device centre, its devices and their drivers,
+  // the configuration managers, `format_macaddress` and `pel_log_error`. For reading, as a report holds it:
+  // `DeviceManager::device` and `Device::basic_info` for a row without a name, `split`, and `time`, which a host may
+  // define itself. None of these may call back or wait for a thread that may be inside the plug-in. A thread that has
+  // this lock has no other of the plug-in's, so no circle of waiting threads can close over it.
   mutable utilities::lock::RwLock lock_;
   monitoring::ClientSamples previous_sample_ VEXORA_GUARDED_BY(lock_);  // the counters of the last pass
   monitoring::ClientReports daily_ VEXORA_GUARDED_BY(lock_);

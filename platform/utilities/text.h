@@ -17,7 +17,8 @@ char* Strdup(const char* text);
 /// The parts of `text` between the separators, in order. Empty parts are kept: splitting "a||b" at "|" gives "a", ""
 /// and "b", and splitting "" gives one empty part.
 ///
-/// Threads: any. Fails: never; an empty `separator` gives the whole text as the only part.
+/// Threads: any, also with the plug-in's locks held: it waits for nobody.
+/// Fails:   never; an empty `separator` gives the whole text as the only part.
 std::vector<std::string> split(const std::string& text, const std::string& separator);
 
 /// The plug-in calls the host.
@@ -25,7 +26,7 @@ std::vector<std::string> split(const std::string& text, const std::string& separ
 /// The one notation in which MAC addresses are compared: twelve upper-case hex digits in pairs, joined by colons.
 ///
 /// Twelve hex digits are accepted with any of ":", "-" and "." between them, or nothing.
-/// Threads: any.
+/// Threads: any, also with the plug-in's locks held: it waits for nobody.
 /// Fails:   a text that is not a MAC comes back unchanged.
 /// Source:  IEEE Std 802-2014, 8.1 (hexadecimal representation).
 std::string format_macaddress(const std::string& mac);

@@ -148,6 +148,10 @@ class WirelessNetworkReport final : public Monitor {
   time_t last_collection_time_ = 0;  // tells when the clock goes back
   std::uint32_t tick_counter_ = 0;   // passes since samples were last taken
 
+  // What devices and configurations say is asked for without it. Held for writing, the host's log functions and signal
+  // conversions are called, and `time`, which a host may define itself; held for reading, as a report holds it, the log
+  // functions alone. None of these may call back or wait for a thread that may be inside the plug-in. A thread that has
+  // this lock has no other of the plug-in's, so no circle of waiting threads can close over it.
   mutable utilities::lock::RwLock lock_;
   NetworkReport report_ VEXORA_GUARDED_BY(lock_);
   RadioDeltas radio_deltas_ VEXORA_GUARDED_BY(lock_);  // of the pass in progress
