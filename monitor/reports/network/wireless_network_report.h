@@ -154,7 +154,11 @@ class WirelessNetworkReport final : public Monitor {
   // this lock has no other of the plug-in's, so no circle of waiting threads can close over it.
   mutable utilities::lock::RwLock lock_;
   NetworkReport report_ VEXORA_GUARDED_BY(lock_);
-  RadioDeltas radio_deltas_ VEXORA_GUARDED_BY(lock_);  // of the pass in progress
+
+  // What each network on each radio moved between its two latest samples, from one pass that takes samples to the next.
+  // Nothing reads it yet. It mirrors what the log says of each radio, for a report on single radios or a look at a
+  // running monitor.
+  RadioDeltas radio_deltas_ VEXORA_GUARDED_BY(lock_);
 };
 
 }  // namespace vexora_probe::monitor
