@@ -179,6 +179,15 @@ TEST(CleaRedundantSampleData, RemovesTheFutureAndTheCurrentWeekWhichThePassBuild
   EXPECT_THAT(Kept("weekly", report), ElementsAre("2026-11-08/2026-11-14"));
 }
 
+TEST(CleaRedundantSampleData, KeepsTheLastBucketsOfADeviceThatIsGone) {
+  NetworkReport report;
+  report.device_ssid_report["daily"]["gone"]["2026-01-01"]["ssid"];
+  report.device_ssid_report["weekly"]["gone"]["2025-12-28/2026-01-03"]["ssid"];
+  CleaRedundantSampleData(kDay, kWeek, false, report);
+  EXPECT_THAT(KeysOf(report.device_ssid_report["daily"]["gone"]), ElementsAre("2026-01-01"));
+  EXPECT_THAT(KeysOf(report.device_ssid_report["weekly"]["gone"]), ElementsAre("2025-12-28/2026-01-03"));
+}
+
 TEST(CleaRedundantSampleData, KeepsTodaysSamplesUnlessTheClockWentBack) {
   NetworkReport report = Sampled(kFiveBefore);
   AddBucket("daily", kDay, report);
