@@ -54,6 +54,28 @@ test('shows each pass, says when none comes, and comes back after a restart of t
   }
 });
 
+test('hears of the passes on the reports, too, which show nothing live', async () => {
+  const probe = await ProbeProcess.start(simulated);
+  const passes = async (): Promise<number> => Number(((await probe.get('/api/status'))['passes'] as { last: number | null }).last) / 60;
+  const context = await browser.newContext();
+  try {
+    await probe.await('/api/live/HealthMonitor');
+    const states = await Promise.all(['client-report', 'guest-report', 'network-report'].map(async (hash) => {
+      const page = await context.newPage();
+      await page.goto(`${probe.url}/#/${hash}`);
+      return page.locator('.link');
+    }));
+    const shown = async (): Promise<(string | null)[]> => Promise.all(states.map((state) => state.textContent()));
+    await expect.poll(shown, { timeout: 15_000 }).toEqual(['Live', 'Live', 'Live']);
+    const begin = await passes();
+    await expect.poll(passes, { timeout: 25_000 }).toBeGreaterThan(begin + 8); // after six, silence is called stale
+    expect(await shown()).toEqual(['Live', 'Live', 'Live']);
+  } finally {
+    await context.close();
+    await probe.stop();
+  }
+});
+
 test('has figures at once, without waiting for the next pass', async () => {
   const probe = await ProbeProcess.start(['--simulated', '--speed', '6']); // a pass every ten seconds
   const { page, context } = await openPage(browser, probe.url);

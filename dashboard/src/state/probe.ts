@@ -50,6 +50,8 @@ export class Probe {
       this.change({ link: { kind, until: now() + waitMs } });
       if (kind !== 'connecting') void this.readStatus(); // open: where are the passes? waiting: is it the token?
     });
+    // A page that shows nothing live must hear of the passes all the same: this is the smallest message that each brings.
+    this.subscribe('HealthMonitor', {}, () => undefined);
     this.connection.start();
     window.addEventListener('online', () => this.connection.retryNow());
   }
