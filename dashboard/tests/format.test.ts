@@ -1,6 +1,6 @@
 import { describe, expect, test } from 'vitest';
 import { toCsv } from '../src/format/csv';
-import { formatBytes, formatDuration, formatMegabits, formatMinute, formatNumber, formatPercent, formatPeriod, formatRate, inUnit, rateUnit } from '../src/format/format';
+import { formatBytes, formatDuration, formatMark, formatMegabits, formatMinute, formatNumber, formatPace, formatPercent, formatPeriod, formatRate, inUnit, rateUnit } from '../src/format/format';
 
 describe('numbers', () => {
   test.each([
@@ -62,6 +62,20 @@ describe('times', () => {
     expect(formatMinute(minute)).toBe('07:04');
     expect(formatMinute(minute, true)).toBe('2026-11-05 07:04');
   });
+
+  test('a mark on an axis is the time, and at midnight the day', () => {
+    const minute = new Date(2026, 10, 5, 23, 59).getTime() / 60_000;
+    expect([minute, minute + 1, minute + 2].map(formatMark)).toEqual(['23:59', '6 Nov', '00:01']);
+  });
+
+  test.each([
+    [60_000, 'a pass every 1 min'],
+    [1000, 'a pass every 1 s'],
+    [60_000 / 61, '1.02 passes a second'],
+    [400, '2.5 passes a second'],
+    [100, '10 passes a second'],
+    [60_000 / 3600, '60 passes a second'],
+  ])('with %f ms between two passes there is %s', (period, text) => expect(formatPace(period)).toBe(text));
 
   test('a week is told by its first and last day', () => {
     expect(formatPeriod('2026-11-15/2026-11-21')).toBe('2026-11-15 to 2026-11-21');

@@ -76,6 +76,11 @@ export function formatDuration(seconds: number | null | undefined): string {
     .join(' ');
 }
 
+/** How fast passes come, when the probe's clock runs faster than the true one. */
+export function formatPace(periodMs: number): string {
+  return periodMs < 1000 ? `${digits(1000 / periodMs)} passes a second` : `a pass every ${formatDuration(periodMs / 1000)}`;
+}
+
 const two = (value: number): string => String(value).padStart(2, '0');
 
 /** A day of the user's calendar, "2026-11-15". */
@@ -88,6 +93,14 @@ export function formatMinute(minutes: number, withDate = false): string {
   const date = new Date(minutes * 60_000);
   const time = `${two(date.getHours())}:${two(date.getMinutes())}`;
   return withDate ? `${formatDay(date)} ${time}` : time;
+}
+
+const dayOfMonth = new Intl.DateTimeFormat('en-GB', { day: 'numeric', month: 'short' });
+
+/** A mark on an axis of time: midnight is told by the day that begins, so that no time looks like another day's. */
+export function formatMark(minutes: number): string {
+  const time = formatMinute(minutes);
+  return time === '00:00' ? dayOfMonth.format(new Date(minutes * 60_000)) : time;
 }
 
 /** A key of a report: a day, or the first and the last day of a week. */

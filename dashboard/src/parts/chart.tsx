@@ -4,7 +4,7 @@ import { useEffect, useRef, useState } from 'preact/hooks';
 import uPlot from 'uplot';
 import 'uplot/dist/uPlot.min.css';
 import { type ChartData, largest, type Range, shifted, zoomed } from '../charts/series';
-import { formatMinute } from '../format/format';
+import { formatMark, formatMinute } from '../format/format';
 import { useColourScheme } from '../state/hooks';
 
 export interface Line {
@@ -45,18 +45,21 @@ function roundSteps(one: number): number[] {
   return Array.from({ length: 15 }, (_, power) => [1, 2, 5].map((digit) => digit * 10 ** power * one)).flat();
 }
 
-function isFarApart([from, to]: Range): boolean {
-  return to - from > 36 * 3600;
-}
+const minute = 60;
+const hour = 60 * minute;
+const day = 24 * hour;
+
+/** Steps of the axis of time. No sample is nearer to the next than a minute, and a clock that was set may be months off. */
+const timeSteps = [
+  ...[1, 2, 5, 10, 15, 30].map((step) => step * minute),
+  ...[1, 2, 3, 4, 6, 8, 12].map((step) => step * hour),
+  ...[1, 2, 3, 5, 10, 15, 30, 90, 180, 365, 1825, 3650, 18250].map((step) => step * day),
+];
 
 function makeChart(box: HTMLElement, props: Props, latest: { current: Props }, onCursor: (index: number | null) => void): uPlot {
   const font = `${Math.round(parseFloat(getComputedStyle(box).fontSize) * 0.84)}px system-ui, sans-serif`;
   const text = colourOf(box, 'text-soft');
   const grid = { stroke: colourOf(box, 'grid'), width: 1 };
-  const times = (values: number[]): string[] => {
-    const range: Range = [values[0] ?? 0, values.at(-1) ?? 0];
-    return values.map((value) => (isFarApart(range) ? formatMinute(value / 60, true).slice(5) : formatMinute(value / 60)));
-  };
   return new uPlot(
     {
       width: box.clientWidth,
@@ -67,7 +70,7 @@ function makeChart(box: HTMLElement, props: Props, latest: { current: Props }, o
       select: { show: true, left: 0, top: 0, width: 0, height: 0 },
       scales: { x: { time: true }, y: { range: (_, __, top) => [0, Math.max(top * 1.08, props.isCount ? 4 : 125)] } },
       axes: [
-        { stroke: text, grid, ticks: grid, font, space: 70, values: (_, values) => times(values) },
+        { stroke: text, grid, ticks: grid, font, space: 70, incrs: timeSteps, values: (_, values) => values.map((value) => formatMark(value / 60)) },
         {
           stroke: text,
           grid,

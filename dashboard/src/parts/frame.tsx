@@ -5,7 +5,7 @@ import { isStale, untilNext } from '../state/passes';
 import { probe } from '../state/probe';
 import { useNow, useProbe } from '../state/hooks';
 import { formatRoute, type Page, pages } from '../state/route';
-import { formatDuration } from '../format/format';
+import { formatDuration, formatPace } from '../format/format';
 import { Mark } from './icons';
 
 export const pageTitles: Record<Page, string> = {
@@ -76,7 +76,7 @@ function Countdown() {
   return (
     <span class="countdown" title="Time until the next pass">
       <progress max={passes.period} value={passes.period - left} aria-label="Time since the last pass" />
-      {isFast ? `a pass every ${formatDuration(Math.max(1, passes.period / 1000))}` : left > 0 ? `next in ${formatDuration(Math.ceil(left / 1000))}` : 'due now'}
+      {isFast ? formatPace(passes.period) : left > 0 ? `next in ${formatDuration(Math.ceil(left / 1000))}` : 'due now'}
     </span>
   );
 }
