@@ -3,7 +3,7 @@ import type { Device, HealthDevice } from '../src/messages/decode';
 import { deviceRows, levelOf, overallLevel } from '../src/state/health';
 import { isStale, passesFrom, untilNext } from '../src/state/passes';
 import { formatRoute, oneOf, parseRoute } from '../src/state/route';
-import { compare, formatSorting, parseSorting, search, sortRows } from '../src/state/sorting';
+import { compare, distinctKeys, formatSorting, parseSorting, search, sortRows } from '../src/state/sorting';
 import { zoomOf, zoomText } from '../src/state/zoom';
 
 const notification = { alert: 0, warning: 0, info: 0 };
@@ -89,6 +89,10 @@ describe('health', () => {
 });
 
 describe('rows', () => {
+  test('have keys of their own, even where the probe tells the same one twice', () => {
+    expect(distinctKeys(['a', 'b', 'a', 'c', 'a'])).toEqual(['a', 'b', 'a #2', 'c', 'a #3']);
+  });
+
   test('are sorted, and what is not known comes last either way', () => {
     const rows = [3, null, 1, 2];
     expect(sortRows(rows, (row) => row, 'ascending')).toEqual([1, 2, 3, null]);

@@ -4,16 +4,14 @@ import { useMemo, useState } from 'preact/hooks';
 import { align, busiest, type Range, type View, viewNames, viewTitles } from '../charts/series';
 import { formatNumber } from '../format/format';
 import { type CountSeries, decodeDeviceCounts, decodeSsidCounts, type DeviceCounts, type SsidCounts } from '../messages/decode';
-import { decodeDevices } from '../messages/decode_http';
 import { Blank, Choice, Loaded, Name } from '../parts/basics';
 import { Chart, dashes, type Line, LineKey } from '../parts/chart';
 import { type Column, Table } from '../parts/table';
-import { type Navigation, useAnswer, useLive } from '../state/hooks';
+import { type Navigation, useDevices, useLive } from '../state/hooks';
 import { oneOf } from '../state/route';
 import type { Sorting } from '../state/sorting';
 import { zoomOf, zoomText } from '../state/zoom';
 
-const everything = {};
 const mostLines = 8;
 const allLine: Line = { name: 'All', colour: 'text-soft', dash: [1, 3] };
 
@@ -108,7 +106,7 @@ const itself = (ssid: string): string => ssid;
 
 export function Clients({ route, change }: Navigation) {
   const view = oneOf<View>(route.values['view'], viewNames);
-  const devices = useAnswer('devices', everything, decodeDevices);
+  const devices = useDevices();
   const bySsid = useLive('SSIDClientCountMonitor', { interval: view }, { interval: view }, decodeSsidCounts);
   const byDevice = useLive('DevicesClientCountMonitor', { interval: view }, { interval: view }, decodeDeviceCounts);
   const names = useMemo(() => new Map(devices.kind === 'ready' ? devices.value.map((one) => [one.mac, one.hostname]) : []), [devices]);
@@ -120,6 +118,7 @@ export function Clients({ route, change }: Navigation) {
         <h1>Wireless clients</h1>
         <Choice title="View" name="view" values={viewNames} titles={viewTitles} value={view} onChange={(one) => change({ view: one, ...zoomText(null) })} />
       </div>
+      {view !== '1m' && <p class="note">A point is the most clients in its interval. All is the sum of these: who moved on meanwhile may be in it twice.</p>}
       <div class="split">
         <section class="card">
           <h2>By network</h2>

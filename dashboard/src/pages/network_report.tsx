@@ -5,7 +5,7 @@ import { type Cell, toCsv } from '../format/csv';
 import { formatDuration, formatMegabits, formatNumber } from '../format/format';
 import type { Load, NetworkReport } from '../messages/decode';
 import { decodeNetworkReport } from '../messages/decode_http';
-import { Blank, Name } from '../parts/basics';
+import { Blank, Moment, Name } from '../parts/basics';
 import { download } from '../parts/download';
 import { ReportPage } from '../parts/period';
 import { type Column, Table } from '../parts/table';
@@ -27,8 +27,8 @@ const rogueColumns: Column<Rogue>[] = [
   { key: 'networks', title: 'Network', value: (row) => row.networks, cell: (row) => <><Name text={row.networks} /><span class="sub">{row.mac}</span></> },
   { key: 'channel', title: 'Channel', value: (row) => row.channel },
   { key: 'average_strength', title: 'Strength', isNumber: true, value: (row) => row.average_strength, cell: (row) => (row.average_strength === null ? '–' : `${formatNumber(row.average_strength, 0)} dBm`) },
-  { key: 'first_seen', title: 'First seen', value: (row) => row.first_seen, cell: (row) => <span class="moment">{row.first_seen}</span> },
-  { key: 'last_seen', title: 'Last seen', value: (row) => row.last_seen, cell: (row) => <span class="moment">{row.last_seen}</span> },
+  { key: 'first_seen', title: 'First seen', value: (row) => row.first_seen, cell: (row) => <Moment text={row.first_seen} /> },
+  { key: 'last_seen', title: 'Last seen', value: (row) => row.last_seen, cell: (row) => <Moment text={row.last_seen} /> },
   { key: 'total_time', title: 'Heard for', isNumber: true, value: (row) => row.total_time, cell: (row) => formatDuration(row.total_time) },
   { key: 'seen_by', title: 'Heard by', value: seenBy, cell: (row) => <Name text={seenBy(row) || '–'} /> },
 ];

@@ -3,16 +3,14 @@
 import { useMemo } from 'preact/hooks';
 import { formatDuration, formatNumber, formatPercent, nothing } from '../format/format';
 import { decodeHealth } from '../messages/decode';
-import { decodeDevices } from '../messages/decode_http';
 import { Blank, Figure, LevelBadge, Loaded, Name, Notifications } from '../parts/basics';
 import { type Column, Table } from '../parts/table';
 import { type DeviceRow, deviceRows, levels } from '../state/health';
-import { type Navigation, useAnswer, useLive } from '../state/hooks';
+import { type Navigation, useDevices, useLive } from '../state/hooks';
 import { formatRoute } from '../state/route';
 import { formatSorting, parseSorting, search } from '../state/sorting';
 
 const everything = {};
-const devicesEvery = 30_000;
 
 function notificationCount({ health }: DeviceRow): number | null {
   if (!health) return null;
@@ -103,7 +101,7 @@ function Tiles({ rows }: { rows: DeviceRow[] }) {
 }
 
 export function Overview({ route, change }: Navigation) {
-  const devices = useAnswer('devices', everything, decodeDevices, devicesEvery);
+  const devices = useDevices();
   const health = useLive('HealthMonitor', everything, everything, decodeHealth);
   const known = health.kind === 'ready' ? health.value : [];
   const rows = useMemo(

@@ -4,7 +4,7 @@ import { type Cell, toCsv } from '../format/csv';
 import { formatBytes, formatDuration, formatNumber, formatPercent } from '../format/format';
 import type { ClientReport, ClientRow } from '../messages/decode';
 import { decodeClientReport } from '../messages/decode_http';
-import { Blank, Name } from '../parts/basics';
+import { Blank, Moment, Name } from '../parts/basics';
 import { download } from '../parts/download';
 import { ReportPage } from '../parts/period';
 import { type Column, Table } from '../parts/table';
@@ -23,8 +23,8 @@ const columns: Column<ClientRow>[] = [
   { key: 'upload', title: 'Upload', isNumber: true, value: (row) => row.upload, cell: (row) => formatBytes(row.upload) },
   { key: 'download', title: 'Download', isNumber: true, value: (row) => row.download, cell: (row) => formatBytes(row.download) },
   { key: 'total', title: 'Total', isNumber: true, value: (row) => row.total, cell: (row) => formatBytes(row.total) },
-  { key: 'first_seen', title: 'First seen', value: (row) => row.first_seen, cell: (row) => <span class="moment">{row.first_seen}</span> },
-  { key: 'last_seen', title: 'Last seen', value: (row) => row.last_seen, cell: (row) => <span class="moment">{row.last_seen}</span> },
+  { key: 'first_seen', title: 'First seen', value: (row) => row.first_seen, cell: (row) => <Moment text={row.first_seen} /> },
+  { key: 'last_seen', title: 'Last seen', value: (row) => row.last_seen, cell: (row) => <Moment text={row.last_seen} /> },
   { key: 'time_online', title: 'Time online', isNumber: true, value: (row) => row.time_online, cell: (row) => formatDuration(row.time_online) },
   { key: 'online_time', title: 'Online', isNumber: true, value: (row) => row.online_time, cell: (row) => formatPercent(row.online_time, 1) },
 ];

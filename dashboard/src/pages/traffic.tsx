@@ -4,16 +4,14 @@ import { useMemo } from 'preact/hooks';
 import { figuresOf, largest, sparkline, trafficData, type View, viewNames, viewTitles } from '../charts/series';
 import { formatRate, inUnit, rateUnit } from '../format/format';
 import { decodeTraffic, type Device, type DeviceTraffic, type Interface } from '../messages/decode';
-import { decodeDevices } from '../messages/decode_http';
 import { Blank, Choice, Loaded, Name, Select } from '../parts/basics';
 import { Chart, type Line } from '../parts/chart';
 import { type Column, Table } from '../parts/table';
-import { type Navigation, useAnswer, useLive } from '../state/hooks';
+import { type Navigation, useDevices, useLive } from '../state/hooks';
 import { oneOf } from '../state/route';
 import { formatSorting, parseSorting } from '../state/sorting';
 import { zoomOf, zoomText } from '../state/zoom';
 
-const everything = {};
 const lines: Line[] = [
   { name: 'In', colour: 'input', fill: 'input-fill' },
   { name: 'Out', colour: 'output', fill: 'output-fill', dash: [7, 4] },
@@ -106,7 +104,8 @@ function DeviceView({ device, view, navigation }: DeviceProps) {
   const columns = columnsFor((name) => change({ interface: name }));
   const sorting = parseSorting(route.values['sort'], columns.map((column) => column.key), { column: 'peak', direction: 'descending' });
   if (!chosen) {
-    return <section class="card"><Blank title="No traffic">No interface of this device has moved anything in this view. Speeds come with a device’s second pass.</Blank></section>;
+    const first = view === '1m' ? 'Speeds come with a device’s second pass.' : 'The first figures of this view come when its first interval is over.';
+    return <section class="card"><Blank title="No traffic">No interface of this device has moved anything in this view. {first}</Blank></section>;
   }
   return (
     <div class="side">
@@ -138,7 +137,7 @@ function optionsOf(devices: Device[]): { value: string; title: string }[] {
 
 export function Traffic(navigation: Navigation) {
   const { route, change } = navigation;
-  const devices = useAnswer('devices', everything, decodeDevices);
+  const devices = useDevices();
   const view = oneOf<View>(route.values['view'], viewNames);
   return (
     <Loaded load={devices}>

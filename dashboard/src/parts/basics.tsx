@@ -15,6 +15,16 @@ export function Name({ text, isShort = false }: { text: string; isShort?: boolea
   );
 }
 
+/** A date and a time, one below the other where they don't fit side by side. */
+export function Moment({ text }: { text: string }) {
+  const [date, ...time] = text.split(' ');
+  return (
+    <>
+      <span class="moment">{date}</span> <span class="moment">{time.join(' ')}</span>
+    </>
+  );
+}
+
 export function LevelBadge({ level }: { level: Level }) {
   return (
     <span class={`badge ${level}`}>

@@ -2,7 +2,7 @@
 
 import type { ComponentChildren } from 'preact';
 import { useState } from 'preact/hooks';
-import { type Sortable, type Sorting, sortRows } from '../state/sorting';
+import { distinctKeys, type Sortable, type Sorting, sortRows } from '../state/sorting';
 import { SortIcon } from './icons';
 
 export interface Column<Row> {
@@ -39,6 +39,7 @@ export function Table<Row>({ caption, columns, rows, keyOf, sorting, onSort, cho
   const [most, setMost] = useState(rowsAtOnce);
   const sortedBy = columns.find((column) => column.key === sorting?.column);
   const sorted = sorting && sortedBy ? sortRows(rows, sortedBy.value, sorting.direction) : rows;
+  const keys = distinctKeys(sorted.map(keyOf));
   return (
     <div class="scroll" tabIndex={0} role="region" aria-label={caption}>
       <table class="stack">
@@ -51,10 +52,10 @@ export function Table<Row>({ caption, columns, rows, keyOf, sorting, onSort, cho
           </tr>
         </thead>
         <tbody>
-          {sorted.slice(0, most).map((row) => {
+          {sorted.slice(0, most).map((row, position) => {
             const key = keyOf(row);
             return (
-              <tr key={key} data-key={key} class={key === chosen ? 'chosen' : undefined}>
+              <tr key={keys[position]} data-key={key} class={key === chosen ? 'chosen' : undefined}>
                 {columns.map((column, i) =>
                   i === 0 ? (
                     <th key={column.key} scope="row" data-column={column.key}>

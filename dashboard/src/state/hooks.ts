@@ -3,7 +3,8 @@
 import { useCallback, useEffect, useMemo, useRef, useState } from 'preact/hooks';
 import type { Json } from '../messages/check';
 import type { Filter } from '../messages/connection';
-import { envelopeOf } from '../messages/decode';
+import { type Device, envelopeOf } from '../messages/decode';
+import { decodeDevices } from '../messages/decode_http';
 import type { Answer } from '../messages/http';
 import { now, probe, type ProbeState } from './probe';
 import { formatRoute, parseRoute, type Route } from './route';
@@ -109,6 +110,14 @@ export function useAnswer<Value>(
     };
   }, [key, isOpen, everyMs]);
   return held.key === key ? held.load : loading;
+}
+
+const everything = {};
+const devicesEveryMs = 30_000;
+
+/** The devices that the probe knows: some come and go while a page is open. */
+export function useDevices(): Load<Device[]> {
+  return useAnswer('devices', everything, decodeDevices, devicesEveryMs);
 }
 
 export interface Navigation {

@@ -24,6 +24,16 @@ export function sortRows<Row>(rows: Row[], value: (row: Row) => Sortable, direct
   return [...rows].sort((left, right) => compare(value(left), value(right), direction));
 }
 
+/** Keys of rows, each made different from those before: what the probe tells may hold the same one twice. */
+export function distinctKeys(keys: string[]): string[] {
+  const seen = new Map<string, number>();
+  return keys.map((key) => {
+    const before = seen.get(key) ?? 0;
+    seen.set(key, before + 1);
+    return before === 0 ? key : `${key} #${before + 1}`;
+  });
+}
+
 /** "-total" is `total`, the greatest first. */
 export function parseSorting(text: string | undefined, columns: string[], usual: Sorting): Sorting {
   if (!text) return usual;
