@@ -3,7 +3,8 @@
 import { readFileSync } from 'node:fs';
 import type { Browser } from 'playwright-core';
 import { afterAll, afterEach, beforeAll, beforeEach, describe, expect, test } from 'vitest';
-import { agree, chartOf, openBrowser, openPage, orderOf, tableOf, type Watched } from './browser';
+import { agree, openBrowser, openPage, orderOf, tableOf, type Watched } from './browser';
+import { gatewayOf, samplesShown, samplesTold, trafficOf } from './figures';
 import { type Json, ProbeProcess, simulated } from './probe';
 
 let probe: ProbeProcess;
@@ -124,31 +125,19 @@ describe('the overview', () => {
   });
 });
 
-interface Sample {
-  time: number;
-  input: number;
-  output: number;
-}
-
 describe('traffic', () => {
-  const trafficOf = async (mac: string, view: string): Promise<Record<string, { traffic: Sample[] }>> => {
-    const { data } = await probe.get(`/api/live/TrafficMonitor?interval=${view}`);
-    return ((((data as Json)[view] as Json)['traffic_data'] as Json | undefined)?.[mac] ?? {}) as Record<string, { traffic: Sample[] }>;
-  };
-  const gateway = async (): Promise<string> => ((await probe.get('/api/devices'))['devices'] as { mac: string }[])[0]?.mac ?? '';
-
   test('is that of every interface, and the probe measures the same', async () => {
-    const mac = await gateway();
+    const mac = await gatewayOf(probe);
     await open(`traffic?device=${mac}`);
     const shown = async (): Promise<string[][]> => {
       const table = await tableOf(watched.page, 'main');
       return Object.keys(table).sort().map((name) => [name, table[name]?.['in'] ?? '', table[name]?.['out'] ?? '']);
     };
     const told = async (): Promise<string[][]> =>
-      Object.entries(await trafficOf(mac, '1m')).sort(([a], [b]) => (a < b ? -1 : 1)).map(([name, { traffic }]) => [name, text(traffic.at(-1)?.input), text(traffic.at(-1)?.output)]);
+      Object.entries(await trafficOf(probe, mac, '1m')).sort(([a], [b]) => (a < b ? -1 : 1)).map(([name, { traffic }]) => [name, text(traffic.at(-1)?.input), text(traffic.at(-1)?.output)]);
     expect((await agree(shown, told)).length).toBeGreaterThan(1);
     const measured = async (): Promise<string[][]> =>
-      Promise.all(Object.keys(await trafficOf(mac, '1m')).sort().map(async (name) => {
+      Promise.all(Object.keys(await trafficOf(probe, mac, '1m')).sort().map(async (name) => {
         const answer = await probe.get(`/api/traffic?mac=${mac}&interface=${encodeURIComponent(name)}`);
         return [name, text(answer['input']), text(answer['output'])];
       }));
@@ -156,16 +145,13 @@ describe('traffic', () => {
   });
 
   test.each(['1m', '5m', '10m'])('has every sample of the view %s', async (view) => {
-    const mac = await gateway();
+    const mac = await gatewayOf(probe);
     await probe.await(`/api/live/TrafficMonitor?interval=${view}`, (answer) => JSON.stringify(answer).includes('"input"'));
-    const name = Object.keys(await trafficOf(mac, view))[0] ?? '';
+    const name = Object.keys(await trafficOf(probe, mac, view))[0] ?? '';
     await open(`traffic?device=${mac}&view=${view}&interface=${name}`);
     await watched.page.getByText('Show as a table').click();
-    const minute = (time: number): string => new Date(time * 60_000).toISOString().slice(0, 16).replace('T', ' ');
-    const shown = async (): Promise<string[][]> => (await chartOf(watched.page, `[data-interface="${name}"]`)).filter((row) => row[1] !== '');
-    const told = async (): Promise<string[][]> =>
-      ((await trafficOf(mac, view))[name]?.traffic ?? []).map((one) => [minute(one.time), String(one.input), String(one.output)]);
-    expect((await agree(shown, told)).length).toBeGreaterThan(0);
+    const rows = await agree(() => samplesShown(watched.page, name), () => samplesTold(probe, mac, view, name));
+    expect(rows.length).toBeGreaterThan(0);
     expect(await watched.page.locator('.chart canvas').count()).toBe(1);
   });
 

@@ -1,0 +1,40 @@
+// Figures as the HTTP interface tells them, and as a page shows them.
+
+import type { Page } from 'playwright-core';
+import { chartOf } from './browser';
+import type { Json, ProbeProcess } from './probe';
+
+export interface Sample {
+  time: number;
+  input: number;
+  output: number;
+}
+
+/** The body of a kept message: what stands under the name of its view. */
+export async function bodyOf(probe: ProbeProcess, topic: string, view: string): Promise<Json> {
+  const { data } = await probe.get(`/api/live/${topic}?interval=${view}`);
+  return (data as Record<string, Json>)[view] ?? {};
+}
+
+/** Interface -> its samples, of one device. */
+export async function trafficOf(probe: ProbeProcess, mac: string, view: string): Promise<Record<string, { traffic: Sample[] }>> {
+  const { traffic_data: devices } = await bodyOf(probe, 'TrafficMonitor', view);
+  return ((devices as Json | undefined)?.[mac] ?? {}) as Record<string, { traffic: Sample[] }>;
+}
+
+export async function gatewayOf(probe: ProbeProcess): Promise<string> {
+  return ((await probe.get('/api/devices'))['devices'] as { mac: string }[])[0]?.mac ?? '';
+}
+
+/** A minute since the epoch, as a table of a page in UTC has it. */
+export const minuteText = (minutes: number): string => new Date(minutes * 60_000).toISOString().slice(0, 16).replace('T', ' ');
+
+/** The rows of a traffic chart's open table; without those that stand for a gap. */
+export async function samplesShown(page: Page, name: string): Promise<string[][]> {
+  return (await chartOf(page, `[data-interface="${name}"]`)).filter((row) => row[1] !== '');
+}
+
+export async function samplesTold(probe: ProbeProcess, mac: string, view: string, name: string): Promise<string[][]> {
+  const samples = (await trafficOf(probe, mac, view))[name]?.traffic ?? [];
+  return samples.map((one) => [minuteText(one.time), String(one.input), String(one.output)]);
+}
