@@ -1,35 +1,19 @@
 // What the probe really answers is what docs/openapi.yaml and docs/schemas/ say.
 
-import { readdirSync, readFileSync } from 'node:fs';
-import { join } from 'node:path';
-import { fileURLToPath } from 'node:url';
-import { Ajv2020 } from 'ajv';
 import { afterAll, beforeAll, expect, test } from 'vitest';
-import { parse } from 'yaml';
 import { type Json, ProbeProcess, simulated } from './probe';
-
-const docs = fileURLToPath(new URL('../../docs', import.meta.url));
-const base = 'http://docs/';
-const ajv = new Ajv2020({ strict: false, allErrors: true });
-const description = parse(readFileSync(join(docs, 'openapi.yaml'), 'utf8')) as { paths: Record<string, { get: { responses: Record<string, Json> } }> };
-ajv.addSchema({ ...description, $id: `${base}openapi.yaml` });
-for (const name of readdirSync(join(docs, 'schemas'))) {
-  const schema = JSON.parse(readFileSync(join(docs, 'schemas', name), 'utf8')) as Json;
-  delete schema['$schema']; // an older dialect, of which nothing is used that has changed
-  ajv.addSchema({ ...schema, $id: `${base}schemas/${name}` });
-}
+import { openapi, violationsOf } from './schemas';
 
 const escaped = (part: string): string => encodeURIComponent(part.replaceAll('~', '~0').replaceAll('/', '~1'));
 
 /** What is wrong with an answer of this path and status; empty: nothing. */
 function violations(path: string, status: number, answer: unknown): unknown[] {
-  const responses = description.paths[path]?.get.responses ?? {};
+  const responses = openapi.paths[path]?.get.responses ?? {};
   const key = String(status) in responses ? String(status) : 'default';
   let place = `#/paths/${escaped(path)}/get/responses/${key}`;
   const reference = responses[key]?.['$ref'];
   if (typeof reference === 'string') place = reference;
-  const validate = ajv.compile({ $ref: `${base}openapi.yaml${place}/content/${escaped('application/json')}/schema` });
-  return validate(answer) ? [] : (validate.errors ?? []);
+  return violationsOf(`openapi.yaml${place}/content/${escaped('application/json')}/schema`, answer);
 }
 
 let probe: ProbeProcess;
@@ -53,13 +37,13 @@ const concrete = async (path: string): Promise<string> => {
   return `${path}?mac=${mac}&interface=${encodeURIComponent(Object.keys(device as Json)[0] ?? '')}`;
 };
 
-test.each(Object.keys(description.paths))('%s answers as it is described', async (path) => {
+test.each(Object.keys(openapi.paths))('%s answers as it is described', async (path) => {
   const target = await concrete(path);
   const response = await probe.answer(target);
   expect(response.status).toBe(200);
   expect(response.headers.get('content-type')).toBe('application/json');
   expect(violations(path, 200, await response.json())).toEqual([]);
-  const headers = Object.keys((description.paths[path]?.get.responses['200']?.['headers'] ?? {}) as Json);
+  const headers = Object.keys((openapi.paths[path]?.get.responses['200']?.['headers'] ?? {}) as Json);
   const tag = response.headers.get('etag');
   if (headers.includes('Cache-Control')) expect(response.headers.get('cache-control')).toBe('no-store');
   else expect(tag).toMatch(/^".+"$/);
@@ -100,7 +84,5 @@ test.each([
   ['DevicesClientCountMonitor?interval=1m', 'devices_client_count_monitor'],
   ['wireless_top_monitor?orderby=out', 'wireless_top_monitor'],
 ])('the kept message of %s follows %s', async (target, schema) => {
-  const validate = ajv.compile({ $ref: `${base}schemas/${schema}.json` });
-  validate(await probe.get(`/api/live/${target}`));
-  expect(validate.errors ?? []).toEqual([]);
+  expect(violationsOf(`schemas/${schema}.json`, await probe.get(`/api/live/${target}`))).toEqual([]);
 });

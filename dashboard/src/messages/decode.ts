@@ -3,7 +3,8 @@
 
 import type { Device as HealthDevice } from './generated/health_monitor';
 import type { Interface, Sample } from './generated/traffic_monitor';
-import type { Device, Periods, Status } from './generated/http';
+import type { Device, Status } from './generated/http';
+import type { Message as Periods } from './generated/wireless_client_report_periods';
 import type { Message as NetworkReport, Traffic as Load } from './generated/wireless_network_report';
 import type { Message as ClientReport, Row as ClientRow } from './generated/wireless_client_report';
 import type { IdentifiedClients as RankedClients, IdentifiedTraffic as RankedTraffic } from './generated/wireless_top_monitor';

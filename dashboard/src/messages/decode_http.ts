@@ -1,6 +1,7 @@
 // Receives and checks what comes over HTTP.
 
-import type { Device, Periods, Status } from './generated/http';
+import type { Device, Status } from './generated/http';
+import type { Message as Periods } from './generated/wireless_client_report_periods';
 import type { Message as ClientReport, Row as ClientRow } from './generated/wireless_client_report';
 import type { Message as NetworkReport } from './generated/wireless_network_report';
 import type { Load } from './decode';
