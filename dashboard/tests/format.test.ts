@@ -1,6 +1,6 @@
 import { describe, expect, test } from 'vitest';
 import { toCsv } from '../src/format/csv';
-import { formatBytes, formatDuration, formatMark, formatMegabits, formatMinute, formatNumber, formatPace, formatPercent, formatPeriod, formatRate, inUnit, rateUnit } from '../src/format/format';
+import { formatBytes, formatDuration, formatMark, formatMegabits, formatMinute, formatNumber, formatPace, formatPercent, formatPeriod, formatRate, inUnit, rateUnit, withoutDirection } from '../src/format/format';
 
 describe('numbers', () => {
   test.each([
@@ -83,12 +83,16 @@ describe('times', () => {
   });
 });
 
+test('a name that cannot be isolated loses the marks that would turn its surroundings around', () => {
+  expect(withoutDirection('a\u202egnp\u202c\u2066\u2069\u200f\u061cשלום')).toBe('agnpשלום');
+});
+
 describe('comma-separated values', () => {
   test('begin with a mark and end every line', () => {
     expect(toCsv(['a', 'b'], [['x', 1], ['', null]])).toBe('\ufeffa,b\r\nx,1\r\n,\r\n');
   });
 
-  test.each(['=1+1', '+1', '-1', '@x', '\tx', '\rx'])('hold no formula: %j', (text) => {
+  test.each(['=1+1', '+1', '-1', '@x', '\tx', '\rx', '\nx', '\uff1d1', '\uff0b1', '\uff0d1', '\uff20x'])('hold no formula: %j', (text) => {
     const cell = toCsv([], [[text]]).slice('\ufeff\r\n'.length).trimEnd().replace(/^"|"$/g, '');
     expect(cell).toBe(`'${text}`);
   });

@@ -1,5 +1,5 @@
 import { describe, expect, test } from 'vitest';
-import { align, busiest, figuresOf, largest, shifted, sparkline, trafficData, zoomed } from '../src/charts/series';
+import { align, busiest, figuresOf, inSight, largest, shifted, sparkline, trafficData, zoomed } from '../src/charts/series';
 
 describe('series', () => {
   test('stand over the times of all of them, with nothing where there is no sample', () => {
@@ -55,5 +55,11 @@ describe('a zoom', () => {
     expect(shifted([100, 300], 0.5, [0, 1000])).toEqual([200, 400]);
     expect(shifted([100, 300], -1, [0, 1000])).toEqual([0, 200]);
     expect(shifted([700, 900], 1, [0, 1000])).toEqual([800, 1000]);
+  });
+  test('ends when the last of it has left the view', () => {
+    expect(inSight([100, 300], [299, 1000])).toEqual([100, 300]);
+    expect(inSight([100, 300], [300, 1000])).toBeNull();
+    expect(inSight([1000, 1200], [300, 1000])).toBeNull();
+    expect(inSight(null, [300, 1000])).toBeNull();
   });
 });

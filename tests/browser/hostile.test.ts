@@ -118,7 +118,7 @@ test.each([
 });
 
 test('a hostile device name comes unharmed through the whole probe', async () => {
-  const name = `${names.markup}${names.direction}${names.quotes}`;
+  const name = `${names.direction}${names.quotes}${names.markup}`;
   const toml = `[sources.this_machine]\nname = ${JSON.stringify(name)}\n`;
   const own = await ProbeProcess.start(['--live'], 0, toml);
   const watched = await openPage(browser, own.url);
@@ -128,6 +128,10 @@ test('a hostile device name comes unharmed through the whole probe', async () =>
     await watched.page.goto(`${own.url}/#/overview`);
     await expect.poll(() => watched.page.locator('main bdi').allTextContents()).toEqual([name]);
     await expectHarmless(watched);
+    await watched.page.goto(`${own.url}/#/traffic`);
+    const option = await watched.page.getByRole('option').first().textContent();
+    expect(option).toContain(names.quotes);
+    expect(option).not.toMatch(/[\u202e\u2066\u200f]/); // a list cannot isolate: the address behind the name would be turned around
   } finally {
     await watched.context.close();
     await own.stop();

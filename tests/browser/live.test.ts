@@ -97,6 +97,27 @@ test('has figures at once, without waiting for the next pass', async () => {
   }
 });
 
+test('offers a device that came after the page was opened', async () => {
+  const probe = await ProbeProcess.start(simulated);
+  const { page, context, complaints } = await openPage(browser, probe.url);
+  try {
+    const { devices } = (await probe.get('/api/devices')) as { devices: unknown[] };
+    let known = 2;
+    await page.route('**/api/devices', (route) => route.fulfill({ json: { devices: devices.slice(0, known) } }));
+    await page.clock.install();
+    await page.goto(`${probe.url}/#/traffic`);
+    const options = page.getByRole('option');
+    await expect.poll(() => options.count()).toBe(2);
+    known = 3;
+    await page.clock.fastForward('00:31');
+    await expect.poll(() => options.count()).toBe(3);
+    expect(complaints).toEqual([]);
+  } finally {
+    await context.close();
+    await probe.stop();
+  }
+});
+
 test('asks for the token of a probe that has one, and keeps it for the tab', async () => {
   const probe = await ProbeProcess.start(simulated, 0, '[server]\ntoken = "open & sesame"\n');
   const { page, context, complaints } = await openPage(browser, probe.url);

@@ -292,6 +292,15 @@ describe('the client report', () => {
     expect(rows.every((row) => row.length === 13 && Number(row[6]) + Number(row[7]) === Number(row[8]))).toBe(true);
   });
 
+  test('has room for its columns, and no address is broken', async () => {
+    await open('client-report');
+    await watched.page.locator('tbody tr').first().waitFor();
+    const room = await watched.page.locator('main .scroll').evaluate((table) => ({ has: table.clientWidth, needs: table.scrollWidth }));
+    expect(room.needs).toBeLessThanOrEqual(room.has);
+    const heights = await watched.page.locator('tbody .sub').evaluateAll((addresses) => addresses.map((one) => one.getBoundingClientRect().height / parseFloat(getComputedStyle(one).fontSize)));
+    expect(Math.max(...heights)).toBeLessThan(2); // lines
+  });
+
   test('says so when a period has no report any more', async () => {
     await open('client-report?period=2001-01-01');
     await watched.page.getByText('There is no report for this period').waitFor();

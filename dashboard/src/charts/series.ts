@@ -119,6 +119,11 @@ export function shifted(range: Range, part: number, whole: Range): Range | null 
   return limited([from, from + width], whole);
 }
 
+/** A range of which something can still be seen. As time goes on, what was zoomed into leaves the view. */
+export function inSight(range: Range | null, whole: Range): Range | null {
+  return range && range[0] < whole[1] && range[1] > whole[0] ? range : null;
+}
+
 function limited([from, to]: Range, whole: Range): Range | null {
   const shortest = 60;
   const range: Range = [Math.max(from, whole[0]), Math.min(to, whole[1])];

@@ -2,9 +2,9 @@
 
 export type Cell = string | number | null;
 
-/** A text that a spreadsheet would take for a formula gets a quote in front, by which it stays a text. */
+/** A text that a spreadsheet would take for a formula gets a quote in front, by which it stays a text. Wide signs count. */
 function harmless(text: string): string {
-  return /^[=+\-@\t\r]/.test(text) ? `'${text}` : text;
+  return /^[=+\-@\t\r\n\uff1d\uff0b\uff0d\uff20]/.test(text) ? `'${text}` : text;
 }
 
 function cellText(cell: Cell): string {

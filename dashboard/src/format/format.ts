@@ -57,6 +57,11 @@ export function formatPercent(value: number | null | undefined, decimals = 0): s
   return isGiven(value) ? `${value.toFixed(decimals)} %` : nothing;
 }
 
+/** A name where it cannot be isolated from its surroundings: without the marks that would turn those around. */
+export function withoutDirection(name: string): string {
+  return name.replace(/[\u061c\u200e\u200f\u202a-\u202e\u2066-\u2069]/g, '');
+}
+
 /** The two largest parts of a time: "3 d 4 h", "5 min 3 s". Negative: not known. */
 export function formatDuration(seconds: number | null | undefined): string {
   if (!isGiven(seconds) || seconds < 0) return nothing;

@@ -23,6 +23,13 @@ type Band = Loaded & { band: string };
 
 const seenBy = (row: Rogue): string => Object.values(row.seen_by).join(', ');
 
+/** Each name by itself: none turns its neighbours around. */
+function SeenBy({ row }: { row: Rogue }) {
+  const names = Object.entries(row.seen_by);
+  if (names.length === 0) return <>–</>;
+  return <span>{names.map(([mac, name], i) => <span key={mac}>{i > 0 && ', '}<Name text={name || mac} /></span>)}</span>;
+}
+
 const rogueColumns: Column<Rogue>[] = [
   { key: 'networks', title: 'Network', value: (row) => row.networks, cell: (row) => <><Name text={row.networks} /><span class="sub">{row.mac}</span></> },
   { key: 'channel', title: 'Channel', value: (row) => row.channel },
@@ -30,7 +37,7 @@ const rogueColumns: Column<Rogue>[] = [
   { key: 'first_seen', title: 'First seen', value: (row) => row.first_seen, cell: (row) => <Moment text={row.first_seen} /> },
   { key: 'last_seen', title: 'Last seen', value: (row) => row.last_seen, cell: (row) => <Moment text={row.last_seen} /> },
   { key: 'total_time', title: 'Heard for', isNumber: true, value: (row) => row.total_time, cell: (row) => formatDuration(row.total_time) },
-  { key: 'seen_by', title: 'Heard by', value: seenBy, cell: (row) => <Name text={seenBy(row) || '–'} /> },
+  { key: 'seen_by', title: 'Heard by', value: seenBy, cell: (row) => <SeenBy row={row} /> },
 ];
 
 function loadColumns<Row extends Loaded>(): Column<Row>[] {

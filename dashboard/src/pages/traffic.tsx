@@ -2,7 +2,7 @@
 
 import { useMemo } from 'preact/hooks';
 import { figuresOf, largest, sparkline, trafficData, type View, viewNames, viewTitles } from '../charts/series';
-import { formatRate, inUnit, rateUnit } from '../format/format';
+import { formatRate, inUnit, rateUnit, withoutDirection } from '../format/format';
 import { decodeTraffic, type Device, type DeviceTraffic, type Interface } from '../messages/decode';
 import { Blank, Choice, Loaded, Name, Select } from '../parts/basics';
 import { Chart, type Line } from '../parts/chart';
@@ -132,7 +132,7 @@ function TrafficOf({ mac, view, navigation }: { mac: string; view: View; navigat
 
 /** Names may be the same; addresses are not. */
 function optionsOf(devices: Device[]): { value: string; title: string }[] {
-  return devices.map(({ mac, hostname }) => ({ value: mac, title: hostname ? `${hostname.slice(0, 60)} (${mac})` : mac }));
+  return devices.map(({ mac, hostname }) => ({ value: mac, title: hostname ? `${withoutDirection(hostname).slice(0, 60)} (${mac})` : mac }));
 }
 
 export function Traffic(navigation: Navigation) {

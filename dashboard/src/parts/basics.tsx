@@ -19,9 +19,9 @@ export function Name({ text, isShort = false }: { text: string; isShort?: boolea
 export function Moment({ text }: { text: string }) {
   const [date, ...time] = text.split(' ');
   return (
-    <>
+    <span>
       <span class="moment">{date}</span> <span class="moment">{time.join(' ')}</span>
-    </>
+    </span>
   );
 }
 

@@ -3,7 +3,7 @@
 import { useEffect, useRef, useState } from 'preact/hooks';
 import uPlot from 'uplot';
 import 'uplot/dist/uPlot.min.css';
-import { type ChartData, largest, type Range, shifted, zoomed } from '../charts/series';
+import { type ChartData, inSight, largest, type Range, shifted, zoomed } from '../charts/series';
 import { formatMark, formatMinute } from '../format/format';
 import { useColourScheme } from '../state/hooks';
 
@@ -111,7 +111,7 @@ function makeChart(box: HTMLElement, props: Props, latest: { current: Props }, o
 }
 
 export function Chart(props: Props) {
-  const { title, lines, data, zoom, onZoom } = props;
+  const { title, lines, data, onZoom } = props;
   const box = useRef<HTMLDivElement>(null);
   const chart = useRef<uPlot | null>(null);
   const latest = useRef(props);
@@ -120,6 +120,7 @@ export function Chart(props: Props) {
   const scheme = useColourScheme();
   const shape = JSON.stringify([lines, scheme, data.times.length < 2]);
   const whole: Range = [data.times[0] ?? 0, data.times.at(-1) ?? 0];
+  const zoom = inSight(props.zoom, whole);
 
   useEffect(() => {
     const element = box.current;
