@@ -1,5 +1,6 @@
 // A day or a week of the wireless network: whose access points were heard, how ours and their networks were used.
 
+import { Fragment } from 'preact';
 import { useState } from 'preact/hooks';
 import { type Cell, toCsv } from '../format/csv';
 import { formatDuration, formatMegabits, formatNumber } from '../format/format';
@@ -27,12 +28,13 @@ const seenBy = (row: Rogue): string => Object.values(row.seen_by).join(', ');
 function SeenBy({ row }: { row: Rogue }) {
   const names = Object.entries(row.seen_by);
   if (names.length === 0) return <>–</>;
-  return <span>{names.map(([mac, name], i) => <span key={mac}>{i > 0 && ', '}<Name text={name || mac} /></span>)}</span>;
+  const isLast = (i: number): boolean => i + 1 === names.length;
+  return <span>{names.map(([mac, name], i) => <Fragment key={mac}><span class="together"><Name text={name || mac} />{!isLast(i) && ','}</span> </Fragment>)}</span>;
 }
 
 const rogueColumns: Column<Rogue>[] = [
   { key: 'networks', title: 'Network', value: (row) => row.networks, cell: (row) => <><Name text={row.networks} /><span class="sub">{row.mac}</span></> },
-  { key: 'channel', title: 'Channel', value: (row) => row.channel },
+  { key: 'channel', title: 'Channel', value: (row) => row.channel, cell: (row) => <span class="together">{row.channel}</span> },
   { key: 'average_strength', title: 'Strength', isNumber: true, value: (row) => row.average_strength, cell: (row) => (row.average_strength === null ? '–' : `${formatNumber(row.average_strength, 0)} dBm`) },
   { key: 'first_seen', title: 'First seen', value: (row) => row.first_seen, cell: (row) => <Moment text={row.first_seen} /> },
   { key: 'last_seen', title: 'Last seen', value: (row) => row.last_seen, cell: (row) => <Moment text={row.last_seen} /> },

@@ -20,7 +20,7 @@ export function Moment({ text }: { text: string }) {
   const [date, ...time] = text.split(' ');
   return (
     <span>
-      <span class="moment">{date}</span> <span class="moment">{time.join(' ')}</span>
+      <span class="together">{date}</span> <span class="together">{time.join(' ')}</span>
     </span>
   );
 }
