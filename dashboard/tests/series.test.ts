@@ -1,5 +1,5 @@
 import { describe, expect, test } from 'vitest';
-import { align, busiest, figuresOf, inSight, largest, shifted, sparkline, trafficData, zoomed } from '../src/charts/series';
+import { align, busiest, drawn, figuresOf, inSight, largest, shifted, sparkline, trafficData, zoomed } from '../src/charts/series';
 
 describe('series', () => {
   test('stand over the times of all of them, with nothing where there is no sample', () => {
@@ -33,6 +33,14 @@ describe('series', () => {
   test('are chosen by their newest sample', () => {
     const series = new Map<string, [number, number][]>([['b', [[1, 9], [2, 1]]], ['c', [[2, 4]]], ['a', [[2, 1]]], ['none', []]]);
     expect(busiest(series, 3)).toEqual(['c', 'a', 'b']);
+  });
+
+  test('are drawn as chosen, none if so, and the busiest where nothing is chosen or nothing chosen is left', () => {
+    const series = new Map<string, [number, number][]>([['b', [[2, 1]]], ['c', [[2, 4]]]]);
+    expect(drawn(series, ['b', 'gone'], 1)).toEqual(['b']);
+    expect(drawn(series, [], 1)).toEqual([]);
+    expect(drawn(series, null, 1)).toEqual(['c']);
+    expect(drawn(series, ['gone'], 1)).toEqual(['c']);
   });
 
   test('make small lines, lifted over what is missing', () => {

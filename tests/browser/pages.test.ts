@@ -209,6 +209,20 @@ describe('clients', () => {
   });
 });
 
+test('lines of clients are chosen, down to none but the sum, and the address bar holds it', async () => {
+  await open('clients');
+  const lines = watched.page.getByRole('group', { name: 'Lines of Clients by network' }).getByRole('checkbox');
+  await lines.first().waitFor();
+  const checked = async (): Promise<boolean[]> => lines.evaluateAll((boxes) => boxes.map((box) => (box as HTMLInputElement).checked));
+  expect(await checked()).not.toContain(false);
+  for (const line of await lines.all()) await line.uncheck();
+  await watched.page.reload();
+  await lines.first().waitFor();
+  expect(await checked()).not.toContain(true);
+  await lines.first().check();
+  expect((await checked()).filter(Boolean)).toHaveLength(1);
+});
+
 describe('the top', () => {
   test.each(['total', 'in', 'out', 'clients'])('is ordered by %s', async (by) => {
     const orderby = by === 'clients' ? 'total' : by;

@@ -85,6 +85,12 @@ export function busiest(series: Map<string, CountSeries>, most: number): string[
   return [...series.keys()].sort((a, b) => latest(b) - latest(a) || a.localeCompare(b)).slice(0, most);
 }
 
+/** The names that are drawn: those chosen, of which there may be none, or the busiest where nothing was or all are gone. */
+export function drawn(series: Map<string, CountSeries>, chosen: string[] | null, most: number): string[] {
+  const known = chosen?.filter((name) => series.has(name)) ?? [];
+  return chosen && (known.length > 0 || chosen.length === 0) ? known : busiest(series, most);
+}
+
 /** The path of a small line in a box of this size; empty when there is nothing to draw. */
 export function sparkline(column: Column, top: number, width: number, height: number): string {
   const step = column.length > 1 ? width / (column.length - 1) : 0;

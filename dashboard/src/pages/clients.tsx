@@ -1,7 +1,7 @@
 // Numbers of wireless clients over time, by network and by device, and now.
 
 import { useMemo, useState } from 'preact/hooks';
-import { align, busiest, type Range, type View, viewNames, viewTitles } from '../charts/series';
+import { align, drawn, type Range, type View, viewNames, viewTitles } from '../charts/series';
 import { formatNumber } from '../format/format';
 import { type CountSeries, decodeDeviceCounts, decodeSsidCounts, type DeviceCounts, type SsidCounts } from '../messages/decode';
 import { Blank, Choice, Loaded, Name } from '../parts/basics';
@@ -21,8 +21,8 @@ interface CountsProps {
   all: CountSeries;
   nameOf: (id: string) => string;
   view: View;
-  /** What the user has chosen to see; empty: the busiest. */
-  shown: string[];
+  /** What the user has chosen to see; null: nothing was chosen. */
+  chosen: string[] | null;
   onShow: (ids: string[]) => void;
   zoom: Range | null;
   onZoom: (range: Range | null) => void;
@@ -33,15 +33,14 @@ function lineOf(id: string, position: number, nameOf: (id: string) => string): L
   return { name: nameOf(id), colour: `series-${(position % mostLines) + 1}`, dash: dashes[position % dashes.length] };
 }
 
-function CountsChart({ title, series, all, nameOf, view, shown, onShow, zoom, onZoom }: CountsProps) {
+function CountsChart({ title, series, all, nameOf, view, chosen, onShow, zoom, onZoom }: CountsProps) {
   const ids = useMemo(() => [...series.keys()].sort((a, b) => nameOf(a).localeCompare(nameOf(b), 'en', { numeric: true })), [series, nameOf]);
-  const known = shown.filter((id) => series.has(id));
-  const drawn = known.length > 0 ? known : busiest(series, mostLines);
-  const inOrder = ids.filter((id) => drawn.includes(id));
+  const shown = drawn(series, chosen, mostLines);
+  const inOrder = ids.filter((id) => shown.includes(id));
   const lines = [allLine, ...inOrder.map((id) => lineOf(id, ids.indexOf(id), nameOf))];
   const data = useMemo(() => align([all, ...inOrder.map((id) => series.get(id) ?? [])], view), [series, all, inOrder.join('\n'), view]);
   if (data.times.length === 0) return <Blank title="Nothing yet">The first figures of this view come when its first interval is over.</Blank>;
-  const toggle = (id: string): void => onShow(drawn.includes(id) ? drawn.filter((one) => one !== id) : [...drawn, id]);
+  const toggle = (id: string): void => onShow(shown.includes(id) ? shown.filter((one) => one !== id) : [...shown, id]);
   return (
     <>
       <Chart title={title} lines={lines} data={data} axis={(values) => values.map((value) => formatNumber(value))} value={(value) => formatNumber(value)} isCount zoom={zoom} onZoom={onZoom} />
@@ -50,7 +49,7 @@ function CountsChart({ title, series, all, nameOf, view, shown, onShow, zoom, on
         <div class="legend">
           {ids.map((id, position) => (
             <label key={id}>
-              <input type="checkbox" checked={drawn.includes(id)} onChange={() => toggle(id)} />
+              <input type="checkbox" checked={shown.includes(id)} onChange={() => toggle(id)} />
               <LineKey line={lineOf(id, position, nameOf)} />
               <Name text={nameOf(id)} isShort />
             </label>
@@ -100,8 +99,13 @@ function currentByDevice(counts: DeviceCounts, nameOf: (mac: string) => string):
   );
 }
 
-const idsIn = (text: string | undefined): string[] => (text ? (text.split('\u001f')) : []);
-const asText = (ids: string[]): string => ids.join('\u001f');
+// Between two ids stands a mark, which by itself is a choice of none: an empty text means that nothing was chosen.
+const mark = '\u001f';
+function idsIn(text: string | undefined): string[] | null {
+  if (!text) return null;
+  return text === mark ? [] : text.split(mark);
+}
+const asText = (ids: string[]): string => ids.join(mark) || mark;
 const itself = (ssid: string): string => ssid;
 
 export function Clients({ route, change }: Navigation) {
@@ -123,13 +127,13 @@ export function Clients({ route, change }: Navigation) {
         <section class="card">
           <h2>By network</h2>
           <Loaded load={bySsid}>
-            {(counts) => <CountsChart title="Clients by network" {...counts} nameOf={itself} view={view} shown={idsIn(route.values['networks'])} onShow={(ids) => change({ networks: asText(ids) })} {...zoom} />}
+            {(counts) => <CountsChart title="Clients by network" {...counts} nameOf={itself} view={view} chosen={idsIn(route.values['networks'])} onShow={(ids) => change({ networks: asText(ids) })} {...zoom} />}
           </Loaded>
         </section>
         <section class="card">
           <h2>By device</h2>
           <Loaded load={byDevice}>
-            {(counts) => <CountsChart title="Clients by device" {...counts} nameOf={nameOf} view={view} shown={idsIn(route.values['devices'])} onShow={(ids) => change({ devices: asText(ids) })} {...zoom} />}
+            {(counts) => <CountsChart title="Clients by device" {...counts} nameOf={nameOf} view={view} chosen={idsIn(route.values['devices'])} onShow={(ids) => change({ devices: asText(ids) })} {...zoom} />}
           </Loaded>
         </section>
         {bySsid.kind === 'ready' && <Current title="Networks now" columns={ssidColumns} rows={currentBySsid(bySsid.value)} />}
