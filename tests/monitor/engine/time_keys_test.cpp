@@ -2,40 +2,23 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <ctime>
 #include <limits>
 #include <string>
 
 #include "monitor/engine/monitor.h"
+#include "tests/support/local_time.h"
 
 namespace {
 
-/// Makes a time zone the local one until the end of the test.
+using test::At;
+
 class TimeKeys : public ::testing::Test {
  protected:
-  TimeKeys() { Zone("UTC"); }
-  ~TimeKeys() override { Zone("UTC"); }
-  static void Zone(const char* name) {
-    setenv("TZ", name, 1);
-    tzset();
-  }
-  /// The moment of a local date and time.
-  static long At(int year, int month, int day, int hour = 12, int minute = 0, int second = 0) {
-    tm local{};
-    local.tm_year = year - 1900;
-    local.tm_mon = month - 1;
-    local.tm_mday = day;
-    local.tm_hour = hour;
-    local.tm_min = minute;
-    local.tm_sec = second;
-    local.tm_isdst = -1;
-    return mktime(&local);
-  }
+  test::LocalZone zone{"UTC"};
 };
 
 TEST_F(TimeKeys, NamesADay) {
-  EXPECT_EQ(Monitor::GetDateStr(At(2026, 11, 15)), "2026-11-15");
+  EXPECT_EQ(Monitor::GetDateStr(At(2026, 11, 15, 12)), "2026-11-15");
 }
 
 TEST_F(TimeKeys, NamesAMoment) {
@@ -44,17 +27,17 @@ TEST_F(TimeKeys, NamesAMoment) {
 
 TEST_F(TimeKeys, UsesTheLocalTimeZone) {
   constexpr long kLateEveningUtc = 1794783600;  // 2026-11-15 23:00:00 UTC
-  Zone("Asia/Kolkata");
+  zone.Set("Asia/Kolkata");
   EXPECT_EQ(Monitor::GetDateTimeStr(kLateEveningUtc), "2026-11-16 04:30:00");
   EXPECT_EQ(Monitor::GetDateStr(kLateEveningUtc), "2026-11-16");
 }
 
 TEST_F(TimeKeys, StartsTheWeekOnThatSunday) {
-  EXPECT_EQ(Monitor::GetWeekStr(At(2026, 11, 15)), "2026-11-15/2026-11-21");
+  EXPECT_EQ(Monitor::GetWeekStr(At(2026, 11, 15, 12)), "2026-11-15/2026-11-21");
 }
 
 TEST_F(TimeKeys, EndsTheWeekOnThatSaturday) {
-  EXPECT_EQ(Monitor::GetWeekStr(At(2026, 11, 21)), "2026-11-15/2026-11-21");
+  EXPECT_EQ(Monitor::GetWeekStr(At(2026, 11, 21, 12)), "2026-11-15/2026-11-21");
 }
 
 TEST_F(TimeKeys, NamesTheSameWeekOnEachOfItsDays) {
@@ -66,7 +49,7 @@ TEST_F(TimeKeys, NamesTheSameWeekOnEachOfItsDays) {
 }
 
 TEST_F(TimeKeys, NamesAWeekAcrossTheYearsEnd) {
-  EXPECT_EQ(Monitor::GetWeekStr(At(2027, 1, 1)), "2026-12-27/2027-01-02");
+  EXPECT_EQ(Monitor::GetWeekStr(At(2027, 1, 1, 12)), "2026-12-27/2027-01-02");
 }
 
 TEST_F(TimeKeys, NamesNoDateForATimeThatHasNoneWithoutAFault) {
@@ -99,12 +82,12 @@ TEST_F(TimeKeys, ReadsOffTheClockHowFarADayAndAWeekHaveCome) {
   EXPECT_EQ(SecondsIntoDay(At(2026, 11, 18, 1, 2, 3)), 3'723);
   EXPECT_EQ(SecondsIntoWeek(At(2026, 11, 18, 1, 2, 3)), 3 * 86'400 + 3'723);
   EXPECT_EQ(SecondsIntoWeek(At(2026, 11, 21, 23, 59, 59)), 604'799);
-  Zone("America/New_York");
+  zone.Set("America/New_York");
   EXPECT_EQ(SecondsIntoDay(At(2026, 3, 8, 12)), 43'200);  // eleven hours have passed
 }
 
 TEST_F(TimeKeys, CountsDaysOf86400SecondsAcrossADaylightSavingChange) {
-  Zone("America/New_York");
+  zone.Set("America/New_York");
   // The Sunday on which clocks go back has 25 hours: six times 86400 seconds after half past midnight it is still
   // Friday.
   EXPECT_EQ(Monitor::GetWeekStr(At(2026, 11, 1, 0, 30)), "2026-11-01/2026-11-06");

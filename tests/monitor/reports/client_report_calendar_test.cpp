@@ -49,7 +49,7 @@ class AcrossABorder : public ClientReportCalendarTest,
                       public ::testing::WithParamInterface<std::tuple<const char*, Border>> {
  protected:
   AcrossABorder() {
-    Zone(std::get<0>(GetParam()));
+    zone.Set(std::get<0>(GetParam()));
     midnight = At(border.year, border.month, border.day);
     EXPECT_EQ(Local(midnight), std::string(border.new_day) + " 00:00:00");
     EXPECT_EQ(Local(midnight - 1), std::string(border.old_day) + " 23:59:59");
@@ -125,7 +125,7 @@ class OnADayOnWhichTheOffsetChanges : public ClientReportCalendarTest, public ::
   OnADayOnWhichTheOffsetChanges() {
     const Change& change = GetParam();
     moment = At(change.year, change.month, change.day, change.hour, change.minute);
-    Zone(change.zone);
+    zone.Set(change.zone);
     EXPECT_EQ(Local(moment - 60), Time(change.minute_before));
     EXPECT_EQ(Local(moment + 60), Time(change.minute_after));
   }
@@ -171,7 +171,7 @@ INSTANTIATE_TEST_SUITE_P(InSpringAndAutumn, OnADayOnWhichTheOffsetChanges,
 // from that is the same for every such week.
 
 TEST_F(ClientReportCalendarTest, TakesTheFirstHourOfAnAutumnSundayForAWeekThatEndsOnFriday) {
-  Zone("Europe/Berlin");
+  zone.Set("Europe/Berlin");
   BusyPassAt(At(2026, 10, 25, 0, 59));
   BusyPassAt(At(2026, 10, 25, 1, 0));
   BusyPassAt(At(2026, 10, 25, 1, 1));
@@ -185,7 +185,7 @@ TEST_F(ClientReportCalendarTest, TakesTheFirstHourOfAnAutumnSundayForAWeekThatEn
 }
 
 TEST_F(ClientReportCalendarTest, BeginsTheWeekOfASpringSundayAnewAtOneOClockOfEachOfItsDays) {
-  Zone("Europe/Berlin");
+  zone.Set("Europe/Berlin");
   BusyPassAt(At(2027, 3, 28, 12));
   EXPECT_THAT(Kept("weekly"), ElementsAre("2027-03-28/2027-04-03"));
   for (const int day : {29, 30}) {
@@ -217,7 +217,7 @@ class OnASundayWithoutMidnight : public ClientReportCalendarTest, public ::testi
  protected:
   OnASundayWithoutMidnight() {
     first_second = At(2027, GetParam().month, GetParam().day, GetParam().hour);
-    Zone(GetParam().zone);
+    zone.Set(GetParam().zone);
     EXPECT_EQ(Local(first_second - 1), saturday + " 23:59:59");
     EXPECT_EQ(Local(first_second), sunday + " 01:00:00");
   }
@@ -285,7 +285,7 @@ INSTANTIATE_TEST_SUITE_P(
 class OnASundayWithTwoMidnights : public ClientReportCalendarTest {
  protected:
   OnASundayWithTwoMidnights() {
-    Zone("America/Havana");
+    zone.Set("America/Havana");
     first_midnight = At(2027, 11, 7, 0, 0, 0, 1);
     second_midnight = At(2027, 11, 7, 0, 0, 0, 0);
     EXPECT_EQ(second_midnight - first_midnight, 3'600);

@@ -3,9 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <cstdlib>
 #include <ctime>
-#include <filesystem>
 #include <optional>
 #include <string>
 #include <type_traits>
@@ -15,6 +13,7 @@
 #include "monitor/engine/time_keys.h"
 #include "monitor/reports/wireless_client_report.h"
 #include "probe/clock/virtual_clock.h"
+#include "tests/support/local_time.h"
 #include "tests/support/network.h"
 
 namespace test {
@@ -79,7 +78,7 @@ struct ShownReport {
 };
 
 /// A wireless client report over an access point with the network "Office" on its 5 GHz radio and the guest network
-/// "Lobby" on its 2.4 GHz radio, driven pass by pass. Local time is UTC unless `Zone` says otherwise.
+/// "Lobby" on its 2.4 GHz radio, driven pass by pass. Local time is UTC unless a test says otherwise.
 class ClientReportTest : public ::testing::Test {
  protected:
   using Client = vexora_probe::models::controller::AssocClientState;
@@ -89,8 +88,6 @@ class ClientReportTest : public ::testing::Test {
   using Mode = vexora_probe::models::controller::WIFIOpMode;
 
   ClientReportTest() {
-    Zone("UTC");
-    clock.Set(At(2026, 11, 18, 12));  // a Wednesday
     AccessPoint()
         .Radio("wlan0", Band::k2_4GHz)
         .Radio("wlan1", Band::k5GHz)
@@ -99,28 +96,7 @@ class ClientReportTest : public ::testing::Test {
         .Wifi("ath0", "Lobby", "wlan0", {})
         .Wifi("ath1", "Office", "wlan1", {});
   }
-  ~ClientReportTest() override { Zone("UTC"); }
 
-  /// Makes a time zone the local one; a zone that this machine does not know fails the test.
-  static void Zone(const std::string& name) {
-    EXPECT_TRUE(std::filesystem::exists("/usr/share/zoneinfo/" + name)) << "no time zone " << name << " (tzdata)";
-    setenv("TZ", name.c_str(), 1);
-    tzset();
-  }
-
-  /// The moment of a local date and time. Of an hour that comes twice, `is_summer_time` tells which.
-  static time_t At(int year, int month, int day, int hour = 0, int minute = 0, int second = 0,
-                   int is_summer_time = -1) {
-    tm local{};
-    local.tm_year = year - 1900;
-    local.tm_mon = month - 1;
-    local.tm_mday = day;
-    local.tm_hour = hour;
-    local.tm_min = minute;
-    local.tm_sec = second;
-    local.tm_isdst = is_summer_time;
-    return mktime(&local);
-  }
   static std::string Local(time_t moment) { return monitoring::time_keys::DateTime(static_cast<long>(moment)); }
 
   static Configuration Guests() {
@@ -194,7 +170,8 @@ class ClientReportTest : public ::testing::Test {
     return Elements<std::string>(monitoring::Member(tree.get(), type));
   }
 
-  probe::VirtualClock clock{0};
+  LocalZone zone{"UTC"};
+  probe::VirtualClock clock{At(2026, 11, 18, 12)};  // a Wednesday
   probe::ClockInstallation installation{clock};
   Network network;
   WirelessClientReport monitor;

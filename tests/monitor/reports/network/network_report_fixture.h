@@ -3,49 +3,18 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <cstdlib>
 #include <ctime>
-#include <fstream>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
 #include "monitor/reports/network/wireless_network_report.h"
 #include "probe/clock/virtual_clock.h"
+#include "tests/support/local_time.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/network.h"
 
 namespace test {
-
-/// Makes a time zone the local one until the end of the scope. A zone that the machine does not have fails the test.
-class LocalZone {
- public:
-  explicit LocalZone(const std::string& name) {
-    EXPECT_TRUE(std::ifstream("/usr/share/zoneinfo/" + name).good()) << "install tzdata: there is no " << name;
-    Set(name.c_str());
-  }
-  ~LocalZone() { Set("UTC"); }
-  LocalZone(const LocalZone&) = delete;
-  LocalZone& operator=(const LocalZone&) = delete;
-
- private:
-  static void Set(const char* name) {
-    setenv("TZ", name, 1);
-    tzset();
-  }
-};
-
-/// The moment of a local date and time.
-inline time_t At(int year, int month, int day, int hour = 12, int minute = 0) {
-  tm local{};
-  local.tm_year = year - 1900;
-  local.tm_mon = month - 1;
-  local.tm_mday = day;
-  local.tm_hour = hour;
-  local.tm_min = minute;
-  local.tm_isdst = -1;
-  return mktime(&local);
-}
 
 inline constexpr const char* kAp = "AA:AA:AA:AA:AA:01";
 inline constexpr const char* kOtherAp = "AA:AA:AA:AA:AA:02";

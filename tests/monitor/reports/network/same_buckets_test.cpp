@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <cstdlib>
 #include <ctime>
 #include <map>
 #include <random>
@@ -20,6 +19,7 @@
 #include "probe/device_centre/device_centre.h"
 #include "probe/logging/log.h"
 #include "tests/monitor/reports/network/literal_report.h"
+#include "tests/support/local_time.h"
 #include "tests/support/network.h"
 
 namespace {
@@ -33,17 +33,6 @@ using vexora_probe::monitor::ReportTime;
 using vexora_probe::monitor::WirelessNetworkReport;
 
 constexpr time_t kStart = 1'795'219'200;  // 2026-11-21 00:00 UTC, a Saturday
-
-struct Zone {
-  explicit Zone(const char* name) {
-    setenv("TZ", name, 1);
-    tzset();
-  }
-  ~Zone() {
-    setenv("TZ", "UTC", 1);
-    tzset();
-  }
-};
 
 ReportTime TimeAt(time_t now) {
   tm local{};
@@ -214,7 +203,7 @@ class SameBuckets : public ::testing::TestWithParam<unsigned> {
 };
 
 TEST_P(SameBuckets, AsWhenEveryIdFinishesTheDaysAndRebuildsTheWeek) {
-  const Zone zone(GetParam() % 3 == 0 ? "Europe/Berlin" : GetParam() % 3 == 1 ? "UTC" : "Asia/Beirut");
+  const test::LocalZone zone(GetParam() % 3 == 0 ? "Europe/Berlin" : GetParam() % 3 == 1 ? "UTC" : "Asia/Beirut");
   probe::VirtualClock clock(kStart);
   const probe::ClockInstallation installation(clock);
   RandomNetwork network(GetParam());
