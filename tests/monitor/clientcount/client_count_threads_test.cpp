@@ -10,17 +10,13 @@
 
 namespace {
 
+using test::DeviceMac;
+using test::kDeviceCount;
 using test::RunningEngine;
 
-constexpr int kDevices = 5;
-
-std::string Mac(int device) {
-  return "AA:AA:AA:AA:AA:0" + std::to_string(device);
-}
-
 void Refresh(test::Network& network, int pass) {
-  for (int device = 0; device < kDevices; ++device) {
-    network.AccessPoint(Mac(device))
+  for (int device = 0; device < kDeviceCount; ++device) {
+    network.AccessPoint(DeviceMac(device))
         .Wifi("wlan0", "Office", "radio0", {0, 0})
         .Wifi("wlan1", "Floor " + std::to_string(device), "radio1", {0, 0})
         .Clients("wlan0", (pass + device) % 3)
@@ -33,7 +29,7 @@ class ClientCountThreads : public ::testing::Test {
   ClientCountThreads() {
     auto& subscriptions = probe::SubscriptionService::Instance();
     subscriptions.File("SSIDClientCountMonitor", test::Connection(1), {{"a", test::FilterOf("1m")}});
-    subscriptions.File("DevicesClientCountMonitor", test::Connection(2), {{"a", test::FilterOf("5m", Mac(0))}});
+    subscriptions.File("DevicesClientCountMonitor", test::Connection(2), {{"a", test::FilterOf("5m", DeviceMac(0))}});
   }
 
   RunningEngine engine{&Refresh};
@@ -41,7 +37,7 @@ class ClientCountThreads : public ::testing::Test {
 
 TEST_F(ClientCountThreads, CleanUpDevicesWhileCountsArePrunedAndMessagesAreBuilt) {
   std::atomic<int> device{0};
-  engine.DuringPasses(2, [&] { probe::CleanUpDevice(Mac(device++ % kDevices)); });
+  engine.DuringPasses(2, [&] { probe::CleanUpDevice(DeviceMac(device++ % kDeviceCount)); });
   EXPECT_EQ(engine.Sent().size(), 2U * RunningEngine::kPasses);
 }
 

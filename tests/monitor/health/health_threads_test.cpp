@@ -14,17 +14,13 @@
 // ThreadSanitizer would name it, and without it the test would hang.
 namespace {
 
+using test::DeviceMac;
+using test::kDeviceCount;
 using test::RunningEngine;
 
-constexpr int kDevices = 5;
-
-std::string Mac(int device) {
-  return "AA:AA:AA:AA:AA:0" + std::to_string(device);
-}
-
 void Refresh(test::Network& network, int pass) {
-  for (int device = 0; device < kDevices; ++device) {
-    network.AccessPoint(Mac(device))
+  for (int device = 0; device < kDeviceCount; ++device) {
+    network.AccessPoint(DeviceMac(device))
         .Cpu(device == 0 ? -1 : pass)
         .Uptime(pass * 60)
         .Credential(R"({"credential": "failed"})")
@@ -38,7 +34,7 @@ class HealthThreads : public ::testing::Test {
   HealthThreads() {
     auto& subscriptions = probe::SubscriptionService::Instance();
     subscriptions.File("HealthMonitor", test::Connection(1), {{"a", test::FilterOf("")}});
-    subscriptions.File("HealthMonitor", test::Connection(2), {{"a", test::FilterOf("", Mac(0))}});
+    subscriptions.File("HealthMonitor", test::Connection(2), {{"a", test::FilterOf("", DeviceMac(0))}});
   }
 
   RunningEngine engine{&Refresh};
@@ -52,10 +48,10 @@ TEST_F(HealthThreads, CleanUpPushAndReplaceDevicesDuringPassesWithoutADeadlock) 
     const int now = turn++;
     switch (now % 4) {
       case 0:
-        probe::CleanUpDevice(Mac(now % kDevices));
+        probe::CleanUpDevice(DeviceMac(now % kDeviceCount));
         break;
       case 1:
-        monitor->PushDataBySID({{"x", {{test::Connection(3), test::FilterOf("", Mac(0))}}}});
+        monitor->PushDataBySID({{"x", {{test::Connection(3), test::FilterOf("", DeviceMac(0))}}}});
         ++pushed;
         break;
       case 2:

@@ -12,18 +12,14 @@
 
 namespace {
 
+using test::DeviceMac;
+using test::kDeviceCount;
 using test::RunningEngine;
 
-constexpr int kDevices = 5;
-
-std::string Mac(int device) {
-  return "AA:AA:AA:AA:AA:0" + std::to_string(device);
-}
-
 void Refresh(test::Network& network, int pass) {
-  for (int device = 0; device < kDevices; ++device) {
+  for (int device = 0; device < kDeviceCount; ++device) {
     const auto octets = static_cast<std::uint64_t>(pass) * 6'000;
-    network.Switch(Mac(device))
+    network.Switch(DeviceMac(device))
         .Port("ge1", {octets, octets})
         .Port("ge2", {octets, 0})
         .Credential(R"({"credential": "ok"})")
@@ -34,9 +30,10 @@ void Refresh(test::Network& network, int pass) {
 class TrafficThreads : public ::testing::Test {
  protected:
   TrafficThreads() {
-    probe::SubscriptionService::Instance().File(
-        "TrafficMonitor", test::Connection(1),
-        {{"a", test::FilterOf("1m")}, {"b", test::FilterOf("5m", Mac(0))}, {"c", test::FilterOf("1m", Mac(1))}});
+    probe::SubscriptionService::Instance().File("TrafficMonitor", test::Connection(1),
+                                                {{"a", test::FilterOf("1m")},
+                                                 {"b", test::FilterOf("5m", DeviceMac(0))},
+                                                 {"c", test::FilterOf("1m", DeviceMac(1))}});
   }
 
   RunningEngine engine{&Refresh};
@@ -46,7 +43,7 @@ TEST_F(TrafficThreads, ReadTheNewestSpeedFromFourThreadsDuringPasses) {
   std::atomic<int> found{0};
   engine.DuringPasses(4, [&] {
     std::map<std::string, unsigned long long> out;
-    GetInterfaceTraffic(Mac(2), "ge1", out);
+    GetInterfaceTraffic(DeviceMac(2), "ge1", out);
     if (out.contains("input")) ++found;
   });
   EXPECT_GT(found, 0);
@@ -55,7 +52,7 @@ TEST_F(TrafficThreads, ReadTheNewestSpeedFromFourThreadsDuringPasses) {
 
 TEST_F(TrafficThreads, CleanUpDevicesFromAnotherThreadDuringPasses) {
   std::atomic<int> device{0};
-  engine.DuringPasses(1, [&] { probe::CleanUpDevice(Mac(device++ % kDevices)); });
+  engine.DuringPasses(1, [&] { probe::CleanUpDevice(DeviceMac(device++ % kDeviceCount)); });
   EXPECT_EQ(engine.Sent().size(), 3U * RunningEngine::kPasses);
 }
 
@@ -63,7 +60,7 @@ TEST_F(TrafficThreads, PushAFirstMessageFromAnotherThreadDuringPasses) {
   const auto monitor = MonitoringManager::GetInstance().GetMonitor("TrafficMonitor");
   std::atomic<int> pushed{0};
   engine.DuringPasses(2, [&] {
-    monitor->PushDataBySID({{"x", {{test::Connection(2), test::FilterOf("1m", Mac(3))}}}});
+    monitor->PushDataBySID({{"x", {{test::Connection(2), test::FilterOf("1m", DeviceMac(3))}}}});
     ++pushed;
   });
   EXPECT_EQ(engine.Sent().size(), 3U * RunningEngine::kPasses + static_cast<std::size_t>(pushed));
@@ -72,7 +69,7 @@ TEST_F(TrafficThreads, PushAFirstMessageFromAnotherThreadDuringPasses) {
 TEST_F(TrafficThreads, StopWhileReportThreadsCall) {
   engine.StopWhile([] {
     std::map<std::string, unsigned long long> out;
-    GetInterfaceTraffic(Mac(0), "ge1", out);
+    GetInterfaceTraffic(DeviceMac(0), "ge1", out);
     std::free(get_wireless_client_report("{}"));
     std::free(get_wireless_network_report_avail_list(nullptr));
   });

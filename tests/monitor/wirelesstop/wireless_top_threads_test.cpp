@@ -1,29 +1,24 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <thread>
-#include <vector>
+#include <memory>
+#include <string>
 
-#include "monitor/engine/entry_points.h"
 #include "monitor/engine/json_tree.h"
 #include "monitor/engine/monitoring_manager.h"
-#include "probe/clock/virtual_clock.h"
-#include "probe/logging/log.h"
 #include "probe/subscriptions/subscription_service.h"
 #include "probe/tasks/memory_cleanup.h"
 #include "tests/monitor/wirelesstop/wireless_top_fixture.h"
 #include "tests/support/message_capture.h"
+#include "tests/support/running_engine.h"
 
 namespace {
 
-constexpr time_t kStart = 1'795'219'200;
-constexpr int kAccessPoints = 5;
-constexpr int kClients = 40;  // an access point
-constexpr int kPasses = 30;
+using test::DeviceMac;
+using test::kDeviceCount;
+using test::RunningEngine;
 
-std::string Mac(int number) {
-  return "AA:AA:AA:AA:AA:0" + std::to_string(number);
-}
+constexpr int kClients = 40;  // an access point
 
 /// A filter that wants so many clients by their total.
 std::string TopClients(int count) {
@@ -31,35 +26,23 @@ std::string TopClients(int count) {
          R"(, "orderby": "total", "flag": "desc"}}, "access_point": {"clients": {"count": -1}}})";
 }
 
-/// The running engine over a small network, with host threads that call in meanwhile. Meant for ThreadSanitizer.
+/// The later the pass, the more every client has moved.
+void Refresh(test::Network& network, int pass) {
+  for (int device = 0; device < kDeviceCount; ++device) {
+    auto access_point = network.AccessPoint(DeviceMac(device));
+    access_point.Named("ap").Wifi("wlan0", "Guest", "r2", {test::Kib(1), test::Kib(1)}).Clients("wlan0", 0);
+    for (int client = 0; client < kClients; ++client) {
+      const std::string mac = std::to_string(device) + "-" + std::to_string(client % 10) + std::to_string(client);
+      access_point.Client("wlan0", test::Client(mac, {test::Kib(static_cast<std::uint64_t>(pass * client)), 0}));
+    }
+  }
+}
+
 class WirelessTopThreads : public ::testing::Test {
  protected:
   WirelessTopThreads() {
-    probe::log::SetLevel(probe::log::Level::kError);  // a line for each of thousands of clean-ups is no help
-    MonitoringManager::GetInstance().set_stop_flag(false);
-    Refresh(0);
-    RegisterMonitors();
-    monitor = MonitoringManager::GetInstance().GetMonitor("wireless_top_monitor");
     auto filters = Parsed(TopClients(3));
     probe::SubscriptionService::Instance().File("wireless_top_monitor", test::Connection(1), filters);
-  }
-  ~WirelessTopThreads() override {
-    monitor.reset();
-    stop_monitor();
-    probe::SubscriptionService::Instance().Clear();
-    probe::log::SetLevel(probe::log::Level::kInfo);
-  }
-
-  /// The network as a pass finds it: the later the pass, the more every client has moved.
-  void Refresh(int pass) {
-    for (int number = 0; number < kAccessPoints; ++number) {
-      auto access_point = network.AccessPoint(Mac(number));
-      access_point.Named("ap").Wifi("wlan0", "Guest", "r2", {test::Kib(1), test::Kib(1)}).Clients("wlan0", 0);
-      for (int client = 0; client < kClients; ++client) {
-        const std::string mac = std::to_string(number) + "-" + std::to_string(client % 10) + std::to_string(client);
-        access_point.Client("wlan0", test::Client(mac, {test::Kib(static_cast<std::uint64_t>(pass * client)), 0}));
-      }
-    }
   }
 
   subscribes::ParsedRequest Parsed(const std::string& filter) {
@@ -67,48 +50,23 @@ class WirelessTopThreads : public ::testing::Test {
     return monitor->FilterParser(request.get());
   }
 
-  /// Runs passes, and `call` again and again on each of `threads` other threads until they are done.
-  template <typename Call>
-  void DuringPasses(int threads, Call call) {
-    std::atomic<bool> is_over{false};
-    std::atomic<int> calls{0};
-    std::vector<std::jthread> callers;
-    for (int caller = 0; caller < threads; ++caller) {
-      callers.emplace_back([&, caller] {
-        for (int round = 0; !is_over; ++round) {
-          call(caller, round);
-          ++calls;
-        }
-      });
-    }
-    while (calls == 0) std::this_thread::yield();
-    for (int pass = 1; pass <= kPasses; ++pass) {
-      Refresh(pass);
-      clock.RunPass(kStart + pass * 60);
-    }
-    is_over = true;
-  }
-
-  probe::VirtualClock clock{kStart};
-  probe::ClockInstallation installation{clock};
-  test::Network network;
-  test::MessageCapture messages;
-  std::shared_ptr<Monitor> monitor;
+  RunningEngine engine{&Refresh};
+  std::shared_ptr<Monitor> monitor = MonitoringManager::GetInstance().GetMonitor("wireless_top_monitor");
 };
 
 TEST_F(WirelessTopThreads, PushFirstMessagesOfAllDepthsFromFourThreadsDuringPasses) {
   std::atomic<std::size_t> pushed{0};
-  DuringPasses(4, [&](int caller, int round) {
-    const auto filters = Parsed(TopClients((caller + 7 * round) % (kAccessPoints * kClients)));
+  engine.DuringPasses(4, [&](int caller, int round) {
+    const auto filters = Parsed(TopClients((caller + 7 * round) % (kDeviceCount * kClients)));
     monitor->PushDataBySID({{"x", {{test::Connection(2), filters.at("a")}}}});
     ++pushed;
   });
-  EXPECT_EQ(messages.Take().size(), kPasses + pushed);
+  EXPECT_EQ(engine.Sent().size(), RunningEngine::kPasses + pushed);
 }
 
 TEST_F(WirelessTopThreads, SeeOneStateInEachMessage) {
   std::atomic<int> incomplete{0};
-  DuringPasses(3, [&](int /*caller*/, int round) {
+  engine.DuringPasses(3, [&](int /*caller*/, int round) {
     const auto filter = Parsed(TopClients(5 + round % 50)).at("a");
     const auto& wanted = dynamic_cast<const WirelessTopFilter&>(*filter);
     const std::string text =
@@ -121,17 +79,17 @@ TEST_F(WirelessTopThreads, SeeOneStateInEachMessage) {
     const std::size_t access_points = json_object_array_length(counts);
     const bool is_before_the_first_pass = shown == 0 && access_points == 0;
     if (!is_before_the_first_pass && (shown != static_cast<std::size_t>(wanted.wireless_clients.count) ||
-                                      access_points != static_cast<std::size_t>(kAccessPoints))) {
+                                      access_points != static_cast<std::size_t>(kDeviceCount))) {
       ++incomplete;
     }
   });
   EXPECT_EQ(incomplete, 0);
-  EXPECT_EQ(messages.Take().size(), kPasses);
+  EXPECT_EQ(engine.Sent().size(), RunningEngine::kPasses);
 }
 
 TEST_F(WirelessTopThreads, ParseFiltersFromFourThreadsDuringPasses) {
   std::atomic<int> wrong{0};
-  DuringPasses(4, [&](int caller, int round) {
+  engine.DuringPasses(4, [&](int caller, int round) {
     const int count = caller + round;
     const auto filters = Parsed(TopClients(count));
     if (dynamic_cast<const WirelessTopFilter&>(*filters.at("a")).wireless_clients.count != count) ++wrong;
@@ -140,8 +98,8 @@ TEST_F(WirelessTopThreads, ParseFiltersFromFourThreadsDuringPasses) {
 }
 
 TEST_F(WirelessTopThreads, CleanUpDevicesFromAnotherThreadDuringPasses) {
-  DuringPasses(1, [&](int /*caller*/, int round) { probe::CleanUpDevice(Mac(round % kAccessPoints)); });
-  EXPECT_EQ(messages.Take().size(), kPasses);
+  engine.DuringPasses(1, [&](int /*caller*/, int round) { probe::CleanUpDevice(DeviceMac(round % kDeviceCount)); });
+  EXPECT_EQ(engine.Sent().size(), RunningEngine::kPasses);
 }
 
 }  // namespace
