@@ -44,12 +44,9 @@ class Watched {
 
 void BM_ClientCountPass(benchmark::State& state) {
   Watched watched(state.range(0));
-  const double empty = bench::HeapBytes();
-  watched.FillAllViews();
-  state.counters["bytes_per_device"] = (bench::HeapBytes() - empty) / static_cast<double>(state.range(0));
-  bench::Stopwatch stopwatch;
-  for (auto _ : state) stopwatch.Time([&] { watched.Pass(kMinuteSeconds); });
-  stopwatch.Report(state, "device");
+  state.counters["bytes_per_device"] =
+      bench::HeapGrowth([&] { watched.FillAllViews(); }) / static_cast<double>(state.range(0));
+  bench::TimeRounds(state, "device", [&] { watched.Pass(kMinuteSeconds); });
 }
 BENCHMARK(BM_ClientCountPass)->RangeMultiplier(10)->Range(100, 10'000)->Unit(benchmark::kMillisecond)->Complexity();
 
@@ -58,11 +55,8 @@ void Message(benchmark::State& state, const char* topic) {
   watched.FillAllViews();
   Filter filter;
   filter.interval = monitoring::kView1m;
-  std::size_t bytes = 0;
-  bench::Stopwatch stopwatch;
-  for (auto _ : state) stopwatch.Time([&] { bytes = watched.monitor.GenerateJsonMsg(topic, filter, {"a"}).size(); });
-  state.counters["message_bytes"] = static_cast<double>(bytes);
-  stopwatch.Report(state, "device");
+  bench::TimeTexts(state, "device", "message_bytes",
+                   [&] { return watched.monitor.GenerateJsonMsg(topic, filter, {"a"}); });
 }
 
 void BM_ClientCountMessageByDevice(benchmark::State& state) {

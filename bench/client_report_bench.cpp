@@ -17,9 +17,6 @@
 
 namespace {
 
-using bench::HeapBytes;
-using bench::Stopwatch;
-
 namespace records = vexora_probe::models::controller;
 
 constexpr time_t kSaturday = 1'795'867'200;  // 2026-11-28 12:00:00 UTC, the last day of its week
@@ -113,18 +110,10 @@ class WatchedNetwork {
 /// One pass, with a row for every client in each of seven days and four weeks.
 void BM_ClientReportPass(benchmark::State& state) {
   WatchedNetwork network(state.range(0));
-  const double empty = HeapBytes();
-  network.FillAllPeriods();
   const double rows = static_cast<double>(state.range(0)) * (kKeptDays + kKeptWeeks);
-  state.counters["bytes_per_row"] = (HeapBytes() - empty) / rows;
-  Stopwatch stopwatch;
-  for (auto _ : state) {
-    state.PauseTiming();
-    network.Advance(kMinuteSeconds);
-    state.ResumeTiming();
-    stopwatch.Time([&] { network.Pass(); });
-  }
-  stopwatch.Report(state, "client");
+  state.counters["bytes_per_row"] = bench::HeapGrowth([&] { network.FillAllPeriods(); }) / rows;
+  bench::TimeRounds(
+      state, "client", [&] { network.Advance(kMinuteSeconds); }, [&] { network.Pass(); });
 }
 BENCHMARK(BM_ClientReportPass)
     ->Arg(1'000)
@@ -139,13 +128,8 @@ void BM_ClientReport(benchmark::State& state) {
   WatchedNetwork network(state.range(0));
   network.FillAllPeriods();
   const std::string today = network.Today();
-  std::size_t bytes = 0;
-  Stopwatch stopwatch;
-  for (auto _ : state) {
-    stopwatch.Time([&] { bytes = network.monitor.GetWirelessReport(monitoring::kDaily, today).size(); });
-  }
-  state.counters["report_bytes"] = static_cast<double>(bytes);
-  stopwatch.Report(state, "client");
+  bench::TimeTexts(state, "client", "report_bytes",
+                   [&] { return network.monitor.GetWirelessReport(monitoring::kDaily, today); });
 }
 BENCHMARK(BM_ClientReport)
     ->Arg(1'000)
@@ -158,14 +142,8 @@ BENCHMARK(BM_ClientReport)
 void BM_ClientReportPassAfterTheClockWasSetBack(benchmark::State& state) {
   WatchedNetwork network(state.range(0));
   network.FillAllPeriods();
-  Stopwatch stopwatch;
-  for (auto _ : state) {
-    state.PauseTiming();
-    network.Advance(-kMinuteSeconds);
-    state.ResumeTiming();
-    stopwatch.Time([&] { network.Pass(); });
-  }
-  stopwatch.Report(state, "client");
+  bench::TimeRounds(
+      state, "client", [&] { network.Advance(-kMinuteSeconds); }, [&] { network.Pass(); });
 }
 BENCHMARK(BM_ClientReportPassAfterTheClockWasSetBack)
     ->Arg(1'000)

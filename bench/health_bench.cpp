@@ -15,12 +15,9 @@ constexpr int kClientsEach = 20;
 void BM_HealthPass(benchmark::State& state) {
   const bench::WirelessNetwork network(state.range(0), kClientsEach);
   HealthMonitor monitor;
-  const double empty = bench::HeapBytes();
-  monitor.CollectData();
-  state.counters["bytes_per_device"] = (bench::HeapBytes() - empty) / static_cast<double>(state.range(0));
-  bench::Stopwatch stopwatch;
-  for (auto _ : state) stopwatch.Time([&] { monitor.CollectData(); });
-  stopwatch.Report(state, "device");
+  const auto pass = [&] { monitor.CollectData(); };
+  state.counters["bytes_per_device"] = bench::HeapGrowth(pass) / static_cast<double>(state.range(0));
+  bench::TimeRounds(state, "device", pass);
 }
 BENCHMARK(BM_HealthPass)->RangeMultiplier(10)->Range(100, 10'000)->Unit(benchmark::kMillisecond)->Complexity();
 
@@ -28,13 +25,8 @@ void BM_HealthMessage(benchmark::State& state) {
   const bench::WirelessNetwork network(state.range(0), kClientsEach);
   HealthMonitor monitor;
   monitor.CollectData();
-  std::size_t bytes = 0;
-  bench::Stopwatch stopwatch;
-  for (auto _ : state) {
-    stopwatch.Time([&] { bytes = monitor.GenerateJsonMsg(monitoring::kHealthMonitor, "").size(); });
-  }
-  state.counters["message_bytes"] = static_cast<double>(bytes);
-  stopwatch.Report(state, "device");
+  bench::TimeTexts(state, "device", "message_bytes",
+                   [&] { return monitor.GenerateJsonMsg(monitoring::kHealthMonitor, ""); });
 }
 BENCHMARK(BM_HealthMessage)->RangeMultiplier(10)->Range(100, 10'000)->Unit(benchmark::kMillisecond)->Complexity();
 

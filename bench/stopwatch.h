@@ -3,6 +3,7 @@
 #include <benchmark/benchmark.h>
 #include <malloc.h>
 
+#include <cstddef>
 #include <ctime>
 #include <string>
 
@@ -12,6 +13,14 @@ namespace bench {
 inline double HeapBytes() {
   const struct mallinfo2 heap = mallinfo2();
   return static_cast<double>(heap.uordblks + heap.hblkhd);
+}
+
+/// Octets that the heap grows by in a piece of work.
+template <typename Work>
+double HeapGrowth(Work work) {
+  const double before = HeapBytes();
+  work();
+  return HeapBytes() - before;
 }
 
 /// The processor's time that a piece of work took, summed up and told for each of the things that it was done for.
@@ -41,5 +50,34 @@ class Stopwatch {
 
   double nanoseconds_ = 0;
 };
+
+/// Times a piece of work in every round of a benchmark, and tells its time for each `thing`.
+template <typename Work>
+void TimeRounds(benchmark::State& state, const std::string& thing, Work work) {
+  Stopwatch stopwatch;
+  for (auto _ : state) stopwatch.Time(work);
+  stopwatch.Report(state, thing);
+}
+
+/// The same where each round has to be prepared, which is not timed.
+template <typename Preparation, typename Work>
+void TimeRounds(benchmark::State& state, const std::string& thing, Preparation prepare, Work work) {
+  Stopwatch stopwatch;
+  for (auto _ : state) {
+    state.PauseTiming();
+    prepare();
+    state.ResumeTiming();
+    stopwatch.Time(work);
+  }
+  stopwatch.Report(state, thing);
+}
+
+/// Times the building of a text in every round, and tells its length as the counter `length` too.
+template <typename Build>
+void TimeTexts(benchmark::State& state, const std::string& thing, const std::string& length, Build build) {
+  std::size_t octets = 0;
+  TimeRounds(state, thing, [&] { octets = build().size(); });
+  state.counters[length] = static_cast<double>(octets);
+}
 
 }  // namespace bench

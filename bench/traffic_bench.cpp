@@ -15,9 +15,6 @@
 
 namespace {
 
-using bench::HeapBytes;
-using bench::Stopwatch;
-
 namespace records = vexora_probe::models::controller;
 
 constexpr time_t kStart = 1'795'219'200;
@@ -84,17 +81,10 @@ class WatchedNetwork {
 void BM_TrafficPass(benchmark::State& state) {
   WatchedNetwork network(state.range(0));
   network.Advance(kMinuteSeconds);
-  const double empty = HeapBytes();
-  network.FillAllViews();
-  state.counters["bytes_per_interface"] = (HeapBytes() - empty) / static_cast<double>(state.range(0));
-  Stopwatch stopwatch;
-  for (auto _ : state) {
-    state.PauseTiming();
-    network.Advance(kMinuteSeconds);
-    state.ResumeTiming();
-    stopwatch.Time([&] { network.Pass(); });
-  }
-  stopwatch.Report(state, "interface");
+  state.counters["bytes_per_interface"] =
+      bench::HeapGrowth([&] { network.FillAllViews(); }) / static_cast<double>(state.range(0));
+  bench::TimeRounds(
+      state, "interface", [&] { network.Advance(kMinuteSeconds); }, [&] { network.Pass(); });
 }
 BENCHMARK(BM_TrafficPass)->RangeMultiplier(10)->Range(1'000, 100'000)->Unit(benchmark::kMillisecond)->Complexity();
 
@@ -104,13 +94,8 @@ void BM_TrafficMessage(benchmark::State& state) {
   network.FillAllViews();
   Filter filter;
   filter.interval = monitoring::kView1m;
-  std::size_t bytes = 0;
-  Stopwatch stopwatch;
-  for (auto _ : state) {
-    stopwatch.Time([&] { bytes = network.monitor.GenerateJsonMsg(monitoring::kTrafficMonitor, filter, {"a"}).size(); });
-  }
-  state.counters["message_bytes"] = static_cast<double>(bytes);
-  stopwatch.Report(state, "interface");
+  bench::TimeTexts(state, "interface", "message_bytes",
+                   [&] { return network.monitor.GenerateJsonMsg(monitoring::kTrafficMonitor, filter, {"a"}); });
 }
 BENCHMARK(BM_TrafficMessage)->RangeMultiplier(10)->Range(1'000, 100'000)->Unit(benchmark::kMillisecond)->Complexity();
 
