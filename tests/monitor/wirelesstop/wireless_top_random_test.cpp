@@ -148,25 +148,27 @@ std::string Quoted(const std::string& text) {
 }
 
 /// Entries as a message shows them, without blanks; `has_id`: the key under "id" and the name, else the key as name.
-std::string TrafficText(const std::vector<Row>& rows, bool has_id) {
+template <typename Figures>
+std::string ListText(const std::vector<Row>& rows, bool has_id, Figures figures) {
   std::string text;
   for (const auto& [key, row] : rows) {
     text += text.empty() ? "{" : ",{";
     text += has_id ? "\"id\":" + Quoted(key) + ",\"name\":" + Quoted(row.name) : "\"name\":" + Quoted(key);
-    text += ",\"in\":" + std::to_string(row.in) + ",\"out\":" + std::to_string(row.out) +
-            ",\"total\":" + std::to_string(row.in + row.out) + "}";
+    text += "," + figures(row) + "}";
   }
-  return "\"traffic\":[" + text + "]";
+  return "[" + text + "]";
+}
+
+std::string TrafficText(const std::vector<Row>& rows, bool has_id) {
+  return "\"traffic\":" + ListText(rows, has_id, [](const Known& row) {
+           return "\"in\":" + std::to_string(row.in) + ",\"out\":" + std::to_string(row.out) +
+                  ",\"total\":" + std::to_string(row.in + row.out);
+         });
 }
 
 std::string ClientText(const std::vector<Row>& rows, bool has_id) {
-  std::string text;
-  for (const auto& [key, row] : rows) {
-    text += text.empty() ? "{" : ",{";
-    text += has_id ? "\"id\":" + Quoted(key) + ",\"name\":" + Quoted(row.name) : "\"name\":" + Quoted(key);
-    text += ",\"clients\":" + std::to_string(row.clients) + "}";
-  }
-  return "\"client\":[" + text + "]";
+  return "\"client\":" +
+         ListText(rows, has_id, [](const Known& row) { return "\"clients\":" + std::to_string(row.clients); });
 }
 
 std::string ExpectedBody(const Tables& tables, const WirelessTopFilter& filter) {
