@@ -3,7 +3,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <memory>
 #include <string>
 
@@ -14,22 +13,18 @@
 #include "probe/tasks/memory_cleanup.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/network.h"
+#include "tests/support/taken_text.h"
 
 namespace {
 
 using probe::log::Level;
+using test::TakenText;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using Newest = std::map<std::string, unsigned long long>;
 
 constexpr time_t kStart = 1'795'219'200;
 constexpr const char* kSwitch = "AA:AA:AA:AA:AA:01";
-
-/// The text of a report entry point, freed as a host frees it.
-std::string Taken(char* text) {
-  const std::unique_ptr<char, decltype(&std::free)> owned(text, &std::free);
-  return owned == nullptr ? "(null)" : owned.get();
-}
 
 /// A report monitor that answers with what it was asked for.
 class EchoReport final : public Monitor {
@@ -66,10 +61,10 @@ class EntryPointsTest : public ::testing::Test {
 };
 
 TEST_F(EntryPointsTest, AnswerWithAnEmptyObjectBeforeTheMonitorsAreRegistered) {
-  EXPECT_EQ(Taken(get_wireless_client_report_avail_list("")), "{}");
-  EXPECT_EQ(Taken(get_wireless_network_report_avail_list(nullptr)), "{}");
-  EXPECT_EQ(Taken(get_wireless_client_report(R"({"report_type": "daily"})")), "{}");
-  EXPECT_EQ(Taken(get_wireless_network_report(nullptr)), "{}");
+  EXPECT_EQ(TakenText(get_wireless_client_report_avail_list("")), "{}");
+  EXPECT_EQ(TakenText(get_wireless_network_report_avail_list(nullptr)), "{}");
+  EXPECT_EQ(TakenText(get_wireless_client_report(R"({"report_type": "daily"})")), "{}");
+  EXPECT_EQ(TakenText(get_wireless_network_report(nullptr)), "{}");
 }
 
 TEST_F(EntryPointsTest, AnswerWithAnEmptyObjectAfterTheStop) {
@@ -77,41 +72,42 @@ TEST_F(EntryPointsTest, AnswerWithAnEmptyObjectAfterTheStop) {
   RegisterMonitors();
   clock.AwaitSleeper();
   stop_monitor();
-  EXPECT_EQ(Taken(get_wireless_network_report_avail_list("")), "{}");
-  EXPECT_EQ(Taken(get_wireless_network_report("{}")), "{}");
+  EXPECT_EQ(TakenText(get_wireless_network_report_avail_list("")), "{}");
+  EXPECT_EQ(TakenText(get_wireless_network_report("{}")), "{}");
 }
 
 TEST_F(EntryPointsTest, AskEachReportMonitorForItsPeriods) {
   RegisterReport(monitoring::kWirelessClientReport);
   RegisterReport(monitoring::kWirelessNetworkReport);
-  EXPECT_EQ(Taken(get_wireless_client_report_avail_list("ignored")), "wireless_client_report periods");
-  EXPECT_EQ(Taken(get_wireless_network_report_avail_list(nullptr)), "wireless_network_report periods");
+  EXPECT_EQ(TakenText(get_wireless_client_report_avail_list("ignored")), "wireless_client_report periods");
+  EXPECT_EQ(TakenText(get_wireless_network_report_avail_list(nullptr)), "wireless_network_report periods");
 }
 
 TEST_F(EntryPointsTest, PassTypeAndPeriodOn) {
   RegisterReport(monitoring::kWirelessClientReport);
   RegisterReport(monitoring::kWirelessNetworkReport);
   const char* request = R"({"report_type": "daily", "period": "2026-11-15", "other": 1})";
-  EXPECT_EQ(Taken(get_wireless_client_report(request)), "wireless_client_report [daily] [2026-11-15]");
-  EXPECT_EQ(Taken(get_wireless_network_report(request)), "wireless_network_report [daily] [2026-11-15]");
+  EXPECT_EQ(TakenText(get_wireless_client_report(request)), "wireless_client_report [daily] [2026-11-15]");
+  EXPECT_EQ(TakenText(get_wireless_network_report(request)), "wireless_network_report [daily] [2026-11-15]");
 }
 
 TEST_F(EntryPointsTest, AskWithEmptyTypeAndPeriodForARequestWithoutKeys) {
   RegisterReport(monitoring::kWirelessClientReport);
-  EXPECT_EQ(Taken(get_wireless_client_report("{}")), "wireless_client_report [] []");
+  EXPECT_EQ(TakenText(get_wireless_client_report("{}")), "wireless_client_report [] []");
 }
 
 TEST_F(EntryPointsTest, AskWithEmptyTypeAndPeriodForARequestThatDoesNotParse) {
   RegisterReport(monitoring::kWirelessClientReport);
   for (const char* request : {R"({"report_type": "daily")", "", "daily", "[1]", "null"}) {
-    EXPECT_EQ(Taken(get_wireless_client_report(request)), "wireless_client_report [] []") << request;
+    EXPECT_EQ(TakenText(get_wireless_client_report(request)), "wireless_client_report [] []") << request;
   }
-  EXPECT_EQ(Taken(get_wireless_client_report(nullptr)), "wireless_client_report [] []");
+  EXPECT_EQ(TakenText(get_wireless_client_report(nullptr)), "wireless_client_report [] []");
 }
 
 TEST_F(EntryPointsTest, TakeWhatIsNoTextAsEmpty) {
   RegisterReport(monitoring::kWirelessClientReport);
-  EXPECT_EQ(Taken(get_wireless_client_report(R"({"report_type": 7, "period": null})")), "wireless_client_report [] []");
+  EXPECT_EQ(TakenText(get_wireless_client_report(R"({"report_type": 7, "period": null})")),
+            "wireless_client_report [] []");
 }
 
 TEST_F(EntryPointsTest, RegisterMonitorsAnswersOneAndStartsTheEngine) {
@@ -129,10 +125,10 @@ TEST_F(EntryPointsTest, RegisterMonitorsAnswersOneAndStartsTheEngine) {
 
 TEST_F(EntryPointsTest, RegisterMonitorsBringsTheWirelessClientReport) {
   RegisterMonitors();
-  EXPECT_EQ(Taken(get_wireless_client_report_avail_list(nullptr)), R"({ "daily": [ ], "weekly": [ ] })");
-  EXPECT_EQ(Taken(get_wireless_client_report(R"({"report_type": "daily", "period": "2026-11-15"})")),
+  EXPECT_EQ(TakenText(get_wireless_client_report_avail_list(nullptr)), R"({ "daily": [ ], "weekly": [ ] })");
+  EXPECT_EQ(TakenText(get_wireless_client_report(R"({"report_type": "daily", "period": "2026-11-15"})")),
             R"({ "wireless_clients": [ ], "wireless_guests": [ ], "expire": true })");
-  EXPECT_EQ(Taken(get_wireless_client_report("{}")), R"({ "wireless_clients": [ ], "wireless_guests": [ ] })");
+  EXPECT_EQ(TakenText(get_wireless_client_report("{}")), R"({ "wireless_clients": [ ], "wireless_guests": [ ] })");
 }
 
 TEST_F(EntryPointsTest, ASecondRegistrationKeepsTheFirstMonitorsAndLogsTheRefusedTask) {

@@ -1,8 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <cstdlib>
-#include <memory>
 #include <set>
 #include <string>
 
@@ -12,6 +10,7 @@
 #include "tests/support/local_time.h"
 #include "tests/support/network.h"
 #include "tests/support/running_engine.h"
+#include "tests/support/taken_text.h"
 
 namespace {
 
@@ -47,10 +46,7 @@ void Refresh(test::Network& network, int pass) {
 
 class ClientReportThreads : public ::testing::Test {
  protected:
-  static JsonTree Answer(char* text) {
-    const std::unique_ptr<char, decltype(&std::free)> owned(text, &std::free);
-    return JsonTree(json_tokener_parse(owned.get()));
-  }
+  static JsonTree Answer(char* text) { return JsonTree(json_tokener_parse(test::TakenText(text).c_str())); }
 
   /// Whether the rows of a report are those of one moment between two passes.
   static bool IsOfOneMoment(const JsonTree& report) {

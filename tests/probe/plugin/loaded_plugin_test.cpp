@@ -4,18 +4,18 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <map>
-#include <memory>
 #include <stdexcept>
 #include <string>
 
 #include "tests/probe/app/test_folder.h"
+#include "tests/support/taken_text.h"
 
 namespace probe {
 namespace {
 
+using test::TakenText;
 using ::testing::AllOf;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
@@ -30,12 +30,6 @@ std::string Complaint(const std::string& path) {
   }
 }
 
-/// A report text, as the entry points give it away.
-std::string Text(char* given) {
-  const std::unique_ptr<char, decltype(&std::free)> owner(given, &std::free);
-  return given != nullptr ? given : "(null)";
-}
-
 bool IsLoaded(const std::string& path) {
   void* library = dlopen(path.c_str(), RTLD_NOW | RTLD_NOLOAD);
   if (library != nullptr) dlclose(library);
@@ -47,10 +41,10 @@ TEST(LoadedPlugin, GivesEveryEntryPoint) {
 
   EXPECT_NE(plugin.RegisterMonitors, nullptr);
   EXPECT_NE(plugin.stop_monitor, nullptr);
-  EXPECT_EQ(Text(plugin.get_wireless_client_report("{}")), "{}");
-  EXPECT_EQ(Text(plugin.get_wireless_client_report_avail_list("{}")), "{}");
-  EXPECT_EQ(Text(plugin.get_wireless_network_report("{}")), "{}");
-  EXPECT_EQ(Text(plugin.get_wireless_network_report_avail_list("{}")), "{}");
+  EXPECT_EQ(TakenText(plugin.get_wireless_client_report("{}")), "{}");
+  EXPECT_EQ(TakenText(plugin.get_wireless_client_report_avail_list("{}")), "{}");
+  EXPECT_EQ(TakenText(plugin.get_wireless_network_report("{}")), "{}");
+  EXPECT_EQ(TakenText(plugin.get_wireless_network_report_avail_list("{}")), "{}");
   std::map<std::string, unsigned long long> traffic;
   plugin.GetInterfaceTraffic("00:16:3E:00:00:01", "eth0", traffic);
   EXPECT_THAT(traffic, IsEmpty());

@@ -1,8 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <cstdlib>
-#include <memory>
 #include <string>
 
 #include "monitor/engine/entry_points.h"
@@ -11,6 +9,7 @@
 #include "tests/support/local_time.h"
 #include "tests/support/network.h"
 #include "tests/support/running_engine.h"
+#include "tests/support/taken_text.h"
 
 namespace {
 
@@ -18,7 +17,7 @@ namespace records = vexora_probe::models::controller;
 
 using test::kDeviceCount;
 using test::RunningEngine;
-using Text = std::unique_ptr<char, decltype(&std::free)>;
+using test::TakenText;
 
 void Refresh(test::Network& network, int pass) {
   for (int number = 0; number < kDeviceCount; ++number) {
@@ -44,9 +43,10 @@ class NetworkReportThreads : public ::testing::Test {
 TEST_F(NetworkReportThreads, AreReadByFourHostThreadsDuringPasses) {
   std::atomic<int> filled{0};
   const auto read = [&] {
-    const Text report(get_wireless_network_report(R"({"report_type": "daily", "period": "2026-11-21"})"), &std::free);
-    const Text list(get_wireless_network_report_avail_list(nullptr), &std::free);
-    if (std::string(report.get()).find("Office") != std::string::npos) ++filled;
+    const std::string report =
+        TakenText(get_wireless_network_report(R"({"report_type": "daily", "period": "2026-11-21"})"));
+    TakenText(get_wireless_network_report_avail_list(nullptr));
+    if (report.find("Office") != std::string::npos) ++filled;
     if (vexora_probe::monitor::SampleCountCurrentTime < 0) ADD_FAILURE();
   };
   engine.DuringPasses(4, read, {.count = 60});
