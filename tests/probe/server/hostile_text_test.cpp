@@ -35,8 +35,7 @@ class HostileText : public test::Served {
 TEST_F(HostileText, EverySingleOctetComesThroughAsUtf8) {
   Serve();
   auto client = Subscribed();
-  ASSERT_TRUE(Eventually([&] { return Handles().size() == 1; }));
-  lws* const handle = Handles().front();
+  lws* const handle = AwaitHandle();
   for (int octet = 0; octet < 256; ++octet) {
     const std::string ssid = std::string("a") + static_cast<char>(octet) + "z";
     const std::string expected = octet < 0x80 ? ssid : "a" + kReplacement + "z";
@@ -48,8 +47,7 @@ TEST_F(HostileText, EverySingleOctetComesThroughAsUtf8) {
 TEST_F(HostileText, EveryKindOfBrokenCharacterComesThroughAsUtf8) {
   Serve();
   auto client = Subscribed();
-  ASSERT_TRUE(Eventually([&] { return Handles().size() == 1; }));
-  lws* const handle = Handles().front();
+  lws* const handle = AwaitHandle();
   const char* const broken[] = {
       "\xc0\x80",
       "\xc0\xaf",
@@ -88,8 +86,7 @@ TEST_F(HostileText, EveryKindOfBrokenCharacterComesThroughAsUtf8) {
 TEST_F(HostileText, WellFormedNamesComeThroughAsTheyAre) {
   Serve();
   auto client = Subscribed();
-  ASSERT_TRUE(Eventually([&] { return Handles().size() == 1; }));
-  lws* const handle = Handles().front();
+  lws* const handle = AwaitHandle();
   for (const std::string ssid :
        {"Café", "東京", "\xf0\x9f\x98\x80", "\xef\xbf\xbf", "\xf4\x8f\xbf\xbf", "\"}],{[\\/<b>", "\r\n\t"})
     EXPECT_EQ(ThroughTheWire(client, handle, ssid), ssid);

@@ -3,6 +3,7 @@
 #include <poll.h>
 
 #include <nlohmann/json.hpp>
+#include <stdexcept>
 
 #include "monitor/engine/filter.h"
 #include "platform/sending.h"
@@ -91,6 +92,13 @@ std::vector<lws*> Served::Handles(const std::string& sid) {
   const auto connections = service.GetSubscribeList("Topic")[sid];
   for (const auto& [connection, filter] : connections) handles.push_back(connection);
   return handles;
+}
+
+lws* Served::AwaitHandle() {
+  std::vector<lws*> handles;
+  const auto is_alone = [&] { return (handles = Handles()).size() == 1; };
+  if (!Eventually(is_alone)) throw std::runtime_error("not one connection, but " + std::to_string(handles.size()));
+  return handles.front();
 }
 
 void Served::Push(lws* connection, const std::string& text) {

@@ -60,6 +60,8 @@ class Served : public ::testing::Test {
 
   /// The connections subscribed to "Topic" under a SID.
   std::vector<lws*> Handles(const std::string& sid = "a");
+  /// The one connection subscribed to "Topic" under "a", once there is one; ends the test when that does not come.
+  lws* AwaitHandle();
   /// Sends as the engine does, on this thread.
   static void Push(lws* connection, const std::string& text);
   /// Whether a log line with this text has come.

@@ -62,8 +62,7 @@ TEST_F(WebServerStopTest, IsNotHeldUpByClientsThatSayNothing) {
   test::RawClient stuck(server->port(), "127.0.0.1", 4096);
   stuck.Upgrade();
   stuck.SendFrame(1, test::SubscribeText({"a"}));
-  ASSERT_TRUE(Eventually([&] { return Handles().size() == 1; }));
-  Push(Handles().front(), Envelope("a", 1, 24 * 1024 * 1024));
+  Push(AwaitHandle(), Envelope("a", 1, 24 * 1024 * 1024));
   ASSERT_TRUE(stuck.WaitForOctets(200));
   EXPECT_LT(TimeToStop(), 900ms);
   EXPECT_THAT(Handles(), IsEmpty());
@@ -82,8 +81,7 @@ TEST_F(WebServerStopTest, StopsWhileOtherThreadsKeepSending) {
   for (int round = 0; round < 10; ++round) {
     Serve();
     auto client = Subscribed("a");
-    ASSERT_TRUE(Eventually([&] { return Handles().size() == 1; }));
-    lws* const handle = Handles().front();
+    lws* const handle = AwaitHandle();
     std::atomic<bool> is_over{false};
     std::atomic<int> sent{0};
     const auto keep_sending = [&](const std::string& sid) {

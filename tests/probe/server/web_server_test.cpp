@@ -88,7 +88,7 @@ TEST_F(WebServerTest, DeliversAMessageOfManyMebibytesWhole) {
   Serve();
   auto client = Subscribed();
   const std::string large = Envelope("a", 1, 32 * 1024 * 1024);
-  Push(Handles().front(), large);
+  Push(AwaitHandle(), large);
   EXPECT_TRUE(Next(client) == large);
 }
 
@@ -242,8 +242,7 @@ TEST_F(WebServerTest, NeverGivesAHandleTwice) {
   std::set<lws*> handles;
   for (int i = 0; i < 20; ++i) {
     auto client = Subscribed();
-    ASSERT_TRUE(Eventually([&] { return Handles().size() == 1; }));
-    handles.insert(Handles().front());
+    handles.insert(AwaitHandle());
     client.Close();
     ASSERT_TRUE(Eventually([&] { return Handles().empty(); }));
   }
@@ -253,8 +252,7 @@ TEST_F(WebServerTest, NeverGivesAHandleTwice) {
 TEST_F(WebServerTest, DropsAMessageForAConnectionThatIsGone) {
   Serve();
   auto gone = Subscribed();
-  ASSERT_TRUE(Eventually([&] { return Handles().size() == 1; }));
-  lws* const handle = Handles().front();
+  lws* const handle = AwaitHandle();
   gone.Close();
   ASSERT_TRUE(Eventually([&] { return Handles().empty(); }));
   auto next = Subscribed();
@@ -267,7 +265,7 @@ TEST_F(WebServerTest, ForgetsTheSubscriptionsOfAClientThatResetsTheConnection) {
   test::RawClient client(server->port());
   client.Upgrade();
   client.SendFrame(1, SubscribeText({"a"}));
-  ASSERT_TRUE(Eventually([&] { return Handles().size() == 1; }));
+  AwaitHandle();
   client.Reset();
   EXPECT_TRUE(Eventually([&] { return Handles().empty(); }));
 }
