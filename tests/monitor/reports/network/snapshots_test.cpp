@@ -28,9 +28,9 @@ Networks Sample(const char* band, std::uint32_t clients, double speed) {
 /// An access point with one network on both bands, and one that has it on the lower band alone.
 DeviceDaySamples TwoDevices() {
   return {{"ap1",
-           {{"Office|3|0|2.4GHz", {{"100", Sample(kLowerBand, 4, 1)}, {"105", Sample(kLowerBand, 1, 0.5)}}},
-            {"Office|3|0|5GHz", {{"105", Sample(kUpperBand, 3, 2)}}}}},
-          {"ap2", {{"Office|3|0|2.4GHz", {{"100", Sample(kLowerBand, 8, 4)}}}}}};
+           {{"Office|3|0|2.4GHz", {{"100", Sample("2.4GHz", 4, 1)}, {"105", Sample("2.4GHz", 1, 0.5)}}},
+            {"Office|3|0|5GHz", {{"105", Sample("5GHz", 3, 2)}}}}},
+          {"ap2", {{"Office|3|0|2.4GHz", {{"100", Sample("2.4GHz", 8, 4)}}}}}};
 }
 
 TEST(Snapshots, LogADeviceWithoutANetwork) {
