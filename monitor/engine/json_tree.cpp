@@ -30,14 +30,23 @@ JsonTree NewBoolean(bool value) {
   return JsonTree(json_object_new_boolean(value ? 1 : 0));
 }
 
-void Add(const JsonTree& object, const char* key, JsonTree member) {
+namespace {
+
+void Add(const JsonTree& object, const char* key, JsonTree member, unsigned options) {
   if (object == nullptr || member == nullptr) return;
   json_object* added = member.release();
-  if (json_object_object_add(object.get(), key, added) != 0) json_object_put(added);
+  if (json_object_object_add_ex(object.get(), key, added, options) != 0) json_object_put(added);
+}
+
+}  // namespace
+
+void Add(const JsonTree& object, const char* key, JsonTree member) {
+  Add(object, key, std::move(member), JSON_C_OBJECT_KEY_IS_CONSTANT);
 }
 
 void Add(const JsonTree& object, const std::string& key, JsonTree member) {
-  Add(object, key.c_str(), std::move(member));
+  constexpr unsigned kCopyTheKey = 0;
+  Add(object, key.c_str(), std::move(member), kCopyTheKey);
 }
 
 void AddShared(const JsonTree& object, const char* key, json_object* member) {
@@ -56,18 +65,22 @@ void Append(const JsonTree& array, JsonTree element) {
   if (json_object_array_add(array.get(), added) != 0) json_object_put(added);
 }
 
-JsonTree KeptAsText(JsonTree tree) {
-  if (tree == nullptr) return tree;
+JsonTree WrittenAs(const char* text) {
   constexpr int kNoElements = 1;  // the smallest room that json-c knows
   JsonTree leaf(json_object_new_array_ext(kNoElements));
-  const char* text = json_object_to_json_string(tree.get());
   char* kept = text == nullptr ? nullptr : strdup(text);
   if (leaf == nullptr || kept == nullptr) {
     std::free(kept);
-    return tree;
+    return nullptr;
   }
   json_object_set_serializer(leaf.get(), &json_object_userdata_to_json_string, kept, &json_object_free_userdata);
   return leaf;
+}
+
+JsonTree KeptAsText(JsonTree tree) {
+  if (tree == nullptr) return tree;
+  JsonTree leaf = WrittenAs(json_object_to_json_string(tree.get()));
+  return leaf == nullptr ? std::move(tree) : std::move(leaf);
 }
 
 JsonTree NewSidArray(const std::vector<std::string>& sids) {

@@ -25,6 +25,8 @@ JsonTree NewReal(double value);  ///< Written with up to 17 digits; infinity and
 JsonTree NewBoolean(bool value);
 
 /// Puts `member` under `key`, in place of what stood there. A member that could not be allocated is left out.
+///
+/// A `key` that is no `std::string` is not copied, and must live as long as the object: a literal or a constant.
 void Add(const JsonTree& object, const char* key, JsonTree member);
 void Add(const JsonTree& object, const std::string& key, JsonTree member);
 
@@ -36,6 +38,10 @@ bool HasMembers(const JsonTree& object);
 
 /// Appends `element`, unless it could not be allocated.
 void Append(const JsonTree& array, JsonTree element);
+
+/// A value that serialises as `text`, which is copied and must be JSON. To whoever walks it, it is an empty array. Null
+/// for null, and when it cannot be allocated.
+JsonTree WrittenAs(const char* text);
 
 /// The same tree, kept as its JSON text alone, which takes a tenth of the memory. It serialises as before; to whoever
 /// walks it, it is an empty array. Null for null.

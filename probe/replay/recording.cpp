@@ -3,11 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <fstream>
-#include <memory>
-#include <set>
 #include <utility>
-#include <vector>
 
+#include "probe/replay/line_json.h"
 #include "probe/sources/recorded/members.h"
 
 namespace probe::recording {
@@ -20,39 +18,6 @@ constexpr int kVersion = 1;
 constexpr std::array<const char*, 4> kReportEntries{
     "get_wireless_client_report", "get_wireless_client_report_avail_list", "get_wireless_network_report",
     "get_wireless_network_report_avail_list"};
-
-/// Objects and arrays within one another in one line; more would outgrow json-c's reader on the way to the plug-in.
-constexpr int kMostDepth = 30;
-
-/// Refuses, while a line is read, what no reader after this one would notice.
-class LineCheck {
- public:
-  bool operator()(int depth, Json::parse_event_t event, const Json& value) {
-    if (depth > kMostDepth) throw MalformedRecording("nested too deeply");
-    if (event == Json::parse_event_t::object_start) keys_.emplace_back();
-    if (event == Json::parse_event_t::object_end) keys_.pop_back();
-    if (event == Json::parse_event_t::key && !keys_.back().insert(value.get<std::string>()).second) {
-      throw MalformedRecording("duplicate member " + value.get<std::string>());
-    }
-    return true;
-  }
-
- private:
-  std::vector<std::set<std::string>> keys_;  // of each object that is open
-};
-
-Json Parsed(const std::string& text) {
-  try {
-    auto check = std::make_shared<LineCheck>();
-    return Json::parse(text, [check](int depth, Json::parse_event_t event, const Json& value) {
-      return (*check)(depth, event, value);
-    });
-  } catch (const Json::parse_error& error) {
-    throw MalformedRecording("no JSON: at octet " + std::to_string(error.byte));
-  } catch (const Json::exception&) {
-    throw MalformedRecording("no JSON: a number is too large");
-  }
-}
 
 /// Whether the tz database has a zone of this name, which is the same on every machine.
 bool IsTimezone(const std::string& name) {
@@ -81,33 +46,33 @@ std::string Text(const Json& value, const char* name) {
   return value.get<std::string>();
 }
 
-Line ParseDevice(const Json& value) {
+Line ParseDevice(Json& value) {
   Members members(value, "device");
   auto mac = Required<std::string>(members, "mac");
-  const Json* set = members.Object("set");
-  const Json* merge = members.Object("merge");
+  const bool is_set = members.Object("set") != nullptr;
+  const bool is_merge = members.Object("merge") != nullptr;
   bool is_forgotten = false;
   members.Read("forget", is_forgotten);
   members.Finish();
-  if ((set != nullptr) + (merge != nullptr) + is_forgotten != 1) {
+  if (is_set + is_merge + is_forgotten != 1) {
     throw MalformedRecording("device must have one of set, merge and forget");
   }
-  if (set != nullptr) return SetDevice{std::move(mac), *set};
-  if (merge != nullptr) return MergeDevice{std::move(mac), *merge};
+  if (is_set) return SetDevice{std::move(mac), std::move(value["set"])};
+  if (is_merge) return MergeDevice{std::move(mac), std::move(value["merge"])};
   return ForgetDevice{std::move(mac)};
 }
 
-Line ParseCleanUp(const Json& value) {
+Line ParseCleanUp(Json& value) {
   return CleanUp{Text(value, "cleanup")};
 }
 
-Line ParseClock(const Json& value) {
+Line ParseClock(Json& value) {
   const Json wrapped{{"clock", value}};
   Members members(wrapped, "");
   return SetClock{Required<time_t>(members, "clock")};
 }
 
-Line ParsePass(const Json& value) {
+Line ParsePass(Json& value) {
   Members members(value, "pass");
   RunPasses passes;
   if (members.Find("at") != nullptr) passes.at = Required<time_t>(members, "at");
@@ -120,7 +85,7 @@ Line ParsePass(const Json& value) {
   return passes;
 }
 
-Line ParseSubscribe(const Json& value) {
+Line ParseSubscribe(Json& value) {
   Members members(value, "subscribe");
   Subscribe subscribe{.topic = Required<std::string>(members, "topic"),
                       .connection = Required<std::string>(members, "connection"),
@@ -130,7 +95,7 @@ Line ParseSubscribe(const Json& value) {
   return subscribe;
 }
 
-Line ParseUnsubscribe(const Json& value) {
+Line ParseUnsubscribe(Json& value) {
   Members members(value, "unsubscribe");
   Unsubscribe unsubscribe{.topic = Required<std::string>(members, "topic"),
                           .connection = Required<std::string>(members, "connection"),
@@ -139,16 +104,16 @@ Line ParseUnsubscribe(const Json& value) {
   return unsubscribe;
 }
 
-Line ParseDisconnect(const Json& value) {
+Line ParseDisconnect(Json& value) {
   return Disconnect{Text(value, "disconnect")};
 }
 
-Line ParseSender(const Json& value) {
+Line ParseSender(Json& value) {
   if (!value.is_boolean()) throw MalformedRecording("sender must be true or false");
   return SetSender{value.get<bool>()};
 }
 
-Line ParseCall(const Json& value) {
+Line ParseCall(Json& value) {
   Members members(value, "call");
   const auto entry = Required<std::string>(members, "entry");
   if (entry == kTrafficEntry) {
@@ -166,14 +131,14 @@ Line ParseCall(const Json& value) {
   return call;
 }
 
-Line ParseStop(const Json& value) {
+Line ParseStop(Json& value) {
   Members(value, "stop").Finish();
   return Stop{};
 }
 
 struct Keyword {
   const char* name;
-  Line (*parse)(const Json& value);
+  Line (*parse)(Json& value);  // may take parts of the value for the line
 };
 
 constexpr std::array<Keyword, 10> kKeywords{{{"device", ParseDevice},
@@ -190,7 +155,7 @@ constexpr std::array<Keyword, 10> kKeywords{{{"device", ParseDevice},
 }  // namespace
 
 Header ParseHeader(const std::string& text) {
-  const Json line = Parsed(text);
+  const Json line = ParseJson(text);
   Members members(line, "");
   Header header;
   if (Required<std::int32_t>(members, "recording") != kVersion) throw MalformedRecording("recording must be 1");
@@ -202,7 +167,7 @@ Header ParseHeader(const std::string& text) {
 }
 
 Line ParseLine(const std::string& text) {
-  const Json line = Parsed(text);
+  Json line = ParseJson(text);
   if (!line.is_object() || line.size() != 1) throw MalformedRecording("the line must be an object with one key");
   const std::string& name = line.begin().key();
   for (const Keyword& keyword : kKeywords) {

@@ -72,9 +72,9 @@ void ReplayHost::StopEngine() {
   is_stopped_ = true;
 }
 
-void ReplayHost::Do(const recording::Line& line) {
+void ReplayHost::Do(recording::Line line) {
   std::visit(
-      [this](const auto& wanted) {
+      [this](auto& wanted) {
         using Wanted = std::decay_t<decltype(wanted)>;
         constexpr bool kGoesOnAfterStop =
             std::is_same_v<Wanted, recording::CallReport> || std::is_same_v<Wanted, recording::CallTraffic> ||
@@ -88,9 +88,9 @@ void ReplayHost::Do(const recording::Line& line) {
       line);
 }
 
-void ReplayHost::Do(const recording::SetDevice& line) {
+void ReplayHost::Do(recording::SetDevice& line) {
   DeviceCentre::Instance().Replace(line.mac, SnapshotOf(line.state));
-  states_[line.mac] = line.state;
+  states_[line.mac] = std::move(line.state);
 }
 
 void ReplayHost::Do(const recording::MergeDevice& line) {

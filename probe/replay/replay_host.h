@@ -35,7 +35,7 @@ class ReplayHost {
   /// Does what one line asks for, and returns when it is done.
   ///
   /// Fails: throws `MalformedRecording` for what cannot be done.
-  void Do(const recording::Line& line);
+  void Do(recording::Line line);
 
   /// What the passes have cost so far.
   PassCost cost() const { return meter_.cost(); }
@@ -43,7 +43,7 @@ class ReplayHost {
  private:
   class Send;
 
-  void Do(const recording::SetDevice& line);
+  void Do(recording::SetDevice& line);
   void Do(const recording::MergeDevice& line);
   void Do(const recording::ForgetDevice& line);
   void Do(const recording::CleanUp& line);

@@ -63,20 +63,21 @@ void ReplayOutput::Mute() {
   is_muted_ = true;
 }
 
-std::string ReplayOutput::LineOf(const Event& event) {
+std::string ReplayOutput::LineOf(Event event) {
   // the way of the envelope of a push, so that one name looks the same in a message, a report and a log line
-  const std::string text = ReplaceInvalidUtf8(event.text);
+  std::string text = ReplaceInvalidUtf8(std::move(event.text));
   switch (event.kind) {
     case Event::Kind::kPush:
-      return Dumped({{"push", {{"pass", event.pass}, {"at", event.at}, {"connection", event.name}, {"text", text}}}});
+      return Dumped(
+          {{"push", {{"pass", event.pass}, {"at", event.at}, {"connection", event.name}, {"text", std::move(text)}}}});
     case Event::Kind::kReturn:
-      return Dumped({{"return", {{"entry", event.name}, {"at", event.at}, {"text", text}}}});
+      return Dumped({{"return", {{"entry", event.name}, {"at", event.at}, {"text", std::move(text)}}}});
     case Event::Kind::kReturnMap:
       return Dumped({{"return", {{"entry", event.name}, {"at", event.at}, {"out", event.out}}}});
     case Event::Kind::kLog:
       break;
   }
-  return Dumped({{"log", {{"level", event.name}, {"module", event.module}, {"text", text}}}});
+  return Dumped({{"log", {{"level", event.name}, {"module", event.module}, {"text", std::move(text)}}}});
 }
 
 void ReplayOutput::Flush() {
@@ -85,7 +86,7 @@ void ReplayOutput::Flush() {
     const std::lock_guard held(lock_);
     events.swap(events_);
   }
-  for (const Event& event : events) stream_ << LineOf(event) << '\n';
+  for (Event& event : events) stream_ << LineOf(std::move(event)) << '\n';
   stream_.flush();
 }
 

@@ -45,7 +45,7 @@ class ReplayOutput {
   };
 
   void Keep(Event event);
-  static std::string LineOf(const Event& event);
+  static std::string LineOf(Event event);
 
   std::ostream& stream_;
   std::mutex lock_;

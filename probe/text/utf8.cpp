@@ -3,7 +3,9 @@
 #include <utf8.h>
 
 #include <array>
+#include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <iterator>
 #include <utility>
 
@@ -18,10 +20,24 @@ bool IsHarmful(char32_t character) {
          is_within(0x2066, 0x2069) || character == 0x061c;
 }
 
+/// Whether no octet has its top bit set. Most texts are so, and this is read eight octets at a time.
+bool IsAscii(std::string_view text) {
+  std::uint64_t bits = 0;
+  while (text.size() >= sizeof bits) {
+    std::uint64_t octets = 0;
+    std::memcpy(&octets, text.data(), sizeof octets);
+    bits |= octets;
+    text.remove_prefix(sizeof octets);
+  }
+  for (const char octet : text) bits |= static_cast<unsigned char>(octet);
+  constexpr std::uint64_t kTopBits = 0x8080808080808080;
+  return (bits & kTopBits) == 0;
+}
+
 }  // namespace
 
 bool IsUtf8(std::string_view text) {
-  return utf8::is_valid(text.begin(), text.end());
+  return IsAscii(text) || utf8::is_valid(text.begin(), text.end());
 }
 
 std::string ReplaceInvalidUtf8(std::string text) {

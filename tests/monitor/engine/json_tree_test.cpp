@@ -82,6 +82,21 @@ TEST(JsonTree, SerialisesAnArrayThatIsKeptAsTextAsBefore) {
   EXPECT_STREQ(json_object_to_json_string(KeptAsText(NewArray()).get()), "[ ]");
 }
 
+TEST(JsonTree, SerialisesWhatIsWrittenAsATextAsThatText) {
+  const JsonTree object = NewObject();
+  Add(object, "a", WrittenAs("[ { \"b\": 1 } ]"));
+  EXPECT_EQ(Text(object), R"({"a":[ { "b": 1 } ]})");
+  EXPECT_EQ(WrittenAs(nullptr), nullptr);
+}
+
+TEST(JsonTree, CopiesAKeyThatIsNoConstant) {
+  const JsonTree object = NewObject();
+  std::string key = "first key of many letters, too long for a short one";
+  Add(object, key, NewInteger(1));
+  key.assign("x");
+  EXPECT_EQ(Text(object), R"({"first key of many letters, too long for a short one":1})");
+}
+
 TEST(JsonTree, KeepsNothingAsTextOfWhatCouldNotBeAllocated) {
   EXPECT_EQ(KeptAsText(nullptr), nullptr);
   const JsonTree array = NewArray();
