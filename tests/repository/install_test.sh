@@ -44,6 +44,7 @@ grep -q 'platform/device_centre.h' "$folder/host.cpp" || fail "the headers are m
   fail "the installed headers do not compile"
 
 # The probe finds its plug-in and its pages, wherever it was put and is started.
+: >"$folder/probe.log" # read before the probe may have opened it
 "$prefix/bin/vexora-probe" --config "$prefix/share/doc/vexora-probe/examples/probe.toml" --simulated --speed 3600 --port 0 \
   >"$folder/probe.log" 2>&1 &
 probe=$!
