@@ -1,0 +1,43 @@
+#include <cstddef>
+#include <cstdint>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <variant>
+
+#include "fuzz/require.h"
+#include "probe/replay/recording.h"
+#include "probe/sources/recorded/device_state.h"
+#include "probe/sources/recorded/members.h"
+
+using fuzzing::Require;
+
+namespace {
+
+/// Reads, or refuses with a reason; anything else that is thrown ends the run.
+template <typename Read>
+void ReadOrRefuse(Read read) {
+  try {
+    read();
+  } catch (const probe::MalformedRecording& refusal) {
+    Require(refusal.what()[0] != '\0');
+  }
+}
+
+/// A state that was understood is written so that it is understood the same way again.
+void RequireStable(const nlohmann::ordered_json& state) {
+  const nlohmann::ordered_json written = probe::StateOf(probe::SnapshotOf(state));
+  Require(probe::StateOf(probe::SnapshotOf(written)) == written);
+}
+
+}  // namespace
+
+/// The octets as the first line of a recording, and as a further one.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const std::string text(reinterpret_cast<const char*>(data), size);
+  ReadOrRefuse([&] { probe::recording::ParseHeader(text); });
+  ReadOrRefuse([&] {
+    const probe::recording::Line line = probe::recording::ParseLine(text);
+    if (const auto* set = std::get_if<probe::recording::SetDevice>(&line)) RequireStable(set->state);
+  });
+  return 0;
+}
