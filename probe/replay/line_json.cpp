@@ -18,7 +18,7 @@ constexpr std::size_t kMostDepth = 30;
 /// Builds the value of a line. Refuses on the way what no reader after it would notice.
 class Builder final : public nlohmann::json_sax<Json> {
  public:
-  Json root;
+  explicit Builder(Json& root) : root_(root) {}
 
   bool null() override { return Add(nullptr); }
   bool boolean(bool value) override { return Add(value); }
@@ -65,11 +65,12 @@ class Builder final : public nlohmann::json_sax<Json> {
 
   /// Puts a value where the next one belongs. It stays there for as long as it is open itself.
   Json& Place(Json value) {
-    if (open_.empty()) return root = std::move(value);
+    if (open_.empty()) return root_ = std::move(value);
     if (open_.back()->is_object()) return *member_ = std::move(value);
     return open_.back()->emplace_back(std::move(value));
   }
 
+  Json& root_;
   std::vector<Json*> open_;  // objects and arrays, each within the one before
   Json* member_ = nullptr;   // of the innermost object, whose value comes next
 };
@@ -77,9 +78,10 @@ class Builder final : public nlohmann::json_sax<Json> {
 }  // namespace
 
 nlohmann::ordered_json ParseJson(const std::string& text) {
-  Builder builder;
+  Json value;
+  Builder builder(value);
   Json::sax_parse(text, &builder);
-  return std::move(builder.root);
+  return value;
 }
 
 }  // namespace probe::recording
