@@ -123,13 +123,14 @@ TEST_F(ClientReportMessageTest, TakesADayOrWeekOfTheFutureForAWholeOne) {
   EXPECT_EQ(Share("weekly", kThisWeek), (std::pair{3'600, 0.5}));  // 3'600'000 / 604'800 is 5
 }
 
+#if __WORDSIZE == 64  // elsewhere there are no such times
 TEST_F(ClientReportMessageTest, ShowsMomentsAfterTheEndOf32BitTimes) {
-  if (sizeof(time_t) == 4) GTEST_SKIP() << "times of 32 bits end in 2038";
   Online(At(2038, 1, 19, 3, 14), At(2038, 1, 19, 3, 15));
   EXPECT_THAT(Day("2038-01-19"), ElementsAre("laptop 2038-01-19 03:14:00 - 2038-01-19 03:15:00, 60 s, up 0, down 0"));
   Online(At(2107, 6, 1, 12), At(2107, 6, 1, 12, 1));
   EXPECT_THAT(Day("2107-06-01"), ElementsAre("laptop 2107-06-01 12:00:00 - 2107-06-01 12:01:00, 60 s, up 0, down 0"));
 }
+#endif
 
 TEST_F(ClientReportMessageTest, ShowsZeroPercentOfAPeriodThatBeginsThisSecond) {
   InOffice({Laptop()});
