@@ -112,9 +112,10 @@ describe.each([
   test('has every peak of clients', async () => {
     const { page, context, complaints } = await openPage(browser, probe.url);
     await page.goto(`${probe.url}/#/clients?view=${view}`);
-    await page.getByText('Show as a table').first().click();
+    const card = page.locator('section').filter({ has: page.getByRole('heading', { name: 'By network' }) });
+    await card.getByText('Show as a table').click();
     const shown = async (): Promise<string[]> =>
-      page.locator('details').first().locator('tbody tr').evaluateAll((rows) => rows.map((row) => `${row.querySelector('th')?.textContent} ${row.querySelector('data')?.value}`).filter((row) => !row.endsWith(' ')));
+      card.locator('details tbody tr').evaluateAll((rows) => rows.map((row) => `${row.querySelector('th')?.textContent} ${row.querySelector('data')?.value}`).filter((row) => !row.endsWith(' ')));
     const told = async (): Promise<string[]> => {
       const { ssids_clients_counts: series } = await bodyOf(probe, 'SSIDClientCountMonitor', view);
       const all = (series as Record<string, Record<string, number>>)['ssid_client_count_all'] ?? {};

@@ -115,11 +115,11 @@ describe('the overview', () => {
     expect(watched.page.url()).toContain('search=KITCHEN');
     expect(watched.page.url()).toContain('sort=device');
     const names = watched.page.locator('tbody th bdi');
-    expect(await names.allTextContents()).toEqual(['ap1-kitchen', 'ap2-kitchen']);
+    await expect.poll(() => names.allTextContents()).toEqual(['ap1-kitchen', 'ap2-kitchen']);
     await watched.page.reload();
     await expect.poll(() => names.allTextContents()).toEqual(['ap1-kitchen', 'ap2-kitchen']);
     await watched.page.getByRole('button', { name: 'Device' }).click();
-    expect(await names.allTextContents()).toEqual(['ap2-kitchen', 'ap1-kitchen']);
+    await expect.poll(() => names.allTextContents()).toEqual(['ap2-kitchen', 'ap1-kitchen']);
     await names.first().click();
     await watched.page.getByRole('heading', { name: 'Traffic of ap2-kitchen' }).waitFor();
   });
