@@ -6,6 +6,7 @@
 
 #include <functional>
 #include <memory>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -47,6 +48,8 @@ struct Candidate {
   const char* filter = "{}";
   bool remembers = true;  ///< What it shows depends on the passes before the last.
   int passes = 1;         ///< Between two samples.
+
+  friend std::ostream& operator<<(std::ostream& out, const Candidate& candidate) { return out << candidate.name; }
 };
 
 template <typename Kind>
