@@ -12,6 +12,8 @@
 
 namespace probe {
 
+class ServerRun;
+
 /// The probe's door to the network: an HTTP server whose websocket clients subscribe to topics and get their messages.
 ///
 /// One thread of its own owns all sockets. Messages come in from any thread through `GetSalSendByCon`, which puts them
@@ -55,12 +57,10 @@ class WebServer {
   std::vector<std::string> addresses() const;
 
  private:
-  class Running;
-
   ServerSettings settings_;
   SubscriptionService& service_;
   HttpService http_;
-  std::unique_ptr<Running> running_;
+  std::unique_ptr<ServerRun> running_;
 };
 
 }  // namespace probe
