@@ -22,13 +22,13 @@ export class ProbeProcess {
     return `http://127.0.0.1:${this.port}`;
   }
 
-  /** Starts one and waits until it listens. `configuration`: the text of its configuration file. */
-  static async start(args: string[], port = 0, configuration = ''): Promise<ProbeProcess> {
+  /** Starts one and waits until it listens. `configuration`: the text of its configuration file; `zone`: where it stands. */
+  static async start(args: string[], port = 0, configuration = '', zone = 'UTC'): Promise<ProbeProcess> {
     const folder = mkdtempSync(join(tmpdir(), 'vexora-'));
     const file = join(folder, 'probe.toml');
     writeFileSync(file, configuration);
     const child = spawn(program, ['--config', file, '--port', String(port), ...args, ...furtherArguments], {
-      env: { ...process.env, TZ: 'UTC' },
+      env: { ...process.env, TZ: zone },
       stdio: ['ignore', 'pipe', 'pipe'],
     });
     const listensAt = await new Promise<number>((resolve, reject) => {
