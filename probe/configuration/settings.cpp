@@ -151,7 +151,10 @@ void ReadToken(Settings& settings, const KeyLines& lines, Complaints& complaints
     return;
   }
   std::ifstream file(settings.token_file);
-  if (!std::getline(file, settings.server.token) || settings.server.token.empty()) {
+  std::string& token = settings.server.token;
+  std::getline(file, token);
+  if (token.ends_with('\r')) token.pop_back();  // the line of an editor that ends its lines so
+  if (token.empty()) {
     complaints.Add(lines.at(key), key, "no token can be read from \"" + settings.token_file + "\"");
   }
 }

@@ -254,18 +254,22 @@ TEST_F(SettingsFile, MayBeEmpty) {
 }
 
 TEST_F(SettingsFile, NamesATokenFileWhoseLineIsTheToken) {
-  const std::string token_file = Write("token", "open sesame\n");
+  for (const char* text : {"open sesame\n", "open sesame\r\n", "open sesame"}) {
+    const std::string token_file = Write("token", text);
 
-  const Settings settings = ParseSettings("[server]\ntoken_file = \"" + token_file + "\"\n", "probe.toml");
+    const Settings settings = ParseSettings("[server]\ntoken_file = \"" + token_file + "\"\n", "probe.toml");
 
-  EXPECT_EQ(settings.server.token, "open sesame");
+    EXPECT_EQ(settings.server.token, "open sesame") << text;
+  }
 }
 
 TEST_F(SettingsFile, RefusesATokenFileThatHoldsNothing) {
-  const std::string token_file = Write("token", "\n");
+  for (const char* text : {"\n", "\r\n", ""}) {
+    const std::string token_file = Write("token", text);
 
-  EXPECT_EQ(Complaint("[server]\ntoken_file = \"" + token_file + "\"\n"),
-            "probe.toml:2: server.token_file: no token can be read from \"" + token_file + "\"");
+    EXPECT_EQ(Complaint("[server]\ntoken_file = \"" + token_file + "\"\n"),
+              "probe.toml:2: server.token_file: no token can be read from \"" + token_file + "\"");
+  }
 }
 
 }  // namespace
