@@ -19,7 +19,9 @@ void Find(void* library, const std::string& path, const char* name, const char* 
 }  // namespace
 
 LoadedPlugin::LoadedPlugin(const std::string& path) {
-  library_ = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+  if (path.empty()) throw std::runtime_error("the plug-in cannot be loaded: the name of its file is empty");
+  // a name without a slash would be looked for in the folders of the system's libraries
+  library_ = dlopen(std::filesystem::absolute(path).c_str(), RTLD_NOW | RTLD_LOCAL);
   if (library_ == nullptr) {
     const char* reason = dlerror();  // NOLINT(concurrency-mt-unsafe): each thread has its own text
     throw std::runtime_error(std::string("the plug-in cannot be loaded: ") + reason);

@@ -1,23 +1,14 @@
 #include "probe/recording/recorder.h"
 
 #include <cstdint>
-#include <cstdlib>
-#include <filesystem>
 #include <stdexcept>
 #include <utility>
 
+#include "probe/logging/log.h"
+#include "probe/sources/recorded/timezone_name.h"
+
 namespace probe {
 namespace {
-
-/// The name of the process's time zone in the tz database.
-std::string TimezoneName() {
-  const std::string zones = "/usr/share/zoneinfo/";
-  const char* set = std::getenv("TZ");  // NOLINT(concurrency-mt-unsafe): nobody changes the environment
-  if (set != nullptr && *set != '\0') return *set == ':' ? set + 1 : set;
-  std::error_code error;
-  const std::string target = std::filesystem::canonical("/etc/localtime", error);
-  return !error && target.starts_with(zones) ? target.substr(zones.size()) : "UTC";
-}
 
 /// A handle is an opaque number: what counts is that each connection has its own.
 std::string NameOf(lws* connection) {
@@ -27,10 +18,12 @@ std::string NameOf(lws* connection) {
 }  // namespace
 
 Recorder::Recorder(const std::string& path, DeviceCentre& centre, SubscriptionService& service)
-    : centre_(centre), service_(service), clock_(InstalledClock()), file_(path), writer_(file_) {
-  if (!file_) throw std::runtime_error("the recording " + path + " cannot be written");
-  writer_.Header(clock_.Now().tv_sec, TimezoneName());
+    : centre_(centre), service_(service), clock_(InstalledClock()), path_(path), writer_(file_) {
+  const std::string timezone = LocalTimezoneName();
+  file_.open(path);
+  writer_.Header(clock_.Now().tv_sec, timezone);
   writer_.Flush();
+  if (!file_) throw std::runtime_error("the recording " + path + " cannot be written");
   service_.SetObserver(this);
 }
 
@@ -63,7 +56,7 @@ void Recorder::BeginPass() {
   is_in_pass_ = true;
   WriteDevices();
   writer_.Pass(pass_time_.tv_sec);
-  writer_.Flush();
+  Flush();
 }
 
 void Recorder::EndPass() {
@@ -117,7 +110,13 @@ void Recorder::WriteInTurn(std::function<void()> write) {
     return;
   }
   write();
+  Flush();
+}
+
+void Recorder::Flush() {
   writer_.Flush();
+  if (file_ || std::exchange(is_broken_, true)) return;
+  log::Error("[Recorder] the recording %s cannot be written any more: it is cut short", path_.c_str());
 }
 
 void Recorder::OnHeld() {
@@ -129,7 +128,7 @@ void Recorder::OnReleased() {
   const std::lock_guard held(lock_);
   is_held_ = false;
   for (const auto& write : std::exchange(waiting_, {})) write();
-  writer_.Flush();
+  Flush();
 }
 
 }  // namespace probe

@@ -32,7 +32,8 @@ class Recorder final : public Clock, private SubscriptionObserver {
  public:
   /// Begins a recording in `path`. `centre` and `service` must outlive the recorder.
   ///
-  /// Fails: throws `std::runtime_error` when the file cannot be written.
+  /// Fails: throws `std::runtime_error` when the file cannot be written, and when the local time zone has no
+  ///        name to write into it.
   Recorder(const std::string& path, DeviceCentre& centre, SubscriptionService& service);
   ~Recorder() override;
   Recorder(const Recorder&) = delete;
@@ -55,14 +56,20 @@ class Recorder final : public Clock, private SubscriptionObserver {
   /// Writes a line now or, while a pass runs, after it.
   void WriteInTurn(std::function<void()> write);
 
+  /// Hands what is written to the system. Says so, once, when it takes no more.
+  void Flush();
+
   DeviceCentre& centre_;
   SubscriptionService& service_;
   Clock& clock_;
   std::set<lws*> clients_;  // those who have subscribed; touched by the observer's calls only, of which there is one
 
+  const std::string path_;
+
   std::mutex lock_;
   std::ofstream file_;  // guarded by lock_, as is all that follows
   RecordingWriter writer_;
+  bool is_broken_ = false;
   bool is_held_ = false;
   std::vector<std::function<void()>> waiting_;                            // lines of the pass in progress
   std::map<std::string, std::shared_ptr<const DeviceSnapshot>> written_;  // what the recording says of each device

@@ -12,8 +12,9 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-/// Objects and arrays within one another in one line; more would outgrow json-c's reader on the way to the plug-in.
-constexpr std::size_t kMostDepth = 30;
+/// Objects and arrays within one another in one line: as many as the probe takes from a client at the most, whose
+/// request must fit. More would outgrow json-c's reader on the way to the plug-in.
+constexpr std::size_t kMostDepth = 32;
 
 /// Builds the value of a line. Refuses on the way what no reader after it would notice.
 class Builder final : public nlohmann::json_sax<Json> {
@@ -81,6 +82,8 @@ nlohmann::ordered_json ParseJson(const std::string& text) {
   Json value;
   Builder builder(value);
   Json::sax_parse(text, &builder);
+  const auto nul = text.find('\0');  // which the parser takes for the end of the text
+  if (nul != std::string::npos) throw MalformedRecording("no JSON: at octet " + std::to_string(nul + 1));
   return value;
 }
 

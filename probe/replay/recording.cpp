@@ -2,11 +2,11 @@
 
 #include <algorithm>
 #include <array>
-#include <fstream>
 #include <utility>
 
 #include "probe/replay/line_json.h"
 #include "probe/sources/recorded/members.h"
+#include "probe/sources/recorded/timezone_name.h"
 
 namespace probe::recording {
 namespace {
@@ -18,19 +18,6 @@ constexpr int kVersion = 1;
 constexpr std::array<const char*, 4> kReportEntries{
     "get_wireless_client_report", "get_wireless_client_report_avail_list", "get_wireless_network_report",
     "get_wireless_network_report_avail_list"};
-
-/// Whether the tz database has a zone of this name, which is the same on every machine.
-bool IsTimezone(const std::string& name) {
-  if (name == "UTC") return true;
-  if (name.empty() || name.front() == '/' || name.find('.') != std::string::npos || name == "localtime" ||
-      name == "posixrules") {
-    return false;
-  }
-  // Source: RFC 8536, section 3.1 (the magic of a zone's file)
-  std::ifstream file("/usr/share/zoneinfo/" + name, std::ios::binary);
-  std::string magic(4, ' ');
-  return file.read(magic.data(), static_cast<std::streamsize>(magic.size())) && magic == "TZif";
-}
 
 /// A member that must be there.
 template <typename Value>
@@ -162,7 +149,7 @@ Header ParseHeader(const std::string& text) {
   header.start = Required<time_t>(members, "start");
   members.Read("timezone", header.timezone);
   members.Finish();
-  if (!IsTimezone(header.timezone)) throw MalformedRecording("unknown timezone " + header.timezone);
+  if (!IsTimezoneName(header.timezone)) throw MalformedRecording("unknown timezone " + header.timezone);
   return header;
 }
 

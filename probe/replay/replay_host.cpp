@@ -117,9 +117,11 @@ void ReplayHost::Do(const recording::SetClock& line) {
 
 void ReplayHost::Do(const recording::RunPasses& line) {
   for (std::uint64_t pass = 0; pass < line.repeat; ++pass) {
-    time_t next = 0;
-    if (__builtin_add_overflow(now(), line.after, &next)) throw MalformedRecording("the clock would run over");
-    clock_.RunPass(line.at.value_or(next));
+    time_t moment = line.at.value_or(0);
+    if (!line.at && __builtin_add_overflow(now(), line.after, &moment)) {
+      throw MalformedRecording("the clock would run over");
+    }
+    clock_.RunPass(moment);
     output_.Flush();
   }
 }

@@ -115,7 +115,8 @@ ClientMessage ReadRequest(const json& message) {
 ClientMessage ReadClientMessage(std::string_view text, std::size_t max_depth) {
   if (!IsUtf8(text)) return ProtocolError{error_code::kNotUtf8, "The message is not UTF-8."};
   DepthGauge gauge(max_depth);
-  const bool is_json = json::sax_parse(text, &gauge);
+  // the parser takes a NUL for the end of the text
+  const bool is_json = json::sax_parse(text, &gauge) && text.find('\0') == std::string_view::npos;
   if (gauge.is_too_deep())
     return ProtocolError{error_code::kTooDeep,
                          "The message is nested deeper than " + LimitText("message_depth", max_depth) + " allows."};

@@ -100,7 +100,9 @@ void ReadSsidInterface(Members& members, records::SSIDIfState& interface) {
   members.Read("radio", interface.radio);
   interface.traffic = ReadTraffic(members);
   if (const Json* clients = members.Array("clients")) {
-    for (const Json& client : *clients) interface.clients.push_back(ReadClient(client, members.Path("clients")));
+    for (const Json& client : *clients) {
+      interface.clients.push_back(ReadClient(client, members.Path("clients", interface.clients.size())));
+    }
   }
   interface.client_count = static_cast<std::int32_t>(interface.clients.size());
   members.Read("client_count", interface.client_count);
@@ -110,7 +112,7 @@ void ReadNeighbours(Members& members, std::list<records::NeighboringAP>& neighbo
   const Json* array = members.Array("neighbours");
   if (array == nullptr) return;
   for (const Json& value : *array) {
-    Members neighbour(value, members.Path("neighbours"));
+    Members neighbour(value, members.Path("neighbours", neighbours.size()));
     records::NeighboringAP heard;
     bool is_trusted = false;
     neighbour.Read("mac", heard.mac);

@@ -2,7 +2,11 @@
 
 #include <utility>
 
+#include "probe/text/utf8.h"
+
 namespace probe {
+
+MalformedRecording::MalformedRecording(const std::string& reason) : std::runtime_error(PrintableLine(reason)) {}
 
 Members::Members(const nlohmann::ordered_json& object, std::string where) : object_(object), where_(std::move(where)) {
   if (!object_.is_object()) throw MalformedRecording((where_.empty() ? "the line" : where_) + " must be an object");
@@ -10,6 +14,10 @@ Members::Members(const nlohmann::ordered_json& object, std::string where) : obje
 
 std::string Members::Path(const std::string& name) const {
   return where_.empty() ? name : where_ + "." + name;
+}
+
+std::string Members::Path(const std::string& name, std::size_t index) const {
+  return Path(name) + "[" + std::to_string(index) + "]";
 }
 
 const nlohmann::ordered_json* Members::Find(const char* name) {

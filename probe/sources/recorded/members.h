@@ -12,7 +12,9 @@ namespace probe {
 
 /// A recording that cannot be read on; the text says why, for the person who wrote it.
 class MalformedRecording : public std::runtime_error {
-  using std::runtime_error::runtime_error;
+ public:
+  /// `reason` may repeat names of the recording, whatever is in them: it is kept as one printable line.
+  explicit MalformedRecording(const std::string& reason);
 };
 
 /// The members of one JSON object, asked for by name and type, so that what is misspelt or mistyped is found.
@@ -53,6 +55,7 @@ class Members {
 
   /// How a member is called in error texts.
   std::string Path(const std::string& name) const;
+  std::string Path(const std::string& name, std::size_t index) const;
 
  private:
   std::uint64_t Unsigned(const char* name, const nlohmann::ordered_json& member, std::uint64_t most) const;

@@ -43,7 +43,7 @@ Json TrafficOf(const records::TrafficStats* statistics) {
   return {{"if_index", statistics->if_index}, {"in_bytes", statistics->in_bytes}, {"out_bytes", statistics->out_bytes}};
 }
 
-Json InterfaceOf(const records::InterfaceState* state) {
+Json InterfaceOf(const std::shared_ptr<const records::InterfaceState>& state) {
   if (state == nullptr) return nullptr;
   return {{"oper_status", state->oper_status}, {"traffic", TrafficOf(state->traffic.get())}};
 }
@@ -77,22 +77,36 @@ Json NeighbourOf(const records::NeighboringAP& neighbour) {
   return object;
 }
 
+Json RadioOf(const records::RadioIfState& radio) {
+  return {{"band", NumberOf(radio.band)}};
+}
+
+Json PortalUserOf(const records::PortalUser& user) {
+  return {{"username", user.username},
+          {"hostname", user.hostname},
+          {"in_bytes", user.in_bytes},
+          {"out_bytes", user.out_bytes}};
+}
+
+Json ConfigurationOf(const records::SSIDCfg& configuration) {
+  return {{"security_mode", NumberOf(configuration.security_mode)}, {"guest", configuration.guest}};
+}
+
+/// Adds the records that have names. One whose name is no text is left out: no member can be called so, and two of them
+/// might come to be called the same.
+template <typename Records, typename Describe>
+void AddRecords(Json& state, const char* member, const Records& records, Describe describe) {
+  for (const auto& [name, record] : records) {
+    if (IsUtf8(name)) state[member][name] = describe(record);
+  }
+}
+
 void AddWireless(const DeviceSnapshot& snapshot, Json& state) {
-  for (const auto& [name, interface] : snapshot.ssid_interfaces) {
-    state["ssid_interfaces"][name] = SsidInterfaceOf(interface);
-  }
-  for (const auto& [name, radio] : snapshot.radios) state["radios"][name] = {{"band", NumberOf(radio.band)}};
-  for (const auto& [mac, user] : snapshot.portal_users) {
-    state["portal_users"][mac] = {{"username", user.username},
-                                  {"hostname", user.hostname},
-                                  {"in_bytes", user.in_bytes},
-                                  {"out_bytes", user.out_bytes}};
-  }
+  AddRecords(state, "ssid_interfaces", snapshot.ssid_interfaces, &SsidInterfaceOf);
+  AddRecords(state, "radios", snapshot.radios, &RadioOf);
+  AddRecords(state, "portal_users", snapshot.portal_users, &PortalUserOf);
   for (const auto& neighbour : snapshot.neighbours) state["neighbours"].push_back(NeighbourOf(neighbour));
-  for (const auto& [key, configuration] : snapshot.ssid_config) {
-    state["ssid_config"][key] = {{"security_mode", NumberOf(configuration.security_mode)},
-                                 {"guest", configuration.guest}};
-  }
+  AddRecords(state, "ssid_config", snapshot.ssid_config, &ConfigurationOf);
 }
 
 void AddIdentity(const DeviceSnapshot& snapshot, Json& state) {
@@ -127,7 +141,7 @@ Json StateOf(const DeviceSnapshot& snapshot) {
              {"wireless", snapshot.is_wireless}};
   if (snapshot.sample_time) state["sample_time"] = *snapshot.sample_time;
   if (snapshot.polling_time) state["polling_time"] = *snapshot.polling_time;
-  for (const auto& [name, interface] : snapshot.interfaces) state["interfaces"][name] = InterfaceOf(interface.get());
+  AddRecords(state, "interfaces", snapshot.interfaces, &InterfaceOf);
   AddIdentity(snapshot, state);
   AddWireless(snapshot, state);
   AddHealth(snapshot, state);

@@ -3,6 +3,7 @@
 #include <dlfcn.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <link.h>
 
 #include <filesystem>
 #include <map>
@@ -70,8 +71,25 @@ TEST(LoadedPlugin, SaysThatAFileIsNoLibrary) {
   EXPECT_THAT(Complaint(file), AllOf(HasSubstr("the plug-in cannot be loaded: "), HasSubstr(file)));
 }
 
+TEST(LoadedPlugin, IsTheFileNamedAndNotOneOfTheSystems) {
+  const std::filesystem::path before = std::filesystem::current_path();
+  const std::filesystem::path plugin = VEXORA_PLUGIN_FILE;
+  EXPECT_THAT(Complaint("libm.so.6"), HasSubstr((before / "libm.so.6").string()));
+  std::filesystem::current_path(plugin.parent_path());
+  EXPECT_EQ(Complaint(plugin.filename()), "");
+  std::filesystem::current_path(before);
+  EXPECT_EQ(Complaint(""), "the plug-in cannot be loaded: the name of its file is empty");
+}
+
 TEST(LoadedPlugin, SaysWhichEntryPointAForeignLibraryLacks) {
-  EXPECT_EQ(Complaint("libm.so.6"), "libm.so.6 is not the monitoring plug-in: it has no RegisterMonitors");
+  void* const library = dlopen("libm.so.6", RTLD_NOW);
+  ASSERT_NE(library, nullptr);
+  const link_map* where = nullptr;
+  ASSERT_EQ(dlinfo(library, RTLD_DI_LINKMAP, static_cast<void*>(&where)), 0);
+  const std::string file = where->l_name;
+  dlclose(library);
+
+  EXPECT_EQ(Complaint(file), file + " is not the monitoring plug-in: it has no RegisterMonitors");
 }
 
 TEST(DefaultPluginPath, IsThatOfTheBuildTreeWhichIsLaidOutAsTheInstall) {

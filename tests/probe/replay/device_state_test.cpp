@@ -118,6 +118,16 @@ TEST(DeviceState, KeepsTheOrderOfACredentialsMembers) {
   EXPECT_EQ(Of(R"({"credential": {"z": 1, "a": 2}})").credential_json, R"({"z":1,"a":2})");
 }
 
+TEST(DeviceState, IsWrittenWithoutWhatHasNoTextForAName) {
+  DeviceSnapshot snapshot;
+  for (const char* name : {"Office@r", "\xff@r", "\xfe@r"}) snapshot.ssid_config[name] = {};
+  for (const char* name : {"ge1", "\xff"}) snapshot.interfaces[name] = nullptr;
+  const json described = Described(snapshot);
+  EXPECT_EQ(described["ssid_config"].size(), 1U);
+  EXPECT_EQ(described["interfaces"].size(), 1U);
+  EXPECT_EQ(Of(described.dump()).ssid_config.begin()->first, "Office@r");
+}
+
 TEST(DeviceState, IsRefusedWithThePlaceAndTheReason) {
   EXPECT_EQ(Refusal(R"({"cpus": 1})"), "unknown member cpus");
   EXPECT_EQ(Refusal(R"({"online": 1})"), "online must be true or false");
@@ -131,6 +141,9 @@ TEST(DeviceState, IsRefusedWithThePlaceAndTheReason) {
             "ssid_interfaces.w.ssid stands beside ssid_hex");
   EXPECT_EQ(Refusal(R"({"ssid_interfaces": {"w": {"ssid": "x", "ssid_hex": null}}})"), "");
   EXPECT_EQ(Refusal(R"({"neighbours": {}})"), "neighbours must be an array");
+  EXPECT_EQ(Refusal(R"({"neighbours": [{}, 1]})"), "neighbours[1] must be an object");
+  EXPECT_EQ(Refusal(R"({"ssid_interfaces": {"w": {"clients": [{"mac": 1}]}}})"),
+            "ssid_interfaces.w.clients[0].mac must be a text");
   EXPECT_EQ(Refusal(R"({"interfaces": []})"), "interfaces must be an object");
 }
 

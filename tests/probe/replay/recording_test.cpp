@@ -16,7 +16,7 @@ Wanted Read(const char* text) {
 }
 
 /// Why a line is refused; empty when it is not.
-std::string Refusal(const char* text, bool is_header = false) {
+std::string Refusal(const std::string& text, bool is_header = false) {
   try {
     if (is_header) {
       ParseHeader(text);
@@ -44,8 +44,9 @@ TEST(RecordingHeader, IsRefusedWithAReason) {
   EXPECT_EQ(Refusal(R"({"recording": 1, "start": 0, "timezone": "../passwd"})", true), "unknown timezone ../passwd");
   for (const char* zone : {"zone.tab", "tzdata.zi", "localtime", "posixrules", "./UTC", "Europe"}) {
     const std::string line = R"({"recording": 1, "start": 0, "timezone": ")" + std::string(zone) + "\"}";
-    EXPECT_EQ(Refusal(line.c_str(), true), "unknown timezone " + std::string(zone));
+    EXPECT_EQ(Refusal(line, true), "unknown timezone " + std::string(zone));
   }
+  EXPECT_EQ(Refusal(R"({"recording": 1, "start": 0, "timezone": "UTC\u0000x"})", true), R"(unknown timezone UTC\x00x)");
   EXPECT_EQ(Refusal(R"({"recording": 1, "start": 1e999})", true), "no JSON: a number is too large");
   EXPECT_EQ(Refusal(R"([1])", true), "the line must be an object");
 }
@@ -77,6 +78,26 @@ TEST(RecordingLine, TakesAnyRequestOfASubscription) {
   EXPECT_TRUE(
       Read<Subscribe>(R"({"subscribe": {"topic": "T", "connection": "c", "request": null}})").request.is_null());
   EXPECT_TRUE(Read<Subscribe>(R"({"subscribe": {"topic": "T", "connection": "c"}})").request.is_null());
+}
+
+TEST(RecordingLine, TakesARequestAsDeepAsAProbeTakesOne) {
+  const auto with_depth = [](std::size_t depth) {
+    return R"({"subscribe": {"topic": "T", "connection": "c", "request": )" + std::string(depth, '[') +
+           std::string(depth, ']') + "}}";
+  };
+  EXPECT_EQ(Refusal(with_depth(30)), "");
+  EXPECT_EQ(Refusal(with_depth(31)), "nested too deeply");
+}
+
+TEST(RecordingLine, EndsWhereItsTextEnds) {
+  const std::string line = R"({"pass": {}})";
+  EXPECT_EQ(Refusal(line + '\0'), "no JSON: at octet 13");
+  EXPECT_EQ(Refusal(line + '\0' + R"({"stop": {}} junk)"), "no JSON: at octet 13");
+  EXPECT_EQ(Refusal(line + ' '), "");
+}
+
+TEST(RecordingLine, IsRefusedInOneLine) {
+  EXPECT_EQ(Refusal(R"({"a\nb\u0000\u001b[1m": 1})"), R"(unknown key a\x0ab\x00\x1b[1m)");
 }
 
 TEST(RecordingLine, TakesTheExactTextOfAReportRequest) {

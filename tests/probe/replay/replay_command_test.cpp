@@ -165,6 +165,12 @@ TEST_F(ReplayCommand, RefusesAClockThatWouldRunOver) {
   EXPECT_EQ(replayed.errors, path + ":3: the clock would run over\n");
 }
 
+TEST_F(ReplayCommand, RunsAPassAtItsOwnTimeWhateverTheClockSaid) {
+  const Replayed replayed =
+      Run(Recording(std::string(kHeader) + "{\"clock\": 9223372036854775807}\n{\"pass\": {\"at\": 5}}\n"));
+  EXPECT_EQ(replayed.status, 0) << replayed.errors;
+}
+
 TEST_F(ReplayCommand, ListsDevicesInTheOrderInWhichTheyWereNamedWhateverTheFirstLineSaid) {
   const Replayed replayed =
       Run("--log info " +

@@ -78,6 +78,14 @@ TEST(Protocol, NamesTheDepthLimitByItsKey) {
   EXPECT_THAT(std::get<probe::ProtocolError>(message).message, HasSubstr("limits.message_depth = 1"));
 }
 
+TEST(Protocol, TakesNothingBehindTheEndOfAMessage) {
+  const std::string message = R"({"subscribe":{"topic":"T","request":[]}})";
+  EXPECT_EQ(CodeOf(message), "");
+  EXPECT_EQ(CodeOf(message + '\0'), "malformed");
+  EXPECT_EQ(CodeOf(message + '\0' + "junk"), "malformed");
+  EXPECT_EQ(CodeOf(message + "junk"), "malformed");
+}
+
 TEST(Protocol, IsNotConfusedByMembersThatComeTwice) {
   EXPECT_EQ(CodeOf(R"({"subscribe":1,"subscribe":{"topic":"T","topic":"U"}})"), "");
   EXPECT_EQ(CodeOf(R"({"subscribe":{"topic":"T","topic":7}})"), "invalid_message");

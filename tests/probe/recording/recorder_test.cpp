@@ -1,0 +1,73 @@
+#include "probe/recording/recorder.h"
+
+#include <gmock/gmock.h>
+#include <sys/resource.h>
+
+#include <csignal>
+#include <fstream>
+#include <stdexcept>
+#include <string>
+
+#include "tests/probe/app/test_folder.h"
+#include "tests/support/log_capture.h"
+#include "tests/support/message_capture.h"
+
+namespace {
+
+using probe::DeviceCentre;
+using probe::Recorder;
+using probe::SubscriptionService;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+/// Lets files of this process grow no further than this, until the end of the scope.
+class FileSizeLimit {
+ public:
+  explicit FileSizeLimit(rlim_t octets) : handler_(std::signal(SIGXFSZ, SIG_IGN)) {
+    getrlimit(RLIMIT_FSIZE, &before_);
+    const rlimit now{.rlim_cur = octets, .rlim_max = before_.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &now);
+  }
+  ~FileSizeLimit() {
+    setrlimit(RLIMIT_FSIZE, &before_);
+    std::signal(SIGXFSZ, handler_);
+  }
+  FileSizeLimit(const FileSizeLimit&) = delete;
+  FileSizeLimit& operator=(const FileSizeLimit&) = delete;
+
+ private:
+  void (*handler_)(int);
+  rlimit before_{};
+};
+
+void Subscribe(const std::string& sid) {
+  SubscriptionService::Instance().File("Topic", test::Connection(1), {{sid, test::FilterOf("1m")}},
+                                       R"([{"sid": ")" + sid + "\"}]");
+}
+
+TEST(RecorderTest, RefusesAFileThatTakesNothing) {
+  const auto record = [](const char* path) {
+    const Recorder recorder(path, DeviceCentre::Instance(), SubscriptionService::Instance());
+  };
+  EXPECT_THROW(record("/no/such/folder/x.jsonl"), std::runtime_error);
+  EXPECT_THROW(record("/dev/full"), std::runtime_error);
+}
+
+TEST(RecorderTest, SaysOnceThatItsFileTakesNoMore) {
+  const test::TestFolder folder;
+  const std::string path = folder.Write("x.jsonl", "");
+  const test::LogCapture log;
+  const Recorder recorder(path, DeviceCentre::Instance(), SubscriptionService::Instance());
+  Subscribe("a");
+  EXPECT_THAT(log.Lines(), IsEmpty());
+
+  const FileSizeLimit limit(200);
+  Subscribe("b");
+  Subscribe("c");
+
+  EXPECT_THAT(log.Lines(),
+              ElementsAre(::testing::Field(&test::LogLine::text, "[Recorder] the recording " + path +
+                                                                     " cannot be written any more: it is cut short")));
+}
+
+}  // namespace
