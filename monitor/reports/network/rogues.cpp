@@ -176,6 +176,8 @@ void FollowFirstDay(const RogueAPs& day, const std::string& hearer, RogueAPs& we
     week.seen_by.erase(hearer);
   }
   if (week.seen_by.size() != day.seen_by.size()) week.seen_by = day.seen_by;
+  week.mac = day.mac;  // a day's record made anew may be of another pair of names with the same key
+  week.ssid = day.ssid;
   week.first_seen = day.first_seen;
   week.signal_strength = day.signal_strength;
 }

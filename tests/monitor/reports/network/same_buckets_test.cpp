@@ -9,6 +9,7 @@
 #include <random>
 #include <set>
 #include <string>
+#include <utility>
 
 #include "monitor/engine/time_keys.h"
 #include "monitor/reports/network/collect.h"
@@ -111,16 +112,27 @@ class RandomNetwork {
     device.Clients(name, static_cast<int>(Dice(6)));
   }
 
+  /// A foreign access point, as one device hears it. `names`: its BSSID and SSID.
+  NeighboringAP Heard(const std::pair<const char*, const char*>& names, unsigned which) {
+    return {.mac = names.first,
+            .ssid = names.second,
+            .trusted = Dice(3) == 0 ? 1 : 0,
+            .band = static_cast<WIFIBandType>(which % 3 - 1U),
+            .channel = static_cast<std::int32_t>(which),
+            .signal = -30 - static_cast<std::int32_t>(Dice(60))};
+  }
+
   std::list<NeighboringAP> Neighbours() {
     std::list<NeighboringAP> heard;
     for (unsigned count = Dice(5); count != 0; --count) {
-      const unsigned which = Dice(6);
-      heard.push_back({.mac = "BB:BB:BB:BB:BB:0" + std::to_string(which),
-                       .ssid = which == 0 ? "" : "foreign",
-                       .trusted = Dice(3) == 0 ? 1 : 0,
-                       .band = static_cast<WIFIBandType>(which % 3 - 1U),
-                       .channel = static_cast<std::int32_t>(which),
-                       .signal = -30 - static_cast<std::int32_t>(Dice(60))});
+      const unsigned which = Dice(7);
+      if (which == 6) {  // two whose keys are the same
+        heard.push_back(Heard({"m", "x/y"}, which));
+        heard.push_back(Heard({"m/x", "y"}, which));
+      } else {
+        const std::string mac = "BB:BB:BB:BB:BB:0" + std::to_string(which);
+        heard.push_back(Heard({mac.c_str(), which == 0 ? "" : "foreign"}, which));
+      }
     }
     return heard;
   }

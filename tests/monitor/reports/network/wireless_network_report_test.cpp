@@ -393,6 +393,18 @@ TEST_F(NetworkReportTest, StoresNothingOfATrustedAccessPoint) {
   EXPECT_THAT(ThisWeek()["rogue_ap"], IsEmpty());
 }
 
+TEST_F(NetworkReportTest, NamesAForeignAccessPointInTheWeekAsInItsFirstDay) {
+  Office(kOtherAp, 1).Neighbours({Heard(kFar, "foreign", -40)});
+  Office(kAp, 1).Neighbours({Heard("m", "x/y", -40)});
+  Sample();
+  // another one, whose key is the same, takes its place within one scan
+  Office(kAp, 1).Neighbours({Heard("m", "x/y", -40, true), Heard("m/x", "y", -40)});
+  Sample();
+  const Json expected = Today()["rogue_ap"];
+  EXPECT_EQ(expected[1]["mac"], "m/x");
+  EXPECT_EQ(ThisWeek()["rogue_ap"], expected);
+}
+
 TEST_F(NetworkReportTest, BuildsTheRogueWeekFromItsDays) {
   Office(kAp, 1).Neighbours({Heard(kFar, "foreign", -40)});
   Sample();  // Wednesday 10:00
