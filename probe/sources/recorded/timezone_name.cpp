@@ -47,7 +47,7 @@ bool IsTimezoneName(const std::string& name) {
 }
 
 std::string LocalTimezoneName() {
-  const std::string name = ToldName();
+  std::string name = ToldName();
   if (!IsTimezoneName(name)) {
     throw std::runtime_error("the local time zone, " + name + ", has no name that a recording can hold; set TZ to one");
   }
