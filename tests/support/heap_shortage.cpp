@@ -12,14 +12,18 @@ thread_local std::optional<int> left;
 
 }  // namespace
 
-// The operators for arrays, for aligned and sized memory and those that do not throw end up in these two.
-void* operator new(std::size_t size) {
+// The library's operators for arrays end up in these; those of a sanitizer stand for themselves, and never fail.
+void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
   if (left == 0) {
     left.reset();
-    throw std::bad_alloc();
+    return nullptr;
   }
   if (left.has_value()) --*left;
-  void* const memory = std::malloc(size == 0 ? 1 : size);
+  return std::malloc(size == 0 ? 1 : size);
+}
+
+void* operator new(std::size_t size) {
+  void* const memory = operator new(size, std::nothrow);
   if (memory == nullptr) throw std::bad_alloc();
   return memory;
 }
@@ -29,6 +33,10 @@ void operator delete(void* memory) noexcept {
 }
 
 void operator delete(void* memory, std::size_t /*size*/) noexcept {
+  std::free(memory);
+}
+
+void operator delete(void* memory, const std::nothrow_t& /*tag*/) noexcept {
   std::free(memory);
 }
 
