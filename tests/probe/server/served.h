@@ -36,6 +36,8 @@ bool Eventually(const std::function<bool()>& condition);
 class Served : public ::testing::Test {
  protected:
   Served();
+  /// Stops it while all that it may still call is there.
+  void TearDown() override { server.reset(); }
 
   /// Starts it, with the settings as they are now.
   void Serve();
