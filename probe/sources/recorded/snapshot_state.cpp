@@ -1,5 +1,6 @@
 // The way back: from a snapshot to the recorded state that describes it.
 
+#include <memory>
 #include <nlohmann/json.hpp>
 #include <string>
 

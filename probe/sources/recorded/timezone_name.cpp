@@ -19,8 +19,9 @@ std::string NameOfFile(const std::string& path) {
   std::error_code error;
   const std::string file = std::filesystem::canonical(path, error);
   if (error) return path;
-  const std::string zones = std::filesystem::canonical(kZones, error).string() + "/";
-  return file.starts_with(zones) ? file.substr(zones.size()) : path;
+  const std::string zones = std::filesystem::canonical(kZones, error);
+  if (error) return path;
+  return file.starts_with(zones + "/") ? file.substr(zones.size() + 1) : path;
 }
 
 /// What TZ and the system say. Source: tzset(3).
