@@ -11,7 +11,7 @@
 #include "bench/stopwatch.h"
 #include "monitor/engine/constants.h"
 #include "monitor/engine/time_keys.h"
-#include "monitor/reports/wireless_client_report.h"
+#include "monitor/reports/client/wireless_client_report.h"
 #include "probe/clock/virtual_clock.h"
 #include "probe/device_centre/device_centre.h"
 

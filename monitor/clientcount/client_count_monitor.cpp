@@ -2,7 +2,7 @@
 
 #include <array>
 
-#include "monitor/clientcount/collect.h"
+#include "monitor/clientcount/client_count_collect.h"
 #include "monitor/engine/boundary.h"
 #include "monitor/engine/constants.h"
 #include "monitor/engine/devices.h"

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "monitor/clientcount/client_counts.h"
+#include "monitor/clientcount/client_count_records.h"
 #include "monitor/engine/json_tree.h"
 #include "monitor/engine/monitor.h"
 #include "platform/utilities/locks.h"

@@ -2,9 +2,9 @@
 
 #include <utility>
 
+#include "monitor/clientcount/client_count_fold.h"
 #include "monitor/clientcount/client_count_monitor.h"
-#include "monitor/clientcount/series.h"
-#include "monitor/clientcount/show.h"
+#include "monitor/clientcount/client_count_show.h"
 #include "monitor/engine/constants.h"
 #include "monitor/engine/credential_members.h"
 #include "monitor/engine/json_keys.h"

@@ -1,7 +1,7 @@
 // The client-count monitor's views: the minutes, and the peaks that the longer views are made of.
 
+#include "monitor/clientcount/client_count_fold.h"
 #include "monitor/clientcount/client_count_monitor.h"
-#include "monitor/clientcount/series.h"
 #include "monitor/engine/constants.h"
 #include "monitor/engine/view_chain.h"
 #include "platform/logging.h"

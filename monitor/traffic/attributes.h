@@ -3,7 +3,7 @@
 #include <map>
 #include <string>
 
-#include "monitor/traffic/speed.h"
+#include "monitor/traffic/traffic_fold.h"
 #include "platform/device_records.h"
 
 namespace monitoring::traffic {

@@ -4,7 +4,7 @@
 #include <ctime>
 #include <string>
 
-#include "monitor/traffic/traffic.h"
+#include "monitor/traffic/traffic_records.h"
 
 namespace monitoring::traffic {
 

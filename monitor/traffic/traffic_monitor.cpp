@@ -10,7 +10,7 @@
 #include "monitor/engine/push.h"
 #include "monitor/engine/view_chain.h"
 #include "monitor/traffic/histories.h"
-#include "monitor/traffic/show.h"
+#include "monitor/traffic/traffic_show.h"
 #include "platform/device_centre.h"
 #include "platform/logging.h"
 #include "platform/sending.h"

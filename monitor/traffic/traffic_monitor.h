@@ -9,9 +9,9 @@
 #include "monitor/engine/json_tree.h"
 #include "monitor/engine/monitor.h"
 #include "monitor/traffic/attributes.h"
-#include "monitor/traffic/collect.h"
-#include "monitor/traffic/speed.h"
-#include "monitor/traffic/traffic.h"
+#include "monitor/traffic/traffic_collect.h"
+#include "monitor/traffic/traffic_fold.h"
+#include "monitor/traffic/traffic_records.h"
 #include "platform/utilities/locks.h"
 
 /// Measures the input and output speed of every interface of every online managed device once a minute, and keeps short

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "monitor/wirelesstop/records.h"
+#include "monitor/wirelesstop/wireless_top_records.h"
 #include "platform/utilities/locks.h"
 
 namespace monitoring::wirelesstop {

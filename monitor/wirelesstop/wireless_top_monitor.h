@@ -6,7 +6,7 @@
 #include "monitor/engine/monitor.h"
 #include "monitor/wirelesstop/filters.h"
 #include "monitor/wirelesstop/ranking.h"
-#include "monitor/wirelesstop/records.h"
+#include "monitor/wirelesstop/wireless_top_records.h"
 #include "platform/utilities/locks.h"
 
 /// Tells which access points, wireless networks and wireless clients carry the most traffic or the most clients right

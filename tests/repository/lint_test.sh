@@ -31,18 +31,18 @@ refuses() {
 
 includes() {
   write platform/records.h '#include <json-c/json.h>\n#include <sys/time.h>\n#include "platform/tasks.h"'
-  write monitor/engine/entry_points.cpp '#include "monitor/traffic/traffic.h"'
-  write monitor/traffic/fold.cpp '#include "monitor/engine/monitor.h"\n#include "monitor/traffic/traffic.h"'
+  write monitor/engine/entry_points.cpp '#include "monitor/traffic/traffic_records.h"'
+  write monitor/traffic/fold.cpp '#include "monitor/engine/monitor.h"\n#include "monitor/traffic/traffic_records.h"'
   write probe/main.cpp '#include <spdlog/spdlog.h>\n#include "monitor/engine/entry_points.h"'
-  write tests/any_test.cpp '#include "monitor/traffic/traffic.h"\n#include "probe/main.h"'
+  write tests/any_test.cpp '#include "monitor/traffic/traffic_records.h"\n#include "probe/main.h"'
   passes arrows
   refuses arrows platform/records.h '#include "monitor/engine/monitor.h"'
   refuses arrows platform/records.h '#include <spdlog/spdlog.h>'
-  refuses arrows monitor/engine/push.cpp '#include "monitor/traffic/traffic.h"'
+  refuses arrows monitor/engine/push.cpp '#include "monitor/traffic/traffic_records.h"'
   refuses arrows monitor/engine/entry_points.cpp '#include "probe/main.h"'
-  refuses arrows monitor/traffic/show.cpp '#include "monitor/health/health.h"'
-  refuses arrows monitor/traffic/show.cpp '#  include "probe/device_centre/device_centre.h"'
-  refuses arrows monitor/traffic/show.cpp '#include <nlohmann/json.hpp>'
+  refuses arrows monitor/traffic/traffic_show.cpp '#include "monitor/health/health.h"'
+  refuses arrows monitor/traffic/traffic_show.cpp '#  include "probe/device_centre/device_centre.h"'
+  refuses arrows monitor/traffic/traffic_show.cpp '#include <nlohmann/json.hpp>'
   refuses arrows probe/main.cpp '#include "monitor/engine/monitor.h"'
 }
 
@@ -62,7 +62,7 @@ words() {
 json_release() {
   write monitor/engine/json_tree.h 'json_object_put(tree);'
   passes json
-  refuses json monitor/traffic/show.cpp 'json_object_put(tree);'
+  refuses json monitor/traffic/traffic_show.cpp 'json_object_put(tree);'
 }
 
 headers() {

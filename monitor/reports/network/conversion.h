@@ -3,7 +3,7 @@
 #include <map>
 #include <string>
 
-#include "monitor/reports/network/records.h"
+#include "monitor/reports/network/network_records.h"
 
 /// Conversions between maps of plain measurements and maps of described things. Entries of the same key are replaced,
 /// others stay.

@@ -1,7 +1,7 @@
 #include "monitor/reports/network/families.h"
 
 #include "monitor/engine/constants.h"
-#include "monitor/reports/network/client_counts.h"
+#include "monitor/reports/network/network_client_counts.h"
 #include "monitor/reports/network/snapshots.h"
 #include "platform/logging.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "monitor/reports/network/records.h"
+#include "monitor/reports/network/network_records.h"
 #include "monitor/reports/network/report_time.h"
 #include "monitor/reports/network/traffic_speeds.h"
 

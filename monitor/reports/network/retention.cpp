@@ -4,8 +4,8 @@
 #include <map>
 
 #include "monitor/engine/constants.h"
-#include "monitor/reports/network/keys.h"
-#include "monitor/reports/network/week.h"
+#include "monitor/reports/network/network_keys.h"
+#include "monitor/reports/network/network_week.h"
 #include "platform/logging.h"
 
 namespace vexora_probe::monitor {

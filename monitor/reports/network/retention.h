@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "monitor/reports/network/records.h"
+#include "monitor/reports/network/network_records.h"
 
 /// What keeps the report's memory bounded: samples of the current day only, `kKeptDays` days, `kKeptWeeks` weeks.
 namespace vexora_probe::monitor {

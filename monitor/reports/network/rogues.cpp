@@ -5,9 +5,9 @@
 #include <set>
 #include <vector>
 
+#include "monitor/engine/band_names.h"
 #include "monitor/engine/constants.h"
-#include "monitor/reports/band_names.h"
-#include "monitor/reports/network/keys.h"
+#include "monitor/reports/network/network_keys.h"
 #include "platform/logging.h"
 #include "platform/utilities/signal.h"
 

@@ -3,7 +3,7 @@
 #include <list>
 #include <string>
 
-#include "monitor/reports/network/records.h"
+#include "monitor/reports/network/network_records.h"
 #include "monitor/reports/network/report_time.h"
 #include "platform/device_records.h"
 

@@ -1,6 +1,6 @@
 #include "monitor/reports/network/snapshots.h"
 
-#include "monitor/reports/network/keys.h"
+#include "monitor/reports/network/network_keys.h"
 #include "platform/logging.h"
 
 namespace vexora_probe::monitor {

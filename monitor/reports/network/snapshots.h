@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "monitor/reports/network/records.h"
+#include "monitor/reports/network/network_records.h"
 
 /// The samples of a day, of all devices together: by SSID, by access point, by band. The same pass builds them anew
 /// from the devices' samples.

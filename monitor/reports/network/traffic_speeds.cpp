@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "monitor/engine/constants.h"
+#include "monitor/reports/network/network_week.h"
 #include "monitor/reports/network/quotient.h"
-#include "monitor/reports/network/week.h"
 #include "platform/logging.h"
 
 namespace vexora_probe::monitor {

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "monitor/reports/network/records.h"
+#include "monitor/reports/network/network_records.h"
 #include "monitor/reports/network/report_time.h"
 
 /// The speeds of samples, days and weeks, in megabits per second. Every step is logged at debug level.

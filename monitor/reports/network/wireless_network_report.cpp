@@ -8,10 +8,10 @@
 #include "monitor/engine/json_keys.h"
 #include "monitor/engine/time_keys.h"
 #include "monitor/reports/network/families.h"
-#include "monitor/reports/network/keys.h"
+#include "monitor/reports/network/network_keys.h"
+#include "monitor/reports/network/network_show.h"
 #include "monitor/reports/network/retention.h"
 #include "monitor/reports/network/rogues.h"
-#include "monitor/reports/network/show.h"
 #include "platform/logging.h"
 
 namespace vexora_probe::monitor {

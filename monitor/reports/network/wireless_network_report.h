@@ -9,9 +9,9 @@
 
 #include "monitor/engine/json_tree.h"
 #include "monitor/engine/monitor.h"
-#include "monitor/reports/network/collect.h"
 #include "monitor/reports/network/conversion.h"
-#include "monitor/reports/network/records.h"
+#include "monitor/reports/network/network_collect.h"
+#include "monitor/reports/network/network_records.h"
 #include "monitor/reports/network/report_time.h"
 #include "platform/configuration.h"
 #include "platform/device_centre.h"

@@ -1,12 +1,12 @@
 // Those operations of the wireless network report that do their work in one of its rooms, and nothing beside.
 
-#include "monitor/reports/network/client_counts.h"
+#include "monitor/engine/ssid_configurations.h"
 #include "monitor/reports/network/families.h"
-#include "monitor/reports/network/keys.h"
+#include "monitor/reports/network/network_client_counts.h"
+#include "monitor/reports/network/network_keys.h"
 #include "monitor/reports/network/rogues.h"
 #include "monitor/reports/network/traffic_speeds.h"
 #include "monitor/reports/network/wireless_network_report.h"
-#include "monitor/reports/ssid_configurations.h"
 
 namespace vexora_probe::monitor {
 

@@ -1,4 +1,4 @@
-#include "monitor/clientcount/series.h"
+#include "monitor/clientcount/client_count_fold.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

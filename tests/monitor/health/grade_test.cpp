@@ -1,4 +1,4 @@
-#include "monitor/health/grade.h"
+#include "monitor/health/health_fold.h"
 
 #include <gtest/gtest.h>
 

@@ -2,7 +2,7 @@
 
 #include <gmock/gmock.h>
 
-#include "monitor/reports/wireless_client_report.h"
+#include "monitor/reports/client/wireless_client_report.h"
 #include "tests/monitor/reports/client_report_fixture.h"
 
 namespace test {

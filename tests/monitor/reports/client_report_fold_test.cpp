@@ -1,4 +1,4 @@
-#include "monitor/reports/client_report_fold.h"
+#include "monitor/reports/client/client_report_fold.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -2,8 +2,8 @@
 
 #include <string>
 
-#include "monitor/reports/client_report.h"
-#include "monitor/reports/client_report_show.h"
+#include "monitor/reports/client/client_report.h"
+#include "monitor/reports/client/client_report_show.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 
 #include <limits>
 
-#include "monitor/reports/wireless_client_report.h"
+#include "monitor/reports/client/wireless_client_report.h"
 #include "tests/monitor/reports/client_report_fixture.h"
 
 namespace test {

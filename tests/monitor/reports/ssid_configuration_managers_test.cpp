@@ -7,7 +7,7 @@
 #include <string>
 #include <utility>
 
-#include "monitor/reports/ssid_configurations.h"
+#include "monitor/engine/ssid_configurations.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "monitor/reports/ssid_configurations.h"
+#include "monitor/engine/ssid_configurations.h"
 
 #include <gtest/gtest.h>
 

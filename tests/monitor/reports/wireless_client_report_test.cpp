@@ -1,6 +1,6 @@
 // What a pass makes of what the devices say.
 
-#include "monitor/reports/wireless_client_report.h"
+#include "monitor/reports/client/wireless_client_report.h"
 
 #include <gmock/gmock.h>
 

@@ -1,4 +1,4 @@
-#include "monitor/traffic/speed.h"
+#include "monitor/traffic/traffic_fold.h"
 
 #include <gtest/gtest.h>
 

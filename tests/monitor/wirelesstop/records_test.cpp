@@ -1,4 +1,4 @@
-#include "monitor/wirelesstop/records.h"
+#include "monitor/wirelesstop/wireless_top_records.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "monitor/reports/network/keys.h"
+#include "monitor/reports/network/network_keys.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -6,7 +6,7 @@
 #include <string>
 #include <tuple>
 
-#include "monitor/reports/band_names.h"
+#include "monitor/engine/band_names.h"
 #include "monitor/reports/network/conversion.h"
 #include "monitor/reports/network/wireless_network_report.h"
 #include "probe/clock/virtual_clock.h"

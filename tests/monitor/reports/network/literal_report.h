@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "monitor/reports/network/records.h"
+#include "monitor/reports/network/network_records.h"
 #include "monitor/reports/network/report_time.h"
 #include "monitor/reports/network/rogues.h"
 

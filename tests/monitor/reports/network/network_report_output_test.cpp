@@ -1,6 +1,6 @@
 #include <gmock/gmock.h>
 
-#include "monitor/reports/network/show.h"
+#include "monitor/reports/network/network_show.h"
 #include "tests/monitor/reports/network/network_report_fixture.h"
 
 namespace {

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "monitor/engine/entry_points.h"
-#include "monitor/reports/network/records.h"
+#include "monitor/reports/network/network_records.h"
 #include "probe/logging/log.h"
 #include "tests/support/local_time.h"
 #include "tests/support/network.h"

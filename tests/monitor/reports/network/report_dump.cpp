@@ -3,7 +3,7 @@
 #include <sstream>
 
 #include "monitor/reports/network/families.h"
-#include "monitor/reports/network/keys.h"
+#include "monitor/reports/network/network_keys.h"
 #include "monitor/reports/network/retention.h"
 #include "tests/monitor/reports/network/literal_report.h"
 

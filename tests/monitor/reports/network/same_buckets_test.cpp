@@ -12,9 +12,9 @@
 #include <utility>
 
 #include "monitor/engine/time_keys.h"
-#include "monitor/reports/network/collect.h"
-#include "monitor/reports/network/keys.h"
-#include "monitor/reports/network/show.h"
+#include "monitor/reports/network/network_collect.h"
+#include "monitor/reports/network/network_keys.h"
+#include "monitor/reports/network/network_show.h"
 #include "monitor/reports/network/wireless_network_report.h"
 #include "probe/clock/virtual_clock.h"
 #include "probe/device_centre/device_centre.h"

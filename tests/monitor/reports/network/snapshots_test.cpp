@@ -5,7 +5,7 @@
 
 #include <cstdint>
 
-#include "monitor/reports/network/keys.h"
+#include "monitor/reports/network/network_keys.h"
 #include "tests/support/log_capture.h"
 
 namespace vexora_probe::monitor {

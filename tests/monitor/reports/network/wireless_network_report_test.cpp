@@ -4,7 +4,7 @@
 
 #include <memory>
 
-#include "monitor/reports/network/keys.h"
+#include "monitor/reports/network/network_keys.h"
 #include "probe/device_centre/device_centre.h"
 #include "tests/monitor/reports/network/network_report_fixture.h"
 

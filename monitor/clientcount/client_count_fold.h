@@ -1,0 +1,44 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <utility>
+#include <vector>
+
+#include "monitor/clientcount/client_count_records.h"
+
+namespace monitoring::clientcount {
+
+/// Makes `count` the sample of a minute, in place of one that stands there, and drops the oldest sample when there are
+/// then more than `kKeptSamples`; no more than one.
+void SetSample(Series& series, int minute, int count);
+
+/// Drops the samples that lie after `now`, and tells how many: it repairs a series after the clock was set back.
+std::size_t DropFutureSamples(Series& series, int now);
+
+/// The minute of the newest sample; 0 when there is none.
+int NewestMinute(const Series& series);
+
+/// The newest samples, at most so many, as minute and count, newest first.
+std::vector<std::pair<int, int>> NewestSamples(const Series& series, int count);
+
+/// The greatest count of some samples; 0 when there is none.
+int Peak(const std::vector<std::pair<int, int>>& samples);
+
+/// Whether a sample is to be made of each series of a view: one of them has `count` samples, and its newest one is at
+/// least `minutes` later than the newest one of the same id in the longer view.
+bool IsDue(const Series& series, const Series& longer, int count, int minutes);
+
+/// All counts of one device or SSID.
+std::int32_t Sum(const CurrentCounts::mapped_type& counts);
+
+/// SSID -> its clients, on all devices or, when `mac` is not empty, on that one; the empty SSID is left out.
+CountById CountBySsid(const CurrentCounts& counts, const std::string& mac);
+
+/// Adds a series to totals, minute by minute, which keep their `kKeptSamples` latest minutes.
+void AddTo(Totals& totals, const Series& series);
+
+/// Whether a series tells of clients: fewer than `kKeptSamples` of its samples are 0.
+bool TellsOfClients(const Series& series);
+
+}  // namespace monitoring::clientcount

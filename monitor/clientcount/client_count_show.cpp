@@ -1,0 +1,43 @@
+#include "monitor/clientcount/client_count_show.h"
+
+#include <utility>
+
+#include "monitor/engine/json_keys.h"
+
+namespace monitoring::clientcount {
+namespace {
+
+JsonTree SsidsOfDevice(const CurrentCounts::mapped_type& counts) {
+  JsonTree ssids = NewObject();
+  for (const auto& [ssid, current] : counts) {
+    JsonTree object = NewObject();
+    Add(object, json_key::kSsid, NewText(ssid));
+    Add(object, json_key::kCount, NewInteger(current.count));
+    Add(ssids, ssid, std::move(object));
+  }
+  return ssids;
+}
+
+}  // namespace
+
+void AddSamples(const JsonTree& object, const Series& series) {
+  for (const auto& [minute, count] : series) Add(object, std::to_string(minute), NewInteger(count));
+}
+
+JsonTree CurrentSsidsObject(const CountById& counts) {
+  JsonTree ssids = NewObject();
+  for (const auto& [ssid, count] : counts) {
+    JsonTree object = NewObject();
+    Add(object, json_key::kCount, NewInteger(count));
+    Add(ssids, ssid, std::move(object));
+  }
+  return ssids;
+}
+
+JsonTree CurrentDevicesObject(const CurrentCounts& counts) {
+  JsonTree devices = NewObject();
+  for (const auto& [mac, ssids] : counts) Add(devices, mac, SsidsOfDevice(ssids));
+  return devices;
+}
+
+}  // namespace monitoring::clientcount

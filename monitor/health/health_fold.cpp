@@ -1,0 +1,52 @@
+#include "monitor/health/health_fold.h"
+
+namespace monitoring::health {
+namespace {
+
+constexpr std::int32_t kUnknown = 1;
+constexpr std::int32_t kGood = 2;
+constexpr std::int32_t kFair = 3;
+constexpr std::int32_t kBad = 4;
+constexpr std::int32_t kHostsBest = 1;  // the host's own scale begins with what is best
+
+constexpr double kBusyCpu = 80.0;  // percent
+constexpr double kIdleCpu = 20.0;
+constexpr std::int32_t kJustStarted = 300;  // seconds
+constexpr std::int32_t kSettled = 1800;
+constexpr std::int32_t kManyClients = 48;
+
+}  // namespace
+
+std::int32_t CpuLevel(double cpu) {
+  if (cpu >= kBusyCpu) return kBad;
+  if (cpu > kIdleCpu) return kFair;
+  return cpu >= 0.0 ? kGood : kUnknown;
+}
+
+std::int32_t UptimeLevel(std::int32_t uptime, std::int32_t otherwise) {
+  if (uptime < 0) return kUnknown;
+  if (uptime <= kJustStarted) return kBad;
+  return uptime < kSettled ? kFair : otherwise;
+}
+
+std::int32_t ClientsLevel(std::int32_t clients, std::int32_t otherwise) {
+  return clients > kManyClients ? kBad : otherwise;
+}
+
+std::int32_t RogueApsLevel(std::int32_t rogue_aps, std::int32_t otherwise) {
+  return rogue_aps != 0 ? kBad : otherwise;
+}
+
+std::int32_t ShownLevel(std::int32_t level) {
+  return level == kHostsBest ? kGood : level;
+}
+
+HealthStatus Graded(HealthStatus status) {
+  status.cpu_level = CpuLevel(status.cpu);
+  status.uptime_level = UptimeLevel(status.uptime, status.uptime_level);
+  status.clients_level = ClientsLevel(status.clients, status.clients_level);
+  status.rogue_aps_level = RogueApsLevel(status.rogue_aps, status.rogue_aps_level);
+  return status;
+}
+
+}  // namespace monitoring::health

@@ -1,0 +1,30 @@
+#include "monitor/reports/client/client_report.h"
+
+#include <cstddef>
+#include <utility>
+#include <vector>
+
+#include "platform/utilities/text.h"
+
+namespace monitoring {
+namespace {
+
+constexpr const char* kSeparator = "|";
+constexpr std::size_t kFields = 3;
+
+}  // namespace
+
+std::string WirelessClientKey::GetKeyStr() const {
+  return mac + kSeparator + username + kSeparator + ssid;
+}
+
+bool WirelessClientKey::ParseKey(const std::string& key) {
+  std::vector<std::string> parts = split(key, kSeparator);
+  if (parts.size() != kFields) return false;
+  mac = std::move(parts[0]);
+  username = std::move(parts[1]);
+  ssid = std::move(parts[2]);
+  return true;
+}
+
+}  // namespace monitoring

@@ -1,0 +1,88 @@
+#include "monitor/reports/client/client_report_collect.h"
+
+#include <map>
+#include <optional>
+#include <utility>
+
+#include "monitor/engine/devices.h"
+#include "monitor/engine/ssid_configurations.h"
+#include "platform/device_centre.h"
+#include "platform/logging.h"
+#include "platform/utilities/text.h"
+
+namespace monitoring::client_report {
+namespace records = vexora_probe::models::controller;
+namespace {
+
+using PortalUsers = std::map<std::string, records::PortalUser>;
+using Radios = std::map<std::string, records::RadioIfState>;
+
+records::WIFIBandType BandOf(const std::string& radio, const Radios& radios) {
+  const auto found = radios.find(radio);
+  return found == radios.end() ? records::WIFIBandType::kUnknown : found->second.band;
+}
+
+Sighting ClientSighting(const records::AssocClientState& client, const std::string& ssid) {
+  const WirelessClientKey key{.mac = format_macaddress(client.mac), .username = {}, .ssid = ssid};
+  return {.key = key.GetKeyStr(),
+          .is_guest = false,
+          .counters = {.in_bytes = client.in_bytes, .out_bytes = client.out_bytes},
+          .data_rate = client.data_rate,
+          .hostname = client.hostname,
+          .mode = client.mode};
+}
+
+/// Nothing for a client whom the portal does not know, or knows without a name.
+std::optional<Sighting> GuestSighting(const records::AssocClientState& client, const std::string& ssid,
+                                      const PortalUsers& users) {
+  const auto found = users.find(client.mac);
+  if (found == users.end() || found->second.username.empty()) return std::nullopt;
+  const records::PortalUser& user = found->second;
+  const WirelessClientKey key{.mac = format_macaddress(client.mac), .username = user.username, .ssid = ssid};
+  return Sighting{.key = key.GetKeyStr(),
+                  .is_guest = true,
+                  .counters = {.in_bytes = user.in_bytes, .out_bytes = user.out_bytes},
+                  .data_rate = client.data_rate,
+                  .hostname = user.hostname,
+                  .mode = client.mode};
+}
+
+/// Appends the clients of one SSID interface.
+void ReadNetwork(const records::SSIDIfState& network, bool is_guest_network, records::WIFIBandType band,
+                 const PortalUsers& users, std::vector<Sighting>& clients) {
+  for (const records::AssocClientState& client : network.clients) {
+    std::optional<Sighting> sighting =
+        is_guest_network ? GuestSighting(client, network.ssid, users) : ClientSighting(client, network.ssid);
+    if (!sighting) continue;
+    sighting->band = band;
+    clients.push_back(std::move(*sighting));
+  }
+}
+
+}  // namespace
+
+std::vector<Sighting> ReadClients(const std::string& mac) {
+  const auto device = WirelessDevice(mac);
+  if (device == nullptr) return {};
+  const records::DeviceType type = device->basic_info().type;
+  const PortalUsers users = device->portal_state();
+  std::map<std::string, records::SSIDIfState> networks;
+  device->get_ssid_interfaces_state(networks);
+  Radios radios;
+  device->get_radio_interfaces_state(radios);
+  if (networks.empty() || radios.empty()) return {};
+  const SSIDConfigurations configurations = reports::ConfigurationsOf(mac, type);
+  if (configurations.empty()) return {};
+  std::vector<Sighting> clients;
+  for (const auto& [interface, network] : networks) {
+    const auto* configuration = reports::ConfigurationFor(configurations, network.ssid, network.radio);
+    if (configuration == nullptr) {
+      pel_log_error(log_module::kMonitor, "No ssid %s@%s config found!", network.ssid.c_str(), network.radio.c_str());
+      continue;
+    }
+    ReadNetwork(network, configuration->guest, BandOf(network.radio, radios), users, clients);
+  }
+  return clients;
+}
+
+}  // namespace monitoring::client_report

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "monitor/reports/client/client_report.h"
+
+namespace monitoring::client_report {
+
+/// The clients of a device, network by network: all of an ordinary network, and on a guest network those whom the
+/// portal let in under a name.
+///
+/// A network without configuration is left out and logged at error level. Empty for a device that is unknown, has no
+/// driver, no wireless side, no SSID or radio interfaces or no SSID configuration.
+std::vector<Sighting> ReadClients(const std::string& mac);
+
+}  // namespace monitoring::client_report

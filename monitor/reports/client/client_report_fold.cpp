@@ -1,0 +1,97 @@
+#include "monitor/reports/client/client_report_fold.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace monitoring::client_report {
+namespace {
+
+constexpr std::int64_t kMostSeconds = std::numeric_limits<std::int32_t>::max();
+
+std::int32_t Sum(std::int32_t left, std::int32_t right) {
+  return static_cast<std::int32_t>(std::min(std::int64_t{left} + right, kMostSeconds));
+}
+
+ClientRows& RowsFor(const Sighting& client, ClientReport& report) {
+  return client.is_guest ? report.guests : report.clients;
+}
+
+void Describe(const Sighting& client, WirelessClientItem& row) {
+  row.data_rate = client.data_rate;
+  row.hostname = client.hostname;
+  row.mode = client.mode;
+  row.band = client.band;
+}
+
+/// Adds the rows of a day to those of its week. Days come oldest first, so what was reported last is left standing.
+void AddRows(const ClientRows& day, ClientRows& week) {
+  for (const auto& [key, counted] : day) {
+    const auto [entry, is_new] = week.try_emplace(key);
+    WirelessClientItem& row = entry->second;
+    if (is_new) row.first_seen = counted.first_seen;
+    row.online_time = Sum(row.online_time, counted.online_time);
+    row.upload += counted.upload;
+    row.download += counted.download;
+    row.data_rate = counted.data_rate;
+    row.last_seen = counted.last_seen;
+    row.hostname = counted.hostname;
+    row.mode = counted.mode;
+    row.band = counted.band;
+  }
+}
+
+}  // namespace
+
+std::int32_t SecondsBetween(time_t earlier, time_t later) {
+  if (later <= earlier) return 0;
+  std::int64_t seconds = 0;
+  if (__builtin_sub_overflow(later, earlier, &seconds)) seconds = kMostSeconds;
+  return static_cast<std::int32_t>(std::min(seconds, kMostSeconds));
+}
+
+std::uint64_t OctetsBetween(std::uint64_t before, std::uint64_t now) {
+  return now >= before ? now - before : now;
+}
+
+void CountContinuing(const Sighting& client, const WirelessClientStatics& before, time_t now,
+                     std::int32_t online_seconds, ClientReport& report) {
+  const auto [entry, is_new] = RowsFor(client, report).try_emplace(client.key);
+  WirelessClientItem& row = entry->second;
+  if (is_new || row.first_seen > now) row.first_seen = now;
+  // A client on two devices at once is counted on both, but nobody is online for longer than has passed.
+  row.online_time = std::min(Sum(row.online_time, online_seconds), SecondsBetween(row.first_seen, now));
+  row.upload += OctetsBetween(before.in_bytes, client.counters.in_bytes);
+  row.download += OctetsBetween(before.out_bytes, client.counters.out_bytes);
+  row.last_seen = now;
+  Describe(client, row);
+}
+
+void CountArriving(const Sighting& client, time_t now, ClientReport& report) {
+  const auto [entry, is_new] = RowsFor(client, report).try_emplace(client.key);
+  if (is_new) entry->second.first_seen = entry->second.last_seen = now;
+  Describe(client, entry->second);
+}
+
+void RebuildWeek(const ClientReports& daily, const std::string& day, const std::string& week, ClientReports& weekly) {
+  weekly.erase(week);
+  const std::string first_day = week.substr(0, week.find('/'));
+  for (auto kept = daily.lower_bound(first_day); kept != daily.end() && kept->first < day; ++kept) {
+    ClientReport& report = weekly[week];
+    AddRows(kept->second.clients, report.clients);
+    AddRows(kept->second.guests, report.guests);
+  }
+}
+
+void Trim(ClientReports& reports, const std::string& current, std::size_t limit) {
+  const auto future = reports.upper_bound(current);
+  if (future != reports.end()) reports.erase(future);
+  if (reports.size() > limit) reports.erase(reports.begin());
+}
+
+double OnlinePercent(std::int32_t online_seconds, std::int32_t period_seconds) {
+  if (period_seconds == 0) return 0;
+  const std::int64_t tenths = std::int64_t{online_seconds} * 1000 / period_seconds;
+  return static_cast<double>(tenths) / 10.0;
+}
+
+}  // namespace monitoring::client_report

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "monitor/reports/network/network_records.h"
+#include "monitor/reports/network/rogues.h"
+#include "platform/configuration.h"
+#include "platform/device_centre.h"
+
+/// Asks the host what the wireless network report is made of. Nothing of the report's is locked meanwhile.
+namespace vexora_probe::monitor {
+
+/// One sample of every SSID interface of a device that has all it takes: a name, statistics, a known band, and a
+/// configuration among `configurations`. An interface that lacks one is logged and left out.
+std::vector<Networks> ReadSSIDs(const Device& device, const SSIDConfigurations& configurations);
+
+/// What the device heard in its latest scan.
+Scan ReadScan(const Device& device);
+
+/// The SSID configurations of a device, whatever its type. Empty when nothing is known of the device.
+SSIDConfigurations ReadConfigurations(const std::string& mac);
+
+/// Name, model and firmware of an access point, in an otherwise empty description.
+using AccessPointInfos = std::map<std::string, NetworksAttr>;
+
+/// What the host knows of these access points, by MAC. One of which it has no basic information is left out; model and
+/// firmware are empty where it has no platform information.
+AccessPointInfos ReadAccessPointInfos(const std::vector<std::string>& macs);
+
+}  // namespace vexora_probe::monitor

@@ -1,0 +1,76 @@
+#include "monitor/reports/network/network_keys.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+
+#include "monitor/engine/time_keys.h"
+#include "platform/logging.h"
+
+namespace vexora_probe::monitor {
+namespace {
+
+using models::controller::SecModeType;
+
+constexpr const char* kSeparator = "|";
+constexpr const char* kDaySeparator = "/";
+constexpr std::size_t kShortestWeekKey = 3;  // a day, the slash and a day, of a character each
+
+/// The number that a text begins with; 0 when it begins with none.
+std::int32_t LeadingNumber(const std::string& text) {
+  constexpr int kDecimal = 10;
+  return static_cast<std::int32_t>(std::strtol(text.c_str(), nullptr, kDecimal));
+}
+
+}  // namespace
+
+std::string MinuteKey(long time) {
+  return std::to_string(monitoring::time_keys::Minute(time));
+}
+
+std::string SSIDKey(const std::string& name, SecModeType mode, bool guest) {
+  return name + kSeparator + std::to_string(static_cast<std::int32_t>(mode)) + kSeparator + (guest ? "1" : "0");
+}
+
+std::string SSIDKeyWithRadio(const NetworksAttr& network) {
+  return SSIDKey(network.name, network.security_mode, network.guest != 0) + kSeparator + network.radio_type;
+}
+
+void RemoveRadioTypeFromSSIDKey(const std::string& ssid_key, std::string& out) {
+  pel_log_debug(log_module::kMonitor, "[WirelessNetworkReport::RemoveRadioTypeFromSSIDKey] ssid_key: %s",
+                ssid_key.c_str());
+  const std::size_t last = ssid_key.rfind(kSeparator);
+  if (last != std::string::npos) out = ssid_key.substr(0, last);
+}
+
+// The log lines carry another function's name; whoever searches logs for them knows them so.
+bool GetAttributeFromKey(const std::string& ssid_key, std::string& name, SecModeType& mode, bool& guest) {
+  pel_log_debug(log_module::kMonitor, "[WirelessNetworkReport::GetSSIDNameFromKey] ssid_key: %s", ssid_key.c_str());
+  const std::size_t before_guest = ssid_key.rfind(kSeparator);
+  if (before_guest == std::string::npos) return false;
+  guest = LeadingNumber(ssid_key.substr(before_guest + 1)) != 0;
+  if (before_guest == 0) return false;
+  const std::size_t before_mode = ssid_key.rfind(kSeparator, before_guest - 1);
+  if (before_mode == std::string::npos) return false;
+  mode = static_cast<SecModeType>(LeadingNumber(ssid_key.substr(before_mode + 1)));
+  name = ssid_key.substr(0, before_mode);
+  pel_log_debug(log_module::kMonitor, "[WirelessNetworkReport::GetSSIDNameFromKey] ssid name: %s, mode: %d, guest: %d",
+                name.c_str(), static_cast<int>(mode), guest ? 1 : 0);
+  return true;
+}
+
+bool GetStartEndTimeOfWeek(const std::string& week, std::string& start, std::string& end) {
+  pel_log_debug(log_module::kMonitor, "[WirelessNetworkReport::GetStartEndTimeOfWeek] week: %s", week.c_str());
+  const std::size_t slash = week.find(kDaySeparator);
+  if (slash == std::string::npos || week.size() < kShortestWeekKey) {
+    pel_log_error(log_module::kMonitor, "[WirelessNetworkReport::GetStartEndTimeOfWeek] Wrong week time format");
+    return false;
+  }
+  start = week.substr(0, slash);
+  end = week.substr(slash + 1);
+  pel_log_debug(log_module::kMonitor, "[WirelessNetworkReport::GetStartEndTimeOfWeek] start_day: %s, end_day: %s",
+                start.c_str(), end.c_str());
+  return true;
+}
+
+}  // namespace vexora_probe::monitor

@@ -1,0 +1,24 @@
+#include "monitor/reports/network/network_week.h"
+
+namespace vexora_probe::monitor {
+
+WeekOfIds RegroupByWeek(const Buckets& daily, const ReportTime& time,
+                        const std::function<void(const std::string& day)>& outside) {
+  WeekOfIds week;
+  for (const auto& [day, records] : daily) {
+    if (!time.IsInWeek(day)) {
+      outside(day);
+      continue;
+    }
+    for (const auto& [id, record] : records) week[id].push_back(&record);
+  }
+  return week;
+}
+
+bool DropOldestDay(Buckets& daily) {
+  if (daily.size() <= kKeptDays) return false;
+  daily.erase(daily.begin());
+  return true;
+}
+
+}  // namespace vexora_probe::monitor
