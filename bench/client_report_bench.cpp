@@ -13,7 +13,7 @@
 #include "monitor/engine/time_keys.h"
 #include "monitor/reports/client/wireless_client_report.h"
 #include "probe/clock/virtual_clock.h"
-#include "probe/device_centre/device_centre.h"
+#include "probe/host/device_centre.h"
 
 namespace {
 

@@ -13,7 +13,7 @@
 #include "bench/stopwatch.h"
 #include "monitor/reports/network/wireless_network_report.h"
 #include "probe/clock/virtual_clock.h"
-#include "probe/device_centre/device_centre.h"
+#include "probe/host/device_centre.h"
 
 namespace {
 

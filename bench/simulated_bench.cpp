@@ -3,7 +3,7 @@
 
 #include <benchmark/benchmark.h>
 
-#include "probe/device_centre/device_centre.h"
+#include "probe/host/device_centre.h"
 #include "probe/sources/simulated/simulated_network.h"
 
 namespace {

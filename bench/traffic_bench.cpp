@@ -11,7 +11,7 @@
 #include "monitor/engine/constants.h"
 #include "monitor/traffic/traffic_monitor.h"
 #include "probe/clock/virtual_clock.h"
-#include "probe/device_centre/device_centre.h"
+#include "probe/host/device_centre.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string>
 
-#include "probe/device_centre/device_centre.h"
+#include "probe/host/device_centre.h"
 
 namespace bench {
 

@@ -18,7 +18,7 @@
 #include "monitor/engine/constants.h"
 #include "monitor/wirelesstop/ranking.h"
 #include "monitor/wirelesstop/wireless_top_monitor.h"
-#include "probe/device_centre/device_centre.h"
+#include "probe/host/device_centre.h"
 
 namespace {
 

@@ -11,7 +11,7 @@
 #include "monitor/engine/filter.h"
 #include "monitor/engine/json_tree.h"
 #include "monitor/traffic/traffic_monitor.h"
-#include "probe/logging/log.h"
+#include "probe/host/log.h"
 
 using fuzzing::Require;
 

@@ -5,9 +5,9 @@
 #include <variant>
 
 #include "fuzz/require.h"
-#include "probe/replay/recording.h"
-#include "probe/sources/recorded/device_state.h"
-#include "probe/sources/recorded/members.h"
+#include "probe/recording/device_state_reader.h"
+#include "probe/recording/json_object_reader.h"
+#include "probe/recording/recording_line.h"
 
 using fuzzing::Require;
 

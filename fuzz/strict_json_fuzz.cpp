@@ -4,7 +4,7 @@
 #include <string>
 
 #include "fuzz/require.h"
-#include "probe/api/strict_json.h"
+#include "probe/text/strict_json.h"
 #include "probe/text/utf8.h"
 
 using fuzzing::Require;

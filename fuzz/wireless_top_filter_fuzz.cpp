@@ -11,8 +11,8 @@
 #include "fuzz/require.h"
 #include "monitor/engine/json_tree.h"
 #include "monitor/wirelesstop/wireless_top_monitor.h"
-#include "probe/device_centre/device_centre.h"
-#include "probe/logging/log.h"
+#include "probe/host/device_centre.h"
+#include "probe/host/log.h"
 
 using fuzzing::Require;
 using monitoring::JsonTree;

@@ -5,7 +5,7 @@
 #include <optional>
 #include <utility>
 
-#include "probe/api/strict_json.h"
+#include "probe/text/strict_json.h"
 
 namespace probe {
 namespace {

@@ -3,7 +3,7 @@
 #include <string>
 
 #include "probe/api/plugin_calls.h"
-#include "probe/device_centre/device_centre.h"
+#include "probe/host/device_centre.h"
 #include "probe/server/http_message.h"
 
 namespace probe {

@@ -6,8 +6,8 @@
 #include <utility>
 
 #include "probe/api/answers.h"
-#include "probe/api/strict_json.h"
 #include "probe/clock/clock.h"
+#include "probe/text/strict_json.h"
 
 namespace probe {
 namespace {

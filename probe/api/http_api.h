@@ -6,7 +6,7 @@
 #include "probe/api/latest_messages.h"
 #include "probe/api/page_files.h"
 #include "probe/api/plugin_calls.h"
-#include "probe/device_centre/device_centre.h"
+#include "probe/host/device_centre.h"
 #include "probe/server/http_message.h"
 
 namespace probe {

@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "probe/clock/clock.h"
-#include "probe/logging/log.h"
+#include "probe/host/log.h"
 
 using utilities::lock::lock_guard;
 

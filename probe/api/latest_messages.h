@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "platform/utilities/locks.h"
+#include "probe/host/subscription_service.h"
 #include "probe/server/web_server.h"
-#include "probe/subscriptions/subscription_service.h"
 
 namespace probe {
 

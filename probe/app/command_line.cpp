@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <sstream>
 
-#include "probe/configuration/setting_keys.h"
+#include "probe/settings/setting_keys.h"
 
 namespace probe {
 namespace {

@@ -5,7 +5,7 @@
 #include <string>
 #include <variant>
 
-#include "probe/configuration/settings.h"
+#include "probe/settings/settings.h"
 
 namespace probe {
 

@@ -6,7 +6,7 @@
 #include "probe/app/command_line.h"
 #include "probe/app/probe_app.h"
 #include "probe/app/stop_signals.h"
-#include "probe/logging/log.h"
+#include "probe/host/log.h"
 
 namespace {
 

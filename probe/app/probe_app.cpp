@@ -7,9 +7,9 @@
 #include <utility>
 
 #include "platform/tasks.h"
-#include "probe/device_centre/device_centre.h"
-#include "probe/logging/log.h"
-#include "probe/subscriptions/subscription_service.h"
+#include "probe/host/device_centre.h"
+#include "probe/host/log.h"
+#include "probe/host/subscription_service.h"
 #include "probe/text/url_host.h"
 
 namespace probe {

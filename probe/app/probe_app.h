@@ -5,10 +5,10 @@
 
 #include "probe/api/http_api.h"
 #include "probe/clock/scaled_clock.h"
-#include "probe/configuration/settings.h"
 #include "probe/plugin/loaded_plugin.h"
 #include "probe/recording/recorder.h"
 #include "probe/server/web_server.h"
+#include "probe/settings/settings.h"
 #include "probe/sources/simulated/simulated_source.h"
 #include "probe/sources/this_machine/this_machine.h"
 

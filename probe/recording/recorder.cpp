@@ -4,8 +4,8 @@
 #include <stdexcept>
 #include <utility>
 
-#include "probe/logging/log.h"
-#include "probe/sources/recorded/timezone_name.h"
+#include "probe/host/log.h"
+#include "probe/recording/timezone_name.h"
 
 namespace probe {
 namespace {

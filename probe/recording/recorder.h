@@ -12,10 +12,10 @@
 #include <vector>
 
 #include "probe/clock/clock.h"
-#include "probe/device_centre/device_centre.h"
+#include "probe/host/device_centre.h"
+#include "probe/host/subscription_observer.h"
+#include "probe/host/subscription_service.h"
 #include "probe/recording/recording_writer.h"
-#include "probe/subscriptions/subscription_observer.h"
-#include "probe/subscriptions/subscription_service.h"
 
 namespace probe {
 

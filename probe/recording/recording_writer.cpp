@@ -3,7 +3,7 @@
 #include <nlohmann/json.hpp>
 #include <ostream>
 
-#include "probe/sources/recorded/device_state.h"
+#include "probe/recording/device_state_reader.h"
 
 namespace probe {
 

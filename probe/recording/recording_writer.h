@@ -5,7 +5,7 @@
 #include <nlohmann/json_fwd.hpp>
 #include <string>
 
-#include "probe/device_centre/device_snapshot.h"
+#include "probe/host/device_snapshot.h"
 
 namespace probe {
 

@@ -6,12 +6,12 @@
 #include <utility>
 
 #include "platform/tasks.h"
-#include "probe/device_centre/device_centre.h"
-#include "probe/sending/send_function.h"
-#include "probe/sources/recorded/device_state.h"
-#include "probe/sources/recorded/members.h"
-#include "probe/subscriptions/subscription_service.h"
-#include "probe/tasks/memory_cleanup.h"
+#include "probe/host/device_centre.h"
+#include "probe/host/memory_cleanup.h"
+#include "probe/host/sending.h"
+#include "probe/host/subscription_service.h"
+#include "probe/recording/device_state_reader.h"
+#include "probe/recording/json_object_reader.h"
 
 namespace probe {
 namespace {

@@ -9,8 +9,8 @@
 #include "platform/subscriptions.h"
 #include "probe/clock/virtual_clock.h"
 #include "probe/plugin/loaded_plugin.h"
+#include "probe/recording/recording_line.h"
 #include "probe/replay/pass_meter.h"
-#include "probe/replay/recording.h"
 #include "probe/replay/replay_output.h"
 
 namespace probe {

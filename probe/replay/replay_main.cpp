@@ -10,9 +10,9 @@
 #include <stdexcept>
 #include <string>
 
-#include "probe/logging/log.h"
+#include "probe/host/log.h"
+#include "probe/recording/json_object_reader.h"
 #include "probe/replay/replay_host.h"
-#include "probe/sources/recorded/members.h"
 
 namespace {
 

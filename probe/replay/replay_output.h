@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "probe/logging/log.h"
+#include "probe/host/log.h"
 #include "probe/replay/pass_meter.h"
 
 namespace probe {

@@ -2,7 +2,7 @@
 
 #include <exception>
 
-#include "probe/logging/log.h"
+#include "probe/host/log.h"
 
 namespace probe {
 

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "platform/utilities/locks.h"
-#include "probe/logging/log.h"
+#include "probe/host/log.h"
 #include "probe/server/line_budget.h"
 
 using utilities::lock::lock_guard;

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "probe/logging/log.h"
+#include "probe/host/log.h"
 #include "probe/server/gate.h"
 
 namespace probe {

@@ -8,7 +8,7 @@
 #include <stdexcept>
 #include <system_error>
 
-#include "probe/logging/log.h"
+#include "probe/host/log.h"
 #include "probe/server/ip_address.h"
 
 namespace probe {

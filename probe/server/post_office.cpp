@@ -3,8 +3,8 @@
 #include <atomic>
 #include <utility>
 
-#include "probe/logging/log.h"
-#include "probe/sending/send_function.h"
+#include "probe/host/log.h"
+#include "probe/host/sending.h"
 
 using utilities::lock::lock_guard;
 

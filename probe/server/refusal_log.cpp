@@ -1,6 +1,6 @@
 #include "probe/server/refusal_log.h"
 
-#include "probe/logging/log.h"
+#include "probe/host/log.h"
 
 namespace probe {
 

@@ -5,10 +5,10 @@
 #include <string_view>
 
 #include "platform/subscriptions.h"
+#include "probe/host/subscription_service.h"
 #include "probe/server/protocol.h"
 #include "probe/server/server_settings.h"
 #include "probe/server/subscription_ledger.h"
-#include "probe/subscriptions/subscription_service.h"
 
 namespace probe {
 

@@ -6,7 +6,7 @@
 #include <cstring>
 #include <utility>
 
-#include "probe/logging/log.h"
+#include "probe/host/log.h"
 #include "probe/server/fragment.h"
 #include "probe/server/http_exchange.h"
 #include "probe/server/socket_progress.h"

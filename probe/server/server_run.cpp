@@ -8,7 +8,7 @@
 #include <stdexcept>
 #include <utility>
 
-#include "probe/logging/log.h"
+#include "probe/host/log.h"
 #include "probe/server/ip_address.h"
 #include "probe/server/open_files.h"
 #include "probe/server/port_reservation.h"

@@ -11,6 +11,7 @@
 #include <thread>
 #include <vector>
 
+#include "probe/host/subscription_service.h"
 #include "probe/server/connection.h"
 #include "probe/server/http_message.h"
 #include "probe/server/library_timer.h"
@@ -18,7 +19,6 @@
 #include "probe/server/post_office.h"
 #include "probe/server/server_loop.h"
 #include "probe/server/server_settings.h"
-#include "probe/subscriptions/subscription_service.h"
 
 namespace probe {
 

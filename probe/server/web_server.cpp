@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "probe/logging/log.h"
+#include "probe/host/log.h"
 #include "probe/server/server_run.h"
 
 namespace probe {

@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
+#include "probe/host/subscription_service.h"
 #include "probe/server/http_message.h"
 #include "probe/server/server_settings.h"
-#include "probe/subscriptions/subscription_service.h"
 
 namespace probe {
 

@@ -10,8 +10,8 @@
 
 #include "platform/tasks.h"
 #include "probe/clock/virtual_clock.h"
-#include "probe/device_centre/device_centre.h"
-#include "probe/subscriptions/subscription_service.h"
+#include "probe/host/device_centre.h"
+#include "probe/host/subscription_service.h"
 
 namespace {
 
@@ -21,7 +21,7 @@ constexpr int kRounds = 1'000;
 /// The library, loaded for as long as it lives.
 class Plugin {
  public:
-  Plugin() : handle_(dlopen(VEXORA_PLUGIN_PATH, RTLD_NOW | RTLD_LOCAL)) { EXPECT_NE(handle_, nullptr) << dlerror(); }
+  Plugin() : handle_(dlopen(VEXORA_PLUGIN_FILE, RTLD_NOW | RTLD_LOCAL)) { EXPECT_NE(handle_, nullptr) << dlerror(); }
   ~Plugin() { dlclose(handle_); }
   Plugin(const Plugin&) = delete;
   Plugin& operator=(const Plugin&) = delete;

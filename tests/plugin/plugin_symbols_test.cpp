@@ -75,7 +75,7 @@ std::string Written(const std::string& name) {
 
 class PluginSymbols : public ::testing::Test {
  protected:
-  const SharedLibrary plugin{VEXORA_PLUGIN_PATH};
+  const SharedLibrary plugin{VEXORA_PLUGIN_FILE};
 };
 
 TEST_F(PluginSymbols, AreTheSevenEntryPointsAndNoEighth) {

@@ -41,7 +41,7 @@ includes() {
   refuses arrows monitor/engine/push.cpp '#include "monitor/traffic/traffic_records.h"'
   refuses arrows monitor/engine/entry_points.cpp '#include "probe/main.h"'
   refuses arrows monitor/traffic/traffic_show.cpp '#include "monitor/health/health.h"'
-  refuses arrows monitor/traffic/traffic_show.cpp '#  include "probe/device_centre/device_centre.h"'
+  refuses arrows monitor/traffic/traffic_show.cpp '#  include "probe/host/device_centre.h"'
   refuses arrows monitor/traffic/traffic_show.cpp '#include <nlohmann/json.hpp>'
   refuses arrows probe/main.cpp '#include "monitor/engine/monitor.h"'
 }

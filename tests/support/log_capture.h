@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "probe/logging/log.h"
+#include "probe/host/log.h"
 
 namespace test {
 

@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "monitor/engine/json_tree.h"
-#include "probe/sending/send_function.h"
+#include "probe/host/sending.h"
 
 namespace test {
 namespace {

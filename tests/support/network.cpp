@@ -3,7 +3,7 @@
 #include <memory>
 #include <utility>
 
-#include "probe/device_centre/device_centre.h"
+#include "probe/host/device_centre.h"
 
 namespace test {
 namespace records = vexora_probe::models::controller;

@@ -6,7 +6,7 @@
 #include <map>
 #include <string>
 
-#include "probe/device_centre/device_snapshot.h"
+#include "probe/host/device_snapshot.h"
 
 namespace test {
 

@@ -7,8 +7,8 @@
 
 #include "monitor/engine/entry_points.h"
 #include "monitor/engine/monitoring_manager.h"
-#include "probe/logging/log.h"
-#include "probe/subscriptions/subscription_service.h"
+#include "probe/host/log.h"
+#include "probe/host/subscription_service.h"
 
 namespace test {
 namespace {

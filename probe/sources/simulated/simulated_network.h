@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "probe/device_centre/device_centre.h"
+#include "probe/host/device_centre.h"
 
 namespace probe {
 

@@ -5,7 +5,7 @@
 #include <mutex>
 #include <thread>
 
-#include "probe/device_centre/device_centre.h"
+#include "probe/host/device_centre.h"
 #include "probe/sources/simulated/simulated_network.h"
 
 namespace probe {

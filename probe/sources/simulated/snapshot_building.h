@@ -2,7 +2,7 @@
 
 #include <cstddef>
 
-#include "probe/device_centre/device_snapshot.h"
+#include "probe/host/device_snapshot.h"
 #include "probe/sources/simulated/device_load.h"
 #include "probe/sources/simulated/device_state.h"
 #include "probe/sources/simulated/floor_plan.h"

@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "platform/device_records.h"
-#include "probe/logging/log.h"
+#include "probe/host/log.h"
 #include "probe/sources/this_machine/device_mac.h"
 #include "probe/sources/this_machine/wifi_snapshot.h"
 

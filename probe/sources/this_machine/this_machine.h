@@ -5,8 +5,8 @@
 #include <string>
 #include <thread>
 
-#include "probe/configuration/settings.h"
-#include "probe/device_centre/device_centre.h"
+#include "probe/host/device_centre.h"
+#include "probe/settings/settings.h"
 #include "probe/sources/this_machine/machine_reading.h"
 
 namespace probe {

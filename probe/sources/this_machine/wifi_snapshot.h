@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "probe/device_centre/device_snapshot.h"
+#include "probe/host/device_snapshot.h"
 #include "probe/sources/this_machine/wifi_reading.h"
 
 namespace probe {

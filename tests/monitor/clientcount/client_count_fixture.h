@@ -9,7 +9,7 @@
 
 #include "monitor/clientcount/client_count_monitor.h"
 #include "probe/clock/virtual_clock.h"
-#include "probe/subscriptions/subscription_service.h"
+#include "probe/host/subscription_service.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/message_capture.h"
 #include "tests/support/network.h"

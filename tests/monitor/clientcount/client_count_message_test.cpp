@@ -2,7 +2,7 @@
 
 #include <stdexcept>
 
-#include "probe/sending/send_function.h"
+#include "probe/host/sending.h"
 #include "tests/monitor/clientcount/client_count_fixture.h"
 
 namespace {

@@ -10,7 +10,7 @@
 #include "monitor/engine/merge_task.h"
 #include "platform/tasks.h"
 #include "probe/clock/virtual_clock.h"
-#include "probe/subscriptions/subscription_service.h"
+#include "probe/host/subscription_service.h"
 #include "tests/support/log_capture.h"
 
 namespace {

@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "probe/sending/send_function.h"
+#include "probe/host/sending.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/message_capture.h"
 

@@ -2,8 +2,8 @@
 
 #include <stdexcept>
 
-#include "probe/sending/send_function.h"
-#include "probe/subscriptions/subscription_service.h"
+#include "probe/host/sending.h"
+#include "probe/host/subscription_service.h"
 #include "tests/monitor/health/health_fixture.h"
 
 namespace {

@@ -3,9 +3,9 @@
 #include <atomic>
 
 #include "monitor/engine/monitoring_manager.h"
-#include "probe/device_centre/device_centre.h"
-#include "probe/subscriptions/subscription_service.h"
-#include "probe/tasks/memory_cleanup.h"
+#include "probe/host/device_centre.h"
+#include "probe/host/memory_cleanup.h"
+#include "probe/host/subscription_service.h"
 #include "tests/support/message_capture.h"
 #include "tests/support/running_engine.h"
 

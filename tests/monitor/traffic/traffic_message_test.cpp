@@ -1,6 +1,6 @@
 #include <gmock/gmock.h>
 
-#include "probe/subscriptions/subscription_service.h"
+#include "probe/host/subscription_service.h"
 #include "tests/monitor/traffic/traffic_fixture.h"
 
 namespace {

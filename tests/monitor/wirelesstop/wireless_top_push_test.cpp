@@ -1,6 +1,6 @@
 #include <gmock/gmock.h>
 
-#include "probe/subscriptions/subscription_service.h"
+#include "probe/host/subscription_service.h"
 #include "tests/monitor/wirelesstop/wireless_top_fixture.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/message_capture.h"

@@ -6,8 +6,8 @@
 
 #include "monitor/engine/json_tree.h"
 #include "monitor/engine/monitoring_manager.h"
-#include "probe/subscriptions/subscription_service.h"
-#include "probe/tasks/memory_cleanup.h"
+#include "probe/host/memory_cleanup.h"
+#include "probe/host/subscription_service.h"
 #include "tests/monitor/wirelesstop/wireless_top_fixture.h"
 #include "tests/support/message_capture.h"
 #include "tests/support/running_engine.h"

@@ -7,8 +7,8 @@
 #include <variant>
 #include <vector>
 
-#include "probe/configuration/setting_keys.h"
-#include "tests/probe/app/test_folder.h"
+#include "probe/settings/setting_keys.h"
+#include "tests/support/test_folder.h"
 
 namespace probe {
 namespace {

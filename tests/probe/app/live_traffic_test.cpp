@@ -14,13 +14,13 @@
 #include "platform/tasks.h"
 #include "probe/client/websocket_client.h"
 #include "probe/clock/virtual_clock.h"
-#include "probe/device_centre/device_centre.h"
+#include "probe/host/device_centre.h"
+#include "probe/host/subscription_service.h"
 #include "probe/plugin/loaded_plugin.h"
 #include "probe/server/web_server.h"
 #include "probe/sources/this_machine/this_machine.h"
-#include "probe/subscriptions/subscription_service.h"
 #include "tests/probe/app/loopback_transfer.h"
-#include "tests/probe/app/test_folder.h"
+#include "tests/support/test_folder.h"
 
 namespace probe {
 namespace {

@@ -8,9 +8,9 @@
 #include <vector>
 
 #include "platform/sending.h"
-#include "probe/device_centre/device_centre.h"
-#include "probe/logging/log.h"
-#include "probe/subscriptions/subscription_service.h"
+#include "probe/host/device_centre.h"
+#include "probe/host/log.h"
+#include "probe/host/subscription_service.h"
 #include "tests/support/log_capture.h"
 
 namespace probe {

@@ -15,7 +15,7 @@
 
 #include "probe/client/websocket_client.h"
 #include "tests/probe/app/probe_process.h"
-#include "tests/probe/app/test_folder.h"
+#include "tests/support/test_folder.h"
 
 namespace {
 

@@ -10,8 +10,8 @@
 #include <stdexcept>
 #include <string>
 
-#include "tests/probe/app/test_folder.h"
 #include "tests/support/taken_text.h"
+#include "tests/support/test_folder.h"
 
 namespace probe {
 namespace {

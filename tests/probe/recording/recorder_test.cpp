@@ -8,9 +8,9 @@
 #include <stdexcept>
 #include <string>
 
-#include "tests/probe/app/test_folder.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/message_capture.h"
+#include "tests/support/test_folder.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "probe/sources/recorded/timezone_name.h"
+#include "probe/recording/timezone_name.h"
 
 #include <gtest/gtest.h>
 
@@ -6,7 +6,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "tests/probe/app/test_folder.h"
+#include "tests/support/test_folder.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include <ostream>
 #include <string>
 
-#include "probe/api/strict_json.h"
+#include "probe/text/strict_json.h"
 #include "tests/support/schema.h"
 
 namespace {

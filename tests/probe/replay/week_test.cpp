@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "probe/device_centre/device_centre.h"
+#include "probe/host/device_centre.h"
 #include "probe/recording/recording_writer.h"
 #include "probe/sources/simulated/simulated_network.h"
 

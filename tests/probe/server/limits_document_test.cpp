@@ -8,7 +8,7 @@
 #include <set>
 #include <string>
 
-#include "probe/configuration/setting_keys.h"
+#include "probe/settings/setting_keys.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 
 #include "monitor/engine/entry_points.h"
 #include "monitor/reports/network/network_records.h"
-#include "probe/logging/log.h"
+#include "probe/host/log.h"
 #include "tests/support/local_time.h"
 #include "tests/support/network.h"
 #include "tests/support/running_engine.h"

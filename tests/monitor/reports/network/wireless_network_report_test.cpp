@@ -5,7 +5,7 @@
 #include <memory>
 
 #include "monitor/reports/network/network_keys.h"
-#include "probe/device_centre/device_centre.h"
+#include "probe/host/device_centre.h"
 #include "tests/monitor/reports/network/network_report_fixture.h"
 
 namespace {

@@ -1,0 +1,143 @@
+#include "probe/host/device_centre.h"
+
+#include <utility>
+
+#include "probe/host/snapshot_device.h"
+
+namespace records = vexora_probe::models::controller;
+using utilities::lock::lock_guard_read;
+using utilities::lock::lock_guard_write;
+
+DeviceManager& DeviceManager::GetInstance() {
+  return probe::DeviceCentre::Instance();
+}
+
+std::string DeviceManager::GetDeviceTypeStr(records::DeviceType type) {
+  switch (type) {
+    case records::DeviceType::kRouter:
+      return "Router";
+    case records::DeviceType::kAccessPoint:
+      return "AccessPoint";
+    case records::DeviceType::kSwitch:
+      return "Switch";
+    case records::DeviceType::kUnknown:
+      break;
+  }
+  return "Unknown";
+}
+
+namespace probe {
+
+DeviceCentre& DeviceCentre::Instance() {
+  static DeviceCentre centre;
+  return centre;
+}
+
+void DeviceCentre::Replace(const std::string& mac, DeviceSnapshot snapshot) {
+  if (snapshot.basic_info) snapshot.basic_info->mac = mac;
+  Change change{.mac = mac, .snapshot = std::make_shared<const DeviceSnapshot>(std::move(snapshot))};
+  const lock_guard_write held(lock_);
+  Make(change);
+}
+
+void DeviceCentre::Forget(const std::string& mac) {
+  Change change{.mac = mac, .snapshot = nullptr};
+  const lock_guard_write held(lock_);
+  Make(change);
+}
+
+void DeviceCentre::Make(Change& change) {
+  if (is_held_) {
+    waiting_.push_back(std::move(change));
+    return;
+  }
+  if (change.snapshot == nullptr) {
+    snapshots_.erase(change.mac);
+    return;
+  }
+  std::swap(snapshots_[change.mac], change.snapshot);
+  TakePlace(change.mac);
+}
+
+void DeviceCentre::TakePlace(const std::string& mac) {
+  if (named_.insert(mac).second) order_.push_back(mac);
+}
+
+void DeviceCentre::Name(const std::string& mac) {
+  const lock_guard_write held(lock_);
+  TakePlace(mac);
+}
+
+void DeviceCentre::Hold() {
+  const lock_guard_write held(lock_);
+  is_held_ = true;
+}
+
+void DeviceCentre::Release() {
+  std::vector<Change> waiting;
+  const lock_guard_write held(lock_);
+  is_held_ = false;
+  waiting.swap(waiting_);
+  for (Change& change : waiting) Make(change);
+}
+
+void DeviceCentre::Clear() {
+  const lock_guard_write held(lock_);
+  snapshots_.clear();
+  order_.clear();
+  named_.clear();
+  waiting_.clear();
+}
+
+std::shared_ptr<const DeviceSnapshot> DeviceCentre::Snapshot(const std::string& mac) const {
+  const lock_guard_read held(lock_);
+  const auto found = snapshots_.find(mac);
+  return found == snapshots_.end() ? nullptr : found->second;
+}
+
+std::vector<std::string> DeviceCentre::GetOnlineManagedDevices(bool online_only) {
+  const lock_guard_read held(lock_);
+  std::vector<std::string> macs;
+  for (const std::string& mac : order_) {
+    const auto found = snapshots_.find(mac);
+    if (found != snapshots_.end() && (found->second->online || !online_only)) macs.push_back(mac);
+  }
+  return macs;
+}
+
+std::shared_ptr<Device> DeviceCentre::device(const std::string& mac) {
+  auto snapshot = Snapshot(mac);
+  if (snapshot == nullptr || !snapshot->known) return nullptr;
+  return std::make_shared<SnapshotDevice>(std::move(snapshot));
+}
+
+DeviceCentre::Snapshots DeviceCentre::Select(const std::string& mac, bool online_only) const {
+  const lock_guard_read held(lock_);
+  Snapshots selected;
+  if (mac.empty()) {
+    selected = snapshots_;
+  } else if (const auto found = snapshots_.find(mac); found != snapshots_.end()) {
+    selected.insert(*found);
+  }
+  std::erase_if(selected, [&](const auto& entry) { return online_only && !entry.second->online; });
+  return selected;
+}
+
+std::map<std::string, records::BasicInfo> DeviceCentre::GetDevicesBasicInfo(const std::string& mac, bool online_only) {
+  std::map<std::string, records::BasicInfo> infos;
+  for (const auto& [id, snapshot] : Select(mac, online_only)) {
+    if (snapshot->basic_info) infos.emplace(id, *snapshot->basic_info);
+  }
+  return infos;
+}
+
+std::map<std::string, records::PlatformInfo> DeviceCentre::GetDevicePlatformInfo(const std::string& mac,
+                                                                                 bool online_only) {
+  std::map<std::string, records::PlatformInfo> infos;
+  for (const auto& [id, snapshot] : Select(mac, online_only)) {
+    if (snapshot->platform_info) infos.emplace(id, *snapshot->platform_info);
+  }
+  return infos;
+}
+
+}  // namespace probe

@@ -1,0 +1,86 @@
+#pragma once
+
+#include <map>
+#include <memory>
+#include <string>
+#include <unordered_set>
+#include <vector>
+
+#include "platform/device_centre.h"
+#include "platform/utilities/locks.h"
+#include "probe/host/device_snapshot.h"
+
+namespace probe {
+
+class SnapshotDevice;
+
+/// The reference host's device manager: a register of devices, each with its newest snapshot.
+///
+/// Sources write snapshots on their own threads, the plug-in reads them on its threads; neither waits for the other
+/// longer than a pointer takes to copy. It is also where the event centre, the credentials and the configuration
+/// managers of this host look their answers up.
+///
+/// Does not model: devices that answer slowly. Every question is answered at once from the snapshot.
+/// Threads: any.
+class DeviceCentre final : public DeviceManager {
+ public:
+  /// The one device centre of the process, the same object as `DeviceManager::GetInstance()`.
+  static DeviceCentre& Instance();
+
+  /// Makes `snapshot` what is known of the device from now on. An unknown MAC becomes a new device, listed last.
+  void Replace(const std::string& mac, DeviceSnapshot snapshot) VEXORA_EXCLUDES(lock_);
+
+  /// Forgets the device: it is in no list, and `device(mac)` is null. Should it come back, it takes its old place in
+  /// the lists. Does not call the plug-in's clean-up function.
+  void Forget(const std::string& mac) VEXORA_EXCLUDES(lock_);
+
+  /// Gives the device its place in the lists, should it ever be known.
+  void Name(const std::string& mac) VEXORA_EXCLUDES(lock_);
+
+  /// Makes what is known stand still: changes wait until `Release`, and are then made in their order. Holding twice is
+  /// holding once.
+  void Hold() VEXORA_EXCLUDES(lock_);
+  void Release() VEXORA_EXCLUDES(lock_);
+
+  /// Forgets every device and the order in which they came.
+  void Clear() VEXORA_EXCLUDES(lock_);
+
+  /// What is known of the device now; null for a MAC that nobody named, or that was forgotten.
+  std::shared_ptr<const DeviceSnapshot> Snapshot(const std::string& mac) const VEXORA_EXCLUDES(lock_);
+
+  std::vector<std::string> GetOnlineManagedDevices(bool online_only) override VEXORA_EXCLUDES(lock_);
+  std::shared_ptr<Device> device(const std::string& mac) override VEXORA_EXCLUDES(lock_);
+  std::map<std::string, vexora_probe::models::controller::BasicInfo> GetDevicesBasicInfo(const std::string& mac,
+                                                                                         bool online_only) override
+      VEXORA_EXCLUDES(lock_);
+  std::map<std::string, vexora_probe::models::controller::PlatformInfo> GetDevicePlatformInfo(const std::string& mac,
+                                                                                              bool online_only) override
+      VEXORA_EXCLUDES(lock_);
+
+ private:
+  using Snapshots = std::map<std::string, std::shared_ptr<const DeviceSnapshot>>;
+
+  /// A change that waits: null forgets the device.
+  struct Change {
+    std::string mac;
+    std::shared_ptr<const DeviceSnapshot> snapshot;
+  };
+
+  /// Makes a change now, or keeps it while the centre is held. What the change replaces is left in it, to be freed
+  /// without the lock.
+  void Make(Change& change) VEXORA_REQUIRES(lock_);
+
+  void TakePlace(const std::string& mac) VEXORA_REQUIRES(lock_);
+
+  /// MAC -> snapshot of one device, or of all for an empty `mac`.
+  Snapshots Select(const std::string& mac, bool online_only) const VEXORA_EXCLUDES(lock_);
+
+  mutable utilities::lock::RwLock lock_;
+  Snapshots snapshots_ VEXORA_GUARDED_BY(lock_);
+  bool is_held_ VEXORA_GUARDED_BY(lock_) = false;
+  std::vector<Change> waiting_ VEXORA_GUARDED_BY(lock_);
+  std::vector<std::string> order_ VEXORA_GUARDED_BY(lock_);         // MACs as first named, forgotten ones included
+  std::unordered_set<std::string> named_ VEXORA_GUARDED_BY(lock_);  // the same MACs, to be found at once
+};
+
+}  // namespace probe

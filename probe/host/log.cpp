@@ -1,0 +1,155 @@
+#include "probe/host/log.h"
+
+#include <spdlog/sinks/stdout_color_sinks.h>
+#include <spdlog/spdlog.h>
+
+#include <atomic>
+#include <cstdarg>
+#include <cstdio>
+#include <mutex>
+#include <utility>
+
+#include "platform/logging.h"
+#include "probe/text/utf8.h"
+
+namespace probe::log {
+namespace {
+
+std::atomic<Level> threshold{Level::kInfo};
+
+spdlog::level::level_enum SpdlogLevel(Level level) {
+  switch (level) {
+    case Level::kDebug:
+      return spdlog::level::debug;
+    case Level::kInfo:
+      return spdlog::level::info;
+    case Level::kError:
+      break;
+  }
+  return spdlog::level::err;
+}
+
+const char* ModuleName(int module) {
+  switch (module) {
+    case log_module::kMonitor:
+      return "monitor";
+    case log_module::kManager:
+      return "manager";
+    default:
+      return "probe";
+  }
+}
+
+/// Lines on standard error: time, level, who speaks, text.
+void WriteToStandardError(Level level, int module, const std::string& text) {
+  static const auto logger = [] {
+    auto created = std::make_shared<spdlog::logger>("probe", std::make_shared<spdlog::sinks::stderr_color_sink_mt>());
+    created->set_level(spdlog::level::trace);
+    created->set_pattern("%Y-%m-%d %H:%M:%S.%e %^%-5l%$ %v");
+    return created;
+  }();
+  logger->log(SpdlogLevel(level), "{:<7} {}", ModuleName(module), text);
+}
+
+/// The writer in force, and the lock that keeps lines apart.
+struct Output {
+  std::mutex lock;
+  Writer writer = WriteToStandardError;
+};
+
+Output& TheOutput() {
+  static Output output;
+  return output;
+}
+
+/// The text of a printf-style call, of any length.
+std::string Formatted(const char* format, va_list arguments) {
+  va_list again;
+  va_copy(again, arguments);
+  const int length = std::vsnprintf(nullptr, 0, format, again);
+  va_end(again);
+  if (length <= 0) return {};
+  std::string text(static_cast<std::size_t>(length), '\0');
+  std::vsnprintf(text.data(), text.size() + 1, format, arguments);
+  return text;
+}
+
+void Write(Level level, int module, const char* format, va_list arguments) {
+  const std::string line = PrintableLine(Formatted(format, arguments));
+  Output& output = TheOutput();
+  const std::lock_guard held(output.lock);
+  output.writer(level, module, line);
+}
+
+bool IsWanted(Level level) {
+  return level >= threshold.load(std::memory_order_relaxed);
+}
+
+}  // namespace
+
+void SetLevel(Level level) {
+  threshold.store(level);
+}
+
+void SetWriter(Writer writer) {
+  Output& output = TheOutput();
+  const std::lock_guard held(output.lock);
+  output.writer = writer ? std::move(writer) : Writer(WriteToStandardError);
+}
+
+const char* LevelName(Level level) {
+  switch (level) {
+    case Level::kDebug:
+      return "debug";
+    case Level::kInfo:
+      return "info";
+    case Level::kError:
+      break;
+  }
+  return "error";
+}
+
+void Info(const char* format, ...) {
+  if (!IsWanted(Level::kInfo)) return;
+  va_list arguments;
+  va_start(arguments, format);
+  Write(Level::kInfo, kProbeModule, format, arguments);
+  va_end(arguments);
+}
+
+void Error(const char* format, ...) {
+  if (!IsWanted(Level::kError)) return;
+  va_list arguments;
+  va_start(arguments, format);
+  Write(Level::kError, kProbeModule, format, arguments);
+  va_end(arguments);
+}
+
+}  // namespace probe::log
+
+void pel_log_debug(int module, const char* format, ...) {
+  using probe::log::Level;
+  if (!probe::log::IsWanted(Level::kDebug)) return;
+  va_list arguments;
+  va_start(arguments, format);
+  probe::log::Write(Level::kDebug, module, format, arguments);
+  va_end(arguments);
+}
+
+void pel_log_info(int module, const char* format, ...) {
+  using probe::log::Level;
+  if (!probe::log::IsWanted(Level::kInfo)) return;
+  va_list arguments;
+  va_start(arguments, format);
+  probe::log::Write(Level::kInfo, module, format, arguments);
+  va_end(arguments);
+}
+
+void pel_log_error(int module, const char* format, ...) {
+  using probe::log::Level;
+  if (!probe::log::IsWanted(Level::kError)) return;
+  va_list arguments;
+  va_start(arguments, format);
+  probe::log::Write(Level::kError, module, format, arguments);
+  va_end(arguments);
+}

@@ -1,0 +1,32 @@
+#include "probe/host/sending.h"
+
+#include <atomic>
+#include <memory>
+
+#include "probe/text/utf8.h"
+
+namespace {
+std::atomic<SalSendByCon> installed{nullptr};
+}  // namespace
+
+SalSendByCon GetSalSendByCon() {
+  return installed.load();
+}
+
+void probe::InstallSendFunction(SalSendByCon send) {
+  installed.store(send);
+}
+
+namespace kro_utilities::jsonobject {
+
+std::string compose_communication_struct(const char* name, json_object* body) {
+  const std::unique_ptr<json_object, decltype(&json_object_put)> envelope(json_object_new_object(), &json_object_put);
+  if (envelope == nullptr) return {};
+  json_object_object_add(envelope.get(), "name", json_object_new_string(name == nullptr ? "" : name));
+  json_object_object_add(envelope.get(), "data",
+                         json_object_get(body));  // a reference of its own: the caller keeps his
+  const char* text = json_object_to_json_string(envelope.get());
+  return text == nullptr ? std::string() : probe::ReplaceInvalidUtf8(text);
+}
+
+}  // namespace kro_utilities::jsonobject

@@ -1,0 +1,111 @@
+#include "probe/host/subscription_service.h"
+
+#include <utility>
+
+using utilities::lock::lock_guard;
+
+subscribes::SubscribesManager& subscribes::SubscribesManager::GetInstance() {
+  return probe::SubscriptionService::Instance();
+}
+
+namespace probe {
+
+SubscriptionService& SubscriptionService::Instance() {
+  static SubscriptionService service;
+  return service;
+}
+
+void SubscriptionService::AddSubscriber(const std::string& topic, std::shared_ptr<subscribes::Subscriber> subscriber) {
+  const lock_guard held(lock_);
+  subscribers_[topic].swap(subscriber);
+}
+
+subscribes::SubscriptionList SubscriptionService::GetSubscribeList(const std::string& topic) {
+  const lock_guard held(lock_);
+  const Lists& lists = held_ ? *held_ : subscriptions_;
+  const auto found = lists.find(topic);
+  return found == lists.end() ? subscribes::SubscriptionList{} : found->second;
+}
+
+std::shared_ptr<subscribes::Subscriber> SubscriptionService::SubscriberOf(const std::string& topic) const {
+  const lock_guard held(lock_);
+  const auto found = subscribers_.find(topic);
+  return found == subscribers_.end() ? nullptr : found->second;
+}
+
+std::optional<subscribes::ParsedRequest> SubscriptionService::Parse(const std::string& topic,
+                                                                    json_object* request) const {
+  const auto subscriber = SubscriberOf(topic);
+  if (subscriber == nullptr) return std::nullopt;
+  return subscriber->FilterParser(request);
+}
+
+void SubscriptionService::File(const std::string& topic, lws* connection, const subscribes::ParsedRequest& filters,
+                               const std::string& request) {
+  const lock_guard held(lock_);
+  auto& list = subscriptions_[topic];
+  for (const auto& [sid, filter] : filters) {
+    list[sid][connection] = filter;
+    filed_of_[connection].emplace(topic, sid);
+  }
+  if (observer_ != nullptr) observer_->OnFiled(topic, connection, request);
+}
+
+bool SubscriptionService::Unsubscribe(const std::string& topic, lws* connection, const std::string& sid) {
+  const lock_guard held(lock_);
+  if (!Remove(topic, sid, connection)) return false;
+  const auto filed = filed_of_.find(connection);
+  filed->second.erase({topic, sid});
+  if (filed->second.empty()) filed_of_.erase(filed);
+  if (observer_ != nullptr) observer_->OnRemoved(topic, connection, sid);
+  return true;
+}
+
+bool SubscriptionService::Remove(const std::string& topic, const std::string& sid, lws* connection) {
+  const auto list = subscriptions_.find(topic);
+  if (list == subscriptions_.end()) return false;
+  const auto connections = list->second.find(sid);
+  if (connections == list->second.end() || connections->second.erase(connection) == 0) return false;
+  if (connections->second.empty()) list->second.erase(connections);
+  return true;
+}
+
+void SubscriptionService::Disconnect(lws* connection) {
+  const lock_guard held(lock_);
+  const auto filed = filed_of_.find(connection);
+  if (filed == filed_of_.end()) return;
+  for (const auto& [topic, sid] : filed->second) Remove(topic, sid, connection);
+  filed_of_.erase(filed);
+  if (observer_ != nullptr) observer_->OnDisconnected(connection);
+}
+
+void SubscriptionService::SetObserver(SubscriptionObserver* observer) {
+  const lock_guard held(lock_);
+  observer_ = observer;
+}
+
+void SubscriptionService::Hold() {
+  const lock_guard held(lock_);
+  held_ = subscriptions_;
+  if (observer_ != nullptr) observer_->OnHeld();
+}
+
+void SubscriptionService::Release() {
+  std::optional<Lists> released;
+  const lock_guard held(lock_);
+  released.swap(held_);
+  if (observer_ != nullptr) observer_->OnReleased();
+}
+
+void SubscriptionService::Clear() {
+  std::map<std::string, std::shared_ptr<subscribes::Subscriber>> subscribers;
+  Lists subscriptions;
+  std::optional<Lists> held_lists;
+  const lock_guard held(lock_);
+  held_.swap(held_lists);
+  subscribers_.swap(subscribers);  // freed after the lock is let go: their destructors are the plug-in's code
+  subscriptions_.swap(subscriptions);
+  filed_of_.clear();
+}
+
+}  // namespace probe

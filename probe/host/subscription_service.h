@@ -1,0 +1,75 @@
+#pragma once
+
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <utility>
+
+#include "platform/subscriptions.h"
+#include "platform/utilities/locks.h"
+#include "probe/host/subscription_observer.h"
+
+namespace probe {
+
+/// The reference host's subscription service: who feeds which topic, and who listens to it.
+///
+/// Threads: any. The plug-in is called without the service's lock held.
+class SubscriptionService final : public subscribes::SubscribesManager {
+ public:
+  /// The one subscription service of the process, the same object as `SubscribesManager::GetInstance()`.
+  static SubscriptionService& Instance();
+
+  void AddSubscriber(const std::string& topic, std::shared_ptr<subscribes::Subscriber> subscriber) override
+      VEXORA_EXCLUDES(lock_);
+  subscribes::SubscriptionList GetSubscribeList(const std::string& topic) override VEXORA_EXCLUDES(lock_);
+
+  /// Has the topic's subscriber turn a request into filters. Nothing is filed yet, so the caller may still refuse.
+  ///
+  /// `request` may be null and stays the caller's.
+  /// Fails: nothing for a topic that nobody feeds.
+  std::optional<subscribes::ParsedRequest> Parse(const std::string& topic, json_object* request) const
+      VEXORA_EXCLUDES(lock_);
+
+  /// Files each filter under its SID for this connection, in place of an earlier one of the same
+  /// topic, SID and connection.
+  ///
+  /// `request` is the client's own request, JSON text, for the observer; empty when there was none.
+  void File(const std::string& topic, lws* connection, const subscribes::ParsedRequest& filters,
+            const std::string& request = {}) VEXORA_EXCLUDES(lock_);
+
+  /// Removes one subscription. False when there was none.
+  bool Unsubscribe(const std::string& topic, lws* connection, const std::string& sid) VEXORA_EXCLUDES(lock_);
+
+  /// Removes every subscription of a connection, at the cost of these alone. The observer hears of it only when there
+  /// was one.
+  void Disconnect(lws* connection) VEXORA_EXCLUDES(lock_);
+
+  /// Has `observer` hear of every change from now on; null: nobody. It must outlive its time as observer.
+  void SetObserver(SubscriptionObserver* observer) VEXORA_EXCLUDES(lock_);
+
+  /// Makes the lists that `GetSubscribeList` gives stand still until `Release`; changes are made behind them.
+  void Hold() VEXORA_EXCLUDES(lock_);
+  void Release() VEXORA_EXCLUDES(lock_);
+
+  /// Lets go of everything that the plug-in handed over: subscribers and filters. Before the library is unloaded.
+  void Clear() VEXORA_EXCLUDES(lock_);
+
+ private:
+  std::shared_ptr<subscribes::Subscriber> SubscriberOf(const std::string& topic) const VEXORA_EXCLUDES(lock_);
+
+  /// Takes one subscription out of its list. False when there was none.
+  bool Remove(const std::string& topic, const std::string& sid, lws* connection) VEXORA_REQUIRES(lock_);
+
+  mutable utilities::lock::Mutex lock_;
+  std::map<std::string, std::shared_ptr<subscribes::Subscriber>> subscribers_ VEXORA_GUARDED_BY(lock_);
+  using Lists = std::map<std::string, subscribes::SubscriptionList>;  // by topic
+  Lists subscriptions_ VEXORA_GUARDED_BY(lock_);
+  using TopicAndSid = std::pair<std::string, std::string>;
+  std::map<lws*, std::set<TopicAndSid>> filed_of_ VEXORA_GUARDED_BY(lock_);  // what each connection has in them
+  std::optional<Lists> held_ VEXORA_GUARDED_BY(lock_);  // the lists as they stood when they were held
+  SubscriptionObserver* observer_ VEXORA_GUARDED_BY(lock_) = nullptr;
+};
+
+}  // namespace probe

@@ -1,0 +1,84 @@
+#include "probe/host/task_service.h"
+
+#include <pthread.h>
+
+#include <chrono>
+#include <csignal>
+#include <string>
+#include <system_error>
+#include <utility>
+
+int task_manager::StartTask(std::shared_ptr<Task> task) {
+  return probe::TaskService::Instance().Start(std::move(task));
+}
+
+void task_manager::WaitTaskPool(const std::string& name) {
+  probe::TaskService::Instance().Wait(name);
+}
+
+namespace probe {
+namespace {
+
+constexpr int kWakeSignal = SIGUSR1;
+constexpr auto kWakeInterval = std::chrono::milliseconds(5);
+
+/// Makes the wake signal interrupt system calls and do nothing else.
+void InstallWakeHandler() {
+  struct sigaction action {};
+  action.sa_handler = [](int) {};
+  sigemptyset(&action.sa_mask);
+  sigaction(kWakeSignal, &action, nullptr);
+}
+
+}  // namespace
+
+TaskService& TaskService::Instance() {
+  static TaskService service;
+  return service;
+}
+
+int TaskService::Start(std::shared_ptr<Task> task) {
+  if (task == nullptr) return -1;
+  const std::lock_guard held(lock_);
+  auto& place = tasks_[task->name()];
+  if (place != nullptr) return -1;
+  InstallWakeHandler();
+  place = std::make_shared<RunningTask>();
+  const std::string name = task->name();
+  if (StartThread(*place, std::move(task))) return 0;
+  tasks_.erase(name);
+  return -1;
+}
+
+bool TaskService::StartThread(RunningTask& running, std::shared_ptr<Task> task) {
+  try {
+    running.thread =
+        std::thread([this, &running, owned = std::move(task)]() mutable { Run(std::move(owned), running); });
+    return true;
+  } catch (const std::system_error&) {
+    return false;
+  }
+}
+
+void TaskService::Run(std::shared_ptr<Task> task, RunningTask& running) {
+  task->Run();
+  task.reset();  // its code may be unloaded as soon as the waiter is told
+  const std::lock_guard held(lock_);
+  running.is_over = true;
+  task_over_.notify_all();
+}
+
+void TaskService::Wait(const std::string& name) {
+  std::unique_lock held(lock_);
+  const auto found = tasks_.find(name);
+  if (found == tasks_.end()) return;
+  const std::shared_ptr<RunningTask> running = found->second;
+  while (!task_over_.wait_for(held, kWakeInterval, [&] { return running->is_over; })) {
+    pthread_kill(running->thread.native_handle(), kWakeSignal);
+  }
+  if (!running->thread.joinable()) return;  // another waiter was first
+  running->thread.join();                   // at once: the thread is past its last use of lock_
+  tasks_.erase(name);
+}
+
+}  // namespace probe

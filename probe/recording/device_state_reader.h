@@ -1,0 +1,18 @@
+#pragma once
+
+#include <nlohmann/json_fwd.hpp>
+
+#include "probe/host/device_snapshot.h"
+
+namespace probe {
+
+/// The snapshot that the recorded state of a device describes. What is absent has its default.
+///
+/// Fails: throws `MalformedRecording` for a member that is unknown or of the wrong type.
+DeviceSnapshot SnapshotOf(const nlohmann::ordered_json& state);
+
+/// The recorded state that describes `snapshot`, so that `SnapshotOf` gives the same again. Texts other than SSIDs are
+/// taken as they are: what is not UTF-8 in them has to be replaced by whoever writes the state down.
+nlohmann::ordered_json StateOf(const DeviceSnapshot& snapshot);
+
+}  // namespace probe

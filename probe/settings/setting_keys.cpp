@@ -1,0 +1,262 @@
+#include "probe/settings/setting_keys.h"
+
+#include <arpa/inet.h>
+
+#include <algorithm>
+#include <array>
+#include <iterator>
+#include <optional>
+#include <type_traits>
+#include <utility>
+
+namespace probe {
+namespace {
+
+constexpr std::int64_t kMostSeed = 1'000'000'000;
+
+bool AcceptAnything(const SettingValue& /*value*/) {
+  return true;
+}
+
+bool IsAddress(const std::string& text) {
+  std::array<unsigned char, sizeof(in6_addr)> address{};
+  return inet_pton(AF_INET, text.c_str(), address.data()) == 1 ||
+         inet_pton(AF_INET6, text.c_str(), address.data()) == 1;
+}
+
+bool AreAddresses(const SettingValue& value) {
+  const auto& texts = std::get<std::vector<std::string>>(value);
+  return !texts.empty() && std::all_of(texts.begin(), texts.end(), IsAddress);
+}
+
+/// A key over one member; `member` gives the reference to it in a `Settings`, const or not. `Value` is the alternative
+/// of `SettingValue` as which it is written.
+template <typename Value, typename Member>
+SettingKey KeyOf(std::string table, std::string name, Member member, std::string expected, std::string help) {
+  using Stored = std::remove_reference_t<decltype(member(std::declval<Settings&>()))>;
+  SettingKey key{std::move(table), std::move(name), std::move(help), std::move(expected), AcceptAnything, {}, {}};
+  key.read = [member](const Settings& settings) -> SettingValue {
+    if constexpr (std::is_same_v<Stored, std::chrono::seconds>) {
+      return static_cast<Value>(member(settings).count());
+    } else {
+      return static_cast<Value>(member(settings));
+    }
+  };
+  key.assign = [member](Settings& settings, const SettingValue& value) {
+    member(settings) = static_cast<Stored>(std::get<Value>(value));
+  };
+  return key;
+}
+
+template <typename Member>
+SettingKey Number(std::string table, std::string name, Member member, std::int64_t least, std::int64_t most,
+                  std::string help) {
+  SettingKey key = KeyOf<std::int64_t>(std::move(table), std::move(name), member,
+                                       "a whole number from " + std::to_string(least) + " to " + std::to_string(most),
+                                       std::move(help));
+  key.accepts = [least, most](const SettingValue& value) {
+    const auto number = std::get<std::int64_t>(value);
+    return least <= number && number <= most;
+  };
+  return key;
+}
+
+template <typename Member>
+SettingKey Text(std::string table, std::string name, Member member, std::string help) {
+  return KeyOf<std::string>(std::move(table), std::move(name), member, "a text", std::move(help));
+}
+
+template <typename Member>
+SettingKey Texts(std::string table, std::string name, Member member, std::string help) {
+  return KeyOf<std::vector<std::string>>(std::move(table), std::move(name), member, "a list of texts", std::move(help));
+}
+
+template <typename Limit>
+SettingKey LimitKey(std::string name, Limit ServerLimits::*limit, std::int64_t least, std::int64_t most,
+                    std::string help) {
+  return Number(
+      "limits", std::move(name), [limit](auto& settings) -> auto& { return settings.server.limits.*limit; }, least,
+      most, std::move(help));
+}
+
+SettingKey ListenKey() {
+  SettingKey key = Texts(
+      "server", "listen", [](auto& settings) -> auto& { return settings.server.listen; },
+      "Addresses to listen on. Any other than these two asks for a token and TLS.");
+  key.expected = "a list of at least one IP address";
+  key.accepts = AreAddresses;
+  return key;
+}
+
+std::vector<SettingKey> ServerKeys() {
+  const std::string table = "server";
+  return {
+      ListenKey(),
+      Number(
+          table, "port", [](auto& settings) -> auto& { return settings.server.port; }, 0, 65535,
+          "TCP port to listen on. 0: any free one, which the log names."),
+      Text(
+          table, "token", [](auto& settings) -> auto& { return settings.server.token; },
+          "Secret that clients have to give. Empty: they need none. Whoever can read this file knows it."),
+      Text(
+          table, "token_file", [](auto& settings) -> auto& { return settings.token_file; },
+          "File whose only line is the token, in place of the key above."),
+      Text(
+          table, "tls_certificate", [](auto& settings) -> auto& { return settings.server.tls_certificate; },
+          "PEM file with the server's certificate chain. Empty: no TLS."),
+      Text(
+          table, "tls_key", [](auto& settings) -> auto& { return settings.server.tls_key; },
+          "PEM file with the private key of that certificate."),
+      Texts(
+          table, "allowed_hosts", [](auto& settings) -> auto& { return settings.server.allowed_hosts; },
+          "Host names, besides the addresses and localhost, under which clients may call the probe."),
+      Texts(
+          table, "allowed_origins", [](auto& settings) -> auto& { return settings.server.allowed_origins; },
+          "Origins, besides the probe's own, whose web pages may connect: \"https://noc.example.org\"."),
+      Text(
+          table, "dashboard", [](auto& settings) -> auto& { return settings.server.dashboard; },
+          "Folder with the pages of the dashboard. Empty: the one that came with the probe."),
+  };
+}
+
+std::vector<SettingKey> LimitKeys() {
+  constexpr std::int64_t kHour = 3600;
+  constexpr std::int64_t kMebibyte = 1024 * 1024;
+  return {
+      LimitKey("connections", &ServerLimits::connections, 1, 100'000, "Open connections in all."),
+      LimitKey("connections_per_address", &ServerLimits::connections_per_address, 1, 100'000,
+               "Open connections from one address."),
+      LimitKey("sids_per_connection", &ServerLimits::sids_per_connection, 1, 10'000,
+               "Subscriptions of one connection, over all topics."),
+      LimitKey("distinct_filters", &ServerLimits::distinct_filters, 1, 100'000,
+               "Different pairs of topic and filter in all."),
+      LimitKey("sid_bytes", &ServerLimits::sid_bytes, 1, 64 * 1024, "Size of one SID, in octets."),
+      LimitKey("filter_bytes", &ServerLimits::filter_bytes, 64, kMebibyte,
+               "Size of one subscription's filter, in octets of JSON."),
+      LimitKey("message_bytes", &ServerLimits::message_bytes, 1024, 16 * kMebibyte,
+               "Size of one message from a client, in octets."),
+      LimitKey("message_depth", &ServerLimits::message_depth, 8, 32,
+               "Nesting of objects and arrays in one message from a client."),
+      LimitKey("messages_per_second", &ServerLimits::messages_per_second, 1, 10'000,
+               "Messages from one client, in the long run; a burst may be as large."),
+      LimitKey("queue_messages", &ServerLimits::queue_messages, 1, 10'000, "Unsent messages kept for one client."),
+      LimitKey("queue_bytes", &ServerLimits::queue_bytes, 64 * 1024, 1024 * kMebibyte,
+               "Octets of unsent messages kept for one client; one message always fits."),
+      LimitKey("stuck_after_seconds", &ServerLimits::stuck_after, 1, kHour,
+               "A client that takes nothing for so long is disconnected."),
+      LimitKey("ping_after_seconds", &ServerLimits::ping_after, 1, kHour,
+               "Silence after which a client is asked for a sign of life."),
+      LimitKey("hang_up_after_seconds", &ServerLimits::hang_up_after, 1, kHour,
+               "Silence after which a client is gone. More than ping_after_seconds."),
+  };
+}
+
+std::optional<log::Level> LevelNamed(const std::string& name) {
+  for (const log::Level level : {log::Level::kDebug, log::Level::kInfo, log::Level::kError}) {
+    if (name == log::LevelName(level)) return level;
+  }
+  return std::nullopt;
+}
+
+SettingKey LogLevelKey() {
+  SettingKey key{"logging",
+                 "level",
+                 "How much to log: \"debug\" (dozens of lines an interface), \"info\" or \"error\".",
+                 "one of \"debug\", \"info\", \"error\"",
+                 {},
+                 {},
+                 {}};
+  key.accepts = [](const SettingValue& value) { return LevelNamed(std::get<std::string>(value)).has_value(); };
+  key.read = [](const Settings& settings) -> SettingValue { return std::string(log::LevelName(settings.log_level)); };
+  key.assign = [](Settings& settings, const SettingValue& value) {
+    settings.log_level = LevelNamed(std::get<std::string>(value)).value_or(settings.log_level);
+  };
+  return key;
+}
+
+std::vector<SettingKey> ProbeKeys() {
+  const std::string this_machine = "sources.this_machine";
+  return {
+      LogLevelKey(),
+      Text(
+          "plugin", "path", [](auto& settings) -> auto& { return settings.plugin_path; },
+          "The plug-in's file. Empty: the one that came with the probe."),
+      KeyOf<bool>(
+          this_machine, "enabled", [](auto& settings) -> auto& { return settings.this_machine.enabled; },
+          "true or false", "Whether this machine itself is one of the devices."),
+      Number(
+          this_machine, "refresh_seconds", [](auto& settings) -> auto& { return settings.this_machine.refresh; }, 1, 60,
+          "Time between two readings of its counters."),
+      Text(
+          this_machine, "name", [](auto& settings) -> auto& { return settings.this_machine.name; },
+          "Its device name. Empty: the host name."),
+  };
+}
+
+std::vector<SettingKey> SimulatedKeys() {
+  const std::string simulated = "sources.simulated";
+  return {
+      KeyOf<bool>(
+          simulated, "enabled", [](auto& settings) -> auto& { return settings.simulated.enabled; }, "true or false",
+          "Whether there is a simulated network, to see the probe at work without devices."),
+      Number(
+          simulated, "refresh_seconds", [](auto& settings) -> auto& { return settings.simulated.refresh; }, 1, 60,
+          "Time between two of its states."),
+      Number(
+          simulated, "seed", [](auto& settings) -> auto& { return settings.simulated.network.seed; }, 0, kMostSeed,
+          "Another seed is another company."),
+      Number(
+          simulated, "devices", [](auto& settings) -> auto& { return settings.simulated.network.devices; }, 0,
+          SimulatedSettings::kMostDevices, "Routers, switches and access points. 0: a small company's nine."),
+      Number(
+          simulated, "clients", [](auto& settings) -> auto& { return settings.simulated.network.clients; }, 0,
+          SimulatedSettings::kMostClients,
+          "Wireless clients, not all of them in the house. 0: what suits the devices."),
+  };
+}
+
+std::string Quoted(const std::string& text) {
+  return '"' + text + '"';  // defaults hold nothing that TOML wants escaped
+}
+
+/// A default as the configuration file writes it.
+struct Written {
+  std::string operator()(bool flag) const { return flag ? "true" : "false"; }
+  std::string operator()(std::int64_t number) const { return std::to_string(number); }
+  std::string operator()(const std::string& text) const { return Quoted(text); }
+  std::string operator()(const std::vector<std::string>& texts) const {
+    std::string list;
+    for (const std::string& text : texts) list += (list.empty() ? "" : ", ") + Quoted(text);
+    return "[" + list + "]";
+  }
+};
+
+}  // namespace
+
+const std::vector<SettingKey>& SettingKeys() {
+  static const std::vector<SettingKey> keys = [] {
+    std::vector<SettingKey> all = ServerKeys();
+    for (std::vector<SettingKey> more : {LimitKeys(), ProbeKeys(), SimulatedKeys()}) {
+      std::move(more.begin(), more.end(), std::back_inserter(all));
+    }
+    return all;
+  }();
+  return keys;
+}
+
+std::string DescribeSettings() {
+  const Settings defaults;
+  std::string text;
+  std::string table;
+  for (const SettingKey& key : SettingKeys()) {
+    if (key.table != table) {
+      text += (table.empty() ? "[" : "\n[") + key.table + "]\n";
+      table = key.table;
+    }
+    text += "\n# " + key.help + "\n# (" + key.expected + ")\n";
+    text += "#" + key.name + " = " + std::visit(Written{}, key.read(defaults)) + "\n";
+  }
+  return text;
+}
+
+}  // namespace probe

@@ -1,0 +1,200 @@
+#include "probe/settings/settings.h"
+
+#include <toml++/toml.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <optional>
+#include <sstream>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+#include "probe/settings/setting_keys.h"
+
+namespace probe {
+namespace {
+
+/// What is wrong in one file, by line; text that several lines are about stands at the first.
+class Complaints {
+ public:
+  explicit Complaints(std::string file) : file_(std::move(file)) {}
+
+  void Add(std::size_t line, const std::string& key, const std::string& what) {
+    by_line_.emplace(line, file_ + ":" + std::to_string(line) + ": " + (key.empty() ? "" : key + ": ") + what);
+  }
+
+  /// Throws when there is something to complain about.
+  void Raise() const {
+    std::string text;
+    for (const auto& [line, complaint] : by_line_) text += (text.empty() ? "" : "\n") + complaint;
+    if (!text.empty()) throw SettingsError(text);
+  }
+
+ private:
+  std::string file_;
+  std::multimap<std::size_t, std::string> by_line_;
+};
+
+/// Path of a key that the file holds -> its line.
+using KeyLines = std::map<std::string, std::size_t>;
+
+std::optional<std::vector<std::string>> TextsOf(const toml::array& array) {
+  std::vector<std::string> texts;
+  for (const toml::node& element : array) {
+    if (!element.is_string()) return std::nullopt;
+    texts.push_back(element.ref<std::string>());
+  }
+  return texts;
+}
+
+/// The value of a node, for the types that keys have.
+std::optional<SettingValue> ValueOf(const toml::node& node) {
+  if (node.is_boolean()) return node.ref<bool>();
+  if (node.is_integer()) return node.ref<std::int64_t>();
+  if (node.is_string()) return node.ref<std::string>();
+  if (const toml::array* array = node.as_array()) {
+    if (auto texts = TextsOf(*array)) return *std::move(texts);
+  }
+  return std::nullopt;
+}
+
+/// Whether keys stand in this table, or in one below it.
+bool IsTable(const std::string& path) {
+  return std::any_of(SettingKeys().begin(), SettingKeys().end(),
+                     [&](const SettingKey& key) { return key.table == path || key.table.rfind(path + ".", 0) == 0; });
+}
+
+const SettingKey* FindKey(const std::string& path) {
+  const auto found = std::find_if(SettingKeys().begin(), SettingKeys().end(),
+                                  [&](const SettingKey& key) { return key.Path() == path; });
+  return found != SettingKeys().end() ? &*found : nullptr;
+}
+
+/// Walks one document and takes its values over, complaining about those that it can't.
+class Reading {
+ public:
+  Reading(Settings& settings, KeyLines& lines, Complaints& complaints)
+      : settings_(settings), lines_(lines), complaints_(complaints) {}
+
+  /// `prefix` is empty for the whole document, otherwise the table's path and a dot.
+  void Table(const toml::table& table, const std::string& prefix) {
+    for (const auto& [name, node] : table) {
+      const std::string path = prefix + std::string(name.str());
+      const std::size_t line = name.source().begin.line;
+      if (!IsTable(path)) {
+        Value(node, path, line);
+      } else if (const toml::table* inner = node.as_table()) {
+        Table(*inner, path + ".");
+      } else {
+        complaints_.Add(line, path, "must be a table");
+      }
+    }
+  }
+
+ private:
+  void Value(const toml::node& node, const std::string& path, std::size_t line) {
+    const SettingKey* key = FindKey(path);
+    if (key == nullptr) {
+      complaints_.Add(line, path, node.is_table() ? "there is no such table" : "there is no such key");
+      return;
+    }
+    const std::optional<SettingValue> value = ValueOf(node);
+    if (!value || value->index() != key->read(settings_).index() || !key->accepts(*value)) {
+      complaints_.Add(line, path, "must be " + key->expected);
+      return;
+    }
+    key->assign(settings_, *value);
+    lines_[path] = line;
+  }
+
+  Settings& settings_;
+  KeyLines& lines_;
+  Complaints& complaints_;
+};
+
+/// Line of `key`, or of `other`, whichever the file holds.
+std::size_t LineOf(const KeyLines& lines, const std::string& key, const std::string& other) {
+  const auto found = lines.find(key);
+  return found != lines.end() ? found->second : lines.at(other);
+}
+
+void CheckTls(const Settings& settings, const KeyLines& lines, Complaints& complaints) {
+  const std::string certificate = "server.tls_certificate";
+  const std::string key = "server.tls_key";
+  if (!HasHalfOfTls(settings.server)) return;
+  const bool key_is_missing = settings.server.tls_key.empty();
+  const std::string& missing = key_is_missing ? key : certificate;
+  const std::string& given = key_is_missing ? certificate : key;
+  complaints.Add(LineOf(lines, missing, given), missing, "must be given together with " + given);
+}
+
+void CheckSilences(const Settings& settings, const KeyLines& lines, Complaints& complaints) {
+  const ServerLimits& limits = settings.server.limits;
+  if (!HangsUpUnasked(limits)) return;
+  const std::string hang_up = "limits.hang_up_after_seconds";
+  const std::string ping = "limits.ping_after_seconds";
+  complaints.Add(LineOf(lines, hang_up, ping), hang_up,
+                 "must be more than " + ping + ", which is " + std::to_string(limits.ping_after.count()));
+}
+
+/// Takes the token from its file, if one is named.
+void ReadToken(Settings& settings, const KeyLines& lines, Complaints& complaints) {
+  if (settings.token_file.empty()) return;
+  const std::string key = "server.token_file";
+  if (!settings.server.token.empty()) {
+    complaints.Add(lines.at(key), key, "must not be given together with server.token");
+    return;
+  }
+  std::ifstream file(settings.token_file);
+  std::string& token = settings.server.token;
+  std::getline(file, token);
+  if (token.ends_with('\r')) token.pop_back();  // the line of an editor that ends its lines so
+  if (token.empty()) {
+    complaints.Add(lines.at(key), key, "no token can be read from \"" + settings.token_file + "\"");
+  }
+}
+
+toml::table ParsedToml(std::string_view text, const std::string& file) {
+  try {
+    return toml::parse(text);
+  } catch (const toml::parse_error& error) {
+    throw SettingsError(file + ":" + std::to_string(error.source().begin.line) + ": " +
+                        std::string(error.description()));
+  }
+}
+
+std::string ReadWhole(const std::string& path) {
+  errno = 0;
+  std::ifstream file(path, std::ios::binary);
+  std::ostringstream text;
+  if (file && file.peek() != std::ifstream::traits_type::eof()) text << file.rdbuf();
+  if (!file.is_open() || file.bad())
+    throw SettingsError(path + ": cannot be read: " + std::generic_category().message(errno));
+  return text.str();
+}
+
+}  // namespace
+
+Settings ParseSettings(std::string_view text, const std::string& file) {
+  const toml::table document = ParsedToml(text, file);
+  Settings settings;
+  KeyLines lines;
+  Complaints complaints(file);
+  Reading(settings, lines, complaints).Table(document, "");
+  CheckTls(settings, lines, complaints);
+  CheckSilences(settings, lines, complaints);
+  ReadToken(settings, lines, complaints);
+  complaints.Raise();
+  return settings;
+}
+
+Settings ReadSettings(const std::string& file) {
+  return ParseSettings(ReadWhole(file), file);
+}
+
+}  // namespace probe

@@ -1,0 +1,60 @@
+#pragma once
+
+#include <chrono>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+#include "probe/host/log.h"
+#include "probe/server/server_settings.h"
+#include "probe/sources/simulated/simulated_network.h"
+
+namespace probe {
+
+/// How the source `this_machine` works.
+struct ThisMachineSettings {
+  bool enabled = true;              ///< Whether this machine is a device at all.
+  std::chrono::seconds refresh{1};  ///< Time between two readings.
+  std::string name;                 ///< Device name; empty: the host name.
+};
+
+/// How the source `simulated` works.
+struct SimulatedSettings {
+  static constexpr int kMostDevices = 10'000;
+  static constexpr int kMostClients = 1'000'000;
+
+  bool enabled = false;              ///< Whether there is a simulated network.
+  std::chrono::seconds refresh{10};  ///< Time between two of its states, by the probe's clock.
+  SimulatedNetworkSettings network;  ///< Which network.
+};
+
+/// Everything that an administrator can settle. What a fresh record holds are the defaults.
+struct Settings {
+  ServerSettings server;
+  std::string token_file;  ///< File whose first line is `server.token`; empty: none.
+  log::Level log_level = log::Level::kInfo;
+  std::string plugin_path;  ///< The plug-in's file; empty: the one that came with the executable.
+  ThisMachineSettings this_machine;
+  SimulatedSettings simulated;
+  std::string record_path;  ///< File to record into; empty: none. Settled on the command line only, as is the next.
+  unsigned speed = 1;       ///< How many times faster than the true pace everything runs.
+};
+
+/// Settings that cannot be used. The text is fit for an administrator: one line for each thing that is wrong, each of
+/// them "FILE:LINE: KEY: what is wrong", in the order of the lines.
+class SettingsError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+/// The settings in the text of a configuration file; a key that it leaves out keeps its default.
+///
+/// `file` is the name that errors give. Nothing is read but the token file that the text may name.
+/// Fails: throws `SettingsError` for what is not TOML, an unknown table or key, a value of the wrong type or outside
+///        its range, and for keys that contradict one another.
+Settings ParseSettings(std::string_view text, const std::string& file);
+
+/// The settings in a configuration file. Fails: as above, and for a file that cannot be read.
+Settings ReadSettings(const std::string& file);
+
+}  // namespace probe

@@ -1,0 +1,141 @@
+#include "probe/host/subscription_service.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <functional>
+#include <memory>
+
+#include "tests/support/message_capture.h"
+
+namespace {
+
+using probe::SubscriptionService;
+using subscribes::SubscriptionList;
+using test::Connection;
+using test::FilterOf;
+using ::testing::IsEmpty;
+
+/// Answers every request with one filter under the SID "parsed".
+class OneFilter final : public subscribes::Subscriber {
+ public:
+  subscribes::ParsedRequest FilterParser(json_object* /*request*/) override { return {{"parsed", FilterOf("1m")}}; }
+  void PushDataBySID(const SubscriptionList& /*subscriptions*/) override {}
+};
+
+class SubscriptionServiceTest : public ::testing::Test {
+ protected:
+  ~SubscriptionServiceTest() override { service.Clear(); }
+  SubscriptionService& service = SubscriptionService::Instance();
+};
+
+TEST_F(SubscriptionServiceTest, IsTheServiceOfTheContract) {
+  EXPECT_EQ(&subscribes::SubscribesManager::GetInstance(), &service);
+}
+
+TEST_F(SubscriptionServiceTest, HasTheTopicsSubscriberParseRequests) {
+  EXPECT_EQ(service.Parse("T", nullptr), std::nullopt);
+  service.AddSubscriber("T", std::make_shared<OneFilter>());
+  const auto parsed = service.Parse("T", nullptr);
+  ASSERT_TRUE(parsed.has_value());
+  EXPECT_TRUE(parsed->contains("parsed"));
+  EXPECT_THAT(service.GetSubscribeList("T"), IsEmpty()) << "nothing is filed yet";
+}
+
+TEST_F(SubscriptionServiceTest, FilesByTopicSidAndConnection) {
+  const auto first = FilterOf("1m");
+  const auto second = FilterOf("5m");
+  service.File("T", Connection(1), {{"a", first}});
+  service.File("T", Connection(2), {{"a", second}, {"b", first}});
+  service.File("U", Connection(1), {{"a", second}});
+  const SubscriptionList expected{{"a", {{Connection(1), first}, {Connection(2), second}}},
+                                  {"b", {{Connection(2), first}}}};
+  EXPECT_EQ(service.GetSubscribeList("T"), expected);
+}
+
+TEST_F(SubscriptionServiceTest, ReplacesAFilterOfTheSameTopicSidAndConnection) {
+  const auto second = FilterOf("5m");
+  service.File("T", Connection(1), {{"a", FilterOf("1m")}});
+  service.File("T", Connection(1), {{"a", second}});
+  EXPECT_EQ(service.GetSubscribeList("T"), (SubscriptionList{{"a", {{Connection(1), second}}}}));
+}
+
+TEST_F(SubscriptionServiceTest, RemovesOneSubscription) {
+  const auto kept = FilterOf("1m");
+  service.File("T", Connection(1), {{"a", FilterOf("1m")}, {"b", kept}});
+  EXPECT_TRUE(service.Unsubscribe("T", Connection(1), "a"));
+  EXPECT_FALSE(service.Unsubscribe("T", Connection(1), "a"));
+  EXPECT_FALSE(service.Unsubscribe("T", Connection(2), "b"));
+  EXPECT_FALSE(service.Unsubscribe("U", Connection(1), "b"));
+  EXPECT_EQ(service.GetSubscribeList("T"), (SubscriptionList{{"b", {{Connection(1), kept}}}}));
+}
+
+TEST_F(SubscriptionServiceTest, RemovesEverySubscriptionOfAConnectionThatWent) {
+  const auto kept = FilterOf("1m");
+  service.File("T", Connection(1), {{"a", FilterOf("1m")}, {"b", FilterOf("1m")}});
+  service.File("T", Connection(2), {{"a", kept}});
+  service.File("U", Connection(1), {{"a", FilterOf("1m")}});
+  service.Disconnect(Connection(1));
+  EXPECT_EQ(service.GetSubscribeList("T"), (SubscriptionList{{"a", {{Connection(2), kept}}}}));
+  EXPECT_THAT(service.GetSubscribeList("U"), IsEmpty());
+}
+
+/// Counts the connections that it hears go.
+class DepartureCounter final : public probe::SubscriptionObserver {
+ public:
+  void OnFiled(const std::string&, lws*, const std::string&) override {}
+  void OnRemoved(const std::string&, lws*, const std::string&) override {}
+  void OnDisconnected(lws* /*connection*/) override { ++departures; }
+  void OnHeld() override {}
+  void OnReleased() override {}
+
+  int departures = 0;
+};
+
+TEST_F(SubscriptionServiceTest, TellsOnceOfAConnectionThatWent) {
+  DepartureCounter counter;
+  service.SetObserver(&counter);
+  service.File("T", Connection(1), {{"a", FilterOf("1m")}, {"b", FilterOf("1m")}});
+  service.Disconnect(Connection(1));
+  service.Disconnect(Connection(1));
+  service.SetObserver(nullptr);
+  EXPECT_EQ(counter.departures, 1);
+}
+
+TEST_F(SubscriptionServiceTest, FilesAnewForAConnectionThatHadUnsubscribed) {
+  service.File("T", Connection(1), {{"a", FilterOf("1m")}});
+  service.Unsubscribe("T", Connection(1), "a");
+  service.File("T", Connection(1), {{"a", FilterOf("1m")}});
+  service.Disconnect(Connection(1));
+  EXPECT_THAT(service.GetSubscribeList("T"), IsEmpty());
+}
+
+TEST_F(SubscriptionServiceTest, DisconnectsAtTheCostOfTheConnectionsOwnSubscriptions) {
+  constexpr std::uintptr_t kConnections = 20'000;
+  const auto filter = FilterOf("1m");
+  const auto time_of = [](const std::function<void(std::uintptr_t)>& step) {
+    const auto begin = std::chrono::steady_clock::now();
+    for (std::uintptr_t number = 1; number <= kConnections; ++number) step(number);
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+  };
+  const double filing = time_of([&](std::uintptr_t number) {
+    service.File("T", Connection(number), {{"sid" + std::to_string(number), filter}});
+  });
+  const double leaving = time_of([&](std::uintptr_t number) { service.Disconnect(Connection(number)); });
+  EXPECT_LT(leaving, 20 * filing) << "a walk over every SID takes hundreds of times as long";
+  EXPECT_THAT(service.GetSubscribeList("T"), IsEmpty());
+}
+
+TEST_F(SubscriptionServiceTest, LetsGoOfSubscribersAndFiltersWhenItIsCleared) {
+  const auto subscriber = std::make_shared<OneFilter>();
+  const auto filter = FilterOf("1m");
+  service.AddSubscriber("T", subscriber);
+  service.File("T", Connection(1), {{"a", filter}});
+  service.Clear();
+  EXPECT_EQ(subscriber.use_count(), 1);
+  EXPECT_EQ(filter.use_count(), 1);
+  EXPECT_EQ(service.Parse("T", nullptr), std::nullopt);
+}
+
+}  // namespace

@@ -1,0 +1,76 @@
+// The installed example, packaging/probe.toml, against the table of keys.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <set>
+#include <sstream>
+#include <string>
+
+#include "probe/settings/setting_keys.h"
+#include "probe/settings/settings.h"
+
+namespace probe {
+namespace {
+
+std::string Example() {
+  std::ifstream file(VEXORA_EXAMPLE_FILE);
+  std::ostringstream text;
+  text << file.rdbuf();
+  return text.str();
+}
+
+/// The example with every key switched on: those are the comments without a blank after the "#".
+std::string SwitchedOn(const std::string& example) {
+  std::istringstream lines(example);
+  std::string result;
+  for (std::string line; std::getline(lines, line);) {
+    const bool is_key = line.size() > 1 && line[0] == '#' && line[1] != ' ';
+    result += (is_key ? line.substr(1) : line) + "\n";
+  }
+  return result;
+}
+
+TEST(ExampleFile, ShowsEveryKeyAsTheTableDescribesIt) {
+  const std::string example = Example();
+  const auto keys_begin = example.find("[server]");
+  ASSERT_NE(keys_begin, std::string::npos);
+
+  EXPECT_EQ(example.substr(keys_begin), DescribeSettings());
+  EXPECT_THAT(example.substr(0, keys_begin), ::testing::MatchesRegex("(#[^\n]*\n)+\n"));
+}
+
+TEST(ExampleFile, IsAcceptedAndChangesNothing) {
+  const Settings defaults;
+  const Settings settings = ParseSettings(Example(), "probe.toml");
+
+  for (const SettingKey& key : SettingKeys()) EXPECT_EQ(key.read(settings), key.read(defaults)) << key.Path();
+}
+
+TEST(ExampleFile, HoldsTheDefaultsWhenItsKeysAreSwitchedOn) {
+  const Settings defaults;
+  const std::string switched_on = SwitchedOn(Example());
+  ASSERT_NE(switched_on.find("\nport = 8765\n"), std::string::npos);
+
+  const Settings settings = ParseSettings(switched_on, "probe.toml");
+
+  for (const SettingKey& key : SettingKeys()) EXPECT_EQ(key.read(settings), key.read(defaults)) << key.Path();
+}
+
+TEST(SettingKeys, AreAllDifferentAndExplained) {
+  std::set<std::string> paths;
+  for (const SettingKey& key : SettingKeys()) {
+    EXPECT_TRUE(paths.insert(key.Path()).second) << key.Path();
+    EXPECT_FALSE(key.help.empty()) << key.Path();
+    EXPECT_FALSE(key.expected.empty()) << key.Path();
+  }
+}
+
+TEST(SettingKeys, AcceptTheirOwnDefaults) {
+  const Settings defaults;
+  for (const SettingKey& key : SettingKeys()) EXPECT_TRUE(key.accepts(key.read(defaults))) << key.Path();
+}
+
+}  // namespace
+}  // namespace probe
