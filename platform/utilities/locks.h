@@ -3,6 +3,8 @@
 #include <pthread.h>
 
 #include <atomic>
+#include <chrono>
+#include <ctime>
 
 #include "platform/utilities/thread_annotations.h"
 
@@ -22,7 +24,47 @@ class VEXORA_CAPABILITY("mutex") Mutex {
   void Unlock() VEXORA_RELEASE() { pthread_mutex_unlock(&mutex_); }
 
  private:
+  friend class CondVar;
   pthread_mutex_t mutex_ = PTHREAD_MUTEX_INITIALIZER;
+};
+
+/// A pthread condition variable, waited for with a `Mutex` held. Its deadlines are those of the monotonic clock.
+///
+/// A wait may also end without a notification, so callers ask for their condition in a loop.
+///
+/// Threads: any. Fails: never reports.
+/// Source:  pthread_cond_wait(3), pthread_condattr_setclock(3).
+class CondVar {
+ public:
+  CondVar() {
+    pthread_condattr_t attributes;
+    pthread_condattr_init(&attributes);
+    pthread_condattr_setclock(&attributes, CLOCK_MONOTONIC);
+    pthread_cond_init(&condition_, &attributes);
+    pthread_condattr_destroy(&attributes);
+  }
+  ~CondVar() { pthread_cond_destroy(&condition_); }
+  CondVar(const CondVar&) = delete;
+  CondVar& operator=(const CondVar&) = delete;
+
+  void NotifyOne() { pthread_cond_signal(&condition_); }
+  void NotifyAll() { pthread_cond_broadcast(&condition_); }
+
+  /// Lets go of `mutex` until there is a notification, and holds it again on return.
+  void Wait(Mutex& mutex) VEXORA_REQUIRES(mutex) { pthread_cond_wait(&condition_, &mutex.mutex_); }
+
+  /// The same, but not beyond `deadline`. False when that has passed.
+  bool WaitUntil(Mutex& mutex, std::chrono::steady_clock::time_point deadline) VEXORA_REQUIRES(mutex) {
+    const auto since_boot = std::chrono::duration_cast<std::chrono::nanoseconds>(deadline.time_since_epoch()).count();
+    constexpr long long kNanosecondsPerSecond = 1'000'000'000;
+    timespec until{};
+    until.tv_sec = static_cast<time_t>(since_boot / kNanosecondsPerSecond);
+    until.tv_nsec = static_cast<long>(since_boot % kNanosecondsPerSecond);
+    return pthread_cond_timedwait(&condition_, &mutex.mutex_, &until) == 0;
+  }
+
+ private:
+  pthread_cond_t condition_{};
 };
 
 /// A pthread read-write lock with default attributes, behind a gate that keeps a waiting writer from starving.
