@@ -9,20 +9,42 @@
 /// What the device centre knows about devices, as plain records.
 ///
 /// Texts come from devices and from the air: they may be empty, and they may hold any octets. Octet counters have 64
-/// bits and restart at 0 when the device does.
+/// bits and restart at 0 when the device does. The numbers of enumerators are part of the contract.
+///
+/// Owner:   whoever holds a record; shared records are constant.
+/// Threads: none of their own. A record that one thread fills becomes visible to others by the host's own locks.
 namespace vexora_probe::models::controller {
 
 /// What kind of device it is.
-enum class DeviceType : std::int32_t { kUnknown = 0, kRouter = 1, kAccessPoint = 2, kSwitch = 3 };
+enum class DeviceType : std::int32_t {
+  kUnknown = 0,      ///< Not known, or none of the others.
+  kRouter = 1,       ///< A router, with or without a wireless side; configured through `RouterManager`.
+  kAccessPoint = 2,  ///< A wireless access point; configured through `APManager`.
+  kSwitch = 3,       ///< A switch.
+};
 
 /// The radio band. A record that nobody filled has the unknown band, which is neither of the two.
-enum class WIFIBandType : std::int32_t { kUnknown = -1, k2_4GHz = 0, k5GHz = 1 };
+enum class WIFIBandType : std::int32_t {
+  kUnknown = -1,  ///< Not known, or another band.
+  k2_4GHz = 0,    ///< 2.4 GHz.
+  k5GHz = 1,      ///< 5 GHz.
+};
 
 /// The operating mode of a client's connection; other numbers are unknown modes. Source: IEEE Std 802.11.
-enum class WIFIOpMode : std::int32_t { k802_11a = 0, k802_11n = 5, k802_11b = 6, k802_11g = 7, k802_11ac = 8 };
+enum class WIFIOpMode : std::int32_t {
+  k802_11a = 0,   ///< 802.11a: 5 GHz, up to 54 Mbit/s.
+  k802_11n = 5,   ///< 802.11n: either band.
+  k802_11b = 6,   ///< 802.11b: 2.4 GHz, up to 11 Mbit/s.
+  k802_11g = 7,   ///< 802.11g: 2.4 GHz, up to 54 Mbit/s.
+  k802_11ac = 8,  ///< 802.11ac: 5 GHz.
+};
 
 /// The security mode of an SSID; other numbers are unknown modes.
-enum class SecModeType : std::int32_t { kNone = 0, kWpaPersonal = 3, kWpaEnterprise = 4 };
+enum class SecModeType : std::int32_t {
+  kNone = 0,           ///< An open network.
+  kWpaPersonal = 3,    ///< WPA with one passphrase for all.
+  kWpaEnterprise = 4,  ///< WPA with a login for each user (IEEE 802.1X).
+};
 
 /// `oper_status` of an interface that is in operation. Source: RFC 2863, ifOperStatus.
 inline constexpr std::int32_t kOperStatusUp = 1;
@@ -47,8 +69,8 @@ using InterfaceStates = std::map<std::string, std::shared_ptr<const InterfaceSta
 struct AssocClientState {
   std::string mac;                         ///< As the device writes it, in any notation.
   std::string hostname;                    ///< The client's name wherever one is shown; empty when unknown.
-  WIFIOpMode mode = WIFIOpMode::k802_11a;  ///< How it is connected.
-  std::int32_t data_rate = 0;              ///< As the device reports it; passed on unchanged.
+  WIFIOpMode mode = WIFIOpMode::k802_11a;  ///< Operating mode of its connection.
+  std::int32_t data_rate = 0;              ///< In the device's own unit, usually Mbit/s; passed on unchanged.
   std::uint64_t in_bytes = 0;              ///< The first counter: octets from the client, its upload.
   std::uint64_t out_bytes = 0;             ///< The second counter: octets to the client, its download.
 };
@@ -67,7 +89,7 @@ struct RadioIfState {
   WIFIBandType band = WIFIBandType::kUnknown;  ///< The band that it works in.
 };
 
-/// One user whom a captive portal let in.
+/// One user who signed in at a captive portal.
 struct PortalUser {
   std::string username;         ///< Name given to the portal; empty when none was.
   std::string hostname;         ///< Host name as the portal knows it.
@@ -78,25 +100,26 @@ struct PortalUser {
 /// The configuration of one SSID.
 struct SSIDCfg {
   std::string name;                                ///< The SSID.
-  SecModeType security_mode = SecModeType::kNone;  ///< How clients are let in.
+  SecModeType security_mode = SecModeType::kNone;  ///< How clients authenticate.
   bool guest = false;                              ///< A guest network: its clients come through a captive portal.
 };
 
 /// Who a device is.
 struct BasicInfo {
-  std::string mac;                         ///< The device id.
-  std::string hostname;                    ///< The device name wherever one is shown.
-  std::string ip;                          ///< Management address, textual.
-  DeviceType type = DeviceType::kUnknown;  ///< What it is.
+  std::string mac;                         ///< The device id; empty when nothing is known.
+  std::string hostname;                    ///< The device name wherever one is shown; empty when unknown.
+  std::string ip;                          ///< Management address, textual; empty when unknown.
+  DeviceType type = DeviceType::kUnknown;  ///< What kind of device it is.
 };
 
 /// What a device runs on.
 struct PlatformInfo {
-  std::string model;    ///< Model name.
-  std::string version;  ///< Firmware version.
+  std::string model;    ///< Model name; empty when unknown.
+  std::string version;  ///< Firmware version; empty when unknown.
 };
 
-/// One foreign or own access point in a device's scan table.
+/// One access point in a device's scan table, the network's own or another's. One that is not trusted is a rogue access
+/// point.
 struct NeighboringAP {
   std::string mac;                             ///< BSSID.
   std::string ssid;                            ///< Up to 32 free octets; empty for a hidden network.

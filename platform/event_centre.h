@@ -5,23 +5,24 @@
 
 namespace vexora_probe::evcenter {
 
-/// How many notifications are open for one device.
+/// How many notifications are open for one device. A fresh record has none.
 struct Summary {
-  std::int32_t info = 0;     ///< Informational ones.
-  std::int32_t warning = 0;  ///< Warnings.
-  std::int32_t alert = 0;    ///< Alerts.
+  std::int32_t info = 0;     ///< Informational notifications.
+  std::int32_t warning = 0;  ///< Warnings: somebody should look when there is time.
+  std::int32_t alert = 0;    ///< Alerts: somebody should look now.
 };
 
 }  // namespace vexora_probe::evcenter
 
 namespace vexora_probe::inventory {
 
-/// The plug-in calls the host.
+/// Counts the open notifications of a device. The plug-in calls the host.
 ///
-/// The open notifications of a device.
+/// `mac` is a device id as `DeviceManager` gives it.
 ///
-/// Threads: any. Does not call back into the plug-in, nor wait for a thread that may be inside it.
-/// Fails:   zeroes for a device that nobody knows.
+/// Threads: any. Must not call back into the plug-in, nor wait for the network or for a thread that may be inside the
+///          plug-in.
+/// Fails:   zeroes for an unknown device; never throws.
 evcenter::Summary GetDeviceHealthTargetStateSummary(const std::string& mac);
 
 }  // namespace vexora_probe::inventory

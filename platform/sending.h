@@ -8,31 +8,31 @@
 
 /// Sends one message to one connection. The plug-in calls the host.
 ///
-/// The engine calls it once for each message of a pass: it must take the text over and return, never wait for a client.
-/// A message for a connection that is gone is dropped.
+/// The engine calls it once for each message of a pass: it must copy the text, queue it and return, never wait for a
+/// client.
 ///
-/// Threads: any, several at once. Does not call back into the plug-in. Fails: never throws.
+/// Owner:   `text` stays the caller's. `connection` is a handle from a `SubscriptionList`.
+/// Threads: any, several at once. Must not call back into the plug-in.
+/// Fails:   a message for a connection that is closed is dropped; never throws.
 using SalSendByCon = void (*)(lws* connection, const std::string& text);
 
-/// The plug-in calls the host.
+/// The function that sends to websocket connections. The plug-in calls the host, once for each message.
 ///
-/// The function that sends to websocket connections; null while no server runs, and then messages are dropped.
-///
-/// Threads: any.
+/// Threads: any, also while the host starts or stops its server.
+/// Fails:   null while no server runs, and then messages are dropped; never throws.
 SalSendByCon GetSalSendByCon();
 
 namespace kro_utilities::jsonobject {
 
-/// The plug-in calls the host.
+/// The text of a message on a connection: `{"name": NAME, "data": BODY}`, always valid UTF-8. The plug-in calls the
+/// host.
 ///
-/// The text that goes over the wire: `{"name": NAME, "data": BODY}`, always valid UTF-8.
+/// `name` is the topic. Names in a body come from the air and may hold any octets; the host replaces what is not UTF-8
+/// by U+FFFD, for one such octet makes a browser drop the connection.
 ///
-/// Names in a body come from the air and may hold any octets; the host replaces what is not UTF-8 by U+FFFD, for one
-/// such octet makes a browser drop the connection.
+/// The host serialises the body with json-c and does not look into it: long lists in it may be kept as their text.
 ///
-/// The host serialises the body and does not look into it: long lists in it may be kept as their text.
-///
-/// Owner:   `body` stays the caller's. A null body becomes null.
+/// Owner:   `name` and `body` stay the caller's. A null body becomes the JSON value null, a null name an empty text.
 /// Threads: any, also with the plug-in's locks held (read locks of the health and wireless top monitors): it must not
 ///          call back into the plug-in, nor wait for a thread that may be inside it.
 /// Fails:   never throws; an empty text when the heap is exhausted.
