@@ -6,11 +6,14 @@
 #include "probe/clock/clock.h"
 
 namespace probe {
+
+using utilities::lock::lock_guard;
+
 namespace {
 
-/// How often the thread looks at the clock. It cannot sleep on it: the installed clock may run at any pace, be set by
-/// somebody, and have one sleeper only.
-constexpr std::chrono::milliseconds kLook{20};
+/// How often the thread reads the installed clock. It cannot sleep on that clock, which may run at any pace, be set at
+/// any time, and serve one sleeper only.
+constexpr std::chrono::milliseconds kPollInterval{20};
 
 time_t Now() {
   return InstalledClock().Now().tv_sec;
@@ -33,20 +36,25 @@ void SimulatedSource::Start() {
 
 void SimulatedSource::Stop() {
   {
-    const std::lock_guard held(lock_);
+    const lock_guard held(lock_);
     is_stopping_ = true;
   }
-  stopping_.notify_all();
+  stopping_.NotifyAll();
   if (thread_.joinable()) thread_.join();
 }
 
+bool SimulatedSource::StopsWithin(std::chrono::steady_clock::duration wait) {
+  const auto deadline = std::chrono::steady_clock::now() + wait;
+  const lock_guard held(lock_);
+  while (!is_stopping_ && stopping_.WaitUntil(lock_, deadline)) {
+  }
+  return is_stopping_;
+}
+
 void SimulatedSource::Run(time_t last) {
-  while (true) {
-    {
-      std::unique_lock held(lock_);
-      if (stopping_.wait_for(held, kLook, [this] { return is_stopping_; })) return;
-    }
+  while (!StopsWithin(kPollInterval)) {
     const time_t now = Now();
+    // A clock that was set back is followed at once: the next reading must not wait until the old time comes again.
     const bool went_back = now < last;
     if (!went_back && now - last < every_) continue;
     network_.Advance(now);

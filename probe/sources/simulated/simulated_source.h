@@ -1,10 +1,10 @@
 #pragma once
 
-#include <condition_variable>
+#include <chrono>
 #include <ctime>
-#include <mutex>
 #include <thread>
 
+#include "platform/utilities/locks.h"
 #include "probe/host/device_centre.h"
 #include "probe/sources/simulated/simulated_network.h"
 
@@ -32,14 +32,16 @@ class SimulatedSource {
 
  private:
   void Run(time_t last);
+  bool StopsWithin(std::chrono::steady_clock::duration wait);
 
-  SimulatedNetwork network_;
+  SimulatedNetwork network_;  // only the source's thread; before it starts, the one that calls Start
   const time_t every_;
 
-  std::mutex lock_;
-  std::condition_variable stopping_;
-  bool is_stopping_ = false;  // guarded by lock_
-  std::thread thread_;        // only the thread that calls Start and Stop
+  // Leaf lock: no other lock is taken while it is held.
+  utilities::lock::Mutex lock_;
+  utilities::lock::CondVar stopping_;
+  bool is_stopping_ VEXORA_GUARDED_BY(lock_) = false;
+  std::thread thread_;  // only the thread that calls Start and Stop
 };
 
 }  // namespace probe

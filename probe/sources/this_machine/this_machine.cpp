@@ -11,6 +11,9 @@
 #include "probe/sources/this_machine/wifi_snapshot.h"
 
 namespace probe {
+
+using utilities::lock::lock_guard;
+
 namespace {
 
 namespace records = vexora_probe::models::controller;
@@ -58,27 +61,31 @@ void ThisMachine::Start() {
 
 void ThisMachine::Stop() {
   {
-    const std::lock_guard held(lock_);
+    const lock_guard held(lock_);
     is_stopping_ = true;
   }
-  stopping_.notify_all();
+  stopping_.NotifyAll();
   if (thread_.joinable()) thread_.join();
 }
 
 std::string ThisMachine::mac() const {
-  const std::lock_guard held(lock_);
+  const lock_guard held(lock_);
   return mac_;
 }
 
+bool ThisMachine::StopsBefore(std::chrono::steady_clock::time_point deadline) {
+  const lock_guard held(lock_);
+  while (!is_stopping_ && stopping_.WaitUntil(lock_, deadline)) {
+  }
+  return is_stopping_;
+}
+
 void ThisMachine::Run() {
-  auto next = std::chrono::steady_clock::now();
-  while (true) {
-    next += settings_.refresh;
-    {
-      std::unique_lock held(lock_);
-      if (stopping_.wait_until(held, next, [this] { return is_stopping_; })) return;
-    }
+  // Deadlines follow one another at even distances, so that a slow reading does not shift the later ones.
+  auto next = std::chrono::steady_clock::now() + settings_.refresh;
+  while (!StopsBefore(next)) {
     RefreshOnce();
+    next += settings_.refresh;
   }
 }
 
@@ -94,7 +101,7 @@ void ThisMachine::TakeOver(const MachineReading& reading) {
   std::string device = mac();
   if (device.empty()) {
     device = DeviceMac(reading);
-    const std::lock_guard held(lock_);
+    const lock_guard held(lock_);
     mac_ = device;
   }
   DeviceSnapshot snapshot;

@@ -1,10 +1,10 @@
 #pragma once
 
-#include <condition_variable>
-#include <mutex>
+#include <chrono>
 #include <string>
 #include <thread>
 
+#include "platform/utilities/locks.h"
 #include "probe/host/device_centre.h"
 #include "probe/settings/settings.h"
 #include "probe/sources/this_machine/machine_reading.h"
@@ -42,6 +42,7 @@ class ThisMachine {
 
  private:
   void Run();
+  bool StopsBefore(std::chrono::steady_clock::time_point deadline);
   void TakeOver(const MachineReading& reading);
   void GoOffline(const std::string& reason);
 
@@ -49,15 +50,16 @@ class ThisMachine {
   const ThisMachineSettings settings_;
   const MachineReader read_;
 
-  // the thread that refreshes, and before it starts the one that calls Start
+  // Only the source's thread; before it starts, the one that calls Start.
   CpuTimes last_cpu_;
   bool is_failing_ = false;
 
-  mutable std::mutex lock_;
-  std::condition_variable stopping_;
-  std::string mac_;           // guarded by lock_
-  bool is_stopping_ = false;  // guarded by lock_
-  std::thread thread_;        // only the thread that calls Start and Stop
+  // Leaf lock: no other lock is taken while it is held.
+  mutable utilities::lock::Mutex lock_;
+  utilities::lock::CondVar stopping_;
+  std::string mac_ VEXORA_GUARDED_BY(lock_);
+  bool is_stopping_ VEXORA_GUARDED_BY(lock_) = false;
+  std::thread thread_;  // only the thread that calls Start and Stop
 };
 
 }  // namespace probe
