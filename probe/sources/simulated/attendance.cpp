@@ -5,8 +5,6 @@
 namespace probe::simulated {
 namespace {
 
-constexpr int kSaturday = 5;
-
 Stay WorkingDay(const Dice& dice, const Client& client, std::int64_t day) {
   // two dice instead of one: most come near the middle
   const int arrives = 450 + dice.Between(0, 75, Question::kArrival, client.owner, 2 * day) +
@@ -52,7 +50,7 @@ int NapPercent(ClientKind kind) {
 
 std::int64_t SlotOf(const Dice& dice, std::uint64_t who, const Moment& moment, int minutes) {
   const int phase = dice.Between(0, minutes - 1, Question::kSlotPhase, who, minutes);
-  return FloorDivide(moment.minute + phase, minutes);
+  return moment.Slot(minutes, phase);
 }
 
 std::optional<Stay> StayOn(const Dice& dice, const Client& client, std::int64_t day) {

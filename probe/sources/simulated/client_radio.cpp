@@ -49,7 +49,7 @@ WIFIOpMode ModeOf(const Dice& dice, const Client& client, std::size_t radio) {
 std::int32_t DataRateOf(const Dice& dice, const Client& client, std::size_t radio, const Moment& moment) {
   constexpr int kRateMinutes = 5;
   const Rates rates = RatesOf(ModeOf(dice, client, radio));
-  const std::int64_t slot = FloorDivide(moment.minute, kRateMinutes);
+  const std::int64_t slot = moment.Slot(kRateMinutes);
   return rates[dice.Below(rates.size(), Question::kDataRate, client.number, slot)];
 }
 

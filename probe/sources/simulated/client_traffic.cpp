@@ -38,7 +38,6 @@ std::uint64_t BurstVolume(const Dice& dice, const Client& client, const Moment& 
 
 int RhythmPercent(const Moment& moment) {
   const int percent = kRhythm[static_cast<std::size_t>(moment.minute_of_day / 60)];
-  constexpr int kSaturday = 5;
   return moment.weekday < kSaturday ? percent : (percent + 3) / 4;
 }
 

@@ -1,48 +1,46 @@
 #include "probe/sources/simulated/moment.h"
 
+#include <chrono>
+
 namespace probe::simulated {
 namespace {
 
-constexpr std::int64_t kDaysOfWeek = 7;
-constexpr std::int64_t kFirstWeekday = 3;  // 1 January 1970 was a Thursday
+using std::chrono::days;
+using std::chrono::minutes;
+using std::chrono::sys_days;
+using std::chrono::weeks;
 
-/// Days since 1 January 1970 of a date of the Gregorian calendar. The year is counted from March, so that the day that
-/// some years have more comes last in it.
-std::int64_t DaysOf(std::int64_t year, int month, int day) {
-  if (month <= 2) --year;
-  const std::int64_t era = FloorDivide(year, 400);
-  const std::int64_t year_of_era = year - era * 400;
-  const std::int64_t day_of_year = (153 * (month > 2 ? month - 3 : month + 9) + 2) / 5 + day - 1;
-  constexpr std::int64_t kDaysOfEra = 146'097;
-  constexpr std::int64_t kDaysToEpoch = 719'468;  // from 1 March 0000
-  return era * kDaysOfEra + year_of_era * 365 + year_of_era / 4 - year_of_era / 100 + day_of_year - kDaysToEpoch;
-}
+/// Days from the Monday of its week to 1 January 1970, a Thursday.
+constexpr days kMondayToEpoch = std::chrono::weekday(sys_days{}) - std::chrono::Monday;
 
 }  // namespace
 
-std::int64_t FloorDivide(std::int64_t dividend, std::int64_t divisor) {
-  return dividend / divisor - (dividend % divisor < 0 ? 1 : 0);
-}
-
 int WeekdayOf(std::int64_t day) {
-  return static_cast<int>(day + kFirstWeekday - FloorDivide(day + kFirstWeekday, kDaysOfWeek) * kDaysOfWeek);
+  return static_cast<int>((std::chrono::weekday(sys_days(days(day))) - std::chrono::Monday).count());
 }
 
 std::int64_t MondayOf(std::int64_t week) {
-  return week * kDaysOfWeek - kFirstWeekday;
+  return days(weeks(week) - kMondayToEpoch).count();
 }
 
 std::int64_t Moment::Week() const {
-  return FloorDivide(day + kFirstWeekday, kDaysOfWeek);
+  return std::chrono::floor<weeks>(days(day) + kMondayToEpoch).count();
+}
+
+std::int64_t Moment::Slot(int minutes_of_slot, std::int64_t phase) const {
+  const std::int64_t shifted = minute + phase;
+  return shifted / minutes_of_slot - (shifted % minutes_of_slot < 0 ? 1 : 0);
 }
 
 Moment MomentOf(time_t time) {
+  // The library knows no time zones beside the process's own, which the C library applies.
   tm local{};
   localtime_r(&time, &local);
+  const sys_days date = std::chrono::year(local.tm_year + 1900) / (local.tm_mon + 1) / local.tm_mday;
   Moment moment;
   moment.time = time;
-  moment.minute = FloorDivide(time, 60);
-  moment.day = DaysOf(std::int64_t{local.tm_year} + 1900, local.tm_mon + 1, local.tm_mday);
+  moment.minute = std::chrono::floor<minutes>(std::chrono::seconds(time)).count();
+  moment.day = date.time_since_epoch().count();
   moment.weekday = WeekdayOf(moment.day);
   moment.minute_of_day = local.tm_hour * 60 + local.tm_min;
   moment.second = local.tm_sec;

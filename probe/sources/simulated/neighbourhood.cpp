@@ -56,7 +56,7 @@ std::int32_t ChannelOf(const Dice& dice, std::uint64_t who, bool is_low) {
 std::int32_t Signal(const Dice& dice, std::uint64_t pair, int weakest, int strongest, const Moment& moment) {
   constexpr int kDriftMinutes = 5;
   return dice.Between(weakest, strongest, Question::kSignal, pair) +
-         dice.Between(-3, 3, Question::kSignalDrift, pair, FloorDivide(moment.minute, kDriftMinutes));
+         dice.Between(-3, 3, Question::kSignalDrift, pair, moment.Slot(kDriftMinutes));
 }
 
 records::NeighboringAP Neighbour(const Dice& dice, MacOwner owner, std::uint64_t number, bool is_low) {
@@ -91,9 +91,8 @@ bool Neighbourhood::IsForeignOnTheAir(std::size_t street, std::size_t foreign, c
   const Foreign& kind = kStreet[foreign];
   const int hour = moment.minute_of_day / 60;
   if (hour < kind.opens || hour >= kind.closes) return false;
-  constexpr std::int64_t kSlotMinutes = 20;
-  const auto phase = static_cast<std::int64_t>(foreign);
-  const std::int64_t slot = FloorDivide(moment.minute + phase, kSlotMinutes);
+  constexpr int kSlotMinutes = 20;
+  const std::int64_t slot = moment.Slot(kSlotMinutes, static_cast<std::int64_t>(foreign));
   return dice_.Percent(kind.percent, Question::kOnAir, Pair(street, foreign), slot);
 }
 

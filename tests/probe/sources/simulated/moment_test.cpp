@@ -45,11 +45,17 @@ TEST_F(MomentTest, BeginsWeeksOnMonday) {
 }
 
 TEST_F(MomentTest, DividesDownwards) {
-  EXPECT_EQ(FloorDivide(7, 3), 2);
-  EXPECT_EQ(FloorDivide(6, 3), 2);
-  EXPECT_EQ(FloorDivide(-1, 3), -1);
-  EXPECT_EQ(FloorDivide(-3, 3), -1);
-  EXPECT_EQ(FloorDivide(-4, 3), -2);
+  const auto slot = [](std::int64_t minute, std::int64_t phase = 0) { return Moment{.minute = minute}.Slot(3, phase); };
+  EXPECT_EQ(slot(7), 2);
+  EXPECT_EQ(slot(6), 2);
+  EXPECT_EQ(slot(-1), -1);
+  EXPECT_EQ(slot(-3), -1);
+  EXPECT_EQ(slot(-4), -2);
+  EXPECT_EQ(slot(-4, 1), -1);
+  EXPECT_EQ(slot(6, -7), -1);
+  EXPECT_EQ(MomentOf(-1).minute, -1);
+  EXPECT_EQ(MomentOf(-60).minute, -1);
+  EXPECT_EQ(MomentOf(-61).minute, -2);
 }
 
 }  // namespace
