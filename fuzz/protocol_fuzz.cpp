@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "fuzz/require.h"
-#include "probe/server/message_key.h"
-#include "probe/server/protocol.h"
+#include "probe/server/websocket/envelope_key.h"
+#include "probe/server/websocket/protocol.h"
 #include "probe/text/utf8.h"
 
 using fuzzing::Require;

@@ -7,7 +7,7 @@
 #include "probe/api/page_files.h"
 #include "probe/api/plugin_calls.h"
 #include "probe/host/device_centre.h"
-#include "probe/server/http_message.h"
+#include "probe/server/http/http_message.h"
 
 namespace probe {
 

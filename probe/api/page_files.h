@@ -4,7 +4,7 @@
 #include <map>
 #include <string>
 
-#include "probe/server/http_message.h"
+#include "probe/server/http/http_message.h"
 
 namespace probe {
 

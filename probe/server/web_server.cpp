@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "probe/host/log.h"
-#include "probe/server/server_run.h"
+#include "probe/server/event_loop.h"
 
 namespace probe {
 

@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "probe/host/subscription_service.h"
-#include "probe/server/http_message.h"
-#include "probe/server/server_settings.h"
+#include "probe/server/http/http_message.h"
+#include "probe/server/net/server_settings.h"
 
 namespace probe {
 

@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "probe/host/log.h"
-#include "probe/server/server_settings.h"
+#include "probe/server/net/server_settings.h"
 #include "probe/sources/simulated/simulated_network.h"
 
 namespace probe {

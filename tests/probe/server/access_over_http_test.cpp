@@ -4,7 +4,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "probe/server/line_budget.h"
+#include "probe/server/net/log_rate_limiter.h"
 #include "tests/probe/server/raw_client.h"
 #include "tests/probe/server/served.h"
 

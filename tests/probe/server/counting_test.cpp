@@ -2,14 +2,14 @@
 
 #include <gmock/gmock.h>
 
-#include "probe/server/gate.h"
-#include "probe/server/incoming_message.h"
-#include "probe/server/line_budget.h"
-#include "probe/server/post_office.h"
-#include "probe/server/rate_limit.h"
-#include "probe/server/refusal_log.h"
-#include "probe/server/server_loop.h"
-#include "probe/server/subscription_ledger.h"
+#include "probe/server/connection_events.h"
+#include "probe/server/net/connection_limiter.h"
+#include "probe/server/net/log_rate_limiter.h"
+#include "probe/server/net/rate_limiter.h"
+#include "probe/server/net/rejection_log.h"
+#include "probe/server/websocket/message_assembler.h"
+#include "probe/server/websocket/message_router.h"
+#include "probe/server/websocket/subscription_limits.h"
 #include "tests/support/log_capture.h"
 
 namespace {

@@ -1,4 +1,4 @@
-#include "probe/server/http_message.h"
+#include "probe/server/http/http_message.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

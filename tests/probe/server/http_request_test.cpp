@@ -7,7 +7,7 @@
 #include <future>
 #include <map>
 
-#include "probe/server/http_workers.h"
+#include "probe/server/http/http_workers.h"
 #include "tests/probe/server/raw_client.h"
 #include "tests/probe/server/served.h"
 

@@ -1,4 +1,4 @@
-#include "probe/server/message_key.h"
+#include "probe/server/websocket/envelope_key.h"
 
 #include <gmock/gmock.h>
 

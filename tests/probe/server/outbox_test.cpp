@@ -1,4 +1,4 @@
-#include "probe/server/outbox.h"
+#include "probe/server/websocket/outbox.h"
 
 #include <gmock/gmock.h>
 

@@ -1,4 +1,4 @@
-#include "probe/server/protocol.h"
+#include "probe/server/websocket/protocol.h"
 
 #include <gmock/gmock.h>
 

@@ -9,7 +9,7 @@
 #include <stdexcept>
 #include <system_error>
 
-#include "probe/server/ip_address.h"
+#include "probe/server/net/ip_address.h"
 
 namespace test {
 namespace {

@@ -1,9 +1,9 @@
-#include "probe/server/server_settings.h"
+#include "probe/server/net/server_settings.h"
 
 #include <gmock/gmock.h>
 
-#include "probe/server/access.h"
-#include "probe/server/ip_address.h"
+#include "probe/server/http/access_rules.h"
+#include "probe/server/net/ip_address.h"
 
 namespace {
 

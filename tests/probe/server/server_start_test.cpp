@@ -10,7 +10,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "probe/server/ip_address.h"
+#include "probe/server/net/ip_address.h"
 #include "tests/probe/server/raw_client.h"
 #include "tests/probe/server/served.h"
 

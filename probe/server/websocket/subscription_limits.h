@@ -1,0 +1,56 @@
+#pragma once
+
+#include <cstddef>
+#include <map>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "platform/subscriptions.h"
+#include "probe/server/net/server_settings.h"
+#include "probe/server/websocket/protocol.h"
+
+namespace probe {
+
+/// Keeps count of subscriptions, so that one client cannot take more than its share of SIDs, nor all clients together
+/// more than so many distinct filters. What is entered is small, too: SIDs and filters have a size that they must keep.
+///
+/// Filters are the plug-in's and opaque here; two are taken as different when their JSON differs.
+/// Threads: the server thread only.
+class SubscriptionLedger {
+ public:
+  explicit SubscriptionLedger(const ServerLimits& limits);
+
+  /// Enters the subscriptions of one request: SID -> filter. A SID that the connection has in this topic already is
+  /// replaced and does not count twice.
+  ///
+  /// Fails: the limit that is in the way; nothing is entered then.
+  std::optional<ProtocolError> Enter(lws* connection, const std::string& topic,
+                                     const std::map<std::string, std::string>& filters);
+
+  /// Takes one subscription out. False when there was none.
+  bool Remove(lws* connection, const std::string& topic, const std::string& sid);
+
+  /// Takes all subscriptions of a connection out.
+  void RemoveAll(lws* connection);
+
+  /// Different (topic, filter) pairs in the ledger.
+  std::size_t distinct_filters() const { return uses_.size(); }
+
+ private:
+  using Subscription = std::pair<std::string, std::string>;  // topic, SID
+  using TopicAndFilter = std::pair<std::string, std::string>;
+
+  std::optional<ProtocolError> CheckSizes(const std::map<std::string, std::string>& filters) const;
+  std::size_t DistinctAfter(const std::map<TopicAndFilter, long>& changes) const;
+  void Apply(const std::map<TopicAndFilter, long>& changes);
+
+  std::size_t max_sids_;
+  std::size_t max_filters_;
+  std::size_t max_sid_bytes_;
+  std::size_t max_filter_bytes_;
+  std::map<lws*, std::map<Subscription, std::string>> filters_;  // connection -> subscription -> filter
+  std::map<TopicAndFilter, long> uses_;                          // how many subscriptions share it; never 0
+};
+
+}  // namespace probe

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <functional>
+#include <string>
+#include <string_view>
+
+#include "platform/subscriptions.h"
+#include "probe/host/subscription_service.h"
+#include "probe/server/net/server_settings.h"
+#include "probe/server/websocket/protocol.h"
+#include "probe/server/websocket/subscription_limits.h"
+
+namespace probe {
+
+/// Carries out what clients ask for: reads a message, keeps to the limits, files subscriptions, answers.
+///
+/// Threads: the server thread only. It calls the plug-in (`FilterParser`).
+class RequestDesk {
+ public:
+  /// Takes the text of an answer on its way to the client.
+  using Reply = std::function<void(std::string text)>;
+
+  RequestDesk(const ServerLimits& limits, SubscriptionService& service);
+
+  /// Carries out one message of a connection, and answers it exactly once. The answer to a subscription goes out
+  /// before the subscription is filed, so that no message of the topic can be ahead of it.
+  void Handle(lws* connection, std::string_view text, const Reply& reply);
+
+  /// Forgets a connection and all its subscriptions.
+  void Forget(lws* connection);
+
+ private:
+  void Subscribe(lws* connection, const SubscribeRequest& request, const Reply& reply);
+  void Unsubscribe(lws* connection, const UnsubscribeRequest& request, const Reply& reply);
+
+  std::size_t max_depth_;
+  SubscriptionService& service_;
+  SubscriptionLedger ledger_;
+};
+
+}  // namespace probe
