@@ -110,7 +110,7 @@ void TrafficMonitor::CalculateInterfaceSpeed(const std::string& mac, const std::
                 static_cast<unsigned long>(step.polling_time), static_cast<unsigned long>(step.last_polling_time));
   LogRestarts(before, now);
   Traffic sample = monitoring::traffic::SpeedBetween(
-      step.last, step.now, monitoring::traffic::SecondsBetween(step.last_sample_time, step.sample_time));
+      step.last, step.now, monitoring::traffic::SampleInterval(step.last_sample_time, step.sample_time));
   sample.time = step.polling_time;
   AppendSpeed(step, sample);
 }

@@ -1,15 +1,18 @@
 #include "monitor/traffic/traffic_fold.h"
 
+#include <limits>
+
+#include "monitor/engine/counters.h"
+
 namespace monitoring::traffic {
 
 Counters AfterRestart(const Counters& last, const Counters& now) {
-  return {.in = now.in < last.in ? 0 : last.in, .out = now.out < last.out ? 0 : last.out};
+  return {.in = CounterBase(last.in, now.in), .out = CounterBase(last.out, now.out)};
 }
 
-std::uint64_t SecondsBetween(time_t last, time_t now) {
-  std::int64_t seconds = 0;
-  if (__builtin_sub_overflow(std::int64_t{now}, std::int64_t{last}, &seconds) || seconds < 0) return 0;
-  return static_cast<std::uint64_t>(seconds);
+std::uint64_t SampleInterval(time_t last, time_t now) {
+  const std::uint64_t seconds = SecondsBetween(last, now);
+  return seconds > static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max()) ? 0 : seconds;
 }
 
 Traffic SpeedBetween(const Counters& last, const Counters& now, std::uint64_t seconds) {

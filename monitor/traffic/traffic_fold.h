@@ -18,8 +18,9 @@ struct Counters {
 /// Where `last` has to be counted from: a counter that is below its last reading restarted, and counts from 0.
 Counters AfterRestart(const Counters& last, const Counters& now);
 
-/// The seconds from one reading to the next; 0 when the device's clock stood still, was set back, or tells nonsense.
-std::uint64_t SecondsBetween(time_t last, time_t now);
+/// The seconds from one reading to the next; 0 when the device's clock stood still, was set back, or the difference
+/// overflows a signed 64-bit number.
+std::uint64_t SampleInterval(time_t last, time_t now);
 
 /// The mean speed between two readings of counters that did not restart, `seconds` apart. Rounded down.
 ///

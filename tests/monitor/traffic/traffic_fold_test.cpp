@@ -31,13 +31,13 @@ TEST(Speed, IsZeroOverNoTime) {
   EXPECT_EQ(Speed({0, 0}, {6'000, 600}, 0), (std::pair<std::uint64_t, std::uint64_t>{0, 0}));
 }
 
-TEST(SecondsBetween, AreNoneWhenTheDeviceClockStoodStillWentBackOrTellsNonsense) {
-  EXPECT_EQ(SecondsBetween(100, 160), 60U);
-  EXPECT_EQ(SecondsBetween(160, 160), 0U);
-  EXPECT_EQ(SecondsBetween(160, 100), 0U);
-  EXPECT_EQ(SecondsBetween(std::numeric_limits<time_t>::max(), std::numeric_limits<time_t>::min()), 0U);
+TEST(SampleInterval, IsZeroWhenTheDeviceClockStoodStillWentBackOrTheDifferenceOverflows) {
+  EXPECT_EQ(SampleInterval(100, 160), 60U);
+  EXPECT_EQ(SampleInterval(160, 160), 0U);
+  EXPECT_EQ(SampleInterval(160, 100), 0U);
+  EXPECT_EQ(SampleInterval(std::numeric_limits<time_t>::max(), std::numeric_limits<time_t>::min()), 0U);
   const auto huge = std::numeric_limits<time_t>::max();
-  EXPECT_EQ(SecondsBetween(-10, huge), sizeof(time_t) == 8 ? 0U : static_cast<std::uint64_t>(huge) + 10);
+  EXPECT_EQ(SampleInterval(-10, huge), sizeof(time_t) == 8 ? 0U : static_cast<std::uint64_t>(huge) + 10);
 }
 
 TEST(Speed, HoldsTheLargestCounters) {
