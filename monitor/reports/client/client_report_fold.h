@@ -9,10 +9,6 @@
 
 namespace monitoring::client_report {
 
-/// Days and weeks that are kept.
-inline constexpr std::size_t kKeptDays = 7;
-inline constexpr std::size_t kKeptWeeks = 4;
-
 /// Seconds from one moment to a later one; 0 when it is not later. What 32 bits can't hold becomes what they can.
 std::int32_t SecondsBetween(time_t earlier, time_t later);
 

@@ -9,6 +9,7 @@
 #include "monitor/engine/constants.h"
 #include "monitor/engine/json_keys.h"
 #include "monitor/engine/json_tree.h"
+#include "monitor/engine/report_limits.h"
 #include "monitor/engine/time_keys.h"
 #include "monitor/reports/client/client_report_collect.h"
 #include "monitor/reports/client/client_report_fold.h"
@@ -86,8 +87,8 @@ void WirelessClientReport::DataMerge() {
   }
   previous_sample_ = std::move(sample);
   last_pass_time_ = static_cast<time_t>(now);
-  client_report::Trim(daily_, day, client_report::kKeptDays);
-  client_report::Trim(weekly_, week, client_report::kKeptWeeks);
+  client_report::Trim(daily_, day, monitoring::kMaxReportDays);
+  client_report::Trim(weekly_, week, monitoring::kMaxReportWeeks);
 }
 
 void WirelessClientReport::Collectdata(const std::string& mac, ClientSamples& sample, long now, const std::string& day,

@@ -7,8 +7,8 @@
 /// The folding of a pass: from the devices' samples to days and weeks. Each step grows with the number of samples and
 /// IDs; the outcome is that of calling the calculations of each ID one after the other.
 ///
-/// In a pass `day` is the last day of every "daily" map, and these hold no more than `kKeptDays` others: retention has
-/// seen to it.
+/// In a pass `day` is the last day of every "daily" map, and these hold no more than `kMaxReportDays` others: retention
+/// has seen to it.
 namespace vexora_probe::monitor {
 
 /// Folds the samples of each device into its own report, gives the latest samples their speeds, and notes what each

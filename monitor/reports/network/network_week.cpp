@@ -1,5 +1,7 @@
 #include "monitor/reports/network/network_week.h"
 
+#include "monitor/engine/report_limits.h"
+
 namespace vexora_probe::monitor {
 
 WeekOfIds RegroupByWeek(const Buckets& daily, const ReportTime& time,
@@ -16,7 +18,7 @@ WeekOfIds RegroupByWeek(const Buckets& daily, const ReportTime& time,
 }
 
 bool DropOldestDay(Buckets& daily) {
-  if (daily.size() <= kKeptDays) return false;
+  if (daily.size() <= monitoring::kMaxReportDays) return false;
   daily.erase(daily.begin());
   return true;
 }

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstddef>
 #include <functional>
 #include <map>
 #include <string>
@@ -11,11 +10,6 @@
 
 namespace vexora_probe::monitor {
 
-/// Days that a "daily" map keeps.
-inline constexpr std::size_t kKeptDays = 7;
-/// Weeks that a "weekly" map keeps.
-inline constexpr std::size_t kKeptWeeks = 4;
-
 /// ID -> its records of the days of the current week, oldest first. Valid as long as `daily`.
 using WeekOfIds = std::map<std::string, std::vector<const Networks*>>;
 
@@ -23,7 +17,7 @@ using WeekOfIds = std::map<std::string, std::vector<const Networks*>>;
 WeekOfIds RegroupByWeek(const Buckets& daily, const ReportTime& time,
                         const std::function<void(const std::string& day)>& outside);
 
-/// Drops the oldest of more than `kKeptDays` days; whether it did.
+/// Drops the oldest of more than `kMaxReportDays` days; whether it did.
 bool DropOldestDay(Buckets& daily);
 
 }  // namespace vexora_probe::monitor

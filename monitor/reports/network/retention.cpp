@@ -4,6 +4,7 @@
 #include <map>
 
 #include "monitor/engine/constants.h"
+#include "monitor/engine/report_limits.h"
 #include "monitor/reports/network/network_keys.h"
 #include "monitor/reports/network/network_week.h"
 #include "platform/logging.h"
@@ -96,13 +97,13 @@ void DropCurrent(const std::string& day, const std::string& week, NetworkReport&
 template <typename Buckets>
 void KeepDays(const std::string& day, Buckets& daily) {
   daily.erase(daily.upper_bound(day), daily.end());
-  if (daily.size() > kKeptDays) daily.erase(daily.begin());
+  if (daily.size() > monitoring::kMaxReportDays) daily.erase(daily.begin());
 }
 
 template <typename Buckets>
 void KeepWeeks(const std::string& week, Buckets& weekly) {
   weekly.erase(weekly.lower_bound(week), weekly.end());
-  if (weekly.size() > kKeptWeeks) weekly.erase(weekly.begin());
+  if (weekly.size() > monitoring::kMaxReportWeeks) weekly.erase(weekly.begin());
 }
 
 template <typename Periods>

@@ -4,7 +4,8 @@
 
 #include "monitor/reports/network/network_records.h"
 
-/// What keeps the report's memory bounded: samples of the current day only, `kKeptDays` days, `kKeptWeeks` weeks.
+/// What keeps the report's memory bounded: samples of the current day only, `kMaxReportDays` days, `kMaxReportWeeks`
+/// weeks.
 namespace vexora_probe::monitor {
 
 /// Drops the samples of every day but `day`. Logged at debug level.

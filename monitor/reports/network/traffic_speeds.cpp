@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "monitor/engine/constants.h"
+#include "monitor/engine/report_limits.h"
 #include "monitor/reports/network/network_week.h"
 #include "monitor/reports/network/quotient.h"
 #include "platform/logging.h"
@@ -194,7 +195,7 @@ void RecordDailySpeeds(Report& report, const Snapshot& snapshot, const ReportTim
 
 void FoldWeeklySpeeds(Report& report, const ReportTime& time) {
   Buckets& daily = report[monitoring::kDaily];
-  if (daily.size() > kKeptDays) {
+  if (daily.size() > monitoring::kMaxReportDays) {
     pel_log_debug(log_module::kMonitor, "[WirelessNetworkReport::CalculateWeeklyTraffic] Exceed 7 days");
     DropOldestDay(daily);
   }
