@@ -2,7 +2,7 @@
 
 #include "platform/device_records.h"
 
-namespace monitoring::reports {
+namespace monitoring {
 
 /// The name that both reports give to a band: "2.4GHz" or "5GHz"; `unknown` for any other.
 constexpr const char* BandName(vexora_probe::models::controller::WIFIBandType band, const char* unknown) {
@@ -17,4 +17,4 @@ constexpr const char* BandName(vexora_probe::models::controller::WIFIBandType ba
   }
 }
 
-}  // namespace monitoring::reports
+}  // namespace monitoring

@@ -2,7 +2,7 @@
 
 #include <memory>
 
-namespace monitoring::reports {
+namespace monitoring {
 namespace {
 
 using vexora_probe::models::controller::DeviceType;
@@ -35,4 +35,4 @@ const SSIDCfg* ConfigurationFor(const SSIDConfigurations& configurations, const 
   return found == configurations.end() ? nullptr : &found->second;
 }
 
-}  // namespace monitoring::reports
+}  // namespace monitoring

@@ -5,7 +5,7 @@
 #include "platform/configuration.h"
 #include "platform/device_records.h"
 
-namespace monitoring::reports {
+namespace monitoring {
 
 /// The SSID configurations of a device: those of a router or of an access point. Empty for any other type, and for a
 /// device that has no configuration.
@@ -19,4 +19,4 @@ SSIDConfigurations ConfigurationsOf(const std::string& mac, vexora_probe::models
 const vexora_probe::models::controller::SSIDCfg* ConfigurationFor(const SSIDConfigurations& configurations,
                                                                   const std::string& ssid, const std::string& radio);
 
-}  // namespace monitoring::reports
+}  // namespace monitoring

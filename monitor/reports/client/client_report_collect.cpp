@@ -71,11 +71,11 @@ std::vector<Sighting> ReadClients(const std::string& mac) {
   Radios radios;
   device->get_radio_interfaces_state(radios);
   if (networks.empty() || radios.empty()) return {};
-  const SSIDConfigurations configurations = reports::ConfigurationsOf(mac, type);
+  const SSIDConfigurations configurations = ConfigurationsOf(mac, type);
   if (configurations.empty()) return {};
   std::vector<Sighting> clients;
   for (const auto& [interface, network] : networks) {
-    const auto* configuration = reports::ConfigurationFor(configurations, network.ssid, network.radio);
+    const auto* configuration = ConfigurationFor(configurations, network.ssid, network.radio);
     if (configuration == nullptr) {
       pel_log_error(log_module::kMonitor, "No ssid %s@%s config found!", network.ssid.c_str(), network.radio.c_str());
       continue;

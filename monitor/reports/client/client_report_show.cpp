@@ -73,7 +73,7 @@ JsonTree RowObject(const std::string& key_text, const WirelessClientItem& row, s
 }  // namespace
 
 std::string TypeMode2Str(records::WIFIOpMode mode, records::WIFIBandType band) {
-  return std::string(ModeName(mode)) + "/" + reports::BandName(band, kUnknown);
+  return std::string(ModeName(mode)) + "/" + BandName(band, kUnknown);
 }
 
 JsonTree RowArray(const ClientRows& rows, std::int32_t period_seconds) {

@@ -44,7 +44,7 @@ bool ReadCounters(const std::string& mac, const std::string& interface, const SS
 }
 
 bool ReadBand(const std::string& mac, WIFIBandType band, Networks& sample) {
-  sample.attributes.radio_type = monitoring::reports::BandName(band, "");
+  sample.attributes.radio_type = monitoring::BandName(band, "");
   if (!sample.attributes.radio_type.empty()) return true;
   pel_log_error(log_module::kMonitor,
                 "[WirelessNetworkReport::CollectOneSSID] Device: %s, radio type is empty. WIFIBandType type: %d",
@@ -54,7 +54,7 @@ bool ReadBand(const std::string& mac, WIFIBandType band, Networks& sample) {
 
 bool ReadConfiguration(const std::string& mac, const std::string& radio, const SSIDConfigurations& configurations,
                        Networks& sample) {
-  const SSIDCfg* found = monitoring::reports::ConfigurationFor(configurations, sample.attributes.name, radio);
+  const SSIDCfg* found = monitoring::ConfigurationFor(configurations, sample.attributes.name, radio);
   if (found == nullptr) {
     pel_log_error(log_module::kMonitor, "[WirelessNetworkReport::CollectOneSSID] Device: %s, SSID config is empty.",
                   mac.c_str());
@@ -98,7 +98,7 @@ Scan ReadScan(const Device& device) {
 SSIDConfigurations ReadConfigurations(const std::string& mac) {
   const auto infos = DeviceManager::GetInstance().GetDevicesBasicInfo(mac, false);
   const auto info = infos.find(mac);
-  return info == infos.end() ? SSIDConfigurations{} : monitoring::reports::ConfigurationsOf(mac, info->second.type);
+  return info == infos.end() ? SSIDConfigurations{} : monitoring::ConfigurationsOf(mac, info->second.type);
 }
 
 AccessPointInfos ReadAccessPointInfos(const std::vector<std::string>& macs) {

@@ -23,7 +23,7 @@ RogueAPs Sighting(const Scan& scan, const NeighboringAP& heard) {
   rogue.ssid = heard.ssid;
   rogue.channel = heard.channel;
   rogue.signal_strength = heard.signal;
-  rogue.radio_type = monitoring::reports::BandName(heard.band, "");
+  rogue.radio_type = monitoring::BandName(heard.band, "");
   rogue.seen_by[scan.mac] = scan.hostname;
   return rogue;
 }

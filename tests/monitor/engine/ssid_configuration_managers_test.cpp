@@ -11,7 +11,7 @@
 
 namespace {
 
-using monitoring::reports::ConfigurationsOf;
+using monitoring::ConfigurationsOf;
 using vexora_probe::models::controller::DeviceType;
 
 constexpr const char* kDevice = "AA:AA:AA:AA:AA:01";

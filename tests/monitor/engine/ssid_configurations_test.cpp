@@ -9,8 +9,8 @@
 namespace test {
 namespace {
 
-using monitoring::reports::ConfigurationFor;
-using monitoring::reports::ConfigurationsOf;
+using monitoring::ConfigurationFor;
+using monitoring::ConfigurationsOf;
 using vexora_probe::models::controller::DeviceType;
 using vexora_probe::models::controller::SSIDCfg;
 

@@ -90,10 +90,10 @@ TEST(SSIDKeys, AreMadeOfNameModeGuestAndRadio) {
 }
 
 TEST(BandNames, AreThoseOfTheTwoBands) {
-  EXPECT_STREQ(monitoring::reports::BandName(WIFIBandType::k2_4GHz, "none"), "2.4GHz");
-  EXPECT_STREQ(monitoring::reports::BandName(WIFIBandType::k5GHz, "none"), "5GHz");
-  EXPECT_STREQ(monitoring::reports::BandName(WIFIBandType::kUnknown, "none"), "none");
-  EXPECT_STREQ(monitoring::reports::BandName(static_cast<WIFIBandType>(2), ""), "");
+  EXPECT_STREQ(monitoring::BandName(WIFIBandType::k2_4GHz, "none"), "2.4GHz");
+  EXPECT_STREQ(monitoring::BandName(WIFIBandType::k5GHz, "none"), "5GHz");
+  EXPECT_STREQ(monitoring::BandName(WIFIBandType::kUnknown, "none"), "none");
+  EXPECT_STREQ(monitoring::BandName(static_cast<WIFIBandType>(2), ""), "");
 }
 
 TEST(MinuteKeys, AreWholeMinutesInDecimal) {
