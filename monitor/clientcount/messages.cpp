@@ -18,7 +18,6 @@ using utilities::lock::lock_guard_read;
 
 namespace {
 
-constexpr const char* kDefaultView = monitoring::kView1h;
 constexpr const char* kAll = "";
 constexpr const char* kDeviceClientMsgSignature =
     "void ClientCountMonitor::GenerateDeviceClientMsg(json_object*, const Filter*, timeval&)";
@@ -50,7 +49,7 @@ std::string ClientCountMonitor::GenerateJsonMsg(const std::string& type, const F
     GenerateDeviceClientMsg(body, filter);
   }
   monitoring::Add(body, json_key::kSid, monitoring::NewSidArray(sids));
-  monitoring::Add(message, IntervalOf(filter, kDefaultView), std::move(body));
+  monitoring::Add(message, IntervalOf(filter, monitoring::kClientCountDefaultView), std::move(body));
   return kro_utilities::jsonobject::compose_communication_struct(type.c_str(), message.get());
 }
 
@@ -75,7 +74,7 @@ void ClientCountMonitor::GenerateSSIDClientMsg(const JsonTree& body, const Filte
   clientcount::CountById current;
   {
     const lock_guard_read held(counts_lock);
-    view = Copy(ssid_client_counts, IntervalOf(filter, kDefaultView), kAll);
+    view = Copy(ssid_client_counts, IntervalOf(filter, monitoring::kClientCountDefaultView), kAll);
     current = clientcount::CountBySsid(ssid_current_clients, filter.mac);
   }
   clientcount::Totals totals;
@@ -97,7 +96,7 @@ void ClientCountMonitor::GenerateDeviceClientMsg(const JsonTree& body, const Fil
   CurrentCounts current;
   {
     const lock_guard_read held(counts_lock);
-    view = Copy(device_client_counts, IntervalOf(filter, kDefaultView), filter.mac);
+    view = Copy(device_client_counts, IntervalOf(filter, monitoring::kClientCountDefaultView), filter.mac);
     current = OnlyOf(device_current_clients, filter.mac);
   }
   clientcount::Totals totals;

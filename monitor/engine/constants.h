@@ -1,34 +1,16 @@
 #pragma once
 
-/// Every text that the library and its host agree on.
+#include "platform/topics.h"  // IWYU pragma: export
+
+/// Every text that the library and its host agree on; those that the host's clients know, too, are
+/// `platform/topics.h`'s.
 ///
 /// Monitor names are the keys of the manager's registry and the topics of the subscription service; the other topics
 /// are the event centre's, which this library does not publish itself.
 namespace monitoring {
 
-// Names of the monitors. The mixed style is part of the interface.
-inline constexpr const char* kHealthMonitor = "HealthMonitor";
+/// A monitor that is no topic: it feeds `kSsidClientCountMonitor` and `kDevicesClientCountMonitor`.
 inline constexpr const char* kClientCountMonitor = "ClientCountMonitor";
-inline constexpr const char* kTrafficMonitor = "TrafficMonitor";
-inline constexpr const char* kWirelessTopMonitor = "wireless_top_monitor";
-inline constexpr const char* kWirelessNetworkReport = "wireless_network_report";
-inline constexpr const char* kWirelessClientReport = "wireless_client_report";
-
-// Topics of the client-count monitor, which is never subscribed under its own name.
-inline constexpr const char* kSsidClientCountMonitor = "SSIDClientCountMonitor";
-inline constexpr const char* kDevicesClientCountMonitor = "DevicesClientCountMonitor";
-
-// Views of the live monitors, by the time between two samples.
-inline constexpr const char* kView1m = "1m";
-inline constexpr const char* kView5m = "5m";
-inline constexpr const char* kView10m = "10m";
-inline constexpr const char* kView1h = "1h";
-inline constexpr const char* kView2h = "2h";
-inline constexpr const char* kView1day = "1day";
-
-// Periods of the reports.
-inline constexpr const char* kDaily = "daily";
-inline constexpr const char* kWeekly = "weekly";
 
 /// The one task of the library.
 inline constexpr const char* kMergeTask = "monitor_data_merge";

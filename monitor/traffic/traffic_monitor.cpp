@@ -28,8 +28,6 @@ using utilities::lock::lock_guard_write;
 
 namespace {
 
-constexpr const char* kDefaultView = monitoring::kView10m;
-
 const char* BandName(int radio) {
   switch (radio) {
     case 0:
@@ -173,7 +171,7 @@ void TrafficMonitor::PushDataBySID(const subscribes::SubscriptionList& subscript
 
 std::string TrafficMonitor::GenerateJsonMsg(const std::string& name, const Filter& filter,
                                             const std::vector<std::string>& sids) {
-  const std::string view = IntervalOf(filter, kDefaultView);
+  const std::string view = IntervalOf(filter, monitoring::kTrafficDefaultView);
   const DeviceIndexes indexes = IndexesOf(filter.mac);
   const JsonTree message = monitoring::NewObject();
   JsonTree body = monitoring::NewObject();

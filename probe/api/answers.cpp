@@ -5,6 +5,7 @@
 #include <optional>
 #include <utility>
 
+#include "platform/topics.h"
 #include "probe/text/strict_json.h"
 
 namespace probe {
@@ -88,7 +89,7 @@ HttpAnswer ReportAnswer(const ReportCalls& report, const HttpRequest& request) {
   const auto type = Argument(request, "type");
   const auto period = Argument(request, "period");
   if (!type || !period) return ErrorAnswer(400, "missing_argument", R"(The query must name "type" and "period".)");
-  if (*type != "daily" && *type != "weekly")
+  if (*type != monitoring::kDaily && *type != monitoring::kWeekly)
     return ErrorAnswer(400, "unknown_type", R"("type" must be "daily" or "weekly".)");
   // Asked first: for a period that is not there the two reports answer in different ways.
   const auto periods = ordered_json::parse(StrictJson(report.periods()), nullptr, false);

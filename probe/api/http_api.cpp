@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 #include <utility>
 
+#include "platform/topics.h"
 #include "probe/api/answers.h"
 #include "probe/clock/clock.h"
 #include "probe/text/strict_json.h"
@@ -26,14 +27,14 @@ HttpAnswer NotFound() {
 
 /// The argument by which the standard filters of a topic are told apart.
 const char* VariantArgument(const std::string& topic) {
-  return topic == "wireless_top_monitor" ? "orderby" : "interval";
+  return topic == monitoring::kWirelessTopMonitor ? "orderby" : "interval";
 }
 
 /// The variant that stands for a topic when the request names none: the topic's own default.
 std::string DefaultVariant(const std::string& topic) {
-  if (topic == "TrafficMonitor") return "10m";
-  if (topic == "wireless_top_monitor") return "total";
-  return topic == "HealthMonitor" ? "" : "1h";
+  if (topic == monitoring::kTrafficMonitor) return monitoring::kTrafficDefaultView;
+  if (topic == monitoring::kWirelessTopMonitor) return "total";
+  return topic == monitoring::kHealthMonitor ? "" : monitoring::kClientCountDefaultView;
 }
 
 bool IsStandard(const std::string& topic, const std::string& variant) {

@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 #include <utility>
 
+#include "platform/topics.h"
 #include "probe/clock/clock.h"
 #include "probe/host/log.h"
 
@@ -26,12 +27,13 @@ std::string RankingFilter(const std::string& orderby) {
 }
 
 std::vector<StandardFilter> MakeStandardFilters() {
-  std::vector<StandardFilter> filters{{"HealthMonitor", "", "{}"}};
-  for (const char* topic : {"TrafficMonitor", "SSIDClientCountMonitor", "DevicesClientCountMonitor"})
-    for (const char* view : {"1m", "5m", "10m", "1h", "2h", "1day"})
+  std::vector<StandardFilter> filters{{monitoring::kHealthMonitor, "", "{}"}};
+  for (const char* topic :
+       {monitoring::kTrafficMonitor, monitoring::kSsidClientCountMonitor, monitoring::kDevicesClientCountMonitor})
+    for (const char* view : monitoring::kViews)
       filters.push_back({topic, view, nlohmann::json{{"interval", view}}.dump()});
   for (const char* orderby : {"total", "in", "out"})
-    filters.push_back({"wireless_top_monitor", orderby, RankingFilter(orderby)});
+    filters.push_back({monitoring::kWirelessTopMonitor, orderby, RankingFilter(orderby)});
   return filters;
 }
 
