@@ -18,14 +18,14 @@ std::uint64_t OctetsOfPercent(DeviceType type) {
 }
 
 std::int32_t CpuOf(const Dice& dice, const LoadCauses& causes, const Moment& moment) {
-  constexpr int kMostPercent = 99;
+  constexpr int kMaxPercent = 99;
   std::int32_t cpu = 5 + dice.Between(0, 6, Question::kCpu, causes.device, moment.minute);
   cpu += static_cast<std::int32_t>(std::min<std::size_t>(causes.clients * 3 / 4, 40));
   cpu +=
       static_cast<std::int32_t>(std::min<std::uint64_t>(causes.octets_per_second / OctetsOfPercent(causes.type), 45));
   if (causes.uptime < kStartingSeconds) cpu += 60;
   if (dice.Below(150, Question::kCpuPeak, causes.device, moment.minute) == 0) cpu += 65;
-  return std::min(cpu, kMostPercent);
+  return std::min(cpu, kMaxPercent);
 }
 
 /// Somebody clears the informational ones every night.

@@ -43,7 +43,7 @@ inline constexpr std::size_t kUplink = 0;
 inline constexpr std::size_t kFirstAccessPointPort = 1;
 inline constexpr std::size_t kWiredHosts = 3;
 inline constexpr std::size_t kSwitchPorts = 24;
-inline constexpr std::size_t kMostAccessPointsOnSwitch = kSwitchPorts - 1 - kWiredHosts;
+inline constexpr std::size_t kMaxAccessPointsOnSwitch = kSwitchPorts - 1 - kWiredHosts;
 
 // Ports of a router: the way out, then one for each switch, or a single one when there is no switch.
 inline constexpr std::size_t kWan = 0;
@@ -66,7 +66,7 @@ struct FloorPlan {
 /// The company with so many devices, at least 1. Nine are a router, two switches and six access points.
 ///
 /// One device is an access point, two are a router and an access point; a switch comes with three, a second one, and
-/// with it a second floor, with five. From then on a switch takes up to `kMostAccessPointsOnSwitch`.
+/// with it a second floor, with five. From then on a switch takes up to `kMaxAccessPointsOnSwitch`.
 FloorPlan DrawFloorPlan(const Dice& dice, std::size_t devices);
 
 }  // namespace probe::simulated

@@ -43,7 +43,7 @@ constexpr std::array<Foreign, 16> kStreet{{
 }};
 
 constexpr std::size_t kAccessPointsOfStreet = 6;
-constexpr std::size_t kMostOwnHeard = 4;
+constexpr std::size_t kMaxOwnHeard = 4;
 constexpr std::array<std::int32_t, 3> kLowChannels{1, 6, 11};
 constexpr std::array<std::int32_t, 6> kHighChannels{36, 40, 44, 48, 100, 149};
 
@@ -73,7 +73,7 @@ records::NeighboringAP Neighbour(const Dice& dice, MacOwner owner, std::uint64_t
 void Neighbourhood::AddOwn(std::size_t access_point, const Moment& moment, const IsOnTheAir& is_on_the_air,
                            Table& table) const {
   const Floor& floor = plan_.FloorOf(access_point);
-  const std::size_t others = std::min(kMostOwnHeard, floor.access_points - 1);
+  const std::size_t others = std::min(kMaxOwnHeard, floor.access_points - 1);
   for (std::size_t step = 1; step <= others; ++step) {
     const std::size_t place = (access_point - floor.first_access_point + step) % floor.access_points;
     const std::size_t other = floor.first_access_point + place;

@@ -22,7 +22,7 @@ using namespace simulated;
 constexpr std::size_t kSmallCompany = 9;
 
 /// A gap longer than this, as after a machine slept, must not look like a burst.
-constexpr std::int64_t kMostCountedSeconds = 3'600;
+constexpr std::int64_t kMaxCountedSeconds = 3'600;
 
 std::size_t DevicesOf(const SimulatedNetworkSettings& settings) {
   return settings.devices > 0 ? static_cast<std::size_t>(settings.devices) : kSmallCompany;
@@ -186,7 +186,7 @@ void SimulatedNetwork::Company::Advance(time_t now) {
   const Moment moment = MomentOf(now);
   if (!last_) Begin(moment);
   const std::int64_t elapsed = std::max<std::int64_t>(0, std::int64_t{now} - last_.value_or(now));
-  const auto seconds = static_cast<std::uint64_t>(std::min(elapsed, kMostCountedSeconds));
+  const auto seconds = static_cast<std::uint64_t>(std::min(elapsed, kMaxCountedSeconds));
   for (std::size_t device = 0; device < states_.size(); ++device) UpdateLife(device, moment, elapsed);
   MoveTraffic(moment, seconds);
   Publish(moment, seconds);

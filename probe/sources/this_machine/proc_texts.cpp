@@ -53,8 +53,8 @@ std::int32_t CpuPercent(const CpuTimes& before, const CpuTimes& now) {
 std::optional<std::int32_t> UptimeOf(std::string_view uptime) {
   const std::optional<std::uint64_t> seconds = TakeNumber(uptime);
   if (!seconds) return std::nullopt;
-  constexpr std::uint64_t kMost = std::numeric_limits<std::int32_t>::max();
-  return static_cast<std::int32_t>(std::min(*seconds, kMost));
+  constexpr std::uint64_t kMax = std::numeric_limits<std::int32_t>::max();
+  return static_cast<std::int32_t>(std::min(*seconds, kMax));
 }
 
 }  // namespace probe

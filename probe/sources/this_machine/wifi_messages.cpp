@@ -23,8 +23,8 @@ constexpr int kEthernetOctets = 6;
 constexpr auto kUnknownMode = static_cast<WIFIOpMode>(-1);
 
 template <typename Number>
-Number NumberIn(const nlattr* attribute, Number otherwise = 0) {
-  if (attribute == nullptr || nla_len(attribute) < static_cast<int>(sizeof(Number))) return otherwise;
+Number NumberIn(const nlattr* attribute, Number fallback = 0) {
+  if (attribute == nullptr || nla_len(attribute) < static_cast<int>(sizeof(Number))) return fallback;
   Number number = 0;
   nla_memcpy(&number, attribute, sizeof number);
   return number;

@@ -34,7 +34,7 @@ TEST_P(FloorPlanOfSize, HasThatManyDevicesAndAPortForEveryAccessPoint) {
     EXPECT_EQ(floor.first_access_point, next);
     EXPECT_GE(floor.access_points, 1U);
     if (plan.switches > 0) {
-      EXPECT_LE(floor.access_points, kMostAccessPointsOnSwitch);
+      EXPECT_LE(floor.access_points, kMaxAccessPointsOnSwitch);
     }
     next += floor.access_points;
   }

@@ -67,9 +67,9 @@ TEST(ProcUptime, IsUnknownWithoutANumber) {
 }
 
 TEST(ProcUptime, StopsAtTheGreatestNumberOfItsField) {
-  constexpr std::int32_t kMost = std::numeric_limits<std::int32_t>::max();
-  EXPECT_EQ(UptimeOf("2147483647.5 0.0\n"), kMost);
-  EXPECT_EQ(UptimeOf("2147483648.0 0.0\n"), kMost);
+  constexpr std::int32_t kMax = std::numeric_limits<std::int32_t>::max();
+  EXPECT_EQ(UptimeOf("2147483647.5 0.0\n"), kMax);
+  EXPECT_EQ(UptimeOf("2147483648.0 0.0\n"), kMax);
 }
 
 }  // namespace
