@@ -6,7 +6,7 @@ namespace probe::simulated {
 namespace {
 
 Stay WorkingDay(const Dice& dice, const Client& client, std::int64_t day) {
-  // two dice instead of one: most come near the middle
+  // The sum of two throws, so that most people arrive, and leave, near the middle of the interval.
   const int arrives = 450 + dice.Between(0, 75, Question::kArrival, client.owner, 2 * day) +
                       dice.Between(0, 75, Question::kArrival, client.owner, 2 * day + 1);
   if (dice.Percent(3, Question::kLateEvening, client.owner, day)) return {.arrives = arrives, .leaves = 23 * 60};
@@ -31,7 +31,7 @@ std::optional<Stay> VisitorOn(const Dice& dice, const Client& client, std::int64
   return ShortStay(dice, client, day, 180);
 }
 
-/// Percent of its slots in which a client is off the air although its owner is there.
+/// Percent of the 12-minute slots in which a client is asleep although its owner is in the building.
 int NapPercent(ClientKind kind) {
   switch (kind) {
     case ClientKind::kLaptop:
@@ -57,7 +57,7 @@ std::optional<Stay> StayOn(const Dice& dice, const Client& client, std::int64_t 
   if (client.kind == ClientKind::kThing) return Stay{.arrives = 0, .leaves = kMinutesOfDay};
   if (client.kind == ClientKind::kVisitor) return VisitorOn(dice, client, day);
   std::optional<Stay> stay = PersonOn(dice, client, day);
-  // the phone finds the network at the door, the laptop is opened at the desk
+  // The phone finds the network at the door, the laptop is opened at the desk some minutes later.
   if (stay && client.kind == ClientKind::kLaptop) stay->arrives += 4;
   return stay;
 }
@@ -76,6 +76,7 @@ bool HasSignedIn(const Dice& dice, const Client& client, const Moment& moment) {
   if (client.kind != ClientKind::kVisitor) return false;
   const std::optional<Stay> stay = StayOn(dice, client, moment.day);
   if (!stay || !dice.Percent(90, Question::kSignsIn, client.number, moment.day)) return false;
+  // The complement of the day makes this throw another one than that of the line above.
   const int delay = dice.Between(1, 4, Question::kSignsIn, client.number, ~moment.day);
   return moment.minute_of_day >= stay->arrives + delay && moment.minute_of_day < stay->leaves;
 }

@@ -10,7 +10,8 @@ namespace {
 
 using vexora_probe::models::controller::WIFIOpMode;
 
-/// Rates by mode, from a poor place to a good one.
+/// Data rates that a mode has, from a weak signal to a strong one. Units: megabits per second, rounded to whole ones.
+/// Source: IEEE Std 802.11, clauses 16 (b), 17 (a), 18 (g), 19 (n: one or two streams) and 21 (ac: likewise).
 using Rates = std::array<std::int32_t, 4>;
 
 Rates RatesOf(WIFIOpMode mode) {
@@ -38,6 +39,7 @@ std::size_t RadioOf(const Dice& dice, const Client& client, const Moment& moment
 }
 
 WIFIOpMode ModeOf(const Dice& dice, const Client& client, std::size_t radio) {
+  // A client keeps its age for life, and with it the modes that it knows.
   const int age = dice.Between(0, 99, Question::kCapability, client.number);
   if (client.kind == ClientKind::kThing) return age < 25 ? WIFIOpMode::k802_11b : WIFIOpMode::k802_11g;
   const bool is_old = age < 5;

@@ -17,7 +17,7 @@ std::size_t RadioOf(const Dice& dice, const Client& client, const Moment& moment
 /// The operating mode of a client of this age on this radio. Source: IEEE Std 802.11.
 vexora_probe::models::controller::WIFIOpMode ModeOf(const Dice& dice, const Client& client, std::size_t radio);
 
-/// The data rate that its access point reports for it, one that its mode has. Units: megabits per second.
+/// The data rate that the access point reports for the client, one that its mode has. Units: megabits per second.
 std::int32_t DataRateOf(const Dice& dice, const Client& client, std::size_t radio, const Moment& moment);
 
 }  // namespace probe::simulated

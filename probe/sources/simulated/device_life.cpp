@@ -8,12 +8,12 @@ namespace {
 constexpr int kHalves = 2;
 constexpr int kWorkingDays = 5;
 
-/// `when` for what happens once in half a week.
+/// `when` of a throw that is made once in half a week.
 std::int64_t HalfWeek(std::int64_t week, int half) {
   return week * kHalves + half;
 }
 
-/// The later of the two that is not after `until`.
+/// `candidate` if it is later than `last` and not after `until`, `last` if not.
 std::int64_t Later(std::int64_t last, std::int64_t candidate, std::int64_t until) {
   return candidate <= until ? std::max(last, candidate) : last;
 }
@@ -37,6 +37,7 @@ std::optional<Outage> DeviceLife::OutageIn(std::size_t access_point, std::int64_
 }
 
 bool DeviceLife::IsOnline(std::size_t device, const Moment& moment) const {
+  // An outage ends on the day on which it begins, so those of other weeks do not matter.
   const std::size_t first = plan_.AccessPointDevice(0);
   if (device < first) return true;
   for (int half = 0; half < kHalves; ++half) {
@@ -59,21 +60,24 @@ std::int64_t DeviceLife::LastFlakyStart(std::size_t device, std::int64_t week, s
 std::int64_t DeviceLife::LastStartIn(std::size_t device, std::int64_t week, std::int64_t until) const {
   std::int64_t last = kLongAgo;
   if (!plan_.devices[device].refuses_login && dice_.Below(6, Question::kMaintenance, device, week) == 0) {
-    constexpr int kNightMinutes = 7 * 180;  // from two to five in each of seven nights
+    constexpr int kNightMinutes = 7 * 180;  // the minutes from two to five o'clock of seven nights
     const int minute = dice_.Between(0, kNightMinutes - 1, Question::kMaintenanceTime, device, week);
     last = Later(last, (MondayOf(week) + minute / 180) * kMinutesOfDay + 120 + minute % 180, until);
   }
   const std::size_t first = plan_.AccessPointDevice(0);
   if (device < first) return last;
   for (int half = 0; half < kHalves; ++half) {
+    // A device starts when its power is back.
     const std::optional<Outage> outage = OutageIn(device - first, week, half);
     if (outage) last = Later(last, outage->ends, until);
   }
+  // The last device has the bad power supply.
   const bool is_flaky = device + 1 == plan_.devices.size();
   return is_flaky ? std::max(last, LastFlakyStart(device, week, until)) : last;
 }
 
 std::int64_t DeviceLife::LastStart(std::size_t device, const Moment& moment) const {
+  // Bounded, so that the question costs the same for a device that has been running for a year.
   constexpr std::int64_t kWeeksBack = 4;
   for (std::int64_t week = moment.Week(); week > moment.Week() - kWeeksBack; --week) {
     const std::int64_t last = LastStartIn(device, week, moment.CalendarMinute());

@@ -27,7 +27,7 @@ struct Outage {
 /// Threads: any; nothing in it changes.
 class DeviceLife {
  public:
-  /// No start in the last four weeks.
+  /// The last start of a device that has not started in the last four weeks.
   static constexpr std::int64_t kLongAgo = std::numeric_limits<std::int64_t>::min();
 
   /// Both have to outlive the object.
@@ -39,11 +39,12 @@ class DeviceLife {
   /// The calendar minute of the latest start of the device; `kLongAgo` when that was more than four weeks ago.
   std::int64_t LastStart(std::size_t device, const Moment& moment) const;
 
-  /// How long a device has been running that started long ago. Units: seconds.
+  /// Uptime of a device whose last start is `kLongAgo`, when it is read for the first time. Units: seconds.
   std::int32_t UptimeOfOldDevice(std::size_t device) const;
 
  private:
-  /// Outages of the access point in one half of a week, 0 or 1.
+  /// The outage of the access point in one half of the week, if it has one. Half 0 is Monday to Wednesday, half 1
+  /// Thursday and Friday.
   std::optional<Outage> OutageIn(std::size_t access_point, std::int64_t week, int half) const;
   std::int64_t LastStartIn(std::size_t device, std::int64_t week, std::int64_t until) const;
   std::int64_t LastFlakyStart(std::size_t device, std::int64_t week, std::int64_t until) const;

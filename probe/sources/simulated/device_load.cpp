@@ -20,6 +20,7 @@ std::uint64_t OctetsOfPercent(DeviceType type) {
 std::int32_t CpuOf(const Dice& dice, const LoadCauses& causes, const Moment& moment) {
   constexpr int kMaxPercent = 99;
   std::int32_t cpu = 5 + dice.Between(0, 6, Question::kCpu, causes.device, moment.minute);
+  // Each cause is bounded, so that none of them alone makes a device look overloaded.
   cpu += static_cast<std::int32_t>(std::min<std::size_t>(causes.clients * 3 / 4, 40));
   cpu +=
       static_cast<std::int32_t>(std::min<std::uint64_t>(causes.octets_per_second / OctetsOfPercent(causes.type), 45));
@@ -28,7 +29,7 @@ std::int32_t CpuOf(const Dice& dice, const LoadCauses& causes, const Moment& mom
   return std::min(cpu, kMaxPercent);
 }
 
-/// Somebody clears the informational ones every night.
+/// Informational notifications grow in number during the day and are cleared at midnight.
 Summary NotificationsOf(const Dice& dice, const LoadCauses& causes, std::int32_t cpu, const Moment& moment) {
   Summary summary;
   const int by_evening = dice.Between(0, 5, Question::kNotice, causes.device, moment.day);

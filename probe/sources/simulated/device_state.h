@@ -7,13 +7,13 @@
 
 namespace probe::simulated {
 
-/// What changes about one device from reading to reading.
+/// The part of one device's state that changes from reading to reading.
 struct DeviceState {
   bool is_online = true;
-  bool has_restarted = false;    ///< Since the reading before: everything that it counted begins at 0.
+  bool has_restarted = false;    ///< Since the reading before; its counters then begin at 0.
   std::int32_t uptime = 0;       ///< Seconds since it started.
   std::int64_t last_start = 0;   ///< Calendar minute of that start.
-  std::vector<Octets> counters;  ///< Of its ports, as in its plan.
+  std::vector<Octets> counters;  ///< One for each port, in the order of `DevicePlan::ports`.
 };
 
 }  // namespace probe::simulated

@@ -3,9 +3,9 @@
 namespace probe::simulated {
 namespace {
 
-constexpr std::uint64_t kStep = 0x9E3779B97F4A7C15;
+constexpr std::uint64_t kStep = 0x9E3779B97F4A7C15;  // 2^64 divided by the golden ratio, as SplitMix64 has it
 
-/// Spreads every bit of `value` over the whole result.
+/// Makes every bit of the result depend on every bit of `value`.
 std::uint64_t Mix(std::uint64_t value) {
   value += kStep;
   value = (value ^ (value >> 30)) * 0xBF58476D1CE4E5B9;
@@ -23,6 +23,7 @@ std::uint64_t Dice::Throw(Question question, std::uint64_t who, std::int64_t whe
 }
 
 std::uint64_t Dice::Below(std::uint64_t limit, Question question, std::uint64_t who, std::int64_t when) const {
+  // Scaling 32 bits by multiplication needs no division, cannot overflow, and favours no number noticeably.
   return ((Throw(question, who, when) >> 32) * limit) >> 32;
 }
 

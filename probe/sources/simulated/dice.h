@@ -4,7 +4,9 @@
 
 namespace probe::simulated {
 
-/// What a throw decides. Throws for different questions have nothing to do with one another.
+/// What a throw decides. Throws for different questions are independent of one another.
+///
+/// The numbers are hashed: a new question goes to the end, or every seed gives another company than before.
 enum class Question : std::uint8_t {
   kSeedTag,
   kDesk,
@@ -50,11 +52,15 @@ enum class Question : std::uint8_t {
   kSignalDrift,
 };
 
-/// Chance without memory: each throw is a function of the seed, the question, who it is about and when.
+/// A hash-based random function: a throw is a hash of the seed, the question, the subject (`who`) and the time
+/// (`when`).
 ///
-/// The same four give the same number on every machine, in whatever order and however often they are asked. So where
-/// somebody is at a moment needs no history, the clock may jump or go back, and adding a client leaves the lives of the
-/// others as they were.
+/// It keeps no state, unlike a generator: the same four arguments give the same number on every machine, in whatever
+/// order and however often they are asked. So where a client is at a moment needs no history, the clock may jump or go
+/// back, and one client more changes nothing about the others.
+///
+/// `who` is the number of a device, client or owner, `when` that of a minute, slot, day or week; a question that is
+/// asked once for all times has no `when`.
 ///
 /// Threads: any; nothing in it changes.
 /// Source:  the mixing function is that of the SplitMix64 generator; all arithmetic is on 64-bit integers.
@@ -71,14 +77,14 @@ class Dice {
   /// `low` to `high`, both included, all equally likely.
   int Between(int low, int high, Question question, std::uint64_t who, std::int64_t when = 0) const;
 
-  /// True in so many cases of a hundred.
+  /// True with a probability of `percent` in a hundred.
   bool Percent(int percent, Question question, std::uint64_t who, std::int64_t when = 0) const;
 
  private:
   std::uint64_t seed_;  // already mixed
 };
 
-/// Two small numbers as one `who` or `when`, for throws about a pair.
+/// Two numbers of 32 bits as one `who`, for throws about a pair.
 std::uint64_t Pair(std::uint64_t first, std::uint64_t second);
 
 }  // namespace probe::simulated

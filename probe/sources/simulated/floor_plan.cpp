@@ -28,6 +28,7 @@ DevicePlan NewDevice(const Dice& dice, const FloorPlan& plan, DeviceType type, c
   device.mac =
       MacText(LocalMac(MacOwner::kDevice, dice.Throw(Question::kSeedTag, 0), static_cast<std::uint32_t>(number)),
               MacNotation::kUpperColons);
+  // 250 addresses of each block of 256, so that none ends in 0 or 255.
   device.ip = "10.20." + std::to_string(number / 250) + "." + std::to_string(number % 250 + 1);
   return device;
 }
@@ -51,12 +52,14 @@ void AddSwitch(const Dice& dice, FloorPlan& plan, std::size_t number) {
   for (std::size_t port = 0; port < kSwitchPorts; ++port) {
     device.ports.push_back({.name = "ge" + std::to_string(port + 1), .is_up = port < used});
   }
+  // An interface without counters, as real switches have.
   device.ports.push_back({.name = "console0", .has_statistics = false});
+  // The second switch is the device with the changed password; the smallest networks have none.
   device.refuses_login = number == 1;
   plan.devices.push_back(std::move(device));
 }
 
-/// A place for each access point of a floor, so that a person knows where to look for it.
+/// Names an access point after its place on the floor, as an administrator would.
 std::string AccessPointName(std::size_t floor, std::size_t place) {
   constexpr std::array<const char*, 6> kPlaces{"kitchen", "open-space", "meeting", "corner", "store", "studio"};
   const std::size_t round = place / kPlaces.size();

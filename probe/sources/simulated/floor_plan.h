@@ -12,11 +12,11 @@ namespace probe::simulated {
 /// One interface of a device.
 struct Port {
   std::string name;
-  bool is_up = true;           ///< Something is plugged in.
+  bool is_up = true;           ///< A cable is plugged in.
   bool has_statistics = true;  ///< The device counts its octets.
 };
 
-/// What does not change about one device.
+/// The part of one device that never changes.
 struct DevicePlan {
   vexora_probe::models::controller::DeviceType type = vexora_probe::models::controller::DeviceType::kUnknown;
   std::string mac;
@@ -24,8 +24,8 @@ struct DevicePlan {
   std::string ip;
   std::string model;
   std::string version;
-  std::vector<Port> ports;     ///< In an order that the constants below tell.
-  bool refuses_login = false;  ///< Somebody changed its password: it tells its counters, and nothing behind the login.
+  std::vector<Port> ports;     ///< In the order of the constants below.
+  bool refuses_login = false;  ///< Its password was changed: it gives its counters, but nothing that needs a login.
 };
 
 /// One floor: a switch and the access points on it.

@@ -14,12 +14,12 @@ namespace {
 namespace records = vexora_probe::models::controller;
 using namespace std::string_view_literals;
 
-/// A kind of access point that stands in every street.
+/// An access point of somebody else, which every street has.
 struct Foreign {
   std::string_view ssid;
-  int percent;  ///< Of the time, while it is open.
-  int opens;    ///< Hours of the day.
-  int closes;
+  int percent;  ///< Share of its opening hours in which it is on the air.
+  int opens;    ///< Hour of the day, included.
+  int closes;   ///< Hour of the day, not included.
   bool trusted = false;
 };
 
@@ -52,7 +52,7 @@ std::int32_t ChannelOf(const Dice& dice, std::uint64_t who, bool is_low) {
                 : kHighChannels[dice.Below(kHighChannels.size(), Question::kChannel, who)];
 }
 
-/// A level between two places that stays much the same all day. Units: dBm.
+/// The signal level between two places, which varies by a few dB from its mean. Units: dBm.
 std::int32_t Signal(const Dice& dice, std::uint64_t pair, int weakest, int strongest, const Moment& moment) {
   constexpr int kDriftMinutes = 5;
   return dice.Between(weakest, strongest, Question::kSignal, pair) +
@@ -100,8 +100,10 @@ void Neighbourhood::AddForeign(std::size_t access_point, const Moment& moment, T
   const std::size_t street = access_point / kAccessPointsOfStreet;
   for (std::size_t foreign = 0; foreign < kStreet.size(); ++foreign) {
     const std::size_t number = street * kStreet.size() + foreign;
+    // The offset keeps these pairs apart from those of two own access points.
     const std::uint64_t pair = Pair(access_point, (std::uint64_t{1} << 31) + number);
     if (!dice_.Percent(60, Question::kHears, pair) || !IsForeignOnTheAir(street, foreign, moment)) continue;
+    // Its band is its own, the same for everybody who hears it.
     const bool is_low = dice_.Percent(55, Question::kBand, Pair(~std::uint64_t{0}, number));
     records::NeighboringAP neighbour = Neighbour(dice_, MacOwner::kForeign, number, is_low);
     neighbour.ssid = kStreet[foreign].ssid;

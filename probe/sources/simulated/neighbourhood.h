@@ -11,12 +11,12 @@
 
 namespace probe::simulated {
 
-/// Which other access points are in the air around one.
+/// Which other access points an access point hears.
 ///
-/// The company's own ones of the same floor are trusted, and so is the branch office next door; all others are foreign:
-/// shops with opening hours, phones that pass by, and some whose names are a nuisance: hidden ones, separators, markup,
-/// line ends, octets that are no UTF-8, and one that pretends to be the company's own network. Six access points share
-/// one street, so a foreign one is heard by several.
+/// The company's own ones of the same floor are trusted, and so is the branch office next door; all others are rogue
+/// access points: shops with opening hours, phones that pass by, and some whose names test what displays them: hidden
+/// ones, separators, markup, line ends, octets that are no UTF-8, and one that pretends to be the company's own
+/// network. Six access points share one street, so several of them hear the same rogue access point.
 ///
 /// Does not model: two access points hearing each other equally well, or channels that change.
 /// Threads: any; nothing in it changes.

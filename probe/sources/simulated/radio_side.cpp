@@ -46,6 +46,7 @@ void RadioSide::Associate(std::uint32_t number, const std::optional<Spot>& spot,
                           const std::vector<DeviceState>& devices) {
   Association& association = associations_[number];
   const bool is_new = spot != association.spot;
+  // A restarted access point has forgotten the counters of clients that came back to it.
   const bool was_dropped = spot && devices[plan_.AccessPointDevice(spot->access_point)].has_restarted;
   if (is_new || was_dropped) association.octets = {};
   association.spot = spot;
@@ -59,6 +60,7 @@ void RadioSide::CountSession(std::uint32_t number, const Octets& moved, const Mo
     session.octets = {};
     return;
   }
+  // A visitor who was not read at all between two visits begins a new session on the new day.
   if (session.day != moment.day) session.octets = {};
   session.day = moment.day;
   session.octets += moved;

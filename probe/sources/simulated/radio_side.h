@@ -17,17 +17,18 @@
 
 namespace probe::simulated {
 
-/// One visitor's time behind the captive portal.
+/// One visitor's session at the captive portal.
 struct PortalSession {
-  std::uint32_t client = 0;                                     ///< Whose.
+  std::uint32_t client = 0;                                     ///< Number of the visitor.
   std::int64_t day = std::numeric_limits<std::int64_t>::min();  ///< The local day of the sign-in.
-  Octets octets;  ///< Since then, by the portal's count: roaming does not interrupt it.
+  Octets octets;                                                ///< Since the sign-in; roaming does not restart them.
 };
 
-/// Everything in the air: which client stands on which SSID interface, and what it has moved.
+/// The wireless side of the company: which client is associated with which SSID interface, and how many octets it
+/// moved.
 ///
-/// Clients choose anew at every reading. A client's octets are those since it associated: they start again when it
-/// changes the access point or the radio, when it was away, and when its access point restarts.
+/// Clients choose their interface anew at every reading. A client's octets are those since it associated: they start
+/// again when it changes the access point or the radio, when it was away, and when its access point restarts.
 ///
 /// Does not model: that the air is shared, so a radio may carry more than it could; handshakes, retries, noise.
 /// Threads: one.
@@ -36,8 +37,8 @@ class RadioSide {
   /// `dice` and `plan` have to outlive the object.
   RadioSide(const Dice& dice, const FloorPlan& plan, std::size_t clients);
 
-  /// Moves everybody to where they are at `moment`, counts what each client moved in `elapsed` seconds, and adds it to
-  /// the SSID interfaces in `flows`.
+  /// Associates every client with its interface at `moment`, counts the octets that it moved in `elapsed` seconds, and
+  /// adds them to the SSID interfaces in `flows`.
   void Advance(const Moment& moment, std::uint64_t elapsed, const std::vector<DeviceState>& devices, PortOctets& flows);
 
   /// The clients of one SSID interface, in the order of the roster.
@@ -48,7 +49,7 @@ class RadioSide {
   /// A client's octets since it associated; `in` is its upload.
   const Octets& OctetsOf(std::uint32_t number) const { return associations_[number].octets; }
 
-  /// The client's session behind the portal; null for one that has not signed in, or not yet.
+  /// The client's session at the captive portal; null for one that has not signed in.
   const PortalSession* SessionOf(std::uint32_t number) const;
 
  private:

@@ -28,7 +28,8 @@ ClientKind KindOf(std::uint32_t place) {
   return place == 2 * kPeopleOfRound ? ClientKind::kThing : ClientKind::kVisitor;
 }
 
-/// People come first, then things and visitors under their own numbers, so that no two owners have the same.
+/// The owner of a client. People are numbered from 0, things and visitors from 2^31, so that no two owners share a
+/// number.
 std::uint32_t OwnerOf(std::uint32_t number) {
   constexpr std::uint32_t kFirstOther = 0x80000000;
   const std::uint32_t place = number % kRound;
@@ -36,14 +37,14 @@ std::uint32_t OwnerOf(std::uint32_t number) {
   return number / kRound * kPeopleOfRound + place % kPeopleOfRound;
 }
 
-/// A name that no other thing of the list has: from the second round on with a number.
+/// A name for each number: from the second round through the list on, a number is appended.
 template <std::size_t kCount>
 std::string NameFrom(const std::array<const char*, kCount>& names, std::uint64_t number) {
   const std::uint64_t round = number / kCount;
   return names[number % kCount] + (round == 0 ? std::string() : std::to_string(round + 1));
 }
 
-/// The names go round the list from a place that the seed decides.
+/// The seed decides with which name of the list the first person begins.
 std::string PersonName(const Dice& dice, std::uint32_t person) {
   const std::uint64_t start = dice.Below(kFirstNames.size(), Question::kFirstName, 0);
   const std::uint64_t round = person / kFirstNames.size();
@@ -56,7 +57,7 @@ std::string HostnameOf(const Dice& dice, const Client& client) {
     case ClientKind::kLaptop:
       return PersonName(dice, client.owner) + "-laptop";
     case ClientKind::kPhone:
-      // one phone in eight keeps its name to itself
+      // One phone in eight announces no host name.
       if (dice.Below(8, Question::kFirstName, client.number, 1) == 0) return {};
       return PersonName(dice, client.owner) + "-phone";
     case ClientKind::kThing:

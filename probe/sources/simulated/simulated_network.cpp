@@ -21,7 +21,8 @@ using namespace simulated;
 
 constexpr std::size_t kSmallCompany = 9;
 
-/// A gap longer than this, as after a machine slept, must not look like a burst.
+/// Traffic is counted for at most so long, so that a gap, as after a suspend of the machine, does not look like a
+/// burst.
 constexpr std::int64_t kMaxCountedSeconds = 3'600;
 
 std::size_t DevicesOf(const SimulatedNetworkSettings& settings) {
@@ -39,7 +40,7 @@ std::int64_t SecondsSince(std::int64_t calendar_minute, const Moment& moment) {
 
 }  // namespace
 
-/// The rooms of the simulation, and the order in which a reading goes through them.
+/// The parts of the simulation, and the order in which a reading asks them.
 class SimulatedNetwork::Company {
  public:
   Company(DeviceCentre& centre, const SimulatedNetworkSettings& settings)
@@ -77,13 +78,13 @@ class SimulatedNetwork::Company {
   RadioSide air_;
   const WiredSide cables_;
 
-  std::vector<DeviceState> states_;  // by device, as all that follows
-  std::vector<bool> was_offline_;    // and the device centre knows
-  PortOctets flows_;                 // since the reading before
-  std::optional<time_t> last_;       // when that was; nothing before the first
+  std::vector<DeviceState> states_;  // by device
+  std::vector<bool> was_offline_;    // by device: its snapshot in the device centre is marked offline
+  PortOctets flows_;                 // by device: octets since the reading before
+  std::optional<time_t> last_;       // time of the reading before; nothing before the first
 };
 
-/// Devices have been running for some time when they are first asked, and their counters tell.
+/// Devices have been running for some time at the first reading; their counters hold an average of that time.
 void SimulatedNetwork::Company::Begin(const Moment& moment) {
   const PortOctets average = cables_.AverageSecond();
   for (std::size_t device = 0; device < states_.size(); ++device) {
@@ -102,7 +103,7 @@ void SimulatedNetwork::Company::UpdateLife(std::size_t device, const Moment& mom
   DeviceState& state = states_[device];
   const std::int64_t start = life_.LastStart(device, moment);
   state.is_online = life_.IsOnline(device, moment);
-  // a start from before the last reading is news only after the clock went back, and then it is none
+  // After the clock went back, a start before the last reading may be found again; it is no restart.
   state.has_restarted = start > state.last_start && SecondsSince(start, moment) <= elapsed;
   state.uptime += static_cast<std::int32_t>(elapsed);
   if (!state.has_restarted) return;
@@ -112,6 +113,7 @@ void SimulatedNetwork::Company::UpdateLife(std::size_t device, const Moment& mom
 }
 
 void SimulatedNetwork::Company::MoveTraffic(const Moment& moment, std::uint64_t seconds) {
+  // The air first: what runs over the cables is the sum of what clients moved.
   flows_ = NoOctets(plan_);
   air_.Advance(moment, seconds, states_, flows_);
   cables_.Carry(moment, seconds, states_, flows_);
@@ -171,6 +173,8 @@ std::optional<DeviceSnapshot> SimulatedNetwork::Company::SnapshotOf(std::size_t 
 }
 
 void SimulatedNetwork::Company::Publish(const Moment& moment, std::uint64_t seconds) {
+  // All snapshots are built before the first is published: readers of the device centre see devices of two different
+  // readings for the time of some pointer swaps only.
   std::vector<std::optional<DeviceSnapshot>> snapshots;
   snapshots.reserve(states_.size());
   for (std::size_t device = 0; device < states_.size(); ++device) {

@@ -12,8 +12,8 @@ namespace probe {
 
 /// The source that keeps a simulated network up to date, by the clock of the process.
 ///
-/// Owner:   the application. Stop it, or let it go, before the device centre goes or the clock is taken out.
-/// Threads: `Start` and `Stop` one thread; between the two a thread of its own moves the network.
+/// Owner:   the application. Stop or destroy it before the device centre is destroyed or another clock is installed.
+/// Threads: `Start` and `Stop` one thread; between the two a thread of its own advances the network.
 class SimulatedSource {
  public:
   /// `centre` has to outlive the source. Units: `every` in seconds of the installed clock, at least 1.
@@ -25,13 +25,14 @@ class SimulatedSource {
   /// Fills the device centre, then goes on in a thread of its own.
   void Start();
 
-  /// Ends the thread, at once but for a reading that is under way. The devices stay in the centre.
+  /// Ends the thread, after a reading that has begun, and joins it. The devices stay in the centre.
   void Stop();
 
   const SimulatedNetwork& network() const { return network_; }
 
  private:
   void Run(time_t last);
+  /// Waits for so long, or until the source is stopped. True when it is.
   bool StopsWithin(std::chrono::steady_clock::duration wait);
 
   SimulatedNetwork network_;  // only the source's thread; before it starts, the one that calls Start

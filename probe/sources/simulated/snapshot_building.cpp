@@ -102,6 +102,7 @@ void AddLoad(const DevicePlan& device, const DeviceLoad& load, DeviceSnapshot& s
   snapshot.health_level = load.health;
   snapshot.notifications = load.notifications;
   if (device.refuses_login) {
+    // Model and version can be read after a login only.
     snapshot.platform_info.reset();
     snapshot.credential_json = R"({"credential": "failed", "reason": "the device refused the password"})";
   }

@@ -12,14 +12,13 @@
 
 namespace probe::simulated {
 
-/// What every device tells: who it is, its ports, and that it was read at `moment`.
+/// The part of a snapshot that every device has: who it is, its ports, and that it was read at `moment`.
 DeviceSnapshot CommonSnapshot(const DevicePlan& device, const DeviceState& state, const Moment& moment);
 
-/// Adds how the device is doing, and what it says about its login.
+/// Adds the device's load, and the failed login of one that refuses it.
 void AddLoad(const DevicePlan& device, const DeviceLoad& load, DeviceSnapshot& snapshot);
 
-/// Adds the wireless side of an access point but for its neighbours: radios, SSID interfaces with clients, portal
-/// users.
+/// Adds the wireless side of an access point except its scan table: radios, SSID interfaces with clients, portal users.
 ///
 /// Two access points of three write addresses with colons, upper case and lower case; the third writes dashes.
 void AddWireless(const Dice& dice, std::size_t access_point, const DeviceState& state, const RadioSide& air,

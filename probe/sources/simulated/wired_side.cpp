@@ -12,7 +12,8 @@ constexpr std::size_t kServer = 2;
 /// Management traffic between an access point and its switch. Units: octets per second.
 constexpr std::uint64_t kManagementRate = 150;
 
-/// Sum of the ports from `first` on, as the device sees it from its other side.
+/// What the cable on the other side of the device carries: the sum of the ports from `first` on, with directions
+/// swapped.
 Octets OtherSide(const std::vector<Octets>& ports, std::size_t first) {
   Octets sum;
   for (std::size_t port = first; port < ports.size(); ++port) sum += Opposite(ports[port]);
@@ -71,6 +72,7 @@ void WiredSide::FillRouter(PortOctets& flows) const {
 
 void WiredSide::Carry(const Moment& moment, std::uint64_t elapsed, const std::vector<DeviceState>& devices,
                       PortOctets& flows) const {
+  // From the leaves to the root: an uplink is the sum of ports that must be known before it.
   for (std::size_t access_point = 0; access_point < plan_.access_points(); ++access_point) {
     const std::size_t device = plan_.AccessPointDevice(access_point);
     if (devices[device].is_online) FillAccessPoint(elapsed, flows[device]);

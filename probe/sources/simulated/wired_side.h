@@ -12,12 +12,13 @@
 
 namespace probe::simulated {
 
-/// Everything on cables: what the access points moved runs through the switches and the router and out of the house,
-/// beside the computers on cables: on each floor a desktop, a camera and a server that saves its data at night.
+/// The wired side of the company: what the access points moved runs through the switches and the router to the
+/// Internet, together with the traffic of wired hosts: on each floor a desktop, a camera and a server that saves its
+/// data at night.
 ///
 /// Octets are conserved: what one end of a cable sends, the other receives, and an uplink carries the sum of the rest.
 ///
-/// Does not model: traffic that stays in the house, packets, errors, full cables.
+/// Does not model: traffic that stays in the building, packets, errors, full cables.
 /// Threads: any; nothing in it changes.
 class WiredSide {
  public:
@@ -28,8 +29,8 @@ class WiredSide {
   void Carry(const Moment& moment, std::uint64_t elapsed, const std::vector<DeviceState>& devices,
              PortOctets& flows) const;
 
-  /// What each port carries in one second of an ordinary day: for counters of devices that have been running for long
-  /// before anybody asked.
+  /// What each port carries in one second of an ordinary day, for the counters of devices that have been running for
+  /// long before the first reading.
   PortOctets AverageSecond() const;
 
  private:

@@ -29,7 +29,7 @@ std::string SsidInterfaceName(std::size_t radio, std::size_t network) {
 SSIDConfigurations WirelessConfiguration() {
   const std::string both = "BOTH";
   return {
-      // the old scanners of the store room know no better than a passphrase, and only on 2.4 GHz
+      // One network with two security modes, by radio: old scanners know a passphrase and 2.4 GHz only.
       {Key(kOffice, kRadioNames[kLowBand]), Configuration(kOffice, SecModeType::kWpaPersonal)},
       {Key(kOffice, kRadioNames[kHighBand]), Configuration(kOffice, SecModeType::kWpaEnterprise)},
       {Key(kStaff, both), Configuration(kStaff, SecModeType::kWpaPersonal)},

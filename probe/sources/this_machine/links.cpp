@@ -29,6 +29,7 @@ void Require(int result) {
   if (result < 0) throw std::runtime_error(std::string("rtnetlink: ") + nl_geterror(result));
 }
 
+/// One dump of the kernel, so that the counters of all links are of one reading.
 std::unique_ptr<nl_cache, Release> AllLinks() {
   const std::unique_ptr<nl_sock, Release> socket(nl_socket_alloc());
   if (!socket) throw std::runtime_error("rtnetlink: out of memory");
@@ -56,7 +57,8 @@ Link LinkOf(rtnl_link* link) {
   result.in_bytes = rtnl_link_get_stat(link, RTNL_LINK_RX_BYTES);
   result.out_bytes = rtnl_link_get_stat(link, RTNL_LINK_TX_BYTES);
   result.is_loopback = (flags & IFF_LOOPBACK) != 0;
-  result.is_hardware = rtnl_link_get_type(link) == nullptr;  // the kernel names a kind only for what software made
+  // The kernel names a kind (IFLA_INFO_KIND) for links made by software only.
+  result.is_hardware = rtnl_link_get_type(link) == nullptr;
   result.hardware_address = HardwareAddress(link);
   return result;
 }
@@ -68,7 +70,8 @@ std::vector<Link> ReadLinks() {
   std::vector<Link> links;
   links.reserve(static_cast<std::size_t>(nl_cache_nitems(cache.get())));
   for (nl_object* object = nl_cache_get_first(cache.get()); object != nullptr; object = nl_cache_get_next(object)) {
-    links.push_back(LinkOf(reinterpret_cast<rtnl_link*>(object)));  // libnl's way from an object to what it is
+    // libnl's objects begin with a common header and are cast to what they are; it offers no function for that.
+    links.push_back(LinkOf(reinterpret_cast<rtnl_link*>(object)));
   }
   std::sort(links.begin(), links.end(), [](const Link& a, const Link& b) { return a.if_index < b.if_index; });
   return links;

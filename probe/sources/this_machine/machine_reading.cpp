@@ -20,6 +20,7 @@
 namespace probe {
 namespace {
 
+/// The whole text of a file. Files of /proc have length 0, so it is read up to its end.
 std::string TextOf(const char* path) {
   std::ifstream file(path);
   return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
@@ -51,8 +52,9 @@ std::string GlobalAddress(const sockaddr& address) {
   return {};
 }
 
-/// The machine's first global IPv4 address, otherwise its first global IPv6 address, otherwise an empty text.
+/// The machine's first global IPv4 address; without one, its first global IPv6 address; without either, an empty text.
 std::string ManagementAddress() {
+  // A failure leaves the address empty: a device without one is better than no reading.
   ifaddrs* list = nullptr;
   if (getifaddrs(&list) != 0) return {};
   const std::unique_ptr<ifaddrs, ReleaseAddresses> owner(list);
@@ -85,6 +87,7 @@ MachineReading ReadMachine() {
   reading.host_name = name.nodename;
   reading.kernel_release = name.release;
   reading.address = ManagementAddress();
+  // Missing in some containers; then the text stays empty.
   std::ifstream("/etc/machine-id") >> reading.machine_id;
   return reading;
 }

@@ -32,7 +32,7 @@ std::int32_t OperStatusOf(std::uint8_t operstate, unsigned flags) {
       return kNotPresent;
     case IF_OPER_LOWERLAYERDOWN:
       return kLowerLayerDown;
-    default:
+    default:  // IF_OPER_UNKNOWN, for ever with drivers that keep no operational state
       return (flags & kWorking) == kWorking ? vexora_probe::models::controller::kOperStatusUp : kUnknown;
   }
 }

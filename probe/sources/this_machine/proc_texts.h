@@ -6,19 +6,19 @@
 
 namespace probe {
 
-/// What all processors together did since the machine started.
+/// CPU time of all processors together since the machine started.
 ///
-/// Units: clock ticks; only ratios of them mean anything.
+/// Units: clock ticks (USER_HZ); only their ratios are used.
 struct CpuTimes {
-  std::uint64_t busy = 0;   ///< Running something.
-  std::uint64_t total = 0;  ///< All there was, idle time and waiting for a disk included.
+  std::uint64_t busy = 0;   ///< Neither idle nor waiting for a disk.
+  std::uint64_t total = 0;  ///< Busy, idle and waiting for a disk.
 
   bool operator==(const CpuTimes&) const = default;
 };
 
 /// The times in a text of /proc/stat. Nothing when its line "cpu" is missing or no list of numbers.
 ///
-/// Guest time counts once: the kernel has it in the user time too.
+/// Guest time counts once: the kernel includes it in the user time.
 /// Source: proc(5), /proc/stat.
 std::optional<CpuTimes> CpuTimesOf(std::string_view stat);
 

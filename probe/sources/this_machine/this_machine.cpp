@@ -18,8 +18,8 @@ namespace {
 
 namespace records = vexora_probe::models::controller;
 
-constexpr std::int32_t kUnknownCpu = -1;  // between two readings there is a percentage, at the first there is none
-constexpr std::int32_t kGoodHealth = 2;   // it answers, and nobody else judges it
+constexpr std::int32_t kUnknownCpu = -1;  // the first reading has none before it to compare CPU times with
+constexpr std::int32_t kGoodHealth = 2;   // the machine can be read; nothing else judges its health
 
 records::InterfaceStates InterfacesOf(const std::vector<Link>& links) {
   records::InterfaceStates interfaces;
@@ -100,6 +100,7 @@ void ThisMachine::RefreshOnce() {
 void ThisMachine::TakeOver(const MachineReading& reading) {
   std::string device = mac();
   if (device.empty()) {
+    // Chosen once: the device must stay the same one when its network card is removed.
     device = DeviceMac(reading);
     const lock_guard held(lock_);
     mac_ = device;

@@ -13,11 +13,11 @@ namespace probe {
 
 /// The source that makes this Linux machine one of the devices, with its real traffic.
 ///
-/// Each reading becomes one snapshot in the device centre. A reading that fails is logged, once until one works again,
-/// and takes the device offline: an online device tells its viewers that what they see is fresh. Its last snapshot
-/// stays, so that its name and counters are there when it comes back.
+/// Each reading becomes one snapshot in the device centre. A reading that fails is logged, once until one succeeds, and
+/// takes the device offline, because an online device promises fresh values. Its last snapshot stays, marked offline,
+/// so that its name and counters remain.
 ///
-/// Owner:   the application. Stop it, or let it go, before the device centre's readers are gone.
+/// Owner:   the application. Stop or destroy it before the device centre is destroyed.
 /// Threads: `Start`, `Stop` and `mac` one thread; between the two a thread of its own calls `RefreshOnce`, and nobody
 ///          else may.
 class ThisMachine {
@@ -28,13 +28,13 @@ class ThisMachine {
   ThisMachine(const ThisMachine&) = delete;
   ThisMachine& operator=(const ThisMachine&) = delete;
 
-  /// Reads for the first time, then goes on in a thread of its own. Fails: never; a reading that fails is retried.
+  /// Reads once, then goes on in a thread of its own. Fails: never; a reading that fails is retried.
   void Start();
 
-  /// Ends the thread, at once but for a reading that is under way. The device stays in the centre.
+  /// Ends the thread, after a reading that has begun, and joins it. The device stays in the centre.
   void Stop();
 
-  /// Looks at the machine and tells the device centre. Fails: never throws.
+  /// Reads the machine and replaces its snapshot in the device centre. Fails: never throws.
   void RefreshOnce();
 
   /// The device's MAC; empty until a reading has worked. It stays the same from then on.
@@ -42,6 +42,7 @@ class ThisMachine {
 
  private:
   void Run();
+  /// Waits until `deadline`, or until the source is stopped. True when it is.
   bool StopsBefore(std::chrono::steady_clock::time_point deadline);
   void TakeOver(const MachineReading& reading);
   void GoOffline(const std::string& reason);

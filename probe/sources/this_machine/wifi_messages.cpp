@@ -15,13 +15,14 @@ namespace {
 using vexora_probe::models::controller::WIFIBandType;
 using vexora_probe::models::controller::WIFIOpMode;
 
-/// The attributes of a message, or nested in one of them, by type; null for one that is missing.
+/// The attributes of a message, or those nested in one attribute, by type; null for one that is missing.
 template <int kMax>
 using Attributes = std::array<nlattr*, kMax + 1>;
 
 constexpr int kEthernetOctets = 6;
 constexpr auto kUnknownMode = static_cast<WIFIOpMode>(-1);
 
+/// The number in an attribute, which nl80211 sends in the byte order of the machine.
 template <typename Number>
 Number NumberIn(const nlattr* attribute, Number fallback = 0) {
   if (attribute == nullptr || nla_len(attribute) < static_cast<int>(sizeof(Number))) return fallback;
@@ -30,11 +31,13 @@ Number NumberIn(const nlattr* attribute, Number fallback = 0) {
   return number;
 }
 
+/// An SSID: it may hold any octets, NUL among them.
 std::string OctetsIn(const nlattr* attribute) {
   if (attribute == nullptr) return {};
   return {static_cast<const char*>(nla_data(attribute)), static_cast<std::size_t>(nla_len(attribute))};
 }
 
+/// A name, which the kernel ends with NUL.
 std::string TextIn(const nlattr* attribute) {
   const std::string octets = OctetsIn(attribute);
   return octets.substr(0, octets.find('\0'));
@@ -52,7 +55,7 @@ bool ServesClients(std::uint32_t type) {
   return type == NL80211_IFTYPE_AP || type == NL80211_IFTYPE_AP_VLAN || type == NL80211_IFTYPE_P2P_GO;
 }
 
-/// The mode of a connection at a rate that none of the newer modes knows.
+/// The mode of a connection whose rate has none of the attributes of 802.11n and later.
 WIFIOpMode OlderMode(std::int32_t rate, std::uint32_t frequency) {
   constexpr std::int32_t kLastRateOfB = 11;  // Mbit/s
   if (BandOf(frequency) == WIFIBandType::k5GHz) return WIFIOpMode::k802_11a;
@@ -63,6 +66,7 @@ void FillRate(nlattr* attribute, std::uint32_t frequency, WifiStation& station) 
   constexpr std::uint32_t kUnitsInMbit = 10;  // the kernel counts in 100 kbit/s
   Attributes<NL80211_RATE_INFO_MAX> rate{};
   if (attribute == nullptr || nla_parse_nested(rate.data(), NL80211_RATE_INFO_MAX, attribute, nullptr) != 0) return;
+  // The attribute of 16 bits cannot hold rates above 6.5 Gbit/s, so kernels send one of 32 bits besides.
   const auto units = NumberIn<std::uint32_t>(rate[NL80211_RATE_INFO_BITRATE32],
                                              NumberIn<std::uint16_t>(rate[NL80211_RATE_INFO_BITRATE]));
   station.data_rate = static_cast<std::int32_t>(units / kUnitsInMbit);
@@ -71,7 +75,7 @@ void FillRate(nlattr* attribute, std::uint32_t frequency, WifiStation& station) 
   } else if (rate[NL80211_RATE_INFO_MCS] != nullptr) {
     station.mode = WIFIOpMode::k802_11n;
   } else if (rate[NL80211_RATE_INFO_HE_MCS] != nullptr) {
-    station.mode = kUnknownMode;
+    station.mode = kUnknownMode;  // 802.11ax, for which the contract has no number
   } else {
     station.mode = OlderMode(station.data_rate, frequency);
   }
@@ -116,6 +120,7 @@ std::optional<WifiStation> StationIn(nlmsghdr* message, std::uint32_t frequency)
   if (mac == nullptr || nla_len(mac) != kEthernetOctets) return std::nullopt;
   WifiStation station;
   station.mac = MacIn(mac);
+  // Received and sent are seen from this machine: what it received from the station is the station's upload.
   Attributes<NL80211_STA_INFO_MAX> info{};
   nlattr* nested = attributes[NL80211_ATTR_STA_INFO];
   if (nested == nullptr || nla_parse_nested(info.data(), NL80211_STA_INFO_MAX, nested, nullptr) != 0) return station;

@@ -8,14 +8,14 @@ struct nlmsghdr;
 
 namespace probe {
 
-/// The interface that an nl80211 message tells of; nothing for a message without an interface in it, as of one that
-/// exists on a radio only. Stations are asked for in messages of their own.
+/// The interface that an nl80211 message describes, without its stations, which come in messages of their own. Nothing
+/// for a message without the index and name of an interface, as of a virtual device that exists on a radio only.
 ///
 /// Source: linux/nl80211.h, NL80211_CMD_NEW_INTERFACE.
 std::optional<WifiInterface> InterfaceIn(nlmsghdr* message);
 
-/// The station that an nl80211 message tells of; nothing for a message without one. `frequency` is that of its
-/// interface, in MHz: it tells the older modes apart.
+/// The station that an nl80211 message describes; nothing for a message without one. `frequency` is that of its
+/// interface, in MHz: it tells 802.11a from b and g, which have rates in common.
 ///
 /// Source: linux/nl80211.h, NL80211_CMD_NEW_STATION.
 std::optional<WifiStation> StationIn(nlmsghdr* message, std::uint32_t frequency);

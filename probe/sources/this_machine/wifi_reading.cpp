@@ -23,12 +23,13 @@ struct Release {
 
 using Handler = std::function<void(nlmsghdr*)>;
 
-int Hand(nl_msg* message, void* handler) {
+/// Adapts a `Handler` to the callback that libnl wants.
+int HandleMessage(nl_msg* message, void* handler) {
   (*static_cast<const Handler*>(handler))(nlmsg_hdr(message));
   return NL_OK;
 }
 
-/// A conversation with the part of the kernel that knows Wi-Fi cards.
+/// A generic netlink socket to nl80211, the kernel's interface to Wi-Fi cards.
 class Nl80211 {
  public:
   Nl80211() : socket_(nl_socket_alloc()) {
@@ -37,21 +38,21 @@ class Nl80211 {
     }
   }
 
-  /// Asks for everything that `command` lists, of one interface or of all (0), and hands over what comes. An error ends
-  /// the list early.
+  /// Calls `handler` for every message of the list that `command` asks for, of one interface or of all (0). An error
+  /// ends the list early.
   void List(std::uint8_t command, std::int32_t if_index, Handler handler) {
     if (family_ < 0) return;
     const std::unique_ptr<nl_msg, Release> request(nlmsg_alloc());
     if (request == nullptr) return;
     genlmsg_put(request.get(), NL_AUTO_PORT, NL_AUTO_SEQ, family_, 0, NLM_F_DUMP, command, 0);
     if (if_index != 0) nla_put_u32(request.get(), NL80211_ATTR_IFINDEX, static_cast<std::uint32_t>(if_index));
-    nl_socket_modify_cb(socket_.get(), NL_CB_VALID, NL_CB_CUSTOM, &Hand, &handler);
+    nl_socket_modify_cb(socket_.get(), NL_CB_VALID, NL_CB_CUSTOM, &HandleMessage, &handler);
     if (nl_send_auto(socket_.get(), request.get()) >= 0) nl_recvmsgs_default(socket_.get());
   }
 
  private:
   std::unique_ptr<nl_sock, Release> socket_;
-  int family_ = -1;  // negative: this kernel knows of no Wi-Fi
+  int family_ = -1;  // negative: this kernel has no Wi-Fi support
 };
 
 }  // namespace
@@ -63,7 +64,8 @@ std::vector<WifiInterface> ReadWifi() {
     if (auto interface = InterfaceIn(message)) interfaces.push_back(*std::move(interface));
   });
   for (WifiInterface& interface : interfaces) {
-    if (!interface.is_access_point) continue;  // what a client of a network sees as a station is its access point
+    // The only station of an interface that is a client itself is its access point.
+    if (!interface.is_access_point) continue;
     kernel.List(NL80211_CMD_GET_STATION, interface.if_index, [&](nlmsghdr* message) {
       if (auto station = StationIn(message, interface.frequency)) interface.stations.push_back(*std::move(station));
     });

@@ -37,7 +37,7 @@ void AddWifi(const std::vector<WifiInterface>& interfaces, DeviceSnapshot& snaps
   for (const WifiInterface& interface : interfaces) {
     const std::string radio = "phy" + std::to_string(interface.phy);
     snapshot.ssid_interfaces[interface.name] = StateOf(interface, radio, snapshot);
-    // a radio works on one channel at a time; an interface that has none yet says nothing of it
+    // A radio works on one channel at a time, so an interface without a channel must not overwrite the band of another.
     if (interface.frequency != 0 || !snapshot.radios.contains(radio)) {
       snapshot.radios[radio].band = BandOf(interface.frequency);
     }

@@ -7,10 +7,11 @@
 
 namespace probe {
 
-/// Adds the wireless side of this machine to its snapshot, whose interfaces are there already; nothing without a card.
+/// Adds the wireless side of this machine to its snapshot, whose interfaces are filled already; nothing without a Wi-Fi
+/// card.
 ///
 /// Radios are named as the kernel names them, "phy0". A machine that serves clients is an access point. Its SSIDs are
-/// configured for their radio, with an unknown security mode, which the kernel does not tell.
+/// configured for their radio, with the security mode -1 (unknown), which nl80211 does not report.
 void AddWifi(const std::vector<WifiInterface>& interfaces, DeviceSnapshot& snapshot);
 
 }  // namespace probe
