@@ -93,12 +93,6 @@ bool Parse(nlmsghdr* message, Attributes<kMax>& attributes) {
 
 }  // namespace
 
-WIFIBandType BandOf(std::uint32_t frequency) {
-  if (frequency >= 2400 && frequency < 2500) return WIFIBandType::k2_4GHz;
-  if (frequency >= 5150 && frequency < 5925) return WIFIBandType::k5GHz;
-  return WIFIBandType::kUnknown;
-}
-
 std::optional<WifiInterface> InterfaceIn(nlmsghdr* message) {
   Attributes<NL80211_ATTR_MAX> attributes{};
   if (!Parse<NL80211_ATTR_MAX>(message, attributes)) return std::nullopt;

@@ -16,6 +16,8 @@
 namespace probe {
 namespace {
 
+using vexora_probe::models::controller::WIFIBandType;
+
 struct Release {
   void operator()(nl_sock* socket) const { nl_socket_free(socket); }
   void operator()(nl_msg* message) const { nlmsg_free(message); }
@@ -56,6 +58,12 @@ class Nl80211 {
 };
 
 }  // namespace
+
+WIFIBandType BandOf(std::uint32_t frequency) {
+  if (frequency >= 2400 && frequency < 2500) return WIFIBandType::k2_4GHz;
+  if (frequency >= 5150 && frequency < 5925) return WIFIBandType::k5GHz;
+  return WIFIBandType::kUnknown;
+}
 
 std::vector<WifiInterface> ReadWifi() {
   Nl80211 kernel;
