@@ -4,18 +4,15 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <net/if.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <filesystem>
+#include <ctime>
 #include <fstream>
-#include <set>
 #include <string>
-
-#include "probe/sources/this_machine/links.h"
+#include <vector>
 
 namespace probe {
 namespace {
@@ -31,54 +28,6 @@ Value FromFile(const std::string& path) {
 const Link* FindLink(const std::vector<Link>& links, const std::string& name) {
   const auto found = std::find_if(links.begin(), links.end(), [&](const Link& link) { return link.name == name; });
   return found != links.end() ? &*found : nullptr;
-}
-
-TEST(Links, AreThoseOfTheKernelInTheOrderOfTheirIfIndex) {
-  std::set<std::string> expected;
-  for (const auto& entry : std::filesystem::directory_iterator("/sys/class/net")) {
-    if (entry.is_directory()) expected.insert(entry.path().filename());  // bonding keeps a plain file there
-  }
-
-  const std::vector<Link> links = ReadLinks();
-
-  std::set<std::string> names;
-  for (const Link& link : links) {
-    names.insert(link.name);
-    EXPECT_EQ(static_cast<unsigned>(link.if_index), if_nametoindex(link.name.c_str())) << link.name;
-    if (link.hardware_address.empty()) continue;  // a tunnel, whose address is none of six octets
-    EXPECT_EQ(link.hardware_address, FromFile<std::string>("/sys/class/net/" + link.name + "/address")) << link.name;
-  }
-  EXPECT_EQ(names, expected);
-  EXPECT_TRUE(
-      std::is_sorted(links.begin(), links.end(), [](const Link& a, const Link& b) { return a.if_index < b.if_index; }));
-}
-
-TEST(Links, CountTheOctetsThatTheKernelCounts) {
-  const std::string statistics = "/sys/class/net/lo/statistics/";
-  const auto in_before = FromFile<std::uint64_t>(statistics + "rx_bytes");
-  const auto out_before = FromFile<std::uint64_t>(statistics + "tx_bytes");
-
-  const std::vector<Link> links = ReadLinks();
-
-  const auto in_after = FromFile<std::uint64_t>(statistics + "rx_bytes");
-  const auto out_after = FromFile<std::uint64_t>(statistics + "tx_bytes");
-  const Link* lo = FindLink(links, "lo");
-  ASSERT_NE(lo, nullptr);
-  EXPECT_GE(lo->in_bytes, in_before);
-  EXPECT_LE(lo->in_bytes, in_after);
-  EXPECT_GE(lo->out_bytes, out_before);
-  EXPECT_LE(lo->out_bytes, out_after);
-}
-
-TEST(Links, ShowTheLoopbackAsUpAlthoughTheKernelKeepsNoStateForIt) {
-  ASSERT_EQ(FromFile<std::string>("/sys/class/net/lo/operstate"), "unknown");
-
-  const std::vector<Link> links = ReadLinks();
-
-  const Link* lo = FindLink(links, "lo");
-  ASSERT_NE(lo, nullptr);
-  EXPECT_EQ(lo->oper_status, 1);
-  EXPECT_TRUE(lo->is_loopback);
 }
 
 TEST(MachineReading, AgreesWithProcAndTheHostName) {
