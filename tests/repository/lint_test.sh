@@ -65,6 +65,36 @@ json_release() {
   refuses json monitor/traffic/traffic_show.cpp 'json_object_put(tree);'
 }
 
+comments() {
+  write platform/plain.h "#pragma once
+/// One.
+struct One {
+  One() = default;
+  ~One() {}
+  int field = 0;  ///< Two.
+ private:
+  int own_ = 0;
+};
+/// Three.
+enum class Three {
+  kFour = 4,  ///< Four.
+};
+/// Five.
+#define FIVE 5
+/// Six.
+/// Threads: any. Fails: never.
+int Six(int parameter);"
+  write platform/shared.h "#pragma once\n// Holds for every call below:\n// Threads: any.\n// Fails: never.\n\n/// Seven.\nint Seven();"
+  passes comments
+  refuses comments platform/bare.h '#pragma once\nint kBare = 0;'
+  refuses comments platform/bare.h '#pragma once\n/// One.\nstruct Bare {\n  int field = 0;\n};'
+  refuses comments platform/bare.h '#pragma once\n/// One.\nenum class Bare { kTwo };'
+  refuses comments platform/bare.h '#pragma once\n// No documentation.\nint kBare = 0;'
+  refuses comments platform/bare.h '#pragma once\n#define BARE 1'
+  refuses comments platform/bare.h '#pragma once\n/// One.\nint Bare();'
+  refuses comments platform/bare.h '#pragma once\n/// One. Threads: any.\nint Bare();'
+}
+
 headers() {
   write platform/alone.h '#pragma once\n#include <string>\nstd::string Alone();'
   write monitor/engine/alone.h '#pragma once\n#include <concepts>\ntemplate <std::integral T> T Alone(T value);'
