@@ -55,7 +55,7 @@ void LatestMessages::Subscribe(WebServer& server, SubscriptionService& service) 
     const auto parsed = service.Parse(wanted.topic, RequestFor(wanted).get());
     if (!parsed) continue;
     // A connection for each, so that it is known which filter a message answers.
-    const auto connection = std::make_shared<lws*>(nullptr);
+    const auto connection = std::make_shared<ConnectionId>(kNoConnection);
     *connection = server.OpenWithin([kept = kept_, key = Key{wanted.topic, wanted.variant}, connection,
                                      &service](const std::string& text) {
       if (Keep(*kept, key, text)) return;

@@ -2,7 +2,7 @@
 
 #include <string>
 
-struct lws;
+#include "probe/host/connection_id.h"
 
 namespace probe {
 
@@ -14,9 +14,9 @@ class SubscriptionObserver {
   virtual ~SubscriptionObserver() = default;
 
   /// `request` is the client's own request, JSON text; empty when the subscription came from within the host.
-  virtual void OnFiled(const std::string& topic, lws* connection, const std::string& request) = 0;
-  virtual void OnRemoved(const std::string& topic, lws* connection, const std::string& sid) = 0;
-  virtual void OnDisconnected(lws* connection) = 0;
+  virtual void OnFiled(const std::string& topic, ConnectionId connection, const std::string& request) = 0;
+  virtual void OnRemoved(const std::string& topic, ConnectionId connection, const std::string& sid) = 0;
+  virtual void OnDisconnected(ConnectionId connection) = 0;
 
   /// The lists stand still from now on, and move again: what is heard in between takes effect at the second call.
   virtual void OnHeld() = 0;

@@ -40,18 +40,18 @@ std::optional<subscribes::ParsedRequest> SubscriptionService::Parse(const std::s
   return subscriber->FilterParser(request);
 }
 
-void SubscriptionService::File(const std::string& topic, lws* connection, const subscribes::ParsedRequest& filters,
-                               const std::string& request) {
+void SubscriptionService::File(const std::string& topic, ConnectionId connection,
+                               const subscribes::ParsedRequest& filters, const std::string& request) {
   const lock_guard held(lock_);
   auto& list = subscriptions_[topic];
   for (const auto& [sid, filter] : filters) {
-    list[sid][connection] = filter;
+    list[sid][ToHandle(connection)] = filter;
     filed_of_[connection].emplace(topic, sid);
   }
   if (observer_ != nullptr) observer_->OnFiled(topic, connection, request);
 }
 
-bool SubscriptionService::Unsubscribe(const std::string& topic, lws* connection, const std::string& sid) {
+bool SubscriptionService::Unsubscribe(const std::string& topic, ConnectionId connection, const std::string& sid) {
   const lock_guard held(lock_);
   if (!Remove(topic, sid, connection)) return false;
   const auto filed = filed_of_.find(connection);
@@ -61,16 +61,16 @@ bool SubscriptionService::Unsubscribe(const std::string& topic, lws* connection,
   return true;
 }
 
-bool SubscriptionService::Remove(const std::string& topic, const std::string& sid, lws* connection) {
+bool SubscriptionService::Remove(const std::string& topic, const std::string& sid, ConnectionId connection) {
   const auto list = subscriptions_.find(topic);
   if (list == subscriptions_.end()) return false;
   const auto connections = list->second.find(sid);
-  if (connections == list->second.end() || connections->second.erase(connection) == 0) return false;
+  if (connections == list->second.end() || connections->second.erase(ToHandle(connection)) == 0) return false;
   if (connections->second.empty()) list->second.erase(connections);
   return true;
 }
 
-void SubscriptionService::Disconnect(lws* connection) {
+void SubscriptionService::Disconnect(ConnectionId connection) {
   const lock_guard held(lock_);
   const auto filed = filed_of_.find(connection);
   if (filed == filed_of_.end()) return;

@@ -9,6 +9,7 @@
 
 #include "platform/subscriptions.h"
 #include "platform/utilities/locks.h"
+#include "probe/host/connection_id.h"
 #include "probe/host/subscription_observer.h"
 
 namespace probe {
@@ -36,15 +37,15 @@ class SubscriptionService final : public subscribes::SubscribesManager {
   /// topic, SID and connection.
   ///
   /// `request` is the client's own request, JSON text, for the observer; empty when there was none.
-  void File(const std::string& topic, lws* connection, const subscribes::ParsedRequest& filters,
+  void File(const std::string& topic, ConnectionId connection, const subscribes::ParsedRequest& filters,
             const std::string& request = {}) VEXORA_EXCLUDES(lock_);
 
   /// Removes one subscription. False when there was none.
-  bool Unsubscribe(const std::string& topic, lws* connection, const std::string& sid) VEXORA_EXCLUDES(lock_);
+  bool Unsubscribe(const std::string& topic, ConnectionId connection, const std::string& sid) VEXORA_EXCLUDES(lock_);
 
   /// Removes every subscription of a connection, at the cost of these alone. The observer hears of it only when there
   /// was one.
-  void Disconnect(lws* connection) VEXORA_EXCLUDES(lock_);
+  void Disconnect(ConnectionId connection) VEXORA_EXCLUDES(lock_);
 
   /// Has `observer` hear of every change from now on; null: nobody. It must outlive its time as observer.
   void SetObserver(SubscriptionObserver* observer) VEXORA_EXCLUDES(lock_);
@@ -60,14 +61,14 @@ class SubscriptionService final : public subscribes::SubscribesManager {
   std::shared_ptr<subscribes::Subscriber> SubscriberOf(const std::string& topic) const VEXORA_EXCLUDES(lock_);
 
   /// Takes one subscription out of its list. False when there was none.
-  bool Remove(const std::string& topic, const std::string& sid, lws* connection) VEXORA_REQUIRES(lock_);
+  bool Remove(const std::string& topic, const std::string& sid, ConnectionId connection) VEXORA_REQUIRES(lock_);
 
   mutable utilities::lock::Mutex lock_;
   std::map<std::string, std::shared_ptr<subscribes::Subscriber>> subscribers_ VEXORA_GUARDED_BY(lock_);
   using Lists = std::map<std::string, subscribes::SubscriptionList>;  // by topic
   Lists subscriptions_ VEXORA_GUARDED_BY(lock_);
   using TopicAndSid = std::pair<std::string, std::string>;
-  std::map<lws*, std::set<TopicAndSid>> filed_of_ VEXORA_GUARDED_BY(lock_);  // what each connection has in them
+  std::map<ConnectionId, std::set<TopicAndSid>> filed_of_ VEXORA_GUARDED_BY(lock_);  // what each connection has in them
   std::optional<Lists> held_ VEXORA_GUARDED_BY(lock_);  // the lists as they stood when they were held
   SubscriptionObserver* observer_ VEXORA_GUARDED_BY(lock_) = nullptr;
 };

@@ -10,9 +10,8 @@
 namespace probe {
 namespace {
 
-/// A handle is an opaque number: what counts is that each connection has its own.
-std::string NameOf(lws* connection) {
-  return "client " + std::to_string(reinterpret_cast<std::uintptr_t>(connection));
+std::string NameOf(ConnectionId connection) {
+  return "client " + std::to_string(static_cast<std::uintptr_t>(connection));
 }
 
 }  // namespace
@@ -87,18 +86,18 @@ void Recorder::WriteDevices() {
   }
 }
 
-void Recorder::OnFiled(const std::string& topic, lws* connection, const std::string& request) {
+void Recorder::OnFiled(const std::string& topic, ConnectionId connection, const std::string& request) {
   if (request.empty()) return;  // the host's own: what it keeps for the HTTP interface is no client's doing
   clients_.insert(connection);
   WriteInTurn([this, topic, name = NameOf(connection), request] { writer_.Subscribe(topic, name, request); });
 }
 
-void Recorder::OnRemoved(const std::string& topic, lws* connection, const std::string& sid) {
+void Recorder::OnRemoved(const std::string& topic, ConnectionId connection, const std::string& sid) {
   if (!clients_.contains(connection)) return;
   WriteInTurn([this, topic, name = NameOf(connection), sid] { writer_.Unsubscribe(topic, name, sid); });
 }
 
-void Recorder::OnDisconnected(lws* connection) {
+void Recorder::OnDisconnected(ConnectionId connection) {
   if (clients_.erase(connection) == 0) return;
   WriteInTurn([this, name = NameOf(connection)] { writer_.Disconnect(name); });
 }

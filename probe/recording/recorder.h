@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "probe/clock/clock.h"
+#include "probe/host/connection_id.h"
 #include "probe/host/device_centre.h"
 #include "probe/host/subscription_observer.h"
 #include "probe/host/subscription_service.h"
@@ -47,9 +48,9 @@ class Recorder final : public Clock, private SubscriptionObserver {
   void EndPass();
   void WriteDevices();
 
-  void OnFiled(const std::string& topic, lws* connection, const std::string& request) override;
-  void OnRemoved(const std::string& topic, lws* connection, const std::string& sid) override;
-  void OnDisconnected(lws* connection) override;
+  void OnFiled(const std::string& topic, ConnectionId connection, const std::string& request) override;
+  void OnRemoved(const std::string& topic, ConnectionId connection, const std::string& sid) override;
+  void OnDisconnected(ConnectionId connection) override;
   void OnHeld() override;
   void OnReleased() override;
 
@@ -62,7 +63,7 @@ class Recorder final : public Clock, private SubscriptionObserver {
   DeviceCentre& centre_;
   SubscriptionService& service_;
   Clock& clock_;
-  std::set<lws*> clients_;  // those who have subscribed; touched by the observer's calls only, of which there is one
+  std::set<ConnectionId> clients_;  // those who have subscribed; the observer's calls alone use it, one at a time
 
   const std::string path_;
 

@@ -1,6 +1,5 @@
 #include "probe/replay/replay_host.h"
 
-#include <cstdint>
 #include <cstdlib>
 #include <ctime>
 #include <utility>
@@ -39,9 +38,9 @@ class ReplayHost::Send {
   }
 
  private:
-  static void ToConnection(lws* connection, const std::string& text) {
+  static void ToConnection(lws* handle, const std::string& text) {
     ReplayHost& host = *Host();
-    host.output_.Push(host.meter_.pass(), host.now(), host.connections_.at(connection), text);
+    host.output_.Push(host.meter_.pass(), host.now(), host.connection_names_.at(FromHandle(handle)), text);
   }
 
   static ReplayHost*& Host() {
@@ -133,15 +132,15 @@ void ReplayHost::Do(const recording::Subscribe& line) {
   auto& service = SubscriptionService::Instance();
   const auto filters = service.Parse(line.topic, request.get());
   if (!filters) throw MalformedRecording("nobody feeds the topic " + line.topic);
-  service.File(line.topic, HandleOf(line.connection), *filters);
+  service.File(line.topic, IdOf(line.connection), *filters);
 }
 
 void ReplayHost::Do(const recording::Unsubscribe& line) {
-  SubscriptionService::Instance().Unsubscribe(line.topic, HandleOf(line.connection), line.sid);
+  SubscriptionService::Instance().Unsubscribe(line.topic, IdOf(line.connection), line.sid);
 }
 
 void ReplayHost::Do(const recording::Disconnect& line) {
-  SubscriptionService::Instance().Disconnect(HandleOf(line.connection));
+  SubscriptionService::Instance().Disconnect(IdOf(line.connection));
 }
 
 void ReplayHost::Do(const recording::SetSender& line) {
@@ -168,13 +167,10 @@ void ReplayHost::Do(const recording::Stop& /*line*/) {
   StopEngine();
 }
 
-lws* ReplayHost::HandleOf(const std::string& connection) {
-  const auto known = handles_.find(connection);
-  if (known != handles_.end()) return known->second;
-  const std::uintptr_t number = handles_.size() + 1;
-  auto* handle = reinterpret_cast<lws*>(number);  // NOLINT(performance-no-int-to-ptr): an opaque handle
-  connections_[handle] = connection;
-  return handles_[connection] = handle;
+ConnectionId ReplayHost::IdOf(const std::string& connection) {
+  const auto [known, is_new] = ids_.try_emplace(connection, ConnectionId{ids_.size() + 1});
+  if (is_new) connection_names_[known->second] = connection;
+  return known->second;
 }
 
 }  // namespace probe

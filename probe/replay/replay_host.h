@@ -6,8 +6,8 @@
 #include <optional>
 #include <string>
 
-#include "platform/subscriptions.h"
 #include "probe/clock/virtual_clock.h"
+#include "probe/host/connection_id.h"
 #include "probe/plugin/loaded_plugin.h"
 #include "probe/recording/recording_line.h"
 #include "probe/replay/pass_meter.h"
@@ -60,16 +60,16 @@ class ReplayHost {
   void StopEngine();
   time_t now() { return clock_.Now().tv_sec; }
 
-  /// The handle of a connection; one that is named later has a greater one.
-  lws* HandleOf(const std::string& connection);
+  /// The id of a connection by its name in the recording; one that is named later has a greater id.
+  ConnectionId IdOf(const std::string& connection);
 
   ReplayOutput& output_;
   VirtualClock clock_;
   PassMeter meter_;
   ClockInstallation installation_;
   std::map<std::string, nlohmann::ordered_json> states_;  // device MAC -> recorded state
-  std::map<std::string, lws*> handles_;                   // connection name -> handle
-  std::map<lws*, std::string> connections_;               // and back; read by the engine while the driver waits for it
+  std::map<std::string, ConnectionId> ids_;               // by the connection's name
+  std::map<ConnectionId, std::string> connection_names_;  // and back; read by the engine while the driver waits for it
   LoadedPlugin plugin_;
   bool is_stopped_ = false;
 };

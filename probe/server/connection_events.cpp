@@ -29,7 +29,7 @@ bool IsForPrograms(const std::string& path) {
 }
 
 unsigned long long NumberOf(const Connection& connection) {
-  return static_cast<unsigned long long>(PostOffice::NumberOf(connection.handle));
+  return static_cast<unsigned long long>(connection.id);
 }
 
 }  // namespace
@@ -141,18 +141,18 @@ ServerLoop::Fate ServerLoop::OnAnswerWritable(lws* socket) {
 // --- while it is open -----------------------------------------------------------------------------------------------
 
 void ServerLoop::OnOpen(lws* socket) {
-  lws* const handle = PostOffice::NewHandle();
-  auto connection = std::make_unique<Connection>(handle, socket, AddressOf(socket), limits_, Clock::now());
-  Connection& opened = *connections_.emplace(handle, std::move(connection)).first->second;
+  const ConnectionId id = PostOffice::NewConnectionId();
+  auto connection = std::make_unique<Connection>(id, socket, AddressOf(socket), limits_, Clock::now());
+  Connection& opened = *connections_.emplace(id, std::move(connection)).first->second;
   lws_set_opaque_user_data(socket, &opened);
-  office_->Open(handle, opened.outbox, opened.peer);
+  office_->Open(id, opened.outbox, opened.peer);
   if (is_stopping_) SayFarewell(opened, LWS_CLOSE_STATUS_GOINGAWAY);
 }
 
 void ServerLoop::OnClosed(Connection& connection) {
   lws_set_opaque_user_data(connection.socket, nullptr);
   Forget(connection);
-  connections_.erase(connection.handle);
+  connections_.erase(connection.id);
 }
 
 void ServerLoop::OnReceive(Connection& connection, std::string_view piece, bool is_binary, bool is_last) {
@@ -176,7 +176,7 @@ void ServerLoop::HandleMessage(Connection& connection, IncomingMessage::State st
     return Answer(connection,
                   {error_code::kTooLarge,
                    "The message is larger than " + LimitText("message_bytes", limits_.message_bytes) + " allows."});
-  desk_.Handle(connection.handle, text, [&](std::string reply) { Queue(connection, std::move(reply)); });
+  desk_.Handle(connection.id, text, [&](std::string reply) { Queue(connection, std::move(reply)); });
 }
 
 void ServerLoop::Answer(Connection& connection, const ProtocolError& error) {
@@ -185,7 +185,7 @@ void ServerLoop::Answer(Connection& connection, const ProtocolError& error) {
 
 void ServerLoop::Queue(Connection& connection, std::string text) {
   if (connection.outbox->Put(std::move(text), OutgoingMessage::Kind::kReply))
-    PostOffice::LogFirstDrop(connection.handle, connection.peer);
+    PostOffice::LogFirstDrop(connection.id, connection.peer);
   Watch(connection, Clock::now());
   lws_callback_on_writable(connection.socket);
 }
@@ -193,8 +193,8 @@ void ServerLoop::Queue(Connection& connection, std::string text) {
 void ServerLoop::OnMail() {
   http_.OnDone();
   const auto now = Clock::now();
-  for (lws* const handle : office_->TakeAwaited()) {
-    const auto found = connections_.find(handle);
+  for (const ConnectionId id : office_->TakeAwaited()) {
+    const auto found = connections_.find(id);
     if (found == connections_.end()) continue;
     Watch(*found->second, now);
     lws_callback_on_writable(found->second->socket);
@@ -251,7 +251,7 @@ void ServerLoop::Watch(Connection& connection, Clock::time_point now) {
 
 bool ServerLoop::WatchProgress(Clock::time_point now) {
   bool is_anybody_watched = false;
-  for (auto& [handle, connection] : connections_) {
+  for (auto& [id, connection] : connections_) {
     if (!connection->is_watched || connection->farewell_code) continue;
     connection->is_watched = HasUnsent(*connection);
     is_anybody_watched = is_anybody_watched || connection->is_watched;
@@ -272,8 +272,8 @@ bool ServerLoop::WatchProgress(Clock::time_point now) {
 void ServerLoop::Forget(Connection& connection) {
   if (connection.farewell_code) return;  // forgotten when it was said
   connection.outbox->Close();
-  office_->Close(connection.handle);
-  desk_.Forget(connection.handle);
+  office_->Close(connection.id);
+  desk_.Forget(connection.id);
 }
 
 void ServerLoop::SayFarewell(Connection& connection, int code) {
@@ -289,7 +289,7 @@ void ServerLoop::SayFarewell(Connection& connection, int code) {
 
 void ServerLoop::BeginStop() {
   is_stopping_ = true;
-  for (auto& [handle, connection] : connections_) SayFarewell(*connection, LWS_CLOSE_STATUS_GOINGAWAY);
+  for (auto& [id, connection] : connections_) SayFarewell(*connection, LWS_CLOSE_STATUS_GOINGAWAY);
 }
 
 }  // namespace probe

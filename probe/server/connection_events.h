@@ -95,9 +95,9 @@ class ServerLoop {
   RefusalLog refusals_;
   std::vector<unsigned char> frame_;  // room for a fragment and the head of its frame
   bool is_stopping_ = false;
-  std::optional<Visitor> arriving_;                          // accepted, and without a record of the library's yet
-  std::map<lws*, Visitor> visitors_;                         // socket -> who
-  std::map<lws*, std::unique_ptr<Connection>> connections_;  // handle -> open websocket connection
+  std::optional<Visitor> arriving_;   // accepted, and without a record of the library's yet
+  std::map<lws*, Visitor> visitors_;  // socket -> who
+  std::map<ConnectionId, std::unique_ptr<Connection>> connections_;  // the open websocket connections
 };
 
 }  // namespace probe

@@ -54,10 +54,10 @@ ServerRun::~ServerRun() {
   thread_.join();
 }
 
-lws* ServerRun::OpenWithin(std::function<void(const std::string& text)> receiver) {
-  lws* const handle = PostOffice::NewHandle();
-  office_->OpenWithin(handle, std::move(receiver));
-  return handle;
+ConnectionId ServerRun::OpenWithin(std::function<void(const std::string& text)> receiver) {
+  const ConnectionId connection = PostOffice::NewConnectionId();
+  office_->OpenWithin(connection, std::move(receiver));
+  return connection;
 }
 
 void ServerRun::Run() {

@@ -11,6 +11,7 @@
 #include <thread>
 #include <vector>
 
+#include "probe/host/connection_id.h"
 #include "probe/host/subscription_service.h"
 #include "probe/server/connection_events.h"
 #include "probe/server/http/http_message.h"
@@ -36,7 +37,7 @@ class ServerRun {
   ServerRun& operator=(const ServerRun&) = delete;
 
   /// As those of `WebServer`.
-  lws* OpenWithin(std::function<void(const std::string& text)> receiver);
+  ConnectionId OpenWithin(std::function<void(const std::string& text)> receiver);
   std::uint16_t port() const { return port_; }
   const std::vector<std::string>& addresses() const { return addresses_; }
 

@@ -25,8 +25,8 @@ void WebServer::Stop() {
   running_.reset();
 }
 
-lws* WebServer::OpenWithin(std::function<void(const std::string& text)> receiver) {
-  return running_ == nullptr ? nullptr : running_->OpenWithin(std::move(receiver));
+ConnectionId WebServer::OpenWithin(std::function<void(const std::string& text)> receiver) {
+  return running_ == nullptr ? kNoConnection : running_->OpenWithin(std::move(receiver));
 }
 
 std::uint16_t WebServer::port() const {

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "probe/host/connection_id.h"
 #include "probe/host/subscription_service.h"
 #include "probe/server/http/http_message.h"
 #include "probe/server/net/server_settings.h"
@@ -47,8 +48,8 @@ class WebServer {
   /// A connection with no client behind it, for the host's own subscriptions: what is sent to it goes to `receiver`, on
   /// the thread that sends, until the server stops.
   ///
-  /// Fails: null before `Start`.
-  lws* OpenWithin(std::function<void(const std::string& text)> receiver);
+  /// Fails: `kNoConnection` before `Start`.
+  ConnectionId OpenWithin(std::function<void(const std::string& text)> receiver);
 
   /// The port that it listens on, on every address; 0 before `Start`.
   std::uint16_t port() const;

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "monitor/engine/json_tree.h"
+#include "probe/host/connection_id.h"
 #include "probe/host/sending.h"
 
 namespace test {
@@ -38,7 +39,7 @@ std::vector<Sample> SamplesOf(json_object* interface) {
 }  // namespace
 
 lws* Connection(std::uintptr_t number) {
-  return reinterpret_cast<lws*>(number);  // NOLINT(performance-no-int-to-ptr): an opaque handle
+  return probe::ToHandle(probe::ConnectionId{number});
 }
 
 std::shared_ptr<Filter> FilterOf(const std::string& interval, const std::string& mac) {

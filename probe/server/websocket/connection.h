@@ -7,7 +7,7 @@
 #include <optional>
 #include <string>
 
-#include "platform/subscriptions.h"
+#include "probe/host/connection_id.h"
 #include "probe/server/net/connection_limiter.h"
 #include "probe/server/net/rate_limiter.h"
 #include "probe/server/websocket/message_assembler.h"
@@ -19,8 +19,9 @@ namespace probe {
 struct Connection {
   using Clock = std::chrono::steady_clock;
 
-  Connection(lws* own_handle, lws* own_socket, std::string its_peer, const ServerLimits& limits, Clock::time_point now)
-      : handle(own_handle),
+  Connection(ConnectionId own_id, lws* own_socket, std::string its_peer, const ServerLimits& limits,
+             Clock::time_point now)
+      : id(own_id),
         socket(own_socket),
         peer(std::move(its_peer)),
         outbox(std::make_shared<Outbox>(limits.queue_messages, limits.queue_bytes)),
@@ -28,7 +29,7 @@ struct Connection {
         rate(limits.messages_per_second, now),
         moved_at(now) {}
 
-  lws* const handle;       ///< What the plug-in knows it by: a number.
+  const ConnectionId id;   ///< What the host and, as a handle, the plug-in know it by.
   lws* const socket;       ///< What the library knows it by: a pointer, which may be used again for another.
   const std::string peer;  ///< Address of the client.
   const std::shared_ptr<Outbox> outbox;

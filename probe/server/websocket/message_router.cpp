@@ -1,6 +1,7 @@
 #include "probe/server/websocket/message_router.h"
 
 #include <atomic>
+#include <cstdint>
 #include <utility>
 
 #include "probe/host/log.h"
@@ -29,8 +30,8 @@ std::shared_ptr<PostOffice> InstalledOffice() {
 }
 
 /// The send function of the contract. It takes the text over and returns; nothing is thrown across the boundary.
-void SendThroughOffice(lws* connection, const std::string& text) try {
-  if (const auto office = InstalledOffice()) office->Send(connection, text);
+void SendThroughOffice(lws* handle, const std::string& text) try {
+  if (const auto office = InstalledOffice()) office->Send(FromHandle(handle), text);
 } catch (const std::exception& failure) {
   log::Error("[WebServer] a message is lost: %s", failure.what());
 }
@@ -39,26 +40,22 @@ void SendThroughOffice(lws* connection, const std::string& text) try {
 
 PostOffice::PostOffice(Wake wake) : wake_(std::move(wake)) {}
 
-lws* PostOffice::NewHandle() {
+ConnectionId PostOffice::NewConnectionId() {
   static std::atomic<std::uintptr_t> last{0};
-  return reinterpret_cast<lws*>(++last);  // NOLINT(performance-no-int-to-ptr): an opaque handle
+  return ConnectionId{++last};
 }
 
-std::uint64_t PostOffice::NumberOf(lws* connection) {
-  return reinterpret_cast<std::uintptr_t>(connection);
-}
-
-void PostOffice::Open(lws* connection, std::shared_ptr<Outbox> outbox, std::string peer) {
+void PostOffice::Open(ConnectionId connection, std::shared_ptr<Outbox> outbox, std::string peer) {
   const lock_guard held(lock_);
   boxes_[connection] = Box{std::move(outbox), std::move(peer), {}};
 }
 
-void PostOffice::OpenWithin(lws* connection, std::function<void(const std::string& text)> receiver) {
+void PostOffice::OpenWithin(ConnectionId connection, std::function<void(const std::string& text)> receiver) {
   const lock_guard held(lock_);
   boxes_[connection] = Box{nullptr, {}, std::move(receiver)};
 }
 
-void PostOffice::Close(lws* connection) {
+void PostOffice::Close(ConnectionId connection) {
   const lock_guard held(lock_);
   boxes_.erase(connection);
   awaited_.erase(connection);
@@ -71,13 +68,13 @@ void PostOffice::CloseAll() {
   wake_ = nullptr;
 }
 
-PostOffice::Box PostOffice::Find(lws* connection) const {
+PostOffice::Box PostOffice::Find(ConnectionId connection) const {
   const lock_guard held(lock_);
   const auto found = boxes_.find(connection);
   return found == boxes_.end() ? Box{} : found->second;
 }
 
-void PostOffice::Send(lws* connection, const std::string& text) {
+void PostOffice::Send(ConnectionId connection, const std::string& text) {
   if (text.empty()) return;  // what `compose_communication_struct` gives when the heap is exhausted
   const Box box = Find(connection);
   if (box.receiver) return box.receiver(text);
@@ -86,12 +83,12 @@ void PostOffice::Send(lws* connection, const std::string& text) {
   WakeFor(connection);
 }
 
-void PostOffice::LogFirstDrop(lws* connection, const std::string& peer) {
+void PostOffice::LogFirstDrop(ConnectionId connection, const std::string& peer) {
   log::Info("[WebServer] connection %llu of %s is slow: its unsent messages are dropped for newer ones",
-            static_cast<unsigned long long>(NumberOf(connection)), peer.c_str());
+            static_cast<unsigned long long>(connection), peer.c_str());
 }
 
-void PostOffice::WakeFor(lws* connection) {
+void PostOffice::WakeFor(ConnectionId connection) {
   const lock_guard held(lock_);
   if (!wake_) return;
   const bool is_awake = !awaited_.empty();  // woken already, and not yet here
@@ -104,7 +101,7 @@ void PostOffice::WakeServer() {
   if (wake_) wake_();
 }
 
-std::set<lws*> PostOffice::TakeAwaited() {
+std::set<ConnectionId> PostOffice::TakeAwaited() {
   const lock_guard held(lock_);
   return std::exchange(awaited_, {});
 }

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
@@ -9,6 +8,7 @@
 
 #include "platform/sending.h"
 #include "platform/utilities/locks.h"
+#include "probe/host/connection_id.h"
 #include "probe/server/websocket/outbox.h"
 
 namespace probe {
@@ -16,9 +16,8 @@ namespace probe {
 /// Takes messages from any thread and keeps them until the server thread writes them.
 ///
 /// It is what stands between the engine and the sockets: the engine finds a connection's outbox here, puts its message
-/// in and goes on. A connection is known by a handle that is a number and no pointer, and that is never given twice in
-/// the life of the process: a message for a connection that is gone can reach no other.
-/// Threads: any.
+/// in and goes on. No id is given twice in the life of the process: a message for a connection that is gone can reach
+/// no other. Threads: any.
 class PostOffice {
  public:
   /// Wakes the server thread, which then calls `TakeAwaited`. Called with a lock held: it must only wake.
@@ -26,37 +25,35 @@ class PostOffice {
 
   explicit PostOffice(Wake wake);
 
-  /// A handle that no connection ever had.
-  static lws* NewHandle();
-
-  /// The number behind a handle, for people.
-  static std::uint64_t NumberOf(lws* connection);
+  /// An id that no connection ever had.
+  static ConnectionId NewConnectionId();
 
   /// Opens the outbox of a connection. `peer`: how the log calls the client.
-  void Open(lws* connection, std::shared_ptr<Outbox> outbox, std::string peer) VEXORA_EXCLUDES(lock_);
+  void Open(ConnectionId connection, std::shared_ptr<Outbox> outbox, std::string peer) VEXORA_EXCLUDES(lock_);
 
   /// Hands what is sent to this connection, which has no client behind it, to `receiver` instead.
   ///
   /// `receiver` is called on the thread that sends, and must be quick.
-  void OpenWithin(lws* connection, std::function<void(const std::string& text)> receiver) VEXORA_EXCLUDES(lock_);
+  void OpenWithin(ConnectionId connection, std::function<void(const std::string& text)> receiver)
+      VEXORA_EXCLUDES(lock_);
 
   /// Messages for this connection are dropped from now on.
-  void Close(lws* connection) VEXORA_EXCLUDES(lock_);
+  void Close(ConnectionId connection) VEXORA_EXCLUDES(lock_);
 
   /// Messages for any connection are dropped, and nobody is woken any more once this has returned.
   void CloseAll() VEXORA_EXCLUDES(lock_);
 
   /// Puts a message into a connection's outbox and wakes the server thread. Dropped for an unknown connection.
-  void Send(lws* connection, const std::string& text) VEXORA_EXCLUDES(lock_);
+  void Send(ConnectionId connection, const std::string& text) VEXORA_EXCLUDES(lock_);
 
   /// Logs that a connection has lost a message for the first time.
-  static void LogFirstDrop(lws* connection, const std::string& peer);
+  static void LogFirstDrop(ConnectionId connection, const std::string& peer);
 
   /// Wakes the server thread for another reason than mail. Nobody is woken after `CloseAll`.
   void WakeServer() VEXORA_EXCLUDES(lock_);
 
   /// The connections that have got something to send since the last call. Threads: the server thread only.
-  std::set<lws*> TakeAwaited() VEXORA_EXCLUDES(lock_);
+  std::set<ConnectionId> TakeAwaited() VEXORA_EXCLUDES(lock_);
 
   /// Makes this the post office of `GetSalSendByCon`, until `Withdraw`.
   ///
@@ -74,13 +71,13 @@ class PostOffice {
     std::function<void(const std::string& text)> receiver;
   };
 
-  Box Find(lws* connection) const VEXORA_EXCLUDES(lock_);
-  void WakeFor(lws* connection) VEXORA_EXCLUDES(lock_);
+  Box Find(ConnectionId connection) const VEXORA_EXCLUDES(lock_);
+  void WakeFor(ConnectionId connection) VEXORA_EXCLUDES(lock_);
 
   mutable utilities::lock::Mutex lock_;
   Wake wake_ VEXORA_GUARDED_BY(lock_);
-  std::map<lws*, Box> boxes_ VEXORA_GUARDED_BY(lock_);
-  std::set<lws*> awaited_ VEXORA_GUARDED_BY(lock_);
+  std::map<ConnectionId, Box> boxes_ VEXORA_GUARDED_BY(lock_);
+  std::set<ConnectionId> awaited_ VEXORA_GUARDED_BY(lock_);
 };
 
 }  // namespace probe

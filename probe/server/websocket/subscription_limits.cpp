@@ -8,7 +8,7 @@ SubscriptionLedger::SubscriptionLedger(const ServerLimits& limits)
       max_sid_bytes_(limits.sid_bytes),
       max_filter_bytes_(limits.filter_bytes) {}
 
-std::optional<ProtocolError> SubscriptionLedger::Enter(lws* connection, const std::string& topic,
+std::optional<ProtocolError> SubscriptionLedger::Enter(ConnectionId connection, const std::string& topic,
                                                        const std::map<std::string, std::string>& filters) {
   if (auto refused = CheckSizes(filters)) return refused;
   std::map<Subscription, std::string> after;
@@ -63,7 +63,7 @@ void SubscriptionLedger::Apply(const std::map<TopicAndFilter, long>& changes) {
   }
 }
 
-bool SubscriptionLedger::Remove(lws* connection, const std::string& topic, const std::string& sid) {
+bool SubscriptionLedger::Remove(ConnectionId connection, const std::string& topic, const std::string& sid) {
   const auto found = filters_.find(connection);
   if (found == filters_.end()) return false;
   const auto subscription = found->second.find({topic, sid});
@@ -74,7 +74,7 @@ bool SubscriptionLedger::Remove(lws* connection, const std::string& topic, const
   return true;
 }
 
-void SubscriptionLedger::RemoveAll(lws* connection) {
+void SubscriptionLedger::RemoveAll(ConnectionId connection) {
   const auto found = filters_.find(connection);
   if (found == filters_.end()) return;
   std::map<TopicAndFilter, long> changes;

@@ -6,7 +6,7 @@
 #include <string>
 #include <utility>
 
-#include "platform/subscriptions.h"
+#include "probe/host/connection_id.h"
 #include "probe/server/net/server_settings.h"
 #include "probe/server/websocket/protocol.h"
 
@@ -25,14 +25,14 @@ class SubscriptionLedger {
   /// replaced and does not count twice.
   ///
   /// Fails: the limit that is in the way; nothing is entered then.
-  std::optional<ProtocolError> Enter(lws* connection, const std::string& topic,
+  std::optional<ProtocolError> Enter(ConnectionId connection, const std::string& topic,
                                      const std::map<std::string, std::string>& filters);
 
   /// Takes one subscription out. False when there was none.
-  bool Remove(lws* connection, const std::string& topic, const std::string& sid);
+  bool Remove(ConnectionId connection, const std::string& topic, const std::string& sid);
 
   /// Takes all subscriptions of a connection out.
-  void RemoveAll(lws* connection);
+  void RemoveAll(ConnectionId connection);
 
   /// Different (topic, filter) pairs in the ledger.
   std::size_t distinct_filters() const { return uses_.size(); }
@@ -49,8 +49,8 @@ class SubscriptionLedger {
   std::size_t max_filters_;
   std::size_t max_sid_bytes_;
   std::size_t max_filter_bytes_;
-  std::map<lws*, std::map<Subscription, std::string>> filters_;  // connection -> subscription -> filter
-  std::map<TopicAndFilter, long> uses_;                          // how many subscriptions share it; never 0
+  std::map<ConnectionId, std::map<Subscription, std::string>> filters_;  // connection -> subscription -> filter
+  std::map<TopicAndFilter, long> uses_;                                  // how many subscriptions share it; never 0
 };
 
 }  // namespace probe

@@ -40,7 +40,7 @@ std::map<std::string, std::string> FiltersOf(const subscribes::ParsedRequest& pa
 RequestDesk::RequestDesk(const ServerLimits& limits, SubscriptionService& service)
     : max_depth_(limits.message_depth), service_(service), ledger_(limits) {}
 
-void RequestDesk::Handle(lws* connection, std::string_view text, const Reply& reply) {
+void RequestDesk::Handle(ConnectionId connection, std::string_view text, const Reply& reply) {
   const ClientMessage message = ReadClientMessage(text, max_depth_);
   if (const auto* subscribe = std::get_if<SubscribeRequest>(&message)) return Subscribe(connection, *subscribe, reply);
   if (const auto* unsubscribe = std::get_if<UnsubscribeRequest>(&message))
@@ -48,7 +48,7 @@ void RequestDesk::Handle(lws* connection, std::string_view text, const Reply& re
   reply(ErrorText(std::get<ProtocolError>(message)));
 }
 
-void RequestDesk::Subscribe(lws* connection, const SubscribeRequest& request, const Reply& reply) {
+void RequestDesk::Subscribe(ConnectionId connection, const SubscribeRequest& request, const Reply& reply) {
   const JsonTree tree = TreeOf(request.request, max_depth_);
   const auto parsed = service_.Parse(request.topic, tree.get());
   if (!parsed) return reply(ErrorText({error_code::kUnknownTopic, "Nobody feeds this topic."}));
@@ -62,7 +62,7 @@ void RequestDesk::Subscribe(lws* connection, const SubscribeRequest& request, co
   service_.File(request.topic, connection, *parsed, request.request);
 }
 
-void RequestDesk::Unsubscribe(lws* connection, const UnsubscribeRequest& request, const Reply& reply) {
+void RequestDesk::Unsubscribe(ConnectionId connection, const UnsubscribeRequest& request, const Reply& reply) {
   const bool was_filed = service_.Unsubscribe(request.topic, connection, request.sid);
   ledger_.Remove(connection, request.topic, request.sid);
   if (!was_filed)
@@ -70,7 +70,7 @@ void RequestDesk::Unsubscribe(lws* connection, const UnsubscribeRequest& request
   reply(UnsubscribedText(request.topic, request.sid));
 }
 
-void RequestDesk::Forget(lws* connection) {
+void RequestDesk::Forget(ConnectionId connection) {
   ledger_.RemoveAll(connection);
   service_.Disconnect(connection);
 }

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/subscriptions.h"
+#include "probe/host/connection_id.h"
 #include "probe/host/subscription_service.h"
 #include "probe/server/net/server_settings.h"
 #include "probe/server/websocket/protocol.h"
@@ -24,14 +24,14 @@ class RequestDesk {
 
   /// Carries out one message of a connection, and answers it exactly once. The answer to a subscription goes out
   /// before the subscription is filed, so that no message of the topic can be ahead of it.
-  void Handle(lws* connection, std::string_view text, const Reply& reply);
+  void Handle(ConnectionId connection, std::string_view text, const Reply& reply);
 
   /// Forgets a connection and all its subscriptions.
-  void Forget(lws* connection);
+  void Forget(ConnectionId connection);
 
  private:
-  void Subscribe(lws* connection, const SubscribeRequest& request, const Reply& reply);
-  void Unsubscribe(lws* connection, const UnsubscribeRequest& request, const Reply& reply);
+  void Subscribe(ConnectionId connection, const SubscribeRequest& request, const Reply& reply);
+  void Unsubscribe(ConnectionId connection, const UnsubscribeRequest& request, const Reply& reply);
 
   std::size_t max_depth_;
   SubscriptionService& service_;

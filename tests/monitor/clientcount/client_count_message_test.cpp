@@ -2,6 +2,7 @@
 
 #include <stdexcept>
 
+#include "probe/host/connection_id.h"
 #include "probe/host/sending.h"
 #include "tests/monitor/clientcount/client_count_fixture.h"
 
@@ -158,9 +159,9 @@ TEST_F(ClientCountMessage, AddsNoCredentialStateWithoutAFilterForADeviceOrWithSe
 TEST_F(ClientCountMessage, GoesToTheSubscribersOfBothTopicsByFilterWhateverTheListSays) {
   Office(kLobby, 1);
   auto& subscriptions = probe::SubscriptionService::Instance();
-  subscriptions.File(kSsids, Connection(1), {{"a", FilterOf("1m")}, {"b", FilterOf("1m")}});
-  subscriptions.File(kDevices, Connection(2), {{"c", FilterOf("5m", kLobby)}});
-  subscriptions.File(kDevices, Connection(3), {{"c", FilterOf("5m", kLobby)}});
+  subscriptions.File(kSsids, probe::ConnectionId{1}, {{"a", FilterOf("1m")}, {"b", FilterOf("1m")}});
+  subscriptions.File(kDevices, probe::ConnectionId{2}, {{"c", FilterOf("5m", kLobby)}});
+  subscriptions.File(kDevices, probe::ConnectionId{3}, {{"c", FilterOf("5m", kLobby)}});
   MessageCapture messages;
   Pass();
   const auto by_device = monitor.GenerateJsonMsg(kDevices, *FilterOf("5m", kLobby), {"c"});
@@ -181,7 +182,7 @@ TEST_F(ClientCountMessage, IsNotSentWithoutASubscriber) {
 }
 
 TEST_F(ClientCountMessage, IsDroppedWithoutASendFunction) {
-  probe::SubscriptionService::Instance().File(kSsids, Connection(1), {{"a", FilterOf("1m")}});
+  probe::SubscriptionService::Instance().File(kSsids, probe::ConnectionId{1}, {{"a", FilterOf("1m")}});
   const LogCapture log;
   Pass();
   EXPECT_THAT(log.Texts(Level::kError), IsEmpty());
@@ -189,7 +190,7 @@ TEST_F(ClientCountMessage, IsDroppedWithoutASendFunction) {
 }
 
 TEST_F(ClientCountMessage, LetsNothingThatASenderThrowsOut) {
-  probe::SubscriptionService::Instance().File(kSsids, Connection(1), {{"a", FilterOf("1m")}});
+  probe::SubscriptionService::Instance().File(kSsids, probe::ConnectionId{1}, {{"a", FilterOf("1m")}});
   probe::InstallSendFunction([](lws*, const std::string&) { throw std::runtime_error("no more"); });
   EXPECT_NO_THROW(monitor.PushDataBySID({}));
   probe::InstallSendFunction(nullptr);

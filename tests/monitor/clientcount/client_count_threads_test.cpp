@@ -3,6 +3,7 @@
 #include <atomic>
 
 #include "monitor/engine/monitoring_manager.h"
+#include "probe/host/connection_id.h"
 #include "probe/host/memory_cleanup.h"
 #include "probe/host/subscription_service.h"
 #include "tests/support/message_capture.h"
@@ -28,8 +29,9 @@ class ClientCountThreads : public ::testing::Test {
  protected:
   ClientCountThreads() {
     auto& subscriptions = probe::SubscriptionService::Instance();
-    subscriptions.File("SSIDClientCountMonitor", test::Connection(1), {{"a", test::FilterOf("1m")}});
-    subscriptions.File("DevicesClientCountMonitor", test::Connection(2), {{"a", test::FilterOf("5m", DeviceMac(0))}});
+    subscriptions.File("SSIDClientCountMonitor", probe::ConnectionId{1}, {{"a", test::FilterOf("1m")}});
+    subscriptions.File("DevicesClientCountMonitor", probe::ConnectionId{2},
+                       {{"a", test::FilterOf("5m", DeviceMac(0))}});
   }
 
   RunningEngine engine{&Refresh};

@@ -1,6 +1,7 @@
 // Every monitor, with the heap exhausted for a moment at one of the allocations of a call, one after the other.
 
 #include "tests/support/heap_shortage.h"
+#include "probe/host/connection_id.h"
 
 #include <gmock/gmock.h>
 
@@ -88,7 +89,7 @@ class HeapShortageTest : public ::testing::TestWithParam<Candidate> {
     Describe(kLobby, "CC:CC:CC:CC:CC:01");
     Describe(kYard, "CC:CC:CC:CC:CC:02");
     if (GetParam().topic != nullptr)
-      probe::SubscriptionService::Instance().File(GetParam().topic, test::Connection(1),
+      probe::SubscriptionService::Instance().File(GetParam().topic, probe::ConnectionId{1},
                                                   monitor->FilterParser(request.get()));
     Pass();
     Pass();

@@ -9,6 +9,7 @@
 #include "monitor/engine/json_tree.h"
 #include "platform/logging.h"
 #include "probe/clock/virtual_clock.h"
+#include "probe/host/connection_id.h"
 #include "probe/host/subscription_service.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/message_capture.h"
@@ -94,8 +95,8 @@ TEST(Monitor, PushesToTheSubscribersOfItsName) {
   auto& service = probe::SubscriptionService::Instance();
   RecordingMonitor monitor;
   const subscribes::ParsedRequest filters{{"a", test::FilterOf("1m")}};
-  service.File("BareMonitor", test::Connection(1), filters);
-  service.File("SomebodyElse", test::Connection(2), filters);
+  service.File("BareMonitor", probe::ConnectionId{1}, filters);
+  service.File("SomebodyElse", probe::ConnectionId{2}, filters);
   monitor.PushData();
   service.Clear();
   const subscribes::SubscriptionList expected{{"a", {{test::Connection(1), filters.at("a")}}}};

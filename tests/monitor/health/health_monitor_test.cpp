@@ -2,6 +2,7 @@
 
 #include <stdexcept>
 
+#include "probe/host/connection_id.h"
 #include "probe/host/sending.h"
 #include "probe/host/subscription_service.h"
 #include "tests/monitor/health/health_fixture.h"
@@ -311,7 +312,7 @@ TEST_F(HealthMonitorTest, SendsNothingWithoutASendFunction) {
 
 TEST_F(HealthMonitorTest, PushesToItsSubscribersInEveryPass) {
   network.Switch(kSwitch).Cpu(5);
-  probe::SubscriptionService::Instance().File("HealthMonitor", Connection(1), {{"a", FilterOf("")}});
+  probe::SubscriptionService::Instance().File("HealthMonitor", probe::ConnectionId{1}, {{"a", FilterOf("")}});
   MessageCapture messages;
   Pass();
   EXPECT_THAT(messages.Take(), ElementsAre(SentMessage{Connection(1), Message()}));

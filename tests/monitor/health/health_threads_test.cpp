@@ -3,6 +3,7 @@
 #include <atomic>
 
 #include "monitor/engine/monitoring_manager.h"
+#include "probe/host/connection_id.h"
 #include "probe/host/device_centre.h"
 #include "probe/host/memory_cleanup.h"
 #include "probe/host/subscription_service.h"
@@ -33,8 +34,8 @@ class HealthThreads : public ::testing::Test {
  protected:
   HealthThreads() {
     auto& subscriptions = probe::SubscriptionService::Instance();
-    subscriptions.File("HealthMonitor", test::Connection(1), {{"a", test::FilterOf("")}});
-    subscriptions.File("HealthMonitor", test::Connection(2), {{"a", test::FilterOf("", DeviceMac(0))}});
+    subscriptions.File("HealthMonitor", probe::ConnectionId{1}, {{"a", test::FilterOf("")}});
+    subscriptions.File("HealthMonitor", probe::ConnectionId{2}, {{"a", test::FilterOf("", DeviceMac(0))}});
   }
 
   RunningEngine engine{&Refresh};

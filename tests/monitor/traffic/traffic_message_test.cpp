@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include "probe/host/connection_id.h"
 #include "probe/host/subscription_service.h"
 #include "tests/monitor/traffic/traffic_fixture.h"
 
@@ -163,7 +164,7 @@ TEST_F(TrafficMessage, GoesOnceToEachConnectionAndDistinctFilter) {
 
 TEST_F(TrafficMessage, GoesToTheSubscribersAtTheEndOfEachPass) {
   auto& service = probe::SubscriptionService::Instance();
-  service.File("TrafficMonitor", Connection(1), {{"a", FilterOf("1m")}});
+  service.File("TrafficMonitor", probe::ConnectionId{1}, {{"a", FilterOf("1m")}});
   test::MessageCapture messages;
   TwoPasses();
   const auto sent = messages.Take();

@@ -5,6 +5,7 @@
 
 #include "monitor/engine/entry_points.h"
 #include "monitor/engine/monitoring_manager.h"
+#include "probe/host/connection_id.h"
 #include "probe/host/memory_cleanup.h"
 #include "probe/host/subscription_service.h"
 #include "tests/support/message_capture.h"
@@ -30,7 +31,7 @@ void Refresh(test::Network& network, int pass) {
 class TrafficThreads : public ::testing::Test {
  protected:
   TrafficThreads() {
-    probe::SubscriptionService::Instance().File("TrafficMonitor", test::Connection(1),
+    probe::SubscriptionService::Instance().File("TrafficMonitor", probe::ConnectionId{1},
                                                 {{"a", test::FilterOf("1m")},
                                                  {"b", test::FilterOf("5m", DeviceMac(0))},
                                                  {"c", test::FilterOf("1m", DeviceMac(1))}});

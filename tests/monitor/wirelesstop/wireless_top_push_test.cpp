@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include "probe/host/connection_id.h"
 #include "probe/host/subscription_service.h"
 #include "tests/monitor/wirelesstop/wireless_top_fixture.h"
 #include "tests/support/log_capture.h"
@@ -74,7 +75,7 @@ TEST_F(WirelessTopPush, PassesOverASubscriptionWithoutAFilterOrWithOneOfAnotherM
 
 TEST_F(WirelessTopPush, SendsToTheSubscribersAfterEachRebuild) {
   auto& service = probe::SubscriptionService::Instance();
-  service.File("wireless_top_monitor", Connection(1), {{"a", Parsed(Everything())}});
+  service.File("wireless_top_monitor", probe::ConnectionId{1}, {{"a", Parsed(Everything())}});
   network.AccessPoint(kLobby).Wifi("wlan0", "Guest", "r2", {Kib(7), Kib(8)});
   Pass();
   service.Clear();

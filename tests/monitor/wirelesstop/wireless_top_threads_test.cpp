@@ -6,6 +6,7 @@
 
 #include "monitor/engine/json_tree.h"
 #include "monitor/engine/monitoring_manager.h"
+#include "probe/host/connection_id.h"
 #include "probe/host/memory_cleanup.h"
 #include "probe/host/subscription_service.h"
 #include "tests/monitor/wirelesstop/wireless_top_fixture.h"
@@ -42,7 +43,7 @@ class WirelessTopThreads : public ::testing::Test {
  protected:
   WirelessTopThreads() {
     auto filters = Parsed(TopClients(3));
-    probe::SubscriptionService::Instance().File("wireless_top_monitor", test::Connection(1), filters);
+    probe::SubscriptionService::Instance().File("wireless_top_monitor", probe::ConnectionId{1}, filters);
   }
 
   subscribes::ParsedRequest Parsed(const std::string& filter) {

@@ -7,10 +7,12 @@
 #include <functional>
 #include <memory>
 
+#include "probe/host/connection_id.h"
 #include "tests/support/message_capture.h"
 
 namespace {
 
+using probe::ConnectionId;
 using probe::SubscriptionService;
 using subscribes::SubscriptionList;
 using test::Connection;
@@ -46,9 +48,9 @@ TEST_F(SubscriptionServiceTest, HasTheTopicsSubscriberParseRequests) {
 TEST_F(SubscriptionServiceTest, FilesByTopicSidAndConnection) {
   const auto first = FilterOf("1m");
   const auto second = FilterOf("5m");
-  service.File("T", Connection(1), {{"a", first}});
-  service.File("T", Connection(2), {{"a", second}, {"b", first}});
-  service.File("U", Connection(1), {{"a", second}});
+  service.File("T", ConnectionId{1}, {{"a", first}});
+  service.File("T", ConnectionId{2}, {{"a", second}, {"b", first}});
+  service.File("U", ConnectionId{1}, {{"a", second}});
   const SubscriptionList expected{{"a", {{Connection(1), first}, {Connection(2), second}}},
                                   {"b", {{Connection(2), first}}}};
   EXPECT_EQ(service.GetSubscribeList("T"), expected);
@@ -56,27 +58,27 @@ TEST_F(SubscriptionServiceTest, FilesByTopicSidAndConnection) {
 
 TEST_F(SubscriptionServiceTest, ReplacesAFilterOfTheSameTopicSidAndConnection) {
   const auto second = FilterOf("5m");
-  service.File("T", Connection(1), {{"a", FilterOf("1m")}});
-  service.File("T", Connection(1), {{"a", second}});
+  service.File("T", ConnectionId{1}, {{"a", FilterOf("1m")}});
+  service.File("T", ConnectionId{1}, {{"a", second}});
   EXPECT_EQ(service.GetSubscribeList("T"), (SubscriptionList{{"a", {{Connection(1), second}}}}));
 }
 
 TEST_F(SubscriptionServiceTest, RemovesOneSubscription) {
   const auto kept = FilterOf("1m");
-  service.File("T", Connection(1), {{"a", FilterOf("1m")}, {"b", kept}});
-  EXPECT_TRUE(service.Unsubscribe("T", Connection(1), "a"));
-  EXPECT_FALSE(service.Unsubscribe("T", Connection(1), "a"));
-  EXPECT_FALSE(service.Unsubscribe("T", Connection(2), "b"));
-  EXPECT_FALSE(service.Unsubscribe("U", Connection(1), "b"));
+  service.File("T", ConnectionId{1}, {{"a", FilterOf("1m")}, {"b", kept}});
+  EXPECT_TRUE(service.Unsubscribe("T", ConnectionId{1}, "a"));
+  EXPECT_FALSE(service.Unsubscribe("T", ConnectionId{1}, "a"));
+  EXPECT_FALSE(service.Unsubscribe("T", ConnectionId{2}, "b"));
+  EXPECT_FALSE(service.Unsubscribe("U", ConnectionId{1}, "b"));
   EXPECT_EQ(service.GetSubscribeList("T"), (SubscriptionList{{"b", {{Connection(1), kept}}}}));
 }
 
 TEST_F(SubscriptionServiceTest, RemovesEverySubscriptionOfAConnectionThatWent) {
   const auto kept = FilterOf("1m");
-  service.File("T", Connection(1), {{"a", FilterOf("1m")}, {"b", FilterOf("1m")}});
-  service.File("T", Connection(2), {{"a", kept}});
-  service.File("U", Connection(1), {{"a", FilterOf("1m")}});
-  service.Disconnect(Connection(1));
+  service.File("T", ConnectionId{1}, {{"a", FilterOf("1m")}, {"b", FilterOf("1m")}});
+  service.File("T", ConnectionId{2}, {{"a", kept}});
+  service.File("U", ConnectionId{1}, {{"a", FilterOf("1m")}});
+  service.Disconnect(ConnectionId{1});
   EXPECT_EQ(service.GetSubscribeList("T"), (SubscriptionList{{"a", {{Connection(2), kept}}}}));
   EXPECT_THAT(service.GetSubscribeList("U"), IsEmpty());
 }
@@ -84,9 +86,9 @@ TEST_F(SubscriptionServiceTest, RemovesEverySubscriptionOfAConnectionThatWent) {
 /// Counts the connections that it hears go.
 class DepartureCounter final : public probe::SubscriptionObserver {
  public:
-  void OnFiled(const std::string&, lws*, const std::string&) override {}
-  void OnRemoved(const std::string&, lws*, const std::string&) override {}
-  void OnDisconnected(lws* /*connection*/) override { ++departures; }
+  void OnFiled(const std::string&, probe::ConnectionId, const std::string&) override {}
+  void OnRemoved(const std::string&, probe::ConnectionId, const std::string&) override {}
+  void OnDisconnected(probe::ConnectionId /*connection*/) override { ++departures; }
   void OnHeld() override {}
   void OnReleased() override {}
 
@@ -96,18 +98,18 @@ class DepartureCounter final : public probe::SubscriptionObserver {
 TEST_F(SubscriptionServiceTest, TellsOnceOfAConnectionThatWent) {
   DepartureCounter counter;
   service.SetObserver(&counter);
-  service.File("T", Connection(1), {{"a", FilterOf("1m")}, {"b", FilterOf("1m")}});
-  service.Disconnect(Connection(1));
-  service.Disconnect(Connection(1));
+  service.File("T", ConnectionId{1}, {{"a", FilterOf("1m")}, {"b", FilterOf("1m")}});
+  service.Disconnect(ConnectionId{1});
+  service.Disconnect(ConnectionId{1});
   service.SetObserver(nullptr);
   EXPECT_EQ(counter.departures, 1);
 }
 
 TEST_F(SubscriptionServiceTest, FilesAnewForAConnectionThatHadUnsubscribed) {
-  service.File("T", Connection(1), {{"a", FilterOf("1m")}});
-  service.Unsubscribe("T", Connection(1), "a");
-  service.File("T", Connection(1), {{"a", FilterOf("1m")}});
-  service.Disconnect(Connection(1));
+  service.File("T", ConnectionId{1}, {{"a", FilterOf("1m")}});
+  service.Unsubscribe("T", ConnectionId{1}, "a");
+  service.File("T", ConnectionId{1}, {{"a", FilterOf("1m")}});
+  service.Disconnect(ConnectionId{1});
   EXPECT_THAT(service.GetSubscribeList("T"), IsEmpty());
 }
 
@@ -120,9 +122,9 @@ TEST_F(SubscriptionServiceTest, DisconnectsAtTheCostOfTheConnectionsOwnSubscript
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
   };
   const double filing = time_of([&](std::uintptr_t number) {
-    service.File("T", Connection(number), {{"sid" + std::to_string(number), filter}});
+    service.File("T", ConnectionId{number}, {{"sid" + std::to_string(number), filter}});
   });
-  const double leaving = time_of([&](std::uintptr_t number) { service.Disconnect(Connection(number)); });
+  const double leaving = time_of([&](std::uintptr_t number) { service.Disconnect(ConnectionId{number}); });
   EXPECT_LT(leaving, 20 * filing) << "a walk over every SID takes hundreds of times as long";
   EXPECT_THAT(service.GetSubscribeList("T"), IsEmpty());
 }
@@ -131,7 +133,7 @@ TEST_F(SubscriptionServiceTest, LetsGoOfSubscribersAndFiltersWhenItIsCleared) {
   const auto subscriber = std::make_shared<OneFilter>();
   const auto filter = FilterOf("1m");
   service.AddSubscriber("T", subscriber);
-  service.File("T", Connection(1), {{"a", filter}});
+  service.File("T", ConnectionId{1}, {{"a", filter}});
   service.Clear();
   EXPECT_EQ(subscriber.use_count(), 1);
   EXPECT_EQ(filter.use_count(), 1);

@@ -8,6 +8,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "probe/host/connection_id.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/message_capture.h"
 #include "tests/support/test_folder.h"
@@ -41,7 +42,7 @@ class FileSizeLimit {
 };
 
 void Subscribe(const std::string& sid) {
-  SubscriptionService::Instance().File("Topic", test::Connection(1), {{sid, test::FilterOf("1m")}},
+  SubscriptionService::Instance().File("Topic", probe::ConnectionId{1}, {{sid, test::FilterOf("1m")}},
                                        R"([{"sid": ")" + sid + "\"}]");
 }
 

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include "probe/host/connection_id.h"
 #include "probe/server/connection_events.h"
 #include "probe/server/net/connection_limiter.h"
 #include "probe/server/net/log_rate_limiter.h"
@@ -14,6 +15,7 @@
 
 namespace {
 
+using probe::ConnectionId;
 using namespace std::chrono_literals;
 using ::testing::HasSubstr;
 using ::testing::SizeIs;
@@ -77,8 +79,6 @@ TEST_F(RateLimitTest, SavesNoMoreThanOneBurst) {
 
 class SubscriptionLedgerTest : public ::testing::Test {
  protected:
-  static lws* Connection(std::uintptr_t number) { return reinterpret_cast<lws*>(number); }
-
   std::string CodeOf(const std::optional<probe::ProtocolError>& error) { return error ? error->code : ""; }
 
   static probe::ServerLimits Limits(std::size_t sids, std::size_t filters) {
@@ -91,35 +91,35 @@ class SubscriptionLedgerTest : public ::testing::Test {
 
 TEST_F(SubscriptionLedgerTest, CountsTheSidsOfAConnectionOverAllTopics) {
   probe::SubscriptionLedger ledger(Limits(2, 100));
-  EXPECT_EQ(CodeOf(ledger.Enter(Connection(1), "T", {{"a", "f"}})), "");
-  EXPECT_EQ(CodeOf(ledger.Enter(Connection(1), "U", {{"a", "f"}})), "");
-  EXPECT_EQ(CodeOf(ledger.Enter(Connection(1), "V", {{"a", "f"}})), "too_many_sids");
-  EXPECT_EQ(CodeOf(ledger.Enter(Connection(2), "V", {{"a", "f"}, {"b", "f"}})), "");
-  EXPECT_EQ(CodeOf(ledger.Enter(Connection(3), "V", {{"a", "f"}, {"b", "f"}, {"c", "f"}})), "too_many_sids");
+  EXPECT_EQ(CodeOf(ledger.Enter(ConnectionId{1}, "T", {{"a", "f"}})), "");
+  EXPECT_EQ(CodeOf(ledger.Enter(ConnectionId{1}, "U", {{"a", "f"}})), "");
+  EXPECT_EQ(CodeOf(ledger.Enter(ConnectionId{1}, "V", {{"a", "f"}})), "too_many_sids");
+  EXPECT_EQ(CodeOf(ledger.Enter(ConnectionId{2}, "V", {{"a", "f"}, {"b", "f"}})), "");
+  EXPECT_EQ(CodeOf(ledger.Enter(ConnectionId{3}, "V", {{"a", "f"}, {"b", "f"}, {"c", "f"}})), "too_many_sids");
 }
 
 TEST_F(SubscriptionLedgerTest, CountsAReplacedSidOnce) {
   probe::SubscriptionLedger ledger(Limits(1, 1));
-  EXPECT_EQ(CodeOf(ledger.Enter(Connection(1), "T", {{"a", "f"}})), "");
-  EXPECT_EQ(CodeOf(ledger.Enter(Connection(1), "T", {{"a", "g"}})), "") << "the old filter goes with it";
+  EXPECT_EQ(CodeOf(ledger.Enter(ConnectionId{1}, "T", {{"a", "f"}})), "");
+  EXPECT_EQ(CodeOf(ledger.Enter(ConnectionId{1}, "T", {{"a", "g"}})), "") << "the old filter goes with it";
   EXPECT_EQ(ledger.distinct_filters(), 1U);
 }
 
 TEST_F(SubscriptionLedgerTest, CountsDifferentFiltersOfATopicOnce) {
   probe::SubscriptionLedger ledger(Limits(10, 2));
-  EXPECT_EQ(CodeOf(ledger.Enter(Connection(1), "T", {{"a", "f"}, {"b", "f"}})), "");
-  EXPECT_EQ(CodeOf(ledger.Enter(Connection(2), "T", {{"c", "f"}})), "");
+  EXPECT_EQ(CodeOf(ledger.Enter(ConnectionId{1}, "T", {{"a", "f"}, {"b", "f"}})), "");
+  EXPECT_EQ(CodeOf(ledger.Enter(ConnectionId{2}, "T", {{"c", "f"}})), "");
   EXPECT_EQ(ledger.distinct_filters(), 1U);
-  EXPECT_EQ(CodeOf(ledger.Enter(Connection(2), "U", {{"c", "f"}})), "") << "another topic is another pair";
+  EXPECT_EQ(CodeOf(ledger.Enter(ConnectionId{2}, "U", {{"c", "f"}})), "") << "another topic is another pair";
   EXPECT_EQ(ledger.distinct_filters(), 2U);
-  EXPECT_EQ(CodeOf(ledger.Enter(Connection(3), "T", {{"d", "g"}})), "too_many_filters");
+  EXPECT_EQ(CodeOf(ledger.Enter(ConnectionId{3}, "T", {{"d", "g"}})), "too_many_filters");
 }
 
 TEST_F(SubscriptionLedgerTest, EntersNothingOfARefusedRequest) {
   probe::SubscriptionLedger ledger(Limits(2, 100));
-  EXPECT_EQ(CodeOf(ledger.Enter(Connection(1), "T", {{"a", "f"}, {"b", "g"}, {"c", "h"}})), "too_many_sids");
+  EXPECT_EQ(CodeOf(ledger.Enter(ConnectionId{1}, "T", {{"a", "f"}, {"b", "g"}, {"c", "h"}})), "too_many_sids");
   EXPECT_EQ(ledger.distinct_filters(), 0U);
-  EXPECT_EQ(CodeOf(ledger.Enter(Connection(1), "T", {{"a", "f"}, {"b", "g"}})), "");
+  EXPECT_EQ(CodeOf(ledger.Enter(ConnectionId{1}, "T", {{"a", "f"}, {"b", "g"}})), "");
 }
 
 TEST_F(SubscriptionLedgerTest, TakesSidsAndFiltersUpToTheirSize) {
@@ -127,9 +127,9 @@ TEST_F(SubscriptionLedgerTest, TakesSidsAndFiltersUpToTheirSize) {
   limits.sid_bytes = 2;
   limits.filter_bytes = 3;
   probe::SubscriptionLedger ledger(limits);
-  EXPECT_EQ(CodeOf(ledger.Enter(Connection(1), "T", {{"12", "123"}})), "");
-  const auto long_sid = ledger.Enter(Connection(1), "T", {{"1", "a"}, {"123", "b"}});
-  const auto long_filter = ledger.Enter(Connection(1), "T", {{"1", "1234"}});
+  EXPECT_EQ(CodeOf(ledger.Enter(ConnectionId{1}, "T", {{"12", "123"}})), "");
+  const auto long_sid = ledger.Enter(ConnectionId{1}, "T", {{"1", "a"}, {"123", "b"}});
+  const auto long_filter = ledger.Enter(ConnectionId{1}, "T", {{"1", "1234"}});
   EXPECT_EQ(CodeOf(long_sid), "too_large");
   EXPECT_EQ(CodeOf(long_filter), "too_large");
   EXPECT_THAT(long_sid->message, HasSubstr("limits.sid_bytes = 2"));
@@ -139,15 +139,15 @@ TEST_F(SubscriptionLedgerTest, TakesSidsAndFiltersUpToTheirSize) {
 
 TEST_F(SubscriptionLedgerTest, GivesBackWhatIsRemoved) {
   probe::SubscriptionLedger ledger(Limits(2, 2));
-  ledger.Enter(Connection(1), "T", {{"a", "f"}, {"b", "g"}});
-  EXPECT_TRUE(ledger.Remove(Connection(1), "T", "a"));
-  EXPECT_FALSE(ledger.Remove(Connection(1), "T", "a"));
-  EXPECT_FALSE(ledger.Remove(Connection(2), "T", "b"));
+  ledger.Enter(ConnectionId{1}, "T", {{"a", "f"}, {"b", "g"}});
+  EXPECT_TRUE(ledger.Remove(ConnectionId{1}, "T", "a"));
+  EXPECT_FALSE(ledger.Remove(ConnectionId{1}, "T", "a"));
+  EXPECT_FALSE(ledger.Remove(ConnectionId{2}, "T", "b"));
   EXPECT_EQ(ledger.distinct_filters(), 1U);
-  ledger.Enter(Connection(2), "T", {{"a", "g"}});
-  ledger.RemoveAll(Connection(1));
+  ledger.Enter(ConnectionId{2}, "T", {{"a", "g"}});
+  ledger.RemoveAll(ConnectionId{1});
   EXPECT_EQ(ledger.distinct_filters(), 1U) << "the other connection still has the filter";
-  ledger.RemoveAll(Connection(2));
+  ledger.RemoveAll(ConnectionId{2});
   EXPECT_EQ(ledger.distinct_filters(), 0U);
 }
 
