@@ -8,11 +8,6 @@ namespace {
 constexpr int kHalves = 2;
 constexpr int kWorkingDays = 5;
 
-/// `when` of a throw that is made once in half a week.
-std::int64_t HalfWeek(std::int64_t week, int half) {
-  return week * kHalves + half;
-}
-
 /// `candidate` if it is later than `last` and not after `until`, `last` if not.
 std::int64_t Later(std::int64_t last, std::int64_t candidate, std::int64_t until) {
   return candidate <= until ? std::max(last, candidate) : last;
@@ -21,7 +16,7 @@ std::int64_t Later(std::int64_t last, std::int64_t candidate, std::int64_t until
 }  // namespace
 
 std::optional<Outage> DeviceLife::OutageIn(std::size_t access_point, std::int64_t week, int half) const {
-  const std::int64_t when = HalfWeek(week, half);
+  const std::int64_t when = week * kHalves + half;  // the number of the half week
   const std::size_t all = plan_.access_points();
   constexpr std::size_t kLargeNetwork = 20;
   const bool is_victim = dice_.Below(all, Question::kOutageVictim, 0, when) == access_point;
