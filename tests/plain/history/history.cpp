@@ -15,6 +15,7 @@
 #include "monitor/wirelesstop/filters.h"
 #include "monitor/wirelesstop/wireless_top_monitor.h"
 #include "probe/clock/virtual_clock.h"
+#include "probe/host/connection_id.h"
 #include "probe/host/log.h"
 #include "probe/host/subscription_service.h"
 #include "tests/plain/history/names.h"
@@ -91,9 +92,9 @@ Answers Shown(const subscribes::ParsedRequest& parsed) {
   return shown;
 }
 
-Answers Shown(const Newest& newest) {
-  Answers shown;
-  for (const auto& [key, speed] : newest) shown.push_back(key + ": " + std::to_string(speed));
+std::string Shown(const Newest& newest) {
+  std::string shown;
+  for (const auto& [key, speed] : newest) shown += key + ": " + std::to_string(speed) + " ";
   return shown;
 }
 
@@ -165,7 +166,7 @@ class History {
     return {name};
   }
 
-  lws* AnyConnection() { return test::Connection(static_cast<std::uintptr_t>(1 + dice_.Below(3))); }
+  probe::ConnectionId AnyConnection() { return probe::ConnectionId{static_cast<std::uintptr_t>(1 + dice_.Below(3))}; }
 
   /// A parsed request, after a comparison of what both make of its text.
   subscribes::ParsedRequest Parsed(const std::string& name) {
@@ -199,7 +200,7 @@ class History {
     const std::string& name = dice_.OneOf(names_);
     subscribes::SubscriptionList list;
     for (int count = dice_.Below(3); count >= 0; --count) {
-      for (const auto& [sid, filter] : Parsed(name)) list[sid][AnyConnection()] = filter;
+      for (const auto& [sid, filter] : Parsed(name)) list[sid][probe::ToHandle(AnyConnection())] = filter;
     }
     Compare(
         "push", [&] { return Product::Find(name)->PushDataBySID(list), Answers{}; },
@@ -214,16 +215,20 @@ class History {
   }
 
   void AskForSpeeds() {
+    Answers product;
+    Answers plain;
     for (const std::string& mac : network_.Macs()) {
       for (const std::string& interface : names::HostileInterfaces()) {
-        Newest product{{"input", 7}};
-        Newest plain = product;
-        GetInterfaceTraffic(mac, interface, product);
-        plain_.InterfaceTraffic(mac, interface, plain);
-        Compare(
-            "newest speed", [&] { return Shown(product); }, [&] { return Shown(plain); });
+        Newest newest{{"input", 7}};  // stays for an interface that there is not
+        Newest expected = newest;
+        GetInterfaceTraffic(mac, interface, newest);
+        plain_.InterfaceTraffic(mac, interface, expected);
+        product.push_back(Shown(newest));
+        plain.push_back(Shown(expected));
       }
     }
+    Compare(
+        "newest speeds", [&] { return product; }, [&] { return plain; });
   }
 
   void AskForReports() {
