@@ -4,7 +4,7 @@
 #include <memory>
 #include <string>
 
-#include "platform/device_records.h"
+#include "platform/device_records.h"  // IWYU pragma: export
 
 // The configuration of routers and access points. The plug-in calls the host.
 //

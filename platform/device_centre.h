@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/device_records.h"
+#include "platform/device_records.h"  // IWYU pragma: export
 
 // The device centre: which devices there are and what each of them last reported. The plug-in calls the host.
 //

@@ -3,7 +3,7 @@
 #include <memory>
 #include <string>
 
-#include "platform/subscriptions.h"
+#include "platform/subscriptions.h"  // IWYU pragma: export
 
 /// What a subscriber asks for. Always held by `std::shared_ptr<Filter>`; a monitor with richer
 /// requests derives its own.

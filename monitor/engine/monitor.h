@@ -6,7 +6,7 @@
 #include <string>
 
 #include "monitor/engine/push.h"
-#include "platform/subscriptions.h"
+#include "platform/subscriptions.h"  // IWYU pragma: export
 
 /// The base of every monitor: what the manager drives once a minute, what the subscription service hands requests to,
 /// and what the report entry points ask.

@@ -6,7 +6,7 @@
 #include <chrono>
 #include <ctime>
 
-#include "platform/utilities/thread_annotations.h"
+#include "platform/utilities/thread_annotations.h"  // IWYU pragma: export
 
 namespace utilities::lock {
 

@@ -18,5 +18,6 @@ fail() {
 
 # Writes a file of one text.
 write() {
+  mkdir -p "$(dirname "$1")"
   printf '%b\n' "$2" >"$1"
 }
