@@ -6,17 +6,13 @@
 #include <utility>
 
 #include "platform/topics.h"
+#include "probe/text/json_text.h"
 #include "probe/text/strict_json.h"
 
 namespace probe {
 namespace {
 
 using nlohmann::ordered_json;
-
-/// JSON text of a tree; what is not UTF-8 in it is replaced.
-std::string Dump(const ordered_json& tree) {
-  return tree.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
-}
 
 /// An argument of the query; nothing when it is missing or empty.
 std::optional<std::string> Argument(const HttpRequest& request, const char* name) {
@@ -62,7 +58,7 @@ HttpAnswer DevicesAnswer(DeviceCentre& centre) {
   ordered_json devices = ordered_json::array();
   for (const std::string& mac : centre.GetOnlineManagedDevices(false))
     if (const auto device = centre.Snapshot(mac)) devices.push_back(DeviceTree(mac, *device));
-  return JsonAnswer(Dump({{"devices", std::move(devices)}}), Caching::kRevalidate);
+  return JsonAnswer(Dump(ordered_json{{"devices", std::move(devices)}}), Caching::kRevalidate);
 }
 
 HttpAnswer InterfaceTrafficAnswer(const PluginCalls& plugin, const HttpRequest& request) {
@@ -74,7 +70,8 @@ HttpAnswer InterfaceTrafficAnswer(const PluginCalls& plugin, const HttpRequest& 
   if (!traffic.contains("input") || !traffic.contains("output"))
     return ErrorAnswer(404, "unknown_interface", "No traffic of such an interface is known.");
   return JsonAnswer(
-      Dump({{"mac", *mac}, {"interface", *interface}, {"input", traffic["input"]}, {"output", traffic["output"]}}),
+      Dump(ordered_json{
+          {"mac", *mac}, {"interface", *interface}, {"input", traffic["input"]}, {"output", traffic["output"]}}),
       Caching::kNoStore);
 }
 
@@ -96,7 +93,7 @@ HttpAnswer ReportAnswer(const ReportCalls& report, const HttpRequest& request) {
   if (!periods.is_object() || periods.empty()) return NotRunning();
   if (!HasPeriod(periods, *type, *period))
     return ErrorAnswer(404, "unknown_period", "There is no report for this period, or none any more.");
-  std::string text = StrictJson(report.read_report(Dump({{"report_type", *type}, {"period", *period}})));
+  std::string text = StrictJson(report.read_report(Dump(ordered_json{{"report_type", *type}, {"period", *period}})));
   if (text.empty() || text == "{}") return NotRunning();
   return JsonAnswer(std::move(text), Caching::kRevalidate);
 }

@@ -5,8 +5,8 @@
 #include <utility>
 
 #include "probe/recording/json_object_reader.h"
-#include "probe/recording/line_json.h"
 #include "probe/recording/timezone_name.h"
+#include "probe/text/json_text.h"
 
 namespace probe::recording {
 namespace {
@@ -18,6 +18,28 @@ constexpr int kVersion = 1;
 constexpr std::array<const char*, 4> kReportEntries{
     "get_wireless_client_report", "get_wireless_client_report_avail_list", "get_wireless_network_report",
     "get_wireless_network_report_avail_list"};
+
+/// What a line may hold: nested as deeply as the probe lets a client's request be at the most, for it must fit. More
+/// would outgrow json-c's reader on the way to the plug-in.
+constexpr JsonRules kLineRules{.max_depth = 32, .allows_duplicate_members = false};
+
+/// Reads the JSON of one line.
+Json ParseJson(const std::string& text) {
+  Json value;
+  const auto error = ReadJson(text, kLineRules, value);
+  if (!error) return value;
+  switch (error->reason) {
+    case JsonError::Reason::kTooDeep:
+      throw MalformedRecording("nested too deeply");
+    case JsonError::Reason::kDuplicateMember:
+      throw MalformedRecording("duplicate member " + error->member);
+    case JsonError::Reason::kNumberTooLarge:
+      throw MalformedRecording("no JSON: a number is too large");
+    case JsonError::Reason::kSyntax:
+      break;
+  }
+  throw MalformedRecording("no JSON: at octet " + std::to_string(error->octet));
+}
 
 /// A member that must be there.
 template <typename Value>

@@ -4,14 +4,14 @@
 #include <ostream>
 
 #include "probe/recording/device_state_reader.h"
+#include "probe/text/json_text.h"
 
 namespace probe {
 
 using nlohmann::ordered_json;
 
 void RecordingWriter::Line(const ordered_json& line) {
-  constexpr int kOneLine = -1;
-  stream_ << line.dump(kOneLine, ' ', false, ordered_json::error_handler_t::replace) << '\n';
+  stream_ << Dump(line) << '\n';
 }
 
 void RecordingWriter::Header(time_t start, const std::string& timezone) {
@@ -20,10 +20,7 @@ void RecordingWriter::Header(time_t start, const std::string& timezone) {
 
 void RecordingWriter::Device(const std::string& mac, const DeviceSnapshot& snapshot) {
   // by far the longest line: put together from texts, for a tree around the state would copy it
-  constexpr int kOneLine = -1;
-  constexpr auto kReplace = ordered_json::error_handler_t::replace;
-  stream_ << R"({"device":{"mac":)" << ordered_json(mac).dump(kOneLine, ' ', false, kReplace) << R"(,"set":)"
-          << StateOf(snapshot).dump(kOneLine, ' ', false, kReplace) << "}}\n";
+  stream_ << R"({"device":{"mac":)" << Dump(ordered_json(mac)) << R"(,"set":)" << Dump(StateOf(snapshot)) << "}}\n";
 }
 
 void RecordingWriter::Forget(const std::string& mac) {

@@ -6,17 +6,13 @@
 #include <ostream>
 #include <utility>
 
+#include "probe/text/json_text.h"
 #include "probe/text/utf8.h"
 
 namespace probe {
 namespace {
 
 using nlohmann::ordered_json;
-
-std::string Dumped(const ordered_json& line) {
-  constexpr int kOneLine = -1;
-  return line.dump(kOneLine);
-}
 
 long PeakResidentKib() {
   rusage usage{};
@@ -68,16 +64,16 @@ std::string ReplayOutput::LineOf(Event event) {
   std::string text = ReplaceInvalidUtf8(std::move(event.text));
   switch (event.kind) {
     case Event::Kind::kPush:
-      return Dumped(
-          {{"push", {{"pass", event.pass}, {"at", event.at}, {"connection", event.name}, {"text", std::move(text)}}}});
+      return Dump(ordered_json{
+          {"push", {{"pass", event.pass}, {"at", event.at}, {"connection", event.name}, {"text", std::move(text)}}}});
     case Event::Kind::kReturn:
-      return Dumped({{"return", {{"entry", event.name}, {"at", event.at}, {"text", std::move(text)}}}});
+      return Dump(ordered_json{{"return", {{"entry", event.name}, {"at", event.at}, {"text", std::move(text)}}}});
     case Event::Kind::kReturnMap:
-      return Dumped({{"return", {{"entry", event.name}, {"at", event.at}, {"out", event.out}}}});
+      return Dump(ordered_json{{"return", {{"entry", event.name}, {"at", event.at}, {"out", event.out}}}});
     case Event::Kind::kLog:
       break;
   }
-  return Dumped({{"log", {{"level", event.name}, {"module", event.module}, {"text", std::move(text)}}}});
+  return Dump(ordered_json{{"log", {{"level", event.name}, {"module", event.module}, {"text", std::move(text)}}}});
 }
 
 void ReplayOutput::Flush() {
@@ -93,13 +89,13 @@ void ReplayOutput::Flush() {
 void ReplayOutput::Timing(const PassCost& cost) {
   Flush();
   const std::lock_guard held(lock_);
-  stream_ << Dumped({{"timing",
-                      {{"passes", cost.passes},
-                       {"cpu_seconds", cost.cpu_seconds},
-                       {"wall_seconds", cost.wall_seconds},
-                       {"pushes", pushes_},
-                       {"bytes", bytes_},
-                       {"peak_rss_kib", PeakResidentKib()}}}})
+  stream_ << Dump(ordered_json{{"timing",
+                                {{"passes", cost.passes},
+                                 {"cpu_seconds", cost.cpu_seconds},
+                                 {"wall_seconds", cost.wall_seconds},
+                                 {"pushes", pushes_},
+                                 {"bytes", bytes_},
+                                 {"peak_rss_kib", PeakResidentKib()}}}})
           << '\n';
   stream_.flush();
 }

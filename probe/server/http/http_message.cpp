@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <cstdio>
 
-#include "probe/server/websocket/protocol.h"
+#include "probe/text/json_text.h"
 
 namespace probe {
 
@@ -33,7 +33,7 @@ std::string CodeOfStatus(unsigned status) {
 HttpAnswer ErrorAnswer(unsigned status, const std::string& code, const std::string& message) {
   HttpAnswer answer;
   answer.status = status;
-  answer.body = std::make_shared<const std::string>(ErrorText({code, message}) + "\n");
+  answer.body = std::make_shared<const std::string>(ErrorText(code, message) + "\n");
   return answer;
 }
 

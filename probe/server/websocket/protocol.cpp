@@ -4,44 +4,13 @@
 #include <optional>
 #include <utility>
 
-#include "probe/server/websocket/json_sax_defaults.h"
+#include "probe/text/json_text.h"
 #include "probe/text/utf8.h"
 
 namespace probe {
 namespace {
 
 using nlohmann::json;
-
-/// Reads JSON for nothing but its nesting. Gives up at the first bracket too many.
-class DepthGauge final : public SilentEvents {
- public:
-  explicit DepthGauge(std::size_t max_depth) : max_depth_(max_depth) {}
-  bool is_too_deep() const { return is_too_deep_; }
-
-  bool start_object(std::size_t) override { return Enter(); }
-  bool start_array(std::size_t) override { return Enter(); }
-  bool end_object() override { return Leave(); }
-  bool end_array() override { return Leave(); }
-
- private:
-  bool Enter() {
-    is_too_deep_ = ++depth_ > max_depth_;
-    return !is_too_deep_;
-  }
-  bool Leave() {
-    --depth_;
-    return true;
-  }
-
-  std::size_t max_depth_;
-  std::size_t depth_ = 0;
-  bool is_too_deep_ = false;
-};
-
-/// JSON text of a value. What cannot be written is replaced, so it never throws for its content.
-std::string Dump(const json& value) {
-  return value.dump(-1, ' ', false, json::error_handler_t::replace);
-}
 
 /// What a member holds, as the text by which the plug-in knows a SID.
 std::string AsText(const json& value) {
@@ -114,16 +83,13 @@ ClientMessage ReadRequest(const json& message) {
 
 ClientMessage ReadClientMessage(std::string_view text, std::size_t max_depth) {
   if (!IsUtf8(text)) return ProtocolError{error_code::kNotUtf8, "The message is not UTF-8."};
-  DepthGauge gauge(max_depth);
-  // the parser takes a NUL for the end of the text
-  const bool is_json = json::sax_parse(text, &gauge) && text.find('\0') == std::string_view::npos;
-  if (gauge.is_too_deep())
+  json message;
+  const auto error = ReadJson(text, {.max_depth = max_depth, .allows_duplicate_members = true}, message);
+  if (!error) return ReadRequest(message);
+  if (error->reason == JsonError::Reason::kTooDeep)
     return ProtocolError{error_code::kTooDeep,
                          "The message is nested deeper than " + LimitText("message_depth", max_depth) + " allows."};
-  // A text may pass the gauge and fail here: a number may be too great to be kept.
-  const json message = is_json ? json::parse(text, nullptr, false) : json(json::value_t::discarded);
-  if (message.is_discarded()) return ProtocolError{error_code::kMalformed, "The message is not JSON."};
-  return ReadRequest(message);
+  return ProtocolError{error_code::kMalformed, "The message is not JSON."};
 }
 
 std::string LimitText(const char* key, std::size_t value) {
@@ -131,15 +97,15 @@ std::string LimitText(const char* key, std::size_t value) {
 }
 
 std::string SubscribedText(const std::string& topic, const std::vector<std::string>& sids) {
-  return Dump({{"subscribed", {{"topic", topic}, {"sids", sids}}}});
+  return Dump(json{{"subscribed", {{"topic", topic}, {"sids", sids}}}});
 }
 
 std::string UnsubscribedText(const std::string& topic, const std::string& sid) {
-  return Dump({{"unsubscribed", {{"topic", topic}, {"sid", sid}}}});
+  return Dump(json{{"unsubscribed", {{"topic", topic}, {"sid", sid}}}});
 }
 
 std::string ErrorText(const ProtocolError& error) {
-  return Dump({{"error", {{"code", error.code}, {"message", error.message}}}});
+  return ErrorText(error.code, error.message);
 }
 
 }  // namespace probe
