@@ -6,6 +6,7 @@
 #include <cstdio>
 
 #include "platform/utilities/text.h"
+#include "probe/text/fnv1a.h"
 
 namespace probe {
 namespace {
@@ -15,21 +16,11 @@ bool HasAddress(const Link& link) {
   return !link.is_loopback && !link.hardware_address.empty() && link.hardware_address != kNone;
 }
 
-/// FNV-1a: the same for the same text, on every machine and in every version.
-std::uint64_t Hash(const std::string& text) {
-  std::uint64_t hash = 0xcbf29ce484222325;
-  for (const char character : text) {
-    hash ^= static_cast<unsigned char>(character);
-    hash *= 0x100000001b3;
-  }
-  return hash;
-}
-
 /// An individual, locally administered address made from `seed`.
 std::string LocalAddress(const std::string& seed) {
   constexpr std::uint8_t kLocal = 0x02;
   constexpr std::uint8_t kNeitherGroupNorLocal = 0xfc;
-  const std::uint64_t hash = Hash(seed);
+  const std::uint64_t hash = Fnv1a(seed);
   std::array<std::uint8_t, 6> octets{};
   for (std::size_t i = 0; i < octets.size(); ++i) octets[i] = static_cast<std::uint8_t>(hash >> (8 * i));
   octets[0] = static_cast<std::uint8_t>((octets[0] & kNeitherGroupNorLocal) | kLocal);
