@@ -1,13 +1,12 @@
 #include "probe/settings/setting_keys.h"
 
-#include <arpa/inet.h>
-
 #include <algorithm>
-#include <array>
 #include <iterator>
 #include <optional>
 #include <type_traits>
 #include <utility>
+
+#include "probe/server/net/ip_address.h"
 
 namespace probe {
 namespace {
@@ -19,9 +18,7 @@ bool AcceptAnything(const SettingValue& /*value*/) {
 }
 
 bool IsAddress(const std::string& text) {
-  std::array<unsigned char, sizeof(in6_addr)> address{};
-  return inet_pton(AF_INET, text.c_str(), address.data()) == 1 ||
-         inet_pton(AF_INET6, text.c_str(), address.data()) == 1;
+  return !CanonicalAddress(text).empty();
 }
 
 bool AreAddresses(const SettingValue& value) {
