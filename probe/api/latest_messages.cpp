@@ -8,6 +8,7 @@
 #include "platform/topics.h"
 #include "probe/clock/clock.h"
 #include "probe/host/log.h"
+#include "probe/text/json_c_handle.h"
 
 using utilities::lock::lock_guard;
 
@@ -38,9 +39,9 @@ std::vector<StandardFilter> MakeStandardFilters() {
 }
 
 /// The request for one subscription, as the tree that crosses the contract.
-std::unique_ptr<json_object, decltype(&json_object_put)> RequestFor(const StandardFilter& wanted) {
+JsonCHandle RequestFor(const StandardFilter& wanted) {
   const std::string text = std::string(R"([{"sid":")") + kSid + R"(","filter":)" + wanted.filter + "}]";
-  return {json_tokener_parse(text.c_str()), &json_object_put};
+  return JsonCHandle(json_tokener_parse(text.c_str()));
 }
 
 }  // namespace

@@ -1,8 +1,8 @@
 #include "probe/host/sending.h"
 
 #include <atomic>
-#include <memory>
 
+#include "probe/text/json_c_handle.h"
 #include "probe/text/utf8.h"
 
 namespace {
@@ -20,7 +20,7 @@ void probe::InstallSendFunction(SalSendByCon send) {
 namespace kro_utilities::jsonobject {
 
 std::string compose_communication_struct(const char* name, json_object* body) {
-  const std::unique_ptr<json_object, decltype(&json_object_put)> envelope(json_object_new_object(), &json_object_put);
+  const probe::JsonCHandle envelope(json_object_new_object());
   if (envelope == nullptr) return {};
   json_object_object_add(envelope.get(), "name", json_object_new_string(name == nullptr ? "" : name));
   json_object_object_add(envelope.get(), "data",

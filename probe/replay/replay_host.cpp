@@ -11,13 +11,13 @@
 #include "probe/host/subscription_service.h"
 #include "probe/recording/device_state_reader.h"
 #include "probe/recording/json_object_reader.h"
+#include "probe/text/json_c_handle.h"
 
 namespace probe {
 namespace {
 
 using Json = nlohmann::ordered_json;  // members reach the plug-in in the order of the recording
 using JsonText = std::unique_ptr<char, decltype(&std::free)>;
-using JsonC = std::unique_ptr<json_object, decltype(&json_object_put)>;
 
 /// Makes the recording's time zone the process's. Threads: before there is a second one.
 time_t InForce(const recording::Header& header) {
@@ -126,8 +126,7 @@ void ReplayHost::Do(const recording::RunPasses& line) {
 }
 
 void ReplayHost::Do(const recording::Subscribe& line) {
-  const JsonC request(line.request.is_null() ? nullptr : json_tokener_parse(line.request.dump().c_str()),
-                      &json_object_put);
+  const JsonCHandle request(line.request.is_null() ? nullptr : json_tokener_parse(line.request.dump().c_str()));
   if (request == nullptr && !line.request.is_null()) throw MalformedRecording("subscribe.request cannot be read");
   auto& service = SubscriptionService::Instance();
   const auto filters = service.Parse(line.topic, request.get());

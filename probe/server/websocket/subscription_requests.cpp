@@ -7,21 +7,19 @@
 #include <utility>
 #include <vector>
 
+#include "probe/text/json_c_handle.h"
+
 namespace probe {
 namespace {
 
-/// Released when it goes out of scope.
-using JsonTree = std::unique_ptr<json_object, decltype(&json_object_put)>;
-
 /// The request as the tree that crosses the contract; null when the client sent none.
-JsonTree TreeOf(const std::string& request, std::size_t max_depth) {
-  JsonTree none(nullptr, &json_object_put);
-  if (request.empty()) return none;
+JsonCHandle TreeOf(const std::string& request, std::size_t max_depth) {
+  if (request.empty()) return nullptr;
   const std::unique_ptr<json_tokener, decltype(&json_tokener_free)> tokener(
       json_tokener_new_ex(static_cast<int>(max_depth) + 1), &json_tokener_free);
-  if (tokener == nullptr) return none;
+  if (tokener == nullptr) return nullptr;
   const int length = static_cast<int>(request.size());
-  return {json_tokener_parse_ex(tokener.get(), request.c_str(), length), &json_object_put};
+  return JsonCHandle(json_tokener_parse_ex(tokener.get(), request.c_str(), length));
 }
 
 /// SID -> filter, for exactly the SIDs that the plug-in found. Should it know a SID by another text than we do, then
@@ -49,7 +47,7 @@ void RequestDesk::Handle(ConnectionId connection, std::string_view text, const R
 }
 
 void RequestDesk::Subscribe(ConnectionId connection, const SubscribeRequest& request, const Reply& reply) {
-  const JsonTree tree = TreeOf(request.request, max_depth_);
+  const JsonCHandle tree = TreeOf(request.request, max_depth_);
   const auto parsed = service_.Parse(request.topic, tree.get());
   if (!parsed) return reply(ErrorText({error_code::kUnknownTopic, "Nobody feeds this topic."}));
   if (parsed->empty())

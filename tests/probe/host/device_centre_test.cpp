@@ -7,6 +7,7 @@
 #include "platform/credentials.h"
 #include "platform/event_centre.h"
 #include "probe/clock/virtual_clock.h"
+#include "probe/text/json_c_handle.h"
 
 namespace {
 
@@ -136,8 +137,7 @@ TEST_F(DeviceCentreTest, AnswersForTheOtherLibrariesOfTheContract) {
   snapshot.known = false;
   centre.Replace("A", snapshot);
   EXPECT_EQ(vexora_probe::inventory::GetDeviceHealthTargetStateSummary("A").alert, 3);
-  const std::unique_ptr<json_object, decltype(&json_object_put)> credential(DeviceCredentialResultGet("A"),
-                                                                            &json_object_put);
+  const probe::JsonCHandle credential(DeviceCredentialResultGet("A"));
   EXPECT_STREQ(json_object_to_json_string(credential.get()), R"({ "state": "failed" })");
   SSIDConfigurations configurations;
   APManager::GetInstance().GetAPConfig("A")->GetSSIDCfg(configurations);

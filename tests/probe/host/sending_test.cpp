@@ -1,31 +1,31 @@
 #include <gtest/gtest.h>
 #include <json-c/json.h>
 
-#include <memory>
 #include <string>
 
 #include "platform/sending.h"
+#include "probe/text/json_c_handle.h"
 #include "probe/text/utf8.h"
 
 namespace {
 
 using kro_utilities::jsonobject::compose_communication_struct;
-using Tree = std::unique_ptr<json_object, decltype(&json_object_put)>;
+using probe::JsonCHandle;
 
-Tree BodyWith(const std::string& text) {
-  Tree body(json_object_new_object(), &json_object_put);
+JsonCHandle BodyWith(const std::string& text) {
+  JsonCHandle body(json_object_new_object());
   json_object_object_add(body.get(), "ssid", json_object_new_string_len(text.data(), static_cast<int>(text.size())));
   return body;
 }
 
 TEST(Envelope, NamesTheTopicAndHoldsTheBody) {
-  const Tree body = BodyWith("Office");
+  const JsonCHandle body = BodyWith("Office");
   EXPECT_EQ(compose_communication_struct("TrafficMonitor", body.get()),
             R"({ "name": "TrafficMonitor", "data": { "ssid": "Office" } })");
 }
 
 TEST(Envelope, LeavesTheBodyToItsOwner) {
-  const Tree body = BodyWith("Office");
+  const JsonCHandle body = BodyWith("Office");
   compose_communication_struct("TrafficMonitor", body.get());
   EXPECT_STREQ(json_object_to_json_string(body.get()), R"({ "ssid": "Office" })");
 }
@@ -36,10 +36,10 @@ TEST(Envelope, HoldsNullForANullBody) {
 
 TEST(Envelope, IsValidUtf8WhateverSingleOctetANameHolds) {
   for (int octet = 0; octet < 256; ++octet) {
-    const Tree body = BodyWith(std::string(1, static_cast<char>(octet)));
+    const JsonCHandle body = BodyWith(std::string(1, static_cast<char>(octet)));
     const std::string text = compose_communication_struct("TrafficMonitor", body.get());
     EXPECT_TRUE(probe::IsUtf8(text)) << octet;
-    const Tree parsed(json_tokener_parse(text.c_str()), &json_object_put);
+    const JsonCHandle parsed(json_tokener_parse(text.c_str()));
     EXPECT_NE(parsed, nullptr) << octet;
   }
 }
@@ -47,7 +47,7 @@ TEST(Envelope, IsValidUtf8WhateverSingleOctetANameHolds) {
 class HostileName : public ::testing::TestWithParam<std::string> {};
 
 TEST_P(HostileName, BecomesReplacementCharacters) {
-  const Tree body = BodyWith("<" + GetParam() + ">");
+  const JsonCHandle body = BodyWith("<" + GetParam() + ">");
   const std::string text = compose_communication_struct("TrafficMonitor", body.get());
   EXPECT_TRUE(probe::IsUtf8(text));
   EXPECT_NE(text.find("<\xEF\xBF\xBD"), std::string::npos) << text;

@@ -9,6 +9,7 @@
 #include "platform/utilities/json.h"
 #include "platform/utilities/signal.h"
 #include "platform/utilities/text.h"
+#include "probe/text/json_c_handle.h"
 
 namespace {
 
@@ -55,8 +56,7 @@ TEST(Signal, ConvertsBothWays) {
 }
 
 TEST(GetValueByKeyEx, GivesTextsOnly) {
-  const std::unique_ptr<json_object, decltype(&json_object_put)> object(
-      json_tokener_parse(R"({"text": "x", "number": 1, "null": null, "nul": "a\u0000b"})"), &json_object_put);
+  const probe::JsonCHandle object(json_tokener_parse(R"({"text": "x", "number": 1, "null": null, "nul": "a\u0000b"})"));
   EXPECT_EQ(get_value_by_key_ex(object.get(), "text"), "x");
   EXPECT_EQ(get_value_by_key_ex(object.get(), "nul"), std::string("a\0b", 3));
   for (const char* key : {"number", "null", "missing"}) EXPECT_EQ(get_value_by_key_ex(object.get(), key), "") << key;

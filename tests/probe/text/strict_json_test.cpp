@@ -4,8 +4,9 @@
 #include <json-c/json.h>
 
 #include <limits>
-#include <memory>
 #include <nlohmann/json.hpp>
+
+#include "probe/text/json_c_handle.h"
 
 namespace probe {
 namespace {
@@ -22,7 +23,7 @@ TEST(StrictJson, MakesNumbersThatAreNoneNull) {
 }
 
 TEST(StrictJson, MakesWhatTheLibraryWritesReadable) {
-  const std::unique_ptr<json_object, decltype(&json_object_put)> list(json_object_new_array(), &json_object_put);
+  const probe::JsonCHandle list(json_object_new_array());
   for (const double value : {std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity(),
                              -std::numeric_limits<double>::infinity(), 1.5})
     json_object_array_add(list.get(), json_object_new_double(value));

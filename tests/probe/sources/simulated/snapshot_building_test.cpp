@@ -5,10 +5,10 @@
 
 #include <json-c/json.h>
 
-#include <memory>
 
 #include "probe/sources/simulated/wired_side.h"
 #include "probe/sources/simulated/wireless_networks.h"
+#include "probe/text/json_c_handle.h"
 #include "tests/probe/sources/simulated/given_company.h"
 
 namespace probe::simulated {
@@ -104,8 +104,7 @@ TEST_F(SnapshotBuildingTest, SaysWhyALoginFailed) {
   AddLoad(plan.devices[2], load, snapshot);
   EXPECT_EQ(snapshot.cpu, -1);
   EXPECT_FALSE(snapshot.platform_info.has_value());
-  const std::unique_ptr<json_object, decltype(&json_object_put)> credential(
-      json_tokener_parse(snapshot.credential_json.c_str()), json_object_put);
+  const probe::JsonCHandle credential(json_tokener_parse(snapshot.credential_json.c_str()));
   ASSERT_NE(credential, nullptr);
   json_object* state = nullptr;
   ASSERT_TRUE(json_object_object_get_ex(credential.get(), "credential", &state));
