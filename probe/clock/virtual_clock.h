@@ -2,10 +2,9 @@
 
 #include <semaphore.h>
 
-#include <condition_variable>
 #include <cstdint>
-#include <mutex>
 
+#include "platform/utilities/locks.h"
 #include "probe/clock/clock.h"
 
 namespace probe {
@@ -40,12 +39,12 @@ class VirtualClock final : public Clock {
   void RunPass(time_t at);
 
  private:
-  std::mutex lock_;
-  std::condition_variable changed_;
-  time_t now_;  // guarded by lock_, as is all that follows
-  bool is_asleep_ = false;
-  std::uint64_t sleeps_ = 0;  // sleeps begun
-  sem_t wake_{};              // posted once for each pass; a semaphore, because its wait ends with a signal
+  utilities::lock::Mutex lock_;
+  utilities::lock::CondVar changed_;  // a sleep has begun
+  time_t now_ VEXORA_GUARDED_BY(lock_);
+  bool is_asleep_ VEXORA_GUARDED_BY(lock_) = false;
+  std::uint64_t sleeps_ VEXORA_GUARDED_BY(lock_) = 0;  // sleeps begun
+  sem_t wake_{};  // posted once for each pass; a semaphore, because its wait ends with a signal
 };
 
 }  // namespace probe

@@ -6,10 +6,10 @@
 #include <atomic>
 #include <cstdarg>
 #include <cstdio>
-#include <mutex>
 #include <utility>
 
 #include "platform/logging.h"
+#include "platform/utilities/locks.h"
 #include "probe/text/utf8.h"
 
 namespace probe::log {
@@ -53,8 +53,8 @@ void WriteToStandardError(Level level, int module, const std::string& text) {
 
 /// The writer in force, and the lock that keeps lines apart.
 struct Output {
-  std::mutex lock;
-  Writer writer = WriteToStandardError;
+  utilities::lock::Mutex lock;
+  Writer writer VEXORA_GUARDED_BY(lock) = WriteToStandardError;
 };
 
 Output& TheOutput() {
@@ -77,7 +77,7 @@ std::string Formatted(const char* format, va_list arguments) {
 void Write(Level level, int module, const char* format, va_list arguments) {
   const std::string line = PrintableLine(Formatted(format, arguments));
   Output& output = TheOutput();
-  const std::lock_guard held(output.lock);
+  const utilities::lock::lock_guard held(output.lock);
   output.writer(level, module, line);
 }
 
@@ -93,7 +93,7 @@ void SetLevel(Level level) {
 
 void SetWriter(Writer writer) {
   Output& output = TheOutput();
-  const std::lock_guard held(output.lock);
+  const utilities::lock::lock_guard held(output.lock);
   output.writer = writer ? std::move(writer) : Writer(WriteToStandardError);
 }
 

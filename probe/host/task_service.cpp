@@ -16,6 +16,8 @@ void task_manager::WaitTaskPool(const std::string& name) {
   probe::TaskService::Instance().Wait(name);
 }
 
+using utilities::lock::lock_guard;
+
 namespace probe {
 namespace {
 
@@ -39,7 +41,7 @@ TaskService& TaskService::Instance() {
 
 int TaskService::Start(std::shared_ptr<Task> task) {
   if (task == nullptr) return -1;
-  const std::lock_guard held(lock_);
+  const lock_guard held(lock_);
   auto& place = tasks_[task->name()];
   if (place != nullptr) return -1;
   InstallWakeHandler();
@@ -63,18 +65,22 @@ bool TaskService::StartThread(RunningTask& running, std::shared_ptr<Task> task) 
 void TaskService::Run(std::shared_ptr<Task> task, RunningTask& running) {
   task->Run();
   task.reset();  // its code may be unloaded as soon as the waiter is told
-  const std::lock_guard held(lock_);
+  const lock_guard held(lock_);
   running.is_over = true;
-  task_over_.notify_all();
+  task_over_.NotifyAll();
 }
 
 void TaskService::Wait(const std::string& name) {
-  std::unique_lock held(lock_);
+  const lock_guard held(lock_);
   const auto found = tasks_.find(name);
   if (found == tasks_.end()) return;
   const std::shared_ptr<RunningTask> running = found->second;
-  while (!task_over_.wait_for(held, kWakeInterval, [&] { return running->is_over; })) {
+  auto next_signal = std::chrono::steady_clock::now() + kWakeInterval;
+  while (!running->is_over) {
+    const bool is_signal_due = !task_over_.WaitUntil(lock_, next_signal);
+    if (!is_signal_due || running->is_over) continue;  // a task that is over may have been joined by another waiter
     pthread_kill(running->thread.native_handle(), kWakeSignal);
+    next_signal = std::chrono::steady_clock::now() + kWakeInterval;
   }
   if (!running->thread.joinable()) return;  // another waiter was first
   running->thread.join();                   // at once: the thread is past its last use of lock_

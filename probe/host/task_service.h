@@ -1,13 +1,12 @@
 #pragma once
 
-#include <condition_variable>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <thread>
 
 #include "platform/tasks.h"
+#include "platform/utilities/locks.h"
 
 namespace probe {
 
@@ -23,24 +22,24 @@ class TaskService {
   static TaskService& Instance();
 
   /// As `task_manager::StartTask`; refuses a task whose name is running with -1.
-  int Start(std::shared_ptr<Task> task);
+  int Start(std::shared_ptr<Task> task) VEXORA_EXCLUDES(lock_);
 
   /// As `task_manager::WaitTaskPool`.
-  void Wait(const std::string& name);
+  void Wait(const std::string& name) VEXORA_EXCLUDES(lock_);
 
  private:
   struct RunningTask {
     std::thread thread;
-    bool is_over = false;
+    bool is_over = false;  ///< Guarded by the service's lock.
   };
 
   /// Starts the thread of a task that was just filed. False when there can be no more threads.
   bool StartThread(RunningTask& running, std::shared_ptr<Task> task);
-  void Run(std::shared_ptr<Task> task, RunningTask& running);
+  void Run(std::shared_ptr<Task> task, RunningTask& running) VEXORA_EXCLUDES(lock_);
 
-  std::mutex lock_;
-  std::condition_variable task_over_;
-  std::map<std::string, std::shared_ptr<RunningTask>> tasks_;  // by name, until waited for; guarded by lock_
+  utilities::lock::Mutex lock_;
+  utilities::lock::CondVar task_over_;
+  std::map<std::string, std::shared_ptr<RunningTask>> tasks_ VEXORA_GUARDED_BY(lock_);  // by name, until waited for
 };
 
 }  // namespace probe

@@ -7,6 +7,8 @@
 #include "probe/host/log.h"
 #include "probe/recording/timezone_name.h"
 
+using utilities::lock::lock_guard;
+
 namespace probe {
 namespace {
 
@@ -27,20 +29,20 @@ Recorder::Recorder(const std::string& path, DeviceCentre& centre, SubscriptionSe
 }
 
 Recorder::~Recorder() {
-  if (is_in_pass_) EndPass();
+  EndPass();
   service_.SetObserver(nullptr);
 }
 
 timeval Recorder::Now() {
   {
-    const std::lock_guard held(lock_);
+    const lock_guard held(lock_);
     if (is_in_pass_ && pthread_equal(engine_, pthread_self()) != 0) return pass_time_;
   }
   return clock_.Now();
 }
 
 unsigned Recorder::Sleep(unsigned seconds) {
-  if (is_in_pass_) EndPass();
+  EndPass();
   const unsigned left = clock_.Sleep(seconds);
   BeginPass();
   return left;
@@ -49,7 +51,7 @@ unsigned Recorder::Sleep(unsigned seconds) {
 void Recorder::BeginPass() {
   centre_.Hold();
   service_.Hold();
-  const std::lock_guard held(lock_);
+  const lock_guard held(lock_);
   engine_ = pthread_self();
   pass_time_ = clock_.Now();
   is_in_pass_ = true;
@@ -60,8 +62,8 @@ void Recorder::BeginPass() {
 
 void Recorder::EndPass() {
   {
-    const std::lock_guard held(lock_);
-    is_in_pass_ = false;
+    const lock_guard held(lock_);
+    if (!std::exchange(is_in_pass_, false)) return;
   }
   service_.Release();
   centre_.Release();
@@ -89,26 +91,28 @@ void Recorder::WriteDevices() {
 void Recorder::OnFiled(const std::string& topic, ConnectionId connection, const std::string& request) {
   if (request.empty()) return;  // the host's own: what it keeps for the HTTP interface is no client's doing
   clients_.insert(connection);
-  WriteInTurn([this, topic, name = NameOf(connection), request] { writer_.Subscribe(topic, name, request); });
+  WriteInTurn(
+      [topic, name = NameOf(connection), request](RecordingWriter& writer) { writer.Subscribe(topic, name, request); });
 }
 
 void Recorder::OnRemoved(const std::string& topic, ConnectionId connection, const std::string& sid) {
   if (!clients_.contains(connection)) return;
-  WriteInTurn([this, topic, name = NameOf(connection), sid] { writer_.Unsubscribe(topic, name, sid); });
+  WriteInTurn(
+      [topic, name = NameOf(connection), sid](RecordingWriter& writer) { writer.Unsubscribe(topic, name, sid); });
 }
 
 void Recorder::OnDisconnected(ConnectionId connection) {
   if (clients_.erase(connection) == 0) return;
-  WriteInTurn([this, name = NameOf(connection)] { writer_.Disconnect(name); });
+  WriteInTurn([name = NameOf(connection)](RecordingWriter& writer) { writer.Disconnect(name); });
 }
 
-void Recorder::WriteInTurn(std::function<void()> write) {
-  const std::lock_guard held(lock_);
+void Recorder::WriteInTurn(WriteLine write) {
+  const lock_guard held(lock_);
   if (is_held_) {
     waiting_.push_back(std::move(write));
     return;
   }
-  write();
+  write(writer_);
   Flush();
 }
 
@@ -119,14 +123,14 @@ void Recorder::Flush() {
 }
 
 void Recorder::OnHeld() {
-  const std::lock_guard held(lock_);
+  const lock_guard held(lock_);
   is_held_ = true;
 }
 
 void Recorder::OnReleased() {
-  const std::lock_guard held(lock_);
+  const lock_guard held(lock_);
   is_held_ = false;
-  for (const auto& write : std::exchange(waiting_, {})) write();
+  for (const auto& write : std::exchange(waiting_, {})) write(writer_);
   Flush();
 }
 

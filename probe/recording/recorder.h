@@ -6,11 +6,11 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <set>
 #include <string>
 #include <vector>
 
+#include "platform/utilities/locks.h"
 #include "probe/clock/clock.h"
 #include "probe/host/connection_id.h"
 #include "probe/host/device_centre.h"
@@ -44,9 +44,13 @@ class Recorder final : public Clock, private SubscriptionObserver {
   unsigned Sleep(unsigned seconds) override;
 
  private:
-  void BeginPass();
-  void EndPass();
-  void WriteDevices();
+  void BeginPass() VEXORA_EXCLUDES(lock_);
+
+  /// Lets the world move again, if a pass had stopped it.
+  void EndPass() VEXORA_EXCLUDES(lock_);
+
+  /// Writes what has changed of the devices since the last pass.
+  void WriteDevices() VEXORA_REQUIRES(lock_);
 
   void OnFiled(const std::string& topic, ConnectionId connection, const std::string& request) override;
   void OnRemoved(const std::string& topic, ConnectionId connection, const std::string& sid) override;
@@ -54,11 +58,13 @@ class Recorder final : public Clock, private SubscriptionObserver {
   void OnHeld() override;
   void OnReleased() override;
 
+  using WriteLine = std::function<void(RecordingWriter& writer)>;
+
   /// Writes a line now or, while a pass runs, after it.
-  void WriteInTurn(std::function<void()> write);
+  void WriteInTurn(WriteLine write) VEXORA_EXCLUDES(lock_);
 
   /// Hands what is written to the system. Says so, once, when it takes no more.
-  void Flush();
+  void Flush() VEXORA_REQUIRES(lock_);
 
   DeviceCentre& centre_;
   SubscriptionService& service_;
@@ -67,16 +73,18 @@ class Recorder final : public Clock, private SubscriptionObserver {
 
   const std::string path_;
 
-  std::mutex lock_;
-  std::ofstream file_;  // guarded by lock_, as is all that follows
-  RecordingWriter writer_;
-  bool is_broken_ = false;
-  bool is_held_ = false;
-  std::vector<std::function<void()>> waiting_;                            // lines of the pass in progress
-  std::map<std::string, std::shared_ptr<const DeviceSnapshot>> written_;  // what the recording says of each device
-  bool is_in_pass_ = false;
-  pthread_t engine_{};
-  timeval pass_time_{};
+  // Order: the subscription service's lock before lock_ (it calls the observer), lock_ before the device centre's.
+  utilities::lock::Mutex lock_;
+  std::ofstream file_ VEXORA_GUARDED_BY(lock_);
+  RecordingWriter writer_ VEXORA_GUARDED_BY(lock_);
+  bool is_broken_ VEXORA_GUARDED_BY(lock_) = false;          // the file takes no more, and the log says so
+  bool is_held_ VEXORA_GUARDED_BY(lock_) = false;            // the subscriptions stand still
+  std::vector<WriteLine> waiting_ VEXORA_GUARDED_BY(lock_);  // lines of the pass in progress
+  std::map<std::string, std::shared_ptr<const DeviceSnapshot>> written_
+      VEXORA_GUARDED_BY(lock_);  // what the recording says of each device
+  bool is_in_pass_ VEXORA_GUARDED_BY(lock_) = false;
+  pthread_t engine_ VEXORA_GUARDED_BY(lock_){};
+  timeval pass_time_ VEXORA_GUARDED_BY(lock_){};
 
   ClockInstallation installation_{*this};  // last: the rest is ready when the engine asks for the time
 };

@@ -1,5 +1,7 @@
 #include "probe/replay/pass_meter.h"
 
+using utilities::lock::lock_guard;
+
 namespace probe {
 namespace {
 
@@ -28,7 +30,7 @@ unsigned PassMeter::Sleep(unsigned seconds) {
 }
 
 void PassMeter::BeginPass() {
-  const std::lock_guard held(lock_);
+  const lock_guard held(lock_);
   ++cost_.passes;
   is_in_pass_ = true;
   cpu_ = Read(CLOCK_THREAD_CPUTIME_ID);
@@ -36,7 +38,7 @@ void PassMeter::BeginPass() {
 }
 
 void PassMeter::EndPass() {
-  const std::lock_guard held(lock_);
+  const lock_guard held(lock_);
   if (!is_in_pass_) return;
   is_in_pass_ = false;
   cost_.cpu_seconds += Since(cpu_, CLOCK_THREAD_CPUTIME_ID);
@@ -44,12 +46,12 @@ void PassMeter::EndPass() {
 }
 
 std::uint64_t PassMeter::pass() const {
-  const std::lock_guard held(lock_);
+  const lock_guard held(lock_);
   return cost_.passes;
 }
 
 PassCost PassMeter::cost() const {
-  const std::lock_guard held(lock_);
+  const lock_guard held(lock_);
   return cost_;
 }
 

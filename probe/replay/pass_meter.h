@@ -2,8 +2,8 @@
 
 #include <cstdint>
 #include <ctime>
-#include <mutex>
 
+#include "platform/utilities/locks.h"
 #include "probe/clock/clock.h"
 
 namespace probe {
@@ -45,11 +45,13 @@ class PassMeter final : public Clock {
   void EndPass();
 
   Clock& clock_;
-  mutable std::mutex lock_;
-  PassCost cost_;  // guarded by lock_
-  bool is_in_pass_ = false;
-  timespec cpu_{};   // the engine's thread only: when its pass began
-  timespec wall_{};  // likewise
+  mutable utilities::lock::Mutex lock_;
+  PassCost cost_ VEXORA_GUARDED_BY(lock_);
+  bool is_in_pass_ VEXORA_GUARDED_BY(lock_) = false;
+
+  // The engine's thread only: when its pass began, by the clock of its processor time and by a clock on the wall.
+  timespec cpu_{};
+  timespec wall_{};
 };
 
 }  // namespace probe

@@ -9,6 +9,8 @@
 #include "probe/text/json_text.h"
 #include "probe/text/utf8.h"
 
+using utilities::lock::lock_guard;
+
 namespace probe {
 namespace {
 
@@ -45,7 +47,7 @@ void ReplayOutput::Log(log::Level level, int module, const std::string& text) {
 }
 
 void ReplayOutput::Keep(Event event) {
-  const std::lock_guard held(lock_);
+  const lock_guard held(lock_);
   if (is_muted_) return;
   if (event.kind == Event::Kind::kPush) {
     ++pushes_;
@@ -55,7 +57,7 @@ void ReplayOutput::Keep(Event event) {
 }
 
 void ReplayOutput::Mute() {
-  const std::lock_guard held(lock_);
+  const lock_guard held(lock_);
   is_muted_ = true;
 }
 
@@ -79,7 +81,7 @@ std::string ReplayOutput::LineOf(Event event) {
 void ReplayOutput::Flush() {
   std::vector<Event> events;
   {
-    const std::lock_guard held(lock_);
+    const lock_guard held(lock_);
     events.swap(events_);
   }
   for (Event& event : events) stream_ << LineOf(std::move(event)) << '\n';
@@ -88,7 +90,7 @@ void ReplayOutput::Flush() {
 
 void ReplayOutput::Timing(const PassCost& cost) {
   Flush();
-  const std::lock_guard held(lock_);
+  const lock_guard held(lock_);
   stream_ << Dump(ordered_json{{"timing",
                                 {{"passes", cost.passes},
                                  {"cpu_seconds", cost.cpu_seconds},

@@ -3,10 +3,10 @@
 #include <cstdint>
 #include <iosfwd>
 #include <map>
-#include <mutex>
 #include <string>
 #include <vector>
 
+#include "platform/utilities/locks.h"
 #include "probe/host/log.h"
 #include "probe/replay/pass_meter.h"
 
@@ -47,12 +47,12 @@ class ReplayOutput {
   void Keep(Event event);
   static std::string LineOf(Event event);
 
-  std::ostream& stream_;
-  std::mutex lock_;
-  std::vector<Event> events_;  // guarded by lock_, as is all that follows
-  bool is_muted_ = false;
-  std::uint64_t pushes_ = 0;
-  std::uint64_t bytes_ = 0;
+  std::ostream& stream_;  // the driver's thread only
+  utilities::lock::Mutex lock_;
+  std::vector<Event> events_ VEXORA_GUARDED_BY(lock_);
+  bool is_muted_ VEXORA_GUARDED_BY(lock_) = false;
+  std::uint64_t pushes_ VEXORA_GUARDED_BY(lock_) = 0;
+  std::uint64_t bytes_ VEXORA_GUARDED_BY(lock_) = 0;
 };
 
 }  // namespace probe

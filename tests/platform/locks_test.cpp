@@ -10,8 +10,11 @@
 
 namespace {
 
+using utilities::lock::CondVar;
+using utilities::lock::lock_guard;
 using utilities::lock::lock_guard_read;
 using utilities::lock::lock_guard_write;
+using utilities::lock::Mutex;
 using utilities::lock::RwLock;
 using Clock = std::chrono::steady_clock;
 
@@ -93,6 +96,100 @@ TYPED_TEST(LockGuard, LetsGoWhenAnExceptionPasses) {
   EXPECT_THROW(fail(), int);
   const lock_guard_write held(lock);  // would wait for ever
   SUCCEED();
+}
+
+/// A number that threads wait for.
+class CondVarTest : public ::testing::Test {
+ protected:
+  void AwaitNumber(int wanted) {
+    const lock_guard held(mutex);
+    ++waiters;
+    while (number != wanted) changed.Wait(mutex);
+  }
+
+  void AwaitWaiters(int wanted) {
+    while (true) {
+      {
+        const lock_guard held(mutex);
+        if (waiters == wanted) return;
+      }
+      std::this_thread::yield();
+    }
+  }
+
+  void SetNumber(int value) {
+    const lock_guard held(mutex);
+    number = value;
+  }
+
+  Mutex mutex;
+  CondVar changed;
+  int number VEXORA_GUARDED_BY(mutex) = 0;
+  int waiters VEXORA_GUARDED_BY(mutex) = 0;  // threads that have looked at the number with the mutex held
+};
+
+TEST_F(CondVarTest, WakesEverybodyWhoWaits) {
+  std::vector<std::jthread> threads;
+  for (int thread = 0; thread < 4; ++thread) threads.emplace_back([this] { AwaitNumber(1); });
+  AwaitWaiters(4);
+  SetNumber(1);
+  changed.NotifyAll();
+  threads.clear();  // joins: ends only if each of them was woken
+  SUCCEED();
+}
+
+TEST_F(CondVarTest, WakesOneOfThoseWhoWait) {
+  std::jthread thread([this] { AwaitNumber(1); });
+  AwaitWaiters(1);
+  SetNumber(1);
+  changed.NotifyOne();
+  thread.join();
+  SUCCEED();
+}
+
+TEST_F(CondVarTest, HoldsTheMutexAgainWhenAWaitEnds) {
+  constexpr int kSteps = 1'000;
+  const auto step = [this](int mine) {
+    for (int done = 0; done < kSteps; ++done) {
+      const lock_guard held(mutex);
+      while (number % 2 != mine) changed.Wait(mutex);
+      ++number;
+      changed.NotifyAll();
+    }
+  };
+  {
+    const std::jthread even(step, 0);
+    const std::jthread odd(step, 1);
+  }
+  const lock_guard held(mutex);
+  EXPECT_EQ(number, 2 * kSteps);
+}
+
+TEST_F(CondVarTest, WaitsNoShorterThanToItsDeadlineWhenNobodyNotifies) {
+  const lock_guard held(mutex);
+  const auto deadline = Clock::now() + std::chrono::milliseconds(20);
+  while (changed.WaitUntil(mutex, deadline)) {
+  }
+  EXPECT_GE(Clock::now(), deadline);
+}
+
+TEST_F(CondVarTest, DoesNotWaitForADeadlineThatHasPassed) {
+  const lock_guard held(mutex);
+  EXPECT_FALSE(changed.WaitUntil(mutex, Clock::now() - std::chrono::milliseconds(1)));
+}
+
+TEST_F(CondVarTest, EndsAWaitWithADeadlineWhenSomebodyNotifies) {
+  std::jthread notifier([this] {
+    AwaitWaiters(1);
+    SetNumber(1);
+    changed.NotifyAll();
+  });
+  const lock_guard held(mutex);
+  ++waiters;
+  const auto deadline = Clock::now() + std::chrono::minutes(1);
+  bool is_in_time = true;
+  while (number != 1 && is_in_time) is_in_time = changed.WaitUntil(mutex, deadline);
+  EXPECT_TRUE(is_in_time);
 }
 
 }  // namespace
