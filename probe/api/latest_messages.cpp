@@ -15,12 +15,12 @@ using utilities::lock::lock_guard;
 namespace probe {
 namespace {
 
-constexpr int kMostRanked = 50;
+constexpr int kMaxRanked = 50;
 constexpr char kSid[] = "latest";
 
 std::string RankingFilter(const std::string& orderby) {
-  const nlohmann::json traffic{{"count", kMostRanked}, {"orderby", orderby}, {"flag", "desc"}};
-  const nlohmann::json clients{{"count", kMostRanked}, {"flag", "desc"}};
+  const nlohmann::json traffic{{"count", kMaxRanked}, {"orderby", orderby}, {"flag", "desc"}};
+  const nlohmann::json clients{{"count", kMaxRanked}, {"flag", "desc"}};
   return nlohmann::json{{"access_point", {{"traffic", traffic}, {"clients", clients}}},
                         {"wireless_networks", {{"traffic", traffic}, {"clients", clients}}},
                         {"wireless_clients", {{"traffic", traffic}}}}
@@ -69,7 +69,7 @@ void LatestMessages::Subscribe(WebServer& server, SubscriptionService& service) 
 
 bool LatestMessages::Keep(Kept& kept, const Key& key, const std::string& text) {
   const time_t now = InstalledClock().Now().tv_sec;
-  const bool is_small = text.size() <= kMostBytes;
+  const bool is_small = text.size() <= kMaxBytes;
   std::shared_ptr<const Message> message;
   if (is_small) message = std::make_shared<const Message>(Message{text, now});
   const lock_guard held(kept.lock);

@@ -28,11 +28,11 @@ const std::vector<StandardFilter>& StandardFilters();
 /// The newest message of each standard filter, so that whoever has just come need not wait for the next pass.
 ///
 /// It is a subscriber within the process. A message replaces the one before. Building the messages of a large network
-/// takes the engine time, and nobody reads them here: the first one above `kMostBytes` ends the subscription.
+/// takes the engine time, and nobody reads them here: the first one above `kMaxBytes` ends the subscription.
 /// Threads: any. The engine's thread puts messages in and is never waited for.
 class LatestMessages {
  public:
-  static constexpr std::size_t kMostBytes = 4 * 1024 * 1024;
+  static constexpr std::size_t kMaxBytes = 4 * 1024 * 1024;
 
   struct Message {
     std::string text;     ///< The envelope, as it went to the plug-in's send function.

@@ -44,7 +44,7 @@ PageFiles::PageFiles(const std::string& folder) {
     const auto content = Read(entry.path());
     if (content == nullptr) continue;
     bytes += content->size();
-    if (files_.size() >= kMostFiles || bytes > kMostBytes)
+    if (files_.size() >= kMaxFiles || bytes > kMaxBytes)
       throw std::runtime_error("server.dashboard = \"" + folder + "\" holds more than a dashboard does");
     const std::string path = "/" + fs::relative(entry.path(), folder).generic_string();
     files_[path] = {TypeOf(entry.path()), EtagOf(*content), content, Read(entry.path().string() + ".gz")};

@@ -15,8 +15,8 @@ namespace probe {
 /// Threads: any; nothing in it changes.
 class PageFiles {
  public:
-  static constexpr std::size_t kMostFiles = 200;
-  static constexpr std::size_t kMostBytes = 8 * 1024 * 1024;
+  static constexpr std::size_t kMaxFiles = 200;
+  static constexpr std::size_t kMaxBytes = 8 * 1024 * 1024;
 
   /// Reads a folder. One that is not there has no files.
   ///

@@ -71,10 +71,10 @@ void Describe(CLI::App& app, CommandLine& result) {
       ->type_name("FILE");
   app.add_option("--devices", result.devices, "Devices of the simulated network")
       ->type_name("N")
-      ->check(CLI::Range(0, SimulatedSettings::kMostDevices));
+      ->check(CLI::Range(0, SimulatedSettings::kMaxDevices));
   app.add_option("--clients", result.clients, "Wireless clients of the simulated network")
       ->type_name("N")
-      ->check(CLI::Range(0, SimulatedSettings::kMostClients));
+      ->check(CLI::Range(0, SimulatedSettings::kMaxClients));
   app.set_version_flag("--version", "vexora-probe " VEXORA_VERSION, "Print the version and exit");
   app.set_help_flag("-h,--help", "Print this text and exit");
   app.footer(Footer());

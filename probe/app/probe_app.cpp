@@ -16,7 +16,7 @@ namespace probe {
 namespace {
 
 /// Devices that are named at the start; a simulated network may have thousands.
-constexpr std::size_t kMostAnnounced = 20;
+constexpr std::size_t kMaxAnnounced = 20;
 
 /// A text that the plug-in made with the host's `Strdup`, taken over.
 std::string Taken(char* text) {
@@ -118,7 +118,7 @@ std::string ProbeApp::UrlOf(const std::string& scheme, const std::string& addres
 void ProbeApp::Announce() const {
   std::size_t announced = 0;
   for (const auto& [mac, info] : DeviceCentre::Instance().GetDevicesBasicInfo("", false)) {
-    if (++announced > kMostAnnounced) break;
+    if (++announced > kMaxAnnounced) break;
     log::Info("device %s: %s", mac.c_str(), info.hostname.c_str());
   }
   for (const std::string& address : server_->addresses()) log::Info("listening on %s", UrlOf("ws", address).c_str());

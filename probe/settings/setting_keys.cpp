@@ -11,7 +11,7 @@
 namespace probe {
 namespace {
 
-constexpr std::int64_t kMostSeed = 1'000'000'000;
+constexpr std::int64_t kMaxSeed = 1'000'000'000;
 
 bool AcceptAnything(const SettingValue& /*value*/) {
   return true;
@@ -200,15 +200,14 @@ std::vector<SettingKey> SimulatedKeys() {
           simulated, "refresh_seconds", [](auto& settings) -> auto& { return settings.simulated.refresh; }, 1, 60,
           "Time between two of its states."),
       Number(
-          simulated, "seed", [](auto& settings) -> auto& { return settings.simulated.network.seed; }, 0, kMostSeed,
+          simulated, "seed", [](auto& settings) -> auto& { return settings.simulated.network.seed; }, 0, kMaxSeed,
           "Another seed is another company."),
       Number(
           simulated, "devices", [](auto& settings) -> auto& { return settings.simulated.network.devices; }, 0,
-          SimulatedSettings::kMostDevices, "Routers, switches and access points. 0: a small company's nine."),
+          SimulatedSettings::kMaxDevices, "Routers, switches and access points. 0: a small company's nine."),
       Number(
           simulated, "clients", [](auto& settings) -> auto& { return settings.simulated.network.clients; }, 0,
-          SimulatedSettings::kMostClients,
-          "Wireless clients, not all of them in the house. 0: what suits the devices."),
+          SimulatedSettings::kMaxClients, "Wireless clients, not all of them in the house. 0: what suits the devices."),
   };
 }
 

@@ -62,11 +62,11 @@ TEST_F(LatestMessagesTest, AreReplacedByNewerOnes) {
 TEST_F(LatestMessagesTest, AreNotAskedForAnyMoreOnceOneIsTooLarge) {
   ServeLive();
   lws* const health = Listeners("HealthMonitor").front();
-  Push(health, std::string(probe::LatestMessages::kMostBytes, 'x'));
+  Push(health, std::string(probe::LatestMessages::kMaxBytes, 'x'));
   ASSERT_NE(latest.Find("HealthMonitor", ""), nullptr);
   EXPECT_THAT(Listeners("HealthMonitor"), SizeIs(1));
   EXPECT_FALSE(latest.IsTooLarge("HealthMonitor", ""));
-  Push(health, std::string(probe::LatestMessages::kMostBytes + 1, 'x'));
+  Push(health, std::string(probe::LatestMessages::kMaxBytes + 1, 'x'));
   EXPECT_EQ(latest.Find("HealthMonitor", ""), nullptr) << "an old message must not pass for the newest";
   EXPECT_TRUE(latest.IsTooLarge("HealthMonitor", ""));
   EXPECT_THAT(Listeners("HealthMonitor"), IsEmpty()) << "the engine builds it for nobody";

@@ -78,14 +78,14 @@ TEST_F(PageFilesTest, HasNothingOutsideItsFolder) {
 }
 
 TEST_F(PageFilesTest, RefusesAFolderThatHoldsMoreThanADashboard) {
-  for (std::size_t i = 0; i < PageFiles::kMostFiles; ++i) Write(std::to_string(i) + ".js", "");
+  for (std::size_t i = 0; i < PageFiles::kMaxFiles; ++i) Write(std::to_string(i) + ".js", "");
   EXPECT_NO_THROW(PageFiles(folder_.string()));
   Write("one-more.js", "");
   EXPECT_THROW(PageFiles(folder_.string()), std::runtime_error);
 }
 
 TEST_F(PageFilesTest, RefusesAFolderThatIsTooLarge) {
-  Write("large.js", std::string(PageFiles::kMostBytes, 'x'));
+  Write("large.js", std::string(PageFiles::kMaxBytes, 'x'));
   EXPECT_NO_THROW(PageFiles(folder_.string()));
   Write("more.js", "x");
   EXPECT_THROW(PageFiles(folder_.string()), std::runtime_error);
