@@ -26,7 +26,7 @@ std::string Footer() {
          DescribeSettings();
 }
 
-constexpr int kMostSpeed = 3600;
+constexpr int kMaxSpeed = 3600;
 
 /// Takes over which devices there are, and how fast their time goes.
 void ChooseSources(const CommandLine& command_line, Settings& settings) {
@@ -65,7 +65,7 @@ void Describe(CLI::App& app, CommandLine& result) {
   simulated->excludes(live);
   app.add_option("--speed", result.speed, "Run everything so many times faster; not with real devices")
       ->type_name("N")
-      ->check(CLI::Range(1, kMostSpeed))
+      ->check(CLI::Range(1, kMaxSpeed))
       ->excludes(live);
   app.add_option("--record", result.record_path, "Write what happens as a recording, for probe-replay")
       ->type_name("FILE");
@@ -82,7 +82,7 @@ void Describe(CLI::App& app, CommandLine& result) {
 
 }  // namespace
 
-std::variant<CommandLine, Answer> ParseCommandLine(int count, const char* const* arguments) {
+std::variant<CommandLine, CommandLineExit> ParseCommandLine(int count, const char* const* arguments) {
   CLI::App app("A network probe: samples devices once a minute and pushes what it measures to websocket clients.",
                "vexora-probe");
   CommandLine result;
@@ -93,8 +93,8 @@ std::variant<CommandLine, Answer> ParseCommandLine(int count, const char* const*
   } catch (const CLI::ParseError& error) {
     std::ostringstream asked_for;
     std::ostringstream complaint;
-    if (app.exit(error, asked_for, complaint) == 0) return Answer{0, asked_for.str()};
-    return Answer{kUnusable, complaint.str()};
+    if (app.exit(error, asked_for, complaint) == 0) return CommandLineExit{0, asked_for.str()};
+    return CommandLineExit{kUnusable, complaint.str()};
   }
 }
 

@@ -24,7 +24,7 @@ struct CommandLine {
 };
 
 /// A command line that is answered by a text, and the program is over.
-struct Answer {
+struct CommandLineExit {
   int exit_code = 0;  ///< 0 for what was asked for, 2 for a command line that cannot be used.
   std::string text;   ///< For standard output in the first case, standard error in the second; ends with a line end.
 };
@@ -36,7 +36,7 @@ inline constexpr int kUnusable = 2;
 inline constexpr const char* kSystemConfiguration = "/etc/vexora/probe.toml";
 
 /// Takes a command line apart; `arguments[0]` is the program's name.
-std::variant<CommandLine, Answer> ParseCommandLine(int count, const char* const* arguments);
+std::variant<CommandLine, CommandLineExit> ParseCommandLine(int count, const char* const* arguments);
 
 /// The settings of the configuration file, overridden by those of the command line. Without `--config` that is
 /// `system_file` where it exists, otherwise the defaults; nothing is looked for in the working directory.

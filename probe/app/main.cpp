@@ -33,7 +33,7 @@ int Run(const probe::CommandLine& command_line) {
 
 int main(int argc, char** argv) {
   const auto parsed = probe::ParseCommandLine(argc, argv);
-  if (const auto* answer = std::get_if<probe::Answer>(&parsed)) {
+  if (const auto* answer = std::get_if<probe::CommandLineExit>(&parsed)) {
     std::fputs(answer->text.c_str(), answer->exit_code == 0 ? stdout : stderr);
     return answer->exit_code;
   }

@@ -16,23 +16,24 @@ volatile std::sig_atomic_t interrupted = 0;
 // How soon an interrupt is noticed.
 constexpr std::chrono::milliseconds kPatience{200};
 
-struct Wish {
+/// What somebody typed after `probe-watch`.
+struct WatchOptions {
   std::string url = "ws://127.0.0.1:8765";
   std::string token;
   std::string certificate;
   std::string topic;
   std::string request = R"([{"sid":"watch","filter":{}}])";
-  std::size_t count = 0;  // 0: until interrupted
+  std::size_t count = 0;  ///< 0: until interrupted.
 };
 
-void AddOptions(CLI::App& app, Wish& wish) {
-  app.add_option("--url", wish.url, "Where the probe is")->capture_default_str();
-  app.add_option("--token", wish.token, "Token of the probe");
-  app.add_option("--certificate", wish.certificate, "PEM file of the probe's certificate, for wss");
-  app.add_option("--count", wish.count, "End after so many messages; 0: go on until interrupted")
+void AddOptions(CLI::App& app, WatchOptions& options) {
+  app.add_option("--url", options.url, "Where the probe is")->capture_default_str();
+  app.add_option("--token", options.token, "Token of the probe");
+  app.add_option("--certificate", options.certificate, "PEM file of the probe's certificate, for wss");
+  app.add_option("--count", options.count, "End after so many messages; 0: go on until interrupted")
       ->capture_default_str();
-  app.add_option("TOPIC", wish.topic, "Topic to subscribe to, such as TrafficMonitor")->required();
-  app.add_option("REQUEST-JSON", wish.request, "Array of what to subscribe to")->capture_default_str();
+  app.add_option("TOPIC", options.topic, "Topic to subscribe to, such as TrafficMonitor")->required();
+  app.add_option("REQUEST-JSON", options.request, "Array of what to subscribe to")->capture_default_str();
 }
 
 /// The text as a JSON string.
@@ -46,14 +47,14 @@ std::string Quoted(const std::string& text) {
 }
 
 /// Prints messages; true when all went as it should.
-bool Watch(const Wish& wish) {
-  probe::ClientOptions options = probe::OptionsFromUrl(wish.url);
-  options.trusted_certificate = wish.certificate;
-  if (!wish.token.empty()) options.headers["Authorization"] = "Bearer " + wish.token;
-  probe::WebsocketClient client(options);
-  client.SendText(R"({"subscribe":{"topic":)" + Quoted(wish.topic) + R"(,"request":)" + wish.request + "}}");
+bool Watch(const WatchOptions& options) {
+  probe::ClientOptions connection = probe::OptionsFromUrl(options.url);
+  connection.trusted_certificate = options.certificate;
+  if (!options.token.empty()) connection.headers["Authorization"] = "Bearer " + options.token;
+  probe::WebsocketClient client(connection);
+  client.SendText(R"({"subscribe":{"topic":)" + Quoted(options.topic) + R"(,"request":)" + options.request + "}}");
   std::size_t messages = 0;
-  while (interrupted == 0 && (wish.count == 0 || messages < wish.count)) {
+  while (interrupted == 0 && (options.count == 0 || messages < options.count)) {
     const auto text = client.Receive(kPatience);
     if (const auto reason = client.close_reason()) {
       std::cerr << "the probe closed the connection: " << reason->code << " " << reason->text << "\n";
@@ -77,12 +78,12 @@ bool Watch(const Wish& wish) {
 int main(int argc, char** argv) {
   try {
     CLI::App app("Subscribes to a topic of a probe and prints each message as one line.", "probe-watch");
-    Wish wish;
-    AddOptions(app, wish);
+    WatchOptions options;
+    AddOptions(app, options);
     CLI11_PARSE(app, argc, argv);
     std::signal(SIGINT, [](int) { interrupted = 1; });
     std::signal(SIGTERM, [](int) { interrupted = 1; });
-    return Watch(wish) ? 0 : 1;
+    return Watch(options) ? 0 : 1;
   } catch (const std::exception& failure) {
     std::cerr << "probe-watch: " << failure.what() << "\n";
     return 1;

@@ -16,7 +16,7 @@ namespace {
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
 
-std::variant<CommandLine, Answer> Parse(const std::vector<std::string>& words) {
+std::variant<CommandLine, CommandLineExit> Parse(const std::vector<std::string>& words) {
   std::vector<const char*> arguments{"vexora-probe"};
   for (const std::string& word : words) arguments.push_back(word.c_str());
   return ParseCommandLine(static_cast<int>(arguments.size()), arguments.data());
@@ -24,14 +24,14 @@ std::variant<CommandLine, Answer> Parse(const std::vector<std::string>& words) {
 
 CommandLine Usable(const std::vector<std::string>& words) {
   const auto parsed = Parse(words);
-  EXPECT_TRUE(std::holds_alternative<CommandLine>(parsed)) << std::get<Answer>(parsed).text;
+  EXPECT_TRUE(std::holds_alternative<CommandLine>(parsed)) << std::get<CommandLineExit>(parsed).text;
   return std::get<CommandLine>(parsed);
 }
 
-Answer Answered(const std::vector<std::string>& words) {
+CommandLineExit Answered(const std::vector<std::string>& words) {
   const auto parsed = Parse(words);
-  EXPECT_TRUE(std::holds_alternative<Answer>(parsed));
-  return std::get<Answer>(parsed);
+  EXPECT_TRUE(std::holds_alternative<CommandLineExit>(parsed));
+  return std::get<CommandLineExit>(parsed);
 }
 
 TEST(CommandLine, MayBeEmpty) {
@@ -97,7 +97,7 @@ TEST(CommandLine, RefusesToSizeANetworkThatIsNotSimulated) {
 }
 
 TEST(CommandLine, HelpShowsEveryOptionAndEveryKeyOfTheConfigurationFile) {
-  const Answer help = Answered({"--help"});
+  const CommandLineExit help = Answered({"--help"});
 
   EXPECT_EQ(help.exit_code, 0);
   for (const char* option : {"--config", "--plugin", "--live", "--simulated", "--speed", "--devices", "--clients",
@@ -108,7 +108,7 @@ TEST(CommandLine, HelpShowsEveryOptionAndEveryKeyOfTheConfigurationFile) {
 }
 
 TEST(CommandLine, TellsTheVersion) {
-  const Answer version = Answered({"--version"});
+  const CommandLineExit version = Answered({"--version"});
 
   EXPECT_EQ(version.exit_code, 0);
   EXPECT_THAT(version.text, ::testing::MatchesRegex("vexora-probe [0-9]+\\.[0-9]+\\.[0-9]+\n"));
@@ -123,7 +123,7 @@ struct Unusable {
 class UnusableCommandLine : public ::testing::TestWithParam<Unusable> {};
 
 TEST_P(UnusableCommandLine, IsAnsweredWithTheReasonAndExitCode2) {
-  const Answer answer = Answered(GetParam().words);
+  const CommandLineExit answer = Answered(GetParam().words);
 
   EXPECT_EQ(answer.exit_code, 2);
   EXPECT_EQ(answer.text, std::string(GetParam().complaint) + "\nRun with --help for more information.\n");
