@@ -6,6 +6,7 @@
 
 #include "fuzz/require.h"
 #include "probe/recording/device_state_reader.h"
+#include "probe/recording/device_state_writer.h"
 #include "probe/recording/json_object_reader.h"
 #include "probe/recording/recording_line.h"
 

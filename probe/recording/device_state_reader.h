@@ -11,8 +11,4 @@ namespace probe {
 /// Fails: throws `MalformedRecording` for a member that is unknown or of the wrong type.
 DeviceSnapshot SnapshotOf(const nlohmann::ordered_json& state);
 
-/// The recorded state that describes `snapshot`, so that `SnapshotOf` gives the same again. Texts other than SSIDs are
-/// taken as they are: what is not UTF-8 in them has to be replaced by whoever writes the state down.
-nlohmann::ordered_json StateOf(const DeviceSnapshot& snapshot);
-
 }  // namespace probe

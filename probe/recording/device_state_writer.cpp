@@ -1,10 +1,9 @@
-// The way back: from a snapshot to the recorded state that describes it.
+#include "probe/recording/device_state_writer.h"
 
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <string>
 
-#include "probe/recording/device_state_reader.h"
 #include "probe/text/utf8.h"
 
 namespace probe {

@@ -3,7 +3,7 @@
 #include <nlohmann/json.hpp>
 #include <ostream>
 
-#include "probe/recording/device_state_reader.h"
+#include "probe/recording/device_state_writer.h"
 #include "probe/text/json_text.h"
 
 namespace probe {

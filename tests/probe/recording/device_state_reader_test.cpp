@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
+#include "probe/recording/device_state_writer.h"
 #include "probe/recording/json_object_reader.h"
 
 namespace {
