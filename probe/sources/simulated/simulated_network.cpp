@@ -4,12 +4,16 @@
 #include <optional>
 #include <utility>
 
+#include "platform/device_records.h"
+#include "probe/host/device_snapshot.h"
 #include "probe/sources/simulated/device_life.h"
 #include "probe/sources/simulated/device_load.h"
+#include "probe/sources/simulated/device_state.h"
 #include "probe/sources/simulated/dice.h"
 #include "probe/sources/simulated/floor_plan.h"
 #include "probe/sources/simulated/moment.h"
 #include "probe/sources/simulated/neighbourhood.h"
+#include "probe/sources/simulated/octets.h"
 #include "probe/sources/simulated/radio_side.h"
 #include "probe/sources/simulated/snapshot_building.h"
 #include "probe/sources/simulated/wired_side.h"

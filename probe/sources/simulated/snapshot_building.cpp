@@ -4,9 +4,12 @@
 #include <memory>
 #include <utility>
 
+#include "platform/device_records.h"
 #include "probe/sources/simulated/attendance.h"
 #include "probe/sources/simulated/client_radio.h"
 #include "probe/sources/simulated/mac.h"
+#include "probe/sources/simulated/octets.h"
+#include "probe/sources/simulated/roster.h"
 #include "probe/sources/simulated/wireless_networks.h"
 
 namespace probe::simulated {

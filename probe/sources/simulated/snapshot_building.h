@@ -5,6 +5,7 @@
 #include "probe/host/device_snapshot.h"
 #include "probe/sources/simulated/device_load.h"
 #include "probe/sources/simulated/device_state.h"
+#include "probe/sources/simulated/dice.h"
 #include "probe/sources/simulated/floor_plan.h"
 #include "probe/sources/simulated/moment.h"
 #include "probe/sources/simulated/neighbourhood.h"

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "platform/device_records.h"
+#include "probe/host/device_snapshot.h"
 #include "probe/host/log.h"
 #include "probe/sources/this_machine/device_mac.h"
 #include "probe/sources/this_machine/wifi_snapshot.h"

@@ -8,6 +8,7 @@
 #include "probe/host/device_centre.h"
 #include "probe/settings/settings.h"
 #include "probe/sources/this_machine/machine_reading.h"
+#include "probe/sources/this_machine/proc_texts.h"
 
 namespace probe {
 

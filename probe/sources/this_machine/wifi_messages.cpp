@@ -9,6 +9,8 @@
 #include <cstddef>
 #include <cstdio>
 
+#include "platform/device_records.h"
+
 namespace probe {
 namespace {
 

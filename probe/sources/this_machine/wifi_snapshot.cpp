@@ -2,6 +2,8 @@
 
 #include <string>
 
+#include "platform/device_records.h"
+
 namespace probe {
 namespace {
 
