@@ -1,4 +1,5 @@
 #include "probe/sources/simulated/client_radio.h"
+#include "platform/device_records.h"
 
 #include <gtest/gtest.h>
 

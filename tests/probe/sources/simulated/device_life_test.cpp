@@ -1,4 +1,5 @@
 #include "probe/sources/simulated/device_life.h"
+#include "probe/sources/simulated/floor_plan.h"
 
 #include <gtest/gtest.h>
 

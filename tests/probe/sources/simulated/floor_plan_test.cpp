@@ -1,4 +1,5 @@
 #include "probe/sources/simulated/floor_plan.h"
+#include "platform/device_records.h"
 
 #include <gtest/gtest.h>
 

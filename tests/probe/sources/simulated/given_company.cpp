@@ -4,6 +4,8 @@
 #include <cstdlib>
 #include <sstream>
 
+#include "platform/device_records.h"
+
 namespace probe::simulated {
 namespace {
 

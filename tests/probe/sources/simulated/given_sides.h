@@ -4,6 +4,9 @@
 #include <ctime>
 #include <vector>
 
+#include "probe/sources/simulated/device_state.h"
+#include "probe/sources/simulated/floor_plan.h"
+#include "probe/sources/simulated/octets.h"
 #include "probe/sources/simulated/radio_side.h"
 #include "probe/sources/simulated/wired_side.h"
 #include "tests/probe/sources/simulated/given_company.h"

@@ -1,4 +1,7 @@
 #include "probe/sources/simulated/neighbourhood.h"
+#include "platform/device_records.h"
+#include "probe/sources/simulated/floor_plan.h"
+#include "probe/sources/simulated/whereabouts.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,7 @@
 #include "probe/sources/simulated/radio_side.h"
+#include "probe/sources/simulated/floor_plan.h"
+#include "probe/sources/simulated/octets.h"
+#include "probe/sources/simulated/roster.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,5 @@
 #include "probe/sources/simulated/simulated_network.h"
+#include "platform/device_records.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,5 @@
 #include "probe/sources/simulated/simulated_source.h"
+#include "probe/clock/clock.h"
 
 #include <gtest/gtest.h>
 

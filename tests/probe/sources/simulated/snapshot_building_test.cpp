@@ -1,4 +1,10 @@
 #include "probe/sources/simulated/snapshot_building.h"
+#include "platform/device_records.h"
+#include "probe/sources/simulated/device_load.h"
+#include "probe/sources/simulated/device_state.h"
+#include "probe/sources/simulated/floor_plan.h"
+#include "probe/sources/simulated/octets.h"
+#include "probe/sources/simulated/radio_side.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,6 @@
 #include "probe/sources/simulated/wired_side.h"
+#include "probe/sources/simulated/floor_plan.h"
+#include "probe/sources/simulated/octets.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,5 @@
 #include "probe/sources/this_machine/device_mac.h"
+#include "probe/sources/this_machine/machine_reading.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,6 +1,7 @@
 // The links of this machine against what other interfaces of the kernel say about them.
 
 #include "probe/sources/this_machine/links.h"
+#include "probe/sources/this_machine/machine_reading.h"
 
 #include <gtest/gtest.h>
 #include <net/if.h>

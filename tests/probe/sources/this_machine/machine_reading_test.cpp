@@ -1,6 +1,7 @@
 // The reading of this machine against what other interfaces of the kernel say about it.
 
 #include "probe/sources/this_machine/machine_reading.h"
+#include "probe/sources/this_machine/proc_texts.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,8 @@
 #include "probe/sources/this_machine/this_machine.h"
+#include "platform/device_records.h"
+#include "probe/host/device_centre.h"
+#include "probe/settings/settings.h"
+#include "probe/sources/this_machine/machine_reading.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

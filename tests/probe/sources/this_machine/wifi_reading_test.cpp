@@ -1,4 +1,5 @@
 #include "probe/sources/this_machine/wifi_reading.h"
+#include "platform/device_records.h"
 
 #include <gtest/gtest.h>
 

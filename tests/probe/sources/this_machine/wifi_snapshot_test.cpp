@@ -1,4 +1,6 @@
 #include "probe/sources/this_machine/wifi_snapshot.h"
+#include "platform/device_records.h"
+#include "probe/sources/this_machine/wifi_reading.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
