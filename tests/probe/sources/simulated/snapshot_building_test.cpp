@@ -11,7 +11,6 @@
 
 #include <json-c/json.h>
 
-
 #include "probe/sources/simulated/wired_side.h"
 #include "probe/sources/simulated/wireless_networks.h"
 #include "probe/text/json_c_handle.h"
