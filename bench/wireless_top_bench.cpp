@@ -16,7 +16,7 @@
 
 #include "bench/stopwatch.h"
 #include "monitor/engine/constants.h"
-#include "monitor/wirelesstop/ranking.h"
+#include "monitor/wirelesstop/wireless_top_fold.h"
 #include "monitor/wirelesstop/wireless_top_monitor.h"
 #include "probe/host/device_centre.h"
 

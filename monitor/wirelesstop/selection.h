@@ -2,8 +2,8 @@
 
 #include <vector>
 
-#include "monitor/wirelesstop/filters.h"
-#include "monitor/wirelesstop/ranking.h"
+#include "monitor/wirelesstop/wireless_top_filter.h"
+#include "monitor/wirelesstop/wireless_top_fold.h"
 
 namespace monitoring::wirelesstop {
 

@@ -4,8 +4,8 @@
 #include <vector>
 
 #include "monitor/engine/monitor.h"
-#include "monitor/wirelesstop/filters.h"
-#include "monitor/wirelesstop/ranking.h"
+#include "monitor/wirelesstop/wireless_top_filter.h"
+#include "monitor/wirelesstop/wireless_top_fold.h"
 #include "monitor/wirelesstop/wireless_top_records.h"
 #include "platform/utilities/locks.h"
 

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "monitor/reports/client/client_report.h"
+#include "monitor/reports/client/client_report_records.h"
 
 namespace monitoring::client_report {
 

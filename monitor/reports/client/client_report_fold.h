@@ -5,7 +5,7 @@
 #include <ctime>
 #include <string>
 
-#include "monitor/reports/client/client_report.h"
+#include "monitor/reports/client/client_report_records.h"
 
 namespace monitoring::client_report {
 

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "monitor/engine/json_tree.h"
-#include "monitor/reports/client/client_report.h"
+#include "monitor/reports/client/client_report_records.h"
 #include "platform/device_records.h"
 
 namespace monitoring::client_report {

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "monitor/engine/monitor.h"
-#include "monitor/reports/client/client_report.h"
+#include "monitor/reports/client/client_report_records.h"
 #include "platform/utilities/locks.h"
 
 /// Keeps, for every wireless client and every guest of a captive portal, a row for each of the last seven days and four

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "monitor/reports/network/network_week.h"
+#include "monitor/reports/network/network_periods.h"
 #include "monitor/reports/network/quotient.h"
 #include "platform/logging.h"
 

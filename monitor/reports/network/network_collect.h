@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "monitor/reports/network/network_records.h"
-#include "monitor/reports/network/rogues.h"
+#include "monitor/reports/network/network_rogues.h"
 #include "platform/configuration.h"
 #include "platform/device_centre.h"
 

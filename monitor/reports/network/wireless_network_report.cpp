@@ -7,11 +7,11 @@
 #include "monitor/engine/devices.h"
 #include "monitor/engine/json_keys.h"
 #include "monitor/engine/time_keys.h"
-#include "monitor/reports/network/families.h"
+#include "monitor/reports/network/network_fold.h"
 #include "monitor/reports/network/network_keys.h"
+#include "monitor/reports/network/network_retention.h"
+#include "monitor/reports/network/network_rogues.h"
 #include "monitor/reports/network/network_show.h"
-#include "monitor/reports/network/retention.h"
-#include "monitor/reports/network/rogues.h"
 #include "platform/logging.h"
 
 namespace vexora_probe::monitor {

@@ -1,11 +1,11 @@
 // Those operations of the wireless network report that do their work in one of its rooms, and nothing beside.
 
 #include "monitor/engine/ssid_configurations.h"
-#include "monitor/reports/network/families.h"
 #include "monitor/reports/network/network_client_counts.h"
+#include "monitor/reports/network/network_fold.h"
 #include "monitor/reports/network/network_keys.h"
-#include "monitor/reports/network/rogues.h"
-#include "monitor/reports/network/traffic_speeds.h"
+#include "monitor/reports/network/network_rogues.h"
+#include "monitor/reports/network/network_traffic.h"
 #include "monitor/reports/network/wireless_network_report.h"
 
 namespace vexora_probe::monitor {

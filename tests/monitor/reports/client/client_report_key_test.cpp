@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "monitor/reports/client/client_report.h"
+#include "monitor/reports/client/client_report_records.h"
 #include "monitor/reports/client/client_report_show.h"
 
 namespace {

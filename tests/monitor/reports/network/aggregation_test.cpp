@@ -5,11 +5,11 @@
 #include <cstdint>
 #include <limits>
 
-#include "monitor/reports/network/families.h"
 #include "monitor/reports/network/network_client_counts.h"
-#include "monitor/reports/network/network_week.h"
-#include "monitor/reports/network/rogues.h"
-#include "monitor/reports/network/traffic_speeds.h"
+#include "monitor/reports/network/network_fold.h"
+#include "monitor/reports/network/network_periods.h"
+#include "monitor/reports/network/network_rogues.h"
+#include "monitor/reports/network/network_traffic.h"
 #include "monitor/reports/network/wireless_network_report.h"
 #include "tests/support/log_capture.h"
 

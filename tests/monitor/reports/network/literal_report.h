@@ -4,8 +4,8 @@
 #include <vector>
 
 #include "monitor/reports/network/network_records.h"
+#include "monitor/reports/network/network_rogues.h"
 #include "monitor/reports/network/report_time.h"
-#include "monitor/reports/network/rogues.h"
 
 namespace test {
 

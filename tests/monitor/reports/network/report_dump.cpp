@@ -2,9 +2,9 @@
 #include <iomanip>
 #include <sstream>
 
-#include "monitor/reports/network/families.h"
+#include "monitor/reports/network/network_fold.h"
 #include "monitor/reports/network/network_keys.h"
-#include "monitor/reports/network/retention.h"
+#include "monitor/reports/network/network_retention.h"
 #include "tests/monitor/reports/network/literal_report.h"
 
 namespace test {

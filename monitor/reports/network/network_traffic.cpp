@@ -1,4 +1,4 @@
-#include "monitor/reports/network/traffic_speeds.h"
+#include "monitor/reports/network/network_traffic.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -7,8 +7,7 @@
 #include <vector>
 
 #include "monitor/engine/constants.h"
-#include "monitor/engine/report_limits.h"
-#include "monitor/reports/network/network_week.h"
+#include "monitor/reports/network/network_periods.h"
 #include "monitor/reports/network/quotient.h"
 #include "platform/logging.h"
 

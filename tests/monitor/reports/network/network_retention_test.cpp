@@ -1,4 +1,4 @@
-#include "monitor/reports/network/retention.h"
+#include "monitor/reports/network/network_retention.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

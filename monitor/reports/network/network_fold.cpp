@@ -1,4 +1,4 @@
-#include "monitor/reports/network/families.h"
+#include "monitor/reports/network/network_fold.h"
 
 #include "monitor/engine/constants.h"
 #include "monitor/reports/network/network_client_counts.h"

@@ -1,4 +1,4 @@
-#include "monitor/wirelesstop/ranking.h"
+#include "monitor/wirelesstop/wireless_top_fold.h"
 
 #include <algorithm>
 #include <utility>

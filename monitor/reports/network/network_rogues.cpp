@@ -1,4 +1,4 @@
-#include "monitor/reports/network/rogues.h"
+#include "monitor/reports/network/network_rogues.h"
 
 #include <cstddef>
 #include <cstdint>

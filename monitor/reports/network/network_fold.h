@@ -1,8 +1,8 @@
 #pragma once
 
 #include "monitor/reports/network/network_records.h"
+#include "monitor/reports/network/network_traffic.h"
 #include "monitor/reports/network/report_time.h"
-#include "monitor/reports/network/traffic_speeds.h"
 
 /// The folding of a pass: from the devices' samples to days and weeks. Each step grows with the number of samples and
 /// IDs; the outcome is that of calling the calculations of each ID one after the other.

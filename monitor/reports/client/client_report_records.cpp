@@ -1,4 +1,4 @@
-#include "monitor/reports/client/client_report.h"
+#include "monitor/reports/client/client_report_records.h"
 
 #include <cstddef>
 #include <utility>

@@ -1,4 +1,4 @@
-#include "monitor/wirelesstop/filters.h"
+#include "monitor/wirelesstop/wireless_top_filter.h"
 
 #include "monitor/engine/json_keys.h"
 #include "monitor/engine/json_tree.h"

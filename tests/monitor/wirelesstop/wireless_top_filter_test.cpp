@@ -1,4 +1,4 @@
-#include "monitor/wirelesstop/filters.h"
+#include "monitor/wirelesstop/wireless_top_filter.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "monitor/reports/network/retention.h"
+#include "monitor/reports/network/network_retention.h"
 
 #include <algorithm>
 #include <map>
@@ -6,7 +6,7 @@
 #include "monitor/engine/constants.h"
 #include "monitor/engine/report_limits.h"
 #include "monitor/reports/network/network_keys.h"
-#include "monitor/reports/network/network_week.h"
+#include "monitor/reports/network/network_periods.h"
 #include "platform/logging.h"
 
 namespace vexora_probe::monitor {

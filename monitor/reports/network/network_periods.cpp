@@ -1,4 +1,4 @@
-#include "monitor/reports/network/network_week.h"
+#include "monitor/reports/network/network_periods.h"
 
 #include "monitor/engine/report_limits.h"
 
