@@ -54,14 +54,14 @@ bool operator==(const WirelessTopFilter& left, const WirelessTopFilter& right);
 /// The same for filters of any kind: false unless both are of the wireless top monitor.
 bool AreEqualWirelessTopFilters(const Filter& left, const Filter& right);
 
-/// The filter that the "filter" object of a request stands for; `wanted` may be null or of any type.
+/// The filter that the "filter" object of a request asks for; `wanted` may be null or of any type.
 std::shared_ptr<Filter> NewWirelessTopFilter(json_object* wanted);
 
 /// Parsers of the parts of a request.
 ///
 /// Each takes any JSON value or null, and fills in what it finds: a member that is missing or null leaves its field as
-/// it was. Counts are read as `json_object_get_int` reads them, so numbers that 32 bits cannot hold become the nearest
-/// that they can; members that are not texts are taken in their JSON form.
+/// it was. Counts are read with `json_object_get_int`, which clamps a number to 32 bits. A member that is not a text is
+/// read as its JSON text.
 ///
 /// Owner: the object stays the caller's. Threads: any.
 namespace vexora_probe::monitor {

@@ -1,6 +1,7 @@
 #include "monitor/wirelesstop/wireless_top_fold.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <utility>
 
 #include "monitor/engine/json_keys.h"
@@ -20,10 +21,56 @@ std::uint64_t Total(const NetStream& stream) {
   return stream.in + stream.out;
 }
 
+/// Adds the counters of an SSID interface, if it has any.
+void AddStatistics(NetStream& stream, const vexora_probe::models::controller::SSIDIfState& network) {
+  if (network.traffic != nullptr) AddOctets(stream, network.traffic->in_bytes, network.traffic->out_bytes);
+}
+
+bool IsLargestFirst(const FilterBase& filter) {
+  return filter.flag == "desc";
+}
+
+/// `count` as a number of entries: none for a negative one.
+std::size_t EntryCount(std::int32_t count) {
+  return static_cast<std::size_t>(std::max(count, 0));
+}
+
 }  // namespace
 
-// By value, as their callers know them. The rankings themselves go by the measures: copying two shared pointers for a
-// comparison makes a sort twice as slow.
+NetStream& StreamOf(Streams& streams, const std::string& name, const std::string& desc) {
+  std::shared_ptr<NetStream>& stream = streams[name];
+  if (stream == nullptr) {
+    stream = std::make_shared<NetStream>();
+    stream->name = name;
+    stream->desc = desc;
+  }
+  return *stream;
+}
+
+void AddOctets(NetStream& stream, std::uint64_t in_bytes, std::uint64_t out_bytes) {
+  constexpr int kOctetsToKib = 10;  // a shift
+  stream.in += in_bytes >> kOctetsToKib;
+  stream.out += out_bytes >> kOctetsToKib;
+}
+
+void AddClients(ClientCounts& counts, const std::string& name, std::int32_t clients) {
+  std::int32_t& count = counts[name];
+  // a device may report any number, and a signed sum must not overflow
+  count = static_cast<std::int32_t>(static_cast<std::uint32_t>(count) + static_cast<std::uint32_t>(clients));
+}
+
+void AddNetwork(const std::string& mac, const vexora_probe::models::controller::SSIDIfState& network, Totals& totals) {
+  AddClients(totals.device_clients, mac, network.client_count);
+  AddClients(totals.ssid_clients, network.ssid, network.client_count);
+  AddStatistics(StreamOf(totals.ssids, network.ssid), network);
+  for (const auto& client : network.clients) {
+    AddOctets(StreamOf(totals.clients, client.mac, client.hostname), client.in_bytes, client.out_bytes);
+  }
+  AddStatistics(StreamOf(totals.devices, mac), network);
+}
+
+// By value, because the parameter types are fixed. The rankings themselves sort by the measures: copying two shared
+// pointers for a comparison makes a sort twice as slow.
 // NOLINTBEGIN(performance-unnecessary-value-param)
 bool compare_by_in(std::shared_ptr<NetStream> a, std::shared_ptr<NetStream> b) {
   return In(*a) > In(*b);
@@ -44,32 +91,27 @@ bool compare_by_count(ClientCount a, ClientCount b) {
 
 StreamRanking::StreamRanking(const Streams& streams, Measure measure) : streams_(streams), measure_(measure) {}
 
-std::span<const RankedStream> StreamRanking::Top(std::size_t count) const {
-  const utilities::lock::lock_guard held(order_lock_);
+std::span<const RankedStream> StreamRanking::Top(std::size_t count) {
   if (count == 0) return {};
-  if (places_.empty()) Fill();
+  if (places_.empty()) {
+    places_.reserve(streams_.size());
+    for (const auto& [name, stream] : streams_) places_.push_back({.value = measure_(*stream), .stream = stream});
+  }
   const std::size_t size = places_.size();
   const std::size_t wanted = std::min(count, size);
-  if (wanted > ordered_) {
-    // who looks deeper and deeper, one place at a time, must not have the rest searched each time
-    OrderTo(std::min(std::max(wanted, 2 * ordered_), size));
+  if (wanted > sorted_) {
+    // At least twice as deep as before: callers that ask for one place more each time must not cause a search of all
+    // unsorted places each time.
+    const std::size_t depth = std::min(std::max(wanted, 2 * sorted_), size);
+    const auto first = places_.begin();
+    std::partial_sort(first + static_cast<std::ptrdiff_t>(sorted_), first + static_cast<std::ptrdiff_t>(depth),
+                      places_.end(), [](const RankedStream& left, const RankedStream& right) {
+                        return left.value != right.value ? left.value > right.value
+                                                         : left.stream->name < right.stream->name;
+                      });
+    sorted_ = depth;
   }
   return {places_.data(), wanted};
-}
-
-void StreamRanking::Fill() const {
-  places_.reserve(streams_.size());
-  for (const auto& [name, stream] : streams_) places_.push_back({.value = measure_(*stream), .stream = stream});
-}
-
-void StreamRanking::OrderTo(std::size_t depth) const {
-  const auto is_before = [](const RankedStream& left, const RankedStream& right) {
-    return left.value != right.value ? left.value > right.value : left.stream->name < right.stream->name;
-  };
-  const auto first = places_.begin();
-  std::partial_sort(first + static_cast<std::ptrdiff_t>(ordered_), first + static_cast<std::ptrdiff_t>(depth),
-                    places_.end(), is_before);
-  ordered_ = depth;
 }
 
 void RankStreams(const Streams& streams, StreamRankings& rankings) {
@@ -83,9 +125,50 @@ std::vector<ClientCount> RankCounts(const ClientCounts& counts) {
   std::vector<ClientCount> ranking;
   ranking.reserve(counts.size());
   for (const auto& [name, count] : counts) ranking.push_back({.name = name, .count = count});
+  // Stable, because equal counts stay in the order of their names, in which the map holds them.
   std::stable_sort(ranking.begin(), ranking.end(),
                    [](const ClientCount& left, const ClientCount& right) { return left.count > right.count; });
   return ranking;
+}
+
+void Rank(const Totals& totals, Rankings& rankings) {
+  RankStreams(totals.devices, rankings.devices);
+  RankStreams(totals.ssids, rankings.ssids);
+  RankStreams(totals.clients, rankings.clients);
+  rankings.device_clients = RankCounts(totals.device_clients);
+  rankings.ssid_clients = RankCounts(totals.ssid_clients);
+}
+
+TopStreamList TopStreams(StreamRankings& rankings, const TrafficFilter& filter) {
+  TopStreamList top;
+  const auto ranking = rankings.find(filter.orderby);
+  if (ranking == rankings.end()) return top;
+  const auto places = ranking->second.Top(EntryCount(filter.count));
+  top.reserve(places.size());
+  for (const RankedStream& place : places) top.push_back(place.stream.get());
+  // The other flag lists the same entries, smallest first: the top of the ranking reversed, not its end.
+  if (!IsLargestFirst(filter)) std::reverse(top.begin(), top.end());
+  return top;
+}
+
+TopCountList TopCounts(const std::vector<ClientCount>& ranking, const ClientsFilter& filter) {
+  // Smallest first, the count is taken as unsigned, so that a negative one asks for all. Part of the protocol in this
+  // order only.
+  const std::size_t wanted =
+      IsLargestFirst(filter) ? EntryCount(filter.count) : std::size_t{static_cast<std::uint32_t>(filter.count)};
+  TopCountList top(std::min(wanted, ranking.size()));
+  std::transform(ranking.begin(), ranking.begin() + static_cast<std::ptrdiff_t>(top.size()), top.begin(),
+                 [](const ClientCount& count) { return &count; });
+  if (!IsLargestFirst(filter)) std::reverse(top.begin(), top.end());
+  return top;
+}
+
+Selection Select(Rankings& rankings, const WirelessTopFilter& filter) {
+  return {.device_traffic = TopStreams(rankings.devices, filter.access_point.traffic),
+          .device_clients = TopCounts(rankings.device_clients, filter.access_point.clients),
+          .ssid_traffic = TopStreams(rankings.ssids, filter.wireless_networks.traffic),
+          .ssid_clients = TopCounts(rankings.ssid_clients, filter.wireless_networks.clients),
+          .client_traffic = TopStreams(rankings.clients, filter.wireless_clients)};
 }
 
 }  // namespace monitoring::wirelesstop

@@ -8,10 +8,27 @@
 #include <string>
 #include <vector>
 
+#include "monitor/wirelesstop/wireless_top_filter.h"
 #include "monitor/wirelesstop/wireless_top_records.h"
-#include "platform/utilities/locks.h"
+#include "platform/device_records.h"
 
+/// Sums, rankings and selections of the wireless top monitor. Takes no lock: the monitor holds those of what it hands
+/// in.
 namespace monitoring::wirelesstop {
+
+/// The stream of this name, made with this description if there is none yet.
+NetStream& StreamOf(Streams& streams, const std::string& name, const std::string& desc = {});
+
+/// Adds octet counters to a stream, each cut to whole KiB before it is added.
+void AddOctets(NetStream& stream, std::uint64_t in_bytes, std::uint64_t out_bytes);
+
+/// Adds to a count, which starts at 0. A sum that 32 bits cannot hold wraps.
+void AddClients(ClientCounts& counts, const std::string& name, std::int32_t clients);
+
+/// Adds one SSID interface of a device to the totals: of the device, of the SSID and of each of its clients.
+///
+/// The client count is the interface's own, whatever clients it lists.
+void AddNetwork(const std::string& mac, const vexora_probe::models::controller::SSIDIfState& network, Totals& totals);
 
 /// Which of two comes first in a ranking: true when `a` has more. Of equals neither does.
 bool compare_by_in(std::shared_ptr<NetStream> a, std::shared_ptr<NetStream> b);
@@ -21,49 +38,64 @@ bool compare_by_count(ClientCount a, ClientCount b);
 
 /// One place in a ranking.
 struct RankedStream {
-  std::uint64_t value = 0;  ///< What it is ranked by, kept beside it: a ranking reads it for every stream there is.
+  std::uint64_t value = 0;  ///< What it is ranked by: sorting reads this copy instead of each stream.
   std::shared_ptr<NetStream> stream;
 };
 
 /// Streams ranked by one measure, largest first; equals by name, ascending.
 ///
-/// The list is made when somebody first looks at it, and put in order as far from the top as somebody has looked: what
-/// nobody asks for costs nothing, and who wants the first five of 50,000 does not pay for the order of the rest.
-///
-/// Threads: any, several at once. Top places that were handed out stay as they are when somebody else looks deeper.
+/// Sorts lazily: the list is filled at the first call of `Top`, and sorted only as deep as some call has asked for. So
+/// a ranking that nobody asks for costs nothing, and the first five of 50,000 are found without sorting the rest.
 class StreamRanking {
  public:
   /// What the streams are ranked by, such as their KiB received.
   using Measure = std::uint64_t (*)(const NetStream&);
 
-  /// `streams` must stay as they are for as long as the ranking lives.
+  /// `streams` must not change as long as the ranking lives.
   StreamRanking(const Streams& streams, Measure measure);
 
-  /// The first `count` places, or all when there are fewer. Valid as long as the ranking.
-  std::span<const RankedStream> Top(std::size_t count) const VEXORA_EXCLUDES(order_lock_);
+  /// The first `count` places, or all when there are fewer. Valid as long as the ranking: a later call that asks for
+  /// more does not move them.
+  std::span<const RankedStream> Top(std::size_t count);
 
  private:
-  /// Makes the list, in the order of the names.
-  void Fill() const VEXORA_REQUIRES(order_lock_);
-  /// Puts the first `depth` places in order.
-  void OrderTo(std::size_t depth) const VEXORA_REQUIRES(order_lock_);
-
   const Streams& streams_;
   Measure measure_;
-  mutable utilities::lock::Mutex order_lock_;
-  // The first `ordered_` places have their final content: who was handed them reads them without the lock.
-  mutable std::vector<RankedStream> places_ VEXORA_GUARDED_BY(order_lock_);
-  mutable std::size_t ordered_ VEXORA_GUARDED_BY(order_lock_) = 0;
+  std::vector<RankedStream> places_;  // empty before the first call of Top
+  std::size_t sorted_ = 0;            // so many places at the front have their final content
 };
 
 /// "in", "out", "total" -> the ranking by that.
 using StreamRankings = std::map<std::string, StreamRanking>;
 
-/// Ranks the streams by all three measures, in place of what `rankings` held. They must stay as they are for as long as
-/// the rankings live.
+/// Ranks the streams by all three measures, in place of what `rankings` held. They must not change as long as the
+/// rankings live.
 void RankStreams(const Streams& streams, StreamRankings& rankings);
 
 /// The counts, largest first; equals by name, ascending.
 std::vector<ClientCount> RankCounts(const ClientCounts& counts);
+
+/// The rankings of all totals.
+struct Rankings {
+  StreamRankings devices;
+  std::vector<ClientCount> device_clients;
+  StreamRankings ssids;
+  std::vector<ClientCount> ssid_clients;
+  StreamRankings clients;
+};
+
+/// Ranks all totals, in place of what `rankings` held. `totals` must not change as long as the rankings live.
+void Rank(const Totals& totals, Rankings& rankings);
+
+/// The streams that a filter wants to see, in its order. None for an `orderby` that names no ranking, or for a count of
+/// 0 or less.
+TopStreamList TopStreams(StreamRankings& rankings, const TrafficFilter& filter);
+
+/// The counts that a filter wants to see, in its order. For a negative count none, largest first, but all of them in
+/// the other order.
+TopCountList TopCounts(const std::vector<ClientCount>& ranking, const ClientsFilter& filter);
+
+/// What a filter selects from the rankings. Sorts these further where it has to.
+Selection Select(Rankings& rankings, const WirelessTopFilter& filter);
 
 }  // namespace monitoring::wirelesstop

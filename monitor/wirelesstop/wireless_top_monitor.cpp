@@ -8,7 +8,6 @@
 #include "monitor/engine/json_keys.h"
 #include "monitor/engine/json_tree.h"
 #include "monitor/engine/push.h"
-#include "monitor/wirelesstop/selection.h"
 #include "monitor/wirelesstop/wireless_top_collect.h"
 #include "monitor/wirelesstop/wireless_top_show.h"
 #include "platform/device_centre.h"
@@ -16,23 +15,14 @@
 #include "platform/sending.h"
 
 namespace wirelesstop = monitoring::wirelesstop;
-namespace records = vexora_probe::models::controller;
 using monitoring::JsonTree;
+using utilities::lock::lock_guard;
 using utilities::lock::lock_guard_read;
 using utilities::lock::lock_guard_write;
-using wirelesstop::AddClients;
-using wirelesstop::AddOctets;
-using wirelesstop::NetStream;
-using wirelesstop::StreamOf;
 
 namespace {
 
 constexpr const char* kNoMessage = "{}";
-
-/// Adds the counters of an SSID interface, if it has any.
-void AddStatistics(NetStream& stream, const records::SSIDIfState& network) {
-  if (network.traffic != nullptr) AddOctets(stream, network.traffic->in_bytes, network.traffic->out_bytes);
-}
 
 }  // namespace
 
@@ -52,44 +42,28 @@ subscribes::ParsedRequest WirelessTopMonitor::FilterParser(json_object* request)
 
 void WirelessTopMonitor::DataMerge() {
   const lock_guard_write held(cache_lock_);
-  ClearAllCache();
+  {
+    const lock_guard order_held(order_lock_);
+    ClearAllCache();
+  }
   for (const std::string& mac : DeviceManager::GetInstance().GetOnlineManagedDevices(true)) Collectdata(mac);
+  const lock_guard order_held(order_lock_);
   SortCache();
 }
 
 void WirelessTopMonitor::ClearAllCache() {
-  device_streams_.clear();
-  device_client_counts_.clear();
-  ssid_streams_.clear();
-  ssid_client_counts_.clear();
-  client_streams_.clear();
-  device_rankings_.clear();
-  ssid_rankings_.clear();
-  client_rankings_.clear();
-  device_count_ranking_.clear();
-  ssid_count_ranking_.clear();
+  rankings_ = {};  // first, because it refers to the totals
+  totals_ = {};
 }
 
 void WirelessTopMonitor::Collectdata(const std::string& mac) {
   const auto device = monitoring::WirelessDevice(mac);
   if (device == nullptr) return;
-  for (const records::SSIDIfState& network : wirelesstop::ReadNetworks(mac, *device)) {
-    AddClients(device_client_counts_, mac, network.client_count);
-    AddClients(ssid_client_counts_, network.ssid, network.client_count);
-    AddStatistics(StreamOf(ssid_streams_, network.ssid), network);
-    for (const records::AssocClientState& client : network.clients) {
-      AddOctets(StreamOf(client_streams_, client.mac, client.hostname), client.in_bytes, client.out_bytes);
-    }
-    AddStatistics(StreamOf(device_streams_, mac), network);
-  }
+  for (const auto& network : wirelesstop::ReadNetworks(mac, *device)) wirelesstop::AddNetwork(mac, network, totals_);
 }
 
 void WirelessTopMonitor::SortCache() {
-  wirelesstop::RankStreams(device_streams_, device_rankings_);
-  wirelesstop::RankStreams(ssid_streams_, ssid_rankings_);
-  wirelesstop::RankStreams(client_streams_, client_rankings_);
-  device_count_ranking_ = wirelesstop::RankCounts(device_client_counts_);
-  ssid_count_ranking_ = wirelesstop::RankCounts(ssid_client_counts_);
+  wirelesstop::Rank(totals_, rankings_);
 }
 
 void WirelessTopMonitor::MergeDataForInterval() {}
@@ -107,7 +81,7 @@ void WirelessTopMonitor::PushDataBySID(const subscribes::SubscriptionList& subsc
     monitoring::MergeByFilter(subscriptions, merged, &AreEqualWirelessTopFilters);
     for (const auto& [filter, connections] : merged) {
       const auto* wanted = dynamic_cast<const WirelessTopFilter*>(filter);
-      if (wanted == nullptr) continue;  // nothing that this monitor's parser made
+      if (wanted == nullptr) continue;  // another monitor's filter
       for (const auto& [connection, sids] : connections) {
         monitoring::Send(connection, GenerateJsonMsg(GetMonitorName(), wanted, sids));
       }
@@ -127,13 +101,13 @@ std::string WirelessTopMonitor::GenerateJsonMsg(const std::string& topic, const 
 
   const lock_guard_read held(cache_lock_);
   const auto infos = DeviceManager::GetInstance().GetDevicesBasicInfo("", false);
-  AppendAccessPoints(parts.access_point_traffic, TopStreams(device_rankings_, filter->access_point.traffic), infos);
-  AppendAccessPoints(parts.access_point_clients, TopCounts(device_count_ranking_, filter->access_point.clients), infos);
-  AppendNetworks(parts.network_traffic, TopStreams(ssid_rankings_, filter->wireless_networks.traffic));
-  AppendNetworks(parts.network_clients, TopCounts(ssid_count_ranking_, filter->wireless_networks.clients));
-  AppendClients(parts.client_traffic, TopStreams(client_rankings_, filter->wireless_clients));
-  const JsonTree root = Assembled(std::move(parts));
+  const JsonTree root = wirelesstop::MessageBody(std::move(parts), SelectionOf(*filter), infos);
   return kro_utilities::jsonobject::compose_communication_struct(topic.c_str(), root.get());
+}
+
+wirelesstop::Selection WirelessTopMonitor::SelectionOf(const WirelessTopFilter& filter) {
+  const lock_guard held(order_lock_);
+  return wirelesstop::Select(rankings_, filter);
 }
 
 void WirelessTopMonitor::Cleanup(const std::string& mac) {

@@ -12,8 +12,8 @@
 /// Tells which access points, wireless networks and wireless clients carry the most traffic or the most clients right
 /// now.
 ///
-/// Keeps no history: every pass throws the caches away and builds them anew from the counters of every online managed
-/// device. Figures are the devices' counters as they stand, no speeds and no differences between passes.
+/// Keeps no history: every pass discards the caches and rebuilds them from the counters of every online managed device.
+/// Figures are the devices' counters as they stand, neither speeds nor differences between passes.
 ///
 /// Threads: a pass runs on the engine's thread. Filters are parsed and messages are built on any thread, several at
 ///          once, also during a pass; a message shows the state before or after a rebuild, never one in between.
@@ -30,52 +30,49 @@ class WirelessTopMonitor final : public Monitor {
   /// Builds the caches anew.
   ///
   /// Asks the device centre for the devices and their wireless state with the caches locked for writing.
-  void DataMerge() override VEXORA_EXCLUDES(cache_lock_);
+  void DataMerge() override VEXORA_EXCLUDES(cache_lock_, order_lock_);
 
   /// Adds the present counters of one device to the caches. Does nothing for a device that is gone, has no driver or no
   /// wireless side.
   void Collectdata(const std::string& mac) override VEXORA_REQUIRES(cache_lock_);
 
   /// Empties every cache.
-  void ClearAllCache() VEXORA_REQUIRES(cache_lock_);
+  void ClearAllCache() VEXORA_REQUIRES(cache_lock_, order_lock_);
 
   /// Ranks what was collected.
-  void SortCache() VEXORA_REQUIRES(cache_lock_);
+  void SortCache() VEXORA_REQUIRES(cache_lock_, order_lock_);
 
-  /// Nothing: this monitor has no views at different intervals.
+  /// Do nothing: this monitor has no views at different intervals.
   void MergeDataForInterval() override;
   void MergeDifferentInterval(const std::string& source, const std::string& target, int count, int minutes) override;
 
   /// Pushes to the subscribers; the last step of a pass.
   void monitor(const std::string& argument) override;
-  void PushDataBySID(const subscribes::SubscriptionList& subscriptions) override VEXORA_EXCLUDES(cache_lock_);
+  void PushDataBySID(const subscribes::SubscriptionList& subscriptions) override
+      VEXORA_EXCLUDES(cache_lock_, order_lock_);
 
   using Monitor::GenerateJsonMsg;
-  /// The message for one connection: what the filter cuts from the rankings. "{}" when there is no heap left for it, or
-  /// when there is no filter.
+  /// The message for one connection: what the filter selects from the rankings. "{}" when memory is exhausted, or when
+  /// there is no filter.
   ///
   /// Asks the device centre for the devices' names, and has the message composed, with the caches locked for reading.
   std::string GenerateJsonMsg(const std::string& topic, const WirelessTopFilter* filter,
-                              const std::vector<std::string>& sids) VEXORA_EXCLUDES(cache_lock_);
+                              const std::vector<std::string>& sids) VEXORA_EXCLUDES(cache_lock_, order_lock_);
 
   /// Only logs: the next pass drops a device that is gone. Threads: any.
   void Cleanup(const std::string& mac) override;
 
  private:
-  using Streams = monitoring::wirelesstop::Streams;
-  using ClientCounts = monitoring::wirelesstop::ClientCounts;
-  using StreamRankings = monitoring::wirelesstop::StreamRankings;
-  using CountRanking = std::vector<monitoring::wirelesstop::ClientCount>;
+  /// What a filter selects from the rankings. Valid while the caller holds `cache_lock_`.
+  monitoring::wirelesstop::Selection SelectionOf(const WirelessTopFilter& filter) VEXORA_REQUIRES_SHARED(cache_lock_)
+      VEXORA_EXCLUDES(order_lock_);
 
-  Streams device_streams_ VEXORA_GUARDED_BY(cache_lock_);  // by device MAC
-  ClientCounts device_client_counts_ VEXORA_GUARDED_BY(cache_lock_);
-  Streams ssid_streams_ VEXORA_GUARDED_BY(cache_lock_);  // by SSID, over all devices that carry it
-  ClientCounts ssid_client_counts_ VEXORA_GUARDED_BY(cache_lock_);
-  Streams client_streams_ VEXORA_GUARDED_BY(cache_lock_);  // by formatted client MAC
-  StreamRankings device_rankings_ VEXORA_GUARDED_BY(cache_lock_);
-  StreamRankings ssid_rankings_ VEXORA_GUARDED_BY(cache_lock_);
-  StreamRankings client_rankings_ VEXORA_GUARDED_BY(cache_lock_);
-  CountRanking device_count_ranking_ VEXORA_GUARDED_BY(cache_lock_);
-  CountRanking ssid_count_ranking_ VEXORA_GUARDED_BY(cache_lock_);
+  // Order: cache_lock_ before order_lock_, never the reverse. The host is called with cache_lock_ held, never with
+  // order_lock_.
   utilities::lock::RwLock cache_lock_;
+  // Rankings are sorted when a message asks for them, and several messages are built at once with cache_lock_ held for
+  // reading: this lock lets one of them sort at a time.
+  utilities::lock::Mutex order_lock_ VEXORA_ACQUIRED_AFTER(cache_lock_);
+  monitoring::wirelesstop::Totals totals_ VEXORA_GUARDED_BY(cache_lock_);
+  monitoring::wirelesstop::Rankings rankings_ VEXORA_GUARDED_BY(order_lock_);  // of totals_, to which they refer
 };

@@ -4,6 +4,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace monitoring::wirelesstop {
 
@@ -28,13 +29,28 @@ struct ClientCount {
 using Streams = std::map<std::string, std::shared_ptr<NetStream>>;  ///< By name.
 using ClientCounts = std::map<std::string, std::int32_t>;           ///< Device MAC or SSID -> clients.
 
-/// The stream of this name, made with this description if there is none yet.
-NetStream& StreamOf(Streams& streams, const std::string& name, const std::string& desc = {});
+/// The counters of all online devices, added up in one pass.
+struct Totals {
+  Streams devices;              ///< By device MAC.
+  ClientCounts device_clients;  ///< By device MAC.
+  Streams ssids;                ///< By SSID, over all devices that carry it.
+  ClientCounts ssid_clients;    ///< By SSID, likewise.
+  Streams clients;              ///< By formatted client MAC.
+};
 
-/// Adds octet counters to a stream, each cut to whole KiB before it is added.
-void AddOctets(NetStream& stream, std::uint64_t in_bytes, std::uint64_t out_bytes);
+using TopStreamList = std::vector<const NetStream*>;
+using TopCountList = std::vector<const ClientCount*>;
 
-/// Adds to a count, which starts at 0. A sum that 32 bits cannot hold wraps.
-void AddClients(ClientCounts& counts, const std::string& name, std::int32_t clients);
+/// What a filter selects from the rankings: the five lists of a message, each in the order of the message.
+///
+/// Owner: the entries belong to the totals and rankings that they were selected from, and are valid as long as those
+///        are not rebuilt.
+struct Selection {
+  TopStreamList device_traffic;
+  TopCountList device_clients;
+  TopStreamList ssid_traffic;
+  TopCountList ssid_clients;
+  TopStreamList client_traffic;
+};
 
 }  // namespace monitoring::wirelesstop

@@ -39,7 +39,26 @@ std::string HostName(const DeviceInfos& infos, const std::string& mac) {
   return found == infos.end() ? std::string() : found->second.hostname;
 }
 
-/// Two parts of a message in an object of their own.
+void FillLists(const MessageParts& parts, const Selection& selection, const DeviceInfos& infos) {
+  for (const NetStream* device : selection.device_traffic) {
+    Append(parts.access_point_traffic, WithTraffic(NamedObject(device->name, HostName(infos, device->name)), *device));
+  }
+  for (const ClientCount* device : selection.device_clients) {
+    Append(parts.access_point_clients, WithClients(NamedObject(device->name, HostName(infos, device->name)), *device));
+  }
+  for (const NetStream* ssid : selection.ssid_traffic) {
+    Append(parts.network_traffic, WithTraffic(NamedObject(ssid->name), *ssid));
+  }
+  for (const ClientCount* ssid : selection.ssid_clients) {
+    Append(parts.network_clients, WithClients(NamedObject(ssid->name), *ssid));
+  }
+  for (const NetStream* client : selection.client_traffic) {
+    const std::string name = client->desc.empty() ? DeviceName(client->name) : client->desc;
+    Append(parts.client_traffic, WithTraffic(NamedObject(client->name, name), *client));
+  }
+}
+
+/// Two lists of a message in an object of their own.
 JsonTree TrafficAndClients(JsonTree traffic, JsonTree clients) {
   JsonTree object = NewObject();
   Add(object, json_key::kTraffic, std::move(traffic));
@@ -54,34 +73,8 @@ bool AreAllocated(const MessageParts& parts) {
          parts.network_traffic != nullptr && parts.network_clients != nullptr && parts.client_traffic != nullptr;
 }
 
-void AppendAccessPoints(const JsonTree& list, const TopStreamList& top, const DeviceInfos& infos) {
-  for (const NetStream* stream : top) {
-    Append(list, WithTraffic(NamedObject(stream->name, HostName(infos, stream->name)), *stream));
-  }
-}
-
-void AppendAccessPoints(const JsonTree& list, const TopCountList& top, const DeviceInfos& infos) {
-  for (const ClientCount* count : top) {
-    Append(list, WithClients(NamedObject(count->name, HostName(infos, count->name)), *count));
-  }
-}
-
-void AppendNetworks(const JsonTree& list, const TopStreamList& top) {
-  for (const NetStream* stream : top) Append(list, WithTraffic(NamedObject(stream->name), *stream));
-}
-
-void AppendNetworks(const JsonTree& list, const TopCountList& top) {
-  for (const ClientCount* count : top) Append(list, WithClients(NamedObject(count->name), *count));
-}
-
-void AppendClients(const JsonTree& list, const TopStreamList& top) {
-  for (const NetStream* stream : top) {
-    const std::string name = stream->desc.empty() ? DeviceName(stream->name) : stream->desc;
-    Append(list, WithTraffic(NamedObject(stream->name, name), *stream));
-  }
-}
-
-JsonTree Assembled(MessageParts parts) {
+JsonTree MessageBody(MessageParts parts, const Selection& selection, const DeviceInfos& infos) {
+  FillLists(parts, selection, infos);
   JsonTree clients = NewObject();
   Add(clients, json_key::kTraffic, std::move(parts.client_traffic));
   Add(parts.root, json_key::kAccessPoints,

@@ -2,7 +2,6 @@
 
 #include <map>
 #include <string>
-#include <vector>
 
 #include "monitor/engine/json_tree.h"
 #include "monitor/wirelesstop/wireless_top_records.h"
@@ -11,8 +10,6 @@
 namespace monitoring::wirelesstop {
 
 using DeviceInfos = std::map<std::string, vexora_probe::models::controller::BasicInfo>;  ///< By device MAC.
-using TopStreamList = std::vector<const NetStream*>;
-using TopCountList = std::vector<const ClientCount*>;
 
 /// The body of a message and its five lists, made before any of them is filled.
 struct MessageParts {
@@ -24,18 +21,13 @@ struct MessageParts {
   JsonTree client_traffic = NewArray();
 };
 
-/// Whether the heap gave all parts.
+/// Whether none of the allocations failed.
 bool AreAllocated(const MessageParts& parts);
 
-/// Fill a list: access points by MAC and host name, networks by SSID, clients by MAC and name.
-void AppendAccessPoints(const JsonTree& list, const TopStreamList& top, const DeviceInfos& infos);
-void AppendAccessPoints(const JsonTree& list, const TopCountList& top, const DeviceInfos& infos);
-void AppendNetworks(const JsonTree& list, const TopStreamList& top);
-void AppendNetworks(const JsonTree& list, const TopCountList& top);
-/// Asks the host for the name of a managed device where a client has none of its own.
-void AppendClients(const JsonTree& list, const TopStreamList& top);
-
-/// The body with the lists in their places.
-JsonTree Assembled(MessageParts parts);
+/// The body with the selected entries in its lists: access points by MAC and host name, networks by SSID, clients by
+/// MAC and name.
+///
+/// Asks the device centre for the name of a managed device where a client has none of its own.
+JsonTree MessageBody(MessageParts parts, const Selection& selection, const DeviceInfos& infos);
 
 }  // namespace monitoring::wirelesstop
