@@ -13,15 +13,16 @@ namespace vexora_probe::monitor {
 namespace {
 
 using models::controller::BasicInfo;
+using models::controller::NeighboringAP;
 using models::controller::RadioIfState;
 using models::controller::SSIDCfg;
 using models::controller::SSIDIfState;
 using models::controller::WIFIBandType;
 
-/// What an SSID interface counts; whether it counts anything that can be filed under a name.
+/// Reads the counters of an SSID interface. Returns whether it has a name and counters at all.
 bool ReadCounters(const std::string& mac, const std::string& interface, const SSIDIfState& state, Networks& sample) {
   sample.attributes.name = state.ssid;
-  sample.measured.client.current = static_cast<std::uint32_t>(std::max(0, state.client_count));  // below 0: nonsense
+  sample.measured.client.current = static_cast<std::uint32_t>(std::max(0, state.client_count));  // below 0: nobody
   if (state.ssid.empty()) {
     pel_log_debug(log_module::kMonitor,
                   "[WirelessNetworkReport::CollectOneSSID] Device: %s, interface: %s, SSID name is empty", mac.c_str(),
@@ -92,7 +93,18 @@ std::vector<Networks> ReadSSIDs(const Device& device, const SSIDConfigurations& 
 
 Scan ReadScan(const Device& device) {
   BasicInfo info = device.basic_info();
-  return {.mac = std::move(info.mac), .hostname = std::move(info.hostname), .heard = device.neighboring_ap_tbl()};
+  Scan scan{.mac = std::move(info.mac), .hostname = std::move(info.hostname), .entries = {}};
+  for (const NeighboringAP& heard : device.neighboring_ap_tbl()) {
+    ScanEntry& entry = scan.entries.emplace_back();
+    entry.record.mac = heard.mac;
+    entry.record.ssid = heard.ssid;
+    entry.record.channel = heard.channel;
+    entry.record.signal_strength = heard.signal;
+    entry.record.radio_type = monitoring::reports::BandName(heard.band, "");
+    entry.record.seen_by[scan.mac] = scan.hostname;
+    entry.is_trusted = heard.trusted != 0;
+  }
+  return scan;
 }
 
 SSIDConfigurations ReadConfigurations(const std::string& mac) {

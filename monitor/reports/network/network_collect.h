@@ -5,18 +5,17 @@
 #include <vector>
 
 #include "monitor/reports/network/network_records.h"
-#include "monitor/reports/network/network_rogues.h"
 #include "platform/configuration.h"
 #include "platform/device_centre.h"
 
-/// Asks the host what the wireless network report is made of. Nothing of the report's is locked meanwhile.
+/// Asks the host for the data of the wireless network report. Called without the report's lock.
 namespace vexora_probe::monitor {
 
-/// One sample of every SSID interface of a device that has all it takes: a name, statistics, a known band, and a
-/// configuration among `configurations`. An interface that lacks one is logged and left out.
+/// One sample of every SSID interface of a device that has a name, statistics, a known band, and a configuration among
+/// `configurations`. An interface that lacks one of them is logged and left out.
 std::vector<Networks> ReadSSIDs(const Device& device, const SSIDConfigurations& configurations);
 
-/// What the device heard in its latest scan.
+/// What the device heard in its latest scan. The records of the entries are new: first and last seen now.
 Scan ReadScan(const Device& device);
 
 /// The SSID configurations of a device, whatever its type. Empty when nothing is known of the device.

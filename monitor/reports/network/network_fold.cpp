@@ -2,75 +2,159 @@
 
 #include "monitor/engine/constants.h"
 #include "monitor/reports/network/network_client_counts.h"
-#include "monitor/reports/network/snapshots.h"
-#include "platform/logging.h"
+#include "monitor/reports/network/network_keys.h"
 
 namespace vexora_probe::monitor {
 namespace {
 
-void LogSSIDSpeed(const std::string& id, double peak, double speed, double sum) {
-  pel_log_debug(log_module::kMonitor,
-                "[WirelessNetworkReport::CalculateDailyTraffic] ID: %s, current peak traffic: %f, mins traffic "
-                "average: %f, average_speed_total: %f",
-                id.c_str(), peak, speed, sum);
-}
-
-void LogAccessPointSpeed(const std::string& id, double peak, double speed, double sum) {
-  pel_log_debug(log_module::kMonitor,
-                "[WirelessNetworkReport::CalculateAccesspointsDailyTraffic] ID: %s, current peak traffic: %f, mins "
-                "traffic average: %f,average_speed_total: %f",
-                id.c_str(), peak, speed, sum);
-}
-
-void LogSpectrumSpeed(const std::string& id, double peak, double speed, double sum) {
-  pel_log_debug(log_module::kMonitor,
-                "[WirelessNetworkReport::CalculateSpectrumDailyTraffic] ID: %s, current peak traffic: %f, mins traffic "
-                "average: %f,average_speed_total: %f",
-                id.c_str(), peak, speed, sum);
-}
-
-void LogLine(const char* line) {
-  if (line != nullptr) pel_log_debug(log_module::kMonitor, "%s", line);
-}
-
-/// Notes what a network moved between its latest samples.
-void NoteDelta(const std::string& mac, const std::string& key, const Networks& latest,
-               std::map<std::string, TrafficDelta>& deltas) {
-  const TrafficCount& traffic = latest.measured.traffic;
-  deltas[key] = {.time_delta = traffic.time_delta, .delta_octets = traffic.delta_octets};
-  pel_log_debug(log_module::kMonitor,
-                "[WirelessNetworkReport::CollectSSIDsByMac] ID: %s, key: %s, radio type: %s, delta time: %d",
-                mac.c_str(), key.c_str(), latest.attributes.radio_type.c_str(), static_cast<int>(traffic.time_delta));
-}
-
 /// Folds the samples of one device.
-void FoldDevice(DaySamples& networks, const ReportTime& time, Buckets& daily, Buckets& weekly) {
-  const std::string* last = nullptr;       // whose client counts were recorded
-  const std::string* last_fast = nullptr;  // whose speed was recorded
-  for (const auto& [key, samples] : networks) {
-    RecordClientCounts(key, samples, time, daily);
-    last = &key;
-  }
+void FoldDevice(DaySamples& networks, const ReportTime& time, const HostFunctions& host, Buckets& daily,
+                Buckets& weekly) {
+  for (const auto& [key, samples] : networks) RecordClientCounts(key, samples, time, host, daily);
   // Before the speeds: an eighth day is dropped as soon as clients have been counted.
-  if (last != nullptr) FoldClientCounts(time, daily, weekly);
+  if (!networks.empty()) FoldClientCounts(time, host, daily, weekly);
+  const std::string* last_with_speed = nullptr;
   for (auto& [key, samples] : networks) {
-    if (RecordSpeed(key, samples, time, daily)) last_fast = &key;
+    if (RecordSpeed(key, samples, time, host, daily)) last_with_speed = &key;
   }
-  if (last_fast != nullptr) FoldSpeeds(*last_fast, time, daily, weekly);
+  if (last_with_speed != nullptr) FoldSpeeds(*last_with_speed, time, host, daily, weekly);
+}
+
+/// Called with each minute of an ID to which a sample was added, and the sums there.
+using MinuteLog = void (*)(const HostFunctions& host, const std::string& id, const std::string& minute,
+                           const AccessPoints& sum);
+
+/// Adds clients and speeds, minute by minute. Both maps have the same order, so one pass over both is enough.
+void AddSamples(const std::string& id, const Samples& samples, const HostFunctions& host, MinuteLog log,
+                Samples& sums) {
+  auto at = sums.begin();
+  for (const auto& [minute, sample] : samples) {
+    while (at != sums.end() && at->first < minute) ++at;
+    if (at == sums.end() || at->first != minute) at = sums.try_emplace(at, minute);
+    AccessPoints& sum = at->second.measured;
+    sum.client.current += sample.measured.client.current;
+    sum.traffic.average += sample.measured.traffic.average;
+    log(host, id, minute, sum);
+  }
+}
+
+/// The SSID key of a network on a band, without the band.
+std::string WithoutRadio(const std::string& ssid_key_with_radio, const HostFunctions& host) {
+  std::string key;
+  RemoveRadioTypeFromSSIDKey(ssid_key_with_radio, host, key);
+  NetworksAttr network;
+  bool guest = false;
+  GetAttributeFromKey(key, host, network.name, network.security_mode, guest);
+  std::string rebuilt = SSIDKey(network.name, network.security_mode, guest);
+  host.log_debug(log_module::kMonitor, "[WirelessNetworkReport::CollectSSIDs] new ssid key: %s", rebuilt.c_str());
+  return rebuilt;
+}
+
+void LogSSID(const HostFunctions& host, const std::string& id, const std::string& minute, const AccessPoints& sum) {
+  host.log_debug(log_module::kMonitor,
+                 "[WirelessNetworkReport::CollectSSIDs] Minsutes: %s, ssid: %s, client count(current): %u, traffic "
+                 "average: %f",
+                 minute.c_str(), id.c_str(), static_cast<unsigned>(sum.client.current), sum.traffic.average);
+}
+
+void LogAccessPoint(const HostFunctions& host, const std::string& id, const std::string& minute,
+                    const AccessPoints& sum) {
+  host.log_debug(log_module::kMonitor,
+                 "[WirelessNetworkReport::CollectAccessPoints] ID: %s, Minsutes: %s, client count(current): %u, "
+                 "traffic average: %f",
+                 id.c_str(), minute.c_str(), static_cast<unsigned>(sum.client.current), sum.traffic.average);
+}
+
+void LogSpectrum(const HostFunctions& host, const std::string& id, const std::string& minute, const AccessPoints& sum) {
+  host.log_debug(log_module::kMonitor,
+                 "[WirelessNetworkReport::CollectSpectrums] ID: %s, Minsutes: %s, client count(current): %u, traffic "
+                 "average: %f",
+                 id.c_str(), minute.c_str(), static_cast<unsigned>(sum.client.current), sum.traffic.average);
+}
+
+void LogSSIDSpeed(const HostFunctions& host, const std::string& id, double peak, double speed, double sum) {
+  host.log_debug(log_module::kMonitor,
+                 "[WirelessNetworkReport::CalculateDailyTraffic] ID: %s, current peak traffic: %f, mins traffic "
+                 "average: %f, average_speed_total: %f",
+                 id.c_str(), peak, speed, sum);
+}
+
+void LogAccessPointSpeed(const HostFunctions& host, const std::string& id, double peak, double speed, double sum) {
+  host.log_debug(log_module::kMonitor,
+                 "[WirelessNetworkReport::CalculateAccesspointsDailyTraffic] ID: %s, current peak traffic: %f, mins "
+                 "traffic average: %f,average_speed_total: %f",
+                 id.c_str(), peak, speed, sum);
+}
+
+void LogSpectrumSpeed(const HostFunctions& host, const std::string& id, double peak, double speed, double sum) {
+  host.log_debug(log_module::kMonitor,
+                 "[WirelessNetworkReport::CalculateSpectrumDailyTraffic] ID: %s, current peak traffic: %f, mins "
+                 "traffic average: %f,average_speed_total: %f",
+                 id.c_str(), peak, speed, sum);
+}
+
+void LogLine(const HostFunctions& host, const char* line) {
+  if (line != nullptr) host.log_debug(log_module::kMonitor, "%s", line);
 }
 
 }  // namespace
 
-void FoldDevices(const ReportTime& time, NetworkReport& report, RadioDeltas& deltas) {
+void FoldDevices(const ReportTime& time, const HostFunctions& host, NetworkReport& report, RadioDeltas& deltas) {
   const auto today = report.device_ssid_samples.find(time.day);
   if (today == report.device_ssid_samples.end()) return;
   for (auto& [mac, networks] : today->second) {
-    FoldDevice(networks, time, report.device_ssid_report[monitoring::kDaily][mac],
+    FoldDevice(networks, time, host, report.device_ssid_report[monitoring::kDaily][mac],
                report.device_ssid_report[monitoring::kWeekly][mac]);
     for (const auto& [key, samples] : networks) {
-      if (!samples.empty()) NoteDelta(mac, key, samples.rbegin()->second, deltas[mac]);
+      if (samples.empty()) continue;
+      const Networks& latest = samples.rbegin()->second;
+      const TrafficCount& traffic = latest.measured.traffic;
+      deltas[mac][key] = {.time_delta = traffic.time_delta, .delta_octets = traffic.delta_octets};
+      host.log_debug(log_module::kMonitor,
+                     "[WirelessNetworkReport::CollectSSIDsByMac] ID: %s, key: %s, radio type: %s, delta time: %d",
+                     mac.c_str(), key.c_str(), latest.attributes.radio_type.c_str(),
+                     static_cast<int>(traffic.time_delta));
     }
   }
+}
+
+DaySamples SumBySSID(const DeviceDaySamples& devices, const HostFunctions& host) {
+  DaySamples sums;
+  for (const auto& [mac, networks] : devices) {
+    if (networks.empty()) {
+      host.log_debug(log_module::kMonitor, "[WirelessNetworkReport::CollectSSIDs] Device: %s, ssid is empty",
+                     mac.c_str());
+    }
+    for (const auto& [key, samples] : networks) {
+      if (samples.empty()) continue;
+      const std::string id = WithoutRadio(key, host);
+      AddSamples(id, samples, host, &LogSSID, sums[id]);
+    }
+  }
+  return sums;
+}
+
+DaySamples SumByAccessPoint(const DeviceDaySamples& devices, const HostFunctions& host) {
+  DaySamples sums;
+  for (const auto& [mac, networks] : devices) {
+    for (const auto& [key, samples] : networks) {
+      if (!samples.empty()) AddSamples(mac, samples, host, &LogAccessPoint, sums[mac]);
+    }
+  }
+  return sums;
+}
+
+DaySamples SumBySpectrum(const DeviceDaySamples& devices, const HostFunctions& host) {
+  DaySamples sums;
+  for (const auto& [mac, networks] : devices) {
+    for (const auto& [key, samples] : networks) {
+      if (samples.empty()) continue;
+      // The band is part of the key, so that all samples under it have the same one.
+      const std::string& band = samples.begin()->second.attributes.radio_type;
+      AddSamples(band, samples, host, &LogSpectrum, sums[band]);
+    }
+  }
+  return sums;
 }
 
 const Family kSSIDs{.sum = &SumBySSID,
@@ -94,19 +178,19 @@ const Family kSpectrums{.sum = &SumBySpectrum,
                         .start_line = "[WirelessNetworkReport::CollectSpectrums] Start",
                         .end_line = nullptr};
 
-void FoldFamily(const Family& family, const ReportTime& time, NetworkReport& report) {
+void FoldFamily(const Family& family, const ReportTime& time, const HostFunctions& host, NetworkReport& report) {
   Snapshot& snapshot = report.*family.snapshot;
   const auto devices = report.device_ssid_samples.find(time.day);
-  if (devices != report.device_ssid_samples.end()) snapshot[time.day] = family.sum(devices->second);
+  if (devices != report.device_ssid_samples.end()) snapshot[time.day] = family.sum(devices->second, host);
 
   Report& buckets = report.*family.report;
   const DaySamples& today = snapshot[time.day];
-  for (const auto& [id, samples] : today) RecordClientCounts(id, samples, time, buckets[monitoring::kDaily]);
-  if (!today.empty()) FoldClientCounts(time, buckets[monitoring::kDaily], buckets[monitoring::kWeekly]);
-  LogLine(family.start_line);
-  RecordDailySpeeds(buckets, snapshot, time, family.log_speed);
-  FoldWeeklySpeeds(buckets, time);
-  LogLine(family.end_line);
+  for (const auto& [id, samples] : today) RecordClientCounts(id, samples, time, host, buckets[monitoring::kDaily]);
+  if (!today.empty()) FoldClientCounts(time, host, buckets[monitoring::kDaily], buckets[monitoring::kWeekly]);
+  LogLine(host, family.start_line);
+  RecordDailySpeeds(snapshot, time, host, family.log_speed, buckets);
+  FoldWeeklySpeeds(time, host, buckets);
+  LogLine(host, family.end_line);
 }
 
 }  // namespace vexora_probe::monitor

@@ -5,7 +5,6 @@
 #include <cstdlib>
 
 #include "monitor/engine/time_keys.h"
-#include "platform/logging.h"
 
 namespace vexora_probe::monitor {
 namespace {
@@ -13,10 +12,8 @@ namespace {
 using models::controller::SecModeType;
 
 constexpr const char* kSeparator = "|";
-constexpr const char* kDaySeparator = "/";
-constexpr std::size_t kShortestWeekKey = 3;  // a day, the slash and a day, of a character each
 
-/// The number that a text begins with; 0 when it begins with none.
+/// The number at the beginning of a text; 0 when there is none.
 std::int32_t LeadingNumber(const std::string& text) {
   constexpr int kDecimal = 10;
   return static_cast<std::int32_t>(std::strtol(text.c_str(), nullptr, kDecimal));
@@ -36,16 +33,18 @@ std::string SSIDKeyWithRadio(const NetworksAttr& network) {
   return SSIDKey(network.name, network.security_mode, network.guest != 0) + kSeparator + network.radio_type;
 }
 
-void RemoveRadioTypeFromSSIDKey(const std::string& ssid_key, std::string& out) {
-  pel_log_debug(log_module::kMonitor, "[WirelessNetworkReport::RemoveRadioTypeFromSSIDKey] ssid_key: %s",
-                ssid_key.c_str());
+void RemoveRadioTypeFromSSIDKey(const std::string& ssid_key, const HostFunctions& host, std::string& out) {
+  host.log_debug(log_module::kMonitor, "[WirelessNetworkReport::RemoveRadioTypeFromSSIDKey] ssid_key: %s",
+                 ssid_key.c_str());
   const std::size_t last = ssid_key.rfind(kSeparator);
   if (last != std::string::npos) out = ssid_key.substr(0, last);
 }
 
-// The log lines carry another function's name; whoever searches logs for them knows them so.
-bool GetAttributeFromKey(const std::string& ssid_key, std::string& name, SecModeType& mode, bool& guest) {
-  pel_log_debug(log_module::kMonitor, "[WirelessNetworkReport::GetSSIDNameFromKey] ssid_key: %s", ssid_key.c_str());
+// The log lines name GetSSIDNameFromKey: their text is fixed.
+bool GetAttributeFromKey(const std::string& ssid_key, const HostFunctions& host, std::string& name, SecModeType& mode,
+                         bool& guest) {
+  host.log_debug(log_module::kMonitor, "[WirelessNetworkReport::GetSSIDNameFromKey] ssid_key: %s", ssid_key.c_str());
+  // From the right, because the name on the left may hold the separator itself.
   const std::size_t before_guest = ssid_key.rfind(kSeparator);
   if (before_guest == std::string::npos) return false;
   guest = LeadingNumber(ssid_key.substr(before_guest + 1)) != 0;
@@ -54,22 +53,8 @@ bool GetAttributeFromKey(const std::string& ssid_key, std::string& name, SecMode
   if (before_mode == std::string::npos) return false;
   mode = static_cast<SecModeType>(LeadingNumber(ssid_key.substr(before_mode + 1)));
   name = ssid_key.substr(0, before_mode);
-  pel_log_debug(log_module::kMonitor, "[WirelessNetworkReport::GetSSIDNameFromKey] ssid name: %s, mode: %d, guest: %d",
-                name.c_str(), static_cast<int>(mode), guest ? 1 : 0);
-  return true;
-}
-
-bool GetStartEndTimeOfWeek(const std::string& week, std::string& start, std::string& end) {
-  pel_log_debug(log_module::kMonitor, "[WirelessNetworkReport::GetStartEndTimeOfWeek] week: %s", week.c_str());
-  const std::size_t slash = week.find(kDaySeparator);
-  if (slash == std::string::npos || week.size() < kShortestWeekKey) {
-    pel_log_error(log_module::kMonitor, "[WirelessNetworkReport::GetStartEndTimeOfWeek] Wrong week time format");
-    return false;
-  }
-  start = week.substr(0, slash);
-  end = week.substr(slash + 1);
-  pel_log_debug(log_module::kMonitor, "[WirelessNetworkReport::GetStartEndTimeOfWeek] start_day: %s, end_day: %s",
-                start.c_str(), end.c_str());
+  host.log_debug(log_module::kMonitor, "[WirelessNetworkReport::GetSSIDNameFromKey] ssid name: %s, mode: %d, guest: %d",
+                 name.c_str(), static_cast<int>(mode), guest ? 1 : 0);
   return true;
 }
 

@@ -2,9 +2,10 @@
 
 #include <string>
 
+#include "monitor/reports/network/network_host.h"
 #include "monitor/reports/network/network_records.h"
 
-/// The text keys under which the wireless network report files things.
+/// The text keys of samples and networks.
 namespace vexora_probe::monitor {
 
 /// The whole minutes since the epoch, in decimal: the key of a sample. Compared as a text.
@@ -16,16 +17,13 @@ std::string SSIDKey(const std::string& name, models::controller::SecModeType mod
 /// The same, and the band that the network is on.
 std::string SSIDKeyWithRadio(const NetworksAttr& network);
 
-/// Sets `out` to `ssid_key` as far as its last "|"; leaves it as it was when there is none. Logged at debug level.
-void RemoveRadioTypeFromSSIDKey(const std::string& ssid_key, std::string& out);
+/// Sets `out` to `ssid_key` up to its last "|"; leaves it unchanged when there is none. Logged at debug level.
+void RemoveRadioTypeFromSSIDKey(const std::string& ssid_key, const HostFunctions& host, std::string& out);
 
-/// Takes an SSID key without band apart, from its right end; logged at debug level.
+/// Splits an SSID key without band into its parts, from its right end; logged at debug level.
 ///
 /// Fails: false for a key with less than two "|"; `guest` may have been set then.
-bool GetAttributeFromKey(const std::string& ssid_key, std::string& name, models::controller::SecModeType& mode,
-                         bool& guest);
-
-/// Takes a week key apart into its first and its last day; logged at debug level, a failure at error level.
-bool GetStartEndTimeOfWeek(const std::string& week, std::string& start, std::string& end);
+bool GetAttributeFromKey(const std::string& ssid_key, const HostFunctions& host, std::string& name,
+                         models::controller::SecModeType& mode, bool& guest);
 
 }  // namespace vexora_probe::monitor

@@ -1,8 +1,27 @@
 #include "monitor/reports/network/network_periods.h"
 
-#include "monitor/engine/report_limits.h"
+#include <limits>
 
 namespace vexora_probe::monitor {
+
+double Quotient(double dividend, std::int32_t divisor) {
+  static_assert(std::numeric_limits<double>::is_iec559, "a division by zero must have a result");
+  return dividend / static_cast<double>(divisor);
+}
+
+void ForEachFinishedRecord(
+    const std::string& today, Buckets& daily,
+    const std::function<void(const std::string& day, const std::string& id, AccessPoints& measured)>& finish) {
+  for (auto bucket = daily.begin(); bucket != daily.end() && bucket->first < today; ++bucket) {
+    for (auto& [id, record] : bucket->second) finish(bucket->first, id, record.measured);
+  }
+}
+
+bool DropOldestDay(Buckets& daily) {
+  if (daily.size() <= kKeptDays) return false;
+  daily.erase(daily.begin());
+  return true;
+}
 
 WeekOfIds RegroupByWeek(const Buckets& daily, const ReportTime& time,
                         const std::function<void(const std::string& day)>& outside) {
@@ -15,12 +34,6 @@ WeekOfIds RegroupByWeek(const Buckets& daily, const ReportTime& time,
     for (const auto& [id, record] : records) week[id].push_back(&record);
   }
   return week;
-}
-
-bool DropOldestDay(Buckets& daily) {
-  if (daily.size() <= monitoring::kMaxReportDays) return false;
-  daily.erase(daily.begin());
-  return true;
 }
 
 }  // namespace vexora_probe::monitor

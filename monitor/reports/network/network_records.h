@@ -5,13 +5,15 @@
 #include <ctime>
 #include <map>
 #include <string>
+#include <vector>
 
 #include "platform/device_records.h"
 
 /// What the wireless network report keeps.
 ///
-/// Every record stands for one thing (a network, an access point, a band, a foreign access point) in one bucket: a
-/// five-minute sample, a day or a week. A fresh record is that of a thing of which nothing is known.
+/// Every record describes one thing (a network, an access point, a band, a rogue access point) in one bucket: a
+/// five-minute sample, a day or a week. A new record has nothing but the time of its construction, which matters in
+/// samples and in the first record of a rogue access point in a day only.
 namespace vexora_probe::monitor {
 
 /// Five-minute slots of a whole day.
@@ -61,7 +63,7 @@ struct AccessPoints {
   friend bool operator==(const AccessPoints&, const AccessPoints&) = default;
 };
 
-/// What describes a thing. Only what applies to it is filled.
+/// What describes a thing. Only the members that apply to it are filled.
 struct NetworksAttr {
   std::string name;  ///< The SSID; empty for a hidden network.
   models::controller::SecModeType security_mode = models::controller::SecModeType::kNone;
@@ -83,7 +85,7 @@ struct Networks {
   friend bool operator==(const Networks&, const Networks&) = default;
 };
 
-/// One foreign access point, as the managed ones hear it.
+/// One rogue access point: heard by managed ones, and trusted by nobody.
 struct RogueAPs {
   std::string mac;                             ///< BSSID.
   std::string ssid;                            ///< Empty for a hidden network.
@@ -116,7 +118,7 @@ struct TrafficInOut {
 /// Adds the octets of every interface to the two totals.
 void SumTrafficInOut(const std::map<std::string, TrafficInOut>& interfaces, std::uint64_t& in, std::uint64_t& out);
 
-/// What one network on one radio moved between its two latest samples.
+/// The traffic of one network on one radio between its two latest samples.
 struct TrafficDelta {
   std::int32_t time_delta = 0;     ///< Seconds between the two readings of the counters.
   std::uint64_t delta_octets = 0;  ///< Octets, received and sent.
@@ -124,8 +126,23 @@ struct TrafficDelta {
   friend bool operator==(const TrafficDelta&, const TrafficDelta&) = default;
 };
 
-using Samples = std::map<std::string, Networks>;     ///< Minute key -> sample.
-using Records = std::map<std::string, Networks>;     ///< ID -> record of a bucket.
+/// One entry of a scan.
+struct ScanEntry {
+  RogueAPs record;          ///< The access point, as the scanning one hears it.
+  bool is_trusted = false;  ///< Trusted by the scanning access point, so no rogue to it.
+};
+
+/// What one managed access point heard in its latest scan.
+struct Scan {
+  std::string mac;                 ///< Of the managed access point.
+  std::string hostname;            ///< Its host name.
+  std::vector<ScanEntry> entries;  ///< In the order of the scan.
+};
+
+using Measurements = std::map<std::string, AccessPoints>;        ///< ID -> what is measured, without description.
+using NestedMeasurements = std::map<std::string, Measurements>;  ///< Day or week key -> measurements.
+using Samples = std::map<std::string, Networks>;                 ///< Minute key -> sample.
+using Records = std::map<std::string, Networks>;                 ///< ID -> record of a bucket.
 using Buckets = std::map<std::string, Records>;      ///< Day or week key -> its records; the first is the oldest.
 using Report = std::map<std::string, Buckets>;       ///< "daily" or "weekly" -> its buckets.
 using DaySamples = std::map<std::string, Samples>;   ///< ID -> its samples of one day.
@@ -141,7 +158,7 @@ using RogueReport = std::map<std::string, RogueBuckets>;         ///< Period -> 
 using RogueSnapshot = std::map<std::string, std::map<std::string, RogueSamples>>;  ///< Day key -> rogue key -> samples.
 using RadioDeltas = std::map<std::string, std::map<std::string, TrafficDelta>>;  ///< Device MAC -> radio key -> delta.
 
-/// All that the report is made of: for each family the samples of the current day, and the buckets made of them.
+/// All data of the report: for each family the samples of the current day, and the buckets made of them.
 struct NetworkReport {
   DeviceSnapshot device_ssid_samples;
   DeviceReport device_ssid_report;
@@ -154,7 +171,7 @@ struct NetworkReport {
   Snapshot spectrum_snapshot;  ///< By band.
   Report spectrum_report;
 
-  /// The week whose rogue bucket holds what its days hold, since retention last ran; empty when none does.
+  /// The week whose rogue bucket has been built from its days since retention last ran; empty when none has.
   std::string current_rogue_week;
 };
 

@@ -5,112 +5,36 @@
 #include <set>
 #include <vector>
 
-#include "monitor/engine/band_names.h"
 #include "monitor/engine/constants.h"
 #include "monitor/reports/network/network_keys.h"
-#include "platform/logging.h"
-#include "platform/utilities/signal.h"
 
 namespace vexora_probe::monitor {
 namespace {
 
-using models::controller::NeighboringAP;
-
-/// An access point as one managed one hears it now.
-RogueAPs Sighting(const Scan& scan, const NeighboringAP& heard) {
-  RogueAPs rogue;
-  rogue.mac = heard.mac;
-  rogue.ssid = heard.ssid;
-  rogue.channel = heard.channel;
-  rogue.signal_strength = heard.signal;
-  rogue.radio_type = monitoring::BandName(heard.band, "");
-  rogue.seen_by[scan.mac] = scan.hostname;
-  return rogue;
-}
-
-/// An access point that is trusted now was no rogue to this device.
-void ForgetTrusted(const Scan& scan, const std::string& key, const std::string& day, RogueBuckets& daily) {
-  const auto today = daily.find(day);
-  if (today == daily.end()) return;
-  const auto known = today->second.find(key);
-  if (known == today->second.end()) return;
-  known->second.seen_by.erase(scan.mac);
-  if (!known->second.seen_by.empty()) return;
-  today->second.erase(known);
-  pel_log_debug(log_module::kMonitor, "[WirelessNetworkReport::CollectNeighboringAPs] The AP: %s is changed to trusted",
-                key.c_str());
-}
-
-/// An access point of the day is heard again.
-void Extend(const Scan& scan, long now, RogueAPs& known) {
-  known.seen_by[scan.mac] = scan.hostname;
-  known.total_time += static_cast<std::int32_t>(now - static_cast<long>(known.last_seen));
-  pel_log_debug(log_module::kMonitor,
-                "[WirelessNetworkReport::CollectNeighboringAPs] Mac: %s,now: %llu, last seen: %llu, first seen: %llu",
-                known.mac.c_str(), static_cast<unsigned long long>(now),
-                static_cast<unsigned long long>(known.last_seen), static_cast<unsigned long long>(known.first_seen));
-  known.last_seen = static_cast<time_t>(now);
-}
-
-void RecordSighting(const Scan& scan, const std::string& key, const RogueAPs& sighting, long now,
-                    const ReportTime& time, NetworkReport& report) {
-  RogueSamples& samples = report.rogue_samples[time.day][key];
-  samples[MinuteKey(now)] = sighting;
-  const auto [known, is_new] = report.rogue_report[monitoring::kDaily][time.day].try_emplace(key, sighting);
-  RogueAPs& day = known->second;
-  if (!is_new) Extend(scan, now, day);
-  day.average_strength = GetAverageSignalStrength(samples, true);
-  pel_log_debug(log_module::kMonitor,
-                "[WirelessNetworkReport::CollectNeighboringAPs] Mac: %s, average signal strength: %f", day.mac.c_str(),
-                day.average_strength);
-}
-
-/// Takes the entries of a scan into samples and day; gives the keys that it names.
-std::set<std::string> RecordDay(const Scan& scan, long now, const ReportTime& time, NetworkReport& report) {
-  std::set<std::string> keys;
-  for (const NeighboringAP& heard : scan.heard) {
-    const RogueAPs sighting = Sighting(scan, heard);
-    const std::string key = sighting.GetKey();
-    keys.insert(key);
-    if (heard.trusted != 0) {
-      ForgetTrusted(scan, key, time.day, report.rogue_report[monitoring::kDaily]);
-    } else {
-      RecordSighting(scan, key, sighting, now, time, report);
-    }
-  }
-  return keys;
-}
-
-void LogAdded(const std::string& key, const std::string& day) {
-  pel_log_debug(log_module::kMonitor, "[WirelessNetworkReport::CollectNeighboringAPs] Add key: %s, day: %s",
-                key.c_str(), day.c_str());
-}
-
-/// Takes the mean of signal levels over their power. Logs each.
+/// Takes the mean of signal levels over their power. Logs each level.
 class PowerMean {
  public:
-  explicit PowerMean(bool is_daily) : is_daily_(is_daily) {}
+  PowerMean(bool is_daily, const HostFunctions& host) : is_daily_(is_daily), host_(host) {}
 
-  void Add(const RogueAPs& sighting) {
-    const double dbm = is_daily_ ? sighting.signal_strength : sighting.average_strength;
+  void Add(const RogueAPs& record) {
+    const double dbm = is_daily_ ? record.signal_strength : record.average_strength;
     if (is_daily_) {
-      pel_log_debug(log_module::kMonitor,
-                    "[WirelessNetworkReport::GetAverageSignalStrength] Calculate daily signal strength: %f", dbm);
+      host_.log_debug(log_module::kMonitor,
+                      "[WirelessNetworkReport::GetAverageSignalStrength] Calculate daily signal strength: %f", dbm);
     } else {
-      pel_log_debug(log_module::kMonitor,
-                    "[WirelessNetworkReport::GetAverageSignalStrength] Calculate weekly signal strength: %f", dbm);
+      host_.log_debug(log_module::kMonitor,
+                      "[WirelessNetworkReport::GetAverageSignalStrength] Calculate weekly signal strength: %f", dbm);
     }
-    milliwatts_ += kro_utilities::signal::ConvertdBmTomilliwatts(dbm);
+    milliwatts_ += host_.dbm_to_milliwatts(dbm);
     ++count_;
   }
 
-  /// In dBm; of at least one level.
-  double Value() const {
-    return kro_utilities::signal::ConvertmilliwattsTodBm(milliwatts_ / static_cast<double>(count_));
-  }
+  /// In dBm. Requires at least one level.
+  double Value() const { return host_.milliwatts_to_dbm(milliwatts_ / static_cast<double>(count_)); }
 
  private:
   const bool is_daily_;
+  const HostFunctions& host_;
   double milliwatts_ = 0;
   std::size_t count_ = 0;
 };
@@ -118,57 +42,12 @@ class PowerMean {
 /// The records of one key in the days of a week, oldest first.
 using DaysOfKey = std::vector<const RogueAPs*>;
 
-/// What a week sums up from its days, of which there is at least one.
-void SumUp(const DaysOfKey& days, RogueAPs& week) {
-  PowerMean strength(false);
-  week.total_time = 0;
-  for (const RogueAPs* day : days) {
-    week.total_time += day->total_time;
-    strength.Add(*day);
-  }
-  week.last_seen = days.back()->last_seen;
-  week.average_strength = strength.Value();
-}
-
-/// Builds the week of every key.
-void BuildWeek(const ReportTime& time, RogueReport& report) {
-  std::map<std::string, DaysOfKey> days_by_key;
-  for (const auto& [day, records] : report[monitoring::kDaily]) {
-    if (!time.IsInWeek(day)) {
-      pel_log_debug(log_module::kMonitor,
-                    "[WirelessNetworkReport::CollectNeighboringAPs] day: %s is not in this week: %s", day.c_str(),
-                    time.week.c_str());
-      continue;
-    }
-    for (const auto& [key, record] : records) {
-      LogAdded(key, day);
-      days_by_key[key].push_back(&record);
-    }
-  }
-  for (const auto& [key, days] : days_by_key) {
-    RogueAPs& week = report[monitoring::kWeekly][time.week][key];
-    week = *days.front();
-    SumUp(days, week);
-  }
-}
-
-/// The records of a key in the days of the current week.
-DaysOfKey DaysOf(const std::string& key, const ReportTime& time, const RogueBuckets& daily) {
-  DaysOfKey days;
-  for (auto bucket = daily.lower_bound(time.week_start); bucket != daily.end() && time.IsInWeek(bucket->first);
-       ++bucket) {
-    const auto record = bucket->second.find(key);
-    if (record == bucket->second.end()) continue;
-    LogAdded(key, bucket->first);
-    days.push_back(&record->second);
-  }
-  return days;
-}
-
-/// Makes a week's record like that of its first day, which a scan by `hearer` may have changed. Who else hears it is
-/// the same in both, unless the day's record was dropped and made anew meanwhile: copying that for every hearer would
-/// take time with the square of their number.
-void FollowFirstDay(const RogueAPs& day, const std::string& hearer, RogueAPs& week) {
+/// Makes a week's record like that of its first day, to which a scan by `hearer` may have added it or from which it may
+/// have removed it.
+///
+/// Who else hears the access point is the same in both records, unless the day's was dropped and made anew since:
+/// copying all hearers for every hearer would take time with the square of their number.
+void CopyFirstDay(const RogueAPs& day, const std::string& hearer, RogueAPs& week) {
   const auto heard = day.seen_by.find(hearer);
   if (heard != day.seen_by.end()) {
     week.seen_by[hearer] = heard->second;
@@ -176,42 +55,154 @@ void FollowFirstDay(const RogueAPs& day, const std::string& hearer, RogueAPs& we
     week.seen_by.erase(hearer);
   }
   if (week.seen_by.size() != day.seen_by.size()) week.seen_by = day.seen_by;
-  week.mac = day.mac;  // a day's record made anew may be of another pair of names with the same key
+  week.mac = day.mac;  // the day's record may be of another MAC and SSID which, joined by "/", give the same key
   week.ssid = day.ssid;
   week.first_seen = day.first_seen;
   week.signal_strength = day.signal_strength;
 }
 
-/// Renews the week of these keys. One that is in no day of the week any more is left as it was.
-void RenewWeek(const std::set<std::string>& keys, const std::string& hearer, const ReportTime& time,
-               RogueReport& report) {
-  for (const std::string& key : keys) {
-    const DaysOfKey days = DaysOf(key, time, report[monitoring::kDaily]);
-    if (days.empty()) continue;
-    const auto [week, is_new] = report[monitoring::kWeekly][time.week].try_emplace(key, *days.front());
-    if (!is_new) FollowFirstDay(*days.front(), hearer, week->second);
-    SumUp(days, week->second);
+/// Adds one scan to a report.
+class ScanFold {
+ public:
+  ScanFold(const Scan& scan, long now, const ReportTime& time, const HostFunctions& host, NetworkReport& report)
+      : scan_(scan), now_(now), time_(time), host_(host), report_(report) {}
+
+  /// Adds the entries of the scan to the samples and the day. Returns the keys that the scan names.
+  std::set<std::string> RecordDay() {
+    std::set<std::string> keys;
+    for (const ScanEntry& entry : scan_.entries) {
+      const std::string key = entry.record.GetKey();
+      keys.insert(key);
+      if (entry.is_trusted) {
+        RemoveTrusted(key);
+      } else {
+        RecordSighting(key, entry.record);
+      }
+    }
+    return keys;
   }
-}
+
+  /// Builds the week of every key from its days.
+  void BuildWeek() {
+    std::map<std::string, DaysOfKey> days_by_key;
+    for (const auto& [day, records] : Daily()) {
+      if (!time_.IsInWeek(day)) {
+        host_.log_debug(log_module::kMonitor,
+                        "[WirelessNetworkReport::CollectNeighboringAPs] day: %s is not in this week: %s", day.c_str(),
+                        time_.week.c_str());
+        continue;
+      }
+      for (const auto& [key, record] : records) AddDay(key, day, record, days_by_key[key]);
+    }
+    for (const auto& [key, days] : days_by_key) {
+      RogueAPs& week = report_.rogue_report[monitoring::kWeekly][time_.week][key];
+      week = *days.front();
+      SumDays(days, week);
+    }
+  }
+
+  /// Renews the week of these keys. A key that no day of the week has any longer keeps its record.
+  void RenewWeek(const std::set<std::string>& keys) {
+    const RogueBuckets& daily = Daily();
+    for (const std::string& key : keys) {
+      DaysOfKey days;
+      for (auto day = daily.lower_bound(time_.week_start); day != daily.end() && time_.IsInWeek(day->first); ++day) {
+        const auto record = day->second.find(key);
+        if (record != day->second.end()) AddDay(key, day->first, record->second, days);
+      }
+      if (days.empty()) continue;
+      const auto [week, is_new] = report_.rogue_report[monitoring::kWeekly][time_.week].try_emplace(key, *days.front());
+      if (!is_new) CopyFirstDay(*days.front(), scan_.mac, week->second);
+      SumDays(days, week->second);
+    }
+  }
+
+ private:
+  RogueBuckets& Daily() { return report_.rogue_report[monitoring::kDaily]; }
+
+  /// Removes the scanning access point from those that hear a rogue one today, because it trusts it now. The day's
+  /// record goes with the last of them.
+  void RemoveTrusted(const std::string& key) {
+    RogueBuckets& daily = Daily();
+    const auto today = daily.find(time_.day);
+    if (today == daily.end()) return;
+    const auto known = today->second.find(key);
+    if (known == today->second.end()) return;
+    known->second.seen_by.erase(scan_.mac);
+    if (!known->second.seen_by.empty()) return;
+    today->second.erase(known);
+    host_.log_debug(log_module::kMonitor,
+                    "[WirelessNetworkReport::CollectNeighboringAPs] The AP: %s is changed to trusted", key.c_str());
+  }
+
+  void RecordSighting(const std::string& key, const RogueAPs& sighting) {
+    RogueSamples& samples = report_.rogue_samples[time_.day][key];
+    samples[MinuteKey(now_)] = sighting;
+    const auto [known, is_new] = Daily()[time_.day].try_emplace(key, sighting);
+    RogueAPs& day = known->second;
+    if (!is_new) ExtendDay(day);
+    day.average_strength = GetAverageSignalStrength(samples, true, host_);
+    host_.log_debug(log_module::kMonitor,
+                    "[WirelessNetworkReport::CollectNeighboringAPs] Mac: %s, average signal strength: %f",
+                    day.mac.c_str(), day.average_strength);
+  }
+
+  /// Adds the time since the last sighting to a record of the day.
+  void ExtendDay(RogueAPs& day) const {
+    day.seen_by[scan_.mac] = scan_.hostname;
+    day.total_time += static_cast<std::int32_t>(now_ - static_cast<long>(day.last_seen));
+    host_.log_debug(log_module::kMonitor,
+                    "[WirelessNetworkReport::CollectNeighboringAPs] Mac: %s,now: %llu, last seen: %llu, first seen: "
+                    "%llu",
+                    day.mac.c_str(), static_cast<unsigned long long>(now_),
+                    static_cast<unsigned long long>(day.last_seen), static_cast<unsigned long long>(day.first_seen));
+    day.last_seen = static_cast<time_t>(now_);
+  }
+
+  void AddDay(const std::string& key, const std::string& day, const RogueAPs& record, DaysOfKey& days) const {
+    host_.log_debug(log_module::kMonitor, "[WirelessNetworkReport::CollectNeighboringAPs] Add key: %s, day: %s",
+                    key.c_str(), day.c_str());
+    days.push_back(&record);
+  }
+
+  /// Sets the sums and means of a week from its days, of which there is at least one.
+  void SumDays(const DaysOfKey& days, RogueAPs& week) const {
+    PowerMean strength(false, host_);
+    week.total_time = 0;
+    for (const RogueAPs* day : days) {
+      week.total_time += day->total_time;
+      strength.Add(*day);
+    }
+    week.last_seen = days.back()->last_seen;
+    week.average_strength = strength.Value();
+  }
+
+  const Scan& scan_;
+  const long now_;
+  const ReportTime& time_;
+  const HostFunctions& host_;
+  NetworkReport& report_;
+};
 
 }  // namespace
 
-void RecordScan(const Scan& scan, long now, const ReportTime& time, NetworkReport& report) {
-  const std::set<std::string> keys = RecordDay(scan, now, time, report);
+void RecordScan(const Scan& scan, long now, const ReportTime& time, const HostFunctions& host, NetworkReport& report) {
+  ScanFold fold(scan, now, time, host, report);
+  const std::set<std::string> keys = fold.RecordDay();
   if (report.current_rogue_week == time.week) {
-    RenewWeek(keys, scan.mac, time, report.rogue_report);
+    fold.RenewWeek(keys);
     return;
   }
-  BuildWeek(time, report.rogue_report);
+  fold.BuildWeek();
   report.current_rogue_week = time.week;
 }
 
-double GetAverageSignalStrength(const RogueSamples& sightings, bool daily) {
+double GetAverageSignalStrength(const RogueSamples& sightings, bool daily, const HostFunctions& host) {
   if (sightings.empty()) {
-    pel_log_debug(log_module::kMonitor, "[WirelessNetworkReport::GetAverageSignalStrength] times_raps is empty");
+    host.log_debug(log_module::kMonitor, "[WirelessNetworkReport::GetAverageSignalStrength] times_raps is empty");
     return 0;
   }
-  PowerMean strength(daily);
+  PowerMean strength(daily, host);
   for (const auto& [key, sighting] : sightings) strength.Add(sighting);
   return strength.Value();
 }

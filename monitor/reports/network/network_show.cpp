@@ -5,6 +5,7 @@
 #include "monitor/engine/constants.h"
 #include "monitor/engine/json_keys.h"
 #include "monitor/engine/monitor.h"
+#include "monitor/reports/network/network_host.h"
 #include "monitor/reports/network/network_keys.h"
 #include "platform/logging.h"
 
@@ -51,7 +52,7 @@ JsonTree RogueAPObject(const RogueAPs& rogue) {
   return object;
 }
 
-/// Adds the members that everything measured has.
+/// Adds client counts and traffic, the members that all measured things have.
 void AddMeasured(const JsonTree& object, const AccessPoints& measured) {
   JsonTree clients = NewObject();
   Add(clients, json_key::kPeak, NewInteger(measured.client.item.peak));
@@ -143,7 +144,7 @@ JsonTree SSIDsArray(const Records& bucket) {
     std::string name;
     SecModeType mode = SecModeType::kNone;
     bool guest = false;
-    GetAttributeFromKey(key, name, mode, guest);
+    GetAttributeFromKey(key, kHost, name, mode, guest);
     if (name.empty()) {
       pel_log_info(log_module::kMonitor, "[WirelessNetworkReport::GetSSIDsReport] The SSID name is empty. Key: %s",
                    key.c_str());

@@ -9,13 +9,14 @@
 /// The records of one bucket as JSON.
 namespace vexora_probe::monitor {
 
-/// Foreign access points: an array of one object each. One without a MAC is left out and logged at error level.
+/// Rogue access points: an array of one object each. One without a MAC is left out and logged at error level.
 monitoring::JsonTree RogueAPsArray(const RogueRecords& bucket);
 
-/// Who heard one: MAC -> host name. An entry without either is left out; each of the others is logged at error level.
+/// The access points that hear one: MAC -> host name. An entry without either is left out; each of the others is logged
+/// at error level.
 monitoring::JsonTree SeenByObject(const std::map<std::string, std::string>& seen_by);
 
-/// Access points: MAC -> clients, traffic and what it is.
+/// Access points: MAC -> clients, traffic, name, model and firmware.
 monitoring::JsonTree AccessPointsObject(const Records& bucket);
 
 /// Networks: an array of one object each. One without a name is left out and logged at info level.

@@ -1,23 +1,30 @@
 #include "monitor/reports/network/wireless_network_report.h"
 
+#include <cstddef>
 #include <set>
 #include <utility>
 
 #include "monitor/engine/constants.h"
 #include "monitor/engine/devices.h"
 #include "monitor/engine/json_keys.h"
+#include "monitor/engine/ssid_configurations.h"
 #include "monitor/engine/time_keys.h"
+#include "monitor/reports/network/network_client_counts.h"
 #include "monitor/reports/network/network_fold.h"
+#include "monitor/reports/network/network_host.h"
 #include "monitor/reports/network/network_keys.h"
 #include "monitor/reports/network/network_retention.h"
 #include "monitor/reports/network/network_rogues.h"
 #include "monitor/reports/network/network_show.h"
+#include "monitor/reports/network/network_traffic.h"
 #include "platform/logging.h"
 
 namespace vexora_probe::monitor {
 namespace {
 
 namespace json_key = monitoring::json_key;
+using models::controller::SecModeType;
+using models::controller::SSIDCfg;
 using monitoring::JsonTree;
 using utilities::lock::lock_guard_read;
 using utilities::lock::lock_guard_write;
@@ -25,6 +32,8 @@ using utilities::lock::lock_guard_write;
 constexpr std::uint32_t kPassesPerSample = 5;
 constexpr int kSlotMinutes = 5;
 constexpr int kHourMinutes = 60;
+constexpr const char* kDaySeparator = "/";
+constexpr std::size_t kMinWeekKeyLength = 3;  // a day, the slash and a day, of a character each
 
 /// The bucket of a report; an empty one when there is none.
 template <typename Bucket>
@@ -43,6 +52,60 @@ WirelessNetworkReport::WirelessNetworkReport() : last_collection_time_(time(null
 
 std::string WirelessNetworkReport::GetMonitorName() {
   return monitoring::kWirelessNetworkReport;
+}
+
+void WirelessNetworkReport::RemoveRadioTypeFromSSIDKey(const std::string& ssid_key, std::string& out) {
+  monitor::RemoveRadioTypeFromSSIDKey(ssid_key, kHost, out);
+}
+
+bool WirelessNetworkReport::GetAttributeFromKey(const std::string& ssid_key, std::string& name, SecModeType& mode,
+                                                bool& guest) {
+  return monitor::GetAttributeFromKey(ssid_key, kHost, name, mode, guest);
+}
+
+bool WirelessNetworkReport::GetStartEndTimeOfWeek(const std::string& week, std::string& start, std::string& end) {
+  pel_log_debug(log_module::kMonitor, "[WirelessNetworkReport::GetStartEndTimeOfWeek] week: %s", week.c_str());
+  const std::size_t slash = week.find(kDaySeparator);
+  if (slash == std::string::npos || week.size() < kMinWeekKeyLength) {
+    pel_log_error(log_module::kMonitor, "[WirelessNetworkReport::GetStartEndTimeOfWeek] Wrong week time format");
+    return false;
+  }
+  start = week.substr(0, slash);
+  end = week.substr(slash + 1);
+  pel_log_debug(log_module::kMonitor, "[WirelessNetworkReport::GetStartEndTimeOfWeek] start_day: %s, end_day: %s",
+                start.c_str(), end.c_str());
+  return true;
+}
+
+void WirelessNetworkReport::AccessPointsToNetworksStruct(const Measurements& from, Records& to) {
+  for (const auto& [key, measured] : from) to[key] = Networks{.attributes = {}, .measured = measured};
+}
+
+void WirelessNetworkReport::AccessPointsToNetworksStruct(const NestedMeasurements& from, Buckets& to) {
+  for (const auto& [key, inner] : from) AccessPointsToNetworksStruct(inner, to[key]);
+}
+
+void WirelessNetworkReport::NetworksStructToAccessPoints(const Records& from, Measurements& to) {
+  for (const auto& [key, record] : from) to[key] = record.measured;
+}
+
+void WirelessNetworkReport::NetworksStructToAccessPoints(const Buckets& from, NestedMeasurements& to) {
+  for (const auto& [key, inner] : from) NetworksStructToAccessPoints(inner, to[key]);
+}
+
+void WirelessNetworkReport::TrafficStructDe(const std::string& /*id*/,
+                                            const std::map<std::string, TrafficCount>& interfaces,
+                                            AccessPoints& access_point) {
+  std::map<std::string, TrafficInOut> octets;
+  for (const auto& [interface, traffic] : interfaces) octets[interface] = {traffic.inOctets, traffic.outOctets};
+  access_point.traffic.inOctets = 0;
+  access_point.traffic.outOctets = 0;
+  SumTrafficInOut(octets, access_point.traffic.inOctets, access_point.traffic.outOctets);
+}
+
+void WirelessNetworkReport::UpdateNetworkAttr(Records& records, const std::string& key,
+                                              const NetworksAttr& attributes) {
+  records[key].attributes = attributes;
 }
 
 void WirelessNetworkReport::CollectData() {
@@ -72,7 +135,7 @@ bool WirelessNetworkReport::BeginPass(time_t now, const std::string& week) {
   ++tick_counter_;
   if (tick_counter_ % kPassesPerSample != 0) return false;
   if (!GetStartEndTimeOfWeek(week, week_start_, week_end_)) {
-    // the counter goes on, so that the next attempt comes five passes later
+    // The counter is not reset, so that the next attempt comes five passes later.
     pel_log_error(log_module::kMonitor, "[WirelessNetworkReport::CollectData] Get start and end day failed");
     return false;
   }
@@ -97,9 +160,9 @@ void WirelessNetworkReport::CollectDevice(const std::string& mac, const long& no
 void WirelessNetworkReport::CollectNeighboringAPs(const std::shared_ptr<Device>& device, const long& now,
                                                   const std::string& day, const std::string& week) {
   const Scan scan = ReadScan(*device);
-  if (scan.heard.empty()) return;
+  if (scan.entries.empty()) return;
   const lock_guard_write held(lock_);
-  RecordScan(scan, now, TimeOf(day, week), report_);
+  RecordScan(scan, now, TimeOf(day, week), kHost, report_);
 }
 
 void WirelessNetworkReport::CollectOneSSID(const std::shared_ptr<Device>& device, const long& now,
@@ -118,26 +181,26 @@ void WirelessNetworkReport::CollectOneSSID(const std::shared_ptr<Device>& device
 
 void WirelessNetworkReport::CollectSSIDsByMac(const long& /*now*/, const std::string& day, const std::string& week) {
   const lock_guard_write held(lock_);
-  FoldDevices(TimeOf(day, week), report_, radio_deltas_);
+  FoldDevices(TimeOf(day, week), kHost, report_, radio_deltas_);
 }
 
 void WirelessNetworkReport::CollectSSIDs(const long& /*now*/, const std::string& day, const std::string& week) {
   const lock_guard_write held(lock_);
-  FoldFamily(kSSIDs, TimeOf(day, week), report_);
+  FoldFamily(kSSIDs, TimeOf(day, week), kHost, report_);
 }
 
 void WirelessNetworkReport::CollectAccessPoints(const long& /*now*/, const std::string& day, const std::string& week) {
-  // The host is asked before the lock is taken, and the answers are stored before it is let go: no report may find an
-  // access point that has its figures, but not yet its name.
+  // The host is asked before the lock is taken, and the answers are stored before it is released: no report may show an
+  // access point with its figures, but not yet its name.
   const AccessPointInfos infos = ReadAccessPointInfos(AccessPointMacs(day));
   const lock_guard_write held(lock_);
-  FoldFamily(kAccessPoints, TimeOf(day, week), report_);
+  FoldFamily(kAccessPoints, TimeOf(day, week), kHost, report_);
   StoreAccessPointInfos(infos);
 }
 
 void WirelessNetworkReport::CollectSpectrums(const long& /*now*/, const std::string& day, const std::string& week) {
   const lock_guard_write held(lock_);
-  FoldFamily(kSpectrums, TimeOf(day, week), report_);
+  FoldFamily(kSpectrums, TimeOf(day, week), kHost, report_);
 }
 
 void WirelessNetworkReport::UpdateAccessPointsInfo() {
@@ -177,6 +240,56 @@ void WirelessNetworkReport::StoreAccessPointInfos(const AccessPointInfos& infos)
   }
 }
 
+void WirelessNetworkReport::GetSSIDCfgs(const std::string& device_mac, SSIDConfigurations& configurations) {
+  configurations = ReadConfigurations(device_mac);
+}
+
+bool WirelessNetworkReport::GetSSIDCfg(const std::string& ssid, const std::string& radio,
+                                       const SSIDConfigurations& configurations, SSIDCfg& chosen) {
+  const SSIDCfg* found = monitoring::reports::ConfigurationFor(configurations, ssid, radio);
+  if (found != nullptr) chosen = *found;
+  return found != nullptr;
+}
+
+void WirelessNetworkReport::CalculateClientCountData(const std::string& id, const Samples& samples,
+                                                     const std::string& day, const std::string& week, Buckets& daily,
+                                                     Buckets& weekly) const {
+  const ReportTime time = TimeOf(day, week);
+  RecordClientCounts(id, samples, time, kHost, daily);
+  FoldClientCounts(time, kHost, daily, weekly);
+}
+
+void WirelessNetworkReport::CalculateTrafficData(const std::string& id, Samples& samples, const std::string& day,
+                                                 const std::string& week, Buckets& daily, Buckets& weekly) const {
+  const ReportTime time = TimeOf(day, week);
+  if (RecordSpeed(id, samples, time, kHost, daily)) FoldSpeeds(id, time, kHost, daily, weekly);
+}
+
+void WirelessNetworkReport::CalculateSSIDsDailyTraffic(Report& report, const Snapshot& snapshot,
+                                                       const std::string& day) const {
+  RecordDailySpeeds(snapshot, TimeOf(day, {}), kHost, kSSIDs.log_speed, report);
+}
+
+void WirelessNetworkReport::CalculateAccesspointsDailyTraffic(Report& report, const Snapshot& snapshot,
+                                                              const std::string& day) const {
+  RecordDailySpeeds(snapshot, TimeOf(day, {}), kHost, kAccessPoints.log_speed, report);
+}
+
+void WirelessNetworkReport::CalculateSpectrumDailyTraffic(Report& report, const Snapshot& snapshot,
+                                                          const std::string& day) const {
+  RecordDailySpeeds(snapshot, TimeOf(day, {}), kHost, kSpectrums.log_speed, report);
+}
+
+void WirelessNetworkReport::CalculateWeeklyTraffic(Report& report, const std::string& day,
+                                                   const std::string& week) const {
+  FoldWeeklySpeeds(TimeOf(day, week), kHost, report);
+}
+
+double WirelessNetworkReport::GetAverageSignalStrength(const std::map<std::string, RogueAPs>& sightings,
+                                                       const bool& daily) {
+  return monitor::GetAverageSignalStrength(sightings, daily, kHost);
+}
+
 ReportTime WirelessNetworkReport::TimeOf(const std::string& day, const std::string& week) const {
   return {.day = day,
           .week = week,
@@ -188,13 +301,13 @@ ReportTime WirelessNetworkReport::TimeOf(const std::string& day, const std::stri
 
 bool WirelessNetworkReport::ClearOtherSnapShot(const std::string& day, const long& now) {
   const lock_guard_write held(lock_);
-  return monitor::ClearOtherSnapShot(day, now, report_);
+  return monitor::ClearOtherSnapShot(day, now, kHost, report_);
 }
 
 void WirelessNetworkReport::CleaRedundantSampleData(const std::string& day, const std::string& week,
                                                     const bool& clear_current) {
   const lock_guard_write held(lock_);
-  monitor::CleaRedundantSampleData(day, week, clear_current, report_);
+  monitor::CleaRedundantSampleData(day, week, clear_current, kHost, report_);
 }
 
 void WirelessNetworkReport::ClearTimeDeltaForRadio() {

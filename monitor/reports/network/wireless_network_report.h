@@ -9,18 +9,17 @@
 
 #include "monitor/engine/json_tree.h"
 #include "monitor/engine/monitor.h"
-#include "monitor/reports/network/conversion.h"
 #include "monitor/reports/network/network_collect.h"
+#include "monitor/reports/network/network_periods.h"
 #include "monitor/reports/network/network_records.h"
-#include "monitor/reports/network/report_time.h"
 #include "platform/configuration.h"
 #include "platform/device_centre.h"
 #include "platform/utilities/locks.h"
 
 namespace vexora_probe::monitor {
 
-/// Keeps what the wireless side of the network did, day by day and week by week: foreign access points, access points,
-/// networks and bands. Answers report requests from it.
+/// Keeps the history of the wireless network by days and weeks: rogue access points, access points, SSIDs and bands.
+/// Answers report requests from it.
 ///
 /// Samples are taken every fifth pass, so every five minutes. Each of these passes folds the samples of the current day
 /// into the day's and the week's bucket; seven days and four weeks are kept.
@@ -34,26 +33,37 @@ class WirelessNetworkReport final : public Monitor {
 
   std::string GetMonitorName() override;
 
-  // Keys, and conversions between records. See keys.h and conversion.h.
+  // Keys. `RemoveRadioTypeFromSSIDKey` and `GetAttributeFromKey` as in network_keys.h.
 
   static void RemoveRadioTypeFromSSIDKey(const std::string& ssid_key, std::string& out);
   static bool GetAttributeFromKey(const std::string& ssid_key, std::string& name, models::controller::SecModeType& mode,
                                   bool& guest);
+  /// Splits a week key into its first and its last day; logged at debug level.
+  ///
+  /// Fails: false, logged at error level, for a key without "/" or of less than three characters.
   static bool GetStartEndTimeOfWeek(const std::string& week, std::string& start, std::string& end);
-  static void UpdateNetworkAttr(Records& records, const std::string& key, const NetworksAttr& attributes);
+
+  // Conversions between maps of plain measurements and maps of described things. Entries of the same key are replaced,
+  // others stay.
+
+  /// Copy what is measured; the descriptions are left at their defaults.
   static void AccessPointsToNetworksStruct(const Measurements& from, Records& to);
   static void AccessPointsToNetworksStruct(const NestedMeasurements& from, Buckets& to);
+  /// Copy what is measured; the descriptions are dropped.
   static void NetworksStructToAccessPoints(const Records& from, Measurements& to);
   static void NetworksStructToAccessPoints(const Buckets& from, NestedMeasurements& to);
+  /// Sets the octet counters of `access_point` to the sums over its interfaces.
   static void TrafficStructDe(const std::string& id, const std::map<std::string, TrafficCount>& interfaces,
                               AccessPoints& access_point);
+  /// Replaces the description of the record under `key`, made when there is none; what is measured of it stays.
+  static void UpdateNetworkAttr(Records& records, const std::string& key, const NetworksAttr& attributes);
 
   // Collection. `now` is the pass time in seconds since the epoch, `day` and `week` its keys.
 
   /// Every fifth call takes samples and folds them; the others only count.
   void CollectData() override VEXORA_EXCLUDES(lock_);
 
-  /// Takes the device's scan into the report of foreign access points.
+  /// Adds the device's scan to the report of rogue access points.
   void CollectNeighboringAPs(const std::shared_ptr<Device>& device, const long& now, const std::string& day,
                              const std::string& week) VEXORA_EXCLUDES(lock_);
 
@@ -61,7 +71,7 @@ class WirelessNetworkReport final : public Monitor {
   void CollectOneSSID(const std::shared_ptr<Device>& device, const long& now, const std::string& day,
                       const std::string& week) VEXORA_EXCLUDES(lock_);
 
-  /// Folds the samples of each device into its own days and weeks, and gives the latest samples their speeds.
+  /// Folds the samples of each device into its own days and weeks, and sets the speeds of the latest samples.
   void CollectSSIDsByMac(const long& now, const std::string& day, const std::string& week) VEXORA_EXCLUDES(lock_);
 
   /// Fold the samples of all devices into the days and weeks of networks, access points and bands.
@@ -69,21 +79,22 @@ class WirelessNetworkReport final : public Monitor {
   void CollectAccessPoints(const long& now, const std::string& day, const std::string& week) VEXORA_EXCLUDES(lock_);
   void CollectSpectrums(const long& now, const std::string& day, const std::string& week) VEXORA_EXCLUDES(lock_);
 
-  /// Renews name, model and firmware of every access point in every bucket.
+  /// Updates name, model and firmware of every access point in every bucket.
   void UpdateAccessPointsInfo() VEXORA_EXCLUDES(lock_);
 
   /// Fills `configurations` with the SSID configurations of a router or access point.
   static void GetSSIDCfgs(const std::string& device_mac, SSIDConfigurations& configurations);
 
-  /// Sets `chosen` to the configuration of an SSID on a radio: the radio's own before the one for both. Whether there
-  /// is one; if not, `chosen` stays as it was.
+  /// Sets `chosen` to the configuration of an SSID on a radio: the radio's own before the one for both. Returns whether
+  /// there is one; if not, `chosen` stays as it was.
   static bool GetSSIDCfg(const std::string& ssid, const std::string& radio, const SSIDConfigurations& configurations,
                          models::controller::SSIDCfg& chosen);
 
   // Aggregation. The arguments of all: an ID and its samples of the day, or a report and its snapshot; the "daily" and
-  // "weekly" buckets to fold them into. The slots of the day that have begun are `SampleCountCurrentTime`.
+  // "weekly" buckets into which they are folded. The slots of the day that have begun are `SampleCountCurrentTime`.
 
-  /// The client counts of the day and the week. Renews those of all other IDs too; a pass does that part once for all.
+  /// The client counts of the day and the week. Recalculates the week of all other IDs, too; a pass does that part once
+  /// for all.
   void CalculateClientCountData(const std::string& id, const Samples& samples, const std::string& day,
                                 const std::string& week, Buckets& daily, Buckets& weekly) const;
 
@@ -96,18 +107,18 @@ class WirelessNetworkReport final : public Monitor {
   void CalculateSpectrumDailyTraffic(Report& report, const Snapshot& snapshot, const std::string& day) const;
   void CalculateWeeklyTraffic(Report& report, const std::string& day, const std::string& week) const;
 
-  /// See rogues.h.
+  /// As in network_rogues.h.
   static double GetAverageSignalStrength(const std::map<std::string, RogueAPs>& sightings, const bool& daily);
 
-  // Retention. See retention.h.
+  // Retention. The first two as in network_retention.h; the third drops the traffic of the radios.
 
   bool ClearOtherSnapShot(const std::string& day, const long& now) VEXORA_EXCLUDES(lock_);
   void CleaRedundantSampleData(const std::string& day, const std::string& week, const bool& clear_current)
       VEXORA_EXCLUDES(lock_);
   void ClearTimeDeltaForRadio() VEXORA_EXCLUDES(lock_);
 
-  // Output. Threads: any. `report_type` is "daily" or "weekly", `period` a day or week key; a bucket that there is not
-  // is shown empty.
+  // Output. Threads: any. `report_type` is "daily" or "weekly", `period` a day or week key; a bucket that does
+  // not exist is shown empty.
 
   std::string GetAvailableTypePeriod() override VEXORA_EXCLUDES(lock_);
   std::string GetWirelessReport(const std::string& report_type, const std::string& period) override
@@ -130,15 +141,20 @@ class WirelessNetworkReport final : public Monitor {
                               int /*minutes*/) override {}
 
  private:
-  /// The calendar of the pass, as the folding functions want it.
+  /// The calendar that the fold takes, from the keys and what `BeginPass` noted.
   ReportTime TimeOf(const std::string& day, const std::string& week) const;
 
-  /// The calendar and the tick of a pass; whether it is one that takes samples.
+  /// Notes the calendar of a pass and counts it. Returns whether it is one that takes samples.
   bool BeginPass(time_t now, const std::string& week);
 
+  /// Takes scan and samples of one device, unless it is gone, has no driver or no wireless side.
   void CollectDevice(const std::string& mac, const long& now, const std::string& day, const std::string& week)
       VEXORA_EXCLUDES(lock_);
+
+  /// The access points in the buckets and in the samples of `day`, sorted.
   std::vector<std::string> AccessPointMacs(const std::string& day) const VEXORA_EXCLUDES(lock_);
+
+  /// Sets name, model and firmware of the access points in every bucket. Those without an entry keep theirs.
   void StoreAccessPointInfos(const AccessPointInfos& infos) VEXORA_REQUIRES(lock_);
 
   // The engine's thread only.
@@ -148,16 +164,15 @@ class WirelessNetworkReport final : public Monitor {
   time_t last_collection_time_ = 0;  // tells when the clock goes back
   std::uint32_t tick_counter_ = 0;   // passes since samples were last taken
 
-  // What devices and configurations say is asked for without it. Held for writing, the host's log functions and signal
-  // conversions are called, and `time`, which a host may define itself; held for reading, as a report holds it, the log
-  // functions alone. None of these may call back or wait for a thread that may be inside the plug-in. A thread that has
-  // this lock has no other of the plug-in's, so no circle of waiting threads can close over it.
+  // Devices and configurations are read without it. With the lock held for writing, a pass calls the host's log
+  // functions and signal conversions, and `time`, which a host may define itself; with the lock held for reading, a
+  // report calls the log functions. None of these may call back or wait for a thread that may be inside the plug-in.
+  // Leaf lock: no other lock of ours is taken while it is held.
   mutable utilities::lock::RwLock lock_;
   NetworkReport report_ VEXORA_GUARDED_BY(lock_);
 
-  // What each network on each radio moved between its two latest samples, from one pass that takes samples to the next.
-  // Nothing reads it yet. It mirrors what the log says of each radio, for a report on single radios or a look at a
-  // running monitor.
+  // The traffic of each network on each radio between its two latest samples. Nothing reads it yet: it holds what the
+  // log says of each radio, for a report on single radios or for a debugger.
   RadioDeltas radio_deltas_ VEXORA_GUARDED_BY(lock_);
 };
 

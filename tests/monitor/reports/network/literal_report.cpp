@@ -138,11 +138,10 @@ double AverageSignal(const std::map<std::string, RogueAPs>& records, bool daily)
   return 10 * std::log10(milliwatts / static_cast<double>(records.size()));
 }
 
-void CollectNeighboringAPs(const vexora_probe::monitor::Scan& scan, long now, const ReportTime& time,
-                           NetworkReport& report) {
-  if (scan.heard.empty()) return;
+void CollectNeighboringAPs(const DeviceReading& device, long now, const ReportTime& time, NetworkReport& report) {
+  if (device.heard.empty()) return;
   auto& daily = report.rogue_report["daily"];
-  for (const auto& heard : scan.heard) {
+  for (const auto& heard : device.heard) {
     RogueAPs rogue;
     rogue.mac = heard.mac;
     rogue.ssid = heard.ssid;
@@ -150,11 +149,11 @@ void CollectNeighboringAPs(const vexora_probe::monitor::Scan& scan, long now, co
     rogue.signal_strength = heard.signal;
     if (static_cast<int>(heard.band) == 0) rogue.radio_type = "2.4GHz";
     if (static_cast<int>(heard.band) == 1) rogue.radio_type = "5GHz";
-    rogue.seen_by[scan.mac] = scan.hostname;
+    rogue.seen_by[device.mac] = device.hostname;
     const std::string key = heard.mac + "/" + heard.ssid + "/" + std::to_string(heard.channel) + "/" + rogue.radio_type;
     if (heard.trusted != 0) {
       if (!daily.contains(time.day) || !daily[time.day].contains(key)) continue;
-      daily[time.day][key].seen_by.erase(scan.mac);
+      daily[time.day][key].seen_by.erase(device.mac);
       if (daily[time.day][key].seen_by.empty()) daily[time.day].erase(key);
       continue;
     }
@@ -163,7 +162,7 @@ void CollectNeighboringAPs(const vexora_probe::monitor::Scan& scan, long now, co
       daily[time.day][key] = rogue;
     } else {
       RogueAPs& known = daily[time.day][key];
-      known.seen_by[scan.mac] = scan.hostname;
+      known.seen_by[device.mac] = device.hostname;
       known.total_time += static_cast<std::int32_t>(now - known.last_seen);
       known.last_seen = static_cast<time_t>(now);
     }
@@ -280,7 +279,7 @@ void LiteralPass(const std::vector<DeviceReading>& devices, long now, bool is_cl
   const bool changed = ClearOtherSnapShot(time.day, now, report) || is_clock_back;
   CleaRedundantSampleData(time, changed, report);
   for (const DeviceReading& device : devices) {
-    CollectNeighboringAPs(device.scan, now, time, report);
+    CollectNeighboringAPs(device, now, time, report);
     for (const Networks& sample : device.ssids) {
       const auto& network = sample.attributes;
       const std::string key = network.name + "|" + std::to_string(static_cast<int>(network.security_mode)) + "|" +

@@ -1,18 +1,21 @@
 #pragma once
 
+#include <list>
 #include <string>
 #include <vector>
 
+#include "monitor/reports/network/network_periods.h"
 #include "monitor/reports/network/network_records.h"
-#include "monitor/reports/network/network_rogues.h"
-#include "monitor/reports/network/report_time.h"
+#include "platform/device_records.h"
 
 namespace test {
 
 /// What one device tells in a pass.
 struct DeviceReading {
   std::string mac;
-  vexora_probe::monitor::Scan scan;
+  std::string hostname;
+  std::list<vexora_probe::models::controller::NeighboringAP> heard;  // as the device lists it
+  vexora_probe::monitor::Scan scan;                                  // as the monitor reads it
   std::vector<vexora_probe::monitor::Networks> ssids;
 };
 
@@ -29,7 +32,7 @@ void LiteralPass(const std::vector<DeviceReading>& devices, long now, bool is_cl
 void LiteralNames(vexora_probe::monitor::NetworkReport& report);
 
 /// One pass as the monitor does it, over plain readings. Leaves the names of access points as they are: the monitor
-/// asks for them outside its rooms.
+/// asks for them before it folds.
 void MonitorPass(const std::vector<DeviceReading>& devices, long now, bool is_clock_back,
                  const vexora_probe::monitor::ReportTime& time, vexora_probe::monitor::NetworkReport& report);
 

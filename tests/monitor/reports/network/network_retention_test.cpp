@@ -58,9 +58,9 @@ std::vector<std::string> Kept(const char* period, NetworkReport& report) {
   return keys;
 }
 
-TEST(ClearOtherSnapShot, KeepsOnlyTodaysSamples) {
+TEST(NetworkRetentionSamples, KeepsOnlyTodaysSamples) {
   NetworkReport report = Sampled(kFiveBefore);
-  EXPECT_FALSE(ClearOtherSnapShot(kDay, kNow, report));
+  EXPECT_FALSE(ClearOtherSnapShot(kDay, kNow, kHost, report));
   EXPECT_THAT(report.rogue_samples, ElementsAre(Key(kDay)));
   EXPECT_THAT(report.access_point_snapshot, ElementsAre(Key(kDay)));
   EXPECT_THAT(report.ssid_snapshot, ElementsAre(Key(kDay)));
@@ -69,10 +69,10 @@ TEST(ClearOtherSnapShot, KeepsOnlyTodaysSamples) {
   EXPECT_FALSE(report.device_ssid_samples[kDay]["ap"]["ssid"].empty());
 }
 
-TEST(ClearOtherSnapShot, EmptiesTodayWhenASampleIsOfThisMinuteOrLater) {
+TEST(NetworkRetentionSamples, EmptiesTodayWhenASampleIsOfThisMinuteOrLater) {
   for (const char* minute : {kNowKey, "29920321", "29999999"}) {
     NetworkReport report = Sampled(minute);
-    EXPECT_TRUE(ClearOtherSnapShot(kDay, kNow, report)) << minute;
+    EXPECT_TRUE(ClearOtherSnapShot(kDay, kNow, kHost, report)) << minute;
     EXPECT_THAT(report.rogue_samples[kDay], IsEmpty());
     EXPECT_THAT(report.access_point_snapshot[kDay], IsEmpty());
     EXPECT_THAT(report.ssid_snapshot[kDay], IsEmpty());
@@ -81,10 +81,10 @@ TEST(ClearOtherSnapShot, EmptiesTodayWhenASampleIsOfThisMinuteOrLater) {
   }
 }
 
-TEST(ClearOtherSnapShot, EmptiesTheSnapshotsFromTheFirstThatShowsTheFutureOn) {
+TEST(NetworkRetentionSamples, EmptiesTheSnapshotsFromTheFirstThatShowsTheFutureOn) {
   NetworkReport report = Sampled(kFiveBefore);
   report.ssid_snapshot[kDay]["ssid"][kNowKey];
-  EXPECT_TRUE(ClearOtherSnapShot(kDay, kNow, report));
+  EXPECT_TRUE(ClearOtherSnapShot(kDay, kNow, kHost, report));
   EXPECT_FALSE(report.rogue_samples[kDay].empty()) << "looked at before";
   EXPECT_FALSE(report.access_point_snapshot[kDay].empty()) << "looked at before";
   EXPECT_THAT(report.ssid_snapshot[kDay], IsEmpty());
@@ -92,27 +92,27 @@ TEST(ClearOtherSnapShot, EmptiesTheSnapshotsFromTheFirstThatShowsTheFutureOn) {
   EXPECT_THAT(report.device_ssid_samples[kDay], IsEmpty());
 }
 
-TEST(ClearOtherSnapShot, FindsTheFutureInTheDevicesSamplesAlone) {
+TEST(NetworkRetentionSamples, FindsTheFutureInTheDevicesSamplesAlone) {
   NetworkReport report = Sampled(kFiveBefore);
   report.device_ssid_samples[kDay]["other"]["ssid"][kNowKey];
-  EXPECT_TRUE(ClearOtherSnapShot(kDay, kNow, report));
+  EXPECT_TRUE(ClearOtherSnapShot(kDay, kNow, kHost, report));
   EXPECT_FALSE(report.spectrum_snapshot[kDay].empty());
   EXPECT_THAT(report.device_ssid_samples[kDay], IsEmpty());
 }
 
-TEST(ClearOtherSnapShot, ComparesMinutesAsTexts) {
+TEST(NetworkRetentionSamples, ComparesMinutesAsTexts) {
   NetworkReport report = Sampled("999");  // before minute 1000, but not as a text
-  EXPECT_TRUE(ClearOtherSnapShot(kDay, 1'000L * 60, report));
+  EXPECT_TRUE(ClearOtherSnapShot(kDay, 1'000L * 60, kHost, report));
 }
 
-TEST(ClearOtherSnapShot, LooksNoFurtherThanTheFirstFromTheEndThatShowsTheFuture) {
+TEST(NetworkRetentionSamples, LooksNoFurtherThanTheFirstFromTheEndThatShowsTheFuture) {
   NetworkReport report;
   report.access_point_snapshot[kDay]["a"][kFiveBefore];
   report.access_point_snapshot[kDay]["b"][kNowKey];
   report.access_point_snapshot[kDay]["c"][kFiveBefore];
   report.access_point_snapshot[kDay]["d"];
   const test::LogCapture log;
-  EXPECT_TRUE(ClearOtherSnapShot(kDay, kNow, report));
+  EXPECT_TRUE(ClearOtherSnapShot(kDay, kNow, kHost, report));
   const std::string at = "[WirelessNetworkReport::ClearOtherSnapShot] ";
   EXPECT_THAT(
       log.Texts(Level::kDebug),
@@ -122,10 +122,10 @@ TEST(ClearOtherSnapShot, LooksNoFurtherThanTheFirstFromTheEndThatShowsTheFuture)
                   at + "Clear spectrum report snapshot", at + "Clear DeviceSSIDsReport snapshot"));
 }
 
-TEST(ClearOtherSnapShot, LogsEverySnapshotInOrder) {
+TEST(NetworkRetentionSamples, LogsEverySnapshotInOrder) {
   NetworkReport report = Sampled(kNowKey);
   const test::LogCapture log;
-  ClearOtherSnapShot(kDay, kNow, report);
+  ClearOtherSnapShot(kDay, kNow, kHost, report);
   const std::string at = "[WirelessNetworkReport::ClearOtherSnapShot] ";
   EXPECT_THAT(log.Texts(Level::kDebug),
               ElementsAre(at + "rogue APs mins_iter: 29920320, now: 29920320", at + "Clear raps_report snapshot",
@@ -136,74 +136,74 @@ TEST(ClearOtherSnapShot, LogsEverySnapshotInOrder) {
                           at + "Clear spectrum report snapshot", at + "Clear DeviceSSIDsReport snapshot"));
 }
 
-TEST(CleaRedundantSampleData, KeepsSevenDaysAndRemovesTheOldestOfEight) {
+TEST(NetworkRetentionBuckets, KeepsSevenDaysAndRemovesTheOldestOfEight) {
   NetworkReport report;
   for (const char* day :
        {"2026-11-11", "2026-11-12", "2026-11-13", "2026-11-14", "2026-11-15", "2026-11-16", "2026-11-17"}) {
     AddBucket("daily", day, report);
   }
-  CleaRedundantSampleData(kDay, kWeek, false, report);
+  CleaRedundantSampleData(kDay, kWeek, false, kHost, report);
   EXPECT_EQ(Kept("daily", report).size(), 7U);
   AddBucket("daily", kDay, report);
-  CleaRedundantSampleData(kDay, kWeek, false, report);
+  CleaRedundantSampleData(kDay, kWeek, false, kHost, report);
   EXPECT_EQ(Kept("daily", report), (std::vector<std::string>{"2026-11-12", "2026-11-13", "2026-11-14", "2026-11-15",
                                                              "2026-11-16", "2026-11-17", kDay}));
 }
 
-TEST(CleaRedundantSampleData, KeepsFourWeeksAndRemovesTheOldestOfFive) {
+TEST(NetworkRetentionBuckets, KeepsFourWeeksAndRemovesTheOldestOfFive) {
   NetworkReport report;
   for (const char* week : {"2026-10-11/2026-10-17", "2026-10-18/2026-10-24", "2026-10-25/2026-10-31",
                            "2026-11-01/2026-11-07", "2026-11-08/2026-11-14"}) {
     AddBucket("weekly", week, report);
   }
-  CleaRedundantSampleData(kDay, kWeek, false, report);
+  CleaRedundantSampleData(kDay, kWeek, false, kHost, report);
   EXPECT_EQ(Kept("weekly", report), (std::vector<std::string>{"2026-10-18/2026-10-24", "2026-10-25/2026-10-31",
                                                               "2026-11-01/2026-11-07", "2026-11-08/2026-11-14"}));
-  CleaRedundantSampleData(kDay, kWeek, false, report);
+  CleaRedundantSampleData(kDay, kWeek, false, kHost, report);
   EXPECT_EQ(Kept("weekly", report).size(), 4U);
 }
 
-TEST(CleaRedundantSampleData, RemovesOneBucketForEachTestOfTheSize) {
+TEST(NetworkRetentionBuckets, RemovesOneBucketForEachTestOfTheSize) {
   NetworkReport report;
   for (int day = 1; day <= 9; ++day) AddBucket("daily", "2026-11-0" + std::to_string(day), report);
-  CleaRedundantSampleData(kDay, kWeek, false, report);
+  CleaRedundantSampleData(kDay, kWeek, false, kHost, report);
   EXPECT_EQ(Kept("daily", report).size(), 8U);
 }
 
-TEST(CleaRedundantSampleData, RemovesTheFutureAndTheCurrentWeekWhichThePassBuildsAnew) {
+TEST(NetworkRetentionBuckets, RemovesTheFutureAndTheCurrentWeekWhichThePassBuildsAnew) {
   NetworkReport report;
   for (const char* day : {"2026-11-17", kDay, "2026-11-19", "2027-01-01"}) AddBucket("daily", day, report);
   for (const char* week : {"2026-11-08/2026-11-14", kWeek, "2026-11-22/2026-11-28"}) AddBucket("weekly", week, report);
-  CleaRedundantSampleData(kDay, kWeek, false, report);
+  CleaRedundantSampleData(kDay, kWeek, false, kHost, report);
   EXPECT_THAT(Kept("daily", report), ElementsAre("2026-11-17", kDay));
   EXPECT_THAT(Kept("weekly", report), ElementsAre("2026-11-08/2026-11-14"));
 }
 
-TEST(CleaRedundantSampleData, KeepsTheLastBucketsOfADeviceThatIsGone) {
+TEST(NetworkRetentionBuckets, KeepsTheLastBucketsOfADeviceThatIsGone) {
   NetworkReport report;
   report.device_ssid_report["daily"]["gone"]["2026-01-01"]["ssid"];
   report.device_ssid_report["weekly"]["gone"]["2025-12-28/2026-01-03"]["ssid"];
-  CleaRedundantSampleData(kDay, kWeek, false, report);
+  CleaRedundantSampleData(kDay, kWeek, false, kHost, report);
   EXPECT_THAT(KeysOf(report.device_ssid_report["daily"]["gone"]), ElementsAre("2026-01-01"));
   EXPECT_THAT(KeysOf(report.device_ssid_report["weekly"]["gone"]), ElementsAre("2025-12-28/2026-01-03"));
 }
 
-TEST(CleaRedundantSampleData, KeepsTodaysSamplesUnlessTheClockWentBack) {
+TEST(NetworkRetentionBuckets, KeepsTodaysSamplesUnlessTheClockWentBack) {
   NetworkReport report = Sampled(kFiveBefore);
   AddBucket("daily", kDay, report);
-  CleaRedundantSampleData(kDay, kWeek, false, report);
+  CleaRedundantSampleData(kDay, kWeek, false, kHost, report);
   EXPECT_FALSE(report.device_ssid_samples[kDay].empty());
   EXPECT_THAT(Kept("daily", report), ElementsAre(kDay));
 }
 
-TEST(CleaRedundantSampleData, DropsTodayEverywhereWhenTheClockWentBack) {
+TEST(NetworkRetentionBuckets, DropsTodayEverywhereWhenTheClockWentBack) {
   NetworkReport report = Sampled(kFiveBefore);
   for (const char* day : {"2026-11-17", kDay}) AddBucket("daily", day, report);
   for (const char* week : {"2026-11-08/2026-11-14", kWeek}) AddBucket("weekly", week, report);
   report.device_ssid_report["daily"]["new"][kDay]["ssid"];
   report.device_ssid_report["weekly"]["new"][kWeek]["ssid"];
   const test::LogCapture log;
-  CleaRedundantSampleData(kDay, kWeek, true, report);
+  CleaRedundantSampleData(kDay, kWeek, true, kHost, report);
   EXPECT_THAT(report.device_ssid_samples[kDay], IsEmpty());
   EXPECT_THAT(report.rogue_samples[kDay], IsEmpty());
   EXPECT_THAT(report.access_point_snapshot[kDay], IsEmpty());

@@ -5,6 +5,7 @@
 #include "monitor/reports/network/network_fold.h"
 #include "monitor/reports/network/network_keys.h"
 #include "monitor/reports/network/network_retention.h"
+#include "monitor/reports/network/network_rogues.h"
 #include "tests/monitor/reports/network/literal_report.h"
 
 namespace test {
@@ -96,19 +97,19 @@ std::string Dump(const NetworkReport& report) {
 void MonitorPass(const std::vector<DeviceReading>& devices, long now, bool is_clock_back, const ReportTime& time,
                  NetworkReport& report) {
   using namespace vexora_probe::monitor;
-  const bool is_changed = ClearOtherSnapShot(time.day, now, report) || is_clock_back;
-  CleaRedundantSampleData(time.day, time.week, is_changed, report);
+  const bool is_changed = ClearOtherSnapShot(time.day, now, kHost, report) || is_clock_back;
+  CleaRedundantSampleData(time.day, time.week, is_changed, kHost, report);
   for (const DeviceReading& device : devices) {
-    if (!device.scan.heard.empty()) RecordScan(device.scan, now, time, report);
+    if (!device.scan.entries.empty()) RecordScan(device.scan, now, time, kHost, report);
     for (const Networks& sample : device.ssids) {
       report.device_ssid_samples[time.day][device.mac][SSIDKeyWithRadio(sample.attributes)][MinuteKey(now)] = sample;
     }
   }
   RadioDeltas deltas;
-  FoldDevices(time, report, deltas);
-  FoldFamily(kSSIDs, time, report);
-  FoldFamily(kAccessPoints, time, report);
-  FoldFamily(kSpectrums, time, report);
+  FoldDevices(time, kHost, report, deltas);
+  FoldFamily(kSSIDs, time, kHost, report);
+  FoldFamily(kAccessPoints, time, kHost, report);
+  FoldFamily(kSpectrums, time, kHost, report);
 }
 
 }  // namespace test

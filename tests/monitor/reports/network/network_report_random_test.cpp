@@ -149,7 +149,8 @@ std::vector<test::DeviceReading> Readings() {
   std::vector<test::DeviceReading> readings;
   for (const std::string& mac : DeviceManager::GetInstance().GetOnlineManagedDevices(true)) {
     const auto device = DeviceManager::GetInstance().device(mac);
-    readings.push_back({mac, vexora_probe::monitor::ReadScan(*device),
+    readings.push_back({mac, device->basic_info().hostname, device->neighboring_ap_tbl(),
+                        vexora_probe::monitor::ReadScan(*device),
                         vexora_probe::monitor::ReadSSIDs(*device, vexora_probe::monitor::ReadConfigurations(mac))});
   }
   return readings;
