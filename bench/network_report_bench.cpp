@@ -35,13 +35,12 @@ std::string Mac(int device) {
   return "AA:AA:AA:AA:" + std::to_string(device);
 }
 
-/// Access points with eight SSIDs on two bands each, and foreign ones that are heard by several of them.
+/// Access points with eight SSIDs on two bands each, and rogue ones that are heard by several of them.
 class WirelessNetwork {
  public:
-  /// `foreign`: how many foreign access points there are; each access point hears 20 of them, or none when there are
-  /// none.
-  WirelessNetwork(std::int64_t access_points, bool has_ssids, std::int64_t foreign)
-      : access_points_(static_cast<int>(access_points)), has_ssids_(has_ssids), foreign_(static_cast<int>(foreign)) {
+  /// `rogues`: the number of rogue access points; each access point hears 20 of them, or none when there are none.
+  WirelessNetwork(std::int64_t access_points, bool has_ssids, std::int64_t rogues)
+      : access_points_(static_cast<int>(access_points)), has_ssids_(has_ssids), rogues_(static_cast<int>(rogues)) {
     setenv("TZ", "UTC", 1);  // NOLINT(concurrency-mt-unsafe): before any thread
     tzset();
     day_ = Monitor::GetDateStr(kMidnight);
@@ -87,7 +86,7 @@ class WirelessNetwork {
     clock_.Set(static_cast<time_t>(now));
     for (int number = 0; number < access_points_; ++number) {
       const auto device = DeviceManager::GetInstance().device(Mac(number));
-      if (foreign_ != 0) report_->CollectNeighboringAPs(device, now, day_, week_);
+      if (rogues_ != 0) report_->CollectNeighboringAPs(device, now, day_, week_);
       if (has_ssids_) report_->CollectOneSSID(device, now, day_, week_);
     }
   }
@@ -101,7 +100,7 @@ class WirelessNetwork {
     snapshot.radios["radio0"].band = records::WIFIBandType::k2_4GHz;
     snapshot.radios["radio1"].band = records::WIFIBandType::k5GHz;
     if (has_ssids_) AddSSIDs(snapshot);
-    if (foreign_ != 0) snapshot.neighbours = Neighbours(device);
+    if (rogues_ != 0) snapshot.neighbours = Neighbours(device);
     return snapshot;
   }
 
@@ -122,8 +121,8 @@ class WirelessNetwork {
   std::list<records::NeighboringAP> Neighbours(int device) const {
     std::list<records::NeighboringAP> heard;
     for (int number = 0; number < kHeardByEach; ++number) {
-      heard.push_back({.mac = "BB:BB:BB:BB:" + std::to_string((device * kHeardByEach + number) % foreign_),
-                       .ssid = "foreign",
+      heard.push_back({.mac = "BB:BB:BB:BB:" + std::to_string((device * kHeardByEach + number) % rogues_),
+                       .ssid = "rogue",
                        .trusted = 0,
                        .band = records::WIFIBandType::k2_4GHz,
                        .channel = 6,
@@ -134,7 +133,7 @@ class WirelessNetwork {
 
   const int access_points_;
   const bool has_ssids_;
-  const int foreign_;
+  const int rogues_;
   std::string day_;
   std::string week_;
   std::uint64_t octets_ = 0;
@@ -162,7 +161,7 @@ void MeasurePasses(benchmark::State& state, WirelessNetwork& network) {
 
 /// A pass that takes samples, the last ones of a day: eight SSIDs on two bands of each access point, seven days full.
 void BM_NetworkReportPass(benchmark::State& state) {
-  WirelessNetwork network(state.range(0), /*has_ssids=*/true, /*foreign=*/0);
+  WirelessNetwork network(state.range(0), /*has_ssids=*/true, /*rogues=*/0);
   MeasurePasses(state, network);
 }
 BENCHMARK(BM_NetworkReportPass)
@@ -174,7 +173,7 @@ BENCHMARK(BM_NetworkReportPass)
     ->Unit(benchmark::kMillisecond)
     ->Complexity();
 
-/// The same for foreign access points alone: each access point hears 20 of them, each of them is heard by five.
+/// The same for rogue access points alone: each access point hears 20 of them, each of them is heard by five.
 void BM_NetworkReportScans(benchmark::State& state) {
   WirelessNetwork network(state.range(0), /*has_ssids=*/false, state.range(0) * kHeardByEach / kHearersOfEach);
   MeasurePasses(state, network);
@@ -187,7 +186,7 @@ BENCHMARK(BM_NetworkReportScans)
     ->Unit(benchmark::kMillisecond)
     ->Complexity();
 
-/// The same where all hear all: twenty foreign access points, each of them heard by every access point.
+/// The same where all hear all: twenty rogue access points, each of them heard by every access point.
 void BM_NetworkReportSharedScans(benchmark::State& state) {
   WirelessNetwork network(state.range(0), /*has_ssids=*/false, kHeardByEach);
   MeasurePasses(state, network);

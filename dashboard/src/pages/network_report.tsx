@@ -113,7 +113,7 @@ function Sections({ report, period }: { report: NetworkReport; period: string })
         <Section id="spectrum" title="Spectrum use" period={period} columns={bandColumns} rows={bands} usual={{ column: 'band', direction: 'ascending' }} keyOf={(row) => row.band} nothing="No radio in this period" />
       </div>
       <Section id="access-points" title="Access points" period={period} columns={pointColumns} rows={points} usual={byTraffic} keyOf={(row) => row.mac} nothing="No access point in this period" />
-      <Section id="rogue-access-points" title="Rogue access points" period={period} columns={rogueColumns} rows={report.rogue_ap} usual={{ column: 'average_strength', direction: 'descending' }} keyOf={(row) => row.mac} nothing="No foreign access point was heard" />
+      <Section id="rogue-access-points" title="Rogue access points" period={period} columns={rogueColumns} rows={report.rogue_ap} usual={{ column: 'average_strength', direction: 'descending' }} keyOf={(row) => row.mac} nothing="No rogue access point was heard" />
     </>
   );
 }

@@ -37,7 +37,7 @@ function worst(all: Level[]): Level {
 }
 
 /**
- * The probe's judgement of the device, or that of its CPU, uptime or number of clients, if that is worse. Foreign access
+ * The probe's judgement of the device, or that of its CPU, uptime or number of clients, if that is worse. Rogue access
  * points nearby say something about the place and nothing about the device.
  */
 export function overallLevel(health: HealthDevice | null, isOnline: boolean): Level {

@@ -6,7 +6,7 @@
 namespace probe::simulated {
 
 /// What kind of device an address belongs to; addresses of different kinds never collide.
-enum class MacOwner : std::uint8_t { kDevice = 1, kClient = 2, kForeign = 3, kOwnRadio = 4 };
+enum class MacOwner : std::uint8_t { kDevice = 1, kClient = 2, kStreet = 3, kOwnRadio = 4 };
 
 /// How a device writes addresses of its clients.
 enum class MacNotation : std::uint8_t { kUpperColons, kLowerColons, kLowerDashes };

@@ -15,7 +15,7 @@ namespace records = vexora_probe::models::controller;
 using namespace std::string_view_literals;
 
 /// An access point of somebody else, which every street has.
-struct Foreign {
+struct StreetAccessPoint {
   std::string_view ssid;
   int percent;  ///< Share of its opening hours in which it is on the air.
   int opens;    ///< Hour of the day, included.
@@ -23,7 +23,7 @@ struct Foreign {
   bool trusted = false;
 };
 
-constexpr std::array<Foreign, 16> kStreet{{
+constexpr std::array<StreetAccessPoint, 16> kStreet{{
     {.ssid = "Branch Office", .percent = 98, .opens = 0, .closes = 24, .trusted = true},
     {.ssid = "Bluebird Bakery", .percent = 97, .opens = 5, .closes = 19},
     {.ssid = "Waiting Room", .percent = 95, .opens = 8, .closes = 18},
@@ -87,27 +87,27 @@ void Neighbourhood::AddOwn(std::size_t access_point, const Moment& moment, const
   }
 }
 
-bool Neighbourhood::IsForeignOnTheAir(std::size_t street, std::size_t foreign, const Moment& moment) const {
-  const Foreign& kind = kStreet[foreign];
+bool Neighbourhood::IsActive(std::size_t street, std::size_t place, const Moment& moment) const {
+  const StreetAccessPoint& kind = kStreet[place];
   const int hour = moment.minute_of_day / 60;
   if (hour < kind.opens || hour >= kind.closes) return false;
   constexpr int kSlotMinutes = 20;
-  const std::int64_t slot = moment.Slot(kSlotMinutes, static_cast<std::int64_t>(foreign));
-  return dice_.Percent(kind.percent, Question::kOnAir, Pair(street, foreign), slot);
+  const std::int64_t slot = moment.Slot(kSlotMinutes, static_cast<std::int64_t>(place));
+  return dice_.Percent(kind.percent, Question::kOnAir, Pair(street, place), slot);
 }
 
-void Neighbourhood::AddForeign(std::size_t access_point, const Moment& moment, Table& table) const {
+void Neighbourhood::AddStreet(std::size_t access_point, const Moment& moment, Table& table) const {
   const std::size_t street = access_point / kAccessPointsOfStreet;
-  for (std::size_t foreign = 0; foreign < kStreet.size(); ++foreign) {
-    const std::size_t number = street * kStreet.size() + foreign;
+  for (std::size_t place = 0; place < kStreet.size(); ++place) {
+    const std::size_t number = street * kStreet.size() + place;
     // The offset keeps these pairs apart from those of two own access points.
     const std::uint64_t pair = Pair(access_point, (std::uint64_t{1} << 31) + number);
-    if (!dice_.Percent(60, Question::kHears, pair) || !IsForeignOnTheAir(street, foreign, moment)) continue;
+    if (!dice_.Percent(60, Question::kHears, pair) || !IsActive(street, place, moment)) continue;
     // Its band is its own, the same for everybody who hears it.
     const bool is_low = dice_.Percent(55, Question::kBand, Pair(~std::uint64_t{0}, number));
-    records::NeighboringAP neighbour = Neighbour(dice_, MacOwner::kForeign, number, is_low);
-    neighbour.ssid = kStreet[foreign].ssid;
-    neighbour.trusted = kStreet[foreign].trusted ? 1 : 0;
+    records::NeighboringAP neighbour = Neighbour(dice_, MacOwner::kStreet, number, is_low);
+    neighbour.ssid = kStreet[place].ssid;
+    neighbour.trusted = kStreet[place].trusted ? 1 : 0;
     neighbour.signal = Signal(dice_, pair, -92, -52, moment);
     table.push_back(std::move(neighbour));
   }
@@ -117,7 +117,7 @@ std::list<records::NeighboringAP> Neighbourhood::HeardBy(std::size_t access_poin
                                                          const IsOnTheAir& is_on_the_air) const {
   Table table;
   AddOwn(access_point, moment, is_on_the_air, table);
-  AddForeign(access_point, moment, table);
+  AddStreet(access_point, moment, table);
   return table;
 }
 

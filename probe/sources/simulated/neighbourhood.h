@@ -33,8 +33,8 @@ class Neighbourhood {
   using Table = std::list<vexora_probe::models::controller::NeighboringAP>;
 
   void AddOwn(std::size_t access_point, const Moment& moment, const IsOnTheAir& is_on_the_air, Table& table) const;
-  void AddForeign(std::size_t access_point, const Moment& moment, Table& table) const;
-  bool IsForeignOnTheAir(std::size_t street, std::size_t foreign, const Moment& moment) const;
+  void AddStreet(std::size_t access_point, const Moment& moment, Table& table) const;
+  bool IsActive(std::size_t street, std::size_t place, const Moment& moment) const;
 
   const Dice& dice_;
   const FloorPlan& plan_;

@@ -56,7 +56,7 @@ TEST_F(NetworkReportTest, StartsANewWeekOnSundayWithADivisorOfOne) {
 }
 
 TEST_F(NetworkReportTest, KeepsSevenDaysAndFourWeeksBesideTheCurrentOne) {
-  Office(kAp, 1).Neighbours({Heard(kFar, "foreign", -60)});
+  Office(kAp, 1).Neighbours({Heard(kFar, "rogue", -60)});
   for (int day = 0; day < 50; ++day) SampleAt(At(2026, 10, 4, 12, 0) + day * 86'400);
   EXPECT_THAT(Periods("daily"), ElementsAre("2026-11-16", "2026-11-17", "2026-11-18", "2026-11-19", "2026-11-20",
                                             "2026-11-21", "2026-11-22"));
@@ -124,7 +124,7 @@ TEST_F(NetworkReportTest, StartsASundayWithoutAMidnight) {
 class ClockBack : public NetworkReportTest {
  protected:
   ClockBack() {
-    Office(kAp, 9).Neighbours({Heard(kFar, "foreign", -60)});
+    Office(kAp, 9).Neighbours({Heard(kFar, "rogue", -60)});
     SampleAt(At(2026, 11, 10, 10, 0));
     SampleAt(At(2026, 11, 17, 10, 0));
     SampleAt(At(2026, 11, 18, 10, 0));
@@ -168,7 +168,7 @@ TEST_F(ClockBack, ByAnHourAcrossMidnightBuildsTheDayBeforeAnew) {
   SampleAt(At(2026, 11, 18, 23, 55));
   SampleAt(At(2026, 11, 19, 0, 0));
   SampleAt(At(2026, 11, 19, 0, 30));
-  Office(kAp, 2).Neighbours({Heard(kFar, "foreign", -60)});
+  Office(kAp, 2).Neighbours({Heard(kFar, "rogue", -60)});
   SampleAt(At(2026, 11, 18, 23, 30));  // slot 282
   EXPECT_THAT(Periods("daily"), ElementsAre("2026-11-10", "2026-11-17", "2026-11-18"));
   EXPECT_THAT(Periods("weekly"), ElementsAre("2026-11-08/2026-11-14", "2026-11-15/2026-11-21"));

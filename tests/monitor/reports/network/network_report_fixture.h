@@ -52,7 +52,7 @@ class NetworkReportTest : public ::testing::Test {
     return device.Configured("Office@radio1", {.name = "Office", .security_mode = Security::kWpaPersonal});
   }
 
-  /// A foreign access point in a scan.
+  /// A rogue access point in a scan.
   static Neighbour Heard(const std::string& mac, const std::string& ssid, int signal, bool is_trusted = false) {
     return {
         .mac = mac, .ssid = ssid, .trusted = is_trusted ? 1 : 0, .band = Band::k2_4GHz, .channel = 6, .signal = signal};

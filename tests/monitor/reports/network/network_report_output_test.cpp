@@ -26,10 +26,10 @@ constexpr const char* kExpiredReply =
 
 TEST_F(NetworkReportTest, ShowsFourSectionsAndWhetherTheBucketHasAgedOut) {
   auto device = Office(kAp, 3);
-  device.Platform("M1", "1.2.3").Neighbours({Heard(kFar, "foreign", -60)});
+  device.Platform("M1", "1.2.3").Neighbours({Heard(kFar, "rogue", -60)});
   Sample();
   const char* expected =
-      R"({ "rogue_ap": [ { "mac": "BB:BB:BB:BB:BB:01", "networks": "foreign", "first_seen": "2026-11-18 10:00:00", )"
+      R"({ "rogue_ap": [ { "mac": "BB:BB:BB:BB:BB:01", "networks": "rogue", "first_seen": "2026-11-18 10:00:00", )"
       R"x("last_seen": "2026-11-18 10:00:00", "total_time": 0, "channel": "6 (2.4GHz)", "average_strength": -60.0, )x"
       R"("seen_by": { "AA:AA:AA:AA:AA:01": "ap-01" } } ], "expire": false, )"
       R"("wireless_access_points": { "AA:AA:AA:AA:AA:01": { "client_count": { "peak": 3, "average": 0.025000000000000001 }, )"
@@ -51,9 +51,9 @@ TEST_F(NetworkReportTest, ListsDaysAndWeeksOldestFirst) {
 }
 
 TEST_F(NetworkReportTest, ListsTheBucketsOfAccessPointsOnly) {
-  network.AccessPoint(kAp).Named("ap").Neighbours({Heard(kFar, "foreign", -60)});
+  network.AccessPoint(kAp).Named("ap").Neighbours({Heard(kFar, "rogue", -60)});
   Sample();
-  EXPECT_THAT(Periods("daily"), IsEmpty()) << "foreign access points have a day, but no managed one has";
+  EXPECT_THAT(Periods("daily"), IsEmpty()) << "rogue access points have a day, but no managed one has";
   EXPECT_THAT(Today()["rogue_ap"], SizeIs(1));
 }
 
@@ -95,8 +95,8 @@ TEST_F(NetworkReportTest, ShowsTheChannelWithItsBand) {
   EXPECT_THAT(channels, ElementsAre("6 (2.4GHz)", "6 ()", "36 (5GHz)"));
 }
 
-TEST_F(NetworkReportTest, LeavesOutForeignAccessPointsWithoutAMac) {
-  Office(kAp, 1).Neighbours({Heard("", "nameless", -60), Heard(kFar, "foreign", -60)});
+TEST_F(NetworkReportTest, LeavesOutRogueAccessPointsWithoutAMac) {
+  Office(kAp, 1).Neighbours({Heard("", "nameless", -60), Heard(kFar, "rogue", -60)});
   Sample();
   const test::LogCapture log;
   EXPECT_THAT(Today()["rogue_ap"], SizeIs(1));

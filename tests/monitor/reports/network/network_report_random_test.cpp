@@ -112,7 +112,7 @@ class RandomNetwork {
     device.Clients(name, static_cast<int>(Dice(6)));
   }
 
-  /// A foreign access point, as one device hears it. `names`: its BSSID and SSID.
+  /// A rogue access point, as one device hears it. `names`: its BSSID and SSID.
   NeighboringAP Heard(const std::pair<const char*, const char*>& names, unsigned which) {
     return {.mac = names.first,
             .ssid = names.second,
@@ -131,7 +131,7 @@ class RandomNetwork {
         heard.push_back(Heard({"m/x", "y"}, which));
       } else {
         const std::string mac = "BB:BB:BB:BB:BB:0" + std::to_string(which);
-        heard.push_back(Heard({mac.c_str(), which == 0 ? "" : "foreign"}, which));
+        heard.push_back(Heard({mac.c_str(), which == 0 ? "" : "rogue"}, which));
       }
     }
     return heard;

@@ -25,7 +25,7 @@ void Refresh(test::Network& network, int pass) {
     const auto octets = static_cast<std::uint64_t>(pass) * 6'000;
     device.Named("ap").Radio("r", records::WIFIBandType::k5GHz).Wifi("w", "Office", "r", {octets, octets});
     device.Configured("Office@BOTH", {.name = "Office"}).Clients("w", number).Platform("M", "1");
-    device.Neighbours({{.mac = "BB", .ssid = "foreign", .signal = -60}});
+    device.Neighbours({{.mac = "BB", .ssid = "rogue", .signal = -60}});
   }
 }
 

@@ -73,7 +73,7 @@ TEST_F(NetworkReportTest, CollectsNothingWhenTheWeekCannotBeNamedAndTriesAgainFi
 }
 
 TEST_F(NetworkReportTest, GoesThroughTheStepsOfAPassInOrder) {
-  Office(kAp, 3).Neighbours({Heard(kFar, "foreign", -60)});
+  Office(kAp, 3).Neighbours({Heard(kFar, "rogue", -60)});
   Sample();
   Office(kAp, 3, {1'000, 1'000});
   test::LogCapture log;
@@ -325,9 +325,9 @@ TEST_F(NetworkReportTest, TakesNoSampleOfADeviceWithoutDriver) {
   EXPECT_THAT(Periods("daily"), IsEmpty());
 }
 
-TEST_F(NetworkReportTest, AddsEveryManagedAccessPointThatHearsAForeignOneToTheDay) {
-  Office(kAp, 1).Neighbours({Heard(kFar, "foreign", -40)});
-  Office(kOtherAp, 1).Neighbours({Heard(kFar, "foreign", -80)});
+TEST_F(NetworkReportTest, AddsEveryManagedAccessPointThatHearsARogueOneToTheDay) {
+  Office(kAp, 1).Neighbours({Heard(kFar, "rogue", -40)});
+  Office(kOtherAp, 1).Neighbours({Heard(kFar, "rogue", -80)});
   Sample();
   clock.Set(clock.Now().tv_sec + 60);  // the next sample comes after 360 seconds
   Sample();
@@ -342,15 +342,15 @@ TEST_F(NetworkReportTest, AddsEveryManagedAccessPointThatHearsAForeignOneToTheDa
 }
 
 TEST_F(NetworkReportTest, AveragesTheSamplesOfTheDayInThePowerDomain) {
-  Office(kAp, 1).Neighbours({Heard(kFar, "foreign", -40)});
+  Office(kAp, 1).Neighbours({Heard(kFar, "rogue", -40)});
   Sample();
-  Office(kAp, 1).Neighbours({Heard(kFar, "foreign", -80)});
+  Office(kAp, 1).Neighbours({Heard(kFar, "rogue", -80)});
   Sample();
   EXPECT_NEAR(Today()["rogue_ap"][0]["average_strength"].get<double>(), -43.0099, 1e-3);
 }
 
 TEST_F(NetworkReportTest, LogsWhatItHears) {
-  Office(kAp, 1).Neighbours({Heard(kFar, "foreign", -40)});
+  Office(kAp, 1).Neighbours({Heard(kFar, "rogue", -40)});
   clock.Set(At(2026, 11, 14, 9, 55));  // a Saturday
   Sample();
   clock.Set(At(2026, 11, 15, 9, 55));
@@ -362,18 +362,18 @@ TEST_F(NetworkReportTest, LogsWhatItHears) {
               ElementsAre(at + "Mac: BB:BB:BB:BB:BB:01,now: 1794737100, last seen: 1794736800, first seen: 1794736800",
                           at + "Mac: BB:BB:BB:BB:BB:01, average signal strength: -40.000000",
                           at + "day: 2026-11-14 is not in this week: 2026-11-15/2026-11-21",
-                          at + "Add key: BB:BB:BB:BB:BB:01/foreign/6/2.4GHz, day: 2026-11-15"));
+                          at + "Add key: BB:BB:BB:BB:BB:01/rogue/6/2.4GHz, day: 2026-11-15"));
 }
 
-TEST_F(NetworkReportTest, ForgetsAForeignAccessPointThatEveryHearerTrustsNow) {
-  Office(kAp, 1).Neighbours({Heard(kFar, "foreign", -40)});
-  Office(kOtherAp, 1).Neighbours({Heard(kFar, "foreign", -50)});
+TEST_F(NetworkReportTest, ForgetsARogueAccessPointThatEveryHearerTrustsNow) {
+  Office(kAp, 1).Neighbours({Heard(kFar, "rogue", -40)});
+  Office(kOtherAp, 1).Neighbours({Heard(kFar, "rogue", -50)});
   Sample();
-  Office(kAp, 1).Neighbours({Heard(kFar, "foreign", -40, true)});
+  Office(kAp, 1).Neighbours({Heard(kFar, "rogue", -40, true)});
   Office(kOtherAp, 1).Neighbours({});
   Sample();
   EXPECT_EQ(Today()["rogue_ap"][0]["seen_by"], (Json{{kOtherAp, "ap-02"}}));
-  Office(kOtherAp, 1).Neighbours({Heard(kFar, "foreign", -50, true)});
+  Office(kOtherAp, 1).Neighbours({Heard(kFar, "rogue", -50, true)});
   const test::LogCapture log;
   Sample();
   EXPECT_THAT(Today()["rogue_ap"], IsEmpty());
@@ -381,7 +381,7 @@ TEST_F(NetworkReportTest, ForgetsAForeignAccessPointThatEveryHearerTrustsNow) {
       << "the first scan of the pass built the week while it was still there";
   EXPECT_THAT(log.Texts(Level::kDebug, "trusted"),
               ElementsAre("[WirelessNetworkReport::CollectNeighboringAPs] The AP: "
-                          "BB:BB:BB:BB:BB:01/foreign/6/2.4GHz is changed to trusted"));
+                          "BB:BB:BB:BB:BB:01/rogue/6/2.4GHz is changed to trusted"));
   Sample();
   EXPECT_THAT(ThisWeek()["rogue_ap"], IsEmpty());
 }
@@ -393,8 +393,8 @@ TEST_F(NetworkReportTest, StoresNothingOfATrustedAccessPoint) {
   EXPECT_THAT(ThisWeek()["rogue_ap"], IsEmpty());
 }
 
-TEST_F(NetworkReportTest, NamesAForeignAccessPointInTheWeekAsInItsFirstDay) {
-  Office(kOtherAp, 1).Neighbours({Heard(kFar, "foreign", -40)});
+TEST_F(NetworkReportTest, NamesARogueAccessPointInTheWeekAsInItsFirstDay) {
+  Office(kOtherAp, 1).Neighbours({Heard(kFar, "rogue", -40)});
   Office(kAp, 1).Neighbours({Heard("m", "x/y", -40)});
   Sample();
   // another one, whose key is the same, takes its place within one scan
@@ -406,11 +406,11 @@ TEST_F(NetworkReportTest, NamesAForeignAccessPointInTheWeekAsInItsFirstDay) {
 }
 
 TEST_F(NetworkReportTest, BuildsTheRogueWeekFromItsDays) {
-  Office(kAp, 1).Neighbours({Heard(kFar, "foreign", -40)});
+  Office(kAp, 1).Neighbours({Heard(kFar, "rogue", -40)});
   Sample();  // Wednesday 10:00
   Sample();  // and 10:05
   Office(kAp, 1).Neighbours({});
-  Office(kOtherAp, 1).Neighbours({Heard(kFar, "foreign", -80)});
+  Office(kOtherAp, 1).Neighbours({Heard(kFar, "rogue", -80)});
   SampleAt(At(2026, 11, 19, 8, 0));
   SampleAt(At(2026, 11, 19, 8, 5));
   SampleAt(At(2026, 11, 19, 8, 10));

@@ -20,7 +20,7 @@ TEST(Mac, IsWrittenInThreeWays) {
 
 TEST(Mac, IsNeverThatOfAnotherOwner) {
   std::set<std::uint64_t> macs;
-  for (const MacOwner owner : {MacOwner::kDevice, MacOwner::kClient, MacOwner::kForeign, MacOwner::kOwnRadio}) {
+  for (const MacOwner owner : {MacOwner::kDevice, MacOwner::kClient, MacOwner::kStreet, MacOwner::kOwnRadio}) {
     for (std::uint32_t number = 0; number < 300; ++number) macs.insert(LocalMac(owner, 0xFFF, number));
   }
   EXPECT_EQ(macs.size(), 1'200U);
