@@ -32,7 +32,8 @@ Sighting ClientSighting(const records::AssocClientState& client, const std::stri
           .mode = client.mode};
 }
 
-/// Nothing for a client whom the portal does not know, or knows without a name.
+/// A guest with the portal's counters and names. Nothing for a client that the portal does not know, or knows without a
+/// name. The portal's table has the MACs as the device writes them, so the lookup comes before the formatting.
 std::optional<Sighting> GuestSighting(const records::AssocClientState& client, const std::string& ssid,
                                       const PortalUsers& users) {
   const auto found = users.find(client.mac);

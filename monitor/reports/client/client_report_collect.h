@@ -7,8 +7,8 @@
 
 namespace monitoring::client_report {
 
-/// The clients of a device, network by network: all of an ordinary network, and on a guest network those whom the
-/// portal let in under a name.
+/// The clients of a device, network by network: all clients of an ordinary network, and those of a guest network that
+/// the portal knows by name.
 ///
 /// A network without configuration is left out and logged at error level. Empty for a device that is unknown, has no
 /// driver, no wireless side, no SSID or radio interfaces or no SSID configuration.

@@ -6,16 +6,18 @@
 namespace monitoring::client_report {
 namespace {
 
-constexpr std::int64_t kMostSeconds = std::numeric_limits<std::int32_t>::max();
+constexpr std::int64_t kMaxSeconds = std::numeric_limits<std::int32_t>::max();
 
+/// The sum of two online times, saturated at 32 bits.
 std::int32_t Sum(std::int32_t left, std::int32_t right) {
-  return static_cast<std::int32_t>(std::min(std::int64_t{left} + right, kMostSeconds));
+  return static_cast<std::int32_t>(std::min(std::int64_t{left} + right, kMaxSeconds));
 }
 
 ClientRows& RowsFor(const Sighting& client, ClientReport& report) {
   return client.is_guest ? report.guests : report.clients;
 }
 
+/// Copies what the device reported last.
 void Describe(const Sighting& client, WirelessClientItem& row) {
   row.data_rate = client.data_rate;
   row.hostname = client.hostname;
@@ -23,7 +25,7 @@ void Describe(const Sighting& client, WirelessClientItem& row) {
   row.band = client.band;
 }
 
-/// Adds the rows of a day to those of its week. Days come oldest first, so what was reported last is left standing.
+/// Adds the rows of a day to those of its week. Days come oldest first, so the week ends with what was reported last.
 void AddRows(const ClientRows& day, ClientRows& week) {
   for (const auto& [key, counted] : day) {
     const auto [entry, is_new] = week.try_emplace(key);
@@ -45,8 +47,8 @@ void AddRows(const ClientRows& day, ClientRows& week) {
 std::int32_t SecondsBetween(time_t earlier, time_t later) {
   if (later <= earlier) return 0;
   std::int64_t seconds = 0;
-  if (__builtin_sub_overflow(later, earlier, &seconds)) seconds = kMostSeconds;
-  return static_cast<std::int32_t>(std::min(seconds, kMostSeconds));
+  if (__builtin_sub_overflow(later, earlier, &seconds)) seconds = kMaxSeconds;
+  return static_cast<std::int32_t>(std::min(seconds, kMaxSeconds));
 }
 
 std::uint64_t OctetsBetween(std::uint64_t before, std::uint64_t now) {
@@ -58,7 +60,7 @@ void CountContinuing(const Sighting& client, const WirelessClientStatics& before
   const auto [entry, is_new] = RowsFor(client, report).try_emplace(client.key);
   WirelessClientItem& row = entry->second;
   if (is_new || row.first_seen > now) row.first_seen = now;
-  // A client on two devices at once is counted on both, but nobody is online for longer than has passed.
+  // A client on two devices at once is counted on both, but its online time must not exceed the time that has passed.
   row.online_time = std::min(Sum(row.online_time, online_seconds), SecondsBetween(row.first_seen, now));
   row.upload += OctetsBetween(before.in_bytes, client.counters.in_bytes);
   row.download += OctetsBetween(before.out_bytes, client.counters.out_bytes);
@@ -75,6 +77,7 @@ void CountArriving(const Sighting& client, time_t now, ClientReport& report) {
 void RebuildWeek(const ClientReports& daily, const std::string& day, const std::string& week, ClientReports& weekly) {
   weekly.erase(week);
   const std::string first_day = week.substr(0, week.find('/'));
+  // `weekly[week]` is made in the loop only: a week without days does not exist.
   for (auto kept = daily.lower_bound(first_day); kept != daily.end() && kept->first < day; ++kept) {
     ClientReport& report = weekly[week];
     AddRows(kept->second.clients, report.clients);

@@ -10,16 +10,16 @@
 
 namespace monitoring {
 
-/// What tells one row of the wireless client report from the others.
+/// The key of a row of the wireless client report.
 struct WirelessClientKey {
   std::string mac;       ///< The client's, in the one notation of `format_macaddress`.
-  std::string username;  ///< Name given to the captive portal; empty for a client that is no guest.
+  std::string username;  ///< Name given to the captive portal; empty for a client that is not a guest.
   std::string ssid;      ///< The wireless network.
 
   /// The three fields joined by "|". Nothing is escaped: a name that holds a "|" cannot be parsed again.
   std::string GetKeyStr() const;
 
-  /// Takes the fields from such a text. Fails: returns false and keeps the fields when it has other than three parts.
+  /// Sets the fields from such a text. Fails: returns false and keeps the fields when it does not have three parts.
   bool ParseKey(const std::string& key);
 
   friend bool operator==(const WirelessClientKey&, const WirelessClientKey&) = default;
@@ -30,8 +30,8 @@ struct WirelessClientItem {
   std::int32_t data_rate = 0;    ///< As last reported.
   std::uint64_t upload = 0;      ///< Octets from the client in the period.
   std::uint64_t download = 0;    ///< Octets to the client, likewise.
-  time_t first_seen = 0;         ///< Pass in which the client was first there; seconds since the epoch.
-  time_t last_seen = 0;          ///< Latest pass in which it was counted.
+  time_t first_seen = 0;         ///< Time of the first pass that found the client; seconds since the epoch.
+  time_t last_seen = 0;          ///< Time of the latest pass that counted it.
   std::int32_t online_time = 0;  ///< Seconds online; never more than have passed since `first_seen`.
   std::string hostname;          ///< As last reported; for guests, the portal's.
   vexora_probe::models::controller::WIFIOpMode mode{};
@@ -48,15 +48,15 @@ struct WirelessClientStatics {
   friend bool operator==(const WirelessClientStatics&, const WirelessClientStatics&) = default;
 };
 
-// Hashed, for a pass looks every client up several times, and in a tree of 50,000 that takes seven times as long for
-// each as in one of 1,000. Who needs them in order sorts them.
+// Hashed, because a pass looks every client up several times, and a lookup among 50,000 in a tree takes seven times as
+// long as among 1,000. Reports sort the rows.
 using ClientRows = std::unordered_map<std::string, WirelessClientItem>;        ///< `GetKeyStr` -> row.
 using ClientSamples = std::unordered_map<std::string, WirelessClientStatics>;  ///< `GetKeyStr` -> counters.
 
 /// The rows of one day or one week.
 struct ClientReport {
-  ClientRows clients;  ///< Who came in without a portal.
-  ClientRows guests;   ///< Who came in through a captive portal.
+  ClientRows clients;  ///< Clients of networks without a portal.
+  ClientRows guests;   ///< Guests that a captive portal let in.
 
   friend bool operator==(const ClientReport&, const ClientReport&) = default;
 };

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "monitor/engine/band_names.h"
+#include "monitor/engine/constants.h"
 #include "monitor/engine/devices.h"
 #include "monitor/engine/json_keys.h"
 #include "monitor/engine/time_keys.h"
@@ -32,7 +33,7 @@ const char* ModeName(records::WIFIOpMode mode) {
   }
 }
 
-/// The rows by their keys.
+/// The rows sorted by their keys.
 std::vector<const ClientRows::value_type*> InOrder(const ClientRows& rows) {
   std::vector<const ClientRows::value_type*> sorted;
   sorted.reserve(rows.size());
@@ -70,16 +71,10 @@ JsonTree RowObject(const std::string& key_text, const WirelessClientItem& row, s
   return object;
 }
 
-}  // namespace
-
-std::string TypeMode2Str(records::WIFIOpMode mode, records::WIFIBandType band) {
-  return std::string(ModeName(mode)) + "/" + BandName(band, kUnknown);
-}
-
 JsonTree RowArray(const ClientRows& rows, std::int32_t period_seconds) {
   JsonTree array = NewArray();
   for (const auto* row : InOrder(rows)) {
-    // a row is many times larger as a tree than as text, and a report may hold tens of thousands
+    // As text, because a tree takes many times the memory, and a report may hold tens of thousands of rows.
     Append(array, KeptAsText(RowObject(row->first, row->second, period_seconds)));
   }
   return array;
@@ -89,6 +84,35 @@ JsonTree PeriodArray(const ClientReports& reports) {
   JsonTree array = NewArray();
   std::for_each(reports.rbegin(), reports.rend(), [&](const auto& report) { Append(array, NewText(report.first)); });
   return array;
+}
+
+}  // namespace
+
+std::string TypeMode2Str(records::WIFIOpMode mode, records::WIFIBandType band) {
+  return std::string(ModeName(mode)) + "/" + reports::BandName(band, kUnknown);
+}
+
+JsonTree ReportObject(const ClientReport& report, std::int32_t period_seconds) {
+  JsonTree root = NewObject();
+  Add(root, json_key::kWirelessClients, RowArray(report.clients, period_seconds));
+  Add(root, json_key::kWirelessGuests, RowArray(report.guests, period_seconds));
+  return root;
+}
+
+JsonTree ReportObject(const ClientReports& reports, const std::string& period, std::int32_t period_seconds) {
+  const auto found = reports.find(period);
+  const bool is_kept = found != reports.end();
+  const ClientReport nothing;  // a name of its own: with a temporary here the whole report would be copied
+  JsonTree root = ReportObject(is_kept ? found->second : nothing, period_seconds);
+  Add(root, json_key::kExpire, NewBoolean(!is_kept));
+  return root;
+}
+
+JsonTree PeriodsObject(const ClientReports& daily, const ClientReports& weekly) {
+  JsonTree root = NewObject();
+  Add(root, kDaily, PeriodArray(daily));
+  Add(root, kWeekly, PeriodArray(weekly));
+  return root;
 }
 
 }  // namespace monitoring::client_report

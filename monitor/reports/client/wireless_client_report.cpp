@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "monitor/engine/constants.h"
-#include "monitor/engine/json_keys.h"
 #include "monitor/engine/json_tree.h"
 #include "monitor/engine/report_limits.h"
 #include "monitor/engine/time_keys.h"
@@ -17,7 +16,6 @@
 #include "platform/device_centre.h"
 
 namespace client_report = monitoring::client_report;
-namespace json_key = monitoring::json_key;
 namespace time_keys = monitoring::time_keys;
 using monitoring::ClientReport;
 using monitoring::ClientReports;
@@ -32,7 +30,7 @@ namespace {
 constexpr const char* kNothing = "{}";
 constexpr std::int32_t kWeekSeconds = 7 * time_keys::kDaySeconds;
 
-/// How long a day or week has lasted: the one that is not over, as long as the local clock stands into it.
+/// How long a day or week has lasted: the current one, until the present time of the local clock.
 std::int32_t DaySeconds(const std::string& day, long now) {
   return day == time_keys::Day(now) ? time_keys::SecondsIntoDay(now) : time_keys::kDaySeconds;
 }
@@ -42,22 +40,6 @@ std::int32_t WeekSeconds(const std::string& week, long now) {
 
 bool IsType(const std::string& report_type, const char* type) {
   return strcasecmp(report_type.c_str(), type) == 0;
-}
-
-JsonTree ReportOf(const ClientReport& report, std::int32_t period_seconds) {
-  JsonTree root = monitoring::NewObject();
-  monitoring::Add(root, json_key::kWirelessClients, client_report::RowArray(report.clients, period_seconds));
-  monitoring::Add(root, json_key::kWirelessGuests, client_report::RowArray(report.guests, period_seconds));
-  return root;
-}
-
-JsonTree ReportOn(const ClientReports& reports, const std::string& period, std::int32_t period_seconds) {
-  const auto found = reports.find(period);
-  const bool is_kept = found != reports.end();
-  const ClientReport nothing;
-  JsonTree root = ReportOf(is_kept ? found->second : nothing, period_seconds);
-  monitoring::Add(root, json_key::kExpire, monitoring::NewBoolean(!is_kept));
-  return root;
 }
 
 std::string JsonText(const JsonTree& tree) {
@@ -76,7 +58,7 @@ void WirelessClientReport::DataMerge() {
   const std::string day = GetDateStr(now);
   const std::string week = GetWeekStr(now);
   const lock_guard_write held(lock_);
-  if (now < last_pass_time_) {
+  if (now < last_pass_time_) {  // the clock was set back
     daily_.erase(day);
     client_report::RebuildWeek(daily_, day, week, weekly_);
   }
@@ -85,6 +67,7 @@ void WirelessClientReport::DataMerge() {
   for (const std::string& mac : DeviceManager::GetInstance().GetOnlineManagedDevices(true)) {
     Collectdata(mac, sample, now, day, week);
   }
+  // Replaced as a whole, so that a client that was not in this pass counts as arriving when it comes back.
   previous_sample_ = std::move(sample);
   last_pass_time_ = static_cast<time_t>(now);
   client_report::Trim(daily_, day, monitoring::kMaxReportDays);
@@ -94,7 +77,7 @@ void WirelessClientReport::DataMerge() {
 void WirelessClientReport::Collectdata(const std::string& mac, ClientSamples& sample, long now, const std::string& day,
                                        const std::string& week) {
   std::vector<Sighting> clients = client_report::ReadClients(mac);
-  if (clients.empty()) return;  // a period exists as soon as it has a row, and no earlier
+  if (clients.empty()) return;  // before the maps are indexed: a period without rows must not exist
   const auto moment = static_cast<time_t>(now);
   const bool is_same_day = day == GetDateStr(static_cast<long>(last_pass_time_));
   const std::int32_t online_seconds = is_same_day ? client_report::SecondsBetween(last_pass_time_, moment) : 0;
@@ -115,16 +98,17 @@ void WirelessClientReport::Collectdata(const std::string& mac, ClientSamples& sa
 
 std::string WirelessClientReport::GetAvailableTypePeriod() {
   const lock_guard_read held(lock_);
-  JsonTree root = monitoring::NewObject();
-  monitoring::Add(root, monitoring::kDaily, client_report::PeriodArray(daily_));
-  monitoring::Add(root, monitoring::kWeekly, client_report::PeriodArray(weekly_));
-  return JsonText(root);
+  return JsonText(client_report::PeriodsObject(daily_, weekly_));
 }
 
 std::string WirelessClientReport::GetWirelessReport(const std::string& report_type, const std::string& period) {
   const lock_guard_read held(lock_);
   const auto now = static_cast<long>(time(nullptr));
-  if (IsType(report_type, monitoring::kDaily)) return JsonText(ReportOn(daily_, period, DaySeconds(period, now)));
-  if (IsType(report_type, monitoring::kWeekly)) return JsonText(ReportOn(weekly_, period, WeekSeconds(period, now)));
-  return JsonText(ReportOf({}, time_keys::kDaySeconds));
+  if (IsType(report_type, monitoring::kDaily)) {
+    return JsonText(client_report::ReportObject(daily_, period, DaySeconds(period, now)));
+  }
+  if (IsType(report_type, monitoring::kWeekly)) {
+    return JsonText(client_report::ReportObject(weekly_, period, WeekSeconds(period, now)));
+  }
+  return JsonText(client_report::ReportObject(ClientReport{}, time_keys::kDaySeconds));
 }

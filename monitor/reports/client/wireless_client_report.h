@@ -8,7 +8,7 @@
 #include "platform/utilities/locks.h"
 
 /// Keeps, for every wireless client and every guest of a captive portal, a row for each of the last seven days and four
-/// weeks: when it was there, how long it was online, how much it moved. Reports them as JSON.
+/// weeks: first and last seen, online time, traffic. Reports them as JSON.
 ///
 /// Threads: a pass runs on the engine's thread and holds the lock for its whole length. Reports come from any thread,
 ///          and each holds it for reading for its own.
@@ -21,7 +21,7 @@ class WirelessClientReport final : public Monitor {
   /// One pass: samples the online managed devices at the present moment, adds to the rows of today and this week, and
   /// drops a period that is too old.
   ///
-  /// Reads the clock itself, as the reports do, and not the time that the manager noted for the pass.
+  /// Uses the clock, as the reports do, and not the time that the manager noted for the pass.
   ///
   /// Asks the device centre and the configuration managers, and logs, with the lock held.
   void DataMerge() override VEXORA_EXCLUDES(lock_);
@@ -42,15 +42,15 @@ class WirelessClientReport final : public Monitor {
                               int /*minutes*/) override {}
 
  private:
-  /// Samples one device into the rows of `day` and `week`, and files its clients' counters in `sample`.
+  /// Adds the clients of one device to the rows of `day` and `week`, and their counters to `sample`.
   void Collectdata(const std::string& mac, monitoring::ClientSamples& sample, long now, const std::string& day,
                    const std::string& week) VEXORA_REQUIRES(lock_);
 
   // The host is called with it held. For writing, as a pass holds it: the device centre, its devices and their drivers,
   // the configuration managers, `format_macaddress` and `pel_log_error`. For reading, as a report holds it:
   // `DeviceManager::device` and `Device::basic_info` for a row without a name, `split`, and `time`, which a host may
-  // define itself. None of these may call back or wait for a thread that may be inside the plug-in. A thread that has
-  // this lock has no other of the plug-in's, so no circle of waiting threads can close over it.
+  // define itself. None of these may call back or wait for a thread that may be inside the plug-in.
+  // Leaf lock: no other lock of ours is taken while it is held.
   mutable utilities::lock::RwLock lock_;
   monitoring::ClientSamples previous_sample_ VEXORA_GUARDED_BY(lock_);  // the counters of the last pass
   monitoring::ClientReports daily_ VEXORA_GUARDED_BY(lock_);
