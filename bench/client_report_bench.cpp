@@ -50,10 +50,10 @@ class WatchedNetwork {
   /// One pass.
   void Pass() { monitor.DataUpdate(); }
 
-  /// A row for every client in each of the last four weeks and seven days.
+  /// Makes a row for every client in each of the last four weeks and seven days.
   void FillAllPeriods() {
-    for (int week = kKeptWeeks - 1; week > 0; --week) PassAtLength(kSaturday - week * 7 * kDaySeconds);
-    for (int day = kKeptDays - 1; day >= 0; --day) PassAtLength(kSaturday - day * kDaySeconds);
+    for (int week = kKeptWeeks - 1; week > 0; --week) PassTwice(kSaturday - week * 7 * kDaySeconds);
+    for (int day = kKeptDays - 1; day >= 0; --day) PassTwice(kSaturday - day * kDaySeconds);
   }
 
   time_t Now() { return clock_.Now().tv_sec; }
@@ -62,8 +62,8 @@ class WatchedNetwork {
   WirelessClientReport monitor;
 
  private:
-  /// Two passes, so that the clients are counted and not just seen.
-  void PassAtLength(time_t moment) {
+  /// Two passes, because the first one only takes the counters.
+  void PassTwice(time_t moment) {
     for (const int second : {0, kMinuteSeconds}) {
       AdvanceTo(moment + second);
       Pass();
@@ -92,7 +92,7 @@ class WatchedNetwork {
     }
   }
 
-  /// MACs as they are in the field: in no order.
+  /// MACs in no order, as those of real clients.
   static std::string Mac(int client) {
     const auto scattered = static_cast<std::uint32_t>(client) * 2'654'435'761U;
     std::array<char, 18> text{};

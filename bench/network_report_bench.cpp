@@ -186,7 +186,7 @@ BENCHMARK(BM_NetworkReportScans)
     ->Unit(benchmark::kMillisecond)
     ->Complexity();
 
-/// The same where all hear all: twenty rogue access points, each of them heard by every access point.
+/// The same for twenty rogue access points, each of them heard by every access point.
 void BM_NetworkReportSharedScans(benchmark::State& state) {
   WirelessNetwork network(state.range(0), /*has_ssids=*/false, kHeardByEach);
   MeasurePasses(state, network);

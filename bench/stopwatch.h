@@ -23,7 +23,7 @@ double HeapGrowth(Work work) {
   return HeapBytes() - before;
 }
 
-/// The processor's time that a piece of work took, summed up and told for each of the things that it was done for.
+/// Sums up the processor time of a piece of work, and reports it divided by the number of things that it was done for.
 class Stopwatch {
  public:
   template <typename Work>
@@ -35,7 +35,7 @@ class Stopwatch {
 
   double Milliseconds() const { return nanoseconds_ / 1e6; }
 
-  /// Tells the time as the counter `ns_per_THING`; the benchmark's first argument is the number of things.
+  /// Reports the time as the counter `ns_per_THING`; the benchmark's first argument is the number of things.
   void Report(benchmark::State& state, const std::string& thing) const {
     state.counters["ns_per_" + thing] = nanoseconds_ / static_cast<double>(state.iterations() * state.range(0));
     state.SetComplexityN(state.range(0));

@@ -7,8 +7,8 @@
 
 namespace bench {
 
-/// Access points with two SSIDs on two interfaces, and so many clients each. The device centre is emptied when it
-/// comes and when it goes.
+/// Access points with two SSIDs on two interfaces, and `clients_each` clients each. The constructor and the destructor
+/// empty the device centre.
 class WirelessNetwork {
  public:
   WirelessNetwork(std::int64_t access_points, int clients_each) {

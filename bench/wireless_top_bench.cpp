@@ -40,7 +40,7 @@ std::string Mac(int prefix, int number) {
   return text.data();
 }
 
-/// The MAC of a client: neighbours in number are far apart in order, for clients are met by chance.
+/// The MAC of a client. Consecutive numbers are far apart in MAC order, because real clients arrive in no order.
 std::string ClientMac(int number) {
   constexpr unsigned kOdd = 0x9E3779;
   return Mac(0x02, static_cast<int>(static_cast<unsigned>(number) * kOdd & 0xFFFFFF));
@@ -65,7 +65,7 @@ class RankedNetwork {
   WirelessTopMonitor monitor;
 
  private:
-  /// So many octets that the largest thousandth of the clients stands out.
+  /// Random octets, a thousand times as many for one client in a thousand.
   std::uint64_t Octets() { return dice_() % 1'000'000 * 1024 * (dice_() % 1000 == 0 ? 1000 : 1); }
 
   /// An access point with the clients numbered from `first`.
@@ -112,8 +112,8 @@ std::vector<std::shared_ptr<WirelessTopFilter>> DifferentFilters(int count) {
   return filters;
 }
 
-/// A pass with ten subscribers, each of whom wants the first five of every view by another measure or flag: the
-/// rebuild, the first message, which finds nothing in order yet, and all ten.
+/// A pass with ten subscribers, each of which wants the first five of every view by another measure or flag. Reports
+/// the rebuild, the first message, for which nothing has been sorted yet, and all ten messages.
 void BM_WirelessTopPass(benchmark::State& state) {
   RankedNetwork network(state.range(0), state.range(1));
   const auto filters = DifferentFilters(kTop);
@@ -167,7 +167,7 @@ wirelesstop::Streams RandomStreams(std::int64_t count) {
   return streams;
 }
 
-/// The rankings of the clients, and the first so many places of so many of the three.
+/// The rankings of the clients. Arguments: streams, places that are asked for, rankings (of three) that are asked for.
 void BM_RankAsFarAsAsked(benchmark::State& state) {
   const wirelesstop::Streams streams = RandomStreams(state.range(0));
   wirelesstop::StreamRankings rankings;
@@ -184,7 +184,7 @@ BENCHMARK(BM_RankAsFarAsAsked)
     ->Args({50'000, 0, 0})
     ->Unit(benchmark::kMillisecond);
 
-/// What ranking as far as asked is measured against: three lists, each sorted to its end by a comparison.
+/// The baseline of BM_RankAsFarAsAsked: three lists, each sorted completely by a comparison.
 template <typename Comparison>
 void SortThreeTimes(benchmark::State& state, const std::array<Comparison, 3>& comparisons) {
   const wirelesstop::Streams streams = RandomStreams(state.range(0));
@@ -218,7 +218,7 @@ void BM_SortAllInPlace(benchmark::State& state) {
 }
 BENCHMARK(BM_SortAllInPlace)->Arg(50'000)->Unit(benchmark::kMillisecond);
 
-/// The keys and places apart, in one piece of memory, sorted, and the streams put in that order.
+/// The same with an array of keys and indices, which is sorted before the streams are put in its order.
 void BM_SortAllByLightKeys(benchmark::State& state) {
   using Measure = std::uint64_t (*)(const NetStream&);
   const wirelesstop::Streams streams = RandomStreams(state.range(0));

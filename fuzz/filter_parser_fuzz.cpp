@@ -17,7 +17,7 @@ using fuzzing::Require;
 
 namespace {
 
-/// The value under `key` when it is a text; it ends at its first NUL, as every text of a request does.
+/// The value under `key` when it is a text, up to its first NUL, as all texts of a request are read.
 std::optional<std::string> PlainText(json_object* object, const char* key) {
   json_object* value = nullptr;
   if (json_object_is_type(object, json_type_object) == 0) return std::nullopt;
@@ -26,7 +26,7 @@ std::optional<std::string> PlainText(json_object* object, const char* key) {
   return json_object_get_string(value);
 }
 
-/// SID -> last element with that SID. Nothing when an element's SID is no plain text: then there is no simple answer.
+/// SID -> last element with that SID. Nothing when an element's SID is not a text: this check does not cover that case.
 std::optional<std::map<std::string, json_object*>> ElementsBySid(json_object* array) {
   std::map<std::string, json_object*> elements;
   for (std::size_t index = 0; index < json_object_array_length(array); ++index) {
@@ -38,7 +38,7 @@ std::optional<std::map<std::string, json_object*>> ElementsBySid(json_object* ar
   return elements;
 }
 
-/// Whether the filter has the members of `element`, as far as these are plain texts or absent.
+/// Requires that the filter has the members of `element`, as far as these are texts or absent.
 void RequireMembersOf(json_object* element, const Filter& filter) {
   json_object* wanted = nullptr;
   if (json_object_object_get_ex(element, "filter", &wanted) == 0) {

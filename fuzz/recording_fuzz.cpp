@@ -14,7 +14,7 @@ using fuzzing::Require;
 
 namespace {
 
-/// Reads, or refuses with a reason; anything else that is thrown ends the run.
+/// Reads, or refuses with a reason. Any other exception ends the run.
 template <typename Read>
 void ReadOrRefuse(Read read) {
   try {
@@ -24,7 +24,7 @@ void ReadOrRefuse(Read read) {
   }
 }
 
-/// A state that was understood is written so that it is understood the same way again.
+/// Requires that a state which was read and written reads as the same again.
 void RequireStable(const nlohmann::ordered_json& state) {
   const nlohmann::ordered_json written = probe::StateOf(probe::SnapshotOf(state));
   Require(probe::StateOf(probe::SnapshotOf(written)) == written);
@@ -32,7 +32,7 @@ void RequireStable(const nlohmann::ordered_json& state) {
 
 }  // namespace
 
-/// The octets as the first line of a recording, and as a further one.
+/// The input as the first line of a recording, and as a later one.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string text(reinterpret_cast<const char*>(data), size);
   ReadOrRefuse([&] { probe::recording::ParseHeader(text); });

@@ -17,10 +17,10 @@ using fuzzing::Require;
 
 namespace {
 
-/// A report monitor that shows which report it was asked for.
-class AskedReport final : public Monitor {
+/// A report monitor that answers with the type and period of the request.
+class EchoReport final : public Monitor {
  public:
-  explicit AskedReport(const char* name) : name_(name) {}
+  explicit EchoReport(const char* name) : name_(name) {}
 
   std::string GetMonitorName() override { return name_; }
   void MergeDataForInterval() override {}
@@ -39,11 +39,11 @@ class AskedReport final : public Monitor {
 
 void RegisterBothReports() {
   MonitoringManager& manager = MonitoringManager::GetInstance();
-  manager.RegisterMonitor(std::make_shared<AskedReport>(monitoring::kWirelessClientReport));
-  manager.RegisterMonitor(std::make_shared<AskedReport>(monitoring::kWirelessNetworkReport));
+  manager.RegisterMonitor(std::make_shared<EchoReport>(monitoring::kWirelessClientReport));
+  manager.RegisterMonitor(std::make_shared<EchoReport>(monitoring::kWirelessNetworkReport));
 }
 
-/// What a caller can hand over, and what an entry point can answer, ends at the first NUL.
+/// The text as a C string: requests and answers of the entry points end at the first NUL.
 std::string UpToNul(const std::string& text) {
   return text.substr(0, text.find('\0'));
 }
@@ -54,12 +54,12 @@ std::string TextUnder(const nlohmann::json& request, const char* key) {
   return value == request.end() || !value->is_string() ? "" : value->get<std::string>();
 }
 
-/// What a strict parser makes of the request. Discarded: one that is not strictly JSON, of which a lenient parser may
-/// make anything, or one that may be too deep for it.
+/// The request as a strict parser reads it. Discarded: a request that is not strictly JSON, which the plug-in's lenient
+/// parser may read in any way, and one that may be too deep for it.
 nlohmann::json StrictlyParsed(const std::string& request) {
-  constexpr std::ptrdiff_t kCertainlyNotTooDeep = 30;
+  constexpr std::ptrdiff_t kSafeDepth = 30;
   const auto opening = std::count_if(request.begin(), request.end(), [](char c) { return c == '[' || c == '{'; });
-  if (opening > kCertainlyNotTooDeep) return {nlohmann::json::value_t::discarded};
+  if (opening > kSafeDepth) return {nlohmann::json::value_t::discarded};
   return nlohmann::json::parse(request, nullptr, /*allow_exceptions=*/false);
 }
 
@@ -68,7 +68,7 @@ void RequireAnswer(char* answer, const nlohmann::json& request) {
   const std::string text = answer;
   std::free(answer);
   if (!request.is_object()) return;
-  const std::string expected = AskedReport::Answer(TextUnder(request, "report_type"), TextUnder(request, "period"));
+  const std::string expected = EchoReport::Answer(TextUnder(request, "report_type"), TextUnder(request, "period"));
   Require(text == UpToNul(expected));
 }
 

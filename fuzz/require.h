@@ -4,7 +4,7 @@
 
 namespace fuzzing {
 
-/// Ends the run, with the input at hand reported as a finding, when a claim about it does not hold.
+/// Aborts when a claim about the input does not hold: the fuzzer then reports the input as a finding.
 inline void Require(bool claim) {
   if (!claim) std::abort();
 }

@@ -1,4 +1,4 @@
-// A subscription request of the wireless top monitor, and the message that comes of it.
+// The input is a subscription request to the wireless top monitor. Checked: the filters and the messages made for them.
 
 #include <json-c/json.h>
 
@@ -28,7 +28,7 @@ std::string Mac(char first, int number) {
   return std::string(1, first) + "0:00:00:00:00:0" + std::to_string(number);
 }
 
-/// A monitor after a pass over a small network. The same one for all inputs: no message may change it.
+/// A monitor after a pass over a small network. One for all inputs, because no message may change it.
 WirelessTopMonitor& RankedNetwork() {
   static WirelessTopMonitor monitor;
   static const bool is_built = [] {
@@ -49,7 +49,7 @@ WirelessTopMonitor& RankedNetwork() {
   return monitor;
 }
 
-/// A list has as many entries as its filter asks for, as far as there are.
+/// Requires as many entries as the filter asks for, or all when there are fewer.
 void RequireLength(json_object* part, const char* list, std::size_t wanted) {
   json_object* entries = Member(part, list);
   Require(json_object_is_type(entries, json_type_array) != 0);
@@ -78,7 +78,7 @@ void RequireMessageFor(WirelessTopMonitor& monitor, const WirelessTopFilter& fil
   RequireLength(Member(data, "wireless_clients"), "traffic", Wanted(filter.wireless_clients));
 }
 
-/// Where a request has a whole number that 32 bits can hold, the filter has it too; where it has none, 0.
+/// Requires the filter's count to be the number of the request, clamped to 32 bits; 0 where the request has none.
 void RequireCount(json_object* view, const char* list, std::int32_t count) {
   json_object* value = Member(Member(view, list), "count");
   if (value == nullptr) Require(count == 0);
