@@ -10,6 +10,7 @@
 
 #include "bench/stopwatch.h"
 #include "monitor/engine/constants.h"
+#include "monitor/engine/report_limits.h"
 #include "monitor/engine/time_keys.h"
 #include "monitor/reports/client/wireless_client_report.h"
 #include "probe/clock/virtual_clock.h"
@@ -23,8 +24,8 @@ constexpr time_t kSaturday = 1'795'867'200;  // 2026-11-28 12:00:00 UTC, the las
 constexpr int kClientsPerAccessPoint = 50;
 constexpr int kMinuteSeconds = 60;
 constexpr int kDaySeconds = 86'400;
-constexpr int kKeptDays = 7;
-constexpr int kKeptWeeks = 4;
+constexpr int kDays = monitoring::kMaxReportDays;
+constexpr int kWeeks = monitoring::kMaxReportWeeks;
 
 /// Access points of 50 busy clients each, and the report that watches them.
 class WatchedNetwork {
@@ -52,8 +53,8 @@ class WatchedNetwork {
 
   /// Makes a row for every client in each of the last four weeks and seven days.
   void FillAllPeriods() {
-    for (int week = kKeptWeeks - 1; week > 0; --week) PassTwice(kSaturday - week * 7 * kDaySeconds);
-    for (int day = kKeptDays - 1; day >= 0; --day) PassTwice(kSaturday - day * kDaySeconds);
+    for (int week = kWeeks - 1; week > 0; --week) PassTwice(kSaturday - week * 7 * kDaySeconds);
+    for (int day = kDays - 1; day >= 0; --day) PassTwice(kSaturday - day * kDaySeconds);
   }
 
   time_t Now() { return clock_.Now().tv_sec; }
@@ -110,7 +111,7 @@ class WatchedNetwork {
 /// One pass, with a row for every client in each of seven days and four weeks.
 void BM_ClientReportPass(benchmark::State& state) {
   WatchedNetwork network(state.range(0));
-  const double rows = static_cast<double>(state.range(0)) * (kKeptDays + kKeptWeeks);
+  const double rows = static_cast<double>(state.range(0)) * (kDays + kWeeks);
   state.counters["bytes_per_row"] = bench::HeapGrowth([&] { network.FillAllPeriods(); }) / rows;
   bench::TimeRounds(
       state, "client", [&] { network.Advance(kMinuteSeconds); }, [&] { network.Pass(); });

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <ctime>
+#include <limits>
 
 // Arithmetic on two readings of a device's octet counters, for every monitor that turns counters into differences.
 namespace monitoring {
@@ -24,6 +25,12 @@ constexpr std::uint64_t CounterIncrease(std::uint64_t last, std::uint64_t now) {
 constexpr std::uint64_t SecondsBetween(time_t earlier, time_t later) {
   if (later <= earlier) return 0;
   return static_cast<std::uint64_t>(std::int64_t{later}) - static_cast<std::uint64_t>(std::int64_t{earlier});
+}
+
+/// A number of seconds for a record that holds 32 bits of them: the greatest that it can hold, when there are more.
+constexpr std::int32_t SaturatedSeconds(std::uint64_t seconds) {
+  constexpr std::uint64_t kMaxSeconds = std::numeric_limits<std::int32_t>::max();
+  return static_cast<std::int32_t>(seconds < kMaxSeconds ? seconds : kMaxSeconds);
 }
 
 }  // namespace monitoring

@@ -1,16 +1,15 @@
 #include "monitor/reports/client/client_report_fold.h"
 
 #include <algorithm>
-#include <limits>
+
+#include "monitor/engine/counters.h"
 
 namespace monitoring::client_report {
 namespace {
 
-constexpr std::int64_t kMaxSeconds = std::numeric_limits<std::int32_t>::max();
-
-/// The sum of two online times, saturated at 32 bits.
+/// The sum of two online times, neither of which is negative.
 std::int32_t Sum(std::int32_t left, std::int32_t right) {
-  return static_cast<std::int32_t>(std::min(std::int64_t{left} + right, kMaxSeconds));
+  return SaturatedSeconds(static_cast<std::uint64_t>(left) + static_cast<std::uint64_t>(right));
 }
 
 ClientRows& RowsFor(const Sighting& client, ClientReport& report) {
@@ -44,26 +43,16 @@ void AddRows(const ClientRows& day, ClientRows& week) {
 
 }  // namespace
 
-std::int32_t SecondsBetween(time_t earlier, time_t later) {
-  if (later <= earlier) return 0;
-  std::int64_t seconds = 0;
-  if (__builtin_sub_overflow(later, earlier, &seconds)) seconds = kMaxSeconds;
-  return static_cast<std::int32_t>(std::min(seconds, kMaxSeconds));
-}
-
-std::uint64_t OctetsBetween(std::uint64_t before, std::uint64_t now) {
-  return now >= before ? now - before : now;
-}
-
 void CountContinuing(const Sighting& client, const WirelessClientStatics& before, time_t now,
                      std::int32_t online_seconds, ClientReport& report) {
   const auto [entry, is_new] = RowsFor(client, report).try_emplace(client.key);
   WirelessClientItem& row = entry->second;
   if (is_new || row.first_seen > now) row.first_seen = now;
   // A client on two devices at once is counted on both, but its online time must not exceed the time that has passed.
-  row.online_time = std::min(Sum(row.online_time, online_seconds), SecondsBetween(row.first_seen, now));
-  row.upload += OctetsBetween(before.in_bytes, client.counters.in_bytes);
-  row.download += OctetsBetween(before.out_bytes, client.counters.out_bytes);
+  row.online_time =
+      std::min(Sum(row.online_time, online_seconds), SaturatedSeconds(SecondsBetween(row.first_seen, now)));
+  row.upload += CounterIncrease(before.in_bytes, client.counters.in_bytes);
+  row.download += CounterIncrease(before.out_bytes, client.counters.out_bytes);
   row.last_seen = now;
   Describe(client, row);
 }

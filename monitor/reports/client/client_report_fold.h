@@ -10,12 +10,6 @@
 /// The arithmetic of the wireless client report, on plain rows. The caller holds the lock of what it hands in.
 namespace monitoring::client_report {
 
-/// Seconds from one moment to a later one; 0 when it is not later. What 32 bits can't hold becomes what they can.
-std::int32_t SecondsBetween(time_t earlier, time_t later);
-
-/// What a counter has moved by: the difference, or all of `now` when it is smaller, for then it restarted from 0.
-std::uint64_t OctetsBetween(std::uint64_t before, std::uint64_t now);
-
 /// Adds the traffic and the online time of a client that was there in the last pass, too, to its row of a day or a
 /// week.
 ///

@@ -89,7 +89,7 @@ JsonTree PeriodArray(const ClientReports& reports) {
 }  // namespace
 
 std::string TypeMode2Str(records::WIFIOpMode mode, records::WIFIBandType band) {
-  return std::string(ModeName(mode)) + "/" + reports::BandName(band, kUnknown);
+  return std::string(ModeName(mode)) + "/" + BandName(band, kUnknown);
 }
 
 JsonTree ReportObject(const ClientReport& report, std::int32_t period_seconds) {

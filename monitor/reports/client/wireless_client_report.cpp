@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "monitor/engine/constants.h"
+#include "monitor/engine/counters.h"
 #include "monitor/engine/json_tree.h"
 #include "monitor/engine/report_limits.h"
 #include "monitor/engine/time_keys.h"
@@ -80,7 +81,8 @@ void WirelessClientReport::Collectdata(const std::string& mac, ClientSamples& sa
   if (clients.empty()) return;  // before the maps are indexed: a period without rows must not exist
   const auto moment = static_cast<time_t>(now);
   const bool is_same_day = day == GetDateStr(static_cast<long>(last_pass_time_));
-  const std::int32_t online_seconds = is_same_day ? client_report::SecondsBetween(last_pass_time_, moment) : 0;
+  const std::int32_t online_seconds =
+      is_same_day ? monitoring::SaturatedSeconds(monitoring::SecondsBetween(last_pass_time_, moment)) : 0;
   ClientReport& today = daily_[day];
   ClientReport& this_week = weekly_[week];
   for (Sighting& client : clients) {

@@ -100,7 +100,7 @@ Scan ReadScan(const Device& device) {
     entry.record.ssid = heard.ssid;
     entry.record.channel = heard.channel;
     entry.record.signal_strength = heard.signal;
-    entry.record.radio_type = monitoring::reports::BandName(heard.band, "");
+    entry.record.radio_type = monitoring::BandName(heard.band, "");
     entry.record.seen_by[scan.mac] = scan.hostname;
     entry.is_trusted = heard.trusted != 0;
   }

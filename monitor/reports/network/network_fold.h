@@ -10,7 +10,7 @@
 /// The folding of a pass: from the devices' samples to days and weeks. Each step takes time with the number of samples
 /// and IDs; the result is the same as that of calling the calculations of each ID one after the other.
 ///
-/// In a pass `day` is the last day of every "daily" map, and these hold no more than `kKeptDays` others, because
+/// In a pass `day` is the last day of every "daily" map, and these hold no more than `kMaxReportDays` others, because
 /// retention runs before.
 namespace vexora_probe::monitor {
 

@@ -2,6 +2,8 @@
 
 #include <limits>
 
+#include "monitor/engine/report_limits.h"
+
 namespace vexora_probe::monitor {
 
 double Quotient(double dividend, std::int32_t divisor) {
@@ -18,7 +20,7 @@ void ForEachFinishedRecord(
 }
 
 bool DropOldestDay(Buckets& daily) {
-  if (daily.size() <= kKeptDays) return false;
+  if (daily.size() <= monitoring::kMaxReportDays) return false;
   daily.erase(daily.begin());
   return true;
 }

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -11,11 +10,6 @@
 
 /// Days and weeks: what client counts and traffic have in common when samples become days, and days a week.
 namespace vexora_probe::monitor {
-
-/// Days that a "daily" map keeps.
-inline constexpr std::size_t kKeptDays = 7;
-/// Weeks that a "weekly" map keeps.
-inline constexpr std::size_t kKeptWeeks = 4;
 
 /// Where a pass stands in the calendar of the local time zone.
 struct ReportTime {
@@ -42,7 +36,7 @@ void ForEachFinishedRecord(
     const std::string& today, Buckets& daily,
     const std::function<void(const std::string& day, const std::string& id, AccessPoints& measured)>& finish);
 
-/// Drops the oldest day when there are more than `kKeptDays`. Returns whether it did.
+/// Drops the oldest day when there are more than `kMaxReportDays`. Returns whether it did.
 bool DropOldestDay(Buckets& daily);
 
 /// ID -> its records of the days of the current week, oldest first. Valid as long as `daily`.

@@ -5,7 +5,7 @@
 #include "monitor/reports/network/network_host.h"
 #include "monitor/reports/network/network_records.h"
 
-/// Retention: samples of the current day only, `kKeptDays` days, `kKeptWeeks` weeks.
+/// Retention: samples of the current day only, `kMaxReportDays` days, `kMaxReportWeeks` weeks.
 namespace vexora_probe::monitor {
 
 /// Drops the samples of every day but `day`. Logged at debug level.

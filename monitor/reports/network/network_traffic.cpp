@@ -1,12 +1,11 @@
 #include "monitor/reports/network/network_traffic.h"
 
-#include <algorithm>
 #include <cstdint>
 #include <iterator>
-#include <limits>
 #include <vector>
 
 #include "monitor/engine/constants.h"
+#include "monitor/engine/counters.h"
 
 namespace vexora_probe::monitor {
 namespace {
@@ -29,11 +28,6 @@ struct CounterDelta {
   }
 };
 
-/// Octets between two readings; a counter that fell restarted, and counts from 0.
-std::uint64_t OctetsBetween(std::uint64_t before, std::uint64_t now) {
-  return now < before ? now : now - before;
-}
-
 CounterDelta DeltaBetween(const std::string& id, const TrafficCount& before, const TrafficCount& now,
                           const HostFunctions& host) {
   if (now.inOctets < before.inOctets) {
@@ -46,22 +40,18 @@ CounterDelta DeltaBetween(const std::string& id, const TrafficCount& before, con
                    "[WirelessNetworkReport::CalculateTrafficData] ID: %s current traffic outOcetes is reduced",
                    id.c_str());
   }
-  // Unsigned, because a device's clock may step by more than a signed difference can hold. The later reading has the
-  // greater time, so this one never overflows.
-  const std::uint64_t seconds =
-      static_cast<std::uint64_t>(now.polling_time) - static_cast<std::uint64_t>(before.polling_time);
+  const std::uint64_t seconds = monitoring::SecondsBetween(before.polling_time, now.polling_time);
   host.log_debug(log_module::kMonitor, "[WirelessNetworkReport::CalculateTrafficData] ID: %s, time delta: %d",
                  id.c_str(), static_cast<int>(seconds));
-  return {.in = OctetsBetween(before.inOctets, now.inOctets),
-          .out = OctetsBetween(before.outOctets, now.outOctets),
+  return {.in = monitoring::CounterIncrease(before.inOctets, now.inOctets),
+          .out = monitoring::CounterIncrease(before.outOctets, now.outOctets),
           .seconds = seconds};
 }
 
 /// Stores the difference to the sample before in the latest sample.
 void StoreDelta(const std::string& id, const CounterDelta& delta, const TrafficCount& before, const HostFunctions& host,
                 TrafficCount& now) {
-  constexpr std::uint64_t kMaxSeconds = std::numeric_limits<std::int32_t>::max();
-  now.time_delta = static_cast<std::int32_t>(std::min(delta.seconds, kMaxSeconds));
+  now.time_delta = monitoring::SaturatedSeconds(delta.seconds);
   now.delta_octets = delta.Octets();
   now.average = delta.Speed();
   now.peak = now.average;

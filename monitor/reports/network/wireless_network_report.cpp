@@ -246,7 +246,7 @@ void WirelessNetworkReport::GetSSIDCfgs(const std::string& device_mac, SSIDConfi
 
 bool WirelessNetworkReport::GetSSIDCfg(const std::string& ssid, const std::string& radio,
                                        const SSIDConfigurations& configurations, SSIDCfg& chosen) {
-  const SSIDCfg* found = monitoring::reports::ConfigurationFor(configurations, ssid, radio);
+  const SSIDCfg* found = monitoring::ConfigurationFor(configurations, ssid, radio);
   if (found != nullptr) chosen = *found;
   return found != nullptr;
 }

@@ -7,10 +7,10 @@ namespace {
 using vexora_probe::models::controller::WIFIBandType;
 
 TEST(BandNames, AreThoseOfTheTwoBands) {
-  EXPECT_STREQ(monitoring::reports::BandName(WIFIBandType::k2_4GHz, "none"), "2.4GHz");
-  EXPECT_STREQ(monitoring::reports::BandName(WIFIBandType::k5GHz, "none"), "5GHz");
-  EXPECT_STREQ(monitoring::reports::BandName(WIFIBandType::kUnknown, "none"), "none");
-  EXPECT_STREQ(monitoring::reports::BandName(static_cast<WIFIBandType>(2), ""), "");
+  EXPECT_STREQ(monitoring::BandName(WIFIBandType::k2_4GHz, "none"), "2.4GHz");
+  EXPECT_STREQ(monitoring::BandName(WIFIBandType::k5GHz, "none"), "5GHz");
+  EXPECT_STREQ(monitoring::BandName(WIFIBandType::kUnknown, "none"), "none");
+  EXPECT_STREQ(monitoring::BandName(static_cast<WIFIBandType>(2), ""), "");
 }
 
 }  // namespace

@@ -48,4 +48,16 @@ TEST(SecondsBetween, IsExactBeyondWhatATimeCanHold) {
             sizeof(time_t) == 8 ? kMax : std::numeric_limits<std::uint32_t>::max());
 }
 
+TEST(SaturatedSeconds, AreThoseThat32BitsHold) {
+  EXPECT_EQ(SaturatedSeconds(0), 0);
+  EXPECT_EQ(SaturatedSeconds(2'147'483'646), 2'147'483'646);
+  EXPECT_EQ(SaturatedSeconds(2'147'483'647), 2'147'483'647);
+}
+
+TEST(SaturatedSeconds, AreNoMoreThan32BitsHold) {
+  EXPECT_EQ(SaturatedSeconds(2'147'483'648), 2'147'483'647);
+  EXPECT_EQ(SaturatedSeconds(4'294'967'296), 2'147'483'647) << "which is 0 in 32 bits";
+  EXPECT_EQ(SaturatedSeconds(kMax), 2'147'483'647);
+}
+
 }  // namespace

@@ -15,10 +15,8 @@ using monitoring::ClientReports;
 using monitoring::WirelessClientItem;
 using monitoring::client_report::CountArriving;
 using monitoring::client_report::CountContinuing;
-using monitoring::client_report::OctetsBetween;
 using monitoring::client_report::OnlinePercent;
 using monitoring::client_report::RebuildWeek;
-using monitoring::client_report::SecondsBetween;
 using monitoring::client_report::Sighting;
 using monitoring::client_report::Trim;
 using ::testing::ElementsAre;
@@ -26,10 +24,10 @@ using ::testing::IsEmpty;
 using vexora_probe::models::controller::WIFIBandType;
 using vexora_probe::models::controller::WIFIOpMode;
 
-constexpr std::int32_t kMostSeconds = std::numeric_limits<std::int32_t>::max();
+constexpr std::int32_t kMaxSeconds = std::numeric_limits<std::int32_t>::max();
 constexpr time_t kLatest = std::numeric_limits<time_t>::max();
 constexpr time_t kEarliest = std::numeric_limits<time_t>::min();
-constexpr std::uint64_t kMostOctets = std::numeric_limits<std::uint64_t>::max();
+constexpr std::uint64_t kMaxOctets = std::numeric_limits<std::uint64_t>::max();
 
 Sighting Seen(std::uint64_t in_bytes, std::uint64_t out_bytes, bool is_guest = false) {
   return {.key = "m||s",
@@ -65,32 +63,7 @@ std::vector<std::string> KeysOf(const ClientReports& reports) {
   return keys;
 }
 
-TEST(OctetsBetweenReadings, AreTheDifference) {
-  EXPECT_EQ(OctetsBetween(1000, 1400), 400U);
-  EXPECT_EQ(OctetsBetween(1000, 1000), 0U);
-  EXPECT_EQ(OctetsBetween(0, kMostOctets), kMostOctets);
-}
-
-TEST(OctetsBetweenReadings, CountFromZeroAfterAReset) {
-  EXPECT_EQ(OctetsBetween(1000, 400), 400U);
-  EXPECT_EQ(OctetsBetween(1000, 999), 999U);
-  EXPECT_EQ(OctetsBetween(kMostOctets, 0), 0U);
-}
-
-TEST(SecondsBetweenMoments, AreNoneWhenTheSecondIsNotLater) {
-  EXPECT_EQ(SecondsBetween(100, 160), 60);
-  EXPECT_EQ(SecondsBetween(100, 100), 0);
-  EXPECT_EQ(SecondsBetween(100, 99), 0);
-  EXPECT_EQ(SecondsBetween(kLatest, kEarliest), 0);
-}
-
-TEST(SecondsBetweenMoments, AreNoMoreThan32BitsHold) {
-  EXPECT_EQ(SecondsBetween(0, kMostSeconds), kMostSeconds);
-  EXPECT_EQ(SecondsBetween(-1, kMostSeconds), kMostSeconds);
-  EXPECT_EQ(SecondsBetween(kEarliest, kLatest), kMostSeconds);
-}
-
-TEST(CountingAContinuingClient, AddsTimeAndTrafficAndTakesTheRestAsReported) {
+TEST(ClientReportFoldContinuing, AddsTimeAndTrafficAndTakesTheRestAsReported) {
   ClientReport report = Of(Row(5, 7, 1000, 1060, 60));
   Sighting client = Seen(150, 70);
   client.data_rate = 11;
@@ -109,25 +82,25 @@ TEST(CountingAContinuingClient, AddsTimeAndTrafficAndTakesTheRestAsReported) {
                         .band = WIFIBandType::k5GHz}));
 }
 
-TEST(CountingAContinuingClient, BeginsARowThatThereIsNot) {
+TEST(ClientReportFoldContinuing, BeginsARowThatThereIsNot) {
   ClientReport report;
   CountContinuing(Seen(150, 70), {.in_bytes = 100, .out_bytes = 50}, 1120, 0, report);
   EXPECT_EQ(report, Of(Row(50, 20, 1120, 1120, 0)));
 }
 
-TEST(CountingAContinuingClient, GivesANewRowNoTimeFromBeforeItBegan) {
+TEST(ClientReportFoldContinuing, GivesANewRowNoTimeFromBeforeItBegan) {
   ClientReport report;
   CountContinuing(Seen(0, 0), {}, 1120, 60, report);
   EXPECT_EQ(report, Of(Row(0, 0, 1120, 1120, 0)));
 }
 
-TEST(CountingAContinuingClient, BeginsARowAnewThatWasFirstSeenInTheFuture) {
+TEST(ClientReportFoldContinuing, BeginsARowAnewThatWasFirstSeenInTheFuture) {
   ClientReport report = Of(Row(5, 7, 5000, 6000, 1000));
   CountContinuing(Seen(10, 10), {.in_bytes = 10, .out_bytes = 10}, 1120, 0, report);
   EXPECT_EQ(report, Of(Row(5, 7, 1120, 1120, 0)));
 }
 
-TEST(CountingAContinuingClient, NeverMakesItOnlineForLongerThanSinceItWasFirstSeen) {
+TEST(ClientReportFoldContinuing, NeverMakesItOnlineForLongerThanSinceItWasFirstSeen) {
   ClientReport report = Of(Row(0, 0, 1000, 1060, 60));
   // on two access points at once
   CountContinuing(Seen(0, 0), {}, 1120, 60, report);
@@ -135,31 +108,31 @@ TEST(CountingAContinuingClient, NeverMakesItOnlineForLongerThanSinceItWasFirstSe
   EXPECT_EQ(report, Of(Row(0, 0, 1000, 1120, 120)));
 }
 
-TEST(CountingAContinuingClient, KeepsGuestsApart) {
+TEST(ClientReportFoldContinuing, KeepsGuestsApart) {
   ClientReport report;
   CountContinuing(Seen(3, 4, true), {.in_bytes = 1, .out_bytes = 1}, 1120, 0, report);
   EXPECT_EQ(report, (ClientReport{.clients = {}, .guests = {{"m||s", Row(2, 3, 1120, 1120, 0)}}}));
 }
 
-TEST(CountingAContinuingClient, CountsTheTwoCountersEachByItself) {
+TEST(ClientReportFoldContinuing, CountsTheTwoCountersEachByItself) {
   ClientReport report;
   CountContinuing(Seen(400, 1100), {.in_bytes = 1000, .out_bytes = 1000}, 1120, 0, report);
   EXPECT_EQ(report, Of(Row(400, 100, 1120, 1120, 0)));
 }
 
-TEST(CountingAContinuingClient, StaysWithinItsTypesForTheWidestTimesAndCounters) {
-  ClientReport report = Of(Row(kMostOctets, 0, kEarliest, 0, kMostSeconds));
-  CountContinuing(Seen(kMostOctets, kMostOctets), {}, kLatest, kMostSeconds, report);
-  EXPECT_EQ(report, Of(Row(kMostOctets - 1, kMostOctets, kEarliest, kLatest, kMostSeconds)));
+TEST(ClientReportFoldContinuing, StaysWithinItsTypesForTheWidestTimesAndCounters) {
+  ClientReport report = Of(Row(kMaxOctets, 0, kEarliest, 0, kMaxSeconds));
+  CountContinuing(Seen(kMaxOctets, kMaxOctets), {}, kLatest, kMaxSeconds, report);
+  EXPECT_EQ(report, Of(Row(kMaxOctets - 1, kMaxOctets, kEarliest, kLatest, kMaxSeconds)));
 }
 
-TEST(CountingAnArrivingClient, BeginsARowOfZeroes) {
+TEST(ClientReportFoldArriving, BeginsARowOfZeroes) {
   ClientReport report;
   CountArriving(Seen(100, 50), 1000, report);
   EXPECT_EQ(report, Of(Row(0, 0, 1000, 1000, 0)));
 }
 
-TEST(CountingAnArrivingClient, KeepsTimesAndSumsOfARowThatItHas) {
+TEST(ClientReportFoldArriving, KeepsTimesAndSumsOfARowThatItHas) {
   ClientReport report = Of(Row(5, 7, 1000, 1060, 60));
   Sighting client = Seen(900, 900);
   client.data_rate = 6;
@@ -171,7 +144,7 @@ TEST(CountingAnArrivingClient, KeepsTimesAndSumsOfARowThatItHas) {
   EXPECT_EQ(report, Of(expected));
 }
 
-TEST(CountingAnArrivingClient, TakesModeAndBandAsReportedNow) {
+TEST(ClientReportFoldArriving, TakesModeAndBandAsReportedNow) {
   ClientReport report = Of(Row(5, 7, 1000, 1060, 60));
   Sighting client = Seen(900, 900);
   client.mode = WIFIOpMode::k802_11ac;
@@ -183,13 +156,13 @@ TEST(CountingAnArrivingClient, TakesModeAndBandAsReportedNow) {
   EXPECT_EQ(report, Of(expected));
 }
 
-TEST(CountingAnArrivingClient, KeepsARowThatWasFirstSeenInTheFutureUnlikeForAContinuingOne) {
+TEST(ClientReportFoldArriving, KeepsARowThatWasFirstSeenInTheFutureUnlikeForAContinuingOne) {
   ClientReport report = Of(Row(5, 7, 5000, 6000, 1000));
   CountArriving(Seen(10, 10), 1120, report);
   EXPECT_EQ(report, Of(Row(5, 7, 5000, 6000, 1000)));
 }
 
-TEST(CountingAClient, TakesAnEmptyNameOverAnOlderOne) {
+TEST(ClientReportFold, TakesAnEmptyNameOverAnOlderOne) {
   Sighting nameless = Seen(0, 0);
   nameless.hostname.clear();
   WirelessClientItem expected = Row(0, 0, 1000, 1000, 0);
@@ -202,7 +175,7 @@ TEST(CountingAClient, TakesAnEmptyNameOverAnOlderOne) {
   EXPECT_EQ(continuing, Of(expected));
 }
 
-TEST(RebuildingAWeek, TakesAnEmptyNameOverThatOfAnEarlierDay) {
+TEST(ClientReportFoldWeek, TakesAnEmptyNameOverThatOfAnEarlierDay) {
   WirelessClientItem nameless = Row(1, 1, 1, 1, 1);
   nameless.hostname.clear();
   ClientReports weekly;
@@ -211,7 +184,7 @@ TEST(RebuildingAWeek, TakesAnEmptyNameOverThatOfAnEarlierDay) {
   EXPECT_EQ(weekly["2026-11-15/2026-11-21"].clients["m||s"].hostname, "");
 }
 
-TEST(RebuildingAWeek, SumsItsDaysBeforeTodayAndTakesTheRestFromTheLast) {
+TEST(ClientReportFoldWeek, SumsItsDaysBeforeTodayAndTakesTheRestFromTheLast) {
   WirelessClientItem monday = Row(10, 20, 1000, 2000, 600);
   WirelessClientItem tuesday = Row(1, 2, 90'000, 91'000, 60);
   tuesday.data_rate = 6;
@@ -237,14 +210,14 @@ TEST(RebuildingAWeek, SumsItsDaysBeforeTodayAndTakesTheRestFromTheLast) {
                                                                  .band = WIFIBandType::k5GHz})}}));
 }
 
-TEST(RebuildingAWeek, TakesItsFirstDayIn) {
+TEST(ClientReportFoldWeek, TakesItsFirstDayIn) {
   const ClientReports daily{{"2026-11-15", Of(Row(1, 2, 3, 4, 5))}};
   ClientReports weekly;
   RebuildWeek(daily, "2026-11-16", "2026-11-15/2026-11-21", weekly);
   EXPECT_EQ(weekly, (ClientReports{{"2026-11-15/2026-11-21", Of(Row(1, 2, 3, 4, 5))}}));
 }
 
-TEST(RebuildingAWeek, KeepsGuestsApart) {
+TEST(ClientReportFoldWeek, KeepsGuestsApart) {
   const ClientReport sunday{.clients = {{"a", Row(1, 1, 1, 1, 1)}}, .guests = {{"a", Row(2, 2, 2, 2, 2)}}};
   const ClientReport monday{.clients = {}, .guests = {{"b", Row(3, 3, 3, 3, 3)}}};
   ClientReports weekly;
@@ -254,21 +227,21 @@ TEST(RebuildingAWeek, KeepsGuestsApart) {
                           .guests = {{"a", Row(2, 2, 2, 2, 2)}, {"b", Row(3, 3, 3, 3, 3)}}}));
 }
 
-TEST(RebuildingAWeek, LeavesNoWeekWithoutDaysAndOtherWeeksAlone) {
+TEST(ClientReportFoldWeek, LeavesNoWeekWithoutDaysAndOtherWeeksAlone) {
   const ClientReport other = Of(Row(1, 1, 1, 1, 1));
   ClientReports weekly{{"2026-11-08/2026-11-14", other}, {"2026-11-15/2026-11-21", other}};
   RebuildWeek({{"2026-11-14", other}, {"2026-11-15", other}}, "2026-11-15", "2026-11-15/2026-11-21", weekly);
   EXPECT_EQ(weekly, (ClientReports{{"2026-11-08/2026-11-14", other}}));
 }
 
-TEST(RebuildingAWeek, StaysWithin32BitsOfSeconds) {
-  const ClientReport day = Of(Row(0, 0, 1, 1, kMostSeconds));
+TEST(ClientReportFoldWeek, StaysWithin32BitsOfSeconds) {
+  const ClientReport day = Of(Row(0, 0, 1, 1, kMaxSeconds));
   ClientReports weekly;
   RebuildWeek({{"2026-11-15", day}, {"2026-11-16", day}}, "2026-11-17", "2026-11-15/2026-11-21", weekly);
-  EXPECT_EQ(weekly["2026-11-15/2026-11-21"].clients["m||s"].online_time, kMostSeconds);
+  EXPECT_EQ(weekly["2026-11-15/2026-11-21"].clients["m||s"].online_time, kMaxSeconds);
 }
 
-TEST(Trimming, LeavesAsManyAsAreKept) {
+TEST(ClientReportFoldTrim, LeavesAsManyAsAreKept) {
   ClientReports reports{{"a", {}}, {"b", {}}};
   Trim(reports, "b", 3);
   EXPECT_THAT(KeysOf(reports), ElementsAre("a", "b"));
@@ -280,7 +253,7 @@ TEST(Trimming, LeavesAsManyAsAreKept) {
   EXPECT_THAT(KeysOf(reports), ElementsAre("b", "c", "d"));
 }
 
-TEST(Trimming, TakesOneOldPeriodAtATime) {
+TEST(ClientReportFoldTrim, TakesOneOldPeriodAtATime) {
   ClientReports reports{{"a", {}}, {"b", {}}, {"c", {}}, {"d", {}}};
   Trim(reports, "d", 2);
   EXPECT_THAT(KeysOf(reports), ElementsAre("b", "c", "d"));
@@ -288,7 +261,7 @@ TEST(Trimming, TakesOneOldPeriodAtATime) {
   EXPECT_THAT(KeysOf(reports), ElementsAre("c", "d"));
 }
 
-TEST(Trimming, TakesTheFirstFuturePeriodAndOneAtATime) {
+TEST(ClientReportFoldTrim, TakesTheFirstFuturePeriodAndOneAtATime) {
   ClientReports reports{{"a", {}}, {"c", {}}, {"d", {}}};
   Trim(reports, "b", 3);
   EXPECT_THAT(KeysOf(reports), ElementsAre("a", "d"));
@@ -296,13 +269,13 @@ TEST(Trimming, TakesTheFirstFuturePeriodAndOneAtATime) {
   EXPECT_THAT(KeysOf(reports), ElementsAre("a"));
 }
 
-TEST(Trimming, TakesOneFutureAndOneOldPeriodInOnePass) {
+TEST(ClientReportFoldTrim, TakesOneFutureAndOneOldPeriodInOnePass) {
   ClientReports reports{{"a", {}}, {"b", {}}, {"c", {}}, {"d", {}}, {"e", {}}};
   Trim(reports, "c", 3);
   EXPECT_THAT(KeysOf(reports), ElementsAre("b", "c", "e"));
 }
 
-TEST(Trimming, FindsNothingWhereThereIsNothing) {
+TEST(ClientReportFoldTrim, FindsNothingWhereThereIsNothing) {
   ClientReports reports;
   Trim(reports, "a", 0);
   EXPECT_THAT(KeysOf(reports), IsEmpty());
@@ -314,27 +287,27 @@ struct Share {
   double percent;
 };
 
-class ShareOfAPeriod : public ::testing::TestWithParam<Share> {};
+class ClientReportFoldShare : public ::testing::TestWithParam<Share> {};
 
-TEST_P(ShareOfAPeriod, IsPercentWithOneDecimalRoundedDown) {
+TEST_P(ClientReportFoldShare, IsPercentWithOneDecimalRoundedDown) {
   EXPECT_DOUBLE_EQ(OnlinePercent(GetParam().online, GetParam().period), GetParam().percent);
 }
 
-INSTANTIATE_TEST_SUITE_P(DaysAndWeeks, ShareOfAPeriod,
+INSTANTIATE_TEST_SUITE_P(DaysAndWeeks, ClientReportFoldShare,
                          ::testing::Values(Share{43'200, 86'400, 50.0}, Share{1'000, 86'400, 1.1},
                                            Share{86, 86'400, 0.0}, Share{87, 86'400, 0.1}, Share{86'313, 86'400, 99.8},
                                            Share{86'314, 86'400, 99.9}, Share{86'400, 86'400, 100.0},
                                            Share{604'800, 604'800, 100.0}, Share{302'400, 604'800, 50.0},
                                            Share{3'023, 604'800, 0.4}, Share{3'024, 604'800, 0.5}));
 
-INSTANTIATE_TEST_SUITE_P(APeriodThatHasOnlyJustBegun, ShareOfAPeriod,
-                         ::testing::Values(Share{0, 0, 0.0}, Share{60, 0, 0.0}, Share{kMostSeconds, 0, 0.0},
+INSTANTIATE_TEST_SUITE_P(APeriodThatHasOnlyJustBegun, ClientReportFoldShare,
+                         ::testing::Values(Share{0, 0, 0.0}, Share{60, 0, 0.0}, Share{kMaxSeconds, 0, 0.0},
                                            Share{0, 1, 0.0}, Share{1, 1, 100.0}));
 
 // 2'147'483 s is the longest time whose thousandfold 32 bits hold; 2'147'483'647'000 / 604'800 is 3'550'733 and a rest.
-INSTANTIATE_TEST_SUITE_P(TimesBeyondAnyWeek, ShareOfAPeriod,
+INSTANTIATE_TEST_SUITE_P(TimesBeyondAnyWeek, ClientReportFoldShare,
                          ::testing::Values(Share{2'147'483, 604'800, 355.0}, Share{2'147'484, 604'800, 355.0},
-                                           Share{kMostSeconds, 604'800, 355'073.3},
-                                           Share{kMostSeconds, 1, 214'748'364'700.0}));
+                                           Share{kMaxSeconds, 604'800, 355'073.3},
+                                           Share{kMaxSeconds, 1, 214'748'364'700.0}));
 
 }  // namespace

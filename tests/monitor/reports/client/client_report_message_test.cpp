@@ -167,12 +167,12 @@ TEST_F(ClientReportMessageTest, ShowsCountersOf64Bits) {
 }
 
 TEST_F(ClientReportMessageTest, ShowsTheWidestCountersAndRatesWithoutAFault) {
-  constexpr std::uint64_t kMost = std::numeric_limits<std::uint64_t>::max();
+  constexpr std::uint64_t kMax = std::numeric_limits<std::uint64_t>::max();
   Client fast = Laptop(0, 0);
   fast.data_rate = std::numeric_limits<std::int32_t>::min();
   InOffice({fast});
   Pass();
-  fast = Laptop(kMost, kMost);
+  fast = Laptop(kMax, kMax);
   fast.data_rate = std::numeric_limits<std::int32_t>::max();
   InOffice({fast});
   Pass();
