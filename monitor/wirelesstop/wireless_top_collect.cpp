@@ -21,6 +21,7 @@ std::vector<records::SSIDIfState> ReadNetworks(const std::string& mac, const Dev
     }
     pel_log_debug(log_module::kMonitor, "WirelessTopMonitor::Collectdata ssid %s for device:%s", state.ssid.c_str(),
                   mac.c_str());
+    // Devices write MACs in different notations; a client must be the same one on all of them.
     for (records::AssocClientState& client : state.clients) client.mac = format_macaddress(client.mac);
     networks.push_back(std::move(state));
   }

@@ -78,6 +78,7 @@ void WirelessTopMonitor::monitor(const std::string& /*argument*/) {
 void WirelessTopMonitor::PushDataBySID(const subscribes::SubscriptionList& subscriptions) {
   monitoring::WithinBoundary([&] {
     monitoring::MergedList merged;
+    // Equal filters of one connection share a message.
     monitoring::MergeByFilter(subscriptions, merged, &AreEqualWirelessTopFilters);
     for (const auto& [filter, connections] : merged) {
       const auto* wanted = dynamic_cast<const WirelessTopFilter*>(filter);
@@ -92,6 +93,7 @@ void WirelessTopMonitor::PushDataBySID(const subscribes::SubscriptionList& subsc
 std::string WirelessTopMonitor::GenerateJsonMsg(const std::string& topic, const WirelessTopFilter* filter,
                                                 const std::vector<std::string>& sids) {
   if (filter == nullptr) return kNoMessage;
+  // All parts before the lock is taken, so that a shortage of memory is answered without it.
   wirelesstop::MessageParts parts;
   if (!wirelesstop::AreAllocated(parts)) {
     pel_log_error(log_module::kMonitor, "[WirelessTopMonitor::GenerateJsonMsg] Allocate JSON failed");

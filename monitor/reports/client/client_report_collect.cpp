@@ -77,6 +77,7 @@ std::vector<Sighting> ReadClients(const std::string& mac) {
   std::vector<Sighting> clients;
   for (const auto& [interface, network] : networks) {
     const auto* configuration = ConfigurationFor(configurations, network.ssid, network.radio);
+    // Before the clients are looked at: a network without configuration is logged even when nobody is on it.
     if (configuration == nullptr) {
       pel_log_error(log_module::kMonitor, "No ssid %s@%s config found!", network.ssid.c_str(), network.radio.c_str());
       continue;

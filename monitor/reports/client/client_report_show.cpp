@@ -53,7 +53,7 @@ JsonTree NewMoment(time_t moment) {
 
 JsonTree RowObject(const std::string& key_text, const WirelessClientItem& row, std::int32_t period_seconds) {
   WirelessClientKey key;
-  key.ParseKey(key_text);
+  key.ParseKey(key_text);  // fails for a name with the separator in it: the fields stay empty
   JsonTree object = NewObject();
   Add(object, json_key::kMac, NewText(key.mac));
   Add(object, json_key::kHostname, NewText(row.hostname.empty() ? DeviceName(key.mac) : row.hostname));

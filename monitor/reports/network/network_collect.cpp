@@ -84,6 +84,7 @@ std::vector<Networks> ReadSSIDs(const Device& device, const SSIDConfigurations& 
     if (!ReadCounters(mac, interface, state, sample)) continue;
     std::string radio;
     device.get_ssid_radio(interface, radio);
+    // A radio that is not listed is made here with an unknown band, which ReadBand refuses.
     if (!ReadBand(mac, radios[radio].band, sample)) continue;
     if (!ReadConfiguration(mac, radio, configurations, sample)) continue;
     samples.push_back(std::move(sample));
@@ -117,7 +118,7 @@ AccessPointInfos ReadAccessPointInfos(const std::vector<std::string>& macs) {
   AccessPointInfos known;
   for (const std::string& mac : macs) {
     const auto basic = DeviceManager::GetInstance().GetDevicesBasicInfo(mac, false);
-    if (basic.size() != 1) continue;
+    if (basic.size() != 1) continue;  // unknown; an empty MAC would give every device
     const auto platform = DeviceManager::GetInstance().GetDevicePlatformInfo(mac, false);
     NetworksAttr& info = known[mac];
     info.apname = basic.begin()->second.hostname;

@@ -12,8 +12,8 @@
 /// What the wireless network report keeps.
 ///
 /// Every record describes one thing (a network, an access point, a band, a rogue access point) in one bucket: a
-/// five-minute sample, a day or a week. A new record has nothing but the time of its construction, which matters in
-/// samples and in the first record of a rogue access point in a day only.
+/// five-minute sample, a day or a week. A new record is empty but for the time of its construction. That time is used
+/// in samples and in the sightings of a scan, which are made while collecting; the fold never reads it.
 namespace vexora_probe::monitor {
 
 /// Five-minute slots of a whole day.

@@ -110,6 +110,7 @@ JsonTree SeenByObject(const std::map<std::string, std::string>& seen_by) {
   }
   for (const auto& [mac, hostname] : seen_by) {
     if (mac.empty() || hostname.empty()) continue;
+    // At error level although nothing is wrong: the level is part of the log's fixed texts.
     pel_log_error(log_module::kMonitor, "[WirelessNetworkReport::GenerateSeenByString] Mac: %s, hostname: %s",
                   mac.c_str(), hostname.c_str());
     Add(object, mac, NewText(hostname));
@@ -145,7 +146,7 @@ JsonTree SSIDsArray(const Records& bucket) {
     SecModeType mode = SecModeType::kNone;
     bool guest = false;
     GetAttributeFromKey(key, kHost, name, mode, guest);
-    if (name.empty()) {
+    if (name.empty()) {  // also the key that could not be split
       pel_log_info(log_module::kMonitor, "[WirelessNetworkReport::GetSSIDsReport] The SSID name is empty. Key: %s",
                    key.c_str());
       continue;

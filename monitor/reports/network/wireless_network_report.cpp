@@ -115,6 +115,8 @@ void WirelessNetworkReport::CollectData() {
   const std::string week = GetWeekStr(now);
   if (!BeginPass(static_cast<time_t>(now), week)) return;
 
+  // Two signs of a clock that was set back: a sample of today that is not in the past, and a last collection that is
+  // later than now, which also shows a step back to another day.
   bool is_changed = ClearOtherSnapShot(day, now);
   if (static_cast<long>(last_collection_time_) > now) is_changed = true;
   CleaRedundantSampleData(day, week, is_changed);
@@ -159,7 +161,7 @@ void WirelessNetworkReport::CollectDevice(const std::string& mac, const long& no
 
 void WirelessNetworkReport::CollectNeighboringAPs(const std::shared_ptr<Device>& device, const long& now,
                                                   const std::string& day, const std::string& week) {
-  const Scan scan = ReadScan(*device);
+  const Scan scan = ReadScan(*device);  // asks the host, so before the lock is taken
   if (scan.entries.empty()) return;
   const lock_guard_write held(lock_);
   RecordScan(scan, now, TimeOf(day, week), kHost, report_);
@@ -229,7 +231,7 @@ void WirelessNetworkReport::StoreAccessPointInfos(const AccessPointInfos& infos)
     for (auto& [key, records] : buckets) {
       for (const auto& [mac, record] : records) {
         const auto info = infos.find(mac);
-        if (info == infos.end()) continue;
+        if (info == infos.end()) continue;  // the host has forgotten it, the report has not
         NetworksAttr attributes = record.attributes;
         attributes.apname = info->second.apname;
         attributes.model = info->second.model;
@@ -322,6 +324,7 @@ std::string WirelessNetworkReport::GetAvailableTypePeriod() {
 }
 
 std::string WirelessNetworkReport::GetWirelessReport(const std::string& report_type, const std::string& period) {
+  // Each section takes the lock by itself. A pass may run between two of them.
   const JsonTree result = monitoring::NewObject();
   if (result == nullptr) {
     pel_log_error(log_module::kMonitor, "[WirelessNetworkReport::GetWirelessReport] result is NULL");
@@ -332,6 +335,7 @@ std::string WirelessNetworkReport::GetWirelessReport(const std::string& report_t
   JsonTree networks = GetSSIDsReport(report_type, period);
   JsonTree spectrums = GetSpectrumsReport(report_type, period);
   const bool is_expired = CheckPeriodExpire(report_type, period);
+  // "expire" stands beside the first section and is missing with it.
   if (rogues != nullptr) {
     monitoring::Add(result, json_key::kRogueAp, std::move(rogues));
     monitoring::Add(result, json_key::kExpire, monitoring::NewBoolean(is_expired));

@@ -90,12 +90,12 @@ TEST(WirelessTopFilterRecords, EqualAsAWholeWhenAllThreeViewsDo) {
   EXPECT_FALSE(AreEqualWirelessTopFilters(*test::FilterOf(""), one));
 }
 
-TEST(TrafficParser, ReadsCountOrderAndFlag) {
+TEST(WirelessTopFilterTraffic, ReadsCountOrderAndFlag) {
   EXPECT_EQ(ParsedTraffic(R"({"traffic": {"count": 3, "orderby": "total", "flag": "desc"}})"),
             ByTraffic(3, "total", "desc"));
 }
 
-TEST(TrafficParser, LeavesAsItWasWhatIsMissingOrNull) {
+TEST(WirelessTopFilterTraffic, LeavesAsItWasWhatIsMissingOrNull) {
   const TrafficFilter before = ByTraffic(7, "before", "as it was");
   for (const char* object : {"null", "{}", R"({"traffic": null})", R"({"traffic": {}})", R"({"clients": {"count": 3}})",
                              R"({"traffic": {"count": null, "orderby": null, "flag": null}})"}) {
@@ -103,20 +103,20 @@ TEST(TrafficParser, LeavesAsItWasWhatIsMissingOrNull) {
   }
 }
 
-TEST(TrafficParser, LeavesAsItWasWhatIsNoObject) {
+TEST(WirelessTopFilterTraffic, LeavesAsItWasWhatIsNoObject) {
   const TrafficFilter before = ByTraffic(7, "before", "as it was");
   for (const char* object : {"3", "\"traffic\"", "[]", R"({"traffic": 3})", R"({"traffic": ["count"]})"}) {
     EXPECT_EQ(ParsedTraffic(object), before) << object;
   }
 }
 
-TEST(TrafficParser, ReadsEachMemberOfItsOwn) {
+TEST(WirelessTopFilterTraffic, ReadsEachMemberOfItsOwn) {
   EXPECT_EQ(ParsedTraffic(R"({"traffic": {"count": 3}})"), ByTraffic(3, "before", "as it was"));
   EXPECT_EQ(ParsedTraffic(R"({"traffic": {"orderby": "in"}})"), ByTraffic(7, "in", "as it was"));
   EXPECT_EQ(ParsedTraffic(R"({"traffic": {"flag": ""}})"), ByTraffic(7, "before", ""));
 }
 
-TEST(TrafficParser, TakesTheNearestCountThat32BitsCanHold) {
+TEST(WirelessTopFilterTraffic, TakesTheNearestCountThat32BitsCanHold) {
   EXPECT_EQ(ParsedCount("2147483647"), std::numeric_limits<std::int32_t>::max());
   EXPECT_EQ(ParsedCount("2147483648"), std::numeric_limits<std::int32_t>::max());
   EXPECT_EQ(ParsedCount("18446744073709551615"), std::numeric_limits<std::int32_t>::max());
@@ -125,7 +125,7 @@ TEST(TrafficParser, TakesTheNearestCountThat32BitsCanHold) {
   EXPECT_EQ(ParsedCount("1e10"), std::numeric_limits<std::int32_t>::max());
 }
 
-TEST(TrafficParser, TakesACountThatIsNoWholeNumberAsJsonDoes) {
+TEST(WirelessTopFilterTraffic, TakesACountThatIsNoWholeNumberAsJsonDoes) {
   EXPECT_EQ(ParsedCount("2.9"), 2);
   EXPECT_EQ(ParsedCount("true"), 1);
   EXPECT_EQ(ParsedCount("\"12\""), 12);
@@ -133,18 +133,18 @@ TEST(TrafficParser, TakesACountThatIsNoWholeNumberAsJsonDoes) {
   EXPECT_EQ(ParsedCount("[5]"), 0);
 }
 
-TEST(TrafficParser, TakesTextsThatAreNoneInTheirJsonForm) {
+TEST(WirelessTopFilterTraffic, TakesTextsThatAreNoneInTheirJsonForm) {
   EXPECT_EQ(ParsedTraffic(R"({"traffic": {"orderby": 5, "flag": true}})"), ByTraffic(7, "5", "true"));
 }
 
-TEST(ClientsParser, ReadsCountAndFlag) {
+TEST(WirelessTopFilterClients, ReadsCountAndFlag) {
   ClientsFilter filter;
   WirelessTopMonitorFilterClientsParser(
       Json(R"({"clients": {"count": -1, "flag": "desc", "orderby": "in"}, "traffic": {"count": 5}})").get(), filter);
   EXPECT_EQ(filter, ByClients(-1, "desc"));
 }
 
-TEST(ClientsParser, LeavesAsItWasWhatIsMissingOrNull) {
+TEST(WirelessTopFilterClients, LeavesAsItWasWhatIsMissingOrNull) {
   ClientsFilter filter = ByClients(7, "before");
   WirelessTopMonitorFilterClientsParser(nullptr, filter);
   WirelessTopMonitorFilterClientsParser(Json(R"({"clients": {"count": null}})").get(), filter);
@@ -154,7 +154,7 @@ TEST(ClientsParser, LeavesAsItWasWhatIsMissingOrNull) {
 
 constexpr const char* kBoth = R"({"traffic": {"count": 3, "orderby": "in", "flag": "x"}, "clients": {"count": 4}})";
 
-TEST(AccessPointAndNetworkParsers, ReadTrafficAndClientsOfOneObject) {
+TEST(WirelessTopFilterAccessPointsAndNetworks, ReadTrafficAndClientsOfOneObject) {
   NetWorkFilter access_point;
   NetWorkFilter network;
   WirelessTopMonitorFilterAccessPParser(Json(kBoth).get(), access_point);
@@ -167,7 +167,7 @@ TEST(AccessPointAndNetworkParsers, ReadTrafficAndClientsOfOneObject) {
   EXPECT_EQ(network.traffic.count, 3);
 }
 
-TEST(WirelessClientsParser, ReadsTrafficOnly) {
+TEST(WirelessTopFilterWirelessClients, ReadsTrafficOnly) {
   TrafficFilter filter;
   WirelessTopMonitorFilterWirelessClientsParser(Json(kBoth).get(), filter);
   EXPECT_EQ(filter, ByTraffic(3, "in", "x"));
