@@ -87,7 +87,7 @@ void ClientCountMonitor::monitor(const std::string& /*argument*/) {
 }
 
 void ClientCountMonitor::PushDataBySID(const subscribes::SubscriptionList& /*subscriptions*/) {
-  monitoring::WithinBoundary([&] {
+  monitoring::WithinBoundary("ClientCountMonitor::PushDataBySID", [&] {
     for (const std::string topic : kTopics) {
       const auto subscriptions = subscribes::SubscribesManager::GetInstance().GetSubscribeList(topic);
       monitoring::MergedList merged;

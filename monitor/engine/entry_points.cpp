@@ -25,14 +25,14 @@ namespace {
 constexpr const char* kNoReport = "{}";
 
 void ForgetDevice(const std::string& mac) {
-  WithinBoundary([&] { MonitoringManager::GetInstance().Cleanup(mac); });
+  WithinBoundary("Cleanup", [&] { MonitoringManager::GetInstance().Cleanup(mac); });
 }
 
 /// What `ask` gets from the report monitor of this name, as a text of the caller's; "{}" when there is no such monitor.
 template <typename Question>
 char* AskReportMonitor(const char* name, Question ask) {
   char* answer = nullptr;
-  WithinBoundary([&] {
+  WithinBoundary(name, [&] {
     const std::shared_ptr<Monitor> monitor = MonitoringManager::GetInstance().GetMonitor(name);
     if (monitor != nullptr) answer = Strdup(ask(*monitor).c_str());
   });
@@ -55,7 +55,7 @@ char* Report(const char* name, char const* request) {
 }  // namespace
 
 int RegisterMonitors() {
-  WithinBoundary([] {
+  WithinBoundary("RegisterMonitors", [] {
     MonitoringManager& manager = MonitoringManager::GetInstance();
     manager.RegisterMonitor(std::make_shared<HealthMonitor>());
     manager.RegisterMonitor(std::make_shared<ClientCountMonitor>());
@@ -70,7 +70,7 @@ int RegisterMonitors() {
 }
 
 void stop_monitor() {
-  WithinBoundary([] { MonitoringManager::GetInstance().stopMonitorEngine(); });
+  WithinBoundary("stop_monitor", [] { MonitoringManager::GetInstance().stopMonitorEngine(); });
 }
 
 char* get_wireless_client_report_avail_list(char const* /*request*/) {
@@ -92,7 +92,7 @@ char* get_wireless_network_report(char const* request) {
 // By value, because the symbol carries its parameter types and hosts look it up under this name.
 void GetInterfaceTraffic(std::string mac, std::string interface,  // NOLINT(performance-unnecessary-value-param)
                          std::map<std::string, unsigned long long>& out) {
-  WithinBoundary([&] {
+  WithinBoundary("GetInterfaceTraffic", [&] {
     const auto monitor = std::dynamic_pointer_cast<TrafficMonitor>(
         MonitoringManager::GetInstance().GetMonitor(monitoring::kTrafficMonitor));
     if (monitor != nullptr) monitor->GetInterfaceTrafficData(mac, interface, out);

@@ -19,6 +19,6 @@ void MonitorDataMergeTask::Run() {
   while (!manager.stop_flag()) {
     sleep(kPaceSeconds);
     const long now = time(nullptr);
-    monitoring::WithinBoundary([&] { manager.DataUpdate(now); });
+    monitoring::WithinBoundary("MonitorDataMergeTask::Run", [&] { manager.DataUpdate(now); });
   }
 }

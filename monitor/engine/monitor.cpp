@@ -12,7 +12,7 @@ subscribes::ParsedRequest Monitor::FilterParser(json_object* request) {
     return {};
   }
   subscribes::ParsedRequest filters;
-  monitoring::WithinBoundary([&] { filters = ParseFilters(request); });
+  monitoring::WithinBoundary("Monitor::FilterParser", [&] { filters = ParseFilters(request); });
   return filters;
 }
 

@@ -77,7 +77,7 @@ void HealthMonitor::monitor(const std::string& /*argument*/) {
 }
 
 void HealthMonitor::PushDataBySID(const subscribes::SubscriptionList& subscriptions) {
-  monitoring::WithinBoundary([&] {
+  monitoring::WithinBoundary("HealthMonitor::PushDataBySID", [&] {
     for (const auto& [connection, filter] : FilterOfEachConnection(subscriptions)) {
       monitoring::Send(connection, GenerateJsonMsg(GetMonitorName(), filter->mac));
     }

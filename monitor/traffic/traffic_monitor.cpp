@@ -160,7 +160,7 @@ void TrafficMonitor::monitor(const std::string& /*argument*/) {
 }
 
 void TrafficMonitor::PushDataBySID(const subscribes::SubscriptionList& subscriptions) {
-  monitoring::WithinBoundary([&] {
+  monitoring::WithinBoundary("TrafficMonitor::PushDataBySID", [&] {
     monitoring::MergedList merged;
     SidMergedWithFilter(subscriptions, merged);
     monitoring::SendToEach(merged, [this](const Filter& filter, const std::vector<std::string>& sids) {

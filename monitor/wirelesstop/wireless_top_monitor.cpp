@@ -36,7 +36,8 @@ subscribes::ParsedRequest WirelessTopMonitor::FilterParser(json_object* request)
     return {};
   }
   subscribes::ParsedRequest filters;
-  monitoring::WithinBoundary([&] { filters = ParseFilters(request, &NewWirelessTopFilter); });
+  monitoring::WithinBoundary("WirelessTopMonitor::FilterParser",
+                             [&] { filters = ParseFilters(request, &NewWirelessTopFilter); });
   return filters;
 }
 
@@ -76,7 +77,7 @@ void WirelessTopMonitor::monitor(const std::string& /*argument*/) {
 }
 
 void WirelessTopMonitor::PushDataBySID(const subscribes::SubscriptionList& subscriptions) {
-  monitoring::WithinBoundary([&] {
+  monitoring::WithinBoundary("WirelessTopMonitor::PushDataBySID", [&] {
     monitoring::MergedList merged;
     // Equal filters of one connection share a message.
     monitoring::MergeByFilter(subscriptions, merged, &AreEqualWirelessTopFilters);

@@ -1,10 +1,12 @@
 #include <gmock/gmock.h>
 
+#include <new>
 #include <stdexcept>
 
 #include "probe/host/connection_id.h"
 #include "probe/host/sending.h"
 #include "tests/monitor/clientcount/client_count_fixture.h"
+#include "tests/monitor/engine/expect_defect.h"
 
 namespace {
 
@@ -191,8 +193,11 @@ TEST_F(ClientCountMessage, IsDroppedWithoutASendFunction) {
 
 TEST_F(ClientCountMessage, LetsNothingThatASenderThrowsOut) {
   probe::SubscriptionService::Instance().File(kSsids, probe::ConnectionId{1}, {{"a", FilterOf("1m")}});
-  probe::InstallSendFunction([](lws*, const std::string&) { throw std::runtime_error("no more"); });
+  probe::InstallSendFunction([](lws*, const std::string&) { throw std::bad_alloc(); });
   EXPECT_NO_THROW(monitor.PushDataBySID({}));
+  probe::InstallSendFunction([](lws*, const std::string&) { throw std::runtime_error("no more"); });
+  test::ExpectDefect([this] { monitor.PushDataBySID({}); },
+                     "[ClientCountMonitor::PushDataBySID] Unexpected exception std::runtime_error: no more");
   probe::InstallSendFunction(nullptr);
 }
 

@@ -107,7 +107,7 @@ class HeapShortageTest : public ::testing::TestWithParam<Candidate> {
 
   /// So many passes that the monitor has taken its samples.
   void Pass() {
-    for (int pass = 0; pass < GetParam().passes; ++pass) WithinBoundary([&] { NextPass(); });
+    for (int pass = 0; pass < GetParam().passes; ++pass) WithinBoundary("HeapShortage", [&] { NextPass(); });
   }
 
   void NextPass() {
@@ -188,8 +188,8 @@ TEST_P(HeapShortageTest, InARequestThrowsNothing) {
 
 TEST_P(HeapShortageTest, InACleanUpLeavesAMonitorThatWorks) {
   const std::vector<std::string> before = Shown();
-  const int failed = WithEachAllocationFailing([&] { WithinBoundary([&] { monitor->Cleanup(kYard); }); },
-                                               [&] { ExpectWorking(before); });
+  const int failed = WithEachAllocationFailing(
+      [&] { WithinBoundary("HeapShortage", [&] { monitor->Cleanup(kYard); }); }, [&] { ExpectWorking(before); });
   EXPECT_GT(failed, 0);
 }
 
@@ -219,8 +219,8 @@ class HeapShortageOfReports : public HeapShortageTest {};
 
 TEST_P(HeapShortageOfReports, InAReportChangesNothing) {
   const std::vector<std::string> whole = Reports();
-  const int failed =
-      WithEachAllocationFailing([&] { WithinBoundary([&] { Reports(); }); }, [&] { EXPECT_EQ(Reports(), whole); });
+  const int failed = WithEachAllocationFailing([&] { WithinBoundary("HeapShortage", [&] { Reports(); }); },
+                                               [&] { EXPECT_EQ(Reports(), whole); });
   EXPECT_GT(failed, 5);
 }
 

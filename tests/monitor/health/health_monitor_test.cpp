@@ -1,10 +1,12 @@
 #include <gmock/gmock.h>
 
+#include <new>
 #include <stdexcept>
 
 #include "probe/host/connection_id.h"
 #include "probe/host/sending.h"
 #include "probe/host/subscription_service.h"
+#include "tests/monitor/engine/expect_defect.h"
 #include "tests/monitor/health/health_fixture.h"
 
 namespace {
@@ -360,8 +362,11 @@ TEST_F(HealthMonitorTest, StoresEveryFieldOfARecordAndFallsBackToItsOwnLevels) {
 }
 
 TEST_F(HealthMonitorTest, LetsNothingThatASenderThrowsOut) {
+  const auto push = [this] { monitor.PushDataBySID({{"a", {{Connection(1), FilterOf("")}}}}); };
+  probe::InstallSendFunction([](lws*, const std::string&) { throw std::bad_alloc(); });
+  EXPECT_NO_THROW(push());
   probe::InstallSendFunction([](lws*, const std::string&) { throw std::runtime_error("no more"); });
-  EXPECT_NO_THROW(monitor.PushDataBySID({{"a", {{Connection(1), FilterOf("")}}}}));
+  test::ExpectDefect(push, "[HealthMonitor::PushDataBySID] Unexpected exception std::runtime_error: no more");
   probe::InstallSendFunction(nullptr);
 }
 
