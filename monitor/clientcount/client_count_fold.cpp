@@ -68,7 +68,7 @@ void AddTo(Totals& totals, const Series& series) {
   }
 }
 
-bool TellsOfClients(const Series& series) {
+bool HasFewZeroes(const Series& series) {
   const auto zeroes =
       std::count_if(series.begin(), series.end(), [](const auto& sample) { return sample.second == 0; });
   return static_cast<std::size_t>(zeroes) < kKeptSamples;

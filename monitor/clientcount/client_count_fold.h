@@ -39,6 +39,6 @@ CountById CountBySsid(const CurrentCounts& counts, const std::string& mac);
 void AddTo(Totals& totals, const Series& series);
 
 /// Whether a series tells of clients: fewer than `kKeptSamples` of its samples are 0.
-bool TellsOfClients(const Series& series);
+bool HasFewZeroes(const Series& series);
 
 }  // namespace monitoring::clientcount

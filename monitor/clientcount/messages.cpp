@@ -66,7 +66,7 @@ void ClientCountMonitor::CalculateTotalNumbersForSSID(const Series& series, Seri
 int ClientCountMonitor::CalculateTotalNumbersForDevices(const Series& series, const JsonTree& object, Series& totals) {
   clientcount::AddSamples(object, series);
   clientcount::AddTo(totals, series);
-  return clientcount::TellsOfClients(series) ? 0 : -1;
+  return clientcount::HasFewZeroes(series) ? 0 : -1;
 }
 
 void ClientCountMonitor::GenerateSSIDClientMsg(const JsonTree& body, const Filter& filter) const {
@@ -81,7 +81,7 @@ void ClientCountMonitor::GenerateSSIDClientMsg(const JsonTree& body, const Filte
   JsonTree ssids = monitoring::NewObject();
   for (const auto& [ssid, series] : view) {
     CalculateTotalNumbersForSSID(series, totals);
-    if (!clientcount::TellsOfClients(series)) continue;
+    if (!clientcount::HasFewZeroes(series)) continue;
     JsonTree object = monitoring::NewObject();
     clientcount::AddSamples(object, series);
     monitoring::Add(ssids, ssid, std::move(object));

@@ -2,7 +2,7 @@
 
 namespace monitoring {
 
-std::shared_ptr<Device> DrivenDevice(const std::string& mac) {
+std::shared_ptr<Device> DeviceWithDriver(const std::string& mac) {
   auto device = DeviceManager::GetInstance().device(mac);
   return device != nullptr && device->driver() != nullptr ? device : nullptr;
 }

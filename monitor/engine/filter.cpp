@@ -25,8 +25,8 @@ bool operator==(const Filter& left, const Filter& right) {
   return left.interval == right.interval && left.mac == right.mac;
 }
 
-std::string IntervalOf(const Filter& filter, const char* otherwise) {
-  return filter.interval.empty() ? otherwise : filter.interval;
+std::string IntervalOf(const Filter& filter, const char* fallback) {
+  return filter.interval.empty() ? fallback : filter.interval;
 }
 
 subscribes::ParsedRequest ParseFilters(json_object* request) {

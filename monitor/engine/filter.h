@@ -23,8 +23,8 @@ class Filter {
 /// Whether two filters ask for the same: both texts equal, octet by octet.
 bool operator==(const Filter& left, const Filter& right);
 
-/// The view that a filter asks for, or `otherwise` when it names none.
-std::string IntervalOf(const Filter& filter, const char* otherwise);
+/// The view that a filter asks for, or `fallback` when it names none.
+std::string IntervalOf(const Filter& filter, const char* fallback);
 
 /// Turns a subscription request, an array of `{"sid": ..., "filter": {"interval": ..., "mac": ...}}`, into filters.
 ///

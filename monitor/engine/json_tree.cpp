@@ -65,7 +65,7 @@ void Append(const JsonTree& array, JsonTree element) {
   if (json_object_array_add(array.get(), added) != 0) json_object_put(added);
 }
 
-JsonTree WrittenAs(const char* text) {
+JsonTree RawJson(const char* text) {
   constexpr int kNoElements = 1;  // the smallest room that json-c knows
   JsonTree leaf(json_object_new_array_ext(kNoElements));
   char* kept = text == nullptr ? nullptr : strdup(text);
@@ -77,9 +77,9 @@ JsonTree WrittenAs(const char* text) {
   return leaf;
 }
 
-JsonTree KeptAsText(JsonTree tree) {
+JsonTree SerializedLeaf(JsonTree tree) {
   if (tree == nullptr) return tree;
-  JsonTree leaf = WrittenAs(json_object_to_json_string(tree.get()));
+  JsonTree leaf = RawJson(json_object_to_json_string(tree.get()));
   return leaf == nullptr ? std::move(tree) : std::move(leaf);
 }
 

@@ -41,11 +41,11 @@ void Append(const JsonTree& array, JsonTree element);
 
 /// A value that serialises as `text`, which is copied and must be JSON. To whoever walks it, it is an empty array. Null
 /// for null, and when it cannot be allocated.
-JsonTree WrittenAs(const char* text);
+JsonTree RawJson(const char* text);
 
 /// The same tree, kept as its JSON text alone, which takes a tenth of the memory. It serialises as before; to whoever
 /// walks it, it is an empty array. Null for null.
-JsonTree KeptAsText(JsonTree tree);
+JsonTree SerializedLeaf(JsonTree tree);
 
 /// The array of SID texts that every message carries.
 JsonTree NewSidArray(const std::vector<std::string>& sids);

@@ -23,18 +23,18 @@ std::int32_t CpuLevel(double cpu) {
   return cpu >= 0.0 ? kGood : kUnknown;
 }
 
-std::int32_t UptimeLevel(std::int32_t uptime, std::int32_t otherwise) {
+std::int32_t UptimeLevel(std::int32_t uptime, std::int32_t fallback) {
   if (uptime < 0) return kUnknown;
   if (uptime <= kJustStarted) return kBad;
-  return uptime < kSettled ? kFair : otherwise;
+  return uptime < kSettled ? kFair : fallback;
 }
 
-std::int32_t ClientsLevel(std::int32_t clients, std::int32_t otherwise) {
-  return clients > kManyClients ? kBad : otherwise;
+std::int32_t ClientsLevel(std::int32_t clients, std::int32_t fallback) {
+  return clients > kManyClients ? kBad : fallback;
 }
 
-std::int32_t RogueApsLevel(std::int32_t rogue_aps, std::int32_t otherwise) {
-  return rogue_aps != 0 ? kBad : otherwise;
+std::int32_t RogueApsLevel(std::int32_t rogue_aps, std::int32_t fallback) {
+  return rogue_aps != 0 ? kBad : fallback;
 }
 
 std::int32_t ShownLevel(std::int32_t level) {

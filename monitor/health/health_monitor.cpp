@@ -40,7 +40,7 @@ std::map<lws*, std::shared_ptr<Filter>> FilterOfEachConnection(const subscribes:
 JsonTree ShownDevice(const std::string& mac, const HealthStatus& status) {
   const HealthStatus graded = health::Graded(status);
   JsonTree shown = health::DeviceObject(mac, graded);
-  const auto device = monitoring::DrivenDevice(mac);
+  const auto device = monitoring::DeviceWithDriver(mac);
   if (device == nullptr) return shown;
   if (monitoring::IsWireless(*device)) health::AddWireless(shown, graded);
   health::AddLevel(shown, health::ShownLevel(device->health_state().level));
@@ -62,12 +62,12 @@ void HealthMonitor::CollectData() {
 }
 
 void HealthMonitor::SystemStateDe(const std::string& mac, HealthStatus& status) {
-  const auto device = monitoring::DrivenDevice(mac);
+  const auto device = monitoring::DeviceWithDriver(mac);
   if (device != nullptr) health::ReadDevice(mac, *device, status);
 }
 
 void HealthMonitor::UpdateHealthStatus(const std::string& mac, const HealthStatus& status) {
-  if (monitoring::DrivenDevice(mac) == nullptr || mac.empty()) return;
+  if (monitoring::DeviceWithDriver(mac) == nullptr || mac.empty()) return;
   const lock_guard_write held(health_lock);
   health_status_map[mac] = status;
 }

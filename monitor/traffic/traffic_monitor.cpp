@@ -60,7 +60,7 @@ std::string TrafficMonitor::GetMonitorName() {
 
 void TrafficMonitor::CollectData() {
   for (const std::string& mac : DeviceManager::GetInstance().GetOnlineManagedDevices(true)) {
-    const auto device = monitoring::DrivenDevice(mac);
+    const auto device = monitoring::DeviceWithDriver(mac);
     if (device == nullptr) continue;
     const auto reading = monitoring::traffic::ReadInterfaces(mac, *device);
     InterfaceAttributes attributes;
@@ -86,7 +86,7 @@ void TrafficMonitor::StoreReading(const std::string& mac, InterfaceAttributes at
 
 void TrafficMonitor::ConvertDriverStruct(const std::string& mac, const InterfaceStatistics& statistics,
                                          InterfaceAttributes& attributes, InterfaceIndexes& indexes) {
-  const auto device = monitoring::DrivenDevice(mac);
+  const auto device = monitoring::DeviceWithDriver(mac);
   if (device == nullptr) return;
   for (const auto& [interface, traffic] : statistics) {
     AttributeInfo info{.interface_name = interface, .ssid = {}, .radio = -1};

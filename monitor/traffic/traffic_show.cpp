@@ -43,7 +43,7 @@ std::string SamplesText(const History& history) {
 JsonTree InterfaceObject(const History& history, int if_index) {
   JsonTree object = NewObject();
   Add(object, json_key::kIfIndex, NewInteger(if_index));
-  Add(object, json_key::kTraffic, WrittenAs(SamplesText(history).c_str()));
+  Add(object, json_key::kTraffic, RawJson(SamplesText(history).c_str()));
   return object;
 }
 

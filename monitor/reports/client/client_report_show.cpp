@@ -75,7 +75,7 @@ JsonTree RowArray(const ClientRows& rows, std::int32_t period_seconds) {
   JsonTree array = NewArray();
   for (const auto* row : InOrder(rows)) {
     // As text, because a tree takes many times the memory, and a report may hold tens of thousands of rows.
-    Append(array, KeptAsText(RowObject(row->first, row->second, period_seconds)));
+    Append(array, SerializedLeaf(RowObject(row->first, row->second, period_seconds)));
   }
   return array;
 }

@@ -110,12 +110,12 @@ TEST(Totals, AreTrimmedAfterEachMinuteThatIsAdded) {
 }
 
 TEST(Series, TellsOfNoClientsWithThirtyZeroes) {
-  EXPECT_TRUE(TellsOfClients({}));
-  EXPECT_TRUE(TellsOfClients(Minutes(1, 29, 0)));
-  EXPECT_FALSE(TellsOfClients(Minutes(1, 30, 0)));
+  EXPECT_TRUE(HasFewZeroes({}));
+  EXPECT_TRUE(HasFewZeroes(Minutes(1, 29, 0)));
+  EXPECT_FALSE(HasFewZeroes(Minutes(1, 30, 0)));
   Series series = Minutes(1, 30, 0);
   series[30] = 1;
-  EXPECT_TRUE(TellsOfClients(series));
+  EXPECT_TRUE(HasFewZeroes(series));
 }
 
 TEST(CurrentCount, IsTheSumOverDevicesOrThatOfOne) {

@@ -12,24 +12,24 @@ constexpr const char* kDevice = "AA:AA:AA:AA:AA:01";
 TEST(Devices, WithoutADriverGiveNothingToCollect) {
   Network network;
   network.AccessPoint(kDevice).Driven(false);
-  EXPECT_EQ(monitoring::DrivenDevice(kDevice), nullptr);
+  EXPECT_EQ(monitoring::DeviceWithDriver(kDevice), nullptr);
   EXPECT_EQ(monitoring::WirelessDevice(kDevice), nullptr);
   network.AccessPoint(kDevice).Driven(true);
-  EXPECT_NE(monitoring::DrivenDevice(kDevice), nullptr);
+  EXPECT_NE(monitoring::DeviceWithDriver(kDevice), nullptr);
   EXPECT_NE(monitoring::WirelessDevice(kDevice), nullptr);
 }
 
 TEST(Devices, ThatAreUnknownGiveNothingToCollect) {
   Network network;
   network.AccessPoint(kDevice).Known(false);
-  EXPECT_EQ(monitoring::DrivenDevice(kDevice), nullptr);
+  EXPECT_EQ(monitoring::DeviceWithDriver(kDevice), nullptr);
   EXPECT_EQ(monitoring::WirelessDevice(kDevice), nullptr);
 }
 
 TEST(Devices, WithoutAWirelessSideAreNoWirelessDevices) {
   Network network;
   network.Switch(kDevice);
-  EXPECT_NE(monitoring::DrivenDevice(kDevice), nullptr);
+  EXPECT_NE(monitoring::DeviceWithDriver(kDevice), nullptr);
   EXPECT_EQ(monitoring::WirelessDevice(kDevice), nullptr);
 }
 

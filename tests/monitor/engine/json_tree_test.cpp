@@ -77,16 +77,16 @@ TEST(JsonTree, SerialisesAnArrayThatIsKeptAsTextAsBefore) {
     return built;
   };
   const JsonTree whole = array();
-  const JsonTree kept = KeptAsText(array());
+  const JsonTree kept = SerializedLeaf(array());
   EXPECT_STREQ(json_object_to_json_string(kept.get()), json_object_to_json_string(whole.get()));
-  EXPECT_STREQ(json_object_to_json_string(KeptAsText(NewArray()).get()), "[ ]");
+  EXPECT_STREQ(json_object_to_json_string(SerializedLeaf(NewArray()).get()), "[ ]");
 }
 
 TEST(JsonTree, SerialisesWhatIsWrittenAsATextAsThatText) {
   const JsonTree object = NewObject();
-  Add(object, "a", WrittenAs("[ { \"b\": 1 } ]"));
+  Add(object, "a", RawJson("[ { \"b\": 1 } ]"));
   EXPECT_EQ(Text(object), R"({"a":[ { "b": 1 } ]})");
-  EXPECT_EQ(WrittenAs(nullptr), nullptr);
+  EXPECT_EQ(RawJson(nullptr), nullptr);
 }
 
 TEST(JsonTree, CopiesAKeyThatIsNoConstant) {
@@ -98,9 +98,9 @@ TEST(JsonTree, CopiesAKeyThatIsNoConstant) {
 }
 
 TEST(JsonTree, KeepsNothingAsTextOfWhatCouldNotBeAllocated) {
-  EXPECT_EQ(KeptAsText(nullptr), nullptr);
+  EXPECT_EQ(SerializedLeaf(nullptr), nullptr);
   const JsonTree array = NewArray();
-  Append(array, KeptAsText(nullptr));
+  Append(array, SerializedLeaf(nullptr));
   EXPECT_EQ(Text(array), "[]");
 }
 

@@ -12,7 +12,7 @@ namespace {
 using monitoring::Traffic;
 using namespace monitoring::traffic;
 
-constexpr std::uint64_t kMost = std::numeric_limits<std::uint64_t>::max();
+constexpr std::uint64_t kMax = std::numeric_limits<std::uint64_t>::max();
 
 std::pair<std::uint64_t, std::uint64_t> Speed(Counters last, Counters now, std::uint64_t seconds) {
   const Traffic speed = SpeedBetween(last, now, seconds);
@@ -41,7 +41,7 @@ TEST(SampleInterval, IsZeroWhenTheDeviceClockStoodStillWentBackOrTheDifferenceOv
 }
 
 TEST(Speed, HoldsTheLargestCounters) {
-  EXPECT_EQ(Speed({0, 0}, {kMost, kMost}, 1), (std::pair{kMost, kMost}));
+  EXPECT_EQ(Speed({0, 0}, {kMax, kMax}, 1), (std::pair{kMax, kMax}));
 }
 
 TEST(Speed, CountsFromZeroAfterACounterRestarted) {
@@ -56,9 +56,9 @@ TEST(Speed, KeepsTheLastReadingOfACounterThatStoodStill) {
 }
 
 TEST(Attributes, CarryCountersAsDecimalTexts) {
-  const Attributes attributes = AttributesOf({.if_index = 3, .in_bytes = kMost, .out_bytes = 0});
+  const Attributes attributes = AttributesOf({.if_index = 3, .in_bytes = kMax, .out_bytes = 0});
   EXPECT_EQ(attributes, (Attributes{{"inbytes", "18446744073709551615"}, {"outbytes", "0"}}));
-  EXPECT_EQ(CountersOf(attributes), (Counters{kMost, 0}));
+  EXPECT_EQ(CountersOf(attributes), (Counters{kMax, 0}));
 }
 
 TEST(Attributes, CountAMissingTextAsZero) {
