@@ -3,11 +3,13 @@
 #include <algorithm>
 #include <iterator>
 
+#include "monitor/engine/view_chain.h"
+
 namespace monitoring::clientcount {
 namespace {
 
 void DropOldestBeyondCap(Series& series) {
-  if (series.size() > kKeptSamples) series.erase(series.begin());
+  if (series.size() > kMaxSamples) series.erase(series.begin());
 }
 
 }  // namespace
@@ -71,7 +73,7 @@ void AddTo(Totals& totals, const Series& series) {
 bool HasFewZeroes(const Series& series) {
   const auto zeroes =
       std::count_if(series.begin(), series.end(), [](const auto& sample) { return sample.second == 0; });
-  return static_cast<std::size_t>(zeroes) < kKeptSamples;
+  return static_cast<std::size_t>(zeroes) < kMaxSamples;
 }
 
 }  // namespace monitoring::clientcount

@@ -10,7 +10,7 @@
 namespace monitoring::clientcount {
 
 /// Makes `count` the sample of a minute, in place of one that stands there, and drops the oldest sample when there are
-/// then more than `kKeptSamples`; no more than one.
+/// then more than `kMaxSamples`; no more than one.
 void SetSample(Series& series, int minute, int count);
 
 /// Drops the samples that lie after `now`, and tells how many: it repairs a series after the clock was set back.
@@ -35,10 +35,10 @@ std::int32_t Sum(const CurrentCounts::mapped_type& counts);
 /// SSID -> its clients, on all devices or, when `mac` is not empty, on that one; the empty SSID is left out.
 CountById CountBySsid(const CurrentCounts& counts, const std::string& mac);
 
-/// Adds a series to totals, minute by minute, which keep their `kKeptSamples` latest minutes.
+/// Adds a series to totals, minute by minute, which keep their `kMaxSamples` latest minutes.
 void AddTo(Totals& totals, const Series& series);
 
-/// Whether a series tells of clients: fewer than `kKeptSamples` of its samples are 0.
+/// Whether a series tells of clients: fewer than `kMaxSamples` of its samples are 0.
 bool HasFewZeroes(const Series& series);
 
 }  // namespace monitoring::clientcount

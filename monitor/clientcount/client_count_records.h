@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <list>
 #include <map>
@@ -17,9 +16,6 @@ struct clientCountStruct {
 };
 
 namespace clientcount {
-
-/// How many samples a series keeps.
-inline constexpr std::size_t kKeptSamples = 30;
 
 /// Minute since the epoch -> number of clients. Of a device or of an SSID.
 using Series = std::map<int, int>;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 
 #include "monitor/engine/constants.h"
 
@@ -14,6 +15,13 @@ struct ViewStep {
   int count;
   int minutes;
 };
+
+/// Samples that a view keeps of one interface, device or SSID.
+///
+/// Two histories of the traffic monitor hold more. Its longer views apply the cap before they append, and so keep one
+/// more. An interface of its "1m" view that vanishes and comes back keeps one more each time, for its first sample is
+/// appended without a look at the cap.
+inline constexpr std::size_t kMaxSamples = 30;
 
 /// How the longer views are built, in this order, in every pass.
 inline constexpr std::array<ViewStep, 5> kViewChain{{

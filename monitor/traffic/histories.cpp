@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "monitor/engine/time_keys.h"
+#include "monitor/engine/view_chain.h"
 
 namespace monitoring::traffic {
 namespace {
@@ -28,7 +29,7 @@ time_t NewestTime(const History& history) {
 
 /// Appends a sample to a history of a longer view, whose cap comes before the sample.
 void AppendLong(History& history, const Traffic& sample) {
-  if (history.size() > kKeptSamples) history.pop_front();
+  if (history.size() > kMaxSamples) history.pop_front();
   history.push_back(sample);
 }
 
@@ -36,7 +37,7 @@ void AppendLong(History& history, const Traffic& sample) {
 
 void AppendMinute(History& history, const Traffic& sample) {
   history.push_back(sample);
-  if (history.size() > kKeptSamples) history.pop_front();
+  if (history.size() > kMaxSamples) history.pop_front();
 }
 
 std::size_t DropFutureSamples(History& history, time_t now) {

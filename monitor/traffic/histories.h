@@ -8,7 +8,7 @@
 
 namespace monitoring::traffic {
 
-/// Appends a sample to a history of the "1m" view, and drops the oldest when there are then more than `kKeptSamples`.
+/// Appends a sample to a history of the "1m" view, and drops the oldest when there are then more than `kMaxSamples`.
 void AppendMinute(History& history, const Traffic& sample);
 
 /// Drops samples that lie after `now` from the front of a history, and tells how many. It stops at the first sample

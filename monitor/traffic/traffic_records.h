@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <ctime>
 #include <list>
@@ -26,11 +25,6 @@ using Views = std::map<std::string, DeviceHistories>;               ///< View na
 
 using InterfaceIndexes = std::map<std::string, int>;            ///< Interface display name -> ifIndex.
 using DeviceIndexes = std::map<std::string, InterfaceIndexes>;  ///< Device MAC -> its interfaces.
-
-/// Samples that a history of the "1m" view keeps; an interface that vanishes and comes back keeps one more each time,
-/// for its first sample is appended without a look at the cap. The longer views keep one more: their cap is applied
-/// before the new sample is appended.
-inline constexpr std::size_t kKeptSamples = 30;
 
 }  // namespace traffic
 }  // namespace monitoring
