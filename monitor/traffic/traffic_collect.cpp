@@ -25,4 +25,13 @@ Reading ReadInterfaces(const std::string& mac, const Device& device) {
   return reading;
 }
 
+AttributeInfo ReadAttributeInfo(const Device& device, const std::string& interface) {
+  AttributeInfo info{.interface_name = interface, .ssid = {}, .radio = -1};
+  device.get_ssid_radio(interface, info.ssid, info.radio);
+  pel_log_debug(log_module::kMonitor,
+                "[ConvertDriverStruct] TrafficMonitor ConvertDriverStruct interface name:%s, ssid: %s, radio:%d",
+                interface.c_str(), info.ssid.c_str(), info.radio);
+  return info;
+}
+
 }  // namespace monitoring::traffic

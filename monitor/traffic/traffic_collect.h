@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 
+#include "monitor/traffic/traffic_records.h"
 #include "platform/device_centre.h"
 
 namespace monitoring::traffic {
@@ -22,5 +23,8 @@ struct Reading {
 /// Reads the interfaces of a device that are measured: in operation, with statistics, and with a name that is neither
 /// empty nor a plain number. Each is logged at debug level.
 Reading ReadInterfaces(const std::string& mac, const Device& device);
+
+/// Reads which wireless network an interface carries, and on which radio. Logged at debug level.
+AttributeInfo ReadAttributeInfo(const Device& device, const std::string& interface);
 
 }  // namespace monitoring::traffic

@@ -1,10 +1,45 @@
 #include "monitor/traffic/traffic_fold.h"
 
+#include <cstdlib>
 #include <limits>
 
 #include "monitor/engine/counters.h"
 
 namespace monitoring::traffic {
+namespace {
+
+/// Not the engine's names of bands: messages of this monitor write "Ghz".
+const char* BandOf(int radio) {
+  switch (radio) {
+    case 0:
+      return "2.4Ghz";
+    case 1:
+      return "5Ghz";
+    default:
+      return "";
+  }
+}
+
+}  // namespace
+
+std::string DisplayName(const AttributeInfo& info) {
+  return info.ssid.empty() ? info.interface_name : std::string(BandOf(info.radio)) + " - " + info.ssid;
+}
+
+Attributes AttributesOf(const vexora_probe::models::controller::TrafficStats& statistics) {
+  return {{kInBytes, std::to_string(statistics.in_bytes)}, {kOutBytes, std::to_string(statistics.out_bytes)}};
+}
+
+Counters CountersOf(const Attributes& attributes) {
+  constexpr int kDecimal = 10;
+  return {.in = std::strtoull(TextOf(attributes, kInBytes), nullptr, kDecimal),
+          .out = std::strtoull(TextOf(attributes, kOutBytes), nullptr, kDecimal)};
+}
+
+const char* TextOf(const Attributes& attributes, const char* key) {
+  const auto found = attributes.find(key);
+  return found == attributes.end() ? "" : found->second.c_str();
+}
 
 Counters AfterRestart(const Counters& last, const Counters& now) {
   return {.in = CounterBase(last.in, now.in), .out = CounterBase(last.out, now.out)};
@@ -18,6 +53,15 @@ std::uint64_t SampleInterval(time_t last, time_t now) {
 Traffic SpeedBetween(const Counters& last, const Counters& now, std::uint64_t seconds) {
   if (seconds == 0) return {};
   return {.input = (now.in - last.in) / seconds, .output = (now.out - last.out) / seconds};
+}
+
+std::optional<Traffic> NextSample(const History& history, const Step& step) {
+  const Counters base = AfterRestart(step.last, step.now);
+  if (history.empty() && step.now == base && step.now != Counters{}) return std::nullopt;
+  Traffic sample = SpeedBetween(base, step.now, SampleInterval(step.last_sample_time, step.sample_time));
+  if (!history.empty() && step.sample_time == step.last_sample_time) sample = history.back();
+  sample.time = step.polling_time;
+  return sample;
 }
 
 }  // namespace monitoring::traffic

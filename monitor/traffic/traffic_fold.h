@@ -2,20 +2,28 @@
 
 #include <cstdint>
 #include <ctime>
+#include <optional>
+#include <string>
 
 #include "monitor/traffic/traffic_records.h"
+#include "platform/device_records.h"
 
 namespace monitoring::traffic {
 
-/// The octet counters of one interface at one reading.
-struct Counters {
-  std::uint64_t in = 0;   ///< Octets received since the counter restarted.
-  std::uint64_t out = 0;  ///< Octets sent, likewise.
+/// The name under which an interface is shown: band and SSID ("5Ghz - Office") when it carries a wireless network, else
+/// its own. The band of an unknown radio is empty.
+std::string DisplayName(const AttributeInfo& info);
 
-  friend bool operator==(const Counters&, const Counters&) = default;
-};
+/// The counters of `statistics` as texts.
+Attributes AttributesOf(const vexora_probe::models::controller::TrafficStats& statistics);
 
-/// Where `last` has to be counted from: a counter that is below its last reading restarted, and counts from 0.
+/// The counters that the texts hold. A text that is missing or no number counts as 0.
+Counters CountersOf(const Attributes& attributes);
+
+/// The text under a key; empty when there is none. The result lives as long as `attributes`.
+const char* TextOf(const Attributes& attributes, const char* key);
+
+/// The readings that `now` has to be counted from; see `CounterBase`.
 Counters AfterRestart(const Counters& last, const Counters& now);
 
 /// The seconds from one reading to the next; 0 when the device's clock stood still, was set back, or the difference
@@ -26,5 +34,21 @@ std::uint64_t SampleInterval(time_t last, time_t now);
 ///
 /// An interval of 0 gives speed 0.
 Traffic SpeedBetween(const Counters& last, const Counters& now, std::uint64_t seconds);
+
+/// One interface from its last reading to this one.
+struct Step {
+  Counters last;
+  Counters now;
+  time_t last_sample_time = 0;  ///< Of the last reading, by the device's clock; 0 when there was none.
+  time_t sample_time = 0;       ///< Of this reading. Equal to the last one: the device did not refresh its counters.
+  time_t polling_time = 0;      ///< Pass time of this reading.
+};
+
+/// The sample by which a step extends a history of the "1m" view: the speed between the readings, or the newest speed
+/// again when the device did not refresh its counters.
+///
+/// Nothing when the history is empty and the counters, not both 0, have not moved: the first speed of an interface is
+/// to be one that was measured.
+std::optional<Traffic> NextSample(const History& history, const Step& step);
 
 }  // namespace monitoring::traffic

@@ -1,14 +1,11 @@
 #pragma once
 
-#include <cstdint>
 #include <ctime>
 #include <map>
 #include <string>
 #include <vector>
 
-#include "monitor/engine/json_tree.h"
 #include "monitor/engine/monitor.h"
-#include "monitor/traffic/attributes.h"
 #include "monitor/traffic/traffic_collect.h"
 #include "monitor/traffic/traffic_fold.h"
 #include "monitor/traffic/traffic_records.h"
@@ -22,11 +19,7 @@
 class TrafficMonitor final : public Monitor {
  public:
   /// What the name of one interface is made of.
-  struct AttributeInfo {
-    std::string interface_name;  ///< The device's own name; after `GenerateNewInterfaceName` the display name.
-    std::string ssid;            ///< Empty for an interface without a wireless network.
-    int radio = -1;              ///< 0 for the 2.4 GHz band, 1 for the 5 GHz band, others are unknown.
-  };
+  using AttributeInfo = monitoring::traffic::AttributeInfo;
 
   TrafficMonitor() = default;
   ~TrafficMonitor() override;
@@ -92,46 +85,36 @@ class TrafficMonitor final : public Monitor {
   using DeviceAttributes = monitoring::traffic::DeviceAttributes;
   using DeviceTimes = std::map<std::string, time_t>;  // by device MAC
 
-  /// One interface between its last reading and this one.
-  struct Step {
-    std::string mac;
-    std::string interface;
-    monitoring::traffic::Counters last;  ///< What the new counters count from: 0 for one that restarted.
-    monitoring::traffic::Counters now;
-    time_t last_sample_time = 0;  ///< Of the readings, by the device's clock.
-    time_t sample_time = 0;
-    time_t last_polling_time = 0;  ///< Pass times of the readings.
-    time_t polling_time = 0;
-  };
-
+  /// Makes a reading the latest one of a device. `sampled_at` is the device's clock.
   void StoreReading(const std::string& mac, InterfaceAttributes attributes,
                     const monitoring::traffic::InterfaceIndexes& indexes, time_t sampled_at)
       VEXORA_EXCLUDES(collection_lock_);
 
-  /// Gives every known interface that has no counters in this pass a zero sample.
+  /// Gives every interface of the "1m" view that the latest readings lack a zero sample.
   void PadMissingInterfaces() VEXORA_REQUIRES(collection_lock_) VEXORA_EXCLUDES(views_lock_);
+  /// Whether the latest reading of a device has counters of this interface.
   bool HasLatestAttributes(const std::string& mac, const std::string& interface) const
       VEXORA_REQUIRES(collection_lock_);
 
+  /// Appends a sample for every interface of a device's latest reading, and makes it the last one.
   void CalculateDeviceSpeed(const std::string& mac, const InterfaceAttributes& latest) VEXORA_REQUIRES(collection_lock_)
       VEXORA_EXCLUDES(views_lock_);
+  /// Appends the sample of an interface that the last reading has, too.
   void CalculateInterfaceSpeed(const std::string& mac, const std::string& interface, const Attributes& latest,
                                const Attributes& last) VEXORA_REQUIRES(collection_lock_) VEXORA_EXCLUDES(views_lock_);
-  /// The interface's first sample, of speed 0.
-  void AppendFirstSight(const std::string& mac, const std::string& interface) VEXORA_EXCLUDES(views_lock_);
-  void AppendSpeed(const Step& step, monitoring::Traffic sample) VEXORA_EXCLUDES(views_lock_);
-  static void AppendMeasured(const Step& step, const monitoring::Traffic& sample,
-                             monitoring::traffic::History& history);
+  /// Appends an interface's first sample, of speed 0.
+  void AppendFirstSample(const std::string& mac, const std::string& interface) VEXORA_EXCLUDES(views_lock_);
+  /// Appends the sample of a step, if there is one, to the "1m" history.
+  void AppendSpeed(const std::string& mac, const std::string& interface, const monitoring::traffic::Step& step)
+      VEXORA_EXCLUDES(views_lock_);
   /// Makes this pass's reading of a device the last one.
-  void KeepAsLast(const std::string& mac, const InterfaceAttributes& latest) VEXORA_REQUIRES(collection_lock_);
+  void StoreAsLast(const std::string& mac, const InterfaceAttributes& latest) VEXORA_REQUIRES(collection_lock_);
 
+  /// Drops samples that lie in the future from every history of a view.
   void RemoveBadTimeSampleForDifferentView(const std::string& view) VEXORA_REQUIRES(views_lock_);
 
   /// The ifIndexes of one device, or of all for an empty `mac`.
   monitoring::traffic::DeviceIndexes IndexesOf(const std::string& mac) const VEXORA_EXCLUDES(collection_lock_);
-  monitoring::JsonTree TrafficData(const monitoring::traffic::DeviceHistories& devices, const std::string& mac,
-                                   const monitoring::traffic::DeviceIndexes& indexes) const
-      VEXORA_REQUIRES_SHARED(views_lock_);
 
   // Order: collection_lock_ before views_lock_, never the reverse.
   mutable utilities::lock::Mutex collection_lock_;

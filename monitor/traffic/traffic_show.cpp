@@ -6,7 +6,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <limits>
+#include <utility>
 
+#include "monitor/engine/credential_members.h"
 #include "monitor/engine/json_keys.h"
 #include "monitor/engine/time_keys.h"
 #include "platform/logging.h"
@@ -24,8 +26,10 @@ void AppendMember(std::string& text, const char* before, const char* key, std::i
   text.append(before).append("\"").append(key).append("\": ").append(digits.data(), end);
 }
 
-/// The array of samples as JSON. A message may hold millions of them, and as a tree a sample is a dozen times larger
-/// and takes several times as long to make and to write.
+/// The array of samples as JSON text, in the form that json-c gives a tree.
+///
+/// A message may hold millions of samples, and a sample is a dozen times larger as a tree than as text, and takes
+/// several times as long to make and to write.
 std::string SamplesText(const History& history) {
   constexpr std::size_t kUsualSample = 64;
   std::string text;
@@ -56,23 +60,31 @@ void LogSamples(const std::string& mac, const std::string& interface, const Hist
   }
 }
 
-int IndexOf(const std::string& interface, const InterfaceIndexes* indexes) {
-  if (indexes == nullptr) return 0;
-  const auto found = indexes->find(interface);
-  return found == indexes->end() ? 0 : found->second;
-}
-
-}  // namespace
-
+/// `indexes` are those of the device; null when none are known.
 JsonTree DeviceObject(const std::string& mac, const InterfaceHistories& histories, const InterfaceIndexes* indexes) {
   JsonTree object = NewObject();
   for (const auto& [interface, history] : histories) {
     if (interface.empty()) continue;
     LogSamples(mac, interface, history);
     if (std::all_of(history.begin(), history.end(), IsSilent)) continue;
-    Add(object, interface, InterfaceObject(history, IndexOf(interface, indexes)));
+    const bool has_index = indexes != nullptr && indexes->contains(interface);
+    Add(object, interface, InterfaceObject(history, has_index ? indexes->at(interface) : 0));
   }
   return object;
+}
+
+}  // namespace
+
+JsonTree TrafficData(const DeviceHistories& devices, const std::string& mac, const DeviceIndexes& indexes) {
+  JsonTree data = NewObject();
+  for (const auto& [id, interfaces] : devices) {
+    if (!mac.empty() && id != mac) continue;
+    const auto known = indexes.find(id);
+    JsonTree device = DeviceObject(id, interfaces, known == indexes.end() ? nullptr : &known->second);
+    if (!mac.empty()) AddCredentialMembers(device, id, "TrafficMonitor");
+    if (HasMembers(device)) Add(data, id, std::move(device));
+  }
+  return data;
 }
 
 }  // namespace monitoring::traffic

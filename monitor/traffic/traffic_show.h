@@ -7,10 +7,12 @@
 
 namespace monitoring::traffic {
 
-/// One device of a traffic message: interface display name -> `{"ifIndex", "traffic"}`.
+/// The devices of a traffic message, all or only `mac`: device MAC -> (interface display name -> `{"ifIndex",
+/// "traffic"}`). A device without members is left out.
 ///
-/// An interface without a name, without samples or with nothing but zero samples is left out; `indexes` may be null,
-/// and an interface that it lacks has ifIndex 0. Every sample is logged at debug level.
-JsonTree DeviceObject(const std::string& mac, const InterfaceHistories& histories, const InterfaceIndexes* indexes);
+/// An interface without a name, without samples or with nothing but zero samples is left out; one that `indexes` lacks
+/// has ifIndex 0. A `mac` adds the members of its credential result, for which the host is asked. Every sample is
+/// logged at debug level.
+JsonTree TrafficData(const DeviceHistories& devices, const std::string& mac, const DeviceIndexes& indexes);
 
 }  // namespace monitoring::traffic
