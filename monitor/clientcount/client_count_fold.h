@@ -38,7 +38,7 @@ CountById CountBySsid(const CurrentCounts& counts, const std::string& mac);
 /// Adds a series to totals, minute by minute, which keep their `kMaxSamples` latest minutes.
 void AddTo(Totals& totals, const Series& series);
 
-/// Whether a series tells of clients: fewer than `kMaxSamples` of its samples are 0.
+/// Whether fewer than `kMaxSamples` samples of a series are 0; a series of nothing but zeroes is not shown.
 bool HasFewZeroes(const Series& series);
 
 }  // namespace monitoring::clientcount

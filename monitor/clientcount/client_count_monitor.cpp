@@ -1,27 +1,55 @@
 #include "monitor/clientcount/client_count_monitor.h"
 
 #include <array>
+#include <utility>
 
 #include "monitor/clientcount/client_count_collect.h"
+#include "monitor/clientcount/client_count_fold.h"
+#include "monitor/clientcount/client_count_show.h"
 #include "monitor/engine/boundary.h"
 #include "monitor/engine/constants.h"
+#include "monitor/engine/credential_members.h"
 #include "monitor/engine/devices.h"
+#include "monitor/engine/json_keys.h"
 #include "monitor/engine/push.h"
 #include "monitor/engine/time_keys.h"
+#include "monitor/engine/view_chain.h"
 #include "platform/device_centre.h"
 #include "platform/logging.h"
+#include "platform/sending.h"
 
+namespace clientcount = monitoring::clientcount;
+namespace json_key = monitoring::json_key;
+using monitoring::JsonTree;
+using utilities::lock::lock_guard_read;
 using utilities::lock::lock_guard_write;
 
 namespace {
 
 constexpr std::array<const char*, 2> kTopics{monitoring::kSsidClientCountMonitor,
                                              monitoring::kDevicesClientCountMonitor};
+constexpr const char* kAllIds = "";
+constexpr const char* kDeviceClientMsgSignature =
+    "void ClientCountMonitor::GenerateDeviceClientMsg(json_object*, const Filter*, timeval&)";
 
 /// Drops entries that hold nothing.
 template <typename Nested>
 void DropEmpty(Nested& outer) {
   std::erase_if(outer, [](const auto& entry) { return entry.second.empty(); });
+}
+
+/// The entry of `id`, or all for an empty text.
+template <typename ById>
+ById OnlyOf(const ById& all, const std::string& id) {
+  if (id.empty()) return all;
+  const auto found = all.find(id);
+  return found == all.end() ? ById{} : ById{*found};
+}
+
+/// The series of `id` in one view, or all series for an empty text. Empty for an unknown view.
+clientcount::SeriesById SeriesOf(const clientcount::Views& views, const std::string& view, const std::string& id) {
+  const auto found = views.find(view);
+  return found == views.end() ? clientcount::SeriesById{} : OnlyOf(found->second, id);
 }
 
 }  // namespace
@@ -39,10 +67,13 @@ void ClientCountMonitor::CollectData() {
   for (const std::string& mac : macs) {
     if (monitoring::WirelessDevice(mac) != nullptr) ResetCounts(mac);
   }
-  PruneCurrentSsids();
+  {
+    const lock_guard_write held(counts_lock);  // a clean-up on another thread may be at the same map
+    DropEmpty(ssid_current_clients);
+  }
   for (const std::string& mac : macs) {
     const auto device = monitoring::WirelessDevice(mac);
-    if (device != nullptr) ConvertDriverStruct(mac, monitoring::clientcount::ReadClients(*device));
+    if (device != nullptr) ConvertDriverStruct(mac, clientcount::ReadClients(*device));
   }
 }
 
@@ -50,18 +81,12 @@ void ClientCountMonitor::ResetCounts(const std::string& mac) {
   const lock_guard_write held(counts_lock);
   const auto device = device_current_clients.find(mac);
   if (device == device_current_clients.end()) return;
-  // both maps hold the same pairs, so only these SSIDs can have counts of the device
+  // Both maps hold the same pairs, so only these SSIDs can have counts of the device.
   for (const auto& [ssid, count] : device->second) ssid_current_clients[ssid].erase(mac);
   device_current_clients.erase(device);
 }
 
-void ClientCountMonitor::PruneCurrentSsids() {
-  const lock_guard_write held(counts_lock);
-  DropEmpty(ssid_current_clients);
-}
-
-void ClientCountMonitor::ConvertDriverStruct(const std::string& mac,
-                                             const monitoring::clientcount::InterfaceClients& interfaces) {
+void ClientCountMonitor::ConvertDriverStruct(const std::string& mac, const clientcount::InterfaceClients& interfaces) {
   for (const auto& [interface, ssids] : interfaces) {
     pel_log_debug(log_module::kMonitor, "[ClientCountMonitor::ConvertDriverStruct] Interface name:%s",
                   interface.c_str());
@@ -82,6 +107,105 @@ void ClientCountMonitor::AddClient(const std::string& mac, const std::string& ss
   ssid_mac_map[ssid].try_emplace(mac);
 }
 
+void ClientCountMonitor::DataMerge() {
+  CalculateClientCount();
+  MergeDataForInterval();
+}
+
+void ClientCountMonitor::CalculateClientCount() {
+  PaddedZeroCount();  // overwritten by the counts of whoever has clients
+  MergeCurrentCount();
+}
+
+void ClientCountMonitor::PaddedZeroCount() {
+  const lock_guard_write held(counts_lock);
+  PaddedZeroCountForDifferentView(device_client_counts[monitoring::kView1m]);
+  PaddedZeroCountForDifferentView(ssid_client_counts[monitoring::kView1m]);
+}
+
+void ClientCountMonitor::PaddedZeroCountForDifferentView(SeriesById& series_by_id) const {
+  for (auto& [id, series] : series_by_id) clientcount::SetSample(series, CurrentMinute(), 0);
+}
+
+void ClientCountMonitor::MergeCurrentCount() {
+  const lock_guard_write held(counts_lock);
+  MergeView(device_current_clients, device_client_counts);
+  MergeView(ssid_current_clients, ssid_client_counts);
+  pel_log_debug(log_module::kMonitor, "[ClientCountMonitor::MergeCurrentCount] debug");
+}
+
+void ClientCountMonitor::MergeView(const CurrentCounts& current, Views& view) const {
+  SeriesById& minutes = view[monitoring::kView1m];
+  // No cap here: a series that is not new got a sample of this minute, and lost its oldest, when it was padded.
+  for (const auto& [id, counts] : current) minutes[id][CurrentMinute()] = clientcount::Sum(counts);
+}
+
+void ClientCountMonitor::MergeDataForInterval() {
+  const lock_guard_write held(counts_lock);
+  for (const monitoring::ViewStep& step : monitoring::kViewChain) {
+    MergeDifferentInterval(step.source, step.target, step.count, step.minutes);
+  }
+}
+
+void ClientCountMonitor::MergeDifferentInterval(const std::string& source, const std::string& target, int count,
+                                                int minutes) {
+  // This order is that of the log lines.
+  MergeCountDifferentInterval(ssid_client_counts, source, target, count, minutes);
+  MergeCountDifferentInterval(device_client_counts, source, target, count, minutes);
+}
+
+void ClientCountMonitor::MergeCountDifferentInterval(Views& view, const std::string& source, const std::string& target,
+                                                     int count, int minutes) const {
+  SeriesById& from = view[source];
+  SeriesById& to = view[target];
+  for (auto& [id, series] : from) RemoveBadTimeSample(CurrentMinute(), series);
+  CalculateAverage(from, count, to, minutes);
+}
+
+void ClientCountMonitor::RemoveBadTimeSample(int now_minute, Series& series) {
+  for (auto dropped = clientcount::DropFutureSamples(series, now_minute); dropped != 0; --dropped) {
+    pel_log_debug(log_module::kMonitor, "[ClientCountMonitor::RemoveBadTimeSample] Remove junk sample");
+  }
+}
+
+void ClientCountMonitor::CalculateAverage(const SeriesById& source, int rank, SeriesById& target,
+                                          int merge_minutes) const {
+  if (!IsMergeDue(source, target, rank, merge_minutes)) {
+    pel_log_debug(log_module::kMonitor, "[ClientCountMonitor::CalculateAverage] Don't need to merge");
+    return;
+  }
+  for (const auto& [id, series] : source) MergeSeries(id, series, rank, target[id]);
+}
+
+bool ClientCountMonitor::IsMergeDue(const SeriesById& source, const SeriesById& target, int rank, int merge_minutes) {
+  static const Series none;
+  for (const auto& [id, series] : source) {
+    const auto found = target.find(id);
+    const Series& longer = found == target.end() ? none : found->second;
+    if (!series.empty()) {
+      pel_log_debug(log_module::kMonitor,
+                    "[ClientCountMonitor::CalculateAverage] rank: %d, merge_minutes: %d, "
+                    "last_collection_time_first: %d, last_collection_time_next %d",
+                    rank, merge_minutes, clientcount::NewestMinute(series), clientcount::NewestMinute(longer));
+    }
+    if (clientcount::IsDue(series, longer, rank, merge_minutes)) return true;
+  }
+  return false;
+}
+
+void ClientCountMonitor::MergeSeries(const std::string& id, const Series& source, int rank, Series& target) const {
+  const auto newest = clientcount::NewestSamples(source, rank);
+  int number = 0;
+  for (const auto& [minute, count] : newest) {
+    pel_log_debug(log_module::kMonitor, "[ClientCountMonitor::CalculateAverage] i: %d, time: %d, count: %d", number++,
+                  minute, count);
+  }
+  const int peak = clientcount::Peak(newest);
+  pel_log_debug(log_module::kMonitor, "[ClientCountMonitor::CalculateAverage] id: %s, max count: %d, time %d",
+                id.c_str(), peak, CurrentMinute());
+  clientcount::SetSample(target, CurrentMinute(), peak);
+}
+
 void ClientCountMonitor::monitor(const std::string& /*argument*/) {
   PushData();
 }
@@ -99,6 +223,76 @@ void ClientCountMonitor::PushDataBySID(const subscribes::SubscriptionList& /*sub
   });
 }
 
+std::string ClientCountMonitor::GenerateJsonMsg(const std::string& type, const Filter& filter,
+                                                const std::vector<std::string>& sids) {
+  pel_log_debug(log_module::kMonitor, "[ClientCountMonitor::GenerateJsonMsg] start");
+  const JsonTree message = monitoring::NewObject();
+  JsonTree body = monitoring::NewObject();
+  if (type == monitoring::kSsidClientCountMonitor) {
+    GenerateSSIDClientMsg(body, filter);
+  } else if (type == monitoring::kDevicesClientCountMonitor) {
+    GenerateDeviceClientMsg(body, filter);
+  }
+  monitoring::Add(body, json_key::kSid, monitoring::NewSidArray(sids));
+  monitoring::Add(message, IntervalOf(filter, monitoring::kClientCountDefaultView), std::move(body));
+  return kro_utilities::jsonobject::compose_communication_struct(type.c_str(), message.get());
+}
+
+void ClientCountMonitor::CalculateTotalNumbersForSSID(const Series& series, Series& totals) {
+  clientcount::AddTo(totals, series);
+}
+
+int ClientCountMonitor::CalculateTotalNumbersForDevices(const Series& series, const JsonTree& object, Series& totals) {
+  clientcount::AddSamples(object, series);
+  clientcount::AddTo(totals, series);
+  return clientcount::HasFewZeroes(series) ? 0 : -1;
+}
+
+void ClientCountMonitor::GenerateSSIDClientMsg(const JsonTree& body, const Filter& filter) const {
+  SeriesById view;
+  clientcount::CountById current;
+  {  // copies, so that a pass does not wait until the message is built
+    const lock_guard_read held(counts_lock);
+    view = SeriesOf(ssid_client_counts, IntervalOf(filter, monitoring::kClientCountDefaultView), kAllIds);
+    current = clientcount::CountBySsid(ssid_current_clients, filter.mac);
+  }
+  clientcount::Totals totals;
+  JsonTree ssids = monitoring::NewObject();
+  for (const auto& [ssid, series] : view) {
+    CalculateTotalNumbersForSSID(series, totals);  // also of an SSID that is left out
+    if (!clientcount::HasFewZeroes(series)) continue;
+    monitoring::Add(ssids, ssid, clientcount::SamplesObject(series));
+  }
+  monitoring::Add(ssids, json_key::kSsidClientCountAll, clientcount::SamplesObject(totals));
+  monitoring::Add(body, json_key::kSsidsClientsCounts, std::move(ssids));
+  monitoring::Add(body, json_key::kCurrentSsidClientsCounts, clientcount::CurrentSsidsObject(current));
+}
+
+void ClientCountMonitor::GenerateDeviceClientMsg(const JsonTree& body, const Filter& filter) const {
+  SeriesById view;
+  CurrentCounts current;
+  {
+    const lock_guard_read held(counts_lock);
+    view = SeriesOf(device_client_counts, IntervalOf(filter, monitoring::kClientCountDefaultView), filter.mac);
+    current = OnlyOf(device_current_clients, filter.mac);
+  }
+  clientcount::Totals totals;
+  JsonTree devices = monitoring::NewObject();
+  for (const auto& [mac, series] : view) {
+    JsonTree object = monitoring::NewObject();
+    if (CalculateTotalNumbersForDevices(series, object, totals) == 0) monitoring::Add(devices, mac, std::move(object));
+  }
+  monitoring::Add(body, json_key::kCurrentDevicesCounts, clientcount::CurrentDevicesObject(current));
+  // Nothing was ever counted on the device asked for: its credential state may tell why.
+  if (totals.empty() && !filter.mac.empty() && current.empty()) {
+    pel_log_debug(log_module::kMonitor, "[%s] device: %s clients all is empty", kDeviceClientMsgSignature,
+                  filter.mac.c_str());
+    monitoring::AddCredentialMembers(body, filter.mac, "ClientCountMonitor");
+  }
+  monitoring::Add(devices, json_key::kDeviceClientCountAll, clientcount::SamplesObject(totals));
+  monitoring::Add(body, json_key::kDevicesClientCounts, std::move(devices));
+}
+
 void ClientCountMonitor::Cleanup(const std::string& mac) {
   if (mac.empty()) {
     pel_log_error(log_module::kMonitor, "[ClientCountMonitor::Cleanup] mac is empty");
@@ -106,23 +300,22 @@ void ClientCountMonitor::Cleanup(const std::string& mac) {
   }
   pel_log_debug(log_module::kMonitor, "[ClientCountMonitor::Cleanup] mac : %s", mac.c_str());
   const lock_guard_write held(counts_lock);
-  ForgetCurrentCounts(mac);
-  const auto minutes = device_client_counts.find(monitoring::kView1m);
-  if (minutes != device_client_counts.end()) minutes->second.erase(mac);
-  ForgetMinutesOfSsidsWithout(mac);
-  ForgetPairs(mac);
-}
-
-void ClientCountMonitor::ForgetCurrentCounts(const std::string& mac) {
   device_current_clients.erase(mac);
   for (auto& [ssid, devices] : ssid_current_clients) devices.erase(mac);
   DropEmpty(ssid_current_clients);
+  // The longer views keep their series: what was counted in the last month stays true.
+  const auto minutes = device_client_counts.find(monitoring::kView1m);
+  if (minutes != device_client_counts.end()) minutes->second.erase(mac);
+  CleanupSsids(mac);
+  DropEmpty(ssid_mac_map);
+  mac_ssid_map.erase(mac);
 }
 
-void ClientCountMonitor::ForgetMinutesOfSsidsWithout(const std::string& mac) {
+void ClientCountMonitor::CleanupSsids(const std::string& mac) {
   const auto minutes = ssid_client_counts.find(monitoring::kView1m);
+  // Over all devices, not only the SSIDs of this one: each pair is a line in the log.
   for (const auto& [device, ssids] : mac_ssid_map) {
-    for (const auto& [ssid, empty] : ssids) {
+    for (const auto& [ssid, unused] : ssids) {
       auto& carriers = ssid_mac_map[ssid];
       carriers.erase(mac);
       pel_log_debug(log_module::kMonitor, "[ClientCountMonitor::Cleanup] ssid_mac_map size: %d",
@@ -133,9 +326,4 @@ void ClientCountMonitor::ForgetMinutesOfSsidsWithout(const std::string& mac) {
       if (minutes != ssid_client_counts.end()) minutes->second.erase(ssid);
     }
   }
-}
-
-void ClientCountMonitor::ForgetPairs(const std::string& mac) {
-  DropEmpty(ssid_mac_map);
-  mac_ssid_map.erase(mac);
 }

@@ -64,16 +64,19 @@ class ClientCountMonitor final : public Monitor {
 
   /// Drops the present counts of a device.
   void ResetCounts(const std::string& mac) VEXORA_EXCLUDES(counts_lock);
-  /// Drops SSIDs that no device has clients on.
-  void PruneCurrentSsids() VEXORA_EXCLUDES(counts_lock);
   /// Counts one client.
   void AddClient(const std::string& mac, const std::string& ssid) VEXORA_REQUIRES(counts_lock);
 
+  /// Gives every series of both "1m" views a sample of 0.
   void PaddedZeroCount() VEXORA_EXCLUDES(counts_lock);
+  /// The same for one view; drops the oldest sample of a series that is then too long.
   void PaddedZeroCountForDifferentView(SeriesById& series_by_id) const VEXORA_REQUIRES(counts_lock);
+  /// Writes the present counts into both "1m" views.
   void MergeCurrentCount() VEXORA_EXCLUDES(counts_lock);
+  /// The same for one of them.
   void MergeView(const CurrentCounts& current, Views& view) const VEXORA_REQUIRES(counts_lock);
 
+  /// `MergeDifferentInterval` for the views by SSID or for those by device.
   void MergeCountDifferentInterval(Views& view, const std::string& source, const std::string& target, int count,
                                    int minutes) const VEXORA_REQUIRES(counts_lock);
   /// Drops samples that lie in the future, each logged at debug level.
@@ -81,28 +84,29 @@ class ClientCountMonitor final : public Monitor {
   /// Gives every series of `target` a sample, when one is due for any of them: the peak, not the mean, of the newest
   /// `rank` samples of the series in `source`.
   void CalculateAverage(const SeriesById& source, int rank, SeriesById& target, int merge_minutes) const;
+  /// Whether a sample is due for any series, each logged at debug level up to the first for which one is.
   static bool IsMergeDue(const SeriesById& source, const SeriesById& target, int rank, int merge_minutes);
+  /// Gives one series of the longer view its sample.
   void MergeSeries(const std::string& id, const Series& source, int rank, Series& target) const;
 
   /// Adds the series of one SSID to `totals`.
   static void CalculateTotalNumbersForSSID(const Series& series, Series& totals);
   /// Adds the series of one device to `totals`, and its samples to `object`.
   ///
-  /// Returns: 0, or -1 for a series that tells of no clients and is not to be shown.
+  /// Returns: 0, or -1 for a series with so many zeroes that it is not to be shown.
   static int CalculateTotalNumbersForDevices(const Series& series, const monitoring::JsonTree& object, Series& totals);
 
+  /// Fills the body of a message by SSID.
   void GenerateSSIDClientMsg(const monitoring::JsonTree& body, const Filter& filter) const VEXORA_EXCLUDES(counts_lock);
+  /// Fills the body of a message by device. Asks the host for the credential state of a device without counts.
   void GenerateDeviceClientMsg(const monitoring::JsonTree& body, const Filter& filter) const
       VEXORA_EXCLUDES(counts_lock);
-  /// A copy of the series of `id` in one view, or of all series for an empty text. Empty for an unknown view.
-  static SeriesById Copy(const Views& views, const std::string& view, const std::string& id);
 
-  void ForgetCurrentCounts(const std::string& mac) VEXORA_REQUIRES(counts_lock);
-  void ForgetMinutesOfSsidsWithout(const std::string& mac) VEXORA_REQUIRES(counts_lock);
-  void ForgetPairs(const std::string& mac) VEXORA_REQUIRES(counts_lock);
+  /// Takes a device from every SSID, and drops the minutes of SSIDs that no device carries then.
+  void CleanupSsids(const std::string& mac) VEXORA_REQUIRES(counts_lock);
 
-  Views ssid_client_counts VEXORA_GUARDED_BY(counts_lock);
-  Views device_client_counts VEXORA_GUARDED_BY(counts_lock);
+  Views ssid_client_counts VEXORA_GUARDED_BY(counts_lock);              // view -> SSID -> series
+  Views device_client_counts VEXORA_GUARDED_BY(counts_lock);            // view -> device MAC -> series
   CurrentCounts device_current_clients VEXORA_GUARDED_BY(counts_lock);  // device first
   CurrentCounts ssid_current_clients VEXORA_GUARDED_BY(counts_lock);    // the same, SSID first
   Pairs mac_ssid_map VEXORA_GUARDED_BY(counts_lock);                    // device first

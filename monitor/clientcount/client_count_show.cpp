@@ -24,6 +24,12 @@ void AddSamples(const JsonTree& object, const Series& series) {
   for (const auto& [minute, count] : series) Add(object, std::to_string(minute), NewInteger(count));
 }
 
+JsonTree SamplesObject(const Series& series) {
+  JsonTree object = NewObject();
+  AddSamples(object, series);
+  return object;
+}
+
 JsonTree CurrentSsidsObject(const CountById& counts) {
   JsonTree ssids = NewObject();
   for (const auto& [ssid, count] : counts) {
