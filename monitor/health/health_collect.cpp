@@ -13,17 +13,19 @@ namespace {
 
 namespace records = vexora_probe::models::controller;
 
-std::int32_t CountUntrusted(const std::string& mac, const std::list<records::NeighboringAP>& neighbours) {
-  std::int32_t untrusted = 0;
+/// The neighbouring access points that the administrator does not trust.
+std::int32_t CountRogues(const std::string& mac, const std::list<records::NeighboringAP>& neighbours) {
+  std::int32_t rogues = 0;
   for (const records::NeighboringAP& neighbour : neighbours) {
     const bool is_trusted = neighbour.trusted != 0;
     pel_log_debug(log_module::kMonitor, "[HealthMonitor::SystemStateDe] Mac: %s, rogue mac: %s, trusted: %s",
                   mac.c_str(), neighbour.mac.c_str(), is_trusted ? "trusted" : "untrusted");
-    if (!is_trusted) ++untrusted;
+    if (!is_trusted) ++rogues;
   }
-  return untrusted;
+  return rogues;
 }
 
+/// The clients on all SSID interfaces. `SSIDIfState::client_count`, the number that the device tells, may differ.
 std::int32_t CountClients(const Device& device) {
   std::map<std::string, records::SSIDIfState> interfaces;
   device.get_ssid_interfaces_state(interfaces);
@@ -40,7 +42,7 @@ void ReadDevice(const std::string& mac, const Device& device, HealthStatus& stat
   status.ip = info.ip;
   status.deviceclass = DeviceManager::GetDeviceTypeStr(info.type);
   if (IsWireless(device)) {
-    status.rogue_aps = CountUntrusted(mac, device.neighboring_ap_tbl());
+    status.rogue_aps = CountRogues(mac, device.neighboring_ap_tbl());
     status.clients = CountClients(device);
   }
   status.cpu = static_cast<double>(device.hw_resources().cpu);

@@ -7,9 +7,8 @@
 
 namespace monitoring::health {
 
-/// Reads what a device tells of its health into `status`; its wireless figures only when it has a wireless side.
-///
-/// Asks the event centre for the open notifications. Logs each neighbouring access point at debug level.
+/// Reads a device's health into `status`: its wireless figures only when it has a wireless side, and its open
+/// notifications, for which the event centre is asked. Each neighbouring access point is logged at debug level.
 void ReadDevice(const std::string& mac, const Device& device, HealthStatus& status);
 
 }  // namespace monitoring::health

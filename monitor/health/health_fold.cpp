@@ -7,30 +7,30 @@ constexpr std::int32_t kUnknown = 1;
 constexpr std::int32_t kGood = 2;
 constexpr std::int32_t kFair = 3;
 constexpr std::int32_t kBad = 4;
-constexpr std::int32_t kHostsBest = 1;  // the host's own scale begins with what is best
+constexpr std::int32_t kHostBest = 1;  // where our scale has "unknown", the host's has its best level
 
-constexpr double kBusyCpu = 80.0;  // percent
-constexpr double kIdleCpu = 20.0;
-constexpr std::int32_t kJustStarted = 300;  // seconds
-constexpr std::int32_t kSettled = 1800;
-constexpr std::int32_t kManyClients = 48;
+constexpr double kBadCpuPercent = 80.0;
+constexpr double kGoodCpuPercent = 20.0;
+constexpr std::int32_t kBadUptimeSeconds = 300;
+constexpr std::int32_t kGoodUptimeSeconds = 1800;
+constexpr std::int32_t kMaxGoodClients = 48;
 
 }  // namespace
 
 std::int32_t CpuLevel(double cpu) {
-  if (cpu >= kBusyCpu) return kBad;
-  if (cpu > kIdleCpu) return kFair;
+  if (cpu >= kBadCpuPercent) return kBad;
+  if (cpu > kGoodCpuPercent) return kFair;
   return cpu >= 0.0 ? kGood : kUnknown;
 }
 
 std::int32_t UptimeLevel(std::int32_t uptime, std::int32_t fallback) {
   if (uptime < 0) return kUnknown;
-  if (uptime <= kJustStarted) return kBad;
-  return uptime < kSettled ? kFair : fallback;
+  if (uptime <= kBadUptimeSeconds) return kBad;
+  return uptime < kGoodUptimeSeconds ? kFair : fallback;
 }
 
 std::int32_t ClientsLevel(std::int32_t clients, std::int32_t fallback) {
-  return clients > kManyClients ? kBad : fallback;
+  return clients > kMaxGoodClients ? kBad : fallback;
 }
 
 std::int32_t RogueApsLevel(std::int32_t rogue_aps, std::int32_t fallback) {
@@ -38,7 +38,7 @@ std::int32_t RogueApsLevel(std::int32_t rogue_aps, std::int32_t fallback) {
 }
 
 std::int32_t ShownLevel(std::int32_t level) {
-  return level == kHostsBest ? kGood : level;
+  return level == kHostBest ? kGood : level;
 }
 
 HealthStatus Graded(HealthStatus status) {

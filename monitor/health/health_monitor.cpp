@@ -36,8 +36,9 @@ std::map<lws*, std::shared_ptr<Filter>> FilterOfEachConnection(const subscribes:
   return filters;
 }
 
-/// One device of a message.
-JsonTree ShownDevice(const std::string& mac, const HealthStatus& status) {
+/// One device of a message. Asks the host for what is not in the snapshot: whether the device is wireless, and its
+/// level.
+JsonTree DeviceEntry(const std::string& mac, const HealthStatus& status) {
   const HealthStatus graded = health::Graded(status);
   JsonTree shown = health::DeviceObject(mac, graded);
   const auto device = monitoring::DeviceWithDriver(mac);
@@ -93,7 +94,8 @@ std::string HealthMonitor::GenerateJsonMsg(const std::string& name, const std::s
   const lock_guard_read held(health_lock);
   for (const auto& [id, status] : health_status_map) {
     if (!mac.empty() && id != mac) continue;
-    JsonTree device = ShownDevice(id, status);
+    JsonTree device = DeviceEntry(id, status);
+    // Compared exactly: the sentinel is never the result of arithmetic.
     const bool was_never_read = status.cpu == monitoring::kUnknownCpu;
     if (!mac.empty() && was_never_read) monitoring::AddCredentialMembers(device, id, "HealthMonitor");
     monitoring::Append(devices, std::move(device));

@@ -7,6 +7,7 @@
 namespace monitoring::health {
 namespace {
 
+/// A value with its level.
 JsonTree Figure(JsonTree value, std::int32_t level) {
   JsonTree figure = NewObject();
   Add(figure, json_key::kValue, std::move(value));

@@ -12,13 +12,13 @@ namespace monitoring::health {
 /// The open notifications as `{"alert", "warning", "info"}`. Null when there is no memory for it.
 JsonTree GenerateLevelJson(const vexora_probe::evcenter::Summary& summary);
 
-/// What every device shows: who it is, CPU, uptime, class and notifications. `status` is graded.
+/// One device of a message: MAC, host name, CPU, uptime, class and notifications. `status` is graded.
 JsonTree DeviceObject(const std::string& mac, const HealthStatus& status);
 
-/// Adds what a wireless device shows in addition: clients and untrusted neighbours.
+/// Adds what a wireless device has in addition: clients and rogue access points. `status` is graded.
 void AddWireless(const JsonTree& device, const HealthStatus& status);
 
-/// Adds the host's judgement of the device, as it is shown.
+/// Adds the host's own level of the device, as `ShownLevel` gives it.
 void AddLevel(const JsonTree& device, std::int32_t level);
 
 }  // namespace monitoring::health

@@ -18,7 +18,7 @@ struct HealthStatus {
   std::int32_t uptime_level = 2;     ///< Level of `uptime`.
   std::int32_t clients = 0;          ///< Wireless clients associated.
   std::int32_t clients_level = 2;    ///< Level of `clients`.
-  std::int32_t rogue_aps = 0;        ///< Neighbouring access points that nobody trusts.
+  std::int32_t rogue_aps = 0;        ///< Neighbouring access points that the administrator does not trust.
   std::int32_t rogue_aps_level = 2;  ///< Level of `rogue_aps`.
   double cpu = kUnknownCpu;          ///< CPU use in percent; -1.0 when it is not known.
   std::int32_t cpu_level = 2;        ///< Level of `cpu`.
