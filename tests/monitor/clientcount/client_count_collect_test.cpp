@@ -17,7 +17,7 @@ using test::LogCapture;
 using ::testing::ElementsAre;
 using ::testing::ElementsAreArray;
 
-class ClientCountCollection : public test::ClientCountMonitorTest {
+class ClientCountCollect : public test::ClientCountMonitorTest {
  protected:
   /// SSID -> clients of a device now.
   std::map<std::string, int> Now(const std::string& mac) {
@@ -31,11 +31,11 @@ class ClientCountCollection : public test::ClientCountMonitorTest {
 
 using Now = std::map<std::string, int>;
 
-TEST_F(ClientCountCollection, IsNamedByItsClass) {
+TEST_F(ClientCountCollect, IsNamedByItsClass) {
   EXPECT_EQ(monitor.GetMonitorName(), "ClientCountMonitor");
 }
 
-TEST_F(ClientCountCollection, CountsAnSsidOnTwoInterfacesOfADeviceAsOne) {
+TEST_F(ClientCountCollect, CountsAnSsidOnTwoInterfacesOfADeviceAsOne) {
   network.AccessPoint(kLobby).Wifi("wlan0", "Office", "radio0", {0, 0}).Clients("wlan0", 3);
   network.AccessPoint(kLobby).Wifi("wlan1", "Office", "radio1", {0, 0}).Clients("wlan1", 2);
   Pass();
@@ -44,7 +44,7 @@ TEST_F(ClientCountCollection, CountsAnSsidOnTwoInterfacesOfADeviceAsOne) {
   EXPECT_EQ(OfSsid("Office"), (Counts{{1, 5}}));
 }
 
-TEST_F(ClientCountCollection, SumsADeviceOverItsSsidsAndAnSsidOverItsDevices) {
+TEST_F(ClientCountCollect, SumsADeviceOverItsSsidsAndAnSsidOverItsDevices) {
   network.AccessPoint(kLobby).Wifi("wlan0", "Office", "radio0", {0, 0}).Clients("wlan0", 2);
   network.AccessPoint(kLobby).Wifi("wlan1", "Guest", "radio1", {0, 0}).Clients("wlan1", 4);
   network.AccessPoint(kAttic).Wifi("wlan0", "Office", "radio0", {0, 0}).Clients("wlan0", 10);
@@ -55,14 +55,14 @@ TEST_F(ClientCountCollection, SumsADeviceOverItsSsidsAndAnSsidOverItsDevices) {
   EXPECT_EQ(OfSsid("Guest"), (Counts{{1, 4}}));
 }
 
-TEST_F(ClientCountCollection, CountsTheListOfClientsNotTheDevicesOwnCount) {
+TEST_F(ClientCountCollect, CountsTheListOfClientsNotTheDevicesOwnCount) {
   Office(kLobby, 2);
   network.AccessPoint(kLobby).CountedBy("wlan0", 9);
   Pass();
   EXPECT_EQ(OfDevice(kLobby), (Counts{{1, 2}}));
 }
 
-TEST_F(ClientCountCollection, GivesAZeroToADeviceThatLostAllClients) {
+TEST_F(ClientCountCollect, GivesAZeroToADeviceThatLostAllClients) {
   Office(kLobby, 2);
   Pass();
   Office(kLobby, 0);
@@ -72,7 +72,7 @@ TEST_F(ClientCountCollection, GivesAZeroToADeviceThatLostAllClients) {
   EXPECT_EQ(Body(kSsids).at("current_ssid_clients_counts"), json::object());  // in this very pass
 }
 
-TEST_F(ClientCountCollection, GivesAZeroInEveryPassToAnSsidThatNobodyCarriesAnyMore) {
+TEST_F(ClientCountCollect, GivesAZeroInEveryPassToAnSsidThatNobodyCarriesAnyMore) {
   Office(kLobby, 2);
   Pass();
   network.AccessPoint(kLobby).WithoutWifi("wlan0").Wifi("wlan0", "Other", "radio0", {0, 0});
@@ -82,7 +82,7 @@ TEST_F(ClientCountCollection, GivesAZeroInEveryPassToAnSsidThatNobodyCarriesAnyM
   EXPECT_EQ(Body(kSsids).at("current_ssid_clients_counts"), json::object());
 }
 
-TEST_F(ClientCountCollection, CountsNobodyOnADeviceWithoutSsidInterfaces) {
+TEST_F(ClientCountCollect, CountsNobodyOnADeviceWithoutSsidInterfaces) {
   Office(kLobby, 2);
   Pass();
   network.AccessPoint(kLobby).WithoutWifi("wlan0");
@@ -94,7 +94,7 @@ TEST_F(ClientCountCollection, CountsNobodyOnADeviceWithoutSsidInterfaces) {
   EXPECT_THAT(log.Texts(Level::kError), ElementsAre());
 }
 
-TEST_F(ClientCountCollection, NeitherResetsNorRecountsADeviceWhoseWirelessQueryIsDenied) {
+TEST_F(ClientCountCollect, NeitherResetsNorRecountsADeviceWhoseWirelessQueryIsDenied) {
   Office(kLobby, 2);
   Pass();
   Office(kLobby, 5).Wireless(false);
@@ -103,7 +103,7 @@ TEST_F(ClientCountCollection, NeitherResetsNorRecountsADeviceWhoseWirelessQueryI
   EXPECT_EQ(OfDevice(kLobby), (Counts{{1, 2}, {2, 2}}));
 }
 
-TEST_F(ClientCountCollection, KeepsTheCountsOfADeviceThatIsOfflineUnknownOrWithoutDriver) {
+TEST_F(ClientCountCollect, KeepsTheCountsOfADeviceThatIsOfflineUnknownOrWithoutDriver) {
   Office(kLobby, 2);
   Pass();
   Office(kLobby, 3).Online(false);
@@ -116,7 +116,7 @@ TEST_F(ClientCountCollection, KeepsTheCountsOfADeviceThatIsOfflineUnknownOrWitho
   EXPECT_EQ(OfSsid("Office"), (Counts{{1, 2}, {2, 2}, {3, 2}, {4, 2}}));
 }
 
-TEST_F(ClientCountCollection, ResetsOnlyTheDevicesThatItRecounts) {
+TEST_F(ClientCountCollect, ResetsOnlyTheDevicesThatItRecounts) {
   Office(kLobby, 2);
   Office(kAttic, 3);
   Pass();
@@ -126,7 +126,7 @@ TEST_F(ClientCountCollection, ResetsOnlyTheDevicesThatItRecounts) {
   EXPECT_EQ(OfSsid("Office"), (Counts{{1, 5}, {2, 3}}));
 }
 
-TEST_F(ClientCountCollection, TakesTheSecondPassOfAMinuteInPlaceOfTheFirst) {
+TEST_F(ClientCountCollect, TakesTheSecondPassOfAMinuteInPlaceOfTheFirst) {
   Office(kLobby, 2);
   Pass();
   Office(kLobby, 7);
@@ -137,7 +137,7 @@ TEST_F(ClientCountCollection, TakesTheSecondPassOfAMinuteInPlaceOfTheFirst) {
   EXPECT_EQ(OfDevice(kLobby), (Counts{{1, 0}}));
 }
 
-TEST_F(ClientCountCollection, KeepsThirtyMinutes) {
+TEST_F(ClientCountCollect, KeepsThirtyMinutes) {
   for (int minute = 1; minute <= 29; ++minute) PassWith({minute});
   EXPECT_EQ(OfDevice(kLobby).size(), 29U);
   PassWith({30});
@@ -149,7 +149,7 @@ TEST_F(ClientCountCollection, KeepsThirtyMinutes) {
   EXPECT_EQ(counts.rbegin()->second, 31);
 }
 
-TEST_F(ClientCountCollection, KnowsAnEmptySsidToo) {
+TEST_F(ClientCountCollect, KnowsAnEmptySsidToo) {
   network.AccessPoint(kLobby).Wifi("wlan0", "", "radio0", {0, 0}).Clients("wlan0", 2);
   Pass();
   EXPECT_EQ(OfSsid(""), (Counts{{1, 2}}));
@@ -157,7 +157,7 @@ TEST_F(ClientCountCollection, KnowsAnEmptySsidToo) {
   EXPECT_EQ(Body(kSsids).at("current_ssid_clients_counts"), json::object());
 }
 
-TEST_F(ClientCountCollection, CreatesNothingForAnSsidWithoutClients) {
+TEST_F(ClientCountCollect, CreatesNothingForAnSsidWithoutClients) {
   Office(kLobby, 0);
   Pass();
   EXPECT_EQ(Body(kSsids).at("ssids_clients_counts"), json::parse(R"({"ssid_client_count_all": {}})"));
@@ -172,7 +172,7 @@ std::vector<std::string> LobbyLines(int clients) {
           begin + "mac: AA:AA:AA:AA:AA:01, ssid name:Office, client count: " + std::to_string(clients)};
 }
 
-TEST_F(ClientCountCollection, LogsEveryInterfaceAndItsSsid) {
+TEST_F(ClientCountCollect, LogsEveryInterfaceAndItsSsid) {
   Office(kLobby, 2);
   const LogCapture log;
   Pass();
@@ -181,21 +181,21 @@ TEST_F(ClientCountCollection, LogsEveryInterfaceAndItsSsid) {
               ElementsAre("[ClientCountMonitor::MergeCurrentCount] debug"));
 }
 
-TEST_F(ClientCountCollection, AddsTheClientsOfAnInterfaceThatCarriesSeveralSsids) {
+TEST_F(ClientCountCollect, AddsTheClientsOfAnInterfaceThatCarriesSeveralSsids) {
   const vexora_probe::models::controller::AssocClientState client;
   monitor.ConvertDriverStruct(
       kLobby, {{"wlan0", {{"Guest", {client}}, {"Office", {client, client}}}}, {"wlan1", {{"Office", {client}}}}});
   EXPECT_EQ(Now(kLobby), (::Now{{"Guest", 1}, {"Office", 3}}));
 }
 
-TEST_F(ClientCountCollection, LogsAnInterfaceWithoutClientsToo) {
+TEST_F(ClientCountCollect, LogsAnInterfaceWithoutClientsToo) {
   Office(kLobby, 0);
   const LogCapture log;
   Pass();
   EXPECT_THAT(log.Texts(Level::kDebug, "ConvertDriverStruct"), ElementsAreArray(LobbyLines(0)));
 }
 
-TEST_F(ClientCountCollection, StampsSamplesWithTheMinuteThatThePassTimeLiesIn) {
+TEST_F(ClientCountCollect, StampsSamplesWithTheMinuteThatThePassTimeLiesIn) {
   Office(kLobby, 2);
   monitor.set_current_time(test::kStart + 5 * 60 + 59);  // whatever the clock says
   monitor.DataUpdate();

@@ -18,7 +18,7 @@ Series Minutes(int first, int last, int count) {
   return series;
 }
 
-TEST(Series, KeepsThirtySamples) {
+TEST(ClientCountFoldSeries, KeepsThirtySamples) {
   Series series = Minutes(1, 28, 1);
   SetSample(series, 29, 1);
   EXPECT_EQ(series, Minutes(1, 29, 1));
@@ -28,20 +28,20 @@ TEST(Series, KeepsThirtySamples) {
   EXPECT_EQ(series, Minutes(2, 31, 1));
 }
 
-TEST(Series, LosesOneSampleAtATime) {
+TEST(ClientCountFoldSeries, LosesOneSampleAtATime) {
   Series series = Minutes(1, 35, 1);
   SetSample(series, 36, 1);
   EXPECT_EQ(series, Minutes(2, 36, 1));
 }
 
-TEST(Series, TakesASampleInPlaceOfThatOfTheSameMinute) {
+TEST(ClientCountFoldSeries, TakesASampleInPlaceOfThatOfTheSameMinute) {
   Series series = Minutes(1, 30, 1);
   SetSample(series, 30, 7);
   EXPECT_EQ(series.size(), 30U);
   EXPECT_EQ(series.at(30), 7);
 }
 
-TEST(Series, DropsSamplesOfTheFuture) {
+TEST(ClientCountFoldSeries, DropsSamplesOfTheFuture) {
   Series series = Minutes(1, 10, 1);
   EXPECT_EQ(DropFutureSamples(series, 10), 0U);
   EXPECT_EQ(DropFutureSamples(series, 7), 3U);
@@ -51,19 +51,19 @@ TEST(Series, DropsSamplesOfTheFuture) {
   EXPECT_EQ(DropFutureSamples(series, 0), 0U);
 }
 
-TEST(Series, GivesItsNewestSamplesNewestFirst) {
+TEST(ClientCountFoldSeries, GivesItsNewestSamplesNewestFirst) {
   const Series series{{1, 10}, {2, 20}, {3, 30}};
   EXPECT_THAT(NewestSamples(series, 2), ElementsAre(Pair(3, 30), Pair(2, 20)));
   EXPECT_THAT(NewestSamples(series, 5), ElementsAre(Pair(3, 30), Pair(2, 20), Pair(1, 10)));
   EXPECT_THAT(NewestSamples({}, 5), IsEmpty());
 }
 
-TEST(Series, HasThePeakOfItsSamples) {
+TEST(ClientCountFoldSeries, HasThePeakOfItsSamples) {
   EXPECT_EQ(Peak({{5, 1}, {4, 7}, {3, 2}, {2, 7}, {1, 3}}), 7);
   EXPECT_EQ(Peak({}), 0);
 }
 
-TEST(Series, IsDueWithEnoughSamplesAndEnoughTimeSinceTheLongerViewsNewest) {
+TEST(ClientCountFoldSeries, IsDueWithEnoughSamplesAndEnoughTimeSinceTheLongerViewsNewest) {
   EXPECT_TRUE(IsDue(Minutes(101, 105, 1), {}, 5, 5));
   EXPECT_FALSE(IsDue(Minutes(101, 104, 1), {}, 5, 5));
   EXPECT_TRUE(IsDue(Minutes(101, 105, 1), {{100, 1}}, 5, 5));
@@ -71,21 +71,21 @@ TEST(Series, IsDueWithEnoughSamplesAndEnoughTimeSinceTheLongerViewsNewest) {
   EXPECT_FALSE(IsDue({}, {}, 5, 5));
 }
 
-TEST(Series, IsNotDueByAnOverflow) {
+TEST(ClientCountFoldSeries, IsNotDueByAnOverflow) {
   constexpr int kFirst = std::numeric_limits<int>::min();
   constexpr int kLast = std::numeric_limits<int>::max();
   EXPECT_FALSE(IsDue({{kFirst, 1}}, {{kLast, 1}}, 1, 5));
   EXPECT_TRUE(IsDue({{kLast, 1}}, {{kFirst, 1}}, 1, 5));
 }
 
-TEST(Totals, AreSumsMinuteByMinute) {
+TEST(ClientCountFoldTotals, AreSumsMinuteByMinute) {
   Totals totals;
   AddTo(totals, {{1, 10}, {2, 20}});
   AddTo(totals, {{2, 5}, {3, 6}});
   EXPECT_EQ(totals, (Totals{{1, 10}, {2, 25}, {3, 6}}));
 }
 
-TEST(Totals, KeepTheThirtyLatestMinutes) {
+TEST(ClientCountFoldTotals, KeepTheThirtyLatestMinutes) {
   Totals totals;
   AddTo(totals, Minutes(1, 30, 1));
   AddTo(totals, {{31, 4}});
@@ -97,7 +97,7 @@ TEST(Totals, KeepTheThirtyLatestMinutes) {
   EXPECT_EQ(totals, expected);
 }
 
-TEST(Totals, AreTrimmedAfterEachMinuteThatIsAdded) {
+TEST(ClientCountFoldTotals, AreTrimmedAfterEachMinuteThatIsAdded) {
   Totals totals = Minutes(1, 30, 1);
   AddTo(totals, {{31, 4}, {32, 5}});
   Totals expected = Minutes(3, 30, 1);
@@ -109,7 +109,7 @@ TEST(Totals, AreTrimmedAfterEachMinuteThatIsAdded) {
   EXPECT_EQ(totals, expected);
 }
 
-TEST(Series, TellsOfNoClientsWithThirtyZeroes) {
+TEST(ClientCountFoldSeries, TellsOfNoClientsWithThirtyZeroes) {
   EXPECT_TRUE(HasFewZeroes({}));
   EXPECT_TRUE(HasFewZeroes(Minutes(1, 29, 0)));
   EXPECT_FALSE(HasFewZeroes(Minutes(1, 30, 0)));
@@ -118,7 +118,7 @@ TEST(Series, TellsOfNoClientsWithThirtyZeroes) {
   EXPECT_TRUE(HasFewZeroes(series));
 }
 
-TEST(CurrentCount, IsTheSumOverDevicesOrThatOfOne) {
+TEST(ClientCountFoldCurrent, IsTheSumOverDevicesOrThatOfOne) {
   const CurrentCounts by_ssid{
       {"", {{"A", {1, 0}}}}, {"Guest", {{"B", {4, 0}}}}, {"Office", {{"A", {2, 0}}, {"B", {3, 0}}}}};
   EXPECT_EQ(Sum(by_ssid.at("Office")), 5);

@@ -4,21 +4,24 @@
 
 namespace {
 
+using nlohmann::json;
 using probe::log::Level;
 using test::kAttic;
+using test::kDevices;
 using test::kLobby;
+using test::kSsids;
 using test::LogCapture;
-using ::testing::Contains;
-using ::testing::Each;
+using test::LogLine;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using ::testing::Not;
 using ::testing::SizeIs;
 
 constexpr const char* kNotDue = "[ClientCountMonitor::CalculateAverage] Don't need to merge";
 
-class ClientCountViews : public test::ClientCountMonitorTest {};
+class ClientCountMonitorViews : public test::ClientCountMonitorTest {};
 
-TEST_F(ClientCountViews, HaveNoFiveMinutesBeforeThereAreFive) {
+TEST_F(ClientCountMonitorViews, HaveNoFiveMinutesBeforeThereAreFive) {
   PassWith({1, 2, 3});
   const LogCapture log;
   PassWith({4});
@@ -27,13 +30,13 @@ TEST_F(ClientCountViews, HaveNoFiveMinutesBeforeThereAreFive) {
   EXPECT_THAT(log.Texts(Level::kDebug, kNotDue), SizeIs(10));
 }
 
-TEST_F(ClientCountViews, HoldThePeakOfFiveMinutes) {
+TEST_F(ClientCountMonitorViews, HoldThePeakOfFiveMinutes) {
   PassWith({3, 7, 2, 7, 1});
   EXPECT_EQ(OfDevice(kLobby, "5m"), (Counts{{5, 7}}));
   EXPECT_EQ(OfSsid("Office", "5m"), (Counts{{5, 7}}));
 }
 
-TEST_F(ClientCountViews, AreMergedAgainOnlyAfterTheirTime) {
+TEST_F(ClientCountMonitorViews, AreMergedAgainOnlyAfterTheirTime) {
   PassWith({3, 7, 2, 7, 1});
   PassWith({9, 9, 9, 9});
   EXPECT_EQ(OfDevice(kLobby, "5m"), (Counts{{5, 7}}));
@@ -41,7 +44,7 @@ TEST_F(ClientCountViews, AreMergedAgainOnlyAfterTheirTime) {
   EXPECT_EQ(OfDevice(kLobby, "5m"), (Counts{{5, 7}, {10, 9}}));
 }
 
-TEST_F(ClientCountViews, BuildEachLongerViewFromTheOneBefore) {
+TEST_F(ClientCountMonitorViews, BuildEachLongerViewFromTheOneBefore) {
   for (int minute = 1; minute <= 60; ++minute) PassWith({minute});
   EXPECT_EQ(OfDevice(kLobby, "10m"), (Counts{{10, 10}, {20, 20}, {30, 30}, {40, 40}, {50, 50}, {60, 60}}));
   EXPECT_EQ(OfDevice(kLobby, "1h"), (Counts{{60, 60}}));
@@ -57,7 +60,7 @@ TEST_F(ClientCountViews, BuildEachLongerViewFromTheOneBefore) {
   EXPECT_EQ(OfDevice(kLobby, "1day"), (Counts{{1440, 60}, {2880, 1}}));
 }
 
-TEST_F(ClientCountViews, KeepThirtySamplesOfEachInterval) {
+TEST_F(ClientCountMonitorViews, KeepThirtySamplesOfEachInterval) {
   for (int round = 1; round <= 29; ++round) PassWith({1, 1, 1, 1, 1});
   EXPECT_THAT(OfDevice(kLobby, "5m"), SizeIs(29));
   PassWith({1, 1, 1, 1, 1});
@@ -67,7 +70,7 @@ TEST_F(ClientCountViews, KeepThirtySamplesOfEachInterval) {
   EXPECT_EQ(OfDevice(kLobby, "5m").begin()->first, 10);
 }
 
-TEST_F(ClientCountViews, MergeEveryIdOnceOneIsDue) {
+TEST_F(ClientCountMonitorViews, MergeEveryIdOnceOneIsDue) {
   PassWith({1, 2, 3, 4});
   Office(kAttic, 9);
   PassWith({5});
@@ -75,13 +78,13 @@ TEST_F(ClientCountViews, MergeEveryIdOnceOneIsDue) {
   EXPECT_EQ(OfDevice(kAttic, "5m"), (Counts{{5, 9}}));
 }
 
-TEST_F(ClientCountViews, GiveASampleToAnIdThatFiveMinutesBroughtNoClients) {
+TEST_F(ClientCountMonitorViews, GiveASampleToAnIdThatFiveMinutesBroughtNoClients) {
   PassWith({1, 1, 1, 1, 1});
   PassWith({0, 0, 0, 0, 0});
   EXPECT_EQ(OfDevice(kLobby, "5m"), (Counts{{5, 1}, {10, 0}}));
 }
 
-TEST_F(ClientCountViews, DropSamplesOfTheFutureBeforeTheyMerge) {
+TEST_F(ClientCountMonitorViews, DropSamplesOfTheFutureBeforeTheyMerge) {
   PassWith({9, 9, 9, 9, 9, 9, 9});
   clock.Set(test::kStart);
   const LogCapture log;
@@ -92,7 +95,7 @@ TEST_F(ClientCountViews, DropSamplesOfTheFutureBeforeTheyMerge) {
   EXPECT_THAT(log.Texts(Level::kDebug, "[ClientCountMonitor::RemoveBadTimeSample] Remove junk sample"), SizeIs(14));
 }
 
-TEST_F(ClientCountViews, KeepSamplesOfTheFutureThatNothingIsMergedFrom) {
+TEST_F(ClientCountMonitorViews, KeepSamplesOfTheFutureThatNothingIsMergedFrom) {
   for (int minute = 1; minute <= 1440; ++minute) PassWith({1});
   ASSERT_EQ(OfDevice(kLobby, "1day"), (Counts{{1440, 1}}));
   clock.Set(test::kStart);
@@ -101,7 +104,7 @@ TEST_F(ClientCountViews, KeepSamplesOfTheFutureThatNothingIsMergedFrom) {
   EXPECT_EQ(OfDevice(kLobby, "1day"), (Counts{{1440, 1}}));
 }
 
-TEST_F(ClientCountViews, GiveAPeakOfZeroToAnIdThatHasNoSamplesLeft) {
+TEST_F(ClientCountMonitorViews, GiveAPeakOfZeroToAnIdThatHasNoSamplesLeft) {
   PassWith({3, 3, 3, 3, 3});
   monitor.Cleanup(kLobby);  // leaves its five minutes, which then lie in the future and are dropped
   network.AccessPoint(kLobby).Online(false);
@@ -112,7 +115,7 @@ TEST_F(ClientCountViews, GiveAPeakOfZeroToAnIdThatHasNoSamplesLeft) {
   EXPECT_EQ(OfDevice(kLobby, "10m"), (Counts{{-50, 0}}));
 }
 
-TEST_F(ClientCountViews, RepeatThePeakOfASeriesThatGetsNoMoreSamplesWhileOthersDo) {
+TEST_F(ClientCountMonitorViews, RepeatThePeakOfASeriesThatGetsNoMoreSamplesWhileOthersDo) {
   network.AccessPoint(kAttic).Wifi("wlan0", "Guest", "radio0", {0, 0}).Clients("wlan0", 1);
   PassWith({3, 3, 3, 3, 3, 3, 3, 3, 3, 3});
   monitor.Cleanup(kLobby);
@@ -123,7 +126,7 @@ TEST_F(ClientCountViews, RepeatThePeakOfASeriesThatGetsNoMoreSamplesWhileOthersD
   EXPECT_EQ(OfSsid("Office", "10m"), (Counts{{10, 3}, {20, 3}, {30, 3}}));
 }
 
-TEST_F(ClientCountViews, TakeAPeakInPlaceOfOneOfTheSameMinute) {
+TEST_F(ClientCountMonitorViews, TakeAPeakInPlaceOfOneOfTheSameMinute) {
   PassWith({1, 1, 1, 1, 1});
   Office(kAttic, 9);
   clock.Set(test::kStart + 4 * 60);
@@ -136,7 +139,7 @@ TEST_F(ClientCountViews, TakeAPeakInPlaceOfOneOfTheSameMinute) {
   EXPECT_EQ(OfDevice(kLobby, "5m").rbegin()->second, 6);
 }
 
-TEST_F(ClientCountViews, ForgetTheSampleOfAFullSeriesThatTheClockLeapedBefore) {
+TEST_F(ClientCountMonitorViews, ForgetTheSampleOfAFullSeriesThatTheClockLeapedBefore) {
   for (int minute = 1; minute <= 30; ++minute) PassWith({1});
   clock.Set(test::kStart - 600);
   // thirty later ones stand in the series, so the first zero is the oldest and goes; the count itself comes after
@@ -144,7 +147,7 @@ TEST_F(ClientCountViews, ForgetTheSampleOfAFullSeriesThatTheClockLeapedBefore) {
   EXPECT_EQ(OfDevice(kLobby), (Counts{{-9, 5}}));
 }
 
-TEST_F(ClientCountViews, LogWhatTheyMerge) {
+TEST_F(ClientCountMonitorViews, LogWhatTheyMerge) {
   PassWith({3, 7, 2, 7});
   const LogCapture log;
   PassWith({1});
@@ -169,7 +172,7 @@ TEST_F(ClientCountViews, LogWhatTheyMerge) {
   EXPECT_EQ(lines[15], kNotDue);
 }
 
-TEST_F(ClientCountViews, StopLookingAtTheFirstIdThatIsDue) {
+TEST_F(ClientCountMonitorViews, StopLookingAtTheFirstIdThatIsDue) {
   Office(kAttic, 1);
   PassWith({1, 1, 1, 1});
   const LogCapture log;
@@ -178,7 +181,7 @@ TEST_F(ClientCountViews, StopLookingAtTheFirstIdThatIsDue) {
   EXPECT_THAT(log.Texts(Level::kDebug, "rank: 5"), SizeIs(2));
 }
 
-TEST_F(ClientCountViews, LookAtEveryIdWhenNoneIsDue) {
+TEST_F(ClientCountMonitorViews, LookAtEveryIdWhenNoneIsDue) {
   Office(kAttic, 1);
   PassWith({1, 1, 1});
   const LogCapture log;
@@ -187,13 +190,114 @@ TEST_F(ClientCountViews, LookAtEveryIdWhenNoneIsDue) {
   EXPECT_THAT(log.Texts(Level::kDebug, "rank: 2"), IsEmpty());
 }
 
-TEST_F(ClientCountViews, AreNotLookedAtInSeriesThatAreEmpty) {
+TEST_F(ClientCountMonitorViews, AreNotLookedAtInSeriesThatAreEmpty) {
   PassWith({1});
   clock.Set(test::kStart - 3600);
   monitor.set_current_time(clock.Now().tv_sec);
   const LogCapture log;
   monitor.MergeDataForInterval();  // drops the only minute, which lies in the future
   EXPECT_THAT(log.Texts(Level::kDebug, "rank:"), IsEmpty());
+}
+
+class ClientCountMonitorCleanup : public test::ClientCountMonitorTest {};
+
+TEST_F(ClientCountMonitorCleanup, WithoutAMacOnlyLogs) {
+  Office(kLobby, 1);
+  Pass();
+  const std::string before = Message(kSsids) + Message(kDevices);
+  const LogCapture log;
+  monitor.Cleanup("");
+  EXPECT_THAT(log.Lines(), ElementsAre(LogLine{Level::kError, 2, "[ClientCountMonitor::Cleanup] mac is empty"}));
+  EXPECT_EQ(Message(kSsids) + Message(kDevices), before);
+}
+
+TEST_F(ClientCountMonitorCleanup, ForgetsPresentCountsAndMinutesButKeepsTheLongerViews) {
+  PassWith({1, 1, 1, 1, 1});
+  const LogCapture log;
+  monitor.Cleanup(kLobby);
+  EXPECT_EQ(
+      log.Lines(),
+      (std::vector<LogLine>{
+          {Level::kDebug, 2, "[ClientCountMonitor::Cleanup] mac : AA:AA:AA:AA:AA:01"},
+          {Level::kDebug, 2, "[ClientCountMonitor::Cleanup] ssid_mac_map size: 0"},
+          {Level::kDebug, 2, "[ClientCountMonitor::Cleanup] Mac: AA:AA:AA:AA:AA:01, ssid: Office can be cleaned"}}));
+  EXPECT_EQ(Body(kDevices).at("current_devices_counts"), json::object());
+  EXPECT_EQ(Body(kSsids).at("current_ssid_clients_counts"), json::object());
+  EXPECT_THAT(OfDevice(kLobby), IsEmpty());
+  EXPECT_THAT(OfSsid("Office"), IsEmpty());
+  EXPECT_EQ(OfDevice(kLobby, "5m"), (Counts{{5, 1}}));
+  EXPECT_EQ(OfSsid("Office", "5m"), (Counts{{5, 1}}));
+  EXPECT_EQ(OfDevice(kLobby, "10m"), (Counts{}));
+  // merges visit only the ids of the shorter view, so the longer ones stay as they are and are still sent
+  network.AccessPoint(kLobby).Online(false);
+  for (int minute = 0; minute < 20; ++minute) Pass();
+  EXPECT_EQ(OfSsid("Office", "5m"), (Counts{{5, 1}}));
+}
+
+TEST_F(ClientCountMonitorCleanup, KeepsEveryViewButThatOfMinutes) {
+  for (int minute = 1; minute <= 1440; ++minute) PassWith({1});
+  std::map<std::string, Counts> before;
+  for (const char* view : {"5m", "10m", "1h", "2h", "1day"}) before[view] = OfDevice(kLobby, view);
+  monitor.Cleanup(kLobby);
+  EXPECT_THAT(OfDevice(kLobby, "1m"), IsEmpty());
+  EXPECT_THAT(OfSsid("Office", "1m"), IsEmpty());
+  for (const auto& [view, counts] : before) {
+    EXPECT_THAT(counts, Not(IsEmpty())) << view;
+    EXPECT_EQ(OfDevice(kLobby, view), counts) << view;
+    EXPECT_EQ(OfSsid("Office", view), counts) << view;
+  }
+}
+
+TEST_F(ClientCountMonitorCleanup, ForgetsTheSecondTimeOnlyWhatIsLeft) {
+  Office(kAttic, 3);
+  PassWith({1});
+  monitor.Cleanup(kLobby);
+  const LogCapture log;
+  monitor.Cleanup(kLobby);
+  // the one pair that is left is the attic's
+  EXPECT_THAT(log.Texts(Level::kDebug, "ssid_mac_map size"),
+              ElementsAre("[ClientCountMonitor::Cleanup] ssid_mac_map size: 1"));
+}
+
+TEST_F(ClientCountMonitorCleanup, ForgetsTheSsidsThatOnlyTheDeviceCarriesAndNoOthers) {
+  Office(kAttic, 3);
+  Office(kLobby, 1);
+  network.AccessPoint(kLobby).Wifi("wlan1", "Tower", "radio1", {0, 0}).Clients("wlan1", 2);
+  Pass();
+  monitor.Cleanup(kLobby);
+  EXPECT_EQ(OfSsid("Office"), (Counts{{1, 4}}));
+  EXPECT_THAT(OfSsid("Tower"), IsEmpty());
+}
+
+TEST_F(ClientCountMonitorCleanup, KeepsTheMinutesOfAnSsidThatAnotherDeviceCarries) {
+  Office(kAttic, 3);
+  PassWith({1});
+  const LogCapture log;
+  monitor.Cleanup(kLobby);
+  EXPECT_EQ(OfSsid("Office"), (Counts{{1, 4}}));
+  EXPECT_EQ(Body(kSsids).at("current_ssid_clients_counts"), json::parse(R"({"Office": {"count": 3}})"));
+  // once for the device that goes and once for the one that stays: all pairs are walked
+  EXPECT_EQ(log.Texts(Level::kDebug, "ssid_mac_map size"),
+            (std::vector<std::string>(2, "[ClientCountMonitor::Cleanup] ssid_mac_map size: 1")));
+  EXPECT_THAT(log.Texts(Level::kDebug, "can be cleaned"), IsEmpty());
+  monitor.Cleanup(kAttic);
+  EXPECT_THAT(OfSsid("Office"), IsEmpty());
+}
+
+TEST_F(ClientCountMonitorCleanup, OfADeviceThatIsUnknownOrBeforeTheFirstPassChangesNothing) {
+  monitor.Cleanup(kLobby);
+  PassWith({1});
+  const std::string before = Message(kSsids) + Message(kDevices);
+  monitor.Cleanup(kAttic);
+  EXPECT_EQ(Message(kSsids) + Message(kDevices), before);
+}
+
+TEST_F(ClientCountMonitorCleanup, LetsADeviceComeBackAsANewOne) {
+  PassWith({1});
+  monitor.Cleanup(kLobby);
+  PassWith({2});
+  EXPECT_EQ(OfDevice(kLobby), (Counts{{2, 2}}));
+  EXPECT_EQ(OfSsid("Office"), (Counts{{2, 2}}));
 }
 
 }  // namespace

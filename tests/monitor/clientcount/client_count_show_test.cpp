@@ -19,21 +19,18 @@ using test::kDevices;
 using test::kLobby;
 using test::kSsids;
 using test::LogCapture;
-using test::LogLine;
 using test::MessageCapture;
 using test::SentMessage;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-using ::testing::Not;
-using ::testing::SizeIs;
 
-class ClientCountMessage : public test::ClientCountMonitorTest {
+class ClientCountShow : public test::ClientCountMonitorTest {
  protected:
-  ClientCountMessage() { probe::SubscriptionService::Instance().Clear(); }
-  ~ClientCountMessage() override { probe::SubscriptionService::Instance().Clear(); }
+  ClientCountShow() { probe::SubscriptionService::Instance().Clear(); }
+  ~ClientCountShow() override { probe::SubscriptionService::Instance().Clear(); }
 };
 
-TEST_F(ClientCountMessage, BySsidHoldsSeriesTheirSumPresentCountsAndSids) {
+TEST_F(ClientCountShow, BySsidHoldsSeriesTheirSumPresentCountsAndSids) {
   Office(kLobby, 2);
   network.AccessPoint(kAttic).Wifi("wlan0", "Guest", "radio0", {0, 0}).Clients("wlan0", 3);
   Pass();
@@ -47,7 +44,7 @@ TEST_F(ClientCountMessage, BySsidHoldsSeriesTheirSumPresentCountsAndSids) {
             R"("sid": [ "a", "b" ] } } })");
 }
 
-TEST_F(ClientCountMessage, ByDeviceHoldsPresentCountsSeriesTheirSumAndSids) {
+TEST_F(ClientCountShow, ByDeviceHoldsPresentCountsSeriesTheirSumAndSids) {
   Office(kLobby, 2);
   network.AccessPoint(kAttic).Wifi("wlan0", "Guest", "radio0", {0, 0}).Clients("wlan0", 3);
   Pass();
@@ -60,19 +57,19 @@ TEST_F(ClientCountMessage, ByDeviceHoldsPresentCountsSeriesTheirSumAndSids) {
             R"("sid": [ "a" ] } } })");
 }
 
-TEST_F(ClientCountMessage, OfAnyOtherTopicHoldsOnlyTheSids) {
+TEST_F(ClientCountShow, OfAnyOtherTopicHoldsOnlyTheSids) {
   EXPECT_EQ(monitor.GenerateJsonMsg("ClientCountMonitor", *FilterOf("1m"), {"a"}),
             R"({ "name": "ClientCountMonitor", "data": { "1m": { "sid": [ "a" ] } } })");
 }
 
-TEST_F(ClientCountMessage, IsThatOfAnHourForAFilterWithoutAView) {
+TEST_F(ClientCountShow, IsThatOfAnHourForAFilterWithoutAView) {
   for (int minute = 1; minute <= 60; ++minute) PassWith({minute});
   EXPECT_EQ(monitor.GenerateJsonMsg(kSsids, *FilterOf(""), {"a"}), Message(kSsids, "1h"));
   EXPECT_EQ(monitor.GenerateJsonMsg(kDevices, *FilterOf(""), {"a"}), Message(kDevices, "1h"));
   EXPECT_EQ(OfSsid("Office", "1h"), (Counts{{60, 60}}));
 }
 
-TEST_F(ClientCountMessage, HoldsPresentCountsButNoSeriesForAnUnknownView) {
+TEST_F(ClientCountShow, HoldsPresentCountsButNoSeriesForAnUnknownView) {
   Office(kLobby, 2);
   Pass();
   EXPECT_EQ(Message(kSsids, "3m"),
@@ -81,7 +78,7 @@ TEST_F(ClientCountMessage, HoldsPresentCountsButNoSeriesForAnUnknownView) {
             R"("current_ssid_clients_counts": { "Office": { "count": 2 } }, "sid": [ "a" ] } } })");
 }
 
-TEST_F(ClientCountMessage, CountsAnSsidOnTheDeviceOfTheFilterNowButSumsItsSeriesOverAll) {
+TEST_F(ClientCountShow, CountsAnSsidOnTheDeviceOfTheFilterNowButSumsItsSeriesOverAll) {
   Office(kLobby, 2);
   Office(kAttic, 3);
   network.AccessPoint(kAttic).Wifi("wlan1", "Guest", "radio0", {0, 0}).Clients("wlan1", 4);
@@ -91,7 +88,7 @@ TEST_F(ClientCountMessage, CountsAnSsidOnTheDeviceOfTheFilterNowButSumsItsSeries
   EXPECT_EQ(SeriesIn(body.at("ssids_clients_counts"), "Office"), (Counts{{1, 5}}));
 }
 
-TEST_F(ClientCountMessage, HoldsOnlyTheDeviceOfTheFilterAndItsSum) {
+TEST_F(ClientCountShow, HoldsOnlyTheDeviceOfTheFilterAndItsSum) {
   Office(kLobby, 2);
   Office(kAttic, 3);
   Pass();
@@ -102,7 +99,7 @@ TEST_F(ClientCountMessage, HoldsOnlyTheDeviceOfTheFilterAndItsSum) {
             R"("device_client_count_all": { "29920321": 3 } }, "sid": [ "a" ] } } })");
 }
 
-TEST_F(ClientCountMessage, LeavesOutASeriesOfThirtyZeroesButNotOfTwentyNine) {
+TEST_F(ClientCountShow, LeavesOutASeriesOfThirtyZeroesButNotOfTwentyNine) {
   Office(kAttic, 4);
   Office(kLobby, 1);
   Pass();
@@ -116,7 +113,7 @@ TEST_F(ClientCountMessage, LeavesOutASeriesOfThirtyZeroesButNotOfTwentyNine) {
   EXPECT_EQ(OfSsid("Guest").size(), 30U);
 }
 
-TEST_F(ClientCountMessage, SumsSeriesOfThirtyZeroesTooAndKeepsThirtyMinutesOfTheSum) {
+TEST_F(ClientCountShow, SumsSeriesOfThirtyZeroesTooAndKeepsThirtyMinutesOfTheSum) {
   Office(kLobby, 1);
   Pass();
   Office(kLobby, 0);
@@ -128,7 +125,7 @@ TEST_F(ClientCountMessage, SumsSeriesOfThirtyZeroesTooAndKeepsThirtyMinutesOfThe
   EXPECT_EQ(OfDevice("device_client_count_all"), zeroes);
 }
 
-TEST_F(ClientCountMessage, AddsTheCredentialStateOfAWatchedDeviceOfWhichThereIsNothing) {
+TEST_F(ClientCountShow, AddsTheCredentialStateOfAWatchedDeviceOfWhichThereIsNothing) {
   network.AccessPoint(kLobby).Credential(R"({"credential": "failed"})");
   Pass();
   const LogCapture log;
@@ -144,7 +141,7 @@ TEST_F(ClientCountMessage, AddsTheCredentialStateOfAWatchedDeviceOfWhichThereIsN
                   "DeviceCredentialResultGet ClientCountMonitor mac AA:AA:AA:AA:AA:01,key is credential."));
 }
 
-TEST_F(ClientCountMessage, AddsNoCredentialStateWithoutAFilterForADeviceOrWithSeriesOrWithClients) {
+TEST_F(ClientCountShow, AddsNoCredentialStateWithoutAFilterForADeviceOrWithSeriesOrWithClients) {
   network.AccessPoint(kLobby).Credential(R"({"credential": "failed"})");
   Pass();
   EXPECT_FALSE(Body(kDevices).contains("credential"));
@@ -158,7 +155,7 @@ TEST_F(ClientCountMessage, AddsNoCredentialStateWithoutAFilterForADeviceOrWithSe
   EXPECT_TRUE(Body(kDevices, "5m", kLobby).contains("credential"));
 }
 
-TEST_F(ClientCountMessage, GoesToTheSubscribersOfBothTopicsByFilterWhateverTheListSays) {
+TEST_F(ClientCountShow, GoesToTheSubscribersOfBothTopicsByFilterWhateverTheListSays) {
   Office(kLobby, 1);
   auto& subscriptions = probe::SubscriptionService::Instance();
   subscriptions.File(kSsids, probe::ConnectionId{1}, {{"a", FilterOf("1m")}, {"b", FilterOf("1m")}});
@@ -177,13 +174,13 @@ TEST_F(ClientCountMessage, GoesToTheSubscribersOfBothTopicsByFilterWhateverTheLi
   EXPECT_EQ(messages.Take(), all);
 }
 
-TEST_F(ClientCountMessage, IsNotSentWithoutASubscriber) {
+TEST_F(ClientCountShow, IsNotSentWithoutASubscriber) {
   MessageCapture messages;
   Pass();
   EXPECT_THAT(messages.Take(), IsEmpty());
 }
 
-TEST_F(ClientCountMessage, IsDroppedWithoutASendFunction) {
+TEST_F(ClientCountShow, IsDroppedWithoutASendFunction) {
   probe::SubscriptionService::Instance().File(kSsids, probe::ConnectionId{1}, {{"a", FilterOf("1m")}});
   const LogCapture log;
   Pass();
@@ -191,7 +188,7 @@ TEST_F(ClientCountMessage, IsDroppedWithoutASendFunction) {
   EXPECT_THAT(log.Texts(Level::kInfo), IsEmpty());
 }
 
-TEST_F(ClientCountMessage, LetsNothingThatASenderThrowsOut) {
+TEST_F(ClientCountShow, LetsNothingThatASenderThrowsOut) {
   probe::SubscriptionService::Instance().File(kSsids, probe::ConnectionId{1}, {{"a", FilterOf("1m")}});
   probe::InstallSendFunction([](lws*, const std::string&) { throw std::bad_alloc(); });
   EXPECT_NO_THROW(monitor.PushDataBySID({}));
@@ -201,7 +198,7 @@ TEST_F(ClientCountMessage, LetsNothingThatASenderThrowsOut) {
   probe::InstallSendFunction(nullptr);
 }
 
-TEST_F(ClientCountMessage, OfADeviceOfThirtyZeroesHasNoCredentialState) {
+TEST_F(ClientCountShow, OfADeviceOfThirtyZeroesHasNoCredentialState) {
   Office(kLobby, 1).Credential(R"({"credential": "failed"})");
   Pass();
   Office(kLobby, 0);
@@ -211,111 +208,10 @@ TEST_F(ClientCountMessage, OfADeviceOfThirtyZeroesHasNoCredentialState) {
   EXPECT_FALSE(body.contains("credential"));
 }
 
-TEST_F(ClientCountMessage, SaysNothingOfAnEmptyDeviceWhenTheFilterNamesNone) {
+TEST_F(ClientCountShow, SaysNothingOfAnEmptyDeviceWhenTheFilterNamesNone) {
   const LogCapture log;
   Message(kDevices);
   EXPECT_THAT(log.Texts(Level::kDebug, "clients all is empty"), IsEmpty());
-}
-
-class ClientCountCleanup : public ClientCountMessage {};
-
-TEST_F(ClientCountCleanup, WithoutAMacOnlyLogs) {
-  Office(kLobby, 1);
-  Pass();
-  const std::string before = Message(kSsids) + Message(kDevices);
-  const LogCapture log;
-  monitor.Cleanup("");
-  EXPECT_THAT(log.Lines(), ElementsAre(LogLine{Level::kError, 2, "[ClientCountMonitor::Cleanup] mac is empty"}));
-  EXPECT_EQ(Message(kSsids) + Message(kDevices), before);
-}
-
-TEST_F(ClientCountCleanup, ForgetsPresentCountsAndMinutesButKeepsTheLongerViews) {
-  PassWith({1, 1, 1, 1, 1});
-  const LogCapture log;
-  monitor.Cleanup(kLobby);
-  EXPECT_EQ(
-      log.Lines(),
-      (std::vector<LogLine>{
-          {Level::kDebug, 2, "[ClientCountMonitor::Cleanup] mac : AA:AA:AA:AA:AA:01"},
-          {Level::kDebug, 2, "[ClientCountMonitor::Cleanup] ssid_mac_map size: 0"},
-          {Level::kDebug, 2, "[ClientCountMonitor::Cleanup] Mac: AA:AA:AA:AA:AA:01, ssid: Office can be cleaned"}}));
-  EXPECT_EQ(Body(kDevices).at("current_devices_counts"), json::object());
-  EXPECT_EQ(Body(kSsids).at("current_ssid_clients_counts"), json::object());
-  EXPECT_THAT(OfDevice(kLobby), IsEmpty());
-  EXPECT_THAT(OfSsid("Office"), IsEmpty());
-  EXPECT_EQ(OfDevice(kLobby, "5m"), (Counts{{5, 1}}));
-  EXPECT_EQ(OfSsid("Office", "5m"), (Counts{{5, 1}}));
-  EXPECT_EQ(OfDevice(kLobby, "10m"), (Counts{}));
-  // merges visit only the ids of the shorter view, so the longer ones stay as they are and are still sent
-  network.AccessPoint(kLobby).Online(false);
-  for (int minute = 0; minute < 20; ++minute) Pass();
-  EXPECT_EQ(OfSsid("Office", "5m"), (Counts{{5, 1}}));
-}
-
-TEST_F(ClientCountCleanup, KeepsEveryViewButThatOfMinutes) {
-  for (int minute = 1; minute <= 1440; ++minute) PassWith({1});
-  std::map<std::string, Counts> before;
-  for (const char* view : {"5m", "10m", "1h", "2h", "1day"}) before[view] = OfDevice(kLobby, view);
-  monitor.Cleanup(kLobby);
-  EXPECT_THAT(OfDevice(kLobby, "1m"), IsEmpty());
-  EXPECT_THAT(OfSsid("Office", "1m"), IsEmpty());
-  for (const auto& [view, counts] : before) {
-    EXPECT_THAT(counts, Not(IsEmpty())) << view;
-    EXPECT_EQ(OfDevice(kLobby, view), counts) << view;
-    EXPECT_EQ(OfSsid("Office", view), counts) << view;
-  }
-}
-
-TEST_F(ClientCountCleanup, ForgetsTheSecondTimeOnlyWhatIsLeft) {
-  Office(kAttic, 3);
-  PassWith({1});
-  monitor.Cleanup(kLobby);
-  const LogCapture log;
-  monitor.Cleanup(kLobby);
-  // the one pair that is left is the attic's
-  EXPECT_THAT(log.Texts(Level::kDebug, "ssid_mac_map size"),
-              ElementsAre("[ClientCountMonitor::Cleanup] ssid_mac_map size: 1"));
-}
-
-TEST_F(ClientCountCleanup, ForgetsTheSsidsThatOnlyTheDeviceCarriesAndNoOthers) {
-  Office(kAttic, 3);
-  Office(kLobby, 1);
-  network.AccessPoint(kLobby).Wifi("wlan1", "Tower", "radio1", {0, 0}).Clients("wlan1", 2);
-  Pass();
-  monitor.Cleanup(kLobby);
-  EXPECT_EQ(OfSsid("Office"), (Counts{{1, 4}}));
-  EXPECT_THAT(OfSsid("Tower"), IsEmpty());
-}
-
-TEST_F(ClientCountCleanup, KeepsTheMinutesOfAnSsidThatAnotherDeviceCarries) {
-  Office(kAttic, 3);
-  PassWith({1});
-  const LogCapture log;
-  monitor.Cleanup(kLobby);
-  EXPECT_EQ(OfSsid("Office"), (Counts{{1, 4}}));
-  EXPECT_EQ(Body(kSsids).at("current_ssid_clients_counts"), json::parse(R"({"Office": {"count": 3}})"));
-  // once for the device that goes and once for the one that stays: all pairs are walked
-  EXPECT_EQ(log.Texts(Level::kDebug, "ssid_mac_map size"),
-            (std::vector<std::string>(2, "[ClientCountMonitor::Cleanup] ssid_mac_map size: 1")));
-  EXPECT_THAT(log.Texts(Level::kDebug, "can be cleaned"), IsEmpty());
-  monitor.Cleanup(kAttic);
-  EXPECT_THAT(OfSsid("Office"), IsEmpty());
-}
-
-TEST_F(ClientCountCleanup, OfADeviceThatIsUnknownOrBeforeTheFirstPassChangesNothing) {
-  monitor.Cleanup(kLobby);
-  PassWith({1});
-  const std::string before = Message(kSsids) + Message(kDevices);
-  monitor.Cleanup(kAttic);
-  EXPECT_EQ(Message(kSsids) + Message(kDevices), before);
-}
-
-TEST_F(ClientCountCleanup, LetsADeviceComeBackAsANewOne) {
-  PassWith({1});
-  monitor.Cleanup(kLobby);
-  PassWith({2});
-  EXPECT_EQ(OfDevice(kLobby), (Counts{{2, 2}}));
-  EXPECT_EQ(OfSsid("Office"), (Counts{{2, 2}}));
 }
 
 }  // namespace

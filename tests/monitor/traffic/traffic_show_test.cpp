@@ -18,7 +18,7 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
 
-class TrafficMessage : public TrafficMonitorTest {
+class TrafficShow : public TrafficMonitorTest {
  protected:
   /// Two passes in which ge1 of the switch receives 100 and sends 10 bytes a second.
   void TwoPasses() {
@@ -32,28 +32,28 @@ class TrafficMessage : public TrafficMonitorTest {
 constexpr const char* kGe1 = R"("ge1": { "ifIndex": 1, "traffic": [ { "time": 29920321, "input": 0, "output": 0 }, )"
                              R"({ "time": 29920322, "input": 100, "output": 10 } ] })";
 
-TEST_F(TrafficMessage, HoldsTheViewItsDevicesAndTheSids) {
+TEST_F(TrafficShow, HoldsTheViewItsDevicesAndTheSids) {
   TwoPasses();
   EXPECT_EQ(monitor.GenerateJsonMsg("TrafficMonitor", *FilterOf("1m"), {"a", "b"}),
             std::string(R"({ "name": "TrafficMonitor", "data": { "1m": { "traffic_data": { "AA:AA:AA:AA:AA:01": { )") +
                 kGe1 + R"( } }, "sid": [ "a", "b" ] } } })");
 }
 
-TEST_F(TrafficMessage, HoldsOnlyTheSidForAnUnknownView) {
+TEST_F(TrafficShow, HoldsOnlyTheSidForAnUnknownView) {
   TwoPasses();
   EXPECT_EQ(Message("3m"), R"({ "name": "TrafficMonitor", "data": { "3m": { "sid": [ "a" ] } } })");
 }
 
-TEST_F(TrafficMessage, HoldsOnlyTheSidBeforeTheFirstPass) {
+TEST_F(TrafficShow, HoldsOnlyTheSidBeforeTheFirstPass) {
   EXPECT_EQ(Message("1m"), R"({ "name": "TrafficMonitor", "data": { "1m": { "sid": [ "a" ] } } })");
 }
 
-TEST_F(TrafficMessage, IsThatOfTenMinutesWhenTheFilterNamesNoView) {
+TEST_F(TrafficShow, IsThatOfTenMinutesWhenTheFilterNamesNoView) {
   TwoPasses();
   EXPECT_EQ(Message(""), R"({ "name": "TrafficMonitor", "data": { "10m": { "traffic_data": { }, "sid": [ "a" ] } } })");
 }
 
-TEST_F(TrafficMessage, HoldsEveryDevicesHourlyHistoryForAFilterWithoutADevice) {
+TEST_F(TrafficShow, HoldsEveryDevicesHourlyHistoryForAFilterWithoutADevice) {
   for (int round = 0; round < 31; ++round) {
     PassAt(60, kSwitch);
     PassAt(60, kOther);
@@ -63,7 +63,7 @@ TEST_F(TrafficMessage, HoldsEveryDevicesHourlyHistoryForAFilterWithoutADevice) {
   EXPECT_THAT(test::SamplesIn(text, "1h", kOther)["ge1"], SizeIs(1));
 }
 
-TEST_F(TrafficMessage, HoldsOnlyTheDeviceThatTheFilterNames) {
+TEST_F(TrafficShow, HoldsOnlyTheDeviceThatTheFilterNames) {
   TwoPasses();
   PassAt(60, kOther);
   PassAt(60, kOther);
@@ -72,14 +72,14 @@ TEST_F(TrafficMessage, HoldsOnlyTheDeviceThatTheFilterNames) {
   EXPECT_THAT(test::SamplesIn(text, "1m", kOther), SizeIs(1));
 }
 
-TEST_F(TrafficMessage, LeavesOutAnInterfaceWhoseSamplesAreAllZeroAndADeviceWithoutAny) {
+TEST_F(TrafficShow, LeavesOutAnInterfaceWhoseSamplesAreAllZeroAndADeviceWithoutAny) {
   network.Switch(kSwitch).Port("ge1", {5, 5}).SampledAt(test::kStart);
   Pass();
   EXPECT_EQ(Message("1m"),
             R"({ "name": "TrafficMonitor", "data": { "1m": { "traffic_data": { }, "sid": [ "a" ] } } })");
 }
 
-TEST_F(TrafficMessage, CarriesTheCredentialStateOfTheDeviceThatTheFilterNames) {
+TEST_F(TrafficShow, CarriesTheCredentialStateOfTheDeviceThatTheFilterNames) {
   TwoPasses();
   network.Switch(kSwitch).Credential(R"({"credential": "failed", "code": 3})");
   const test::LogCapture log;
@@ -91,28 +91,28 @@ TEST_F(TrafficMessage, CarriesTheCredentialStateOfTheDeviceThatTheFilterNames) {
                           "DeviceCredentialResultGet TrafficMonitor mac AA:AA:AA:AA:AA:01,key is code."));
 }
 
-TEST_F(TrafficMessage, ShowsADeviceWithNothingButACredentialState) {
+TEST_F(TrafficShow, ShowsADeviceWithNothingButACredentialState) {
   network.Switch(kSwitch).Port("ge1", {5, 5}).SampledAt(test::kStart).Credential(R"({"credential": "failed"})");
   Pass();
   EXPECT_EQ(Message("1m", kSwitch), R"({ "name": "TrafficMonitor", "data": { "1m": { "traffic_data": )"
                                     R"({ "AA:AA:AA:AA:AA:01": { "credential": "failed" } }, "sid": [ "a" ] } } })");
 }
 
-TEST_F(TrafficMessage, CarriesACredentialMemberThatIsNull) {
+TEST_F(TrafficShow, CarriesACredentialMemberThatIsNull) {
   network.Switch(kSwitch).Port("ge1", {5, 5}).SampledAt(test::kStart).Credential(R"({"error": null})");
   Pass();
   EXPECT_EQ(Message("1m", kSwitch), R"({ "name": "TrafficMonitor", "data": { "1m": { "traffic_data": )"
                                     R"({ "AA:AA:AA:AA:AA:01": { "error": null } }, "sid": [ "a" ] } } })");
 }
 
-TEST_F(TrafficMessage, CarriesTheCredentialStateInEveryViewFromTheFirstPass) {
+TEST_F(TrafficShow, CarriesTheCredentialStateInEveryViewFromTheFirstPass) {
   network.Switch(kSwitch).Port("ge1", {5, 5}).SampledAt(test::kStart).Credential(R"({"credential": "failed"})");
   Pass();
   EXPECT_EQ(Message("", kSwitch), R"({ "name": "TrafficMonitor", "data": { "10m": { "traffic_data": )"
                                   R"({ "AA:AA:AA:AA:AA:01": { "credential": "failed" } }, "sid": [ "a" ] } } })");
 }
 
-TEST_F(TrafficMessage, HoldsAnInterfaceThatOnlySendsOrOnlyReceives) {
+TEST_F(TrafficShow, HoldsAnInterfaceThatOnlySendsOrOnlyReceives) {
   network.Switch(kSwitch).Port("in", {0, 0}).Port("out", {0, 0}).SampledAt(test::kStart);
   Pass();
   network.Switch(kSwitch).Port("in", {600, 0}).Port("out", {0, 600}).SampledAt(test::kStart + 60);
@@ -120,14 +120,14 @@ TEST_F(TrafficMessage, HoldsAnInterfaceThatOnlySendsOrOnlyReceives) {
   EXPECT_THAT(test::SamplesIn(Message("1m"), "1m", kSwitch), ElementsAre(::testing::Key("in"), ::testing::Key("out")));
 }
 
-TEST_F(TrafficMessage, CarriesNoCredentialStateWhenTheFilterNamesNoDevice) {
+TEST_F(TrafficShow, CarriesNoCredentialStateWhenTheFilterNamesNoDevice) {
   TwoPasses();
   const std::string before = Message("1m");
   network.Switch(kSwitch).Credential(R"({"credential": "failed"})");
   EXPECT_EQ(Message("1m"), before);
 }
 
-TEST_F(TrafficMessage, KeepsTheIndexOfAnInterfaceThatDisappeared) {
+TEST_F(TrafficShow, KeepsTheIndexOfAnInterfaceThatDisappeared) {
   network.Switch(kSwitch).Port("ge0", {0, 0});
   TwoPasses();
   network.Switch(kSwitch).WithoutPort("ge1");
@@ -135,7 +135,7 @@ TEST_F(TrafficMessage, KeepsTheIndexOfAnInterfaceThatDisappeared) {
   EXPECT_THAT(Message("1m"), ::testing::HasSubstr(R"("ge1": { "ifIndex": 2,)"));
 }
 
-TEST_F(TrafficMessage, LogsTheViewAndEachSampleAtDebugLevel) {
+TEST_F(TrafficShow, LogsTheViewAndEachSampleAtDebugLevel) {
   TwoPasses();
   const test::LogCapture log;
   Message("1m");
@@ -147,7 +147,7 @@ TEST_F(TrafficMessage, LogsTheViewAndEachSampleAtDebugLevel) {
                           "outBps: 10"));
 }
 
-TEST_F(TrafficMessage, GoesOnceToEachConnectionAndDistinctFilter) {
+TEST_F(TrafficShow, GoesOnceToEachConnectionAndDistinctFilter) {
   TwoPasses();
   test::MessageCapture messages;
   monitor.PushDataBySID({{"a", {{Connection(1), FilterOf("1m")}, {Connection(2), FilterOf("1m")}}},
@@ -162,7 +162,7 @@ TEST_F(TrafficMessage, GoesOnceToEachConnectionAndDistinctFilter) {
                                                                SentMessage{Connection(1), for_sids("3m", {"c"})}));
 }
 
-TEST_F(TrafficMessage, GoesToTheSubscribersAtTheEndOfEachPass) {
+TEST_F(TrafficShow, GoesToTheSubscribersAtTheEndOfEachPass) {
   auto& service = probe::SubscriptionService::Instance();
   service.File("TrafficMonitor", probe::ConnectionId{1}, {{"a", FilterOf("1m")}});
   test::MessageCapture messages;
@@ -173,7 +173,7 @@ TEST_F(TrafficMessage, GoesToTheSubscribersAtTheEndOfEachPass) {
   EXPECT_EQ(sent.back(), (SentMessage{Connection(1), Message("1m")})) << "after this pass's merge";
 }
 
-TEST_F(TrafficMessage, IsDroppedWithoutALogLineWhenNoSenderIsInstalled) {
+TEST_F(TrafficShow, IsDroppedWithoutALogLineWhenNoSenderIsInstalled) {
   const test::LogCapture log;
   monitor.PushDataBySID({{"a", {{Connection(1), FilterOf("3m")}}}});
   EXPECT_THAT(log.Lines(), IsEmpty());
