@@ -6,8 +6,8 @@ struct lws;
 
 namespace probe {
 
-/// One connection of a client, as the host knows it. An id is given once and never again, so a message for a client that
-/// has gone reaches nobody else.
+/// One connection of a client, as the host knows it. An id is given once and never again, so a message for a client
+/// that has gone reaches nobody else.
 ///
 /// The contract has a pointer in its place; the two functions below are the only ones that turn one into the other.
 enum class ConnectionId : std::uintptr_t {};
