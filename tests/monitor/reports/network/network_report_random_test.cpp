@@ -56,7 +56,7 @@ class RandomNetwork {
   /// A new state of every device; now and then none of them is there.
   void Change() {
     is_dark_ = Dice(6) == 0;
-    for (int device = 0; device < kDevices; ++device) ChangeDevice("AA:AA:AA:AA:AA:0" + std::to_string(device));
+    for (int device = 0; device < kManagedDevices; ++device) ChangeDevice("AA:AA:AA:AA:AA:0" + std::to_string(device));
   }
 
   /// The next pass: mostly five minutes later, else hours, a day or more, or back by a minute, an hour, a day, a week.
@@ -74,7 +74,7 @@ class RandomNetwork {
   }
 
  private:
-  static constexpr int kDevices = 4;
+  static constexpr int kManagedDevices = 4;
 
   unsigned Dice(unsigned sides) { return std::uniform_int_distribution<unsigned>(0, sides - 1)(random_); }
 
