@@ -9,6 +9,7 @@
 #include "bench/wireless_network.h"
 #include "monitor/clientcount/client_count_monitor.h"
 #include "monitor/engine/constants.h"
+#include "monitor/engine/filter.h"
 
 namespace {
 

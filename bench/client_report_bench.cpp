@@ -13,6 +13,8 @@
 #include "monitor/engine/report_limits.h"
 #include "monitor/engine/time_keys.h"
 #include "monitor/reports/client/wireless_client_report.h"
+#include "platform/device_records.h"
+#include "probe/clock/clock.h"
 #include "probe/clock/virtual_clock.h"
 #include "probe/host/device_centre.h"
 

@@ -12,6 +12,8 @@
 
 #include "bench/stopwatch.h"
 #include "monitor/reports/network/wireless_network_report.h"
+#include "platform/device_centre.h"
+#include "probe/clock/clock.h"
 #include "probe/clock/virtual_clock.h"
 #include "probe/host/device_centre.h"
 

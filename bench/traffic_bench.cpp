@@ -9,7 +9,9 @@
 
 #include "bench/stopwatch.h"
 #include "monitor/engine/constants.h"
+#include "monitor/engine/filter.h"
 #include "monitor/traffic/traffic_monitor.h"
+#include "platform/device_records.h"
 #include "probe/clock/virtual_clock.h"
 #include "probe/host/device_centre.h"
 

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <string>
 
+#include "platform/device_records.h"
 #include "probe/host/device_centre.h"
 
 namespace bench {

@@ -16,8 +16,11 @@
 
 #include "bench/stopwatch.h"
 #include "monitor/engine/constants.h"
+#include "monitor/wirelesstop/wireless_top_filter.h"
 #include "monitor/wirelesstop/wireless_top_fold.h"
 #include "monitor/wirelesstop/wireless_top_monitor.h"
+#include "monitor/wirelesstop/wireless_top_records.h"
+#include "platform/device_records.h"
 #include "probe/host/device_centre.h"
 
 namespace {

@@ -10,7 +10,10 @@
 
 #include "fuzz/require.h"
 #include "monitor/engine/json_tree.h"
+#include "monitor/wirelesstop/wireless_top_filter.h"
 #include "monitor/wirelesstop/wireless_top_monitor.h"
+#include "platform/device_records.h"
+#include "platform/subscriptions.h"
 #include "probe/host/device_centre.h"
 #include "probe/host/log.h"
 

@@ -6,6 +6,7 @@
 
 #include "monitor/engine/devices.h"
 #include "monitor/engine/ssid_configurations.h"
+#include "platform/configuration.h"
 #include "platform/device_centre.h"
 #include "platform/logging.h"
 #include "platform/utilities/text.h"

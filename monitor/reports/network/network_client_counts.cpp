@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "platform/logging.h"
+
 namespace vexora_probe::monitor {
 namespace {
 

@@ -3,6 +3,7 @@
 #include "monitor/engine/constants.h"
 #include "monitor/reports/network/network_client_counts.h"
 #include "monitor/reports/network/network_keys.h"
+#include "platform/logging.h"
 
 namespace vexora_probe::monitor {
 namespace {

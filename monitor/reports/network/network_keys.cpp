@@ -5,6 +5,8 @@
 #include <cstdlib>
 
 #include "monitor/engine/time_keys.h"
+#include "platform/device_records.h"
+#include "platform/logging.h"
 
 namespace vexora_probe::monitor {
 namespace {

@@ -4,6 +4,7 @@
 
 #include "monitor/reports/network/network_host.h"
 #include "monitor/reports/network/network_records.h"
+#include "platform/device_records.h"
 
 /// The text keys of samples and networks.
 namespace vexora_probe::monitor {

@@ -7,6 +7,7 @@
 #include "monitor/engine/report_limits.h"
 #include "monitor/reports/network/network_keys.h"
 #include "monitor/reports/network/network_periods.h"
+#include "platform/logging.h"
 
 namespace vexora_probe::monitor {
 namespace {

@@ -7,6 +7,7 @@
 
 #include "monitor/engine/constants.h"
 #include "monitor/reports/network/network_keys.h"
+#include "platform/logging.h"
 
 namespace vexora_probe::monitor {
 namespace {

@@ -7,6 +7,7 @@
 #include "monitor/engine/monitor.h"
 #include "monitor/reports/network/network_host.h"
 #include "monitor/reports/network/network_keys.h"
+#include "platform/device_records.h"
 #include "platform/logging.h"
 
 namespace vexora_probe::monitor {

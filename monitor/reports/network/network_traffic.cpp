@@ -6,6 +6,7 @@
 
 #include "monitor/engine/constants.h"
 #include "monitor/engine/counters.h"
+#include "platform/logging.h"
 
 namespace vexora_probe::monitor {
 namespace {

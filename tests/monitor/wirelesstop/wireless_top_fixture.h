@@ -6,8 +6,11 @@
 #include <string>
 #include <vector>
 
+#include "monitor/engine/filter.h"
 #include "monitor/engine/json_tree.h"
+#include "monitor/wirelesstop/wireless_top_filter.h"
 #include "monitor/wirelesstop/wireless_top_monitor.h"
+#include "platform/device_records.h"
 #include "tests/support/network.h"
 
 namespace test {

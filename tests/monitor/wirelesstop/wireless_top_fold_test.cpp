@@ -1,4 +1,7 @@
 #include "monitor/wirelesstop/wireless_top_fold.h"
+#include "monitor/wirelesstop/wireless_top_filter.h"
+#include "monitor/wirelesstop/wireless_top_records.h"
+#include "platform/device_records.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include "monitor/wirelesstop/wireless_top_filter.h"
 #include "tests/monitor/wirelesstop/wireless_top_fixture.h"
 #include "tests/support/log_capture.h"
 

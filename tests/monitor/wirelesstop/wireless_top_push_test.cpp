@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include "monitor/wirelesstop/wireless_top_filter.h"
 #include "probe/host/connection_id.h"
 #include "probe/host/subscription_service.h"
 #include "tests/monitor/wirelesstop/wireless_top_fixture.h"

@@ -5,6 +5,9 @@
 #include <algorithm>
 #include <random>
 
+#include "monitor/engine/json_keys.h"
+#include "monitor/wirelesstop/wireless_top_filter.h"
+#include "platform/device_records.h"
 #include "platform/utilities/text.h"
 #include "tests/monitor/wirelesstop/wireless_top_fixture.h"
 

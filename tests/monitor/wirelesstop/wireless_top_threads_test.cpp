@@ -6,6 +6,7 @@
 
 #include "monitor/engine/json_tree.h"
 #include "monitor/engine/monitoring_manager.h"
+#include "monitor/wirelesstop/wireless_top_filter.h"
 #include "probe/host/connection_id.h"
 #include "probe/host/memory_cleanup.h"
 #include "probe/host/subscription_service.h"

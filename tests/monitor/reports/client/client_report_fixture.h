@@ -12,6 +12,8 @@
 #include "monitor/engine/json_tree.h"
 #include "monitor/engine/time_keys.h"
 #include "monitor/reports/client/wireless_client_report.h"
+#include "platform/device_records.h"
+#include "probe/clock/clock.h"
 #include "probe/clock/virtual_clock.h"
 #include "tests/support/local_time.h"
 #include "tests/support/network.h"

@@ -1,4 +1,6 @@
 #include "monitor/reports/client/client_report_fold.h"
+#include "monitor/reports/client/client_report_records.h"
+#include "platform/device_records.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,5 @@
 #include "monitor/reports/client/client_report_show.h"
+#include "platform/device_records.h"
 
 #include <gtest/gtest.h>
 

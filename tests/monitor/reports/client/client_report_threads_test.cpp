@@ -6,6 +6,8 @@
 
 #include "monitor/engine/entry_points.h"
 #include "monitor/engine/json_tree.h"
+#include "monitor/engine/time_keys.h"
+#include "platform/device_records.h"
 #include "probe/host/memory_cleanup.h"
 #include "tests/support/local_time.h"
 #include "tests/support/network.h"

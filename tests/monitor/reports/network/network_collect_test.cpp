@@ -1,4 +1,8 @@
 #include "monitor/reports/network/network_collect.h"
+#include "monitor/reports/network/network_records.h"
+#include "platform/device_centre.h"
+#include "platform/device_records.h"
+#include "probe/clock/clock.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,7 @@
 #include "monitor/reports/network/network_keys.h"
+#include "monitor/reports/network/network_host.h"
+#include "monitor/reports/network/network_records.h"
+#include "platform/device_records.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

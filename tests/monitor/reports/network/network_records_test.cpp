@@ -1,4 +1,5 @@
 #include "monitor/reports/network/network_records.h"
+#include "probe/clock/clock.h"
 
 #include <gtest/gtest.h>
 

@@ -9,6 +9,8 @@
 #include <vector>
 
 #include "monitor/reports/network/wireless_network_report.h"
+#include "platform/device_records.h"
+#include "probe/clock/clock.h"
 #include "probe/clock/virtual_clock.h"
 #include "tests/support/local_time.h"
 #include "tests/support/log_capture.h"

@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include "monitor/reports/network/network_records.h"
 #include "monitor/reports/network/network_show.h"
 #include "tests/monitor/reports/network/network_report_fixture.h"
 

@@ -11,11 +11,14 @@
 #include <string>
 #include <utility>
 
+#include "monitor/engine/json_tree.h"
 #include "monitor/engine/time_keys.h"
 #include "monitor/reports/network/network_collect.h"
 #include "monitor/reports/network/network_keys.h"
 #include "monitor/reports/network/network_show.h"
 #include "monitor/reports/network/wireless_network_report.h"
+#include "platform/device_centre.h"
+#include "probe/clock/clock.h"
 #include "probe/clock/virtual_clock.h"
 #include "probe/host/device_centre.h"
 #include "probe/host/log.h"

@@ -5,6 +5,7 @@
 
 #include "monitor/engine/entry_points.h"
 #include "monitor/reports/network/network_records.h"
+#include "platform/device_records.h"
 #include "probe/host/log.h"
 #include "tests/support/local_time.h"
 #include "tests/support/network.h"

@@ -1,4 +1,5 @@
 #include "monitor/reports/network/network_retention.h"
+#include "monitor/reports/network/network_host.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -3,6 +3,7 @@
 #include <sstream>
 
 #include "monitor/reports/network/network_fold.h"
+#include "monitor/reports/network/network_host.h"
 #include "monitor/reports/network/network_keys.h"
 #include "monitor/reports/network/network_retention.h"
 #include "monitor/reports/network/network_rogues.h"

@@ -1,4 +1,8 @@
 #include "monitor/reports/network/wireless_network_report.h"
+#include "monitor/reports/network/network_records.h"
+#include "platform/configuration.h"
+#include "platform/device_centre.h"
+#include "platform/device_records.h"
 
 #include <gmock/gmock.h>
 
