@@ -24,7 +24,7 @@ std::string OctetsOf(const std::string& hex, const std::string& path) {
 }
 
 /// An SSID, as text or as its octets in hex.
-void ReadSsid(Members& members, std::string& ssid) {
+void ReadSsid(JsonObjectReader& members, std::string& ssid) {
   std::string hex;
   members.Read("ssid", ssid);
   if (members.Find("ssid_hex") == nullptr) return;
@@ -35,7 +35,7 @@ void ReadSsid(Members& members, std::string& ssid) {
 
 /// A number that stands for an enumerator, known or not.
 template <typename Enumeration>
-void ReadNumber(Members& members, const char* name, Enumeration& value) {
+void ReadNumber(JsonObjectReader& members, const char* name, Enumeration& value) {
   auto number = static_cast<std::int32_t>(value);
   members.Read(name, number);
   value = static_cast<Enumeration>(number);
@@ -43,29 +43,29 @@ void ReadNumber(Members& members, const char* name, Enumeration& value) {
 
 /// Fills a map from the object under `name`: a record for each member, which `read` fills from its members.
 template <typename Record, typename Read>
-void ReadRecords(Members& members, const char* name, std::map<std::string, Record>& filled, Read read) {
+void ReadRecords(JsonObjectReader& members, const char* name, std::map<std::string, Record>& filled, Read read) {
   const Json* object = members.Object(name);
   if (object == nullptr) return;
   for (const auto& [key, value] : object->items()) {
-    Members record(value, members.Path(name) + "." + key);
+    JsonObjectReader record(value, members.Path(name) + "." + key);
     read(record, filled[key]);
-    record.Finish();
+    record.RejectUnknown();
   }
 }
 
-std::shared_ptr<const records::TrafficStats> ReadTraffic(Members& members) {
+std::shared_ptr<const records::TrafficStats> ReadTraffic(JsonObjectReader& members) {
   const Json* object = members.Object("traffic");
   if (object == nullptr) return nullptr;
-  Members traffic(*object, members.Path("traffic"));
+  JsonObjectReader traffic(*object, members.Path("traffic"));
   auto statistics = std::make_shared<records::TrafficStats>();
   traffic.Read("if_index", statistics->if_index);
   traffic.Read("in_bytes", statistics->in_bytes);
   traffic.Read("out_bytes", statistics->out_bytes);
-  traffic.Finish();
+  traffic.RejectUnknown();
   return statistics;
 }
 
-void ReadInterfaces(Members& members, records::InterfaceStates& interfaces) {
+void ReadInterfaces(JsonObjectReader& members, records::InterfaceStates& interfaces) {
   const Json* object = members.Object("interfaces");
   if (object == nullptr) return;
   for (const auto& [name, value] : object->items()) {
@@ -73,17 +73,17 @@ void ReadInterfaces(Members& members, records::InterfaceStates& interfaces) {
       interfaces[name] = nullptr;
       continue;
     }
-    Members interface(value, members.Path("interfaces") + "." + name);
+    JsonObjectReader interface(value, members.Path("interfaces") + "." + name);
     auto state = std::make_shared<records::InterfaceState>();
     interface.Read("oper_status", state->oper_status);
     state->traffic = ReadTraffic(interface);
-    interface.Finish();
+    interface.RejectUnknown();
     interfaces[name] = std::move(state);
   }
 }
 
 records::AssocClientState ReadClient(const Json& value, const std::string& where) {
-  Members members(value, where);
+  JsonObjectReader members(value, where);
   records::AssocClientState client;
   members.Read("mac", client.mac);
   members.Read("hostname", client.hostname);
@@ -91,11 +91,11 @@ records::AssocClientState ReadClient(const Json& value, const std::string& where
   members.Read("data_rate", client.data_rate);
   members.Read("in_bytes", client.in_bytes);
   members.Read("out_bytes", client.out_bytes);
-  members.Finish();
+  members.RejectUnknown();
   return client;
 }
 
-void ReadSsidInterface(Members& members, records::SSIDIfState& interface) {
+void ReadSsidInterface(JsonObjectReader& members, records::SSIDIfState& interface) {
   ReadSsid(members, interface.ssid);
   members.Read("radio", interface.radio);
   interface.traffic = ReadTraffic(members);
@@ -108,11 +108,11 @@ void ReadSsidInterface(Members& members, records::SSIDIfState& interface) {
   members.Read("client_count", interface.client_count);
 }
 
-void ReadNeighbours(Members& members, std::list<records::NeighboringAP>& neighbours) {
+void ReadNeighbours(JsonObjectReader& members, std::list<records::NeighboringAP>& neighbours) {
   const Json* array = members.Array("neighbours");
   if (array == nullptr) return;
   for (const Json& value : *array) {
-    Members neighbour(value, members.Path("neighbours", neighbours.size()));
+    JsonObjectReader neighbour(value, members.Path("neighbours", neighbours.size()));
     records::NeighboringAP heard;
     bool is_trusted = false;
     neighbour.Read("mac", heard.mac);
@@ -122,70 +122,71 @@ void ReadNeighbours(Members& members, std::list<records::NeighboringAP>& neighbo
     ReadNumber(neighbour, "band", heard.band);
     neighbour.Read("channel", heard.channel);
     neighbour.Read("signal", heard.signal);
-    neighbour.Finish();
+    neighbour.RejectUnknown();
     neighbours.push_back(std::move(heard));
   }
 }
 
 /// What the device says of itself. JSON null is an answer of its own here: nothing is known.
-void ReadBasicInfo(const Json& state, Members& members, std::optional<records::BasicInfo>& basic_info) {
+void ReadBasicInfo(const Json& state, JsonObjectReader& members, std::optional<records::BasicInfo>& basic_info) {
   const Json* object = members.Object("basic_info");
   if (object == nullptr) {
     if (state.contains("basic_info")) basic_info.reset();
     return;
   }
-  Members info(*object, "basic_info");
+  JsonObjectReader info(*object, "basic_info");
   info.Read("hostname", basic_info->hostname);
   info.Read("ip", basic_info->ip);
   ReadNumber(info, "type", basic_info->type);
-  info.Finish();
+  info.RejectUnknown();
 }
 
-void ReadPlatformInfo(Members& members, std::optional<records::PlatformInfo>& platform_info) {
+void ReadPlatformInfo(JsonObjectReader& members, std::optional<records::PlatformInfo>& platform_info) {
   const Json* object = members.Object("platform_info");
   if (object == nullptr) return;
-  Members info(*object, "platform_info");
+  JsonObjectReader info(*object, "platform_info");
   platform_info.emplace();
   info.Read("model", platform_info->model);
   info.Read("version", platform_info->version);
-  info.Finish();
+  info.RejectUnknown();
 }
 
-void ReadTime(Members& members, const char* name, std::optional<time_t>& time) {
+void ReadTime(JsonObjectReader& members, const char* name, std::optional<time_t>& time) {
   if (members.Find(name) == nullptr) return;
   time = 0;
   members.Read(name, *time);
 }
 
-void ReadWireless(Members& members, DeviceSnapshot& snapshot) {
+void ReadWireless(JsonObjectReader& members, DeviceSnapshot& snapshot) {
   ReadRecords(members, "ssid_interfaces", snapshot.ssid_interfaces, ReadSsidInterface);
   ReadRecords(members, "radios", snapshot.radios,
-              [](Members& radio, records::RadioIfState& filled) { ReadNumber(radio, "band", filled.band); });
-  ReadRecords(members, "portal_users", snapshot.portal_users, [](Members& user, records::PortalUser& filled) {
+              [](JsonObjectReader& radio, records::RadioIfState& filled) { ReadNumber(radio, "band", filled.band); });
+  ReadRecords(members, "portal_users", snapshot.portal_users, [](JsonObjectReader& user, records::PortalUser& filled) {
     user.Read("username", filled.username);
     user.Read("hostname", filled.hostname);
     user.Read("in_bytes", filled.in_bytes);
     user.Read("out_bytes", filled.out_bytes);
   });
   ReadNeighbours(members, snapshot.neighbours);
-  ReadRecords(members, "ssid_config", snapshot.ssid_config, [](Members& configuration, records::SSIDCfg& filled) {
-    ReadNumber(configuration, "security_mode", filled.security_mode);
-    configuration.Read("guest", filled.guest);
-  });
+  ReadRecords(members, "ssid_config", snapshot.ssid_config,
+              [](JsonObjectReader& configuration, records::SSIDCfg& filled) {
+                ReadNumber(configuration, "security_mode", filled.security_mode);
+                configuration.Read("guest", filled.guest);
+              });
   // the SSID of a configuration is the part of its key in front of the last "@"
   for (auto& [key, configuration] : snapshot.ssid_config) configuration.name = key.substr(0, key.rfind('@'));
 }
 
-void ReadHealth(Members& members, DeviceSnapshot& snapshot) {
+void ReadHealth(JsonObjectReader& members, DeviceSnapshot& snapshot) {
   members.Read("cpu", snapshot.cpu);
   members.Read("uptime", snapshot.uptime);
   members.Read("health", snapshot.health_level);
   if (const Json* object = members.Object("notifications")) {
-    Members notifications(*object, "notifications");
+    JsonObjectReader notifications(*object, "notifications");
     notifications.Read("info", snapshot.notifications.info);
     notifications.Read("warning", snapshot.notifications.warning);
     notifications.Read("alert", snapshot.notifications.alert);
-    notifications.Finish();
+    notifications.RejectUnknown();
   }
   if (const Json* credential = members.Object("credential")) snapshot.credential_json = credential->dump();
 }
@@ -193,7 +194,7 @@ void ReadHealth(Members& members, DeviceSnapshot& snapshot) {
 }  // namespace
 
 DeviceSnapshot SnapshotOf(const Json& state) {
-  Members members(state, "");
+  JsonObjectReader members(state, "");
   DeviceSnapshot snapshot;
   members.Read("online", snapshot.online);
   members.Read("known", snapshot.known);
@@ -206,7 +207,7 @@ DeviceSnapshot SnapshotOf(const Json& state) {
   ReadInterfaces(members, snapshot.interfaces);
   ReadWireless(members, snapshot);
   ReadHealth(members, snapshot);
-  members.Finish();
+  members.RejectUnknown();
   return snapshot;
 }
 

@@ -20,11 +20,11 @@ class MalformedRecording : public std::runtime_error {
 /// The members of one JSON object, asked for by name and type, so that what is misspelt or mistyped is found.
 ///
 /// A member that is absent or null leaves the place to be filled as it was. A wrong type throws `MalformedRecording`,
-/// and so does `Finish` when there was a member that nobody asked for.
-class Members {
+/// and so does `RejectUnknown` when there was a member that nobody asked for.
+class JsonObjectReader {
  public:
   /// `where` names the object in error texts; empty for the line itself. `object` must outlive the reader.
-  Members(const nlohmann::ordered_json& object, std::string where);
+  JsonObjectReader(const nlohmann::ordered_json& object, std::string where);
 
   void Read(const char* name, std::string& text);
   void Read(const char* name, bool& flag);
@@ -51,7 +51,7 @@ class Members {
   const nlohmann::ordered_json* Array(const char* name);
 
   /// Complains of a member that nobody asked for.
-  void Finish() const;
+  void RejectUnknown() const;
 
   /// How a member is called in error texts.
   std::string Path(const std::string& name) const;

@@ -43,7 +43,7 @@ Json ParseJson(const std::string& text) {
 
 /// A member that must be there.
 template <typename Value>
-Value Required(Members& members, const char* name) {
+Value Required(JsonObjectReader& members, const char* name) {
   if (members.Find(name) == nullptr) throw MalformedRecording(members.Path(name) + " is missing");
   Value value{};
   members.Read(name, value);
@@ -56,13 +56,13 @@ std::string Text(const Json& value, const char* name) {
 }
 
 Line ParseDevice(Json& value) {
-  Members members(value, "device");
+  JsonObjectReader members(value, "device");
   auto mac = Required<std::string>(members, "mac");
   const bool is_set = members.Object("set") != nullptr;
   const bool is_merge = members.Object("merge") != nullptr;
   bool is_forgotten = false;
   members.Read("forget", is_forgotten);
-  members.Finish();
+  members.RejectUnknown();
   if (is_set + is_merge + is_forgotten != 1) {
     throw MalformedRecording("device must have one of set, merge and forget");
   }
@@ -77,39 +77,39 @@ Line ParseCleanUp(Json& value) {
 
 Line ParseClock(Json& value) {
   const Json wrapped{{"clock", value}};
-  Members members(wrapped, "");
+  JsonObjectReader members(wrapped, "");
   return SetClock{Required<time_t>(members, "clock")};
 }
 
 Line ParsePass(Json& value) {
-  Members members(value, "pass");
+  JsonObjectReader members(value, "pass");
   RunPasses passes;
   if (members.Find("at") != nullptr) passes.at = Required<time_t>(members, "at");
   if (passes.at && members.Find("after") != nullptr) throw MalformedRecording("pass has both at and after");
   members.Read("after", passes.after);
   members.Read("repeat", passes.repeat);
-  members.Finish();
+  members.RejectUnknown();
   if (passes.repeat == 0) throw MalformedRecording("pass.repeat must be 1 or more");
   if (passes.at && passes.repeat != 1) throw MalformedRecording("a pass with at cannot be repeated");
   return passes;
 }
 
 Line ParseSubscribe(Json& value) {
-  Members members(value, "subscribe");
+  JsonObjectReader members(value, "subscribe");
   Subscribe subscribe{.topic = Required<std::string>(members, "topic"),
                       .connection = Required<std::string>(members, "connection"),
                       .request = nullptr};
   if (const Json* request = members.Find("request")) subscribe.request = *request;
-  members.Finish();
+  members.RejectUnknown();
   return subscribe;
 }
 
 Line ParseUnsubscribe(Json& value) {
-  Members members(value, "unsubscribe");
+  JsonObjectReader members(value, "unsubscribe");
   Unsubscribe unsubscribe{.topic = Required<std::string>(members, "topic"),
                           .connection = Required<std::string>(members, "connection"),
                           .sid = Required<std::string>(members, "sid")};
-  members.Finish();
+  members.RejectUnknown();
   return unsubscribe;
 }
 
@@ -123,12 +123,12 @@ Line ParseSender(Json& value) {
 }
 
 Line ParseCall(Json& value) {
-  Members members(value, "call");
+  JsonObjectReader members(value, "call");
   const auto entry = Required<std::string>(members, "entry");
   if (entry == kTrafficEntry) {
     CallTraffic call{.mac = Required<std::string>(members, "mac"),
                      .interface = Required<std::string>(members, "interface")};
-    members.Finish();
+    members.RejectUnknown();
     return call;
   }
   if (std::find(kReportEntries.begin(), kReportEntries.end(), entry) == kReportEntries.end()) {
@@ -136,12 +136,12 @@ Line ParseCall(Json& value) {
   }
   CallReport call{.entry = entry, .request = std::nullopt};
   if (members.Find("request") != nullptr) call.request = Required<std::string>(members, "request");
-  members.Finish();
+  members.RejectUnknown();
   return call;
 }
 
 Line ParseStop(Json& value) {
-  Members(value, "stop").Finish();
+  JsonObjectReader(value, "stop").RejectUnknown();
   return Stop{};
 }
 
@@ -165,12 +165,12 @@ constexpr std::array<Keyword, 10> kKeywords{{{"device", ParseDevice},
 
 Header ParseHeader(const std::string& text) {
   const Json line = ParseJson(text);
-  Members members(line, "");
+  JsonObjectReader members(line, "");
   Header header;
   if (Required<std::int32_t>(members, "recording") != kVersion) throw MalformedRecording("recording must be 1");
   header.start = Required<time_t>(members, "start");
   members.Read("timezone", header.timezone);
-  members.Finish();
+  members.RejectUnknown();
   if (!IsTimezoneName(header.timezone)) throw MalformedRecording("unknown timezone " + header.timezone);
   return header;
 }
