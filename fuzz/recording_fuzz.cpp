@@ -19,15 +19,15 @@ template <typename Read>
 void ReadOrRefuse(Read read) {
   try {
     read();
-  } catch (const probe::MalformedRecording& refusal) {
+  } catch (const probe::recording::MalformedRecording& refusal) {
     Require(refusal.what()[0] != '\0');
   }
 }
 
 /// Requires that a state which was read and written reads as the same again.
 void RequireStable(const nlohmann::ordered_json& state) {
-  const nlohmann::ordered_json written = probe::StateOf(probe::SnapshotOf(state));
-  Require(probe::StateOf(probe::SnapshotOf(written)) == written);
+  const nlohmann::ordered_json written = probe::recording::StateOf(probe::recording::SnapshotOf(state));
+  Require(probe::recording::StateOf(probe::recording::SnapshotOf(written)) == written);
 }
 
 }  // namespace

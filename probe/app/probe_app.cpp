@@ -87,8 +87,8 @@ void ProbeApp::StartSources() {
 
 void ProbeApp::StartRecording() {
   if (settings_.record_path.empty()) return;
-  recorder_ =
-      std::make_unique<Recorder>(settings_.record_path, DeviceCentre::Instance(), SubscriptionService::Instance());
+  recorder_ = std::make_unique<recording::Recorder>(settings_.record_path, DeviceCentre::Instance(),
+                                                    SubscriptionService::Instance());
   log::Info("recording to %s", settings_.record_path.c_str());
 }
 

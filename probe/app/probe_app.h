@@ -51,7 +51,7 @@ class ProbeApp {
   const Settings settings_;
   std::unique_ptr<ScaledClock> clock_;  // null at the true pace
   std::unique_ptr<ClockInstallation> clock_installation_;
-  std::unique_ptr<Recorder> recorder_;  // null unless a recording is asked for
+  std::unique_ptr<recording::Recorder> recorder_;  // null unless a recording is asked for
   std::unique_ptr<ThisMachine> this_machine_;
   std::unique_ptr<SimulatedSource> simulated_;
   std::unique_ptr<LoadedPlugin> plugin_;

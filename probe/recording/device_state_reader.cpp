@@ -6,7 +6,7 @@
 
 #include "probe/recording/json_object_reader.h"
 
-namespace probe {
+namespace probe::recording {
 namespace {
 
 namespace records = vexora_probe::models::controller;
@@ -211,4 +211,4 @@ DeviceSnapshot SnapshotOf(const Json& state) {
   return snapshot;
 }
 
-}  // namespace probe
+}  // namespace probe::recording

@@ -6,7 +6,7 @@
 
 #include "probe/text/utf8.h"
 
-namespace probe {
+namespace probe::recording {
 namespace {
 
 namespace records = vexora_probe::models::controller;
@@ -148,4 +148,4 @@ Json StateOf(const DeviceSnapshot& snapshot) {
   return state;
 }
 
-}  // namespace probe
+}  // namespace probe::recording

@@ -4,7 +4,7 @@
 
 #include "probe/text/utf8.h"
 
-namespace probe {
+namespace probe::recording {
 
 MalformedRecording::MalformedRecording(const std::string& reason) : std::runtime_error(PrintableLine(reason)) {}
 
@@ -78,4 +78,4 @@ void JsonObjectReader::RejectUnknown() const {
   }
 }
 
-}  // namespace probe
+}  // namespace probe::recording

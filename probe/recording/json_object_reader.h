@@ -8,7 +8,7 @@
 #include <string>
 #include <type_traits>
 
-namespace probe {
+namespace probe::recording {
 
 /// A recording that cannot be read on; the text says why, for the person who wrote it.
 class MalformedRecording : public std::runtime_error {
@@ -50,7 +50,7 @@ class JsonObjectReader {
   const nlohmann::ordered_json* Object(const char* name);
   const nlohmann::ordered_json* Array(const char* name);
 
-  /// Complains of a member that nobody asked for.
+  /// Throws `MalformedRecording` when there is a member that nobody asked for.
   void RejectUnknown() const;
 
   /// How a member is called in error texts.
@@ -67,4 +67,4 @@ class JsonObjectReader {
   std::set<std::string, std::less<>> asked_;
 };
 
-}  // namespace probe
+}  // namespace probe::recording

@@ -9,7 +9,7 @@
 
 using utilities::lock::lock_guard;
 
-namespace probe {
+namespace probe::recording {
 namespace {
 
 std::string NameOf(ConnectionId connection) {
@@ -134,4 +134,4 @@ void Recorder::OnReleased() {
   Flush();
 }
 
-}  // namespace probe
+}  // namespace probe::recording

@@ -18,7 +18,7 @@
 #include "probe/host/subscription_service.h"
 #include "probe/recording/recording_writer.h"
 
-namespace probe {
+namespace probe::recording {
 
 /// Writes down what the running probe's devices report, who subscribes and when a pass runs, so that `probe-replay`
 /// gives the same messages again.
@@ -89,4 +89,4 @@ class Recorder final : public Clock, private SubscriptionObserver {
   ClockInstallation installation_{*this};  // last: the rest is ready when the engine asks for the time
 };
 
-}  // namespace probe
+}  // namespace probe::recording

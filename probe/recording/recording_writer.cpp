@@ -6,7 +6,7 @@
 #include "probe/recording/device_state_writer.h"
 #include "probe/text/json_text.h"
 
-namespace probe {
+namespace probe::recording {
 
 using nlohmann::ordered_json;
 
@@ -49,4 +49,4 @@ void RecordingWriter::Flush() {
   stream_.flush();
 }
 
-}  // namespace probe
+}  // namespace probe::recording

@@ -7,7 +7,7 @@
 
 #include "probe/host/device_snapshot.h"
 
-namespace probe {
+namespace probe::recording {
 
 /// Writes the lines of a recording, as `probe-replay` reads them.
 ///
@@ -36,4 +36,4 @@ class RecordingWriter {
   std::ostream& stream_;
 };
 
-}  // namespace probe
+}  // namespace probe::recording

@@ -6,7 +6,7 @@
 #include <stdexcept>
 #include <system_error>
 
-namespace probe {
+namespace probe::recording {
 namespace {
 
 constexpr const char* kZones = "/usr/share/zoneinfo/";
@@ -55,4 +55,4 @@ std::string LocalTimezoneName() {
   return name;
 }
 
-}  // namespace probe
+}  // namespace probe::recording

@@ -2,7 +2,7 @@
 
 #include <string>
 
-namespace probe {
+namespace probe::recording {
 
 /// Whether the tz database of this machine has a zone of this name. A name means the same on every machine.
 bool IsTimezoneName(const std::string& name);
@@ -13,4 +13,4 @@ bool IsTimezoneName(const std::string& name);
 /// Threads: none may change the environment meanwhile.
 std::string LocalTimezoneName();
 
-}  // namespace probe
+}  // namespace probe::recording

@@ -80,7 +80,7 @@ void ReplayHost::Do(recording::Line line) {
             std::is_same_v<Wanted, recording::SetClock> || std::is_same_v<Wanted, recording::SetDevice> ||
             std::is_same_v<Wanted, recording::MergeDevice> || std::is_same_v<Wanted, recording::ForgetDevice>;
         if (is_stopped_ && !kGoesOnAfterStop) {
-          throw MalformedRecording("after stop only call, clock and device may follow");
+          throw recording::MalformedRecording("after stop only call, clock and device may follow");
         }
         Do(wanted);
       },
@@ -88,7 +88,7 @@ void ReplayHost::Do(recording::Line line) {
 }
 
 void ReplayHost::Do(recording::SetDevice& line) {
-  DeviceCentre::Instance().Replace(line.mac, SnapshotOf(line.state));
+  DeviceCentre::Instance().Replace(line.mac, recording::SnapshotOf(line.state));
   states_[line.mac] = std::move(line.state);
 }
 
@@ -96,7 +96,7 @@ void ReplayHost::Do(const recording::MergeDevice& line) {
   const auto known = states_.find(line.mac);
   Json state = known == states_.end() ? Json::object() : known->second;
   state.merge_patch(line.patch);
-  DeviceCentre::Instance().Replace(line.mac, SnapshotOf(state));
+  DeviceCentre::Instance().Replace(line.mac, recording::SnapshotOf(state));
   states_[line.mac] = std::move(state);
 }
 
@@ -118,7 +118,7 @@ void ReplayHost::Do(const recording::RunPasses& line) {
   for (std::uint64_t pass = 0; pass < line.repeat; ++pass) {
     time_t moment = line.at.value_or(0);
     if (!line.at && __builtin_add_overflow(now(), line.after, &moment)) {
-      throw MalformedRecording("the clock would run over");
+      throw recording::MalformedRecording("the clock would run over");
     }
     clock_.RunPass(moment);
     output_.Flush();
@@ -127,10 +127,11 @@ void ReplayHost::Do(const recording::RunPasses& line) {
 
 void ReplayHost::Do(const recording::Subscribe& line) {
   const JsonCHandle request(line.request.is_null() ? nullptr : json_tokener_parse(line.request.dump().c_str()));
-  if (request == nullptr && !line.request.is_null()) throw MalformedRecording("subscribe.request cannot be read");
+  if (request == nullptr && !line.request.is_null())
+    throw recording::MalformedRecording("subscribe.request cannot be read");
   auto& service = SubscriptionService::Instance();
   const auto filters = service.Parse(line.topic, request.get());
-  if (!filters) throw MalformedRecording("nobody feeds the topic " + line.topic);
+  if (!filters) throw recording::MalformedRecording("nobody feeds the topic " + line.topic);
   service.File(line.topic, IdOf(line.connection), *filters);
 }
 

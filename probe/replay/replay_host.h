@@ -34,7 +34,7 @@ class ReplayHost {
 
   /// Does what one line asks for, and returns when it is done.
   ///
-  /// Fails: throws `MalformedRecording` for what cannot be done.
+  /// Fails: throws `recording::MalformedRecording` for what cannot be done.
   void Do(recording::Line line);
 
   /// What the passes have cost so far.

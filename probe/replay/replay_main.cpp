@@ -51,7 +51,7 @@ void Replay(std::istream& input, const Arguments& arguments, probe::ReplayOutput
     output.Flush();
   }
   if (input.bad()) throw std::runtime_error(arguments.recording + ": cannot be read");
-  if (!host) throw probe::MalformedRecording("the header is missing");
+  if (!host) throw probe::recording::MalformedRecording("the header is missing");
   if (arguments.wants_timing) output.Timing(host->cost());
 }
 
@@ -70,7 +70,7 @@ int Run(const Arguments& arguments) {
   int status = 0;
   try {
     Replay(arguments.recording == "-" ? std::cin : file, arguments, output, line);
-  } catch (const probe::MalformedRecording& error) {
+  } catch (const probe::recording::MalformedRecording& error) {
     std::cerr << arguments.recording << ":" << line << ": " << error.what() << "\n";
     status = kMalformed;
   } catch (const std::exception& error) {

@@ -12,7 +12,7 @@ namespace {
 
 using nlohmann::json;
 using probe::DeviceSnapshot;
-using probe::SnapshotOf;
+using probe::recording::SnapshotOf;
 namespace records = vexora_probe::models::controller;
 
 DeviceSnapshot Of(const std::string& state) {
@@ -21,13 +21,13 @@ DeviceSnapshot Of(const std::string& state) {
 
 /// The state of a snapshot, whatever the order of its members.
 json Described(const DeviceSnapshot& snapshot) {
-  return json::parse(probe::StateOf(snapshot).dump());
+  return json::parse(probe::recording::StateOf(snapshot).dump());
 }
 
 std::string Refusal(const char* state) {
   try {
     Of(state);
-  } catch (const probe::MalformedRecording& error) {
+  } catch (const probe::recording::MalformedRecording& error) {
     return error.what();
   }
   return {};

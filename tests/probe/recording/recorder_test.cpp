@@ -16,8 +16,8 @@
 namespace {
 
 using probe::DeviceCentre;
-using probe::Recorder;
 using probe::SubscriptionService;
+using probe::recording::Recorder;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 

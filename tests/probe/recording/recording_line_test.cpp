@@ -23,7 +23,7 @@ std::string Refusal(const std::string& text, bool is_header = false) {
     } else {
       ParseLine(text);
     }
-  } catch (const probe::MalformedRecording& error) {
+  } catch (const probe::recording::MalformedRecording& error) {
     return error.what();
   }
   return {};

@@ -10,8 +10,8 @@
 
 namespace {
 
-using probe::IsTimezoneName;
-using probe::LocalTimezoneName;
+using probe::recording::IsTimezoneName;
+using probe::recording::LocalTimezoneName;
 
 /// TZ as the test wants it, until its end.
 class LocalTimezone : public ::testing::Test {

@@ -32,7 +32,7 @@ void WriteRecording(int passes, FILE* file) {
   auto& centre = probe::DeviceCentre::Instance();
   centre.Clear();
   probe::SimulatedNetwork network(centre, {});
-  probe::RecordingWriter writer(stream);
+  probe::recording::RecordingWriter writer(stream);
   writer.Header(kStart, "UTC");
   writer.Subscribe("TrafficMonitor", "client", R"([{"sid": "a", "filter": {"interval": "1h"}}])");
   for (int pass = 1; pass <= passes; ++pass) {
