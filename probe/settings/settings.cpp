@@ -19,19 +19,19 @@
 namespace probe {
 namespace {
 
-/// What is wrong in one file, by line; text that several lines are about stands at the first.
-class Complaints {
+/// What is wrong in one file, in the order of its lines. What concerns several lines stands at the first.
+class SettingsErrors {
  public:
-  explicit Complaints(std::string file) : file_(std::move(file)) {}
+  explicit SettingsErrors(std::string file) : file_(std::move(file)) {}
 
   void Add(std::size_t line, const std::string& key, const std::string& what) {
     by_line_.emplace(line, file_ + ":" + std::to_string(line) + ": " + (key.empty() ? "" : key + ": ") + what);
   }
 
-  /// Throws when there is something to complain about.
+  /// Throws `SettingsError` when something is wrong.
   void Raise() const {
     std::string text;
-    for (const auto& [line, complaint] : by_line_) text += (text.empty() ? "" : "\n") + complaint;
+    for (const auto& [line, error] : by_line_) text += (text.empty() ? "" : "\n") + error;
     if (!text.empty()) throw SettingsError(text);
   }
 
@@ -75,11 +75,11 @@ const SettingKey* FindKey(const std::string& path) {
   return found != SettingKeys().end() ? &*found : nullptr;
 }
 
-/// Walks one document and takes its values over, complaining about those that it can't.
-class Reading {
+/// Takes the values of one document over, and notes those that it cannot take.
+class SettingsReader {
  public:
-  Reading(Settings& settings, KeyLines& lines, Complaints& complaints)
-      : settings_(settings), lines_(lines), complaints_(complaints) {}
+  SettingsReader(Settings& settings, KeyLines& lines, SettingsErrors& errors)
+      : settings_(settings), lines_(lines), errors_(errors) {}
 
   /// `prefix` is empty for the whole document, otherwise the table's path and a dot.
   void Table(const toml::table& table, const std::string& prefix) {
@@ -91,7 +91,7 @@ class Reading {
       } else if (const toml::table* inner = node.as_table()) {
         Table(*inner, path + ".");
       } else {
-        complaints_.Add(line, path, "must be a table");
+        errors_.Add(line, path, "must be a table");
       }
     }
   }
@@ -100,12 +100,12 @@ class Reading {
   void Value(const toml::node& node, const std::string& path, std::size_t line) {
     const SettingKey* key = FindKey(path);
     if (key == nullptr) {
-      complaints_.Add(line, path, node.is_table() ? "there is no such table" : "there is no such key");
+      errors_.Add(line, path, node.is_table() ? "there is no such table" : "there is no such key");
       return;
     }
     const std::optional<SettingValue> value = ValueOf(node);
     if (!value || value->index() != key->read(settings_).index() || !key->accepts(*value)) {
-      complaints_.Add(line, path, "must be " + key->expected);
+      errors_.Add(line, path, "must be " + key->expected);
       return;
     }
     key->assign(settings_, *value);
@@ -114,7 +114,7 @@ class Reading {
 
   Settings& settings_;
   KeyLines& lines_;
-  Complaints& complaints_;
+  SettingsErrors& errors_;
 };
 
 /// Line of `key`, or of `other`, whichever the file holds.
@@ -123,31 +123,31 @@ std::size_t LineOf(const KeyLines& lines, const std::string& key, const std::str
   return found != lines.end() ? found->second : lines.at(other);
 }
 
-void CheckTls(const Settings& settings, const KeyLines& lines, Complaints& complaints) {
+void CheckTls(const Settings& settings, const KeyLines& lines, SettingsErrors& errors) {
   const std::string certificate = "server.tls_certificate";
   const std::string key = "server.tls_key";
   if (!HasHalfOfTls(settings.server)) return;
   const bool key_is_missing = settings.server.tls_key.empty();
   const std::string& missing = key_is_missing ? key : certificate;
   const std::string& given = key_is_missing ? certificate : key;
-  complaints.Add(LineOf(lines, missing, given), missing, "must be given together with " + given);
+  errors.Add(LineOf(lines, missing, given), missing, "must be given together with " + given);
 }
 
-void CheckSilences(const Settings& settings, const KeyLines& lines, Complaints& complaints) {
+void CheckSilences(const Settings& settings, const KeyLines& lines, SettingsErrors& errors) {
   const ServerLimits& limits = settings.server.limits;
   if (!HangsUpUnasked(limits)) return;
   const std::string hang_up = "limits.hang_up_after_seconds";
   const std::string ping = "limits.ping_after_seconds";
-  complaints.Add(LineOf(lines, hang_up, ping), hang_up,
-                 "must be more than " + ping + ", which is " + std::to_string(limits.ping_after.count()));
+  errors.Add(LineOf(lines, hang_up, ping), hang_up,
+             "must be more than " + ping + ", which is " + std::to_string(limits.ping_after.count()));
 }
 
 /// Takes the token from its file, if one is named.
-void ReadToken(Settings& settings, const KeyLines& lines, Complaints& complaints) {
+void ReadToken(Settings& settings, const KeyLines& lines, SettingsErrors& errors) {
   if (settings.token_file.empty()) return;
   const std::string key = "server.token_file";
   if (!settings.server.token.empty()) {
-    complaints.Add(lines.at(key), key, "must not be given together with server.token");
+    errors.Add(lines.at(key), key, "must not be given together with server.token");
     return;
   }
   std::ifstream file(settings.token_file);
@@ -155,7 +155,7 @@ void ReadToken(Settings& settings, const KeyLines& lines, Complaints& complaints
   std::getline(file, token);
   if (token.ends_with('\r')) token.pop_back();  // the line of an editor that ends its lines so
   if (token.empty()) {
-    complaints.Add(lines.at(key), key, "no token can be read from \"" + settings.token_file + "\"");
+    errors.Add(lines.at(key), key, "no token can be read from \"" + settings.token_file + "\"");
   }
 }
 
@@ -184,12 +184,12 @@ Settings ParseSettings(std::string_view text, const std::string& file) {
   const toml::table document = ParsedToml(text, file);
   Settings settings;
   KeyLines lines;
-  Complaints complaints(file);
-  Reading(settings, lines, complaints).Table(document, "");
-  CheckTls(settings, lines, complaints);
-  CheckSilences(settings, lines, complaints);
-  ReadToken(settings, lines, complaints);
-  complaints.Raise();
+  SettingsErrors errors(file);
+  SettingsReader(settings, lines, errors).Table(document, "");
+  CheckTls(settings, lines, errors);
+  CheckSilences(settings, lines, errors);
+  ReadToken(settings, lines, errors);
+  errors.Raise();
   return settings;
 }
 
