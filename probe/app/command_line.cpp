@@ -6,6 +6,7 @@
 #include <sstream>
 
 #include "probe/settings/setting_keys.h"
+#include "probe/sources/simulated/simulated_settings.h"
 
 namespace probe {
 namespace {

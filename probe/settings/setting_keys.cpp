@@ -1,12 +1,14 @@
 #include "probe/settings/setting_keys.h"
 
 #include <algorithm>
+#include <chrono>
 #include <iterator>
 #include <optional>
 #include <type_traits>
 #include <utility>
 
 #include "probe/server/net/ip_address.h"
+#include "probe/sources/simulated/simulated_settings.h"
 
 namespace probe {
 namespace {

@@ -1,32 +1,15 @@
 #pragma once
 
-#include <chrono>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 
 #include "probe/host/log.h"
 #include "probe/server/net/server_settings.h"
-#include "probe/sources/simulated/simulated_network.h"
+#include "probe/sources/simulated/simulated_settings.h"
+#include "probe/sources/this_machine/this_machine_settings.h"
 
 namespace probe {
-
-/// How the source `this_machine` works.
-struct ThisMachineSettings {
-  bool enabled = true;              ///< Whether this machine is a device at all.
-  std::chrono::seconds refresh{1};  ///< Time between two readings.
-  std::string name;                 ///< Device name; empty: the host name.
-};
-
-/// How the source `simulated` works.
-struct SimulatedSettings {
-  static constexpr int kMaxDevices = 10'000;
-  static constexpr int kMaxClients = 1'000'000;
-
-  bool enabled = false;              ///< Whether there is a simulated network.
-  std::chrono::seconds refresh{10};  ///< Time between two of its states, by the probe's clock.
-  SimulatedNetworkSettings network;  ///< Which network.
-};
 
 /// Everything that an administrator can settle. What a fresh record holds are the defaults.
 struct Settings {

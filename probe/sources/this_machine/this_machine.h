@@ -6,9 +6,9 @@
 
 #include "platform/utilities/locks.h"
 #include "probe/host/device_centre.h"
-#include "probe/settings/settings.h"
 #include "probe/sources/this_machine/machine_reading.h"
 #include "probe/sources/this_machine/proc_texts.h"
+#include "probe/sources/this_machine/this_machine_settings.h"
 
 namespace probe {
 
