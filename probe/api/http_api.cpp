@@ -1,7 +1,8 @@
 #include "probe/api/http_api.h"
 
 #include <algorithm>
-#include <functional>
+#include <array>
+#include <cstdint>
 #include <nlohmann/json.hpp>
 #include <utility>
 
@@ -15,7 +16,8 @@ namespace {
 
 using nlohmann::ordered_json;
 
-constexpr char kLive[] = "/api/live/";
+constexpr std::string_view kApi = "/api/";
+constexpr std::string_view kLive = "/api/live/";
 
 /// Silence of the engine, in passes, that is no mere delay any more; and the least that is, whatever the pace.
 constexpr unsigned kMissedPasses = 3;
@@ -53,39 +55,54 @@ HttpApi::HttpApi(ProbeFacts facts, PluginCalls plugin, DeviceCentre& centre, con
       latest_(latest),
       pages_(std::move(pages)) {}
 
+std::span<const HttpApi::Route> HttpApi::Routes() {
+  using Api = const HttpApi&;
+  using Request = const HttpRequest&;
+  static constexpr std::array kRoutes{
+      Route{"/healthz", Door::kOpen, [](Api api, Request) { return api.Health(); }},
+      Route{"/api/", Door::kGuarded, [](Api api, Request) { return api.Index(); }},
+      Route{"/api/status", Door::kGuarded, [](Api api, Request) { return api.Status(); }},
+      Route{"/api/devices", Door::kGuarded, [](Api api, Request) { return DevicesAnswer(api.centre_); }},
+      Route{"/api/traffic", Door::kGuarded,
+            [](Api api, Request request) { return InterfaceTrafficAnswer(api.plugin_, request); }},
+      Route{"/api/live/{topic}", Door::kGuarded, [](Api api, Request request) { return api.Live(request); }},
+      Route{"/api/reports/clients", Door::kGuarded,
+            [](Api api, Request request) { return ReportAnswer(api.plugin_.clients, request); }},
+      Route{"/api/reports/clients/periods", Door::kGuarded,
+            [](Api api, Request) { return PeriodsAnswer(api.plugin_.clients); }},
+      Route{"/api/reports/networks", Door::kGuarded,
+            [](Api api, Request request) { return ReportAnswer(api.plugin_.networks, request); }},
+      Route{"/api/reports/networks/periods", Door::kGuarded,
+            [](Api api, Request) { return PeriodsAnswer(api.plugin_.networks); }}};
+  return kRoutes;
+}
+
+const HttpApi::Route* HttpApi::FindRoute(std::string_view path) {
+  for (const Route& route : Routes()) {
+    const std::size_t parameter = route.path.find('{');
+    const bool is_match =
+        parameter == std::string_view::npos ? path == route.path : path.starts_with(route.path.substr(0, parameter));
+    if (is_match) return &route;
+  }
+  return nullptr;
+}
+
 Door HttpApi::DoorOf(const std::string& path) const {
-  if (path.starts_with("/api/")) return Door::kGuarded;
-  return path == "/healthz" || pages_.Has(path) ? Door::kOpen : Door::kNone;
+  if (const Route* route = FindRoute(path)) return route->door;
+  // What is not there is guarded, too: without the token nobody learns which paths there are.
+  if (path.starts_with(kApi)) return Door::kGuarded;
+  return pages_.Has(path) ? Door::kOpen : Door::kNone;
 }
 
 HttpAnswer HttpApi::Answer(const HttpRequest& request) const {
-  using Route = std::function<HttpAnswer()>;
-  const std::map<std::string, Route> routes{
-      {"/healthz", [&] { return Health(); }},
-      {"/api/", [&] { return Index(); }},
-      {"/api/status", [&] { return Status(); }},
-      {"/api/devices", [&] { return DevicesAnswer(centre_); }},
-      {"/api/traffic", [&] { return InterfaceTrafficAnswer(plugin_, request); }},
-      {"/api/reports/clients", [&] { return ReportAnswer(plugin_.clients, request); }},
-      {"/api/reports/clients/periods", [&] { return PeriodsAnswer(plugin_.clients); }},
-      {"/api/reports/networks", [&] { return ReportAnswer(plugin_.networks, request); }},
-      {"/api/reports/networks/periods", [&] { return PeriodsAnswer(plugin_.networks); }}};
-  if (const auto route = routes.find(request.path); route != routes.end()) return route->second();
-  if (request.path.starts_with(kLive)) return Live(request.path.substr(sizeof kLive - 1), request);
+  if (const Route* route = FindRoute(request.path)) return route->answer(*this, request);
   return pages_.Has(request.path) ? pages_.Answer(request) : NotFound();
 }
 
 std::vector<std::string> HttpApi::Paths() {
-  return {"/healthz",
-          "/api/",
-          "/api/status",
-          "/api/devices",
-          "/api/traffic",
-          "/api/live/{topic}",
-          "/api/reports/clients",
-          "/api/reports/clients/periods",
-          "/api/reports/networks",
-          "/api/reports/networks/periods"};
+  std::vector<std::string> paths;
+  for (const Route& route : Routes()) paths.emplace_back(route.path);
+  return paths;
 }
 
 HttpAnswer HttpApi::Index() const {
@@ -124,7 +141,8 @@ HttpAnswer HttpApi::Status() const {
   return JsonAnswer(status.dump(), Caching::kNoStore);
 }
 
-HttpAnswer HttpApi::Live(const std::string& topic, const HttpRequest& request) const {
+HttpAnswer HttpApi::Live(const HttpRequest& request) const {
+  const std::string topic = request.path.substr(kLive.size());
   const auto given = request.arguments.find(VariantArgument(topic));
   const std::string variant =
       given == request.arguments.end() || given->second.empty() ? DefaultVariant(topic) : given->second;

@@ -1,7 +1,10 @@
 #pragma once
 
 #include <chrono>
+#include <span>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "probe/api/latest_messages.h"
 #include "probe/api/page_files.h"
@@ -39,10 +42,23 @@ class HttpApi {
  private:
   using SteadyClock = std::chrono::steady_clock;
 
+  /// One path of the interface. Every one of them is read with GET or HEAD, which the server sees to.
+  struct Route {
+    std::string_view path;  ///< As docs/openapi.yaml writes it; a parameter, in braces, is the last part.
+    Door door;
+    HttpAnswer (*answer)(const HttpApi& api, const HttpRequest& request);
+  };
+
+  /// The table of all of them, in the order in which the index names them.
+  static std::span<const Route> Routes();
+
+  /// The route of a path; null when there is none.
+  static const Route* FindRoute(std::string_view path);
+
   HttpAnswer Index() const;
   HttpAnswer Health() const;
   HttpAnswer Status() const;
-  HttpAnswer Live(const std::string& topic, const HttpRequest& request) const;
+  HttpAnswer Live(const HttpRequest& request) const;
 
   const ProbeFacts facts_;
   const PluginCalls plugin_;
