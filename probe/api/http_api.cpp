@@ -19,7 +19,7 @@ using nlohmann::ordered_json;
 constexpr std::string_view kApi = "/api/";
 constexpr std::string_view kLive = "/api/live/";
 
-/// Silence of the engine, in passes, that is no mere delay any more; and the least that is, whatever the pace.
+/// The engine counts as stalled after so many passes without a message, but never before `kLeastSilence`.
 constexpr unsigned kMissedPasses = 3;
 constexpr std::chrono::seconds kLeastSilence{10};
 

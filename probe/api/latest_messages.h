@@ -15,7 +15,7 @@
 
 namespace probe {
 
-/// A subscription that everybody who looks at a topic is likely to want.
+/// A subscription that most clients of a topic ask for.
 struct StandardFilter {
   std::string topic;
   std::string variant;  ///< Which of the topic's: the view, or what a ranking is ordered by. Empty: there is only one.
@@ -25,10 +25,10 @@ struct StandardFilter {
 /// The subscriptions whose newest messages are kept: every view of every live topic, over all devices.
 const std::vector<StandardFilter>& StandardFilters();
 
-/// The newest message of each standard filter, so that whoever has just come need not wait for the next pass.
+/// The newest message of each standard filter, so that a new client need not wait for the next pass.
 ///
-/// It is a subscriber within the process. A message replaces the one before. Building the messages of a large network
-/// takes the engine time, and nobody reads them here: the first one above `kMaxBytes` ends the subscription.
+/// It subscribes from within the process, and a message replaces the one before. The first message above `kMaxBytes`
+/// ends its subscription, for messages of a large network cost the engine time in every pass.
 /// Threads: any. The engine's thread puts messages in and is never waited for.
 class LatestMessages {
  public:
@@ -46,7 +46,7 @@ class LatestMessages {
   /// `service` must outlive the subscriptions.
   void Subscribe(WebServer& server, SubscriptionService& service);
 
-  /// Null: none has come yet, or they are too large.
+  /// The newest message; null: none has come yet, or they are too large.
   std::shared_ptr<const Message> Find(const std::string& topic, const std::string& variant) const;
 
   /// Whether the messages of this filter are too large to be kept.

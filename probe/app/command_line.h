@@ -11,7 +11,7 @@ namespace probe {
 
 /// What somebody typed after `vexora-probe`. Empty optionals were not given.
 struct CommandLine {
-  std::optional<std::string> config;     ///< Configuration file; otherwise the system's, if there is one.
+  std::optional<std::string> config;     ///< Configuration file; nothing: the system's, if there is one.
   std::optional<std::string> plugin;     ///< In place of `plugin.path`.
   std::optional<std::string> log_level;  ///< In place of `logging.level`; one that this key accepts.
   std::optional<std::uint16_t> port;     ///< In place of `server.port`.
@@ -23,7 +23,7 @@ struct CommandLine {
   std::optional<int> clients;            ///< In place of `sources.simulated.clients`.
 };
 
-/// A command line that is answered by a text, and the program is over.
+/// A command line that the program answers with a text before it exits: help, version or an error.
 struct CommandLineExit {
   int exit_code = 0;  ///< 0 for what was asked for, 2 for a command line that cannot be used.
   std::string text;   ///< For standard output in the first case, standard error in the second; ends with a line end.
@@ -35,7 +35,7 @@ inline constexpr int kUnusable = 2;
 /// Where the configuration is looked for when the command line names none.
 inline constexpr const char* kSystemConfiguration = "/etc/vexora/probe.toml";
 
-/// Takes a command line apart; `arguments[0]` is the program's name.
+/// Parses a command line; `arguments[0]` is the program's name.
 std::variant<CommandLine, CommandLineExit> ParseCommandLine(int count, const char* const* arguments);
 
 /// The settings of the configuration file, overridden by those of the command line. Without `--config` that is

@@ -56,8 +56,8 @@ namespace {
 
 /// Runs one asynchronous operation of a connection at a time, to have a deadline for each.
 ///
-/// A read stays under way when its deadline is over, and the next one goes on waiting for it: to give a read up would
-/// be to give the connection up.
+/// A read goes on when its deadline passes, and the next `Receive` waits for the same one: a read cannot be cancelled
+/// without closing the connection.
 template <typename Stream>
 class StreamSession final : public WebsocketClient::Session {
  public:

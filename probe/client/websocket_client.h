@@ -46,7 +46,7 @@ struct CloseReason {
 
 /// A websocket connection, one step at a time.
 ///
-/// Pings are answered inside `Receive` only: a client that doesn't call it is a client that went quiet.
+/// Pings are answered inside `Receive` only: a client that does not call it looks dead to the server.
 /// Threads: one at a time.
 class WebsocketClient {
  public:
@@ -68,7 +68,7 @@ class WebsocketClient {
   /// Why and how the connection was closed; nothing while it is open.
   std::optional<CloseReason> close_reason() const;
 
-  /// Says good-bye and waits for the answer, but not for long.
+  /// Sends a close frame, and waits a short time for the server's.
   void Close();
 
   class Session;

@@ -35,6 +35,7 @@ DeviceCentre& DeviceCentre::Instance() {
 
 void DeviceCentre::Replace(const std::string& mac, DeviceSnapshot snapshot) {
   if (snapshot.basic_info) snapshot.basic_info->mac = mac;
+  // Declared before the guard, so that the snapshot which it replaces is freed after the lock is released.
   Change change{.mac = mac, .snapshot = std::make_shared<const DeviceSnapshot>(std::move(snapshot))};
   const lock_guard_write held(lock_);
   Make(change);
@@ -52,7 +53,7 @@ void DeviceCentre::Make(Change& change) {
     return;
   }
   if (change.snapshot == nullptr) {
-    snapshots_.erase(change.mac);
+    snapshots_.erase(change.mac);  // its place in order_ stays, for the case that the device comes back
     return;
   }
   std::swap(snapshots_[change.mac], change.snapshot);
@@ -74,7 +75,7 @@ void DeviceCentre::Hold() {
 }
 
 void DeviceCentre::Release() {
-  std::vector<Change> waiting;
+  std::vector<Change> waiting;  // as above: freed after the lock is released
   const lock_guard_write held(lock_);
   is_held_ = false;
   waiting.swap(waiting_);

@@ -27,18 +27,18 @@ class DeviceCentre final : public DeviceManager {
   /// The one device centre of the process, the same object as `DeviceManager::GetInstance()`.
   static DeviceCentre& Instance();
 
-  /// Makes `snapshot` what is known of the device from now on. An unknown MAC becomes a new device, listed last.
+  /// Replaces the snapshot of the device. A MAC that was never named is added at the end of the lists.
   void Replace(const std::string& mac, DeviceSnapshot snapshot) VEXORA_EXCLUDES(lock_);
 
   /// Forgets the device: it is in no list, and `device(mac)` is null. Should it come back, it takes its old place in
   /// the lists. Does not call the plug-in's clean-up function.
   void Forget(const std::string& mac) VEXORA_EXCLUDES(lock_);
 
-  /// Gives the device its place in the lists, should it ever be known.
+  /// Reserves the device's place in the lists for the time when it has a snapshot.
   void Name(const std::string& mac) VEXORA_EXCLUDES(lock_);
 
-  /// Makes what is known stand still: changes wait until `Release`, and are then made in their order. Holding twice is
-  /// holding once.
+  /// Freezes all snapshots: changes are queued, and `Release` applies them in their order. A second `Hold` before the
+  /// `Release` has no effect.
   void Hold() VEXORA_EXCLUDES(lock_);
   void Release() VEXORA_EXCLUDES(lock_);
 
@@ -60,14 +60,14 @@ class DeviceCentre final : public DeviceManager {
  private:
   using Snapshots = std::map<std::string, std::shared_ptr<const DeviceSnapshot>>;
 
-  /// A change that waits: null forgets the device.
+  /// A change of one device; a null snapshot forgets it.
   struct Change {
     std::string mac;
     std::shared_ptr<const DeviceSnapshot> snapshot;
   };
 
-  /// Makes a change now, or keeps it while the centre is held. What the change replaces is left in it, to be freed
-  /// without the lock.
+  /// Applies a change, or queues it while the centre is held. `change` keeps the snapshot that was replaced, so that
+  /// the caller can free it without the lock.
   void Make(Change& change) VEXORA_REQUIRES(lock_);
 
   void TakePlace(const std::string& mac) VEXORA_REQUIRES(lock_);

@@ -23,11 +23,11 @@ struct DeviceSnapshot {
   bool driver = true;        ///< A driver serves it.
   bool is_wireless = false;  ///< That driver's answer to the wireless query.
 
-  /// Nothing: the register of basic information leaves the device out, while the device's own record is empty.
+  /// Nothing: `GetDevicesBasicInfo` leaves the device out, and `Device::basic_info` gives an empty record.
   std::optional<vexora_probe::models::controller::BasicInfo> basic_info = vexora_probe::models::controller::BasicInfo{};
   std::optional<vexora_probe::models::controller::PlatformInfo> platform_info;
 
-  std::optional<time_t> sample_time;  ///< When the interfaces were read; nothing: at the moment of asking.
+  std::optional<time_t> sample_time;  ///< When the interfaces were read; nothing: at the time of the call.
   vexora_probe::models::controller::InterfaceStates interfaces;
 
   std::optional<time_t> polling_time;  ///< When the SSID interfaces' counters were read; nothing: as above.

@@ -40,7 +40,7 @@ const char* ModuleName(int module) {
   }
 }
 
-/// Lines on standard error: time, level, who speaks, text.
+/// Writes a line to standard error: time, level, module, text.
 void WriteToStandardError(Level level, int module, const std::string& text) {
   static const auto logger = [] {
     auto created = std::make_shared<spdlog::logger>("probe", std::make_shared<spdlog::sinks::stderr_color_sink_mt>());
@@ -51,7 +51,7 @@ void WriteToStandardError(Level level, int module, const std::string& text) {
   logger->log(SpdlogLevel(level), "{:<7} {}", ModuleName(module), text);
 }
 
-/// The writer in force, and the lock that keeps lines apart.
+/// The current writer. The lock is held while it writes, so that lines of two threads do not mix.
 struct Output {
   utilities::lock::Mutex lock;
   Writer writer VEXORA_GUARDED_BY(lock) = WriteToStandardError;
@@ -64,7 +64,7 @@ Output& TheOutput() {
 
 /// The text of a printf-style call, of any length.
 std::string Formatted(const char* format, va_list arguments) {
-  va_list again;
+  va_list again;  // vsnprintf uses a list up, and the length has to be known before the text is written
   va_copy(again, arguments);
   const int length = std::vsnprintf(nullptr, 0, format, again);
   va_end(again);

@@ -5,12 +5,12 @@
 
 namespace probe::log {
 
-/// How much somebody needs to know a line; a greater one is more urgent.
+/// The severity of a log line; a greater value is more severe.
 enum class Level { kDebug, kInfo, kError };
 
-/// Where log lines go: level, module number and text of one line, with everything harmful replaced.
+/// Writes one log line: level, module number, and the text with control characters escaped (`PrintableLine`).
 ///
-/// Called with a lock held, one line at a time. It must not log.
+/// Called with a lock held, one line at a time, so it must not log itself.
 using Writer = std::function<void(Level level, int module, const std::string& text)>;
 
 /// Module number of the probe's own lines, beside those of the plug-in.

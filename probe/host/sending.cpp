@@ -24,7 +24,7 @@ std::string compose_communication_struct(const char* name, json_object* body) {
   if (envelope == nullptr) return {};
   json_object_object_add(envelope.get(), "name", json_object_new_string(name == nullptr ? "" : name));
   json_object_object_add(envelope.get(), "data",
-                         json_object_get(body));  // a reference of its own: the caller keeps his
+                         json_object_get(body));  // one reference more: the body stays the caller's
   const char* text = json_object_to_json_string(envelope.get());
   return text == nullptr ? std::string() : probe::ReplaceInvalidUtf8(text);
 }

@@ -6,7 +6,7 @@
 
 namespace probe {
 
-/// Hears of every change of the subscriptions, in order.
+/// Is told of every change of the subscriptions, in order.
 ///
 /// Threads: any thread of the host; called with the service's lock held, one call at a time, so it must not call back.
 class SubscriptionObserver {
@@ -18,7 +18,7 @@ class SubscriptionObserver {
   virtual void OnRemoved(const std::string& topic, ConnectionId connection, const std::string& sid) = 0;
   virtual void OnDisconnected(ConnectionId connection) = 0;
 
-  /// The lists stand still from now on, and move again: what is heard in between takes effect at the second call.
+  /// The lists are frozen, and released again: what is told in between takes effect only at the release.
   virtual void OnHeld() = 0;
   virtual void OnReleased() = 0;
 };

@@ -17,7 +17,7 @@ SubscriptionService& SubscriptionService::Instance() {
 
 void SubscriptionService::AddSubscriber(const std::string& topic, std::shared_ptr<subscribes::Subscriber> subscriber) {
   const lock_guard held(lock_);
-  subscribers_[topic].swap(subscriber);
+  subscribers_[topic].swap(subscriber);  // the old one is freed by the caller, without the lock
 }
 
 subscribes::SubscriptionList SubscriptionService::GetSubscribeList(const std::string& topic) {
@@ -91,7 +91,7 @@ void SubscriptionService::Hold() {
 }
 
 void SubscriptionService::Release() {
-  std::optional<Lists> released;
+  std::optional<Lists> released;  // declared before the guard: the filters in it are freed without the lock
   const lock_guard held(lock_);
   released.swap(held_);
   if (observer_ != nullptr) observer_->OnReleased();
@@ -103,7 +103,7 @@ void SubscriptionService::Clear() {
   std::optional<Lists> held_lists;
   const lock_guard held(lock_);
   held_.swap(held_lists);
-  subscribers_.swap(subscribers);  // freed after the lock is let go: their destructors are the plug-in's code
+  subscribers_.swap(subscribers);  // freed after the lock is released: their destructors are the plug-in's code
   subscriptions_.swap(subscriptions);
   filed_of_.clear();
 }

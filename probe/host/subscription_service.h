@@ -26,10 +26,11 @@ class SubscriptionService final : public subscribes::SubscribesManager {
       VEXORA_EXCLUDES(lock_);
   subscribes::SubscriptionList GetSubscribeList(const std::string& topic) override VEXORA_EXCLUDES(lock_);
 
-  /// Has the topic's subscriber turn a request into filters. Nothing is filed yet, so the caller may still refuse.
+  /// Has the topic's subscriber turn a request into filters. Nothing is filed yet, so the caller may still
+  /// refuse.
   ///
   /// `request` may be null and stays the caller's.
-  /// Fails: nothing for a topic that nobody feeds.
+  /// Fails: no value for a topic that nobody feeds.
   std::optional<subscribes::ParsedRequest> Parse(const std::string& topic, json_object* request) const
       VEXORA_EXCLUDES(lock_);
 
@@ -47,14 +48,14 @@ class SubscriptionService final : public subscribes::SubscribesManager {
   /// was one.
   void Disconnect(ConnectionId connection) VEXORA_EXCLUDES(lock_);
 
-  /// Has `observer` hear of every change from now on; null: nobody. It must outlive its time as observer.
+  /// Tells `observer` of every change from now on; null: nobody. It must live until it is replaced.
   void SetObserver(SubscriptionObserver* observer) VEXORA_EXCLUDES(lock_);
 
-  /// Makes the lists that `GetSubscribeList` gives stand still until `Release`; changes are made behind them.
+  /// Freezes the lists that `GetSubscribeList` gives until `Release`; changes made meanwhile show up then.
   void Hold() VEXORA_EXCLUDES(lock_);
   void Release() VEXORA_EXCLUDES(lock_);
 
-  /// Lets go of everything that the plug-in handed over: subscribers and filters. Before the library is unloaded.
+  /// Releases everything whose code is the plug-in's: subscribers and filters. To be called before it is unloaded.
   void Clear() VEXORA_EXCLUDES(lock_);
 
  private:
@@ -68,7 +69,8 @@ class SubscriptionService final : public subscribes::SubscribesManager {
   using Lists = std::map<std::string, subscribes::SubscriptionList>;  // by topic
   Lists subscriptions_ VEXORA_GUARDED_BY(lock_);
   using TopicAndSid = std::pair<std::string, std::string>;
-  std::map<ConnectionId, std::set<TopicAndSid>> filed_of_ VEXORA_GUARDED_BY(lock_);  // what each connection has in them
+  std::map<ConnectionId, std::set<TopicAndSid>> filed_of_
+      VEXORA_GUARDED_BY(lock_);                         // topics and SIDs of each connection
   std::optional<Lists> held_ VEXORA_GUARDED_BY(lock_);  // the lists as they stood when they were held
   SubscriptionObserver* observer_ VEXORA_GUARDED_BY(lock_) = nullptr;
 };

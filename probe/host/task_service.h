@@ -21,7 +21,7 @@ class TaskService {
   /// The one task service of the process, behind `task_manager`.
   static TaskService& Instance();
 
-  /// As `task_manager::StartTask`; refuses a task whose name is running with -1.
+  /// As `task_manager::StartTask`; -1 for a task of a name that is running.
   int Start(std::shared_ptr<Task> task) VEXORA_EXCLUDES(lock_);
 
   /// As `task_manager::WaitTaskPool`.
@@ -33,7 +33,7 @@ class TaskService {
     bool is_over = false;  ///< Guarded by the service's lock.
   };
 
-  /// Starts the thread of a task that was just filed. False when there can be no more threads.
+  /// Starts the thread of a task that was just added. False when the system gives no more threads.
   bool StartThread(RunningTask& running, std::shared_ptr<Task> task);
   void Run(std::shared_ptr<Task> task, RunningTask& running) VEXORA_EXCLUDES(lock_);
 

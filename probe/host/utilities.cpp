@@ -37,7 +37,7 @@ std::string format_macaddress(const std::string& mac) {
       ++digits;
     } else if (std::string_view(":-.").find(character) == std::string_view::npos || digits == 0 ||
                digits == kHexDigits) {
-      return mac;  // separators stand between digits
+      return mac;  // separators are allowed between digits only
     }
   }
   return digits == kHexDigits ? formatted : mac;

@@ -127,7 +127,7 @@ void ReadNeighbours(JsonObjectReader& members, std::list<records::NeighboringAP>
   }
 }
 
-/// What the device says of itself. JSON null is an answer of its own here: nothing is known.
+/// Unlike elsewhere, null is not the same as an absent member here: nothing is known of the device then.
 void ReadBasicInfo(const Json& state, JsonObjectReader& members, std::optional<records::BasicInfo>& basic_info) {
   const Json* object = members.Object("basic_info");
   if (object == nullptr) {

@@ -29,7 +29,7 @@ std::string HexOf(const std::string& octets) {
   return hex;
 }
 
-/// An SSID as text, or by its octets when it is none.
+/// An SSID as text, or as its octets in hex when it is not UTF-8.
 void AddSsid(Json& object, const std::string& ssid) {
   if (IsUtf8(ssid)) {
     object["ssid"] = ssid;
@@ -92,8 +92,8 @@ Json ConfigurationOf(const records::SSIDCfg& configuration) {
   return {{"security_mode", NumberOf(configuration.security_mode)}, {"guest", configuration.guest}};
 }
 
-/// Adds the records that have names. One whose name is no text is left out: no member can be called so, and two of them
-/// might come to be called the same.
+/// Adds the records of a map. One whose name is not UTF-8 is left out: no member can have that name, and replacing its
+/// octets might make two names equal.
 template <typename Records, typename Describe>
 void AddRecords(Json& state, const char* member, const Records& records, Describe describe) {
   for (const auto& [name, record] : records) {

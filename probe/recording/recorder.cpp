@@ -65,6 +65,7 @@ void Recorder::EndPass() {
     const lock_guard held(lock_);
     if (!std::exchange(is_in_pass_, false)) return;
   }
+  // Without lock_: releasing the subscriptions calls OnReleased, which takes it.
   service_.Release();
   centre_.Release();
 }
@@ -89,7 +90,7 @@ void Recorder::WriteDevices() {
 }
 
 void Recorder::OnFiled(const std::string& topic, ConnectionId connection, const std::string& request) {
-  if (request.empty()) return;  // the host's own: what it keeps for the HTTP interface is no client's doing
+  if (request.empty()) return;  // the host's own subscription, which no client asked for
   clients_.insert(connection);
   WriteInTurn(
       [topic, name = NameOf(connection), request](RecordingWriter& writer) { writer.Subscribe(topic, name, request); });

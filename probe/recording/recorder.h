@@ -23,9 +23,9 @@ namespace probe::recording {
 /// Writes down what the running probe's devices report, who subscribes and when a pass runs, so that `probe-replay`
 /// gives the same messages again.
 ///
-/// It is the clock of the process, over the one that was there before: that is how it learns that the engine wakes.
-/// During a pass it makes the world stand still, as it does in a replay: devices, subscriptions and, for the engine,
-/// the time.
+/// It is the clock of the process, on top of the one that was installed before: that is how it learns that a pass
+/// begins and ends. During a pass it freezes devices, subscriptions and, for the engine, the time, as they are in a
+/// replay.
 ///
 /// Owner:   the application, which has it around for as long as the plug-in runs.
 /// Threads: one makes it and lets it go, while no engine runs; the rest is called by the engine and by host threads.
@@ -46,7 +46,7 @@ class Recorder final : public Clock, private SubscriptionObserver {
  private:
   void BeginPass() VEXORA_EXCLUDES(lock_);
 
-  /// Lets the world move again, if a pass had stopped it.
+  /// Releases what a pass froze, if there was one.
   void EndPass() VEXORA_EXCLUDES(lock_);
 
   /// Writes what has changed of the devices since the last pass.
@@ -63,7 +63,7 @@ class Recorder final : public Clock, private SubscriptionObserver {
   /// Writes a line now or, while a pass runs, after it.
   void WriteInTurn(WriteLine write) VEXORA_EXCLUDES(lock_);
 
-  /// Hands what is written to the system. Says so, once, when it takes no more.
+  /// Hands what is written to the system. Logs an error, once, when the file cannot be written any more.
   void Flush() VEXORA_REQUIRES(lock_);
 
   DeviceCentre& centre_;

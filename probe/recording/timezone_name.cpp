@@ -14,7 +14,7 @@ constexpr const char* kSystemZone = "/etc/localtime";
 constexpr const char* kDefault = "UTC";  // what the C library takes where nothing says otherwise
 constexpr const char* kLetters = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_+-/";
 
-/// The name of the zone in a file of the database. That of another file is its path, which is no name.
+/// The zone's name for a file of the tz database. For any other file its path, which is no name of a zone.
 std::string NameOfFile(const std::string& path) {
   std::error_code error;
   const std::string file = std::filesystem::canonical(path, error);
@@ -24,11 +24,11 @@ std::string NameOfFile(const std::string& path) {
   return file.starts_with(zones + "/") ? file.substr(zones.size() + 1) : path;
 }
 
-/// What TZ and the system say. Source: tzset(3).
-std::string ToldName() {
-  const char* const told = std::getenv("TZ");  // NOLINT(concurrency-mt-unsafe): nobody changes the environment
-  if (told == nullptr) return std::filesystem::exists(kSystemZone) ? NameOfFile(kSystemZone) : kDefault;
-  const std::string name = *told == ':' ? told + 1 : told;
+/// The zone that TZ names or, without it, the system's setting. Source: tzset(3).
+std::string ConfiguredName() {
+  const char* const value = std::getenv("TZ");  // NOLINT(concurrency-mt-unsafe): nobody changes the environment
+  if (value == nullptr) return std::filesystem::exists(kSystemZone) ? NameOfFile(kSystemZone) : kDefault;
+  const std::string name = *value == ':' ? value + 1 : value;
   if (name.empty()) return kDefault;
   return name.front() == '/' ? NameOfFile(name) : name;
 }
@@ -48,7 +48,7 @@ bool IsTimezoneName(const std::string& name) {
 }
 
 std::string LocalTimezoneName() {
-  std::string name = ToldName();
+  std::string name = ConfiguredName();
   if (!IsTimezoneName(name)) {
     throw std::runtime_error("the local time zone, " + name + ", has no name that a recording can hold; set TZ to one");
   }

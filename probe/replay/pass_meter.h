@@ -12,7 +12,7 @@ namespace probe {
 struct PassCost {
   std::uint64_t passes = 0;
   double cpu_seconds = 0;   ///< Of the engine's thread, between the end of one sleep and the beginning of the next.
-  double wall_seconds = 0;  ///< Likewise, by a clock on the wall.
+  double wall_seconds = 0;  ///< Likewise, by the monotonic clock.
 };
 
 /// A clock that counts and times what happens between two sleeps of the engine, over another clock.
@@ -49,7 +49,7 @@ class PassMeter final : public Clock {
   PassCost cost_ VEXORA_GUARDED_BY(lock_);
   bool is_in_pass_ VEXORA_GUARDED_BY(lock_) = false;
 
-  // The engine's thread only: when its pass began, by the clock of its processor time and by a clock on the wall.
+  // The engine's thread only: when its pass began, by its processor time and by the monotonic clock.
   timespec cpu_{};
   timespec wall_{};
 };

@@ -19,8 +19,9 @@ namespace {
 using Json = nlohmann::ordered_json;  // members reach the plug-in in the order of the recording
 using JsonText = std::unique_ptr<char, decltype(&std::free)>;
 
-/// Makes the recording's time zone the process's. Threads: before there is a second one.
-time_t InForce(const recording::Header& header) {
+/// Makes the recording's time zone the process's, and gives its start. Threads: to be called before a second one runs,
+/// for the environment must not change under it.
+time_t StartInTimezone(const recording::Header& header) {
   unsetenv("TZDIR");                         // NOLINT(concurrency-mt-unsafe): see above
   setenv("TZ", header.timezone.c_str(), 1);  // NOLINT(concurrency-mt-unsafe)
   tzset();
@@ -50,7 +51,7 @@ class ReplayHost::Send {
 };
 
 ReplayHost::ReplayHost(const std::string& plugin_path, const recording::Header& header, ReplayOutput& output)
-    : output_(output), clock_(InForce(header)), meter_(clock_), installation_(meter_), plugin_(plugin_path) {
+    : output_(output), clock_(StartInTimezone(header)), meter_(clock_), installation_(meter_), plugin_(plugin_path) {
   DeviceCentre::Instance().Clear();
   Send::Install(this);
   plugin_.RegisterMonitors();
@@ -75,11 +76,11 @@ void ReplayHost::Do(recording::Line line) {
   std::visit(
       [this](auto& wanted) {
         using Wanted = std::decay_t<decltype(wanted)>;
-        constexpr bool kGoesOnAfterStop =
+        constexpr bool kIsAllowedAfterStop =
             std::is_same_v<Wanted, recording::CallReport> || std::is_same_v<Wanted, recording::CallTraffic> ||
             std::is_same_v<Wanted, recording::SetClock> || std::is_same_v<Wanted, recording::SetDevice> ||
             std::is_same_v<Wanted, recording::MergeDevice> || std::is_same_v<Wanted, recording::ForgetDevice>;
-        if (is_stopped_ && !kGoesOnAfterStop) {
+        if (is_stopped_ && !kIsAllowedAfterStop) {
           throw recording::MalformedRecording("after stop only call, clock and device may follow");
         }
         Do(wanted);

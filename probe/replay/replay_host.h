@@ -21,18 +21,17 @@ namespace probe {
 /// Threads: one drives it; the engine runs on its own and sleeps whenever the driver is at work.
 class ReplayHost {
  public:
-  /// Loads the plug-in and registers its monitors at the recording's start. Nothing of the host says anything in the
-  /// log.
+  /// Loads the plug-in and registers its monitors at the recording's start. The host itself logs nothing.
   ///
   /// Fails: throws `std::runtime_error` when the plug-in cannot be loaded.
   ReplayHost(const std::string& plugin_path, const recording::Header& header, ReplayOutput& output);
 
-  /// Stops the engine, if need be; what it still sends is dropped.
+  /// Stops the engine if it runs; what it still sends is dropped.
   ~ReplayHost();
   ReplayHost(const ReplayHost&) = delete;
   ReplayHost& operator=(const ReplayHost&) = delete;
 
-  /// Does what one line asks for, and returns when it is done.
+  /// Carries one line out, and returns when it is done.
   ///
   /// Fails: throws `recording::MalformedRecording` for what cannot be done.
   void Do(recording::Line line);

@@ -8,11 +8,11 @@
 namespace probe {
 namespace {
 
-constexpr std::array<std::string_view, 4> kNoNumbers{"NaN", "-NaN", "Infinity", "-Infinity"};
+constexpr std::array<std::string_view, 4> kNonFiniteNumbers{"NaN", "-NaN", "Infinity", "-Infinity"};
 
-/// The length of the non-finite number at the beginning of a text; 0: there is none.
-std::size_t NoNumberAt(std::string_view text) {
-  for (const std::string_view name : kNoNumbers)
+/// The length of the NaN or Infinity at the beginning of a text; 0: there is none.
+std::size_t NonFiniteLength(std::string_view text) {
+  for (const std::string_view name : kNonFiniteNumbers)
     if (text.starts_with(name)) return name.size();
   return 0;
 }
@@ -35,7 +35,7 @@ std::string StrictJson(std::string text) {
     std::size_t end = place + 1;
     if (view[place] == '"') {
       end = EndOfLiteral(view, place);
-    } else if (const std::size_t length = NoNumberAt(view.substr(place)); length > 0) {
+    } else if (const std::size_t length = NonFiniteLength(view.substr(place)); length > 0) {
       strict += "null";
       place += length;
       continue;

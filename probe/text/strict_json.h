@@ -4,8 +4,8 @@
 
 namespace probe {
 
-/// A JSON text as the library of the plug-in writes it, made fit for every reader: numbers that are none (NaN,
-/// Infinity), for which JSON has no notation, become null, and what is not UTF-8 becomes U+FFFD.
+/// Turns JSON as json-c writes it into JSON that every reader takes: NaN and Infinity, for which JSON has no notation,
+/// become null, and what is not UTF-8 becomes U+FFFD.
 ///
 /// Source: RFC 8259, sections 6 and 8.1.
 std::string StrictJson(std::string text);

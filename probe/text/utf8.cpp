@@ -12,9 +12,9 @@
 namespace probe {
 namespace {
 
-/// Characters that end a line, steer a terminal or turn the direction of what follows.
+/// Line ends, control characters and bidirectional controls, which could forge or hide log lines.
 /// Source: Unicode 15, general categories Cc, Zl and Zp, and property Bidi_Control.
-bool IsHarmful(char32_t character) {
+bool IsEscaped(char32_t character) {
   const auto is_within = [character](char32_t first, char32_t last) { return first <= character && character <= last; };
   return is_within(0x00, 0x1f) || is_within(0x7f, 0x9f) || is_within(0x200e, 0x200f) || is_within(0x2028, 0x202e) ||
          is_within(0x2066, 0x2069) || character == 0x061c;
@@ -54,7 +54,7 @@ std::string PrintableLine(std::string_view text) {
   line.reserve(valid.size());
   for (auto place = valid.begin(); place != valid.end();) {
     const char32_t character = utf8::next(place, valid.end());
-    if (!IsHarmful(character)) {
+    if (!IsEscaped(character)) {
       utf8::append(character, std::back_inserter(line));
       continue;
     }

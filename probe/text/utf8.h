@@ -12,8 +12,8 @@ bool IsUtf8(std::string_view text);
 /// `text` with every octet sequence that is not UTF-8 replaced by U+FFFD. Valid text comes back as it was.
 std::string ReplaceInvalidUtf8(std::string text);
 
-/// `text` fit for a log line: valid UTF-8, and every character that ends a line, steers a terminal or turns the
-/// direction of writing written as `\xNN` or `\uNNNN`.
+/// `text` for one log line: valid UTF-8, with line ends, control characters and bidirectional controls escaped as
+/// `\xNN` or `\uNNNN`.
 std::string PrintableLine(std::string_view text);
 
 }  // namespace probe
