@@ -45,7 +45,8 @@ PageFiles::PageFiles(const std::string& folder) {
     if (content == nullptr) continue;
     bytes += content->size();
     if (files_.size() >= kMaxFiles || bytes > kMaxBytes)
-      throw std::runtime_error("server.dashboard = \"" + folder + "\" holds more than a dashboard does");
+      throw std::runtime_error("server.dashboard = \"" + folder + "\" is no dashboard: it holds more than " +
+                               std::to_string(kMaxFiles) + " files or " + std::to_string(kMaxBytes) + " octets");
     const std::string path = "/" + fs::relative(entry.path(), folder).generic_string();
     files_[path] = {TypeOf(entry.path()), EtagOf(*content), content, Read(entry.path().string() + ".gz")};
   }

@@ -20,7 +20,7 @@ class PageFiles {
 
   /// Reads a folder. One that is not there has no files.
   ///
-  /// Fails: throws `std::runtime_error` for a folder that holds more than a dashboard does.
+  /// Fails: throws `std::runtime_error` for a folder with more than `kMaxFiles` files or `kMaxBytes` octets.
   explicit PageFiles(const std::string& folder);
 
   bool is_empty() const { return files_.empty(); }

@@ -24,12 +24,12 @@ std::uint16_t ReadPort(std::string_view digits) {
   std::uint16_t port = 0;
   const auto read = std::from_chars(digits.data(), digits.data() + digits.size(), port);
   const bool is_whole = read.ec == std::errc() && read.ptr == digits.data() + digits.size();
-  if (!is_whole || port == 0) throw ClientError("not a port: " + std::string(digits));
+  if (!is_whole || port == 0) throw ClientError("not a port from 1 to 65535: " + std::string(digits));
   return port;
 }
 
 ClientError NotAUrl(const std::string& url) {
-  return ClientError("not a websocket URL: " + url);
+  return ClientError("not a websocket URL, ws://HOST[:PORT][/PATH] or wss://...: " + url);
 }
 
 }  // namespace

@@ -119,7 +119,7 @@ void ReplayHost::Do(const recording::RunPasses& line) {
   for (std::uint64_t pass = 0; pass < line.repeat; ++pass) {
     time_t moment = line.at.value_or(0);
     if (!line.at && __builtin_add_overflow(now(), line.after, &moment)) {
-      throw recording::MalformedRecording("the clock would run over");
+      throw recording::MalformedRecording("pass.after leads beyond the range of the clock");
     }
     clock_.RunPass(moment);
     output_.Flush();

@@ -162,7 +162,7 @@ TEST_F(ReplayCommand, RefusesAClockThatWouldRunOver) {
   const std::string path = Recording(std::string(kHeader) + "{\"clock\": 9223372036854775807}\n{\"pass\": {}}\n");
   const Replayed replayed = Run(path);
   EXPECT_EQ(replayed.status, 1);
-  EXPECT_EQ(replayed.errors, path + ":3: the clock would run over\n");
+  EXPECT_EQ(replayed.errors, path + ":3: pass.after leads beyond the range of the clock\n");
 }
 
 TEST_F(ReplayCommand, RunsAPassAtItsOwnTimeWhateverTheClockSaid) {
