@@ -5,23 +5,16 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
-#include "probe/recording/device_state_writer.h"
 #include "probe/recording/json_object_reader.h"
 
 namespace {
 
-using nlohmann::json;
 using probe::DeviceSnapshot;
 using probe::recording::SnapshotOf;
 namespace records = vexora_probe::models::controller;
 
 DeviceSnapshot Of(const std::string& state) {
   return SnapshotOf(nlohmann::ordered_json::parse(state));
-}
-
-/// The state of a snapshot, whatever the order of its members.
-json Described(const DeviceSnapshot& snapshot) {
-  return json::parse(probe::recording::StateOf(snapshot).dump());
 }
 
 std::string Refusal(const char* state) {
@@ -33,7 +26,7 @@ std::string Refusal(const char* state) {
   return {};
 }
 
-TEST(DeviceState, HasTheDefaultsOfWhatIsAbsent) {
+TEST(DeviceStateReader, HasTheDefaultsOfWhatIsAbsent) {
   const DeviceSnapshot snapshot = Of("{}");
   EXPECT_TRUE(snapshot.online && snapshot.known && snapshot.driver);
   EXPECT_FALSE(snapshot.is_wireless);
@@ -45,12 +38,12 @@ TEST(DeviceState, HasTheDefaultsOfWhatIsAbsent) {
   EXPECT_EQ(snapshot.credential_json, "");
 }
 
-TEST(DeviceState, TellsNoBasicInfoFromAnEmptyOne) {
+TEST(DeviceStateReader, TellsNoBasicInfoFromAnEmptyOne) {
   EXPECT_FALSE(Of(R"({"basic_info": null})").basic_info.has_value());
   EXPECT_TRUE(Of(R"({"basic_info": {}})").basic_info.has_value());
 }
 
-TEST(DeviceState, ReadsInterfaces) {
+TEST(DeviceStateReader, ReadsInterfaces) {
   const DeviceSnapshot snapshot = Of(R"({"sample_time": 9, "interfaces": {"a": null, "b": {}, "c": {"oper_status": 2,
       "traffic": {"if_index": 3, "in_bytes": 18446744073709551615, "out_bytes": 1}}}})");
   EXPECT_EQ(snapshot.sample_time, 9);
@@ -62,7 +55,7 @@ TEST(DeviceState, ReadsInterfaces) {
   EXPECT_EQ(snapshot.interfaces.at("c")->traffic->in_bytes, 18'446'744'073'709'551'615U);
 }
 
-TEST(DeviceState, ReadsTheWirelessSide) {
+TEST(DeviceStateReader, ReadsTheWirelessSide) {
   const DeviceSnapshot snapshot = Of(R"({"wireless": true, "radios": {"r": {"band": 1}, "s": {}},
       "ssid_interfaces": {"w": {"ssid_hex": "4cFF", "radio": "r", "clients": [{"mac": "m", "hostname": "h", "mode": 8,
         "data_rate": 54, "in_bytes": 1, "out_bytes": 2}]}, "v": {"client_count": 7}},
@@ -85,7 +78,7 @@ TEST(DeviceState, ReadsTheWirelessSide) {
   EXPECT_EQ(snapshot.ssid_config.at("a@b@BOTH").security_mode, records::SecModeType::kWpaEnterprise);
 }
 
-TEST(DeviceState, ReadsHealth) {
+TEST(DeviceStateReader, ReadsHealth) {
   const DeviceSnapshot snapshot = Of(R"({"cpu": 80, "uptime": 301, "health": 3, "notifications": {"warning": 2},
       "credential": {"state": "failed"}})");
   EXPECT_EQ(snapshot.cpu, 80);
@@ -95,41 +88,11 @@ TEST(DeviceState, ReadsHealth) {
   EXPECT_EQ(snapshot.credential_json, R"({"state":"failed"})");
 }
 
-TEST(DeviceState, DescribesASnapshotSoThatItIsTheSameAgain) {
-  const json state = json::parse(R"({"online": false, "known": false, "driver": false, "wireless": true,
-      "basic_info": {"hostname": "ap", "ip": "192.0.2.1", "type": 2}, "platform_info": {"model": "M", "version": "1"},
-      "sample_time": 5, "polling_time": 6,
-      "interfaces": {"a": null, "b": {"oper_status": 2, "traffic": null},
-        "c": {"oper_status": 1, "traffic": {"if_index": 3, "in_bytes": 4, "out_bytes": 5}}},
-      "ssid_interfaces": {"w": {"ssid_hex": "4cff", "radio": "r", "client_count": 9,
-        "traffic": {"if_index": 0, "in_bytes": 1, "out_bytes": 2},
-        "clients": [{"mac": "m", "hostname": "h", "mode": 8, "data_rate": 54, "in_bytes": 1, "out_bytes": 2}]}},
-      "radios": {"r": {"band": 1}},
-      "portal_users": {"m": {"username": "u", "hostname": "h", "in_bytes": 5, "out_bytes": 6}},
-      "neighbours": [{"mac": "n", "ssid": "x", "trusted": true, "band": 0, "channel": 6, "signal": -40}],
-      "ssid_config": {"x@r": {"security_mode": 4, "guest": true}},
-      "cpu": 80, "uptime": 301, "health": 3, "notifications": {"info": 1, "warning": 2, "alert": 3},
-      "credential": {"state": "failed", "code": null}})");
-  EXPECT_EQ(Described(Of(state.dump())), state);
-  EXPECT_EQ(Described(Of(R"({"basic_info": null})")).at("basic_info"), nullptr);
-  EXPECT_EQ(Described(Of(Described(Of("{}")).dump())), Described(Of("{}")));
-}
-
-TEST(DeviceState, KeepsTheOrderOfACredentialsMembers) {
+TEST(DeviceStateReader, KeepsTheOrderOfACredentialsMembers) {
   EXPECT_EQ(Of(R"({"credential": {"z": 1, "a": 2}})").credential_json, R"({"z":1,"a":2})");
 }
 
-TEST(DeviceState, IsWrittenWithoutWhatHasNoTextForAName) {
-  DeviceSnapshot snapshot;
-  for (const char* name : {"Office@r", "\xff@r", "\xfe@r"}) snapshot.ssid_config[name] = {};
-  for (const char* name : {"ge1", "\xff"}) snapshot.interfaces[name] = nullptr;
-  const json described = Described(snapshot);
-  EXPECT_EQ(described["ssid_config"].size(), 1U);
-  EXPECT_EQ(described["interfaces"].size(), 1U);
-  EXPECT_EQ(Of(described.dump()).ssid_config.begin()->first, "Office@r");
-}
-
-TEST(DeviceState, IsRefusedWithThePlaceAndTheReason) {
+TEST(DeviceStateReader, IsRefusedWithThePlaceAndTheReason) {
   EXPECT_EQ(Refusal(R"({"cpus": 1})"), "unknown member cpus");
   EXPECT_EQ(Refusal(R"({"online": 1})"), "online must be true or false");
   EXPECT_EQ(Refusal(R"({"interfaces": {"ge1": {"traffic": {"in_bytes": -1}}}})"),
