@@ -22,7 +22,7 @@ using std::chrono::steady_clock;
 constexpr unsigned kFixedHistories = 3;
 constexpr int kSeconds = 0;
 #else
-constexpr unsigned kFixedHistories = 25;
+constexpr unsigned kFixedHistories = 10;
 constexpr int kSeconds = sizeof(void*) == 8 ? 8 : 0;
 #endif
 

@@ -107,13 +107,17 @@ class History {
         time_(dice_),
         zone_(time_.Zone()),
         clock_(time_.Now()),
-        network_(dice_, dice_.OneOf<int>({0, 2, 10, 10, 30, 70})) {}
+        network_(dice_, dice_.OneOf<int>({0, 2, 10, 10, 30, 70})),
+        fivefold_percent_(dice_.OneOf<int>({0, 20, 100})) {}
 
   std::string Difference() {
     product_ = std::make_unique<Product>(names_);
     for (const std::string& name : names_) plain_.Add(name);
-    if (dice_.Percent(20)) probe::log::SetLevel(probe::log::Level::kInfo);
-    const int steps = 20 + dice_.Below(dice_.Percent(20) ? 300 : 80);
+    const bool is_quiet = dice_.Percent(50);
+    if (is_quiet) probe::log::SetLevel(probe::log::Level::kInfo);
+    if (dice_.Percent(40)) SubscribeToAll();
+    // Only without debug lines there is time for whole days of samples.
+    const int steps = 20 + dice_.Below(is_quiet && dice_.Percent(20) ? 1'000 : dice_.Percent(30) ? 300 : 80);
     for (step_ = 0; step_ < steps && difference_.empty(); ++step_) Step();
     Compare(
         "stop", [] { return Product::Stop(), Answers{}; }, [&] { return plain_.Stop(), Answers{}; });
@@ -149,7 +153,7 @@ class History {
     clock_.Set(time_.Now());
     network_.Step(time_.Now());
     // The network report takes samples in every fifth pass: at times these five are of one moment.
-    const int passes = dice_.Percent(30) ? 5 : 1;
+    const int passes = dice_.Percent(fivefold_percent_) ? 5 : 1;
     for (int pass = 0; pass < passes; ++pass) Pass();
     AskForSpeeds();
     AskForReports();
@@ -190,6 +194,21 @@ class History {
     const auto parsed = Parsed(name);
     for (const std::string& topic : TopicsOf(name)) {
       if (dice_.Percent(80)) probe::SubscriptionService::Instance().File(topic, AnyConnection(), parsed);
+    }
+  }
+
+  /// Every view of one device, and of all together.
+  void SubscribeToAll() {
+    subscribes::ParsedRequest filters;
+    for (const std::string& view : names::Views()) {
+      filters[view] = test::FilterOf(view);
+      filters[view + " of one"] = test::FilterOf(view, dice_.OneOf(network_.Macs()));
+    }
+    for (const std::string& name : names_) {
+      if (name == "wireless_top_monitor") continue;
+      for (const std::string& topic : TopicsOf(name)) {
+        probe::SubscriptionService::Instance().File(topic, AnyConnection(), filters);
+      }
     }
   }
 
@@ -273,6 +292,7 @@ class History {
   const probe::ClockInstallation installation_{clock_};
   Recorder recorder_;
   RandomNetwork network_;
+  const int fivefold_percent_;
   std::unique_ptr<Product> product_;
   plain::Monitors plain_;
   std::vector<std::string> periods_;  // that passes were in

@@ -22,7 +22,7 @@ const Texts& Macs() {
 }
 
 const Texts& HostileMacs() {
-  static const Texts texts = With(Macs(), {"", "no mac", "a/b", "N\0one"s, "N\0two"s, "\xff\xfe", "sid",
+  static const Texts texts = With(Macs(), {"", "", "no mac", "a/b", "N\0one"s, "N\0two"s, "\xff\xfe", "sid",
                                            "device_client_count_all", "\"quoted\"\\"});
   return texts;
 }
@@ -71,7 +71,7 @@ const Texts& ClientMacs() {
 }
 
 const Texts& HostileClientMacs() {
-  static const Texts texts = With(ClientMacs(), {"", "no mac", "a|b", "\0"s, "aa:aa:aa:aa:aa:01", "sid"});
+  static const Texts texts = With(ClientMacs(), {"", "", "no mac", "a|b", "\0"s, "aa:aa:aa:aa:aa:01", "sid"});
   return texts;
 }
 

@@ -2,6 +2,7 @@
 
 #include <limits>
 #include <memory>
+#include <set>
 
 #include "probe/host/device_centre.h"
 #include "tests/plain/history/names.h"
@@ -10,32 +11,56 @@ namespace history {
 namespace records = vexora_probe::models::controller;
 namespace {
 
-constexpr int kMostDevices = 4;
+constexpr int kMostDevices = 5;
+
+/// So many of the values, or fewer, for one may be drawn twice.
+template <typename Value>
+std::vector<Value> Some(Dice& dice, int count, const std::vector<Value>& values) {
+  std::set<Value> drawn;
+  for (; count > 0; --count) drawn.insert(dice.OneOf(values));
+  return {drawn.begin(), drawn.end()};
+}
 
 }  // namespace
 
-RandomNetwork::RandomNetwork(Dice& dice, int unrest) : dice_(dice), unrest_(unrest), is_hostile_(dice.Percent(50)) {
+RandomNetwork::RandomNetwork(Dice& dice, int unrest)
+    : dice_(dice),
+      unrest_(unrest),
+      is_hostile_(dice.Percent(50)),
+      is_wild_(is_hostile_ && dice.Percent(15)),
+      macs_(Some(dice, 1 + dice.Below(kMostDevices), is_hostile_ ? names::HostileMacs() : names::Macs())),
+      interfaces_(Some(dice, 6, is_hostile_ ? names::HostileInterfaces() : names::Interfaces())),
+      ssids_(Some(dice, 4, is_hostile_ ? names::HostileSsids() : names::Ssids())),
+      client_macs_(Some(dice, 6, is_hostile_ ? names::HostileClientMacs() : names::ClientMacs())),
+      rogues_(Some(dice, 1 + dice.Below(4), is_hostile_ ? names::HostileRogues() : names::Rogues())) {
   probe::DeviceCentre::Instance().Clear();
-  const std::vector<std::string>& pool = is_hostile_ ? names::HostileMacs() : names::Macs();
-  for (int count = 1 + dice_.Below(kMostDevices); count > 0; --count) macs_.push_back(dice_.OneOf(pool));
 }
 
 RandomNetwork::~RandomNetwork() {
   probe::DeviceCentre::Instance().Clear();
 }
 
-const std::vector<std::string>& RandomNetwork::InterfaceNames() {
-  return names::Interfaces();
+void RandomNetwork::ChangePhase() {
+  if (!dice_.Percent(2)) return;
+  phase_ = dice_.OneOf<Phase>({Phase::kUsual, Phase::kUsual, Phase::kStill, Phase::kDeserted});
+  if (phase_ != Phase::kDeserted) return;
+  for (auto& [mac, device] : devices_) {
+    for (auto& [name, wifi] : device.ssid_interfaces) {
+      wifi.clients.clear();
+      wifi.client_count = 0;
+    }
+  }
 }
 
 void RandomNetwork::Step(time_t now) {
   auto& centre = probe::DeviceCentre::Instance();
+  ChangePhase();
   for (const std::string& mac : macs_) {
     const bool is_new = !devices_.contains(mac);
     if (is_new) devices_[mac] = NewDevice(now);
     probe::DeviceSnapshot& device = devices_[mac];
     if (!is_new) Refresh(device, now);
-    if (dice_.Percent(unrest_)) Change(device, now);
+    if (phase_ == Phase::kUsual && dice_.Percent(unrest_)) Change(device, now);
     centre.Replace(mac, device);
     if (dice_.Percent(unrest_ / 8)) centre.Forget(mac);
     if (dice_.Percent(unrest_ / 20)) devices_.erase(mac);
@@ -106,7 +131,7 @@ void RandomNetwork::ChangeHealth(probe::DeviceSnapshot& device) {
 }
 
 void RandomNetwork::ChangePort(probe::DeviceSnapshot& device) {
-  const std::string& name = dice_.OneOf(is_hostile_ ? names::HostileInterfaces() : names::Interfaces());
+  const std::string& name = dice_.OneOf(interfaces_);
   const auto traffic = std::make_shared<records::TrafficStats>(records::TrafficStats{
       .if_index = dice_.Below(40) - 1, .in_bytes = Moved(0), .out_bytes = dice_.Percent(20) ? 0 : Moved(0)});
   records::InterfaceState state{.oper_status = 1, .traffic = traffic};
@@ -120,13 +145,13 @@ void RandomNetwork::ChangePort(probe::DeviceSnapshot& device) {
 
 /// An interface gets another network, or the same one on another radio, or none at all.
 void RandomNetwork::ChangeWifi(probe::DeviceSnapshot& device) {
-  const std::string& name = dice_.OneOf(is_hostile_ ? names::HostileInterfaces() : names::Interfaces());
+  const std::string& name = dice_.OneOf(interfaces_);
   if (dice_.Percent(12)) {
     device.ssid_interfaces.erase(name);
     return;
   }
   records::SSIDIfState& wifi = device.ssid_interfaces[name];
-  wifi.ssid = dice_.OneOf(is_hostile_ ? names::HostileSsids() : names::Ssids());
+  wifi.ssid = dice_.OneOf(ssids_);
   wifi.radio = dice_.OneOf(names::Radios());
   if (wifi.traffic == nullptr || dice_.Percent(20)) {
     wifi.traffic = std::make_shared<records::TrafficStats>(
@@ -148,7 +173,7 @@ void RandomNetwork::ChangeRadios(probe::DeviceSnapshot& device) {
 
 records::AssocClientState RandomNetwork::NewClient() {
   records::AssocClientState client;
-  client.mac = dice_.OneOf(is_hostile_ ? names::HostileClientMacs() : names::ClientMacs());
+  client.mac = dice_.OneOf(client_macs_);
   client.hostname = dice_.OneOf(names::Hosts());
   client.mode = static_cast<records::WIFIOpMode>(dice_.Below(10));
   client.data_rate = dice_.Below(900) - 1;
@@ -167,13 +192,18 @@ void RandomNetwork::ChangeClients(probe::DeviceSnapshot& device) {
   if (kind < 5) clients.push_back(NewClient());
   if (kind == 5 && !clients.empty()) clients.pop_front();
   if (kind == 6) clients.clear();
+  if (kind > 7 && !clients.empty()) {
+    clients.front().hostname = dice_.OneOf(names::Hosts());
+    clients.front().mode = static_cast<records::WIFIOpMode>(dice_.Below(10));
+    clients.front().data_rate = dice_.Below(900);
+  }
   if (kind == 7 && dice_.Percent(20)) clients.resize(static_cast<std::size_t>(47 + dice_.Below(4)), NewClient());
   which->second.client_count = static_cast<std::int32_t>(clients.size());
   if (dice_.Percent(10)) which->second.client_count = dice_.OneOf<std::int32_t>({-1, 0, 7, 2'000'000'000});
 }
 
 void RandomNetwork::ChangeConfiguration(probe::DeviceSnapshot& device) {
-  const std::string ssid = dice_.OneOf(is_hostile_ ? names::HostileSsids() : names::Ssids());
+  const std::string ssid = dice_.OneOf(ssids_);
   const std::string key = ssid + "@" + (dice_.Percent(70) ? "BOTH" : dice_.OneOf(names::Radios()));
   if (dice_.Percent(10)) {
     device.ssid_config.erase(key);
@@ -197,18 +227,18 @@ void RandomNetwork::ChangeNeighbours(probe::DeviceSnapshot& device) {
     device.neighbours.back().signal = -dice_.Below(100);
     return;
   }
-  const auto& [mac, ssid] = dice_.OneOf(is_hostile_ ? names::HostileRogues() : names::Rogues());
+  const auto& [mac, ssid] = dice_.OneOf(rogues_);
   device.neighbours.push_back({.mac = mac,
                                .ssid = ssid,
-                               .trusted = dice_.Percent(20) ? 1 : 0,
-                               .band = static_cast<records::WIFIBandType>(dice_.Below(3) - 1),
-                               .channel = 1 + dice_.Below(3),
+                               .trusted = dice_.Percent(30) ? 1 : 0,
+                               .band = static_cast<records::WIFIBandType>(dice_.Percent(80) ? 0 : dice_.Below(3) - 1),
+                               .channel = dice_.Percent(80) ? 6 : dice_.Below(14),
                                .signal = -30 - dice_.Below(60)});
 }
 
 /// A user of the portal, under the client's MAC as the device writes it.
 void RandomNetwork::ChangePortal(probe::DeviceSnapshot& device) {
-  const std::string& mac = dice_.OneOf(is_hostile_ ? names::HostileClientMacs() : names::ClientMacs());
+  const std::string& mac = dice_.OneOf(client_macs_);
   if (dice_.Percent(15)) {
     device.portal_users.erase(mac);
     return;
@@ -224,7 +254,7 @@ void RandomNetwork::Refresh(probe::DeviceSnapshot& device, time_t now) {
   if (dice_.Percent(12)) return;
   if (device.sample_time || dice_.Percent(10)) device.sample_time = Clocked(now, device.sample_time);
   if (device.polling_time || dice_.Percent(10)) device.polling_time = Clocked(now, device.polling_time);
-  MoveCounters(device);
+  if (phase_ == Phase::kUsual) MoveCounters(device);
 }
 
 /// The device's clock: mostly ours, at times its own, which stands still or steps.
@@ -246,7 +276,7 @@ std::uint64_t RandomNetwork::Moved(std::uint64_t counter) {
   if (kind < 6) return counter;
   if (kind == 6) return static_cast<std::uint64_t>(dice_.Below(1'000));  // restarted
   if (kind == 7) return 0;
-  if (kind == 8 && is_hostile_) return dice_.Bits();
+  if (is_wild_ || (kind == 8 && is_hostile_)) return dice_.Bits();
   return counter + (dice_.Bits() >> static_cast<unsigned>(30 + dice_.Below(34)));
 }
 

@@ -1,9 +1,11 @@
 #pragma once
 
+#include <cstdint>
 #include <ctime>
 #include <map>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "probe/host/device_snapshot.h"
@@ -15,7 +17,8 @@ namespace history {
 ///
 /// Each device has everything that a monitor asks for. Between two passes counters move and readings are refreshed;
 /// now and then something changes that a network does not do every day: a device vanishes, is renamed, loses its
-/// driver, an SSID moves to another radio, counters restart. Names hold what devices and people may put there.
+/// driver, an SSID moves to another radio, counters restart. Names hold what devices and people may put there. Times of
+/// change take turns with times in which nothing moves or nobody is there.
 class RandomNetwork {
  public:
   /// `unrest`: how many of 100 steps bring a change beside moving counters.
@@ -29,9 +32,13 @@ class RandomNetwork {
 
   /// MACs and interface names that there may be, and some that there are not.
   const std::vector<std::string>& Macs() const { return macs_; }
-  static const std::vector<std::string>& InterfaceNames();
+  const std::vector<std::string>& Interfaces() const { return interfaces_; }
 
  private:
+  /// What goes on at present.
+  enum class Phase : std::uint8_t { kUsual, kStill, kDeserted };
+
+  void ChangePhase();
   probe::DeviceSnapshot NewDevice(time_t now);
   void Change(probe::DeviceSnapshot& device, time_t now);
   void ChangeStanding(probe::DeviceSnapshot& device);
@@ -52,9 +59,16 @@ class RandomNetwork {
   vexora_probe::models::controller::AssocClientState NewClient();
 
   Dice& dice_;
+  Phase phase_ = Phase::kUsual;
   const int unrest_;
   const bool is_hostile_;
+  const bool is_wild_;  // device clocks and counters jump by any amount
+  // The names of one history: few, so that they meet again.
   std::vector<std::string> macs_;
+  const std::vector<std::string> interfaces_;
+  const std::vector<std::string> ssids_;
+  const std::vector<std::string> client_macs_;
+  const std::vector<std::pair<std::string, std::string>> rogues_;
   std::map<std::string, probe::DeviceSnapshot> devices_;
 };
 

@@ -33,7 +33,8 @@ RandomTime::RandomTime(Dice& dice)
           {"UTC", "UTC", "Europe/Berlin", "America/New_York", "Asia/Beirut", "Australia/Lord_Howe", "Asia/Kolkata"})),
       pace_seconds_(dice.OneOf<int>({60, 60, 60, 60, 300, 1'800, 3'600, 7'200, 43'200, 86'400})),
       steps_percent_(dice.OneOf<int>({0, 1, 5, 15, 50})),
-      now_(dice.OneOf(Moments()) - dice.Below(4 * 3'600)) {}
+      now_(dice.OneOf(Moments()) - dice.Below(4 * 3'600)),
+      start_(now_) {}
 
 void RandomTime::Advance() {
   constexpr std::int64_t kLast = 2'146'000'000;  // two weeks before 32 bits end
@@ -50,7 +51,7 @@ std::int64_t RandomTime::Stepped() {
   localtime_r(&now_, &local);
   const std::int64_t now = now_;
   const std::int64_t midnight = now - local.tm_hour * 3'600 - local.tm_min * 60 - local.tm_sec;
-  switch (dice_.Below(16)) {
+  switch (dice_.Below(18)) {
     case 0:
       return now;
     case 1:
@@ -81,6 +82,8 @@ std::int64_t RandomTime::Stepped() {
       return now + 60 * dice_.Below(180);
     case 14:
       return Around(now / 300 * 300);
+    case 15:  // before all that there is
+      return start_ - 60 * dice_.Below(3);
     default:
       return dice_.Percent(20) ? Around(dice_.OneOf(Moments())) : now + 300;
   }

@@ -30,6 +30,7 @@ class RandomTime {
   int pace_seconds_;
   int steps_percent_;
   time_t now_;
+  const time_t start_;
 };
 
 }  // namespace history
