@@ -10,6 +10,7 @@
 #include "monitor/engine/constants.h"
 #include "monitor/engine/credential_members.h"
 #include "monitor/engine/devices.h"
+#include "monitor/engine/filter.h"
 #include "monitor/engine/json_keys.h"
 #include "monitor/engine/push.h"
 #include "monitor/engine/time_keys.h"

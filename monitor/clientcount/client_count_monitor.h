@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "monitor/clientcount/client_count_records.h"
+#include "monitor/engine/filter.h"
 #include "monitor/engine/json_tree.h"
 #include "monitor/engine/monitor.h"
 #include "platform/utilities/locks.h"

@@ -1,6 +1,7 @@
 #include "monitor/engine/monitor.h"
 
 #include "monitor/engine/boundary.h"
+#include "monitor/engine/filter.h"
 #include "monitor/engine/time_keys.h"
 #include "platform/logging.h"
 

@@ -7,6 +7,7 @@
 #include "monitor/engine/constants.h"
 #include "monitor/engine/credential_members.h"
 #include "monitor/engine/devices.h"
+#include "monitor/engine/filter.h"
 #include "monitor/engine/json_keys.h"
 #include "monitor/engine/push.h"
 #include "monitor/health/health_collect.h"

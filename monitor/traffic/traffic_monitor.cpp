@@ -6,6 +6,7 @@
 #include "monitor/engine/boundary.h"
 #include "monitor/engine/constants.h"
 #include "monitor/engine/devices.h"
+#include "monitor/engine/filter.h"
 #include "monitor/engine/json_keys.h"
 #include "monitor/engine/json_tree.h"
 #include "monitor/engine/push.h"

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "monitor/engine/filter.h"
 #include "monitor/engine/monitor.h"
 #include "monitor/traffic/traffic_collect.h"
 #include "monitor/traffic/traffic_fold.h"

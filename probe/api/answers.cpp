@@ -5,6 +5,8 @@
 #include <optional>
 #include <utility>
 
+#include "platform/device_centre.h"
+#include "platform/device_records.h"
 #include "platform/topics.h"
 #include "probe/text/json_text.h"
 #include "probe/text/strict_json.h"

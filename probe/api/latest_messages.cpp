@@ -7,6 +7,7 @@
 
 #include "platform/topics.h"
 #include "probe/clock/clock.h"
+#include "probe/host/connection_id.h"
 #include "probe/host/log.h"
 #include "probe/text/json_c_handle.h"
 

@@ -7,6 +7,7 @@
 #include "probe/app/probe_app.h"
 #include "probe/app/stop_signals.h"
 #include "probe/host/log.h"
+#include "probe/settings/settings.h"
 
 namespace {
 

@@ -7,9 +7,13 @@
 #include <utility>
 
 #include "platform/tasks.h"
+#include "probe/api/page_files.h"
+#include "probe/api/plugin_calls.h"
+#include "probe/clock/clock.h"
 #include "probe/host/device_centre.h"
 #include "probe/host/log.h"
 #include "probe/host/subscription_service.h"
+#include "probe/server/http/http_message.h"
 #include "probe/text/url_host.h"
 
 namespace probe {

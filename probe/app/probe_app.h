@@ -4,6 +4,8 @@
 #include <string>
 
 #include "probe/api/http_api.h"
+#include "probe/api/latest_messages.h"
+#include "probe/clock/clock.h"
 #include "probe/clock/scaled_clock.h"
 #include "probe/plugin/loaded_plugin.h"
 #include "probe/recording/recorder.h"

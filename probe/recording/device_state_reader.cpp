@@ -4,6 +4,7 @@
 #include <string>
 #include <utility>
 
+#include "platform/device_records.h"
 #include "probe/recording/json_object_reader.h"
 
 namespace probe::recording {

@@ -4,6 +4,7 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
+#include "platform/device_records.h"
 #include "probe/text/utf8.h"
 
 namespace probe::recording {

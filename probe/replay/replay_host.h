@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 
+#include "probe/clock/clock.h"
 #include "probe/clock/virtual_clock.h"
 #include "probe/host/connection_id.h"
 #include "probe/plugin/loaded_plugin.h"

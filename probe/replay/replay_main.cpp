@@ -11,8 +11,11 @@
 #include <string>
 
 #include "probe/host/log.h"
+#include "probe/plugin/loaded_plugin.h"
 #include "probe/recording/json_object_reader.h"
+#include "probe/recording/recording_line.h"
 #include "probe/replay/replay_host.h"
+#include "probe/replay/replay_output.h"
 
 namespace {
 

@@ -7,7 +7,9 @@
 #include <type_traits>
 #include <utility>
 
+#include "probe/host/log.h"
 #include "probe/server/net/ip_address.h"
+#include "probe/server/net/server_settings.h"
 #include "probe/sources/simulated/simulated_settings.h"
 
 namespace probe {

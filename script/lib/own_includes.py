@@ -26,6 +26,7 @@ DECLARATIONS = [
 LOCAL = [
     re.compile(r"\b(?:class|struct|enum class|enum|typename|using|auto|concept) (\w+)"),
     re.compile(r"(?m)^ +(?!return |else |throw )(?:[\w:<>,&*\[\]]+ )+[&*]?(\w+)\("),
+    re.compile(r"(?m)^ +(?:static )?constexpr [^=({;]*?\b(\w+)(?:\[\])? ?[={]"),
     re.compile(r"\busing (?:::)?(?:testing|std)::(\w+);"),
 ]
 
@@ -98,7 +99,7 @@ def missing(file, text, texts, homes):
     lines = text.split("\n")
     here |= set(declared(lines, DECLARATIONS))
     for number, line in enumerate(lines, 1):
-        if line.lstrip().startswith("#include") or re.match(r"TEST\w*\(", line):
+        if line.lstrip().startswith("#include") or re.match(r"(INSTANTIATE_)?TEST\w*\(", line):
             continue
         for use in re.finditer(r"(?<![\w.])(?<!->)([A-Za-z_]\w*)", line):
             home = homes.get(use[1])

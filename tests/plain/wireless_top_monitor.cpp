@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "monitor/wirelesstop/wireless_top_filter.h"
 #include "platform/logging.h"
 #include "platform/utilities/text.h"
 #include "tests/plain/json.h"

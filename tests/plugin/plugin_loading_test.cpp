@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "platform/tasks.h"
+#include "probe/clock/clock.h"
 #include "probe/clock/virtual_clock.h"
 #include "probe/host/device_centre.h"
 #include "probe/host/subscription_service.h"

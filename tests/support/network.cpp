@@ -3,6 +3,8 @@
 #include <memory>
 #include <utility>
 
+#include "platform/device_records.h"
+#include "platform/event_centre.h"
 #include "probe/host/device_centre.h"
 
 namespace test {

@@ -6,6 +6,8 @@
 #include <map>
 #include <string>
 
+#include "platform/device_records.h"
+#include "platform/event_centre.h"
 #include "probe/host/device_snapshot.h"
 
 namespace test {

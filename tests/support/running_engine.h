@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "probe/clock/clock.h"
 #include "probe/clock/virtual_clock.h"
 #include "tests/support/message_capture.h"
 #include "tests/support/network.h"

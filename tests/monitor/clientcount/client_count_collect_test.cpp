@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/device_records.h"
 #include "tests/monitor/clientcount/client_count_fixture.h"
 
 namespace {

@@ -8,6 +8,7 @@
 #include <nlohmann/json.hpp>
 
 #include "monitor/clientcount/client_count_monitor.h"
+#include "probe/clock/clock.h"
 #include "probe/clock/virtual_clock.h"
 #include "probe/host/subscription_service.h"
 #include "tests/support/log_capture.h"

@@ -1,4 +1,5 @@
 #include "monitor/clientcount/client_count_fold.h"
+#include "monitor/clientcount/client_count_records.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,5 @@
 #include "monitor/engine/band_names.h"
+#include "platform/device_records.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,5 @@
 #include "monitor/engine/credential_members.h"
+#include "monitor/engine/json_tree.h"
 
 #include <gtest/gtest.h>
 

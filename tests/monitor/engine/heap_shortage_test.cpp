@@ -1,6 +1,7 @@
 // Every monitor, with the heap exhausted for a moment at one of the allocations of a call, one after the other.
 
 #include "tests/support/heap_shortage.h"
+#include "probe/clock/clock.h"
 #include "probe/host/connection_id.h"
 
 #include <gmock/gmock.h>

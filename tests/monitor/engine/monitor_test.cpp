@@ -1,4 +1,5 @@
 #include "monitor/engine/monitor.h"
+#include "probe/clock/clock.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,5 @@
 #include "monitor/engine/monitoring_manager.h"
+#include "probe/clock/clock.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

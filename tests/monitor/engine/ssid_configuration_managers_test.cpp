@@ -8,6 +8,8 @@
 #include <utility>
 
 #include "monitor/engine/ssid_configurations.h"
+#include "platform/configuration.h"
+#include "platform/device_records.h"
 
 namespace {
 

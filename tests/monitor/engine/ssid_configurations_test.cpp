@@ -1,4 +1,6 @@
 #include "monitor/engine/ssid_configurations.h"
+#include "platform/configuration.h"
+#include "platform/device_records.h"
 
 #include <gtest/gtest.h>
 

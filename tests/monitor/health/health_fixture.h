@@ -7,6 +7,7 @@
 #include <nlohmann/json.hpp>
 
 #include "monitor/health/health_monitor.h"
+#include "probe/clock/clock.h"
 #include "probe/clock/virtual_clock.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/message_capture.h"

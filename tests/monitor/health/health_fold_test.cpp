@@ -1,4 +1,5 @@
 #include "monitor/health/health_fold.h"
+#include "monitor/health/health_status.h"
 
 #include <gtest/gtest.h>
 

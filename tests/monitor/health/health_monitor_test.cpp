@@ -3,6 +3,8 @@
 #include <new>
 #include <stdexcept>
 
+#include "monitor/health/health_status.h"
+#include "platform/device_records.h"
 #include "probe/host/connection_id.h"
 #include "probe/host/sending.h"
 #include "probe/host/subscription_service.h"

@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include "platform/device_records.h"
 #include "tests/monitor/traffic/traffic_fixture.h"
 
 namespace {

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "monitor/traffic/traffic_monitor.h"
+#include "probe/clock/clock.h"
 #include "probe/clock/virtual_clock.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/message_capture.h"

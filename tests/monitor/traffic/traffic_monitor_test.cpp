@@ -1,4 +1,5 @@
 #include "monitor/traffic/traffic_monitor.h"
+#include "platform/device_records.h"
 
 #include <gmock/gmock.h>
 

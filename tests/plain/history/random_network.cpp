@@ -4,6 +4,7 @@
 #include <memory>
 #include <set>
 
+#include "platform/device_records.h"
 #include "probe/host/device_centre.h"
 #include "tests/plain/history/names.h"
 

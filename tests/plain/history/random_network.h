@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/device_records.h"
 #include "probe/host/device_snapshot.h"
 #include "tests/plain/history/dice.h"
 

@@ -1,4 +1,10 @@
 #include "probe/api/http_api.h"
+#include "platform/device_records.h"
+#include "probe/api/latest_messages.h"
+#include "probe/api/page_files.h"
+#include "probe/api/plugin_calls.h"
+#include "probe/host/device_centre.h"
+#include "probe/server/http/http_message.h"
 
 #include <gmock/gmock.h>
 

@@ -1,4 +1,5 @@
 #include "probe/api/page_files.h"
+#include "probe/server/http/http_message.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,6 @@
 #include "probe/app/command_line.h"
+#include "probe/host/log.h"
+#include "probe/settings/settings.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

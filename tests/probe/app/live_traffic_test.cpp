@@ -13,10 +13,12 @@
 
 #include "platform/tasks.h"
 #include "probe/client/websocket_client.h"
+#include "probe/clock/clock.h"
 #include "probe/clock/virtual_clock.h"
 #include "probe/host/device_centre.h"
 #include "probe/host/subscription_service.h"
 #include "probe/plugin/loaded_plugin.h"
+#include "probe/server/net/server_settings.h"
 #include "probe/server/web_server.h"
 #include "probe/sources/this_machine/this_machine.h"
 #include "tests/probe/app/loopback_transfer.h"

@@ -1,4 +1,5 @@
 #include "probe/app/probe_app.h"
+#include "probe/settings/settings.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,5 @@
 #include "probe/client/url.h"
+#include "probe/client/websocket_client.h"
 
 #include <gtest/gtest.h>
 

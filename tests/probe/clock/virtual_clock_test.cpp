@@ -1,4 +1,5 @@
 #include "probe/clock/virtual_clock.h"
+#include "probe/clock/clock.h"
 
 #include <gtest/gtest.h>
 #include <sys/time.h>

@@ -1,3 +1,5 @@
+#include "platform/device_centre.h"
+#include "probe/clock/clock.h"
 #include "probe/host/device_centre.h"
 
 #include <gmock/gmock.h>

@@ -1,4 +1,5 @@
 #include "probe/host/subscription_service.h"
+#include "probe/host/subscription_observer.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,5 @@
 #include "probe/host/task_service.h"
+#include "platform/tasks.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>

@@ -1,4 +1,5 @@
 #include "probe/recording/device_state_reader.h"
+#include "platform/device_records.h"
 
 #include <gtest/gtest.h>
 

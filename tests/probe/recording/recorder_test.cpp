@@ -1,4 +1,6 @@
 #include "probe/recording/recorder.h"
+#include "probe/host/device_centre.h"
+#include "probe/host/subscription_service.h"
 
 #include <gmock/gmock.h>
 #include <sys/resource.h>

@@ -1,4 +1,5 @@
 #include "probe/replay/pass_meter.h"
+#include "probe/clock/clock.h"
 
 #include <gtest/gtest.h>
 

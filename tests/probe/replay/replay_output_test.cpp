@@ -1,4 +1,5 @@
 #include "probe/replay/replay_output.h"
+#include "probe/host/log.h"
 
 #include <gtest/gtest.h>
 

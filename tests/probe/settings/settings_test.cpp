@@ -1,4 +1,6 @@
 #include "probe/settings/settings.h"
+#include "probe/host/log.h"
+#include "probe/server/net/server_settings.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -3,6 +3,7 @@
 #include "probe/host/device_centre.h"
 #include "probe/settings/settings.h"
 #include "probe/sources/this_machine/machine_reading.h"
+#include "probe/sources/this_machine/this_machine_settings.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
