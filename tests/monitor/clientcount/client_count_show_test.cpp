@@ -1,3 +1,5 @@
+#include "monitor/clientcount/client_count_show.h"
+
 #include <gmock/gmock.h>
 
 #include <new>
@@ -212,6 +214,32 @@ TEST_F(ClientCountShow, SaysNothingOfAnEmptyDeviceWhenTheFilterNamesNone) {
   const LogCapture log;
   Message(kDevices);
   EXPECT_THAT(log.Texts(Level::kDebug, "clients all is empty"), IsEmpty());
+}
+
+// From here on the unit alone, with plain values.
+
+using monitoring::clientcount::CountById;
+using monitoring::clientcount::CurrentCounts;
+using monitoring::clientcount::Series;
+
+std::string TextOf(const monitoring::JsonTree& tree) {
+  return json_object_to_json_string(tree.get());
+}
+
+TEST(ClientCountShowUnit, WritesASeriesByMinute) {
+  EXPECT_EQ(TextOf(monitoring::clientcount::SamplesObject({{100, 3}, {101, 0}})), R"({ "100": 3, "101": 0 })");
+  EXPECT_EQ(TextOf(monitoring::clientcount::SamplesObject(Series())), "{ }");
+}
+
+TEST(ClientCountShowUnit, WritesPresentCountsBySsid) {
+  EXPECT_EQ(TextOf(monitoring::clientcount::CurrentSsidsObject(CountById{{"Guest", 4}, {"Office", 0}})),
+            R"({ "Guest": { "count": 4 }, "Office": { "count": 0 } })");
+}
+
+TEST(ClientCountShowUnit, WritesPresentCountsByDeviceAlsoOfTheEmptySsid) {
+  EXPECT_EQ(
+      TextOf(monitoring::clientcount::CurrentDevicesObject(CurrentCounts{{"A", {{"", {1, 0}}, {"Lab", {2, 0}}}}})),
+      R"({ "A": { "": { "ssid": "", "count": 1 }, "Lab": { "ssid": "Lab", "count": 2 } } })");
 }
 
 }  // namespace

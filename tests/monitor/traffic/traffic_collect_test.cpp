@@ -1,3 +1,5 @@
+#include "monitor/traffic/traffic_collect.h"
+
 #include <gmock/gmock.h>
 
 #include "platform/device_records.h"
@@ -74,5 +76,27 @@ INSTANTIATE_TEST_SUITE_P(Bands, TrafficCollectName,
                                            NameCase{Band::kUnknown, " - Office"},
                                            NameCase{static_cast<Band>(2), " - Office"}),
                          [](const auto& name_case) { return "Case" + std::to_string(name_case.index); });
+
+TEST_F(TrafficCollect, ReadsTheMeasuredInterfacesWithTheDevicesOwnTime) {
+  network.Switch(kSwitch).Port("ge1", {1, 2}).Port("17", {3, 4}).SampledAt(500);
+  const auto device = DeviceManager::GetInstance().device(kSwitch);
+  const monitoring::traffic::Reading reading = monitoring::traffic::ReadInterfaces(kSwitch, *device);
+  EXPECT_EQ(reading.sampled_at, 500);
+  ASSERT_THAT(reading.statistics, SizeIs(1));
+  EXPECT_EQ(reading.statistics.at("ge1")->in_bytes, 1U);
+  EXPECT_EQ(reading.statistics.at("ge1")->out_bytes, 2U);
+}
+
+TEST_F(TrafficCollect, ReadsTheNetworkOfAnInterface) {
+  network.AccessPoint(kOther).Radio("radio1", Band::k5GHz).Wifi("wlan1", "Lab", "radio1", {0, 0}).Port("ge1", {0, 0});
+  const auto device = DeviceManager::GetInstance().device(kOther);
+  const auto wifi = monitoring::traffic::ReadAttributeInfo(*device, "wlan1");
+  EXPECT_EQ(wifi.interface_name, "wlan1");
+  EXPECT_EQ(wifi.ssid, "Lab");
+  EXPECT_EQ(wifi.radio, 1);
+  const auto wired = monitoring::traffic::ReadAttributeInfo(*device, "ge1");
+  EXPECT_EQ(wired.ssid, "");
+  EXPECT_EQ(wired.radio, -1);
+}
 
 }  // namespace

@@ -1,4 +1,9 @@
+#include "monitor/traffic/traffic_show.h"
+
 #include <gmock/gmock.h>
+
+#include <cstdint>
+#include <limits>
 
 #include "probe/host/connection_id.h"
 #include "probe/host/subscription_service.h"
@@ -177,6 +182,42 @@ TEST_F(TrafficShow, IsDroppedWithoutALogLineWhenNoSenderIsInstalled) {
   const test::LogCapture log;
   monitor.PushDataBySID({{"a", {{Connection(1), FilterOf("3m")}}}});
   EXPECT_THAT(log.Lines(), IsEmpty());
+}
+
+// From here on the unit alone, with plain values.
+
+using monitoring::traffic::DeviceHistories;
+
+/// The text of all devices.
+std::string TrafficData(const DeviceHistories& devices, const monitoring::traffic::DeviceIndexes& indexes = {}) {
+  return json_object_to_json_string(monitoring::traffic::TrafficData(devices, "", indexes).get());
+}
+
+TEST(TrafficShowUnit, WritesSamplesOldestFirstInMinutes) {
+  EXPECT_EQ(TrafficData({{"A", {{"ge1", {{.time = 60, .input = 1, .output = 2}, {.time = 179, .input = 3}}}}}},
+                        {{"A", {{"ge1", 7}}}}),
+            R"({ "A": { "ge1": { "ifIndex": 7, "traffic": [ { "time": 1, "input": 1, "output": 2 }, )"
+            R"({ "time": 2, "input": 3, "output": 0 } ] } } })");
+}
+
+TEST(TrafficShowUnit, GivesAnInterfaceWithoutAnIndexZero) {
+  const DeviceHistories devices{{"A", {{"ge1", {{.time = 60, .input = 1}}}}}};
+  const char* expected =
+      R"({ "A": { "ge1": { "ifIndex": 0, "traffic": [ { "time": 1, "input": 1, "output": 0 } ] } } })";
+  EXPECT_EQ(TrafficData(devices), expected);
+  EXPECT_EQ(TrafficData(devices, {{"A", {{"ge2", 7}}}}), expected);
+}
+
+TEST(TrafficShowUnit, LeavesOutWhatHasNoNameNoSamplesOrNoTraffic) {
+  EXPECT_EQ(TrafficData({{"A", {{"", {{.time = 60, .input = 1}}}, {"ge1", {}}, {"ge2", {{.time = 60}, {.time = 120}}}}},
+                         {"B", {}}}),
+            "{ }");
+}
+
+TEST(TrafficShowUnit, WritesSpeedsThatNoSignedNumberHoldsAsSignedOnes) {
+  constexpr std::uint64_t kMax = std::numeric_limits<std::uint64_t>::max();
+  EXPECT_THAT(TrafficData({{"A", {{"ge1", {{.time = 60, .input = kMax, .output = kMax - 1}}}}}}),
+              ::testing::HasSubstr(R"("input": -1, "output": -2)"));
 }
 
 }  // namespace
