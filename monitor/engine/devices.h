@@ -7,16 +7,15 @@
 
 namespace monitoring {
 
-/// The device of this MAC, if something is to be collected from it: null when it is unknown or has no driver.
+/// The device of this MAC; null when it is unknown or has no driver, so that nothing is collected from it.
 ///
 /// Threads: any.
 std::shared_ptr<Device> DeviceWithDriver(const std::string& mac);
 
-/// Whether there is a wireless side to collect from, by the word of the device's driver; false without a driver.
+/// Whether the device's driver supports wireless; false without a driver.
 bool IsWireless(const Device& device);
 
-/// The same as `DeviceWithDriver` for what is collected from wireless devices only: null as well when the driver denies
-/// a wireless side.
+/// The device of this MAC; null when it is unknown, has no driver, or has one that does not support wireless.
 std::shared_ptr<Device> WirelessDevice(const std::string& mac);
 
 /// The host name of the managed device of this MAC; empty when there is none.

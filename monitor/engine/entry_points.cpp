@@ -64,6 +64,7 @@ int RegisterMonitors() {
     manager.RegisterMonitor(std::make_shared<vexora_probe::monitor::WirelessNetworkReport>());
     manager.RegisterMonitor(std::make_shared<WirelessClientReport>());
     manager.startMonitorEngine();
+    // Last, so that a clean-up that the host makes at once finds all monitors.
     RegisterMonitorMemoryCleanup(&ForgetDevice);
   });
   return 1;

@@ -13,14 +13,14 @@
 
 #define VEXORA_EXPORT __attribute__((visibility("default")))
 
-/// Creates the monitors, files them with the subscription service and starts the engine, whose first
-/// pass runs a minute later.
+/// Creates the monitors, registers them with the subscription service and starts the engine, whose first pass runs a
+/// minute later.
 ///
 /// Threads: once, from the host's start-up path, when every service of the contract is ready to be called.
 /// Fails:   always returns 1. A task service that refuses the engine's task is logged, and no pass will run.
 extern "C" VEXORA_EXPORT int RegisterMonitors();
 
-/// Stops the engine and lets go of the monitors. Returns when the engine's task is over: after at most one sleep and
+/// Stops the engine and releases the monitors. Returns when the engine's task is over: after at most one sleep and
 /// one pass, at once with a host that interrupts the sleep.
 ///
 /// Threads: once, from the host's shutdown path, not from the engine's thread. Report calls may still be under way.
@@ -38,10 +38,10 @@ VEXORA_EXPORT char* get_wireless_client_report_avail_list(char const* request);
 /// Fails:   a request that does not parse asks with both texts empty; "{}" when there is no such monitor.
 VEXORA_EXPORT char* get_wireless_client_report(char const* request);
 
-/// The days and weeks for which a wireless network report can be had; otherwise as its client twin.
+/// The days and weeks for which a wireless network report can be had. Else as `get_wireless_client_report_avail_list`.
 VEXORA_EXPORT char* get_wireless_network_report_avail_list(char const* request);
 
-/// The wireless network report that `request` asks for; otherwise as its client twin.
+/// The wireless network report that `request` asks for. Else as `get_wireless_client_report`.
 VEXORA_EXPORT char* get_wireless_network_report(char const* request);
 
 /// The newest speed of one interface, as measured by the latest pass: sets `out["input"]` and `out["output"]`.

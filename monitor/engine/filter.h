@@ -28,8 +28,8 @@ std::string IntervalOf(const Filter& filter, const char* fallback);
 
 /// Turns a subscription request, an array of `{"sid": ..., "filter": {"interval": ..., "mac": ...}}`, into filters.
 ///
-/// The last element of a SID wins. An element that is no object, or has no SID, is filed under the empty SID. Members
-/// that are not texts are taken in their JSON form.
+/// The last element of a SID wins. An element that is no object, or has no SID, has the empty SID. Members that are not
+/// texts are taken in their JSON form.
 ///
 /// Owner:   `request` stays the caller's; the filters are the caller's.
 /// Threads: any. Fails: an empty map for what is no array.

@@ -34,7 +34,7 @@ namespace {
 
 void Add(const JsonTree& object, const char* key, JsonTree member, unsigned options) {
   if (object == nullptr || member == nullptr) return;
-  json_object* added = member.release();
+  json_object* added = member.release();  // json-c takes the reference over, but not when it fails
   if (json_object_object_add_ex(object.get(), key, added, options) != 0) json_object_put(added);
 }
 
@@ -45,7 +45,7 @@ void Add(const JsonTree& object, const char* key, JsonTree member) {
 }
 
 void Add(const JsonTree& object, const std::string& key, JsonTree member) {
-  constexpr unsigned kCopyTheKey = 0;
+  constexpr unsigned kCopyTheKey = 0;  // no option: the text of `key` may be gone before the object is
   Add(object, key.c_str(), std::move(member), kCopyTheKey);
 }
 

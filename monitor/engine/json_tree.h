@@ -30,7 +30,7 @@ JsonTree NewBoolean(bool value);
 void Add(const JsonTree& object, const char* key, JsonTree member);
 void Add(const JsonTree& object, const std::string& key, JsonTree member);
 
-/// Puts another reference to `member` under `key`; null is JSON null. Whoever owned it still does.
+/// Puts another reference to `member` under `key`; null is JSON null. The owner keeps its own reference.
 void AddShared(const JsonTree& object, const char* key, json_object* member);
 
 /// Whether an object has any member.
@@ -39,12 +39,12 @@ bool HasMembers(const JsonTree& object);
 /// Appends `element`, unless it could not be allocated.
 void Append(const JsonTree& array, JsonTree element);
 
-/// A value that serialises as `text`, which is copied and must be JSON. To whoever walks it, it is an empty array. Null
-/// for null, and when it cannot be allocated.
+/// A value that serialises as `text`, which is copied and must be JSON. For every other json-c function it is an empty
+/// array. Null for null, and when it cannot be allocated.
 JsonTree RawJson(const char* text);
 
-/// The same tree, kept as its JSON text alone, which takes a tenth of the memory. It serialises as before; to whoever
-/// walks it, it is an empty array. Null for null.
+/// The tree as a single `RawJson` value, which takes a tenth of the memory. Null for null; the tree itself when the
+/// value cannot be allocated.
 JsonTree SerializedLeaf(JsonTree tree);
 
 /// The array of SID texts that every message carries.

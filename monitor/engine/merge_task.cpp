@@ -17,8 +17,8 @@ MonitorDataMergeTask::MonitorDataMergeTask() : Task(monitoring::kMergeTask) {}
 void MonitorDataMergeTask::Run() {
   MonitoringManager& manager = MonitoringManager::GetInstance();
   while (!manager.stop_flag()) {
-    sleep(kPaceSeconds);
-    const long now = time(nullptr);
+    sleep(kPaceSeconds);             // returns early when the host interrupts it with a signal, to stop
+    const long now = time(nullptr);  // one time for all monitors, so that their samples of a pass agree
     monitoring::WithinBoundary("MonitorDataMergeTask::Run", [&] { manager.DataUpdate(now); });
   }
 }

@@ -34,6 +34,7 @@ void MonitoringManager::RegisterMonitor(std::shared_ptr<Monitor> monitor) {
     const lock_guard held(registry_lock_);
     if (!monitors_.emplace(name, monitor).second) return;
   }
+  // Without the lock: the host may ask for the monitor while it adds the subscriber.
   auto& subscriptions = subscribes::SubscribesManager::GetInstance();
   for (const std::string& topic : TopicsOf(name)) subscriptions.AddSubscriber(topic, monitor);
 }
@@ -67,7 +68,7 @@ void MonitoringManager::startMonitorEngine() {
 }
 
 void MonitoringManager::stopMonitorEngine() {
-  set_stop_flag(true);
+  set_stop_flag(true);  // before the wait: the task looks at it after each pass
   for (const auto& [name, monitor] : Monitors()) monitor->stop_monitor();
   task_manager::WaitTaskPool(monitoring::kMergeTask);
   pel_log_debug(log_module::kManager, "[MonitoringManager::stopMonitorEngine] The merge task is finished");

@@ -19,8 +19,8 @@ class MonitoringManager {
   MonitoringManager(const MonitoringManager&) = delete;
   MonitoringManager& operator=(const MonitoringManager&) = delete;
 
-  /// Files a monitor under its name and makes it the subscriber of its topics. The first of a name wins; a later one is
-  /// dropped without a word.
+  /// Registers a monitor under its name and makes it the subscriber of its topics. The first of a name wins; a later
+  /// one is ignored without a log line.
   void RegisterMonitor(std::shared_ptr<Monitor> monitor) VEXORA_EXCLUDES(registry_lock_);
 
   /// The monitor of this name; an empty pointer when there is none.
@@ -35,7 +35,7 @@ class MonitoringManager {
   /// Starts the engine's task. A refusal is logged; the monitors stay registered and nothing is tried again.
   void startMonitorEngine();
 
-  /// Stops the engine, waits for its task and lets go of all monitors. Nothing starts it again in this process.
+  /// Stops the engine, waits for its task and releases all monitors. It cannot be started again in this process.
   void stopMonitorEngine() VEXORA_EXCLUDES(registry_lock_, stop_lock_);
 
   /// Whether the engine was told to stop.

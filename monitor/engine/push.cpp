@@ -5,7 +5,9 @@
 namespace monitoring {
 namespace {
 
-/// Files one SID under every key that equals `filter`. False when there is none.
+/// Adds one SID to every key that equals `filter`. False when there is none.
+///
+/// A walk over all keys, for filters have no order; distinct filters are few.
 bool AppendToEqual(const Filter& filter, lws* connection, const std::string& sid, FilterEquality are_equal,
                    MergedList& merged) {
   bool is_found = false;

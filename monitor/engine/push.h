@@ -16,7 +16,7 @@ using MergedList = std::map<Filter*, std::map<lws*, std::vector<std::string>>>;
 
 /// Groups connections and SIDs by equal filters, so that a message is built once for each of them. Adds to `merged`.
 ///
-/// The first filter of a class that is met stands for it. Subscriptions without a filter are passed over.
+/// The key of a class is its first filter, in the order of SIDs. Subscriptions without a filter are skipped.
 void MergeByFilter(const subscribes::SubscriptionList& subscriptions, MergedList& merged);
 
 /// Whether two filters ask for the same.
@@ -25,7 +25,7 @@ using FilterEquality = bool (*)(const Filter& left, const Filter& right);
 /// The same for a monitor whose filters have members of their own.
 void MergeByFilter(const subscribes::SubscriptionList& subscriptions, MergedList& merged, FilterEquality are_equal);
 
-/// Hands one message to the host's send function; dropped without a word when none is installed.
+/// Hands one message to the host's send function; dropped without a log line when none is installed.
 void Send(lws* connection, const std::string& text);
 
 /// Sends to each connection, for each filter that it has, what `build(filter, sids)` makes.

@@ -30,7 +30,7 @@ std::int32_t SecondsIntoDay(const tm& local) {
 template <std::size_t kSize>
 std::string Formatted(time_t time, const char* format) {
   const tm local = LocalTime(time);
-  std::array<char, kSize> text{};
+  std::array<char, kSize> text{};  // undefined when the text does not fit, but then the length is 0
   const std::size_t length = strftime(text.data(), text.size(), format, &local);
   return {text.data(), length};
 }
@@ -39,6 +39,7 @@ std::string Formatted(time_t time, const char* format) {
 
 tm LocalTime(time_t time) {
   tm local{};
+  // It fails for a year that an int cannot hold, which a wrong clock may bring about.
   return localtime_r(&time, &local) == nullptr ? tm{} : local;
 }
 

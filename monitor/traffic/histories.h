@@ -11,12 +11,12 @@ namespace monitoring::traffic {
 /// Appends a sample to a history of the "1m" view, and drops the oldest when there are then more than `kMaxSamples`.
 void AppendMinute(History& history, const Traffic& sample);
 
-/// Drops samples that lie after `now` from the front of a history, and tells how many. It stops at the first sample
-/// that does not, so it repairs a history after the clock was set back.
+/// Drops samples later than `now` from the front of a history, up to the first that is not, and returns how many: what
+/// a history needs after the clock was set back.
 std::size_t DropFutureSamples(History& history, time_t now);
 
-/// Moves the history of `old_name`, if there is one, to `new_name`, in place of what stood there. An empty one replaces
-/// nothing: an interface that was known by its own name for a minute does not cost the days under its other name.
+/// Moves the history of `old_name`, if there is one, to `new_name`, in place of what stood there. An empty history
+/// replaces nothing: an interface that had no SSID for a minute keeps the longer views of its display name.
 void RenameInterface(InterfaceHistories& histories, const std::string& old_name, const std::string& new_name);
 
 /// Appends to each history of `target` the mean of the newest `count` samples of its history in `source`, stamped
