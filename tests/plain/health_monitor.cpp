@@ -30,7 +30,7 @@ json_object* Graded(json_object* value, int level) {
 
 void HealthMonitor::Collect() {
   for (const std::string& mac : DeviceManager::GetInstance().GetOnlineManagedDevices(true)) {
-    const auto device = DrivenDevice(mac);
+    const auto device = DeviceWithDriver(mac);
     if (device == nullptr) continue;
     const Status status = Read(mac, *device);
     if (!mac.empty()) statuses_[mac] = status;
@@ -99,7 +99,7 @@ json_object* HealthMonitor::DeviceObject(const std::string& mac, const Status& s
   Add(notification, "info", Integer(status.info));
   Add(object, "notification", notification);
   // What follows is asked for when the message is built, and left out for a device that cannot be asked.
-  const auto device = DrivenDevice(mac);
+  const auto device = DeviceWithDriver(mac);
   if (device == nullptr) return object;
   if (device->driver()->IsWirelessSupported()) {
     Add(object, "clients", Graded(Integer(status.clients), status.clients > 48 ? 4 : 2));

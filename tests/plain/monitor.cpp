@@ -71,13 +71,13 @@ std::string WeekKey(time_t time) {
   return DayKey(time - kDaySeconds * weekday) + "/" + DayKey(time + kDaySeconds * (6 - weekday));
 }
 
-std::shared_ptr<Device> DrivenDevice(const std::string& mac) {
+std::shared_ptr<Device> DeviceWithDriver(const std::string& mac) {
   auto device = DeviceManager::GetInstance().device(mac);
   return device == nullptr || device->driver() == nullptr ? nullptr : device;
 }
 
 std::shared_ptr<Device> WirelessDevice(const std::string& mac) {
-  auto device = DrivenDevice(mac);
+  auto device = DeviceWithDriver(mac);
   return device == nullptr || !device->driver()->IsWirelessSupported() ? nullptr : device;
 }
 

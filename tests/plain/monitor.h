@@ -74,7 +74,7 @@ std::string DateTime(time_t time);
 std::string WeekKey(time_t time);
 
 /// The device, if something is to be collected from it: null without a driver.
-std::shared_ptr<Device> DrivenDevice(const std::string& mac);
+std::shared_ptr<Device> DeviceWithDriver(const std::string& mac);
 
 /// The same for what only wireless devices have: null also when the driver denies a wireless side.
 std::shared_ptr<Device> WirelessDevice(const std::string& mac);

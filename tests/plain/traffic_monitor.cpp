@@ -28,7 +28,7 @@ TrafficMonitor::~TrafficMonitor() {
 
 void TrafficMonitor::Collect() {
   for (const std::string& mac : DeviceManager::GetInstance().GetOnlineManagedDevices(true)) {
-    const auto device = DrivenDevice(mac);
+    const auto device = DeviceWithDriver(mac);
     if (device == nullptr) continue;
     time_t sampled_at = 0;
     const Statistics statistics = ReadInterfaces(mac, *device, sampled_at);
