@@ -1,6 +1,5 @@
 #pragma once
 
-#include "monitor/wirelesstop/filters.h"
 #include "monitor/wirelesstop/wireless_top_filter.h"
 #include "tests/plain/monitor.h"
 
