@@ -12,7 +12,7 @@
 #include "monitor/reports/client/wireless_client_report.h"
 #include "monitor/reports/network/wireless_network_report.h"
 #include "monitor/traffic/traffic_monitor.h"
-#include "monitor/wirelesstop/filters.h"
+#include "monitor/wirelesstop/wireless_top_filter.h"
 #include "monitor/wirelesstop/wireless_top_filter.h"
 #include "monitor/wirelesstop/wireless_top_monitor.h"
 #include "probe/clock/clock.h"
