@@ -13,7 +13,6 @@
 #include "monitor/reports/network/wireless_network_report.h"
 #include "monitor/traffic/traffic_monitor.h"
 #include "monitor/wirelesstop/wireless_top_filter.h"
-#include "monitor/wirelesstop/wireless_top_filter.h"
 #include "monitor/wirelesstop/wireless_top_monitor.h"
 #include "probe/clock/clock.h"
 #include "probe/clock/virtual_clock.h"
