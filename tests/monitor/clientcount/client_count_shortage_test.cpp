@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/monitor/clientcount/client_count_fixture.h"
-#include "tests/support/json_shortage.h"
+#include "tests/support/shortage/json_shortage.h"
 
 namespace {
 

@@ -1,8 +1,6 @@
 // Every monitor, with the heap exhausted for a moment at one of the allocations of a call, one after the other.
 
-#include "tests/support/heap_shortage.h"
-#include "probe/clock/clock.h"
-#include "probe/host/connection_id.h"
+#include "tests/support/shortage/heap_shortage.h"
 
 #include <gmock/gmock.h>
 
@@ -21,7 +19,9 @@
 #include "monitor/reports/network/wireless_network_report.h"
 #include "monitor/traffic/traffic_monitor.h"
 #include "monitor/wirelesstop/wireless_top_monitor.h"
+#include "probe/clock/clock.h"
 #include "probe/clock/virtual_clock.h"
+#include "probe/host/connection_id.h"
 #include "probe/host/subscription_service.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/message_capture.h"

@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 
 #include "tests/monitor/health/health_fixture.h"
-#include "tests/support/json_shortage.h"
+#include "tests/support/shortage/json_shortage.h"
 
 namespace {
 

@@ -2,9 +2,9 @@
 
 #include "monitor/wirelesstop/wireless_top_filter.h"
 #include "tests/monitor/wirelesstop/wireless_top_fixture.h"
-#include "tests/support/json_shortage.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/message_capture.h"
+#include "tests/support/shortage/json_shortage.h"
 
 namespace {
 

@@ -8,7 +8,7 @@
 #include <string>
 
 #include "probe/text/strict_json.h"
-#include "tests/support/schema.h"
+#include "tests/support/schema/schema.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 // Every message, as it really goes over the wire, follows its schema in docs/schemas/.
 
-#include "tests/support/schema.h"
+#include "tests/support/schema/schema.h"
 
 #include <gmock/gmock.h>
 

@@ -5,7 +5,7 @@
 #include "monitor/wirelesstop/wireless_top_monitor.h"
 #include "tests/probe/server/served.h"
 #include "tests/support/network.h"
-#include "tests/support/schema.h"
+#include "tests/support/schema/schema.h"
 
 namespace {
 

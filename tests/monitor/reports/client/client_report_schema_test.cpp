@@ -5,7 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "tests/monitor/reports/client/client_report_fixture.h"
-#include "tests/support/schema.h"
+#include "tests/support/schema/schema.h"
 
 namespace test {
 namespace {

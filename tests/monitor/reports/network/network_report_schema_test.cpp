@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 
 #include "tests/monitor/reports/network/network_report_fixture.h"
-#include "tests/support/schema.h"
+#include "tests/support/schema/schema.h"
 
 namespace {
 

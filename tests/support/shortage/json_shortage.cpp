@@ -1,4 +1,4 @@
-#include "tests/support/json_shortage.h"
+#include "tests/support/shortage/json_shortage.h"
 
 #include <dlfcn.h>
 #include <json-c/json.h>

@@ -1,4 +1,4 @@
-#include "tests/support/heap_shortage.h"
+#include "tests/support/shortage/heap_shortage.h"
 
 #include <cstddef>
 #include <cstdlib>

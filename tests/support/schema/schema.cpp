@@ -1,4 +1,4 @@
-#include "tests/support/schema.h"
+#include "tests/support/schema/schema.h"
 
 #include <fstream>
 #include <nlohmann/json.hpp>
