@@ -1,13 +1,13 @@
 # One pattern for all targets: a library is a folder, a program is one file with a main beside it.
 
-# Every source of these folders, those of programs excepted.
+# Every source of these folders, but those of programs and of tests.
 function(vexora_sources variable)
   set(sources)
   foreach(folder ${ARGN})
     file(GLOB found CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${folder}/*.cpp)
     list(APPEND sources ${found})
   endforeach()
-  list(FILTER sources EXCLUDE REGEX "/([a-z]+_)?main\\.cpp$")
+  list(FILTER sources EXCLUDE REGEX "/([a-z]+_)?main\\.cpp$|_test\\.cpp$")
   set(${variable} ${sources} PARENT_SCOPE)
 endfunction()
 
