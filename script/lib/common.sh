@@ -21,10 +21,35 @@ configure() {
   [[ build/$1/build.ninja -nt CMakePresets.json ]] || cmake --preset "$1" --log-level=WARNING >/dev/null
 }
 
+# Reads what ninja prints: one line for every tenth of the work, and everything that is no progress.
+show_progress() {
+  local name=$1 line shown=0
+  while IFS= read -r line; do
+    if [[ $line =~ ^@([0-9]+)/([0-9]+)@ ]]; then
+      ((BASH_REMATCH[1] * 10 / BASH_REMATCH[2] > shown)) || continue
+      shown=$((BASH_REMATCH[1] * 10 / BASH_REMATCH[2]))
+      printf '   %s: %s of %s built, %s\n' "$name" "${BASH_REMATCH[1]}" "${BASH_REMATCH[2]}" "$(minutes "$((SECONDS - began))")"
+    elif [[ $line != 'ninja: no work to do.' && $line != 'ninja: Entering directory'* ]]; then
+      printf '%s\n' "$line"
+    fi
+  done
+}
+
+# Seconds as people read them: 75 is 1:15.
+minutes() {
+  printf '%d:%02d' "$(($1 / 60))" "$(($1 % 60))"
+}
+
+# Builds targets in a folder that is configured.
+build_folder() {
+  local folder=$1 began=$SECONDS
+  shift
+  NINJA_STATUS='@%f/%t@ ' ninja -C "$folder" -j "$(nproc)" "$@" | show_progress "${folder#build/}"
+}
+
 # Builds targets of a preset.
 build() {
-  local preset=$1 quiet=()
+  local preset=$1
   shift
-  [[ -t 1 ]] || quiet=(-- --quiet)
-  configure "$preset" && cmake --build "build/$preset" --parallel "$(nproc)" --target "$@" "${quiet[@]}"
+  configure "$preset" && build_folder "build/$preset" "$@"
 }

@@ -10,23 +10,33 @@ cat >CMakePresets.json <<'END'
   "version": 4,
   "configurePresets": [
     { "name": "release", "generator": "Ninja", "binaryDir": "${sourceDir}/build/${presetName}" },
-    { "name": "asan", "inherits": "release", "cacheVariables": { "BROKEN": "ON" } }
+    { "name": "asan", "inherits": "release" },
+    { "name": "tsan", "inherits": "release", "cacheVariables": { "BROKEN": "ON" } }
   ],
-  "testPresets": [ { "name": "release", "configurePreset": "release", "execution": { "noTestsAction": "error" } } ]
+  "testPresets": [
+    { "name": "release", "configurePreset": "release", "execution": { "noTestsAction": "error" } },
+    { "name": "asan", "configurePreset": "asan", "execution": { "noTestsAction": "error" } },
+    { "name": "tsan", "configurePreset": "tsan", "execution": { "noTestsAction": "error" } }
+  ]
 }
 END
 cat >CMakeLists.txt <<'END'
 cmake_minimum_required(VERSION 3.25)
 project(small NONE)
-enable_testing()
-if(BROKEN)
-  add_custom_target(broken ALL COMMAND false)
+include(CTest)
+add_custom_target(quick_tests)
+foreach(step RANGE 1 40)
+  add_custom_target(step_${step} ALL COMMAND true)
+endforeach()
+if(BROKEN OR EXISTS ${CMAKE_SOURCE_DIR}/broken)
+  add_custom_target(broken ALL COMMAND echo what is wrong COMMAND false)
 endif()
 add_test(NAME Good.One COMMAND true)
 add_test(NAME Good.Two COMMAND true)
 add_test(NAME Bad.One COMMAND false)
 add_test(NAME Not.ToBeRun COMMAND sh -c "exit 77")
 set_tests_properties(Not.ToBeRun PROPERTIES SKIP_RETURN_CODE 77)
+set_tests_properties(Good.Two Bad.One PROPERTIES LABELS quick)
 END
 
 # script/test with these arguments ends with this STATUS and this last LINE.
@@ -41,9 +51,38 @@ expect() {
   fi
 }
 
+# What the last run printed has a line that matches.
+prints() {
+  grep -qE "$1" output || {
+    cat output
+    fail "no line '$1'"
+  }
+}
+
 expect 1 "2 passed, 1 failed" release
-grep -qF "script/test release -R '^Bad.One\$'" output || fail "no command to repeat the failure"
+prints "^   script/test release -R '\^Bad.One\\$'$"
+prints '^== release +[0-9]+:[0-9]{2}  2 passed, 1 failed$'
+prints '^   release +[0-9]+:[0-9]{2}  2 passed, 1 failed$'
+
+# A line for each tenth of the build, and no more of them.
+lines=$(grep -cE '^   release: [0-9]+ of 40 built, [0-9]+:[0-9]{2}$' output)
+((lines == 10)) || fail "$lines lines of progress instead of 10"
+
 expect 0 "2 passed, 0 failed" -R Good
 expect 1 "0 passed, 1 failed" release -R NothingOfThisName
-expect 1 "1 passed, 2 failed" release asan -R 'One'
+expect 1 "1 passed, 2 failed" release tsan -R 'One'
+prints '^what is wrong$'
+prints '^   tsan +[0-9]+:[0-9]{2}  0 passed, 1 failed$'
+
+# The quick tests of both sanitizers, whatever else of them cannot be built.
+expect 1 "2 passed, 2 failed" quick
+prints "^   script/test quick -R '\^Bad.One\\$'$"
+expect 0 "2 passed, 0 failed" quick -R Good
+
+# Two compilers build the product plainly.
+expect 0 "2 passed, 0 failed" plain
+touch broken
+expect 1 "0 passed, 2 failed" plain
+prints '^   script/test plain$'
+
 expect 2 "script/test: unknown part nothing (try --help)" nothing
