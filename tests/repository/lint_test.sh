@@ -128,6 +128,54 @@ int Six(int parameter);"
   refuses comments platform/bare.h '#pragma once\n/// One. Threads: any.\nint Bare();'
 }
 
+# With a clang-tidy that finds fault with every file that has "bad" in it, and with what cmake would have prepared.
+tidy() {
+  # shellcheck disable=SC2016  # the text of a script
+  write bin/clang-tidy '#!/bin/bash\nfor file; do\n  [[ $file != *.cpp ]] || echo "looks at $file"\ndone\n! grep -l bad "${@:4}"'
+  chmod +x bin/clang-tidy
+  export PATH=$tree/bin:$PATH GIT_CONFIG_GLOBAL=$tree/gitconfig
+  git config --global user.name A
+  git config --global user.email a@localhost
+  write .gitignore '/build/\n/bin/\n/output\n/kept\n/gitconfig'
+  write probe/used.h 'int Used();'
+  write probe/user.cpp '#include "probe/used.h"'
+  write probe/other.cpp 'int other;'
+  write build/lint/compile_commands.json "[\n{\n  \"file\": \"$tree/probe/user.cpp\"\n},\n{\n  \"file\": \"$tree/probe/other.cpp\"\n}\n]"
+  write build/lint/build.ninja ''
+  git init -q . && git add -A && git commit -qm first
+
+  looks_at probe/other.cpp probe/user.cpp # no commit is noted
+  script/lint --mark >output || fail "a tree in order is not marked: $(cat output)"
+  [[ $(cat script/lib/tidy_clean) == "$(git rev-parse HEAD)" ]] || fail "another commit is noted"
+  git add -A && git commit -qm mark
+  looks_at # nothing has changed
+  write probe/other.cpp 'int another;'
+  looks_at probe/other.cpp
+  git commit -qam second
+  looks_at probe/other.cpp
+  write probe/used.h 'int Used(int);'
+  looks_at probe/other.cpp probe/user.cpp # one of them by its header
+  ! script/lint --mark >output || fail "a tree that differs from its commit is marked"
+  git checkout -q probe/used.h
+  write .clang-tidy ''
+  git add -A && git commit -qm third
+  looks_at probe/other.cpp probe/user.cpp # other rules
+  script/lint --mark >output && git add -A && git commit -qm mark
+  looks_at
+  refuses tidy probe/user.cpp 'bad'
+  passes tidy
+  write script/lib/tidy_clean 0123456789012345678901234567890123456789
+  looks_at probe/other.cpp probe/user.cpp # a commit that this clone does not have
+}
+
+# script/lint tidy looks at these files and no others.
+looks_at() {
+  passes tidy
+  local seen
+  seen=$(sed -n 's/^looks at //p' output | LC_ALL=C sort | xargs)
+  [[ $seen == "$*" ]] || fail "looks at '$seen' instead of '$*'"
+}
+
 headers() {
   write platform/alone.h '#pragma once\n#include <string>\nstd::string Alone();'
   write monitor/engine/alone.h '#pragma once\n#include <concepts>\ntemplate <std::integral T> T Alone(T value);'
