@@ -59,20 +59,20 @@ std::span<const HttpApi::Route> HttpApi::Routes() {
   using Api = const HttpApi&;
   using Request = const HttpRequest&;
   static constexpr std::array kRoutes{
-      Route{"/healthz", Door::kOpen, [](Api api, Request) { return api.Health(); }},
-      Route{"/api/", Door::kGuarded, [](Api api, Request) { return api.Index(); }},
-      Route{"/api/status", Door::kGuarded, [](Api api, Request) { return api.Status(); }},
-      Route{"/api/devices", Door::kGuarded, [](Api api, Request) { return DevicesAnswer(api.centre_); }},
-      Route{"/api/traffic", Door::kGuarded,
+      Route{"/healthz", Access::kPublic, [](Api api, Request) { return api.Health(); }},
+      Route{"/api/", Access::kToken, [](Api api, Request) { return api.Index(); }},
+      Route{"/api/status", Access::kToken, [](Api api, Request) { return api.Status(); }},
+      Route{"/api/devices", Access::kToken, [](Api api, Request) { return DevicesAnswer(api.centre_); }},
+      Route{"/api/traffic", Access::kToken,
             [](Api api, Request request) { return InterfaceTrafficAnswer(api.plugin_, request); }},
-      Route{"/api/live/{topic}", Door::kGuarded, [](Api api, Request request) { return api.Live(request); }},
-      Route{"/api/reports/clients", Door::kGuarded,
+      Route{"/api/live/{topic}", Access::kToken, [](Api api, Request request) { return api.Live(request); }},
+      Route{"/api/reports/clients", Access::kToken,
             [](Api api, Request request) { return ReportAnswer(api.plugin_.clients, request); }},
-      Route{"/api/reports/clients/periods", Door::kGuarded,
+      Route{"/api/reports/clients/periods", Access::kToken,
             [](Api api, Request) { return PeriodsAnswer(api.plugin_.clients); }},
-      Route{"/api/reports/networks", Door::kGuarded,
+      Route{"/api/reports/networks", Access::kToken,
             [](Api api, Request request) { return ReportAnswer(api.plugin_.networks, request); }},
-      Route{"/api/reports/networks/periods", Door::kGuarded,
+      Route{"/api/reports/networks/periods", Access::kToken,
             [](Api api, Request) { return PeriodsAnswer(api.plugin_.networks); }}};
   return kRoutes;
 }
@@ -87,11 +87,11 @@ const HttpApi::Route* HttpApi::FindRoute(std::string_view path) {
   return nullptr;
 }
 
-Door HttpApi::DoorOf(const std::string& path) const {
-  if (const Route* route = FindRoute(path)) return route->door;
+Access HttpApi::AccessOf(const std::string& path) const {
+  if (const Route* route = FindRoute(path)) return route->access;
   // What is not there is guarded, too: without the token nobody learns which paths there are.
-  if (path.starts_with(kApi)) return Door::kGuarded;
-  return pages_.Has(path) ? Door::kOpen : Door::kNone;
+  if (path.starts_with(kApi)) return Access::kToken;
+  return pages_.Has(path) ? Access::kPublic : Access::kNotFound;
 }
 
 HttpAnswer HttpApi::Answer(const HttpRequest& request) const {

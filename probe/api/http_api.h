@@ -33,7 +33,7 @@ class HttpApi {
   bool has_pages() const { return !pages_.is_empty(); }
 
   /// The two halves of an `HttpService`.
-  Door DoorOf(const std::string& path) const;
+  Access AccessOf(const std::string& path) const;
   HttpAnswer Answer(const HttpRequest& request) const;
 
   /// The paths below /api/ and beside it, as docs/openapi.yaml writes them.
@@ -45,7 +45,7 @@ class HttpApi {
   /// One path of the interface. Every one of them is read with GET or HEAD, which the server sees to.
   struct Route {
     std::string_view path;  ///< As docs/openapi.yaml writes it; a parameter, in braces, is the last part.
-    Door door;
+    Access access;
     HttpAnswer (*answer)(const HttpApi& api, const HttpRequest& request);
   };
 

@@ -58,8 +58,8 @@ void LatestMessages::Subscribe(WebServer& server, SubscriptionService& service) 
     if (!parsed) continue;
     // A connection for each, so that it is known which filter a message answers.
     const auto connection = std::make_shared<ConnectionId>(kNoConnection);
-    *connection = server.OpenWithin([kept = kept_, key = Key{wanted.topic, wanted.variant}, connection,
-                                     &service](const std::string& text) {
+    *connection = server.AddLocalReceiver([kept = kept_, key = Key{wanted.topic, wanted.variant}, connection,
+                                           &service](const std::string& text) {
       if (Keep(*kept, key, text)) return;
       service.Unsubscribe(key.first, *connection, kSid);
       log::Info("[LatestMessages] messages of %s %s are too large to be kept", key.first.c_str(), key.second.c_str());

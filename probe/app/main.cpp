@@ -15,12 +15,13 @@ namespace {
 int Run(const probe::CommandLine& command_line) {
   probe::StopSignals stop_signals;
   try {
-    probe::ProbeApp app(probe::SettingsFor(command_line));
+    probe::ProbeApp app(probe::SettingsFor(command_line), [&] { stop_signals.Interrupt(); });
     app.Start();
-    probe::log::Info("%s: stopping", stop_signals.Wait());
+    const char* const signal = stop_signals.Wait();
+    probe::log::Info("%s: stopping", signal == nullptr ? "failure" : signal);
     app.Stop();
     probe::log::Info("stopped");
-    return 0;
+    return signal == nullptr ? 1 : 0;
   } catch (const probe::SettingsError& error) {
     std::fprintf(stderr, "%s\n", error.what());
     return probe::kUnusable;

@@ -45,7 +45,8 @@ PluginCalls CallsOf(const LoadedPlugin& plugin) {
 
 }  // namespace
 
-ProbeApp::ProbeApp(Settings settings) : settings_(std::move(settings)) {}
+ProbeApp::ProbeApp(Settings settings, std::function<void()> on_failure)
+    : settings_(std::move(settings)), on_failure_(std::move(on_failure)) {}
 
 ProbeApp::~ProbeApp() {
   Stop();
@@ -107,9 +108,12 @@ void ProbeApp::StartServer() {
   const std::string folder = settings_.server.dashboard.empty() ? DefaultPageFolder() : settings_.server.dashboard;
   api_ = std::make_unique<HttpApi>(ProbeFacts{VEXORA_VERSION, settings_.speed}, CallsOf(*plugin_),
                                    DeviceCentre::Instance(), latest_, PageFiles(folder));
-  HttpService http{[this](const std::string& path) { return api_->DoorOf(path); },
+  HttpService http{[this](const std::string& path) { return api_->AccessOf(path); },
                    [this](const HttpRequest& request) { return api_->Answer(request); }};
-  server_ = std::make_unique<WebServer>(settings_.server, SubscriptionService::Instance(), std::move(http));
+  server_ = std::make_unique<WebServer>(settings_.server, SubscriptionService::Instance(), std::move(http),
+                                        [this](const std::string&) {
+                                          if (on_failure_) on_failure_();
+                                        });
   server_->Start();
   latest_.Subscribe(*server_, SubscriptionService::Instance());
 }

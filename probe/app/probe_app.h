@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -22,7 +23,8 @@ namespace probe {
 /// Threads: one thread makes it, starts and stops it.
 class ProbeApp {
  public:
-  explicit ProbeApp(Settings settings);
+  /// `on_failure` is called, on any thread, when the probe can serve nobody any more and is to be stopped.
+  explicit ProbeApp(Settings settings, std::function<void()> on_failure = {});
 
   /// Stops what runs.
   ~ProbeApp();
@@ -51,6 +53,7 @@ class ProbeApp {
   std::string UrlOf(const std::string& scheme, const std::string& address) const;
 
   const Settings settings_;
+  const std::function<void()> on_failure_;
   std::unique_ptr<ScaledClock> clock_;  // null at the true pace
   std::unique_ptr<ClockInstallation> clock_installation_;
   std::unique_ptr<recording::Recorder> recorder_;  // null unless a recording is asked for

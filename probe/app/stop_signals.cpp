@@ -1,5 +1,12 @@
 #include "probe/app/stop_signals.h"
 
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <sys/signalfd.h>
+#include <unistd.h>
+
+#include <array>
+
 namespace probe {
 namespace {
 
@@ -13,20 +20,30 @@ sigset_t BothSignals() {
 
 }  // namespace
 
-StopSignals::StopSignals() {
+StopSignals::StopSignals() : interrupted_(eventfd(0, EFD_CLOEXEC)) {
   const sigset_t signals = BothSignals();
   pthread_sigmask(SIG_BLOCK, &signals, &former_);
 }
 
 StopSignals::~StopSignals() {
+  close(interrupted_);
   pthread_sigmask(SIG_SETMASK, &former_, nullptr);
 }
 
 const char* StopSignals::Wait() {
   const sigset_t signals = BothSignals();
-  int signal = 0;
-  while (sigwait(&signals, &signal) != 0) continue;
-  return signal == SIGINT ? "SIGINT" : "SIGTERM";
+  const int arrivals = signalfd(-1, &signals, SFD_CLOEXEC);
+  std::array<pollfd, 2> events{{{arrivals, POLLIN, 0}, {interrupted_, POLLIN, 0}}};
+  while (poll(events.data(), events.size(), -1) < 0) continue;  // another signal's handler ran
+  signalfd_siginfo signal{};
+  const bool is_signal = events[0].revents != 0 && read(arrivals, &signal, sizeof signal) == sizeof signal;
+  close(arrivals);
+  if (!is_signal) return nullptr;
+  return signal.ssi_signo == SIGINT ? "SIGINT" : "SIGTERM";
+}
+
+void StopSignals::Interrupt() {
+  eventfd_write(interrupted_, 1);
 }
 
 }  // namespace probe

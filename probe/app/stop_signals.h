@@ -18,11 +18,15 @@ class StopSignals {
   StopSignals(const StopSignals&) = delete;
   StopSignals& operator=(const StopSignals&) = delete;
 
-  /// Blocks until one of them comes, or has come since they were blocked. Returns its name.
+  /// Blocks until one of them comes, or has come since they were blocked, and returns its name; null after `Interrupt`.
   const char* Wait();
+
+  /// Ends the wait, or the next one, for another reason than a signal. Threads: any.
+  void Interrupt();
 
  private:
   sigset_t former_{};
+  int interrupted_;  // an eventfd
 };
 
 }  // namespace probe

@@ -7,34 +7,34 @@
 
 namespace probe {
 
-WebServer::WebServer(ServerSettings settings, SubscriptionService& service, HttpService http)
-    : settings_(std::move(settings)), service_(service), http_(std::move(http)) {}
+WebServer::WebServer(ServerSettings settings, SubscriptionService& service, HttpService http, OnFailure on_failure)
+    : settings_(std::move(settings)), service_(service), http_(std::move(http)), on_failure_(std::move(on_failure)) {}
 
 WebServer::~WebServer() {
   Stop();
 }
 
 void WebServer::Start() {
-  if (running_ != nullptr) return;
+  if (loop_ != nullptr) return;
   RequireServable(settings_);
-  running_ = std::make_unique<ServerRun>(settings_, service_, http_);
-  log::Info("[WebServer] serving on port %u", static_cast<unsigned>(running_->port()));
+  loop_ = std::make_unique<EventLoop>(settings_, service_, http_, on_failure_);
+  log::Info("[WebServer] serving on port %u", static_cast<unsigned>(loop_->port()));
 }
 
 void WebServer::Stop() {
-  running_.reset();
+  loop_.reset();
 }
 
-ConnectionId WebServer::OpenWithin(std::function<void(const std::string& text)> receiver) {
-  return running_ == nullptr ? kNoConnection : running_->OpenWithin(std::move(receiver));
+ConnectionId WebServer::AddLocalReceiver(std::function<void(const std::string& text)> receiver) {
+  return loop_ == nullptr ? kNoConnection : loop_->AddLocalReceiver(std::move(receiver));
 }
 
 std::uint16_t WebServer::port() const {
-  return running_ == nullptr ? 0 : running_->port();
+  return loop_ == nullptr ? 0 : loop_->port();
 }
 
 std::vector<std::string> WebServer::addresses() const {
-  return running_ == nullptr ? std::vector<std::string>{} : running_->addresses();
+  return loop_ == nullptr ? std::vector<std::string>{} : loop_->addresses();
 }
 
 }  // namespace probe

@@ -13,21 +13,24 @@
 
 namespace probe {
 
-class ServerRun;
+class EventLoop;
 
-/// The probe's door to the network: an HTTP server whose websocket clients subscribe to topics and get their messages.
+/// The probe's HTTP server, whose websocket clients subscribe to topics and get their messages.
 ///
 /// One thread of its own owns all sockets. Messages come in from any thread through `GetSalSendByCon`, which puts them
 /// into the connection's queue and wakes that thread. The protocol is described in docs/interfaces.md.
 ///
-/// Should the event loop fail, which leaves nobody served, it sends SIGTERM to its own process, so that the supervisor
-/// of the process can start a sound one.
+/// Should the event loop fail, which leaves nobody served, it says so to its owner; what is to be done is the owner's
+/// business.
 ///
 /// Threads: `Start` and `Stop` on one thread. One server a process can be running.
 class WebServer {
  public:
+  /// Told why the event loop has failed, on its thread: it must not call the server back.
+  using OnFailure = std::function<void(const std::string& why)>;
+
   /// `service` must outlive the server, and so must what `http` refers to. Without `http` there is the websocket only.
-  WebServer(ServerSettings settings, SubscriptionService& service, HttpService http = {});
+  WebServer(ServerSettings settings, SubscriptionService& service, HttpService http = {}, OnFailure on_failure = {});
 
   /// Stops, if need be.
   ~WebServer();
@@ -40,16 +43,16 @@ class WebServer {
   ///        be listened on, a TLS file cannot be read. Nothing is open then.
   void Start();
 
-  /// Takes leave of every client (close code 1001), drops its subscriptions and stops listening. Takes no longer than
-  /// half a second, whatever the clients do, unless a request is being answered that takes longer. A message that
-  /// another thread is just sending is dropped.
+  /// Closes every connection (1001), drops its subscriptions and stops listening. Takes no longer than half a second,
+  /// whatever the clients do, unless a request is being answered that takes longer. A message that another thread is
+  /// just sending is dropped.
   void Stop();
 
   /// A connection with no client behind it, for the host's own subscriptions: what is sent to it goes to `receiver`, on
   /// the thread that sends, until the server stops.
   ///
   /// Fails: `kNoConnection` before `Start`.
-  ConnectionId OpenWithin(std::function<void(const std::string& text)> receiver);
+  ConnectionId AddLocalReceiver(std::function<void(const std::string& text)> receiver);
 
   /// The port that it listens on, on every address; 0 before `Start`.
   std::uint16_t port() const;
@@ -61,7 +64,8 @@ class WebServer {
   ServerSettings settings_;
   SubscriptionService& service_;
   HttpService http_;
-  std::unique_ptr<ServerRun> running_;
+  OnFailure on_failure_;
+  std::unique_ptr<EventLoop> loop_;  // null while it is stopped
 };
 
 }  // namespace probe

@@ -1,7 +1,8 @@
 #include "probe/server/http/access_rules.h"
 
 #include <algorithm>
-#include <cctype>
+#include <array>
+#include <string_view>
 
 #include "probe/server/net/ip_address.h"
 #include "probe/text/url_host.h"
@@ -9,24 +10,19 @@
 namespace probe {
 namespace {
 
-std::string LowerCase(std::string text) {
-  std::transform(text.begin(), text.end(), text.begin(),
-                 [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
-  return text;
+/// Whether this is 16 octets in base64, as a handshake has to give them. Source: RFC 6455, section 4.2.1.
+bool IsWebsocketKey(const std::string& key) {
+  static constexpr std::string_view kAlphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+  // 128 bits are 21 characters and 2 bits, which makes the last one A, Q, g or w
+  return key.size() == 24 && key.find_first_not_of(kAlphabet) == 22 && key.ends_with("==") &&
+         std::string_view("AQgw").find(key[21]) != std::string_view::npos;
 }
 
-/// Whether `list`, a header of comma-separated words, holds `word`.
-bool HoldsWord(const std::string& list, const std::string& word) {
-  std::size_t begin = 0;
-  while (begin <= list.size()) {
-    const std::size_t end = std::min(list.find(',', begin), list.size());
-    std::string part = LowerCase(list.substr(begin, end - begin));
-    part.erase(0, part.find_first_not_of(" \t"));
-    part.erase(part.find_last_not_of(" \t") + 1);
-    if (part == word) return true;
-    begin = end + 1;
-  }
-  return false;
+/// Source: RFC 9110, section 9.1; RFC 5789.
+bool IsKnownMethod(const std::string& method) {
+  static constexpr std::array<std::string_view, 9> kMethods{"GET",     "HEAD",    "POST",  "PUT",  "DELETE",
+                                                            "CONNECT", "OPTIONS", "TRACE", "PATCH"};
+  return std::find(kMethods.begin(), kMethods.end(), method) != kMethods.end();
 }
 
 /// Whether a text holds an octet that no header's value may.
@@ -63,57 +59,64 @@ bool AccessRules::IsOurHost(const std::string& host, const std::string& local_ad
   return std::find(hosts_.begin(), hosts_.end(), name) != hosts_.end();
 }
 
-std::optional<Refusal> AccessRules::CheckCaller(const RequestHead& head) const {
+std::optional<HttpError> AccessRules::CheckCaller(const RequestHead& head) const {
   for (const std::string& value : {head.host.value_or(""), head.origin.value_or(""), head.upgrade, head.authorization,
-                                   head.token_argument, head.websocket_version, head.path, head.if_none_match})
-    if (HoldsControl(value)) return Refusal{400, "Refused: the request holds a control character."};
-  if (!head.host) return Refusal{403, "Refused: the request has no Host header."};
+                                   head.token_argument(), head.websocket_version, head.path, head.if_none_match})
+    if (HoldsControl(value)) return HttpError{400, "Refused: the request holds a control character."};
+  if (!head.host) return HttpError{403, "Refused: the request has no Host header."};
   if (!IsOurHost(*head.host, head.local_address))
-    return Refusal{403,
-                   "Refused: the probe does not answer to this host name. An administrator can add it to "
-                   "server.allowed_hosts."};
+    return HttpError{403,
+                     "Refused: the probe does not answer to this host name. An administrator can add it to "
+                     "server.allowed_hosts."};
   if (!head.origin) return std::nullopt;
   const std::string origin = LowerCase(*head.origin);
   const std::string host = LowerCase(*head.host);
   if (origin == "http://" + host || origin == "https://" + host) return std::nullopt;
   if (std::find(origins_.begin(), origins_.end(), origin) != origins_.end()) return std::nullopt;
-  return Refusal{403,
-                 "Refused: pages of this origin may not talk to the probe. An administrator can add it to "
-                 "server.allowed_origins."};
+  return HttpError{403,
+                   "Refused: pages of this origin may not talk to the probe. An administrator can add it to "
+                   "server.allowed_origins."};
 }
 
 bool AccessRules::HasToken(const RequestHead& head) const {
   if (token_.empty()) return true;
   static const std::string scheme = "bearer ";
   const bool is_bearer = LowerCase(head.authorization.substr(0, scheme.size())) == scheme;
-  return EqualSecrets(token_, is_bearer ? head.authorization.substr(scheme.size()) : head.token_argument);
+  return EqualSecrets(token_, is_bearer ? head.authorization.substr(scheme.size()) : head.token_argument());
 }
 
-std::optional<Refusal> AccessRules::CheckUpgrade(const RequestHead& head) const {
+std::optional<HttpError> AccessRules::CheckUpgrade(const RequestHead& head) const {
   if (auto refusal = CheckCaller(head)) return refusal;
   if (LowerCase(head.upgrade) != "websocket")
-    return Refusal{403, "Refused: the only upgrade that the probe knows is websocket."};
-  if (!head.is_get || !HoldsWord(head.connection, "upgrade"))
-    return Refusal{400, "Refused: not a websocket handshake (RFC 6455, section 4.1)."};
-  if (head.websocket_version != "13") return Refusal{426, "Refused: the probe speaks version 13 of websocket."};
-  if (head.path != "/") return Refusal{404, "Not found: the websocket of the probe is at /."};
+    return HttpError{403, "Refused: the only upgrade that the probe knows is websocket."};
+  if (!head.is_get() || head.has_body || !HoldsWord(head.connection, "upgrade"))
+    return HttpError{400, "Refused: not a websocket handshake (RFC 6455, section 4.1)."};
+  if (head.websocket_version != "13") return HttpError{426, "Refused: the probe speaks version 13 of websocket."};
+  if (head.path != "/") return HttpError{404, "Not found: the websocket of the probe is at /."};
+  if (!IsWebsocketKey(head.websocket_key))
+    return HttpError{400, "Refused: Sec-WebSocket-Key must be 16 octets in base64."};
+  if (!head.websocket_protocol.empty() && !HoldsWord(head.websocket_protocol, "vexora-probe"))
+    return HttpError{400, "Refused: the only subprotocol that the probe knows is vexora-probe."};
   if (!HasToken(head))
-    return Refusal{401, "Refused: the token of the probe is missing or wrong (Authorization: Bearer TOKEN)."};
+    return HttpError{401, "Refused: the token of the probe is missing or wrong (Authorization: Bearer TOKEN)."};
   return std::nullopt;
 }
 
-std::optional<Refusal> AccessRules::CheckPlainRequest(const RequestHead& head, Door door) const {
+std::optional<HttpError> AccessRules::CheckPlainRequest(const RequestHead& head, Access access) const {
   if (auto refusal = CheckCaller(head)) return refusal;
-  if (door == Door::kNone && head.path == "/")
-    return Refusal{426, "Upgrade required: this is the websocket of the probe."};
-  if (door == Door::kNone) return Refusal{404, "Not found."};
-  if (!head.is_get && !head.is_head) return Refusal{405, "Refused: the probe is only looked at, with GET or HEAD."};
-  if (head.has_body) return Refusal{400, "Refused: a request that only looks has no body."};
-  if (door == Door::kOpen) return std::nullopt;
+  if (!IsKnownMethod(head.method)) return HttpError{501, "Refused: only GET and HEAD are known here."};
+  const bool is_looked_at = head.is_get() || head.is_head();
+  if (access == Access::kNotFound && head.path == "/" && is_looked_at)
+    return HttpError{426, "Upgrade required: this is the websocket of the probe."};
+  if (access == Access::kNotFound && head.path.starts_with('/') && head.path != "/")
+    return HttpError{404, "Not found."};
+  if (!is_looked_at) return HttpError{405, "Refused: only GET and HEAD are allowed."};
+  if (head.has_body) return HttpError{400, "Refused: a GET or HEAD request may have no body here."};
+  if (access == Access::kPublic) return std::nullopt;
   if (AllowedOrigin(head).empty() && (head.fetch_site == "cross-site" || head.fetch_site == "same-site"))
-    return Refusal{403, "Refused: pages of other sites may not ask the probe."};
+    return HttpError{403, "Refused: pages of other sites may not ask the probe."};
   if (!HasToken(head))
-    return Refusal{401, "Refused: the token of the probe is missing or wrong (Authorization: Bearer TOKEN)."};
+    return HttpError{401, "Refused: the token of the probe is missing or wrong (Authorization: Bearer TOKEN)."};
   return std::nullopt;
 }
 

@@ -4,35 +4,11 @@
 #include <string>
 #include <vector>
 
+#include "probe/server/http/http_head.h"
 #include "probe/server/http/http_message.h"
 #include "probe/server/net/server_settings.h"
 
 namespace probe {
-
-/// What the server looks at in the head of an HTTP request, before it does anything with the request.
-struct RequestHead {
-  bool is_get = false;
-  bool is_head = false;
-  bool has_body = false;
-  std::string path;
-  std::optional<std::string> host;    ///< Nothing: no such header. Two of them stand here joined by a comma.
-  std::optional<std::string> origin;  ///< Likewise.
-  std::string upgrade;                ///< Empty: a plain request.
-  std::string connection;
-  std::string websocket_version;
-  std::string authorization;
-  std::string token_argument;  ///< `token` of the URL's query.
-  std::string if_none_match;
-  std::string accept_encoding;
-  std::string fetch_site;     ///< Sec-Fetch-Site: by which browsers tell where a request comes from.
-  std::string local_address;  ///< The address of ours at which the request came in.
-};
-
-/// An answer that refuses a request.
-struct Refusal {
-  unsigned status = 0;  ///< RFC 9110, section 15.
-  std::string text;     ///< Body of the answer, and the log's; holds nothing that the client sent.
-};
 
 /// Who may talk to the server. Host and Origin come first: they tell a page of somebody else's, which a user of this
 /// machine has open, from our own. A browser lets any page connect to any address of ours; what it doesn't let the
@@ -45,16 +21,16 @@ class AccessRules {
   AccessRules(const ServerSettings& settings, std::uint16_t port);
 
   /// Host and Origin only, and that nothing which is looked at holds a control character. Nothing: all is in order.
-  std::optional<Refusal> CheckCaller(const RequestHead& head) const;
+  std::optional<HttpError> CheckCaller(const RequestHead& head) const;
 
   /// All that a websocket upgrade needs, Host and Origin first. Nothing: it may go ahead.
-  std::optional<Refusal> CheckUpgrade(const RequestHead& head) const;
+  std::optional<HttpError> CheckUpgrade(const RequestHead& head) const;
 
-  /// All that a plain request for something behind this door needs, Host and Origin first. Nothing: it may go ahead.
+  /// All that a plain request for something with this access needs, Host and Origin first. Nothing: it may go ahead.
   ///
   /// A page of somebody else's may ask for an image or a script here without an Origin; browsers then say where it
   /// comes from, and what is guarded isn't even computed for it.
-  std::optional<Refusal> CheckPlainRequest(const RequestHead& head, Door door) const;
+  std::optional<HttpError> CheckPlainRequest(const RequestHead& head, Access access) const;
 
   /// The Origin of a foreign page that is allowed in; empty for the probe's own pages and for programs.
   std::string AllowedOrigin(const RequestHead& head) const;

@@ -1,164 +1,224 @@
 #include "probe/server/http/http_head.h"
 
-#include <libwebsockets.h>
-
 #include <algorithm>
-#include <array>
-#include <optional>
-#include <string_view>
-
-#include "probe/server/net/ip_address.h"
+#include <boost/beast/http/empty_body.hpp>
+#include <boost/beast/http/parser.hpp>
+#include <cctype>
+#include <charconv>
+#include <cstdint>
+#include <limits>
+#include <utility>
 
 namespace probe {
 namespace {
 
-constexpr std::size_t kHeaderBytes = 1024;
-constexpr std::size_t kAnswerBytes = 2048;
+namespace http = boost::beast::http;
+using Fields = http::request<http::empty_body>;
 
-/// A header's value; nothing when the request has none. One that is too long comes back as a text that no rule lets
-/// pass.
-std::optional<std::string> Header(lws* socket, lws_token_indexes token) {
-  if (lws_hdr_total_length(socket, token) == 0) return std::nullopt;
-  std::array<char, kHeaderBytes> value{};
-  const int length = lws_hdr_copy(socket, value.data(), static_cast<int>(value.size()), token);
-  return length < 0 ? std::string("(too long)") : std::string(value.data(), static_cast<std::size_t>(length));
+constexpr char kEnd[] = "\r\n\r\n";
+
+std::string Text(boost::beast::string_view text) {
+  return {text.data(), text.size()};
 }
 
-/// A header that the library has no number for; `name` in lower case and with its colon.
-std::string CustomHeader(lws* socket, std::string_view name) {
-  std::array<char, kHeaderBytes> value{};
-  const int length = lws_hdr_custom_copy(socket, value.data(), static_cast<int>(value.size()), name.data(),
-                                         static_cast<int>(name.size()));
-  return length < 0 ? std::string() : std::string(value.data(), static_cast<std::size_t>(length));
+/// All values of a header, joined by commas; nothing when there is none.
+template <typename Name>
+std::optional<std::string> Header(const Fields& fields, Name name) {
+  const auto [begin, end] = fields.equal_range(name);
+  if (begin == end) return std::nullopt;
+  std::string joined = Text(begin->value());
+  for (auto next = std::next(begin); next != end; ++next) joined += "," + Text(next->value());
+  return joined;
 }
 
-std::string Path(lws* socket) {
-  char* path = nullptr;
-  int length = 0;
-  if (lws_http_get_uri_and_method(socket, &path, &length) < 0 || path == nullptr) return {};
-  return {path, static_cast<std::size_t>(length)};
+/// Percent-decodes. Nothing for what is no encoding, or of a NUL. Source: RFC 3986, section 2.1.
+std::optional<std::string> Decoded(std::string_view text) {
+  std::string decoded;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text[i] != '%') {
+      decoded += text[i];
+      continue;
+    }
+    const std::string_view digits = text.substr(i + 1, 2);
+    unsigned octet = 0;
+    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), octet, 16);
+    if (digits.size() != 2 || error != std::errc() || end != digits.data() + 2 || octet == 0) return std::nullopt;
+    decoded += static_cast<char>(octet);
+    i += 2;
+  }
+  return decoded;
 }
 
-/// The head of an answer that is being written; every step is skipped once there is no room.
-class HeadWriter {
- public:
-  explicit HeadWriter(lws* socket, unsigned status) : socket_(socket) {
-    is_good_ = lws_add_http_header_status(socket_, status, &place_, end()) == 0;
+/// Reads a query, "a=1&b". False when it is badly encoded.
+bool ReadQuery(std::string_view query, std::map<std::string, std::string>& arguments) {
+  while (!query.empty()) {
+    const std::string_view argument = query.substr(0, query.find('&'));
+    query.remove_prefix(std::min(argument.size() + 1, query.size()));
+    const std::size_t equals = std::min(argument.find('='), argument.size());
+    const auto name = Decoded(argument.substr(0, equals));
+    const auto value = Decoded(argument.substr(std::min(equals + 1, argument.size())));
+    if (!name || !value) return false;
+    if (!argument.empty()) arguments[*name] = *value;
   }
+  return true;
+}
 
-  HeadWriter& Add(lws_token_indexes token, std::string_view value) {
-    is_good_ = is_good_ && lws_add_http_header_by_token(socket_, token, Octets(value), static_cast<int>(value.size()),
-                                                        &place_, end()) == 0;
-    return *this;
+/// Reads a request target into path and arguments. False when it is none.
+///
+/// In the absolute form the authority has to be that of the Host header, so that one rule decides about both.
+/// Source: RFC 9112, section 3.2.
+bool ReadTarget(std::string_view target, RequestHead& head) {
+  if (!std::all_of(target.begin(), target.end(), [](char octet) { return octet > ' ' && octet < '\x7f'; }))
+    return false;
+  if (target == "*") {
+    head.path = target;
+    return head.method == "OPTIONS";
   }
-
-  HeadWriter& Add(const char* name_with_colon, std::string_view value) {
-    const auto* name = reinterpret_cast<const unsigned char*>(name_with_colon);
-    is_good_ = is_good_ && lws_add_http_header_by_name(socket_, name, Octets(value), static_cast<int>(value.size()),
-                                                       &place_, end()) == 0;
-    return *this;
+  if (head.method == "CONNECT") {
+    head.path = target;
+    return true;
   }
-
-  HeadWriter& AddLength(std::size_t length) {
-    is_good_ = is_good_ && lws_add_http_header_content_length(socket_, length, &place_, end()) == 0;
-    return *this;
+  if (!target.starts_with('/')) {
+    const std::string lower = LowerCase(std::string(target));
+    const std::size_t scheme = lower.starts_with("http://") ? 7 : (lower.starts_with("https://") ? 8 : 0);
+    const std::size_t authority_end = std::min(lower.find_first_of("/?", scheme), lower.size());
+    if (scheme == 0 || lower.substr(scheme, authority_end - scheme) != LowerCase(head.host.value_or(""))) return false;
+    target.remove_prefix(authority_end);
   }
+  const std::size_t path_end = std::min(target.find('?'), target.size());
+  head.path = path_end == 0 ? "/" : target.substr(0, path_end);
+  return target.find('#') == std::string_view::npos &&
+         ReadQuery(target.substr(std::min(path_end + 1, target.size())), head.arguments);
+}
 
-  /// Writes the head, and a short body with it. False when there is no room, or nobody left to tell.
-  bool Finish(std::string_view body, lws_write_protocol how) {
-    if (!is_good_ || lws_finalize_http_header(socket_, &place_, end()) != 0) return false;
-    if (body.size() > static_cast<std::size_t>(end() - place_)) return false;
-    place_ = std::copy(body.begin(), body.end(), place_);
-    return lws_write(socket_, begin(), static_cast<std::size_t>(place_ - begin()), how) >= 0;
-  }
+RequestHead HeadOf(const Fields& fields) {
+  RequestHead head;
+  head.method = Text(fields.method_string());
+  head.is_http_1_0 = fields.version() == 10;
+  head.has_body = Header(fields, http::field::transfer_encoding).has_value() ||
+                  Header(fields, http::field::content_length).value_or("0") != "0";
+  head.host = Header(fields, http::field::host);
+  head.origin = Header(fields, http::field::origin);
+  // in HTTP/1.0 an upgrade is to be ignored: RFC 9110, section 7.8
+  if (!head.is_http_1_0) head.upgrade = Header(fields, http::field::upgrade).value_or("");
+  head.connection = Header(fields, http::field::connection).value_or("");
+  head.websocket_key = Header(fields, http::field::sec_websocket_key).value_or("");
+  head.websocket_version = Header(fields, http::field::sec_websocket_version).value_or("");
+  head.websocket_protocol = Header(fields, http::field::sec_websocket_protocol).value_or("");
+  head.authorization = Header(fields, http::field::authorization).value_or("");
+  head.if_none_match = Header(fields, http::field::if_none_match).value_or("");
+  head.accept_encoding = Header(fields, http::field::accept_encoding).value_or("");
+  head.fetch_site = Header(fields, "Sec-Fetch-Site").value_or("");
+  return head;
+}
 
- private:
-  static const unsigned char* Octets(std::string_view text) {
-    return reinterpret_cast<const unsigned char*>(text.data());
-  }
-  unsigned char* begin() { return octets_.data() + LWS_PRE; }
-  unsigned char* end() { return octets_.data() + octets_.size(); }
+/// Whether a request line ends with some version of HTTP. Source: RFC 9112, section 2.3.
+bool EndsWithVersion(std::string_view line) {
+  const std::string_view version = line.substr(std::min(line.rfind(' '), line.size()));
+  const auto is_digit = [](char octet) { return octet >= '0' && octet <= '9'; };
+  return version.size() == 9 && version.starts_with(" HTTP/") && is_digit(version[6]) && version[7] == '.' &&
+         is_digit(version[8]);
+}
 
-  lws* socket_;
-  std::array<unsigned char, LWS_PRE + kAnswerBytes> octets_{};
-  unsigned char* place_ = begin();
-  bool is_good_;
-};
-
-const char* CacheControl(Caching caching) {
-  switch (caching) {
-    case Caching::kForever:
-      return "public, max-age=31536000, immutable";
-    case Caching::kRevalidate:
-      return "no-cache";
-    case Caching::kNoStore:
-      break;
-  }
-  return "no-store";
+/// Whether an octet may be part of a method, with which every request begins. Source: RFC 9110, section 5.6.2.
+bool IsTokenOctet(char octet) {
+  static constexpr std::string_view kMarks = "!#$%&'*+-.^_`|~";
+  return std::isalnum(static_cast<unsigned char>(octet)) != 0 || kMarks.find(octet) != std::string_view::npos;
 }
 
 }  // namespace
 
-RequestHead ReadRequestHead(lws* socket) {
-  RequestHead head;
-  head.is_get = lws_hdr_total_length(socket, WSI_TOKEN_GET_URI) > 0;
-  head.is_head = lws_hdr_total_length(socket, WSI_TOKEN_HEAD_URI) > 0;
-  head.has_body = lws_hdr_total_length(socket, WSI_TOKEN_HTTP_TRANSFER_ENCODING) > 0 ||
-                  Header(socket, WSI_TOKEN_HTTP_CONTENT_LENGTH).value_or("0") != "0";
-  head.path = Path(socket);
-  head.host = Header(socket, WSI_TOKEN_HOST);
-  head.origin = Header(socket, WSI_TOKEN_ORIGIN);
-  head.upgrade = Header(socket, WSI_TOKEN_UPGRADE).value_or("");
-  head.connection = Header(socket, WSI_TOKEN_CONNECTION).value_or("");
-  head.websocket_version = Header(socket, WSI_TOKEN_VERSION).value_or("");
-  head.authorization = Header(socket, WSI_TOKEN_HTTP_AUTHORIZATION).value_or("");
-  head.token_argument = ReadArguments(socket)["token"];
-  head.if_none_match = Header(socket, WSI_TOKEN_HTTP_IF_NONE_MATCH).value_or("");
-  head.accept_encoding = Header(socket, WSI_TOKEN_HTTP_ACCEPT_ENCODING).value_or("");
-  head.fetch_site = CustomHeader(socket, "sec-fetch-site:");
-  head.local_address = LocalAddress(lws_get_socket_fd(socket));
-  return head;
+std::string LowerCase(std::string text) {
+  std::transform(text.begin(), text.end(), text.begin(),
+                 [](char letter) { return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter + 32) : letter; });
+  return text;
 }
 
-std::map<std::string, std::string> ReadArguments(lws* socket) {
-  std::map<std::string, std::string> arguments;
-  std::array<char, kHeaderBytes> octets{};
-  for (int i = 0;; ++i) {
-    const int size = static_cast<int>(octets.size());
-    const int length = lws_hdr_copy_fragment(socket, octets.data(), size, WSI_TOKEN_HTTP_URI_ARGS, i);
-    if (length < 0) return arguments;
-    const std::string argument(octets.data(), static_cast<std::size_t>(length));
-    const std::size_t equals = std::min(argument.find('='), argument.size());
-    arguments[argument.substr(0, equals)] = argument.substr(std::min(equals + 1, argument.size()));
+bool HoldsWord(const std::string& list, const std::string& word) {
+  std::size_t begin = 0;
+  while (begin <= list.size()) {
+    const std::size_t end = std::min(list.find(',', begin), list.size());
+    std::string part = LowerCase(list.substr(begin, end - begin));
+    part.erase(0, part.find_first_not_of(" \t"));
+    part.erase(part.find_last_not_of(" \t") + 1);
+    if (part == word) return true;
+    begin = end + 1;
   }
+  return false;
 }
 
-void AnswerWithRefusal(lws* socket, const Refusal& refusal, bool is_json) {
-  const std::string body =
-      is_json ? *ErrorAnswer(refusal.status, CodeOfStatus(refusal.status), refusal.text).body : refusal.text + "\n";
-  HeadWriter head(socket, refusal.status);
-  head.Add(WSI_TOKEN_HTTP_CONTENT_TYPE, is_json ? "application/json" : "text/plain; charset=utf-8");
-  head.Add(WSI_TOKEN_HTTP_CACHE_CONTROL, "no-store").Add(WSI_TOKEN_CONNECTION, "close").AddLength(body.size());
-  if (refusal.status == 426) head.Add(WSI_TOKEN_UPGRADE, "websocket").Add(WSI_TOKEN_VERSION, "13");
-  if (refusal.status == 401) head.Add(WSI_TOKEN_HTTP_WWW_AUTHENTICATE, "Bearer");
-  if (refusal.status == 405) head.Add(WSI_TOKEN_HTTP_ALLOW, "GET, HEAD");
-  if (refusal.status == 503) head.Add(WSI_TOKEN_HTTP_RETRY_AFTER, "1");
-  head.Finish(body, LWS_WRITE_HTTP_FINAL);
+std::string RequestHead::token_argument() const {
+  const auto found = arguments.find("token");
+  return found == arguments.end() ? std::string() : found->second;
 }
 
-bool WriteAnswerHead(lws* socket, const HttpAnswer& answer, bool is_not_modified, const std::string& origin) {
-  HeadWriter head(socket, is_not_modified ? 304 : answer.status);
-  head.Add(WSI_TOKEN_HTTP_CACHE_CONTROL, CacheControl(answer.caching));
-  head.Add(WSI_TOKEN_HTTP_VARY, "Origin, Accept-Encoding");
-  head.Add("cross-origin-resource-policy:", "same-origin");
-  if (!answer.etag.empty()) head.Add(WSI_TOKEN_HTTP_ETAG, answer.etag);
-  if (!origin.empty()) head.Add(WSI_TOKEN_HTTP_ACCESS_CONTROL_ALLOW_ORIGIN, origin);
-  if (answer.status == 503) head.Add(WSI_TOKEN_HTTP_RETRY_AFTER, "1");
-  if (!is_not_modified) {
-    head.Add(WSI_TOKEN_HTTP_CONTENT_TYPE, answer.content_type).AddLength(answer.body->size());
-    if (answer.is_gzip) head.Add(WSI_TOKEN_HTTP_CONTENT_ENCODING, "gzip");
+bool RequestHead::is_persistent() const {
+  return is_http_1_0 ? HoldsWord(connection, "keep-alive") : !HoldsWord(connection, "close");
+}
+
+HeadReader::State HeadReader::Fail(unsigned status, const char* text) {
+  error_ = HttpError{status, text};
+  return State::kInvalid;
+}
+
+HeadReader::State HeadReader::Add(std::string_view octets) {
+  octets_ += octets;
+  return state();
+}
+
+HeadReader::State HeadReader::state() {
+  if (error_.status != 0) return State::kInvalid;
+  if (length_ != 0) return State::kComplete;
+  // Empty lines before a request are to be ignored: RFC 9112, section 2.2.
+  while (examined_ == 0 && octets_.starts_with("\r\n")) octets_.erase(0, 2);
+  if (examined_ == 0 && !octets_.empty() && octets_ != "\r" && !IsTokenOctet(octets_.front()))
+    return Fail(400, "Refused: this is no HTTP request.");
+  const std::size_t limit = std::min(octets_.size(), kMaxBytes);
+  for (; examined_ < limit; ++examined_) {
+    const char octet = octets_[examined_];
+    const char before = examined_ == 0 ? '\0' : octets_[examined_ - 1];
+    if (octet == '\0' || (before == '\r') != (octet == '\n'))
+      return Fail(400, "Refused: the request has a NUL, or a line that does not end with CR LF.");
+    if (before == '\n' && (octet == ' ' || octet == '\t'))
+      return Fail(400, "Refused: the request has a folded header line.");
+    if (octet == '\n' && std::string_view(octets_).substr(0, examined_ + 1).ends_with(kEnd)) {
+      length_ = ++examined_;
+      return State::kComplete;
+    }
   }
-  return head.Finish("", LWS_WRITE_HTTP_HEADERS);
+  if (examined_ < kMaxBytes) return State::kIncomplete;
+  if (octets_.find('\n') >= kMaxBytes) return Fail(414, "Refused: the request target is too long.");
+  return Fail(431, "Refused: the head of the request is larger than 8192 octets.");
+}
+
+std::optional<RequestHead> HeadReader::Take() {
+  http::request_parser<http::empty_body> parser;
+  parser.header_limit(kMaxBytes + 1);
+  parser.body_limit(std::numeric_limits<std::uint64_t>::max());  // no body is ever read; none would be taken for 0
+  boost::system::error_code error;
+  parser.put(boost::asio::buffer(octets_.data(), length_), error);
+  const bool has_version = EndsWithVersion(std::string_view(octets_).substr(0, octets_.find('\r')));
+  octets_.erase(0, std::exchange(length_, 0));
+  examined_ = 0;
+  if (error == http::error::bad_version && has_version) {
+    Fail(505, "Refused: the probe speaks HTTP/1.1.");
+    return std::nullopt;
+  }
+  if (error) {
+    Fail(400, "Refused: the request breaks the rules of HTTP (RFC 9112).");
+    return std::nullopt;
+  }
+  RequestHead head = HeadOf(parser.get());
+  const auto target = parser.get().target();
+  if (ReadTarget({target.data(), target.size()}, head)) return head;
+  Fail(400, "Refused: the request target is no path.");
+  return std::nullopt;
+}
+
+std::string HeadReader::TakeRest() {
+  examined_ = 0;
+  length_ = 0;
+  return std::exchange(octets_, std::string());
 }
 
 }  // namespace probe

@@ -1,33 +1,96 @@
 #pragma once
 
+#include <cstddef>
 #include <map>
+#include <optional>
 #include <string>
-
-#include "platform/subscriptions.h"
-#include "probe/server/http/access_rules.h"
-#include "probe/server/http/http_message.h"
+#include <string_view>
 
 namespace probe {
 
-/// What the access rules ask of the request whose head the library has just read on this socket.
+/// The head of an HTTP request: what the server looks at before it does anything with the request.
 ///
-/// Threads: the server thread, inside a callback of that request.
-RequestHead ReadRequestHead(lws* socket);
+/// A header that comes more than once stands here joined by commas.
+struct RequestHead {
+  std::string method;
+  std::string path;                              ///< As it came, without the query: nothing is decoded or folded.
+  std::map<std::string, std::string> arguments;  ///< Of the query, decoded; of a name that comes twice, the last.
+  bool is_http_1_0 = false;
+  bool has_body = false;
+  std::optional<std::string> host;    ///< Nothing: no such header.
+  std::optional<std::string> origin;  ///< Likewise.
+  std::string upgrade;                ///< Empty: a plain request.
+  std::string connection;
+  std::string websocket_key;
+  std::string websocket_version;
+  std::string websocket_protocol;
+  std::string authorization;
+  std::string if_none_match;
+  std::string accept_encoding;
+  std::string fetch_site;     ///< Sec-Fetch-Site: by which browsers tell where a request comes from.
+  std::string local_address;  ///< The address of ours at which the request came in.
 
-/// The arguments of the request's query, decoded. Threads: as above.
-std::map<std::string, std::string> ReadArguments(lws* socket);
+  bool is_get() const { return method == "GET"; }
+  bool is_head() const { return method == "HEAD"; }
 
-/// Refuses the request, in JSON where programs ask and in plain text elsewhere; the connection is to be closed after
-/// it.
+  /// `token` of the query; empty: none.
+  std::string token_argument() const;
+
+  /// Whether the client wants the connection to last beyond this request. Source: RFC 9112, section 9.3.
+  bool is_persistent() const;
+};
+
+/// An answer that refuses a request.
+struct HttpError {
+  unsigned status = 0;  ///< RFC 9110, section 15.
+  std::string text;     ///< Body of the answer, and the log's; holds nothing that the client sent.
+};
+
+/// Whether `list`, a header of comma-separated words, holds `word`, which is in lower case.
+bool HoldsWord(const std::string& list, const std::string& word);
+
+/// ASCII letters in lower case, all else as it is.
+std::string LowerCase(std::string text);
+
+/// Reads the heads of the requests on one connection, however the octets are cut into pieces.
 ///
-/// Threads: as above.
-void AnswerWithRefusal(lws* socket, const Refusal& refusal, bool is_json);
+/// It is stricter than HTTP has to be: no line ends but CR LF, no folded lines, no NUL.
+/// Threads: none of its own, no lock.
+class HeadReader {
+ public:
+  /// Octets of one head, request line included.
+  static constexpr std::size_t kMaxBytes = 8192;
 
-/// Writes the head of an answer, whose body follows unless the client has it already (304) or asked for the head only.
-///
-/// `origin`: the foreign page that may read the answer; empty: none.
-/// Threads: the server thread, inside the writable callback of that request.
-/// Fails:   false when the connection is of no use any more.
-bool WriteAnswerHead(lws* socket, const HttpAnswer& answer, bool is_not_modified, const std::string& origin);
+  enum class State {
+    kIncomplete,  ///< More is to come.
+    kComplete,    ///< A head is there: `Take` it.
+    kInvalid      ///< `error` says why; nothing more can be read.
+  };
+
+  /// Takes octets in. They may go beyond the head.
+  State Add(std::string_view octets);
+
+  /// Whether a part of a head is there.
+  bool has_begun() const { return !octets_.empty(); }
+
+  /// The complete head, once. Nothing: it cannot be read, and `error` says why.
+  std::optional<RequestHead> Take();
+
+  /// The state of the head that follows those that were taken.
+  State state();
+
+  /// The octets that came after the heads that were taken, once.
+  std::string TakeRest();
+
+  const HttpError& error() const { return error_; }
+
+ private:
+  State Fail(unsigned status, const char* text);
+
+  std::string octets_;
+  std::size_t examined_ = 0;  // octets that have been found to be without fault
+  std::size_t length_ = 0;    // of the head; 0: it is not complete
+  HttpError error_;
+};
 
 }  // namespace probe

@@ -21,8 +21,12 @@ std::string CodeOfStatus(unsigned status) {
       return "not_found";
     case 405:
       return "method_not_allowed";
+    case 408:
+      return "timeout";
     case 429:
       return "too_many_requests";
+    case 501:
+      return "not_implemented";
     case 503:
       return "unavailable";
     default:

@@ -9,7 +9,7 @@ namespace probe {
 
 /// A GET or HEAD request that has passed the access rules.
 struct HttpRequest {
-  std::string path;                              ///< Percent-decoded, without the query.
+  std::string path;                              ///< As it came, without the query: nothing is decoded or folded.
   std::map<std::string, std::string> arguments;  ///< Of the query, decoded; of a name that comes twice, the last.
   bool accepts_gzip = false;
 };
@@ -32,18 +32,18 @@ struct HttpAnswer {
 };
 
 /// Who may ask for a path.
-enum class Door {
-  kNone,    ///< Nobody: there is nothing.
-  kOpen,    ///< Everybody whom Host and Origin let in: it holds no secret.
-  kGuarded  ///< Those with the token only.
+enum class Access {
+  kNotFound,  ///< Nobody: there is nothing.
+  kPublic,    ///< Everybody whom Host and Origin let in: it holds no secret.
+  kToken      ///< Those with the token only.
 };
 
 /// What the server serves over plain HTTP.
 struct HttpService {
-  /// Whether there is something at a path, and for whom. Threads: the server thread; must be quick.
-  std::function<Door(const std::string& path)> door;
+  /// Whether there is something at a path, and for whom. Threads: the server's event loop; must be quick.
+  std::function<Access(const std::string& path)> access;
 
-  /// Answers a request whose door is open. Threads: one of the server's workers, several at once. May take its time.
+  /// Answers a request that may be answered. Threads: one of the server's workers, several at once. May take its time.
   std::function<HttpAnswer(const HttpRequest& request)> answer;
 };
 

@@ -1,68 +1,60 @@
 #pragma once
 
-#include <chrono>
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/thread_pool.hpp>
+#include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <map>
-#include <optional>
 #include <string>
-#include <vector>
 
-#include "platform/subscriptions.h"
-#include "probe/server/http/access_rules.h"
-#include "probe/server/http/http_workers.h"
+#include "probe/server/http/http_message.h"
 
 namespace probe {
 
-/// Carries plain HTTP requests from the sockets to the workers, and the answers back.
+/// Has plain HTTP requests answered by threads of their own, so that a report which waits for a pass holds up no
+/// socket.
 ///
-/// Threads: the server thread only.
-class HttpDesk {
+/// Threads: the event loop's only; see `HttpService` for what the workers call.
+class HttpRequests {
  public:
-  /// `wake`: has the server thread call `OnDone`; callable from any thread.
-  HttpDesk(HttpService service, std::function<void()> wake, std::chrono::seconds stuck_after);
+  /// Two, so that one report that waits does not hold up the page.
+  static constexpr std::size_t kWorkers = 2;
 
-  Door DoorOf(const std::string& path) const;
+  /// Requests that may wait for a worker.
+  static constexpr std::size_t kMaxWaiting = 64;
 
-  /// Begins to answer a request that the access rules let pass. `origin`: as in `AccessRules::AllowedOrigin`.
+  using RequestId = std::uint64_t;
+  using Answered = std::function<void(HttpAnswer answer)>;
+
+  HttpRequests(boost::asio::io_context& loop, HttpService service);
+
+  /// Waits for the requests that are being answered; those that wait are dropped.
+  ~HttpRequests();
+  HttpRequests(const HttpRequests&) = delete;
+  HttpRequests& operator=(const HttpRequests&) = delete;
+
+  /// Who may ask for a path.
+  Access AccessOf(const std::string& path) const;
+
+  /// Has a request answered that the access rules let pass; `answered` gets the answer, on the event loop.
   ///
-  /// Fails: false when too many requests wait; nothing is begun then.
-  bool Begin(lws* socket, const RequestHead& head, std::string origin);
+  /// Fails: 0 when too many requests wait; nothing is begun then.
+  RequestId Begin(HttpRequest request, Answered answered);
 
-  /// The library has done its part of a request that was begun: from now on its time is ours.
-  void Await(lws* socket);
-
-  /// Workers have answers.
-  void OnDone();
-
-  /// The socket of a request can take data. False: close it.
-  bool OnWritable(lws* socket);
-
-  /// The request of this socket, if there is one, is over.
-  void Forget(lws* socket);
+  /// Nobody waits for this answer any more. 0 is nobody's.
+  void Forget(RequestId id) { answered_.erase(id); }
 
  private:
-  /// A request on its way. Only one at a time comes in over a connection.
-  struct Exchange {
-    HttpWorkers::Ticket ticket = 0;
-    bool is_head = false;
-    std::string if_none_match;
-    std::string origin;
-    std::optional<HttpAnswer> answer;  ///< Nothing: a worker is at it.
-    bool is_head_written = false;
-    std::size_t sent = 0;  ///< Octets of the body that the library has taken.
-  };
+  HttpAnswer Answer(const HttpRequest& request) const;  // on a worker
+  void OnAnswer(RequestId id, HttpAnswer answer);
 
-  bool WriteHead(lws* socket, Exchange& exchange);
-  bool WriteBody(lws* socket, Exchange& exchange);
-  bool Finish(lws* socket);
-  void AllowTime(lws* socket) const;
-
-  const int seconds_to_move_;
-  std::vector<unsigned char> fragment_;
-  HttpWorkers::Ticket last_ticket_ = 0;
-  std::map<lws*, Exchange> exchanges_;
-  std::map<HttpWorkers::Ticket, lws*> sockets_;  // of those that a worker is at
-  HttpWorkers workers_;                          // last: it is gone before what its answers would need
+  boost::asio::io_context& loop_;
+  const HttpService service_;
+  RequestId last_id_ = 0;
+  std::size_t unanswered_ = 0;  // also those that were forgotten
+  std::map<RequestId, Answered> answered_;
+  boost::asio::thread_pool workers_{kWorkers};
 };
 
 }  // namespace probe

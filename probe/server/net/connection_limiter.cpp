@@ -4,27 +4,27 @@
 
 namespace probe {
 
-Gate::Gate(const ServerLimits& limits)
+ConnectionLimiter::ConnectionLimiter(const ServerLimits& limits)
     : max_connections_(limits.connections), max_per_address_(limits.connections_per_address) {}
 
-Gate::Verdict Gate::Arrive(const std::string& address) {
+ConnectionLimiter::Verdict ConnectionLimiter::Acquire(const std::string& address) {
   const std::string group = AddressGroup(address);
   const auto found = of_address_.find(group);
   const bool is_address_taken = found != of_address_.end() && found->second >= max_per_address_;
   if (connections_ < max_connections_ && !is_address_taken && max_per_address_ > 0) {
     ++connections_;
     ++of_address_[group];
-    return Verdict::kAdmitted;
+    return Verdict::kAccepted;
   }
-  if (turned_away_ >= kTurnedAway) return Verdict::kTooManyWaiting;
-  ++turned_away_;
-  return is_address_taken ? Verdict::kAddressTaken : Verdict::kAllTaken;
+  if (rejected_ >= kMaxRejected) return Verdict::kRejectionLimit;
+  ++rejected_;
+  return is_address_taken ? Verdict::kAddressLimit : Verdict::kConnectionLimit;
 }
 
-void Gate::Leave(const std::string& address, Verdict verdict) {
-  if (verdict == Verdict::kTooManyWaiting) return;
-  if (verdict != Verdict::kAdmitted) {
-    --turned_away_;
+void ConnectionLimiter::Release(const std::string& address, Verdict verdict) {
+  if (verdict == Verdict::kRejectionLimit) return;
+  if (verdict != Verdict::kAccepted) {
+    --rejected_;
     return;
   }
   --connections_;

@@ -9,8 +9,8 @@
 
 namespace probe {
 
-std::size_t AffordableConnections(std::size_t wanted) {
-  constexpr std::size_t kBesides = Gate::kTurnedAway + kOtherDescriptors;
+std::size_t RaiseDescriptorLimit(std::size_t wanted) {
+  constexpr std::size_t kBesides = ConnectionLimiter::kMaxRejected + kOtherDescriptors;
   rlimit limit{};
   if (getrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_cur >= wanted + kBesides) return wanted;
   limit.rlim_cur = std::min<rlim_t>(wanted + kBesides, limit.rlim_max);

@@ -1,52 +1,49 @@
 #pragma once
 
-#include <libwebsockets.h>
-
-#include <array>
-#include <cstdint>
-#include <string>
+#include <boost/asio/ip/tcp.hpp>
+#include <functional>
+#include <list>
 #include <vector>
 
-#include "probe/server/net/server_settings.h"
+#include "probe/server/net/log_rate_limiter.h"
+#include "probe/server/net/timer.h"
+#include "probe/server/net/transport.h"
 
 namespace probe {
 
-/// The library's context of one run of the server, which listens on every address.
-///
-/// Threads: made on any thread, then used and destroyed on the server thread; `Wake` is for every thread.
-class ListeningContext {
+/// Accepts connections on all the addresses of a server. Threads: the event loop's only, but for its making.
+class Listener {
  public:
-  /// Listens from now on, though events come only out of `Serve`, apart from those of the context's own beginning and
-  /// end. `on_event` gets every event; `owner` is what `lws_context_user` gives it.
+  /// Listens on these sockets, which are bound and now the listener's, from `Start` on.
   ///
-  /// Fails: throws `std::runtime_error` with a text for an administrator when an address cannot be listened on or a TLS
-  ///        file cannot be used.
-  ListeningContext(const ServerSettings& settings, std::vector<std::string> addresses, std::uint16_t port,
-                   lws_callback_function* on_event, void* owner);
+  /// Fails: throws `boost::system::system_error` when one of them cannot listen.
+  Listener(boost::asio::io_context& loop, const std::vector<int>& bound_sockets,
+           std::function<void(Transport::Socket socket)> on_accept);
+  Listener(const Listener&) = delete;
+  Listener& operator=(const Listener&) = delete;
 
-  /// Closes what is still open.
-  ~ListeningContext();
-  ListeningContext(const ListeningContext&) = delete;
-  ListeningContext& operator=(const ListeningContext&) = delete;
+  void Start();
 
-  /// Waits for events and handles them. False when the event loop has failed for good.
-  bool Serve();
-
-  /// Ends the wait of `Serve`, with an event that says so.
-  void Wake();
-
-  lws_context* get() const { return context_; }
+  /// Listens no more. Connections that nobody has accepted are reset.
+  void Close();
 
  private:
-  void Create(const ServerSettings& settings, void* owner);
-  void Listen(const ServerSettings& settings, const std::string& address, std::uint16_t port);
+  using Acceptor = boost::asio::basic_socket_acceptor<boost::asio::ip::tcp, boost::asio::io_context::executor_type>;
 
-  // The library keeps pointers into all of these.
-  const std::vector<std::string> addresses_;
-  const std::array<lws_protocols, 2> protocols_;
-  const lws_retry_bo_t idle_policy_;
+  /// One address that is listened on.
+  struct Address {
+    explicit Address(boost::asio::io_context& loop) : acceptor(loop.get_executor()), retry(loop.get_executor()) {}
 
-  lws_context* context_ = nullptr;
+    Acceptor acceptor;
+    Timer retry;
+  };
+
+  void Accept(Address& address);
+  void OnAccept(Address& address, boost::system::error_code error, Transport::Socket socket);
+
+  const std::function<void(Transport::Socket socket)> on_accept_;
+  std::list<Address> addresses_;
+  LogRateLimiter log_rate_;
 };
 
 }  // namespace probe

@@ -4,7 +4,7 @@
 
 namespace probe {
 
-LineBudget::Verdict LineBudget::Ask(Clock::time_point now) {
+LogRateLimiter::Verdict LogRateLimiter::Ask(Clock::time_point now) {
   Verdict verdict;
   if (lines_ == 0 || now - minute_began_at_ >= std::chrono::minutes(1)) {
     minute_began_at_ = now;

@@ -8,7 +8,7 @@ namespace probe {
 /// Allows so many log lines a minute, and counts the others: whoever knocks all day long must not fill the log.
 ///
 /// Threads: none of its own, no lock.
-class LineBudget {
+class LogRateLimiter {
  public:
   using Clock = std::chrono::steady_clock;
   static constexpr std::size_t kLinesAMinute = 20;

@@ -16,7 +16,7 @@ namespace {
 
 constexpr int kAttempts = 50;
 
-/// A socket bound to an address, or -1 with `errno`. It does not listen, so the server may bind to the same address.
+/// A socket bound to an address, or -1 with `errno`. It does not listen yet.
 int Bound(const SocketAddress& address) {
   const int descriptor = socket(address.storage.ss_family, SOCK_STREAM | SOCK_CLOEXEC, 0);
   if (descriptor < 0) return -1;

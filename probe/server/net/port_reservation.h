@@ -2,11 +2,12 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace probe {
 
-/// A port that is ours on several addresses at once, held until the server listens on it.
+/// A port that is ours on several addresses at once, until the server has taken its sockets over.
 ///
 /// The server is to be found under one number on all its addresses. When any free port will do, one that is free on
 /// the first address may be taken on the next; then another is tried.
@@ -22,6 +23,9 @@ class PortReservation {
   PortReservation& operator=(const PortReservation&) = delete;
 
   std::uint16_t port() const { return port_; }
+
+  /// Hands over the sockets, bound and in the order of the addresses.
+  std::vector<int> TakeSockets() { return std::exchange(sockets_, {}); }
 
   /// The addresses that this machine has, in their canonical notation; at least one.
   const std::vector<std::string>& addresses() const { return addresses_; }

@@ -8,17 +8,17 @@ namespace probe {
 /// Lets `per_second` messages a second pass in the long run, and as many at once.
 ///
 /// Threads: the server thread only.
-class RateLimit {
+class RateLimiter {
  public:
   using Clock = std::chrono::steady_clock;
 
   enum class Verdict {
-    kPass,       ///< Within the limit.
-    kRefuse,     ///< Over it; the client is to be told.
-    kSwallowed,  ///< Over it, and the client was told within the last second: a flood is not answered by a flood.
+    kAccepted,  ///< Within the limit.
+    kRejected,  ///< Over it; the client is to be told.
+    kDropped,   ///< Over it, and the client was told within the last second: a flood is not answered by a flood.
   };
 
-  RateLimit(std::size_t per_second, Clock::time_point now);
+  RateLimiter(std::size_t per_second, Clock::time_point now);
 
   Verdict Count(Clock::time_point now);
 

@@ -4,7 +4,7 @@
 
 namespace probe {
 
-void RefusalLog::Note(const std::string& who, const std::string& why, Clock::time_point now) {
+void RejectionLog::Note(const std::string& who, const std::string& why, Clock::time_point now) {
   const auto line = budget_.Ask(now);
   if (line.left_out > 0) log::Info("[WebServer] %zu more clients were refused", line.left_out);
   if (line.may_be_written) log::Info("[WebServer] a client at %s was refused: %s", who.c_str(), why.c_str());

@@ -6,17 +6,17 @@
 
 namespace probe {
 
-/// Logs who was refused, within a `LineBudget`. What was left out is counted and said with the next line.
+/// Logs who was refused, within a `LogRateLimiter`. What was left out is counted and said with the next line.
 ///
 /// Threads: the server thread only.
-class RefusalLog {
+class RejectionLog {
  public:
-  using Clock = LineBudget::Clock;
+  using Clock = LogRateLimiter::Clock;
 
   void Note(const std::string& who, const std::string& why, Clock::time_point now);
 
  private:
-  LineBudget budget_;
+  LogRateLimiter budget_;
 };
 
 }  // namespace probe

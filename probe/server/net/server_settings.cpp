@@ -16,6 +16,10 @@ void RequireReadable(const char* key, const std::string& path) {
 
 }  // namespace
 
+std::string LimitText(const char* key, std::size_t value) {
+  return std::string("limits.") + key + " = " + std::to_string(value);
+}
+
 std::string WhyUnsafe(const ServerSettings& settings) {
   const bool has_tls = !settings.tls_certificate.empty() && !settings.tls_key.empty();
   if (!settings.token.empty() && has_tls) return {};

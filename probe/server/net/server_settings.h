@@ -42,6 +42,9 @@ struct ServerSettings {
   ServerLimits limits;
 };
 
+/// A limit as it is written in `probe.toml`, for texts that refuse something: "limits.message_depth = 16".
+std::string LimitText(const char* key, std::size_t value);
+
 /// Why these settings are unsafe: an address other than 127.0.0.1 and ::1 without both a token and TLS. Empty when they
 /// are safe. The text is fit for an administrator.
 std::string WhyUnsafe(const ServerSettings& settings);

@@ -1,55 +1,126 @@
 #pragma once
 
 #include <chrono>
-#include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <optional>
 #include <string>
 
 #include "probe/host/connection_id.h"
-#include "probe/server/net/connection_limiter.h"
-#include "probe/server/net/rate_limiter.h"
+#include "probe/server/http/http_head.h"
+#include "probe/server/net/accepted_connection.h"
+#include "probe/server/net/server_settings.h"
+#include "probe/server/net/timer.h"
+#include "probe/server/net/transport.h"
 #include "probe/server/websocket/message_assembler.h"
 #include "probe/server/websocket/outbox.h"
+#include "probe/server/websocket/protocol.h"
 
 namespace probe {
 
-/// Only the server thread may touch it. Of what it points to only the outbox is shared, and has a lock of its own.
-struct Connection {
-  using Clock = std::chrono::steady_clock;
+class Connection;
 
-  Connection(ConnectionId own_id, lws* own_socket, std::string its_peer, const ServerLimits& limits,
-             Clock::time_point now)
-      : id(own_id),
-        socket(own_socket),
-        peer(std::move(its_peer)),
-        outbox(std::make_shared<Outbox>(limits.queue_messages, limits.queue_bytes)),
-        incoming(limits.message_bytes),
-        rate(limits.messages_per_second, now),
-        moved_at(now) {}
+/// What websocket connections tell the server.
+class WebsocketEvents {
+ public:
+  virtual ~WebsocketEvents() = default;
 
-  const ConnectionId id;   ///< What the host and, as a handle, the plug-in know it by.
-  lws* const socket;       ///< What the library knows it by: a pointer, which may be used again for another.
-  const std::string peer;  ///< Address of the client.
-  const std::shared_ptr<Outbox> outbox;
-  IncomingMessage incoming;
-  RateLimit rate;
+  /// A client has sent a message that keeps to the limits of its connection. It is to be answered with `Reply`.
+  virtual void OnMessage(Connection& connection, const std::string& text) = 0;
 
-  std::shared_ptr<const OutgoingMessage> sending;  ///< The message that is being written; null: none is.
-  std::size_t sent = 0;                            ///< Octets of it that the library has taken.
+  /// It has begun to close: nothing can be sent over it any more, and its subscriptions go.
+  virtual void OnClosing(Connection& connection) = 0;
 
-  bool is_watched = false;           ///< Something is unsent, so it is looked after that it moves.
-  std::uint64_t taken_by_peer = 0;   ///< Octets, when it was last seen moving.
-  Clock::time_point moved_at;        ///< When it was last seen moving.
-  std::optional<int> farewell_code;  ///< It is being closed with this code; nothing else is sent any more.
+  /// It has ended.
+  virtual void OnEnd(Connection& connection) = 0;
 };
 
-/// Only the server thread may touch it. A TCP connection, from the moment when it was accepted.
-struct Visitor {
-  std::string address;
-  Gate::Verdict verdict = Gate::Verdict::kAdmitted;
-  RateLimit rate;  ///< Of the requests that come over it before it becomes a websocket.
+/// An open websocket: reads messages, writes those of its outbox, and sees to it that the client takes them and lives.
+///
+/// Threads: the event loop's only. Of what it points to only the outbox is shared, and has a lock of its own.
+class Connection : public std::enable_shared_from_this<Connection> {
+ public:
+  using Clock = std::chrono::steady_clock;
+
+  /// `early`: octets that came together with the handshake.
+  Connection(ConnectionId id, std::unique_ptr<Transport> transport, AcceptedConnection accepted, std::string early,
+             const ServerLimits& limits, WebsocketEvents& events);
+  ~Connection();
+  Connection(const Connection&) = delete;
+  Connection& operator=(const Connection&) = delete;
+
+  /// Answers the handshake, which the access rules have let pass, and begins to read.
+  void Start(const RequestHead& handshake);
+
+  /// Writes what the outbox has got.
+  void Flush();
+
+  /// Puts an answer into the outbox, and writes.
+  void Reply(std::string text);
+
+  /// Tells the client that the connection is closed, after the fragment that is being written, and waits until it has
+  /// confirmed that, but not for long.
+  void StartClose(std::uint16_t code);
+
+  /// Ends it at once.
+  void Abort();
+
+  ConnectionId id() const { return id_; }
+  const AcceptedConnection& accepted() const { return accepted_; }
+  const std::shared_ptr<Outbox>& outbox() const { return outbox_; }
+
+ private:
+  class Stream;
+
+  /// Carries out what an event calls for; what it throws ends this connection alone.
+  template <typename Step>
+  void Guarded(const Step& step);
+
+  void OnOpen();
+  void Read();
+  void OnRead(bool is_failed, std::size_t count);
+  void HandleMessage(MessageAssembler::State state);
+  void OnPong();
+  void OnWritten(bool is_failed, std::size_t count);
+  void BeginClosing();
+  void SendClose();
+  void SendPing();
+  void Finish();
+
+  bool HasUnsent() const;
+  void StartWatch();
+  void WatchProgress(Clock::time_point now);
+  void WatchLife(Clock::time_point now);
+  void OnTimer();
+  void StartTimer();
+  std::chrono::milliseconds watch_interval() const;
+
+  const ConnectionId id_;
+  const ServerLimits& limits_;
+  WebsocketEvents& events_;
+  AcceptedConnection accepted_;
+  const std::shared_ptr<Outbox> outbox_;
+  const std::unique_ptr<Stream> stream_;
+  MessageAssembler incoming_;
+  Timer timer_;
+
+  bool is_open_ = false;       // the handshake is answered
+  bool is_closing_ = false;    // the server knows, and nothing is sent any more
+  bool is_finishing_ = false;  // the closing handshake is over, or has failed
+  bool has_ended_ = false;     // the transport is closed, and the server knows
+
+  std::shared_ptr<const OutgoingMessage> sending_;  // the message that is being written; null: none is
+  std::size_t sent_ = 0;                            // octets of it
+  bool is_writing_ = false;
+
+  bool is_watched_ = false;          // unsent data: the write timeout is running
+  std::uint64_t taken_by_peer_ = 0;  // octets, when the client was last seen taking some
+  Clock::time_point moved_at_;       // when that was
+
+  Clock::time_point lived_at_;  // when the client last gave a sign of life
+  bool is_pinged_ = false;      // it has been asked for one since
+
+  std::uint16_t close_code_ = 0;  // that this side has begun to close with; 0: it has not
+  Clock::time_point close_due_;   // when the connection is aborted if it has not closed
 };
 
 }  // namespace probe

@@ -11,7 +11,7 @@ namespace probe {
 namespace {
 
 /// Follows the path to the present value, for as deep as anything of interest can stand.
-class EnvelopeReader : public SilentEvents {
+class EnvelopeReader : public JsonSaxDefaults {
  public:
   bool key(string_t& name) override {
     if (depth_ < keys_.size()) keys_[depth_] = name;

@@ -6,7 +6,7 @@ namespace probe {
 
 /// Reads JSON and takes notice of nothing; what is derived from it names the events that it wants. Gives up at what is
 /// no JSON.
-class SilentEvents : public nlohmann::json_sax<nlohmann::json> {
+class JsonSaxDefaults : public nlohmann::json_sax<nlohmann::json> {
  public:
   bool null() override { return true; }
   bool boolean(bool) override { return true; }

@@ -4,7 +4,7 @@
 
 namespace probe {
 
-IncomingMessage::State IncomingMessage::Add(std::string_view piece, bool is_binary, bool is_last) {
+MessageAssembler::State MessageAssembler::Add(std::string_view piece, bool is_binary, bool is_last) {
   if (is_refused_) {
     is_refused_ = !is_last;
     return State::kIncomplete;
@@ -15,13 +15,13 @@ IncomingMessage::State IncomingMessage::Add(std::string_view piece, bool is_bina
   return is_last ? State::kText : State::kIncomplete;
 }
 
-IncomingMessage::State IncomingMessage::Refuse(State why, bool is_last) {
+MessageAssembler::State MessageAssembler::Refuse(State why, bool is_last) {
   std::string().swap(text_);
   is_refused_ = !is_last;
   return why;
 }
 
-std::string IncomingMessage::Take() {
+std::string MessageAssembler::Take() {
   return std::exchange(text_, std::string());
 }
 

@@ -11,7 +11,7 @@ namespace probe {
 /// Of a message that is refused nothing is kept: the rest of it is swallowed as it comes, and the next message is read
 /// as if nothing had been.
 /// Threads: the server thread only.
-class IncomingMessage {
+class MessageAssembler {
  public:
   enum class State {
     kIncomplete,  ///< More is to come, or the rest of a refused message was swallowed.
@@ -20,7 +20,7 @@ class IncomingMessage {
     kTooLarge     ///< It is over the limit, and refused. Said once a message.
   };
 
-  explicit IncomingMessage(std::size_t max_bytes) : max_bytes_(max_bytes) {}
+  explicit MessageAssembler(std::size_t max_bytes) : max_bytes_(max_bytes) {}
 
   /// Takes in the next piece. `is_last`: the message ends with it.
   State Add(std::string_view piece, bool is_binary, bool is_last);

@@ -12,115 +12,124 @@ using utilities::lock::lock_guard;
 namespace probe {
 namespace {
 
-/// The post office that the send function finds, shared with every call that is under way.
-struct Counter {
+/// The router that the send function finds, shared with every call that is under way.
+struct Installed {
   utilities::lock::Mutex lock;
-  std::shared_ptr<PostOffice> office VEXORA_GUARDED_BY(lock);
+  std::shared_ptr<MessageRouter> router VEXORA_GUARDED_BY(lock);
 };
 
-Counter& TheCounter() {
-  static Counter counter;
-  return counter;
+Installed& TheInstalled() {
+  static Installed installed;
+  return installed;
 }
 
-std::shared_ptr<PostOffice> InstalledOffice() {
-  Counter& counter = TheCounter();
-  const lock_guard held(counter.lock);
-  return counter.office;
+std::shared_ptr<MessageRouter> InstalledRouter() {
+  Installed& installed = TheInstalled();
+  const lock_guard held(installed.lock);
+  return installed.router;
 }
 
 /// The send function of the contract. It takes the text over and returns; nothing is thrown across the boundary.
-void SendThroughOffice(lws* handle, const std::string& text) try {
-  if (const auto office = InstalledOffice()) office->Send(FromHandle(handle), text);
+void SendThroughRouter(lws* connection, const std::string& text) try {
+  if (const auto router = InstalledRouter()) router->Send(FromHandle(connection), text);
 } catch (const std::exception& failure) {
   log::Error("[WebServer] a message is lost: %s", failure.what());
 }
 
 }  // namespace
 
-PostOffice::PostOffice(Wake wake) : wake_(std::move(wake)) {}
+MessageRouter::MessageRouter(Wake wake) : wake_(std::move(wake)) {}
 
-ConnectionId PostOffice::NewConnectionId() {
-  static std::atomic<std::uintptr_t> last{0};
+ConnectionId MessageRouter::NewId() {
+  static std::atomic<std::uintptr_t> last{static_cast<std::uintptr_t>(kNoConnection)};
   return ConnectionId{++last};
 }
 
-void PostOffice::Open(ConnectionId connection, std::shared_ptr<Outbox> outbox, std::string peer) {
+void MessageRouter::Add(ConnectionId connection, std::shared_ptr<Outbox> outbox, std::string peer) {
   const lock_guard held(lock_);
-  boxes_[connection] = Box{std::move(outbox), std::move(peer), {}};
+  routes_[connection] = Route{std::move(outbox), std::move(peer), {}};
 }
 
-void PostOffice::OpenWithin(ConnectionId connection, std::function<void(const std::string& text)> receiver) {
+void MessageRouter::AddLocalReceiver(ConnectionId connection, std::function<void(const std::string& text)> receiver) {
   const lock_guard held(lock_);
-  boxes_[connection] = Box{nullptr, {}, std::move(receiver)};
+  routes_[connection] = Route{nullptr, {}, std::move(receiver)};
 }
 
-void PostOffice::Close(ConnectionId connection) {
+void MessageRouter::Remove(ConnectionId connection) {
   const lock_guard held(lock_);
-  boxes_.erase(connection);
-  awaited_.erase(connection);
+  routes_.erase(connection);
+  pending_.erase(connection);
 }
 
-void PostOffice::CloseAll() {
+void MessageRouter::RemoveAll() {
   const lock_guard held(lock_);
-  boxes_.clear();
-  awaited_.clear();
+  routes_.clear();
+  pending_.clear();
   wake_ = nullptr;
 }
 
-PostOffice::Box PostOffice::Find(ConnectionId connection) const {
+MessageRouter::Route MessageRouter::Find(ConnectionId connection) const {
   const lock_guard held(lock_);
-  const auto found = boxes_.find(connection);
-  return found == boxes_.end() ? Box{} : found->second;
+  const auto found = routes_.find(connection);
+  return found == routes_.end() ? Route{} : found->second;
 }
 
-void PostOffice::Send(ConnectionId connection, const std::string& text) {
+void MessageRouter::Send(ConnectionId connection, const std::string& text) {
   if (text.empty()) return;  // what `compose_communication_struct` gives when the heap is exhausted
-  const Box box = Find(connection);
-  if (box.receiver) return box.receiver(text);
-  if (box.outbox == nullptr) return;
-  if (box.outbox->Put(text, OutgoingMessage::Kind::kPush)) LogFirstDrop(connection, box.peer);
+  const Route route = Find(connection);
+  if (route.receiver) return route.receiver(text);
+  if (route.outbox == nullptr) return;
+  if (route.outbox->Put(MessageOf(text))) LogFirstDrop(connection, route.peer);
   WakeFor(connection);
 }
 
-void PostOffice::LogFirstDrop(ConnectionId connection, const std::string& peer) {
+std::shared_ptr<const OutgoingMessage> MessageRouter::MessageOf(const std::string& text) {
+  std::shared_ptr<const OutgoingMessage> message;
+  {
+    const lock_guard held(lock_);
+    message = last_.lock();
+  }
+  // The engine sends one text to all whose filters and SIDs are equal, one after the other: they share it.
+  if (message != nullptr && message->text() == text) return message;
+  message = std::make_shared<const OutgoingMessage>(text, OutgoingMessage::Kind::kPush);
+  const lock_guard held(lock_);
+  last_ = message;
+  return message;
+}
+
+void MessageRouter::LogFirstDrop(ConnectionId connection, const std::string& peer) {
   log::Info("[WebServer] connection %llu of %s is slow: its unsent messages are dropped for newer ones",
             static_cast<unsigned long long>(connection), peer.c_str());
 }
 
-void PostOffice::WakeFor(ConnectionId connection) {
+void MessageRouter::WakeFor(ConnectionId connection) {
   const lock_guard held(lock_);
   if (!wake_) return;
-  const bool is_awake = !awaited_.empty();  // woken already, and not yet here
-  awaited_.insert(connection);
+  const bool is_awake = !pending_.empty();  // it was woken, and has not called yet
+  pending_.insert(connection);
   if (!is_awake) wake_();
 }
 
-void PostOffice::WakeServer() {
+std::set<ConnectionId> MessageRouter::TakePending() {
   const lock_guard held(lock_);
-  if (wake_) wake_();
+  return std::exchange(pending_, {});
 }
 
-std::set<ConnectionId> PostOffice::TakeAwaited() {
-  const lock_guard held(lock_);
-  return std::exchange(awaited_, {});
-}
-
-bool PostOffice::Install(const std::shared_ptr<PostOffice>& office) {
-  Counter& counter = TheCounter();
-  const lock_guard held(counter.lock);
-  if (counter.office != nullptr) return false;
-  counter.office = office;
-  InstallSendFunction(&SendThroughOffice);
+bool MessageRouter::Install(const std::shared_ptr<MessageRouter>& router) {
+  Installed& installed = TheInstalled();
+  const lock_guard held(installed.lock);
+  if (installed.router != nullptr) return false;
+  installed.router = router;
+  InstallSendFunction(&SendThroughRouter);
   return true;
 }
 
-void PostOffice::Withdraw(const std::shared_ptr<PostOffice>& office) {
-  Counter& counter = TheCounter();
-  const lock_guard held(counter.lock);
-  if (counter.office != office) return;
+void MessageRouter::Withdraw(const std::shared_ptr<MessageRouter>& router) {
+  Installed& installed = TheInstalled();
+  const lock_guard held(installed.lock);
+  if (installed.router != router) return;
   InstallSendFunction(nullptr);
-  counter.office = nullptr;
+  installed.router = nullptr;
 }
 
 }  // namespace probe

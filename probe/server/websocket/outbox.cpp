@@ -27,8 +27,7 @@ const std::vector<std::string>& OutgoingMessage::Sids() const {
 Outbox::Outbox(std::size_t max_messages, std::size_t max_bytes)
     : max_messages_(std::max<std::size_t>(max_messages, 1)), max_bytes_(max_bytes) {}
 
-bool Outbox::Put(std::string text, OutgoingMessage::Kind kind) {
-  auto message = std::make_shared<const OutgoingMessage>(std::move(text), kind);
+bool Outbox::Put(std::shared_ptr<const OutgoingMessage> message) {
   Messages superseded = Waiting();
   std::erase_if(superseded, [&](const auto& older) { return !older->IsSupersededBy(*message); });
   const lock_guard held(lock_);

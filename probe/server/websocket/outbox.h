@@ -50,8 +50,11 @@ class Outbox {
   /// At most `max_messages` messages and `max_bytes` octets wait; but one message always may, however large.
   Outbox(std::size_t max_messages, std::size_t max_bytes);
 
-  /// Puts a message in. True when, for the first time, an unsent message had to go for it.
-  bool Put(std::string text, OutgoingMessage::Kind kind) VEXORA_EXCLUDES(lock_);
+  /// Puts a message in, which others may share. True when, for the first time, an unsent message had to go for it.
+  bool Put(std::shared_ptr<const OutgoingMessage> message) VEXORA_EXCLUDES(lock_);
+  bool Put(std::string text, OutgoingMessage::Kind kind) VEXORA_EXCLUDES(lock_) {
+    return Put(std::make_shared<const OutgoingMessage>(std::move(text), kind));
+  }
 
   /// Takes the next message out; null when there is none.
   std::shared_ptr<const OutgoingMessage> Take() VEXORA_EXCLUDES(lock_);

@@ -1,7 +1,10 @@
 #pragma once
 
+#include <json-c/json.h>
+
 #include <cstddef>
 #include <map>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <variant>
@@ -13,6 +16,7 @@ namespace probe {
 struct SubscribeRequest {
   std::string topic;
   std::string request;                         ///< The "request" array as JSON text; empty: the client sent none.
+  std::shared_ptr<json_object> tree;           ///< The same as the tree that crosses the contract; null: none.
   std::map<std::string, std::string> filters;  ///< SID -> its filter, in one notation, so that equal ones are equal.
 };
 
@@ -30,7 +34,6 @@ struct ProtocolError {
 
 namespace error_code {
 inline constexpr char kNotText[] = "not_text";                          ///< A binary frame.
-inline constexpr char kNotUtf8[] = "not_utf8";                          ///< Text that is not UTF-8.
 inline constexpr char kTooLarge[] = "too_large";                        ///< Over a limit in octets.
 inline constexpr char kTooDeep[] = "too_deep";                          ///< Over limits.message_depth.
 inline constexpr char kTooFast[] = "too_fast";                          ///< Over limits.messages_per_second.
@@ -52,9 +55,6 @@ using ClientMessage = std::variant<SubscribeRequest, UnsubscribeRequest, Protoco
 /// nothing but brackets costs no stack.
 /// Fails: never throws; what is no request is a `ProtocolError`.
 ClientMessage ReadClientMessage(std::string_view text, std::size_t max_depth);
-
-/// A limit as it is written in `probe.toml`, for texts that refuse something: "limits.message_depth = 16".
-std::string LimitText(const char* key, std::size_t value);
 
 /// The server's answers, as they go over the wire.
 std::string SubscribedText(const std::string& topic, const std::vector<std::string>& sids);

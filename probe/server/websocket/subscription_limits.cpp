@@ -2,14 +2,14 @@
 
 namespace probe {
 
-SubscriptionLedger::SubscriptionLedger(const ServerLimits& limits)
+SubscriptionLimits::SubscriptionLimits(const ServerLimits& limits)
     : max_sids_(limits.sids_per_connection),
       max_filters_(limits.distinct_filters),
       max_sid_bytes_(limits.sid_bytes),
       max_filter_bytes_(limits.filter_bytes) {}
 
-std::optional<ProtocolError> SubscriptionLedger::Enter(ConnectionId connection, const std::string& topic,
-                                                       const std::map<std::string, std::string>& filters) {
+std::optional<ProtocolError> SubscriptionLimits::Add(ConnectionId connection, const std::string& topic,
+                                                     const std::map<std::string, std::string>& filters) {
   if (auto refused = CheckSizes(filters)) return refused;
   std::map<Subscription, std::string> after;
   if (const auto found = filters_.find(connection); found != filters_.end()) after = found->second;
@@ -32,7 +32,7 @@ std::optional<ProtocolError> SubscriptionLedger::Enter(ConnectionId connection, 
   return std::nullopt;
 }
 
-std::optional<ProtocolError> SubscriptionLedger::CheckSizes(const std::map<std::string, std::string>& filters) const {
+std::optional<ProtocolError> SubscriptionLimits::CheckSizes(const std::map<std::string, std::string>& filters) const {
   for (const auto& [sid, filter] : filters) {
     if (sid.size() > max_sid_bytes_)
       return ProtocolError{error_code::kTooLarge,
@@ -44,7 +44,7 @@ std::optional<ProtocolError> SubscriptionLedger::CheckSizes(const std::map<std::
   return std::nullopt;
 }
 
-std::size_t SubscriptionLedger::DistinctAfter(const std::map<TopicAndFilter, long>& changes) const {
+std::size_t SubscriptionLimits::DistinctAfter(const std::map<TopicAndFilter, long>& changes) const {
   std::size_t distinct = uses_.size();
   for (const auto& [filter, change] : changes) {
     const auto found = uses_.find(filter);
@@ -55,7 +55,7 @@ std::size_t SubscriptionLedger::DistinctAfter(const std::map<TopicAndFilter, lon
   return distinct;
 }
 
-void SubscriptionLedger::Apply(const std::map<TopicAndFilter, long>& changes) {
+void SubscriptionLimits::Apply(const std::map<TopicAndFilter, long>& changes) {
   for (const auto& [filter, change] : changes) {
     const auto entry = uses_.try_emplace(filter, 0).first;
     entry->second += change;
@@ -63,7 +63,7 @@ void SubscriptionLedger::Apply(const std::map<TopicAndFilter, long>& changes) {
   }
 }
 
-bool SubscriptionLedger::Remove(ConnectionId connection, const std::string& topic, const std::string& sid) {
+bool SubscriptionLimits::Remove(ConnectionId connection, const std::string& topic, const std::string& sid) {
   const auto found = filters_.find(connection);
   if (found == filters_.end()) return false;
   const auto subscription = found->second.find({topic, sid});
@@ -74,7 +74,7 @@ bool SubscriptionLedger::Remove(ConnectionId connection, const std::string& topi
   return true;
 }
 
-void SubscriptionLedger::RemoveAll(ConnectionId connection) {
+void SubscriptionLimits::RemoveAll(ConnectionId connection) {
   const auto found = filters_.find(connection);
   if (found == filters_.end()) return;
   std::map<TopicAndFilter, long> changes;

@@ -16,17 +16,17 @@ namespace probe {
 /// more than so many distinct filters. What is entered is small, too: SIDs and filters have a size that they must keep.
 ///
 /// Filters are the plug-in's and opaque here; two are taken as different when their JSON differs.
-/// Threads: the server thread only.
-class SubscriptionLedger {
+/// Threads: the event loop only.
+class SubscriptionLimits {
  public:
-  explicit SubscriptionLedger(const ServerLimits& limits);
+  explicit SubscriptionLimits(const ServerLimits& limits);
 
   /// Enters the subscriptions of one request: SID -> filter. A SID that the connection has in this topic already is
   /// replaced and does not count twice.
   ///
   /// Fails: the limit that is in the way; nothing is entered then.
-  std::optional<ProtocolError> Enter(ConnectionId connection, const std::string& topic,
-                                     const std::map<std::string, std::string>& filters);
+  std::optional<ProtocolError> Add(ConnectionId connection, const std::string& topic,
+                                   const std::map<std::string, std::string>& filters);
 
   /// Takes one subscription out. False when there was none.
   bool Remove(ConnectionId connection, const std::string& topic, const std::string& sid);
@@ -34,7 +34,7 @@ class SubscriptionLedger {
   /// Takes all subscriptions of a connection out.
   void RemoveAll(ConnectionId connection);
 
-  /// Different (topic, filter) pairs in the ledger.
+  /// Different (topic, filter) pairs in the subscription_limits.
   std::size_t distinct_filters() const { return uses_.size(); }
 
  private:

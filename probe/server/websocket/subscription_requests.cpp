@@ -1,26 +1,13 @@
 #include "probe/server/websocket/subscription_requests.h"
 
-#include <json-c/json.h>
-
-#include <memory>
 #include <optional>
 #include <utility>
 #include <vector>
 
-#include "probe/text/json_c_handle.h"
+#include "platform/subscriptions.h"
 
 namespace probe {
 namespace {
-
-/// The request as the tree that crosses the contract; null when the client sent none.
-JsonCHandle TreeOf(const std::string& request, std::size_t max_depth) {
-  if (request.empty()) return nullptr;
-  const std::unique_ptr<json_tokener, decltype(&json_tokener_free)> tokener(
-      json_tokener_new_ex(static_cast<int>(max_depth) + 1), &json_tokener_free);
-  if (tokener == nullptr) return nullptr;
-  const int length = static_cast<int>(request.size());
-  return JsonCHandle(json_tokener_parse_ex(tokener.get(), request.c_str(), length));
-}
 
 /// SID -> filter, for exactly the SIDs that the plug-in found. Should it know a SID by another text than we do, then
 /// the whole request stands for its filter: it is counted as one more, never as none.
@@ -35,10 +22,10 @@ std::map<std::string, std::string> FiltersOf(const subscribes::ParsedRequest& pa
 
 }  // namespace
 
-RequestDesk::RequestDesk(const ServerLimits& limits, SubscriptionService& service)
-    : max_depth_(limits.message_depth), service_(service), ledger_(limits) {}
+SubscriptionRequests::SubscriptionRequests(const ServerLimits& limits, SubscriptionService& service)
+    : max_depth_(limits.message_depth), service_(service), subscription_limits_(limits) {}
 
-void RequestDesk::Handle(ConnectionId connection, std::string_view text, const Reply& reply) {
+void SubscriptionRequests::Handle(ConnectionId connection, std::string_view text, const Reply& reply) {
   const ClientMessage message = ReadClientMessage(text, max_depth_);
   if (const auto* subscribe = std::get_if<SubscribeRequest>(&message)) return Subscribe(connection, *subscribe, reply);
   if (const auto* unsubscribe = std::get_if<UnsubscribeRequest>(&message))
@@ -46,13 +33,12 @@ void RequestDesk::Handle(ConnectionId connection, std::string_view text, const R
   reply(ErrorText(std::get<ProtocolError>(message)));
 }
 
-void RequestDesk::Subscribe(ConnectionId connection, const SubscribeRequest& request, const Reply& reply) {
-  const JsonCHandle tree = TreeOf(request.request, max_depth_);
-  const auto parsed = service_.Parse(request.topic, tree.get());
+void SubscriptionRequests::Subscribe(ConnectionId connection, const SubscribeRequest& request, const Reply& reply) {
+  const auto parsed = service_.Parse(request.topic, request.tree.get());
   if (!parsed) return reply(ErrorText({error_code::kUnknownTopic, "Nobody feeds this topic."}));
   if (parsed->empty())
     return reply(ErrorText({error_code::kEmptyRequest, R"("request" must name at least one subscription.)"}));
-  if (const auto refused = ledger_.Enter(connection, request.topic, FiltersOf(*parsed, request)))
+  if (const auto refused = subscription_limits_.Add(connection, request.topic, FiltersOf(*parsed, request)))
     return reply(ErrorText(*refused));
   std::vector<std::string> sids;
   for (const auto& [sid, filter] : *parsed) sids.push_back(sid);
@@ -60,16 +46,16 @@ void RequestDesk::Subscribe(ConnectionId connection, const SubscribeRequest& req
   service_.File(request.topic, connection, *parsed, request.request);
 }
 
-void RequestDesk::Unsubscribe(ConnectionId connection, const UnsubscribeRequest& request, const Reply& reply) {
+void SubscriptionRequests::Unsubscribe(ConnectionId connection, const UnsubscribeRequest& request, const Reply& reply) {
   const bool was_filed = service_.Unsubscribe(request.topic, connection, request.sid);
-  ledger_.Remove(connection, request.topic, request.sid);
+  subscription_limits_.Remove(connection, request.topic, request.sid);
   if (!was_filed)
     return reply(ErrorText({error_code::kUnknownSubscription, "This connection has no such subscription."}));
   reply(UnsubscribedText(request.topic, request.sid));
 }
 
-void RequestDesk::Forget(ConnectionId connection) {
-  ledger_.RemoveAll(connection);
+void SubscriptionRequests::Forget(ConnectionId connection) {
+  subscription_limits_.RemoveAll(connection);
   service_.Disconnect(connection);
 }
 

@@ -14,13 +14,13 @@ namespace probe {
 
 /// Carries out what clients ask for: reads a message, keeps to the limits, files subscriptions, answers.
 ///
-/// Threads: the server thread only. It calls the plug-in (`FilterParser`).
-class RequestDesk {
+/// Threads: the event loop only. It calls the plug-in (`FilterParser`).
+class SubscriptionRequests {
  public:
   /// Takes the text of an answer on its way to the client.
   using Reply = std::function<void(std::string text)>;
 
-  RequestDesk(const ServerLimits& limits, SubscriptionService& service);
+  SubscriptionRequests(const ServerLimits& limits, SubscriptionService& service);
 
   /// Carries out one message of a connection, and answers it exactly once. The answer to a subscription goes out
   /// before the subscription is filed, so that no message of the topic can be ahead of it.
@@ -35,7 +35,7 @@ class RequestDesk {
 
   std::size_t max_depth_;
   SubscriptionService& service_;
-  SubscriptionLedger ledger_;
+  SubscriptionLimits subscription_limits_;
 };
 
 }  // namespace probe

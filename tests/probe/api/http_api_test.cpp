@@ -159,13 +159,13 @@ TEST_F(HttpApiTest, TellsWhereThePassesAre) {
 
 TEST_F(HttpApiTest, GuardsEverythingButItsHealthAndThePages) {
   const probe::HttpApi api({}, plugin, centre, latest, probe::PageFiles(""));
-  EXPECT_EQ(api.DoorOf("/healthz"), probe::Door::kOpen);
-  EXPECT_EQ(api.DoorOf("/"), probe::Door::kNone) << "no pages here";
+  EXPECT_EQ(api.AccessOf("/healthz"), probe::Access::kPublic);
+  EXPECT_EQ(api.AccessOf("/"), probe::Access::kNotFound) << "no pages here";
   for (const auto& path : probe::HttpApi::Paths())
     if (path != "/healthz") {
-      EXPECT_EQ(api.DoorOf(path), probe::Door::kGuarded) << path;
+      EXPECT_EQ(api.AccessOf(path), probe::Access::kToken) << path;
     }
-  EXPECT_EQ(api.DoorOf("/api/nothing"), probe::Door::kGuarded) << "no telling apart without the token";
+  EXPECT_EQ(api.AccessOf("/api/nothing"), probe::Access::kToken) << "no telling apart without the token";
   EXPECT_EQ(CodeOf(Ask("/api/nothing")), "not_found");
 }
 

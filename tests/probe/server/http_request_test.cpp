@@ -7,7 +7,8 @@
 #include <future>
 #include <map>
 
-#include "probe/server/http/http_workers.h"
+#include "probe/server/http/http_message.h"
+#include "probe/server/http/http_requests.h"
 #include "tests/probe/server/raw_client.h"
 #include "tests/probe/server/served.h"
 
@@ -22,9 +23,9 @@ using ::testing::StartsWith;
 class HttpRequestTest : public test::Served {
  protected:
   HttpRequestTest() {
-    http.door = [](const std::string& path) {
-      if (path == "/page") return probe::Door::kOpen;
-      return path.starts_with("/api/") ? probe::Door::kGuarded : probe::Door::kNone;
+    http.access = [](const std::string& path) {
+      if (path == "/page") return probe::Access::kPublic;
+      return path.starts_with("/api/") ? probe::Access::kToken : probe::Access::kNotFound;
     };
     http.answer = [this](const probe::HttpRequest& request) { return AnswerOf(request); };
   }
@@ -42,7 +43,7 @@ class HttpRequestTest : public test::Served {
   }
 
   /// Lets the requests for /api/slow go on.
-  void LetGo() { gate_.set_value(); }
+  void LetGo() { limiter_.set_value(); }
   std::atomic<int> slow_requests{0};
 
  private:
@@ -65,8 +66,8 @@ class HttpRequestTest : public test::Served {
     return answer;
   }
 
-  std::promise<void> gate_;
-  std::shared_future<void> opened_ = gate_.get_future().share();
+  std::promise<void> limiter_;
+  std::shared_future<void> opened_ = limiter_.get_future().share();
 };
 
 TEST_F(HttpRequestTest, IsAnsweredWithItsDecodedArguments) {
@@ -206,7 +207,7 @@ TEST_F(HttpRequestTest, WhoseClientTakesNothingIsCutOff) {
 }
 
 TEST_F(HttpRequestTest, IsRefusedWhileTooManyWait) {
-  constexpr std::size_t kMost = probe::HttpWorkers::kWorkers + probe::HttpWorkers::kMostWaiting;
+  constexpr std::size_t kMost = probe::HttpRequests::kWorkers + probe::HttpRequests::kMaxWaiting;
   settings.limits.connections_per_address = kMost + 8;
   Serve();
   std::vector<std::unique_ptr<test::RawClient>> clients;
@@ -214,8 +215,8 @@ TEST_F(HttpRequestTest, IsRefusedWhileTooManyWait) {
     clients.push_back(std::make_unique<test::RawClient>(server->port()));
     clients.back()->Send(Request("/api/slow", "Connection: close\r\n"));
   };
-  for (std::size_t i = 0; i < probe::HttpWorkers::kWorkers; ++i) ask();
-  ASSERT_TRUE(test::Eventually([&] { return slow_requests == static_cast<int>(probe::HttpWorkers::kWorkers); }));
+  for (std::size_t i = 0; i < probe::HttpRequests::kWorkers; ++i) ask();
+  ASSERT_TRUE(test::Eventually([&] { return slow_requests == static_cast<int>(probe::HttpRequests::kWorkers); }));
   for (std::size_t i = clients.size(); i < kMost; ++i) ask();
   test::RawClient late(server->port());
   late.Send(Request("/api/x", "Connection: close\r\n"));

@@ -68,6 +68,10 @@ void RawClient::Send(const std::string& octets) {
   }
 }
 
+void RawClient::EndSending() {
+  if (shutdown(socket_, SHUT_WR) != 0) Fail("shutdown");
+}
+
 bool RawClient::Fill() {
   if (!IsReady(socket_, POLLIN)) throw std::runtime_error("the server says nothing");
   std::array<char, 65536> octets{};

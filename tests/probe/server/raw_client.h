@@ -25,6 +25,8 @@ class RawClient {
   RawClient& operator=(const RawClient&) = delete;
 
   void Send(const std::string& octets);
+  /// Says that nothing more comes, and goes on to listen.
+  void EndSending();
 
   /// Everything up to and with the empty line after the head of an HTTP answer. Short when the connection ends before.
   std::string ReadHead();

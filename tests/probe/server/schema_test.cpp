@@ -56,8 +56,8 @@ TEST_F(SchemaTest, EveryErrorFollowsTheSchema) {
   Serve();
   const std::string too_deep(17, '[');
   for (const std::string& request :
-       {std::string("\xff"), std::string(70'000, ' '), too_deep, std::string("{"), std::string("{}"),
-        std::string(R"({"subscribe":1})"), std::string(R"({"subscribe":{"topic":"?","request":[]}})"),
+       {std::string(70'000, ' '), too_deep, std::string("{"), std::string("{}"), std::string(R"({"subscribe":1})"),
+        std::string(R"({"subscribe":{"topic":"?","request":[]}})"),
         std::string(R"({"subscribe":{"topic":"Topic","request":[]}})"),
         std::string(R"({"unsubscribe":{"topic":"Topic","sid":"a"}})"), SubscribeText({"a", "b"}, true)})
     EXPECT_EQ(SchemaViolation("error", AnswerTo(request)), "");

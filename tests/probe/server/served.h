@@ -9,7 +9,11 @@
 #include <string>
 #include <vector>
 
+#include "platform/subscriptions.h"
 #include "probe/client/websocket_client.h"
+#include "probe/host/subscription_service.h"
+#include "probe/server/http/http_message.h"
+#include "probe/server/net/server_settings.h"
 #include "probe/server/web_server.h"
 #include "tests/support/log_capture.h"
 

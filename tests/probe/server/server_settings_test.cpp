@@ -1,4 +1,5 @@
 #include "probe/server/net/server_settings.h"
+#include "probe/server/http/http_head.h"
 
 #include <gmock/gmock.h>
 
@@ -76,7 +77,7 @@ TEST(AccessRules, RefuseControlCharactersInWhatTheyLookAt) {
     probe::RequestHead authorization = good;
     authorization.authorization = "Bearer x" + tail;
     probe::RequestHead argument = good;
-    argument.token_argument = "x" + tail;
+    argument.arguments["token"] = "x" + tail;
     for (const auto& head : {host, origin, authorization, argument}) {
       const auto refusal = rules.CheckCaller(head);
       ASSERT_TRUE(refusal.has_value()) << int{control};

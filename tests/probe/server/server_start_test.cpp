@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "probe/host/subscription_service.h"
 #include "probe/server/net/ip_address.h"
 #include "tests/probe/server/raw_client.h"
 #include "tests/probe/server/served.h"
@@ -116,6 +117,18 @@ class WebServerTlsTest : public WebServerStartTest {
   }
   ~WebServerTlsTest() override { std::filesystem::remove_all(folder_); }
 
+  /// What the command says about a handshake with the server.
+  std::string HandshakeOf(const std::string& options) const {
+    const std::string command =
+        "openssl s_client " + options + " -connect 127.0.0.1:" + std::to_string(server->port()) + " </dev/null 2>&1";
+    std::string text;
+    FILE* pipe = popen(command.c_str(), "r");
+    char line[4096];
+    while (std::fgets(line, sizeof line, pipe) != nullptr) text += line;
+    pclose(pipe);
+    return text;
+  }
+
   probe::ClientOptions TlsOptions() const {
     auto options = Options();
     options.tls = true;
@@ -143,17 +156,21 @@ TEST_F(WebServerTlsTest, TakesNoPlainConnectionWhenItHasTls) {
   ExpectServed(client);
 }
 
+TEST_F(WebServerTlsTest, EndsAConnectionThatSpeaksNoTls) {
+  Serve();
+  test::RawClient client(server->port());
+  client.Send("GET / HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n");
+  EXPECT_THAT(client.ReadAll(), ::testing::Not(HasSubstr("HTTP/")));
+  probe::WebsocketClient other(TlsOptions());
+  ExpectServed(other);
+}
+
 TEST_F(WebServerTlsTest, AgreesToNoHttp2) {
   Serve();
-  const std::string command =
-      "openssl s_client -alpn h2 -connect 127.0.0.1:" + std::to_string(server->port()) + " </dev/null 2>&1";
-  std::string text;
-  FILE* pipe = popen(command.c_str(), "r");
-  char line[4096];
-  while (std::fgets(line, sizeof line, pipe) != nullptr) text += line;
-  pclose(pipe);
+  const std::string text = HandshakeOf("-alpn h2");
   EXPECT_THAT(text, ::testing::Not(HasSubstr("ALPN protocol: h2")));
   EXPECT_THAT(text, ::testing::AnyOf(HasSubstr("No ALPN negotiated"), HasSubstr("no application protocol")));
+  EXPECT_THAT(HandshakeOf("-alpn h2,http/1.1"), HasSubstr("ALPN protocol: http/1.1"));
 }
 
 TEST_F(WebServerTlsTest, ListensEverywhereWithTokenAndTls) {

@@ -119,15 +119,36 @@ INSTANTIATE_TEST_SUITE_P(
                       std::pair{"invalid_message", R"({"subscribe":{"topic":"Topic","request":[],"more":1}})"},
                       std::pair{"invalid_message", R"({"unsubscribe":{"topic":"Topic"}})"}));
 
-INSTANTIATE_TEST_SUITE_P(NotUtf8, HostileInput,
-                         ::testing::Values(std::pair{"not_utf8", "\xff"},
-                                           std::pair{"not_utf8", "{\"subscribe\":\"\xc0\xaf\"}"},
-                                           std::pair{"not_utf8", "\"\xed\xa0\x80\""},
-                                           std::pair{"not_utf8", "{\"a\":\"\xe2\x82"}));
-
 INSTANTIATE_TEST_SUITE_P(Deep, HostileInput,
                          ::testing::Values(std::pair{"too_deep", std::string(17, '[') + std::string(17, ']')},
                                            std::pair{"too_deep", std::string(60'000, '[')}));
+
+class BrokenText : public test::Served, public ::testing::WithParamInterface<std::string> {};
+
+TEST_P(BrokenText, ClosesTheConnectionWith1007AndHarmsNobody) {
+  Serve();
+  auto bystander = Subscribed("bystander");
+  test::RawClient client(server->port());
+  ASSERT_THAT(client.Upgrade(), HasSubstr("101"));
+  client.SendFrame(1, GetParam());
+  EXPECT_EQ(client.ReadMessage(), std::nullopt);
+  EXPECT_EQ(client.close_code(), 1007);
+  ExpectServed(bystander);
+}
+
+TEST_P(BrokenText, ClosesTheConnectionWith1007AlsoWhenAnEmptyFrameEndsTheMessage) {
+  Serve();
+  test::RawClient client(server->port());
+  ASSERT_THAT(client.Upgrade(), HasSubstr("101"));
+  client.SendFrame(1, GetParam(), false);
+  client.SendFrame(0, "", true);
+  EXPECT_EQ(client.ReadMessage(), std::nullopt);
+  EXPECT_EQ(client.close_code(), 1007);
+}
+
+INSTANTIATE_TEST_SUITE_P(NotUtf8, BrokenText,
+                         ::testing::Values("\xff", "{\"subscribe\":\"\xc0\xaf\"}", "\"\xed\xa0\x80\"",
+                                           "{\"a\":\"\xe2\x82"));
 
 TEST_F(WebServerTest, LetsAMessageOfTheAllowedDepthPass) {
   Serve();

@@ -1,0 +1,84 @@
+#include "probe/server/http/answer_head.h"
+
+#include <boost/beast/http/status.hpp>
+#include <string_view>
+
+namespace probe {
+namespace {
+
+// What every answer says about how a browser may use it.
+constexpr char kSecurityHeaders[] =
+    "content-security-policy: default-src 'none'; img-src 'self' data: ; script-src 'self'; font-src 'self'; "
+    "style-src 'self'; connect-src 'self' ws: wss:; frame-ancestors 'none'; base-uri 'none';form-action 'self';\r\n"
+    "x-content-type-options: nosniff\r\n"
+    "x-xss-protection: 1; mode=block\r\n"
+    "x-frame-options: deny\r\n"
+    "referrer-policy: no-referrer\r\n"
+    "server: vexora-probe\r\n";
+
+/// A head that is being written.
+class HeadWriter {
+ public:
+  HeadWriter(const RequestHead& request, unsigned status) : head_(request.is_http_1_0 ? "HTTP/1.0 " : "HTTP/1.1 ") {
+    const auto reason = boost::beast::http::obsolete_reason(boost::beast::http::int_to_status(status));
+    head_.append(std::to_string(status)).append(" ").append(reason.data(), reason.size()).append("\r\n");
+    head_ += kSecurityHeaders;
+  }
+
+  HeadWriter& Add(std::string_view name, std::string_view value) {
+    head_.append(name).append(": ").append(value).append("\r\n");
+    return *this;
+  }
+
+  std::string Finish() { return std::move(head_.append("\r\n")); }
+
+ private:
+  std::string head_;
+};
+
+const char* CacheControl(Caching caching) {
+  switch (caching) {
+    case Caching::kForever:
+      return "public, max-age=31536000, immutable";
+    case Caching::kRevalidate:
+      return "no-cache";
+    case Caching::kNoStore:
+      break;
+  }
+  return "no-store";
+}
+
+}  // namespace
+
+std::string AnswerHead(const RequestHead& request, const HttpAnswer& answer, bool is_not_modified,
+                       const std::string& origin) {
+  HeadWriter head(request, is_not_modified ? 304 : answer.status);
+  head.Add("cache-control", CacheControl(answer.caching)).Add("vary", "Origin, Accept-Encoding");
+  head.Add("cross-origin-resource-policy", "same-origin");
+  if (!answer.etag.empty()) head.Add("etag", answer.etag);
+  if (!origin.empty()) head.Add("access-control-allow-origin", origin);
+  if (answer.status == 503) head.Add("retry-after", "1");
+  if (!is_not_modified) {
+    head.Add("content-type", answer.content_type).Add("content-length", std::to_string(answer.body->size()));
+    if (answer.is_gzip) head.Add("content-encoding", "gzip");
+  }
+  if (!request.is_persistent()) head.Add("connection", "close");
+  return head.Finish();
+}
+
+std::string RefusalBody(const HttpError& error, bool is_json) {
+  return is_json ? *ErrorAnswer(error.status, CodeOfStatus(error.status), error.text).body : error.text + "\n";
+}
+
+std::string RefusalHead(const RequestHead& request, unsigned status, bool is_json, std::size_t body_bytes) {
+  HeadWriter head(request, status);
+  head.Add("content-type", is_json ? "application/json" : "text/plain; charset=utf-8").Add("cache-control", "no-store");
+  head.Add("connection", "close").Add("content-length", std::to_string(body_bytes));
+  if (status == 426) head.Add("upgrade", "websocket").Add("sec-websocket-version", "13");
+  if (status == 401) head.Add("www-authenticate", "Bearer");
+  if (status == 405) head.Add("allow", "GET, HEAD");
+  if (status == 503) head.Add("retry-after", "1");
+  return head.Finish();
+}
+
+}  // namespace probe

@@ -1,0 +1,181 @@
+#include "probe/server/http/http_connection.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "probe/host/log.h"
+#include "probe/server/http/answer_head.h"
+
+namespace probe {
+namespace {
+
+// How long a client may take for its TLS handshake and the head of a request, and for the next one to begin.
+constexpr std::chrono::seconds kRequestTimeout{10};
+constexpr std::chrono::seconds kKeepAliveTimeout{5};
+
+// How long a worker may take: longer than any pass of the engine that a report may have to wait for.
+constexpr std::chrono::seconds kAnswerTimeout{60};
+
+// How long a client that has got its last answer may take to end the connection.
+constexpr std::chrono::seconds kFinishTimeout{2};
+
+/// Whether programs ask for this path, and get errors in JSON.
+bool IsForPrograms(const std::string& path) {
+  return path.starts_with("/api/") || path == "/healthz";
+}
+
+}  // namespace
+
+HttpConnection::HttpConnection(std::unique_ptr<Transport> transport, AcceptedConnection accepted,
+                               std::chrono::seconds stuck_after, HttpRequests& requests, HttpEvents& events)
+    : stuck_after_(stuck_after),
+      requests_(requests),
+      events_(events),
+      accepted_(std::move(accepted)),
+      transport_(std::move(transport)),
+      deadline_(transport_->executor()) {}
+
+template <typename Step>
+void HttpConnection::Guarded(const Step& step) try {
+  if (!has_ended_) step();
+} catch (const std::exception& failure) {
+  log::Error("[WebServer] a connection is closed: %s", failure.what());
+  Close();
+}
+
+void HttpConnection::Start() {
+  deadline_.Start(kRequestTimeout, [self = shared_from_this()] { self->OnRequestTimeout(); });
+  transport_->Handshake([self = shared_from_this()](Transport::Error error) {
+    if (error) return self->Close();
+    self->Guarded([&] { self->ReadHead(); });
+  });
+}
+
+void HttpConnection::ReadHead() {
+  if (!is_first_)
+    deadline_.Start(reader_.has_begun() ? kRequestTimeout : kKeepAliveTimeout,
+                    [self = shared_from_this()] { self->OnRequestTimeout(); });
+  switch (reader_.state()) {
+    case HeadReader::State::kIncomplete:
+      return ReadMore();
+    case HeadReader::State::kInvalid:
+      return RefuseUnread(reader_.error());
+    case HeadReader::State::kComplete:
+      return OnHead();
+  }
+}
+
+void HttpConnection::ReadMore() {
+  transport_->ReadSome(boost::asio::buffer(received_),
+                       [self = shared_from_this()](Transport::Error error, std::size_t count) {
+                         self->Guarded([&] { self->OnOctets(error, count); });
+                       });
+}
+
+void HttpConnection::OnOctets(Transport::Error error, std::size_t count) {
+  if (is_refused_) return;
+  if (error) {
+    // A client that sends no more may still read.
+    if (error != boost::asio::error::eof || !reader_.has_begun()) return Close();
+    return RefuseUnread({400, "Refused: the request ends before its head does."});
+  }
+  const bool had_begun = reader_.has_begun();
+  const auto state = reader_.Add({received_.data(), count});
+  if (state != HeadReader::State::kIncomplete || (!had_begun && !is_first_)) return ReadHead();
+  ReadMore();
+}
+
+void HttpConnection::OnRequestTimeout() {
+  if (!reader_.has_begun()) return Close();
+  RefuseUnread({408, "Refused: the request did not come in time."});
+}
+
+void HttpConnection::OnHead() {
+  auto head = reader_.Take();
+  if (!head) return RefuseUnread(reader_.error());
+  head_ = std::move(*head);
+  head_.local_address = transport_->local_address();
+  is_first_ = false;
+  deadline_.Stop();
+  if (const auto error = events_.OnRequest(*this, head_)) return Refuse(*error);
+  if (!head_.upgrade.empty()) return events_.OnUpgrade(*this, head_);
+  const bool accepts_gzip = head_.accept_encoding.find("gzip") != std::string::npos;
+  request_id_ = requests_.Begin(
+      {head_.path, head_.arguments, accepts_gzip},
+      [self = shared_from_this()](HttpAnswer answer) { self->Guarded([&] { self->Answer(std::move(answer)); }); });
+  if (request_id_ == 0) return Refuse({503, "Refused: too many requests wait for an answer."});
+  deadline_.Start(kAnswerTimeout, [self = shared_from_this()] {
+    self->Refuse({503, "Refused: the answer takes too long. The request was given up."});
+  });
+}
+
+void HttpConnection::RefuseUnread(const HttpError& error) {
+  head_ = RequestHead{};
+  Refuse(error);
+}
+
+void HttpConnection::Refuse(const HttpError& error) {
+  is_refused_ = true;
+  requests_.Forget(std::exchange(request_id_, 0));
+  events_.OnRefused(*this, error);
+  const bool is_json = IsForPrograms(head_.path);
+  const std::string body = RefusalBody(error, is_json);
+  std::string head = RefusalHead(head_, error.status, is_json, body.size());
+  Send(std::move(head), std::make_shared<const std::string>(head_.is_head() ? std::string() : body));
+}
+
+void HttpConnection::Answer(HttpAnswer answer) {
+  request_id_ = 0;
+  const bool is_not_modified = answer.status == 200 && NamesEtag(head_.if_none_match, answer.etag);
+  std::string head = AnswerHead(head_, answer, is_not_modified, events_.AllowedOrigin(head_));
+  if (is_not_modified || head_.is_head()) answer.body = std::make_shared<const std::string>();
+  Send(std::move(head), std::move(answer.body));
+}
+
+void HttpConnection::Send(std::string head, std::shared_ptr<const std::string> body) {
+  answer_head_ = std::move(head);
+  answer_body_ = std::move(body);
+  sent_ = 0;
+  SendMore();
+}
+
+void HttpConnection::SendMore() {
+  deadline_.Start(stuck_after_, [self = shared_from_this()] { self->Close(); });
+  const std::size_t of_head = std::min(sent_, answer_head_.size());
+  const std::size_t of_body = sent_ - of_head;
+  transport_->WriteSome({boost::asio::buffer(answer_head_) + of_head, boost::asio::buffer(*answer_body_) + of_body},
+                        [self = shared_from_this()](Transport::Error error, std::size_t count) {
+                          self->Guarded([&] { self->OnSent(error, count); });
+                        });
+}
+
+void HttpConnection::OnSent(Transport::Error error, std::size_t count) {
+  if (error) return Close();
+  sent_ += count;
+  if (sent_ < answer_head_.size() + answer_body_->size()) return SendMore();
+  answer_body_.reset();
+  if (is_refused_ || !head_.is_persistent()) return Finish();
+  ReadHead();
+}
+
+void HttpConnection::Finish() {
+  deadline_.Start(kFinishTimeout, [self = shared_from_this()] { self->Close(); });
+  transport_->Finish([self = shared_from_this()] { self->Close(); });
+}
+
+void HttpConnection::Close() {
+  if (std::exchange(has_ended_, true)) return;
+  const auto self = shared_from_this();  // the server may hold the last reference
+  deadline_.Stop();
+  requests_.Forget(std::exchange(request_id_, 0));
+  transport_->Close();
+  events_.OnEnd(*this);
+}
+
+std::unique_ptr<Transport> HttpConnection::TakeTransport() {
+  has_ended_ = true;
+  deadline_.Stop();
+  return std::move(transport_);
+}
+
+}  // namespace probe

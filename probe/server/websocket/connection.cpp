@@ -1,0 +1,305 @@
+#include "probe/server/websocket/connection.h"
+
+#include <algorithm>
+#include <array>
+#include <boost/beast/websocket/stream.hpp>
+#include <limits>
+#include <utility>
+
+#include "probe/host/log.h"
+#include "probe/server/net/rate_limiter.h"
+#include "probe/server/websocket/message_router.h"
+#include "probe/server/websocket/transport_stream.h"
+#include "probe/text/utf8.h"
+
+namespace probe {
+namespace {
+
+namespace beast = boost::beast;
+namespace websocket = boost::beast::websocket;
+
+// Source: IANA, WebSocket Close Code Number Registry.
+constexpr std::uint16_t kProtocolError = 1002;
+constexpr std::uint16_t kInvalidPayload = 1007;
+constexpr std::uint16_t kTryAgainLater = 1013;
+constexpr std::uint16_t kMaxCloseCode = 4999;
+
+// Messages are written in frames of this size, so that a ping or a close gets in between. With its head of four octets
+// a frame is exactly what the library hands to the system at once.
+constexpr std::size_t kFragmentBytes = 64 * 1024 - 4;
+
+// How long a client that is being closed may take, at most, to take the last octets and to confirm.
+constexpr std::chrono::seconds kCloseTimeout{5};
+
+// How long a client that has confirmed may take to end the connection.
+constexpr std::chrono::seconds kFinishTimeout{2};
+
+constexpr std::size_t kReadBytes = 4096;
+
+// What the probe calls its messages where a client asks for a subprotocol.
+constexpr char kSubprotocol[] = "vexora-probe";
+
+/// The handshake again, as the library wants it: what it looks at, and nothing else.
+websocket::request_type RequestOf(const RequestHead& head) {
+  namespace http = beast::http;
+  websocket::request_type request(http::verb::get, "/", 11);
+  request.set(http::field::host, head.host.value_or(""));
+  request.set(http::field::upgrade, "websocket");
+  request.set(http::field::connection, "upgrade");
+  request.set(http::field::sec_websocket_key, head.websocket_key);
+  request.set(http::field::sec_websocket_version, head.websocket_version);
+  return request;
+}
+
+}  // namespace
+
+/// The library's websocket, without compression.
+class Connection::Stream : public websocket::stream<TransportStream, false> {
+ public:
+  using stream::stream;
+
+  Transport& transport() { return next_layer().transport(); }
+
+  websocket::request_type handshake;
+  std::array<char, kReadBytes> received{};
+};
+
+Connection::Connection(ConnectionId id, std::unique_ptr<Transport> transport, AcceptedConnection accepted,
+                       std::string early, const ServerLimits& limits, WebsocketEvents& events)
+    : id_(id),
+      limits_(limits),
+      events_(events),
+      accepted_(std::move(accepted)),
+      outbox_(std::make_shared<Outbox>(limits.queue_messages, limits.queue_bytes)),
+      stream_(std::make_unique<Stream>(std::move(transport), std::move(early))),
+      incoming_(limits.message_bytes),
+      timer_(stream_->get_executor()),
+      lived_at_(Clock::now()) {}
+
+Connection::~Connection() = default;
+
+template <typename Step>
+void Connection::Guarded(const Step& step) try {
+  if (!has_ended_) step();
+} catch (const std::exception& failure) {
+  log::Error("[WebServer] a connection is closed: %s", failure.what());
+  Abort();
+}
+
+void Connection::Start(const RequestHead& handshake) {
+  stream_->text(true);
+  stream_->auto_fragment(false);
+  // Any size goes, for the assembler drops what is too large; but RFC 6455, section 5.2 has lengths of 63 bits only.
+  stream_->read_message_max(std::numeric_limits<std::int64_t>::max());
+  stream_->set_option(websocket::stream_base::decorator([&handshake](websocket::response_type& response) {
+    response.set(beast::http::field::server, "vexora-probe");
+    if (!handshake.websocket_protocol.empty()) response.set(beast::http::field::sec_websocket_protocol, kSubprotocol);
+  }));
+  stream_->control_callback([this](websocket::frame_type kind, beast::string_view) {
+    if (kind == websocket::frame_type::pong) OnPong();
+    // Codes above are in nobody's range (RFC 6455, section 7.4.2), and the library would answer with the same one.
+    if (kind == websocket::frame_type::close && stream_->reason().code > kMaxCloseCode) StartClose(kProtocolError);
+  });
+  StartTimer();
+  stream_->handshake = RequestOf(handshake);
+  stream_->async_accept(stream_->handshake, [self = shared_from_this()](beast::error_code error) {
+    if (error) return self->Abort();
+    self->Guarded([&] { self->OnOpen(); });
+  });
+}
+
+void Connection::OnOpen() {
+  is_open_ = true;
+  stream_->handshake = {};
+  if (close_code_ != 0) SendClose();
+  Read();
+  Flush();
+  StartTimer();
+}
+
+// --- what the client says -------------------------------------------------------------------------------------------
+
+void Connection::Read() {
+  stream_->async_read_some(boost::asio::buffer(stream_->received),
+                           [self = shared_from_this()](beast::error_code error, std::size_t count) {
+                             self->Guarded([&] { self->OnRead(error.failed(), count); });
+                           });
+}
+
+void Connection::OnRead(bool is_failed, std::size_t count) {
+  // The library has answered the client's close by then, or told it which rule it broke.
+  if (is_failed) return Finish();
+  if (!is_closing_) {
+    const std::string_view piece(stream_->received.data(), count);
+    const auto state = incoming_.Add(piece, stream_->got_binary(), stream_->is_message_done());
+    if (state != MessageAssembler::State::kIncomplete) HandleMessage(state);
+  }
+  Read();
+}
+
+void Connection::HandleMessage(MessageAssembler::State state) {
+  const std::string text = incoming_.Take();
+  switch (accepted_.rate.Count(Clock::now())) {
+    case RateLimiter::Verdict::kDropped:
+      return;
+    case RateLimiter::Verdict::kRejected:
+      return Reply(
+          ErrorText({error_code::kTooFast, "A client may send no more messages than " +
+                                               LimitText("messages_per_second", limits_.messages_per_second) +
+                                               ". This one and those that follow too fast are not looked at."}));
+    case RateLimiter::Verdict::kAccepted:
+      break;
+  }
+  if (state == MessageAssembler::State::kBinary)
+    return Reply(ErrorText({error_code::kNotText, "Messages are text; this one is binary."}));
+  if (state == MessageAssembler::State::kTooLarge)
+    return Reply(
+        ErrorText({error_code::kTooLarge,
+                   "The message is larger than " + LimitText("message_bytes", limits_.message_bytes) + " allows."}));
+  // The library checks every octet, but not that the last character of a message that ends with an empty frame is
+  // whole.
+  if (!IsUtf8(text)) return StartClose(kInvalidPayload);
+  events_.OnMessage(*this, text);
+}
+
+// --- what it is told ------------------------------------------------------------------------------------------------
+
+void Connection::Reply(std::string text) {
+  if (outbox_->Put(std::move(text), OutgoingMessage::Kind::kReply)) MessageRouter::LogFirstDrop(id_, accepted_.address);
+  Flush();
+}
+
+void Connection::Flush() {
+  if (!is_open_ || is_closing_ || is_writing_) return;
+  if (sending_ == nullptr) {
+    sending_ = outbox_->Take();
+    sent_ = 0;
+    if (sending_ == nullptr) return;
+  }
+  StartWatch();
+  const std::string_view rest = std::string_view(sending_->text()).substr(sent_);
+  const std::string_view fragment = rest.substr(0, kFragmentBytes);
+  is_writing_ = true;
+  // The message stays alive until the write is over, also when it is given up in between.
+  stream_->async_write_some(
+      fragment.size() == rest.size(), boost::asio::buffer(fragment),
+      [self = shared_from_this(), message = sending_](beast::error_code error, std::size_t count) {
+        self->Guarded([&] { self->OnWritten(error.failed(), count); });
+      });
+}
+
+void Connection::OnWritten(bool is_failed, std::size_t count) {
+  is_writing_ = false;
+  if (is_failed || is_closing_) return;  // whoever closes it, or the read, sees to the rest
+  sent_ += count;
+  if (sent_ == sending_->text().size()) sending_ = nullptr;
+  Flush();
+}
+
+void Connection::SendPing() {
+  is_pinged_ = true;
+  stream_->async_ping({}, [self = shared_from_this()](beast::error_code) {});
+}
+
+void Connection::OnPong() {
+  lived_at_ = Clock::now();
+  is_pinged_ = false;
+  StartTimer();
+}
+
+// --- slow clients, silent ones, and the end -------------------------------------------------------------------------
+
+bool Connection::HasUnsent() const {
+  return is_writing_ || sending_ != nullptr || !outbox_->IsEmpty();
+}
+
+std::chrono::milliseconds Connection::watch_interval() const {
+  return std::clamp<std::chrono::milliseconds>(limits_.stuck_after / 10, std::chrono::milliseconds(20),
+                                               std::chrono::seconds(1));
+}
+
+void Connection::StartWatch() {
+  if (is_watched_) return;
+  is_watched_ = true;
+  moved_at_ = Clock::now();
+  taken_by_peer_ = stream_->transport().octets_taken_by_peer();
+  StartTimer();
+}
+
+void Connection::WatchProgress(Clock::time_point now) {
+  is_watched_ = HasUnsent();
+  // What the system's buffers swallow is no progress: a client that takes nothing is found by what it acknowledges.
+  const std::uint64_t taken = stream_->transport().octets_taken_by_peer();
+  if (taken != taken_by_peer_) {
+    taken_by_peer_ = taken;
+    moved_at_ = now;
+  }
+  if (!is_watched_ || now - moved_at_ < limits_.stuck_after) return;
+  const std::string limit = LimitText("stuck_after_seconds", static_cast<std::size_t>(limits_.stuck_after.count()));
+  log::Info("[WebServer] connection %llu of %s is closed with 1013: it took nothing for %s",
+            static_cast<unsigned long long>(id_), accepted_.address.c_str(), limit.c_str());
+  StartClose(kTryAgainLater);
+}
+
+void Connection::WatchLife(Clock::time_point now) {
+  if (now - lived_at_ >= limits_.hang_up_after) return Abort();
+  if (is_open_ && !is_pinged_ && now - lived_at_ >= limits_.ping_after) SendPing();
+}
+
+void Connection::StartTimer() {
+  if (is_finishing_ || has_ended_) return;
+  const bool is_ping_next = is_open_ && !is_pinged_;
+  auto due = lived_at_ + (is_ping_next ? limits_.ping_after : limits_.hang_up_after);
+  if (is_watched_) due = std::min(due, Clock::now() + watch_interval());
+  timer_.StartAt(close_code_ != 0 ? close_due_ : due,
+                 [self = shared_from_this()] { self->Guarded([&] { self->OnTimer(); }); });
+}
+
+void Connection::OnTimer() {
+  if (close_code_ != 0) return Abort();
+  const auto now = Clock::now();
+  if (is_watched_) WatchProgress(now);
+  if (close_code_ == 0) WatchLife(now);
+  StartTimer();
+}
+
+void Connection::BeginClosing() {
+  if (std::exchange(is_closing_, true)) return;
+  outbox_->Close();
+  sending_ = nullptr;
+  events_.OnClosing(*this);
+}
+
+void Connection::StartClose(std::uint16_t code) {
+  if (is_closing_) return;
+  BeginClosing();
+  close_code_ = code;
+  // A client that takes nothing cannot be told either. It gets a last chance, and then the connection is aborted.
+  close_due_ = Clock::now() + std::clamp(limits_.stuck_after, std::chrono::seconds(1), kCloseTimeout);
+  if (is_open_) SendClose();
+  StartTimer();
+}
+
+void Connection::SendClose() {
+  // The library waits for a fragment that is being written, and for the client's confirmation.
+  stream_->async_close(static_cast<websocket::close_code>(close_code_),
+                       [self = shared_from_this()](beast::error_code) { self->Guarded([&] { self->Finish(); }); });
+}
+
+void Connection::Finish() {
+  if (std::exchange(is_finishing_, true)) return;
+  BeginClosing();
+  timer_.Start(kFinishTimeout, [self = shared_from_this()] { self->Abort(); });
+  stream_->transport().Finish([self = shared_from_this()] { self->Abort(); });
+}
+
+void Connection::Abort() {
+  if (std::exchange(has_ended_, true)) return;
+  const auto self = shared_from_this();  // the server may hold the last reference
+  BeginClosing();
+  timer_.Stop();
+  stream_->transport().Close();
+  events_.OnEnd(*this);
+}
+
+}  // namespace probe
