@@ -105,20 +105,20 @@ class History {
   History(unsigned seed, std::vector<std::string> names)
       : dice_(seed),
         names_(std::move(names)),
-        time_(dice_),
+        is_dense_(seed % 20 == 10),
+        time_(dice_, is_dense_),
         zone_(time_.Zone()),
         clock_(time_.Now()),
         network_(dice_, dice_.OneOf<int>({0, 2, 10, 10, 30, 70})),
-        fivefold_percent_(dice_.OneOf<int>({0, 20, 100})) {}
+        fivefold_percent_(is_dense_ ? 100 : dice_.OneOf<int>({0, 20, 100})) {}
 
   std::string Difference() {
     product_ = std::make_unique<Product>(names_);
     for (const std::string& name : names_) plain_.Add(name);
-    const bool is_quiet = dice_.Percent(50);
-    if (is_quiet) probe::log::SetLevel(probe::log::Level::kInfo);
+    if (is_dense_ || dice_.Percent(50)) probe::log::SetLevel(probe::log::Level::kInfo);
     if (dice_.Percent(40)) SubscribeToAll();
-    // Only without debug lines there is time for whole days of samples.
-    const int steps = 20 + dice_.Below(is_quiet && dice_.Percent(20) ? 1'000 : dice_.Percent(30) ? 300 : 80);
+    constexpr int kTwoDays = 2 * 288;
+    const int steps = is_dense_ ? kTwoDays : 20 + dice_.Below(dice_.Percent(30) ? 300 : 80);
     for (step_ = 0; step_ < steps && difference_.empty(); ++step_) Step();
     Compare(
         "stop", [] { return Product::Stop(), Answers{}; }, [&] { return plain_.Stop(), Answers{}; });
@@ -287,6 +287,7 @@ class History {
 
   Dice dice_;
   const std::vector<std::string> names_;
+  const bool is_dense_;  // one in twenty has whole days of samples
   RandomTime time_;
   const test::LocalZone zone_;
   probe::VirtualClock clock_;

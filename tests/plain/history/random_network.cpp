@@ -56,12 +56,17 @@ void RandomNetwork::ChangePhase() {
 void RandomNetwork::Step(time_t now) {
   auto& centre = probe::DeviceCentre::Instance();
   ChangePhase();
+  const bool is_new_scan = phase_ == Phase::kUsual && dice_.Percent(unrest_ / 2);
   for (const std::string& mac : macs_) {
     const bool is_new = !devices_.contains(mac);
     if (is_new) devices_[mac] = NewDevice(now);
     probe::DeviceSnapshot& device = devices_[mac];
     if (!is_new) Refresh(device, now);
     if (phase_ == Phase::kUsual && dice_.Percent(unrest_)) Change(device, now);
+    if (is_new_scan) {  // all of them at once: who was heard by one is heard by another
+      device.neighbours.clear();
+      for (int count = dice_.Below(4); count > 0; --count) ChangeNeighbours(device);
+    }
     centre.Replace(mac, device);
     if (dice_.Percent(unrest_ / 8)) centre.Forget(mac);
     if (dice_.Percent(unrest_ / 20)) devices_.erase(mac);

@@ -27,12 +27,12 @@ const std::vector<time_t>& Moments() {
 
 }  // namespace
 
-RandomTime::RandomTime(Dice& dice)
+RandomTime::RandomTime(Dice& dice, bool is_dense)
     : dice_(dice),
       zone_(dice.OneOf<std::string>(
           {"UTC", "UTC", "Europe/Berlin", "America/New_York", "Asia/Beirut", "Australia/Lord_Howe", "Asia/Kolkata"})),
-      pace_seconds_(dice.OneOf<int>({60, 60, 60, 60, 300, 1'800, 3'600, 7'200, 43'200, 86'400})),
-      steps_percent_(dice.OneOf<int>({0, 1, 5, 15, 50})),
+      pace_seconds_(is_dense ? 300 : dice.OneOf<int>({60, 60, 60, 60, 300, 1'800, 3'600, 7'200, 43'200, 86'400})),
+      steps_percent_(is_dense ? dice.Below(2) : dice.OneOf<int>({0, 1, 5, 15, 50})),
       now_(dice.OneOf(Moments()) - dice.Below(4 * 3'600)),
       start_(now_) {}
 

@@ -12,7 +12,8 @@ namespace history {
 /// forwards or back, to midnight, to the end of a week or to a change of the clock.
 class RandomTime {
  public:
-  explicit RandomTime(Dice& dice);
+  /// `is_dense`: five minutes a step and hardly any other, for days with all their samples.
+  RandomTime(Dice& dice, bool is_dense);
 
   /// A time zone; those that change their clocks do so in the histories.
   const std::string& Zone() const { return zone_; }
