@@ -54,7 +54,7 @@ double CpuSeconds(int who) {
 /// One end of a connection, over TLS or not. Reads and drops; what it sent is counted.
 class Client {
  public:
-  Client(std::uint16_t port, SSL_CTX* tls) : socket_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+  Client(std::uint16_t port, SSL_CTX* tls) : socket_(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
     sockaddr_in to{};
     to.sin_family = AF_INET;
     to.sin_port = htons(port);
@@ -273,7 +273,7 @@ struct Message {
 /// Connections that a loop of bare system calls writes to.
 class BareServer {
  public:
-  BareServer() : listener_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+  BareServer() : listener_(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
