@@ -1,4 +1,6 @@
 #include "monitor/clientcount/client_count_show.h"
+#include "monitor/clientcount/client_count_records.h"
+#include "monitor/engine/json_tree.h"
 
 #include <gmock/gmock.h>
 

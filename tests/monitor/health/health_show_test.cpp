@@ -1,4 +1,6 @@
 #include "monitor/health/health_show.h"
+#include "monitor/engine/json_tree.h"
+#include "monitor/health/health_status.h"
 
 #include <gtest/gtest.h>
 
