@@ -12,7 +12,7 @@ class Timer {
  public:
   using Clock = std::chrono::steady_clock;
 
-  explicit Timer(boost::asio::io_context::executor_type executor) : timer_(executor) {}
+  explicit Timer(const boost::asio::io_context::executor_type& executor) : timer_(executor) {}
 
   /// Has `on_due` called once, in place of an earlier one.
   void StartAt(Clock::time_point due, std::function<void()> on_due) {
