@@ -50,8 +50,8 @@ std::string KeyFor(DeviceType type) {
 }
 
 TEST(SsidConfigurationManagers, AreAskedEachForItsOwnClassOfDevice) {
-  EXPECT_EQ(KeyFor(DeviceType::kAccessPoint), std::string("access point ") + kDevice);
-  EXPECT_EQ(KeyFor(DeviceType::kRouter), std::string("router ") + kDevice);
+  EXPECT_EQ(KeyFor(DeviceType::kAccessPoint), "access point AA:AA:AA:AA:AA:01");
+  EXPECT_EQ(KeyFor(DeviceType::kRouter), "router AA:AA:AA:AA:AA:01");
 }
 
 }  // namespace
