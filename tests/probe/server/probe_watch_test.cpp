@@ -22,8 +22,7 @@ class ProbeWatchTest : public test::Served {
  protected:
   /// The command line for these arguments, at the server.
   std::string Command(const std::string& arguments) const {
-    return std::string(PROBE_WATCH) + " --url ws://127.0.0.1:" + std::to_string(server->port()) + " " + arguments +
-           " 2>&1";
+    return PROBE_WATCH " --url ws://127.0.0.1:" + std::to_string(server->port()) + " " + arguments + " 2>&1";
   }
 
   static Outcome Run(const std::string& command) {
