@@ -267,7 +267,7 @@ void RandomNetwork::Refresh(probe::DeviceSnapshot& device, time_t now) {
 time_t RandomNetwork::Clocked(time_t now, const std::optional<time_t>& before) {
   const int kind = dice_.Below(60);
   if (kind == 0 && before) return *before;
-  if (kind == 1 && before) return *before + 1;
+  if (time_t next = 0; kind == 1 && before && !__builtin_add_overflow(*before, 1, &next)) return next;
   if (kind == 2) return now - dice_.Below(100'000);
   if (kind == 3) return now + dice_.Below(100'000);
   if (kind == 4) return 0;
