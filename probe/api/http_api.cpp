@@ -87,11 +87,11 @@ const HttpApi::Route* HttpApi::FindRoute(std::string_view path) {
   return nullptr;
 }
 
-Access HttpApi::AccessOf(const std::string& path) const {
-  if (const Route* route = FindRoute(path)) return route->access;
+PathInfo HttpApi::LookUp(const std::string& path) const {
+  if (const Route* route = FindRoute(path)) return {route->access, true};
   // What is not there is guarded, too: without the token nobody learns which paths there are.
-  if (path.starts_with(kApi)) return Access::kToken;
-  return pages_.Has(path) ? Access::kPublic : Access::kNotFound;
+  if (path.starts_with(kApi)) return {Access::kToken, true};
+  return {pages_.Has(path) ? Access::kPublic : Access::kNotFound, false};
 }
 
 HttpAnswer HttpApi::Answer(const HttpRequest& request) const {

@@ -33,7 +33,7 @@ class HttpApi {
   bool has_pages() const { return !pages_.is_empty(); }
 
   /// The two halves of an `HttpService`.
-  Access AccessOf(const std::string& path) const;
+  PathInfo LookUp(const std::string& path) const;
   HttpAnswer Answer(const HttpRequest& request) const;
 
   /// The paths below /api/ and beside it, as docs/openapi.yaml writes them.
@@ -42,7 +42,7 @@ class HttpApi {
  private:
   using SteadyClock = std::chrono::steady_clock;
 
-  /// One path of the interface. Every one of them is read with GET or HEAD, which the server sees to.
+  /// One path of the interface, read with GET or HEAD like all that the server serves.
   struct Route {
     std::string_view path;  ///< As docs/openapi.yaml writes it; a parameter, in braces, is the last part.
     Access access;

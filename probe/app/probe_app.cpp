@@ -108,7 +108,7 @@ void ProbeApp::StartServer() {
   const std::string folder = settings_.server.dashboard.empty() ? DefaultPageFolder() : settings_.server.dashboard;
   api_ = std::make_unique<HttpApi>(ProbeFacts{VEXORA_VERSION, settings_.speed}, CallsOf(*plugin_),
                                    DeviceCentre::Instance(), latest_, PageFiles(folder));
-  HttpService http{[this](const std::string& path) { return api_->AccessOf(path); },
+  HttpService http{[this](const std::string& path) { return api_->LookUp(path); },
                    [this](const HttpRequest& request) { return api_->Answer(request); }};
   server_ = std::make_unique<WebServer>(settings_.server, SubscriptionService::Instance(), std::move(http),
                                         [this](const std::string&) {

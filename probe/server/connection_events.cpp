@@ -62,7 +62,7 @@ std::optional<HttpError> ConnectionEvents::OnRequest(HttpConnection& connection,
   auto error = rules_.CheckCaller(head);
   if (!error) error = CheckLimits(connection.accepted(), is_upgrade);
   if (error) return error;
-  return is_upgrade ? rules_.CheckUpgrade(head) : rules_.CheckPlainRequest(head, requests_.AccessOf(head.path));
+  return is_upgrade ? rules_.CheckUpgrade(head) : rules_.CheckPlainRequest(head, requests_.LookUp(head.path).access);
 }
 
 void ConnectionEvents::OnRefused(HttpConnection& connection, const HttpError& error) {

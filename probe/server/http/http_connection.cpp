@@ -19,11 +19,6 @@ constexpr std::chrono::seconds kAnswerTimeout{60};
 // How long a client that has got its last answer may take to end the connection.
 constexpr std::chrono::seconds kFinishTimeout{2};
 
-/// Whether programs ask for this path, and get errors in JSON.
-bool IsForPrograms(const std::string& path) {
-  return path.starts_with("/api/") || path == "/healthz";
-}
-
 }  // namespace
 
 HttpConnection::HttpConnection(std::unique_ptr<Transport> transport, AcceptedConnection accepted,
@@ -118,7 +113,7 @@ void HttpConnection::Refuse(const HttpError& error) {
   is_refused_ = true;
   requests_.Forget(std::exchange(request_id_, 0));
   events_.OnRefused(*this, error);
-  const bool is_json = IsForPrograms(head_.path);
+  const bool is_json = requests_.LookUp(head_.path).has_json_errors;
   const std::string body = RefusalBody(error, is_json);
   std::string head = RefusalHead(head_, error.status, is_json, body.size());
   Send(std::move(head), std::make_shared<const std::string>(head_.is_head() ? std::string() : body));

@@ -38,10 +38,16 @@ enum class Access {
   kToken      ///< Those with the token only.
 };
 
-/// What the server serves over plain HTTP.
+/// What the server has to know of a path, whether or not there is something.
+struct PathInfo {
+  Access access = Access::kNotFound;
+  bool has_json_errors = false;  ///< Programs ask for it, so that its refusals are JSON and not plain text.
+};
+
+/// What the server serves over plain HTTP. All of it is read with GET or HEAD.
 struct HttpService {
-  /// Whether there is something at a path, and for whom. Threads: the server's event loop; must be quick.
-  std::function<Access(const std::string& path)> access;
+  /// Looks a path up. Threads: the server's event loop; must be quick.
+  std::function<PathInfo(const std::string& path)> look_up;
 
   /// Answers a request that may be answered. Threads: one of the server's workers, several at once. May take its time.
   std::function<HttpAnswer(const HttpRequest& request)> answer;

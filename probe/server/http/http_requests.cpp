@@ -16,8 +16,8 @@ HttpRequests::~HttpRequests() {
   workers_.join();
 }
 
-Access HttpRequests::AccessOf(const std::string& path) const {
-  return service_.access ? service_.access(path) : Access::kNotFound;
+PathInfo HttpRequests::LookUp(const std::string& path) const {
+  return service_.look_up ? service_.look_up(path) : PathInfo{};
 }
 
 HttpRequests::RequestId HttpRequests::Begin(HttpRequest request, Answered answered) {

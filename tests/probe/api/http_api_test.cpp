@@ -159,14 +159,21 @@ TEST_F(HttpApiTest, TellsWhereThePassesAre) {
 
 TEST_F(HttpApiTest, GuardsEverythingButItsHealthAndThePages) {
   const probe::HttpApi api({}, plugin, centre, latest, probe::PageFiles(""));
-  EXPECT_EQ(api.AccessOf("/healthz"), probe::Access::kPublic);
-  EXPECT_EQ(api.AccessOf("/"), probe::Access::kNotFound) << "no pages here";
+  EXPECT_EQ(api.LookUp("/healthz").access, probe::Access::kPublic);
+  EXPECT_EQ(api.LookUp("/").access, probe::Access::kNotFound) << "no pages here";
   for (const auto& path : probe::HttpApi::Paths())
     if (path != "/healthz") {
-      EXPECT_EQ(api.AccessOf(path), probe::Access::kToken) << path;
+      EXPECT_EQ(api.LookUp(path).access, probe::Access::kToken) << path;
     }
-  EXPECT_EQ(api.AccessOf("/api/nothing"), probe::Access::kToken) << "no telling apart without the token";
+  EXPECT_EQ(api.LookUp("/api/nothing").access, probe::Access::kToken) << "no telling apart without the token";
   EXPECT_EQ(CodeOf(Ask("/api/nothing")), "not_found");
+}
+
+TEST_F(HttpApiTest, RefusesInJsonWhereProgramsAsk) {
+  const probe::HttpApi api({}, plugin, centre, latest, probe::PageFiles(""));
+  for (const auto& path : probe::HttpApi::Paths()) EXPECT_TRUE(api.LookUp(path).has_json_errors) << path;
+  EXPECT_TRUE(api.LookUp("/api/nothing").has_json_errors);
+  for (const char* path : {"/", "/api", "/healthz/", "/assets/x.js"}) EXPECT_FALSE(api.LookUp(path).has_json_errors);
 }
 
 TEST_F(HttpApiTest, HasThePathsThatItsDescriptionHas) {

@@ -23,9 +23,10 @@ using ::testing::StartsWith;
 class HttpRequestTest : public test::Served {
  protected:
   HttpRequestTest() {
-    http.access = [](const std::string& path) {
-      if (path == "/page") return probe::Access::kPublic;
-      return path.starts_with("/api/") ? probe::Access::kToken : probe::Access::kNotFound;
+    http.look_up = [](const std::string& path) -> probe::PathInfo {
+      if (path == "/page") return {probe::Access::kPublic, false};
+      if (path.starts_with("/api/")) return {probe::Access::kToken, true};
+      return {};
     };
     http.answer = [this](const probe::HttpRequest& request) { return AnswerOf(request); };
   }

@@ -36,8 +36,9 @@ std::string NameOf(const ::testing::TestParamInfo<RawRequest>& info) {
 class RawRequestTest : public test::Served, public ::testing::WithParamInterface<RawRequest> {
  protected:
   RawRequestTest() {
-    http.access = [](const std::string& path) {
-      return path == "/api/x" ? probe::Access::kPublic : probe::Access::kNotFound;
+    http.look_up = [](const std::string& path) {
+      return probe::PathInfo{path == "/api/x" ? probe::Access::kPublic : probe::Access::kNotFound,
+                             path.starts_with("/api/")};
     };
     http.answer = [](const probe::HttpRequest&) {
       probe::HttpAnswer answer;
