@@ -6,29 +6,19 @@
 #include <gtest/gtest.h>
 #include <net/if.h>
 
-#include <algorithm>
 #include <cstdint>
 #include <filesystem>
-#include <fstream>
 #include <set>
 #include <string>
 #include <vector>
 
+#include "tests/probe/sources/this_machine/kernel_view.h"
+
 namespace probe {
 namespace {
 
-template <typename Value>
-Value FromFile(const std::string& path) {
-  Value value{};
-  std::ifstream file(path);
-  EXPECT_TRUE(file >> value) << path;
-  return value;
-}
-
-const Link* FindLink(const std::vector<Link>& links, const std::string& name) {
-  const auto found = std::find_if(links.begin(), links.end(), [&](const Link& link) { return link.name == name; });
-  return found != links.end() ? &*found : nullptr;
-}
+using test::FindLink;
+using test::FromFile;
 
 TEST(Links, AreThoseOfTheKernelInTheOrderOfTheirIfIndex) {
   std::set<std::string> expected;
