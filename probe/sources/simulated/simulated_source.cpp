@@ -7,8 +7,6 @@
 
 namespace probe {
 
-using utilities::lock::lock_guard;
-
 namespace {
 
 /// How often the thread reads the installed clock. It cannot sleep on that clock, which may run at any pace, be set at
@@ -35,24 +33,12 @@ void SimulatedSource::Start() {
 }
 
 void SimulatedSource::Stop() {
-  {
-    const lock_guard held(lock_);
-    is_stopping_ = true;
-  }
-  stopping_.NotifyAll();
+  stop_.Set();
   if (thread_.joinable()) thread_.join();
 }
 
-bool SimulatedSource::StopsWithin(std::chrono::steady_clock::duration wait) {
-  const auto deadline = std::chrono::steady_clock::now() + wait;
-  const lock_guard held(lock_);
-  while (!is_stopping_ && stopping_.WaitUntil(lock_, deadline)) {
-  }
-  return is_stopping_;
-}
-
 void SimulatedSource::Run(time_t last) {
-  while (!StopsWithin(kPollInterval)) {
+  while (!stop_.IsSetBefore(std::chrono::steady_clock::now() + kPollInterval)) {
     const time_t now = Now();
     // A clock that was set back is followed at once: the next reading must not wait until the old time comes again.
     const bool went_back = now < last;

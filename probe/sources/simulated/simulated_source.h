@@ -1,11 +1,10 @@
 #pragma once
 
-#include <chrono>
 #include <ctime>
 #include <thread>
 
-#include "platform/utilities/locks.h"
 #include "probe/host/device_centre.h"
+#include "probe/host/stop_flag.h"
 #include "probe/sources/simulated/simulated_network.h"
 
 namespace probe {
@@ -32,16 +31,11 @@ class SimulatedSource {
 
  private:
   void Run(time_t last);
-  /// Waits for so long, or until the source is stopped. True when it is.
-  bool StopsWithin(std::chrono::steady_clock::duration wait);
 
   SimulatedNetwork network_;  // only the source's thread; before it starts, the one that calls Start
   const time_t every_;
 
-  // Leaf lock: no other lock is taken while it is held.
-  utilities::lock::Mutex lock_;
-  utilities::lock::CondVar stopping_;
-  bool is_stopping_ VEXORA_GUARDED_BY(lock_) = false;
+  StopFlag stop_;
   std::thread thread_;  // only the thread that calls Start and Stop
 };
 

@@ -61,11 +61,7 @@ void ThisMachine::Start() {
 }
 
 void ThisMachine::Stop() {
-  {
-    const lock_guard held(lock_);
-    is_stopping_ = true;
-  }
-  stopping_.NotifyAll();
+  stop_.Set();
   if (thread_.joinable()) thread_.join();
 }
 
@@ -74,17 +70,10 @@ std::string ThisMachine::mac() const {
   return mac_;
 }
 
-bool ThisMachine::StopsBefore(std::chrono::steady_clock::time_point deadline) {
-  const lock_guard held(lock_);
-  while (!is_stopping_ && stopping_.WaitUntil(lock_, deadline)) {
-  }
-  return is_stopping_;
-}
-
 void ThisMachine::Run() {
   // Deadlines follow one another at even distances, so that a slow reading does not shift the later ones.
   auto next = std::chrono::steady_clock::now() + settings_.refresh;
-  while (!StopsBefore(next)) {
+  while (!stop_.IsSetBefore(next)) {
     RefreshOnce();
     next += settings_.refresh;
   }

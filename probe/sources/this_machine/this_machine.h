@@ -1,11 +1,11 @@
 #pragma once
 
-#include <chrono>
 #include <string>
 #include <thread>
 
 #include "platform/utilities/locks.h"
 #include "probe/host/device_centre.h"
+#include "probe/host/stop_flag.h"
 #include "probe/sources/this_machine/machine_reading.h"
 #include "probe/sources/this_machine/proc_texts.h"
 #include "probe/sources/this_machine/this_machine_settings.h"
@@ -43,8 +43,6 @@ class ThisMachine {
 
  private:
   void Run();
-  /// Waits until `deadline`, or until the source is stopped. True when it is.
-  bool StopsBefore(std::chrono::steady_clock::time_point deadline);
   void TakeOver(const MachineReading& reading);
   void GoOffline(const std::string& reason);
 
@@ -58,9 +56,8 @@ class ThisMachine {
 
   // Leaf lock: no other lock is taken while it is held.
   mutable utilities::lock::Mutex lock_;
-  utilities::lock::CondVar stopping_;
   std::string mac_ VEXORA_GUARDED_BY(lock_);
-  bool is_stopping_ VEXORA_GUARDED_BY(lock_) = false;
+  StopFlag stop_;
   std::thread thread_;  // only the thread that calls Start and Stop
 };
 
