@@ -115,7 +115,7 @@ class History {
   std::string Difference() {
     product_ = std::make_unique<Product>(names_);
     for (const std::string& name : names_) plain_.Add(name);
-    if (is_dense_ || dice_.Percent(50)) probe::log::SetLevel(probe::log::Level::kInfo);
+    if (is_dense_ || dice_.Percent(50)) SetDebugLogged(false);
     if (dice_.Percent(40)) SubscribeToAll();
     constexpr int kTwoDays = 2 * 288;
     const int steps = is_dense_ ? kTwoDays : 20 + dice_.Below(dice_.Percent(30) ? 300 : 80);
@@ -143,7 +143,19 @@ class History {
                   time_.Zone() + ": " + found;
   }
 
+  void SetDebugLogged(bool is_logged) {
+    is_debug_logged_ = is_logged;
+    probe::log::SetLevel(is_logged ? probe::log::Level::kDebug : probe::log::Level::kInfo);
+  }
+
+  /// Now and then somebody begins or ends to look at debug lines; on dense days nobody looks for long.
+  void ChangeLevel() {
+    const int chance = !is_dense_ ? 3 : is_debug_logged_ ? 40 : 1;
+    if (dice_.Percent(chance)) SetDebugLogged(!is_debug_logged_);
+  }
+
   void Step() {
+    ChangeLevel();
     const int kind = dice_.Below(20);
     if (kind < 3) Subscribe();
     if (kind == 3) Unsubscribe();
@@ -299,6 +311,7 @@ class History {
   plain::Monitors plain_;
   std::vector<std::string> periods_;  // that passes were in
   std::string difference_;
+  bool is_debug_logged_ = true;
   int step_ = 0;
 };
 

@@ -57,6 +57,8 @@ void RandomNetwork::Step(time_t now) {
   auto& centre = probe::DeviceCentre::Instance();
   ChangePhase();
   const bool is_new_scan = phase_ == Phase::kUsual && dice_.Percent(unrest_ / 2);
+  const bool is_scan_of_one = dice_.Percent(40);  // heard by all of them, and trusted by some
+  const auto one = dice_.OneOf(rogues_);
   for (const std::string& mac : macs_) {
     const bool is_new = !devices_.contains(mac);
     if (is_new) devices_[mac] = NewDevice(now);
@@ -65,7 +67,12 @@ void RandomNetwork::Step(time_t now) {
     if (phase_ == Phase::kUsual && dice_.Percent(unrest_)) Change(device, now);
     if (is_new_scan) {  // all of them at once: who was heard by one is heard by another
       device.neighbours.clear();
-      for (int count = dice_.Below(4); count > 0; --count) ChangeNeighbours(device);
+      if (is_scan_of_one) {
+        device.neighbours.push_back(
+            {.mac = one.first, .ssid = one.second, .trusted = dice_.Below(2), .signal = -30 - dice_.Below(60)});
+      } else {
+        for (int count = dice_.Below(4); count > 0; --count) ChangeNeighbours(device);
+      }
     }
     centre.Replace(mac, device);
     if (dice_.Percent(unrest_ / 8)) centre.Forget(mac);
