@@ -295,23 +295,22 @@ void NetworkReport::CollectSsids(const Device& device, time_t now) {
   }
 }
 
-/// All counts of a device come before its speeds, and these before the lines of its networks.
+/// Days and week are the same whichever network they are logged for, so they are logged once, with the last one.
 void NetworkReport::FoldDevices() {
   for (auto& [mac, networks] : device_samples_[calendar_.day]) {
     Buckets& days = device_days_[mac];
     Buckets& weeks = device_weeks_[mac];
-    for (const auto& [key, samples] : networks) CountClients(key, samples, calendar_, days);
-    FoldClients(calendar_, days, weeks);
+    const std::string last_key = networks.rbegin()->first;
     std::string last_with_speed;
     bool has_speed = false;
     for (auto& [key, samples] : networks) {
-      if (!CountSpeed(key, samples, calendar_, days)) continue;
-      last_with_speed = key;
-      has_speed = true;
-    }
-    // Days and week are the same whichever network they are logged for, so they are logged once.
-    if (has_speed) FoldSpeeds(last_with_speed, calendar_, days, weeks);
-    for (const auto& [key, samples] : networks) {
+      CountClients(key, samples, calendar_, days);
+      if (key == last_key) FoldClients(calendar_, days, weeks);
+      if (CountSpeed(key, samples, calendar_, days)) {
+        last_with_speed = key;
+        has_speed = true;
+      }
+      if (key == last_key && has_speed) FoldSpeeds(last_with_speed, calendar_, days, weeks);
       const NetworkSample& latest = samples.rbegin()->second;
       pel_log_debug(log_module::kMonitor,
                     "[WirelessNetworkReport::CollectSSIDsByMac] ID: %s, key: %s, radio type: %s, delta time: %d",

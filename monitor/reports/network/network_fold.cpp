@@ -1,5 +1,7 @@
 #include "monitor/reports/network/network_fold.h"
 
+#include <iterator>
+
 #include "monitor/engine/constants.h"
 #include "monitor/reports/network/network_client_counts.h"
 #include "monitor/reports/network/network_keys.h"
@@ -8,17 +10,35 @@
 namespace vexora_probe::monitor {
 namespace {
 
-/// Folds the samples of one device.
-void FoldDevice(DaySamples& networks, const ReportTime& time, const HostFunctions& host, Buckets& daily,
-                Buckets& weekly) {
-  for (const auto& [key, samples] : networks) RecordClientCounts(key, samples, time, host, daily);
-  // Before the speeds: an eighth day is dropped as soon as clients have been counted.
-  if (!networks.empty()) FoldClientCounts(time, host, daily, weekly);
+/// Notes and logs what a network of a device moved between its two latest samples.
+void NoteDelta(const std::string& mac, const std::string& key, const Samples& samples, const HostFunctions& host,
+               RadioDeltas& deltas) {
+  if (samples.empty()) return;
+  const Networks& latest = samples.rbegin()->second;
+  const TrafficCount& traffic = latest.measured.traffic;
+  deltas[mac][key] = {.time_delta = traffic.time_delta, .delta_octets = traffic.delta_octets};
+  host.log_debug(log_module::kMonitor,
+                 "[WirelessNetworkReport::CollectSSIDsByMac] ID: %s, key: %s, radio type: %s, delta time: %d",
+                 mac.c_str(), key.c_str(), latest.attributes.radio_type.c_str(), static_cast<int>(traffic.time_delta));
+}
+
+/// Folds the samples of one device: clients, speed and log line of one network after the other.
+///
+/// Finished days and week are the same whichever network they are folded for, so the last one does it for all.
+void FoldDevice(const std::string& mac, DaySamples& networks, const ReportTime& time, const HostFunctions& host,
+                NetworkReport& report, RadioDeltas& deltas) {
+  Buckets& daily = report.device_ssid_report[monitoring::kDaily][mac];
+  Buckets& weekly = report.device_ssid_report[monitoring::kWeekly][mac];
   const std::string* last_with_speed = nullptr;
-  for (auto& [key, samples] : networks) {
+  for (auto network = networks.begin(); network != networks.end(); ++network) {
+    auto& [key, samples] = *network;
+    const bool is_last = std::next(network) == networks.end();
+    RecordClientCounts(key, samples, time, host, daily);
+    if (is_last) FoldClientCounts(time, host, daily, weekly);
     if (RecordSpeed(key, samples, time, host, daily)) last_with_speed = &key;
+    if (is_last && last_with_speed != nullptr) FoldSpeeds(*last_with_speed, time, host, daily, weekly);
+    NoteDelta(mac, key, samples, host, deltas);
   }
-  if (last_with_speed != nullptr) FoldSpeeds(*last_with_speed, time, host, daily, weekly);
 }
 
 /// Called with each minute of an ID to which a sample was added, and the sums there.
@@ -103,20 +123,7 @@ void LogLine(const HostFunctions& host, const char* line) {
 void FoldDevices(const ReportTime& time, const HostFunctions& host, NetworkReport& report, RadioDeltas& deltas) {
   const auto today = report.device_ssid_samples.find(time.day);
   if (today == report.device_ssid_samples.end()) return;
-  for (auto& [mac, networks] : today->second) {
-    FoldDevice(networks, time, host, report.device_ssid_report[monitoring::kDaily][mac],
-               report.device_ssid_report[monitoring::kWeekly][mac]);
-    for (const auto& [key, samples] : networks) {
-      if (samples.empty()) continue;
-      const Networks& latest = samples.rbegin()->second;
-      const TrafficCount& traffic = latest.measured.traffic;
-      deltas[mac][key] = {.time_delta = traffic.time_delta, .delta_octets = traffic.delta_octets};
-      host.log_debug(log_module::kMonitor,
-                     "[WirelessNetworkReport::CollectSSIDsByMac] ID: %s, key: %s, radio type: %s, delta time: %d",
-                     mac.c_str(), key.c_str(), latest.attributes.radio_type.c_str(),
-                     static_cast<int>(traffic.time_delta));
-    }
-  }
+  for (auto& [mac, networks] : today->second) FoldDevice(mac, networks, time, host, report, deltas);
 }
 
 DaySamples SumBySSID(const DeviceDaySamples& devices, const HostFunctions& host) {

@@ -179,6 +179,20 @@ TEST_F(TwoBands, OfOneSSIDAreSummedMinuteByMinute) {
   EXPECT_EQ(Today()["spectrum_usage"]["5GHz"]["traffic"]["peak"], 2.0);
 }
 
+TEST_F(TwoBands, AreFoldedOneAfterTheOtherClientsThenSpeedThenTheirLine) {
+  std::vector<std::string> steps;
+  for (const std::string& text : log.Texts(Level::kDebug)) {
+    if (text.find("CollectSSIDsByMac") != std::string::npos) steps.emplace_back("line");
+    if (text.find("ID: Office|3|0|2.4GHz, average_count") != std::string::npos)
+      steps.emplace_back("clients of 2.4 GHz");
+    if (text.find("ID: Office|3|0|5GHz, average_count") != std::string::npos) steps.emplace_back("clients of 5 GHz");
+    if (text.find("ID: Office|3|0|2.4GHz, time delta") != std::string::npos) steps.emplace_back("speed of 2.4 GHz");
+    if (text.find("ID: Office|3|0|5GHz, time delta") != std::string::npos) steps.emplace_back("speed of 5 GHz");
+  }
+  EXPECT_THAT(steps, ElementsAre("clients of 2.4 GHz", "speed of 2.4 GHz", "line", "clients of 5 GHz", "speed of 5 GHz",
+                                 "line"));
+}
+
 TEST_F(TwoBands, AreLoggedOneByOneAndTheirSumsMinuteByMinute) {
   std::vector<LogLine> lines;
   for (const LogLine& line : log.Lines()) {
