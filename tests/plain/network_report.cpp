@@ -79,8 +79,8 @@ void NetworkReport::Collect() {
   for (const std::string& mac : macs) {
     const auto device = WirelessDevice(mac);
     if (device == nullptr) continue;
-    CollectRogues(*device, now);
-    CollectSsids(*device, now);
+    CollectRogues(mac, *device, now);
+    CollectSsids(mac, *device, now);
   }
   FoldDevices();
   FoldSsids();
@@ -136,9 +136,9 @@ void NetworkReport::ClearBuckets(bool is_today_dropped) {
   has_rogue_week_ = false;
 }
 
-void NetworkReport::CollectRogues(const Device& device, time_t now) {
+void NetworkReport::CollectRogues(const std::string& mac, const Device& device, time_t now) {
   if (device.neighboring_ap_tbl().empty()) return;
-  const std::set<std::string> keys = FoldScan(device, now);
+  const std::set<std::string> keys = FoldScan(mac, device, now);
   // The first scan of a pass builds the whole week. A later one can have changed its own keys alone.
   if (!has_rogue_week_) {
     BuildRogueWeek();
@@ -155,9 +155,8 @@ void NetworkReport::CollectRogues(const Device& device, time_t now) {
   }
 }
 
-std::set<std::string> NetworkReport::FoldScan(const Device& device, time_t now) {
+std::set<std::string> NetworkReport::FoldScan(const std::string& mac, const Device& device, time_t now) {
   std::set<std::string> keys;
-  const std::string mac = device.basic_info().mac;
   for (const auto& heard : device.neighboring_ap_tbl()) {
     Rogue sighting;
     sighting.mac = heard.mac;
@@ -241,13 +240,11 @@ void NetworkReport::RenewRogueWeek(const std::string& key) {
   rogue_weeks_[calendar_.week][key] = week;
 }
 
-void NetworkReport::CollectSsids(const Device& device, time_t now) {
+void NetworkReport::CollectSsids(const std::string& mac, const Device& device, time_t now) {
   std::map<std::string, vexora_probe::models::controller::SSIDIfState> interfaces;
   device.get_ssid_interfaces_state(interfaces);
   std::map<std::string, vexora_probe::models::controller::RadioIfState> radios;
   device.get_radio_interfaces_state(radios);
-  // The MAC is that of the device's own record, which is empty when nothing is known of it.
-  const std::string mac = device.basic_info().mac;
   auto infos = DeviceManager::GetInstance().GetDevicesBasicInfo(mac, false);
   const SSIDConfigurations configurations =
       infos.contains(mac) ? ConfigurationsOf(mac, infos[mac].type) : SSIDConfigurations{};

@@ -23,13 +23,13 @@ class NetworkReport final : public Monitor {
   bool ClearSamples(time_t now);
   void ClearBuckets(bool is_today_dropped);
 
-  void CollectRogues(const Device& device, time_t now);
-  std::set<std::string> FoldScan(const Device& device, time_t now);
+  void CollectRogues(const std::string& mac, const Device& device, time_t now);
+  std::set<std::string> FoldScan(const std::string& mac, const Device& device, time_t now);
   void FoldSighting(const std::string& key, const Rogue& sighting, time_t now);
   void BuildRogueWeek();
   void RenewRogueWeek(const std::string& key);
 
-  void CollectSsids(const Device& device, time_t now);
+  void CollectSsids(const std::string& mac, const Device& device, time_t now);
   void FoldDevices();
   void FoldSsids();
   void FoldAccessPoints();

@@ -12,7 +12,6 @@
 namespace vexora_probe::monitor {
 namespace {
 
-using models::controller::BasicInfo;
 using models::controller::NeighboringAP;
 using models::controller::RadioIfState;
 using models::controller::SSIDCfg;
@@ -69,13 +68,13 @@ bool ReadConfiguration(const std::string& mac, const std::string& radio, const S
 
 }  // namespace
 
-std::vector<Networks> ReadSSIDs(const Device& device, const SSIDConfigurations& configurations) {
+std::vector<Networks> ReadSSIDs(const std::string& mac, const Device& device,
+                                const SSIDConfigurations& configurations) {
   std::map<std::string, SSIDIfState> interfaces;
   device.get_ssid_interfaces_state(interfaces);
   std::map<std::string, RadioIfState> radios;
   device.get_radio_interfaces_state(radios);
   const time_t polling_time = device.if_state_polling_time();
-  const std::string mac = device.basic_info().mac;
 
   std::vector<Networks> samples;
   for (const auto& [interface, state] : interfaces) {
@@ -92,9 +91,8 @@ std::vector<Networks> ReadSSIDs(const Device& device, const SSIDConfigurations& 
   return samples;
 }
 
-Scan ReadScan(const Device& device) {
-  BasicInfo info = device.basic_info();
-  Scan scan{.mac = std::move(info.mac), .hostname = std::move(info.hostname), .entries = {}};
+Scan ReadScan(const std::string& mac, const Device& device) {
+  Scan scan{.mac = mac, .hostname = device.basic_info().hostname, .entries = {}};
   for (const NeighboringAP& heard : device.neighboring_ap_tbl()) {
     ScanEntry& entry = scan.entries.emplace_back();
     entry.record.mac = heard.mac;

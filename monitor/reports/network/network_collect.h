@@ -9,14 +9,16 @@
 #include "platform/device_centre.h"
 
 /// Asks the host for the data of the wireless network report. Called without the report's lock.
+///
+/// `mac`: that under which the host lists the device. Nothing else need be known of the device.
 namespace vexora_probe::monitor {
 
 /// One sample of every SSID interface of a device that has a name, statistics, a known band, and a configuration among
 /// `configurations`. An interface that lacks one of them is logged and left out.
-std::vector<Networks> ReadSSIDs(const Device& device, const SSIDConfigurations& configurations);
+std::vector<Networks> ReadSSIDs(const std::string& mac, const Device& device, const SSIDConfigurations& configurations);
 
 /// What the device heard in its latest scan. The records of the entries are new: first and last seen now.
-Scan ReadScan(const Device& device);
+Scan ReadScan(const std::string& mac, const Device& device);
 
 /// The SSID configurations of a device, whatever its type. Empty when nothing is known of the device.
 SSIDConfigurations ReadConfigurations(const std::string& mac);

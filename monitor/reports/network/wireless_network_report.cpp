@@ -155,25 +155,34 @@ void WirelessNetworkReport::CollectDevice(const std::string& mac, const long& no
                                           const std::string& week) {
   const std::shared_ptr<Device> device = monitoring::WirelessDevice(mac);
   if (device == nullptr) return;
-  CollectNeighboringAPs(device, now, day, week);
-  CollectOneSSID(device, now, day, week);
+  CollectNeighboringAPs(mac, device, now, day, week);
+  CollectOneSSID(mac, device, now, day, week);
 }
 
 void WirelessNetworkReport::CollectNeighboringAPs(const std::shared_ptr<Device>& device, const long& now,
                                                   const std::string& day, const std::string& week) {
-  const Scan scan = ReadScan(*device);  // asks the host, so before the lock is taken
+  CollectNeighboringAPs(device->basic_info().mac, device, now, day, week);
+}
+
+void WirelessNetworkReport::CollectNeighboringAPs(const std::string& mac, const std::shared_ptr<Device>& device,
+                                                  const long& now, const std::string& day, const std::string& week) {
+  const Scan scan = ReadScan(mac, *device);  // asks the host, so before the lock is taken
   if (scan.entries.empty()) return;
   const lock_guard_write held(lock_);
   RecordScan(scan, now, TimeOf(day, week), kHost, report_);
 }
 
 void WirelessNetworkReport::CollectOneSSID(const std::shared_ptr<Device>& device, const long& now,
-                                           const std::string& day, const std::string& /*week*/) {
+                                           const std::string& day, const std::string& week) {
+  CollectOneSSID(device->basic_info().mac, device, now, day, week);
+}
+
+void WirelessNetworkReport::CollectOneSSID(const std::string& mac, const std::shared_ptr<Device>& device,
+                                           const long& now, const std::string& day, const std::string& /*week*/) {
   if (device->driver() == nullptr) return;
-  const std::string mac = device->basic_info().mac;
   SSIDConfigurations configurations;
   GetSSIDCfgs(mac, configurations);
-  std::vector<Networks> samples = ReadSSIDs(*device, configurations);
+  std::vector<Networks> samples = ReadSSIDs(mac, *device, configurations);
   if (samples.empty()) return;
   const std::string minute = MinuteKey(now);
   const lock_guard_write held(lock_);

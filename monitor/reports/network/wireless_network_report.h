@@ -64,10 +64,17 @@ class WirelessNetworkReport final : public Monitor {
   void CollectData() override VEXORA_EXCLUDES(lock_);
 
   /// Adds the device's scan to the report of rogue access points.
+  ///
+  /// `mac`: that under which the host lists the device, of which it may know nothing else. Without it, the MAC of its
+  /// basic information counts.
+  void CollectNeighboringAPs(const std::string& mac, const std::shared_ptr<Device>& device, const long& now,
+                             const std::string& day, const std::string& week) VEXORA_EXCLUDES(lock_);
   void CollectNeighboringAPs(const std::shared_ptr<Device>& device, const long& now, const std::string& day,
                              const std::string& week) VEXORA_EXCLUDES(lock_);
 
-  /// Takes a sample of each SSID interface of the device. Does nothing for a device without driver.
+  /// Takes a sample of each SSID interface of the device. Does nothing for a device without driver. `mac` as above.
+  void CollectOneSSID(const std::string& mac, const std::shared_ptr<Device>& device, const long& now,
+                      const std::string& day, const std::string& week) VEXORA_EXCLUDES(lock_);
   void CollectOneSSID(const std::shared_ptr<Device>& device, const long& now, const std::string& day,
                       const std::string& week) VEXORA_EXCLUDES(lock_);
 

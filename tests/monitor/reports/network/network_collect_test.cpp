@@ -27,7 +27,7 @@ TEST(NetworkCollect, ReadsAScanInItsOrderAsHeardNow) {
   network.AccessPoint("ap").Named("hall").Neighbours(
       {{.mac = "b", .ssid = "Cafe", .trusted = 0, .band = WIFIBandType::k5GHz, .channel = 36, .signal = -60},
        {.mac = "a", .ssid = "", .trusted = 1, .band = static_cast<WIFIBandType>(2), .channel = 1, .signal = -70}});
-  const Scan scan = ReadScan(*DeviceManager::GetInstance().device("ap"));
+  const Scan scan = ReadScan("ap", *DeviceManager::GetInstance().device("ap"));
   EXPECT_EQ(scan.mac, "ap");
   EXPECT_EQ(scan.hostname, "hall");
   ASSERT_EQ(scan.entries.size(), 2U);
@@ -48,7 +48,17 @@ TEST(NetworkCollect, ReadsAScanInItsOrderAsHeardNow) {
 TEST(NetworkCollect, ReadsNoEntriesWithoutAScan) {
   test::Network network;
   network.AccessPoint("ap");
-  EXPECT_THAT(ReadScan(*DeviceManager::GetInstance().device("ap")).entries, IsEmpty());
+  EXPECT_THAT(ReadScan("ap", *DeviceManager::GetInstance().device("ap")).entries, IsEmpty());
+}
+
+TEST(NetworkCollect, KnowsADeviceByTheMacOfTheListAlsoWithoutBasicInformation) {
+  test::Network network;
+  network.AccessPoint("ap").Neighbours({{.mac = "b", .ssid = ""}}).Radio("r", WIFIBandType::k5GHz);
+  network.AccessPoint("ap").Wifi("w", "Office", "r", {}).Configured("Office@r", {.name = "Office"}).WithoutBasicInfo();
+  const auto device = DeviceManager::GetInstance().device("ap");
+  EXPECT_THAT(ReadScan("ap", *device).entries.at(0).record.seen_by, ElementsAre(Pair("ap", "")));
+  const SSIDConfigurations configurations{{"Office@r", {.name = "Office"}}};
+  EXPECT_EQ(ReadSSIDs("ap", *device, configurations).at(0).attributes.device_mac, "ap");
 }
 
 TEST(NetworkCollect, LeavesOutAnAccessPointOfWhichNothingIsKnown) {

@@ -164,9 +164,10 @@ std::vector<test::DeviceReading> Readings() {
   std::vector<test::DeviceReading> readings;
   for (const std::string& mac : DeviceManager::GetInstance().GetOnlineManagedDevices(true)) {
     const auto device = DeviceManager::GetInstance().device(mac);
-    readings.push_back({mac, device->basic_info().hostname, device->neighboring_ap_tbl(),
-                        vexora_probe::monitor::ReadScan(*device),
-                        vexora_probe::monitor::ReadSSIDs(*device, vexora_probe::monitor::ReadConfigurations(mac))});
+    readings.push_back(
+        {mac, device->basic_info().hostname, device->neighboring_ap_tbl(),
+         vexora_probe::monitor::ReadScan(mac, *device),
+         vexora_probe::monitor::ReadSSIDs(mac, *device, vexora_probe::monitor::ReadConfigurations(mac))});
   }
   return readings;
 }

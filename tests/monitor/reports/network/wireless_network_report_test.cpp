@@ -329,6 +329,14 @@ TEST_F(NetworkReportTest, LeavesOutDevicesThatAreUnknownHaveNoDriverNoWirelessSi
   EXPECT_TRUE(Today()["wireless_access_points"].contains("AA:AA:AA:AA:AA:05"));
 }
 
+TEST_F(NetworkReportTest, NamesADeviceWithoutBasicInformationInTheLogByTheMacOfTheList) {
+  Office(kAp, 1).WithoutBasicInfo();
+  const test::LogCapture log;
+  Sample();
+  EXPECT_THAT(log.Texts(Level::kError),
+              ElementsAre("[WirelessNetworkReport::CollectOneSSID] Device: AA:AA:AA:AA:AA:01, SSID config is empty."));
+}
+
 TEST_F(NetworkReportTest, TakesACountBelowZeroForNobody) {
   Office(kAp, 2).CountedBy("wifi1", -1);
   Sample();
