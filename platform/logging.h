@@ -27,3 +27,9 @@ __attribute__((format(printf, 2, 3))) void pel_log_info(int module, const char* 
 
 /// Writes a line at level error: what somebody should look at.
 __attribute__((format(printf, 2, 3))) void pel_log_error(int module, const char* format, ...);
+
+/// Whether debug lines are written at present: before work that serves nothing but them, the plug-in asks.
+///
+/// A host may leave this one function out; the plug-in then takes it that they are, and does that work in every pass.
+/// The answer may change at any time.
+__attribute__((weak)) bool pel_log_is_debug_enabled();

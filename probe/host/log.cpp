@@ -153,3 +153,7 @@ void pel_log_error(int module, const char* format, ...) {
   probe::log::Write(Level::kError, module, format, arguments);
   va_end(arguments);
 }
+
+bool pel_log_is_debug_enabled() {
+  return probe::log::IsWanted(probe::log::Level::kDebug);
+}

@@ -53,6 +53,13 @@ TEST(Log, HoldsLinesOfAnyLength) {
   EXPECT_THAT(log.Texts(Level::kInfo), ElementsAre(text));
 }
 
+TEST(Log, TellsWhetherDebugLinesAreWritten) {
+  const LogCapture log;
+  EXPECT_TRUE(pel_log_is_debug_enabled());
+  probe::log::SetLevel(Level::kInfo);
+  EXPECT_FALSE(pel_log_is_debug_enabled());
+}
+
 TEST(Log, GoesToStandardErrorByDefault) {
   ::testing::internal::CaptureStderr();
   pel_log_info(2, "hello");
