@@ -107,6 +107,19 @@ class Device {
 
   /// The host's overall judgement of the device.
   virtual vexora_probe::models::controller::HealthState health_state() const = 0;
+
+  /// What `get_ssid_interfaces_state` gives, as a record that is shared instead of copied; never null.
+  ///
+  /// A host whose readings are records that never change overrides it, and saves four copies of every client in each
+  /// pass. The plug-in asks for the reading in this way only; what stands here copies.
+  ///
+  /// Owner: shared with the caller, who keeps it for no longer than one question.
+  virtual std::shared_ptr<const vexora_probe::models::controller::SSIDInterfaceStates> shared_ssid_interfaces_state()
+      const {
+    auto states = std::make_shared<vexora_probe::models::controller::SSIDInterfaceStates>();
+    get_ssid_interfaces_state(*states);
+    return states;
+  }
 };
 
 /// The register of all devices. One for the process; the host derives from it.

@@ -84,6 +84,9 @@ struct SSIDIfState {
   std::list<AssocClientState> clients;          ///< The clients, in the device's order.
 };
 
+/// SSID interface name -> its state. One reading of a device.
+using SSIDInterfaceStates = std::map<std::string, SSIDIfState>;
+
 /// One radio of a device.
 struct RadioIfState {
   WIFIBandType band = WIFIBandType::kUnknown;  ///< The band that it works in.

@@ -27,10 +27,9 @@ std::int32_t CountRogues(const std::string& mac, const std::list<records::Neighb
 
 /// The clients on all SSID interfaces. `SSIDIfState::client_count`, the number that the device tells, may differ.
 std::int32_t CountClients(const Device& device) {
-  std::map<std::string, records::SSIDIfState> interfaces;
-  device.get_ssid_interfaces_state(interfaces);
   std::size_t clients = 0;
-  for (const auto& [name, state] : interfaces) clients += state.clients.size();
+  const auto interfaces = device.shared_ssid_interfaces_state();
+  for (const auto& [name, state] : *interfaces) clients += state.clients.size();
   return static_cast<std::int32_t>(clients);
 }
 

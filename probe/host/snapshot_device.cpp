@@ -38,6 +38,10 @@ void SnapshotDevice::get_ssid_interfaces_state(std::map<std::string, records::SS
   states = snapshot_->ssid_interfaces;
 }
 
+std::shared_ptr<const records::SSIDInterfaceStates> SnapshotDevice::shared_ssid_interfaces_state() const {
+  return {snapshot_, &snapshot_->ssid_interfaces};  // a part of the snapshot, which it keeps alive
+}
+
 void SnapshotDevice::get_radio_interfaces_state(std::map<std::string, records::RadioIfState>& states) const {
   states = snapshot_->radios;
 }

@@ -32,6 +32,8 @@ class SnapshotDevice final : public Device {
   vexora_probe::models::controller::HwResources hw_resources() const override;
   vexora_probe::models::controller::DeviceClock clock() const override;
   vexora_probe::models::controller::HealthState health_state() const override;
+  std::shared_ptr<const vexora_probe::models::controller::SSIDInterfaceStates> shared_ssid_interfaces_state()
+      const override;
 
  private:
   std::shared_ptr<const DeviceSnapshot> snapshot_;

@@ -68,15 +68,14 @@ std::vector<Sighting> ReadClients(const std::string& mac) {
   if (device == nullptr) return {};
   const records::DeviceType type = device->basic_info().type;
   const PortalUsers users = device->portal_state();
-  std::map<std::string, records::SSIDIfState> networks;
-  device->get_ssid_interfaces_state(networks);
+  const auto networks = device->shared_ssid_interfaces_state();
   Radios radios;
   device->get_radio_interfaces_state(radios);
-  if (networks.empty() || radios.empty()) return {};
+  if (networks->empty() || radios.empty()) return {};
   const SSIDConfigurations configurations = ConfigurationsOf(mac, type);
   if (configurations.empty()) return {};
   std::vector<Sighting> clients;
-  for (const auto& [interface, network] : networks) {
+  for (const auto& [interface, network] : *networks) {
     const auto* configuration = ConfigurationFor(configurations, network.ssid, network.radio);
     // Before the clients are looked at: a network without configuration is logged even when nobody is on it.
     if (configuration == nullptr) {
