@@ -33,7 +33,7 @@ constexpr int kWeeks = monitoring::kMaxReportWeeks;
 class WatchedNetwork {
  public:
   explicit WatchedNetwork(std::int64_t clients) : clients_(static_cast<int>(clients)) {
-    setenv("TZ", "UTC", 1);
+    setenv("TZ", "UTC", 1);  // NOLINT(concurrency-mt-unsafe): before any thread
     tzset();
     probe::DeviceCentre::Instance().Clear();
     Describe();

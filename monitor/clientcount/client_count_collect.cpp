@@ -1,17 +1,15 @@
 #include "monitor/clientcount/client_count_collect.h"
 
-#include <map>
-#include <string>
-#include <utility>
-
 namespace monitoring::clientcount {
 
-InterfaceClients ReadClients(const Device& device) {
-  std::map<std::string, vexora_probe::models::controller::SSIDIfState> states;
-  device.get_ssid_interfaces_state(states);
-  InterfaceClients clients;
-  for (auto& [interface, state] : states) clients[interface][state.ssid] = std::move(state.clients);
-  return clients;
+std::vector<InterfaceClients> ReadClients(const Device& device) {
+  const auto states = device.shared_ssid_interfaces_state();
+  std::vector<InterfaceClients> interfaces;
+  interfaces.reserve(states->size());
+  for (const auto& [interface, state] : *states) {
+    interfaces.push_back({.interface = interface, .ssid = state.ssid, .clients = state.clients.size()});
+  }
+  return interfaces;
 }
 
 }  // namespace monitoring::clientcount

@@ -9,7 +9,7 @@ namespace monitoring::clientcount {
 namespace {
 
 void DropOldestBeyondCap(Series& series) {
-  if (series.size() > kMaxSamples) series.erase(series.begin());
+  if (series.size() > kMaxSamples) series.DropOldest();
 }
 
 }  // namespace
@@ -20,10 +20,7 @@ void SetSample(Series& series, int minute, int count) {
 }
 
 std::size_t DropFutureSamples(Series& series, int now) {
-  const auto future = series.upper_bound(now);
-  const auto dropped = static_cast<std::size_t>(std::distance(future, series.end()));
-  series.erase(future, series.end());
-  return dropped;
+  return series.DropAfter(now);
 }
 
 int NewestMinute(const Series& series) {
@@ -46,21 +43,42 @@ bool IsDue(const Series& series, const Series& longer, int count, int minutes) {
   return series.size() >= static_cast<std::size_t>(count) && since >= minutes;
 }
 
-std::int32_t Sum(const CurrentCounts::mapped_type& counts) {
+std::int32_t Sum(const CountsOfDevice& counts) {
   std::int32_t sum = 0;
-  for (const auto& [id, current] : counts) sum += current.count;
+  for (const auto& [ssid, current] : counts) sum += current.count;
   return sum;
 }
 
-CountById CountBySsid(const CurrentCounts& counts, const std::string& mac) {
+CountById CountByDevice(const Pairs& pairs) {
+  CountById count_by_device;
+  for (const auto& [mac, counts] : pairs) {
+    const std::int32_t clients = Sum(counts);
+    if (clients != 0) count_by_device.emplace_hint(count_by_device.end(), mac, clients);
+  }
+  return count_by_device;
+}
+
+CountById CountBySsid(const Pairs& pairs, const std::string& mac) {
   CountById count_by_ssid;
-  for (const auto& [ssid, devices] : counts) {
-    if (ssid.empty()) continue;
-    const auto device = devices.find(mac);
-    const std::int32_t on_device = device == devices.end() ? 0 : device->second.count;
-    count_by_ssid[ssid] = mac.empty() ? Sum(devices) : on_device;
+  for (const auto& [device, counts] : pairs) {
+    const bool is_wanted = mac.empty() || device == mac;
+    for (const auto& [ssid, current] : counts) {
+      if (current.count != 0) count_by_ssid[ssid] += is_wanted ? current.count : 0;
+    }
   }
   return count_by_ssid;
+}
+
+CurrentCounts Current(const Pairs& pairs, const std::string& mac) {
+  CurrentCounts current;
+  const auto first = mac.empty() ? pairs.begin() : pairs.find(mac);
+  const auto last = mac.empty() || first == pairs.end() ? pairs.end() : std::next(first);
+  for (auto device = first; device != last; ++device) {
+    CountsOfDevice counts = device->second;
+    std::erase_if(counts, [](const auto& pair) { return pair.second.count == 0; });
+    if (!counts.empty()) current.emplace_hint(current.end(), device->first, std::move(counts));
+  }
+  return current;
 }
 
 void AddTo(Totals& totals, const Series& series) {

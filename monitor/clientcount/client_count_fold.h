@@ -2,6 +2,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <map>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -29,11 +31,18 @@ int Peak(const std::vector<std::pair<int, int>>& samples);
 /// least `minutes` later than the newest one of the same id in the longer view.
 bool IsDue(const Series& series, const Series& longer, int count, int minutes);
 
-/// All counts of one device or SSID.
-std::int32_t Sum(const CurrentCounts::mapped_type& counts);
+/// The clients on all SSIDs of one device.
+std::int32_t Sum(const CountsOfDevice& counts);
 
-/// SSID -> its clients, on all devices or, when `mac` is not empty, on that one; the empty SSID is left out.
-CountById CountBySsid(const CurrentCounts& counts, const std::string& mac);
+/// Device MAC -> its clients; a device without any is left out.
+CountById CountByDevice(const Pairs& pairs);
+
+/// SSID -> its clients on all devices or, when `mac` is not empty, on that one; an SSID without clients on any device
+/// is left out.
+CountById CountBySsid(const Pairs& pairs, const std::string& mac);
+
+/// The pairs that have clients, of one device or, when `mac` is empty, of all.
+CurrentCounts Current(const Pairs& pairs, const std::string& mac);
 
 /// Adds a series to totals, minute by minute, which keep their `kMaxSamples` latest minutes.
 void AddTo(Totals& totals, const Series& series);

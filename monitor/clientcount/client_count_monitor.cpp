@@ -1,14 +1,17 @@
 #include "monitor/clientcount/client_count_monitor.h"
 
 #include <array>
+#include <memory>
 #include <utility>
 
 #include "monitor/clientcount/client_count_collect.h"
 #include "monitor/clientcount/client_count_fold.h"
 #include "monitor/clientcount/client_count_show.h"
+#include "monitor/engine/ascending_lookup.h"
 #include "monitor/engine/boundary.h"
 #include "monitor/engine/constants.h"
 #include "monitor/engine/credential_members.h"
+#include "monitor/engine/debug_log.h"
 #include "monitor/engine/devices.h"
 #include "monitor/engine/filter.h"
 #include "monitor/engine/json_keys.h"
@@ -32,12 +35,6 @@ constexpr std::array<const char*, 2> kTopics{monitoring::kSsidClientCountMonitor
 constexpr const char* kAllIds = "";
 constexpr const char* kDeviceClientMsgSignature =
     "void ClientCountMonitor::GenerateDeviceClientMsg(json_object*, const Filter*, timeval&)";
-
-/// Drops entries that hold nothing.
-template <typename Nested>
-void DropEmpty(Nested& outer) {
-  std::erase_if(outer, [](const auto& entry) { return entry.second.empty(); });
-}
 
 /// The entry of `id`, or all for an empty text.
 template <typename ById>
@@ -64,48 +61,45 @@ int ClientCountMonitor::CurrentMinute() const {
 }
 
 void ClientCountMonitor::CollectData() {
-  const auto macs = DeviceManager::GetInstance().GetOnlineManagedDevices(true);
-  for (const std::string& mac : macs) {
-    if (monitoring::WirelessDevice(mac) != nullptr) ResetCounts(mac);
+  std::vector<std::pair<std::string, std::shared_ptr<Device>>> devices;
+  for (const std::string& mac : DeviceManager::GetInstance().GetOnlineManagedDevices(true)) {
+    if (auto device = monitoring::WirelessDevice(mac)) devices.emplace_back(mac, std::move(device));
   }
-  {
-    const lock_guard_write held(counts_lock);  // a clean-up on another thread may be at the same map
-    DropEmpty(ssid_current_clients);
-  }
-  for (const std::string& mac : macs) {
-    const auto device = monitoring::WirelessDevice(mac);
-    if (device != nullptr) ConvertDriverStruct(mac, clientcount::ReadClients(*device));
-  }
+  // All are set to 0 before the first is counted, so that one device after the other can add to an SSID's count.
+  for (const auto& [mac, device] : devices) ResetCounts(mac);
+  for (const auto& [mac, device] : devices) ConvertDriverStruct(mac, clientcount::ReadClients(*device));
 }
 
 void ClientCountMonitor::ResetCounts(const std::string& mac) {
   const lock_guard_write held(counts_lock);
-  const auto device = device_current_clients.find(mac);
-  if (device == device_current_clients.end()) return;
-  // Both maps hold the same pairs, so only these SSIDs can have counts of the device.
-  for (const auto& [ssid, count] : device->second) ssid_current_clients[ssid].erase(mac);
-  device_current_clients.erase(device);
+  const auto device = mac_ssid_map.find(mac);
+  if (device == mac_ssid_map.end()) return;
+  for (auto& [ssid, current] : device->second) current.count = 0;
 }
 
-void ClientCountMonitor::ConvertDriverStruct(const std::string& mac, const clientcount::InterfaceClients& interfaces) {
-  for (const auto& [interface, ssids] : interfaces) {
+void ClientCountMonitor::ConvertDriverStruct(const std::string& mac,
+                                             const std::vector<clientcount::InterfaceClients>& interfaces) {
+  for (const auto& [interface, ssid, clients] : interfaces) {
     pel_log_debug(log_module::kMonitor, "[ClientCountMonitor::ConvertDriverStruct] Interface name:%s",
                   interface.c_str());
-    for (const auto& [ssid, clients] : ssids) {
-      pel_log_debug(log_module::kMonitor,
-                    "[ClientCountMonitor::ConvertDriverStruct] mac: %s, ssid name:%s, client count: %d", mac.c_str(),
-                    ssid.c_str(), static_cast<int>(clients.size()));
-      const lock_guard_write held(counts_lock);
-      for (std::size_t client = 0; client < clients.size(); ++client) AddClient(mac, ssid);
-    }
+    pel_log_debug(log_module::kMonitor,
+                  "[ClientCountMonitor::ConvertDriverStruct] mac: %s, ssid name:%s, client count: %d", mac.c_str(),
+                  ssid.c_str(), static_cast<int>(clients));
+    if (clients == 0) continue;  // no pair: an SSID on which nobody ever was is not shown
+    const lock_guard_write held(counts_lock);
+    AddClient(mac, ssid, static_cast<int>(clients));
   }
 }
 
-void ClientCountMonitor::AddClient(const std::string& mac, const std::string& ssid) {
-  ++device_current_clients[mac][ssid].count;
-  ++ssid_current_clients[ssid][mac].count;
-  mac_ssid_map[mac].try_emplace(ssid);
-  ssid_mac_map[ssid].try_emplace(mac);
+void ClientCountMonitor::AddClient(const std::string& mac, const std::string& ssid, int clients) {
+  auto& ssids = mac_ssid_map[mac];
+  auto pair = ssids.find(ssid);
+  if (pair == ssids.end()) {
+    std::size_t& carriers = ssid_carriers[ssid];  // first, so that a shortage of memory leaves no pair uncounted
+    pair = ssids.try_emplace(ssid).first;
+    ++carriers;
+  }
+  pair->second.count += clients;
 }
 
 void ClientCountMonitor::DataMerge() {
@@ -125,20 +119,27 @@ void ClientCountMonitor::PaddedZeroCount() {
 }
 
 void ClientCountMonitor::PaddedZeroCountForDifferentView(SeriesById& series_by_id) const {
-  for (auto& [id, series] : series_by_id) clientcount::SetSample(series, CurrentMinute(), 0);
+  const int minute = CurrentMinute();
+  for (auto& [id, series] : series_by_id) clientcount::SetSample(series, minute, 0);
 }
 
 void ClientCountMonitor::MergeCurrentCount() {
   const lock_guard_write held(counts_lock);
-  MergeView(device_current_clients, device_client_counts);
-  MergeView(ssid_current_clients, ssid_client_counts);
+  MergeView(clientcount::CountByDevice(mac_ssid_map), device_client_counts);
+  MergeView(clientcount::CountBySsid(mac_ssid_map, kAllIds), ssid_client_counts);
   pel_log_debug(log_module::kMonitor, "[ClientCountMonitor::MergeCurrentCount] debug");
 }
 
-void ClientCountMonitor::MergeView(const CurrentCounts& current, Views& view) const {
+void ClientCountMonitor::MergeView(const CountById& current, Views& view) const {
   SeriesById& minutes = view[monitoring::kView1m];
   // No cap here: a series that is not new got a sample of this minute, and lost its oldest, when it was padded.
-  for (const auto& [id, counts] : current) minutes[id][CurrentMinute()] = clientcount::Sum(counts);
+  const int minute = CurrentMinute();
+  auto place = minutes.begin();  // a hint: mostly the ids of both maps are the same
+  for (const auto& [id, clients] : current) {
+    place = minutes.try_emplace(place, id);
+    place->second[minute] = clients;
+    ++place;
+  }
 }
 
 void ClientCountMonitor::MergeDataForInterval() {
@@ -159,7 +160,8 @@ void ClientCountMonitor::MergeCountDifferentInterval(Views& view, const std::str
                                                      int count, int minutes) const {
   SeriesById& from = view[source];
   SeriesById& to = view[target];
-  for (auto& [id, series] : from) RemoveBadTimeSample(CurrentMinute(), series);
+  const int minute = CurrentMinute();
+  for (auto& [id, series] : from) RemoveBadTimeSample(minute, series);
   CalculateAverage(from, count, to, minutes);
 }
 
@@ -180,9 +182,10 @@ void ClientCountMonitor::CalculateAverage(const SeriesById& source, int rank, Se
 
 bool ClientCountMonitor::IsMergeDue(const SeriesById& source, const SeriesById& target, int rank, int merge_minutes) {
   static const Series none;
+  monitoring::AscendingLookup in_target(target);
   for (const auto& [id, series] : source) {
-    const auto found = target.find(id);
-    const Series& longer = found == target.end() ? none : found->second;
+    const Series* found = in_target.Find(id);
+    const Series& longer = found == nullptr ? none : *found;
     if (!series.empty()) {
       pel_log_debug(log_module::kMonitor,
                     "[ClientCountMonitor::CalculateAverage] rank: %d, merge_minutes: %d, "
@@ -255,8 +258,9 @@ void ClientCountMonitor::GenerateSSIDClientMsg(const JsonTree& body, const Filte
   {  // copies, so that a pass does not wait until the message is built
     const lock_guard_read held(counts_lock);
     view = SeriesOf(ssid_client_counts, IntervalOf(filter, monitoring::kClientCountDefaultView), kAllIds);
-    current = clientcount::CountBySsid(ssid_current_clients, filter.mac);
+    current = clientcount::CountBySsid(mac_ssid_map, filter.mac);
   }
+  current.erase("");
   clientcount::Totals totals;
   JsonTree ssids = monitoring::NewObject();
   for (const auto& [ssid, series] : view) {
@@ -271,11 +275,11 @@ void ClientCountMonitor::GenerateSSIDClientMsg(const JsonTree& body, const Filte
 
 void ClientCountMonitor::GenerateDeviceClientMsg(const JsonTree& body, const Filter& filter) const {
   SeriesById view;
-  CurrentCounts current;
+  clientcount::CurrentCounts current;
   {
     const lock_guard_read held(counts_lock);
     view = SeriesOf(device_client_counts, IntervalOf(filter, monitoring::kClientCountDefaultView), filter.mac);
-    current = OnlyOf(device_current_clients, filter.mac);
+    current = clientcount::Current(mac_ssid_map, filter.mac);
   }
   clientcount::Totals totals;
   JsonTree devices = monitoring::NewObject();
@@ -301,30 +305,38 @@ void ClientCountMonitor::Cleanup(const std::string& mac) {
   }
   pel_log_debug(log_module::kMonitor, "[ClientCountMonitor::Cleanup] mac : %s", mac.c_str());
   const lock_guard_write held(counts_lock);
-  device_current_clients.erase(mac);
-  for (auto& [ssid, devices] : ssid_current_clients) devices.erase(mac);
-  DropEmpty(ssid_current_clients);
   // The longer views keep their series: what was counted in the last month stays true.
   const auto minutes = device_client_counts.find(monitoring::kView1m);
   if (minutes != device_client_counts.end()) minutes->second.erase(mac);
   CleanupSsids(mac);
-  DropEmpty(ssid_mac_map);
   mac_ssid_map.erase(mac);
 }
 
 void ClientCountMonitor::CleanupSsids(const std::string& mac) {
+  const auto device = mac_ssid_map.find(mac);
+  if (device != mac_ssid_map.end()) {
+    for (const auto& [ssid, unused] : device->second) --ssid_carriers.at(ssid);
+  }
+  if (monitoring::IsDebugLogged()) LogCarriers(mac);
+  if (device == mac_ssid_map.end()) return;
   const auto minutes = ssid_client_counts.find(monitoring::kView1m);
-  // Over all devices, not only the SSIDs of this one: each pair is a line in the log.
+  for (const auto& [ssid, unused] : device->second) {
+    const auto carriers = ssid_carriers.find(ssid);
+    if (carriers->second != 0) continue;
+    ssid_carriers.erase(carriers);
+    if (minutes != ssid_client_counts.end()) minutes->second.erase(ssid);
+  }
+}
+
+void ClientCountMonitor::LogCarriers(const std::string& mac) const {
   for (const auto& [device, ssids] : mac_ssid_map) {
     for (const auto& [ssid, unused] : ssids) {
-      auto& carriers = ssid_mac_map[ssid];
-      carriers.erase(mac);
+      const std::size_t carriers = ssid_carriers.at(ssid);
       pel_log_debug(log_module::kMonitor, "[ClientCountMonitor::Cleanup] ssid_mac_map size: %d",
-                    static_cast<int>(carriers.size()));
-      if (!carriers.empty()) continue;
+                    static_cast<int>(carriers));
+      if (carriers != 0) continue;
       pel_log_debug(log_module::kMonitor, "[ClientCountMonitor::Cleanup] Mac: %s, ssid: %s can be cleaned", mac.c_str(),
                     ssid.c_str());
-      if (minutes != ssid_client_counts.end()) minutes->second.erase(ssid);
     }
   }
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -26,7 +28,8 @@ class ClientCountMonitor final : public Monitor {
   void CollectData() override VEXORA_EXCLUDES(counts_lock);
 
   /// Adds the clients of one device to its counts.
-  void ConvertDriverStruct(const std::string& mac, const monitoring::clientcount::InterfaceClients& interfaces)
+  void ConvertDriverStruct(const std::string& mac,
+                           const std::vector<monitoring::clientcount::InterfaceClients>& interfaces)
       VEXORA_EXCLUDES(counts_lock);
 
   /// Writes the counts into the "1m" view and builds the longer views.
@@ -54,7 +57,7 @@ class ClientCountMonitor final : public Monitor {
   void Cleanup(const std::string& mac) override VEXORA_EXCLUDES(counts_lock);
 
  private:
-  using CurrentCounts = monitoring::clientcount::CurrentCounts;
+  using CountById = monitoring::clientcount::CountById;
   using Pairs = monitoring::clientcount::Pairs;
   using Series = monitoring::clientcount::Series;
   using SeriesById = monitoring::clientcount::SeriesById;
@@ -63,10 +66,10 @@ class ClientCountMonitor final : public Monitor {
   /// Minutes since the epoch at this pass: the key of its samples.
   int CurrentMinute() const;
 
-  /// Drops the present counts of a device.
+  /// Sets the present counts of a device to 0.
   void ResetCounts(const std::string& mac) VEXORA_EXCLUDES(counts_lock);
-  /// Counts one client.
-  void AddClient(const std::string& mac, const std::string& ssid) VEXORA_REQUIRES(counts_lock);
+  /// Counts so many clients more of one SSID on one device.
+  void AddClient(const std::string& mac, const std::string& ssid, int clients) VEXORA_REQUIRES(counts_lock);
 
   /// Gives every series of both "1m" views a sample of 0.
   void PaddedZeroCount() VEXORA_EXCLUDES(counts_lock);
@@ -75,7 +78,7 @@ class ClientCountMonitor final : public Monitor {
   /// Writes the present counts into both "1m" views.
   void MergeCurrentCount() VEXORA_EXCLUDES(counts_lock);
   /// The same for one of them.
-  void MergeView(const CurrentCounts& current, Views& view) const VEXORA_REQUIRES(counts_lock);
+  void MergeView(const CountById& current, Views& view) const VEXORA_REQUIRES(counts_lock);
 
   /// `MergeDifferentInterval` for the views by SSID or for those by device.
   void MergeCountDifferentInterval(Views& view, const std::string& source, const std::string& target, int count,
@@ -103,14 +106,15 @@ class ClientCountMonitor final : public Monitor {
   void GenerateDeviceClientMsg(const monitoring::JsonTree& body, const Filter& filter) const
       VEXORA_EXCLUDES(counts_lock);
 
-  /// Takes a device from every SSID, and drops the minutes of SSIDs that no device carries then.
+  /// Takes a device from the carriers of its SSIDs, and drops the minutes of those that no device carries then.
   void CleanupSsids(const std::string& mac) VEXORA_REQUIRES(counts_lock);
+  /// Writes the debug lines of the above: one for each pair of all devices.
+  void LogCarriers(const std::string& mac) const VEXORA_REQUIRES_SHARED(counts_lock);
 
-  Views ssid_client_counts VEXORA_GUARDED_BY(counts_lock);              // view -> SSID -> series
-  Views device_client_counts VEXORA_GUARDED_BY(counts_lock);            // view -> device MAC -> series
-  CurrentCounts device_current_clients VEXORA_GUARDED_BY(counts_lock);  // device first
-  CurrentCounts ssid_current_clients VEXORA_GUARDED_BY(counts_lock);    // the same, SSID first
-  Pairs mac_ssid_map VEXORA_GUARDED_BY(counts_lock);                    // device first
-  Pairs ssid_mac_map VEXORA_GUARDED_BY(counts_lock);                    // the same, SSID first
+  Views ssid_client_counts VEXORA_GUARDED_BY(counts_lock);    // view -> SSID -> series
+  Views device_client_counts VEXORA_GUARDED_BY(counts_lock);  // view -> device MAC -> series
+  // Counts by SSID are summed up from it when they are needed.
+  Pairs mac_ssid_map VEXORA_GUARDED_BY(counts_lock);
+  std::map<std::string, std::size_t> ssid_carriers VEXORA_GUARDED_BY(counts_lock);  // SSID -> its pairs in mac_ssid_map
   mutable utilities::lock::RwLock counts_lock;
 };

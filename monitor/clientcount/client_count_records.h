@@ -1,11 +1,11 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
-#include <list>
 #include <map>
 #include <string>
 
-#include "platform/device_records.h"
+#include "monitor/clientcount/count_series.h"
 
 namespace monitoring {
 
@@ -17,23 +17,28 @@ struct clientCountStruct {
 
 namespace clientcount {
 
-/// Minute since the epoch -> number of clients. Of a device or of an SSID.
-using Series = std::map<int, int>;
-
+using Series = CountSeries;
 using SeriesById = std::map<std::string, Series>;  // device MAC or SSID -> its series
 using Views = std::map<std::string, SeriesById>;   // view -> series
 using Totals = Series;                             // several series, summed minute by minute
 using CountById = std::map<std::string, std::int32_t>;
 
-/// Counts of the latest collection: device MAC -> SSID, or SSID -> device MAC.
-using CurrentCounts = std::map<std::string, std::map<std::string, clientCountStruct>>;
+/// SSID -> its clients on one device.
+using CountsOfDevice = std::map<std::string, clientCountStruct>;
 
-/// Every pair of device and SSID that was ever counted, as one map inside the other; the text is always empty.
-using Pairs = std::map<std::string, std::map<std::string, std::string>>;
+/// Device MAC -> SSID -> its clients at the latest collection, for every pair that ever had one; 0 for a pair that has
+/// none at present.
+using Pairs = std::map<std::string, CountsOfDevice>;
 
-/// Interface name -> (SSID -> the clients associated). Of one device.
-using InterfaceClients =
-    std::map<std::string, std::map<std::string, std::list<vexora_probe::models::controller::AssocClientState>>>;
+/// Device MAC -> SSID -> its clients at the latest collection, without pairs that have none.
+using CurrentCounts = std::map<std::string, CountsOfDevice>;
+
+/// One SSID interface of a device.
+struct InterfaceClients {
+  std::string interface;    ///< Its name.
+  std::string ssid;         ///< The SSID that it carries.
+  std::size_t clients = 0;  ///< The clients associated.
+};
 
 }  // namespace clientcount
 }  // namespace monitoring

@@ -182,10 +182,10 @@ TEST_F(ClientCountCollect, LogsEveryInterfaceAndItsSsid) {
               ElementsAre("[ClientCountMonitor::MergeCurrentCount] debug"));
 }
 
-TEST_F(ClientCountCollect, AddsTheClientsOfAnInterfaceThatCarriesSeveralSsids) {
-  const vexora_probe::models::controller::AssocClientState client;
-  monitor.ConvertDriverStruct(
-      kLobby, {{"wlan0", {{"Guest", {client}}, {"Office", {client, client}}}}, {"wlan1", {{"Office", {client}}}}});
+TEST_F(ClientCountCollect, AddsTheClientsOfAllInterfacesThatCarryAnSsid) {
+  monitor.ConvertDriverStruct(kLobby, {{.interface = "wlan0", .ssid = "Guest", .clients = 1},
+                                       {.interface = "wlan1", .ssid = "Office", .clients = 2},
+                                       {.interface = "wlan2", .ssid = "Office", .clients = 1}});
   EXPECT_EQ(Now(kLobby), (::Now{{"Guest", 1}, {"Office", 3}}));
 }
 

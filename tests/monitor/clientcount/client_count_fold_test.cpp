@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <string>
+#include <vector>
 
 namespace {
 
@@ -39,7 +41,7 @@ TEST(ClientCountFoldSeries, TakesASampleInPlaceOfThatOfTheSameMinute) {
   Series series = Minutes(1, 30, 1);
   SetSample(series, 30, 7);
   EXPECT_EQ(series.size(), 30U);
-  EXPECT_EQ(series.at(30), 7);
+  EXPECT_EQ(series[30], 7);
 }
 
 TEST(ClientCountFoldSeries, DropsSamplesOfTheFuture) {
@@ -119,12 +121,43 @@ TEST(ClientCountFoldSeries, TellsOfNoClientsWithThirtyZeroes) {
   EXPECT_TRUE(HasFewZeroes(series));
 }
 
-TEST(ClientCountFoldCurrent, IsTheSumOverDevicesOrThatOfOne) {
-  const CurrentCounts by_ssid{
-      {"", {{"A", {1, 0}}}}, {"Guest", {{"B", {4, 0}}}}, {"Office", {{"A", {2, 0}}, {"B", {3, 0}}}}};
-  EXPECT_EQ(Sum(by_ssid.at("Office")), 5);
-  EXPECT_EQ(CountBySsid(by_ssid, ""), (CountById{{"Guest", 4}, {"Office", 5}}));
-  EXPECT_EQ(CountBySsid(by_ssid, "A"), (CountById{{"Guest", 0}, {"Office", 2}}));
+class ClientCountFoldPairs : public ::testing::Test {
+ protected:
+  // "Lab" has no clients at present, and neither has the attic.
+  const Pairs pairs{{"attic", {{"Guest", {0, 0}}}},
+                    {"hall", {{"", {1, 0}}, {"Lab", {0, 0}}, {"Office", {2, 0}}}},
+                    {"lobby", {{"Guest", {4, 0}}, {"Office", {3, 0}}}}};
+};
+
+TEST_F(ClientCountFoldPairs, SumUpToTheClientsOfADevice) {
+  EXPECT_EQ(CountByDevice(pairs), (CountById{{"hall", 3}, {"lobby", 7}}));
+}
+
+TEST_F(ClientCountFoldPairs, SumUpToTheClientsOfAnSsidOnAllDevicesOrOnOne) {
+  EXPECT_EQ(CountBySsid(pairs, ""), (CountById{{"", 1}, {"Guest", 4}, {"Office", 5}}));
+  EXPECT_EQ(CountBySsid(pairs, "hall"), (CountById{{"", 1}, {"Guest", 0}, {"Office", 2}}));
+  EXPECT_EQ(CountBySsid(pairs, "unknown"), (CountById{{"", 0}, {"Guest", 0}, {"Office", 0}}));
+}
+
+TEST_F(ClientCountFoldPairs, AreCurrentWhenTheyHaveClients) {
+  const auto ssids = [this](const std::string& mac) {
+    std::vector<std::string> found;
+    for (const auto& [device, counts] : Current(pairs, mac)) {
+      for (const auto& [ssid, count] : counts) found.push_back(device + "/" + ssid);
+    }
+    return found;
+  };
+  EXPECT_THAT(ssids(""), ElementsAre("hall/", "hall/Office", "lobby/Guest", "lobby/Office"));
+  EXPECT_THAT(ssids("lobby"), ElementsAre("lobby/Guest", "lobby/Office"));
+  EXPECT_THAT(ssids("attic"), IsEmpty());
+  EXPECT_THAT(ssids("unknown"), IsEmpty());
+}
+
+TEST(ClientCountFoldSeries, HasOneSampleAMinuteInOrderWhateverTheOrderTheyComeIn) {
+  Series series{{5, 1}, {3, 2}, {4, 3}, {5, 4}};
+  series[1] = 9;
+  EXPECT_EQ(series, (Series{{1, 9}, {3, 2}, {4, 3}, {5, 4}}));
+  EXPECT_THAT(series, ElementsAre(Pair(1, 9), Pair(3, 2), Pair(4, 3), Pair(5, 4)));
 }
 
 }  // namespace
