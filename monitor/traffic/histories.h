@@ -4,9 +4,13 @@
 #include <ctime>
 #include <string>
 
+#include "monitor/traffic/traffic_collect.h"
 #include "monitor/traffic/traffic_records.h"
 
 namespace monitoring::traffic {
+
+/// Appends an interface's first sample to a history of the "1m" view, whatever its length: see `kMaxSamples`.
+void AppendFirst(History& history, const Traffic& sample);
 
 /// Appends a sample to a history of the "1m" view, and drops the oldest when there are then more than `kMaxSamples`.
 void AppendMinute(History& history, const Traffic& sample);
@@ -15,14 +19,22 @@ void AppendMinute(History& history, const Traffic& sample);
 /// a history needs after the clock was set back.
 std::size_t DropFutureSamples(History& history, time_t now);
 
-/// Moves the history of `old_name`, if there is one, to `new_name`, in place of what stood there. An empty history
-/// replaces nothing: an interface that had no SSID for a minute keeps the longer views of its display name.
-void RenameInterface(InterfaceHistories& histories, const std::string& old_name, const std::string& new_name);
+/// Moves every history of `old_name` that exists, also one without samples, to `new_name`, in place of what stood
+/// there. Histories of `new_name` in views where `old_name` has none stay.
+void RenameInterface(DeviceRecord& device, const std::string& old_name, const std::string& new_name);
 
-/// Appends to each history of `target` the mean of the newest `count` samples of its history in `source`, stamped
-/// `now`: for those that have so many samples, and whose newest one is at least `minutes` whole minutes of the clock
-/// later than the newest one of the target. A target without samples takes its first one as soon as there are enough;
-/// until then it is there, but empty.
-void AppendAverages(const DeviceHistories& source, int count, int minutes, time_t now, DeviceHistories& target);
+/// Makes a reading, which is sorted by name, the latest one of a device.
+///
+/// Interfaces that it lacks keep their histories and their ifIndex. Fails: with `std::bad_alloc`, and then the device
+/// keeps the reading before.
+void StoreReading(DeviceRecord& device, const Reading& reading);
+
+/// Makes the latest reading of a device, in the pass of `now`, the last one. Records without counters and histories go.
+void StoreAsLast(DeviceRecord& device, time_t now);
+
+/// Appends to `target` the mean of the newest `count` samples of `source`, stamped `now`: if there are so many, and if
+/// the newest one is at least `minutes` whole minutes of the clock later than the newest one of the target. A target
+/// without samples takes its first one as soon as there are enough.
+void AppendAverage(const History& source, int count, int minutes, time_t now, History& target);
 
 }  // namespace monitoring::traffic

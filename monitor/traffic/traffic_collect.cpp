@@ -1,5 +1,7 @@
 #include "monitor/traffic/traffic_collect.h"
 
+#include <algorithm>
+
 #include "platform/logging.h"
 #include "platform/utilities/text.h"
 
@@ -14,24 +16,50 @@ bool IsMeasured(const std::string& name, const records::InterfaceState* state) {
 
 }  // namespace
 
-Reading ReadInterfaces(const std::string& mac, const Device& device) {
-  Reading reading;
-  for (const auto& [name, state] : device.get_all_interfaces_state(reading.sampled_at)) {
-    if (!IsMeasured(name, state.get())) continue;
-    pel_log_debug(log_module::kMonitor, "[TrafficMonitor::Collectdata] device id: %s, interface name: %s, ifIndex: %d",
-                  mac.c_str(), name.c_str(), state->traffic->if_index);
-    reading.statistics.emplace(name, state->traffic);
-  }
-  return reading;
+MeasuredInterface& Reading::Append() {
+  if (size_ == interfaces_.size()) interfaces_.emplace_back();
+  return interfaces_[size_++];
 }
 
-AttributeInfo ReadAttributeInfo(const Device& device, const std::string& interface) {
-  AttributeInfo info{.interface_name = interface, .ssid = {}, .radio = -1};
+void Reading::SortByName() {
+  // The device's own names are sorted already and differ.
+  const auto is_greater = [](const MeasuredInterface& left, const MeasuredInterface& right) {
+    return left.name >= right.name;
+  };
+  if (std::adjacent_find(begin(), end(), is_greater) == end()) return;
+  std::stable_sort(begin(), end(), [](const MeasuredInterface& left, const MeasuredInterface& right) {
+    return left.name < right.name;
+  });
+  auto kept = begin();
+  for (auto next = kept + 1; next != end(); ++next) {
+    if (next->name != kept->name) ++kept;
+    if (next != kept) std::swap(*next, *kept);
+  }
+  size_ = static_cast<std::size_t>(kept - begin()) + 1;
+}
+
+void ReadInterfaces(const std::string& mac, const Device& device, Reading& reading) {
+  reading.Clear();
+  for (const auto& [name, state] : device.get_all_interfaces_state(reading.sampled_at)) {
+    if (!IsMeasured(name, state.get())) continue;
+    const records::TrafficStats& statistics = *state->traffic;
+    pel_log_debug(log_module::kMonitor, "[TrafficMonitor::Collectdata] device id: %s, interface name: %s, ifIndex: %d",
+                  mac.c_str(), name.c_str(), statistics.if_index);
+    MeasuredInterface& interface = reading.Append();
+    interface.own_name = name;
+    interface.counters = {.in = statistics.in_bytes, .out = statistics.out_bytes};
+    interface.if_index = statistics.if_index;
+  }
+}
+
+void ReadAttributeInfo(const Device& device, const std::string& interface, AttributeInfo& info) {
+  info.interface_name = interface;
+  info.ssid.clear();
+  info.radio = -1;
   device.get_ssid_radio(interface, info.ssid, info.radio);
   pel_log_debug(log_module::kMonitor,
                 "[ConvertDriverStruct] TrafficMonitor ConvertDriverStruct interface name:%s, ssid: %s, radio:%d",
                 interface.c_str(), info.ssid.c_str(), info.radio);
-  return info;
 }
 
 }  // namespace monitoring::traffic

@@ -1,6 +1,5 @@
 #include "monitor/traffic/traffic_fold.h"
 
-#include <cstdlib>
 #include <limits>
 
 #include "monitor/engine/counters.h"
@@ -22,23 +21,8 @@ const char* BandOf(int radio) {
 
 }  // namespace
 
-std::string DisplayName(const AttributeInfo& info) {
-  return info.ssid.empty() ? info.interface_name : std::string(BandOf(info.radio)) + " - " + info.ssid;
-}
-
-Attributes AttributesOf(const vexora_probe::models::controller::TrafficStats& statistics) {
-  return {{kInBytes, std::to_string(statistics.in_bytes)}, {kOutBytes, std::to_string(statistics.out_bytes)}};
-}
-
-Counters CountersOf(const Attributes& attributes) {
-  constexpr int kDecimal = 10;
-  return {.in = std::strtoull(TextOf(attributes, kInBytes), nullptr, kDecimal),
-          .out = std::strtoull(TextOf(attributes, kOutBytes), nullptr, kDecimal)};
-}
-
-const char* TextOf(const Attributes& attributes, const char* key) {
-  const auto found = attributes.find(key);
-  return found == attributes.end() ? "" : found->second.c_str();
+void SetDisplayName(AttributeInfo& info) {
+  if (!info.ssid.empty()) info.interface_name.assign(BandOf(info.radio)).append(" - ").append(info.ssid);
 }
 
 Counters AfterRestart(const Counters& last, const Counters& now) {
@@ -59,7 +43,7 @@ std::optional<Traffic> NextSample(const History& history, const Step& step) {
   const Counters base = AfterRestart(step.last, step.now);
   if (history.empty() && step.now == base && step.now != Counters{}) return std::nullopt;
   Traffic sample = SpeedBetween(base, step.now, SampleInterval(step.last_sample_time, step.sample_time));
-  if (!history.empty() && step.sample_time == step.last_sample_time) sample = history.back();
+  if (!history.empty() && step.sample_time == step.last_sample_time) sample = history.newest();
   sample.time = step.polling_time;
   return sample;
 }

@@ -3,25 +3,14 @@
 #include <cstdint>
 #include <ctime>
 #include <optional>
-#include <string>
 
 #include "monitor/traffic/traffic_records.h"
-#include "platform/device_records.h"
 
 namespace monitoring::traffic {
 
-/// The name under which an interface is shown: band and SSID ("5Ghz - Office") when it carries a wireless network, else
-/// its own. The band of an unknown radio is empty.
-std::string DisplayName(const AttributeInfo& info);
-
-/// The counters of `statistics` as texts.
-Attributes AttributesOf(const vexora_probe::models::controller::TrafficStats& statistics);
-
-/// The counters that the texts hold. A text that is missing or no number counts as 0.
-Counters CountersOf(const Attributes& attributes);
-
-/// The text under a key; empty when there is none. The result lives as long as `attributes`.
-const char* TextOf(const Attributes& attributes, const char* key);
+/// Makes the record's name the one under which the interface is shown: band and SSID ("5Ghz - Office") when it carries
+/// a wireless network, else its own. The band of an unknown radio is empty.
+void SetDisplayName(AttributeInfo& info);
 
 /// The readings that `now` has to be counted from; see `CounterBase`.
 Counters AfterRestart(const Counters& last, const Counters& now);

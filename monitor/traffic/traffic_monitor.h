@@ -1,6 +1,9 @@
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <ctime>
+#include <limits>
 #include <map>
 #include <string>
 #include <vector>
@@ -30,18 +33,17 @@ class TrafficMonitor final : public Monitor {
   /// Takes a reading of every online managed device.
   void CollectData() override VEXORA_EXCLUDES(collection_lock_, views_lock_);
 
-  /// Turns one device's statistics into counter texts and ifIndexes, both by display name, and moves the histories of
-  /// interfaces whose display name is not their own. Does nothing for a device that is gone or has no driver.
-  void ConvertDriverStruct(const std::string& mac, const monitoring::traffic::InterfaceStatistics& statistics,
-                           monitoring::traffic::InterfaceAttributes& attributes,
-                           monitoring::traffic::InterfaceIndexes& indexes) VEXORA_EXCLUDES(views_lock_);
+  /// Gives the interfaces of a device's reading their display names and puts them in the order of these; moves the
+  /// histories of interfaces whose display name is not their own.
+  void ConvertDriverStruct(const std::string& mac, const Device& device, monitoring::traffic::Reading& reading)
+      VEXORA_EXCLUDES(collection_lock_, views_lock_);
 
   /// Makes the record's name the display name: band and SSID for an interface that carries a network, else its own.
   static void GenerateNewInterfaceName(AttributeInfo& info);
 
   /// Moves an interface's histories to a new name in every view, in place of any that stand there.
   void ReplaceInterfaceTraffic(const std::string& mac, const std::string& old_name, const std::string& new_name)
-      VEXORA_EXCLUDES(views_lock_);
+      VEXORA_EXCLUDES(collection_lock_, views_lock_);
 
   /// Folds the newest readings into the views.
   void DataMerge() override VEXORA_EXCLUDES(collection_lock_, views_lock_);
@@ -49,28 +51,28 @@ class TrafficMonitor final : public Monitor {
   /// Turns the difference between this pass's counters and the last ones into one sample for each interface.
   void CalculateTrafficSpeed() VEXORA_EXCLUDES(collection_lock_, views_lock_);
 
-  void MergeDataForInterval() override VEXORA_EXCLUDES(views_lock_);
+  void MergeDataForInterval() override VEXORA_EXCLUDES(collection_lock_, views_lock_);
+  /// Does nothing for a view that there is not.
   void MergeDifferentInterval(const std::string& source, const std::string& target, int count, int minutes) override
-      VEXORA_EXCLUDES(views_lock_);
+      VEXORA_EXCLUDES(collection_lock_, views_lock_);
 
-  /// The averaging of one step from view to view; see `AppendAverages`.
-  void CalculateAverage(const monitoring::traffic::DeviceHistories& source, int count,
-                        monitoring::traffic::DeviceHistories& target, int minutes) const;
+  /// The averaging of one history into that of the next view; see `AppendAverage`.
+  void CalculateAverage(const monitoring::traffic::History& source, int count, monitoring::traffic::History& target,
+                        int minutes) const;
 
   /// Drops samples that lie in the future from the front of a history, each logged at debug level.
   void RemoveBadTimeSample(monitoring::traffic::History& history) const;
 
   /// Pushes to the subscribers; the last step of a pass.
   void monitor(const std::string& argument) override;
-  void PushDataBySID(const subscribes::SubscriptionList& subscriptions) override
-      VEXORA_EXCLUDES(collection_lock_, views_lock_);
+  void PushDataBySID(const subscribes::SubscriptionList& subscriptions) override VEXORA_EXCLUDES(views_lock_);
 
   using Monitor::GenerateJsonMsg;
   /// The message for one connection: the view and the devices that the filter asks for.
   ///
   /// Asks the host for the credential state of the device that the filter names, with the views locked for reading.
   std::string GenerateJsonMsg(const std::string& name, const Filter& filter, const std::vector<std::string>& sids)
-      VEXORA_EXCLUDES(collection_lock_, views_lock_);
+      VEXORA_EXCLUDES(views_lock_);
 
   /// Sets `out["input"]` and `out["output"]` to the newest speed of an interface, in bytes per second. Leaves `out` as
   /// it was when the interface is unknown. Threads: any.
@@ -81,52 +83,52 @@ class TrafficMonitor final : public Monitor {
   void Cleanup(const std::string& mac) override VEXORA_EXCLUDES(collection_lock_, views_lock_);
 
  private:
-  using Attributes = monitoring::traffic::Attributes;
-  using InterfaceAttributes = monitoring::traffic::InterfaceAttributes;
-  using DeviceAttributes = monitoring::traffic::DeviceAttributes;
-  using DeviceTimes = std::map<std::string, time_t>;  // by device MAC
+  using DeviceRecord = monitoring::traffic::DeviceRecord;
+  using InterfaceRecord = monitoring::traffic::InterfaceRecord;
 
-  /// Makes a reading the latest one of a device. `sampled_at` is the device's clock.
-  void StoreReading(const std::string& mac, InterfaceAttributes attributes,
-                    const monitoring::traffic::InterfaceIndexes& indexes, time_t sampled_at)
-      VEXORA_EXCLUDES(collection_lock_);
+  /// Makes a reading the latest one of a device.
+  void StoreReading(const std::string& mac, const monitoring::traffic::Reading& reading)
+      VEXORA_EXCLUDES(collection_lock_, views_lock_);
+
+  /// Calls `work(mac, record)` for each device in the order of MACs. Takes the views' lock for one device at a time, so
+  /// that readers wait for no more than that; the devices stay, for clean-up needs the other lock, too.
+  template <typename Work>
+  void ForEachDevice(Work work) VEXORA_REQUIRES(collection_lock_) VEXORA_EXCLUDES(views_lock_);
 
   /// Gives every interface of the "1m" view that the latest readings lack a zero sample.
   void PadMissingInterfaces() VEXORA_REQUIRES(collection_lock_) VEXORA_EXCLUDES(views_lock_);
-  /// Whether the latest reading of a device has counters of this interface.
-  bool HasLatestAttributes(const std::string& mac, const std::string& interface) const
-      VEXORA_REQUIRES(collection_lock_);
 
   /// Appends a sample for every interface of a device's latest reading, and makes it the last one.
-  void CalculateDeviceSpeed(const std::string& mac, const InterfaceAttributes& latest) VEXORA_REQUIRES(collection_lock_)
-      VEXORA_EXCLUDES(views_lock_);
+  void CalculateDeviceSpeed(const std::string& mac, DeviceRecord& device) const VEXORA_REQUIRES(views_lock_);
   /// Appends the sample of an interface that the last reading has, too.
-  void CalculateInterfaceSpeed(const std::string& mac, const std::string& interface, const Attributes& latest,
-                               const Attributes& last) VEXORA_REQUIRES(collection_lock_) VEXORA_EXCLUDES(views_lock_);
+  void CalculateInterfaceSpeed(const std::string& mac, const DeviceRecord& device, InterfaceRecord& interface) const
+      VEXORA_REQUIRES(views_lock_);
   /// Appends an interface's first sample, of speed 0.
-  void AppendFirstSample(const std::string& mac, const std::string& interface) VEXORA_EXCLUDES(views_lock_);
-  /// Appends the sample of a step, if there is one, to the "1m" history.
-  void AppendSpeed(const std::string& mac, const std::string& interface, const monitoring::traffic::Step& step)
-      VEXORA_EXCLUDES(views_lock_);
-  /// Makes this pass's reading of a device the last one.
-  void StoreAsLast(const std::string& mac, const InterfaceAttributes& latest) VEXORA_REQUIRES(collection_lock_);
+  void AppendFirstSample(const std::string& mac, InterfaceRecord& interface) const VEXORA_REQUIRES(views_lock_);
+
+  /// One step of the chain for one device: averages of the view of number `source` for the one of number `target`.
+  void MergeDevice(DeviceRecord& device, std::size_t source, std::size_t target, int count, int minutes) const
+      VEXORA_REQUIRES(collection_lock_, views_lock_);
 
   /// Drops samples that lie in the future from every history of a view.
-  void RemoveBadTimeSampleForDifferentView(const std::string& view) VEXORA_REQUIRES(views_lock_);
+  void RemoveBadTimeSampleForDifferentView(DeviceRecord& device, std::size_t view) const
+      VEXORA_REQUIRES(collection_lock_, views_lock_);
 
-  /// The ifIndexes of one device, or of all for an empty `mac`.
-  monitoring::traffic::DeviceIndexes IndexesOf(const std::string& mac) const VEXORA_EXCLUDES(collection_lock_);
+  /// Makes the time of the pass one of those at which samples were made.
+  void NoteSampleTime() VEXORA_REQUIRES(collection_lock_);
+  /// Whether there may be samples from the future: only after the clock was set back.
+  bool MayHaveFutureSamples() const VEXORA_REQUIRES(collection_lock_) { return current_time() < latest_sample_time_; }
 
+  // The engine's thread only, which fills it anew for each device.
+  monitoring::traffic::Reading reading_;
+  AttributeInfo attribute_info_;
+
+  // Held while a reading is stored and through the whole calculation of speeds and averages. Clean-up takes both locks.
   // Order: collection_lock_ before views_lock_, never the reverse.
-  mutable utilities::lock::Mutex collection_lock_;
-  DeviceAttributes last_attributes_ VEXORA_GUARDED_BY(collection_lock_);    // counters of the previous reading
-  DeviceTimes last_polling_time_ VEXORA_GUARDED_BY(collection_lock_);       // pass time of the previous reading
-  DeviceTimes last_sample_time_ VEXORA_GUARDED_BY(collection_lock_);        // device clock at the previous reading
-  DeviceAttributes latest_attributes_ VEXORA_GUARDED_BY(collection_lock_);  // counters of this reading
-  DeviceTimes current_polling_time_ VEXORA_GUARDED_BY(collection_lock_);    // pass time of this reading
-  DeviceTimes sample_time_ VEXORA_GUARDED_BY(collection_lock_);             // device clock at this reading
-  monitoring::traffic::DeviceIndexes interface_indexes_ VEXORA_GUARDED_BY(collection_lock_);
+  utilities::lock::Mutex collection_lock_;
+  time_t latest_sample_time_ VEXORA_GUARDED_BY(collection_lock_) = std::numeric_limits<time_t>::min();
 
   mutable utilities::lock::RwLock views_lock_ VEXORA_ACQUIRED_AFTER(collection_lock_);
-  monitoring::traffic::Views views_ VEXORA_GUARDED_BY(views_lock_);
+  monitoring::traffic::Devices devices_ VEXORA_GUARDED_BY(views_lock_);
+  std::array<bool, monitoring::traffic::kViewNames.size()> has_view_ VEXORA_GUARDED_BY(views_lock_){};
 };

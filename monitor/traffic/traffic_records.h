@@ -1,22 +1,27 @@
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <ctime>
-#include <list>
+#include <functional>
 #include <map>
+#include <optional>
 #include <string>
+#include <string_view>
+#include <vector>
 
-namespace monitoring {
-
-/// One speed sample of one interface.
-struct Traffic {
-  time_t time = 0;           ///< End of the interval: pass time, seconds since the epoch, host clock.
-  std::uint64_t input = 0;   ///< Bytes per second received by the interface, mean over the interval, rounded down.
-  std::uint64_t output = 0;  ///< Bytes per second sent by the interface, likewise.
-};
+#include "monitor/engine/view_chain.h"
+#include "monitor/traffic/speed_history.h"
 
 /// The data that the traffic monitor keeps, and the plain functions over it.
-namespace traffic {
+///
+/// An interface has one record: its display name, the counters of the latest and of the last reading as numbers, its
+/// ifIndex, and a history for each of the six views, whose buffers grow with their samples. The records of a device
+/// stand in one array, sorted by name, and devices are sorted by MAC. A reading comes sorted by name too, so that one
+/// walk over both finds the record of each interface, and a pass over known interfaces allocates nothing. A record goes
+/// when it has neither counters nor histories, and all of a device's go with the device.
+namespace monitoring::traffic {
 
 /// What the display name of one interface is made of.
 struct AttributeInfo {
@@ -33,21 +38,47 @@ struct Counters {
   friend bool operator==(const Counters&, const Counters&) = default;
 };
 
-/// The same as texts: "inbytes" and "outbytes" -> decimal text of an unsigned 64-bit octet counter.
-using Attributes = std::map<std::string, std::string>;
-using InterfaceAttributes = std::map<std::string, Attributes>;        ///< Interface display name -> its counters.
-using DeviceAttributes = std::map<std::string, InterfaceAttributes>;  ///< Device MAC -> its interfaces.
+/// The views by the number under which a record keeps their histories.
+inline constexpr std::array<const char*, kViewChain.size() + 1> kViewNames{kView1m, kView5m, kView10m,
+                                                                           kView1h, kView2h, kView1day};
+inline constexpr std::size_t kMinuteView = 0;
+inline constexpr std::size_t kDayView = kViewNames.size() - 1;
 
-inline constexpr const char* kInBytes = "inbytes";
-inline constexpr const char* kOutBytes = "outbytes";
+/// The number of the view of this name; nothing for a name that no view has.
+std::optional<std::size_t> ViewNumber(std::string_view name);
 
-using History = std::list<Traffic>;                                 ///< Oldest first.
-using InterfaceHistories = std::map<std::string, History>;          ///< Interface display name -> its history.
-using DeviceHistories = std::map<std::string, InterfaceHistories>;  ///< Device MAC -> its interfaces.
-using Views = std::map<std::string, DeviceHistories>;               ///< View name -> its devices.
+/// One interface of a device.
+struct InterfaceRecord {
+  Counters latest;            ///< Of the newest reading that has the interface.
+  Counters last;              ///< Of the reading of the pass before; only valid if `has_last`.
+  std::uint32_t reading = 0;  ///< The number of the reading that `latest` is from; 0 for none.
+  std::int32_t if_index = 0;  ///< Kept for an interface that disappeared, for its histories are, too.
+  bool has_last = false;      ///< The pass before had counters of the interface.
+  std::array<History, kViewNames.size()> histories;  ///< By the number of the view.
+  std::string name;                                  ///< The display name.
+};
 
-using InterfaceIndexes = std::map<std::string, int>;            ///< Interface display name -> ifIndex.
-using DeviceIndexes = std::map<std::string, InterfaceIndexes>;  ///< Device MAC -> its interfaces.
+/// One device.
+struct DeviceRecord {
+  std::vector<InterfaceRecord> interfaces;  ///< Sorted by name; a name occurs once.
+  std::uint32_t reading = 0;                ///< The number of the latest reading, counted from 1; 0 before the first.
+  std::size_t read_interfaces = 0;          ///< Interfaces in the latest reading.
+  time_t sample_time = 0;                   ///< Device clock at the latest reading.
+  time_t last_sample_time = 0;              ///< Device clock at the reading of the pass before; 0 when there is none.
+  time_t last_polling_time = 0;             ///< Time of the pass before; 0 when there is none.
+  std::array<bool, kViewNames.size()> is_in_view{};  ///< By the number of the view.
 
-}  // namespace traffic
-}  // namespace monitoring
+  /// Whether the latest reading has counters of an interface of this device.
+  bool HasLatest(const InterfaceRecord& interface) const { return reading != 0 && interface.reading == reading; }
+};
+
+using Devices = std::map<std::string, DeviceRecord, std::less<>>;  ///< By device MAC.
+
+/// The record of the interface of this display name; null when there is none. `device` keeps it.
+InterfaceRecord* FindInterface(DeviceRecord& device, std::string_view name);
+const InterfaceRecord* FindInterface(const DeviceRecord& device, std::string_view name);
+
+/// The record of the interface of this display name, made when there is none. Other records may be moved.
+InterfaceRecord& FindOrAddInterface(DeviceRecord& device, const std::string& name);
+
+}  // namespace monitoring::traffic

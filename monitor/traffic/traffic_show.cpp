@@ -1,6 +1,5 @@
 #include "monitor/traffic/traffic_show.h"
 
-#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cstddef>
@@ -16,8 +15,12 @@
 namespace monitoring::traffic {
 namespace {
 
-bool IsSilent(const Traffic& sample) {
-  return sample.input == 0 && sample.output == 0;
+/// Whether there is nothing to show: no sample that is not zero.
+bool IsSilent(const History& history) {
+  for (std::size_t index = 0; index < history.size(); ++index) {
+    if (history[index].input != 0 || history[index].output != 0) return false;
+  }
+  return true;
 }
 
 void AppendMember(std::string& text, const char* before, const char* key, std::int64_t value) {
@@ -35,7 +38,8 @@ std::string SamplesText(const History& history) {
   std::string text;
   text.reserve(history.size() * kUsualSample);
   const char* separator = "[ { ";
-  for (const Traffic& sample : history) {
+  for (std::size_t index = 0; index < history.size(); ++index) {
+    const Traffic& sample = history[index];
     AppendMember(text, separator, json_key::kTime, time_keys::Minute(sample.time));
     AppendMember(text, ", ", json_key::kInput, static_cast<std::int64_t>(sample.input));
     AppendMember(text, ", ", json_key::kOutput, static_cast<std::int64_t>(sample.output));
@@ -52,7 +56,8 @@ JsonTree InterfaceObject(const History& history, int if_index) {
 }
 
 void LogSamples(const std::string& mac, const std::string& interface, const History& history) {
-  for (const Traffic& sample : history) {
+  for (std::size_t index = 0; index < history.size(); ++index) {
+    const Traffic& sample = history[index];
     pel_log_debug(log_module::kMonitor,
                   "[TrafficMonitor::GenerateJsonMsg] Device: %s, interface: %s, inBps: %llu, outBps: %llu", mac.c_str(),
                   interface.c_str(), static_cast<unsigned long long>(sample.input),
@@ -60,29 +65,34 @@ void LogSamples(const std::string& mac, const std::string& interface, const Hist
   }
 }
 
-/// `indexes` are those of the device; null when none are known.
-JsonTree DeviceObject(const std::string& mac, const InterfaceHistories& histories, const InterfaceIndexes* indexes) {
+JsonTree DeviceObject(const std::string& mac, const DeviceRecord& device, std::size_t view) {
   JsonTree object = NewObject();
-  for (const auto& [interface, history] : histories) {
-    if (interface.empty()) continue;
-    LogSamples(mac, interface, history);
-    if (std::all_of(history.begin(), history.end(), IsSilent)) continue;
-    const bool has_index = indexes != nullptr && indexes->contains(interface);
-    Add(object, interface, InterfaceObject(history, has_index ? indexes->at(interface) : 0));
+  for (const InterfaceRecord& interface : device.interfaces) {
+    if (interface.name.empty()) continue;
+    const History& history = interface.histories[view];
+    LogSamples(mac, interface.name, history);
+    if (IsSilent(history)) continue;
+    Add(object, interface.name, InterfaceObject(history, interface.if_index));
   }
   return object;
 }
 
+void AddDevice(const JsonTree& data, const std::string& mac, const DeviceRecord& device, std::size_t view,
+               bool has_credentials) {
+  if (!device.is_in_view[view]) return;
+  JsonTree object = DeviceObject(mac, device, view);
+  if (has_credentials) AddCredentialMembers(object, mac, "TrafficMonitor");
+  if (HasMembers(object)) Add(data, mac, std::move(object));
+}
+
 }  // namespace
 
-JsonTree TrafficData(const DeviceHistories& devices, const std::string& mac, const DeviceIndexes& indexes) {
+JsonTree TrafficData(const Devices& devices, std::size_t view, const std::string& mac) {
   JsonTree data = NewObject();
-  for (const auto& [id, interfaces] : devices) {
-    if (!mac.empty() && id != mac) continue;
-    const auto known = indexes.find(id);
-    JsonTree device = DeviceObject(id, interfaces, known == indexes.end() ? nullptr : &known->second);
-    if (!mac.empty()) AddCredentialMembers(device, id, "TrafficMonitor");
-    if (HasMembers(device)) Add(data, id, std::move(device));
+  if (mac.empty()) {
+    for (const auto& [id, device] : devices) AddDevice(data, id, device, view, false);
+  } else if (const auto found = devices.find(mac); found != devices.end()) {
+    AddDevice(data, mac, found->second, view, true);
   }
   return data;
 }

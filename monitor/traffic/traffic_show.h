@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 #include "monitor/engine/json_tree.h"
@@ -7,12 +8,11 @@
 
 namespace monitoring::traffic {
 
-/// The devices of a traffic message, all or only `mac`: device MAC -> (interface display name -> `{"ifIndex",
-/// "traffic"}`). A device without members is left out.
+/// The devices of a traffic message, all or only `mac`, as they are in the view of number `view`: device MAC ->
+/// (interface display name -> `{"ifIndex", "traffic"}`). A device without members is left out.
 ///
-/// An interface without a name, without samples or with nothing but zero samples is left out; one that `indexes` lacks
-/// has ifIndex 0. A `mac` adds the members of its credential result, for which the host is asked. Every sample is
-/// logged at debug level.
-JsonTree TrafficData(const DeviceHistories& devices, const std::string& mac, const DeviceIndexes& indexes);
+/// An interface without a name, without samples or with nothing but zero samples is left out. A `mac` adds the members
+/// of its credential result, for which the host is asked. Every sample is logged at debug level.
+JsonTree TrafficData(const Devices& devices, std::size_t view, const std::string& mac);
 
 }  // namespace monitoring::traffic

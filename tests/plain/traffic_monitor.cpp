@@ -73,14 +73,14 @@ void TrafficMonitor::StoreReading(const std::string& mac, const Device& device, 
   latest_[mac] = reading;
 }
 
-/// An interface that got a display name takes its histories along, in place of what stood there.
+/// An interface that got a display name takes its histories along, in place of what stood there: also one that the
+/// clock has emptied.
 void TrafficMonitor::Rename(const std::string& mac, const std::string& from, const std::string& to) {
   for (auto& [view, devices] : views_) {
     if (!devices.contains(mac) || !devices[mac].contains(from)) continue;
     const History history = devices[mac][from];
     devices[mac].erase(from);
-    // An empty history, which the clock may have left behind, replaces nothing.
-    if (!history.empty()) devices[mac][to] = history;
+    devices[mac][to] = history;
   }
 }
 
@@ -210,10 +210,11 @@ void TrafficMonitor::DropFuture(const std::string& view) {
 void TrafficMonitor::Average(const ViewStep& step) {
   const auto count = static_cast<std::size_t>(step.count);
   for (const auto& [mac, interfaces] : views_[step.shorter]) {
+    Interfaces& longer = views_[step.longer][mac];  // a device is in every view from its first pass on
     for (const auto& [interface, history] : interfaces) {
-      History& means = views_[step.longer][mac][interface];  // there, though empty, as soon as the shorter one is
       if (history.size() < count) continue;
-      const time_t newest_mean = means.empty() ? 0 : means.back().time;
+      const bool has_means = longer.contains(interface) && !longer[interface].empty();
+      const time_t newest_mean = has_means ? longer[interface].back().time : 0;
       if (Minute(history.back().time) - Minute(newest_mean) < step.minutes) continue;
       Sample mean{.time = now_};
       for (auto at = std::prev(history.end(), step.count); at != history.end(); ++at) {
@@ -222,6 +223,7 @@ void TrafficMonitor::Average(const ViewStep& step) {
       }
       mean.input /= count;
       mean.output /= count;
+      History& means = longer[interface];  // exists from its first sample on
       // The cap comes before the sample, so a longer view keeps one more.
       if (means.size() > kCap) means.pop_front();
       means.push_back(mean);

@@ -81,23 +81,39 @@ INSTANTIATE_TEST_SUITE_P(Bands, TrafficCollectName,
 TEST_F(TrafficCollect, ReadsTheMeasuredInterfacesWithTheDevicesOwnTime) {
   network.Switch(kSwitch).Port("ge1", {1, 2}).Port("17", {3, 4}).SampledAt(500);
   const auto device = DeviceManager::GetInstance().device(kSwitch);
-  const monitoring::traffic::Reading reading = monitoring::traffic::ReadInterfaces(kSwitch, *device);
+  monitoring::traffic::Reading reading;
+  monitoring::traffic::ReadInterfaces(kSwitch, *device, reading);
   EXPECT_EQ(reading.sampled_at, 500);
-  ASSERT_THAT(reading.statistics, SizeIs(1));
-  EXPECT_EQ(reading.statistics.at("ge1")->in_bytes, 1U);
-  EXPECT_EQ(reading.statistics.at("ge1")->out_bytes, 2U);
+  ASSERT_THAT(reading, SizeIs(1));
+  EXPECT_EQ(reading.begin()->own_name, "ge1");
+  EXPECT_EQ(reading.begin()->counters, (monitoring::traffic::Counters{1, 2}));
+  EXPECT_EQ(reading.begin()->if_index, 1);
+}
+
+TEST_F(TrafficCollect, ReadsEachDeviceAnew) {
+  network.Switch(kSwitch).Port("ge1", {1, 2}).Port("ge2", {3, 4}).SampledAt(500);
+  network.Switch(kOther).Port("ge7", {5, 6}).SampledAt(700);
+  monitoring::traffic::Reading reading;
+  monitoring::traffic::ReadInterfaces(kSwitch, *DeviceManager::GetInstance().device(kSwitch), reading);
+  monitoring::traffic::ReadInterfaces(kOther, *DeviceManager::GetInstance().device(kOther), reading);
+  EXPECT_EQ(reading.sampled_at, 700);
+  ASSERT_THAT(reading, SizeIs(1));
+  EXPECT_EQ(reading.begin()->own_name, "ge7");
+  EXPECT_EQ(reading.begin()->counters, (monitoring::traffic::Counters{5, 6}));
 }
 
 TEST_F(TrafficCollect, ReadsTheNetworkOfAnInterface) {
   network.AccessPoint(kOther).Radio("radio1", Band::k5GHz).Wifi("wlan1", "Lab", "radio1", {0, 0}).Port("ge1", {0, 0});
   const auto device = DeviceManager::GetInstance().device(kOther);
-  const auto wifi = monitoring::traffic::ReadAttributeInfo(*device, "wlan1");
-  EXPECT_EQ(wifi.interface_name, "wlan1");
-  EXPECT_EQ(wifi.ssid, "Lab");
-  EXPECT_EQ(wifi.radio, 1);
-  const auto wired = monitoring::traffic::ReadAttributeInfo(*device, "ge1");
-  EXPECT_EQ(wired.ssid, "");
-  EXPECT_EQ(wired.radio, -1);
+  monitoring::traffic::AttributeInfo info;
+  monitoring::traffic::ReadAttributeInfo(*device, "wlan1", info);
+  EXPECT_EQ(info.interface_name, "wlan1");
+  EXPECT_EQ(info.ssid, "Lab");
+  EXPECT_EQ(info.radio, 1);
+  monitoring::traffic::ReadAttributeInfo(*device, "ge1", info);
+  EXPECT_EQ(info.interface_name, "ge1");
+  EXPECT_EQ(info.ssid, "");
+  EXPECT_EQ(info.radio, -1);
 }
 
 }  // namespace

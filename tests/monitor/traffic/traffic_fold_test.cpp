@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <limits>
 #include <optional>
+#include <string>
 #include <tuple>
 #include <utility>
 
@@ -58,18 +59,9 @@ TEST(TrafficFoldSpeed, KeepsTheLastReadingOfACounterThatStoodStill) {
   EXPECT_EQ(AfterRestart({5, 6}, {5, 6}), (Counters{5, 6}));
 }
 
-TEST(TrafficFoldAttributes, CarryCountersAsDecimalTexts) {
-  const Attributes attributes = AttributesOf({.if_index = 3, .in_bytes = kMax, .out_bytes = 0});
-  EXPECT_EQ(attributes, (Attributes{{"inbytes", "18446744073709551615"}, {"outbytes", "0"}}));
-  EXPECT_EQ(CountersOf(attributes), (Counters{kMax, 0}));
-}
-
-TEST(TrafficFoldAttributes, CountAMissingTextAsZero) {
-  EXPECT_EQ(CountersOf({{"inbytes", "7"}}), (Counters{7, 0}));
-}
-
-TEST(TrafficFoldAttributes, CountWhatIsNoNumberAsZero) {
-  EXPECT_EQ(CountersOf({{"inbytes", "octets"}, {"outbytes", ""}}), (Counters{0, 0}));
+std::string DisplayName(AttributeInfo info) {
+  SetDisplayName(info);
+  return info.interface_name;
 }
 
 TEST(TrafficFoldName, IsBandAndSsidOfAWirelessNetwork) {
@@ -85,7 +77,9 @@ TEST(TrafficFoldName, IsTheDevicesOwnWithoutAnSsid) {
 
 /// A history with one sample, of these speeds.
 History HistoryOf(std::uint64_t input, std::uint64_t output) {
-  return {{.time = 60, .input = input, .output = output}};
+  History history;
+  history.Append({.time = 60, .input = input, .output = output}, 30);
+  return history;
 }
 
 /// Time, input and output of the sample that a step gives.

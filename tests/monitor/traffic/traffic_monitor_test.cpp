@@ -384,6 +384,24 @@ TEST_F(TrafficMonitorTest, KeepsTheLongerHistoriesOfAnInterfaceThatLostItsSsidFo
   EXPECT_THAT(Speeds("5m", kSwitch, "5Ghz - Lab"), SizeIs(1));
 }
 
+TEST_F(TrafficMonitorTest, MovesAHistoryThatTheClockHasEmptiedInPlaceOfWhatStoodUnderTheNewName) {
+  const auto carry = [&](int minute, const char* ssid) {
+    clock.Set(kStart + minute * 60 - 60);
+    network.AccessPoint(kSwitch)
+        .Radio("r5", Band::k5GHz)
+        .Wifi("wlan0", ssid, "r5", {static_cast<std::uint64_t>(minute) * 6'000, 0})
+        .SampledAt(kStart + minute * 60);
+    Pass();
+  };
+  for (int minute = 1; minute <= 6; ++minute) carry(minute, "Lab");
+  for (int minute = 7; minute <= 12; ++minute) carry(minute, "");
+  ASSERT_THAT(Speeds("5m", kSwitch, "wlan0"), SizeIs(1));
+  carry(6, "");  // the clock was set back: every sample under the interface's own name lay in the future
+  ASSERT_THAT(Speeds("5m", kSwitch, "5Ghz - Lab"), SizeIs(2));
+  carry(6, "Lab");
+  EXPECT_THAT(Speeds("5m", kSwitch, "5Ghz - Lab"), IsEmpty());
+}
+
 TEST_F(TrafficMonitorTest, LogsEachStepOfAMeasurementAtDebugLevel) {
   network.Switch(kSwitch).Port("ge1", {1'000, 100}).SampledAt(kStart);
   Pass();

@@ -4,7 +4,9 @@
 #include <gmock/gmock.h>
 
 #include <cstdint>
+#include <initializer_list>
 #include <limits>
+#include <string>
 
 #include "probe/host/connection_id.h"
 #include "probe/host/subscription_service.h"
@@ -187,38 +189,70 @@ TEST_F(TrafficShow, IsDroppedWithoutALogLineWhenNoSenderIsInstalled) {
 
 // From here on the unit alone, with plain values.
 
-using monitoring::traffic::DeviceHistories;
+using monitoring::Traffic;
 
-/// The text of all devices.
-std::string TrafficData(const DeviceHistories& devices, const monitoring::traffic::DeviceIndexes& indexes = {}) {
-  return json_object_to_json_string(monitoring::traffic::TrafficData(devices, "", indexes).get());
+/// Devices of which each is in one view only, that of number 1, and has one interface.
+class TrafficShowUnit : public ::testing::Test {
+ protected:
+  static constexpr std::size_t kView = 1;
+
+  monitoring::traffic::InterfaceRecord& Add(const std::string& mac, const std::string& interface,
+                                            std::initializer_list<Traffic> samples) {
+    devices[mac].is_in_view[kView] = true;
+    auto& record = FindOrAddInterface(devices[mac], interface);
+    for (const Traffic& sample : samples) record.histories[kView].Append(sample, 30);
+    return record;
+  }
+
+  /// The text of all devices.
+  std::string TrafficData(std::size_t view = kView) const {
+    return json_object_to_json_string(monitoring::traffic::TrafficData(devices, view, "").get());
+  }
+
+  monitoring::traffic::Devices devices;
+};
+
+TEST_F(TrafficShowUnit, WritesSamplesOldestFirstInMinutes) {
+  Add("A", "ge1", {{.time = 60, .input = 1, .output = 2}, {.time = 179, .input = 3}}).if_index = 7;
+  EXPECT_EQ(TrafficData(), R"({ "A": { "ge1": { "ifIndex": 7, "traffic": [ { "time": 1, "input": 1, "output": 2 }, )"
+                           R"({ "time": 2, "input": 3, "output": 0 } ] } } })");
 }
 
-TEST(TrafficShowUnit, WritesSamplesOldestFirstInMinutes) {
-  EXPECT_EQ(TrafficData({{"A", {{"ge1", {{.time = 60, .input = 1, .output = 2}, {.time = 179, .input = 3}}}}}},
-                        {{"A", {{"ge1", 7}}}}),
-            R"({ "A": { "ge1": { "ifIndex": 7, "traffic": [ { "time": 1, "input": 1, "output": 2 }, )"
-            R"({ "time": 2, "input": 3, "output": 0 } ] } } })");
+TEST_F(TrafficShowUnit, GivesAnInterfaceWithoutAnIndexZero) {
+  Add("A", "ge1", {{.time = 60, .input = 1}});
+  Add("A", "ge2", {}).if_index = 7;
+  EXPECT_EQ(TrafficData(),
+            R"({ "A": { "ge1": { "ifIndex": 0, "traffic": [ { "time": 1, "input": 1, "output": 0 } ] } } })");
 }
 
-TEST(TrafficShowUnit, GivesAnInterfaceWithoutAnIndexZero) {
-  const DeviceHistories devices{{"A", {{"ge1", {{.time = 60, .input = 1}}}}}};
-  const char* expected =
-      R"({ "A": { "ge1": { "ifIndex": 0, "traffic": [ { "time": 1, "input": 1, "output": 0 } ] } } })";
-  EXPECT_EQ(TrafficData(devices), expected);
-  EXPECT_EQ(TrafficData(devices, {{"A", {{"ge2", 7}}}}), expected);
+TEST_F(TrafficShowUnit, LeavesOutWhatHasNoNameNoSamplesOrNoTraffic) {
+  Add("A", "", {{.time = 60, .input = 1}});
+  Add("A", "ge1", {});
+  Add("A", "ge2", {{.time = 60}, {.time = 120}});
+  devices["B"].is_in_view[kView] = true;
+  EXPECT_EQ(TrafficData(), "{ }");
 }
 
-TEST(TrafficShowUnit, LeavesOutWhatHasNoNameNoSamplesOrNoTraffic) {
-  EXPECT_EQ(TrafficData({{"A", {{"", {{.time = 60, .input = 1}}}, {"ge1", {}}, {"ge2", {{.time = 60}, {.time = 120}}}}},
-                         {"B", {}}}),
-            "{ }");
+TEST_F(TrafficShowUnit, ShowsNoOtherView) {
+  Add("A", "ge1", {{.time = 60, .input = 1}});
+  EXPECT_EQ(TrafficData(kView + 1), "{ }");
 }
 
-TEST(TrafficShowUnit, WritesSpeedsThatNoSignedNumberHoldsAsSignedOnes) {
+TEST_F(TrafficShowUnit, WritesSpeedsThatNoSignedNumberHoldsAsSignedOnes) {
   constexpr std::uint64_t kMax = std::numeric_limits<std::uint64_t>::max();
-  EXPECT_THAT(TrafficData({{"A", {{"ge1", {{.time = 60, .input = kMax, .output = kMax - 1}}}}}}),
-              ::testing::HasSubstr(R"("input": -1, "output": -2)"));
+  Add("A", "ge1", {{.time = 60, .input = kMax, .output = kMax - 1}});
+  EXPECT_THAT(TrafficData(), ::testing::HasSubstr(R"("input": -1, "output": -2)"));
+}
+
+TEST_F(TrafficShowUnit, WritesAFullHistoryFromItsOldestSample) {
+  auto& history = Add("A", "ge1", {}).histories[kView];
+  for (time_t minute = 1; minute <= 40; ++minute) {
+    if (history.size() == 30) history.DropOldest();
+    history.Append({.time = minute * 60, .input = static_cast<std::uint64_t>(minute)}, 30);
+  }
+  EXPECT_THAT(TrafficData(),
+              ::testing::StartsWith(R"({ "A": { "ge1": { "ifIndex": 0, "traffic": [ { "time": 11, "input": 11, )"));
+  EXPECT_THAT(TrafficData(), ::testing::EndsWith(R"({ "time": 40, "input": 40, "output": 0 } ] } } })"));
 }
 
 }  // namespace
