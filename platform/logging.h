@@ -22,12 +22,6 @@ inline constexpr int kManager = 19;  ///< The monitoring manager.
 /// be cheap while the host logs no debug lines.
 __attribute__((format(printf, 2, 3))) void pel_log_debug(int module, const char* format, ...);
 
-/// Whether `pel_log_debug` writes lines of this module at present. The answer may change at any time.
-///
-/// What would be built for debug lines only is left out when nobody would see it. A host need not define it, and is
-/// then taken to write every line.
-__attribute__((weak)) bool pel_log_debug_enabled(int module);
-
 /// Writes a line at level info: what an administrator may want to know.
 __attribute__((format(printf, 2, 3))) void pel_log_info(int module, const char* format, ...);
 

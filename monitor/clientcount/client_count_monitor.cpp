@@ -11,7 +11,7 @@
 #include "monitor/engine/boundary.h"
 #include "monitor/engine/constants.h"
 #include "monitor/engine/credential_members.h"
-#include "monitor/engine/debug_log.h"
+#include "monitor/engine/debug_lines.h"
 #include "monitor/engine/devices.h"
 #include "monitor/engine/filter.h"
 #include "monitor/engine/json_keys.h"
@@ -317,7 +317,7 @@ void ClientCountMonitor::CleanupSsids(const std::string& mac) {
   if (device != mac_ssid_map.end()) {
     for (const auto& [ssid, unused] : device->second) --ssid_carriers.at(ssid);
   }
-  if (monitoring::IsDebugLogged()) LogCarriers(mac);
+  if (monitoring::AreDebugLinesLogged()) LogCarriers(mac);
   if (device == mac_ssid_map.end()) return;
   const auto minutes = ssid_client_counts.find(monitoring::kView1m);
   for (const auto& [ssid, unused] : device->second) {

@@ -136,10 +136,6 @@ void pel_log_debug(int module, const char* format, ...) {
   va_end(arguments);
 }
 
-bool pel_log_debug_enabled(int /*module*/) {
-  return probe::log::IsWanted(probe::log::Level::kDebug);
-}
-
 void pel_log_info(int module, const char* format, ...) {
   using probe::log::Level;
   if (!probe::log::IsWanted(Level::kInfo)) return;

@@ -96,8 +96,8 @@ TEST_F(PluginSymbols, OfTheHostAreLeftUndefined) {
        {"DeviceManager::GetInstance", "subscribes::SubscribesManager::GetInstance", "task_manager::StartTask",
         "task_manager::WaitTaskPool", "RegisterMonitorMemoryCleanup", "GetSalSendByCon",
         "kro_utilities::jsonobject::compose_communication_struct", "Strdup", "get_value_by_key_ex", "format_macaddress",
-        "kro_utilities::string_con::IsInteger", "DeviceCredentialResultGet", "pel_log_debug", "pel_log_debug_enabled",
-        "pel_log_info", "pel_log_error", "time", "sleep"}) {
+        "kro_utilities::string_con::IsInteger", "DeviceCredentialResultGet", "pel_log_debug",
+        "pel_log_is_debug_enabled", "pel_log_info", "pel_log_error", "time", "sleep"}) {
     EXPECT_THAT(names, Contains(name));
   }
 }
