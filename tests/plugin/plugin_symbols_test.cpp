@@ -35,7 +35,8 @@ class SharedLibrary {
   }
 
   std::set<std::string> defined;    ///< Names of the symbols that it exports.
-  std::set<std::string> undefined;  ///< Names of the symbols that somebody else has to supply; weak ones are left out.
+  std::set<std::string> undefined;  ///< Names of the symbols that somebody else has to supply.
+  std::set<std::string> optional;   ///< Names of those that somebody else may supply: the weak ones.
   std::set<std::string> needed;     ///< Libraries that it is linked with.
 
  private:
@@ -49,8 +50,8 @@ class SharedLibrary {
       const char* name = At<char>(names + symbol->st_name);
       if (symbol->st_shndx != SHN_UNDEF) {
         defined.insert(name);
-      } else if (ELF64_ST_BIND(symbol->st_info) != STB_WEAK) {
-        undefined.insert(name);
+      } else {
+        (ELF64_ST_BIND(symbol->st_info) == STB_WEAK ? optional : undefined).insert(name);
       }
     }
   }
@@ -100,6 +101,10 @@ TEST_F(PluginSymbols, OfTheHostAreLeftUndefined) {
         "pel_log_is_debug_enabled", "pel_log_info", "pel_log_error", "time", "sleep"}) {
     EXPECT_THAT(names, Contains(name));
   }
+}
+
+TEST_F(PluginSymbols, OfTheHostThatItMayLeaveOutAreWeak) {
+  EXPECT_THAT(plugin.optional, Contains("_Z24pel_log_is_debug_enabledv"));
 }
 
 TEST_F(PluginSymbols, ComeFromJsonCAndTheSystemOnly) {
