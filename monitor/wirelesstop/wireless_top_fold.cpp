@@ -89,13 +89,23 @@ bool compare_by_count(ClientCount a, ClientCount b) {
 }
 // NOLINTEND(performance-unnecessary-value-param)
 
-StreamRanking::StreamRanking(const Streams& streams, Measure measure) : streams_(streams), measure_(measure) {}
+const std::vector<const NetStream*>& StreamList::All() {
+  if (all_.empty()) {
+    all_.reserve(streams_.size());
+    for (const auto& [name, stream] : streams_) all_.push_back(stream.get());
+  }
+  return all_;
+}
+
+StreamRanking::StreamRanking(std::shared_ptr<StreamList> streams, Measure measure)
+    : streams_(std::move(streams)), measure_(measure) {}
 
 std::span<const RankedStream> StreamRanking::Top(std::size_t count) {
   if (count == 0) return {};
   if (places_.empty()) {
-    places_.reserve(streams_.size());
-    for (const auto& [name, stream] : streams_) places_.push_back({.value = measure_(*stream), .stream = stream});
+    const auto& all = streams_->All();
+    places_.reserve(all.size());
+    for (const NetStream* stream : all) places_.push_back({.value = measure_(*stream), .stream = stream});
   }
   const std::size_t size = places_.size();
   const std::size_t wanted = std::min(count, size);
@@ -116,9 +126,10 @@ std::span<const RankedStream> StreamRanking::Top(std::size_t count) {
 
 void RankStreams(const Streams& streams, StreamRankings& rankings) {
   rankings.clear();
-  rankings.try_emplace(json_key::kIn, streams, &In);
-  rankings.try_emplace(json_key::kOut, streams, &Out);
-  rankings.try_emplace(json_key::kTotal, streams, &Total);
+  const auto list = std::make_shared<StreamList>(streams);
+  rankings.try_emplace(json_key::kIn, list, &In);
+  rankings.try_emplace(json_key::kOut, list, &Out);
+  rankings.try_emplace(json_key::kTotal, list, &Total);
 }
 
 std::vector<ClientCount> RankCounts(const ClientCounts& counts) {
@@ -145,7 +156,7 @@ TopStreamList TopStreams(StreamRankings& rankings, const TrafficFilter& filter) 
   if (ranking == rankings.end()) return top;
   const auto places = ranking->second.Top(EntryCount(filter.count));
   top.reserve(places.size());
-  for (const RankedStream& place : places) top.push_back(place.stream.get());
+  for (const RankedStream& place : places) top.push_back(place.stream);
   // The other flag lists the same entries, smallest first: the top of the ranking reversed, not its end.
   if (!IsLargestFirst(filter)) std::reverse(top.begin(), top.end());
   return top;

@@ -38,8 +38,22 @@ bool compare_by_count(ClientCount a, ClientCount b);
 
 /// One place in a ranking.
 struct RankedStream {
-  std::uint64_t value = 0;  ///< What it is ranked by: sorting reads this copy instead of each stream.
-  std::shared_ptr<NetStream> stream;
+  std::uint64_t value = 0;            ///< What it is ranked by: sorting reads this copy instead of each stream.
+  const NetStream* stream = nullptr;  ///< One of the streams that are ranked.
+};
+
+/// Streams in the order of their names, for all rankings of them: filled at the first look, so that the tree, a walk
+/// over which takes longer than all that follows, is walked once, and only when somebody asks.
+class StreamList {
+ public:
+  /// `streams` must not change as long as the list lives.
+  explicit StreamList(const Streams& streams) : streams_(streams) {}
+
+  const std::vector<const NetStream*>& All();
+
+ private:
+  const Streams& streams_;
+  std::vector<const NetStream*> all_;  // empty before the first call of All
 };
 
 /// Streams ranked by one measure, largest first; equals by name, ascending.
@@ -51,15 +65,14 @@ class StreamRanking {
   /// What the streams are ranked by, such as their KiB received.
   using Measure = std::uint64_t (*)(const NetStream&);
 
-  /// `streams` must not change as long as the ranking lives.
-  StreamRanking(const Streams& streams, Measure measure);
+  StreamRanking(std::shared_ptr<StreamList> streams, Measure measure);
 
   /// The first `count` places, or all when there are fewer. Valid as long as the ranking: a later call that asks for
   /// more does not move them.
   std::span<const RankedStream> Top(std::size_t count);
 
  private:
-  const Streams& streams_;
+  std::shared_ptr<StreamList> streams_;  // shared with the rankings of the same streams by other measures
   Measure measure_;
   std::vector<RankedStream> places_;  // empty before the first call of Top
   std::size_t sorted_ = 0;            // so many places at the front have their final content

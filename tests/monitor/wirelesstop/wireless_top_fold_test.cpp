@@ -23,6 +23,7 @@ using monitoring::wirelesstop::RankCounts;
 using monitoring::wirelesstop::RankedStream;
 using monitoring::wirelesstop::Rankings;
 using monitoring::wirelesstop::RankStreams;
+using monitoring::wirelesstop::StreamList;
 using monitoring::wirelesstop::StreamOf;
 using monitoring::wirelesstop::StreamRanking;
 using monitoring::wirelesstop::StreamRankings;
@@ -64,15 +65,15 @@ class Ranked {
   Streams streams_;
 };
 
-std::vector<std::shared_ptr<NetStream>> TopStreams(StreamRanking& ranking, std::size_t count) {
-  std::vector<std::shared_ptr<NetStream>> streams;
+std::vector<const NetStream*> TopStreams(StreamRanking& ranking, std::size_t count) {
+  std::vector<const NetStream*> streams;
   for (const RankedStream& place : ranking.Top(count)) streams.push_back(place.stream);
   return streams;
 }
 
 Names TopNames(StreamRanking& ranking, std::size_t count) {
   Names names;
-  for (const auto& stream : TopStreams(ranking, count)) names.push_back(stream->name);
+  for (const NetStream* stream : TopStreams(ranking, count)) names.push_back(stream->name);
   return names;
 }
 
@@ -199,7 +200,7 @@ TEST(WirelessTopFoldRanking, SharesTheStreamsWithTheMapAndTheOtherRankings) {
   const auto stream = Stream(1, 2, "a");
   Ranked ranked(Filed({stream}));
   for (const char* key : {"in", "out", "total"}) {
-    EXPECT_THAT(TopStreams(ranked.By(key), 1), ElementsAre(stream));
+    EXPECT_THAT(TopStreams(ranked.By(key), 1), ElementsAre(stream.get()));
   }
 }
 
@@ -229,8 +230,11 @@ TEST(WirelessTopFoldRanking, IsThatOfAStableSortByTheComparisonHoweverDeepOneLoo
     for (int look = 0; look < 10; ++look) {
       const std::size_t depth = dice() % 70;
       const auto top = TopStreams(ranked.By("total"), depth);
-      const auto end = sorted.begin() + static_cast<std::ptrdiff_t>(std::min(depth, sorted.size()));
-      EXPECT_EQ(top, (std::vector(sorted.begin(), end))) << "round " << round << ", depth " << depth;
+      std::vector<const NetStream*> expected;
+      for (std::size_t place = 0; place < std::min(depth, sorted.size()); ++place) {
+        expected.push_back(sorted[place].get());
+      }
+      EXPECT_EQ(top, expected) << "round " << round << ", depth " << depth;
     }
   }
 }
@@ -250,7 +254,7 @@ TEST(WirelessTopFoldRanking, KeepsWhatItHandedOutWhenSomebodyLooksDeeper) {
 TEST(WirelessTopFoldRanking, KnowsNothingOfAStreamThatCameAfterItsFirstLook) {
   Streams streams;
   AddOctets(StreamOf(streams, "a"), 1 << 20, 0);
-  StreamRanking ranking(streams, [](const NetStream& stream) { return stream.in; });
+  StreamRanking ranking(std::make_shared<StreamList>(streams), [](const NetStream& stream) { return stream.in; });
   EXPECT_EQ(TopNames(ranking, 5), Names{"a"});
   AddOctets(StreamOf(streams, "b"), 1 << 21, 0);
   EXPECT_EQ(TopNames(ranking, 5), Names{"a"});
