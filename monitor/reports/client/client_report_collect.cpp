@@ -24,8 +24,7 @@ records::WIFIBandType BandOf(const std::string& radio, const Radios& radios) {
 }
 
 Sighting ClientSighting(const records::AssocClientState& client, const std::string& ssid) {
-  const WirelessClientKey key{.mac = format_macaddress(client.mac), .username = {}, .ssid = ssid};
-  return {.key = key.GetKeyStr(),
+  return {.key = WirelessClientKey::KeyStr(format_macaddress(client.mac), {}, ssid),
           .is_guest = false,
           .counters = {.in_bytes = client.in_bytes, .out_bytes = client.out_bytes},
           .data_rate = client.data_rate,
@@ -40,8 +39,7 @@ std::optional<Sighting> GuestSighting(const records::AssocClientState& client, c
   const auto found = users.find(client.mac);
   if (found == users.end() || found->second.username.empty()) return std::nullopt;
   const records::PortalUser& user = found->second;
-  const WirelessClientKey key{.mac = format_macaddress(client.mac), .username = user.username, .ssid = ssid};
-  return Sighting{.key = key.GetKeyStr(),
+  return Sighting{.key = WirelessClientKey::KeyStr(format_macaddress(client.mac), user.username, ssid),
                   .is_guest = true,
                   .counters = {.in_bytes = user.in_bytes, .out_bytes = user.out_bytes},
                   .data_rate = client.data_rate,
@@ -52,6 +50,7 @@ std::optional<Sighting> GuestSighting(const records::AssocClientState& client, c
 /// Appends the clients of one SSID interface.
 void ReadNetwork(const records::SSIDIfState& network, bool is_guest_network, records::WIFIBandType band,
                  const PortalUsers& users, std::vector<Sighting>& clients) {
+  clients.reserve(clients.size() + network.clients.size());
   for (const records::AssocClientState& client : network.clients) {
     std::optional<Sighting> sighting =
         is_guest_network ? GuestSighting(client, network.ssid, users) : ClientSighting(client, network.ssid);

@@ -12,10 +12,6 @@ std::int32_t Sum(std::int32_t left, std::int32_t right) {
   return SaturatedSeconds(static_cast<std::uint64_t>(left) + static_cast<std::uint64_t>(right));
 }
 
-ClientRows& RowsFor(const Sighting& client, ClientReport& report) {
-  return client.is_guest ? report.guests : report.clients;
-}
-
 /// Copies what the device reported last.
 void Describe(const Sighting& client, WirelessClientItem& row) {
   row.data_rate = client.data_rate;
@@ -43,24 +39,43 @@ void AddRows(const ClientRows& day, ClientRows& week) {
 
 }  // namespace
 
-void CountContinuing(const Sighting& client, const WirelessClientStatics& before, time_t now,
-                     std::int32_t online_seconds, ClientReport& report) {
-  const auto [entry, is_new] = RowsFor(client, report).try_emplace(client.key);
-  WirelessClientItem& row = entry->second;
-  if (is_new || row.first_seen > now) row.first_seen = now;
-  // A client on two devices at once is counted on both, but its online time must not exceed the time that has passed.
-  row.online_time =
-      std::min(Sum(row.online_time, online_seconds), SaturatedSeconds(SecondsBetween(row.first_seen, now)));
-  row.upload += CounterIncrease(before.in_bytes, client.counters.in_bytes);
-  row.download += CounterIncrease(before.out_bytes, client.counters.out_bytes);
-  row.last_seen = now;
-  Describe(client, row);
+const WirelessClientStatics* Follow(const WirelessClientStatics& counters, std::uint64_t pass,
+                                    FollowedClient& followed) {
+  if (followed.pass != pass) {
+    followed.was_there_before = followed.pass != 0 && followed.pass == pass - 1;
+    followed.before = followed.latest;
+    followed.pass = pass;
+  }
+  followed.latest = counters;
+  return followed.was_there_before ? &followed.before : nullptr;
 }
 
-void CountArriving(const Sighting& client, time_t now, ClientReport& report) {
-  const auto [entry, is_new] = RowsFor(client, report).try_emplace(client.key);
-  if (is_new) entry->second.first_seen = entry->second.last_seen = now;
-  Describe(client, entry->second);
+void DropGone(std::uint64_t pass, std::size_t seen, FollowedClients& clients) {
+  if (clients.size() / 2 <= seen) return;
+  std::erase_if(clients, [&](const auto& entry) { return entry.second.pass != pass; });
+}
+
+Row RowOf(const Sighting& client, ClientReport& report) {
+  const auto [entry, is_new] = (client.is_guest ? report.guests : report.clients).try_emplace(client.key);
+  return {.item = entry->second, .is_new = is_new};
+}
+
+void CountContinuing(const Sighting& client, const WirelessClientStatics& before, time_t now,
+                     std::int32_t online_seconds, Row row) {
+  WirelessClientItem& item = row.item;
+  if (row.is_new || item.first_seen > now) item.first_seen = now;
+  // A client on two devices at once is counted on both, but its online time must not exceed the time that has passed.
+  item.online_time =
+      std::min(Sum(item.online_time, online_seconds), SaturatedSeconds(SecondsBetween(item.first_seen, now)));
+  item.upload += CounterIncrease(before.in_bytes, client.counters.in_bytes);
+  item.download += CounterIncrease(before.out_bytes, client.counters.out_bytes);
+  item.last_seen = now;
+  Describe(client, item);
+}
+
+void CountArriving(const Sighting& client, time_t now, Row row) {
+  if (row.is_new) row.item.first_seen = row.item.last_seen = now;
+  Describe(client, row.item);
 }
 
 void RebuildWeek(const ClientReports& daily, const std::string& day, const std::string& week, ClientReports& weekly) {

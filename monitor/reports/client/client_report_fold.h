@@ -10,17 +10,36 @@
 /// The arithmetic of the wireless client report, on plain rows. The caller holds the lock of what it hands in.
 namespace monitoring::client_report {
 
+/// Takes down that pass number `pass` saw a client with these counters. Once in each pass, or several times for a
+/// client on several devices: the latest counters stay.
+///
+/// Returns: the counters of the pass before; null when that did not see the client.
+const WirelessClientStatics* Follow(const WirelessClientStatics& counters, std::uint64_t pass,
+                                    FollowedClient& followed);
+
+/// Drops the clients that pass number `pass` did not see, once they outnumber the `seen` that it saw.
+void DropGone(std::uint64_t pass, std::size_t seen, FollowedClients& clients);
+
+/// A client's row of a day or a week.
+struct Row {
+  WirelessClientItem& item;
+  bool is_new = false;  ///< Just made, and empty.
+};
+
+/// The row of a client, made if there is none. Its address stays the same as long as the report lives.
+Row RowOf(const Sighting& client, ClientReport& report);
+
 /// Adds the traffic and the online time of a client that was there in the last pass, too, to its row of a day or a
 /// week.
 ///
 /// `online_seconds` is the time since that pass; 0 when the day has changed or the clock was set back. A row that is
 /// new, or was first seen in the future, begins now.
 void CountContinuing(const Sighting& client, const WirelessClientStatics& before, time_t now,
-                     std::int32_t online_seconds, ClientReport& report);
+                     std::int32_t online_seconds, Row row);
 
 /// Adds a client that was not there in the last pass to a day or a week. A row that it already has keeps its times and
 /// sums: the traffic of its absence is unknown, because its counters may have restarted meanwhile.
-void CountArriving(const Sighting& client, time_t now, ClientReport& report);
+void CountArriving(const Sighting& client, time_t now, Row row);
 
 /// Rebuilds the rows of `week` from the days that are kept: those from its first day until before `day`.
 ///

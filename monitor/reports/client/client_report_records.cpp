@@ -1,6 +1,7 @@
 #include "monitor/reports/client/client_report_records.h"
 
 #include <cstddef>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -15,7 +16,13 @@ constexpr std::size_t kFields = 3;
 }  // namespace
 
 std::string WirelessClientKey::GetKeyStr() const {
-  return mac + kSeparator + username + kSeparator + ssid;
+  return KeyStr(mac, username, ssid);
+}
+
+std::string WirelessClientKey::KeyStr(std::string_view mac, std::string_view username, std::string_view ssid) {
+  std::string key;
+  key.reserve(mac.size() + username.size() + ssid.size() + 2);
+  return key.append(mac).append(kSeparator).append(username).append(kSeparator).append(ssid);
 }
 
 bool WirelessClientKey::ParseKey(const std::string& key) {

@@ -4,6 +4,7 @@
 #include <ctime>
 #include <map>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 
 #include "platform/device_records.h"
@@ -18,6 +19,9 @@ struct WirelessClientKey {
 
   /// The three fields joined by "|". Nothing is escaped: a name that holds a "|" cannot be parsed again.
   std::string GetKeyStr() const;
+
+  /// The same of fields that are in no key.
+  static std::string KeyStr(std::string_view mac, std::string_view username, std::string_view ssid);
 
   /// Sets the fields from such a text. Fails: returns false and keeps the fields when it does not have three parts.
   bool ParseKey(const std::string& key);
@@ -50,8 +54,7 @@ struct WirelessClientStatics {
 
 // Hashed, because a pass looks every client up several times, and a lookup among 50,000 in a tree takes seven times as
 // long as among 1,000. Reports sort the rows.
-using ClientRows = std::unordered_map<std::string, WirelessClientItem>;        ///< `GetKeyStr` -> row.
-using ClientSamples = std::unordered_map<std::string, WirelessClientStatics>;  ///< `GetKeyStr` -> counters.
+using ClientRows = std::unordered_map<std::string, WirelessClientItem>;  ///< `GetKeyStr` -> row.
 
 /// The rows of one day or one week.
 struct ClientReport {
@@ -64,6 +67,23 @@ struct ClientReport {
 using ClientReports = std::map<std::string, ClientReport>;  ///< Day or week key -> its rows.
 
 namespace client_report {
+
+/// What the passes before have left of a client: its counters, and where its rows are.
+///
+/// A pass has a number, which goes up when it is completed: one that ran out of memory is made again under its number.
+struct FollowedClient {
+  std::uint64_t pass = 0;         ///< The latest pass that saw the client; 0 before the first.
+  bool was_there_before = false;  ///< Whether the pass before that one saw it, too.
+  WirelessClientStatics latest;   ///< Its counters in the latest pass.
+  WirelessClientStatics before;   ///< Those in the pass before, if it was there.
+
+  std::uint64_t generation = 0;             ///< Of the rows to which the pointers lead; of no rows when it is 0.
+  bool is_guest = false;                    ///< Whether these are rows of guests.
+  WirelessClientItem* today = nullptr;      ///< Its row of the present day.
+  WirelessClientItem* this_week = nullptr;  ///< Its row of the present week.
+};
+
+using FollowedClients = std::unordered_map<std::string, FollowedClient>;  ///< `GetKeyStr` -> client.
 
 /// One client, as one pass sees it on one device.
 struct Sighting {

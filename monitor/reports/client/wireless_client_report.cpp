@@ -20,8 +20,9 @@ namespace client_report = monitoring::client_report;
 namespace time_keys = monitoring::time_keys;
 using monitoring::ClientReport;
 using monitoring::ClientReports;
-using monitoring::ClientSamples;
 using monitoring::JsonTree;
+using monitoring::client_report::FollowedClient;
+using monitoring::client_report::Row;
 using monitoring::client_report::Sighting;
 using utilities::lock::lock_guard_read;
 using utilities::lock::lock_guard_write;
@@ -56,46 +57,62 @@ std::string WirelessClientReport::GetMonitorName() {
 
 void WirelessClientReport::DataMerge() {
   const auto now = static_cast<long>(time(nullptr));
-  const std::string day = GetDateStr(now);
-  const std::string week = GetWeekStr(now);
+  Pass pass{.now = static_cast<time_t>(now), .day = GetDateStr(now), .week = GetWeekStr(now)};
   const lock_guard_write held(lock_);
   if (now < last_pass_time_) {  // the clock was set back
-    daily_.erase(day);
-    client_report::RebuildWeek(daily_, day, week, weekly_);
+    ++row_generation_;
+    daily_.erase(pass.day);
+    client_report::RebuildWeek(daily_, pass.day, pass.week, weekly_);
   }
-  ClientSamples sample;
-  sample.reserve(previous_sample_.size());
-  for (const std::string& mac : DeviceManager::GetInstance().GetOnlineManagedDevices(true)) {
-    Collectdata(mac, sample, now, day, week);
+  if (pass.day != day_ || pass.week != week_) {
+    ++row_generation_;
+    day_ = pass.day;
+    week_ = pass.week;
   }
-  // Replaced as a whole, so that a client that was not in this pass counts as arriving when it comes back.
-  previous_sample_ = std::move(sample);
-  last_pass_time_ = static_cast<time_t>(now);
-  client_report::Trim(daily_, day, monitoring::kMaxReportDays);
-  client_report::Trim(weekly_, week, monitoring::kMaxReportWeeks);
+  if (pass.day == GetDateStr(static_cast<long>(last_pass_time_))) {
+    pass.online_seconds = monitoring::SaturatedSeconds(monitoring::SecondsBetween(last_pass_time_, pass.now));
+  }
+  for (const std::string& mac : DeviceManager::GetInstance().GetOnlineManagedDevices(true)) Collectdata(mac, pass);
+  client_report::DropGone(++completed_passes_, pass.seen, followed_);
+  last_pass_time_ = pass.now;
+  Trim(pass);
 }
 
-void WirelessClientReport::Collectdata(const std::string& mac, ClientSamples& sample, long now, const std::string& day,
-                                       const std::string& week) {
-  std::vector<Sighting> clients = client_report::ReadClients(mac);
+void WirelessClientReport::Collectdata(const std::string& mac, Pass& pass) {
+  const std::vector<Sighting> clients = client_report::ReadClients(mac);
   if (clients.empty()) return;  // before the maps are indexed: a period without rows must not exist
-  const auto moment = static_cast<time_t>(now);
-  const bool is_same_day = day == GetDateStr(static_cast<long>(last_pass_time_));
-  const std::int32_t online_seconds =
-      is_same_day ? monitoring::SaturatedSeconds(monitoring::SecondsBetween(last_pass_time_, moment)) : 0;
-  ClientReport& today = daily_[day];
-  ClientReport& this_week = weekly_[week];
-  for (Sighting& client : clients) {
-    const auto before = previous_sample_.find(client.key);
-    for (ClientReport* report : {&today, &this_week}) {
-      if (before == previous_sample_.end()) {
-        client_report::CountArriving(client, moment, *report);
-      } else {
-        client_report::CountContinuing(client, before->second, moment, online_seconds, *report);
-      }
+  ClientReport& today = daily_[pass.day];
+  ClientReport& this_week = weekly_[pass.week];
+  for (const Sighting& client : clients) Count(client, pass, today, this_week);
+  pass.seen += clients.size();
+}
+
+void WirelessClientReport::Count(const Sighting& client, const Pass& pass, ClientReport& today,
+                                 ClientReport& this_week) {
+  FollowedClient& followed = followed_[client.key];
+  // Two keys with the separator in a name can be one text, and then one may be a guest's.
+  const bool is_known = followed.generation == row_generation_ && followed.is_guest == client.is_guest;
+  const Row day_row = is_known ? Row{*followed.today} : client_report::RowOf(client, today);
+  const Row week_row = is_known ? Row{*followed.this_week} : client_report::RowOf(client, this_week);
+  followed.today = &day_row.item;
+  followed.this_week = &week_row.item;
+  followed.is_guest = client.is_guest;
+  followed.generation = row_generation_;
+  const auto* before = client_report::Follow(client.counters, completed_passes_ + 1, followed);
+  for (const Row& row : {day_row, week_row}) {
+    if (before == nullptr) {
+      client_report::CountArriving(client, pass.now, row);
+    } else {
+      client_report::CountContinuing(client, *before, pass.now, pass.online_seconds, row);
     }
-    sample.insert_or_assign(std::move(client.key), client.counters);
   }
+}
+
+void WirelessClientReport::Trim(const Pass& pass) {
+  const std::size_t periods = daily_.size() + weekly_.size();
+  client_report::Trim(daily_, pass.day, monitoring::kMaxReportDays);
+  client_report::Trim(weekly_, pass.week, monitoring::kMaxReportWeeks);
+  if (daily_.size() + weekly_.size() != periods) ++row_generation_;
 }
 
 std::string WirelessClientReport::GetAvailableTypePeriod() {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <ctime>
 #include <string>
 
@@ -42,9 +44,22 @@ class WirelessClientReport final : public Monitor {
                               int /*minutes*/) override {}
 
  private:
-  /// Adds the clients of one device to the rows of `day` and `week`, and their counters to `sample`.
-  void Collectdata(const std::string& mac, monitoring::ClientSamples& sample, long now, const std::string& day,
-                   const std::string& week) VEXORA_REQUIRES(lock_);
+  /// What one pass works with.
+  struct Pass {
+    time_t now = 0;
+    std::string day;
+    std::string week;
+    std::int32_t online_seconds = 0;  ///< What a client gets that the last pass saw, too.
+    std::size_t seen = 0;             ///< Clients counted so far; one on two devices counts twice.
+  };
+
+  /// Adds the clients of one device to the rows of the day and week.
+  void Collectdata(const std::string& mac, Pass& pass) VEXORA_REQUIRES(lock_);
+  /// Adds one of them.
+  void Count(const monitoring::client_report::Sighting& client, const Pass& pass, monitoring::ClientReport& today,
+             monitoring::ClientReport& this_week) VEXORA_REQUIRES(lock_);
+  /// Drops periods that are too old, or lie in the future.
+  void Trim(const Pass& pass) VEXORA_REQUIRES(lock_);
 
   // The host is called with it held. For writing, as a pass holds it: the device centre, its devices and their drivers,
   // the configuration managers, `format_macaddress` and `pel_log_error`. For reading, as a report holds it:
@@ -52,7 +67,13 @@ class WirelessClientReport final : public Monitor {
   // define itself. None of these may call back or wait for a thread that may be inside the plug-in.
   // Leaf lock: no other lock of ours is taken while it is held.
   mutable utilities::lock::RwLock lock_;
-  monitoring::ClientSamples previous_sample_ VEXORA_GUARDED_BY(lock_);  // the counters of the last pass
+  monitoring::client_report::FollowedClients followed_ VEXORA_GUARDED_BY(lock_);
+  std::uint64_t completed_passes_ VEXORA_GUARDED_BY(lock_) = 0;
+  // Goes up when the present day or week becomes another one, or when a period goes: what `followed_` points to may be
+  // gone then.
+  std::uint64_t row_generation_ VEXORA_GUARDED_BY(lock_) = 1;
+  std::string day_ VEXORA_GUARDED_BY(lock_);  // the day and the week of the latest pass
+  std::string week_ VEXORA_GUARDED_BY(lock_);
   monitoring::ClientReports daily_ VEXORA_GUARDED_BY(lock_);
   monitoring::ClientReports weekly_ VEXORA_GUARDED_BY(lock_);
   time_t last_pass_time_ VEXORA_GUARDED_BY(lock_) = 0;  // 0 before the first pass

@@ -15,14 +15,20 @@ namespace {
 using monitoring::ClientReport;
 using monitoring::ClientReports;
 using monitoring::WirelessClientItem;
-using monitoring::client_report::CountArriving;
-using monitoring::client_report::CountContinuing;
+using monitoring::WirelessClientStatics;
+using monitoring::client_report::DropGone;
+using monitoring::client_report::Follow;
+using monitoring::client_report::FollowedClient;
+using monitoring::client_report::FollowedClients;
 using monitoring::client_report::OnlinePercent;
 using monitoring::client_report::RebuildWeek;
+using monitoring::client_report::RowOf;
 using monitoring::client_report::Sighting;
 using monitoring::client_report::Trim;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using ::testing::Key;
+using ::testing::Pointee;
 using vexora_probe::models::controller::WIFIBandType;
 using vexora_probe::models::controller::WIFIOpMode;
 
@@ -59,10 +65,57 @@ ClientReport Of(const WirelessClientItem& row) {
   return {.clients = {{"m||s", row}}, .guests = {}};
 }
 
+void CountContinuing(const Sighting& client, const WirelessClientStatics& before, time_t now,
+                     std::int32_t online_seconds, ClientReport& report) {
+  monitoring::client_report::CountContinuing(client, before, now, online_seconds, RowOf(client, report));
+}
+
+void CountArriving(const Sighting& client, time_t now, ClientReport& report) {
+  monitoring::client_report::CountArriving(client, now, RowOf(client, report));
+}
+
 std::vector<std::string> KeysOf(const ClientReports& reports) {
   std::vector<std::string> keys;
   for (const auto& [key, report] : reports) keys.push_back(key);
   return keys;
+}
+
+TEST(ClientReportFoldFollowing, GivesTheCountersOfThePassBefore) {
+  FollowedClient client;
+  EXPECT_EQ(Follow({.in_bytes = 1, .out_bytes = 2}, 1, client), nullptr);
+  EXPECT_THAT(Follow({.in_bytes = 3, .out_bytes = 4}, 2, client),
+              Pointee(WirelessClientStatics{.in_bytes = 1, .out_bytes = 2}));
+  EXPECT_THAT(Follow({.in_bytes = 5, .out_bytes = 6}, 3, client),
+              Pointee(WirelessClientStatics{.in_bytes = 3, .out_bytes = 4}));
+}
+
+TEST(ClientReportFoldFollowing, TakesAClientThatMissedAPassAsArriving) {
+  FollowedClient client;
+  Follow({.in_bytes = 1, .out_bytes = 1}, 1, client);
+  EXPECT_EQ(Follow({.in_bytes = 2, .out_bytes = 2}, 3, client), nullptr);
+  EXPECT_NE(Follow({.in_bytes = 3, .out_bytes = 3}, 4, client), nullptr);
+}
+
+TEST(ClientReportFoldFollowing, ComparesAClientOnTwoDevicesWithThePassBeforeAndKeepsTheLatterCounters) {
+  FollowedClient client;
+  EXPECT_EQ(Follow({.in_bytes = 1, .out_bytes = 0}, 1, client), nullptr);
+  EXPECT_EQ(Follow({.in_bytes = 2, .out_bytes = 0}, 1, client), nullptr);
+  for (const std::uint64_t in_bytes : {10U, 20U}) {
+    EXPECT_THAT(Follow({.in_bytes = in_bytes, .out_bytes = 0}, 2, client),
+                Pointee(WirelessClientStatics{.in_bytes = 2, .out_bytes = 0}));
+  }
+  EXPECT_THAT(Follow({}, 3, client), Pointee(WirelessClientStatics{.in_bytes = 20, .out_bytes = 0}));
+}
+
+TEST(ClientReportFoldFollowing, DropsWhoIsGoneWhenMoreAreGoneThanThere) {
+  FollowedClients clients;
+  for (const char* key : {"a", "b", "c", "d"}) Follow({}, 1, clients[key]);
+  for (const char* key : {"a", "b"}) Follow({}, 2, clients[key]);
+  DropGone(2, 2, clients);
+  EXPECT_EQ(clients.size(), 4U);
+  Follow({}, 3, clients["a"]);
+  DropGone(3, 1, clients);
+  EXPECT_THAT(clients, ElementsAre(Key("a")));
 }
 
 TEST(ClientReportFoldContinuing, AddsTimeAndTrafficAndTakesTheRestAsReported) {
