@@ -78,7 +78,7 @@ void ConnectionEvents::OnUpgrade(HttpConnection& connection, const RequestHead& 
       id, connection.TakeTransport(),
       AcceptedConnection{accepted.address, accepted.verdict,
                          RateLimiter(limits_.messages_per_second, RateLimiter::Clock::now())},
-      connection.TakeRest(), limits_, *this);
+      limits_, *this);
   connections_.emplace(id, opened);
   router_->Add(id, opened->outbox(), accepted.address);
   opened->Start(head);

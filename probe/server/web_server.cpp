@@ -1,24 +1,106 @@
 #include "probe/server/web_server.h"
 
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/post.hpp>
+#include <chrono>
+#include <exception>
+#include <stdexcept>
+#include <thread>
 #include <utility>
 
 #include "probe/host/log.h"
-#include "probe/server/event_loop.h"
+#include "probe/server/connection_events.h"
+#include "probe/server/net/descriptor_limit.h"
+#include "probe/server/net/listener.h"
+#include "probe/server/net/timer.h"
+#include "probe/server/net/tls_context.h"
+#include "probe/server/net/transport.h"
+#include "probe/server/websocket/message_router.h"
 
 namespace probe {
+namespace {
+
+// How long clients may take to confirm that their connection is closed when the server stops.
+constexpr std::chrono::milliseconds kStopGrace{250};
+
+}  // namespace
+
+/// One run of the server, from `Start` to `Stop`: its thread and what that owns.
+///
+/// Threads: made and destroyed on one thread. Other threads reach what runs on the loop by posting to it only.
+class WebServer::EventLoop {
+ public:
+  EventLoop(ServerSettings settings, SubscriptionService& service, HttpService http, OnFailure on_failure)
+      : on_failure_(std::move(on_failure)),
+        listener_(io_, settings.listen, settings.port, settings.listen == ServerSettings().listen),
+        tls_(MakeTlsContext(settings)) {
+    settings.limits.connections = RaiseDescriptorLimit(settings.limits.connections);
+    events_ = std::make_unique<ConnectionEvents>(io_, settings, listener_.port(), service, router_, std::move(http));
+    if (!MessageRouter::Install(router_)) throw std::runtime_error("this process runs a web server already");
+    try {
+      listener_.Start(
+          [this](Transport::Socket socket) { events_->OnAccept(MakeTransport(std::move(socket), tls_.get())); });
+      thread_ = std::thread([this] { Run(); });
+    } catch (...) {
+      MessageRouter::Withdraw(router_);
+      throw;
+    }
+  }
+
+  ~EventLoop() {
+    MessageRouter::Withdraw(router_);
+    boost::asio::post(io_, [this] { StartStop(); });
+    thread_.join();
+  }
+  EventLoop(const EventLoop&) = delete;
+  EventLoop& operator=(const EventLoop&) = delete;
+
+  const Listener& listener() const { return listener_; }
+  MessageRouter& router() { return *router_; }
+
+ private:
+  void Run() {
+    try {
+      io_.run();  // until it has nothing left to wait for: `FinishStop`
+    } catch (const std::exception& failure) {
+      log::Error("[WebServer] the event loop failed, and nobody is served any more: %s", failure.what());
+      if (on_failure_) on_failure_(failure.what());
+    }
+    router_->RemoveAll();
+  }
+
+  void StartStop() {
+    listener_.Close();
+    grace_.Start(kStopGrace, [this] { FinishStop(); });
+    events_->StartStop([this] { FinishStop(); });
+  }
+
+  void FinishStop() {
+    grace_.Stop();
+    events_->AbortAll();
+  }
+
+  const OnFailure on_failure_;
+  boost::asio::io_context io_{1};
+  const std::shared_ptr<MessageRouter> router_ =
+      std::make_shared<MessageRouter>([this] { boost::asio::post(io_, [this] { events_->OnWakeup(); }); });
+  Listener listener_;
+  const std::unique_ptr<boost::asio::ssl::context> tls_;  // null: no TLS
+  std::unique_ptr<ConnectionEvents> events_;
+  Timer grace_{io_.get_executor()};
+  std::thread thread_;
+};
 
 WebServer::WebServer(ServerSettings settings, SubscriptionService& service, HttpService http, OnFailure on_failure)
     : settings_(std::move(settings)), service_(service), http_(std::move(http)), on_failure_(std::move(on_failure)) {}
 
-WebServer::~WebServer() {
-  Stop();
-}
+WebServer::~WebServer() = default;
 
 void WebServer::Start() {
   if (loop_ != nullptr) return;
   RequireServable(settings_);
   loop_ = std::make_unique<EventLoop>(settings_, service_, http_, on_failure_);
-  log::Info("[WebServer] serving on port %u", static_cast<unsigned>(loop_->port()));
+  log::Info("[WebServer] serving on port %u", static_cast<unsigned>(port()));
 }
 
 void WebServer::Stop() {
@@ -26,15 +108,15 @@ void WebServer::Stop() {
 }
 
 ConnectionId WebServer::AddLocalReceiver(std::function<void(const std::string& text)> receiver) {
-  return loop_ == nullptr ? kNoConnection : loop_->AddLocalReceiver(std::move(receiver));
+  return loop_ == nullptr ? kNoConnection : loop_->router().AddLocalReceiver(std::move(receiver));
 }
 
 std::uint16_t WebServer::port() const {
-  return loop_ == nullptr ? 0 : loop_->port();
+  return loop_ == nullptr ? 0 : loop_->listener().port();
 }
 
 std::vector<std::string> WebServer::addresses() const {
-  return loop_ == nullptr ? std::vector<std::string>{} : loop_->addresses();
+  return loop_ == nullptr ? std::vector<std::string>{} : loop_->listener().addresses();
 }
 
 }  // namespace probe

@@ -13,20 +13,16 @@
 
 namespace probe {
 
-class EventLoop;
-
 /// The probe's HTTP server, whose websocket clients subscribe to topics and get their messages.
 ///
 /// One thread of its own owns all sockets. Messages come in from any thread through `GetSalSendByCon`, which puts them
 /// into the connection's queue and wakes that thread. The protocol is described in docs/interfaces.md.
 ///
-/// Should the event loop fail, which leaves nobody served, it says so to its owner; what is to be done is the owner's
-/// business.
-///
 /// Threads: `Start` and `Stop` on one thread. One server a process can be running.
 class WebServer {
  public:
-  /// Told why the event loop has failed, on its thread: it must not call the server back.
+  /// Told why the event loop has failed, which leaves nobody served; on its thread, so it must not call the server
+  /// back.
   using OnFailure = std::function<void(const std::string& why)>;
 
   /// `service` must outlive the server, and so must what `http` refers to. Without `http` there is the websocket only.
@@ -61,6 +57,8 @@ class WebServer {
   std::vector<std::string> addresses() const;
 
  private:
+  class EventLoop;
+
   ServerSettings settings_;
   SubscriptionService& service_;
   HttpService http_;

@@ -28,7 +28,7 @@ HttpConnection::HttpConnection(std::unique_ptr<Transport> transport, AcceptedCon
       events_(events),
       accepted_(std::move(accepted)),
       transport_(std::move(transport)),
-      deadline_(transport_->executor()) {}
+      deadline_(transport_->get_executor()) {}
 
 template <typename Step>
 void HttpConnection::Guarded(const Step& step) try {
@@ -170,6 +170,7 @@ void HttpConnection::Close() {
 std::unique_ptr<Transport> HttpConnection::TakeTransport() {
   has_ended_ = true;
   deadline_.Stop();
+  transport_->Unread(reader_.TakeRest());
   return std::move(transport_);
 }
 

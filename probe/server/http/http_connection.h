@@ -58,9 +58,8 @@ class HttpConnection : public std::enable_shared_from_this<HttpConnection> {
 
   AcceptedConnection& accepted() { return accepted_; }
 
-  /// For an upgrade: takes the connection over, and the octets that came after its request.
+  /// For an upgrade: takes the connection over, with the octets that came after its request.
   std::unique_ptr<Transport> TakeTransport();
-  std::string TakeRest() { return reader_.TakeRest(); }
 
  private:
   /// Carries out what an event calls for; what it throws ends this connection alone.

@@ -23,14 +23,17 @@ int ChooseProtocol(SSL*, const unsigned char** chosen, unsigned char* chosen_len
 
 }  // namespace
 
-TlsContext::TlsContext(const ServerSettings& settings) try {
-  SSL_CTX* const context = context_.native_handle();
+std::unique_ptr<boost::asio::ssl::context> MakeTlsContext(const ServerSettings& settings) try {
+  if (settings.tls_certificate.empty()) return nullptr;
+  auto tls = std::make_unique<boost::asio::ssl::context>(boost::asio::ssl::context::tls_server);
+  SSL_CTX* const context = tls->native_handle();
   SSL_CTX_set_min_proto_version(context, TLS1_2_VERSION);
   SSL_CTX_set_options(context, SSL_OP_NO_RENEGOTIATION | SSL_OP_NO_COMPRESSION);
   SSL_CTX_set_mode(context, SSL_MODE_RELEASE_BUFFERS);  // an idle connection then costs 34 KiB less
   SSL_CTX_set_alpn_select_cb(context, &ChooseProtocol, nullptr);
-  context_.use_certificate_chain_file(settings.tls_certificate);
-  context_.use_private_key_file(settings.tls_key, boost::asio::ssl::context::pem);
+  tls->use_certificate_chain_file(settings.tls_certificate);
+  tls->use_private_key_file(settings.tls_key, boost::asio::ssl::context::pem);
+  return tls;
 } catch (const boost::system::system_error& failure) {
   throw std::runtime_error("server.tls_certificate = \"" + settings.tls_certificate + "\" with server.tls_key = \"" +
                            settings.tls_key + "\": the TLS certificate or key is not valid (" +

@@ -2,13 +2,11 @@
 
 #include <algorithm>
 #include <boost/asio/ssl/stream.hpp>
-#include <cstring>
-#include <utility>
+#include <optional>
 #include <vector>
 
 #include "probe/server/net/ip_address.h"
 #include "probe/server/net/tcp_progress.h"
-#include "probe/server/net/tls_context.h"
 
 namespace probe {
 namespace {
@@ -18,41 +16,76 @@ namespace asio = boost::asio;
 // Source: RFC 8446, section 5.1.
 constexpr std::size_t kTlsRecordBytes = 16 * 1024;
 
-class PlainTransport : public Transport {
- public:
-  explicit PlainTransport(Socket socket) : socket_(std::move(socket)) {}
+std::string TextOf(const asio::ip::tcp::endpoint& endpoint) {
+  const std::string text = endpoint.address().to_string();
+  return CanonicalAddress(text.substr(0, text.find('%')));  // a link-local address comes with its zone
+}
 
-  asio::io_context::executor_type executor() override { return socket_.get_executor(); }
-  std::string peer_address() const override { return PeerAddress(Descriptor()); }
-  std::string local_address() const override { return LocalAddress(Descriptor()); }
-  std::uint64_t octets_taken_by_peer() const override { return OctetsTakenByPeer(Descriptor()); }
+class SocketTransport final : public Transport {
+ public:
+  SocketTransport(Socket socket, asio::ssl::context* tls) : socket_(std::move(socket)) {
+    if (tls != nullptr) tls_.emplace(socket_, *tls);
+  }
+
+  executor_type get_executor() override { return socket_.get_executor(); }
+
+  std::string peer_address() const override {
+    Error error;
+    const auto endpoint = socket_.remote_endpoint(error);
+    return error ? std::string() : TextOf(endpoint);
+  }
+  std::string local_address() const override {
+    Error error;
+    const auto endpoint = socket_.local_endpoint(error);
+    return error ? std::string() : TextOf(endpoint);
+  }
+  std::uint64_t octets_taken_by_peer() const override {
+    // the library has no const access to the descriptor
+    return OctetsTakenByPeer(const_cast<Socket&>(socket_).native_handle());
+  }
 
   void Handshake(std::function<void(Error error)> done) override {
-    asio::post(socket_.get_executor(), [done = std::move(done)] { done({}); });
+    if (tls_) return tls_->async_handshake(asio::ssl::stream_base::server, std::move(done));
+    asio::post(get_executor(), [done = std::move(done)] { done({}); });
   }
   void ReadSome(asio::mutable_buffer into, Transferred done) override {
+    if (tls_) return tls_->async_read_some(into, std::move(done));
     socket_.async_read_some(into, std::move(done));
   }
-  void WriteSome(const Buffers& from, Transferred done) override { socket_.async_write_some(from, std::move(done)); }
+  void WriteSome(const Buffers& from, Transferred done) override {
+    if (tls_) return WriteRecords(from, std::move(done));
+    socket_.async_write_some(from, std::move(done));
+  }
 
   void Finish(std::function<void()> done) override {
-    Error ignored;
-    socket_.shutdown(Socket::shutdown_send, ignored);
-    Drain(std::make_shared<Dropped>(), std::move(done));
+    if (!tls_) return FinishTcp(std::move(done));
+    // whatever becomes of the close_notify, TCP is to be ended as without TLS
+    tls_->async_shutdown([this, done = std::move(done)](Error) { FinishTcp(done); });
   }
   void Close() override {
     Error ignored;
     socket_.close(ignored);
   }
 
- protected:
-  Socket& socket() { return socket_; }
-
  private:
   using Dropped = std::array<char, 4096>;
 
-  // getpeername and the like do not change the socket, but the library has no const access to its descriptor
-  int Descriptor() const { return const_cast<Socket&>(socket_).native_handle(); }
+  void WriteRecords(const Buffers& from, Transferred done) {
+    const auto first = std::find_if(from.begin(), from.end(), [](const auto& part) { return part.size() > 0; });
+    if (first == from.end() || first->size() >= kTlsRecordBytes || first + 1 == from.end())
+      return tls_->async_write_some(from, std::move(done));
+    // The library makes a record of each part, and of each record a packet, so small ones are joined.
+    auto record = std::make_shared<std::vector<char>>(std::min(asio::buffer_size(from), kTlsRecordBytes));
+    asio::buffer_copy(asio::buffer(*record), from);
+    tls_->async_write_some(asio::buffer(*record),
+                           [record, done = std::move(done)](Error error, std::size_t octets) { done(error, octets); });
+  }
+
+  void FinishTcp(std::function<void()> done) {
+    Error ignored;
+    socket_.shutdown(Socket::shutdown_send, ignored);
+    Drain(std::make_shared<Dropped>(), std::move(done));
+  }
 
   /// The transport must stay alive until `done` is called, which whoever waits for it sees to.
   void Drain(const std::shared_ptr<Dropped>& dropped, std::function<void()> done) {
@@ -63,42 +96,20 @@ class PlainTransport : public Transport {
   }
 
   Socket socket_;
-};
-
-class TlsTransport final : public PlainTransport {
- public:
-  TlsTransport(Socket socket, TlsContext& tls) : PlainTransport(std::move(socket)), tls_(this->socket(), tls.get()) {}
-
-  void Handshake(std::function<void(Error error)> done) override {
-    tls_.async_handshake(asio::ssl::stream_base::server, std::move(done));
-  }
-  void ReadSome(asio::mutable_buffer into, Transferred done) override { tls_.async_read_some(into, std::move(done)); }
-
-  void WriteSome(const Buffers& from, Transferred done) override {
-    const auto first = std::find_if(from.begin(), from.end(), [](const auto& part) { return part.size() > 0; });
-    if (first == from.end() || first->size() >= kTlsRecordBytes || first + 1 == from.end())
-      return tls_.async_write_some(from, std::move(done));
-    // The library makes a record of each part, and of each record a packet, so small ones are joined.
-    auto record = std::make_shared<std::vector<char>>(std::min(asio::buffer_size(from), kTlsRecordBytes));
-    asio::buffer_copy(asio::buffer(*record), from);
-    tls_.async_write_some(asio::buffer(*record),
-                          [record, done = std::move(done)](Error error, std::size_t octets) { done(error, octets); });
-  }
-
-  void Finish(std::function<void()> done) override {
-    // Whatever becomes of the close_notify, TCP is to be ended as without TLS.
-    tls_.async_shutdown([this, done = std::move(done)](Error) { PlainTransport::Finish(done); });
-  }
-
- private:
-  asio::ssl::stream<Socket&> tls_;
+  std::optional<asio::ssl::stream<Socket&>> tls_;
 };
 
 }  // namespace
 
-std::unique_ptr<Transport> MakeTransport(Transport::Socket socket, TlsContext* tls) {
-  if (tls != nullptr) return std::make_unique<TlsTransport>(std::move(socket), *tls);
-  return std::make_unique<PlainTransport>(std::move(socket));
+void Transport::ReadAgainOrSome(asio::mutable_buffer into, Transferred then) {
+  if (unread_.empty()) return ReadSome(into, std::move(then));
+  const std::size_t count = asio::buffer_copy(into, asio::buffer(unread_));
+  unread_.erase(0, count);
+  asio::post(get_executor(), [then = std::move(then), count] { then({}, count); });
+}
+
+std::unique_ptr<Transport> MakeTransport(Transport::Socket socket, asio::ssl::context* tls) {
+  return std::make_unique<SocketTransport>(std::move(socket), tls);
 }
 
 }  // namespace probe

@@ -9,7 +9,6 @@
 #include "probe/host/log.h"
 #include "probe/server/net/rate_limiter.h"
 #include "probe/server/websocket/message_router.h"
-#include "probe/server/websocket/transport_stream.h"
 #include "probe/text/utf8.h"
 
 namespace probe {
@@ -54,26 +53,25 @@ websocket::request_type RequestOf(const RequestHead& head) {
 }  // namespace
 
 /// The library's websocket, without compression.
-class Connection::Stream : public websocket::stream<TransportStream, false> {
+class Connection::Stream : public websocket::stream<Transport&, false> {
  public:
   using stream::stream;
-
-  Transport& transport() { return next_layer().transport(); }
 
   websocket::request_type handshake;
   std::array<char, kReadBytes> received{};
 };
 
 Connection::Connection(ConnectionId id, std::unique_ptr<Transport> transport, AcceptedConnection accepted,
-                       std::string early, const ServerLimits& limits, WebsocketEvents& events)
+                       const ServerLimits& limits, WebsocketEvents& events)
     : id_(id),
       limits_(limits),
       events_(events),
       accepted_(std::move(accepted)),
       outbox_(std::make_shared<Outbox>(limits.queue_messages, limits.queue_bytes)),
-      stream_(std::make_unique<Stream>(std::move(transport), std::move(early))),
+      transport_(std::move(transport)),
+      stream_(std::make_unique<Stream>(*transport_)),
       incoming_(limits.message_bytes),
-      timer_(stream_->get_executor()),
+      timer_(transport_->get_executor()),
       lived_at_(Clock::now()) {}
 
 Connection::~Connection() = default;
@@ -222,14 +220,14 @@ void Connection::StartWatch() {
   if (is_watched_) return;
   is_watched_ = true;
   moved_at_ = Clock::now();
-  taken_by_peer_ = stream_->transport().octets_taken_by_peer();
+  taken_by_peer_ = transport_->octets_taken_by_peer();
   StartTimer();
 }
 
 void Connection::WatchProgress(Clock::time_point now) {
   is_watched_ = HasUnsent();
   // What the system's buffers swallow is no progress: a client that takes nothing is found by what it acknowledges.
-  const std::uint64_t taken = stream_->transport().octets_taken_by_peer();
+  const std::uint64_t taken = transport_->octets_taken_by_peer();
   if (taken != taken_by_peer_) {
     taken_by_peer_ = taken;
     moved_at_ = now;
@@ -290,7 +288,7 @@ void Connection::Finish() {
   if (std::exchange(is_finishing_, true)) return;
   BeginClosing();
   timer_.Start(kFinishTimeout, [self = shared_from_this()] { self->Abort(); });
-  stream_->transport().Finish([self = shared_from_this()] { self->Abort(); });
+  transport_->Finish([self = shared_from_this()] { self->Abort(); });
 }
 
 void Connection::Abort() {
@@ -298,7 +296,7 @@ void Connection::Abort() {
   const auto self = shared_from_this();  // the server may hold the last reference
   BeginClosing();
   timer_.Stop();
-  stream_->transport().Close();
+  transport_->Close();
   events_.OnEnd(*this);
 }
 

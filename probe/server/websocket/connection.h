@@ -41,8 +41,7 @@ class Connection : public std::enable_shared_from_this<Connection> {
  public:
   using Clock = std::chrono::steady_clock;
 
-  /// `early`: octets that came together with the handshake.
-  Connection(ConnectionId id, std::unique_ptr<Transport> transport, AcceptedConnection accepted, std::string early,
+  Connection(ConnectionId id, std::unique_ptr<Transport> transport, AcceptedConnection accepted,
              const ServerLimits& limits, WebsocketEvents& events);
   ~Connection();
   Connection(const Connection&) = delete;
@@ -99,6 +98,7 @@ class Connection : public std::enable_shared_from_this<Connection> {
   WebsocketEvents& events_;
   AcceptedConnection accepted_;
   const std::shared_ptr<Outbox> outbox_;
+  const std::unique_ptr<Transport> transport_;
   const std::unique_ptr<Stream> stream_;
   MessageAssembler incoming_;
   Timer timer_;

@@ -50,9 +50,11 @@ void MessageRouter::Add(ConnectionId connection, std::shared_ptr<Outbox> outbox,
   routes_[connection] = Route{std::move(outbox), std::move(peer), {}};
 }
 
-void MessageRouter::AddLocalReceiver(ConnectionId connection, std::function<void(const std::string& text)> receiver) {
+ConnectionId MessageRouter::AddLocalReceiver(std::function<void(const std::string& text)> receiver) {
+  const ConnectionId connection = NewId();
   const lock_guard held(lock_);
   routes_[connection] = Route{nullptr, {}, std::move(receiver)};
+  return connection;
 }
 
 void MessageRouter::Remove(ConnectionId connection) {

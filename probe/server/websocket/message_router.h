@@ -28,11 +28,8 @@ class MessageRouter {
   /// Messages for this connection go into `outbox` from now on. `peer`: how the log calls the client.
   void Add(ConnectionId connection, std::shared_ptr<Outbox> outbox, std::string peer) VEXORA_EXCLUDES(lock_);
 
-  /// Hands what is sent to this connection, which has no client behind it, to `receiver` instead.
-  ///
-  /// `receiver` is called on the thread that sends, and must be quick.
-  void AddLocalReceiver(ConnectionId connection, std::function<void(const std::string& text)> receiver)
-      VEXORA_EXCLUDES(lock_);
+  /// A connection with no client behind it: what is sent to it goes to `receiver`, on the thread that sends.
+  ConnectionId AddLocalReceiver(std::function<void(const std::string& text)> receiver) VEXORA_EXCLUDES(lock_);
 
   /// Messages for this connection are dropped from now on.
   void Remove(ConnectionId connection) VEXORA_EXCLUDES(lock_);

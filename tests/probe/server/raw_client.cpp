@@ -1,15 +1,16 @@
 #include "tests/probe/server/raw_client.h"
 
+#include <netdb.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
+#include <memory>
 #include <stdexcept>
+#include <string>
 #include <system_error>
-
-#include "probe/server/net/ip_address.h"
 
 namespace test {
 namespace {
@@ -40,11 +41,15 @@ std::string FrameHead(int opcode, std::uint64_t length, bool is_last) {
 }  // namespace
 
 RawClient::RawClient(std::uint16_t port, const std::string& address, int receive_buffer) : port_(port) {
-  const auto to = probe::MakeSocketAddress(address, port);
-  socket_ = socket(to.storage.ss_family, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  addrinfo hints{};
+  hints.ai_flags = AI_NUMERICHOST | AI_NUMERICSERV;
+  addrinfo* to = nullptr;
+  if (getaddrinfo(address.c_str(), std::to_string(port).c_str(), &hints, &to) != 0) Fail("getaddrinfo");
+  const std::unique_ptr<addrinfo, void (*)(addrinfo*)> owned(to, &freeaddrinfo);
+  socket_ = socket(to->ai_family, SOCK_STREAM | SOCK_CLOEXEC, 0);
   if (socket_ < 0) Fail("socket");
   if (receive_buffer > 0) setsockopt(socket_, SOL_SOCKET, SO_RCVBUF, &receive_buffer, sizeof receive_buffer);
-  if (connect(socket_, reinterpret_cast<const sockaddr*>(&to.storage), to.length) != 0) Fail("connect");
+  if (connect(socket_, to->ai_addr, to->ai_addrlen) != 0) Fail("connect");
 }
 
 RawClient::~RawClient() {
