@@ -5,7 +5,7 @@
 #include "probe/host/connection_id.h"
 #include "probe/server/http/http_head.h"
 #include "probe/server/http/http_message.h"
-#include "probe/server/net/accepted_connection.h"
+#include "probe/server/net/connection_limiter.h"
 #include "probe/server/net/rate_limiter.h"
 #include "probe/server/net/transport.h"
 
@@ -72,13 +72,10 @@ void ConnectionEvents::OnRefused(HttpConnection& connection, const HttpError& er
 }
 
 void ConnectionEvents::OnUpgrade(HttpConnection& connection, const RequestHead& head) {
-  const auto accepted = connection.accepted();
+  AcceptedConnection accepted = connection.accepted();
+  accepted.rate = RateLimiter(limits_.messages_per_second, RateLimiter::Clock::now());
   const ConnectionId id = MessageRouter::NewId();
-  auto opened = std::make_shared<Connection>(
-      id, connection.TakeTransport(),
-      AcceptedConnection{accepted.address, accepted.verdict,
-                         RateLimiter(limits_.messages_per_second, RateLimiter::Clock::now())},
-      limits_, *this);
+  const auto opened = std::make_shared<Connection>(id, connection.TakeTransport(), accepted, limits_, *this);
   connections_.emplace(id, opened);
   router_->Add(id, opened->outbox(), accepted.address);
   opened->Start(head);
@@ -87,7 +84,7 @@ void ConnectionEvents::OnUpgrade(HttpConnection& connection, const RequestHead& 
 }
 
 void ConnectionEvents::OnEnd(HttpConnection& connection) {
-  Release(connection.accepted());
+  limiter_.Release(connection.accepted().address, connection.accepted().verdict);
   http_connections_.erase(&connection);
 }
 
@@ -109,13 +106,9 @@ void ConnectionEvents::OnClosing(Connection& connection) {
 }
 
 void ConnectionEvents::OnEnd(Connection& connection) {
-  Release(connection.accepted());
+  limiter_.Release(connection.accepted().address, connection.accepted().verdict);
   connections_.erase(connection.id());
   if (on_idle_ && connections_.empty()) on_idle_();
-}
-
-void ConnectionEvents::Release(const AcceptedConnection& accepted) {
-  limiter_.Release(accepted.address, accepted.verdict);
 }
 
 // --- the end --------------------------------------------------------------------------------------------------------

@@ -15,9 +15,8 @@
 #include "probe/server/http/http_head.h"
 #include "probe/server/http/http_message.h"
 #include "probe/server/http/http_requests.h"
-#include "probe/server/net/accepted_connection.h"
 #include "probe/server/net/connection_limiter.h"
-#include "probe/server/net/rejection_log.h"
+#include "probe/server/net/log_rate_limiter.h"
 #include "probe/server/net/server_settings.h"
 #include "probe/server/net/transport.h"
 #include "probe/server/websocket/connection.h"
@@ -63,7 +62,6 @@ class ConnectionEvents final : public HttpEvents, public WebsocketEvents {
   void OnEnd(Connection& connection) override;
 
   std::optional<HttpError> CheckLimits(AcceptedConnection& accepted, bool is_upgrade) const;
-  void Release(const AcceptedConnection& accepted);
 
   const ServerLimits limits_;
   const AccessRules rules_;

@@ -10,7 +10,7 @@
 
 #include "probe/host/log.h"
 #include "probe/server/connection_events.h"
-#include "probe/server/net/descriptor_limit.h"
+#include "probe/server/net/connection_limiter.h"
 #include "probe/server/net/listener.h"
 #include "probe/server/net/timer.h"
 #include "probe/server/net/tls_context.h"

@@ -39,17 +39,20 @@ void HttpConnection::Guarded(const Step& step) try {
 }
 
 void HttpConnection::Start() {
-  deadline_.Start(kRequestTimeout, [self = shared_from_this()] { self->OnRequestTimeout(); });
+  StartDeadline(kRequestTimeout, &HttpConnection::OnRequestTimeout);
   transport_->Handshake([self = shared_from_this()](Transport::Error error) {
     if (error) return self->Close();
     self->Guarded([&] { self->ReadHead(); });
   });
 }
 
+void HttpConnection::StartDeadline(std::chrono::seconds delay, void (HttpConnection::*on_due)()) {
+  deadline_.Start(delay, [self = shared_from_this(), on_due] { self->Guarded([&] { (self.get()->*on_due)(); }); });
+}
+
 void HttpConnection::ReadHead() {
   if (!is_first_)
-    deadline_.Start(reader_.has_begun() ? kRequestTimeout : kKeepAliveTimeout,
-                    [self = shared_from_this()] { self->OnRequestTimeout(); });
+    StartDeadline(reader_.has_begun() ? kRequestTimeout : kKeepAliveTimeout, &HttpConnection::OnRequestTimeout);
   switch (reader_.state()) {
     case HeadReader::State::kIncomplete:
       return ReadMore();
@@ -99,9 +102,11 @@ void HttpConnection::OnHead() {
       {head_.path, head_.arguments, accepts_gzip},
       [self = shared_from_this()](HttpAnswer answer) { self->Guarded([&] { self->Answer(std::move(answer)); }); });
   if (request_id_ == 0) return Refuse({503, "Refused: too many requests wait for an answer."});
-  deadline_.Start(kAnswerTimeout, [self = shared_from_this()] {
-    self->Refuse({503, "Refused: the answer takes too long. The request was given up."});
-  });
+  StartDeadline(kAnswerTimeout, &HttpConnection::OnAnswerTimeout);
+}
+
+void HttpConnection::OnAnswerTimeout() {
+  Refuse({503, "Refused: the answer takes too long. The request was given up."});
 }
 
 void HttpConnection::RefuseUnread(const HttpError& error) {
@@ -135,7 +140,7 @@ void HttpConnection::Send(std::string head, std::shared_ptr<const std::string> b
 }
 
 void HttpConnection::SendMore() {
-  deadline_.Start(stuck_after_, [self = shared_from_this()] { self->Close(); });
+  StartDeadline(stuck_after_, &HttpConnection::Close);
   const std::size_t of_head = std::min(sent_, answer_head_.size());
   const std::size_t of_body = sent_ - of_head;
   transport_->WriteSome({boost::asio::buffer(answer_head_) + of_head, boost::asio::buffer(*answer_body_) + of_body},
@@ -154,7 +159,7 @@ void HttpConnection::OnSent(Transport::Error error, std::size_t count) {
 }
 
 void HttpConnection::Finish() {
-  deadline_.Start(kFinishTimeout, [self = shared_from_this()] { self->Close(); });
+  StartDeadline(kFinishTimeout, &HttpConnection::Close);
   transport_->Finish([self = shared_from_this()] { self->Close(); });
 }
 

@@ -9,7 +9,7 @@
 #include "probe/server/http/http_head.h"
 #include "probe/server/http/http_message.h"
 #include "probe/server/http/http_requests.h"
-#include "probe/server/net/accepted_connection.h"
+#include "probe/server/net/connection_limiter.h"
 #include "probe/server/net/timer.h"
 #include "probe/server/net/transport.h"
 
@@ -66,11 +66,14 @@ class HttpConnection : public std::enable_shared_from_this<HttpConnection> {
   template <typename Step>
   void Guarded(const Step& step);
 
+  /// Has the connection carry this out after `delay`, unless another deadline takes its place.
+  void StartDeadline(std::chrono::seconds delay, void (HttpConnection::*on_due)());
   void ReadHead();
   void ReadMore();
   void OnOctets(Transport::Error error, std::size_t count);
   void OnHead();
   void OnRequestTimeout();
+  void OnAnswerTimeout();
   void Refuse(const HttpError& error);
   void RefuseUnread(const HttpError& error);
   void Answer(HttpAnswer answer);

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "probe/host/log.h"
+
 namespace probe {
 
 LogRateLimiter::Verdict LogRateLimiter::Ask(Clock::time_point now) {
@@ -14,6 +16,12 @@ LogRateLimiter::Verdict LogRateLimiter::Ask(Clock::time_point now) {
   verdict.may_be_written = lines_ < kLinesAMinute;
   ++(verdict.may_be_written ? lines_ : left_out_);
   return verdict;
+}
+
+void RejectionLog::Note(const std::string& who, const std::string& why, Clock::time_point now) {
+  const auto line = limiter_.Ask(now);
+  if (line.left_out > 0) log::Info("[WebServer] %zu more clients were refused", line.left_out);
+  if (line.may_be_written) log::Info("[WebServer] a client at %s was refused: %s", who.c_str(), why.c_str());
 }
 
 }  // namespace probe

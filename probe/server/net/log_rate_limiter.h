@@ -2,10 +2,11 @@
 
 #include <chrono>
 #include <cstddef>
+#include <string>
 
 namespace probe {
 
-/// Allows so many log lines a minute, and counts the others: whoever knocks all day long must not fill the log.
+/// Allows so many log lines a minute and counts the others, so that a client who calls all day does not fill the log.
 ///
 /// Threads: none of its own, no lock.
 class LogRateLimiter {
@@ -25,6 +26,19 @@ class LogRateLimiter {
   Clock::time_point minute_began_at_;
   std::size_t lines_ = 0;
   std::size_t left_out_ = 0;
+};
+
+/// Logs which clients were refused, within a `LogRateLimiter`; the lines left out are counted in the next one.
+///
+/// Threads: the event loop only.
+class RejectionLog {
+ public:
+  using Clock = LogRateLimiter::Clock;
+
+  void Note(const std::string& who, const std::string& why, Clock::time_point now);
+
+ private:
+  LogRateLimiter limiter_;
 };
 
 }  // namespace probe

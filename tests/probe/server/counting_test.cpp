@@ -6,7 +6,6 @@
 #include "probe/server/net/connection_limiter.h"
 #include "probe/server/net/log_rate_limiter.h"
 #include "probe/server/net/rate_limiter.h"
-#include "probe/server/net/rejection_log.h"
 #include "probe/server/net/server_settings.h"
 #include "probe/server/websocket/message_assembler.h"
 #include "probe/server/websocket/protocol.h"
