@@ -4,47 +4,51 @@
 #include <array>
 #include <cstddef>
 #include <nlohmann/json.hpp>
-
-#include "probe/server/websocket/json_sax_defaults.h"
+#include <optional>
 
 namespace probe {
 namespace {
 
-/// Follows the path to the present value, for as deep as anything of interest can stand.
-class EnvelopeReader : public JsonSaxDefaults {
+/// Follows the path to the present value, for as deep as anything of interest can stand. Gives up at what is no JSON.
+class EnvelopeReader final : public nlohmann::json_sax<nlohmann::json> {
  public:
+  explicit EnvelopeReader(bool stops_at_topic) : stops_at_topic_(stops_at_topic) {}
+
+  std::string topic;
+  std::vector<std::string> sids;
+
+  bool string(string_t& text) override {
+    if (IsInSidArray()) sids.push_back(text);
+    if (!stops_at_topic_ || depth_ != 1 || keys_[1] != "name") return true;
+    topic = text;
+    return false;
+  }
   bool key(string_t& name) override {
     if (depth_ < keys_.size()) keys_[depth_] = name;
     return true;
   }
-  bool start_object(std::size_t) override { return Enter(true); }
+  bool start_object(std::size_t) override { return Enter(""); }
   bool end_object() override { return Leave(); }
-  bool start_array(std::size_t) override { return Enter(false); }
+  bool start_array(std::size_t) override { return Enter(std::nullopt); }
   bool end_array() override { return Leave(); }
+  bool parse_error(std::size_t, const std::string&, const nlohmann::detail::exception&) override { return false; }
 
- protected:
-  /// How many objects and arrays the present value stands in.
-  std::size_t depth() const { return depth_; }
-
-  /// The key that leads on from the object at `depth`; empty for an array.
-  const std::string& KeyAt(std::size_t depth) const { return keys_[depth]; }
-
-  /// Whether the value stands in an array "sid" at one of the two places where an envelope has it.
-  bool IsInSidArray() const {
-    if (depth_ == 3) return IsObject(1) && IsObject(2) && !is_object_[3] && keys_[1] == "data" && keys_[2] == "sid";
-    if (depth_ != 4) return false;
-    return IsObject(1) && IsObject(2) && IsObject(3) && !is_object_[4] && keys_[1] == "data" && keys_[3] == "sid";
-  }
+  bool null() override { return true; }
+  bool boolean(bool) override { return true; }
+  bool number_integer(number_integer_t) override { return true; }
+  bool number_unsigned(number_unsigned_t) override { return true; }
+  bool number_float(number_float_t, const string_t&) override { return true; }
+  bool binary(binary_t&) override { return true; }
 
  private:
-  bool IsObject(std::size_t depth) const { return is_object_[depth]; }
+  /// Whether the value stands in an array "sid" at one of the two places where an envelope has it.
+  bool IsInSidArray() const {
+    if (depth_ == 3) return keys_[1] == "data" && keys_[2] == "sid" && !keys_[3];
+    return depth_ == 4 && keys_[1] == "data" && keys_[2] && keys_[3] == "sid" && !keys_[4];
+  }
 
-  bool Enter(bool is_object) {
-    ++depth_;
-    if (depth_ < keys_.size()) {
-      keys_[depth_].clear();
-      is_object_[depth_] = is_object;
-    }
+  bool Enter(const std::optional<std::string>& key) {
+    if (++depth_ < keys_.size()) keys_[depth_] = key;
     return true;
   }
   bool Leave() {
@@ -52,43 +56,21 @@ class EnvelopeReader : public JsonSaxDefaults {
     return true;
   }
 
-  std::size_t depth_ = 0;
-  std::array<std::string, 5> keys_;
-  std::array<bool, 5> is_object_{};
-};
-
-/// Stops as soon as it has the name.
-class TopicReader final : public EnvelopeReader {
- public:
-  std::string topic;
-
-  bool string(string_t& text) override {
-    if (depth() != 1 || KeyAt(1) != "name") return true;
-    topic = text;
-    return false;
-  }
-};
-
-class SidReader final : public EnvelopeReader {
- public:
-  std::vector<std::string> sids;
-
-  bool string(string_t& text) override {
-    if (IsInSidArray()) sids.push_back(text);
-    return true;
-  }
+  const bool stops_at_topic_;
+  std::size_t depth_ = 0;                           // objects and arrays around the present value
+  std::array<std::optional<std::string>, 5> keys_;  // depth -> key that leads on from there; nothing for an array
 };
 
 }  // namespace
 
 std::string TopicOf(std::string_view envelope) {
-  TopicReader reader;
+  EnvelopeReader reader(true);
   nlohmann::json::sax_parse(envelope, &reader);
   return reader.topic;
 }
 
 std::vector<std::string> SidsOf(std::string_view envelope) {
-  SidReader reader;
+  EnvelopeReader reader(false);
   nlohmann::json::sax_parse(envelope, &reader);
   std::sort(reader.sids.begin(), reader.sids.end());
   return reader.sids;

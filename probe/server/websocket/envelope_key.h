@@ -12,7 +12,7 @@ namespace probe {
 std::string TopicOf(std::string_view envelope);
 
 /// The SIDs that an envelope is for, sorted; they stand in an array "sid" of its body, or of the one object in its
-/// body. Empty when there are none. A "sid" deeper down is a device's business, and not looked at.
+/// body. Empty when there are none. Deeper "sid" members belong to device data and are ignored.
 std::vector<std::string> SidsOf(std::string_view envelope);
 
 }  // namespace probe
