@@ -9,6 +9,8 @@
 #include <limits>
 #include <utility>
 
+#include "probe/server/http/http_message.h"
+
 namespace probe {
 namespace {
 
@@ -135,16 +137,9 @@ std::string LowerCase(std::string text) {
 }
 
 bool HoldsWord(const std::string& list, const std::string& word) {
-  std::size_t begin = 0;
-  while (begin <= list.size()) {
-    const std::size_t end = std::min(list.find(',', begin), list.size());
-    std::string part = LowerCase(list.substr(begin, end - begin));
-    part.erase(0, part.find_first_not_of(" \t"));
-    part.erase(part.find_last_not_of(" \t") + 1);
-    if (part == word) return true;
-    begin = end + 1;
-  }
-  return false;
+  const std::string lower = LowerCase(list);
+  const auto elements = ListElements(lower);
+  return std::find(elements.begin(), elements.end(), word) != elements.end();
 }
 
 std::string RequestHead::token_argument() const {

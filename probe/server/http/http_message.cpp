@@ -10,28 +10,12 @@
 namespace probe {
 
 std::string CodeOfStatus(unsigned status) {
-  switch (status) {
-    case 400:
-      return "bad_request";
-    case 401:
-      return "unauthorized";
-    case 403:
-      return "forbidden";
-    case 404:
-      return "not_found";
-    case 405:
-      return "method_not_allowed";
-    case 408:
-      return "timeout";
-    case 429:
-      return "too_many_requests";
-    case 501:
-      return "not_implemented";
-    case 503:
-      return "unavailable";
-    default:
-      return "error";
-  }
+  static const std::map<unsigned, std::string> codes{
+      {400, "bad_request"},       {401, "unauthorized"},       {403, "forbidden"},
+      {404, "not_found"},         {405, "method_not_allowed"}, {408, "timeout"},
+      {429, "too_many_requests"}, {501, "not_implemented"},    {503, "unavailable"}};
+  const auto code = codes.find(status);
+  return code == codes.end() ? "error" : code->second;
 }
 
 HttpAnswer ErrorAnswer(unsigned status, const std::string& code, const std::string& message) {
@@ -48,18 +32,22 @@ std::string EtagOf(const std::string& body) {
   return text.data();
 }
 
-bool NamesEtag(const std::string& if_none_match, const std::string& etag) {
-  if (etag.empty()) return false;
-  std::size_t begin = 0;
-  while (begin < if_none_match.size()) {
-    const std::size_t end = std::min(if_none_match.find(',', begin), if_none_match.size());
-    std::string tag = if_none_match.substr(begin, end - begin);
-    tag.erase(0, tag.find_first_not_of(" \t"));
-    tag.erase(tag.find_last_not_of(" \t") + 1);
-    if (tag == "*" || tag == etag || tag == "W/" + etag) return true;
-    begin = end + 1;
+std::vector<std::string_view> ListElements(std::string_view list) {
+  std::vector<std::string_view> elements;
+  while (!list.empty()) {
+    std::string_view element = list.substr(0, list.find(','));
+    list.remove_prefix(std::min(element.size() + 1, list.size()));
+    element.remove_prefix(std::min(element.find_first_not_of(" \t"), element.size()));
+    element.remove_suffix(element.size() - (element.find_last_not_of(" \t") + 1));
+    elements.push_back(element);
   }
-  return false;
+  return elements;
+}
+
+bool NamesEtag(const std::string& if_none_match, const std::string& etag) {
+  const auto elements = ListElements(if_none_match);
+  return !etag.empty() && std::any_of(elements.begin(), elements.end(),
+                                      [&](auto tag) { return tag == "*" || tag == etag || tag == "W/" + etag; });
 }
 
 }  // namespace probe

@@ -4,6 +4,8 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <string_view>
+#include <vector>
 
 namespace probe {
 
@@ -63,6 +65,9 @@ std::string CodeOfStatus(unsigned status);
 
 /// An ETag for a body: equal for equal bodies, and hardly ever for different ones.
 std::string EtagOf(const std::string& body);
+
+/// The elements of a comma-separated header, without the blanks around them. Source: RFC 9110, section 5.6.1.
+std::vector<std::string_view> ListElements(std::string_view list);
 
 /// Whether a client's If-None-Match names this ETag. Source: RFC 9110, section 13.1.2 (weak comparison).
 bool NamesEtag(const std::string& if_none_match, const std::string& etag);
