@@ -2,12 +2,6 @@
 
 namespace probe {
 
-SubscriptionLimits::SubscriptionLimits(const ServerLimits& limits)
-    : max_sids_(limits.sids_per_connection),
-      max_filters_(limits.distinct_filters),
-      max_sid_bytes_(limits.sid_bytes),
-      max_filter_bytes_(limits.filter_bytes) {}
-
 std::optional<ProtocolError> SubscriptionLimits::Add(ConnectionId connection, const std::string& topic,
                                                      const std::map<std::string, std::string>& filters) {
   if (auto refused = CheckSizes(filters)) return refused;
@@ -20,13 +14,14 @@ std::optional<ProtocolError> SubscriptionLimits::Add(ConnectionId connection, co
     ++changes[{topic, filter}];
     entry->second = filter;
   }
-  if (after.size() > max_sids_)
+  if (after.size() > limits_.sids_per_connection)
     return ProtocolError{error_code::kTooManySids, "One connection may have no more subscriptions than " +
-                                                       LimitText("sids_per_connection", max_sids_) + "."};
-  if (DistinctAfter(changes) > max_filters_)
+                                                       LimitText("sids_per_connection", limits_.sids_per_connection) +
+                                                       "."};
+  if (DistinctAfter(changes) > limits_.distinct_filters)
     return ProtocolError{error_code::kTooManyFilters,
                          "All clients together may ask for no more different filters than " +
-                             LimitText("distinct_filters", max_filters_) + "."};
+                             LimitText("distinct_filters", limits_.distinct_filters) + "."};
   Apply(changes);
   if (!after.empty()) filters_[connection].swap(after);
   return std::nullopt;
@@ -34,12 +29,12 @@ std::optional<ProtocolError> SubscriptionLimits::Add(ConnectionId connection, co
 
 std::optional<ProtocolError> SubscriptionLimits::CheckSizes(const std::map<std::string, std::string>& filters) const {
   for (const auto& [sid, filter] : filters) {
-    if (sid.size() > max_sid_bytes_)
+    if (sid.size() > limits_.sid_bytes)
       return ProtocolError{error_code::kTooLarge,
-                           "A SID may have no more octets than " + LimitText("sid_bytes", max_sid_bytes_) + "."};
-    if (filter.size() > max_filter_bytes_)
+                           "A SID may have no more octets than " + LimitText("sid_bytes", limits_.sid_bytes) + "."};
+    if (filter.size() > limits_.filter_bytes)
       return ProtocolError{error_code::kTooLarge, "A filter may have no more octets of JSON than " +
-                                                      LimitText("filter_bytes", max_filter_bytes_) + "."};
+                                                      LimitText("filter_bytes", limits_.filter_bytes) + "."};
   }
   return std::nullopt;
 }

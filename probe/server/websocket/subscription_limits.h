@@ -19,7 +19,7 @@ namespace probe {
 /// Threads: the event loop only.
 class SubscriptionLimits {
  public:
-  explicit SubscriptionLimits(const ServerLimits& limits);
+  explicit SubscriptionLimits(const ServerLimits& limits) : limits_(limits) {}
 
   /// Enters the subscriptions of one request: SID -> filter. A SID that the connection has in this topic already is
   /// replaced and does not count twice.
@@ -34,7 +34,7 @@ class SubscriptionLimits {
   /// Takes all subscriptions of a connection out.
   void RemoveAll(ConnectionId connection);
 
-  /// Different (topic, filter) pairs in the subscription_limits.
+  /// Different (topic, filter) pairs that somebody is subscribed to.
   std::size_t distinct_filters() const { return uses_.size(); }
 
  private:
@@ -45,10 +45,7 @@ class SubscriptionLimits {
   std::size_t DistinctAfter(const std::map<TopicAndFilter, long>& changes) const;
   void Apply(const std::map<TopicAndFilter, long>& changes);
 
-  std::size_t max_sids_;
-  std::size_t max_filters_;
-  std::size_t max_sid_bytes_;
-  std::size_t max_filter_bytes_;
+  const ServerLimits limits_;
   std::map<ConnectionId, std::map<Subscription, std::string>> filters_;  // connection -> subscription -> filter
   std::map<TopicAndFilter, long> uses_;                                  // how many subscriptions share it; never 0
 };
