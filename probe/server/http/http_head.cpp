@@ -166,7 +166,8 @@ HeadReader::State HeadReader::state() {
   if (length_ != 0) return State::kComplete;
   // Empty lines before a request are to be ignored: RFC 9112, section 2.2.
   while (examined_ == 0 && octets_.starts_with("\r\n")) octets_.erase(0, 2);
-  if (examined_ == 0 && !octets_.empty() && octets_ != "\r" && !IsTokenOctet(octets_.front()))
+  if (octets_ == "\r") return State::kIncomplete;  // half of such a line: it must not be counted as part of the head
+  if (examined_ == 0 && !octets_.empty() && !IsTokenOctet(octets_.front()))
     return Fail(400, "Refused: this is no HTTP request.");
   const std::size_t limit = std::min(octets_.size(), kMaxBytes);
   for (; examined_ < limit; ++examined_) {
