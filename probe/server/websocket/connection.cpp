@@ -118,6 +118,9 @@ void Connection::OnOpen() {
 // --- what the client says -------------------------------------------------------------------------------------------
 
 void Connection::Read() {
+  // Once this side closes the library reads on by itself until the client confirms. A second reader that meets a broken
+  // frame then waits for the close, which waits for that reader.
+  if (close_code_ != 0) return;
   stream_->async_read_some(boost::asio::buffer(stream_->received),
                            [self = shared_from_this()](beast::error_code error, std::size_t count) {
                              self->Guarded([&] { self->OnRead(error.failed(), count); });

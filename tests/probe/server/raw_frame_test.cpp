@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <chrono>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <utility>
@@ -240,6 +242,19 @@ TEST_F(RawWebsocketTest, EndsWithAClientThatEndsWithinAFrame) {
     client.ReadAll();
     EXPECT_TRUE(test::Eventually([&] { return Handles().empty(); }));
   }
+}
+
+TEST_F(RawFrameTest, EndAtOnceWhenABrokenOneFollowsTheMessageForWhichTheyAreClosed) {
+  Serve();
+  test::RawClient client(server->port());
+  ASSERT_THAT(client.Upgrade(), HasSubstr("101"));
+  const auto begin = std::chrono::steady_clock::now();
+  client.Send(Frame(kText, "\xc3") + Frame(kLast | kContinuation) + Unmasked(kContinuation));
+  EXPECT_EQ(client.ReadMessage(), std::nullopt);
+  EXPECT_EQ(client.close_code(), 1007);
+  EXPECT_EQ(client.ReadAll(), "");
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(4))
+      << "the time for a close to be confirmed";
 }
 
 }  // namespace
