@@ -63,6 +63,8 @@ std::optional<HttpError> AccessRules::CheckCaller(const RequestHead& head) const
   for (const std::string& value : {head.host.value_or(""), head.origin.value_or(""), head.upgrade, head.authorization,
                                    head.token_argument(), head.websocket_version, head.path, head.if_none_match})
     if (HoldsControl(value)) return HttpError{400, "Refused: the request holds a control character."};
+  if (head.has_two_hosts || (!head.host && !head.is_http_1_0))
+    return HttpError{400, "Refused: a request must have exactly one Host header (RFC 9112, section 3.2)."};
   if (!head.host) return HttpError{403, "Refused: the request has no Host header."};
   if (!IsOurHost(*head.host, head.local_address))
     return HttpError{403,

@@ -100,6 +100,7 @@ RequestHead HeadOf(const Fields& fields) {
   head.has_body = Header(fields, http::field::transfer_encoding).has_value() ||
                   Header(fields, http::field::content_length).value_or("0") != "0";
   head.host = Header(fields, http::field::host);
+  head.has_two_hosts = fields.count(http::field::host) > 1;
   head.origin = Header(fields, http::field::origin);
   // in HTTP/1.0 an upgrade is to be ignored: RFC 9110, section 7.8
   if (!head.is_http_1_0) head.upgrade = Header(fields, http::field::upgrade).value_or("");

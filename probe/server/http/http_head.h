@@ -18,6 +18,7 @@ struct RequestHead {
   bool is_http_1_0 = false;
   bool has_body = false;
   std::optional<std::string> host;    ///< Nothing: no such header.
+  bool has_two_hosts = false;         ///< There is more than one such header.
   std::optional<std::string> origin;  ///< Likewise.
   std::string upgrade;                ///< Empty: a plain request.
   std::string connection;

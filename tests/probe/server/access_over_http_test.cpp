@@ -91,8 +91,9 @@ TEST_F(WebServerAccessTest, AnswersToItsOwnNames) {
 
 TEST_F(WebServerAccessTest, RefusesARequestWithoutHost) {
   Serve();
-  EXPECT_THAT(AnswerTo(std::string("GET / HTTP/1.1\r\nUpgrade: websocket\r\n") + kHandshake), HasSubstr(" 403 "));
-  EXPECT_THAT(AnswerTo("GET / HTTP/1.1"), HasSubstr(" 403 "));
+  EXPECT_THAT(AnswerTo(std::string("GET / HTTP/1.1\r\nUpgrade: websocket\r\n") + kHandshake),
+              AllOf(HasSubstr(" 400 "), HasSubstr("exactly one Host header")));
+  EXPECT_THAT(AnswerTo("GET / HTTP/1.1"), HasSubstr(" 400 "));
   EXPECT_THAT(AnswerTo("GET / HTTP/1.0"), HasSubstr(" 403 "));
 }
 
@@ -101,7 +102,7 @@ TEST_F(WebServerAccessTest, RefusesARequestWithTwoHostsOrTwoOrigins) {
   const std::string host = "Host: 127.0.0.1:" + Port() + "\r\n";
   const std::string origin = "Origin: http://127.0.0.1:" + Port() + "\r\n";
   const std::string begin = "GET / HTTP/1.1\r\nUpgrade: websocket\r\n";
-  EXPECT_THAT(AnswerTo(begin + host + "Host: attacker.example\r\n" + kHandshake), HasSubstr(" 403 "));
+  EXPECT_THAT(AnswerTo(begin + host + "Host: attacker.example\r\n" + kHandshake), HasSubstr(" 400 "));
   EXPECT_THAT(AnswerTo(begin + host + origin + "Origin: http://attacker.example\r\n" + kHandshake), HasSubstr(" 403 "));
   EXPECT_THAT(AnswerTo(begin + host + "Origin: " + std::string(2000, 'x') + "\r\n" + kHandshake), HasSubstr(" 403 "));
 }

@@ -209,11 +209,11 @@ INSTANTIATE_TEST_SUITE_P(
 INSTANTIATE_TEST_SUITE_P(
     Headers, RawRequestTest,
     ::testing::Values(
-        RawRequest{"NoHost", "GET /api/x HTTP/1.1\r\n\r\n", {403}},
+        RawRequest{"NoHost", "GET /api/x HTTP/1.1\r\n\r\n", {400}},
         RawRequest{"NoHostInVersion10", "GET /api/x HTTP/1.0\r\n\r\n", {403}},
         RawRequest{"EmptyHost", "GET /api/x HTTP/1.1\r\nHost:\r\n\r\n", {403}},
         RawRequest{"HostWithAUser", "GET /api/x HTTP/1.1\r\nHost: a@127.0.0.1\r\n\r\n", {403}},
-        RawRequest{"TwoHosts", Get("Host: 127.0.0.1:{P}\r\n"), {403}},
+        RawRequest{"TwoHosts", Get("Host: 127.0.0.1:{P}\r\n"), {400}},
         RawRequest{"HostInUpperCase", "GET /api/x HTTP/1.1\r\nHOST: LOCALHOST\r\n\r\n", {200}},
         RawRequest{"BlankBeforeTheColon", "GET /api/x HTTP/1.1\r\nHost : localhost\r\n\r\n", {400}},
         RawRequest{"NoColon", Get("Cookie\r\n"), {400}}, RawRequest{"NoName", Get(": value\r\n"), {400}},
@@ -260,7 +260,7 @@ INSTANTIATE_TEST_SUITE_P(
         RawRequest{"Elsewhere", Changed(&Handshake::request_line, "GET /api/x HTTP/1.1"), {404}},
         RawRequest{
             "WithAnAbsoluteTarget", Changed(&Handshake::request_line, "GET http://127.0.0.1:{P}/ HTTP/1.1"), {101}},
-        RawRequest{"WithoutHost", Changed(&Handshake::host, ""), {403}},
+        RawRequest{"WithoutHost", Changed(&Handshake::host, ""), {400}},
         RawRequest{"WithAForeignHost", Changed(&Handshake::host, "Host: attacker.example\r\n"), {403}},
         RawRequest{"WithAForeignOrigin", Changed(&Handshake::more, "Origin: http://attacker.example\r\n"), {403}},
         RawRequest{"OriginBeforeTheKey", Changed(&Handshake::key, "Origin: http://attacker.example\r\n"), {403}},
