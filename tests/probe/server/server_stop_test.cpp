@@ -3,9 +3,16 @@
 #include <gmock/gmock.h>
 
 #include <atomic>
+#include <future>
+#include <memory>
+#include <stdexcept>
 #include <thread>
+#include <vector>
 
 #include "platform/sending.h"
+#include "probe/host/log.h"
+#include "probe/server/net/connection_limiter.h"
+#include "probe/server/web_server.h"
 #include "tests/probe/server/raw_client.h"
 #include "tests/probe/server/served.h"
 
@@ -131,6 +138,25 @@ TEST_F(WebServerStopTest, StopsWhileClientsComeAndGo) {
   is_over = true;
   for (auto& visitor : visitors) visitor.join();
   EXPECT_THAT(Handles(), IsEmpty());
+}
+
+TEST_F(WebServerStopTest, TellsItsOwnerThatTheEventLoopHasFailed) {
+  settings.limits.connections_per_address = 1;
+  std::promise<std::string> told;
+  probe::WebServer failing(settings, service, {}, [&](const std::string& why) { told.set_value(why); });
+  failing.Start();
+  // this line is written where a connection is accepted, outside of any connection that could end in place of the loop
+  probe::log::SetWriter([](probe::log::Level, int, const std::string& text) {
+    if (text.find("too many rejections are pending") != std::string::npos) throw std::runtime_error("the disk is full");
+  });
+  std::vector<std::unique_ptr<test::RawClient>> clients;
+  for (std::size_t i = 0; i < 1 + probe::ConnectionLimiter::kMaxRejected + 1; ++i)
+    clients.push_back(std::make_unique<test::RawClient>(failing.port()));
+  auto why = told.get_future();
+  ASSERT_EQ(why.wait_for(20s), std::future_status::ready);
+  EXPECT_EQ(why.get(), "the disk is full");
+  failing.Stop();
+  for (const auto& client : clients) EXPECT_EQ(client->ReadAll(), "");
 }
 
 }  // namespace
