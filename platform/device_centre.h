@@ -110,7 +110,7 @@ class Device {
 
   /// What `get_ssid_interfaces_state` gives, as a record that is shared instead of copied; never null.
   ///
-  /// A host whose readings are records that never change overrides it, and saves four copies of every client in each
+  /// A host whose readings are records that never change overrides it, and saves three copies of every client in each
   /// pass. The plug-in asks for the reading in this way only; what stands here copies.
   ///
   /// Owner: shared with the caller, who keeps it for no longer than one question.

@@ -47,7 +47,7 @@ CurrentCounts Current(const Pairs& pairs, const std::string& mac);
 /// Adds a series to totals, minute by minute, which keep their `kMaxSamples` latest minutes.
 void AddTo(Totals& totals, const Series& series);
 
-/// Whether fewer than `kMaxSamples` samples of a series are 0; a series of nothing but zeroes is not shown.
+/// Whether fewer than `kMaxSamples` samples of a series are 0; a series of thirty zeroes is not shown.
 bool HasFewZeroes(const Series& series);
 
 }  // namespace monitoring::clientcount

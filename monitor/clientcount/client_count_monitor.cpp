@@ -61,13 +61,15 @@ int ClientCountMonitor::CurrentMinute() const {
 }
 
 void ClientCountMonitor::CollectData() {
-  std::vector<std::pair<std::string, std::shared_ptr<Device>>> devices;
-  for (const std::string& mac : DeviceManager::GetInstance().GetOnlineManagedDevices(true)) {
-    if (auto device = monitoring::WirelessDevice(mac)) devices.emplace_back(mac, std::move(device));
+  const auto macs = DeviceManager::GetInstance().GetOnlineManagedDevices(true);
+  for (const std::string& mac : macs) {
+    if (monitoring::WirelessDevice(mac) != nullptr) ResetCounts(mac);
   }
-  // All are set to 0 before the first is counted, so that one device after the other can add to an SSID's count.
-  for (const auto& [mac, device] : devices) ResetCounts(mac);
-  for (const auto& [mac, device] : devices) ConvertDriverStruct(mac, clientcount::ReadClients(*device));
+  for (const std::string& mac : macs) {
+    // Asked for anew: a device that was cleaned up meanwhile must not be counted from its old reading.
+    const auto device = monitoring::WirelessDevice(mac);
+    if (device != nullptr) ConvertDriverStruct(mac, clientcount::ReadClients(*device));
+  }
 }
 
 void ClientCountMonitor::ResetCounts(const std::string& mac) {
@@ -132,7 +134,8 @@ void ClientCountMonitor::MergeCurrentCount() {
 
 void ClientCountMonitor::MergeView(const CountById& current, Views& view) const {
   SeriesById& minutes = view[monitoring::kView1m];
-  // No cap here: a series that is not new got a sample of this minute, and lost its oldest, when it was padded.
+  // No cap here: a series that is not new got a sample of this minute, and lost its oldest, when it was padded. Where
+  // the clock was set back that was the new sample itself, and the merge step drops the surplus.
   const int minute = CurrentMinute();
   auto place = minutes.begin();  // a hint: mostly the ids of both maps are the same
   for (const auto& [id, clients] : current) {
@@ -288,7 +291,7 @@ void ClientCountMonitor::GenerateDeviceClientMsg(const JsonTree& body, const Fil
     if (CalculateTotalNumbersForDevices(series, object, totals) == 0) monitoring::Add(devices, mac, std::move(object));
   }
   monitoring::Add(body, json_key::kCurrentDevicesCounts, clientcount::CurrentDevicesObject(current));
-  // Nothing was ever counted on the device asked for: its credential state may tell why.
+  // The view has no sample of the device asked for, and nobody is on it now: its credential state may tell why.
   if (totals.empty() && !filter.mac.empty() && current.empty()) {
     pel_log_debug(log_module::kMonitor, "[%s] device: %s clients all is empty", kDeviceClientMsgSignature,
                   filter.mac.c_str());
@@ -309,32 +312,32 @@ void ClientCountMonitor::Cleanup(const std::string& mac) {
   const auto minutes = device_client_counts.find(monitoring::kView1m);
   if (minutes != device_client_counts.end()) minutes->second.erase(mac);
   CleanupSsids(mac);
-  mac_ssid_map.erase(mac);
 }
 
 void ClientCountMonitor::CleanupSsids(const std::string& mac) {
-  const auto device = mac_ssid_map.find(mac);
-  if (device != mac_ssid_map.end()) {
-    for (const auto& [ssid, unused] : device->second) --ssid_carriers.at(ssid);
-  }
   if (monitoring::AreDebugLinesLogged()) LogCarriers(mac);
+  // From here on nothing allocates or logs: a clean-up that is cut short leaves the two maps in agreement.
+  const auto device = mac_ssid_map.find(mac);
   if (device == mac_ssid_map.end()) return;
   const auto minutes = ssid_client_counts.find(monitoring::kView1m);
   for (const auto& [ssid, unused] : device->second) {
     const auto carriers = ssid_carriers.find(ssid);
-    if (carriers->second != 0) continue;
+    if (--carriers->second != 0) continue;
     ssid_carriers.erase(carriers);
     if (minutes != ssid_client_counts.end()) minutes->second.erase(ssid);
   }
+  mac_ssid_map.erase(device);
 }
 
 void ClientCountMonitor::LogCarriers(const std::string& mac) const {
+  const auto own = mac_ssid_map.find(mac);
   for (const auto& [device, ssids] : mac_ssid_map) {
     for (const auto& [ssid, unused] : ssids) {
-      const std::size_t carriers = ssid_carriers.at(ssid);
+      const bool is_carrier = own != mac_ssid_map.end() && own->second.contains(ssid);
+      const std::size_t others = ssid_carriers.at(ssid) - (is_carrier ? 1 : 0);
       pel_log_debug(log_module::kMonitor, "[ClientCountMonitor::Cleanup] ssid_mac_map size: %d",
-                    static_cast<int>(carriers));
-      if (carriers != 0) continue;
+                    static_cast<int>(others));
+      if (others != 0) continue;
       pel_log_debug(log_module::kMonitor, "[ClientCountMonitor::Cleanup] Mac: %s, ssid: %s can be cleaned", mac.c_str(),
                     ssid.c_str());
     }

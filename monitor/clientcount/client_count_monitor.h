@@ -106,15 +106,17 @@ class ClientCountMonitor final : public Monitor {
   void GenerateDeviceClientMsg(const monitoring::JsonTree& body, const Filter& filter) const
       VEXORA_EXCLUDES(counts_lock);
 
-  /// Takes a device from the carriers of its SSIDs, and drops the minutes of those that no device carries then.
+  /// Forgets the pairs of a device, and drops the minutes of SSIDs that no other device carries.
   void CleanupSsids(const std::string& mac) VEXORA_REQUIRES(counts_lock);
-  /// Writes the debug lines of the above: one for each pair of all devices.
+  /// Writes the debug lines of the above before it is done: one for each pair of all devices, with the number of
+  /// devices that will then carry the SSID, and another one where there is none.
   void LogCarriers(const std::string& mac) const VEXORA_REQUIRES_SHARED(counts_lock);
 
   Views ssid_client_counts VEXORA_GUARDED_BY(counts_lock);    // view -> SSID -> series
   Views device_client_counts VEXORA_GUARDED_BY(counts_lock);  // view -> device MAC -> series
   // Counts by SSID are summed up from it when they are needed.
   Pairs mac_ssid_map VEXORA_GUARDED_BY(counts_lock);
-  std::map<std::string, std::size_t> ssid_carriers VEXORA_GUARDED_BY(counts_lock);  // SSID -> its pairs in mac_ssid_map
+  std::map<std::string, std::size_t> ssid_carriers
+      VEXORA_GUARDED_BY(counts_lock);  // SSID -> number of its pairs in mac_ssid_map
   mutable utilities::lock::RwLock counts_lock;
 };

@@ -26,8 +26,8 @@ using CountById = std::map<std::string, std::int32_t>;
 /// SSID -> its clients on one device.
 using CountsOfDevice = std::map<std::string, clientCountStruct>;
 
-/// Device MAC -> SSID -> its clients at the latest collection, for every pair that ever had one; 0 for a pair that has
-/// none at present.
+/// Device MAC -> SSID -> its clients at the latest collection, for every pair that ever had one since its
+/// device was last cleaned up; 0 for a pair that has none at present.
 using Pairs = std::map<std::string, CountsOfDevice>;
 
 /// Device MAC -> SSID -> its clients at the latest collection, without pairs that have none.

@@ -5,7 +5,7 @@
 namespace monitoring {
 
 /// Looks keys up in a sorted map, in ascending order: one walk over the map for all of them, instead of a search for
-/// each. A key that is not greater than the one before is not found.
+/// each. A key that is less than the one before is not found.
 template <typename Map>
 class AscendingLookup {
  public:

@@ -43,7 +43,7 @@ struct RankedStream {
 };
 
 /// Streams in the order of their names, for all rankings of them: filled at the first look, so that the tree, a walk
-/// over which takes longer than all that follows, is walked once, and only when somebody asks.
+/// over which takes longer than finding the first few, is walked once, and only when somebody asks.
 class StreamList {
  public:
   /// `streams` must not change as long as the list lives.

@@ -10,7 +10,7 @@ namespace monitoring::wirelesstop {
 
 /// The traffic of one access point, wireless network or wireless client, as its devices count it at present.
 ///
-/// Shared by the map that it is filed in and the three rankings that it stands in.
+/// Owned by the map that it is filed in; the rankings refer to it.
 struct NetStream {
   std::uint64_t in = 0;   ///< KiB received; octets below a whole KiB are dropped at each addition.
   std::uint64_t out = 0;  ///< KiB sent, likewise.

@@ -1,6 +1,10 @@
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "monitor/engine/boundary.h"
 #include "tests/monitor/clientcount/client_count_fixture.h"
+#include "tests/support/log_capture.h"
+#include "tests/support/shortage/heap_shortage.h"
 #include "tests/support/shortage/json_shortage.h"
 
 namespace {
@@ -18,6 +22,28 @@ TEST_F(ClientCountShortage, OfTheListOfSidsLeavesOutOnlyThat) {
     const JsonShortage shortage(JsonShortage::Of::kArrays);
     EXPECT_EQ(Body(topic), expected);
   }
+}
+
+TEST_F(ClientCountShortage, InACleanUpThatIsMadeAgainTakesAnSsidFromNobodyElse) {
+  Office(test::kLobby, 1);
+  Office(test::kAttic, 1);
+  Pass();
+  const test::LogCapture log;  // debug lines are where a clean-up needs memory
+  int failed = 0;
+  for (bool has_struck = true; has_struck; ++failed) {
+    Pass();  // which brings the attic back
+    {
+      const test::HeapShortage shortage(failed);
+      monitoring::WithinBoundary("ClientCountShortage", [&] { monitor.Cleanup(test::kAttic); });
+      has_struck = test::HeapShortage::HasStruck();
+    }
+    monitor.Cleanup(test::kAttic);
+    EXPECT_FALSE(OfSsid("Office").empty()) << "after " << failed << " allocations";
+  }
+  EXPECT_GT(failed, 3);
+  EXPECT_THAT(log.Texts(probe::log::Level::kDebug, "ssid_mac_map size: -"), ::testing::IsEmpty());
+  monitor.Cleanup(test::kLobby);
+  EXPECT_TRUE(OfSsid("Office").empty());
 }
 
 }  // namespace
