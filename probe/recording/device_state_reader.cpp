@@ -48,7 +48,7 @@ void ReadRecords(JsonObjectReader& members, const char* name, std::map<std::stri
   const Json* object = members.Object(name);
   if (object == nullptr) return;
   for (const auto& [key, value] : object->items()) {
-    JsonObjectReader record(value, members.Path(name) + "." + key);
+    JsonObjectReader record(value, members, name, key);
     read(record, filled[key]);
     record.RejectUnknown();
   }
@@ -57,7 +57,7 @@ void ReadRecords(JsonObjectReader& members, const char* name, std::map<std::stri
 std::shared_ptr<const records::TrafficStats> ReadTraffic(JsonObjectReader& members) {
   const Json* object = members.Object("traffic");
   if (object == nullptr) return nullptr;
-  JsonObjectReader traffic(*object, members.Path("traffic"));
+  JsonObjectReader traffic(*object, members, "traffic");
   auto statistics = std::make_shared<records::TrafficStats>();
   traffic.Read("if_index", statistics->if_index);
   traffic.Read("in_bytes", statistics->in_bytes);
@@ -74,7 +74,7 @@ void ReadInterfaces(JsonObjectReader& members, records::InterfaceStates& interfa
       interfaces[name] = nullptr;
       continue;
     }
-    JsonObjectReader interface(value, members.Path("interfaces") + "." + name);
+    JsonObjectReader interface(value, members, "interfaces", name);
     auto state = std::make_shared<records::InterfaceState>();
     interface.Read("oper_status", state->oper_status);
     state->traffic = ReadTraffic(interface);
@@ -83,8 +83,7 @@ void ReadInterfaces(JsonObjectReader& members, records::InterfaceStates& interfa
   }
 }
 
-records::AssocClientState ReadClient(const Json& value, const std::string& where) {
-  JsonObjectReader members(value, where);
+records::AssocClientState ReadClient(JsonObjectReader members) {
   records::AssocClientState client;
   members.Read("mac", client.mac);
   members.Read("hostname", client.hostname);
@@ -102,7 +101,7 @@ void ReadSsidInterface(JsonObjectReader& members, records::SSIDIfState& interfac
   interface.traffic = ReadTraffic(members);
   if (const Json* clients = members.Array("clients")) {
     for (const Json& client : *clients) {
-      interface.clients.push_back(ReadClient(client, members.Path("clients", interface.clients.size())));
+      interface.clients.push_back(ReadClient({client, members, "clients", interface.clients.size()}));
     }
   }
   interface.client_count = static_cast<std::int32_t>(interface.clients.size());
@@ -113,7 +112,7 @@ void ReadNeighbours(JsonObjectReader& members, std::list<records::NeighboringAP>
   const Json* array = members.Array("neighbours");
   if (array == nullptr) return;
   for (const Json& value : *array) {
-    JsonObjectReader neighbour(value, members.Path("neighbours", neighbours.size()));
+    JsonObjectReader neighbour(value, members, "neighbours", neighbours.size());
     records::NeighboringAP heard;
     bool is_trusted = false;
     neighbour.Read("mac", heard.mac);

@@ -1,6 +1,6 @@
 #include "probe/recording/json_object_reader.h"
 
-#include <utility>
+#include <algorithm>
 
 #include "probe/text/utf8.h"
 
@@ -8,21 +8,40 @@ namespace probe::recording {
 
 MalformedRecording::MalformedRecording(const std::string& reason) : std::runtime_error(PrintableLine(reason)) {}
 
-JsonObjectReader::JsonObjectReader(const nlohmann::ordered_json& object, std::string where)
-    : object_(object), where_(std::move(where)) {
-  if (!object_.is_object()) throw MalformedRecording((where_.empty() ? "the line" : where_) + " must be an object");
+JsonObjectReader::JsonObjectReader(const nlohmann::ordered_json& object, const JsonObjectReader* parent,
+                                   std::string_view name, std::string_view key, std::optional<std::size_t> index)
+    : object_(object), parent_(parent), name_(name), key_(key), index_(index) {
+  if (object_.is_object()) return;
+  const std::string where = Where();
+  throw MalformedRecording((where.empty() ? "the line" : where) + " must be an object");
 }
 
-std::string JsonObjectReader::Path(const std::string& name) const {
-  return where_.empty() ? name : where_ + "." + name;
+JsonObjectReader::JsonObjectReader(const nlohmann::ordered_json& object, std::string_view where)
+    : JsonObjectReader(object, nullptr, where, {}, std::nullopt) {}
+
+JsonObjectReader::JsonObjectReader(const nlohmann::ordered_json& object, const JsonObjectReader& parent,
+                                   std::string_view name, std::string_view key)
+    : JsonObjectReader(object, &parent, name, key, std::nullopt) {}
+
+JsonObjectReader::JsonObjectReader(const nlohmann::ordered_json& object, const JsonObjectReader& parent,
+                                   std::string_view name, std::size_t index)
+    : JsonObjectReader(object, &parent, name, {}, index) {}
+
+std::string JsonObjectReader::Where() const {
+  std::string where = parent_ == nullptr ? std::string(name_) : parent_->Path(name_);
+  if (key_.data() != nullptr) where.append(".").append(key_);
+  if (index_) where += "[" + std::to_string(*index_) + "]";
+  return where;
 }
 
-std::string JsonObjectReader::Path(const std::string& name, std::size_t index) const {
-  return Path(name) + "[" + std::to_string(index) + "]";
+std::string JsonObjectReader::Path(std::string_view name) const {
+  std::string path = Where();
+  if (!path.empty()) path += '.';
+  return path.append(name);
 }
 
 const nlohmann::ordered_json* JsonObjectReader::Find(const char* name) {
-  asked_.insert(name);
+  asked_.push_back(name);
   const auto found = object_.find(name);
   return found == object_.end() || found->is_null() ? nullptr : &*found;
 }
@@ -74,7 +93,8 @@ const nlohmann::ordered_json* JsonObjectReader::Array(const char* name) {
 
 void JsonObjectReader::RejectUnknown() const {
   for (const auto& [name, value] : object_.items()) {
-    if (!asked_.contains(name)) throw MalformedRecording("unknown member " + Path(name));
+    const auto is_this = [&text = name](const char* asked) { return text == asked; };
+    if (std::none_of(asked_.begin(), asked_.end(), is_this)) throw MalformedRecording("unknown member " + Path(name));
   }
 }
 

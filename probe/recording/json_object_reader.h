@@ -1,12 +1,15 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <limits>
 #include <nlohmann/json.hpp>
-#include <set>
+#include <optional>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <type_traits>
+#include <vector>
 
 namespace probe::recording {
 
@@ -24,7 +27,14 @@ class MalformedRecording : public std::runtime_error {
 class JsonObjectReader {
  public:
   /// `where` names the object in error texts; empty for the line itself. `object` must outlive the reader.
-  JsonObjectReader(const nlohmann::ordered_json& object, std::string where);
+  JsonObjectReader(const nlohmann::ordered_json& object, std::string_view where);
+
+  /// An object within another one: the member `name` of `parent`, or the member `key` or the element `index` of that.
+  /// The reader of the parent and the texts must outlive this one.
+  JsonObjectReader(const nlohmann::ordered_json& object, const JsonObjectReader& parent, std::string_view name,
+                   std::string_view key = {});
+  JsonObjectReader(const nlohmann::ordered_json& object, const JsonObjectReader& parent, std::string_view name,
+                   std::size_t index);
 
   void Read(const char* name, std::string& text);
   void Read(const char* name, bool& flag);
@@ -43,7 +53,7 @@ class JsonObjectReader {
     }
   }
 
-  /// The member, whatever its type; null when it is absent or JSON null.
+  /// The member, whatever its type; null when it is absent or JSON null. A name is a literal here and everywhere.
   const nlohmann::ordered_json* Find(const char* name);
 
   /// The member, which must be an object or an array; null when it is absent or JSON null.
@@ -54,17 +64,26 @@ class JsonObjectReader {
   void RejectUnknown() const;
 
   /// How a member is called in error texts.
-  std::string Path(const std::string& name) const;
-  std::string Path(const std::string& name, std::size_t index) const;
+  std::string Path(std::string_view name) const;
 
  private:
+  JsonObjectReader(const nlohmann::ordered_json& object, const JsonObjectReader* parent, std::string_view name,
+                   std::string_view key, std::optional<std::size_t> index);
+
+  /// How the object itself is called.
+  std::string Where() const;
+
   std::uint64_t Unsigned(const char* name, const nlohmann::ordered_json& member, std::uint64_t most) const;
   std::int64_t Signed(const char* name, const nlohmann::ordered_json& member, std::int64_t least,
                       std::int64_t most) const;
 
   const nlohmann::ordered_json& object_;
-  std::string where_;
-  std::set<std::string, std::less<>> asked_;
+  // Where the object stands is put into words for an error text only: a recording has millions of objects.
+  const JsonObjectReader* parent_;
+  std::string_view name_;
+  std::string_view key_;
+  std::optional<std::size_t> index_;
+  std::vector<const char*> asked_;
 };
 
 }  // namespace probe::recording
