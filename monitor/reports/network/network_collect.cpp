@@ -18,10 +18,8 @@ using models::controller::SSIDCfg;
 using models::controller::SSIDIfState;
 using models::controller::WIFIBandType;
 
-/// Reads the counters of an SSID interface. Returns whether it has a name and counters at all.
-bool ReadCounters(const std::string& mac, const std::string& interface, const SSIDIfState& state, Networks& sample) {
-  sample.attributes.name = state.ssid;
-  sample.measured.client.current = static_cast<std::uint32_t>(std::max(0, state.client_count));  // below 0: nobody
+/// Whether an SSID interface has a name and counters; logs what it lacks, or its counters.
+bool HasCounters(const std::string& mac, const std::string& interface, const SSIDIfState& state) {
   if (state.ssid.empty()) {
     pel_log_debug(log_module::kMonitor,
                   "[WirelessNetworkReport::CollectOneSSID] Device: %s, interface: %s, SSID name is empty", mac.c_str(),
@@ -34,8 +32,6 @@ bool ReadCounters(const std::string& mac, const std::string& interface, const SS
                   mac.c_str(), interface.c_str());
     return false;
   }
-  sample.measured.traffic.inOctets = state.traffic->in_bytes;
-  sample.measured.traffic.outOctets = state.traffic->out_bytes;
   pel_log_debug(log_module::kMonitor,
                 "[WirelessNetworkReport::CollectOneSSID] Device: %s, interface: %s, inOctets: %llu,outOctets: %llu",
                 mac.c_str(), interface.c_str(), static_cast<unsigned long long>(state.traffic->in_bytes),
@@ -43,65 +39,93 @@ bool ReadCounters(const std::string& mac, const std::string& interface, const SS
   return true;
 }
 
-bool ReadBand(const std::string& mac, WIFIBandType band, Networks& sample) {
-  sample.attributes.radio_type = monitoring::BandName(band, "");
-  if (!sample.attributes.radio_type.empty()) return true;
+bool IsKnownBand(const std::string& mac, WIFIBandType band) {
+  if (*monitoring::BandName(band, "") != '\0') return true;
   pel_log_error(log_module::kMonitor,
                 "[WirelessNetworkReport::CollectOneSSID] Device: %s, radio type is empty. WIFIBandType type: %d",
                 mac.c_str(), static_cast<int>(band));
   return false;
 }
 
-bool ReadConfiguration(const std::string& mac, const std::string& radio, const SSIDConfigurations& configurations,
-                       Networks& sample) {
-  const SSIDCfg* found = monitoring::ConfigurationFor(configurations, sample.attributes.name, radio);
+const SSIDCfg* FindConfiguration(const std::string& mac, const std::string& ssid, const std::string& radio,
+                                 const SSIDConfigurations& configurations) {
+  const SSIDCfg* found = monitoring::ConfigurationFor(configurations, ssid, radio);
   if (found == nullptr) {
     pel_log_error(log_module::kMonitor, "[WirelessNetworkReport::CollectOneSSID] Device: %s, SSID config is empty.",
                   mac.c_str());
-    return false;
   }
-  sample.attributes.device_mac = mac;
-  sample.attributes.security_mode = found->security_mode;
-  sample.attributes.guest = found->guest ? 1 : 0;
-  return true;
+  return found;
 }
 
 }  // namespace
 
-std::vector<Networks> ReadSSIDs(const std::string& mac, const Device& device,
-                                const SSIDConfigurations& configurations) {
+std::vector<NetworkReading> ReadSSIDs(const std::string& mac, const Device& device,
+                                      const SSIDConfigurations& configurations) {
   std::map<std::string, SSIDIfState> interfaces;
   device.get_ssid_interfaces_state(interfaces);
   std::map<std::string, RadioIfState> radios;
   device.get_radio_interfaces_state(radios);
-  const time_t polling_time = device.if_state_polling_time();
+  const time_t polled_at = device.if_state_polling_time();
 
-  std::vector<Networks> samples;
+  std::vector<NetworkReading> readings;
+  readings.reserve(interfaces.size());
+  std::string radio;
   for (const auto& [interface, state] : interfaces) {
-    Networks sample;
-    sample.measured.traffic.polling_time = polling_time;
-    if (!ReadCounters(mac, interface, state, sample)) continue;
-    std::string radio;
+    if (!HasCounters(mac, interface, state)) continue;
     device.get_ssid_radio(interface, radio);
-    // A radio that is not listed is made here with an unknown band, which ReadBand refuses.
-    if (!ReadBand(mac, radios[radio].band, sample)) continue;
-    if (!ReadConfiguration(mac, radio, configurations, sample)) continue;
-    samples.push_back(std::move(sample));
+    // A radio that is not listed is made here with an unknown band.
+    const WIFIBandType band = radios[radio].band;
+    if (!IsKnownBand(mac, band)) continue;
+    const SSIDCfg* configuration = FindConfiguration(mac, state.ssid, radio, configurations);
+    if (configuration == nullptr) continue;
+    readings.push_back(
+        {.name = state.ssid,
+         .security_mode = configuration->security_mode,
+         .is_guest = configuration->guest,
+         .band = band,
+         .clients = static_cast<std::uint32_t>(std::max(0, state.client_count)),  // below 0: nobody
+         .counters = {.in = state.traffic->in_bytes, .out = state.traffic->out_bytes, .polled_at = polled_at}});
   }
-  return samples;
+  return readings;
 }
 
-Scan ReadScan(const std::string& mac, const Device& device) {
-  Scan scan{.mac = mac, .hostname = device.basic_info().hostname, .entries = {}};
-  for (const NeighboringAP& heard : device.neighboring_ap_tbl()) {
-    ScanEntry& entry = scan.entries.emplace_back();
-    entry.record.mac = heard.mac;
-    entry.record.ssid = heard.ssid;
-    entry.record.channel = heard.channel;
-    entry.record.signal_strength = heard.signal;
-    entry.record.radio_type = monitoring::BandName(heard.band, "");
-    entry.record.seen_by[scan.mac] = scan.hostname;
-    entry.is_trusted = heard.trusted != 0;
+Networks SampleOf(const std::string& mac, const NetworkReading& reading) {
+  Networks sample;
+  sample.attributes.name = reading.name;
+  sample.attributes.security_mode = reading.security_mode;
+  sample.attributes.radio_type = monitoring::BandName(reading.band, "");
+  sample.attributes.device_mac = mac;
+  sample.attributes.guest = reading.is_guest ? 1 : 0;
+  sample.measured.client.current = reading.clients;
+  sample.measured.traffic.inOctets = reading.counters.in;
+  sample.measured.traffic.outOctets = reading.counters.out;
+  sample.measured.traffic.polling_time = reading.counters.polled_at;
+  return sample;
+}
+
+Hearing ReadScan(const std::string& mac, const Device& device) {
+  Hearing hearing{.mac = mac, .hostname = {}, .time = time(nullptr), .heard = device.neighboring_ap_tbl()};
+  if (!hearing.heard.empty()) hearing.hostname = device.basic_info().hostname;
+  return hearing;
+}
+
+RogueAPs RogueOf(const Hearing& hearing, const NeighboringAP& heard) {
+  RogueAPs rogue;
+  rogue.mac = heard.mac;
+  rogue.ssid = heard.ssid;
+  rogue.channel = heard.channel;
+  rogue.radio_type = monitoring::BandName(heard.band, "");
+  rogue.signal_strength = heard.signal;
+  rogue.first_seen = hearing.time;
+  rogue.last_seen = hearing.time;
+  rogue.seen_by[hearing.mac] = hearing.hostname;
+  return rogue;
+}
+
+Scan ScanOf(const Hearing& hearing) {
+  Scan scan{.mac = hearing.mac, .hostname = hearing.hostname, .entries = {}};
+  for (const NeighboringAP& heard : hearing.heard) {
+    scan.entries.push_back({.record = RogueOf(hearing, heard), .is_trusted = heard.trusted != 0});
   }
   return scan;
 }
@@ -112,19 +136,16 @@ SSIDConfigurations ReadConfigurations(const std::string& mac) {
   return info == infos.end() ? SSIDConfigurations{} : monitoring::ConfigurationsOf(mac, info->second.type);
 }
 
-AccessPointInfos ReadAccessPointInfos(const std::vector<std::string>& macs) {
-  AccessPointInfos known;
-  for (const std::string& mac : macs) {
-    const auto basic = DeviceManager::GetInstance().GetDevicesBasicInfo(mac, false);
-    if (basic.size() != 1) continue;  // unknown; an empty MAC would give every device
-    const auto platform = DeviceManager::GetInstance().GetDevicePlatformInfo(mac, false);
-    NetworksAttr& info = known[mac];
-    info.apname = basic.begin()->second.hostname;
-    if (platform.size() != 1) continue;
+bool ReadAccessPointInfo(const std::string& mac, NetworksAttr& info) {
+  const auto basic = DeviceManager::GetInstance().GetDevicesBasicInfo(mac, false);
+  if (basic.size() != 1) return false;  // unknown; an empty MAC would give every device
+  const auto platform = DeviceManager::GetInstance().GetDevicePlatformInfo(mac, false);
+  info.apname = basic.begin()->second.hostname;
+  if (platform.size() == 1) {
     info.model = platform.begin()->second.model;
     info.version = platform.begin()->second.version;
   }
-  return known;
+  return true;
 }
 
 }  // namespace vexora_probe::monitor

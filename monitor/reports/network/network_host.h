@@ -20,4 +20,12 @@ inline constexpr HostFunctions kHost{.log_debug = &pel_log_debug,
                                      .dbm_to_milliwatts = &kro_utilities::signal::ConvertdBmTomilliwatts,
                                      .milliwatts_to_dbm = &kro_utilities::signal::ConvertmilliwattsTodBm};
 
+/// Writes nothing.
+__attribute__((format(printf, 2, 3))) inline void DropLine(int /*module*/, const char* /*format*/, ...) {}
+
+/// The same without log lines.
+inline constexpr HostFunctions kSilent{.log_debug = &DropLine,
+                                       .dbm_to_milliwatts = &kro_utilities::signal::ConvertdBmTomilliwatts,
+                                       .milliwatts_to_dbm = &kro_utilities::signal::ConvertmilliwattsTodBm};
+
 }  // namespace vexora_probe::monitor

@@ -31,8 +31,12 @@ std::string SSIDKey(const std::string& name, SecModeType mode, bool guest) {
   return name + kSeparator + std::to_string(static_cast<std::int32_t>(mode)) + kSeparator + (guest ? "1" : "0");
 }
 
+std::string SSIDKeyWithRadio(const std::string& ssid_key, const std::string& radio_type) {
+  return ssid_key + kSeparator + radio_type;
+}
+
 std::string SSIDKeyWithRadio(const NetworksAttr& network) {
-  return SSIDKey(network.name, network.security_mode, network.guest != 0) + kSeparator + network.radio_type;
+  return SSIDKeyWithRadio(SSIDKey(network.name, network.security_mode, network.guest != 0), network.radio_type);
 }
 
 void RemoveRadioTypeFromSSIDKey(const std::string& ssid_key, const HostFunctions& host, std::string& out) {

@@ -15,7 +15,8 @@ std::string MinuteKey(long time);
 /// Name, security mode and guest flag of a network, joined by "|". The name may hold "|" itself.
 std::string SSIDKey(const std::string& name, models::controller::SecModeType mode, bool guest);
 
-/// The same, and the band that the network is on.
+/// An SSID key, and the band that the network is on.
+std::string SSIDKeyWithRadio(const std::string& ssid_key, const std::string& radio_type);
 std::string SSIDKeyWithRadio(const NetworksAttr& network);
 
 /// Sets `out` to `ssid_key` up to its last "|"; leaves it unchanged when there is none. Logged at debug level.

@@ -5,6 +5,16 @@
 #include "monitor/engine/report_limits.h"
 
 namespace vexora_probe::monitor {
+namespace {
+
+template <typename Buckets>
+bool DropOldest(Buckets& daily) {
+  if (daily.size() <= monitoring::kMaxReportDays) return false;
+  daily.erase(daily.begin());
+  return true;
+}
+
+}  // namespace
 
 double Quotient(double dividend, std::int32_t divisor) {
   static_assert(std::numeric_limits<double>::is_iec559, "a division by zero must have a result");
@@ -20,9 +30,11 @@ void ForEachFinishedRecord(
 }
 
 bool DropOldestDay(Buckets& daily) {
-  if (daily.size() <= monitoring::kMaxReportDays) return false;
-  daily.erase(daily.begin());
-  return true;
+  return DropOldest(daily);
+}
+
+bool DropOldestDay(RogueBuckets& daily) {
+  return DropOldest(daily);
 }
 
 WeekOfIds RegroupByWeek(const Buckets& daily, const ReportTime& time,

@@ -38,6 +38,7 @@ void ForEachFinishedRecord(
 
 /// Drops the oldest day when there are more than `kMaxReportDays`. Returns whether it did.
 bool DropOldestDay(Buckets& daily);
+bool DropOldestDay(RogueBuckets& daily);
 
 /// ID -> its records of the days of the current week, oldest first. Valid as long as `daily`.
 using WeekOfIds = std::map<std::string, std::vector<const Networks*>>;

@@ -159,4 +159,12 @@ void CleaRedundantSampleData(const std::string& day, const std::string& week, bo
   report.current_rogue_week.clear();
 }
 
+void KeepDeviceDays(const std::string& day, bool clear_current, SampleStore& store) {
+  for (auto& [mac, device] : store.devices) {
+    std::erase_if(device.days,
+                  [&](const DeviceDay& kept) { return kept.day > day || (clear_current && kept.day == day); });
+    if (device.days.size() > monitoring::kMaxReportDays) device.days.erase(device.days.begin());
+  }
+}
+
 }  // namespace vexora_probe::monitor

@@ -4,6 +4,7 @@
 
 #include "monitor/reports/network/network_host.h"
 #include "monitor/reports/network/network_records.h"
+#include "monitor/reports/network/network_store.h"
 
 /// Retention: samples of the current day only, `kMaxReportDays` days, `kMaxReportWeeks` weeks.
 namespace vexora_probe::monitor {
@@ -22,5 +23,8 @@ bool ClearOtherSnapShot(const std::string& day, long now, const HostFunctions& h
 /// `clear_current`: also drop the samples and the bucket of the current day.
 void CleaRedundantSampleData(const std::string& day, const std::string& week, bool clear_current,
                              const HostFunctions& host, NetworkReport& report);
+
+/// Does the same for the days of each device, of which `store` keeps nothing but figures.
+void KeepDeviceDays(const std::string& day, bool clear_current, SampleStore& store);
 
 }  // namespace vexora_probe::monitor

@@ -98,6 +98,13 @@ TrafficCount WeekOf(const std::vector<const Networks*>& days, const ReportTime& 
 
 }  // namespace
 
+double SpeedBetween(const CounterReading& before, const CounterReading& now) {
+  return CounterDelta{.in = monitoring::CounterIncrease(before.in, now.in),
+                      .out = monitoring::CounterIncrease(before.out, now.out),
+                      .seconds = monitoring::SecondsBetween(before.polled_at, now.polled_at)}
+      .Speed();
+}
+
 bool RecordSpeed(const std::string& id, Samples& samples, const ReportTime& time, const HostFunctions& host,
                  Buckets& daily) {
   if (samples.empty()) {

@@ -5,11 +5,16 @@
 #include "monitor/reports/network/network_host.h"
 #include "monitor/reports/network/network_periods.h"
 #include "monitor/reports/network/network_records.h"
+#include "monitor/reports/network/network_store.h"
 
 /// The speeds of samples, days and weeks, in megabits per second. Every step is logged at debug level.
 ///
 /// As with the client counts, a pass takes the step of one ID for every ID and the step of the week once.
 namespace vexora_probe::monitor {
+
+/// The speed between two readings of a device's counters, of which the later one has to be later by the device's clock.
+/// A counter that fell has restarted from 0.
+double SpeedBetween(const CounterReading& before, const CounterReading& now);
 
 /// The speed of the latest sample of one ID, from its counters and those of the sample before, and what it adds to the
 /// day. A counter that fell has restarted from 0.

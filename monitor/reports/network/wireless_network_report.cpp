@@ -1,21 +1,24 @@
 #include "monitor/reports/network/wireless_network_report.h"
 
 #include <cstddef>
-#include <set>
 #include <utility>
 
 #include "monitor/engine/constants.h"
+#include "monitor/engine/debug_lines.h"
 #include "monitor/engine/devices.h"
 #include "monitor/engine/json_keys.h"
 #include "monitor/engine/ssid_configurations.h"
 #include "monitor/engine/time_keys.h"
 #include "monitor/reports/network/network_client_counts.h"
+#include "monitor/reports/network/network_debug_report.h"
 #include "monitor/reports/network/network_fold.h"
 #include "monitor/reports/network/network_host.h"
 #include "monitor/reports/network/network_keys.h"
 #include "monitor/reports/network/network_retention.h"
 #include "monitor/reports/network/network_rogues.h"
+#include "monitor/reports/network/network_running.h"
 #include "monitor/reports/network/network_show.h"
+#include "monitor/reports/network/network_stage.h"
 #include "monitor/reports/network/network_traffic.h"
 #include "platform/logging.h"
 
@@ -114,6 +117,8 @@ void WirelessNetworkReport::CollectData() {
   const std::string day = GetDateStr(now);
   const std::string week = GetWeekStr(now);
   if (!BeginPass(static_cast<time_t>(now), week)) return;
+  debug_report_.reset();  // there is one here when memory ran out in the last pass
+  if (monitoring::AreDebugLinesLogged()) debug_report_ = NewDebugReport();
 
   // Two signs of a clock that was set back: a sample of today that is not in the past, and a last collection that is
   // later than now, which also shows a step back to another day.
@@ -129,6 +134,12 @@ void WirelessNetworkReport::CollectData() {
   CollectAccessPoints(now, day, week);
   CollectSpectrums(now, day, week);
   last_collection_time_ = static_cast<time_t>(now);
+  debug_report_.reset();
+}
+
+std::unique_ptr<NetworkReport> WirelessNetworkReport::NewDebugReport() const {
+  const lock_guard_read held(lock_);
+  return DebugReport(report_, store_);
 }
 
 bool WirelessNetworkReport::BeginPass(time_t now, const std::string& week) {
@@ -166,10 +177,13 @@ void WirelessNetworkReport::CollectNeighboringAPs(const std::shared_ptr<Device>&
 
 void WirelessNetworkReport::CollectNeighboringAPs(const std::string& mac, const std::shared_ptr<Device>& device,
                                                   const long& now, const std::string& day, const std::string& week) {
-  const Scan scan = ReadScan(mac, *device);  // asks the host, so before the lock is taken
-  if (scan.entries.empty()) return;
+  const Hearing hearing = ReadScan(mac, *device);  // asks the host, so before the lock is taken
+  if (hearing.heard.empty()) return;
+  const ReportTime pass_time = TimeOf(day, week);
+  if (debug_report_ != nullptr) RecordScan(ScanOf(hearing), now, pass_time, kHost, *debug_report_);
+  if (store_.day != day) store_.DropSamples(day);
   const lock_guard_write held(lock_);
-  RecordScan(scan, now, TimeOf(day, week), kHost, report_);
+  FoldScan(hearing, now, pass_time, kSilent, store_, report_.rogue_report[monitoring::kDaily], rogue_week_);
 }
 
 void WirelessNetworkReport::CollectOneSSID(const std::shared_ptr<Device>& device, const long& now,
@@ -182,73 +196,50 @@ void WirelessNetworkReport::CollectOneSSID(const std::string& mac, const std::sh
   if (device->driver() == nullptr) return;
   SSIDConfigurations configurations;
   GetSSIDCfgs(mac, configurations);
-  std::vector<Networks> samples = ReadSSIDs(mac, *device, configurations);
-  if (samples.empty()) return;
-  const std::string minute = MinuteKey(now);
-  const lock_guard_write held(lock_);
-  DaySamples& networks = report_.device_ssid_samples[day][mac];
-  for (Networks& sample : samples) networks[SSIDKeyWithRadio(sample.attributes)][minute] = std::move(sample);
+  const std::vector<NetworkReading> readings = ReadSSIDs(mac, *device, configurations);
+  for (const NetworkReading& reading : readings) {
+    if (debug_report_ == nullptr) break;
+    const Networks sample = SampleOf(mac, reading);
+    debug_report_->device_ssid_samples[day][mac][SSIDKeyWithRadio(sample.attributes)][MinuteKey(now)] = sample;
+  }
+  if (store_.day != day) store_.DropSamples(day);
+  StageSamples(mac, readings, monitoring::time_keys::Minute(now), store_);
 }
 
-void WirelessNetworkReport::CollectSSIDsByMac(const long& /*now*/, const std::string& day, const std::string& week) {
-  const lock_guard_write held(lock_);
-  FoldDevices(TimeOf(day, week), kHost, report_, radio_deltas_);
+void WirelessNetworkReport::CollectSSIDsByMac(const long& now, const std::string& day, const std::string& week) {
+  if (debug_report_ != nullptr) FoldDevices(TimeOf(day, week), kHost, *debug_report_, radio_deltas_);
+  FoldStagedSamples(monitoring::time_keys::Minute(now), store_);
 }
 
 void WirelessNetworkReport::CollectSSIDs(const long& /*now*/, const std::string& day, const std::string& week) {
+  const ReportTime pass_time = TimeOf(day, week);
+  if (debug_report_ != nullptr) FoldFamily(kSSIDs, pass_time, kHost, *debug_report_);
   const lock_guard_write held(lock_);
-  FoldFamily(kSSIDs, TimeOf(day, week), kHost, report_);
+  FoldSums(pass_time, store_.ssids, report_.ssid_report);
 }
 
 void WirelessNetworkReport::CollectAccessPoints(const long& /*now*/, const std::string& day, const std::string& week) {
+  const ReportTime pass_time = TimeOf(day, week);
+  if (debug_report_ != nullptr) FoldFamily(kAccessPoints, pass_time, kHost, *debug_report_);
   // The host is asked before the lock is taken, and the answers are stored before it is released: no report may show an
   // access point with its figures, but not yet its name.
-  const AccessPointInfos infos = ReadAccessPointInfos(AccessPointMacs(day));
+  names_.Read(store_.access_points);
   const lock_guard_write held(lock_);
-  FoldFamily(kAccessPoints, TimeOf(day, week), kHost, report_);
-  StoreAccessPointInfos(infos);
+  const bool has_new_records = FoldSums(pass_time, store_.access_points, report_.access_point_report);
+  names_.Store(week, has_new_records, report_.access_point_report);
 }
 
 void WirelessNetworkReport::CollectSpectrums(const long& /*now*/, const std::string& day, const std::string& week) {
+  const ReportTime pass_time = TimeOf(day, week);
+  if (debug_report_ != nullptr) FoldFamily(kSpectrums, pass_time, kHost, *debug_report_);
   const lock_guard_write held(lock_);
-  FoldFamily(kSpectrums, TimeOf(day, week), kHost, report_);
+  FoldSums(pass_time, store_.spectrums, report_.spectrum_report);
 }
 
 void WirelessNetworkReport::UpdateAccessPointsInfo() {
-  const AccessPointInfos infos = ReadAccessPointInfos(AccessPointMacs({}));
+  names_.Read(store_.access_points);
   const lock_guard_write held(lock_);
-  StoreAccessPointInfos(infos);
-}
-
-std::vector<std::string> WirelessNetworkReport::AccessPointMacs(const std::string& day) const {
-  std::set<std::string> macs;
-  const lock_guard_read held(lock_);
-  for (const auto& [period, buckets] : report_.access_point_report) {
-    for (const auto& [key, records] : buckets) {
-      for (const auto& [mac, record] : records) macs.insert(mac);
-    }
-  }
-  const auto today = report_.device_ssid_samples.find(day);
-  if (today != report_.device_ssid_samples.end()) {
-    for (const auto& [mac, networks] : today->second) macs.insert(mac);
-  }
-  return {macs.begin(), macs.end()};
-}
-
-void WirelessNetworkReport::StoreAccessPointInfos(const AccessPointInfos& infos) {
-  for (auto& [period, buckets] : report_.access_point_report) {
-    for (auto& [key, records] : buckets) {
-      for (const auto& [mac, record] : records) {
-        const auto info = infos.find(mac);
-        if (info == infos.end()) continue;  // the host has forgotten it, the report has not
-        NetworksAttr attributes = record.attributes;
-        attributes.apname = info->second.apname;
-        attributes.model = info->second.model;
-        attributes.version = info->second.version;
-        UpdateNetworkAttr(records, mac, attributes);
-      }
-    }
-  }
+  names_.Store(kept_week_, true, report_.access_point_report);
 }
 
 void WirelessNetworkReport::GetSSIDCfgs(const std::string& device_mac, SSIDConfigurations& configurations) {
@@ -311,18 +302,42 @@ ReportTime WirelessNetworkReport::TimeOf(const std::string& day, const std::stri
 }
 
 bool WirelessNetworkReport::ClearOtherSnapShot(const std::string& day, const long& now) {
-  const lock_guard_write held(lock_);
-  return monitor::ClearOtherSnapShot(day, now, kHost, report_);
+  if (debug_report_ != nullptr) monitor::ClearOtherSnapShot(day, now, kHost, *debug_report_);
+  const bool is_found = store_.day == day && store_.HasSampleSince(monitoring::time_keys::Minute(now));
+  if (is_found || store_.day != day) store_.DropSamples(day);
+  return is_found;
 }
 
 void WirelessNetworkReport::CleaRedundantSampleData(const std::string& day, const std::string& week,
                                                     const bool& clear_current) {
+  if (debug_report_ != nullptr) monitor::CleaRedundantSampleData(day, week, clear_current, kHost, *debug_report_);
+  const bool is_moved = clear_current || day != kept_day_ || week != kept_week_;
+  if (is_moved) KeepDeviceDays(day, clear_current, store_);
+  if (clear_current) store_.DropSamples(day);
   const lock_guard_write held(lock_);
-  monitor::CleaRedundantSampleData(day, week, clear_current, kHost, report_);
+  EndRogueWeek(week);
+  if (is_moved) {
+    monitor::CleaRedundantSampleData(day, week, clear_current, kSilent, report_);
+    for (FamilySums* family : {&store_.ssids, &store_.access_points, &store_.spectrums}) family->is_week_due = true;
+    kept_day_ = day;
+    kept_week_ = week;
+  } else {
+    // The scans of the first pass of a day make an eighth one.
+    DropOldestDay(report_.rogue_report[monitoring::kDaily]);
+  }
+}
+
+void WirelessNetworkReport::EndRogueWeek(const std::string& week) {
+  if (rogue_week_.is_scanned && rogue_week_.time.week < week) {
+    RogueRecords records = RogueWeekRecords(report_.rogue_report[monitoring::kDaily], rogue_week_, kSilent);
+    // An empty week would take the place of an older one.
+    if (!records.empty()) report_.rogue_report[monitoring::kWeekly][rogue_week_.time.week] = std::move(records);
+  }
+  rogue_week_.is_scanned = false;
+  rogue_week_.gone.clear();
 }
 
 void WirelessNetworkReport::ClearTimeDeltaForRadio() {
-  const lock_guard_write held(lock_);
   radio_deltas_.clear();
 }
 
@@ -357,6 +372,10 @@ std::string WirelessNetworkReport::GetWirelessReport(const std::string& report_t
 
 JsonTree WirelessNetworkReport::GetRogueAPsReport(const std::string& report_type, const std::string& period) const {
   const lock_guard_read held(lock_);
+  if (report_type == monitoring::kWeekly && rogue_week_.is_scanned && period == rogue_week_.time.week) {
+    const auto days = report_.rogue_report.find(monitoring::kDaily);
+    return RogueAPsArray(RogueWeekRecords(days->second, rogue_week_, kSilent));
+  }
   return RogueAPsArray(BucketOf(report_.rogue_report, report_type, period));
 }
 

@@ -10,8 +10,11 @@
 #include "monitor/engine/json_tree.h"
 #include "monitor/engine/monitor.h"
 #include "monitor/reports/network/network_collect.h"
+#include "monitor/reports/network/network_names.h"
 #include "monitor/reports/network/network_periods.h"
 #include "monitor/reports/network/network_records.h"
+#include "monitor/reports/network/network_rogue_sums.h"
+#include "monitor/reports/network/network_store.h"
 #include "platform/configuration.h"
 #include "platform/device_centre.h"
 #include "platform/utilities/locks.h"
@@ -158,11 +161,11 @@ class WirelessNetworkReport final : public Monitor {
   void CollectDevice(const std::string& mac, const long& now, const std::string& day, const std::string& week)
       VEXORA_EXCLUDES(lock_);
 
-  /// The access points in the buckets and in the samples of `day`, sorted.
-  std::vector<std::string> AccessPointMacs(const std::string& day) const VEXORA_EXCLUDES(lock_);
+  /// What the debug lines of a pass tell of.
+  std::unique_ptr<NetworkReport> NewDebugReport() const VEXORA_EXCLUDES(lock_);
 
-  /// Sets name, model and firmware of the access points in every bucket. Those without an entry keep theirs.
-  void StoreAccessPointInfos(const AccessPointInfos& infos) VEXORA_REQUIRES(lock_);
+  /// Writes the current week of rogue access points down when a later one begins, before its days are dropped.
+  void EndRogueWeek(const std::string& week) VEXORA_REQUIRES(lock_);
 
   // The engine's thread only.
   std::string week_start_;
@@ -171,16 +174,23 @@ class WirelessNetworkReport final : public Monitor {
   time_t last_collection_time_ = 0;  // tells when the clock goes back
   std::uint32_t tick_counter_ = 0;   // passes since samples were last taken
 
-  // Devices and configurations are read without it. With the lock held for writing, a pass calls the host's log
-  // functions and signal conversions, and `time`, which a host may define itself; with the lock held for reading, a
-  // report calls the log functions. None of these may call back or wait for a thread that may be inside the plug-in.
+  std::string kept_day_;  // of the latest retention
+  std::string kept_week_;
+  SampleStore store_;  // its sums point to records of `report_`, which are written with the lock held
+  AccessPointNames names_;
+  std::unique_ptr<NetworkReport> debug_report_;  // during a pass of which somebody reads the debug lines
+
+  // The traffic of each network on each radio between its two latest samples, as the log says it; empty while nobody
+  // reads debug lines. Nothing else reads it: it is there for a debugger.
+  RadioDeltas radio_deltas_;
+
+  // Devices and configurations are read without it. With the lock held, a pass calls the host's signal conversions, and
+  // `time`, which a host may define itself, and a report calls the log functions, too. None of these may call back or
+  // wait for a thread that may be inside the plug-in.
   // Leaf lock: no other lock of ours is taken while it is held.
   mutable utilities::lock::RwLock lock_;
-  NetworkReport report_ VEXORA_GUARDED_BY(lock_);
-
-  // The traffic of each network on each radio between its two latest samples. Nothing reads it yet: it holds what the
-  // log says of each radio, for a report on single radios or for a debugger.
-  RadioDeltas radio_deltas_ VEXORA_GUARDED_BY(lock_);
+  NetworkReport report_ VEXORA_GUARDED_BY(lock_);  // days and weeks; its samples stay empty
+  RogueWeek rogue_week_ VEXORA_GUARDED_BY(lock_);
 };
 
 }  // namespace vexora_probe::monitor

@@ -280,7 +280,8 @@ void LiteralPass(const std::vector<DeviceReading>& devices, long now, bool is_cl
   CleaRedundantSampleData(time, changed, report);
   for (const DeviceReading& device : devices) {
     CollectNeighboringAPs(device, now, time, report);
-    for (const Networks& sample : device.ssids) {
+    for (const auto& reading : device.ssids) {
+      const Networks sample = vexora_probe::monitor::SampleOf(device.mac, reading);
       const auto& network = sample.attributes;
       const std::string key = network.name + "|" + std::to_string(static_cast<int>(network.security_mode)) + "|" +
                               std::to_string(network.guest) + "|" + network.radio_type;

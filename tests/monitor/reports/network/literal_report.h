@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "monitor/reports/network/network_collect.h"
 #include "monitor/reports/network/network_periods.h"
 #include "monitor/reports/network/network_records.h"
 #include "platform/device_records.h"
@@ -15,8 +16,8 @@ struct DeviceReading {
   std::string mac;
   std::string hostname;
   std::list<vexora_probe::models::controller::NeighboringAP> heard;  // as the device lists it
-  vexora_probe::monitor::Scan scan;                                  // as the monitor reads it
-  std::vector<vexora_probe::monitor::Networks> ssids;
+  vexora_probe::monitor::Hearing hearing;                            // as the monitor reads it
+  std::vector<vexora_probe::monitor::NetworkReading> ssids;
 };
 
 /// One pass of the wireless network report, done the slow and plain way: every ID finishes all days and rebuilds the

@@ -17,6 +17,7 @@ using models::controller::WIFIBandType;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::Pair;
+using ::testing::SizeIs;
 
 constexpr time_t kNow = 1'795'219'200;
 
@@ -27,7 +28,7 @@ TEST(NetworkCollect, ReadsAScanInItsOrderAsHeardNow) {
   network.AccessPoint("ap").Named("hall").Neighbours(
       {{.mac = "b", .ssid = "Cafe", .trusted = 0, .band = WIFIBandType::k5GHz, .channel = 36, .signal = -60},
        {.mac = "a", .ssid = "", .trusted = 1, .band = static_cast<WIFIBandType>(2), .channel = 1, .signal = -70}});
-  const Scan scan = ReadScan("ap", *DeviceManager::GetInstance().device("ap"));
+  const Scan scan = ScanOf(ReadScan("ap", *DeviceManager::GetInstance().device("ap")));
   EXPECT_EQ(scan.mac, "ap");
   EXPECT_EQ(scan.hostname, "hall");
   ASSERT_EQ(scan.entries.size(), 2U);
@@ -48,7 +49,7 @@ TEST(NetworkCollect, ReadsAScanInItsOrderAsHeardNow) {
 TEST(NetworkCollect, ReadsNoEntriesWithoutAScan) {
   test::Network network;
   network.AccessPoint("ap");
-  EXPECT_THAT(ReadScan("ap", *DeviceManager::GetInstance().device("ap")).entries, IsEmpty());
+  EXPECT_THAT(ReadScan("ap", *DeviceManager::GetInstance().device("ap")).heard, IsEmpty());
 }
 
 TEST(NetworkCollect, KnowsADeviceByTheMacOfTheListAlsoWithoutBasicInformation) {
@@ -56,9 +57,9 @@ TEST(NetworkCollect, KnowsADeviceByTheMacOfTheListAlsoWithoutBasicInformation) {
   network.AccessPoint("ap").Neighbours({{.mac = "b", .ssid = ""}}).Radio("r", WIFIBandType::k5GHz);
   network.AccessPoint("ap").Wifi("w", "Office", "r", {}).Configured("Office@r", {.name = "Office"}).WithoutBasicInfo();
   const auto device = DeviceManager::GetInstance().device("ap");
-  EXPECT_THAT(ReadScan("ap", *device).entries.at(0).record.seen_by, ElementsAre(Pair("ap", "")));
+  EXPECT_THAT(ScanOf(ReadScan("ap", *device)).entries.at(0).record.seen_by, ElementsAre(Pair("ap", "")));
   const SSIDConfigurations configurations{{"Office@r", {.name = "Office"}}};
-  EXPECT_EQ(ReadSSIDs("ap", *device, configurations).at(0).attributes.device_mac, "ap");
+  EXPECT_THAT(ReadSSIDs("ap", *device, configurations), SizeIs(1));
 }
 
 TEST(NetworkCollect, LeavesOutAnAccessPointOfWhichNothingIsKnown) {
@@ -68,7 +69,10 @@ TEST(NetworkCollect, LeavesOutAnAccessPointOfWhichNothingIsKnown) {
   info.apname = "hall";
   info.model = "M1";
   info.version = "1.2";
-  EXPECT_THAT(ReadAccessPointInfos({"ap", "gone"}), ElementsAre(Pair("ap", info)));
+  NetworksAttr read;
+  EXPECT_TRUE(ReadAccessPointInfo("ap", read));
+  EXPECT_EQ(read, info);
+  EXPECT_FALSE(ReadAccessPointInfo("gone", read));
 }
 
 }  // namespace

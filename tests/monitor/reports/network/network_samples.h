@@ -2,7 +2,9 @@
 
 #include <cstdint>
 #include <ctime>
+#include <string>
 
+#include "monitor/reports/network/network_collect.h"
 #include "monitor/reports/network/network_periods.h"
 #include "monitor/reports/network/network_records.h"
 
@@ -56,6 +58,16 @@ inline Buckets EightDays(const Networks& record) {
     daily[day]["id"] = record;
   }
   return daily;
+}
+
+/// What a device tells of a network on 5 GHz with personal WPA: its clients, and counters at 0.
+inline NetworkReading NetworkOf(const std::string& ssid, std::uint32_t clients) {
+  NetworkReading reading;
+  reading.name = ssid;
+  reading.security_mode = models::controller::SecModeType::kWpaPersonal;
+  reading.band = models::controller::WIFIBandType::k5GHz;
+  reading.clients = clients;
+  return reading;
 }
 
 /// A sample of a family, with this speed.

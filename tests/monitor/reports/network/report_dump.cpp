@@ -101,8 +101,9 @@ void MonitorPass(const std::vector<DeviceReading>& devices, long now, bool is_cl
   const bool is_changed = ClearOtherSnapShot(time.day, now, kHost, report) || is_clock_back;
   CleaRedundantSampleData(time.day, time.week, is_changed, kHost, report);
   for (const DeviceReading& device : devices) {
-    if (!device.scan.entries.empty()) RecordScan(device.scan, now, time, kHost, report);
-    for (const Networks& sample : device.ssids) {
+    if (!device.heard.empty()) RecordScan(ScanOf(device.hearing), now, time, kHost, report);
+    for (const NetworkReading& reading : device.ssids) {
+      const Networks sample = SampleOf(device.mac, reading);
       report.device_ssid_samples[time.day][device.mac][SSIDKeyWithRadio(sample.attributes)][MinuteKey(now)] = sample;
     }
   }

@@ -449,6 +449,17 @@ TEST_F(NetworkReportTest, BuildsTheRogueWeekFromItsDays) {
   EXPECT_NEAR(rogues[0]["average_strength"].get<double>(), -43.0099, 1e-3);
 }
 
+TEST_F(NetworkReportTest, KeepsARogueWeekWhileLaterWeeksHearTrustedAccessPointsAlone) {
+  Office(kAp, 1).Neighbours({Heard(kFar, "rogue", -40)});
+  Sample();
+  const Json rogues = ThisWeek()["rogue_ap"];
+  ASSERT_THAT(rogues, SizeIs(1));
+  const std::string week = Monitor::GetWeekStr(static_cast<long>(clock.Now().tv_sec));
+  Office(kAp, 1).Neighbours({Heard(kFar, "rogue", -40, true)});
+  for (int day = 25; day <= 25 + 5 * 7; day += 7) SampleAt(At(2026, 11, day, 10, 0));
+  EXPECT_EQ(Reply("weekly", week)["rogue_ap"], rogues);
+}
+
 TEST_F(NetworkReportTest, NamesAccessPointsInEveryBucketAndRenewsTheNames) {
   Office(kAp, 1).Named("old name").Platform("M1", "1.0");
   Sample();

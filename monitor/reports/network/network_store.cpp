@@ -1,0 +1,89 @@
+#include "monitor/reports/network/network_store.h"
+
+#include <algorithm>
+#include <cstring>
+#include <iterator>
+
+namespace vexora_probe::monitor {
+namespace {
+
+bool IsNoEarlier(const std::vector<std::int64_t>& minutes, const std::string& minute) {
+  return !minutes.empty() && std::to_string(minutes.back()) >= minute;
+}
+
+/// Drops the keys that no day has any longer, so that networks which come and go do not fill the memory.
+void DropUnusedKeys(DeviceRecord& device) {
+  std::vector<bool> is_used(device.keys.size());
+  for (const DeviceDay& day : device.days) {
+    for (std::size_t key = 0; key < day.networks.size(); ++key) {
+      if (day.networks[key].is_present) is_used[key] = true;
+    }
+  }
+  for (std::size_t key = device.keys.size(); key-- > 0;) {
+    if (is_used[key]) continue;
+    const auto offset = static_cast<std::ptrdiff_t>(key);
+    device.keys.erase(device.keys.begin() + offset);
+    for (DeviceDay& day : device.days) {
+      if (key < day.networks.size()) day.networks.erase(day.networks.begin() + offset);
+    }
+  }
+}
+
+void Clear(FamilySums& family) {
+  family.ids.clear();
+  family.is_week_due = true;
+}
+
+}  // namespace
+
+CompactSample::CompactSample(std::size_t pass, std::uint32_t clients, double speed)
+    : pass_(static_cast<std::uint16_t>(pass)) {
+  static_assert(sizeof clients_ == sizeof clients && sizeof speed_ == sizeof speed);
+  std::memcpy(clients_.data(), &clients, sizeof clients);
+  std::memcpy(speed_.data(), &speed, sizeof speed);
+}
+
+std::uint32_t CompactSample::Clients() const {
+  std::uint32_t clients = 0;
+  std::memcpy(&clients, clients_.data(), sizeof clients);
+  return clients;
+}
+
+double CompactSample::Speed() const {
+  double speed = 0;
+  std::memcpy(&speed, speed_.data(), sizeof speed);
+  return speed;
+}
+
+DeviceRecord& SampleStore::Device(const std::string& mac) {
+  auto next = last_device_ == devices.end() ? devices.begin() : std::next(last_device_);
+  if (next == devices.end() || next->first != mac) next = devices.try_emplace(mac).first;
+  last_device_ = next;
+  return next->second;
+}
+
+void SampleStore::DropSamples(const std::string& new_day) {
+  day = new_day;
+  minutes.clear();
+  rogue_minutes.clear();
+  rogues.clear();
+  Clear(ssids);
+  Clear(access_points);
+  Clear(spectrums);
+  last_device_ = devices.end();
+  for (auto device = devices.begin(); device != devices.end();) {
+    DeviceRecord& record = device->second;
+    record.today.clear();
+    record.order.clear();
+    record.access_point = nullptr;
+    DropUnusedKeys(record);
+    device = record.days.empty() ? devices.erase(device) : std::next(device);
+  }
+}
+
+bool SampleStore::HasSampleSince(std::int64_t minute) const {
+  const std::string text = std::to_string(minute);
+  return IsNoEarlier(rogue_minutes, text) || IsNoEarlier(minutes, text);
+}
+
+}  // namespace vexora_probe::monitor
