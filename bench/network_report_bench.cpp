@@ -1,14 +1,18 @@
-// What does a pass of the wireless network report cost at the end of a day, when it has the most samples to fold, and
-// what memory does an access point take?
+// What does a pass of the wireless network report cost in the morning and in the evening of a day, beside the plain
+// version that goes over all samples of the day, what memory does an access point take, and how long do readers wait?
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
+#include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <cstdlib>
 #include <ctime>
 #include <list>
 #include <memory>
 #include <string>
+#include <thread>
 
 #include "bench/stopwatch.h"
 #include "monitor/reports/network/wireless_network_report.h"
@@ -16,6 +20,7 @@
 #include "probe/clock/clock.h"
 #include "probe/clock/virtual_clock.h"
 #include "probe/host/device_centre.h"
+#include "tests/plain/network_report.h"
 
 namespace {
 
@@ -27,8 +32,9 @@ constexpr int kDaySeconds = 86'400;
 constexpr int kSlotSeconds = 300;
 constexpr int kPassesPerSample = 5;
 constexpr int kPastDays = 6;
-constexpr int kSlotsBefore = 276;    // of the last day, filled before the clock runs
-constexpr int kMeasuredPasses = 12;  // and the day has its 288
+constexpr int kMorning = 24;   // slots before the measured ones: two o'clock
+constexpr int kEvening = 276;  // and the day has its 288 after these
+constexpr int kMeasuredPasses = 12;
 constexpr int kSSIDs = 8;
 constexpr int kHeardByEach = 20;
 constexpr int kHearersOfEach = 5;
@@ -37,72 +43,96 @@ std::string Mac(int device) {
   return "AA:AA:AA:AA:" + std::to_string(device);
 }
 
-/// Access points with eight SSIDs on two bands each, and rogue ones that are heard by several of them.
+/// What access points there are, and what they hear.
+struct Scene {
+  std::int64_t access_points = 0;
+  bool has_ssids = true;
+  int rogues = 0;      ///< Rogue access points; each access point hears 20 of them, or none when there are none.
+  int new_rogues = 0;  ///< That the first access point hears in each scan and never again.
+  int without_basic_info = 1;  ///< Every so many-th access point has basic information; 1: all of them.
+};
+
+/// The report of the plug-in.
+class Product {
+ public:
+  void Pass(time_t /*now*/) {
+    for (int pass = 0; pass < kPassesPerSample; ++pass) report_.CollectData();
+  }
+  WirelessNetworkReport& Report() { return report_; }
+
+ private:
+  WirelessNetworkReport report_;
+};
+
+/// The plain version.
+class Plain {
+ public:
+  void Pass(time_t now) {
+    for (int pass = 0; pass < kPassesPerSample; ++pass) report_.Pass(now);
+  }
+
+ private:
+  plain::NetworkReport report_;
+};
+
+/// A wireless network, and a report on it.
+template <typename Monitor>
 class WirelessNetwork {
  public:
-  /// `rogues`: the number of rogue access points; each access point hears 20 of them, or none when there are none.
-  WirelessNetwork(std::int64_t access_points, bool has_ssids, std::int64_t rogues)
-      : access_points_(static_cast<int>(access_points)), has_ssids_(has_ssids), rogues_(static_cast<int>(rogues)) {
+  explicit WirelessNetwork(const Scene& scene) : scene_(scene) {
     setenv("TZ", "UTC", 1);  // NOLINT(concurrency-mt-unsafe): before any thread
     tzset();
-    day_ = Monitor::GetDateStr(kMidnight);
-    week_ = Monitor::GetWeekStr(kMidnight);
     probe::DeviceCentre::Instance().Clear();
     clock_.Set(kMidnight - kPastDays * kDaySeconds);
-    report_ = std::make_unique<WirelessNetworkReport>();
+    report_ = std::make_unique<Monitor>();
   }
   ~WirelessNetwork() { probe::DeviceCentre::Instance().Clear(); }
   WirelessNetwork(const WirelessNetwork&) = delete;
   WirelessNetwork& operator=(const WirelessNetwork&) = delete;
 
+  Monitor& Report() { return *report_; }
+
   /// Moves the counters of every SSID interface on.
   void Change(time_t now) {
     octets_ += 37'500'000;
-    for (int device = 0; device < access_points_; ++device) {
+    for (int device = 0; device < scene_.access_points; ++device) {
       probe::DeviceCentre::Instance().Replace(Mac(device), Snapshot(device, now));
     }
     clock_.Set(now);
   }
 
   /// The five passes of which the last one takes samples.
-  void Pass() {
-    for (int pass = 0; pass < kPassesPerSample; ++pass) report_->CollectData();
-  }
+  void Pass() { report_->Pass(clock_.Now().tv_sec); }
 
   /// Six finished days, and a seventh as far as the samples to be measured.
-  void FillSevenDays() {
+  void FillSevenDays(int slots) {
     for (int day = -kPastDays; day < 0; ++day) {
-      Change(kMidnight + day * kDaySeconds + kDaySeconds / 2);
-      Pass();
-      Change(kMidnight + day * kDaySeconds + kDaySeconds / 2 + kSlotSeconds);
-      Pass();
+      for (const int second : {kDaySeconds / 2, kDaySeconds / 2 + kSlotSeconds}) {
+        Change(kMidnight + day * kDaySeconds + second);
+        Pass();
+      }
     }
     Change(kMidnight);
     Pass();
-    for (int slot = 1; slot < kSlotsBefore; ++slot) TakeSamples(kMidnight + slot * kSlotSeconds);
-  }
-
- private:
-  /// The samples of a pass without its folding.
-  void TakeSamples(long now) {
-    clock_.Set(static_cast<time_t>(now));
-    for (int number = 0; number < access_points_; ++number) {
-      const auto device = DeviceManager::GetInstance().device(Mac(number));
-      if (rogues_ != 0) report_->CollectNeighboringAPs(device, now, day_, week_);
-      if (has_ssids_) report_->CollectOneSSID(device, now, day_, week_);
+    for (int slot = 1; slot < slots; ++slot) {
+      clock_.Set(kMidnight + slot * kSlotSeconds);
+      Pass();
     }
   }
 
+ private:
   probe::DeviceSnapshot Snapshot(int device, time_t now) const {
     probe::DeviceSnapshot snapshot;
     snapshot.is_wireless = true;
     snapshot.basic_info->type = records::DeviceType::kAccessPoint;
     snapshot.basic_info->hostname = "ap-" + std::to_string(device);
+    if (device % scene_.without_basic_info != 0) snapshot.basic_info.reset();
     snapshot.polling_time = now;
     snapshot.radios["radio0"].band = records::WIFIBandType::k2_4GHz;
     snapshot.radios["radio1"].band = records::WIFIBandType::k5GHz;
-    if (has_ssids_) AddSSIDs(snapshot);
-    if (rogues_ != 0) snapshot.neighbours = Neighbours(device);
+    if (scene_.has_ssids) AddSSIDs(snapshot);
+    if (scene_.rogues != 0) snapshot.neighbours = Neighbours(device);
+    if (device == 0) AddNewNeighbours(now, snapshot.neighbours);
     return snapshot;
   }
 
@@ -120,10 +150,21 @@ class WirelessNetwork {
     }
   }
 
+  void AddNewNeighbours(time_t now, std::list<records::NeighboringAP>& heard) const {
+    for (int number = 0; number < scene_.new_rogues; ++number) {
+      heard.push_back({.mac = "CC:CC:" + std::to_string(now) + ":" + std::to_string(number),
+                       .ssid = "passer-by",
+                       .trusted = 0,
+                       .band = records::WIFIBandType::k2_4GHz,
+                       .channel = 6,
+                       .signal = -70});
+    }
+  }
+
   std::list<records::NeighboringAP> Neighbours(int device) const {
     std::list<records::NeighboringAP> heard;
     for (int number = 0; number < kHeardByEach; ++number) {
-      heard.push_back({.mac = "BB:BB:BB:BB:" + std::to_string((device * kHeardByEach + number) % rogues_),
+      heard.push_back({.mac = "BB:BB:BB:BB:" + std::to_string((device * kHeardByEach + number) % scene_.rogues),
                        .ssid = "rogue",
                        .trusted = 0,
                        .band = records::WIFIBandType::k2_4GHz,
@@ -133,22 +174,21 @@ class WirelessNetwork {
     return heard;
   }
 
-  const int access_points_;
-  const bool has_ssids_;
-  const int rogues_;
-  std::string day_;
-  std::string week_;
+  const Scene scene_;
   std::uint64_t octets_ = 0;
   probe::VirtualClock clock_{kMidnight};
   probe::ClockInstallation installation_{clock_};
-  std::unique_ptr<WirelessNetworkReport> report_;
+  std::unique_ptr<Monitor> report_;
 };
 
-/// Times the last passes of a day.
-void MeasurePasses(benchmark::State& state, WirelessNetwork& network) {
+/// Times the passes that follow so many slots of a day.
+template <typename Monitor>
+void MeasurePasses(benchmark::State& state, const Scene& scene, int slots) {
+  WirelessNetwork<Monitor> network(scene);
+  network.Change(kMidnight - kPastDays * kDaySeconds);  // what the host holds is not counted
   const double empty = bench::HeapBytes();
-  network.FillSevenDays();
-  time_t now = kMidnight + kSlotsBefore * kSlotSeconds;
+  network.FillSevenDays(slots);
+  time_t now = kMidnight + slots * kSlotSeconds;
   bench::Stopwatch stopwatch;
   for (auto _ : state) {
     state.PauseTiming();
@@ -161,45 +201,136 @@ void MeasurePasses(benchmark::State& state, WirelessNetwork& network) {
   stopwatch.Report(state, "access_point");
 }
 
-/// A pass that takes samples, the last ones of a day: eight SSIDs on two bands of each access point, seven days full.
+/// A pass that takes samples: eight SSIDs on two bands of each access point, seven days full. The second argument is
+/// the number of samples before: of a morning, of an evening.
 void BM_NetworkReportPass(benchmark::State& state) {
-  WirelessNetwork network(state.range(0), /*has_ssids=*/true, /*rogues=*/0);
-  MeasurePasses(state, network);
+  MeasurePasses<Product>(state, {.access_points = state.range(0)}, static_cast<int>(state.range(1)));
 }
 BENCHMARK(BM_NetworkReportPass)
-    ->Arg(10)
-    ->Arg(100)
-    ->Arg(1'000)
-    ->Arg(5'000)
+    ->ArgsProduct({{10, 100, 1'000, 5'000}, {kMorning, kEvening}})
     ->Iterations(kMeasuredPasses)
-    ->Unit(benchmark::kMillisecond)
-    ->Complexity();
+    ->Unit(benchmark::kMillisecond);
 
-/// The same for rogue access points alone: each access point hears 20 of them, each of them is heard by five.
+/// The same of the plain version, which takes 400 times as long in the evening.
+void BM_NetworkReportPlainPass(benchmark::State& state) {
+  MeasurePasses<Plain>(state, {.access_points = state.range(0)}, static_cast<int>(state.range(1)));
+}
+BENCHMARK(BM_NetworkReportPlainPass)
+    ->ArgsProduct({{10, 100}, {kMorning, kEvening}})
+    ->Iterations(kMeasuredPasses)
+    ->Unit(benchmark::kMillisecond);
+
+/// The fold alone, without questions to the host: the devices, their networks and bands.
+void BM_NetworkReportFold(benchmark::State& state) {
+  WirelessNetwork<Product> network({.access_points = state.range(0)});
+  network.FillSevenDays(kEvening);
+  WirelessNetworkReport& report = network.Report().Report();
+  const std::string day = Monitor::GetDateStr(kMidnight);
+  const std::string week = Monitor::GetWeekStr(kMidnight);
+  long now = static_cast<long>(kMidnight) + kEvening * kSlotSeconds;
+  bench::Stopwatch stopwatch;
+  for (auto _ : state) {
+    state.PauseTiming();
+    network.Change(static_cast<time_t>(now));
+    for (const std::string& mac : DeviceManager::GetInstance().GetOnlineManagedDevices(true)) {
+      report.CollectOneSSID(mac, DeviceManager::GetInstance().device(mac), now, day, week);
+    }
+    state.ResumeTiming();
+    stopwatch.Time([&] {
+      report.CollectSSIDsByMac(now, day, week);
+      report.CollectSSIDs(now, day, week);
+      report.CollectSpectrums(now, day, week);
+    });
+    now += kSlotSeconds;
+  }
+  stopwatch.Report(state, "access_point");
+}
+BENCHMARK(BM_NetworkReportFold)->Arg(1'000)->Arg(5'000)->Iterations(kMeasuredPasses)->Unit(benchmark::kMillisecond);
+
+/// A pass while the host knows every second access point by its MAC alone.
+void BM_NetworkReportWithoutBasicInfo(benchmark::State& state) {
+  MeasurePasses<Product>(state, {.access_points = state.range(0), .without_basic_info = 2}, kMorning);
+}
+BENCHMARK(BM_NetworkReportWithoutBasicInfo)
+    ->Arg(1'000)
+    ->Arg(4'000)
+    ->Iterations(kMeasuredPasses)
+    ->Unit(benchmark::kMillisecond);
+
+/// Rogue access points alone, in the evening: each access point hears 20 of them, each of them is heard by five.
 void BM_NetworkReportScans(benchmark::State& state) {
-  WirelessNetwork network(state.range(0), /*has_ssids=*/false, state.range(0) * kHeardByEach / kHearersOfEach);
-  MeasurePasses(state, network);
+  const auto rogues = static_cast<int>(state.range(0) * kHeardByEach / kHearersOfEach);
+  MeasurePasses<Product>(state, {.access_points = state.range(0), .has_ssids = false, .rogues = rogues}, kEvening);
 }
 BENCHMARK(BM_NetworkReportScans)
     ->Arg(10)
     ->Arg(100)
     ->Arg(1'000)
+    ->Arg(5'000)
     ->Iterations(kMeasuredPasses)
-    ->Unit(benchmark::kMillisecond)
-    ->Complexity();
+    ->Unit(benchmark::kMillisecond);
 
 /// The same for twenty rogue access points, each of them heard by every access point.
 void BM_NetworkReportSharedScans(benchmark::State& state) {
-  WirelessNetwork network(state.range(0), /*has_ssids=*/false, kHeardByEach);
-  MeasurePasses(state, network);
+  MeasurePasses<Product>(state, {.access_points = state.range(0), .has_ssids = false, .rogues = kHeardByEach},
+                         kEvening);
 }
 BENCHMARK(BM_NetworkReportSharedScans)
     ->Arg(100)
-    ->Arg(200)
-    ->Arg(400)
-    ->Arg(800)
+    ->Arg(1'000)
     ->Iterations(kMeasuredPasses)
-    ->Unit(benchmark::kMillisecond)
-    ->Complexity();
+    ->Unit(benchmark::kMillisecond);
+
+/// One access point that hears 100 rogue ones in each scan, all of them for the first time, for three days.
+void BM_NetworkReportNewRogues(benchmark::State& state) {
+  const double empty = bench::HeapBytes();
+  WirelessNetwork<Product> network({.access_points = 1, .has_ssids = false, .new_rogues = 100});
+  time_t now = kMidnight - 3 * kDaySeconds;
+  for (; now < kMidnight; now += kSlotSeconds) {
+    network.Change(now);
+    network.Pass();
+  }
+  bench::Stopwatch stopwatch;
+  for (auto _ : state) {
+    state.PauseTiming();
+    network.Change(now);
+    now += kSlotSeconds;
+    state.ResumeTiming();
+    stopwatch.Time([&] { network.Pass(); });
+  }
+  state.counters["bytes"] = bench::HeapBytes() - empty;
+  state.counters["ns_per_new_rogue"] = stopwatch.Milliseconds() * 1e6 / static_cast<double>(state.iterations()) / 100;
+}
+BENCHMARK(BM_NetworkReportNewRogues)->Iterations(kMeasuredPasses)->Unit(benchmark::kMillisecond);
+
+/// How long a reader waits at most for the lock of the report, in the evening and in the first pass of a day.
+void BM_NetworkReportReaderWait(benchmark::State& state) {
+  using std::chrono::steady_clock;
+  const auto rogues = static_cast<int>(state.range(0) * kHeardByEach / kHearersOfEach);
+  WirelessNetwork<Product> network({.access_points = state.range(0), .rogues = rogues});
+  network.FillSevenDays(kEvening);
+  std::atomic<bool> is_over{false};
+  steady_clock::duration longest{};
+  std::thread reader([&] {
+    while (!is_over) {
+      const auto begin = steady_clock::now();
+      benchmark::DoNotOptimize(network.Report().Report().CheckPeriodExpire("daily", "none"));
+      longest = std::max(longest, steady_clock::now() - begin);
+    }
+  });
+  time_t now = kMidnight + kEvening * kSlotSeconds;
+  for (auto _ : state) {
+    network.Change(now);
+    network.Pass();
+    now += kSlotSeconds;
+  }
+  is_over = true;
+  reader.join();
+  state.counters["longest_wait_ms"] = std::chrono::duration<double, std::milli>(longest).count();
+}
+BENCHMARK(BM_NetworkReportReaderWait)
+    ->Arg(1'000)
+    ->Iterations(2 * kMeasuredPasses)  // the second half is of the day after
+    ->Unit(benchmark::kMillisecond);
 
 }  // namespace
