@@ -49,7 +49,7 @@ struct Scene {
   bool has_ssids = true;
   int rogues = 0;      ///< Rogue access points; each access point hears 20 of them, or none when there are none.
   int new_rogues = 0;  ///< That the first access point hears in each scan and never again.
-  int without_basic_info = 1;  ///< Every so many-th access point has basic information; 1: all of them.
+  int basic_info_every = 1;  ///< So many access points have basic information of one of them; 1: of all.
 };
 
 /// The report of the plug-in.
@@ -126,7 +126,7 @@ class WirelessNetwork {
     snapshot.is_wireless = true;
     snapshot.basic_info->type = records::DeviceType::kAccessPoint;
     snapshot.basic_info->hostname = "ap-" + std::to_string(device);
-    if (device % scene_.without_basic_info != 0) snapshot.basic_info.reset();
+    if (device % scene_.basic_info_every != 0) snapshot.basic_info.reset();
     snapshot.polling_time = now;
     snapshot.radios["radio0"].band = records::WIFIBandType::k2_4GHz;
     snapshot.radios["radio1"].band = records::WIFIBandType::k5GHz;
@@ -249,7 +249,7 @@ BENCHMARK(BM_NetworkReportFold)->Arg(1'000)->Arg(5'000)->Iterations(kMeasuredPas
 
 /// A pass while the host knows every second access point by its MAC alone.
 void BM_NetworkReportWithoutBasicInfo(benchmark::State& state) {
-  MeasurePasses<Product>(state, {.access_points = state.range(0), .without_basic_info = 2}, kMorning);
+  MeasurePasses<Product>(state, {.access_points = state.range(0), .basic_info_every = 2}, kMorning);
 }
 BENCHMARK(BM_NetworkReportWithoutBasicInfo)
     ->Arg(1'000)
