@@ -61,16 +61,15 @@ const SSIDCfg* FindConfiguration(const std::string& mac, const std::string& ssid
 
 std::vector<NetworkReading> ReadSSIDs(const std::string& mac, const Device& device,
                                       const SSIDConfigurations& configurations) {
-  std::map<std::string, SSIDIfState> interfaces;
-  device.get_ssid_interfaces_state(interfaces);
+  const auto interfaces = device.shared_ssid_interfaces_state();
   std::map<std::string, RadioIfState> radios;
   device.get_radio_interfaces_state(radios);
   const time_t polled_at = device.if_state_polling_time();
 
   std::vector<NetworkReading> readings;
-  readings.reserve(interfaces.size());
+  readings.reserve(interfaces->size());
   std::string radio;
-  for (const auto& [interface, state] : interfaces) {
+  for (const auto& [interface, state] : *interfaces) {
     if (!HasCounters(mac, interface, state)) continue;
     device.get_ssid_radio(interface, radio);
     // A radio that is not listed is made here with an unknown band.
