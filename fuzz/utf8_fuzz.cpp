@@ -64,5 +64,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   Require(IsUtf8ByTheTable(line));
   Require(!HasControlCharacter(line));
   Require(probe::PrintableLine(line) == line);
+
+  const std::string json = probe::PrintableJson(text);
+  Require(IsUtf8ByTheTable(json));
+  Require(!HasControlCharacter(json));
+  Require(probe::PrintableJson(json) == json);
   return 0;
 }

@@ -4,10 +4,13 @@
 #include <csignal>
 #include <cstddef>
 #include <iostream>
+#include <nlohmann/json.hpp>
 #include <string>
 
 #include "probe/client/url.h"
 #include "probe/client/websocket_client.h"
+#include "probe/text/json_text.h"
+#include "probe/text/utf8.h"
 
 namespace {
 
@@ -36,37 +39,31 @@ void AddOptions(CLI::App& app, WatchOptions& options) {
   app.add_option("REQUEST-JSON", options.request, "Array of what to subscribe to")->capture_default_str();
 }
 
-/// The text as a JSON string.
-std::string Quoted(const std::string& text) {
-  std::string quoted = "\"";
-  for (const char letter : text) {
-    if (letter == '"' || letter == '\\') quoted += '\\';
-    quoted += letter;
-  }
-  return quoted + "\"";
-}
-
 /// Prints messages; true when all went as it should.
+///
+/// Names in what a probe sends come from the air, and may hold control characters: none of them reaches the terminal.
 bool Watch(const WatchOptions& options) {
   probe::ClientOptions connection = probe::OptionsFromUrl(options.url);
   connection.trusted_certificate = options.certificate;
   if (!options.token.empty()) connection.headers["Authorization"] = "Bearer " + options.token;
   probe::WebsocketClient client(connection);
-  client.SendText(R"({"subscribe":{"topic":)" + Quoted(options.topic) + R"(,"request":)" + options.request + "}}");
+  client.SendText(R"({"subscribe":{"topic":)" + probe::Dump(nlohmann::json(options.topic)) + R"(,"request":)" +
+                  options.request + "}}");
   std::size_t messages = 0;
   while (interrupted == 0 && (options.count == 0 || messages < options.count)) {
     const auto text = client.Receive(kPatience);
     if (const auto reason = client.close_reason()) {
-      std::cerr << "the probe closed the connection: " << reason->code << " " << reason->text << "\n";
+      std::cerr << "the probe closed the connection: " << reason->code << " " << probe::PrintableLine(reason->text)
+                << "\n";
       return false;
     }
     if (!text) continue;
     if (text->rfind(R"({"error":)", 0) == 0) {
-      std::cerr << *text << "\n";
+      std::cerr << probe::PrintableJson(*text) << "\n";
       return false;
     }
     if (text->rfind(R"({"subscribed":)", 0) == 0) continue;
-    std::cout << *text << std::endl;
+    std::cout << probe::PrintableJson(*text) << std::endl;
     ++messages;
   }
   client.Close();
@@ -85,7 +82,7 @@ int main(int argc, char** argv) {
     std::signal(SIGTERM, [](int) { interrupted = 1; });
     return Watch(options) ? 0 : 1;
   } catch (const std::exception& failure) {
-    std::cerr << "probe-watch: " << failure.what() << "\n";
+    std::cerr << "probe-watch: " << probe::PrintableLine(failure.what()) << "\n";
     return 1;
   }
 }

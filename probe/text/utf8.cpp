@@ -34,6 +34,29 @@ bool IsAscii(std::string_view text) {
   return (bits & kTopBits) == 0;
 }
 
+std::string Escape(const char* format, unsigned character) {
+  std::array<char, 12> escaped{};
+  std::snprintf(escaped.data(), escaped.size(), format, character);
+  return escaped.data();
+}
+
+/// `text` as valid UTF-8, with what `replace` makes of each character that must not reach a terminal or a log.
+template <typename Replace>
+std::string WithoutControls(std::string_view text, Replace replace) {
+  const std::string valid = ReplaceInvalidUtf8(std::string(text));
+  std::string printable;
+  printable.reserve(valid.size());
+  for (auto place = valid.begin(); place != valid.end();) {
+    const char32_t character = utf8::next(place, valid.end());
+    if (IsEscaped(character)) {
+      printable += replace(static_cast<unsigned>(character));
+    } else {
+      utf8::append(character, std::back_inserter(printable));
+    }
+  }
+  return printable;
+}
+
 }  // namespace
 
 bool IsUtf8(std::string_view text) {
@@ -49,21 +72,17 @@ std::string ReplaceInvalidUtf8(std::string text) {
 }
 
 std::string PrintableLine(std::string_view text) {
-  const std::string valid = ReplaceInvalidUtf8(std::string(text));
-  std::string line;
-  line.reserve(valid.size());
-  for (auto place = valid.begin(); place != valid.end();) {
-    const char32_t character = utf8::next(place, valid.end());
-    if (!IsEscaped(character)) {
-      utf8::append(character, std::back_inserter(line));
-      continue;
-    }
-    std::array<char, 12> escaped{};
-    std::snprintf(escaped.data(), escaped.size(), character < 0x100 ? "\\x%02x" : "\\u%04x",
-                  static_cast<unsigned>(character));
-    line += escaped.data();
-  }
-  return line;
+  return WithoutControls(text, [](unsigned character) {
+    return character < 0x100 ? Escape("\\x%02x", character) : Escape("\\u%04x", character);
+  });
+}
+
+std::string PrintableJson(std::string_view json) {
+  return WithoutControls(json, [](unsigned character) {
+    // JSON has these three between its tokens only, where a blank means the same; in a string they stand escaped.
+    const bool is_blank = character == '\t' || character == '\n' || character == '\r';
+    return is_blank ? std::string(" ") : Escape("\\u%04x", character);
+  });
 }
 
 }  // namespace probe

@@ -16,4 +16,11 @@ std::string ReplaceInvalidUtf8(std::string text);
 /// `\xNN` or `\uNNNN`.
 std::string PrintableLine(std::string_view text);
 
+/// A JSON text as one line for a terminal: the same value, with control characters, line separators and bidirectional
+/// controls in its strings escaped as `\uNNNN`, and line ends and tabs between its tokens as blanks.
+///
+/// What is no JSON is treated alike, so that nothing in it can steer a terminal.
+/// Source: RFC 8259, sections 2 and 7.
+std::string PrintableJson(std::string_view json);
+
 }  // namespace probe

@@ -70,4 +70,19 @@ TEST_F(ProbeWatchTest, EndsWithAnErrorWhenTheProbeStops) {
   EXPECT_EQ(outcome.status, 1);
 }
 
+TEST_F(ProbeWatchTest, SendsNoControlCharactersToTheTerminal) {
+  Serve();
+  Outcome outcome;
+  std::thread watch([&, command = Command("--count 1 Topic")] { outcome = Run(command); });
+  EXPECT_TRUE(test::Eventually([&] { return Handles("watch").size() == 1; }));
+  Push(Handles("watch").front(), "{\"ssid\":\"\xC2\x9B[2J\x7F\"}");
+  watch.join();
+  EXPECT_EQ(outcome.text, "{\"ssid\":\"\\u009b[2J\\u007f\"}\n");
+
+  const Outcome unknown_topic = Run(Command("\"$(printf 'Wea\\033[31mther')\""));
+  EXPECT_THAT(unknown_topic.text, HasSubstr("unknown_topic"));
+  const Outcome bad_url = Run(PROBE_WATCH " --url \"$(printf 'http://\\033[31m')\" Topic 2>&1");
+  EXPECT_THAT(bad_url.text, HasSubstr("http://\\x1b[31m"));
+}
+
 }  // namespace

@@ -36,4 +36,15 @@ TEST(PrintableLine, ShowsControlCharactersInsteadOfSendingThem) {
   EXPECT_EQ(probe::PrintableLine("Caf\xC3\xA9 \xE2\x82\xAC\xFF"), "Caf\xC3\xA9 \xE2\x82\xAC\xEF\xBF\xBD");
 }
 
+TEST(PrintableJson, IsTheSameValueOnOneLineWithoutControlCharacters) {
+  EXPECT_EQ(probe::PrintableJson("{\n\t\"ssid\":\r\n \"a\xC2\x9B[31m\x7F\xE2\x80\xAE\"}"),
+            R"({  "ssid":   "a\u009b[31m\u007f\u202e"})");
+  const std::string plain = R"({"name":"Caf\u001b \\ \"q\"","n":[1,-2.5,null]})";
+  EXPECT_EQ(probe::PrintableJson(plain), plain);
+}
+
+TEST(PrintableJson, LeavesNothingInOtherTextsThatSteersATerminal) {
+  EXPECT_EQ(probe::PrintableJson("no JSON \x1b[2J\x07 \xC2\x85\xFF"), "no JSON \\u001b[2J\\u0007 \\u0085\xEF\xBF\xBD");
+}
+
 }  // namespace
