@@ -2,6 +2,7 @@
 
 namespace test {
 using probe::log::Level;
+using utilities::lock::lock_guard;
 
 std::ostream& operator<<(std::ostream& out, const LogLine& line) {
   return out << probe::log::LevelName(line.level) << " " << line.module << " " << line.text;
@@ -10,7 +11,7 @@ std::ostream& operator<<(std::ostream& out, const LogLine& line) {
 LogCapture::LogCapture() {
   probe::log::SetLevel(Level::kDebug);
   probe::log::SetWriter([this](Level level, int module, const std::string& text) {
-    const std::lock_guard held(lock_);
+    const lock_guard held(lock_);
     lines_.push_back({level, module, text});
   });
 }
@@ -21,7 +22,7 @@ LogCapture::~LogCapture() {
 }
 
 std::vector<LogLine> LogCapture::Lines() const {
-  const std::lock_guard held(lock_);
+  const lock_guard held(lock_);
   return lines_;
 }
 
@@ -34,7 +35,7 @@ std::vector<std::string> LogCapture::Texts(Level level, const std::string& part)
 }
 
 void LogCapture::Forget() {
-  const std::lock_guard held(lock_);
+  const lock_guard held(lock_);
   lines_.clear();
 }
 

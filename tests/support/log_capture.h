@@ -1,10 +1,10 @@
 #pragma once
 
-#include <mutex>
 #include <ostream>
 #include <string>
 #include <vector>
 
+#include "platform/utilities/locks.h"
 #include "probe/host/log.h"
 
 namespace test {
@@ -33,8 +33,8 @@ class LogCapture {
   void Forget();
 
  private:
-  mutable std::mutex lock_;
-  std::vector<LogLine> lines_;
+  mutable utilities::lock::Mutex lock_;
+  std::vector<LogLine> lines_ VEXORA_GUARDED_BY(lock_);
 };
 
 }  // namespace test

@@ -1,20 +1,21 @@
 #include "tests/support/message_capture.h"
 
-#include <mutex>
 #include <utility>
 
 #include "monitor/engine/json_tree.h"
+#include "platform/utilities/locks.h"
 #include "probe/host/connection_id.h"
 #include "probe/host/sending.h"
 
 namespace test {
+using utilities::lock::lock_guard;
 namespace {
 
-std::mutex sent_lock;
-std::vector<SentMessage> sent;
+utilities::lock::Mutex sent_lock;
+std::vector<SentMessage> sent VEXORA_GUARDED_BY(sent_lock);
 
 void Keep(lws* connection, const std::string& text) {
-  const std::lock_guard held(sent_lock);
+  const lock_guard held(sent_lock);
   sent.push_back({connection, text});
 }
 
@@ -67,7 +68,7 @@ MessageCapture::~MessageCapture() {
 }
 
 std::vector<SentMessage> MessageCapture::Take() {
-  const std::lock_guard held(sent_lock);
+  const lock_guard held(sent_lock);
   return std::exchange(sent, {});
 }
 
