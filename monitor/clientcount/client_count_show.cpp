@@ -5,20 +5,6 @@
 #include "monitor/engine/json_keys.h"
 
 namespace monitoring::clientcount {
-namespace {
-
-JsonTree SsidsOfDevice(const CurrentCounts::mapped_type& counts) {
-  JsonTree ssids = NewObject();
-  for (const auto& [ssid, current] : counts) {
-    JsonTree object = NewObject();
-    Add(object, json_key::kSsid, NewText(ssid));
-    Add(object, json_key::kCount, NewInteger(current.count));
-    Add(ssids, ssid, std::move(object));
-  }
-  return ssids;
-}
-
-}  // namespace
 
 void AddSamples(const JsonTree& object, const Series& series) {
   for (const auto& [minute, count] : series) Add(object, std::to_string(minute), NewInteger(count));
@@ -42,7 +28,16 @@ JsonTree CurrentSsidsObject(const CountById& counts) {
 
 JsonTree CurrentDevicesObject(const CurrentCounts& counts) {
   JsonTree devices = NewObject();
-  for (const auto& [mac, ssids] : counts) Add(devices, mac, SsidsOfDevice(ssids));
+  for (const auto& [mac, counts_by_ssid] : counts) {
+    JsonTree ssids = NewObject();
+    for (const auto& [ssid, current] : counts_by_ssid) {
+      JsonTree object = NewObject();
+      Add(object, json_key::kSsid, NewText(ssid));
+      Add(object, json_key::kCount, NewInteger(current.count));
+      Add(ssids, ssid, std::move(object));
+    }
+    Add(devices, mac, std::move(ssids));
+  }
   return devices;
 }
 
