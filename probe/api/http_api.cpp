@@ -23,10 +23,6 @@ constexpr std::string_view kLive = "/api/live/";
 constexpr unsigned kMissedPasses = 3;
 constexpr std::chrono::seconds kLeastSilence{10};
 
-HttpAnswer NotFound() {
-  return ErrorAnswer(404, "not_found", "There is nothing at this path; /api/ names what there is.");
-}
-
 /// The argument by which the standard filters of a topic are told apart.
 const char* VariantArgument(const std::string& topic) {
   return topic == monitoring::kWirelessTopMonitor ? "orderby" : "interval";
@@ -96,7 +92,8 @@ PathInfo HttpApi::LookUp(const std::string& path) const {
 
 HttpAnswer HttpApi::Answer(const HttpRequest& request) const {
   if (const Route* route = FindRoute(request.path)) return route->answer(*this, request);
-  return pages_.Has(request.path) ? pages_.Answer(request) : NotFound();
+  if (pages_.Has(request.path)) return pages_.Answer(request);
+  return ErrorAnswer(404, "not_found", "There is nothing at this path; /api/ names what there is.");
 }
 
 std::vector<std::string> HttpApi::Paths() {

@@ -28,17 +28,6 @@ std::string RankingFilter(const std::string& orderby) {
       .dump();
 }
 
-std::vector<StandardFilter> MakeStandardFilters() {
-  std::vector<StandardFilter> filters{{monitoring::kHealthMonitor, "", "{}"}};
-  for (const char* topic :
-       {monitoring::kTrafficMonitor, monitoring::kSsidClientCountMonitor, monitoring::kDevicesClientCountMonitor})
-    for (const char* view : monitoring::kViews)
-      filters.push_back({topic, view, nlohmann::json{{"interval", view}}.dump()});
-  for (const char* orderby : {"total", "in", "out"})
-    filters.push_back({monitoring::kWirelessTopMonitor, orderby, RankingFilter(orderby)});
-  return filters;
-}
-
 /// The request for one subscription, as the tree that crosses the contract.
 JsonCHandle RequestFor(const StandardFilter& wanted) {
   const std::string text = std::string(R"([{"sid":")") + kSid + R"(","filter":)" + wanted.filter + "}]";
@@ -48,7 +37,16 @@ JsonCHandle RequestFor(const StandardFilter& wanted) {
 }  // namespace
 
 const std::vector<StandardFilter>& StandardFilters() {
-  static const std::vector<StandardFilter> filters = MakeStandardFilters();
+  static const std::vector<StandardFilter> filters = [] {
+    std::vector<StandardFilter> all{{monitoring::kHealthMonitor, "", "{}"}};
+    for (const char* topic :
+         {monitoring::kTrafficMonitor, monitoring::kSsidClientCountMonitor, monitoring::kDevicesClientCountMonitor})
+      for (const char* view : monitoring::kViews)
+        all.push_back({topic, view, nlohmann::json{{"interval", view}}.dump()});
+    for (const char* orderby : {"total", "in", "out"})
+      all.push_back({monitoring::kWirelessTopMonitor, orderby, RankingFilter(orderby)});
+    return all;
+  }();
   return filters;
 }
 
