@@ -35,10 +35,6 @@ std::string HostHeader(const ClientOptions& options) {
   return given != options.headers.end() ? given->second : UrlHost(options.host) + ":" + std::to_string(options.port);
 }
 
-void SetHeaders(const ClientOptions& options, websocket::request_type& request) {
-  for (const auto& [name, value] : options.headers) request.set(name, value);
-}
-
 }  // namespace
 
 /// One connection, over whatever stream.
@@ -135,8 +131,9 @@ class StreamSession final : public WebsocketClient::Session {
   }
 
   void HandshakeWebsocket(const ClientOptions& options) {
-    stream_.set_option(
-        websocket::stream_base::decorator([&](websocket::request_type& request) { SetHeaders(options, request); }));
+    stream_.set_option(websocket::stream_base::decorator([&](websocket::request_type& request) {
+      for (const auto& [name, value] : options.headers) request.set(name, value);
+    }));
     stream_.read_message_max(0);  // a message may be as large as the server likes
     websocket::response_type response;
     try {
