@@ -88,8 +88,9 @@ int Run(const Arguments& arguments) {
   return status;
 }
 
-/// Reads the command line and replays.
-int Main(int argc, char** argv) {
+}  // namespace
+
+int main(int argc, char** argv) try {
   std::ios::sync_with_stdio(false);
   Arguments arguments;
   CLI::App app("Replays a recorded network through the plug-in and prints what comes out, as JSON Lines.");
@@ -104,15 +105,7 @@ int Main(int argc, char** argv) {
     return app.exit(error) == 0 ? 0 : kUnusable;
   }
   return Run(arguments);
-}
-
-}  // namespace
-
-int main(int argc, char** argv) {
-  try {
-    return Main(argc, argv);
-  } catch (const std::exception& error) {
-    std::fprintf(stderr, "%s\n", error.what());
-    return kUnusable;
-  }
+} catch (const std::exception& error) {
+  std::fprintf(stderr, "%s\n", error.what());
+  return kUnusable;
 }
