@@ -21,15 +21,6 @@ bool AcceptAnything(const SettingValue& /*value*/) {
   return true;
 }
 
-bool IsAddress(const std::string& text) {
-  return !CanonicalAddress(text).empty();
-}
-
-bool AreAddresses(const SettingValue& value) {
-  const auto& texts = std::get<std::vector<std::string>>(value);
-  return !texts.empty() && std::all_of(texts.begin(), texts.end(), IsAddress);
-}
-
 /// A key over one member; `member` gives the reference to it in a `Settings`, const or not. `Value` is the alternative
 /// of `SettingValue` as which it is written.
 template <typename Value, typename Member>
@@ -85,7 +76,11 @@ SettingKey ListenKey() {
       "server", "listen", [](auto& settings) -> auto& { return settings.server.listen; },
       "Addresses to listen on. Any other than these two asks for a token and TLS.");
   key.expected = "a list of at least one IP address";
-  key.accepts = AreAddresses;
+  key.accepts = [](const SettingValue& value) {
+    const auto& texts = std::get<std::vector<std::string>>(value);
+    return !texts.empty() && std::all_of(texts.begin(), texts.end(),
+                                         [](const std::string& text) { return !CanonicalAddress(text).empty(); });
+  };
   return key;
 }
 
