@@ -47,11 +47,6 @@ constexpr std::size_t kMaxOwnHeard = 4;
 constexpr std::array<std::int32_t, 3> kLowChannels{1, 6, 11};
 constexpr std::array<std::int32_t, 6> kHighChannels{36, 40, 44, 48, 100, 149};
 
-std::int32_t ChannelOf(const Dice& dice, std::uint64_t who, bool is_low) {
-  return is_low ? kLowChannels[dice.Below(kLowChannels.size(), Question::kChannel, who)]
-                : kHighChannels[dice.Below(kHighChannels.size(), Question::kChannel, who)];
-}
-
 /// The signal level between two places, which varies by a few dB from its mean. Units: dBm.
 std::int32_t Signal(const Dice& dice, std::uint64_t pair, int weakest, int strongest, const Moment& moment) {
   constexpr int kDriftMinutes = 5;
@@ -64,7 +59,9 @@ records::NeighboringAP Neighbour(const Dice& dice, MacOwner owner, std::uint64_t
   neighbour.mac = MacText(LocalMac(owner, dice.Throw(Question::kSeedTag, 0), static_cast<std::uint32_t>(number)),
                           MacNotation::kUpperColons);
   neighbour.band = is_low ? records::WIFIBandType::k2_4GHz : records::WIFIBandType::k5GHz;
-  neighbour.channel = ChannelOf(dice, Pair(static_cast<std::uint64_t>(owner), number), is_low);
+  const std::uint64_t who = Pair(static_cast<std::uint64_t>(owner), number);
+  neighbour.channel = is_low ? kLowChannels[dice.Below(kLowChannels.size(), Question::kChannel, who)]
+                             : kHighChannels[dice.Below(kHighChannels.size(), Question::kChannel, who)];
   return neighbour;
 }
 

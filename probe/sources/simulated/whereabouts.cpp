@@ -11,10 +11,6 @@ namespace {
 constexpr std::size_t kKitchen = 0;
 constexpr std::size_t kMeetingRoom = 2;
 
-std::size_t Desk(const Dice& dice, const FloorPlan& plan, const Client& client) {
-  return static_cast<std::size_t>(dice.Below(plan.access_points(), Question::kDesk, client.owner));
-}
-
 bool IsAtLunch(const Dice& dice, const Client& client, const Moment& moment) {
   const int begins = dice.Between(11 * 60 + 45, 13 * 60, Question::kLunch, client.owner, moment.day);
   return moment.minute_of_day >= begins && moment.minute_of_day < begins + 35;
@@ -35,7 +31,7 @@ std::optional<std::size_t> NextOnTheAir(const Floor& floor, std::size_t wanted, 
 }  // namespace
 
 std::size_t NearestAccessPoint(const Dice& dice, const FloorPlan& plan, const Client& client, const Moment& moment) {
-  const std::size_t desk = Desk(dice, plan, client);
+  const auto desk = static_cast<std::size_t>(dice.Below(plan.access_points(), Question::kDesk, client.owner));
   if (client.kind == ClientKind::kThing) return desk;
   const Floor& floor = plan.FloorOf(desk);
   if (IsAtLunch(dice, client, moment)) return Place(floor, kKitchen);

@@ -37,15 +37,6 @@ records::InterfaceStates InterfacesOf(const std::vector<Link>& links) {
   return interfaces;
 }
 
-records::BasicInfo BasicInfoOf(const MachineReading& reading, const std::string& mac, const std::string& name) {
-  records::BasicInfo info;
-  info.mac = mac;
-  info.hostname = name.empty() ? reading.host_name : name;
-  info.ip = reading.address;
-  info.type = records::DeviceType::kUnknown;
-  return info;
-}
-
 }  // namespace
 
 ThisMachine::ThisMachine(DeviceCentre& centre, ThisMachineSettings settings, MachineReader read)
@@ -96,7 +87,10 @@ void ThisMachine::TakeOver(const MachineReading& reading) {
     mac_ = device;
   }
   DeviceSnapshot snapshot;
-  snapshot.basic_info = BasicInfoOf(reading, device, settings_.name);
+  snapshot.basic_info = records::BasicInfo{.mac = device,
+                                           .hostname = settings_.name.empty() ? reading.host_name : settings_.name,
+                                           .ip = reading.address,
+                                           .type = records::DeviceType::kUnknown};
   snapshot.platform_info = records::PlatformInfo{.model = "Linux", .version = reading.kernel_release};
   snapshot.sample_time = reading.read_at;
   snapshot.polling_time = reading.read_at;

@@ -53,10 +53,6 @@ std::string MacIn(const nlattr* attribute) {
   return text.data();
 }
 
-bool ServesClients(std::uint32_t type) {
-  return type == NL80211_IFTYPE_AP || type == NL80211_IFTYPE_AP_VLAN || type == NL80211_IFTYPE_P2P_GO;
-}
-
 /// The mode of a connection whose rate has none of the attributes of 802.11n and later.
 WIFIOpMode OlderMode(std::int32_t rate, std::uint32_t frequency) {
   constexpr std::int32_t kLastRateOfB = 11;  // Mbit/s
@@ -105,7 +101,9 @@ std::optional<WifiInterface> InterfaceIn(nlmsghdr* message) {
   interface.ssid = OctetsIn(attributes[NL80211_ATTR_SSID]);
   interface.phy = NumberIn<std::uint32_t>(attributes[NL80211_ATTR_WIPHY]);
   interface.frequency = NumberIn<std::uint32_t>(attributes[NL80211_ATTR_WIPHY_FREQ]);
-  interface.is_access_point = ServesClients(NumberIn<std::uint32_t>(attributes[NL80211_ATTR_IFTYPE]));
+  const auto type = NumberIn<std::uint32_t>(attributes[NL80211_ATTR_IFTYPE]);
+  interface.is_access_point =
+      type == NL80211_IFTYPE_AP || type == NL80211_IFTYPE_AP_VLAN || type == NL80211_IFTYPE_P2P_GO;
   return interface;
 }
 
