@@ -7,6 +7,7 @@ std::vector<InterfaceClients> ReadClients(const Device& device) {
   std::vector<InterfaceClients> interfaces;
   interfaces.reserve(states->size());
   for (const auto& [interface, state] : *states) {
+    // The list counts, not `client_count`, the number that the device tells: the two may differ.
     interfaces.push_back({.interface = interface, .ssid = state.ssid, .clients = state.clients.size()});
   }
   return interfaces;

@@ -39,6 +39,7 @@ int Peak(const std::vector<std::pair<int, int>>& samples) {
 }
 
 bool IsDue(const Series& series, const Series& longer, int count, int minutes) {
+  // In 64 bits: after a clock that was far off, an int cannot hold the difference of two minutes.
   const std::int64_t since = std::int64_t{NewestMinute(series)} - NewestMinute(longer);
   return series.size() >= static_cast<std::size_t>(count) && since >= minutes;
 }
@@ -84,11 +85,13 @@ CurrentCounts Current(const Pairs& pairs, const std::string& mac) {
 void AddTo(Totals& totals, const Series& series) {
   for (const auto& [minute, count] : series) {
     totals[minute] += count;
+    // After each addition: a minute older than all of the thirty that are kept goes again at once.
     DropOldestBeyondCap(totals);
   }
 }
 
 bool HasFewZeroes(const Series& series) {
+  // No series is longer than kMaxSamples, so only a full one of nothing but zeroes has that many.
   const auto zeroes =
       std::count_if(series.begin(), series.end(), [](const auto& sample) { return sample.second == 0; });
   return static_cast<std::size_t>(zeroes) < kMaxSamples;

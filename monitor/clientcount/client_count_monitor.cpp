@@ -57,6 +57,7 @@ std::string ClientCountMonitor::GetMonitorName() {
 }
 
 int ClientCountMonitor::CurrentMinute() const {
+  // A series counts minutes in an int, which holds those of the years until 6053.
   return static_cast<int>(monitoring::time_keys::Minute(current_time()));
 }
 
@@ -88,6 +89,7 @@ void ClientCountMonitor::ConvertDriverStruct(const std::string& mac,
                   "[ClientCountMonitor::ConvertDriverStruct] mac: %s, ssid name:%s, client count: %d", mac.c_str(),
                   ssid.c_str(), static_cast<int>(clients));
     if (clients == 0) continue;  // no pair: an SSID on which nobody ever was is not shown
+    // Taken for one interface at a time, and after its log lines, so that a push need not wait for all devices.
     const lock_guard_write held(counts_lock);
     AddClient(mac, ssid, static_cast<int>(clients));
   }
@@ -219,6 +221,7 @@ void ClientCountMonitor::monitor(const std::string& /*argument*/) {
 
 void ClientCountMonitor::PushDataBySID(const subscribes::SubscriptionList& /*subscriptions*/) {
   monitoring::WithinBoundary("ClientCountMonitor::PushDataBySID", [&] {
+    // The list handed in is that of the monitor's own name, which is no topic; each of the two topics has its own.
     for (const std::string topic : kTopics) {
       const auto subscriptions = subscribes::SubscribesManager::GetInstance().GetSubscribeList(topic);
       monitoring::MergedList merged;

@@ -15,6 +15,7 @@ void ReportDefect(const char* place, const char* text, DefectPolicy policy, std:
   const std::type_info* type = abi::__cxa_current_exception_type();
   const char* mangled = type == nullptr ? "of another language" : type->name();
   int status = 0;
+  // Null when the heap is exhausted, and for "of another language", which is no mangled name.
   const std::unique_ptr<char, decltype(&std::free)> demangled(abi::__cxa_demangle(mangled, nullptr, nullptr, &status),
                                                               &std::free);
   const char* name = demangled == nullptr ? mangled : demangled.get();

@@ -36,6 +36,7 @@ char* AskReportMonitor(const char* name, Question ask) {
     const std::shared_ptr<Monitor> monitor = MonitoringManager::GetInstance().GetMonitor(name);
     if (monitor != nullptr) answer = Strdup(ask(*monitor).c_str());
   });
+  // Null also when the heap was exhausted on the way: a host that parses what it gets must get a text in any case.
   return answer != nullptr ? answer : Strdup(kNoReport);
 }
 
@@ -45,6 +46,7 @@ char* AvailablePeriods(const char* name) {
 
 char* Report(const char* name, char const* request) {
   return AskReportMonitor(name, [request](Monitor& monitor) {
+    // json-c takes no null pointer; an empty text is no JSON, and gives a null tree as well.
     const monitoring::JsonTree asked(json_tokener_parse(request == nullptr ? "" : request));
     if (asked == nullptr) return monitor.GetWirelessReport("", "");
     return monitor.GetWirelessReport(get_value_by_key_ex(asked.get(), json_key::kReportType),
@@ -57,6 +59,7 @@ char* Report(const char* name, char const* request) {
 int RegisterMonitors() {
   WithinBoundary("RegisterMonitors", [] {
     MonitoringManager& manager = MonitoringManager::GetInstance();
+    // In any order: a pass goes by the names of the monitors.
     manager.RegisterMonitor(std::make_shared<HealthMonitor>());
     manager.RegisterMonitor(std::make_shared<ClientCountMonitor>());
     manager.RegisterMonitor(std::make_shared<TrafficMonitor>());

@@ -38,6 +38,7 @@ subscribes::ParsedRequest ParseFilters(json_object* request, FilterMaker make) {
   if (json_object_is_type(request, json_type_array) == 0) return parsed;
   const std::size_t elements = json_object_array_length(request);
   for (std::size_t index = 0; index < elements; ++index) {
+    // May be null or of any type: `Member` then finds nothing in it, and `TextOf` and `make` take null.
     json_object* element = json_object_array_get_idx(request, index);
     parsed[TextOf(Member(element, json_key::kSid))] = make(Member(element, json_key::kFilter));
   }

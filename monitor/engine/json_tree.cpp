@@ -15,6 +15,7 @@ JsonTree NewArray() {
 }
 
 JsonTree NewText(const std::string& text) {
+  // With its length: an SSID may hold a NUL, at which json-c would take the text to end.
   return JsonTree(json_object_new_string_len(text.data(), static_cast<int>(text.size())));
 }
 
@@ -73,12 +74,14 @@ JsonTree RawJson(const char* text) {
     std::free(kept);
     return nullptr;
   }
+  // The leaf now owns `kept`, and frees it with itself.
   json_object_set_serializer(leaf.get(), &json_object_userdata_to_json_string, kept, &json_object_free_userdata);
   return leaf;
 }
 
 JsonTree SerializedLeaf(JsonTree tree) {
   if (tree == nullptr) return tree;
+  // The text belongs to `tree`, which is released at the end of this function.
   JsonTree leaf = RawJson(json_object_to_json_string(tree.get()));
   return leaf == nullptr ? std::move(tree) : std::move(leaf);
 }
@@ -91,6 +94,7 @@ JsonTree NewSidArray(const std::vector<std::string>& sids) {
 
 std::string TextOf(json_object* value) {
   if (value == nullptr) return {};
+  // json-c serialises what is no string here; null when the heap is exhausted.
   const char* text = json_object_get_string(value);
   return text == nullptr ? std::string() : text;
 }

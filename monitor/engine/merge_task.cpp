@@ -16,6 +16,7 @@ MonitorDataMergeTask::MonitorDataMergeTask() : Task(monitoring::kMergeTask) {}
 
 void MonitorDataMergeTask::Run() {
   MonitoringManager& manager = MonitoringManager::GetInstance();
+  // The flag is read before a sleep only: after a sleep that the stop cuts short there is one pass more.
   while (!manager.stop_flag()) {
     sleep(kPaceSeconds);             // returns early when the host interrupts it with a signal, to stop
     const long now = time(nullptr);  // one time for all monitors, so that their samples of a pass agree

@@ -70,6 +70,7 @@ void MonitoringManager::startMonitorEngine() {
 void MonitoringManager::stopMonitorEngine() {
   set_stop_flag(true);  // before the wait: the task looks at it after each pass
   for (const auto& [name, monitor] : Monitors()) monitor->stop_monitor();
+  // No lock is held: the pass that the task may still make looks at the registry.
   task_manager::WaitTaskPool(monitoring::kMergeTask);
   pel_log_debug(log_module::kManager, "[MonitoringManager::stopMonitorEngine] The merge task is finished");
   Registry released;  // freed without the lock: a monitor's destructor calls the host

@@ -36,6 +36,7 @@ void MergeByFilter(const subscribes::SubscriptionList& subscriptions, MergedList
 }
 
 void Send(lws* connection, const std::string& text) {
+  // Asked anew for each message: the host may start or stop its server during a pass.
   const SalSendByCon send = GetSalSendByCon();
   if (send != nullptr) send(connection, text);
 }

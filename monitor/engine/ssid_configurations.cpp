@@ -23,6 +23,7 @@ SSIDConfigurations ConfigurationsOf(const std::string& mac, DeviceType type) {
       return ConfigurationsIn(APManager::GetInstance().GetAPConfig(mac));
     case DeviceType::kRouter:
       return ConfigurationsIn(RouterManager::GetInstance().GetRouterConfig(mac));
+    // A switch carries no SSID, and no manager has the configuration of an unknown type.
     default:
       return {};
   }

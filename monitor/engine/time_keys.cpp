@@ -39,6 +39,7 @@ std::string Formatted(time_t time, const char* format) {
 
 tm LocalTime(time_t time) {
   tm local{};
+  // Unlike localtime(3) it need not look at TZ again, so a host that changes the zone calls tzset(3).
   // It fails for a year that an int cannot hold, which a wrong clock may bring about.
   return localtime_r(&time, &local) == nullptr ? tm{} : local;
 }

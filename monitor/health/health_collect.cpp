@@ -40,6 +40,7 @@ void ReadDevice(const std::string& mac, const Device& device, HealthStatus& stat
   status.hostname = info.hostname;
   status.ip = info.ip;
   status.deviceclass = DeviceManager::GetDeviceTypeStr(info.type);
+  // Any other device keeps the zeroes of a fresh status.
   if (IsWireless(device)) {
     status.rogue_aps = CountRogues(mac, device.neighboring_ap_tbl());
     status.clients = CountClients(device);

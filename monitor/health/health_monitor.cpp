@@ -57,6 +57,7 @@ std::string HealthMonitor::GetMonitorName() {
 
 void HealthMonitor::CollectData() {
   for (const std::string& mac : DeviceManager::GetInstance().GetOnlineManagedDevices(true)) {
+    // A fresh one for each device: what cannot be read now is unknown, and not what it was a minute ago.
     HealthStatus status;
     SystemStateDe(mac, status);
     UpdateHealthStatus(mac, status);
@@ -69,6 +70,7 @@ void HealthMonitor::SystemStateDe(const std::string& mac, HealthStatus& status) 
 }
 
 void HealthMonitor::UpdateHealthStatus(const std::string& mac, const HealthStatus& status) {
+  // Asked once more: nothing is stored of a device that was removed while it was read.
   if (monitoring::DeviceWithDriver(mac) == nullptr || mac.empty()) return;
   const lock_guard_write held(health_lock);
   health_status_map[mac] = status;
@@ -92,6 +94,7 @@ std::string HealthMonitor::GenerateJsonMsg(const std::string& name, const std::s
     pel_log_error(log_module::kMonitor, "[HealthMonitor::GenerateJsonMsg] Allocate JSON failed");
     return {};
   }
+  // Held while the host is asked for each device and composes the text: no call of these comes back to the plug-in.
   const lock_guard_read held(health_lock);
   for (const auto& [id, status] : health_status_map) {
     if (!mac.empty() && id != mac) continue;

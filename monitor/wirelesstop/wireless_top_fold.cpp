@@ -42,6 +42,7 @@ NetStream& StreamOf(Streams& streams, const std::string& name, const std::string
   if (stream == nullptr) {
     stream = std::make_shared<NetStream>();
     stream->name = name;
+    // Of a client that several devices list, the name that the first of them gives stays.
     stream->desc = desc;
   }
   return *stream;

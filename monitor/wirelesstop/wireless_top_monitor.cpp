@@ -43,6 +43,7 @@ subscribes::ParsedRequest WirelessTopMonitor::FilterParser(json_object* request)
 }
 
 void WirelessTopMonitor::DataMerge() {
+  // From emptying until ranking, so that no message sees totals without their rankings.
   const lock_guard_write held(cache_lock_);
   {
     const lock_guard order_held(order_lock_);
@@ -104,6 +105,7 @@ std::string WirelessTopMonitor::GenerateJsonMsg(const std::string& topic, const 
   monitoring::Add(parts.root, monitoring::json_key::kSid, monitoring::NewSidArray(sids));
 
   const lock_guard_read held(cache_lock_);
+  // All names with one question, in place of one question for each entry.
   const auto infos = DeviceManager::GetInstance().GetDevicesBasicInfo("", false);
   const JsonTree root = wirelesstop::MessageBody(std::move(parts), SelectionOf(*filter), infos);
   return kro_utilities::jsonobject::compose_communication_struct(topic.c_str(), root.get());

@@ -9,6 +9,7 @@
 namespace monitoring::wirelesstop {
 namespace {
 
+/// What an entry begins with. An access point or a client has an id and a name, a network its name alone.
 JsonTree NamedObject(const std::string& id, const std::string& name) {
   JsonTree object = NewObject();
   Add(object, json_key::kId, NewText(id));
@@ -22,6 +23,7 @@ JsonTree NamedObject(const std::string& name) {
   return object;
 }
 
+/// Units: KiB, as in `NetStream`.
 JsonTree WithTraffic(JsonTree object, const NetStream& stream) {
   Add(object, json_key::kIn, NewInteger(static_cast<std::int64_t>(stream.in)));
   Add(object, json_key::kOut, NewInteger(static_cast<std::int64_t>(stream.out)));

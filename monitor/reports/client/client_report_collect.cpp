@@ -71,6 +71,7 @@ std::vector<Sighting> ReadClients(const std::string& mac) {
   Radios radios;
   device->get_radio_interfaces_state(radios);
   if (networks->empty() || radios.empty()) return {};
+  // Only the configuration tells a guest network from an ordinary one.
   const SSIDConfigurations configurations = ConfigurationsOf(mac, type);
   if (configurations.empty()) return {};
   std::vector<Sighting> clients;

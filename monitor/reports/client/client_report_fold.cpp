@@ -80,6 +80,7 @@ void CountArriving(const Sighting& client, time_t now, Row row) {
 
 void RebuildWeek(const ClientReports& daily, const std::string& day, const std::string& week, ClientReports& weekly) {
   weekly.erase(week);
+  // The key of a week begins with the key of its first day, and keys of days sort as the days do.
   const std::string first_day = week.substr(0, week.find('/'));
   // `weekly[week]` is made in the loop only: a week without days does not exist.
   for (auto kept = daily.lower_bound(first_day); kept != daily.end() && kept->first < day; ++kept) {

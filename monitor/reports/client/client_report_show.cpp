@@ -44,6 +44,7 @@ std::vector<const ClientRows::value_type*> InOrder(const ClientRows& rows) {
 }
 
 JsonTree NewOctets(std::uint64_t octets) {
+  // Messages hold signed numbers: a counter of 2^63 octets and more shows negative.
   return NewInteger(static_cast<std::int64_t>(octets));
 }
 

@@ -58,6 +58,7 @@ std::string WirelessClientReport::GetMonitorName() {
 void WirelessClientReport::DataMerge() {
   const auto now = static_cast<long>(time(nullptr));
   Pass pass{.now = static_cast<time_t>(now), .day = GetDateStr(now), .week = GetWeekStr(now)};
+  // For the whole pass, so that no report shows half of one.
   const lock_guard_write held(lock_);
   if (now < last_pass_time_) {  // the clock was set back
     ++row_generation_;
@@ -69,6 +70,7 @@ void WirelessClientReport::DataMerge() {
     day_ = pass.day;
     week_ = pass.week;
   }
+  // The first pass of a day counts the traffic of the minute before it to the new day, but no time online.
   if (pass.day == GetDateStr(static_cast<long>(last_pass_time_))) {
     pass.online_seconds = monitoring::SaturatedSeconds(monitoring::SecondsBetween(last_pass_time_, pass.now));
   }
