@@ -166,6 +166,7 @@ void ClientCountMonitor::MergeCountDifferentInterval(Views& view, const std::str
   SeriesById& from = view[source];
   SeriesById& to = view[target];
   const int minute = CurrentMinute();
+  // Samples after the present are left from before the clock was set back.
   for (auto& [id, series] : from) RemoveBadTimeSample(minute, series);
   CalculateAverage(from, count, to, minutes);
 }
@@ -291,6 +292,7 @@ void ClientCountMonitor::GenerateDeviceClientMsg(const JsonTree& body, const Fil
   JsonTree devices = monitoring::NewObject();
   for (const auto& [mac, series] : view) {
     JsonTree object = monitoring::NewObject();
+    // The totals hold a device that is left out, too.
     if (CalculateTotalNumbersForDevices(series, object, totals) == 0) monitoring::Add(devices, mac, std::move(object));
   }
   monitoring::Add(body, json_key::kCurrentDevicesCounts, clientcount::CurrentDevicesObject(current));
