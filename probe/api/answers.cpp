@@ -23,6 +23,7 @@ std::optional<std::string> Argument(const HttpRequest& request, const char* name
   return found->second;
 }
 
+/// A device as docs/openapi.yaml describes it; what is not known of it is empty.
 ordered_json DeviceTree(const std::string& mac, const DeviceSnapshot& device) {
   const auto info = device.basic_info.value_or(vexora_probe::models::controller::BasicInfo{});
   const auto platform = device.platform_info.value_or(vexora_probe::models::controller::PlatformInfo{});
@@ -58,6 +59,7 @@ HttpAnswer JsonAnswer(std::string text, Caching caching) {
 
 HttpAnswer DevicesAnswer(DeviceCentre& centre) {
   ordered_json devices = ordered_json::array();
+  // A device that is forgotten between the two questions is left out.
   for (const std::string& mac : centre.GetOnlineManagedDevices(false))
     if (const auto device = centre.Snapshot(mac)) devices.push_back(DeviceTree(mac, *device));
   return JsonAnswer(Dump(ordered_json{{"devices", std::move(devices)}}), Caching::kRevalidate);
@@ -69,6 +71,7 @@ HttpAnswer InterfaceTrafficAnswer(const PluginCalls& plugin, const HttpRequest& 
   if (!mac || !interface) return ErrorAnswer(400, "missing_argument", R"(The query must name "mac" and "interface".)");
   std::map<std::string, unsigned long long> traffic;
   plugin.interface_traffic(*mac, *interface, traffic);
+  // The plug-in leaves the map as it was for an interface that it does not know.
   if (!traffic.contains("input") || !traffic.contains("output"))
     return ErrorAnswer(404, "unknown_interface", "No traffic of such an interface is known.");
   return JsonAnswer(
@@ -78,6 +81,7 @@ HttpAnswer InterfaceTrafficAnswer(const PluginCalls& plugin, const HttpRequest& 
 }
 
 HttpAnswer PeriodsAnswer(const ReportCalls& report) {
+  // The plug-in answers "{}" while its monitors are not registered: before the start, and after the stop.
   std::string text = StrictJson(report.periods());
   const auto periods = ordered_json::parse(text, nullptr, false);
   if (!periods.is_object() || periods.empty()) return NotRunning();
@@ -96,6 +100,7 @@ HttpAnswer ReportAnswer(const ReportCalls& report, const HttpRequest& request) {
   if (!HasPeriod(periods, *type, *period))
     return ErrorAnswer(404, "unknown_period", "There is no report for this period, or none any more.");
   std::string text = StrictJson(report.read_report(Dump(ordered_json{{"report_type", *type}, {"period", *period}})));
+  // The engine may have been stopped since it was asked for the periods.
   if (text.empty() || text == "{}") return NotRunning();
   return JsonAnswer(std::move(text), Caching::kRevalidate);
 }

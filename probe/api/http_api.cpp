@@ -20,6 +20,7 @@ constexpr std::string_view kApi = "/api/";
 constexpr std::string_view kLive = "/api/live/";
 
 /// The engine counts as stalled after so many passes without a message, but never before `kLeastSilence`.
+/// At a high speed three passes are over in milliseconds, and a busy machine must not look stalled.
 constexpr unsigned kMissedPasses = 3;
 constexpr std::chrono::seconds kLeastSilence{10};
 
@@ -75,6 +76,7 @@ std::span<const HttpApi::Route> HttpApi::Routes() {
 
 const HttpApi::Route* HttpApi::FindRoute(std::string_view path) {
   for (const Route& route : Routes()) {
+    // A parameter takes all that is left of the path, slashes too; no topic has one, so that such a path finds none.
     const std::size_t parameter = route.path.find('{');
     const bool is_match =
         parameter == std::string_view::npos ? path == route.path : path.starts_with(route.path.substr(0, parameter));
@@ -108,6 +110,7 @@ HttpAnswer HttpApi::Index() const {
 }
 
 HttpAnswer HttpApi::Health() const {
+  // By the steady clock: the probe's own may run faster, or step when somebody sets the machine's.
   const auto silence = SteadyClock::now() - latest_.last_arrival().value_or(started_);
   const std::chrono::seconds patience{kMissedPasses * kPassSeconds / std::max(facts_.speed, 1U)};
   if (silence > std::max(patience, kLeastSilence))
@@ -143,6 +146,7 @@ HttpAnswer HttpApi::Live(const HttpRequest& request) const {
   const auto given = request.arguments.find(VariantArgument(topic));
   const std::string variant =
       given == request.arguments.end() || given->second.empty() ? DefaultVariant(topic) : given->second;
+  // There are no standard filters of an unknown topic, whatever the default that it is given.
   if (!IsStandard(topic, DefaultVariant(topic)))
     return ErrorAnswer(404, "unknown_topic", "There is no such live topic.");
   if (!IsStandard(topic, variant))

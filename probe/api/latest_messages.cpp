@@ -16,7 +16,9 @@ using utilities::lock::lock_guard;
 namespace probe {
 namespace {
 
+// The longest list that the dashboard shows.
 constexpr int kMaxRanked = 50;
+// One for all: each subscription has a connection of its own.
 constexpr char kSid[] = "latest";
 
 std::string RankingFilter(const std::string& orderby) {
@@ -56,8 +58,10 @@ void LatestMessages::Subscribe(WebServer& server, SubscriptionService& service) 
     if (!parsed) continue;
     // A connection for each, so that it is known which filter a message answers.
     const auto connection = std::make_shared<ConnectionId>(kNoConnection);
+    // The receiver needs the id that it is given here. No message comes before `File`, so it is there in time.
     *connection = server.AddLocalReceiver([kept = kept_, key = Key{wanted.topic, wanted.variant}, connection,
                                            &service](const std::string& text) {
+      // On the engine's thread, in the middle of a push: the service has let go of its lock by then.
       if (Keep(*kept, key, text)) return;
       service.Unsubscribe(key.first, *connection, kSid);
       log::Info("[LatestMessages] messages of %s %s are too large to be kept", key.first.c_str(), key.second.c_str());

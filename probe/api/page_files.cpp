@@ -37,6 +37,7 @@ std::shared_ptr<const std::string> Read(const fs::path& path) {
 }  // namespace
 
 PageFiles::PageFiles(const std::string& folder) {
+  // A folder that cannot be opened is no error: it has no pages, and the rest of the probe works without them.
   std::error_code none;
   std::size_t bytes = 0;
   for (const fs::directory_entry& entry : fs::recursive_directory_iterator(folder, none)) {
@@ -62,12 +63,14 @@ HttpAnswer PageFiles::Answer(const HttpRequest& request) const {
   answer.is_gzip = request.accepts_gzip && file.gzip != nullptr;
   answer.body = answer.is_gzip ? file.gzip : file.plain;
   answer.etag = file.etag;
+  // Another encoding is another representation, and must not share its strong ETag. RFC 9110, section 8.8.3.3
   if (answer.is_gzip) answer.etag.insert(answer.etag.size() - 1, "-gzip");
   return answer;
 }
 
 std::string DefaultPageFolder() {
   std::error_code none;
+  // The link leads to the executable's own file, however it was called. proc(5)
   const fs::path executable = fs::read_symlink("/proc/self/exe", none);
   return (executable.parent_path().parent_path() / VEXORA_DASHBOARD_DIR).string();
 }

@@ -27,10 +27,12 @@ std::string Footer() {
          DescribeSettings();
 }
 
+// An hour in a second, which makes sixty passes a second.
 constexpr int kMaxSpeed = 3600;
 
 /// Takes over which devices there are, and how fast their time goes.
 void ChooseSources(const CommandLine& command_line, Settings& settings) {
+  // Whichever is asked for is the only one, whatever the file enables.
   if (command_line.is_live || command_line.is_simulated) {
     settings.this_machine.enabled = command_line.is_live;
     settings.simulated.enabled = command_line.is_simulated;
@@ -94,6 +96,7 @@ std::variant<CommandLine, CommandLineExit> ParseCommandLine(int count, const cha
   } catch (const CLI::ParseError& error) {
     std::ostringstream asked_for;
     std::ostringstream complaint;
+    // CLI11 throws for --help and --version, too, whose exit code is 0.
     if (app.exit(error, asked_for, complaint) == 0) return CommandLineExit{0, asked_for.str()};
     return CommandLineExit{kUnusable, complaint.str()};
   }

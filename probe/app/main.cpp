@@ -13,6 +13,7 @@ namespace {
 
 /// Runs the probe until somebody stops it. Returns the exit code.
 int Run(const probe::CommandLine& command_line) {
+  // Before any thread is started: threads inherit the blocked signals.
   probe::StopSignals stop_signals;
   try {
     probe::ProbeApp app(probe::SettingsFor(command_line), [&] { stop_signals.Interrupt(); });

@@ -56,6 +56,7 @@ void ProbeApp::Start() {
   log::SetLevel(settings_.log_level);
   log::Info("vexora-probe %s starts", VEXORA_VERSION);
   try {
+    // The clock before the sources, which read it; the recorder before the engine, whose first sleep it is to see.
     StartClock();
     StartSources();
     StartRecording();
@@ -115,6 +116,7 @@ void ProbeApp::StartServer() {
                                           if (on_failure_) on_failure_();
                                         });
   server_->Start();
+  // Only a server that runs gives connections, and only topics that the plug-in has registered can be subscribed to.
   latest_.Subscribe(*server_, SubscriptionService::Instance());
 }
 
@@ -140,11 +142,13 @@ void ProbeApp::Announce() const {
 }
 
 void ProbeApp::Stop() {
+  // First whoever calls into the plug-in, then the plug-in, then what the plug-in calls.
   if (server_) server_->Stop();
   if (this_machine_) this_machine_->Stop();
   if (simulated_) simulated_->Stop();
   if (plugin_) {
     plugin_->stop_monitor();
+    // Subscribers, filters and the clean-up function are code of the plug-in, which is about to be unloaded.
     SubscriptionService::Instance().Clear();
     RegisterMonitorMemoryCleanup(nullptr);
   }
@@ -153,6 +157,7 @@ void ProbeApp::Stop() {
   api_.reset();
   simulated_.reset();
   this_machine_.reset();
+  // After the engine, which slept on the recorder's clock, and before the clock beneath that.
   recorder_.reset();
   clock_installation_.reset();
   clock_.reset();

@@ -35,6 +35,7 @@ const char* StopSignals::Wait() {
   const int arrivals = signalfd(-1, &signals, SFD_CLOEXEC);
   std::array<pollfd, 2> events{{{arrivals, POLLIN, 0}, {interrupted_, POLLIN, 0}}};
   while (poll(events.data(), events.size(), -1) < 0) continue;  // another signal's handler ran
+  // Reading takes the signal off the pending ones; else it would end the process when the former mask is restored.
   signalfd_siginfo signal{};
   const bool is_signal = events[0].revents != 0 && read(arrivals, &signal, sizeof signal) == sizeof signal;
   close(arrivals);

@@ -45,6 +45,8 @@ ClientOptions OptionsFromUrl(const std::string& url) {
   options.port = options.tls ? 443 : 80;
   if (Skip(rest, ":")) options.port = ReadPort(CutBefore(rest, "/?"));
   const bool has_rest = !rest.empty() && rest.front() != '/' && rest.front() != '?';
+  // A fragment is not allowed (RFC 6455, section 3), a blank would end the target in the request line, and a user name
+  // and password would not be sent.
   if (options.host.empty() || has_rest || url.find_first_of("# @") != std::string::npos) throw NotAUrl(url);
   options.target = rest;
   if (options.target.empty() || options.target.front() != '/') options.target.insert(options.target.begin(), '/');

@@ -63,6 +63,7 @@ bool Watch(const WatchOptions& options) {
       return false;
     }
     if (text->rfind(R"({"subscribed":)", 0) == 0) continue;
+    // Flushed each time: who reads from a pipe wants a message when it comes.
     std::cout << probe::PrintableJson(*text) << std::endl;
     ++messages;
   }
@@ -78,6 +79,7 @@ int main(int argc, char** argv) {
     WatchOptions options;
     AddOptions(app, options);
     CLI11_PARSE(app, argc, argv);
+    // The handlers only leave a note, so that the connection is closed as the protocol has it.
     std::signal(SIGINT, [](int) { interrupted = 1; });
     std::signal(SIGTERM, [](int) { interrupted = 1; });
     return Watch(options) ? 0 : 1;

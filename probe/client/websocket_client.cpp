@@ -64,8 +64,10 @@ class StreamSession final : public WebsocketClient::Session {
     auto& tcp = beast::get_lowest_layer(stream_);
     tcp.expires_after(options.connect_within);
     asio::ip::tcp::resolver resolver(io_);
+    // Has no deadline: getaddrinfo(3) cannot be interrupted.
     const auto endpoints = resolver.resolve(options.host, std::to_string(options.port));
     Await([&](auto done) {
+      // Opened here and not by `async_connect`, for the size of the buffer has to be set before it connects. tcp(7)
       tcp.socket().open(endpoints.begin()->endpoint().protocol());
       if (options.receive_buffer_octets > 0)
         tcp.socket().set_option(asio::socket_base::receive_buffer_size(options.receive_buffer_octets));
@@ -73,6 +75,7 @@ class StreamSession final : public WebsocketClient::Session {
     });
     HandshakeTls(options);
     HandshakeWebsocket(options);
+    // From now on `Run` keeps the deadline of each operation.
     tcp.expires_never();
   }
 
@@ -87,6 +90,7 @@ class StreamSession final : public WebsocketClient::Session {
     Run(is_done, kSendWithin);
     if (!is_done) {
       beast::get_lowest_layer(stream_).cancel();
+      // The handler refers to this frame, so it has to run before the frame is left.
       Run(is_done, kSendWithin);
       throw ClientError("the message could not be sent in time");
     }
@@ -100,6 +104,7 @@ class StreamSession final : public WebsocketClient::Session {
     if (!has_read_) return std::nullopt;
     is_reading_ = false;
     if (read_error_) {
+      // 1006 stands for a connection that ended without a close frame. RFC 6455, section 7.1.5
       const bool was_said = stream_.reason().code != websocket::close_code::none;
       close_reason = CloseReason{was_said ? stream_.reason().code : std::uint16_t{1006},
                                  was_said ? std::string(stream_.reason().reason.c_str()) : read_error_.message()};
@@ -116,6 +121,7 @@ class StreamSession final : public WebsocketClient::Session {
     stream_.async_close(websocket::close_code::normal, [&](error_code) { is_done = true; });
     Run(is_done, kCloseWithin);
     beast::get_lowest_layer(stream_).cancel();
+    // As in `Send`: the handler refers to this frame.
     Run(is_done, kCloseWithin);
     close_reason = CloseReason{1000, "closed by this side"};
   }
@@ -125,6 +131,7 @@ class StreamSession final : public WebsocketClient::Session {
 
   void HandshakeTls(const ClientOptions& options) {
     if constexpr (kIsTls) {
+      // By this name a server with several certificates chooses one. RFC 6066, section 3
       SSL_set_tlsext_host_name(stream_.next_layer().native_handle(), options.host.c_str());
       Await([&](auto done) { stream_.next_layer().async_handshake(asio::ssl::stream_base::client, std::move(done)); });
     }
@@ -140,6 +147,7 @@ class StreamSession final : public WebsocketClient::Session {
       Await(
           [&](auto done) { stream_.async_handshake(response, HostHeader(options), options.target, std::move(done)); });
     } catch (const ClientError& failure) {
+      // A refusal over HTTP tells more by its status and its text than the library's error does.
       if (response.result_int() == 0 || response.result() == http::status::switching_protocols) throw;
       throw ClientError(
           "the server refused the connection: " + std::to_string(response.result_int()) + " " + response.body(),
@@ -152,6 +160,8 @@ class StreamSession final : public WebsocketClient::Session {
   void Await(Start start) {
     error_code failure;
     start([&](error_code error) { failure = error; });
+    // A context that ran out of work runs nothing before it is restarted. No read is under way yet, so it runs out of
+    // work again when this operation has ended.
     io_.restart();
     io_.run();
     if (failure) throw ClientError("cannot connect: " + failure.message());
