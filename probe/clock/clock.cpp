@@ -17,13 +17,15 @@ class SystemClock final : public Clock {
   unsigned Sleep(unsigned seconds) override {
     const timespec wanted{.tv_sec = static_cast<time_t>(seconds), .tv_nsec = 0};
     timespec left{};
+    // The one error that there can be is EINTR: a signal has ended the sleep. clock_nanosleep(2)
     if (clock_nanosleep(CLOCK_MONOTONIC, 0, &wanted, &left) == 0) return 0;
     return static_cast<unsigned>(left.tv_sec) + 1;  // a started second counts as left
   }
 };
 
-SystemClock system_clock;
-std::atomic<Clock*> installed{nullptr};
+// Need no constructor at run time: other libraries may call `time` before those of static objects have run.
+constinit SystemClock system_clock;
+constinit std::atomic<Clock*> installed{nullptr};
 
 }  // namespace
 

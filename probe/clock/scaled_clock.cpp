@@ -15,6 +15,7 @@ std::int64_t Nanoseconds(const timespec& time) {
 }  // namespace
 
 ScaledClock::ScaledClock(unsigned speed) : speed_(speed) {
+  // What has passed since is measured by the monotonic clock, so that setting the machine's moves nothing here.
   clock_gettime(CLOCK_MONOTONIC, &real_start_);
   clock_gettime(CLOCK_REALTIME, &start_);
 }
@@ -23,6 +24,7 @@ timeval ScaledClock::Now() {
   timespec real{};
   clock_gettime(CLOCK_MONOTONIC, &real);
   const std::int64_t elapsed = (Nanoseconds(real) - Nanoseconds(real_start_)) * speed_;
+  // 64 bits of nanoseconds reach to the year 2262, which the greatest speed reaches in some three weeks.
   const std::int64_t now = Nanoseconds(start_) + elapsed;
   return {.tv_sec = static_cast<time_t>(now / kNanoseconds),
           .tv_usec = static_cast<suseconds_t>(now % kNanoseconds / kNanosecondsAMicrosecond)};

@@ -26,6 +26,7 @@ unsigned VirtualClock::Sleep(unsigned seconds) {
     is_asleep_ = true;
     changed_.NotifyAll();
   }
+  // A post before this call is not lost: the semaphore counts it.
   const bool is_interrupted = sem_wait(&wake_) != 0;
   const lock_guard held(lock_);
   is_asleep_ = false;
@@ -47,6 +48,7 @@ void VirtualClock::RunPass(time_t at) {
   const lock_guard held(lock_);
   while (!is_asleep_) changed_.Wait(lock_);
   now_ = at;
+  // Counted, because `is_asleep_` still tells of the old sleep until the woken thread has the lock.
   const std::uint64_t sleeps_before = sleeps_;
   sem_post(&wake_);
   while (sleeps_ == sleeps_before) changed_.Wait(lock_);
