@@ -20,6 +20,7 @@ class SnapshotConfiguration final : public Contract {
   std::shared_ptr<const DeviceSnapshot> snapshot_;
 };
 
+/// That of a device of any type: which manager to ask is the plug-in's decision.
 template <typename Contract>
 std::shared_ptr<Contract> ConfigurationOf(const std::string& mac) {
   auto snapshot = DeviceCentre::Instance().Snapshot(mac);

@@ -34,6 +34,7 @@ DeviceCentre& DeviceCentre::Instance() {
 }
 
 void DeviceCentre::Replace(const std::string& mac, DeviceSnapshot snapshot) {
+  // The key counts: the state of a device in a recording does not repeat it.
   if (snapshot.basic_info) snapshot.basic_info->mac = mac;
   // Declared before the guard, so that the snapshot which it replaces is freed after the lock is released.
   Change change{.mac = mac, .snapshot = std::make_shared<const DeviceSnapshot>(std::move(snapshot))};
@@ -99,6 +100,7 @@ std::shared_ptr<const DeviceSnapshot> DeviceCentre::Snapshot(const std::string& 
 std::vector<std::string> DeviceCentre::GetOnlineManagedDevices(bool online_only) {
   const lock_guard_read held(lock_);
   std::vector<std::string> macs;
+  // In the order in which they were first named, for the contract wants one that stays the same.
   for (const std::string& mac : order_) {
     const auto found = snapshots_.find(mac);
     if (found != snapshots_.end() && (found->second->online || !online_only)) macs.push_back(mac);
@@ -116,6 +118,7 @@ DeviceCentre::Snapshots DeviceCentre::Select(const std::string& mac, bool online
   const lock_guard_read held(lock_);
   Snapshots selected;
   if (mac.empty()) {
+    // Pointers only: the callers copy the records without the lock.
     selected = snapshots_;
   } else if (const auto found = snapshots_.find(mac); found != snapshots_.end()) {
     selected.insert(*found);

@@ -44,6 +44,7 @@ const char* ModuleName(int module) {
 void WriteToStandardError(Level level, int module, const std::string& text) {
   static const auto logger = [] {
     auto created = std::make_shared<spdlog::logger>("probe", std::make_shared<spdlog::sinks::stderr_color_sink_mt>());
+    // The library lets all lines pass: `threshold` has decided before a line is formatted.
     created->set_level(spdlog::level::trace);
     created->set_pattern("%Y-%m-%d %H:%M:%S.%e %^%-5l%$ %v");
     return created;
@@ -58,6 +59,7 @@ struct Output {
 };
 
 Output& TheOutput() {
+  // Made when it is first used: constructors of static objects in other files may log.
   static Output output;
   return output;
 }
@@ -75,6 +77,7 @@ std::string Formatted(const char* format, va_list arguments) {
 }
 
 void Write(Level level, int module, const char* format, va_list arguments) {
+  // Before the lock, for which every thread that logs waits.
   const std::string line = PrintableLine(Formatted(format, arguments));
   Output& output = TheOutput();
   const utilities::lock::lock_guard held(output.lock);
@@ -82,6 +85,7 @@ void Write(Level level, int module, const char* format, va_list arguments) {
 }
 
 bool IsWanted(Level level) {
+  // Relaxed: one line more or less at a change of the level does no harm.
   return level >= threshold.load(std::memory_order_relaxed);
 }
 

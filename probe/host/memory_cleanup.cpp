@@ -5,6 +5,7 @@
 #include "platform/tasks.h"
 
 namespace {
+// Atomic: it is registered on one thread and called on any.
 std::atomic<MonitorMemoryCleanup> registered{nullptr};
 }  // namespace
 

@@ -6,6 +6,7 @@
 #include "probe/text/utf8.h"
 
 namespace {
+// Atomic in place of a lock: the engine asks for it once for each message.
 std::atomic<SalSendByCon> installed{nullptr};
 }  // namespace
 

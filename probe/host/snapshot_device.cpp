@@ -30,6 +30,7 @@ records::BasicInfo SnapshotDevice::basic_info() const {
 }
 
 records::InterfaceStates SnapshotDevice::get_all_interfaces_state(time_t& sampled_at) const {
+  // Without a time of its own a reading is as new as the question, by the clock of the process.
   sampled_at = snapshot_->sample_time ? *snapshot_->sample_time : time(nullptr);
   return snapshot_->interfaces;
 }

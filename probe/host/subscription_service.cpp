@@ -48,12 +48,14 @@ void SubscriptionService::File(const std::string& topic, ConnectionId connection
     list[sid][ToHandle(connection)] = filter;
     filed_of_[connection].emplace(topic, sid);
   }
+  // With the lock held, so that the observer hears of changes in the order in which they are made.
   if (observer_ != nullptr) observer_->OnFiled(topic, connection, request);
 }
 
 bool SubscriptionService::Unsubscribe(const std::string& topic, ConnectionId connection, const std::string& sid) {
   const lock_guard held(lock_);
   if (!Remove(topic, sid, connection)) return false;
+  // There is one: `File` enters each subscription in both maps.
   const auto filed = filed_of_.find(connection);
   filed->second.erase({topic, sid});
   if (filed->second.empty()) filed_of_.erase(filed);
@@ -86,6 +88,7 @@ void SubscriptionService::SetObserver(SubscriptionObserver* observer) {
 
 void SubscriptionService::Hold() {
   const lock_guard held(lock_);
+  // A copy, so that clients can subscribe while a pass runs.
   held_ = subscriptions_;
   if (observer_ != nullptr) observer_->OnHeld();
 }

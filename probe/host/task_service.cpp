@@ -26,6 +26,7 @@ constexpr auto kWakeInterval = std::chrono::milliseconds(5);
 
 /// Makes the wake signal interrupt system calls and do nothing else.
 void InstallWakeHandler() {
+  // Without SA_RESTART, with which sem_wait(3), in which the virtual clock sleeps, would go on waiting. signal(7)
   struct sigaction action {};
   action.sa_handler = [](int) {};
   sigemptyset(&action.sa_mask);
@@ -46,6 +47,7 @@ int TaskService::Start(std::shared_ptr<Task> task) {
   if (place != nullptr) return -1;
   InstallWakeHandler();
   place = std::make_shared<RunningTask>();
+  // A copy: the task itself goes to its thread.
   const std::string name = task->name();
   if (StartThread(*place, std::move(task))) return 0;
   tasks_.erase(name);
@@ -74,6 +76,7 @@ void TaskService::Wait(const std::string& name) {
   const lock_guard held(lock_);
   const auto found = tasks_.find(name);
   if (found == tasks_.end()) return;
+  // Shared, for another waiter may take the task out of the map first.
   const std::shared_ptr<RunningTask> running = found->second;
   auto next_signal = std::chrono::steady_clock::now() + kWakeInterval;
   while (!running->is_over) {

@@ -54,11 +54,13 @@ double kro_utilities::signal::ConvertdBmTomilliwatts(double dbm) {
 }
 
 double kro_utilities::signal::ConvertmilliwattsTodBm(double milliwatts) {
+  // No power at all gives minus infinity.
   return 10.0 * std::log10(milliwatts);
 }
 
 std::string get_value_by_key_ex(json_object* object, const char* key) {
   json_object* value = nullptr;
+  // json-c finds nothing in a null pointer, nor in what is no object.
   if (key == nullptr || json_object_object_get_ex(object, key, &value) == 0) return {};
   if (json_object_is_type(value, json_type_string) == 0) return {};
   return {json_object_get_string(value), static_cast<std::size_t>(json_object_get_string_len(value))};

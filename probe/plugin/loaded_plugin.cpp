@@ -21,6 +21,7 @@ void Find(void* library, const std::string& path, const char* name, const char* 
 LoadedPlugin::LoadedPlugin(const std::string& path) {
   if (path.empty()) throw std::runtime_error("the plug-in cannot be loaded: the name of its file is empty");
   // a name without a slash would be looked for in the folders of the system's libraries
+  // RTLD_NOW, so that a symbol which this host lacks is missed here and not in the middle of a pass
   library_ = dlopen(std::filesystem::absolute(path).c_str(), RTLD_NOW | RTLD_LOCAL);
   if (library_ == nullptr) {
     const char* reason = dlerror();  // NOLINT(concurrency-mt-unsafe): each thread has its own text
