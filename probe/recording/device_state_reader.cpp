@@ -104,6 +104,7 @@ void ReadSsidInterface(JsonObjectReader& members, records::SSIDIfState& interfac
       interface.clients.push_back(ReadClient({client, members, "clients", interface.clients.size()}));
     }
   }
+  // Unless it says otherwise, a device counts the clients that it lists.
   interface.client_count = static_cast<std::int32_t>(interface.clients.size());
   members.Read("client_count", interface.client_count);
 }
@@ -134,6 +135,7 @@ void ReadBasicInfo(const Json& state, JsonObjectReader& members, std::optional<r
     if (state.contains("basic_info")) basic_info.reset();
     return;
   }
+  // There is a record to fill: a fresh snapshot has one.
   JsonObjectReader info(*object, "basic_info");
   info.Read("hostname", basic_info->hostname);
   info.Read("ip", basic_info->ip);

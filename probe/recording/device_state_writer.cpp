@@ -111,6 +111,7 @@ void AddWireless(const DeviceSnapshot& snapshot, Json& state) {
 }
 
 void AddIdentity(const DeviceSnapshot& snapshot, Json& state) {
+  // Null and not left out: without the member a reader takes the record for known and empty.
   state["basic_info"] = nullptr;
   if (snapshot.basic_info) {
     state["basic_info"] = {{"hostname", snapshot.basic_info->hostname},
@@ -129,6 +130,7 @@ void AddHealth(const DeviceSnapshot& snapshot, Json& state) {
   state["notifications"] = {{"info", snapshot.notifications.info},
                             {"warning", snapshot.notifications.warning},
                             {"alert", snapshot.notifications.alert}};
+  // A recording holds objects only, and the plug-in makes nothing of any other credential.
   const Json credential = Json::parse(snapshot.credential_json, nullptr, false);
   if (credential.is_object()) state["credential"] = credential;
 }

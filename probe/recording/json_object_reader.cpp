@@ -70,6 +70,7 @@ std::uint64_t JsonObjectReader::Unsigned(const char* name, const nlohmann::order
 
 std::int64_t JsonObjectReader::Signed(const char* name, const nlohmann::ordered_json& member, std::int64_t least,
                                       std::int64_t most) const {
+  // Asked first, for `get` makes a number above 2^63 - 1 negative.
   const bool is_beyond = member.is_number_unsigned() && member.get<std::uint64_t>() > static_cast<std::uint64_t>(most);
   if (!member.is_number_integer() || is_beyond || member.get<std::int64_t>() < least ||
       member.get<std::int64_t>() > most) {

@@ -20,6 +20,7 @@ std::string NameOf(ConnectionId connection) {
 
 Recorder::Recorder(const std::string& path, DeviceCentre& centre, SubscriptionService& service)
     : centre_(centre), service_(service), clock_(InstalledClock()), path_(path), writer_(file_) {
+  // Before the file is opened: when there is no name, no empty recording is left behind.
   const std::string timezone = LocalTimezoneName();
   file_.open(path);
   writer_.Header(clock_.Now().tv_sec, timezone);
@@ -29,6 +30,7 @@ Recorder::Recorder(const std::string& path, DeviceCentre& centre, SubscriptionSe
 }
 
 Recorder::~Recorder() {
+  // The pass that runs while the engine is stopped is not ended by a sleep.
   EndPass();
   service_.SetObserver(nullptr);
 }
@@ -36,6 +38,7 @@ Recorder::~Recorder() {
 timeval Recorder::Now() {
   {
     const lock_guard held(lock_);
+    // Time stands still for the engine only: sources and clients need theirs to go on.
     if (is_in_pass_ && pthread_equal(engine_, pthread_self()) != 0) return pass_time_;
   }
   return clock_.Now();
@@ -49,6 +52,7 @@ unsigned Recorder::Sleep(unsigned seconds) {
 }
 
 void Recorder::BeginPass() {
+  // Without lock_: holding the subscriptions calls OnHeld, which takes it.
   centre_.Hold();
   service_.Hold();
   const lock_guard held(lock_);
@@ -83,7 +87,9 @@ void Recorder::WriteDevices() {
   for (const std::string& mac : macs) {
     auto snapshot = centre_.Snapshot(mac);
     auto& written = written_[mac];
+    // Compared as pointers: a snapshot never changes, and each reading makes a new one.
     if (snapshot == written) continue;
+    // Not null: the device centre stands still since it gave the list.
     writer_.Device(mac, *snapshot);
     written = std::move(snapshot);
   }

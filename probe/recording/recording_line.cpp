@@ -76,6 +76,7 @@ Line ParseCleanUp(Json& value) {
 }
 
 Line ParseClock(Json& value) {
+  // As a member of an object again, to be read and refused like every other number.
   const Json wrapped{{"clock", value}};
   JsonObjectReader members(wrapped, "");
   return SetClock{Required<time_t>(members, "clock")};

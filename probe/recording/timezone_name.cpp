@@ -37,6 +37,7 @@ std::string ConfiguredName() {
 
 bool IsTimezoneName(const std::string& name) {
   if (name == kDefault) return true;
+  // The last two may stand for another zone on each machine.
   if (name.empty() || name.front() == '/' || name.find_first_not_of(kLetters) != std::string::npos ||
       name == "localtime" || name == "posixrules") {
     return false;

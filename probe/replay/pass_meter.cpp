@@ -21,6 +21,7 @@ double Since(const timespec& begin, clockid_t clock) {
 }  // namespace
 
 unsigned PassMeter::Sleep(unsigned seconds) {
+  // The last pass, which a stop still lets run, ends with its thread and not with a sleep.
   thread_local AtThreadEnd at_thread_end;
   at_thread_end.meter = this;
   EndPass();
@@ -33,6 +34,7 @@ void PassMeter::BeginPass() {
   const lock_guard held(lock_);
   ++cost_.passes;
   is_in_pass_ = true;
+  // Last, so that waiting for the lock is not measured.
   cpu_ = Read(CLOCK_THREAD_CPUTIME_ID);
   wall_ = Read(CLOCK_MONOTONIC);
 }

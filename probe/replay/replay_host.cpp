@@ -22,6 +22,7 @@ using JsonText = std::unique_ptr<char, decltype(&std::free)>;
 /// Makes the recording's time zone the process's, and gives its start. Threads: to be called before a second one runs,
 /// for the environment must not change under it.
 time_t StartInTimezone(const recording::Header& header) {
+  // TZDIR would make the C library look for zones elsewhere than `IsTimezoneName` did. tzset(3)
   unsetenv("TZDIR");                         // NOLINT(concurrency-mt-unsafe): see above
   setenv("TZ", header.timezone.c_str(), 1);  // NOLINT(concurrency-mt-unsafe)
   tzset();
@@ -55,13 +56,16 @@ ReplayHost::ReplayHost(const std::string& plugin_path, const recording::Header& 
   DeviceCentre::Instance().Clear();
   Send::Install(this);
   plugin_.RegisterMonitors();
+  // From here on either the engine or this thread is at work, and never both.
   clock_.AwaitSleeper();
 }
 
 ReplayHost::~ReplayHost() {
+  // What the engine sends in the pass that the stop still lets run is no part of the recording.
   output_.Mute();
   if (!is_stopped_) StopEngine();
   Send::Install(nullptr);
+  // Subscribers, filters and the clean-up function are code of the plug-in, which is unloaded after this.
   SubscriptionService::Instance().Clear();
   RegisterMonitorMemoryCleanup(nullptr);
   DeviceCentre::Instance().Clear();
@@ -102,6 +106,7 @@ void ReplayHost::Do(const recording::MergeDevice& line) {
 }
 
 void ReplayHost::Do(const recording::ForgetDevice& line) {
+  // A device has its place in the lists from the first line that names it, even if that line forgets it.
   DeviceCentre::Instance().Name(line.mac);
   DeviceCentre::Instance().Forget(line.mac);
   states_.erase(line.mac);

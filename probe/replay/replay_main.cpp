@@ -44,6 +44,7 @@ void Replay(std::istream& input, const Arguments& arguments, probe::ReplayOutput
   std::optional<probe::ReplayHost> host;
   for (std::string text; std::getline(input, text);) {
     ++line;
+    // Editors of other systems end lines with CR LF.
     if (text.ends_with('\r')) text.pop_back();
     if (text.empty() || text.front() == '#') continue;
     if (host) {
@@ -62,6 +63,7 @@ int Run(const Arguments& arguments) {
   std::ifstream file;
   if (arguments.recording != "-") {
     file.open(arguments.recording);
+    // A directory can be opened; only reading from it fails.
     if (!file || std::filesystem::is_directory(arguments.recording)) {
       std::cerr << arguments.recording << ": cannot be read\n";
       return kUnusable;
@@ -80,10 +82,12 @@ int Run(const Arguments& arguments) {
     std::cerr << error.what() << "\n";
     status = kUnusable;
   }
+  // A disk that is full shows here at the latest, and cut output must not pass for all of it.
   if (!std::cout.flush()) {
     std::cerr << "the output cannot be written\n";
     status = kUnusable;
   }
+  // The writer refers to `output`.
   probe::log::SetWriter({});
   return status;
 }

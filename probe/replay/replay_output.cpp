@@ -16,6 +16,7 @@ namespace {
 
 using nlohmann::ordered_json;
 
+/// Units: KiB, as Linux counts. Source: getrusage(2).
 long PeakResidentKib() {
   rusage usage{};
   getrusage(RUSAGE_SELF, &usage);
@@ -89,6 +90,7 @@ void ReplayOutput::Flush() {
 }
 
 void ReplayOutput::Timing(const PassCost& cost) {
+  // Before the lock, which it takes itself.
   Flush();
   const lock_guard held(lock_);
   stream_ << Dump(ordered_json{{"timing",
