@@ -35,6 +35,7 @@ SettingKey KeyOf(std::string table, std::string name, Member member, std::string
     }
   };
   key.assign = [member](Settings& settings, const SettingValue& value) {
+    // Cannot lose anything: `accepts` was asked first.
     member(settings) = static_cast<Stored>(std::get<Value>(value));
   };
   return key;
@@ -131,6 +132,7 @@ std::vector<SettingKey> LimitKeys() {
                "Size of one subscription's filter, in octets of JSON."),
       LimitKey("message_bytes", &ServerLimits::message_bytes, 1024, 16 * kMebibyte,
                "Size of one message from a client, in octets."),
+      // json-c, which reads the requests of a recording again, reads no more than 32 levels.
       LimitKey("message_depth", &ServerLimits::message_depth, 8, 32,
                "Nesting of objects and arrays in one message from a client."),
       LimitKey("messages_per_second", &ServerLimits::messages_per_second, 1, 10'000,
@@ -249,6 +251,7 @@ std::string DescribeSettings() {
       table = key.table;
     }
     text += "\n# " + key.help + "\n# (" + key.expected + ")\n";
+    // As a comment, so that a file made of this text follows the defaults of later versions.
     text += "#" + key.name + " = " + std::visit(Written{}, key.read(defaults)) + "\n";
   }
   return text;

@@ -120,6 +120,7 @@ class SettingsReader {
 /// Line of `key`, or of `other`, whichever the file holds.
 std::size_t LineOf(const KeyLines& lines, const std::string& key, const std::string& other) {
   const auto found = lines.find(key);
+  // The file holds one of the two: defaults do not contradict one another.
   return found != lines.end() ? found->second : lines.at(other);
 }
 
@@ -172,6 +173,7 @@ std::string ReadWhole(const std::string& path) {
   errno = 0;
   std::ifstream file(path, std::ios::binary);
   std::ostringstream text;
+  // A directory can be opened: it is the reading of `peek` that fails, and sets the bit and errno.
   if (file && file.peek() != std::ifstream::traits_type::eof()) text << file.rdbuf();
   if (!file.is_open() || file.bad())
     throw SettingsError(path + ": cannot be read: " + std::generic_category().message(errno));

@@ -46,6 +46,7 @@ class Builder final : public nlohmann::json_sax<Json> {
   }
 
  private:
+  /// Ends the reading, as `false` from any of the operations above does.
   bool Refuse(JsonError error) {
     error_ = std::move(error);
     return false;
@@ -68,6 +69,7 @@ class Builder final : public nlohmann::json_sax<Json> {
   }
 
   /// Puts a value where the next one belongs. It stays there for as long as it is open itself.
+  /// Only the innermost object or array grows, so no value that is still open is moved.
   Json& Place(Json value) {
     if (open_.empty()) return root_ = std::move(value);
     if (open_.back()->is_object()) return *member_ = std::move(value);

@@ -20,6 +20,7 @@ std::size_t NonFiniteLength(std::string_view text) {
 /// The end of the string literal that begins at `begin` with its quote.
 std::size_t EndOfLiteral(std::string_view text, std::size_t begin) {
   std::size_t place = begin + 1;
+  // A backslash takes the next octet with it, so that an escaped quote does not end the literal.
   while (place < text.size() && text[place] != '"') place += text[place] == '\\' ? 2 : 1;
   return std::min(place + 1, text.size());
 }

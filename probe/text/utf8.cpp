@@ -25,6 +25,7 @@ bool IsAscii(std::string_view text) {
   std::uint64_t bits = 0;
   while (text.size() >= sizeof bits) {
     std::uint64_t octets = 0;
+    // Copied, for a text may begin at any address.
     std::memcpy(&octets, text.data(), sizeof octets);
     bits |= octets;
     text.remove_prefix(sizeof octets);
