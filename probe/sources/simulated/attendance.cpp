@@ -6,7 +6,9 @@ namespace probe::simulated {
 namespace {
 
 Stay WorkingDay(const Dice& dice, const Client& client, std::int64_t day) {
-  // The sum of two throws, so that most people arrive, and leave, near the middle of the interval.
+  // Units: minutes since midnight. 450 is half past seven in the morning, 950 ten to four in the afternoon.
+  // The sum of two throws, which differ in `when`, so that most people arrive, and leave, near the middle of the
+  // interval.
   const int arrives = 450 + dice.Between(0, 75, Question::kArrival, client.owner, 2 * day) +
                       dice.Between(0, 75, Question::kArrival, client.owner, 2 * day + 1);
   if (dice.Percent(3, Question::kLateEvening, client.owner, day)) return {.arrives = arrives, .leaves = 23 * 60};
@@ -16,6 +18,7 @@ Stay WorkingDay(const Dice& dice, const Client& client, std::int64_t day) {
 }
 
 Stay ShortStay(const Dice& dice, const Client& client, std::int64_t day, int longest) {
+  // The longest stay from half past three on, four hours, ends before midnight.
   const int arrives = dice.Between(9 * 60, 15 * 60 + 30, Question::kArrival, client.owner, day);
   return {.arrives = arrives, .leaves = arrives + dice.Between(40, longest, Question::kDeparture, client.owner, day)};
 }

@@ -38,6 +38,7 @@ std::uint64_t BurstVolume(const Dice& dice, const Client& client, const Moment& 
 }  // namespace
 
 int RhythmPercent(const Moment& moment) {
+  // A quarter at weekends, rounded up so that it never is 0.
   const int percent = kRhythm[static_cast<std::size_t>(moment.minute_of_day / 60)];
   return moment.weekday < kSaturday ? percent : (percent + 3) / 4;
 }
@@ -49,6 +50,7 @@ Octets ClientRate(const Dice& dice, const Client& client, const Moment& moment) 
   if (client.kind != ClientKind::kThing) volume = volume * static_cast<std::uint64_t>(RhythmPercent(moment)) / 100;
   // Clients mostly download; in one minute of twelve they upload or hold a call instead.
   const std::uint64_t direction = dice.Below(12, Question::kDirection, client.number, moment.minute);
+  // Acknowledgements go the other way, so that no direction of an associated client is ever silent.
   const std::uint64_t small = volume / 9 + 20;
   return direction == 0 ? Octets{.in = volume + 20, .out = volume * 2 / 3 + 20}
                         : Octets{.in = small, .out = volume + 30};

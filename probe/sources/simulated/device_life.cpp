@@ -59,6 +59,7 @@ std::int64_t DeviceLife::LastStartIn(std::size_t device, std::int64_t week, std:
     const int minute = dice_.Between(0, kNightMinutes - 1, Question::kMaintenanceTime, device, week);
     last = Later(last, (MondayOf(week) + minute / 180) * kMinutesOfDay + 120 + minute % 180, until);
   }
+  // Outages are those of access points; a router or switch starts for maintenance only.
   const std::size_t first = plan_.AccessPointDevice(0);
   if (device < first) return last;
   for (int half = 0; half < kHalves; ++half) {

@@ -8,11 +8,14 @@ namespace {
 using vexora_probe::evcenter::Summary;
 using vexora_probe::models::controller::DeviceType;
 
+/// Below these uptimes a device is busy with its start, and its restart is news. After the second the health monitor
+/// calls an uptime good.
 constexpr std::int32_t kStartingSeconds = 180;
 constexpr std::int32_t kFreshSeconds = 1'800;
 
 /// Octets per second that cost a device of this type one percent of its CPU.
 std::uint64_t OctetsOfPercent(DeviceType type) {
+  // Access points and routers forward by their CPU, switches in hardware.
   if (type == DeviceType::kAccessPoint) return 150'000;
   return type == DeviceType::kRouter ? 400'000 : 2'000'000;
 }

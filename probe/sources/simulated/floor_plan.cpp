@@ -16,6 +16,7 @@ std::size_t SwitchesAmong(std::size_t devices) {
   if (devices < 3) return 0;
   if (devices < 5) return 1;
   const std::size_t behind_router = devices - 1;
+  // A switch with the access points that it has ports for.
   constexpr std::size_t kFullFloor = kMaxAccessPointsOnSwitch + 1;
   return std::max<std::size_t>(2, (behind_router + kFullFloor - 1) / kFullFloor);
 }

@@ -28,6 +28,7 @@ std::int64_t Moment::Week() const {
 }
 
 std::int64_t Moment::Slot(int minutes_of_slot, std::int64_t phase) const {
+  // Rounded down: C++ divides towards 0, which would make one slot of the two around 1970.
   const std::int64_t shifted = minute + phase;
   return shifted / minutes_of_slot - (shifted % minutes_of_slot < 0 ? 1 : 0);
 }

@@ -44,6 +44,7 @@ constexpr std::array<StreetAccessPoint, 16> kStreet{{
 
 constexpr std::size_t kAccessPointsOfStreet = 6;
 constexpr std::size_t kMaxOwnHeard = 4;
+// The three channels of 2.4 GHz that do not overlap, and some of 5 GHz.
 constexpr std::array<std::int32_t, 3> kLowChannels{1, 6, 11};
 constexpr std::array<std::int32_t, 6> kHighChannels{36, 40, 44, 48, 100, 149};
 
@@ -76,6 +77,7 @@ void Neighbourhood::AddOwn(std::size_t access_point, const Moment& moment, const
     const std::size_t other = floor.first_access_point + place;
     if (!is_on_the_air(other)) continue;
     const bool is_low = dice_.Percent(50, Question::kBand, Pair(access_point, other));
+    // Each of the two radios of an access point has a MAC of its own.
     records::NeighboringAP own = Neighbour(dice_, MacOwner::kOwnRadio, 2 * other + (is_low ? 0 : 1), is_low);
     own.ssid = kWirelessNetworks[kOffice].ssid;
     own.trusted = 1;

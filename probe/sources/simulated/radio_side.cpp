@@ -87,6 +87,7 @@ void RadioSide::Advance(const Moment& moment, std::uint64_t elapsed, const std::
     const std::optional<Spot> spot = SpotOf(dice_, plan_, client, moment, is_on_the_air);
     Associate(client.number, spot, devices);
     const Octets moved = spot ? ClientRate(dice_, client, moment) * elapsed : Octets{};
+    // Also without a spot: so the session of a visitor who has left comes to its end.
     CountSession(client.number, moved, moment);
     if (!spot) continue;
     associations_[client.number].octets += moved;

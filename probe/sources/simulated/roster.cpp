@@ -78,6 +78,7 @@ std::vector<Client> DrawRoster(const Dice& dice, std::size_t clients) {
     client.number = number++;
     client.kind = KindOf(client.number % kRound);
     client.owner = OwnerOf(client.number);
+    // Tagged by the seed: another company has, but for chance, other MACs.
     client.mac = LocalMac(MacOwner::kClient, tag, client.number);
     client.hostname = HostnameOf(dice, client);
   }

@@ -140,6 +140,7 @@ LoadCauses SimulatedNetwork::Company::CausesOf(std::size_t device, const DeviceS
   for (const auto& neighbour : snapshot.neighbours) causes.rogue_neighbours += neighbour.trusted == 0 ? 1 : 0;
   std::uint64_t octets = 0;
   for (const Octets& port : flows_[device]) octets += port.in + port.out;
+  // 0 seconds have passed at the first reading, and when the clock went back.
   causes.octets_per_second = octets / std::max<std::uint64_t>(1, seconds);
   return causes;
 }
@@ -161,6 +162,7 @@ std::optional<DeviceSnapshot> SimulatedNetwork::Company::SnapshotOf(std::size_t 
   const DevicePlan& plan = plan_.devices[device];
   const DeviceState& state = states_[device];
   if (!state.is_online) {
+    // The device centre has its last snapshot already, marked offline.
     if (was_offline_[device]) return std::nullopt;
     return OfflineSnapshot(plan);
   }

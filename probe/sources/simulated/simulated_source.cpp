@@ -28,6 +28,7 @@ SimulatedSource::~SimulatedSource() {
 
 void SimulatedSource::Start() {
   const time_t now = Now();
+  // On the caller's thread, so that the devices are there when it starts the plug-in.
   network_.Advance(now);
   thread_ = std::thread(&SimulatedSource::Run, this, now);
 }

@@ -21,12 +21,14 @@ constexpr std::int32_t kOperStatusDown = 2;  // RFC 2863, ifOperStatus
 
 std::shared_ptr<const records::TrafficStats> Statistics(std::size_t port, const Octets& octets) {
   auto traffic = std::make_shared<records::TrafficStats>();
+  // ifIndex begins with 1. RFC 2863
   traffic->if_index = static_cast<std::int32_t>(port + 1);
   traffic->in_bytes = octets.in;
   traffic->out_bytes = octets.out;
   return traffic;
 }
 
+/// Devices of different makes write MACs differently, and the plug-in has to find a client that roams between them.
 MacNotation NotationOf(std::size_t access_point) {
   constexpr std::array<MacNotation, 3> kNotations{MacNotation::kUpperColons, MacNotation::kLowerColons,
                                                   MacNotation::kLowerDashes};
@@ -44,6 +46,7 @@ class ClientList {
     for (const std::uint32_t number : air_.ClientsOn(access_point_, radio, network)) {
       state.clients.push_back(Record(number, radio));
       if (const PortalSession* session = air_.SessionOf(number)) {
+        // The portal knows a client by its MAC as this access point writes it.
         portal_users.emplace(state.clients.back().mac, User(*session));
       }
     }
@@ -124,6 +127,7 @@ void AddWireless(const Dice& dice, std::size_t access_point, const DeviceState& 
       records::SSIDIfState interface;
       interface.ssid = kWirelessNetworks[network].ssid;
       interface.radio = kRadioNames[radio];
+      // An SSID interface is one of the device's ports, too, and has the same counters as that.
       interface.traffic = Statistics(port, state.counters[port]);
       clients.Fill(radio, network, interface, snapshot.portal_users);
       snapshot.ssid_interfaces.emplace(SsidInterfaceName(radio, network), std::move(interface));

@@ -17,6 +17,7 @@ bool IsAtLunch(const Dice& dice, const Client& client, const Moment& moment) {
 }
 
 std::size_t Place(const Floor& floor, std::size_t place) {
+  // A small floor has fewer access points than there are places.
   return floor.first_access_point + place % floor.access_points;
 }
 

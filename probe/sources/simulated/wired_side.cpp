@@ -38,11 +38,13 @@ PortOctets NoOctets(const FloorPlan& plan) {
 
 Octets WiredSide::WiredHost(std::size_t number, std::size_t host, const Moment& moment) const {
   const std::uint64_t who = number * kWiredHosts + host;
+  // Units: octets per second, as the port of the switch counts them: `in` is what the host sends.
   const auto volume = [&](int low, int high) {
     return static_cast<std::uint64_t>(dice_.Between(low, high, Question::kWiredVolume, who, moment.minute));
   };
   if (host == kCamera) return {.in = volume(230'000, 270'000), .out = volume(1'500, 2'500)};
   if (host == kServer) {
+    // From one o'clock to half past two.
     const bool is_saving = moment.minute_of_day >= 60 && moment.minute_of_day < 150;
     return is_saving ? Octets{.in = volume(8'000'000, 11'000'000), .out = volume(100'000, 200'000)}
                      : Octets{.in = volume(5'000, 120'000), .out = volume(2'000, 40'000)};
@@ -66,6 +68,7 @@ void WiredSide::FillRouter(PortOctets& flows) const {
   for (std::size_t number = 0; number < plan_.switches; ++number) {
     ports[kFirstLan + number] = Opposite(flows[plan_.SwitchDevice(number)][kUplink]);
   }
+  // In a network of two devices the access point is connected to the router.
   if (plan_.switches == 0) ports[kFirstLan] = Opposite(flows[plan_.AccessPointDevice(0)][kCable]);
   ports[kWan] = OtherSide(ports, kFirstLan);
 }

@@ -18,6 +18,7 @@ bool HasAddress(const Link& link) {
 
 /// An individual, locally administered address made from `seed`.
 std::string LocalAddress(const std::string& seed) {
+  // The two lowest bits of the first octet tell addresses of groups and local ones. IEEE Std 802-2014, 8.2
   constexpr std::uint8_t kLocal = 0x02;
   constexpr std::uint8_t kNeitherGroupNorLocal = 0xfc;
   const std::uint64_t hash = Fnv1a(seed);

@@ -42,6 +42,7 @@ std::unique_ptr<nl_cache, Release> AllLinks() {
 std::string HardwareAddress(rtnl_link* link) {
   constexpr unsigned kOctets = 6;
   nl_addr* address = rtnl_link_get_addr(link);
+  // A tunnel over IPv4 has four octets here: the address of its end.
   if (address == nullptr || nl_addr_get_len(address) != kOctets) return {};
   std::array<char, 32> text{};
   return nl_addr2str(address, text.data(), text.size());

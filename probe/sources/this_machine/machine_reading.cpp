@@ -60,6 +60,7 @@ std::string ManagementAddress() {
   const std::unique_ptr<ifaddrs, ReleaseAddresses> owner(list);
   std::string ipv6;
   for (const ifaddrs* entry = list; entry != nullptr; entry = entry->ifa_next) {
+    // Null for an interface without any address. getifaddrs(3)
     if (entry->ifa_addr == nullptr || (entry->ifa_flags & IFF_UP) == 0 || (entry->ifa_flags & IFF_LOOPBACK) != 0) {
       continue;
     }
@@ -79,6 +80,7 @@ MachineReading ReadMachine() {
   MachineReading reading;
   reading.links = ReadLinks();
   reading.wifi = ReadWifi();
+  // Next to the counters, whose time this is.
   reading.read_at = std::time(nullptr);
   reading.cpu = Found(CpuTimesOf(TextOf(kStat)), kStat);
   reading.uptime = Found(UptimeOf(TextOf(kUptime)), kUptime);

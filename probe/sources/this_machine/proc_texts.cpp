@@ -28,6 +28,7 @@ std::optional<CpuTimes> CpuTimesOf(std::string_view stat) {
   constexpr std::size_t kIdle = 3;
   constexpr std::size_t kWaiting = 4;
   constexpr std::size_t kTimes = 8;
+  // With the blank, which tells it from "cpu0" and its like.
   constexpr std::string_view kAllProcessors = "cpu ";
 
   if (stat.substr(0, kAllProcessors.size()) != kAllProcessors) return std::nullopt;

@@ -25,6 +25,7 @@ constexpr std::int32_t kGoodHealth = 2;   // the machine can be read; nothing el
 records::InterfaceStates InterfacesOf(const std::vector<Link>& links) {
   records::InterfaceStates interfaces;
   for (const Link& link : links) {
+    // New records each time: the plug-in may still hold those of the last reading.
     auto traffic = std::make_shared<records::TrafficStats>();
     traffic->if_index = link.if_index;
     traffic->in_bytes = link.in_bytes;
@@ -47,6 +48,7 @@ ThisMachine::~ThisMachine() {
 }
 
 void ThisMachine::Start() {
+  // On the caller's thread, so that the device is there when it starts the plug-in.
   RefreshOnce();
   thread_ = std::thread(&ThisMachine::Run, this);
 }

@@ -46,6 +46,7 @@ std::string TextIn(const nlattr* attribute) {
 }
 
 std::string MacIn(const nlattr* attribute) {
+  // `StationIn` has checked the length.
   const auto* octets = static_cast<const unsigned char*>(nla_data(attribute));
   std::array<char, 18> text{};
   std::snprintf(text.data(), text.size(), "%02x:%02x:%02x:%02x:%02x:%02x", octets[0], octets[1], octets[2], octets[3],
@@ -86,6 +87,7 @@ std::uint64_t CounterIn(const nlattr* wide, const nlattr* narrow) {
 
 template <int kMax>
 bool Parse(nlmsghdr* message, Attributes<kMax>& attributes) {
+  // Without a policy libnl checks the length of no attribute: whoever reads one does.
   return genlmsg_parse(message, 0, attributes.data(), kMax, nullptr) == 0;
 }
 

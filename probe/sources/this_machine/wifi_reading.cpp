@@ -48,6 +48,7 @@ class Nl80211 {
     if (request == nullptr) return;
     genlmsg_put(request.get(), NL_AUTO_PORT, NL_AUTO_SEQ, family_, 0, NLM_F_DUMP, command, 0);
     if (if_index != 0) nla_put_u32(request.get(), NL80211_ATTR_IFINDEX, static_cast<std::uint32_t>(if_index));
+    // The socket keeps the address of `handler` beyond this call, but uses it only in `nl_recvmsgs_default`.
     nl_socket_modify_cb(socket_.get(), NL_CB_VALID, NL_CB_CUSTOM, &HandleMessage, &handler);
     if (nl_send_auto(socket_.get(), request.get()) >= 0) nl_recvmsgs_default(socket_.get());
   }

@@ -25,6 +25,7 @@ records::SSIDIfState StateOf(const WifiInterface& interface, const std::string& 
   records::SSIDIfState state;
   state.ssid = interface.ssid;
   state.radio = radio;
+  // The octets of the interface as a whole come with its link; nl80211 counts those of each station.
   const auto link = snapshot.interfaces.find(interface.name);
   if (link != snapshot.interfaces.end() && link->second != nullptr) state.traffic = link->second->traffic;
   for (const WifiStation& station : interface.stations) state.clients.push_back(ClientOf(station));
