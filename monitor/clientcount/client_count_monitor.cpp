@@ -267,6 +267,7 @@ void ClientCountMonitor::GenerateSSIDClientMsg(const JsonTree& body, const Filte
     view = SeriesOf(ssid_client_counts, IntervalOf(filter, monitoring::kClientCountDefaultView), kAllIds);
     current = clientcount::CountBySsid(mac_ssid_map, filter.mac);
   }
+  // Interfaces without an SSID have a history in the message, but no present count.
   current.erase("");
   clientcount::Totals totals;
   JsonTree ssids = monitoring::NewObject();
