@@ -32,6 +32,7 @@ std::string RankingFilter(const std::string& orderby) {
 
 /// The request for one subscription, as the tree that crosses the contract.
 JsonCHandle RequestFor(const StandardFilter& wanted) {
+  // Put together of constants, none of which has to be escaped.
   const std::string text = std::string(R"([{"sid":")") + kSid + R"(","filter":)" + wanted.filter + "}]";
   return JsonCHandle(json_tokener_parse(text.c_str()));
 }

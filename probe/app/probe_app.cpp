@@ -31,6 +31,7 @@ std::string Taken(char* text) {
 /// The plug-in's report entry points and `GetInterfaceTraffic`, for the HTTP interface.
 PluginCalls CallsOf(const LoadedPlugin& plugin) {
   PluginCalls calls;
+  // By reference: the server, whose workers make these calls, is stopped before the plug-in is unloaded.
   calls.clients.periods = [&plugin] { return Taken(plugin.get_wireless_client_report_avail_list("")); };
   calls.clients.read_report = [&plugin](const std::string& request) {
     return Taken(plugin.get_wireless_client_report(request.c_str()));

@@ -118,6 +118,7 @@ class StreamSession final : public WebsocketClient::Session {
   void Close() override {
     if (close_reason) return;
     bool is_done = false;
+    // Beside a read that may be under way: the library takes one operation of each kind at a time.
     stream_.async_close(websocket::close_code::normal, [&](error_code) { is_done = true; });
     Run(is_done, kCloseWithin);
     beast::get_lowest_layer(stream_).cancel();

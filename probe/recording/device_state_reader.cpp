@@ -70,6 +70,7 @@ void ReadInterfaces(JsonObjectReader& members, records::InterfaceStates& interfa
   const Json* object = members.Object("interfaces");
   if (object == nullptr) return;
   for (const auto& [name, value] : object->items()) {
+    // The device tells no more of this interface than its name.
     if (value.is_null()) {
       interfaces[name] = nullptr;
       continue;

@@ -114,6 +114,7 @@ void AddIdentity(const DeviceSnapshot& snapshot, Json& state) {
   // Null and not left out: without the member a reader takes the record for known and empty.
   state["basic_info"] = nullptr;
   if (snapshot.basic_info) {
+    // Without the MAC, which is the key of the device in its line.
     state["basic_info"] = {{"hostname", snapshot.basic_info->hostname},
                            {"ip", snapshot.basic_info->ip},
                            {"type", NumberOf(snapshot.basic_info->type)}};

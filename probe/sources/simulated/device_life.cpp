@@ -19,6 +19,7 @@ std::optional<Outage> DeviceLife::OutageIn(std::size_t access_point, std::int64_
   const std::int64_t when = week * kHalves + half;  // the number of the half week
   const std::size_t all = plan_.access_points();
   constexpr std::size_t kLargeNetwork = 20;
+  // Thrown for 0 and not for the access point: whichever asks, the victim is the same.
   const bool is_victim = dice_.Below(all, Question::kOutageVictim, 0, when) == access_point;
   const bool is_further = all > kLargeNetwork && dice_.Below(50, Question::kFurtherOutage, access_point, when) == 0;
   if (!is_victim && !is_further) return std::nullopt;

@@ -91,6 +91,7 @@ bool Neighbourhood::IsActive(std::size_t street, std::size_t place, const Moment
   const int hour = moment.minute_of_day / 60;
   if (hour < kind.opens || hour >= kind.closes) return false;
   constexpr int kSlotMinutes = 20;
+  // Shifted by the place, so that not all of them come and go in the same minute.
   const std::int64_t slot = moment.Slot(kSlotMinutes, static_cast<std::int64_t>(place));
   return dice_.Percent(kind.percent, Question::kOnAir, Pair(street, place), slot);
 }

@@ -37,6 +37,7 @@ std::size_t NearestAccessPoint(const Dice& dice, const FloorPlan& plan, const Cl
   const Floor& floor = plan.FloorOf(desk);
   if (IsAtLunch(dice, client, moment)) return Place(floor, kKitchen);
   constexpr int kErrandMinutes = 25;
+  // By the owner, so that laptop and phone go together.
   const std::int64_t slot = SlotOf(dice, client.owner, moment, kErrandMinutes);
   const int errand = dice.Between(0, 99, Question::kErrand, client.owner, slot);
   if (errand < 72) return desk;
