@@ -2,11 +2,16 @@
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <ctime>
 #include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
+#include "bench/allocations.h"
+#include "bench/keyed_traffic.h"
 #include "bench/stopwatch.h"
 #include "monitor/engine/constants.h"
 #include "monitor/engine/filter.h"
@@ -14,6 +19,7 @@
 #include "platform/device_records.h"
 #include "probe/clock/virtual_clock.h"
 #include "probe/host/device_centre.h"
+#include "tests/plain/traffic_monitor.h"
 
 namespace {
 
@@ -26,6 +32,7 @@ constexpr int kDaySeconds = 86'400;
 /// Passes a day apart until all six views are full: the chain needs 5, 2, 6, 2 and 12 samples to begin, the last
 /// view 31.
 constexpr int kPassesToFillAllViews = 5 + 2 + 6 + 2 + 12 + 31;
+constexpr int kLongestPasses = 15;  // of which the median is taken
 
 /// Switches of 50 busy ports each, and the traffic monitor that watches them.
 class WatchedNetwork {
@@ -51,11 +58,35 @@ class WatchedNetwork {
     monitor.set_current_time(now_);
   }
 
+  /// The host's part of a pass: what it hands out, and nothing made of that.
+  static void AskHost() {
+    DeviceManager& manager = DeviceManager::GetInstance();
+    for (const std::string& mac : manager.GetOnlineManagedDevices(true)) {
+      const auto device = manager.device(mac);
+      benchmark::DoNotOptimize(device->driver());
+      time_t sampled_at = 0;
+      benchmark::DoNotOptimize(device->shared_interfaces_state(sampled_at));
+    }
+  }
+
   /// One pass without the pushing.
   void Pass() {
     monitor.CollectData();
     monitor.DataMerge();
   }
+
+  /// The counters that the next pass will find, for the reference.
+  std::vector<bench::KeyedTraffic::Row> Rows() const {
+    std::vector<bench::KeyedTraffic::Row> rows;
+    for (int interface = 0; interface < interfaces_; ++interface) {
+      const auto device = static_cast<std::uint64_t>(interface / kInterfacesPerDevice);
+      const auto port = static_cast<std::uint64_t>(interface % kInterfacesPerDevice);
+      rows.push_back({.key = device << 32U | port, .in = octets_, .out = octets_ * 2, .sampled_at = now_});
+    }
+    return rows;
+  }
+
+  time_t now() const { return now_; }
 
   void FillAllViews() {
     for (int pass = 0; pass < kPassesToFillAllViews; ++pass) {
@@ -79,16 +110,90 @@ class WatchedNetwork {
   std::uint64_t octets_ = 0;
 };
 
-/// One pass: collection, speeds and the five merges, with all six views full.
+double PerInterface(const bench::Stopwatch& stopwatch, const benchmark::State& state) {
+  return stopwatch.Milliseconds() * 1e6 / static_cast<double>(state.iterations() * state.range(0));
+}
+
+template <typename Work>
+double Milliseconds(Work work) {
+  bench::Stopwatch stopwatch;
+  stopwatch.Time(work);
+  return stopwatch.Milliseconds();
+}
+
+/// The value in the middle: what other work on the machine costs hardly shows in it.
+double Median(std::vector<double> values) {
+  const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+  std::nth_element(values.begin(), middle, values.end());
+  return *middle;
+}
+
+/// One pass, part by part, with all six views full: collection, which includes what the host does, and fold, which is
+/// speeds and the five merges. Beside them what the host does alone, and the reference.
+///
+/// Counters in nanoseconds are those of one interface. `longest_ms` is a pass in which all five merges come together,
+/// `allocations` are those of the plug-in alone.
 void BM_TrafficPass(benchmark::State& state) {
   WatchedNetwork network(state.range(0));
+  bench::KeyedTraffic keyed;
   network.Advance(kMinuteSeconds);
-  state.counters["bytes_per_interface"] =
-      bench::HeapGrowth([&] { network.FillAllViews(); }) / static_cast<double>(state.range(0));
-  bench::TimeRounds(
-      state, "interface", [&] { network.Advance(kMinuteSeconds); }, [&] { network.Pass(); });
+  const double bytes = bench::HeapGrowth([&] { network.FillAllViews(); });
+  std::vector<double> longest;
+  std::vector<double> longest_reference;
+  for (int day = 0; day < kPassesToFillAllViews + kLongestPasses; ++day) {
+    network.Advance(kDaySeconds);
+    const auto rows = network.Rows();
+    const double reference_ms = Milliseconds([&] { keyed.Fold(rows, network.now()); });
+    const double pass_ms = Milliseconds([&] { network.Pass(); });
+    if (day < kPassesToFillAllViews) continue;  // until now the reference fills its views
+    longest_reference.push_back(reference_ms);
+    longest.push_back(pass_ms);
+  }
+  bench::Stopwatch host;
+  bench::Stopwatch collect;
+  bench::Stopwatch fold;
+  bench::Stopwatch reference;
+  std::uint64_t allocations = 0;
+  for (auto _ : state) {
+    state.PauseTiming();
+    network.Advance(kMinuteSeconds);
+    const auto rows = network.Rows();
+    const std::uint64_t before = bench::Allocations();
+    host.Time([&] { WatchedNetwork::AskHost(); });
+    const std::uint64_t of_host = bench::Allocations() - before;
+    reference.Time([&] { keyed.Fold(rows, network.now()); });
+    const std::uint64_t before_pass = bench::Allocations();
+    state.ResumeTiming();
+    collect.Time([&] { network.monitor.CollectData(); });
+    fold.Time([&] { network.monitor.DataMerge(); });
+    allocations += bench::Allocations() - before_pass - of_host;
+  }
+  state.counters["bytes"] = bytes / static_cast<double>(state.range(0));
+  state.counters["host_ns"] = PerInterface(host, state);
+  state.counters["collect_ns"] = PerInterface(collect, state);
+  state.counters["fold_ns"] = PerInterface(fold, state);
+  state.counters["pass_ns"] = PerInterface(collect, state) + PerInterface(fold, state);
+  state.counters["reference_ns"] = PerInterface(reference, state);
+  state.counters["fold_to_reference"] = fold.Milliseconds() / reference.Milliseconds();
+  state.counters["longest_ms"] = Median(longest);
+  state.counters["longest_reference_ms"] = Median(longest_reference);
+  state.counters["allocations"] = static_cast<double>(allocations) / static_cast<double>(state.iterations());
+  state.SetComplexityN(state.range(0));
 }
 BENCHMARK(BM_TrafficPass)->RangeMultiplier(10)->Range(1'000, 100'000)->Unit(benchmark::kMillisecond)->Complexity();
+
+/// The same pass by the plain monitor, which the tests compare with.
+void BM_TrafficPlainPass(benchmark::State& state) {
+  WatchedNetwork network(state.range(0));
+  plain::TrafficMonitor plain;
+  for (int pass = 0; pass < kPassesToFillAllViews; ++pass) {
+    network.Advance(kDaySeconds);
+    plain.Pass(network.now());
+  }
+  bench::TimeRounds(
+      state, "interface", [&] { network.Advance(kMinuteSeconds); }, [&] { plain.Pass(network.now()); });
+}
+BENCHMARK(BM_TrafficPlainPass)->RangeMultiplier(10)->Range(1'000, 10'000)->Unit(benchmark::kMillisecond);
 
 /// Building the message of one view with 30 samples an interface, for all devices.
 void BM_TrafficMessage(benchmark::State& state) {

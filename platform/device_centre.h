@@ -120,6 +120,12 @@ class Device {
     get_ssid_interfaces_state(*states);
     return states;
   }
+
+  /// What `get_all_interfaces_state` gives, as a record that is shared instead of copied; never null. Likewise.
+  virtual std::shared_ptr<const vexora_probe::models::controller::InterfaceStates> shared_interfaces_state(
+      time_t& sampled_at) const {
+    return std::make_shared<vexora_probe::models::controller::InterfaceStates>(get_all_interfaces_state(sampled_at));
+  }
 };
 
 /// The register of all devices. One for the process; the host derives from it.

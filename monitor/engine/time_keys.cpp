@@ -44,10 +44,6 @@ tm LocalTime(time_t time) {
   return localtime_r(&time, &local) == nullptr ? tm{} : local;
 }
 
-std::int64_t Minute(long time) {
-  return std::int64_t{time} / kMinuteSeconds;
-}
-
 std::string Day(long time) {
   return Formatted<kDayBuffer>(time, "%Y-%m-%d");
 }

@@ -17,7 +17,10 @@ inline constexpr std::int32_t kDaySeconds = 86'400;  ///< Of a day without a cha
 tm LocalTime(time_t time);
 
 /// Whole minutes since the epoch, rounded towards 0: the stamp of samples in messages.
-std::int64_t Minute(long time);
+constexpr std::int64_t Minute(long time) {
+  constexpr std::int64_t kMinuteSeconds = 60;
+  return std::int64_t{time} / kMinuteSeconds;
+}
 
 /// The local date, as in 2026-11-15.
 std::string Day(long time);

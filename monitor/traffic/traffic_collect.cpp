@@ -40,7 +40,8 @@ void Reading::SortByName() {
 
 void ReadInterfaces(const std::string& mac, const Device& device, Reading& reading) {
   reading.Clear();
-  for (const auto& [name, state] : device.get_all_interfaces_state(reading.sampled_at)) {
+  const auto states = device.shared_interfaces_state(reading.sampled_at);
+  for (const auto& [name, state] : *states) {
     if (!IsMeasured(name, state.get())) continue;
     const records::TrafficStats& statistics = *state->traffic;
     pel_log_debug(log_module::kMonitor, "[TrafficMonitor::Collectdata] device id: %s, interface name: %s, ifIndex: %d",

@@ -29,10 +29,19 @@ records::BasicInfo SnapshotDevice::basic_info() const {
   return snapshot_->basic_info.value_or(records::BasicInfo{});
 }
 
-records::InterfaceStates SnapshotDevice::get_all_interfaces_state(time_t& sampled_at) const {
+time_t SnapshotDevice::SampleTime() const {
   // Without a time of its own a reading is as new as the question, by the clock of the process.
-  sampled_at = snapshot_->sample_time ? *snapshot_->sample_time : time(nullptr);
+  return snapshot_->sample_time ? *snapshot_->sample_time : time(nullptr);
+}
+
+records::InterfaceStates SnapshotDevice::get_all_interfaces_state(time_t& sampled_at) const {
+  sampled_at = SampleTime();
   return snapshot_->interfaces;
+}
+
+std::shared_ptr<const records::InterfaceStates> SnapshotDevice::shared_interfaces_state(time_t& sampled_at) const {
+  sampled_at = SampleTime();
+  return {snapshot_, &snapshot_->interfaces};
 }
 
 void SnapshotDevice::get_ssid_interfaces_state(std::map<std::string, records::SSIDIfState>& states) const {

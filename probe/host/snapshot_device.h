@@ -34,8 +34,12 @@ class SnapshotDevice final : public Device {
   vexora_probe::models::controller::HealthState health_state() const override;
   std::shared_ptr<const vexora_probe::models::controller::SSIDInterfaceStates> shared_ssid_interfaces_state()
       const override;
+  std::shared_ptr<const vexora_probe::models::controller::InterfaceStates> shared_interfaces_state(
+      time_t& sampled_at) const override;
 
  private:
+  /// When the interfaces were read.
+  time_t SampleTime() const;
   std::shared_ptr<const DeviceSnapshot> snapshot_;
 };
 
