@@ -1,5 +1,7 @@
 #include "monitor/engine/json_tree.h"
 
+#include <json-c/printbuf.h>
+
 #include <cstdlib>
 #include <cstring>
 #include <utility>
@@ -66,9 +68,29 @@ void Append(const JsonTree& array, JsonTree element) {
   if (json_object_array_add(array.get(), added) != 0) json_object_put(added);
 }
 
-JsonTree RawJson(const char* text) {
+namespace {
+
+/// A value without elements of its own, for a serialiser to stand in for.
+JsonTree NewLeaf() {
   constexpr int kNoElements = 1;  // the smallest room that json-c knows
-  JsonTree leaf(json_object_new_array_ext(kNoElements));
+  return JsonTree(json_object_new_array_ext(kNoElements));
+}
+
+using SharedText = std::shared_ptr<const std::string>;
+
+int AppendShared(json_object* leaf, printbuf* out, int /*level*/, int /*flags*/) {
+  const std::string& text = **static_cast<const SharedText*>(json_object_get_userdata(leaf));
+  return printbuf_memappend(out, text.data(), static_cast<int>(text.size()));
+}
+
+void ReleaseShared(json_object* /*leaf*/, void* text) {
+  delete static_cast<SharedText*>(text);
+}
+
+}  // namespace
+
+JsonTree RawJson(const char* text) {
+  JsonTree leaf = NewLeaf();
   char* kept = text == nullptr ? nullptr : strdup(text);
   if (leaf == nullptr || kept == nullptr) {
     std::free(kept);
@@ -76,6 +98,14 @@ JsonTree RawJson(const char* text) {
   }
   // The leaf now owns `kept`, and frees it with itself.
   json_object_set_serializer(leaf.get(), &json_object_userdata_to_json_string, kept, &json_object_free_userdata);
+  return leaf;
+}
+
+JsonTree SharedJson(std::shared_ptr<const std::string> text) {
+  if (text == nullptr) return nullptr;
+  auto kept = std::make_unique<SharedText>(std::move(text));
+  JsonTree leaf = NewLeaf();
+  if (leaf != nullptr) json_object_set_serializer(leaf.get(), &AppendShared, kept.release(), &ReleaseShared);
   return leaf;
 }
 

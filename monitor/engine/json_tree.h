@@ -43,6 +43,10 @@ void Append(const JsonTree& array, JsonTree element);
 /// array. Null for null, and when it cannot be allocated.
 JsonTree RawJson(const char* text);
 
+/// A value that serialises as `text`, which is JSON and is shared instead of copied, by any number of trees. For every
+/// other json-c function it is an empty array. Null for null, and when it cannot be allocated.
+JsonTree SharedJson(std::shared_ptr<const std::string> text);
+
 /// The tree as a single `RawJson` value, which takes a tenth of the memory. Null for null; the tree itself when the
 /// value cannot be allocated.
 JsonTree SerializedLeaf(JsonTree tree);

@@ -6,6 +6,7 @@
 
 #include "monitor/engine/boundary.h"
 #include "monitor/engine/constants.h"
+#include "monitor/engine/debug_lines.h"
 #include "monitor/engine/devices.h"
 #include "monitor/engine/filter.h"
 #include "monitor/engine/json_keys.h"
@@ -286,27 +287,39 @@ void TrafficMonitor::PushDataBySID(const subscribes::SubscriptionList& subscript
   monitoring::WithinBoundary("TrafficMonitor::PushDataBySID", [&] {
     monitoring::MergedList merged;
     SidMergedWithFilter(subscriptions, merged);
-    monitoring::SendToEach(merged, [this](const Filter& filter, const std::vector<std::string>& sids) {
-      return GenerateJsonMsg(GetMonitorName(), filter, sids);
-    });
+    for (const auto& [filter, connections] : merged) {
+      std::shared_ptr<const std::string> data;
+      for (const auto& [connection, sids] : connections) {
+        // One text for all connections of a filter, but debug lines for each message.
+        if (data == nullptr || monitoring::AreDebugLinesLogged()) data = TrafficData(*filter);
+        monitoring::Send(connection, Message(GetMonitorName(), *filter, data, sids));
+      }
+    }
   });
 }
 
 std::string TrafficMonitor::GenerateJsonMsg(const std::string& name, const Filter& filter,
                                             const std::vector<std::string>& sids) {
+  return Message(name, filter, TrafficData(filter), sids);
+}
+
+std::shared_ptr<const std::string> TrafficMonitor::TrafficData(const Filter& filter) const {
   const std::string view = IntervalOf(filter, monitoring::kTrafficDefaultView);
   const auto number = traffic::ViewNumber(view);
+  const lock_guard_read held(views_lock_);
+  if (!number || !has_view_[*number]) return nullptr;
+  pel_log_debug(log_module::kMonitor, "[TrafficMonitor::GenerateJsonMsg] current interval is : %s", view.c_str());
+  return std::make_shared<const std::string>(traffic::TrafficData(devices_, *number, filter.mac));
+}
+
+std::string TrafficMonitor::Message(const std::string& name, const Filter& filter,
+                                    const std::shared_ptr<const std::string>& data,
+                                    const std::vector<std::string>& sids) {
   const JsonTree message = monitoring::NewObject();
   JsonTree body = monitoring::NewObject();
-  {
-    const lock_guard_read held(views_lock_);
-    if (number && has_view_[*number]) {
-      pel_log_debug(log_module::kMonitor, "[TrafficMonitor::GenerateJsonMsg] current interval is : %s", view.c_str());
-      monitoring::Add(body, json_key::kTrafficData, traffic::TrafficData(devices_, *number, filter.mac));
-    }
-  }
+  monitoring::Add(body, json_key::kTrafficData, monitoring::SharedJson(data));  // left out when there is none
   monitoring::Add(body, json_key::kSid, monitoring::NewSidArray(sids));
-  monitoring::Add(message, view, std::move(body));
+  monitoring::Add(message, IntervalOf(filter, monitoring::kTrafficDefaultView), std::move(body));
   return kro_utilities::jsonobject::compose_communication_struct(name.c_str(), message.get());
 }
 

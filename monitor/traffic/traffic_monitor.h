@@ -5,6 +5,7 @@
 #include <ctime>
 #include <limits>
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -118,6 +119,12 @@ class TrafficMonitor final : public Monitor {
   void NoteSampleTime() VEXORA_REQUIRES(collection_lock_);
   /// Whether there may be samples from the future: only after the clock was set back.
   bool MayHaveFutureSamples() const VEXORA_REQUIRES(collection_lock_) { return current_time() < latest_sample_time_; }
+
+  /// The text of the devices that a filter asks for; null for a view that there is not.
+  std::shared_ptr<const std::string> TrafficData(const Filter& filter) const VEXORA_EXCLUDES(views_lock_);
+  /// The message for one connection around that text.
+  static std::string Message(const std::string& name, const Filter& filter,
+                             const std::shared_ptr<const std::string>& data, const std::vector<std::string>& sids);
 
   // The engine's thread only, which fills it anew for each device.
   monitoring::traffic::Reading reading_;

@@ -1,100 +1,146 @@
 #include "monitor/traffic/traffic_show.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
-#include <cstddef>
 #include <cstdint>
-#include <limits>
+#include <cstring>
+#include <new>
+#include <string_view>
 #include <utility>
 
 #include "monitor/engine/credential_members.h"
+#include "monitor/engine/debug_lines.h"
 #include "monitor/engine/json_keys.h"
+#include "monitor/engine/json_tree.h"
+#include "monitor/engine/json_writer.h"
 #include "monitor/engine/time_keys.h"
 #include "platform/logging.h"
 
 namespace monitoring::traffic {
 namespace {
 
-/// Whether there is nothing to show: no sample that is not zero.
-bool IsSilent(const History& history) {
+/// Whether an interface has something to show: a name, and a sample that is not zero.
+bool IsShown(const InterfaceRecord& interface, std::size_t view) {
+  if (interface.name.empty()) return false;
+  const History& history = interface.histories[view];
   for (std::size_t index = 0; index < history.size(); ++index) {
-    if (history[index].input != 0 || history[index].output != 0) return false;
+    if (history[index].input != 0 || history[index].output != 0) return true;
   }
-  return true;
+  return false;
 }
 
-void AppendMember(std::string& text, const char* before, const char* key, std::int64_t value) {
-  std::array<char, std::numeric_limits<std::int64_t>::digits10 + 2> digits{};  // one more digit, and the sign
-  const auto [end, error] = std::to_chars(digits.data(), digits.data() + digits.size(), value);
-  text.append(before).append("\"").append(key).append("\": ").append(digits.data(), end);
+/// Room for one sample as text: members, punctuation and three numbers of 64 bits.
+constexpr std::size_t kMaxSampleText = 128;
+
+/// Where the text goes on behind a member of a sample, with the room that it needs.
+char* Put(char* place, std::string_view before, std::int64_t value) {
+  std::memcpy(place, before.data(), before.size());
+  constexpr std::size_t kMaxDigits = 20;
+  return std::to_chars(place + before.size(), place + before.size() + kMaxDigits, value).ptr;
 }
 
-/// The array of samples as JSON text, in the form that json-c gives a tree.
+/// Appends the array of samples in the form that json-c gives a tree.
 ///
-/// A message may hold millions of samples, and a sample is a dozen times larger as a tree than as text, and takes
-/// several times as long to make and to write.
-std::string SamplesText(const History& history) {
-  constexpr std::size_t kUsualSample = 64;
-  std::string text;
-  text.reserve(history.size() * kUsualSample);
-  const char* separator = "[ { ";
+/// A message may hold millions of samples, so each is put together in a buffer and appended at once.
+void AppendSamples(std::string& text, const History& history) {
+  std::array<char, kMaxSampleText> sample_text;
+  text += '[';
   for (std::size_t index = 0; index < history.size(); ++index) {
     const Traffic& sample = history[index];
-    AppendMember(text, separator, json_key::kTime, time_keys::Minute(sample.time));
-    AppendMember(text, ", ", json_key::kInput, static_cast<std::int64_t>(sample.input));
-    AppendMember(text, ", ", json_key::kOutput, static_cast<std::int64_t>(sample.output));
-    separator = " }, { ";
+    char* end =
+        Put(sample_text.data(), index == 0 ? R"( { "time": )" : R"(, { "time": )", time_keys::Minute(sample.time));
+    end = Put(end, R"(, "input": )", static_cast<std::int64_t>(sample.input));
+    end = Put(end, R"(, "output": )", static_cast<std::int64_t>(sample.output));
+    text.append(sample_text.data(), end).append(" }");
   }
-  return text.empty() ? "[ ]" : text + " } ]";
+  text += " ]";
 }
 
-JsonTree InterfaceObject(const History& history, int if_index) {
-  JsonTree object = NewObject();
-  Add(object, json_key::kIfIndex, NewInteger(if_index));
-  Add(object, json_key::kTraffic, RawJson(SamplesText(history).c_str()));
-  return object;
+void AppendInterface(std::string& text, const History& history, std::int32_t if_index) {
+  text += R"({ "ifIndex": )";
+  AppendInteger(text, if_index);
+  text += R"(, "traffic": )";
+  AppendSamples(text, history);
+  text += " }";
 }
 
-void LogSamples(const std::string& mac, const std::string& interface, const History& history) {
-  for (std::size_t index = 0; index < history.size(); ++index) {
-    const Traffic& sample = history[index];
-    pel_log_debug(log_module::kMonitor,
-                  "[TrafficMonitor::GenerateJsonMsg] Device: %s, interface: %s, inBps: %llu, outBps: %llu", mac.c_str(),
-                  interface.c_str(), static_cast<unsigned long long>(sample.input),
-                  static_cast<unsigned long long>(sample.output));
-  }
-}
-
-JsonTree DeviceObject(const std::string& mac, const DeviceRecord& device, std::size_t view) {
-  JsonTree object = NewObject();
+void LogSamples(const std::string& mac, const DeviceRecord& device, std::size_t view) {
   for (const InterfaceRecord& interface : device.interfaces) {
     if (interface.name.empty()) continue;
     const History& history = interface.histories[view];
-    LogSamples(mac, interface.name, history);
-    if (IsSilent(history)) continue;
-    Add(object, interface.name, InterfaceObject(history, interface.if_index));
+    for (std::size_t index = 0; index < history.size(); ++index) {
+      pel_log_debug(log_module::kMonitor,
+                    "[TrafficMonitor::GenerateJsonMsg] Device: %s, interface: %s, inBps: %llu, outBps: %llu",
+                    mac.c_str(), interface.name.c_str(), static_cast<unsigned long long>(history[index].input),
+                    static_cast<unsigned long long>(history[index].output));
+    }
   }
-  return object;
 }
 
-void AddDevice(const JsonTree& data, const std::string& mac, const DeviceRecord& device, std::size_t view,
-               bool has_credentials) {
-  if (!device.is_in_view[view]) return;
-  JsonTree object = DeviceObject(mac, device, view);
-  if (has_credentials) AddCredentialMembers(object, mac, "TrafficMonitor");
+/// Room for the samples of all devices as text, as a guess: a longer text makes its own.
+std::size_t UsualLength(const Devices& devices, std::size_t view) {
+  constexpr std::size_t kUsualSample = 56;
+  std::size_t samples = 0;
+  for (const auto& [mac, device] : devices) {
+    for (const InterfaceRecord& interface : device.interfaces) samples += interface.histories[view].size() + 1;
+  }
+  return samples * kUsualSample;
+}
+
+void AppendDevice(std::string& text, const DeviceRecord& device, std::size_t view) {
+  ObjectWriter interfaces(text);
+  for (const InterfaceRecord& interface : device.interfaces) {
+    if (!IsShown(interface, view)) continue;
+    interfaces.Begin(interface.name);
+    AppendInterface(text, interface.histories[view], interface.if_index);
+  }
+  interfaces.Close();
+}
+
+std::string AllDevices(const Devices& devices, std::size_t view) {
+  const bool is_logged = AreDebugLinesLogged();
+  std::string text;
+  text.reserve(UsualLength(devices, view));
+  ObjectWriter data(text);
+  for (const auto& [mac, device] : devices) {
+    if (!device.is_in_view[view]) continue;
+    if (is_logged) LogSamples(mac, device, view);
+    const bool has_members = std::any_of(device.interfaces.begin(), device.interfaces.end(),
+                                         [view](const InterfaceRecord& each) { return IsShown(each, view); });
+    if (!has_members) continue;
+    data.Begin(mac);
+    AppendDevice(text, device, view);
+  }
+  data.Close();
+  return text;
+}
+
+/// A tree, for a member of the credential result takes the place of an interface of the same name.
+std::string OneDevice(const std::string& mac, const DeviceRecord& device, std::size_t view) {
+  if (AreDebugLinesLogged()) LogSamples(mac, device, view);
+  JsonTree object = NewObject();
+  for (const InterfaceRecord& interface : device.interfaces) {
+    if (!IsShown(interface, view)) continue;
+    std::string text;
+    AppendInterface(text, interface.histories[view], interface.if_index);
+    Add(object, interface.name, RawJson(text.c_str()));
+  }
+  AddCredentialMembers(object, mac, "TrafficMonitor");
+  const JsonTree data = NewObject();
   if (HasMembers(object)) Add(data, mac, std::move(object));
+  const char* text = json_object_to_json_string(data.get());
+  if (text == nullptr) throw std::bad_alloc();
+  return text;
 }
 
 }  // namespace
 
-JsonTree TrafficData(const Devices& devices, std::size_t view, const std::string& mac) {
-  JsonTree data = NewObject();
-  if (mac.empty()) {
-    for (const auto& [id, device] : devices) AddDevice(data, id, device, view, false);
-  } else if (const auto found = devices.find(mac); found != devices.end()) {
-    AddDevice(data, mac, found->second, view, true);
-  }
-  return data;
+std::string TrafficData(const Devices& devices, std::size_t view, const std::string& mac) {
+  if (mac.empty()) return AllDevices(devices, view);
+  const auto found = devices.find(mac);
+  if (found == devices.end() || !found->second.is_in_view[view]) return "{ }";
+  return OneDevice(mac, found->second, view);
 }
 
 }  // namespace monitoring::traffic

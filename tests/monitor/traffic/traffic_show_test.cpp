@@ -206,7 +206,7 @@ class TrafficShowUnit : public ::testing::Test {
 
   /// The text of all devices.
   std::string TrafficData(std::size_t view = kView) const {
-    return json_object_to_json_string(monitoring::traffic::TrafficData(devices, view, "").get());
+    return monitoring::traffic::TrafficData(devices, view, "");
   }
 
   monitoring::traffic::Devices devices;
@@ -242,6 +242,19 @@ TEST_F(TrafficShowUnit, WritesSpeedsThatNoSignedNumberHoldsAsSignedOnes) {
   constexpr std::uint64_t kMax = std::numeric_limits<std::uint64_t>::max();
   Add("A", "ge1", {{.time = 60, .input = kMax, .output = kMax - 1}});
   EXPECT_THAT(TrafficData(), ::testing::HasSubstr(R"("input": -1, "output": -2)"));
+}
+
+TEST_F(TrafficShowUnit, ShowsTheLastOfNamesThatAreEqualAsFarAsANul) {
+  using std::string_literals::operator""s;
+  Add("A", "c\0one"s, {{.time = 60, .input = 1}});
+  Add("A", "c\0two"s, {{.time = 60, .input = 2}});
+  Add("A", "c\0void"s, {{.time = 60}});
+  Add("N\0one"s, "d", {{.time = 60, .input = 3}});
+  Add("N\0two"s, "e", {{.time = 60, .input = 4}});
+  const auto object = [](const char* input) {
+    return std::string(R"({ "ifIndex": 0, "traffic": [ { "time": 1, "input": )") + input + R"(, "output": 0 } ] })";
+  };
+  EXPECT_EQ(TrafficData(), R"({ "A": { "c": )" + object("2") + R"( }, "N": { "e": )" + object("4") + " } }");
 }
 
 TEST_F(TrafficShowUnit, WritesAFullHistoryFromItsOldestSample) {
