@@ -3,10 +3,13 @@
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
+#include <charconv>
+#include <cstddef>
 #include <cstdint>
 #include <ctime>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -18,7 +21,9 @@
 #include "monitor/traffic/traffic_monitor.h"
 #include "platform/device_records.h"
 #include "probe/clock/virtual_clock.h"
+#include "probe/host/connection_id.h"
 #include "probe/host/device_centre.h"
+#include "probe/host/sending.h"
 #include "tests/plain/traffic_monitor.h"
 
 namespace {
@@ -205,6 +210,45 @@ void BM_TrafficMessage(benchmark::State& state) {
                    [&] { return network.monitor.GenerateJsonMsg(monitoring::kTrafficMonitor, filter, {"a"}); });
 }
 BENCHMARK(BM_TrafficMessage)->RangeMultiplier(10)->Range(1'000, 100'000)->Unit(benchmark::kMillisecond)->Complexity();
+
+/// The limit for such a message: as many samples, with the same punctuation, written into a buffer that is there.
+void BM_TrafficMessageLimit(benchmark::State& state) {
+  constexpr std::size_t kRoom = 128;
+  const auto samples = static_cast<std::size_t>(state.range(0)) * monitoring::kMaxSamples;
+  std::vector<char> buffer(samples * kRoom);
+  bench::TimeRounds(state, "interface", [&] {
+    char* end = buffer.data();
+    const auto put = [&end](std::string_view text, std::int64_t number) {
+      end = std::to_chars(std::copy(text.begin(), text.end(), end), end + kRoom, number).ptr;
+    };
+    for (std::size_t sample = 0; sample < samples; ++sample) {
+      put("{ \"time\": ", kStart / kMinuteSeconds);
+      put(", \"input\": ", static_cast<std::int64_t>(1'000 + sample % 7));
+      put(", \"output\": ", static_cast<std::int64_t>(2'000 + sample % 7));
+      end = std::copy_n(" }, ", 4, end);
+    }
+    benchmark::DoNotOptimize(end);
+  });
+}
+BENCHMARK(BM_TrafficMessageLimit)->RangeMultiplier(10)->Range(1'000, 10'000)->Unit(benchmark::kMillisecond);
+
+/// Messages of 1.6 MB, those of 1,000 interfaces, for so many connections with one filter, until the host has each text
+/// that it is to send.
+void BM_TrafficPush(benchmark::State& state) {
+  WatchedNetwork network(1'000);
+  network.FillAllViews();
+  probe::InstallSendFunction(
+      [](lws* /*connection*/, const std::string& text) { benchmark::DoNotOptimize(text.data()); });
+  const auto filter = std::make_shared<Filter>();
+  filter->interval = monitoring::kView1m;
+  subscribes::SubscriptionList list;
+  for (std::int64_t connection = 1; connection <= state.range(0); ++connection) {
+    list["a"][probe::ToHandle(probe::ConnectionId{static_cast<std::uintptr_t>(connection)})] = filter;
+  }
+  bench::TimeRounds(state, "connection", [&] { network.monitor.PushDataBySID(list); });
+  probe::InstallSendFunction(nullptr);
+}
+BENCHMARK(BM_TrafficPush)->Arg(1)->Arg(2)->Arg(10)->Arg(100)->Unit(benchmark::kMillisecond);
 
 /// Building the message for one device of 50 interfaces, whatever the size of the network.
 void BM_TrafficMessageOfOneDevice(benchmark::State& state) {
