@@ -166,7 +166,7 @@ bool FoldSums(const ReportTime& time, FamilySums& family, Report& report) {
     CloseMinute(sum);
     WriteDay(time, sum);
   }
-  const bool is_built = family.is_week_due || family.ids.empty();
+  const bool is_built = family.is_week_due;
   if (is_built) {
     if (!family.ids.empty()) FinishDays(time.day, daily);
     DropOldestDay(daily);

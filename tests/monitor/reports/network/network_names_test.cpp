@@ -68,6 +68,16 @@ TEST_F(NetworkNames, StayWhenTheHostForgetsThemButForTheCurrentWeek) {
   EXPECT_EQ(Shown(), std::vector<std::string>(4, "hall,,"));
 }
 
+TEST_F(NetworkNames, MayBecomeEmptyAfterTheHostDidNotKnowThem) {
+  network.AccessPoint("ap").Named("hall");
+  Renew(true);
+  network.AccessPoint("ap").WithoutBasicInfo();
+  Renew(false);
+  probe::DeviceCentre::Instance().Replace("ap", probe::DeviceSnapshot());
+  Renew(false);
+  EXPECT_EQ(Shown(), std::vector<std::string>(4, ",,"));
+}
+
 TEST_F(NetworkNames, AreWrittenIntoNewRecordsAlthoughTheyHaveNotChanged) {
   network.AccessPoint("ap").Named("hall");
   Renew(true);

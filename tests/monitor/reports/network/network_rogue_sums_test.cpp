@@ -131,6 +131,8 @@ TEST_F(NetworkRogueSums, ThatComeBackInThePassAreShownWithTheirNewHearers) {
   Scan("ap1", -40, true);
   Scan("ap2", -40);
   EXPECT_THAT(ThisWeek().at(kKey).seen_by, ElementsAre(Pair("ap2", "name of ap2")));
+  Scan("ap3", -40);
+  EXPECT_THAT(ThisWeek().at(kKey).seen_by, ElementsAre(Pair("ap2", "name of ap2"), Pair("ap3", "name of ap3")));
 }
 
 }  // namespace

@@ -158,6 +158,14 @@ TEST_F(NetworkRunning, DropsWhatAnUnfinishedPassHasStaged) {
   EXPECT_EQ(store.devices.at("ap").today.at(0).samples.size(), 0U);
 }
 
+TEST_F(NetworkRunning, DropsItAlsoWhenTheNextPassHasNothingOfItsOwn) {
+  Stage("ap", 6, 0, 1'000);
+  minute += 5;
+  Fold();
+  EXPECT_EQ(Day("ap").client.item.total, 0U);
+  EXPECT_EQ(store.devices.at("ap").today.at(0).samples.size(), 0U);
+}
+
 TEST_F(NetworkRunning, DropsTheOldestOfEightDays) {
   access_points["daily"] = EightDays(ClientDay(288, 1));
   access_points["daily"].erase("2026-11-18");
