@@ -211,7 +211,7 @@ BENCHMARK(BM_NetworkReportPass)
     ->Iterations(kMeasuredPasses)
     ->Unit(benchmark::kMillisecond);
 
-/// The same of the plain version, which takes 400 times as long in the evening.
+/// The same of the plain version, which takes a thousand times as long in the evening.
 void BM_NetworkReportPlainPass(benchmark::State& state) {
   MeasurePasses<Plain>(state, {.access_points = state.range(0)}, static_cast<int>(state.range(1)));
 }
