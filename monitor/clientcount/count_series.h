@@ -15,8 +15,10 @@ namespace monitoring::clientcount {
 class CountSeries {
  public:
   using Sample = std::pair<int, int>;  ///< Minute and count.
-  using value_type = Sample;           // the name that the standard library and tests know
+  // NOLINTBEGIN(readability-identifier-naming): what the standard library looks for
+  using value_type = Sample;
   using const_iterator = std::vector<Sample>::const_iterator;
+  // NOLINTEND(readability-identifier-naming)
 
   CountSeries() = default;
   /// Of two samples of one minute the later one stays.

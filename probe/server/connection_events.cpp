@@ -96,7 +96,7 @@ void ConnectionEvents::OnMessage(Connection& connection, const std::string& text
 
 void ConnectionEvents::OnWakeup() {
   for (const ConnectionId id : router_->TakePending()) {
-    if (const auto found = connections_.find(id); found != connections_.end()) found->second->Flush();
+    if (const auto found = connections_.find(id); found != connections_.end()) found->second->OnOutbox();
   }
 }
 

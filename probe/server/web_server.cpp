@@ -64,6 +64,8 @@ class WebServer::EventLoop {
       io_.run();  // until it has nothing left to wait for: `FinishStop`
     } catch (const std::exception& failure) {
       log::Error("[WebServer] the event loop failed, and nobody is served any more: %s", failure.what());
+      listener_.Close();
+      events_->AbortAll();  // which drops the subscriptions, too: the engine composes for nobody
       if (on_failure_) on_failure_(failure.what());
     }
     router_->RemoveAll();

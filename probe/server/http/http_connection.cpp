@@ -79,7 +79,9 @@ void HttpConnection::OnOctets(Transport::Error error, std::size_t count) {
   }
   const bool had_begun = reader_.has_begun();
   const auto state = reader_.Add({received_.data(), count});
-  if (state != HeadReader::State::kIncomplete || (!had_begun && !is_first_)) return ReadHead();
+  // Empty lines begin no request, and give no more time.
+  const bool begins = !had_begun && reader_.has_begun();
+  if (state != HeadReader::State::kIncomplete || (begins && !is_first_)) return ReadHead();
   ReadMore();
 }
 

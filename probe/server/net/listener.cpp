@@ -98,7 +98,12 @@ void Listener::OnAccept(Entry& entry, error_code error, Transport::Socket socket
   if (!error) {
     error_code ignored;
     socket.set_option(asio::ip::tcp::no_delay(true), ignored);
-    on_accept_(std::move(socket));
+    ::fcntl(socket.native_handle(), F_SETFD, FD_CLOEXEC);  // which the library does not set
+    try {
+      on_accept_(std::move(socket));
+    } catch (const std::exception& failure) {
+      log::Error("[WebServer] an accepted connection could not be served: %s", failure.what());
+    }
   }
   // a connection that ended before it was accepted is no failure of the listener
   if (!error || error == asio::error::connection_aborted) return Accept(entry);

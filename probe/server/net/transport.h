@@ -63,6 +63,10 @@ class Transport {
   /// Ends the connection at once. What is under way completes with an error.
   virtual void Close() = 0;
 
+  /// Keeps what reads and writes work on: each that is started from now on holds it until it has completed. Null: lets
+  /// it go, then at the latest.
+  void Keep(std::shared_ptr<void> kept) { kept_ = std::move(kept); }
+
   /// Has these octets, which were read too many, read again by `async_read_some`.
   void Unread(std::string octets) { unread_ = std::move(octets); }
 
@@ -94,14 +98,15 @@ class Transport {
  private:
   /// The library's handlers can only be moved, a function can be copied: copies share the one handler.
   template <typename Handler>
-  static Transferred Shared(Handler&& handler) {
+  Transferred Shared(Handler&& handler) {
     auto shared = std::make_shared<std::decay_t<Handler>>(std::forward<Handler>(handler));
-    return [shared](Error error, std::size_t octets) { std::move (*shared)(error, octets); };
+    return [shared, kept = kept_](Error error, std::size_t octets) { std::move (*shared)(error, octets); };
   }
 
   void ReadAgainOrSome(boost::asio::mutable_buffer into, Transferred then);
 
   std::string unread_;
+  std::shared_ptr<void> kept_;
 };
 
 /// The transport of an accepted socket. `tls`: null for none; it must outlive the transport.

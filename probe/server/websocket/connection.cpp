@@ -69,7 +69,7 @@ Connection::Connection(ConnectionId id, std::unique_ptr<Transport> transport, Ac
       accepted_(std::move(accepted)),
       outbox_(std::make_shared<Outbox>(limits.queue_messages, limits.queue_bytes)),
       transport_(std::move(transport)),
-      stream_(std::make_unique<Stream>(*transport_)),
+      stream_(std::make_shared<Stream>(*transport_)),
       incoming_(limits.message_bytes),
       timer_(transport_->get_executor()),
       lived_at_(Clock::now()) {}
@@ -94,10 +94,13 @@ void Connection::Start(const RequestHead& handshake) {
     if (!handshake.websocket_protocol.empty()) response.set(beast::http::field::sec_websocket_protocol, kSubprotocol);
   }));
   stream_->control_callback([this](websocket::frame_type kind, beast::string_view) {
-    if (kind == websocket::frame_type::pong) OnPong();
-    // Codes above are in nobody's range (RFC 6455, section 7.4.2), and the library would answer with the same one.
-    if (kind == websocket::frame_type::close && stream_->reason().code > kMaxCloseCode) StartClose(kProtocolError);
+    Guarded([&] {
+      if (kind == websocket::frame_type::pong) OnPong();
+      // Codes above are in nobody's range (RFC 6455, section 7.4.2), and the library would answer with the same one.
+      if (kind == websocket::frame_type::close && stream_->reason().code > kMaxCloseCode) StartClose(kProtocolError);
+    });
   });
+  transport_->Keep(stream_);
   StartTimer();
   stream_->handshake = RequestOf(handshake);
   stream_->async_accept(stream_->handshake, [self = shared_from_this()](beast::error_code error) {
@@ -118,8 +121,8 @@ void Connection::OnOpen() {
 // --- what the client says -------------------------------------------------------------------------------------------
 
 void Connection::Read() {
-  // Once this side closes the library reads on by itself until the client confirms. A second reader that meets a broken
-  // frame then waits for the close, which waits for that reader.
+  // Once this side closes the library reads on by itself until the client confirms. A reader that meets a broken frame
+  // then waits for the close, which waits for that reader: no second one is started, and `Abort` ends both.
   if (close_code_ != 0) return;
   stream_->async_read_some(boost::asio::buffer(stream_->received),
                            [self = shared_from_this()](beast::error_code error, std::size_t count) {
@@ -170,6 +173,10 @@ void Connection::Reply(std::string text) {
   Flush();
 }
 
+void Connection::OnOutbox() {
+  Guarded([&] { Flush(); });
+}
+
 void Connection::Flush() {
   if (!is_open_ || is_closing_ || is_writing_) return;
   if (sending_ == nullptr) {
@@ -198,8 +205,11 @@ void Connection::OnWritten(bool is_failed, std::size_t count) {
 }
 
 void Connection::SendPing() {
-  is_pinged_ = true;
-  stream_->async_ping({}, [self = shared_from_this()](beast::error_code) {});
+  is_pinged_ = is_pinging_ = true;
+  stream_->async_ping({}, [self = shared_from_this()](beast::error_code) {
+    self->is_pinging_ = false;
+    self->Guarded([&] { self->StartTimer(); });
+  });
 }
 
 void Connection::OnPong() {
@@ -244,13 +254,17 @@ void Connection::WatchProgress(Clock::time_point now) {
 
 void Connection::WatchLife(Clock::time_point now) {
   if (now - lived_at_ >= limits_.hang_up_after) return Abort();
-  if (is_open_ && !is_pinged_ && now - lived_at_ >= limits_.ping_after) SendPing();
+  if (IsPingNext() && now - lived_at_ >= limits_.ping_after) SendPing();
+}
+
+bool Connection::IsPingNext() const {
+  // A pong may come unasked while a ping waits behind a fragment that the client does not take.
+  return is_open_ && !is_pinged_ && !is_pinging_;
 }
 
 void Connection::StartTimer() {
   if (is_finishing_ || has_ended_) return;
-  const bool is_ping_next = is_open_ && !is_pinged_;
-  auto due = lived_at_ + (is_ping_next ? limits_.ping_after : limits_.hang_up_after);
+  auto due = lived_at_ + (IsPingNext() ? limits_.ping_after : limits_.hang_up_after);
   if (is_watched_) due = std::min(due, Clock::now() + watch_interval());
   timer_.StartAt(close_code_ != 0 ? close_due_ : due,
                  [self = shared_from_this()] { self->Guarded([&] { self->OnTimer(); }); });
@@ -297,9 +311,17 @@ void Connection::Finish() {
 void Connection::Abort() {
   if (std::exchange(has_ended_, true)) return;
   const auto self = shared_from_this();  // the server may hold the last reference
-  BeginClosing();
   timer_.Stop();
   transport_->Close();
+  // Of what the library has under way some may wait for one another, and for nothing else. It goes with the stream,
+  // once the transport has let go of it.
+  transport_->Keep(nullptr);
+  stream_ = nullptr;
+  try {
+    BeginClosing();
+  } catch (const std::exception& failure) {
+    log::Error("[WebServer] a connection that has ended could not be forgotten: %s", failure.what());
+  }
   events_.OnEnd(*this);
 }
 

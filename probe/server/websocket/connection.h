@@ -50,8 +50,8 @@ class Connection : public std::enable_shared_from_this<Connection> {
   /// Answers the handshake, which the access rules have let pass, and begins to read.
   void Start(const RequestHead& handshake);
 
-  /// Writes what the outbox has got.
-  void Flush();
+  /// Writes what the outbox has got; a failure ends this connection.
+  void OnOutbox();
 
   /// Puts an answer into the outbox, and writes.
   void Reply(std::string text);
@@ -79,6 +79,7 @@ class Connection : public std::enable_shared_from_this<Connection> {
   void OnRead(bool is_failed, std::size_t count);
   void HandleMessage(MessageAssembler::State state);
   void OnPong();
+  void Flush();
   void OnWritten(bool is_failed, std::size_t count);
   void BeginClosing();
   void SendClose();
@@ -86,6 +87,7 @@ class Connection : public std::enable_shared_from_this<Connection> {
   void Finish();
 
   bool HasUnsent() const;
+  bool IsPingNext() const;
   void StartWatch();
   void WatchProgress(Clock::time_point now);
   void WatchLife(Clock::time_point now);
@@ -99,7 +101,7 @@ class Connection : public std::enable_shared_from_this<Connection> {
   AcceptedConnection accepted_;
   const std::shared_ptr<Outbox> outbox_;
   const std::unique_ptr<Transport> transport_;
-  const std::unique_ptr<Stream> stream_;
+  std::shared_ptr<Stream> stream_;  // null when the connection has ended
   MessageAssembler incoming_;
   Timer timer_;
 
@@ -118,6 +120,7 @@ class Connection : public std::enable_shared_from_this<Connection> {
 
   Clock::time_point lived_at_;  // when the client last gave a sign of life
   bool is_pinged_ = false;      // it has been asked for one since
+  bool is_pinging_ = false;     // the ping is being written; the library takes one at a time
 
   std::uint16_t close_code_ = 0;  // that this side has begun to close with; 0: it has not
   Clock::time_point close_due_;   // when the connection is aborted if it has not closed

@@ -107,9 +107,10 @@ void MessageRouter::LogFirstDrop(ConnectionId connection, const std::string& pee
 void MessageRouter::WakeFor(ConnectionId connection) {
   const lock_guard held(lock_);
   if (!wake_) return;
-  const bool is_awake = !pending_.empty();  // it was woken, and has not called yet
+  // Who is pending already was woken for, and has not called yet. Waking comes first: were it to fail with somebody
+  // pending, nobody would be woken again.
+  if (pending_.empty()) wake_();
   pending_.insert(connection);
-  if (!is_awake) wake_();
 }
 
 std::set<ConnectionId> MessageRouter::TakePending() {

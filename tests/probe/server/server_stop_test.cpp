@@ -84,6 +84,36 @@ TEST_F(WebServerStopTest, IsNotHeldUpByAClientThatDoesNotSayGoodBye) {
   EXPECT_EQ(rude.close_code(), 1001);
 }
 
+TEST_F(WebServerStopTest, IsNotHeldUpByATextThatBreaksWhileItsClientIsBeingClosed) {
+  Serve();
+  test::RawClient rude(server->port());
+  rude.Upgrade();
+  rude.Send(std::string("\x81\xFE\x00\xC8\0\0\0\0a", 9));  // a text of 200 octets, of which one comes
+  std::this_thread::sleep_for(200ms);                      // until the server waits for the others
+  auto taken = std::async(std::launch::async, [&] { return TimeToStop(); });
+  EXPECT_EQ(rude.ReadMessage(), std::nullopt);
+  EXPECT_EQ(rude.close_code(), 1001);
+  rude.Send("\xFF");  // no UTF-8
+  EXPECT_LT(taken.get(), 900ms);
+}
+
+TEST_F(WebServerStopTest, IsNotHeldUpByAClientThatAnswersPingsBeforeTheyAreSent) {
+  settings.limits.ping_after = 1s;
+  settings.limits.hang_up_after = 60s;
+  settings.limits.stuck_after = 60s;
+  Serve();
+  test::RawClient stuck(server->port(), "127.0.0.1", 4096);
+  stuck.Upgrade();
+  stuck.SendFrame(1, test::SubscribeText({"a"}));
+  Push(AwaitHandle(), Envelope("a", 1, 24 * 1024 * 1024));
+  ASSERT_TRUE(stuck.WaitForOctets(200));
+  for (int ping = 0; ping < 2; ++ping) {
+    std::this_thread::sleep_for(1200ms);  // a ping waits behind the fragment that the client does not take
+    stuck.SendFrame(10, "");
+  }
+  EXPECT_LT(TimeToStop(), 900ms);
+}
+
 TEST_F(WebServerStopTest, StopsWhileOtherThreadsKeepSending) {
   for (int round = 0; round < 10; ++round) {
     Serve();
@@ -145,16 +175,23 @@ TEST_F(WebServerStopTest, TellsItsOwnerThatTheEventLoopHasFailed) {
   std::promise<std::string> told;
   probe::WebServer failing(settings, service, {}, [&](const std::string& why) { told.set_value(why); });
   failing.Start();
-  // this line is written where a connection is accepted, outside of any connection that could end in place of the loop
+  // the first line is written where a connection is accepted, the other one where that has failed: outside of any
+  // connection that could end in place of the loop
   probe::log::SetWriter([](probe::log::Level, int, const std::string& text) {
-    if (text.find("too many rejections are pending") != std::string::npos) throw std::runtime_error("the disk is full");
+    for (const char* line : {"too many rejections are pending", "an accepted connection could not be served"})
+      if (text.find(line) != std::string::npos) throw std::runtime_error("the disk is full");
   });
+  test::RawClient watcher(failing.port());
+  watcher.Upgrade();
+  watcher.SendFrame(1, test::SubscribeText({"a"}));
+  AwaitHandle();
   std::vector<std::unique_ptr<test::RawClient>> clients;
-  for (std::size_t i = 0; i < 1 + probe::ConnectionLimiter::kMaxRejected + 1; ++i)
+  for (std::size_t i = 0; i < probe::ConnectionLimiter::kMaxRejected + 1; ++i)
     clients.push_back(std::make_unique<test::RawClient>(failing.port()));
   auto why = told.get_future();
   ASSERT_EQ(why.wait_for(20s), std::future_status::ready);
   EXPECT_EQ(why.get(), "the disk is full");
+  EXPECT_THAT(Handles("a"), IsEmpty());
   failing.Stop();
   for (const auto& client : clients) EXPECT_EQ(client->ReadAll(), "");
 }
