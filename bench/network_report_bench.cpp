@@ -47,8 +47,8 @@ std::string Mac(int device) {
 struct Scene {
   std::int64_t access_points = 0;
   bool has_ssids = true;
-  int rogues = 0;      ///< Rogue access points; each access point hears 20 of them, or none when there are none.
-  int new_rogues = 0;  ///< That the first access point hears in each scan and never again.
+  int rogues = 0;            ///< Rogue access points; each access point hears 20 of them, or none when there are none.
+  int new_rogues = 0;        ///< That the first access point hears in each scan and never again.
   int basic_info_every = 1;  ///< So many access points have basic information of one of them; 1: of all.
 };
 

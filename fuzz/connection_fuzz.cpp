@@ -176,7 +176,7 @@ void RequireFrames(std::string_view frames) {
 /// Octets into a connection: as requests, and after a good handshake as frames. The connection always ends, the answer
 /// is HTTP and the same however the octets are cut into pieces, and what comes after an upgrade is frames.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  static Server* const server = new Server;
+  static auto* const server = new Server;
   const std::string_view octets(reinterpret_cast<const char*>(data), size);
   const Outcome whole = server->Serve(octets, size + 1);
   Require(whole.sent.empty() || whole.sent.starts_with("HTTP/1."));

@@ -99,7 +99,7 @@ void ClientCountMonitor::AddClient(const std::string& mac, const std::string& ss
   auto& ssids = mac_ssid_map[mac];
   auto pair = ssids.find(ssid);
   if (pair == ssids.end()) {
-    std::size_t& carriers = ssid_carriers[ssid];  // first, so that a shortage of memory leaves no pair uncounted
+    std::size_t& carriers = ssid_carriers_[ssid];  // first, so that a shortage of memory leaves no pair uncounted
     pair = ssids.try_emplace(ssid).first;
     ++carriers;
   }
@@ -327,9 +327,9 @@ void ClientCountMonitor::CleanupSsids(const std::string& mac) {
   if (device == mac_ssid_map.end()) return;
   const auto minutes = ssid_client_counts.find(monitoring::kView1m);
   for (const auto& [ssid, unused] : device->second) {
-    const auto carriers = ssid_carriers.find(ssid);
+    const auto carriers = ssid_carriers_.find(ssid);
     if (--carriers->second != 0) continue;
-    ssid_carriers.erase(carriers);
+    ssid_carriers_.erase(carriers);
     if (minutes != ssid_client_counts.end()) minutes->second.erase(ssid);
   }
   mac_ssid_map.erase(device);
@@ -340,7 +340,7 @@ void ClientCountMonitor::LogCarriers(const std::string& mac) const {
   for (const auto& [device, ssids] : mac_ssid_map) {
     for (const auto& [ssid, unused] : ssids) {
       const bool is_carrier = own != mac_ssid_map.end() && own->second.contains(ssid);
-      const std::size_t others = ssid_carriers.at(ssid) - (is_carrier ? 1 : 0);
+      const std::size_t others = ssid_carriers_.at(ssid) - (is_carrier ? 1 : 0);
       pel_log_debug(log_module::kMonitor, "[ClientCountMonitor::Cleanup] ssid_mac_map size: %d",
                     static_cast<int>(others));
       if (others != 0) continue;

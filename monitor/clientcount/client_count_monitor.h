@@ -116,7 +116,7 @@ class ClientCountMonitor final : public Monitor {
   Views device_client_counts VEXORA_GUARDED_BY(counts_lock);  // view -> device MAC -> series
   // Counts by SSID are summed up from it when they are needed.
   Pairs mac_ssid_map VEXORA_GUARDED_BY(counts_lock);
-  std::map<std::string, std::size_t> ssid_carriers
+  std::map<std::string, std::size_t> ssid_carriers_
       VEXORA_GUARDED_BY(counts_lock);  // SSID -> number of its pairs in mac_ssid_map
   mutable utilities::lock::RwLock counts_lock;
 };

@@ -7,6 +7,8 @@
 #include <vector>
 
 #include "monitor/engine/time_keys.h"
+#include "monitor/engine/view_chain.h"
+#include "monitor/traffic/speed_history.h"
 
 namespace monitoring::traffic {
 namespace {

@@ -4,6 +4,7 @@
 #include <ctime>
 #include <string>
 
+#include "monitor/traffic/speed_history.h"
 #include "monitor/traffic/traffic_collect.h"
 #include "monitor/traffic/traffic_records.h"
 

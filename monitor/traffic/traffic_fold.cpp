@@ -3,6 +3,7 @@
 #include <limits>
 
 #include "monitor/engine/counters.h"
+#include "monitor/traffic/speed_history.h"
 
 namespace monitoring::traffic {
 namespace {

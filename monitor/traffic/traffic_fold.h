@@ -4,6 +4,7 @@
 #include <ctime>
 #include <optional>
 
+#include "monitor/traffic/speed_history.h"
 #include "monitor/traffic/traffic_records.h"
 
 namespace monitoring::traffic {

@@ -14,6 +14,7 @@
 #include "monitor/engine/push.h"
 #include "monitor/engine/view_chain.h"
 #include "monitor/traffic/histories.h"
+#include "monitor/traffic/speed_history.h"
 #include "monitor/traffic/traffic_show.h"
 #include "platform/device_centre.h"
 #include "platform/logging.h"

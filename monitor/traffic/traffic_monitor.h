@@ -11,9 +11,11 @@
 
 #include "monitor/engine/filter.h"
 #include "monitor/engine/monitor.h"
+#include "monitor/traffic/speed_history.h"
 #include "monitor/traffic/traffic_collect.h"
 #include "monitor/traffic/traffic_fold.h"
 #include "monitor/traffic/traffic_records.h"
+#include "platform/device_centre.h"
 #include "platform/utilities/locks.h"
 
 /// Measures the input and output speed of every interface of every online managed device once a minute, and keeps short

@@ -13,6 +13,7 @@
 
 #include "monitor/engine/view_chain.h"
 #include "monitor/traffic/speed_history.h"
+#include "platform/topics.h"
 
 /// The data that the traffic monitor keeps, and the plain functions over it.
 ///

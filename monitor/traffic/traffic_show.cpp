@@ -15,6 +15,7 @@
 #include "monitor/engine/json_tree.h"
 #include "monitor/engine/json_writer.h"
 #include "monitor/engine/time_keys.h"
+#include "monitor/traffic/speed_history.h"
 #include "platform/logging.h"
 
 namespace monitoring::traffic {

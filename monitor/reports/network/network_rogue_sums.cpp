@@ -8,6 +8,7 @@
 
 #include "monitor/engine/band_names.h"
 #include "monitor/engine/time_keys.h"
+#include "platform/device_records.h"
 
 namespace vexora_probe::monitor {
 namespace {

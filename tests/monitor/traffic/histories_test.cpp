@@ -1,4 +1,6 @@
 #include "monitor/traffic/histories.h"
+#include "monitor/traffic/speed_history.h"
+#include "monitor/traffic/traffic_collect.h"
 #include "monitor/traffic/traffic_records.h"
 
 #include <gmock/gmock.h>

@@ -1,4 +1,5 @@
 #include "monitor/traffic/traffic_collect.h"
+#include "monitor/traffic/traffic_records.h"
 #include "platform/device_centre.h"
 
 #include <gmock/gmock.h>

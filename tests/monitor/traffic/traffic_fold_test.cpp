@@ -1,4 +1,5 @@
 #include "monitor/traffic/traffic_fold.h"
+#include "monitor/traffic/speed_history.h"
 #include "monitor/traffic/traffic_records.h"
 
 #include <gmock/gmock.h>

@@ -1,5 +1,6 @@
 #include "monitor/reports/network/network_collect.h"
 #include "monitor/reports/network/network_records.h"
+#include "platform/configuration.h"
 #include "platform/device_centre.h"
 #include "platform/device_records.h"
 #include "probe/clock/clock.h"

@@ -1,4 +1,5 @@
 #include "monitor/reports/network/network_debug_report.h"
+#include "monitor/reports/network/network_store.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,6 @@
 #include "monitor/reports/network/network_names.h"
+#include "monitor/reports/network/network_records.h"
+#include "monitor/reports/network/network_store.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,7 @@
 #include "monitor/reports/network/network_rogue_sums.h"
+#include "monitor/reports/network/network_host.h"
+#include "monitor/reports/network/network_store.h"
+#include "platform/device_records.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

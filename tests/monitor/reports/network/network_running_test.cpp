@@ -1,4 +1,5 @@
 #include "monitor/reports/network/network_running.h"
+#include "monitor/reports/network/network_store.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

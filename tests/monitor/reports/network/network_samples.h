@@ -7,6 +7,7 @@
 #include "monitor/reports/network/network_collect.h"
 #include "monitor/reports/network/network_periods.h"
 #include "monitor/reports/network/network_records.h"
+#include "platform/device_records.h"
 
 /// Plain records for the tests of the wireless network report's units.
 namespace vexora_probe::monitor {

@@ -1,4 +1,6 @@
 #include "monitor/reports/network/network_stage.h"
+#include "monitor/reports/network/network_store.h"
+#include "platform/device_records.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
