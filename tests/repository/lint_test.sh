@@ -132,7 +132,8 @@ int Six(int parameter);"
 tidy() {
   # shellcheck disable=SC2016  # the text of a script
   write bin/clang-tidy '#!/bin/bash\nfor file; do\n  [[ $file != *.cpp ]] || echo "looks at $file"\ndone\n! grep -l bad "${@:4}"'
-  chmod +x bin/clang-tidy
+  write bin/cmake '#!/bin/bash'
+  chmod +x bin/clang-tidy bin/cmake
   export PATH=$tree/bin:$PATH GIT_CONFIG_GLOBAL=$tree/gitconfig
   git config --global user.name A
   git config --global user.email a@localhost
