@@ -46,8 +46,8 @@ void AddNewInterfaces(std::vector<InterfaceRecord>& known, const Reading& readin
     added.emplace_back().name = interface.name;
   }
   if (added.empty()) return;
-  // From here on nothing throws: the records are never out of order.
   known.reserve(known.size() + added.size());
+  // From here on nothing throws: the records are never out of order.
   const auto middle = static_cast<std::ptrdiff_t>(known.size());
   std::move(added.begin(), added.end(), std::back_inserter(known));
   std::inplace_merge(known.begin(), known.begin() + middle, known.end(),

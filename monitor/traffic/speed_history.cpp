@@ -6,13 +6,13 @@
 namespace monitoring::traffic {
 namespace {
 
-/// The next capacity of a full buffer. Beyond the usual size it grows slowly: only an interface that vanishes and comes
-/// back again and again needs that.
+/// The next capacity of a full buffer. Beyond the usual size it grows slowly: a full history of an interface
+/// that vanishes and comes back, or is renamed, needs one sample more each time.
 std::size_t GrownCapacity(std::size_t capacity, std::size_t usual_size) {
   constexpr std::size_t kFirstCapacity = 4;
-  constexpr std::size_t kSlowness = 8;
+  constexpr std::size_t kGrowthDivisor = 8;
   if (capacity < usual_size) return std::min(std::max(2 * capacity, kFirstCapacity), usual_size);
-  return capacity + capacity / kSlowness + 1;
+  return capacity + capacity / kGrowthDivisor + 1;
 }
 
 }  // namespace

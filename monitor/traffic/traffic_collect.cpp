@@ -23,10 +23,10 @@ MeasuredInterface& Reading::Append() {
 
 void Reading::SortByName() {
   // The device's own names are sorted already and differ.
-  const auto is_greater = [](const MeasuredInterface& left, const MeasuredInterface& right) {
+  const auto is_not_less = [](const MeasuredInterface& left, const MeasuredInterface& right) {
     return left.name >= right.name;
   };
-  if (std::adjacent_find(begin(), end(), is_greater) == end()) return;
+  if (std::adjacent_find(begin(), end(), is_not_less) == end()) return;
   std::stable_sort(begin(), end(), [](const MeasuredInterface& left, const MeasuredInterface& right) {
     return left.name < right.name;
   });
