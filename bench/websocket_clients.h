@@ -187,6 +187,7 @@ class Certificate {
     const std::string command =
         "openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -days 2 -subj /CN=probe -keyout '" +
         key() + "' -out '" + certificate() + "' 2>/dev/null";
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): before any thread
     if (std::system(command.c_str()) != 0) throw std::runtime_error("openssl made no certificate");
   }
   ~Certificate() { std::filesystem::remove_all(folder_); }

@@ -45,7 +45,7 @@ char* Put(char* place, std::string_view before, std::int64_t value) {
 ///
 /// A message may hold millions of samples, so each is put together in a buffer and appended at once.
 void AppendSamples(std::string& text, const History& history) {
-  std::array<char, kMaxSampleText> sample_text;
+  std::array<char, kMaxSampleText> sample_text{};
   text += '[';
   for (std::size_t index = 0; index < history.size(); ++index) {
     const Traffic& sample = history[index];

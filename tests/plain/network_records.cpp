@@ -71,7 +71,7 @@ std::string WithoutBand(const std::string& key) {
   pel_log_debug(log_module::kMonitor, "[WirelessNetworkReport::RemoveRadioTypeFromSSIDKey] ssid_key: %s", key.c_str());
   NetworkSample network;
   ParseSsidKey(key.substr(0, key.rfind('|')), network);
-  const std::string without = SsidKey(network);
+  std::string without = SsidKey(network);
   pel_log_debug(log_module::kMonitor, "[WirelessNetworkReport::CollectSSIDs] new ssid key: %s", without.c_str());
   return without;
 }
