@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <link.h>
 
+#include <cstddef>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -24,7 +25,7 @@ using ::testing::UnorderedElementsAre;
 class SharedLibrary {
  public:
   explicit SharedLibrary(const std::string& path) {
-    image_.resize(std::filesystem::file_size(path));
+    image_.resize(static_cast<std::size_t>(std::filesystem::file_size(path)));
     std::ifstream(path, std::ios::binary).read(image_.data(), static_cast<std::streamsize>(image_.size()));
     const auto* header = At<ElfW(Ehdr)>(0);
     for (int index = 0; index < header->e_shnum; ++index) {
