@@ -181,14 +181,9 @@ class WirelessNetwork {
   std::unique_ptr<Monitor> report_;
 };
 
-/// Times the passes that follow so many slots of a day.
+/// Times passes, a slot each, from `now` on.
 template <typename Monitor>
-void MeasurePasses(benchmark::State& state, const Scene& scene, int slots) {
-  WirelessNetwork<Monitor> network(scene);
-  network.Change(kMidnight - kPastDays * kDaySeconds);  // what the host holds is not counted
-  const double empty = bench::HeapBytes();
-  network.FillSevenDays(slots);
-  time_t now = kMidnight + slots * kSlotSeconds;
+bench::Stopwatch TimePasses(benchmark::State& state, WirelessNetwork<Monitor>& network, time_t now) {
   bench::Stopwatch stopwatch;
   for (auto _ : state) {
     state.PauseTiming();
@@ -197,6 +192,17 @@ void MeasurePasses(benchmark::State& state, const Scene& scene, int slots) {
     state.ResumeTiming();
     stopwatch.Time([&] { network.Pass(); });
   }
+  return stopwatch;
+}
+
+/// Times the passes that follow so many slots of a day.
+template <typename Monitor>
+void MeasurePasses(benchmark::State& state, const Scene& scene, int slots) {
+  WirelessNetwork<Monitor> network(scene);
+  network.Change(kMidnight - kPastDays * kDaySeconds);  // what the host holds is not counted
+  const double empty = bench::HeapBytes();
+  network.FillSevenDays(slots);
+  const bench::Stopwatch stopwatch = TimePasses(state, network, kMidnight + slots * kSlotSeconds);
   state.counters["bytes_per_access_point"] = (bench::HeapBytes() - empty) / static_cast<double>(state.range(0));
   stopwatch.Report(state, "access_point");
 }
@@ -290,14 +296,7 @@ void BM_NetworkReportNewRogues(benchmark::State& state) {
     network.Change(now);
     network.Pass();
   }
-  bench::Stopwatch stopwatch;
-  for (auto _ : state) {
-    state.PauseTiming();
-    network.Change(now);
-    now += kSlotSeconds;
-    state.ResumeTiming();
-    stopwatch.Time([&] { network.Pass(); });
-  }
+  const bench::Stopwatch stopwatch = TimePasses(state, network, now);
   state.counters["bytes"] = bench::HeapBytes() - empty;
   state.counters["ns_per_new_rogue"] = stopwatch.Milliseconds() * 1e6 / static_cast<double>(state.iterations()) / 100;
 }

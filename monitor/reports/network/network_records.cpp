@@ -20,4 +20,15 @@ void SumTrafficInOut(const std::map<std::string, TrafficInOut>& interfaces, std:
   }
 }
 
+bool RemoveHearer(RogueBuckets& daily, const std::string& day, const std::string& rogue_key, const std::string& mac) {
+  const auto records = daily.find(day);
+  if (records == daily.end()) return false;
+  const auto known = records->second.find(rogue_key);
+  if (known == records->second.end()) return false;
+  known->second.seen_by.erase(mac);
+  if (!known->second.seen_by.empty()) return false;
+  records->second.erase(known);
+  return true;
+}
+
 }  // namespace vexora_probe::monitor

@@ -158,6 +158,12 @@ using RogueReport = std::map<std::string, RogueBuckets>;         ///< Period -> 
 using RogueSnapshot = std::map<std::string, std::map<std::string, RogueSamples>>;  ///< Day key -> rogue key -> samples.
 using RadioDeltas = std::map<std::string, std::map<std::string, TrafficDelta>>;  ///< Device MAC -> radio key -> delta.
 
+/// Removes an access point from those that hear a rogue one on a day, because it trusts it now. The record goes with
+/// the last of them.
+///
+/// `mac`: of the access point that hears. Returns: whether the record went.
+bool RemoveHearer(RogueBuckets& daily, const std::string& day, const std::string& rogue_key, const std::string& mac);
+
 /// All data of the report: for each family the samples of the current day, and the buckets made of them.
 struct NetworkReport {
   DeviceSnapshot device_ssid_samples;

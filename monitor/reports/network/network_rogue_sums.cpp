@@ -136,16 +136,9 @@ class ScanFold {
         host_.milliwatts_to_dbm((sum.milliwatts_before + sum.latest_milliwatts) / static_cast<double>(sum.samples));
   }
 
-  /// Removes the scanning access point from those that hear a rogue one today, because it trusts it now. The day's
-  /// record goes with the last of them.
+  /// Removes the scanning access point from those that hear a rogue one today.
   void RemoveTrusted() {
-    const auto today = daily_.find(time_.day);
-    if (today == daily_.end()) return;
-    const auto known = today->second.find(key_);
-    if (known == today->second.end()) return;
-    known->second.seen_by.erase(hearing_.mac);
-    if (!known->second.seen_by.empty()) return;
-    today->second.erase(known);
+    if (!RemoveHearer(daily_, time_.day, key_, hearing_.mac)) return;
     const auto sum = store_.rogues.find(key_);
     if (sum != store_.rogues.end()) sum->second.day = nullptr;
   }

@@ -121,17 +121,9 @@ class ScanFold {
  private:
   RogueBuckets& Daily() { return report_.rogue_report[monitoring::kDaily]; }
 
-  /// Removes the scanning access point from those that hear a rogue one today, because it trusts it now. The day's
-  /// record goes with the last of them.
+  /// Removes the scanning access point from those that hear a rogue one today.
   void RemoveTrusted(const std::string& key) {
-    RogueBuckets& daily = Daily();
-    const auto today = daily.find(time_.day);
-    if (today == daily.end()) return;
-    const auto known = today->second.find(key);
-    if (known == today->second.end()) return;
-    known->second.seen_by.erase(scan_.mac);
-    if (!known->second.seen_by.empty()) return;
-    today->second.erase(known);
+    if (!RemoveHearer(Daily(), time_.day, key, scan_.mac)) return;
     host_.log_debug(log_module::kMonitor,
                     "[WirelessNetworkReport::CollectNeighboringAPs] The AP: %s is changed to trusted", key.c_str());
   }
