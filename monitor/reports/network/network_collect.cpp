@@ -71,6 +71,7 @@ std::vector<NetworkReading> ReadSSIDs(const std::string& mac, const Device& devi
   std::string radio;
   for (const auto& [interface, state] : *interfaces) {
     if (!HasCounters(mac, interface, state)) continue;
+    radio.clear();
     device.get_ssid_radio(interface, radio);
     // A radio that is not listed is made here with an unknown band.
     const WIFIBandType band = radios[radio].band;

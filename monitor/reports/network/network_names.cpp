@@ -24,13 +24,14 @@ void AccessPointNames::Read(const FamilySums& sampled) {
 }
 
 void AccessPointNames::Store(const std::string& week, bool has_new_records, Report& report) {
-  if (has_new_records) {
+  are_all_due_ = are_all_due_ || has_new_records;
+  if (are_all_due_) {
     WriteAll(week, report);
   } else {
     WriteChanged(week, report);
   }
   for (auto& [mac, name] : names_) name.is_changed = false;
-  if (!has_new_records) return;
+  if (!std::exchange(are_all_due_, false)) return;
   std::erase_if(names_, [&](const auto& name) {
     for (const auto& [period, buckets] : report) {
       for (const auto& [key, records] : buckets) {

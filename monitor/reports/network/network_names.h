@@ -33,6 +33,7 @@ class AccessPointNames {
   void WriteChanged(const std::string& week, Report& report) const;
 
   std::map<std::string, Name> names_;  // by MAC
+  bool are_all_due_ = false;           // new records that lack their names, also after a shortage of memory
 };
 
 }  // namespace vexora_probe::monitor

@@ -11,16 +11,16 @@ bool IsNoEarlier(const std::vector<std::int64_t>& minutes, const std::string& mi
   return !minutes.empty() && std::to_string(minutes.back()) >= minute;
 }
 
-/// Drops the keys that no day has any longer, so that networks which come and go do not fill the memory.
-void DropUnusedKeys(DeviceRecord& device) {
-  std::vector<bool> is_used(device.keys.size());
-  for (const DeviceDay& day : device.days) {
-    for (std::size_t key = 0; key < day.networks.size(); ++key) {
-      if (day.networks[key].is_present) is_used[key] = true;
-    }
-  }
+bool IsUsed(const DeviceRecord& device, std::size_t key) {
+  return std::any_of(device.days.begin(), device.days.end(),
+                     [key](const DeviceDay& day) { return key < day.networks.size() && day.networks[key].is_present; });
+}
+
+/// Drops the keys that no day has any longer, so that networks which come and go do not fill the memory. Allocates
+/// nothing: cut short, it would leave other devices with pointers to sums that are gone.
+void DropUnusedKeys(DeviceRecord& device) noexcept {
   for (std::size_t key = device.keys.size(); key-- > 0;) {
-    if (is_used[key]) continue;
+    if (IsUsed(device, key)) continue;
     const auto offset = static_cast<std::ptrdiff_t>(key);
     device.keys.erase(device.keys.begin() + offset);
     for (DeviceDay& day : device.days) {
