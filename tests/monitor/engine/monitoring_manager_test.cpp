@@ -5,11 +5,11 @@
 #include <gtest/gtest.h>
 
 #include <latch>
-#include <mutex>
 
 #include "monitor/engine/constants.h"
 #include "monitor/engine/merge_task.h"
 #include "platform/tasks.h"
+#include "platform/utilities/locks.h"
 #include "probe/clock/virtual_clock.h"
 #include "probe/host/subscription_service.h"
 #include "tests/support/log_capture.h"
@@ -27,17 +27,17 @@ constexpr time_t kStart = 1'795'219'200;
 class Journal {
  public:
   void Write(const std::string& entry) {
-    const std::lock_guard held(lock_);
+    const utilities::lock::lock_guard held(lock_);
     entries_.push_back(entry);
   }
   std::vector<std::string> Entries() const {
-    const std::lock_guard held(lock_);
+    const utilities::lock::lock_guard held(lock_);
     return entries_;
   }
 
  private:
-  mutable std::mutex lock_;
-  std::vector<std::string> entries_;
+  mutable utilities::lock::Mutex lock_;
+  std::vector<std::string> entries_ VEXORA_GUARDED_BY(lock_);
 };
 
 class JournalMonitor final : public Monitor {

@@ -16,7 +16,7 @@ constexpr std::chrono::seconds kDeadline{20};
 }  // namespace
 
 subscribes::ParsedRequest RecordingSubscriber::FilterParser(json_object* request) {
-  const std::lock_guard held(lock_);
+  const utilities::lock::lock_guard held(lock_);
   requests_.emplace_back(request == nullptr ? "(null)"
                                             : json_object_to_json_string_ext(request, JSON_C_TO_STRING_PLAIN));
   subscribes::ParsedRequest parsed;
@@ -30,7 +30,7 @@ subscribes::ParsedRequest RecordingSubscriber::FilterParser(json_object* request
 }
 
 std::vector<std::string> RecordingSubscriber::Requests() const {
-  const std::lock_guard held(lock_);
+  const utilities::lock::lock_guard held(lock_);
   return requests_;
 }
 

@@ -5,11 +5,11 @@
 #include <chrono>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
 #include "platform/subscriptions.h"
+#include "platform/utilities/locks.h"
 #include "probe/client/websocket_client.h"
 #include "probe/host/subscription_service.h"
 #include "probe/server/http/http_message.h"
@@ -29,8 +29,8 @@ class RecordingSubscriber final : public subscribes::Subscriber {
   std::vector<std::string> Requests() const;
 
  private:
-  mutable std::mutex lock_;
-  std::vector<std::string> requests_;
+  mutable utilities::lock::Mutex lock_;
+  std::vector<std::string> requests_ VEXORA_GUARDED_BY(lock_);
 };
 
 /// Waits until `condition` holds. False when that takes longer than 20 seconds.
