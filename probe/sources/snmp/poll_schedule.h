@@ -1,0 +1,50 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <optional>
+#include <set>
+#include <utility>
+#include <vector>
+
+namespace probe::snmp {
+
+/// When which device is polled next.
+///
+/// Pure arithmetic: the time is handed in. A device's polls stand on a grid of its interval, so that a slow poll does
+/// not shift the later ones; one that takes longer than the interval leaves places of the grid out. A device that does
+/// not answer leaves out 1, then 3 of them.
+///
+/// Threads: one at a time.
+class PollSchedule {
+ public:
+  using Time = std::chrono::steady_clock::time_point;
+  using Duration = std::chrono::steady_clock::duration;
+
+  /// The longest time between two polls of a silent device, in intervals.
+  static constexpr int kMaxBackoff = 4;
+
+  /// A device for each interval. The first polls are spread over the intervals, beginning with `start`.
+  PollSchedule(const std::vector<Duration>& intervals, Time start);
+
+  /// When the next device is due; nothing while all are being polled.
+  std::optional<Time> NextDue() const;
+
+  /// The device that is due longest, if any is at `now`. It is being polled until `Finish`.
+  std::optional<std::size_t> Begin(Time now);
+
+  /// The device's poll has ended, and the next one is due after `now`.
+  void Finish(std::size_t device, bool answered, Time now);
+
+ private:
+  struct Device {
+    Duration interval;
+    Time due;
+    int backoff = 1;  ///< Intervals to the next poll while the device is silent.
+  };
+
+  std::vector<Device> devices_;
+  std::set<std::pair<Time, std::size_t>> waiting_;
+};
+
+}  // namespace probe::snmp
