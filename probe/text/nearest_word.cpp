@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 
-namespace probe::text {
+namespace probe {
 
 namespace {
 
@@ -47,4 +47,4 @@ std::string NearestWord(std::string_view word, const std::vector<std::string>& w
   return nearest;
 }
 
-}  // namespace probe::text
+}  // namespace probe

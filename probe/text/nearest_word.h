@@ -4,7 +4,7 @@
 #include <string_view>
 #include <vector>
 
-namespace probe::text {
+namespace probe {
 
 /// The one of `words` that is written most like `word`, for "did you mean" in an error. Of several equally near ones
 /// the first.
@@ -13,4 +13,4 @@ namespace probe::text {
 ///        missing, too many, or swapped with its neighbour.
 std::string NearestWord(std::string_view word, const std::vector<std::string>& words);
 
-}  // namespace probe::text
+}  // namespace probe

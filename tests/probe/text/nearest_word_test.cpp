@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-namespace probe::text {
+namespace probe {
 namespace {
 
 const std::vector<std::string> kWords = {"columns", "conditions", "index", "scale"};
@@ -43,4 +43,4 @@ TEST(NearestWord, LooksAtNoWordBeyondSixtyFourCharacters) {
 }
 
 }  // namespace
-}  // namespace probe::text
+}  // namespace probe
