@@ -40,7 +40,8 @@ class WalkAgent : public Agent {
 /// The agent of a file. Fails: throws `std::runtime_error` for a file that cannot be read.
 WalkAgent ReadWalk(const std::filesystem::path& file);
 
-/// One line of such a file, without the line feed: "1.3.6.1.2.1.1.3.0|67|8612125".
+/// One line of such a file, without the line feed: "1.3.6.1.2.1.1.3.0|67|8612125". Empty for a value that is an
+/// exception.
 std::string WalkLine(const VarBind& object);
 
 }  // namespace probe::snmp
