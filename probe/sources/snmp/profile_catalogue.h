@@ -56,4 +56,13 @@ class ProfileCatalogue {
   std::vector<Profile> profiles_;
 };
 
+/// The profile in a text, which may extend those in the folders.
+///
+/// Fails: throws `ProfileError` for what is wrong in it, or in what it extends.
+Profile ParseProfile(std::string_view text, const std::string& name, const std::string& file,
+                     const std::vector<std::filesystem::path>& folders);
+
+/// The same for a file. Fails: as above, and for a file that cannot be read.
+Profile CheckProfile(const std::filesystem::path& file, const std::vector<std::filesystem::path>& folders);
+
 }  // namespace probe::snmp
