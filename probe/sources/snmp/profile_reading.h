@@ -7,6 +7,7 @@
 #include "probe/sources/snmp/agent.h"
 #include "probe/sources/snmp/profile.h"
 #include "probe/sources/snmp/reading.h"
+#include "probe/sources/snmp/system_group.h"  // IWYU pragma: export
 
 namespace probe::snmp {
 
@@ -31,16 +32,5 @@ struct DeviceAnswer {
 /// Threads: as `agent`; the profile is only read.
 /// Fails:   never throws, but for `std::bad_alloc`.
 DeviceAnswer ReadDevice(const Profile& profile, Agent& agent, const ReadingLimits& limits = {});
-
-/// The system group alone, from which the profile is recognised.
-struct SystemGroup {
-  Failure failure = Failure::kNone;
-  std::string error;  ///< In plain words; empty when it was answered.
-  Oid object_id;      ///< Empty when the device does not have it.
-  std::string description;
-};
-
-/// Asks for the system group, before the profile of a device is known.
-SystemGroup ReadSystemGroup(Agent& agent);
 
 }  // namespace probe::snmp

@@ -1,0 +1,178 @@
+#include "probe/sources/snmp/profile_reading.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <map>
+#include <numeric>
+#include <string>
+#include <utility>
+#include <variant>
+#include <vector>
+
+#include "probe/sources/snmp/cell.h"
+#include "probe/sources/snmp/device_tables.h"
+#include "probe/sources/snmp/role_reading.h"
+
+namespace probe::snmp {
+
+namespace {
+
+/// Object -> its value, of those that the device has.
+using ObjectValues = std::map<Oid, Value>;
+
+Cell CellOf(const Object& object, const ObjectValues& values) {
+  const auto found = values.find(object.oid);
+  return found != values.end() ? Decode(found->second, object.decoding) : Cell();
+}
+
+/// One cell out of many that have a value.
+Cell Summarised(Summary summary, std::vector<Cell> cells) {
+  if (cells.empty()) return {};
+  if (summary == Summary::kFirst) return cells.front();
+  std::vector<double> numbers;
+  for (const Cell& cell : cells) {
+    if (const std::optional<double> number = NumberOf(cell)) numbers.push_back(*number);
+  }
+  // Addresses and other texts have a lowest and a highest too.
+  if (std::holds_alternative<std::string>(cells.front()) &&
+      (summary == Summary::kLowest || summary == Summary::kHighest)) {
+    const auto [lowest, highest] = std::minmax_element(
+        cells.begin(), cells.end(), [](const Cell& a, const Cell& b) { return TextOf(a) < TextOf(b); });
+    return summary == Summary::kLowest ? *lowest : *highest;
+  }
+  if (numbers.empty()) return {};
+  const double sum = std::accumulate(numbers.begin(), numbers.end(), 0.0);
+  switch (summary) {
+    case Summary::kMean:
+      return sum / static_cast<double>(numbers.size());
+    case Summary::kHighest:
+      return *std::max_element(numbers.begin(), numbers.end());
+    case Summary::kLowest:
+      return *std::min_element(numbers.begin(), numbers.end());
+    default:
+      return sum;
+  }
+}
+
+/// The figures of the device as a whole.
+class DeviceFigureReader {
+ public:
+  DeviceFigureReader(const Profile& profile, const ObjectValues& values, DeviceTables& tables)
+      : profile_(profile), values_(values), tables_(tables) {}
+
+  /// The first of the profile's choice that has a value. A table without an answer ends the search: what would come
+  /// next is what other polls did not take.
+  Cell Get(const std::string& figure) {
+    const auto found = profile_.device.find(figure);
+    if (found == profile_.device.end()) return {};
+    for (const auto& option : found->second) {
+      Cell cell;
+      if (const auto* object = std::get_if<ObjectValue>(&option)) {
+        cell = ValueOf(*object);
+      } else {
+        const auto& summary = std::get<ColumnSummary>(option);
+        if (!tables_.HasAll(summary.needs)) return {};
+        cell = SummaryOf(summary);
+      }
+      if (HasValue(cell) && cell != Cell(std::string())) return cell;
+    }
+    return {};
+  }
+
+ private:
+  Cell ValueOf(const ObjectValue& value) const {
+    if (value.only_object) {
+      const std::string text = TextOf(CellOf(profile_.objects[*value.only_object], values_));
+      const auto& wanted = value.only_values;
+      if (std::find(wanted.begin(), wanted.end(), text) == wanted.end()) return {};
+    }
+    return CellOf(profile_.objects[value.object], values_);
+  }
+
+  Cell SummaryOf(const ColumnSummary& summary) {
+    std::vector<Cell> cells;
+    for (const Row& row : tables_.RowsOf(summary.table)) {
+      if (!tables_.Fulfils(summary.table, row, summary.conditions)) continue;
+      const Cell& cell = tables_.At(summary.table, row, summary.cell);
+      if (HasValue(cell)) cells.push_back(cell);
+    }
+    return Summarised(summary.summary, std::move(cells));
+  }
+
+  const Profile& profile_;
+  const ObjectValues& values_;
+  DeviceTables& tables_;
+};
+
+void ReadDeviceFigures(const Profile& profile, DeviceFigureReader& figures, SystemReading& system) {
+  constexpr std::int32_t kAllPercent = 100;
+  // A thousand years: beyond it no counter of seconds was meant.
+  constexpr double kMaxUptime = 1000.0 * 366 * 24 * 3600;
+  if (std::string name = TextOf(figures.Get("name")); !name.empty()) system.name = std::move(name);
+  system.model = TextOf(figures.Get("model"));
+  system.version = TextOf(figures.Get("version"));
+  system.mac = MacOf(figures.Get("mac"));
+  system.type = profile.type;
+  const std::optional<double> uptime = NumberOf(figures.Get("uptime"));
+  if (uptime && *uptime >= 0 && *uptime <= kMaxUptime) {
+    system.profile_uptime_seconds = static_cast<std::uint64_t>(*uptime);
+  }
+  const std::optional<std::int32_t> cpu = IntegerOf(figures.Get("cpu"));
+  if (cpu && *cpu >= 0 && *cpu <= kAllPercent) system.cpu_percent = cpu;
+}
+
+/// Asks for every table that the profile needs.
+DeviceTables AskTables(const Profile& profile, Agent& agent, const ReadingLimits& limits,
+                       std::vector<std::string>& errors) {
+  DeviceTables tables(profile);
+  const std::vector<std::vector<Oid>> columns = ColumnsOf(profile);
+  for (std::size_t table = 0; table < columns.size(); ++table) {
+    if (columns[table].empty()) continue;
+    const TableAnswer answer = agent.ReadTable(columns[table], limits.max_rows);
+    const std::string name = "table \"" + profile.tables[table].name + "\": ";
+    if (answer.failure != Failure::kNone) {
+      errors.push_back(name + answer.error);
+      continue;
+    }
+    const std::size_t left_out = tables.Take(table, columns[table], answer);
+    if (left_out > 0) {
+      errors.push_back(name + std::to_string(left_out) + " rows whose index is not as the profile says were left out");
+    }
+  }
+  return tables;
+}
+
+void ReadRoles(const Profile& profile, DeviceTables& tables, Reading& reading) {
+  reading.interfaces = ReadInterfaces(profile, tables);
+  reading.radios = ReadRadios(profile, tables);
+  reading.ssids = ReadSsids(profile, tables);
+  reading.stations = ReadStations(profile, tables, reading.ssids);
+  reading.portal_users = ReadPortalUsers(profile, tables);
+  reading.neighbours = ReadNeighbours(profile, tables);
+  if (reading.ssids) CountClients(profile.client_truth, reading.stations, *reading.ssids);
+}
+
+/// Whether a device has anything wireless: a wired one may have the same profile, and answers without rows.
+bool IsWireless(const Reading& reading) {
+  return !reading.radios || !reading.radios->empty() || !reading.ssids || !reading.ssids->empty();
+}
+
+}  // namespace
+
+DeviceAnswer ReadDevice(const Profile& profile, Agent& agent, const ReadingLimits& limits) {
+  const ObjectsAnswer objects = agent.Get(ObjectsOf(profile));
+  if (objects.failure != Failure::kNone) return {objects.failure, objects.error, std::nullopt};
+  Reading reading;
+  ReadSystem(objects.values, reading.system);
+  ObjectValues values;
+  for (const VarBind& object : objects.values) values.emplace(object.oid, object.value);
+  DeviceTables tables = AskTables(profile, agent, limits, reading.errors);
+  DeviceFigureReader figures(profile, values, tables);
+  ReadDeviceFigures(profile, figures, reading.system);
+  ReadRoles(profile, tables, reading);
+  reading.system.is_wireless = IsWireless(reading);
+  return {Failure::kNone, {}, std::move(reading)};
+}
+
+}  // namespace probe::snmp
