@@ -28,6 +28,8 @@ struct Document {
 /// By the names of the profiles.
 using Documents = std::map<std::string, Document>;
 
+constexpr const char* kSystemProfiles = "/etc/vexora/profiles";
+
 /// Octets of one file. A profile of thousands of lines is far below.
 constexpr std::uintmax_t kMaxFile = 1U << 20U;
 
@@ -180,6 +182,12 @@ ProfileMatch ProfileCatalogue::Match(const Oid& sys_object_id, std::string_view 
   if (match.profile == nullptr)
     match = {Find(kGeneric), "no other profile is for sysObjectID " + OidText(sys_object_id)};
   return match;
+}
+
+std::vector<fs::path> ProfileFolders() {
+  std::error_code failure;  // without /proc there are only the system's
+  const fs::path executable = fs::read_symlink("/proc/self/exe", failure);
+  return {executable.parent_path().parent_path() / VEXORA_PROFILE_DIR, kSystemProfiles};
 }
 
 Profile ParseProfile(std::string_view text, const std::string& name, const std::string& file,

@@ -56,6 +56,10 @@ class ProfileCatalogue {
   std::vector<Profile> profiles_;
 };
 
+/// Where profiles are looked for: those that came with this executable, beside its folder as in the install, and the
+/// system's own, which take their place.
+std::vector<std::filesystem::path> ProfileFolders();
+
 /// The profile in a text, which may extend those in the folders.
 ///
 /// Fails: throws `ProfileError` for what is wrong in it, or in what it extends.
