@@ -31,6 +31,7 @@ struct DeviceSettings {
   std::string profile;                ///< Name of the profile; empty: recognised.
   std::string mac;                    ///< Device id; empty: found by the profile.
   std::chrono::seconds interval{30};  ///< Time between two polls.
+  std::string defined_at;             ///< Where the settings stand, for errors: "probe.toml:12"; empty when unknown.
 };
 
 /// How the source `snmp` works.

@@ -1,0 +1,451 @@
+#include "probe/sources/snmp/device_figures.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace probe::snmp {
+namespace {
+
+namespace records = vexora_probe::models::controller;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::Pair;
+
+constexpr time_t kWall = 1'700'000'000;
+
+OctetCounter Wide(std::uint64_t value) {
+  return {.value = value};
+}
+
+InterfaceReading Interface(std::uint32_t if_index, const std::string& name, std::uint64_t in, std::uint64_t out) {
+  InterfaceReading row;
+  row.if_index = if_index;
+  row.name = name;
+  row.in_octets = Wide(in);
+  row.out_octets = Wide(out);
+  row.bits_per_second = 1'000'000'000;
+  return row;
+}
+
+SsidReading Ssid(const std::string& name, const std::string& ssid, const std::string& radio) {
+  SsidReading row;
+  row.name = name;
+  row.ssid = ssid;
+  row.radio = radio;
+  return row;
+}
+
+StationReading Station(const std::string& mac, const std::string& ssid_interface, std::uint64_t in, std::uint64_t out) {
+  StationReading row;
+  row.mac = mac;
+  row.ssid_interface = ssid_interface;
+  row.in_octets = Wide(in);
+  row.out_octets = Wide(out);
+  return row;
+}
+
+/// A device at 192.0.2.1 that is polled every 30 s.
+class DeviceFiguresTest : public ::testing::Test {
+ protected:
+  DeviceFiguresTest() {
+    reading_.system.name = "switch";
+    reading_.system.mac = "02:fc:00:00:00:01";
+    reading_.system.sys_uptime_ticks = 1'000'000;
+    reading_.interfaces.emplace();
+  }
+
+  static DeviceSettings Settings() {
+    DeviceSettings settings;
+    settings.address = "192.0.2.1";
+    return settings;
+  }
+
+  /// Lets 30 s pass for the device and for us, and takes a reading.
+  DeviceSnapshot Poll() {
+    Wait();
+    const auto snapshot = figures_.Take(reading_, {.steady_ticks = steady_ticks_, .wall = kWall + steady_ticks_ / 100});
+    EXPECT_TRUE(snapshot.has_value());
+    return snapshot.value_or(DeviceSnapshot{});
+  }
+
+  void Wait() {
+    steady_ticks_ += 3'000;
+    if (reading_.system.sys_uptime_ticks) *reading_.system.sys_uptime_ticks += 3'000;
+  }
+
+  static std::optional<std::pair<std::uint64_t, std::uint64_t>> Octets(const DeviceSnapshot& snapshot,
+                                                                       const std::string& interface) {
+    const auto& traffic = snapshot.interfaces.at(interface)->traffic;
+    if (traffic == nullptr) return std::nullopt;
+    return std::pair(traffic->in_bytes, traffic->out_bytes);
+  }
+
+  using Pairs = std::pair<std::uint64_t, std::uint64_t>;
+  DeviceFigures figures_{Settings()};
+  Reading reading_;
+  std::int64_t steady_ticks_ = 0;
+};
+
+TEST_F(DeviceFiguresTest, ShowWhoTheDeviceIs) {
+  reading_.system.type = records::DeviceType::kSwitch;
+  reading_.system.model = "SG-18";
+  reading_.system.version = "1.2";
+  reading_.system.cpu_percent = 7;
+  const DeviceSnapshot snapshot = Poll();
+
+  EXPECT_EQ(figures_.mac(), "02:FC:00:00:00:01");
+  EXPECT_EQ(snapshot.basic_info->mac, "02:FC:00:00:00:01");
+  EXPECT_EQ(snapshot.basic_info->hostname, "switch");
+  EXPECT_EQ(snapshot.basic_info->ip, "192.0.2.1");
+  EXPECT_EQ(snapshot.basic_info->type, records::DeviceType::kSwitch);
+  EXPECT_EQ(snapshot.platform_info->model, "SG-18");
+  EXPECT_EQ(snapshot.platform_info->version, "1.2");
+  EXPECT_EQ(snapshot.cpu, 7);
+  EXPECT_EQ(snapshot.uptime, 10'030);
+  EXPECT_EQ(snapshot.health_level, 2);
+  EXPECT_TRUE(snapshot.online);
+  EXPECT_FALSE(snapshot.is_wireless);
+}
+
+TEST_F(DeviceFiguresTest, WhatIsNotKnownIsNotZero) {
+  reading_.system.sys_uptime_ticks.reset();
+  const DeviceSnapshot snapshot = Poll();
+  EXPECT_EQ(snapshot.cpu, -1);
+  EXPECT_EQ(snapshot.uptime, -1);
+}
+
+TEST_F(DeviceFiguresTest, TheNameOfTheSettingsGoesBeforeTheDevicesOwn) {
+  DeviceSettings settings = Settings();
+  settings.name = "core";
+  DeviceFigures figures(settings);
+  EXPECT_EQ(figures.Take(reading_, {})->basic_info->hostname, "core");
+
+  reading_.system.name.clear();
+  DeviceFigures nameless(Settings());
+  EXPECT_EQ(nameless.Take(reading_, {})->basic_info->hostname, "192.0.2.1");
+}
+
+TEST_F(DeviceFiguresTest, AHostNameIsNoAddress) {
+  DeviceSettings settings = Settings();
+  settings.address = "switch.example.org";
+  DeviceFigures figures(settings);
+  EXPECT_EQ(figures.Take(reading_, {})->basic_info->ip, "");
+}
+
+TEST_F(DeviceFiguresTest, InterfacesCarryTheirCountersAndTheDevicesTime) {
+  reading_.interfaces = {Interface(3, "ge1", 1'000, 2'000)};
+  reading_.interfaces->front().oper_status = 2;
+  const DeviceSnapshot first = Poll();
+  EXPECT_EQ(Octets(first, "ge1"), Pairs(1'000, 2'000));
+  EXPECT_EQ(first.interfaces.at("ge1")->traffic->if_index, 3);
+  EXPECT_EQ(first.interfaces.at("ge1")->oper_status, 2);
+
+  reading_.interfaces = {Interface(3, "ge1", 4'000, 2'500)};
+  const DeviceSnapshot second = Poll();
+  EXPECT_EQ(Octets(second, "ge1"), Pairs(4'000, 2'500));
+  EXPECT_EQ(*second.sample_time - *first.sample_time, 30);
+}
+
+TEST_F(DeviceFiguresTest, ARenumberedTableIsNoReset) {
+  reading_.interfaces = {Interface(1, "ge1", 1'000'000, 10), Interface(2, "ge2", 500, 20)};
+  Poll();
+  reading_.interfaces = {Interface(1, "new", 7, 7), Interface(11, "ge2", 600, 21), Interface(12, "ge1", 1'000'100, 11)};
+  const DeviceSnapshot snapshot = Poll();
+  EXPECT_EQ(Octets(snapshot, "ge1"), Pairs(1'000'100, 11));
+  EXPECT_EQ(Octets(snapshot, "ge2"), Pairs(600, 21));
+  EXPECT_EQ(Octets(snapshot, "new"), Pairs(7, 7));
+  EXPECT_EQ(snapshot.interfaces.at("ge1")->traffic->if_index, 12);
+}
+
+TEST_F(DeviceFiguresTest, ACounterWithoutDataGivesNoTraffic) {
+  reading_.interfaces = {Interface(1, "ge1", 1, 1), Interface(2, "ge2", 2, 2)};
+  reading_.interfaces->front().out_octets.reset();
+  const DeviceSnapshot snapshot = Poll();
+  EXPECT_EQ(Octets(snapshot, "ge1"), std::nullopt);
+  EXPECT_EQ(Octets(snapshot, "ge2"), Pairs(2, 2));
+}
+
+TEST_F(DeviceFiguresTest, AReadingWithAGapIsNotHandedOnAsNew) {
+  reading_.interfaces = {Interface(1, "ge1", 1'000, 10), Interface(2, "ge2", 500, 20)};
+  const DeviceSnapshot first = Poll();
+  reading_.interfaces = {Interface(1, "ge1", 900, 11), Interface(2, "ge2", 600, 21)};
+  const DeviceSnapshot held = Poll();
+  EXPECT_EQ(held.sample_time, first.sample_time);
+  EXPECT_EQ(Octets(held, "ge2"), Pairs(500, 20));
+  EXPECT_TRUE(held.online);
+  reading_.interfaces = {Interface(1, "ge1", 1'200, 12), Interface(2, "ge2", 700, 22)};
+  const DeviceSnapshot next = Poll();
+  EXPECT_EQ(*next.sample_time - *first.sample_time, 60);
+  EXPECT_EQ(Octets(next, "ge1"), Pairs(1'200, 12));
+  EXPECT_EQ(Octets(next, "ge2"), Pairs(700, 22));
+}
+
+TEST_F(DeviceFiguresTest, TheSameUptimeIsTheSameReading) {
+  reading_.interfaces = {Interface(1, "ge1", 1'000, 10)};
+  const DeviceSnapshot first = Poll();
+  *reading_.system.sys_uptime_ticks -= 3'000;  // which the next poll adds
+  reading_.interfaces = {Interface(1, "ge1", 1'500, 10)};
+  const DeviceSnapshot same = Poll();
+  EXPECT_EQ(same.sample_time, first.sample_time);
+  EXPECT_EQ(Octets(same, "ge1"), Pairs(1'000, 10));
+}
+
+TEST_F(DeviceFiguresTest, CountsFromZeroAfterARestart) {
+  reading_.interfaces = {Interface(1, "ge1", 1'000'000, 10)};
+  const DeviceSnapshot first = Poll();
+  reading_.system.sys_uptime_ticks = 0;
+  reading_.interfaces = {Interface(1, "ge1", 300, 5)};
+  const DeviceSnapshot second = Poll();
+  EXPECT_EQ(Octets(second, "ge1"), Pairs(300, 5));
+  EXPECT_EQ(*second.sample_time - *first.sample_time, 30);
+  EXPECT_EQ(second.uptime, 30);
+}
+
+TEST_F(DeviceFiguresTest, SlippingBackNeverBecomesATerabit) {
+  reading_.interfaces = {Interface(1, "ge1", 1'000'000'000'000, 10)};
+  DeviceSnapshot last = Poll();
+  for (int i = 1; i < 20; ++i) {
+    reading_.interfaces = {Interface(1, "ge1", 1'000'000'000'000 - static_cast<std::uint64_t>(i) * 500, 10)};
+    const DeviceSnapshot now = Poll();
+    const auto before = Octets(last, "ge1");
+    const auto after = Octets(now, "ge1");
+    if (before && after) {
+      ASSERT_GE(after->first, before->first) << i;
+      ASSERT_LT(after->first - before->first, 1'000'000U) << i;
+    }
+    last = now;
+  }
+}
+
+TEST_F(DeviceFiguresTest, ATableThatFailsLeavesItsLastValuesAndItsAge) {
+  reading_.interfaces = {Interface(1, "ge1", 1'000, 10)};
+  reading_.radios.emplace();
+  const DeviceSnapshot first = Poll();
+  EXPECT_THAT(figures_.StaleTables(steady_ticks_), IsEmpty());
+
+  reading_.interfaces.reset();
+  reading_.errors = {"interfaces: no answer"};
+  Poll();
+  const DeviceSnapshot later = Poll();
+  EXPECT_EQ(later.sample_time, first.sample_time);
+  EXPECT_EQ(Octets(later, "ge1"), Pairs(1'000, 10));
+  EXPECT_EQ(later.health_level, 3);
+  const auto stale = figures_.StaleTables(steady_ticks_ + 500);
+  ASSERT_EQ(stale.size(), 1U);
+  EXPECT_EQ(stale.front().name, "interfaces");
+  EXPECT_EQ(stale.front().age_seconds, 65);
+
+  reading_.interfaces = {Interface(1, "ge1", 1'900, 10)};
+  reading_.errors.clear();
+  const DeviceSnapshot again = Poll();
+  EXPECT_EQ(*again.sample_time - *first.sample_time, 90);
+  EXPECT_EQ(again.health_level, 2);
+  EXPECT_THAT(figures_.StaleTables(steady_ticks_), IsEmpty());
+}
+
+TEST_F(DeviceFiguresTest, CpuAndUptimeStayWhileAPartOfTheReadingFails) {
+  reading_.system.cpu_percent = 7;
+  Poll();
+  reading_.system.cpu_percent.reset();
+  reading_.errors = {"cpu: no answer"};
+  EXPECT_EQ(Poll().cpu, 7);
+  reading_.errors.clear();
+  EXPECT_EQ(Poll().cpu, -1);
+}
+
+TEST_F(DeviceFiguresTest, IsOfflineAfterThreeIntervalsWithoutAnAnswer) {
+  reading_.interfaces = {Interface(1, "ge1", 1'000, 10)};
+  Poll();
+  EXPECT_FALSE(figures_.CheckOffline(steady_ticks_ + 8'999).has_value());
+  const auto offline = figures_.CheckOffline(steady_ticks_ + 9'000);
+  ASSERT_TRUE(offline.has_value());
+  EXPECT_FALSE(offline->online);
+  EXPECT_EQ(Octets(*offline, "ge1"), Pairs(1'000, 10));
+  EXPECT_FALSE(figures_.CheckOffline(steady_ticks_ + 9'100).has_value()) << "only once";
+
+  for (int i = 0; i < 4; ++i) Wait();
+  EXPECT_TRUE(Poll().online);
+}
+
+TEST_F(DeviceFiguresTest, ADeviceWithAGivenIdIsListedOfflineFromTheStart) {
+  DeviceSettings settings = Settings();
+  settings.mac = "02:fc:00:00:00:07";
+  DeviceFigures figures(settings);
+  const auto offline = figures.CheckOffline(0);
+  ASSERT_TRUE(offline.has_value());
+  EXPECT_FALSE(offline->online);
+  EXPECT_EQ(offline->basic_info->hostname, "192.0.2.1");
+  EXPECT_FALSE(figures.CheckOffline(1).has_value());
+  EXPECT_TRUE(figures.Take(reading_, {})->online);
+}
+
+TEST_F(DeviceFiguresTest, ADeviceWithoutAnIdIsNotListed) {
+  EXPECT_FALSE(figures_.CheckOffline(1'000'000).has_value());
+}
+
+TEST_F(DeviceFiguresTest, WaitsThreeReadingsForTheTableThatHasItsMac) {
+  reading_.system.mac.clear();
+  reading_.interfaces.reset();
+  reading_.errors = {"interfaces: no answer"};
+  EXPECT_FALSE(figures_.Take(reading_, {}).has_value());
+  EXPECT_FALSE(figures_.Take(reading_, {}).has_value());
+  EXPECT_TRUE(figures_.Take(reading_, {}).has_value());
+  EXPECT_FALSE(figures_.mac().empty());
+}
+
+TEST_F(DeviceFiguresTest, TheIdStays) {
+  Poll();
+  reading_.system.mac = "02:fc:00:00:00:99";
+  EXPECT_EQ(Poll().basic_info->mac, "02:FC:00:00:00:01");
+}
+
+/// An access point with two radios and one network on both of them.
+class WirelessFiguresTest : public DeviceFiguresTest {
+ protected:
+  WirelessFiguresTest() {
+    reading_.system.is_wireless = true;
+    RadioReading slow;
+    slow.name = "radio0";
+    slow.band = records::WIFIBandType::k2_4GHz;
+    RadioReading fast;
+    fast.name = "radio1";
+    fast.band = records::WIFIBandType::k5GHz;
+    reading_.radios = {slow, fast};
+    reading_.ssids = {Ssid("ath0", "Office", "radio0"), Ssid("ath1", "Office", "radio1")};
+    reading_.stations = {Station("02-fc-00-00-01-01", "ath0", 10, 20), Station("02:fc:00:00:01:02", "ath1", 30, 40)};
+  }
+};
+
+TEST_F(WirelessFiguresTest, ShowRadiosNetworksAndTheirConfiguration) {
+  const DeviceSnapshot snapshot = Poll();
+  EXPECT_TRUE(snapshot.is_wireless);
+  EXPECT_EQ(snapshot.radios.at("radio0").band, records::WIFIBandType::k2_4GHz);
+  EXPECT_EQ(snapshot.radios.at("radio1").band, records::WIFIBandType::k5GHz);
+  EXPECT_EQ(snapshot.ssid_interfaces.at("ath1").ssid, "Office");
+  EXPECT_EQ(snapshot.ssid_interfaces.at("ath1").radio, "radio1");
+  ASSERT_TRUE(snapshot.ssid_config.contains("Office@radio0"));
+  EXPECT_EQ(snapshot.ssid_config.at("Office@radio1").name, "Office");
+}
+
+TEST_F(WirelessFiguresTest, ListClientsOnTheirNetworks) {
+  reading_.stations->front().hostname = "laptop";
+  reading_.stations->front().data_rate = 866;
+  reading_.stations->front().mode = records::WIFIOpMode::k802_11ac;
+  const DeviceSnapshot snapshot = Poll();
+  ASSERT_EQ(snapshot.ssid_interfaces.at("ath0").clients.size(), 1U);
+  const records::AssocClientState& client = snapshot.ssid_interfaces.at("ath0").clients.front();
+  EXPECT_EQ(client.mac, "02:FC:00:00:01:01");
+  EXPECT_EQ(client.hostname, "laptop");
+  EXPECT_EQ(client.data_rate, 866);
+  EXPECT_EQ(client.mode, records::WIFIOpMode::k802_11ac);
+  EXPECT_EQ(client.in_bytes, 10U);
+  EXPECT_EQ(client.out_bytes, 20U);
+  EXPECT_EQ(snapshot.ssid_interfaces.at("ath1").clients.size(), 1U);
+}
+
+TEST_F(WirelessFiguresTest, CountEachClientOnce) {
+  reading_.stations->push_back(Station("02:FC:00:00:01:01", "ath1", 99, 99));
+  const DeviceSnapshot snapshot = Poll();
+  EXPECT_EQ(snapshot.ssid_interfaces.at("ath0").clients.size(), 1U);
+  EXPECT_EQ(snapshot.ssid_interfaces.at("ath1").clients.size(), 1U);
+  EXPECT_EQ(snapshot.ssid_interfaces.at("ath0").client_count, 1);
+  EXPECT_EQ(snapshot.ssid_interfaces.at("ath1").client_count, 1);
+}
+
+TEST_F(WirelessFiguresTest, TheProfilesClientCountIsTheTruth) {
+  reading_.ssids->front().client_count = 4;
+  const DeviceSnapshot snapshot = Poll();
+  EXPECT_EQ(snapshot.ssid_interfaces.at("ath0").client_count, 4);
+  EXPECT_EQ(snapshot.ssid_interfaces.at("ath1").client_count, 1);
+}
+
+TEST_F(WirelessFiguresTest, AClientThatNamesNoNetworkIsOnTheOnlyOne) {
+  reading_.stations->front().ssid_interface.clear();
+  EXPECT_THAT(Poll().ssid_interfaces.at("ath0").clients, IsEmpty());
+  reading_.ssids->pop_back();
+  reading_.stations->pop_back();
+  EXPECT_EQ(Poll().ssid_interfaces.at("ath0").clients.size(), 1U);
+}
+
+TEST_F(WirelessFiguresTest, AClientThatComesBackCountsFromZero) {
+  reading_.stations->front().in_octets = Wide(5'000'000);
+  Poll();
+  reading_.stations->front().in_octets = Wide(700);
+  EXPECT_EQ(Poll().ssid_interfaces.at("ath0").clients.front().in_bytes, 700U);
+}
+
+TEST_F(WirelessFiguresTest, ClientsStayWhileTheirTableFails) {
+  Poll();
+  reading_.stations.reset();
+  reading_.errors = {"stations: no answer"};
+  const DeviceSnapshot snapshot = Poll();
+  EXPECT_EQ(snapshot.ssid_interfaces.at("ath0").clients.size(), 1U);
+  EXPECT_EQ(figures_.StaleTables(steady_ticks_).front().name, "stations");
+}
+
+TEST_F(WirelessFiguresTest, NetworksCarryTheCountersOfTheirInterfaces) {
+  reading_.interfaces = {Interface(1, "ath0", 1'000, 10)};
+  const DeviceSnapshot first = Poll();
+  EXPECT_EQ(first.ssid_interfaces.at("ath0").traffic->in_bytes, 1'000U);
+  EXPECT_EQ(first.ssid_interfaces.at("ath1").traffic, nullptr);
+  EXPECT_EQ(first.polling_time, first.sample_time);
+
+  // Held back with the interfaces: octets of two intervals must not meet the time of one.
+  reading_.interfaces = {Interface(1, "ath0", 900, 10)};
+  const DeviceSnapshot held = Poll();
+  EXPECT_EQ(held.polling_time, first.polling_time);
+  EXPECT_EQ(held.ssid_interfaces.at("ath0").traffic->in_bytes, 1'000U);
+  EXPECT_EQ(held.ssid_interfaces.at("ath0").clients.size(), 1U);
+}
+
+TEST_F(WirelessFiguresTest, NetworksWithCountersOfTheirOwnKeepTheirOwnTime) {
+  for (SsidReading& ssid : *reading_.ssids) ssid.in_octets = ssid.out_octets = Wide(1'000);
+  reading_.interfaces = {Interface(1, "ath0", 5, 5)};
+  const DeviceSnapshot first = Poll();
+  EXPECT_EQ(first.ssid_interfaces.at("ath0").traffic->in_bytes, 1'000U);
+
+  reading_.interfaces.reset();
+  reading_.errors = {"interfaces: no answer"};
+  for (SsidReading& ssid : *reading_.ssids) ssid.in_octets = Wide(1'500);
+  const DeviceSnapshot second = Poll();
+  EXPECT_EQ(second.ssid_interfaces.at("ath1").traffic->in_bytes, 1'500U);
+  EXPECT_EQ(*second.polling_time - *first.polling_time, 30);
+  EXPECT_EQ(second.sample_time, first.sample_time);
+
+  for (SsidReading& ssid : *reading_.ssids) ssid.in_octets = Wide(1'400);
+  const DeviceSnapshot held = Poll();
+  EXPECT_EQ(held.polling_time, second.polling_time);
+  EXPECT_EQ(held.ssid_interfaces.at("ath1").traffic->in_bytes, 1'500U);
+}
+
+TEST_F(WirelessFiguresTest, ShowPortalUsersAndNeighbours) {
+  PortalUserReading user;
+  user.mac = "02-fc-00-00-01-01";
+  user.username = "guest";
+  user.hostname = "phone";
+  user.in_octets = Wide(11);
+  user.out_octets = Wide(22);
+  reading_.portal_users = {user, user};
+  records::NeighboringAP neighbour;
+  neighbour.mac = "02:fc:00:00:02:01";
+  neighbour.channel = 36;
+  reading_.neighbours = {neighbour};
+
+  const DeviceSnapshot snapshot = Poll();
+
+  ASSERT_EQ(snapshot.portal_users.size(), 1U);
+  const records::PortalUser& shown = snapshot.portal_users.at("02:FC:00:00:01:01");
+  EXPECT_EQ(shown.username, "guest");
+  EXPECT_EQ(shown.hostname, "phone");
+  EXPECT_EQ(shown.in_bytes, 11U);
+  EXPECT_EQ(shown.out_bytes, 22U);
+  ASSERT_EQ(snapshot.neighbours.size(), 1U);
+  EXPECT_EQ(snapshot.neighbours.front().channel, 36);
+}
+
+}  // namespace
+}  // namespace probe::snmp
