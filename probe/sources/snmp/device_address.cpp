@@ -1,0 +1,115 @@
+#include "probe/sources/snmp/device_address.h"
+
+#include <arpa/inet.h>
+#include <netdb.h>
+#include <sys/socket.h>
+
+#include <array>
+#include <charconv>
+#include <memory>
+#include <system_error>
+#include <thread>
+#include <utility>
+
+#include "platform/utilities/locks.h"
+#include "probe/sources/snmp/wait.h"
+
+namespace probe::snmp {
+
+namespace {
+
+using utilities::lock::lock_guard;
+
+bool IsIpv6(const std::string& host) {
+  in6_addr address{};
+  // A link-local address has its interface behind a percent sign, which inet_pton does not read.
+  return inet_pton(AF_INET6, host.substr(0, host.find('%')).c_str(), &address) == 1;
+}
+
+std::optional<std::uint16_t> ParsePort(std::string_view text) {
+  std::uint16_t port = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), port);
+  if (error != std::errc{} || end != text.data() + text.size() || port == 0) return std::nullopt;
+  return port;
+}
+
+std::optional<DeviceAddress> WithPort(std::string_view host, std::string_view port) {
+  const auto number = ParsePort(port);
+  if (!number || host.empty()) return std::nullopt;
+  return DeviceAddress{.host = std::string(host), .port = *number};
+}
+
+/// Calls the system's resolver.
+Resolution LookUp(const std::string& host, std::uint16_t port, int flags) {
+  addrinfo hints{};
+  hints.ai_socktype = SOCK_DGRAM;
+  hints.ai_flags = flags;
+  addrinfo* found = nullptr;
+  if (const int error = getaddrinfo(host.c_str(), nullptr, &hints, &found); error != 0) {
+    return {.addresses = {}, .error = "the name " + host + " cannot be resolved: " + gai_strerror(error)};
+  }
+  const std::unique_ptr<addrinfo, decltype(&freeaddrinfo)> owner(found, &freeaddrinfo);
+  Resolution resolution;
+  for (const addrinfo* at = found; at != nullptr; at = at->ai_next) {
+    std::array<char, NI_MAXHOST> number{};
+    if (getnameinfo(at->ai_addr, at->ai_addrlen, number.data(), number.size(), nullptr, 0, NI_NUMERICHOST) != 0)
+      continue;
+    const std::string text = number.data();
+    const std::string peer = at->ai_family == AF_INET6 ? "udp6:[" + text + "]" : "udp:" + text;
+    resolution.addresses.push_back({.number = text, .peer = peer + ":" + std::to_string(port)});
+  }
+  if (resolution.addresses.empty()) resolution.error = "the name " + host + " has no address";
+  return resolution;
+}
+
+/// What the thread that looks up a name shares with the one that waits for it, until the later of the two is done.
+struct SharedLookUp {
+  StopEvent done;
+  utilities::lock::Mutex lock;  // leaf lock: no other lock is taken while it is held
+  Resolution resolution VEXORA_GUARDED_BY(lock);
+};
+
+}  // namespace
+
+std::optional<DeviceAddress> ParseDeviceAddress(std::string_view text) {
+  if (text.starts_with('[')) {
+    const std::size_t end = text.find(']');
+    if (end == std::string_view::npos || !IsIpv6(std::string(text.substr(1, end - 1)))) return std::nullopt;
+    const std::string_view host = text.substr(1, end - 1);
+    const std::string_view behind = text.substr(end + 1);
+    if (behind.empty()) return DeviceAddress{.host = std::string(host)};
+    return behind.starts_with(':') ? WithPort(host, behind.substr(1)) : std::nullopt;
+  }
+  const std::size_t colon = text.find(':');
+  if (colon == std::string_view::npos || IsIpv6(std::string(text))) {
+    if (text.empty()) return std::nullopt;
+    return DeviceAddress{.host = std::string(text)};
+  }
+  return WithPort(text.substr(0, colon), text.substr(colon + 1));
+}
+
+Resolution ResolveAddress(const std::string& host, std::uint16_t port, std::chrono::steady_clock::time_point deadline,
+                          const StopEvent* stop) {
+  Resolution numeric = LookUp(host, port, AI_NUMERICHOST);
+  if (!numeric.addresses.empty()) return numeric;
+  auto shared = std::make_shared<SharedLookUp>();
+  try {
+    std::thread([shared, host, port] {
+      Resolution found = LookUp(host, port, 0);
+      {
+        const lock_guard held(shared->lock);
+        shared->resolution = std::move(found);
+      }
+      shared->done.Set();
+    }).detach();
+  } catch (const std::system_error& error) {
+    return {.addresses = {}, .error = std::string("the name cannot be looked up: ") + error.what()};
+  }
+  if (WaitForInput(shared->done.descriptor(), deadline, stop) != Wait::kReady) {
+    return {.addresses = {}, .error = "the name " + host + " cannot be resolved: the name service does not answer"};
+  }
+  const lock_guard held(shared->lock);
+  return shared->resolution;
+}
+
+}  // namespace probe::snmp

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "probe/sources/snmp/stop_event.h"
+
+namespace probe::snmp {
+
+/// Where a device is: what an administrator writes.
+struct DeviceAddress {
+  std::string host;          ///< Name, IPv4 or IPv6 address, without brackets.
+  std::uint16_t port = 161;  ///< UDP.
+
+  bool operator==(const DeviceAddress&) const = default;
+};
+
+/// Reads "switch.example", "192.0.2.7:1161", "2001:db8::7" and "[2001:db8::7]:1161".
+///
+/// Fails: nothing for an empty host, a port that is no number from 1 to 65535, and brackets around anything else than
+/// an IPv6 address.
+std::optional<DeviceAddress> ParseDeviceAddress(std::string_view text);
+
+/// One address of a host.
+struct ResolvedAddress {
+  std::string number;  ///< "192.0.2.7", "2001:db8::7".
+  std::string peer;    ///< As the SNMP library writes it: "udp:192.0.2.7:161", "udp6:[2001:db8::7]:161".
+};
+
+/// What a host's name stands for.
+struct Resolution {
+  std::vector<ResolvedAddress> addresses;  ///< In the order in which to try them; empty when `error` is set.
+  std::string error;                       ///< In plain words.
+};
+
+/// Finds the addresses of a host. A name is looked up in a thread of its own, which is left behind when the name
+/// service does not answer before `deadline` or `stop`: there is no way to interrupt it.
+Resolution ResolveAddress(const std::string& host, std::uint16_t port, std::chrono::steady_clock::time_point deadline,
+                          const StopEvent* stop);
+
+}  // namespace probe::snmp
