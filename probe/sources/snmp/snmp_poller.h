@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "platform/utilities/locks.h"
@@ -55,17 +56,21 @@ class SnmpPoller {
  private:
   struct Device;
   void Work() VEXORA_EXCLUDES(lock_);
-  bool PollNext() VEXORA_EXCLUDES(lock_);
+  std::optional<std::size_t> AwaitDevice() VEXORA_EXCLUDES(lock_);
+  bool Poll(std::size_t index);
 
   const PollObserver observer_;
   StopEvent stop_;                                // before the devices, whose sessions wait for it
   std::vector<std::unique_ptr<Device>> devices_;  // each only by the thread that polls it
 
-  utilities::lock::Mutex lock_;  // leaf lock: no other lock is taken while it is held
-  utilities::lock::CondVar changed_;
+  utilities::lock::Mutex lock_;        // leaf lock: no other lock is taken while it is held
+  utilities::lock::CondVar idle_;      // for the threads that have nothing to do
+  utilities::lock::CondVar watching_;  // for the one of them that waits for the time of the next device
   PollSchedule schedule_ VEXORA_GUARDED_BY(lock_);
   bool is_stopping_ VEXORA_GUARDED_BY(lock_) = false;
-  WorkerThreads threads_;  // only the thread that calls Start and Stop
+  std::optional<PollSchedule::Time> watched_time_
+      VEXORA_GUARDED_BY(lock_);  // until when it waits; nothing: nobody does
+  WorkerThreads threads_;        // only the thread that calls Start and Stop
 };
 
 }  // namespace probe::snmp

@@ -19,8 +19,8 @@ class WorkerThreads {
   WorkerThreads(const WorkerThreads&) = delete;
   WorkerThreads& operator=(const WorkerThreads&) = delete;
 
-  /// Starts `count` threads more. Fails: throws `std::system_error` when not even one thread can be started; with fewer
-  /// than asked for it goes on.
+  /// Starts `count` threads; once. Fails: throws `std::system_error` when not even one thread can be started; with
+  /// fewer than asked for it goes on.
   void Start(std::size_t count, std::function<void()> run);
 
   /// Waits until all have returned.
