@@ -10,6 +10,7 @@
 #include "probe/host/log.h"
 #include "probe/server/net/ip_address.h"
 #include "probe/server/net/server_settings.h"
+#include "probe/settings/snmp_devices.h"
 #include "probe/sources/simulated/simulated_settings.h"
 
 namespace probe {
@@ -254,6 +255,7 @@ std::string DescribeSettings() {
     // As a comment, so that a file made of this text follows the defaults of later versions.
     text += "#" + key.name + " = " + std::visit(Written{}, key.read(defaults)) + "\n";
   }
+  text += "\n" + DescribeSnmpDevices();
   return text;
 }
 

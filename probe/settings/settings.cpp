@@ -15,56 +15,20 @@
 #include <vector>
 
 #include "probe/settings/setting_keys.h"
+#include "probe/settings/settings_errors.h"
+#include "probe/settings/snmp_devices.h"
+#include "probe/settings/toml_values.h"
+#include "probe/text/nearest_word.h"
 
 namespace probe {
 namespace {
 
-/// What is wrong in one file, in the order of its lines. What concerns several lines stands at the first.
-class SettingsErrors {
- public:
-  explicit SettingsErrors(std::string file) : file_(std::move(file)) {}
-
-  void Add(std::size_t line, const std::string& key, const std::string& what) {
-    by_line_.emplace(line, file_ + ":" + std::to_string(line) + ": " + (key.empty() ? "" : key + ": ") + what);
-  }
-
-  /// Throws `SettingsError` when something is wrong.
-  void Raise() const {
-    std::string text;
-    for (const auto& [line, error] : by_line_) text += (text.empty() ? "" : "\n") + error;
-    if (!text.empty()) throw SettingsError(text);
-  }
-
- private:
-  std::string file_;
-  std::multimap<std::size_t, std::string> by_line_;
-};
-
 /// Path of a key that the file holds -> its line.
 using KeyLines = std::map<std::string, std::size_t>;
 
-std::optional<std::vector<std::string>> TextsOf(const toml::array& array) {
-  std::vector<std::string> texts;
-  for (const toml::node& element : array) {
-    if (!element.is_string()) return std::nullopt;
-    texts.push_back(element.ref<std::string>());
-  }
-  return texts;
-}
-
-/// The value of a node, for the types that keys have.
-std::optional<SettingValue> ValueOf(const toml::node& node) {
-  if (node.is_boolean()) return node.ref<bool>();
-  if (node.is_integer()) return node.ref<std::int64_t>();
-  if (node.is_string()) return node.ref<std::string>();
-  if (const toml::array* array = node.as_array()) {
-    if (auto texts = TextsOf(*array)) return *std::move(texts);
-  }
-  return std::nullopt;
-}
-
 /// Whether keys stand in this table, or in one below it.
 bool IsTable(const std::string& path) {
+  if (path == "sources.snmp") return true;
   return std::any_of(SettingKeys().begin(), SettingKeys().end(),
                      [&](const SettingKey& key) { return key.table == path || key.table.rfind(path + ".", 0) == 0; });
 }
@@ -73,6 +37,21 @@ const SettingKey* FindKey(const std::string& path) {
   const auto found = std::find_if(SettingKeys().begin(), SettingKeys().end(),
                                   [&](const SettingKey& key) { return key.Path() == path; });
   return found != SettingKeys().end() ? &*found : nullptr;
+}
+
+/// A hint for a name that is not known: the key or table of `prefix` that was probably meant.
+std::string DidYouMean(const std::string& path, const std::string& prefix) {
+  std::vector<std::string> paths{kSnmpDevices, "sources.snmp"};
+  for (const SettingKey& key : SettingKeys()) {
+    paths.push_back(key.Path());
+    paths.push_back(key.table);
+  }
+  std::erase_if(paths, [&](const std::string& one) {
+    return !one.starts_with(prefix) || one.find('.', prefix.size()) != std::string::npos;
+  });
+  for (std::string& one : paths) one.erase(0, prefix.size());
+  const std::string nearest = NearestWord(std::string_view(path).substr(prefix.size()), paths);
+  return nearest.empty() ? nearest : "; did you mean \"" + prefix + nearest + "\"?";
 }
 
 /// Takes the values of one document over, and notes those that it cannot take.
@@ -86,8 +65,10 @@ class SettingsReader {
     for (const auto& [name, node] : table) {
       const std::string path = prefix + std::string(name.str());
       const std::size_t line = name.source().begin.line;
-      if (!IsTable(path)) {
-        Value(node, path, line);
+      if (path == kSnmpDevices) {
+        settings_.snmp.devices = ReadSnmpDevices(node, errors_);
+      } else if (!IsTable(path)) {
+        Value(node, path, prefix, line);
       } else if (const toml::table* inner = node.as_table()) {
         Table(*inner, path + ".");
       } else {
@@ -97,10 +78,12 @@ class SettingsReader {
   }
 
  private:
-  void Value(const toml::node& node, const std::string& path, std::size_t line) {
+  void Value(const toml::node& node, const std::string& path, const std::string& prefix, std::size_t line) {
     const SettingKey* key = FindKey(path);
     if (key == nullptr) {
-      errors_.Add(line, path, node.is_table() ? "there is no such table" : "there is no such key");
+      const bool is_table = node.is_table() || node.is_array_of_tables();
+      errors_.Add(line, path,
+                  (is_table ? "there is no such table" : "there is no such key") + DidYouMean(path, prefix));
       return;
     }
     const std::optional<SettingValue> value = ValueOf(node);

@@ -7,6 +7,7 @@
 #include "probe/host/log.h"
 #include "probe/server/net/server_settings.h"
 #include "probe/sources/simulated/simulated_settings.h"
+#include "probe/sources/snmp/snmp_settings.h"
 #include "probe/sources/this_machine/this_machine_settings.h"
 
 namespace probe {
@@ -19,6 +20,7 @@ struct Settings {
   std::string plugin_path;  ///< The plug-in's file; empty: the one that came with the executable.
   ThisMachineSettings this_machine;
   SimulatedSettings simulated;
+  snmp::SnmpSettings snmp;
   std::string record_path;  ///< File to record into; empty: none. Settled on the command line only, as is the next.
   unsigned speed = 1;       ///< How many times faster than the true pace everything runs.
 };
@@ -32,7 +34,7 @@ class SettingsError : public std::runtime_error {
 
 /// The settings in the text of a configuration file; a key that it leaves out keeps its default.
 ///
-/// `file` is the name that errors give. Nothing is read but the token file that the text may name.
+/// `file` is the name that errors give. Nothing is read but the files that the text names for secrets.
 /// Fails: throws `SettingsError` for what is not TOML, an unknown table or key, a value of the wrong type or outside
 ///        its range, and for keys that contradict one another.
 Settings ParseSettings(std::string_view text, const std::string& file);

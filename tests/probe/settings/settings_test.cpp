@@ -133,11 +133,13 @@ TEST_P(UnusableSettings, AreNamedByFileLineAndKey) {
 INSTANTIATE_TEST_SUITE_P(
     OneFault, UnusableSettings,
     ::testing::Values(
-        BadFile{"UnknownKey", "[limits]\n\nconections = 5\n", "probe.toml:3: limits.conections: there is no such key"},
+        BadFile{"UnknownKey", "[limits]\n\nconections = 5\n",
+                "probe.toml:3: limits.conections: there is no such key; did you mean \"limits.connections\"?"},
         BadFile{"UnknownKeyOutsideTables", "port = 1\n", "probe.toml:1: port: there is no such key"},
-        BadFile{"UnknownTable", "[logging]\n[sever]\nport = 1\n", "probe.toml:2: sever: there is no such table"},
+        BadFile{"UnknownTable", "[logging]\n[sever]\nport = 1\n",
+                "probe.toml:2: sever: there is no such table; did you mean \"server\"?"},
         BadFile{"UnknownSource", "[sources.that_machine]\n",
-                "probe.toml:1: sources.that_machine: there is no such table"},
+                "probe.toml:1: sources.that_machine: there is no such table; did you mean \"sources.this_machine\"?"},
         BadFile{"KeyInPlaceOfATable", "server = 5\n", "probe.toml:1: server: must be a table"},
         BadFile{"ListOfTables", "[[limits]]\n", "probe.toml:1: limits: must be a table"},
         BadFile{"TableInPlaceOfAKey", "[server.port]\n",

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <toml++/toml.h>
+
+#include <string>
+#include <vector>
+
+#include "probe/settings/settings_errors.h"
+#include "probe/sources/snmp/snmp_settings.h"
+
+namespace probe {
+
+/// Path of the list of tables in which the devices of the source `snmp` stand.
+inline constexpr const char* kSnmpDevices = "sources.snmp.devices";
+
+/// The devices of the list `[[sources.snmp.devices]]`; those with an error are left out.
+///
+/// Reads the files that hold secrets. `${CREDENTIALS_DIRECTORY}` in the name of one stands for the folder in which the
+/// service manager puts credentials.
+/// Fails: adds what is wrong to `errors`, never with a secret in the text.
+std::vector<snmp::DeviceSettings> ReadSnmpDevices(const toml::node& list, SettingsErrors& errors);
+
+/// What an example of the configuration file says about the list, as comments.
+std::string DescribeSnmpDevices();
+
+}  // namespace probe
