@@ -1,0 +1,21 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "probe/sources/snmp/device_figures.h"
+#include "probe/sources/snmp/poll_health.h"
+
+namespace probe::snmp {
+
+/// What there is to say about one device of the settings and its polls.
+struct DeviceStatus {
+  std::string address;            ///< As asked, with its port: "192.0.2.1:161", "[2001:db8::1]:161".
+  std::string name;               ///< Device name; the address while it is not known.
+  std::string mac;                ///< Device id; empty while it is not known.
+  bool online = false;            ///< As in the device centre.
+  PollHealth health;              ///< Of its last poll; `error` also tells what keeps it out of the device centre.
+  std::vector<StaleTable> stale;  ///< Tables that did not answer in its last reading.
+};
+
+}  // namespace probe::snmp

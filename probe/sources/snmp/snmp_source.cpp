@@ -1,0 +1,179 @@
+#include "probe/sources/snmp/snmp_source.h"
+
+#include <ctime>
+
+#include <chrono>
+#include <optional>
+#include <utility>
+
+#include "probe/host/log.h"
+#include "probe/text/url_host.h"
+
+namespace probe::snmp {
+
+using utilities::lock::lock_guard;
+
+namespace {
+
+constexpr std::chrono::seconds kOfflineCheck{1};
+
+std::int64_t SteadyTicks() {
+  constexpr std::int64_t kTicksPerSecond = 100;
+  constexpr std::int64_t kNanosecondsPerTick = 10'000'000;
+  timespec now{};
+  // Unlike the monotonic clock it counts the time for which this machine slept, as the devices do.
+  clock_gettime(CLOCK_BOOTTIME, &now);
+  return std::int64_t{now.tv_sec} * kTicksPerSecond + std::int64_t{now.tv_nsec} / kNanosecondsPerTick;
+}
+
+std::string JoinedErrors(const PollResult& result) {
+  if (!result.health.error.empty() || !result.reading) return result.health.error;
+  std::string text;
+  for (const std::string& error : result.reading->errors) text += (text.empty() ? "" : "; ") + error;
+  return text;
+}
+
+}  // namespace
+
+/// One device with what is known of it.
+class SnmpSource::PolledDevice {
+ public:
+  explicit PolledDevice(const DeviceSettings& settings)
+      : label_(settings.name.empty() ? settings.address : settings.name + " (" + settings.address + ")"),
+        figures_(settings) {
+    status_.address = UrlHost(settings.address) + ":" + std::to_string(settings.port);
+    status_.name = settings.name.empty() ? settings.address : settings.name;
+  }
+
+  // Order: before the lock of the claims and that of the device centre.
+  mutable utilities::lock::Mutex lock;
+
+  DeviceStatus Status() const VEXORA_REQUIRES(lock) {
+    DeviceStatus status = status_;
+    status.mac = figures_.mac();
+    status.stale = figures_.StaleTables(SteadyTicks());
+    return status;
+  }
+
+  DeviceFigures& figures() VEXORA_REQUIRES(lock) { return figures_; }
+
+  void NoteSnapshot(const DeviceSnapshot& snapshot) VEXORA_REQUIRES(lock) {
+    status_.online = snapshot.online;
+    if (snapshot.basic_info) status_.name = snapshot.basic_info->hostname;
+  }
+
+  /// Notes how the poll went, and logs what has changed.
+  void NotePoll(PollHealth health) VEXORA_REQUIRES(lock) {
+    if (health.error != status_.health.error) {
+      if (health.error.empty()) {
+        log::Info("snmp device %s: all is read again", label_.c_str());
+      } else {
+        log::Error("snmp device %s: %s", label_.c_str(), health.error.c_str());
+      }
+    }
+    if (health.answered && health.profile != status_.health.profile) {
+      log::Info("snmp device %s is %s, id %s, read with the profile \"%s\": %s", label_.c_str(), status_.name.c_str(),
+                figures_.mac().c_str(), health.profile.c_str(), health.profile_reason.c_str());
+    }
+    status_.health = std::move(health);
+  }
+
+ private:
+  const std::string label_;
+  DeviceStatus status_ VEXORA_GUARDED_BY(lock);
+  DeviceFigures figures_ VEXORA_GUARDED_BY(lock);
+};
+
+SnmpSource::SnmpSource(DeviceCentre& centre, SnmpSettings settings, const ProfileCatalogue& catalogue)
+    : centre_(centre), settings_(std::move(settings)) {
+  for (const DeviceSettings& device : settings_.devices) devices_.push_back(std::make_unique<PolledDevice>(device));
+  poller_ = std::make_unique<SnmpPoller>(
+      settings_, catalogue, [this](std::size_t device, PollResult result) { TakeResult(device, std::move(result)); });
+}
+
+SnmpSource::SnmpSource(DeviceCentre& centre, SnmpSettings settings, const SnmpPoller::DevicePollMaker& maker)
+    : centre_(centre), settings_(std::move(settings)) {
+  for (const DeviceSettings& device : settings_.devices) devices_.push_back(std::make_unique<PolledDevice>(device));
+  poller_ = std::make_unique<SnmpPoller>(
+      settings_, maker, [this](std::size_t device, PollResult result) { TakeResult(device, std::move(result)); });
+}
+
+SnmpSource::~SnmpSource() {
+  Stop();
+}
+
+void SnmpSource::Start() {
+  // On the caller's thread, so that the devices are listed when it starts the plug-in.
+  CheckOffline();
+  poller_->Start();
+  thread_ = std::thread(&SnmpSource::Run, this);
+}
+
+void SnmpSource::Stop() {
+  poller_->Stop();
+  stop_.Set();
+  if (thread_.joinable()) thread_.join();
+}
+
+void SnmpSource::Run() {
+  auto next = std::chrono::steady_clock::now() + kOfflineCheck;
+  while (!stop_.IsSetBefore(next)) {
+    CheckOffline();
+    next += kOfflineCheck;
+  }
+}
+
+std::vector<DeviceStatus> SnmpSource::Statuses() const {
+  std::vector<DeviceStatus> statuses;
+  statuses.reserve(devices_.size());
+  for (const auto& device : devices_) {
+    const lock_guard held(device->lock);
+    statuses.push_back(device->Status());
+  }
+  return statuses;
+}
+
+void SnmpSource::TakeResult(std::size_t device, PollResult result) {
+  PolledDevice& polled = *devices_.at(device);
+  result.health.error = JoinedErrors(result);
+  const lock_guard held(polled.lock);
+  std::optional<DeviceSnapshot> snapshot;
+  if (result.reading) {
+    constexpr int kMillisecondsPerTick = 10;
+    const std::int64_t started = SteadyTicks() - result.health.duration.count() / kMillisecondsPerTick;
+    snapshot = polled.figures().Take(*result.reading, {.steady_ticks = started, .wall = time(nullptr)});
+  }
+  if (snapshot) {
+    const std::string& mac = polled.figures().mac();
+    if (Claim(mac, device)) {
+      polled.NoteSnapshot(*snapshot);
+      centre_.Replace(mac, *std::move(snapshot));
+    } else {
+      result.health.error = "its id " + mac + " is that of another device; give it one of its own with the key \"mac\"";
+    }
+  }
+  polled.NotePoll(std::move(result.health));
+}
+
+void SnmpSource::CheckOffline() {
+  for (std::size_t i = 0; i < devices_.size(); ++i) {
+    PolledDevice& polled = *devices_[i];
+    const lock_guard held(polled.lock);
+    auto snapshot = polled.figures().CheckOffline(SteadyTicks());
+    const std::string& mac = polled.figures().mac();
+    if (!snapshot || !Claim(mac, i)) continue;
+    polled.NoteSnapshot(*snapshot);
+    centre_.Replace(mac, *std::move(snapshot));
+  }
+}
+
+bool SnmpSource::Claim(const std::string& mac, std::size_t device) {
+  const lock_guard held(claims_lock_);
+  const auto claim = claims_.find(mac);
+  if (claim != claims_.end()) return claim->second == device;
+  if (centre_.Snapshot(mac) != nullptr) return false;
+  claims_[mac] = device;
+  return true;
+}
+
+}  // namespace probe::snmp

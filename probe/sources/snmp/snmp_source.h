@@ -1,0 +1,77 @@
+#pragma once
+
+#include <cstddef>
+#include <map>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "platform/utilities/locks.h"
+#include "probe/host/device_centre.h"
+#include "probe/host/stop_flag.h"
+#include "probe/sources/snmp/device_status.h"
+#include "probe/sources/snmp/poll_health.h"
+#include "probe/sources/snmp/profile_catalogue.h"
+#include "probe/sources/snmp/snmp_poller.h"
+#include "probe/sources/snmp/snmp_settings.h"
+
+namespace probe::snmp {
+
+/// The source that makes the devices of the settings, which answer SNMP, devices of the probe.
+///
+/// Each reading becomes a snapshot in the device centre. What goes wrong with a device is logged when it changes. Two
+/// devices with one id would overwrite each other: the second one is left out, and its status says so.
+///
+/// Owner:   the application. Stop or destroy it before the device centre or the catalogue is destroyed.
+/// Threads: `Start` and `Stop` one thread; `Statuses` any; the poller's threads call `TakeResult`, and a thread of its
+///          own notices devices that have fallen silent.
+class SnmpSource {
+ public:
+  /// `centre` and `catalogue` have to outlive the source.
+  SnmpSource(DeviceCentre& centre, SnmpSettings settings, const ProfileCatalogue& catalogue);
+
+  /// The same with another way to poll a device.
+  SnmpSource(DeviceCentre& centre, SnmpSettings settings, const SnmpPoller::DevicePollMaker& maker);
+  ~SnmpSource();
+  SnmpSource(const SnmpSource&) = delete;
+  SnmpSource& operator=(const SnmpSource&) = delete;
+
+  /// Lists the devices whose ids are set by hand, as offline, and starts to poll all. Fails: throws
+  /// `std::system_error` when there cannot be a thread.
+  void Start();
+
+  /// Ends the polls that go on, and joins all threads. The devices stay in the centre.
+  void Stop();
+
+  /// How the polls of each device go, in the order of the settings.
+  std::vector<DeviceStatus> Statuses() const;
+
+  /// Takes the result of one poll of a device over; what the poller calls. For one device never twice at a time.
+  void TakeResult(std::size_t device, PollResult result);
+
+  /// Takes devices offline that have fallen silent.
+  void CheckOffline();
+
+ private:
+  class PolledDevice;
+
+  void Run();
+
+  /// Whether the id is this device's own: nobody else's in the source or in the device centre.
+  bool Claim(const std::string& mac, std::size_t device) VEXORA_EXCLUDES(claims_lock_);
+
+  DeviceCentre& centre_;
+  const SnmpSettings settings_;
+  std::vector<std::unique_ptr<PolledDevice>> devices_;  // constant; each has a lock of its own
+
+  // Leaf lock but for that of the device centre. Taken with a device's lock held.
+  utilities::lock::Mutex claims_lock_;
+  std::map<std::string, std::size_t> claims_ VEXORA_GUARDED_BY(claims_lock_);  // id -> number of the device
+
+  std::unique_ptr<SnmpPoller> poller_;  // only the thread that calls Start and Stop, like the next two
+  StopFlag stop_;
+  std::thread thread_;
+};
+
+}  // namespace probe::snmp

@@ -1,0 +1,222 @@
+#include "probe/sources/snmp/snmp_source.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <ctime>
+
+#include <chrono>
+#include <memory>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "probe/host/device_centre.h"
+#include "probe/host/log.h"
+
+namespace probe::snmp {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using namespace std::chrono_literals;
+
+const std::string kMac = "02:FC:00:00:00:01";
+
+Reading ReadingOf(const std::string& mac) {
+  Reading reading;
+  reading.system.name = "switch";
+  reading.system.mac = mac;
+  reading.system.sys_uptime_ticks = 1'000'000;
+  reading.interfaces.emplace();
+  return reading;
+}
+
+PollResult Answer(Reading reading) {
+  PollResult result;
+  result.reading = std::move(reading);
+  result.health.answered = true;
+  result.health.last_answer = 1'700'000'000;
+  result.health.duration = 12ms;
+  result.health.statistics = {.pdus = 9, .responses = 9, .timeouts = 0};
+  result.health.profile = "generic";
+  result.health.profile_reason = "no other matches";
+  return result;
+}
+
+PollResult Silence(const std::string& error) {
+  PollResult result;
+  result.health.error = error;
+  result.health.failed_polls = 1;
+  return result;
+}
+
+class SnmpSourceTest : public ::testing::Test {
+ protected:
+  SnmpSourceTest() {
+    log::SetWriter([this](log::Level level, int /*module*/, const std::string& text) {
+      lines_.push_back(std::string(log::LevelName(level)) + " " + text);
+    });
+    DeviceCentre::Instance().Clear();
+  }
+  ~SnmpSourceTest() override {
+    log::SetWriter({});
+    DeviceCentre::Instance().Clear();
+  }
+  SnmpSourceTest(const SnmpSourceTest&) = delete;
+  SnmpSourceTest& operator=(const SnmpSourceTest&) = delete;
+
+  void AddDevice(const std::string& address, const std::string& mac = "") {
+    DeviceSettings device;
+    device.address = address;
+    device.mac = mac;
+    device.community = "hunter2";
+    settings_.devices.push_back(device);
+  }
+
+  SnmpSource& Source() {
+    if (source_ == nullptr) {
+      source_ = std::make_unique<SnmpSource>(
+          DeviceCentre::Instance(), settings_,
+          [](const DeviceSettings&, const StopEvent&) -> std::unique_ptr<DevicePoll> { return nullptr; });
+    }
+    return *source_;
+  }
+
+  static std::shared_ptr<const DeviceSnapshot> Snapshot(const std::string& mac = kMac) {
+    return DeviceCentre::Instance().Snapshot(mac);
+  }
+
+  SnmpSettings settings_;
+  std::vector<std::string> lines_;
+  std::unique_ptr<SnmpSource> source_;
+};
+
+TEST_F(SnmpSourceTest, ADeviceThatAnswersIsInTheDeviceCentre) {
+  AddDevice("192.0.2.1");
+  Source().TakeResult(0, Answer(ReadingOf(kMac)));
+  ASSERT_NE(Snapshot(), nullptr);
+  EXPECT_TRUE(Snapshot()->online);
+  EXPECT_EQ(Snapshot()->basic_info->hostname, "switch");
+  EXPECT_THAT(lines_, ElementsAre("info snmp device 192.0.2.1 is switch, id 02:FC:00:00:00:01, read with the profile "
+                                  "\"generic\": no other matches"));
+}
+
+TEST_F(SnmpSourceTest, OneThatNeverAnsweredIsNotInItUnlessItsIdIsGiven) {
+  AddDevice("192.0.2.1");
+  AddDevice("192.0.2.2", "02:fc:00:00:00:02");
+  Source().CheckOffline();
+  EXPECT_THAT(DeviceCentre::Instance().GetOnlineManagedDevices(false), ElementsAre("02:FC:00:00:00:02"));
+  EXPECT_FALSE(Snapshot("02:FC:00:00:00:02")->online);
+}
+
+TEST_F(SnmpSourceTest, AnErrorIsLoggedWhenItChanges) {
+  AddDevice("192.0.2.1");
+  Source().TakeResult(0, Silence("no reply"));
+  Source().TakeResult(0, Silence("no reply"));
+  Source().TakeResult(0, Silence("port closed"));
+  Source().TakeResult(0, Answer(ReadingOf(kMac)));
+  Source().TakeResult(0, Answer(ReadingOf(kMac)));
+  EXPECT_THAT(lines_, ElementsAre("error snmp device 192.0.2.1: no reply", "error snmp device 192.0.2.1: port closed",
+                                  "info snmp device 192.0.2.1: all is read again", HasSubstr("is switch, id")));
+}
+
+TEST_F(SnmpSourceTest, TablesThatFailAreAnErrorOfADeviceThatAnswers) {
+  AddDevice("192.0.2.1");
+  Reading reading = ReadingOf(kMac);
+  Source().TakeResult(0, Answer(reading));
+  reading.interfaces.reset();
+  reading.errors = {"interfaces: no answer", "stations: no answer"};
+  Source().TakeResult(0, Answer(reading));
+  const auto statuses = Source().Statuses();
+  EXPECT_EQ(statuses.at(0).health.error, "interfaces: no answer; stations: no answer");
+  ASSERT_EQ(statuses.at(0).stale.size(), 1U);
+  EXPECT_EQ(statuses.at(0).stale.front().name, "interfaces");
+  EXPECT_TRUE(Snapshot()->online);
+}
+
+TEST_F(SnmpSourceTest, TellsHowThePollsOfEachDeviceGo) {
+  AddDevice("192.0.2.1");
+  AddDevice("2001:db8::1");
+  Source().TakeResult(0, Answer(ReadingOf(kMac)));
+  Source().TakeResult(1, Silence("no reply"));
+  const auto statuses = Source().Statuses();
+  ASSERT_EQ(statuses.size(), 2U);
+  EXPECT_EQ(statuses[0].address, "192.0.2.1:161");
+  EXPECT_EQ(statuses[0].name, "switch");
+  EXPECT_EQ(statuses[0].mac, kMac);
+  EXPECT_TRUE(statuses[0].online);
+  EXPECT_EQ(statuses[0].health.statistics.pdus, 9U);
+  EXPECT_EQ(statuses[0].health.error, "");
+  EXPECT_EQ(statuses[1].address, "[2001:db8::1]:161");
+  EXPECT_EQ(statuses[1].name, "2001:db8::1");
+  EXPECT_EQ(statuses[1].mac, "");
+  EXPECT_FALSE(statuses[1].online);
+  EXPECT_EQ(statuses[1].health.error, "no reply");
+}
+
+TEST_F(SnmpSourceTest, TwoDevicesWithOneIdDoNotOverwriteEachOther) {
+  AddDevice("192.0.2.1");
+  AddDevice("192.0.2.2");
+  Reading first = ReadingOf(kMac);
+  Reading second = ReadingOf(kMac);
+  second.system.name = "other";
+  Source().TakeResult(0, Answer(first));
+  Source().TakeResult(1, Answer(second));
+  Source().TakeResult(0, Answer(first));
+  EXPECT_EQ(Snapshot()->basic_info->hostname, "switch");
+  EXPECT_THAT(Source().Statuses().at(1).health.error, HasSubstr("is that of another device"));
+  EXPECT_EQ(Source().Statuses().at(0).health.error, "");
+}
+
+TEST_F(SnmpSourceTest, LeavesTheDevicesOfOtherSourcesAlone) {
+  DeviceSnapshot machine;
+  machine.basic_info->hostname = "this machine";
+  DeviceCentre::Instance().Replace(kMac, machine);
+  AddDevice("127.0.0.1");
+  Source().TakeResult(0, Answer(ReadingOf(kMac)));
+  EXPECT_EQ(Snapshot()->basic_info->hostname, "this machine");
+  EXPECT_THAT(Source().Statuses().at(0).health.error, HasSubstr("the key \"mac\""));
+}
+
+TEST_F(SnmpSourceTest, SecretsAreInNoLineAndNoStatus) {
+  AddDevice("192.0.2.1");
+  Source().TakeResult(0, Silence("no reply"));
+  Source().TakeResult(0, Answer(ReadingOf(kMac)));
+  for (const std::string& line : lines_) EXPECT_THAT(line, Not(HasSubstr("hunter2")));
+}
+
+/// Answers each poll at once, as a device whose uptime is right.
+class PromptDevice : public DevicePoll {
+ public:
+  explicit PromptDevice(std::string mac) : mac_(std::move(mac)) {}
+  PollResult Poll(std::chrono::steady_clock::time_point /*deadline*/) override { return Answer(ReadingOf(mac_)); }
+
+ private:
+  std::string mac_;
+};
+
+TEST_F(SnmpSourceTest, PollsItsDevicesUntilItIsStopped) {
+  log::SetWriter([](log::Level, int, const std::string&) {});
+  AddDevice("192.0.2.1");
+  AddDevice("192.0.2.2");
+  for (DeviceSettings& device : settings_.devices) device.interval = 1s;
+  SnmpSource source(DeviceCentre::Instance(), settings_, [](const DeviceSettings& device, const StopEvent&) {
+    return std::make_unique<PromptDevice>("02:FC:00:00:00:0" + device.address.substr(device.address.size() - 1));
+  });
+  source.Start();
+  const auto deadline = std::chrono::steady_clock::now() + 20s;
+  while (DeviceCentre::Instance().GetOnlineManagedDevices(true).size() < 2 &&
+         std::chrono::steady_clock::now() < deadline) {
+    source.Statuses();  // as HTTP requests do meanwhile
+    std::this_thread::yield();
+  }
+  EXPECT_THAT(DeviceCentre::Instance().GetOnlineManagedDevices(true),
+              ::testing::UnorderedElementsAre("02:FC:00:00:00:01", "02:FC:00:00:00:02"));
+  source.Stop();
+}
+
+}  // namespace
+}  // namespace probe::snmp
