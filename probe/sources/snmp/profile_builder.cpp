@@ -2,7 +2,9 @@
 
 #include <cstddef>
 #include <optional>
+#include <set>
 #include <string>
+#include <variant>
 
 #include "probe/sources/snmp/profile_figures.h"
 #include "probe/sources/snmp/profile_tables.h"
@@ -97,6 +99,21 @@ void ReadDevice(const std::vector<ProfileEntry>& documents, ProfileTables& table
   }
 }
 
+/// Has every table asked for that anything needs: of some only the index matters.
+void AskNeeded(ProfileTables& tables, const Profile& profile) {
+  std::set<std::size_t> needed;
+  for (const auto& sources : profile.roles) {
+    for (const RoleSource& source : sources) needed.insert(source.needs.begin(), source.needs.end());
+  }
+  for (const auto& [figure, choice] : profile.device) {
+    for (const auto& option : choice) {
+      const auto* summary = std::get_if<ColumnSummary>(&option);
+      if (summary != nullptr) needed.insert(summary->needs.begin(), summary->needs.end());
+    }
+  }
+  for (const std::size_t table : needed) tables.Ask(table);
+}
+
 }  // namespace
 
 Profile BuildProfile(const std::vector<ProfileEntry>& documents) {
@@ -112,6 +129,7 @@ Profile BuildProfile(const std::vector<ProfileEntry>& documents) {
       profile.roles[role] = ReadRole(*entry, static_cast<Role>(role), tables);
     }
   }
+  AskNeeded(tables, profile);
   ReadClientTruth(documents, profile);
   return profile;
 }

@@ -153,9 +153,7 @@ std::optional<std::size_t> TableOf(const ProfileEntry& entry, ProfileTables& tab
     return std::nullopt;
   }
   const std::optional<std::string> name = member->Text();
-  const std::optional<std::size_t> table = name ? tables.FindTable(*member, *name) : std::nullopt;
-  if (table) tables.Ask(*table);
-  return table;
+  return name ? tables.FindTable(*member, *name) : std::nullopt;
 }
 
 std::optional<RoleSource> ReadSource(const ProfileEntry& entry, const RoleWords& words, ProfileTables& tables) {
@@ -195,7 +193,6 @@ std::optional<ColumnSummary> ReadSummary(const ProfileEntry& entry, const Profil
   }
   const std::optional<std::size_t> table = tables.FindTable(figure, text->substr(0, dot));
   if (!table) return std::nullopt;
-  tables.Ask(*table);
   RowReader reader(*table, tables);
   std::optional<CellPath> cell = reader.Path(figure, text->substr(dot + 1));
   if (!cell) return std::nullopt;

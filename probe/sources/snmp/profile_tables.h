@@ -38,7 +38,8 @@ class ProfileTables {
   /// The rule of the last cell of a path.
   const CellRule& RuleAt(std::size_t table, const CellPath& path) const;
 
-  /// Has a table asked for, even if only its index is of interest: the agent tells of it with a column.
+  /// Has a table asked for of which no column is, but the index: with its first column, for agents tell an index with a
+  /// column only.
   void Ask(std::size_t table);
 
  private:

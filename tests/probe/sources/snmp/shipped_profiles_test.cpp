@@ -1,0 +1,134 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "probe/sources/snmp/profile_catalogue.h"
+#include "probe/sources/snmp/profile_reading.h"
+#include "probe/sources/snmp/walk_agent.h"
+
+namespace probe::snmp {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using vexora_probe::models::controller::DeviceType;
+using vexora_probe::models::controller::WIFIBandType;
+
+/// The walks of invented devices in tests/snmp/, read with the profiles that are installed.
+class ShippedProfilesTest : public testing::Test {
+ protected:
+  ShippedProfilesTest() : catalogue_({VEXORA_PROFILES}) {}
+
+  /// Recognises the device, expects the profile, and reads it.
+  Reading Read(const std::string& walk, const std::string& profile) {
+    WalkAgent agent = ReadWalk(std::filesystem::path(VEXORA_WALKS) / walk);
+    EXPECT_THAT(agent.left_out(), IsEmpty());
+    const SystemGroup group = ReadSystemGroup(agent);
+    const ProfileMatch match = catalogue_.Match(group.object_id, group.description);
+    EXPECT_EQ(match.profile->name, profile) << match.why;
+    Reading reading = ReadDevice(*match.profile, agent).reading.value_or(Reading());
+    EXPECT_THAT(reading.errors, IsEmpty());
+    return reading;
+  }
+
+  const ProfileCatalogue catalogue_;
+};
+
+/// Clients of each SSID interface, "name: count".
+std::vector<std::string> Clients(const Reading& reading) {
+  std::vector<std::string> texts;
+  for (const SsidReading& ssid : reading.ssids.value()) {
+    texts.push_back(ssid.name + ": " + (ssid.client_count ? std::to_string(*ssid.client_count) : "unknown"));
+  }
+  return texts;
+}
+
+TEST_F(ShippedProfilesTest, AreThoseOfTheDocumentedMakers) {
+  std::vector<std::string> names;
+  for (const Profile& profile : catalogue_.profiles()) names.push_back(profile.name);
+  EXPECT_THAT(names, ElementsAre("airos", "aruba_controller", "aruba_instant", "generic", "grandstream", "hiveos",
+                                 "huawei_ac", "jetstream", "routeros", "unifi"));
+}
+
+TEST_F(ShippedProfilesTest, ReadAServer) {
+  const Reading reading = Read("server.snmprec", "generic");
+  EXPECT_EQ(reading.system.cpu_percent, 27);
+  EXPECT_EQ(reading.system.mac, "00:00:5e:00:53:11") << "the lowest of an Ethernet interface, not the software's";
+  EXPECT_FALSE(reading.system.is_wireless);
+  ASSERT_EQ(reading.interfaces.value().size(), 4U);
+  EXPECT_EQ((*reading.interfaces)[1].in_octets, (OctetCounter{5'000'000'000, true}));
+  EXPECT_EQ((*reading.interfaces)[1].bits_per_second, 1'000'000'000U);
+  EXPECT_EQ((*reading.interfaces)[1].discontinuity_ticks, 0U);
+}
+
+TEST_F(ShippedProfilesTest, ReadABridgeWithCountersOf32Bits) {
+  const Reading reading = Read("bridge.snmprec", "airos");
+  EXPECT_EQ((*reading.interfaces)[1].in_octets, (OctetCounter{4'294'000'000, false}));
+  EXPECT_EQ(reading.system.cpu_percent, std::nullopt);
+  ASSERT_EQ(reading.radios.value().size(), 1U);
+  EXPECT_EQ((*reading.radios)[0].channel, 100);
+  EXPECT_EQ((*reading.radios)[0].noise_dbm, -97);
+  EXPECT_THAT(Clients(reading), ElementsAre("ath0: 2"));
+  EXPECT_EQ((*reading.ssids)[0].out_octets, (OctetCounter{4'293'000'000, false}));
+  ASSERT_EQ(reading.stations.value().size(), 2U);
+  EXPECT_EQ((*reading.stations)[0].hostname, "far-end") << "without the padding";
+  EXPECT_EQ((*reading.stations)[0].data_rate, 144);
+  EXPECT_EQ((*reading.stations)[0].in_octets, std::nullopt);
+}
+
+TEST_F(ShippedProfilesTest, ReadASwitch) {
+  const Reading reading = Read("switch.snmprec", "jetstream");
+  EXPECT_EQ(reading.system.type, DeviceType::kSwitch);
+  EXPECT_EQ(reading.system.model, "SG8 1.0");
+  EXPECT_EQ(reading.system.cpu_percent, 17);
+  EXPECT_EQ(reading.system.mac, "00:00:5e:00:53:30");
+  EXPECT_FALSE(reading.system.is_wireless);
+  EXPECT_EQ(reading.interfaces.value().size(), 8U);
+  EXPECT_THAT(reading.ssids.value(), IsEmpty());
+}
+
+TEST_F(ShippedProfilesTest, ReadAnAccessPoint) {
+  const Reading reading = Read("access_point.snmprec", "unifi");
+  EXPECT_EQ(reading.system.type, DeviceType::kAccessPoint);
+  EXPECT_EQ(reading.system.cpu_percent, 3);
+  EXPECT_THAT(Clients(reading), ElementsAre("ath0: 4", "ath2: 14", "ath3: 1")) << "without the mesh between the radios";
+  ASSERT_EQ(reading.radios.value().size(), 2U);
+  EXPECT_EQ((*reading.radios)[1].name, "na");
+  EXPECT_EQ((*reading.radios)[1].band, WIFIBandType::k5GHz);
+  EXPECT_EQ((*reading.radios)[1].client_count, 15);
+}
+
+TEST_F(ShippedProfilesTest, ReadARouterWithClients) {
+  const Reading reading = Read("router.snmprec", "routeros");
+  EXPECT_EQ(reading.system.type, DeviceType::kRouter);
+  EXPECT_EQ(reading.system.mac, "00:00:5e:00:53:50") << "the bridge says 0";
+  EXPECT_EQ(reading.radios.value().size(), 2U) << "the virtual interface has none";
+  EXPECT_THAT(Clients(reading), ElementsAre("wlan1: 2", "wlan2: 0", "guest: 1"));
+  ASSERT_EQ(reading.stations.value().size(), 3U);
+  const StationReading& station = (*reading.stations)[0];
+  EXPECT_EQ(station.ssid_interface, "wlan1");
+  EXPECT_EQ(station.in_octets, (OctetCounter{90'000'000, false}));
+  EXPECT_EQ(station.out_octets, (OctetCounter{3'000'000'000, false}));
+  EXPECT_EQ(station.signal_dbm, -63);
+  EXPECT_EQ(station.data_rate, 72);
+}
+
+TEST_F(ShippedProfilesTest, ReadAControllerWithACaptivePortal) {
+  const Reading reading = Read("controller.snmprec", "aruba_controller");
+  EXPECT_EQ(reading.ssids.value().size(), 8U);
+  EXPECT_EQ(Clients(reading)[0], "example-staff (ap-library/1): 2") << "one of them with two addresses";
+  EXPECT_EQ((*reading.ssids)[0].in_octets, (OctetCounter{112'000'000, true}));
+  EXPECT_EQ(reading.radios.value().size(), 4U);
+  EXPECT_EQ(reading.stations.value().size(), 4U);
+  EXPECT_EQ((*reading.stations)[1].out_octets, (OctetCounter{100'000'000, true}));
+  ASSERT_EQ(reading.portal_users.value().size(), 1U);
+  EXPECT_EQ((*reading.portal_users)[0].username, "guest-7");
+  EXPECT_EQ((*reading.portal_users)[0].mac, "00:00:5e:00:53:82");
+}
+
+}  // namespace
+}  // namespace probe::snmp
