@@ -3,10 +3,14 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <filesystem>
+#include <iostream>
+#include <memory>
 #include <sstream>
 
+#include "probe/app/profile_commands.h"
 #include "probe/settings/setting_keys.h"
 #include "probe/sources/simulated/simulated_settings.h"
+#include "probe/sources/snmp/profile_catalogue.h"
 
 namespace probe {
 namespace {
@@ -83,6 +87,27 @@ void Describe(CLI::App& app, CommandLine& result) {
   app.footer(Footer());
 }
 
+/// "profiles check FILE" and "profiles list".
+void DescribeProfiles(CLI::App& app, CommandLine& result) {
+  CLI::App* profiles = app.add_subcommand("profiles", "Profiles of devices that answer SNMP");
+  profiles->require_subcommand(1);
+  CLI::App* check = profiles->add_subcommand("check", "Say whether a profile is right, and what is wrong");
+  // The callback runs after parsing, when the values are there; the command itself runs later, and has its own.
+  auto file = std::make_shared<std::string>();
+  auto walk = std::make_shared<std::string>();
+  check->add_option("FILE", *file, "The profile, a TOML file")->required();
+  check->add_option("--walk", *walk, "Read this saved walk with it, and print what was read")->type_name("WALK");
+  check->callback([&result, file, walk] {
+    result.subcommand = [file, walk] {
+      return CheckProfileCommand(*file, *walk, snmp::ProfileFolders(), std::cout, std::cerr);
+    };
+  });
+  CLI::App* list = profiles->add_subcommand("list", "Name the profiles and the devices that they are for");
+  list->callback([&result] {
+    result.subcommand = [] { return ListProfilesCommand(snmp::ProfileFolders(), std::cout, std::cerr); };
+  });
+}
+
 }  // namespace
 
 std::variant<CommandLine, CommandLineExit> ParseCommandLine(int count, const char* const* arguments) {
@@ -90,6 +115,7 @@ std::variant<CommandLine, CommandLineExit> ParseCommandLine(int count, const cha
                "vexora-probe");
   CommandLine result;
   Describe(app, result);
+  DescribeProfiles(app, result);
   try {
     app.parse(count, arguments);
     return result;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <variant>
@@ -21,6 +22,9 @@ struct CommandLine {
   unsigned speed = 1;                    ///< How many times faster than the true pace.
   std::optional<int> devices;            ///< In place of `sources.simulated.devices`.
   std::optional<int> clients;            ///< In place of `sources.simulated.clients`.
+
+  /// Does what was asked for instead of running the probe, and gives the exit code; empty: run the probe.
+  std::function<int()> subcommand;
 };
 
 /// A command line that the program answers with a text before it exits: help, version or an error.

@@ -40,5 +40,6 @@ int main(int argc, char** argv) {
     std::fputs(answer->text.c_str(), answer->exit_code == 0 ? stdout : stderr);
     return answer->exit_code;
   }
-  return Run(std::get<probe::CommandLine>(parsed));
+  const auto& command_line = std::get<probe::CommandLine>(parsed);
+  return command_line.subcommand ? command_line.subcommand() : Run(command_line);
 }

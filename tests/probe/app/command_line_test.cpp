@@ -56,6 +56,19 @@ TEST(CommandLine, TakesEachOption) {
   EXPECT_TRUE(command_line.is_live);
 }
 
+TEST(CommandLine, HasCommandsForProfiles) {
+  EXPECT_TRUE(Usable({"profiles", "list"}).subcommand);
+  EXPECT_TRUE(Usable({"profiles", "check", "/a.toml", "--walk", "/b.snmprec"}).subcommand);
+  EXPECT_FALSE(Usable({}).subcommand) << "runs the probe";
+  EXPECT_EQ(Answered({"profiles"}).exit_code, kUnusable);
+  EXPECT_EQ(Answered({"profiles", "check"}).exit_code, kUnusable);
+  EXPECT_THAT(Answered({"profiles", "--help"}).text, HasSubstr("check"));
+}
+
+TEST(CommandLine, ChecksTheProfileThatIsNamed) {
+  EXPECT_EQ(Usable({"profiles", "check", "/missing/profile.toml"}).subcommand(), kUnusable);
+}
+
 TEST(CommandLine, TakesEachOptionOfASimulatedNetwork) {
   const Settings settings =
       SettingsFor(Usable({"--simulated", "--speed=60", "--devices=20", "--clients", "30", "--record", "/r.jsonl"}), "");
