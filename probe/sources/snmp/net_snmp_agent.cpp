@@ -72,9 +72,7 @@ class NetSnmpAgent::Connection : public RequestChannel {
     sum.timeouts += now.timeouts - before.timeouts;
   }
 
-  static ExchangeAnswer Failed(const FailureText& text) {
-    return {.failure = text.failure, .error = text.error};
-  }
+  static ExchangeAnswer Failed(const FailureText& text) { return {.failure = text.failure, .error = text.error}; }
 
   Patience PatienceFor(int attempts) const {
     return {.timeout = times_.timeout, .attempts = attempts, .deadline = deadline_};
@@ -100,6 +98,7 @@ class NetSnmpAgent::Connection : public RequestChannel {
   }
 
   ExchangeAnswer AskSession(const Request& request);
+  bool MayBeAnotherEngine(const Reply& reply) const;
   FailureText FailureOf(const Reply& reply);
   FailureText SilenceText();
 
@@ -181,13 +180,18 @@ bool NetSnmpAgent::Connection::Introduce() {
                .error = "the keys of user \"" + settings_.user + "\" need at least eight octets each"});
 }
 
+/// Version 3: whether the agent may have been installed anew, lost its boot counter, or made place for another one
+/// since it last answered. It refuses the engine id that it had, and what it says cannot be verified.
+bool NetSnmpAgent::Connection::MayBeAnotherEngine(const Reply& reply) const {
+  if (settings_.version != Version::k3 || !is_proven_) return false;
+  if (reply.kind == ReplyKind::kReport) return !reply.values.empty() && reply.values.front().oid == kUnknownEngineIds;
+  return reply.kind == ReplyKind::kUnreadable;
+}
+
 ExchangeAnswer NetSnmpAgent::Connection::AskSession(const Request& request) {
   const SecurityLevel level = LevelOf(settings_);
   Reply reply = session_->Ask(request, level, PatienceFor(2));
-  const bool is_other_engine =
-      reply.kind == ReplyKind::kReport && !reply.values.empty() && reply.values.front().oid == kUnknownEngineIds;
-  if (is_other_engine) {
-    // The agent was installed anew, or another one has taken over the address.
+  if (MayBeAnotherEngine(reply)) {
     Close();
     if (!Open()) return Failed(*poll_failure_);
     reply = session_->Ask(request, level, PatienceFor(2));

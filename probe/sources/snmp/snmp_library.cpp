@@ -2,19 +2,7 @@
 
 #include "probe/sources/snmp/net_snmp.h"
 
-#include <clocale>
-#include <cstdlib>
-#include <string>
-
 namespace probe::snmp {
-
-namespace {
-
-void TurnOff(int feature) {
-  netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, feature, 1);
-}
-
-}  // namespace
 
 SnmpLibrary& SnmpLibrary::Instance() {
   static SnmpLibrary library;
@@ -24,22 +12,19 @@ SnmpLibrary& SnmpLibrary::Instance() {
 SnmpLibrary::SnmpLibrary() {
   // Without any handler it would log to standard error.
   netsnmp_register_loghandler(NETSNMP_LOGHANDLER_NONE, LOG_DEBUG);
-  TurnOff(NETSNMP_DS_LIB_DONT_READ_CONFIGS);
-  TurnOff(NETSNMP_DS_LIB_DONT_PERSIST_STATE);
-  TurnOff(NETSNMP_DS_LIB_DISABLE_PERSISTENT_LOAD);
-  TurnOff(NETSNMP_DS_LIB_DISABLE_PERSISTENT_SAVE);
-  TurnOff(NETSNMP_DS_LIB_DONT_LOAD_HOST_FILES);
-  TurnOff(NETSNMP_DS_LIB_ALARM_DONT_USE_SIG);
-  // No MIB files: neither those of the folders that are compiled in, nor those that the environment names.
-  netsnmp_set_mib_directory("");
-  netsnmp_config_remember(const_cast<char*>("mibs :"));
-  for (const char* const name : {"MIBS", "MIBFILES"}) {
-    if (std::getenv(name) != nullptr) unsetenv(name);
-  }
-  // It takes over the environment's character set, which is the program's own business.
-  const std::string locale = std::setlocale(LC_CTYPE, nullptr);
-  init_snmp("vexora-probe");
-  std::setlocale(LC_CTYPE, locale.c_str());
+  netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_DONT_READ_CONFIGS, 1);
+  netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_DONT_PERSIST_STATE, 1);
+  netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_DONT_LOAD_HOST_FILES, 1);
+  // Not by init_snmp(), which reads MIB files and the environment, changes the program's locale, and makes a folder for
+  // the certificates of transports that nobody uses here, whatever is turned off. These are the parts that sessions
+  // and version 3 need, in its order.
+  const char* const program = "vexora-probe";
+  netsnmp_ds_set_string(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_APPTYPE, program);
+  netsnmp_session unused;
+  snmp_sess_init(&unused);
+  init_snmpv3(program);
+  snmp_call_callbacks(SNMP_CALLBACK_LIBRARY, SNMP_CALLBACK_POST_PREMIB_READ_CONFIG, nullptr);
+  snmp_call_callbacks(SNMP_CALLBACK_LIBRARY, SNMP_CALLBACK_POST_READ_CONFIG, nullptr);
 }
 
 }  // namespace probe::snmp

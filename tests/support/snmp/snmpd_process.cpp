@@ -97,13 +97,15 @@ void SnmpdProcess::Serve(const std::string& walk) const {
 }
 
 void SnmpdProcess::Start() {
-  std::vector<std::string> words{
-      VEXORA_SNMPD, "-f", "-Lf", folder_.Path("snmpd.log"), "-C", "-c", folder_.Path("snmpd.conf")};
+  std::vector<std::string> words{VEXORA_SNMPD, "-f", "-Lf", folder_.Path("snmpd.log")};
   if (serves_walk_) {
     // Without its own modules, which would stand in front of the walk.
     words.insert(words.end(), {"-I", "pass_persist,vacm_conf,vacm_vars,usmConf,usm_conf,snmpv3"});
   }
-  pid_ = Spawn(words, {"PATH=/usr/bin:/bin", "MIBS=", "SNMP_PERSISTENT_DIR=" + folder_.Path("state")});
+  // Its own state is one of the folders for its configuration: that is how it counts its reboots.
+  const std::string state = folder_.Path("state");
+  pid_ = Spawn(words, {"PATH=/usr/bin:/bin", "MIBS=", "SNMP_PERSISTENT_DIR=" + state,
+                       "SNMPCONFPATH=" + folder_.Path("") + ":" + state});
   const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
   while (!IsTaken(port_)) {
     if (std::chrono::steady_clock::now() > deadline) throw std::runtime_error("snmpd does not listen");
