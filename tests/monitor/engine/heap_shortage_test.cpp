@@ -38,7 +38,7 @@ using ::testing::SizeIs;
 using vexora_probe::models::controller::AssocClientState;
 using vexora_probe::models::controller::WIFIBandType;
 
-constexpr time_t kStart = 1'795'262'400;  // 2026-11-21 12:00:00 UTC
+constexpr time_t kNoon = 1'795'262'400;  // 2026-11-21 12:00:00 UTC
 constexpr const char* kLobby = "AA:AA:AA:AA:AA:01";
 constexpr const char* kYard = "AA:AA:AA:AA:AA:02";
 
@@ -103,7 +103,7 @@ class HeapShortageTest : public ::testing::TestWithParam<Candidate> {
     access_point.Named("ap").Cpu(5).Uptime(100).Port("eth0", {1000, 2000});
     access_point.Radio("r2", WIFIBandType::k2_4GHz).Wifi("wlan0", "Guest", "r2", {70'000, 80'000});
     access_point.Client("wlan0", Client(client)).Configured("Guest@r2", {.name = "Guest"});
-    access_point.PolledAt(kStart).Neighbours({{.mac = "EE:EE:EE:EE:EE:01", .ssid = "Next door"}});
+    access_point.PolledAt(kNoon).Neighbours({{.mac = "EE:EE:EE:EE:EE:01", .ssid = "Next door"}});
   }
 
   /// So many passes that the monitor has taken its samples.
@@ -132,8 +132,8 @@ class HeapShortageTest : public ::testing::TestWithParam<Candidate> {
   }
 
   std::vector<std::string> Reports() {
-    return {monitor->GetAvailableTypePeriod(), monitor->GetWirelessReport("daily", Monitor::GetDateStr(kStart)),
-            monitor->GetWirelessReport("weekly", Monitor::GetWeekStr(kStart))};
+    return {monitor->GetAvailableTypePeriod(), monitor->GetWirelessReport("daily", Monitor::GetDateStr(kNoon)),
+            monitor->GetWirelessReport("weekly", Monitor::GetWeekStr(kNoon))};
   }
 
   /// Shows something sound now, and after the next pass as much as `before`.
@@ -165,8 +165,8 @@ class HeapShortageTest : public ::testing::TestWithParam<Candidate> {
     return failed;
   }
 
-  long now = kStart;
-  probe::VirtualClock clock{kStart};
+  long now = kNoon;
+  probe::VirtualClock clock{kNoon};
   probe::ClockInstallation installation{clock};
   test::Network network;
   test::LogCapture log;

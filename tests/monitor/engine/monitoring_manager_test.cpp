@@ -21,7 +21,7 @@ using test::LogLine;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-constexpr time_t kStart = 1'795'219'200;
+constexpr time_t kFirstPass = 1'795'219'200;
 
 /// What was done to the monitors of one test, in order. Threads: any.
 class Journal {
@@ -45,7 +45,7 @@ class JournalMonitor final : public Monitor {
   JournalMonitor(std::string name, Journal& journal) : name_(std::move(name)), journal_(journal) {}
 
   std::string GetMonitorName() override { return name_; }
-  void DataUpdate() override { journal_.Write(name_ + " pass at " + std::to_string(current_time() - kStart)); }
+  void DataUpdate() override { journal_.Write(name_ + " pass at " + std::to_string(current_time() - kFirstPass)); }
   void stop_monitor() override { journal_.Write(name_ + " stop"); }
   void Cleanup(const std::string& mac) override { journal_.Write(name_ + " cleanup " + mac); }
   void MergeDataForInterval() override {}
@@ -71,7 +71,7 @@ class MonitoringManagerTest : public ::testing::Test {
   static bool IsFed(const std::string& topic) {
     return probe::SubscriptionService::Instance().Parse(topic, nullptr).has_value();
   }
-  probe::VirtualClock clock{kStart};
+  probe::VirtualClock clock{kFirstPass};
   probe::ClockInstallation installation{clock};
   Journal journal;
   MonitoringManager& manager = MonitoringManager::GetInstance();
@@ -115,7 +115,7 @@ TEST_F(MonitoringManagerTest, VisitsMonitorsInTheOrderOfTheirNames) {
   Register("b");
   Register("a");
   Register("C");
-  manager.DataUpdate(kStart + 60);
+  manager.DataUpdate(kFirstPass + 60);
   manager.Cleanup("AA:AA:AA:AA:AA:01");
   EXPECT_THAT(journal.Entries(),
               ElementsAre("C pass at 60", "a pass at 60", "b pass at 60", "C cleanup AA:AA:AA:AA:AA:01",
@@ -128,9 +128,9 @@ TEST_F(MonitoringManagerTest, SleepsAMinuteBeforeEachPass) {
   manager.startMonitorEngine();
   clock.AwaitSleeper();
   EXPECT_THAT(journal.Entries(), IsEmpty());
-  clock.RunPass(kStart + 60);
+  clock.RunPass(kFirstPass + 60);
   EXPECT_THAT(journal.Entries(), ElementsAre("One pass at 60"));
-  clock.RunPass(kStart + 121);  // a pass takes its own time too
+  clock.RunPass(kFirstPass + 121);  // a pass takes its own time too
   EXPECT_THAT(journal.Entries(), ElementsAre("One pass at 60", "One pass at 121"));
   manager.stopMonitorEngine();
 }

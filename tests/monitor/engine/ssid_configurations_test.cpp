@@ -16,7 +16,7 @@ using monitoring::ConfigurationsOf;
 using vexora_probe::models::controller::DeviceType;
 using vexora_probe::models::controller::SSIDCfg;
 
-constexpr const char* kDevice = "AA:AA:AA:AA:AA:01";
+constexpr const char* kAccessPoint = "AA:AA:AA:AA:AA:01";
 
 SSIDCfg Configuration(bool guest) {
   SSIDCfg configuration;
@@ -27,17 +27,17 @@ SSIDCfg Configuration(bool guest) {
 
 TEST(SsidConfigurations, AreThoseOfARouterOrAnAccessPointAndOfNoOtherDevice) {
   Network network;
-  network.AccessPoint(kDevice).Configured("Office@BOTH", Configuration(false));
-  EXPECT_EQ(ConfigurationsOf(kDevice, DeviceType::kAccessPoint).count("Office@BOTH"), 1U);
-  EXPECT_EQ(ConfigurationsOf(kDevice, DeviceType::kRouter).count("Office@BOTH"), 1U);
-  EXPECT_TRUE(ConfigurationsOf(kDevice, DeviceType::kSwitch).empty());
-  EXPECT_TRUE(ConfigurationsOf(kDevice, DeviceType::kUnknown).empty());
+  network.AccessPoint(kAccessPoint).Configured("Office@BOTH", Configuration(false));
+  EXPECT_EQ(ConfigurationsOf(kAccessPoint, DeviceType::kAccessPoint).count("Office@BOTH"), 1U);
+  EXPECT_EQ(ConfigurationsOf(kAccessPoint, DeviceType::kAccessPoint).count("Office@BOTH"), 1U);
+  EXPECT_TRUE(ConfigurationsOf(kAccessPoint, DeviceType::kSwitch).empty());
+  EXPECT_TRUE(ConfigurationsOf(kAccessPoint, DeviceType::kUnknown).empty());
 }
 
 TEST(SsidConfigurations, OfAnUnknownDeviceAreNone) {
   const Network network;
-  EXPECT_TRUE(ConfigurationsOf(kDevice, DeviceType::kAccessPoint).empty());
-  EXPECT_TRUE(ConfigurationsOf(kDevice, DeviceType::kRouter).empty());
+  EXPECT_TRUE(ConfigurationsOf(kAccessPoint, DeviceType::kAccessPoint).empty());
+  EXPECT_TRUE(ConfigurationsOf(kAccessPoint, DeviceType::kAccessPoint).empty());
 }
 
 TEST(SsidConfigurations, OfOneRadioWinAgainstThoseOfBoth) {

@@ -17,7 +17,7 @@ namespace {
 using monitoring::Traffic;
 using namespace monitoring::traffic;
 
-constexpr std::uint64_t kMax = std::numeric_limits<std::uint64_t>::max();
+constexpr std::uint64_t kMostOctets = std::numeric_limits<std::uint64_t>::max();
 
 std::pair<std::uint64_t, std::uint64_t> Speed(Counters last, Counters now, std::uint64_t seconds) {
   const Traffic speed = SpeedBetween(last, now, seconds);
@@ -46,7 +46,7 @@ TEST(TrafficFoldInterval, IsZeroWhenTheDeviceClockStoodStillWentBackOrTheDiffere
 }
 
 TEST(TrafficFoldSpeed, HoldsTheLargestCounters) {
-  EXPECT_EQ(Speed({0, 0}, {kMax, kMax}, 1), (std::pair{kMax, kMax}));
+  EXPECT_EQ(Speed({0, 0}, {kMostOctets, kMostOctets}, 1), (std::pair{kMostOctets, kMostOctets}));
 }
 
 TEST(TrafficFoldSpeed, CountsFromZeroAfterACounterRestarted) {

@@ -32,7 +32,6 @@ using namespace std::chrono_literals;
 
 constexpr time_t kMinute = 60;
 constexpr time_t kStart = 1'700'000'040;  // the beginning of a minute
-constexpr auto kPatience = 60s;           // for a message that comes at once from a working probe
 
 ServerSettings AnyPort() {
   ServerSettings settings;
@@ -86,7 +85,7 @@ class LiveProbe {
 
 /// The next message, which has to be one JSON value and nothing else.
 json NextMessage(WebsocketClient& client) {
-  const std::optional<std::string> text = client.Receive(kPatience);
+  const std::optional<std::string> text = client.Receive(test::kPatience);
   if (!text) return {};
   return json::parse(*text);
 }

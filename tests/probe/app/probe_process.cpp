@@ -16,7 +16,6 @@ namespace test {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-constexpr auto kPatience = std::chrono::minutes(1);
 
 /// Starts the program with both of its outputs in the pipe.
 pid_t Spawn(std::vector<std::string> words, int output) {

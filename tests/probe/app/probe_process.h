@@ -8,6 +8,9 @@
 
 namespace test {
 
+/// For an answer that comes at once from a working probe.
+inline constexpr std::chrono::seconds kPatience{60};
+
 /// A `vexora-probe` that runs as a process of its own, as somebody starts it from a shell. Killed when it goes.
 class ProbeProcess {
  public:

@@ -24,8 +24,6 @@ using probe::WebsocketClient;
 using ::testing::HasSubstr;
 using namespace std::chrono_literals;
 
-constexpr auto kPatience = 60s;  // for an answer that comes at once from a working probe
-
 WebsocketClient ConnectedTo(int port) {
   ClientOptions options;
   options.port = static_cast<std::uint16_t>(port);
@@ -35,7 +33,7 @@ WebsocketClient ConnectedTo(int port) {
 void Subscribe(WebsocketClient& client) {
   client.SendText(
       R"({"subscribe": {"topic": "TrafficMonitor", "request": [{"sid": "a", "filter": {"interval": "1m"}}]}})");
-  const std::optional<std::string> answer = client.Receive(kPatience);
+  const std::optional<std::string> answer = client.Receive(test::kPatience);
   ASSERT_TRUE(answer.has_value());
   EXPECT_EQ(nlohmann::json::parse(*answer),
             nlohmann::json::parse(R"({"subscribed": {"topic": "TrafficMonitor", "sids": ["a"]}})"));
@@ -84,7 +82,7 @@ TEST_P(StopSignal, EndsAProbeWithSubscribersInUnderASecondWithEverythingReleased
   EXPECT_EQ(exit_code, 0) << probe.output();
   EXPECT_LT(taken, 1s);
   EXPECT_THAT(probe.output(), HasSubstr("stopped"));
-  EXPECT_EQ(client.Receive(kPatience), std::nullopt);
+  EXPECT_EQ(client.Receive(test::kPatience), std::nullopt);
   ASSERT_TRUE(client.close_reason().has_value());
   EXPECT_EQ(client.close_reason()->code, 1001);
 }

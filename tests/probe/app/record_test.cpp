@@ -21,7 +21,6 @@ namespace {
 using nlohmann::json;
 using namespace std::chrono_literals;
 
-constexpr auto kPatience = 60s;  // for an answer that comes at once from a working probe
 constexpr std::size_t kMessages = 120;
 
 /// Topic -> what is asked of it. Two subscriptions with different filters are two messages a pass.
@@ -49,7 +48,7 @@ Messages MessagesFrom(int port) {
   }
   Messages messages;
   for (std::size_t count = 0; count < kMessages;) {
-    const std::optional<std::string> message = client.Receive(kPatience);
+    const std::optional<std::string> message = client.Receive(test::kPatience);
     if (!message) break;
     const json parsed = json::parse(*message);
     if (!parsed.contains("name")) continue;  // the answer to a subscription

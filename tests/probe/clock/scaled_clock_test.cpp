@@ -47,9 +47,9 @@ TEST(ScaledClock, RunsSoManyTimesFaster) {
 }
 
 /// Sleeps an hour on a clock.
-class Sleeper final : public Task {
+class HourOfSleep final : public Task {
  public:
-  explicit Sleeper(probe::ScaledClock& clock) : Task("sleeper"), clock_(clock) {}
+  explicit HourOfSleep(probe::ScaledClock& clock) : Task("sleeper"), clock_(clock) {}
   void Run() override {
     is_asleep = true;
     left = clock_.Sleep(3'600);
@@ -63,7 +63,7 @@ class Sleeper final : public Task {
 
 TEST(ScaledClock, TellsWhatWasLeftOfASleepThatASignalEnded) {
   probe::ScaledClock clock(2);
-  const auto sleeper = std::make_shared<Sleeper>(clock);
+  const auto sleeper = std::make_shared<HourOfSleep>(clock);
   task_manager::StartTask(sleeper);
   while (!sleeper->is_asleep) std::this_thread::yield();
   task_manager::WaitTaskPool("sleeper");

@@ -43,7 +43,7 @@ class FileSizeLimit {
   rlimit before_{};
 };
 
-void Subscribe(const std::string& sid) {
+void SubscribeUnder(const std::string& sid) {
   SubscriptionService::Instance().File("Topic", probe::ConnectionId{1}, {{sid, test::FilterOf("1m")}},
                                        R"([{"sid": ")" + sid + "\"}]");
 }
@@ -61,12 +61,12 @@ TEST(RecorderTest, SaysOnceThatItsFileTakesNoMore) {
   const std::string path = folder.Write("x.jsonl", "");
   const test::LogCapture log;
   const Recorder recorder(path, DeviceCentre::Instance(), SubscriptionService::Instance());
-  Subscribe("a");
+  SubscribeUnder("a");
   EXPECT_THAT(log.Lines(), IsEmpty());
 
   const FileSizeLimit limit(200);
-  Subscribe("b");
-  Subscribe("c");
+  SubscribeUnder("b");
+  SubscribeUnder("c");
 
   EXPECT_THAT(log.Lines(),
               ElementsAre(::testing::Field(&test::LogLine::text, "[Recorder] the recording " + path +

@@ -6,13 +6,11 @@
 
 namespace {
 
-using State = probe::HeadReader::State;
-
 TEST(HeadReader, IgnoresEmptyLinesBeforeARequestHoweverTheyAreCut) {
   probe::HeadReader reader;
   for (const char octet : std::string("\r\n\r\nGET /x HTTP/1.1\r\nHost: localhost\r\n\r"))
-    ASSERT_EQ(reader.Add({&octet, 1}), State::kIncomplete) << int{octet};
-  ASSERT_EQ(reader.Add("\n"), State::kComplete);
+    ASSERT_EQ(reader.Add({&octet, 1}), probe::HeadReader::State::kIncomplete) << int{octet};
+  ASSERT_EQ(reader.Add("\n"), probe::HeadReader::State::kComplete);
   const auto head = reader.Take();
   ASSERT_TRUE(head.has_value()) << reader.error().text;
   EXPECT_EQ(head->method, "GET");

@@ -28,7 +28,7 @@ void PrintTo(const RawFrames& frames, std::ostream* out) {
   *out << frames.name;
 }
 
-std::string NameOf(const ::testing::TestParamInfo<RawFrames>& info) {
+std::string NameOfFrames(const ::testing::TestParamInfo<RawFrames>& info) {
   return info.param.name;
 }
 
@@ -98,7 +98,7 @@ INSTANTIATE_TEST_SUITE_P(Masks, RawFrameTest,
                                            RawFrames{"UnmaskedClose", Unmasked(kLast | kClose), 1002},
                                            RawFrames{"UnmaskedContinuation",
                                                      Frame(kText, "{") + Unmasked(kLast | kContinuation, "}"), 1002}),
-                         NameOf);
+                         NameOfFrames);
 
 INSTANTIATE_TEST_SUITE_P(ReservedBits, RawFrameTest,
                          ::testing::Values(RawFrames{"Rsv1", Frame(kLast | 0x40 | kText, "{}"), 1002},
@@ -111,7 +111,7 @@ INSTANTIATE_TEST_SUITE_P(ReservedBits, RawFrameTest,
                                            RawFrames{"Rsv1OfAPing", Frame(kLast | 0x40 | kPing), 1002},
                                            RawFrames{"Rsv2OfAPong", Frame(kLast | 0x20 | kPong), 1002},
                                            RawFrames{"Rsv3OfAClose", Frame(kLast | 0x10 | kClose), 1002}),
-                         NameOf);
+                         NameOfFrames);
 
 INSTANTIATE_TEST_SUITE_P(
     Opcodes, RawFrameTest,
@@ -120,7 +120,7 @@ INSTANTIATE_TEST_SUITE_P(
                       RawFrames{"Opcode7", Frame(kLast | 7), 1002}, RawFrames{"Opcode11", Frame(kLast | 11), 1002},
                       RawFrames{"Opcode12", Frame(kLast | 12), 1002}, RawFrames{"Opcode13", Frame(kLast | 13), 1002},
                       RawFrames{"Opcode14", Frame(kLast | 14), 1002}, RawFrames{"Opcode15", Frame(kLast | 15), 1002}),
-    NameOf);
+    NameOfFrames);
 
 INSTANTIATE_TEST_SUITE_P(
     Fragments, RawFrameTest,
@@ -138,7 +138,7 @@ INSTANTIATE_TEST_SUITE_P(
         RawFrames{"CloseBetweenThem", Frame(kText, "{") + CloseFrame(1000), 1000},
         RawFrames{"EmptyOnesOnly", Frame(kText) + Frame(kContinuation) + Frame(kLast | kContinuation), 0},
         RawFrames{"BinaryInTwo", Frame(kBinary, "\xff") + Frame(kLast | kContinuation, "\xff"), 0}),
-    NameOf);
+    NameOfFrames);
 
 INSTANTIATE_TEST_SUITE_P(
     Lengths, RawFrameTest,
@@ -156,7 +156,7 @@ INSTANTIATE_TEST_SUITE_P(
         RawFrames{"HighestBitOf64", FrameWithLength(kLast | kText, 8, 1ULL << 63), 1009},
         RawFrames{"AllBitsOf64", FrameWithLength(kLast | kText, 8, ~0ULL), 1009},
         RawFrames{"MoreThan63BitsInTwo", Frame(kText, "{") + FrameWithLength(kLast, 8, (1ULL << 63) - 1), 1009}),
-    NameOf);
+    NameOfFrames);
 
 INSTANTIATE_TEST_SUITE_P(
     Closes, RawFrameTest,
@@ -178,7 +178,7 @@ INSTANTIATE_TEST_SUITE_P(
                       RawFrames{"WithACutReason", CloseFrame(1000, "\xe2\x82"), 1002},
                       RawFrames{"FollowedByAMessage", CloseFrame(1000) + Frame(kLast | kText, "{}"), 1000},
                       RawFrames{"Twice", CloseFrame(1000) + CloseFrame(1001), 1000}),
-    NameOf);
+    NameOfFrames);
 
 INSTANTIATE_TEST_SUITE_P(
     Texts, RawFrameTest,
@@ -195,7 +195,7 @@ INSTANTIATE_TEST_SUITE_P(
                       RawFrames{"Nul", Frame(kLast | kText, "\0"s), 0},
                       RawFrames{"BinaryOfAnyOctets", Frame(kLast | kBinary, "\xff\xc0\x80"), 0},
                       RawFrames{"PongThatNobodyAskedFor", Frame(kLast | kPong, "surprise"), 0}),
-    NameOf);
+    NameOfFrames);
 
 class RawWebsocketTest : public test::Served {};
 

@@ -29,7 +29,7 @@ void PrintTo(const RawRequest& request, std::ostream* out) {
   *out << request.name;
 }
 
-std::string NameOf(const ::testing::TestParamInfo<RawRequest>& info) {
+std::string NameOfRequest(const ::testing::TestParamInfo<RawRequest>& info) {
   return info.param.name;
 }
 
@@ -147,7 +147,7 @@ INSTANTIATE_TEST_SUITE_P(
         RawRequest{"Connect", With("CONNECT attacker.example:443 HTTP/1.1"), {405}},
         RawRequest{"ConnectToItself", With("CONNECT 127.0.0.1:{P} HTTP/1.1"), {405}},
         RawRequest{"OptionsOfTheServer", With("OPTIONS * HTTP/1.1"), {405}}),
-    NameOf);
+    NameOfRequest);
 
 INSTANTIATE_TEST_SUITE_P(
     Target, RawRequestTest,
@@ -178,7 +178,7 @@ INSTANTIATE_TEST_SUITE_P(
                                  {403}},
                       RawRequest{"AbsoluteOfAnotherScheme", With("GET file:///api/x HTTP/1.1"), {400}},
                       RawRequest{"TooLong", With("GET /" + std::string(9000, 'x') + " HTTP/1.1"), {414}}),
-    NameOf);
+    NameOfRequest);
 
 INSTANTIATE_TEST_SUITE_P(
     Lines, RawRequestTest,
@@ -204,7 +204,7 @@ INSTANTIATE_TEST_SUITE_P(
                                    return Get(headers);
                                  }(),
                                  {431}}),
-    NameOf);
+    NameOfRequest);
 
 INSTANTIATE_TEST_SUITE_P(
     Headers, RawRequestTest,
@@ -239,7 +239,7 @@ INSTANTIATE_TEST_SUITE_P(
         RawRequest{"PipelinedBehindTheLast", Get("Connection: close\r\n") + Get(""), {200}},
         RawRequest{"GarbageBehindARequest", Get("") + "\x80\r\n\r\n", {200, 400}},
         RawRequest{"ABodyIsNoRequest", Get("Content-Length: 50\r\n") + Get(""), {400}}),
-    NameOf);
+    NameOfRequest);
 
 INSTANTIATE_TEST_SUITE_P(
     Upgrades, RawRequestTest,
@@ -286,7 +286,7 @@ INSTANTIATE_TEST_SUITE_P(
             "WithOurSubprotocol", Changed(&Handshake::more, "Sec-WebSocket-Protocol: a, vexora-probe\r\n"), {101}},
         RawRequest{"WithAForeignSubprotocol", Changed(&Handshake::more, "Sec-WebSocket-Protocol: chat\r\n"), {400}},
         RawRequest{"WithAnEmptyExtension", Changed(&Handshake::more, "Sec-WebSocket-Extensions:\r\n"), {101}}),
-    NameOf);
+    NameOfRequest);
 
 class RawConnectionTest : public RawRequestTest {};
 

@@ -23,6 +23,8 @@ namespace test {
 inline constexpr const char* kAccessPoint = "AA:AA:AA:AA:AA:01";
 inline constexpr const char* kLaptop = "B0:00:00:00:00:01";
 inline constexpr const char* kPhone = "B0:00:00:00:00:02";
+inline constexpr const char* kToday = "2026-11-18";
+inline constexpr const char* kThisWeek = "2026-11-15/2026-11-21";
 
 /// One row as a report shows it.
 struct ShownRow {

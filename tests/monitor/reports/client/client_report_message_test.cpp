@@ -12,9 +12,6 @@ namespace {
 
 using ::testing::ElementsAre;
 
-constexpr const char* kToday = "2026-11-18";
-constexpr const char* kThisWeek = "2026-11-15/2026-11-21";
-
 class ClientReportMessageTest : public ClientReportTest {
  protected:
   /// Makes the laptop continuously online from one moment to another of a day.

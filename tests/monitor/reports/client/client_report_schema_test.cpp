@@ -14,9 +14,6 @@ using nlohmann::json;
 using ::testing::IsEmpty;
 using ::testing::Not;
 
-constexpr const char* kToday = "2026-11-18";
-constexpr const char* kThisWeek = "2026-11-15/2026-11-21";
-
 class ClientReportSchemaTest : public ClientReportTest {
  protected:
   ClientReportSchemaTest() {

@@ -14,8 +14,6 @@ using probe::log::Level;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-constexpr const char* kToday = "2026-11-18";
-constexpr const char* kThisWeek = "2026-11-15/2026-11-21";
 constexpr const char* kOtherAccessPoint = "AA:AA:AA:AA:AA:02";
 const vexora_probe::models::controller::PortalUser kAnnAtThePortal{
     .username = "ann", .hostname = "anns-phone", .in_bytes = 0, .out_bytes = 0};

@@ -15,9 +15,9 @@ using ::testing::IsEmpty;
 using ::testing::Key;
 
 constexpr const char* kDay = "2026-11-18";
-constexpr const char* kWeek = "2026-11-15/2026-11-21";
-constexpr long kNow = 29'920'320L * 60;
-constexpr const char* kNowKey = "29920320";
+constexpr const char* kThisWeek = "2026-11-15/2026-11-21";
+constexpr long kThisMinute = 29'920'320L * 60;
+constexpr const char* kThisMinuteKey = "29920320";
 constexpr const char* kFiveBefore = "29920315";
 
 /// A store with a sample of yesterday, and one of today at this minute in every snapshot.
@@ -61,7 +61,7 @@ std::vector<std::string> Kept(const char* period, NetworkReport& report) {
 
 TEST(NetworkRetentionSamples, KeepsOnlyTodaysSamples) {
   NetworkReport report = Sampled(kFiveBefore);
-  EXPECT_FALSE(ClearOtherSnapShot(kDay, kNow, kHost, report));
+  EXPECT_FALSE(ClearOtherSnapShot(kDay, kThisMinute, kHost, report));
   EXPECT_THAT(report.rogue_samples, ElementsAre(Key(kDay)));
   EXPECT_THAT(report.access_point_snapshot, ElementsAre(Key(kDay)));
   EXPECT_THAT(report.ssid_snapshot, ElementsAre(Key(kDay)));
@@ -71,9 +71,9 @@ TEST(NetworkRetentionSamples, KeepsOnlyTodaysSamples) {
 }
 
 TEST(NetworkRetentionSamples, EmptiesTodayWhenASampleIsOfThisMinuteOrLater) {
-  for (const char* minute : {kNowKey, "29920321", "29999999"}) {
+  for (const char* minute : {kThisMinuteKey, "29920321", "29999999"}) {
     NetworkReport report = Sampled(minute);
-    EXPECT_TRUE(ClearOtherSnapShot(kDay, kNow, kHost, report)) << minute;
+    EXPECT_TRUE(ClearOtherSnapShot(kDay, kThisMinute, kHost, report)) << minute;
     EXPECT_THAT(report.rogue_samples[kDay], IsEmpty());
     EXPECT_THAT(report.access_point_snapshot[kDay], IsEmpty());
     EXPECT_THAT(report.ssid_snapshot[kDay], IsEmpty());
@@ -84,8 +84,8 @@ TEST(NetworkRetentionSamples, EmptiesTodayWhenASampleIsOfThisMinuteOrLater) {
 
 TEST(NetworkRetentionSamples, EmptiesTheSnapshotsFromTheFirstThatShowsTheFutureOn) {
   NetworkReport report = Sampled(kFiveBefore);
-  report.ssid_snapshot[kDay]["ssid"][kNowKey];
-  EXPECT_TRUE(ClearOtherSnapShot(kDay, kNow, kHost, report));
+  report.ssid_snapshot[kDay]["ssid"][kThisMinuteKey];
+  EXPECT_TRUE(ClearOtherSnapShot(kDay, kThisMinute, kHost, report));
   EXPECT_FALSE(report.rogue_samples[kDay].empty()) << "looked at before";
   EXPECT_FALSE(report.access_point_snapshot[kDay].empty()) << "looked at before";
   EXPECT_THAT(report.ssid_snapshot[kDay], IsEmpty());
@@ -95,8 +95,8 @@ TEST(NetworkRetentionSamples, EmptiesTheSnapshotsFromTheFirstThatShowsTheFutureO
 
 TEST(NetworkRetentionSamples, FindsTheFutureInTheDevicesSamplesAlone) {
   NetworkReport report = Sampled(kFiveBefore);
-  report.device_ssid_samples[kDay]["other"]["ssid"][kNowKey];
-  EXPECT_TRUE(ClearOtherSnapShot(kDay, kNow, kHost, report));
+  report.device_ssid_samples[kDay]["other"]["ssid"][kThisMinuteKey];
+  EXPECT_TRUE(ClearOtherSnapShot(kDay, kThisMinute, kHost, report));
   EXPECT_FALSE(report.spectrum_snapshot[kDay].empty());
   EXPECT_THAT(report.device_ssid_samples[kDay], IsEmpty());
 }
@@ -109,11 +109,11 @@ TEST(NetworkRetentionSamples, ComparesMinutesAsTexts) {
 TEST(NetworkRetentionSamples, LooksNoFurtherThanTheFirstFromTheEndThatShowsTheFuture) {
   NetworkReport report;
   report.access_point_snapshot[kDay]["a"][kFiveBefore];
-  report.access_point_snapshot[kDay]["b"][kNowKey];
+  report.access_point_snapshot[kDay]["b"][kThisMinuteKey];
   report.access_point_snapshot[kDay]["c"][kFiveBefore];
   report.access_point_snapshot[kDay]["d"];
   const test::LogCapture log;
-  EXPECT_TRUE(ClearOtherSnapShot(kDay, kNow, kHost, report));
+  EXPECT_TRUE(ClearOtherSnapShot(kDay, kThisMinute, kHost, report));
   const std::string at = "[WirelessNetworkReport::ClearOtherSnapShot] ";
   EXPECT_THAT(
       log.Texts(Level::kDebug),
@@ -124,9 +124,9 @@ TEST(NetworkRetentionSamples, LooksNoFurtherThanTheFirstFromTheEndThatShowsTheFu
 }
 
 TEST(NetworkRetentionSamples, LogsEverySnapshotInOrder) {
-  NetworkReport report = Sampled(kNowKey);
+  NetworkReport report = Sampled(kThisMinuteKey);
   const test::LogCapture log;
-  ClearOtherSnapShot(kDay, kNow, kHost, report);
+  ClearOtherSnapShot(kDay, kThisMinute, kHost, report);
   const std::string at = "[WirelessNetworkReport::ClearOtherSnapShot] ";
   EXPECT_THAT(log.Texts(Level::kDebug),
               ElementsAre(at + "rogue APs mins_iter: 29920320, now: 29920320", at + "Clear raps_report snapshot",
@@ -143,10 +143,10 @@ TEST(NetworkRetentionBuckets, KeepsSevenDaysAndRemovesTheOldestOfEight) {
        {"2026-11-11", "2026-11-12", "2026-11-13", "2026-11-14", "2026-11-15", "2026-11-16", "2026-11-17"}) {
     AddBucket("daily", day, report);
   }
-  CleaRedundantSampleData(kDay, kWeek, false, kHost, report);
+  CleaRedundantSampleData(kDay, kThisWeek, false, kHost, report);
   EXPECT_EQ(Kept("daily", report).size(), 7U);
   AddBucket("daily", kDay, report);
-  CleaRedundantSampleData(kDay, kWeek, false, kHost, report);
+  CleaRedundantSampleData(kDay, kThisWeek, false, kHost, report);
   EXPECT_EQ(Kept("daily", report), (std::vector<std::string>{"2026-11-12", "2026-11-13", "2026-11-14", "2026-11-15",
                                                              "2026-11-16", "2026-11-17", kDay}));
 }
@@ -157,25 +157,26 @@ TEST(NetworkRetentionBuckets, KeepsFourWeeksAndRemovesTheOldestOfFive) {
                            "2026-11-01/2026-11-07", "2026-11-08/2026-11-14"}) {
     AddBucket("weekly", week, report);
   }
-  CleaRedundantSampleData(kDay, kWeek, false, kHost, report);
+  CleaRedundantSampleData(kDay, kThisWeek, false, kHost, report);
   EXPECT_EQ(Kept("weekly", report), (std::vector<std::string>{"2026-10-18/2026-10-24", "2026-10-25/2026-10-31",
                                                               "2026-11-01/2026-11-07", "2026-11-08/2026-11-14"}));
-  CleaRedundantSampleData(kDay, kWeek, false, kHost, report);
+  CleaRedundantSampleData(kDay, kThisWeek, false, kHost, report);
   EXPECT_EQ(Kept("weekly", report).size(), 4U);
 }
 
 TEST(NetworkRetentionBuckets, RemovesOneBucketForEachTestOfTheSize) {
   NetworkReport report;
   for (int day = 1; day <= 9; ++day) AddBucket("daily", "2026-11-0" + std::to_string(day), report);
-  CleaRedundantSampleData(kDay, kWeek, false, kHost, report);
+  CleaRedundantSampleData(kDay, kThisWeek, false, kHost, report);
   EXPECT_EQ(Kept("daily", report).size(), 8U);
 }
 
 TEST(NetworkRetentionBuckets, RemovesTheFutureAndTheCurrentWeekWhichThePassBuildsAnew) {
   NetworkReport report;
   for (const char* day : {"2026-11-17", kDay, "2026-11-19", "2027-01-01"}) AddBucket("daily", day, report);
-  for (const char* week : {"2026-11-08/2026-11-14", kWeek, "2026-11-22/2026-11-28"}) AddBucket("weekly", week, report);
-  CleaRedundantSampleData(kDay, kWeek, false, kHost, report);
+  for (const char* week : {"2026-11-08/2026-11-14", kThisWeek, "2026-11-22/2026-11-28"})
+    AddBucket("weekly", week, report);
+  CleaRedundantSampleData(kDay, kThisWeek, false, kHost, report);
   EXPECT_THAT(Kept("daily", report), ElementsAre("2026-11-17", kDay));
   EXPECT_THAT(Kept("weekly", report), ElementsAre("2026-11-08/2026-11-14"));
 }
@@ -184,7 +185,7 @@ TEST(NetworkRetentionBuckets, KeepsTheLastBucketsOfADeviceThatIsGone) {
   NetworkReport report;
   report.device_ssid_report["daily"]["gone"]["2026-01-01"]["ssid"];
   report.device_ssid_report["weekly"]["gone"]["2025-12-28/2026-01-03"]["ssid"];
-  CleaRedundantSampleData(kDay, kWeek, false, kHost, report);
+  CleaRedundantSampleData(kDay, kThisWeek, false, kHost, report);
   EXPECT_THAT(KeysOf(report.device_ssid_report["daily"]["gone"]), ElementsAre("2026-01-01"));
   EXPECT_THAT(KeysOf(report.device_ssid_report["weekly"]["gone"]), ElementsAre("2025-12-28/2026-01-03"));
 }
@@ -192,7 +193,7 @@ TEST(NetworkRetentionBuckets, KeepsTheLastBucketsOfADeviceThatIsGone) {
 TEST(NetworkRetentionBuckets, KeepsTodaysSamplesUnlessTheClockWentBack) {
   NetworkReport report = Sampled(kFiveBefore);
   AddBucket("daily", kDay, report);
-  CleaRedundantSampleData(kDay, kWeek, false, kHost, report);
+  CleaRedundantSampleData(kDay, kThisWeek, false, kHost, report);
   EXPECT_FALSE(report.device_ssid_samples[kDay].empty());
   EXPECT_THAT(Kept("daily", report), ElementsAre(kDay));
 }
@@ -200,11 +201,11 @@ TEST(NetworkRetentionBuckets, KeepsTodaysSamplesUnlessTheClockWentBack) {
 TEST(NetworkRetentionBuckets, DropsTodayEverywhereWhenTheClockWentBack) {
   NetworkReport report = Sampled(kFiveBefore);
   for (const char* day : {"2026-11-17", kDay}) AddBucket("daily", day, report);
-  for (const char* week : {"2026-11-08/2026-11-14", kWeek}) AddBucket("weekly", week, report);
+  for (const char* week : {"2026-11-08/2026-11-14", kThisWeek}) AddBucket("weekly", week, report);
   report.device_ssid_report["daily"]["new"][kDay]["ssid"];
-  report.device_ssid_report["weekly"]["new"][kWeek]["ssid"];
+  report.device_ssid_report["weekly"]["new"][kThisWeek]["ssid"];
   const test::LogCapture log;
-  CleaRedundantSampleData(kDay, kWeek, true, kHost, report);
+  CleaRedundantSampleData(kDay, kThisWeek, true, kHost, report);
   EXPECT_THAT(report.device_ssid_samples[kDay], IsEmpty());
   EXPECT_THAT(report.rogue_samples[kDay], IsEmpty());
   EXPECT_THAT(report.access_point_snapshot[kDay], IsEmpty());

@@ -52,7 +52,7 @@ TEST(NetworkRogues, LogsWhatItTakesIn) {
                   "[WirelessNetworkReport::GetAverageSignalStrength] Calculate weekly signal strength: -50.000000"));
 }
 
-constexpr long kFirst = 1'795'219'200;
+constexpr long kFirstScan = 1'795'219'200;
 
 /// A scan by `hearer` at `now` with one access point.
 Scan ScanBy(const std::string& hearer, long now, double signal, bool is_trusted = false) {
@@ -66,27 +66,27 @@ Scan ScanBy(const std::string& hearer, long now, double signal, bool is_trusted 
 
 TEST(NetworkRogues, AddUpTheGapsBetweenSightingsOfADay) {
   NetworkReport report;
-  RecordScan(ScanBy("ap1", kFirst, -40), kFirst, Wednesday(), kHost, report);
-  RecordScan(ScanBy("ap2", kFirst + 300, -80), kFirst + 300, Wednesday(), kHost, report);
+  RecordScan(ScanBy("ap1", kFirstScan, -40), kFirstScan, Wednesday(), kHost, report);
+  RecordScan(ScanBy("ap2", kFirstScan + 300, -80), kFirstScan + 300, Wednesday(), kHost, report);
   const RogueAPs& day = report.rogue_report["daily"]["2026-11-18"]["rogue//0/"];
   EXPECT_EQ(day.total_time, 300);
-  EXPECT_EQ(day.first_seen, kFirst);
-  EXPECT_EQ(day.last_seen, kFirst + 300);
+  EXPECT_EQ(day.first_seen, kFirstScan);
+  EXPECT_EQ(day.last_seen, kFirstScan + 300);
   EXPECT_THAT(day.seen_by, ElementsAre(Pair("ap1", "name of ap1"), Pair("ap2", "name of ap2")));
   EXPECT_THAT(day.average_strength, DoubleNear(-43, 0.02));
   const RogueAPs& week = report.rogue_report["weekly"]["2026-11-15/2026-11-21"]["rogue//0/"];
   EXPECT_EQ(week.total_time, 300);
-  EXPECT_EQ(week.last_seen, kFirst + 300);
+  EXPECT_EQ(week.last_seen, kFirstScan + 300);
   EXPECT_EQ(week.seen_by, day.seen_by);
 }
 
 TEST(NetworkRogues, LoseAHearerThatTrustsThemAndGoWithTheLast) {
   NetworkReport report;
-  RecordScan(ScanBy("ap1", kFirst, -40), kFirst, Wednesday(), kHost, report);
-  RecordScan(ScanBy("ap2", kFirst, -40), kFirst, Wednesday(), kHost, report);
-  RecordScan(ScanBy("ap1", kFirst, -40, true), kFirst, Wednesday(), kHost, report);
+  RecordScan(ScanBy("ap1", kFirstScan, -40), kFirstScan, Wednesday(), kHost, report);
+  RecordScan(ScanBy("ap2", kFirstScan, -40), kFirstScan, Wednesday(), kHost, report);
+  RecordScan(ScanBy("ap1", kFirstScan, -40, true), kFirstScan, Wednesday(), kHost, report);
   EXPECT_THAT(report.rogue_report["daily"]["2026-11-18"]["rogue//0/"].seen_by, ElementsAre(Pair("ap2", "name of ap2")));
-  RecordScan(ScanBy("ap2", kFirst, -40, true), kFirst, Wednesday(), kHost, report);
+  RecordScan(ScanBy("ap2", kFirstScan, -40, true), kFirstScan, Wednesday(), kHost, report);
   EXPECT_THAT(report.rogue_report["daily"]["2026-11-18"], IsEmpty());
 }
 
