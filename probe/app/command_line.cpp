@@ -7,6 +7,7 @@
 #include <memory>
 #include <sstream>
 
+#include "probe/app/device_commands.h"
 #include "probe/app/profile_commands.h"
 #include "probe/settings/setting_keys.h"
 #include "probe/sources/simulated/simulated_settings.h"
@@ -23,6 +24,12 @@ const SettingKey& LogLevelKey() {
 /// CLI11's form of a check: an empty text for a value that will do.
 std::string CheckLogLevel(const std::string& level) {
   return LogLevelKey().accepts(level) ? "" : "must be " + LogLevelKey().expected;
+}
+
+/// The configuration file, where there is one.
+std::optional<std::string> ConfigurationFile(const std::optional<std::string>& named, const std::string& system_file) {
+  if (named || !std::filesystem::exists(system_file)) return named;
+  return system_file;
 }
 
 std::string Footer() {
@@ -108,6 +115,46 @@ void DescribeProfiles(CLI::App& app, CommandLine& result) {
   });
 }
 
+/// The options that say how a device is asked. They have the names of the configuration's keys; secrets come from
+/// files, since everybody can read the command line of a running program.
+void DescribeDevice(CLI::App& command, const std::shared_ptr<DeviceChoice>& choice) {
+  const auto add = [&](const char* option, const char* key, const char* help) {
+    command
+        .add_option_function<std::string>(
+            option, [choice, key](const std::string& text) { choice->keys[key] = text; }, help)
+        ->type_name("");
+  };
+  command
+      .add_option("ADDRESS", choice->address, "Host or address, with or without a port; or a device's name in the file")
+      ->required();
+  add("--version", "version", "1, 2c or 3. Default: 2c");
+  add("--community-file", "community_file", "File with the community. Default: the community \"public\"");
+  add("--user", "user", "Version 3: the user");
+  add("--auth", "auth", "Version 3: sha, sha224, sha256, sha384, sha512 or md5");
+  add("--auth-key-file", "auth_key_file", "File with its passphrase");
+  add("--privacy", "privacy", "Version 3: aes or des");
+  add("--privacy-key-file", "privacy_key_file", "File with its passphrase");
+  add("--profile", "profile", "Profile to read it with. Default: recognised");
+}
+
+/// "doctor ADDRESS" and "walk ADDRESS".
+void DescribeDevices(CLI::App& app, CommandLine& result) {
+  using Command = int (*)(const DeviceChoice&, const std::vector<std::filesystem::path>&, std::ostream&, std::ostream&);
+  const auto add = [&](const char* name, const char* help, Command command) {
+    auto choice = std::make_shared<DeviceChoice>();
+    CLI::App* described = app.add_subcommand(name, help);
+    DescribeDevice(*described, choice);
+    described->callback([&result, choice, command] {
+      result.subcommand = [choice, command, config = result.config] {
+        choice->config = ConfigurationFile(config, kSystemConfiguration);
+        return command(*choice, snmp::ProfileFolders(), std::cout, std::cerr);
+      };
+    });
+  };
+  add("doctor", "Say why a device does not answer SNMP, or what is read of it", &DoctorCommand);
+  add("walk", "Print what the profiles read of a device, to be saved as FILE.snmprec", &WalkCommand);
+}
+
 }  // namespace
 
 std::variant<CommandLine, CommandLineExit> ParseCommandLine(int count, const char* const* arguments) {
@@ -116,6 +163,7 @@ std::variant<CommandLine, CommandLineExit> ParseCommandLine(int count, const cha
   CommandLine result;
   Describe(app, result);
   DescribeProfiles(app, result);
+  DescribeDevices(app, result);
   try {
     app.parse(count, arguments);
     return result;
@@ -130,11 +178,7 @@ std::variant<CommandLine, CommandLineExit> ParseCommandLine(int count, const cha
 
 Settings SettingsFor(const CommandLine& command_line, const std::string& system_file) {
   Settings settings;
-  if (command_line.config) {
-    settings = ReadSettings(*command_line.config);
-  } else if (std::filesystem::exists(system_file)) {
-    settings = ReadSettings(system_file);
-  }
+  if (const auto file = ConfigurationFile(command_line.config, system_file)) settings = ReadSettings(*file);
   if (command_line.plugin) settings.plugin_path = *command_line.plugin;
   if (command_line.log_level) LogLevelKey().assign(settings, *command_line.log_level);
   if (command_line.port) settings.server.port = *command_line.port;

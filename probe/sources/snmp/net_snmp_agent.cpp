@@ -4,7 +4,7 @@
 #include <optional>
 #include <utility>
 
-#include "probe/sources/snmp/device_address.h"
+#include "probe/sources/snmp/address_lookup.h"
 #include "probe/sources/snmp/failure_text.h"
 #include "probe/sources/snmp/object_reader.h"
 #include "probe/sources/snmp/request_channel.h"

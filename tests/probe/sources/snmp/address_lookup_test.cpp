@@ -1,10 +1,9 @@
-#include "probe/sources/snmp/device_address.h"
+#include "probe/sources/snmp/address_lookup.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <optional>
 #include <string>
 
 namespace probe::snmp {
@@ -15,25 +14,7 @@ using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::StartsWith;
 
-TEST(DeviceAddress, IsAHostWithOrWithoutAPort) {
-  EXPECT_EQ(ParseDeviceAddress("switch.example"), (DeviceAddress{"switch.example", 161}));
-  EXPECT_EQ(ParseDeviceAddress("switch:1161"), (DeviceAddress{"switch", 1161}));
-  EXPECT_EQ(ParseDeviceAddress("192.0.2.7"), (DeviceAddress{"192.0.2.7", 161}));
-  EXPECT_EQ(ParseDeviceAddress("192.0.2.7:65535"), (DeviceAddress{"192.0.2.7", 65535}));
-  EXPECT_EQ(ParseDeviceAddress("2001:db8::7"), (DeviceAddress{"2001:db8::7", 161}));
-  EXPECT_EQ(ParseDeviceAddress("[2001:db8::7]"), (DeviceAddress{"2001:db8::7", 161}));
-  EXPECT_EQ(ParseDeviceAddress("[2001:db8::7]:1"), (DeviceAddress{"2001:db8::7", 1}));
-  EXPECT_EQ(ParseDeviceAddress("fe80::1%eth0"), (DeviceAddress{"fe80::1%eth0", 161}));
-}
-
-TEST(DeviceAddress, RefusesWhatIsNone) {
-  for (const char* const text : {"", ":161", "switch:", "switch:0", "switch:65536", "switch:-1", "switch:snmp", "a:1:2",
-                                 "[switch]:161", "[2001:db8::7", "[2001:db8::7]161", "[]:161", "[2001:db8::7]:"}) {
-    EXPECT_EQ(ParseDeviceAddress(text), std::nullopt) << text;
-  }
-}
-
-TEST(ResolveAddress, TakesNumbersAsTheyAre) {
+TEST(AddressLookup, TakesNumbersAsTheyAre) {
   const Resolution ipv4 = ResolveAddress("127.0.0.1", 1161, steady_clock::now(), nullptr);
   ASSERT_EQ(ipv4.addresses.size(), 1U) << ipv4.error;
   EXPECT_EQ(ipv4.addresses.front().number, "127.0.0.1");
@@ -44,7 +25,7 @@ TEST(ResolveAddress, TakesNumbersAsTheyAre) {
   EXPECT_EQ(ipv6.addresses.front().peer, "udp6:[::1]:161");
 }
 
-TEST(ResolveAddress, FindsTheAddressesOfAName) {
+TEST(AddressLookup, FindsTheAddressesOfAName) {
   const Resolution resolution =
       ResolveAddress("localhost", 161, steady_clock::now() + std::chrono::seconds(30), nullptr);
 
@@ -55,14 +36,14 @@ TEST(ResolveAddress, FindsTheAddressesOfAName) {
 // The system refuses this name by itself: a part of a name has at most 63 octets.
 const std::string kNoName = std::string(64, 'a') + ".example";
 
-TEST(ResolveAddress, TellsThatANameHasNone) {
+TEST(AddressLookup, TellsThatANameHasNone) {
   const Resolution resolution = ResolveAddress(kNoName, 161, steady_clock::now() + std::chrono::seconds(30), nullptr);
 
   EXPECT_THAT(resolution.addresses, IsEmpty());
   EXPECT_THAT(resolution.error, StartsWith("the name " + kNoName + " cannot be resolved: "));
 }
 
-TEST(ResolveAddress, DoesNotWaitForANameWhenItIsToStop) {
+TEST(AddressLookup, DoesNotWaitForANameWhenItIsToStop) {
   StopEvent stop;
   stop.Set();
 

@@ -1,11 +1,9 @@
-#include "probe/sources/snmp/device_address.h"
+#include "probe/sources/snmp/address_lookup.h"
 
-#include <arpa/inet.h>
 #include <netdb.h>
 #include <sys/socket.h>
 
 #include <array>
-#include <charconv>
 #include <memory>
 #include <system_error>
 #include <thread>
@@ -19,25 +17,6 @@ namespace probe::snmp {
 namespace {
 
 using utilities::lock::lock_guard;
-
-bool IsIpv6(const std::string& host) {
-  in6_addr address{};
-  // A link-local address has its interface behind a percent sign, which inet_pton does not read.
-  return inet_pton(AF_INET6, host.substr(0, host.find('%')).c_str(), &address) == 1;
-}
-
-std::optional<std::uint16_t> ParsePort(std::string_view text) {
-  std::uint16_t port = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), port);
-  if (error != std::errc{} || end != text.data() + text.size() || port == 0) return std::nullopt;
-  return port;
-}
-
-std::optional<DeviceAddress> WithPort(std::string_view host, std::string_view port) {
-  const auto number = ParsePort(port);
-  if (!number || host.empty()) return std::nullopt;
-  return DeviceAddress{.host = std::string(host), .port = *number};
-}
 
 /// Calls the system's resolver.
 Resolution LookUp(const std::string& host, std::uint16_t port, int flags) {
@@ -70,23 +49,6 @@ struct SharedLookUp {
 };
 
 }  // namespace
-
-std::optional<DeviceAddress> ParseDeviceAddress(std::string_view text) {
-  if (text.starts_with('[')) {
-    const std::size_t end = text.find(']');
-    if (end == std::string_view::npos || !IsIpv6(std::string(text.substr(1, end - 1)))) return std::nullopt;
-    const std::string_view host = text.substr(1, end - 1);
-    const std::string_view behind = text.substr(end + 1);
-    if (behind.empty()) return DeviceAddress{.host = std::string(host)};
-    return behind.starts_with(':') ? WithPort(host, behind.substr(1)) : std::nullopt;
-  }
-  const std::size_t colon = text.find(':');
-  if (colon == std::string_view::npos || IsIpv6(std::string(text))) {
-    if (text.empty()) return std::nullopt;
-    return DeviceAddress{.host = std::string(text)};
-  }
-  return WithPort(text.substr(0, colon), text.substr(colon + 1));
-}
 
 Resolution ResolveAddress(const std::string& host, std::uint16_t port, std::chrono::steady_clock::time_point deadline,
                           const StopEvent* stop) {

@@ -2,28 +2,12 @@
 
 #include <chrono>
 #include <cstdint>
-#include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "probe/sources/snmp/stop_event.h"
 
 namespace probe::snmp {
-
-/// Where a device is: what an administrator writes.
-struct DeviceAddress {
-  std::string host;          ///< Name, IPv4 or IPv6 address, without brackets.
-  std::uint16_t port = 161;  ///< UDP.
-
-  bool operator==(const DeviceAddress&) const = default;
-};
-
-/// Reads "switch.example", "192.0.2.7:1161", "2001:db8::7" and "[2001:db8::7]:1161".
-///
-/// Fails: nothing for an empty host, a port that is no number from 1 to 65535, and brackets around anything else than
-/// an IPv6 address.
-std::optional<DeviceAddress> ParseDeviceAddress(std::string_view text);
 
 /// One address of a host.
 struct ResolvedAddress {
