@@ -1,6 +1,7 @@
 #include "probe/api/answers.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <utility>
@@ -37,6 +38,28 @@ ordered_json DeviceTree(const std::string& mac, const DeviceSnapshot& device) {
           {"wireless", device.is_wireless}};
 }
 
+/// The polls of one device as docs/openapi.yaml describes them.
+ordered_json PollTree(const snmp::DeviceStatus& status) {
+  const snmp::PollHealth& health = status.health;
+  ordered_json last;
+  if (health.last_answer) last = static_cast<std::int64_t>(*health.last_answer);
+  ordered_json stale = ordered_json::array();
+  for (const snmp::StaleTable& table : status.stale)
+    stale.push_back({{"table", table.name}, {"age", table.age_seconds}});
+  return {{"address", status.address},
+          {"name", status.name},
+          {"mac", status.mac},
+          {"online", status.online},
+          {"profile", health.profile},
+          {"last_answer", std::move(last)},
+          {"duration", static_cast<std::int64_t>(health.duration.count())},
+          {"pdus", health.statistics.pdus},
+          {"timeouts", health.statistics.timeouts},
+          {"failed_polls", health.failed_polls},
+          {"error", health.error},
+          {"stale", std::move(stale)}};
+}
+
 HttpAnswer NotRunning() {
   return ErrorAnswer(503, "not_running", "The monitoring engine does not run.");
 }
@@ -57,12 +80,17 @@ HttpAnswer JsonAnswer(std::string text, Caching caching) {
   return answer;
 }
 
-HttpAnswer DevicesAnswer(DeviceCentre& centre) {
+HttpAnswer DevicesAnswer(DeviceCentre& centre, const PollStatuses& polls) {
   ordered_json devices = ordered_json::array();
   // A device that is forgotten between the two questions is left out.
   for (const std::string& mac : centre.GetOnlineManagedDevices(false))
     if (const auto device = centre.Snapshot(mac)) devices.push_back(DeviceTree(mac, *device));
-  return JsonAnswer(Dump(ordered_json{{"devices", std::move(devices)}}), Caching::kRevalidate);
+  ordered_json answer{{"devices", std::move(devices)}};
+  if (polls) {
+    answer["polls"] = ordered_json::array();
+    for (const snmp::DeviceStatus& status : polls()) answer["polls"].push_back(PollTree(status));
+  }
+  return JsonAnswer(Dump(answer), Caching::kRevalidate);
 }
 
 HttpAnswer InterfaceTrafficAnswer(const PluginCalls& plugin, const HttpRequest& request) {

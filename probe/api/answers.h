@@ -1,18 +1,24 @@
 #pragma once
 
+#include <functional>
 #include <string>
+#include <vector>
 
 #include "probe/api/plugin_calls.h"
 #include "probe/host/device_centre.h"
 #include "probe/server/http/http_message.h"
+#include "probe/sources/snmp/device_status.h"
 
 namespace probe {
 
 /// A JSON text as an answer. `caching` other than `kNoStore` gives it an ETag.
 HttpAnswer JsonAnswer(std::string text, Caching caching);
 
-/// The devices that the centre knows, in its order.
-HttpAnswer DevicesAnswer(DeviceCentre& centre);
+/// How the polls of the devices that answer SNMP go, in the order of the settings.
+using PollStatuses = std::function<std::vector<snmp::DeviceStatus>()>;
+
+/// The devices that the centre knows, in its order, and how they are polled; an empty `polls` leaves the latter out.
+HttpAnswer DevicesAnswer(DeviceCentre& centre, const PollStatuses& polls);
 
 /// The newest speed of the interface that the request names by `mac` and `interface`.
 HttpAnswer InterfaceTrafficAnswer(const PluginCalls& plugin, const HttpRequest& request);

@@ -7,7 +7,6 @@
 #include <utility>
 
 #include "platform/topics.h"
-#include "probe/api/answers.h"
 #include "probe/clock/clock.h"
 #include "probe/text/strict_json.h"
 
@@ -45,12 +44,13 @@ bool IsStandard(const std::string& topic, const std::string& variant) {
 }  // namespace
 
 HttpApi::HttpApi(ProbeFacts facts, PluginCalls plugin, DeviceCentre& centre, const LatestMessages& latest,
-                 PageFiles pages)
+                 PageFiles pages, PollStatuses polls)
     : facts_(std::move(facts)),
       plugin_(std::move(plugin)),
       centre_(centre),
       latest_(latest),
-      pages_(std::move(pages)) {}
+      pages_(std::move(pages)),
+      polls_(std::move(polls)) {}
 
 std::span<const HttpApi::Route> HttpApi::Routes() {
   using Api = const HttpApi&;
@@ -59,7 +59,7 @@ std::span<const HttpApi::Route> HttpApi::Routes() {
       Route{"/healthz", Access::kPublic, [](Api api, Request) { return api.Health(); }},
       Route{"/api/", Access::kToken, [](Api api, Request) { return api.Index(); }},
       Route{"/api/status", Access::kToken, [](Api api, Request) { return api.Status(); }},
-      Route{"/api/devices", Access::kToken, [](Api api, Request) { return DevicesAnswer(api.centre_); }},
+      Route{"/api/devices", Access::kToken, [](Api api, Request) { return DevicesAnswer(api.centre_, api.polls_); }},
       Route{"/api/traffic", Access::kToken,
             [](Api api, Request request) { return InterfaceTrafficAnswer(api.plugin_, request); }},
       Route{"/api/live/{topic}", Access::kToken, [](Api api, Request request) { return api.Live(request); }},

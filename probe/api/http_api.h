@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "probe/api/answers.h"
 #include "probe/api/latest_messages.h"
 #include "probe/api/page_files.h"
 #include "probe/api/plugin_calls.h"
@@ -28,7 +29,9 @@ class HttpApi {
   /// Seconds between two passes, by the probe's clock.
   static constexpr unsigned kPassSeconds = 60;
 
-  HttpApi(ProbeFacts facts, PluginCalls plugin, DeviceCentre& centre, const LatestMessages& latest, PageFiles pages);
+  /// An empty `polls` is for a probe that polls no devices.
+  HttpApi(ProbeFacts facts, PluginCalls plugin, DeviceCentre& centre, const LatestMessages& latest, PageFiles pages,
+          PollStatuses polls = {});
 
   bool has_pages() const { return !pages_.is_empty(); }
 
@@ -65,6 +68,7 @@ class HttpApi {
   DeviceCentre& centre_;
   const LatestMessages& latest_;
   const PageFiles pages_;
+  const PollStatuses polls_;
   const SteadyClock::time_point started_ = SteadyClock::now();
 };
 

@@ -47,6 +47,7 @@ void ChooseSources(const CommandLine& command_line, Settings& settings) {
   if (command_line.is_live || command_line.is_simulated) {
     settings.this_machine.enabled = command_line.is_live;
     settings.simulated.enabled = command_line.is_simulated;
+    if (command_line.is_simulated) settings.snmp.devices.clear();
   }
   if (command_line.devices) settings.simulated.network.devices = *command_line.devices;
   if (command_line.clients) settings.simulated.network.clients = *command_line.clients;
@@ -59,6 +60,11 @@ void ChooseSources(const CommandLine& command_line, Settings& settings) {
     throw SettingsError(
         "--speed: this machine is one of the devices (sources.this_machine.enabled), and its counters run at their own "
         "pace; use --simulated");
+  }
+  if (settings.speed != 1 && !settings.snmp.devices.empty()) {
+    throw SettingsError(
+        "--speed: the file names devices that answer SNMP, and their counters run at their own pace; "
+        "use --simulated");
   }
 }
 
@@ -74,7 +80,8 @@ void Describe(CLI::App& app, CommandLine& result) {
   app.add_option("--port", result.port, "TCP port to listen on; 0: any free one, which the log names")
       ->type_name("PORT")
       ->check(CLI::Range(0, 65535));
-  auto* live = app.add_flag("--live", result.is_live, "Real devices: this machine. A pass a minute");
+  auto* live =
+      app.add_flag("--live", result.is_live, "Real devices: this machine, and those of the file. A pass a minute");
   auto* simulated = app.add_flag("--simulated", result.is_simulated, "A simulated network instead of real devices");
   simulated->excludes(live);
   app.add_option("--speed", result.speed, "Run everything so many times faster; not with real devices")

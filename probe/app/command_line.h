@@ -16,7 +16,7 @@ struct CommandLine {
   std::optional<std::string> plugin;     ///< In place of `plugin.path`.
   std::optional<std::string> log_level;  ///< In place of `logging.level`; one that this key accepts.
   std::optional<std::uint16_t> port;     ///< In place of `server.port`.
-  bool is_live = false;                  ///< This machine's own interfaces, and no simulated network.
+  bool is_live = false;                  ///< This machine and the file's devices, and no simulated network.
   bool is_simulated = false;             ///< A simulated network, and not this machine.
   std::string record_path;               ///< File to record into; empty: none.
   unsigned speed = 1;                    ///< How many times faster than the true pace.

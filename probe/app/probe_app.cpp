@@ -5,6 +5,7 @@
 #include <stdexcept>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "platform/tasks.h"
 #include "probe/api/page_files.h"
@@ -14,6 +15,7 @@
 #include "probe/host/log.h"
 #include "probe/host/subscription_service.h"
 #include "probe/server/http/http_message.h"
+#include "probe/text/nearest_word.h"
 #include "probe/text/url_host.h"
 
 namespace probe {
@@ -42,6 +44,20 @@ PluginCalls CallsOf(const LoadedPlugin& plugin) {
   };
   calls.interface_traffic = plugin.GetInterfaceTraffic;
   return calls;
+}
+
+/// Throws `SettingsError` for devices whose profile does not exist.
+void CheckProfiles(const snmp::SnmpSettings& settings, const snmp::ProfileCatalogue& catalogue) {
+  std::vector<std::string> names;
+  for (const snmp::Profile& profile : catalogue.profiles()) names.push_back(profile.name);
+  std::string text;
+  for (const snmp::DeviceSettings& device : settings.devices) {
+    if (device.profile.empty() || catalogue.Find(device.profile) != nullptr) continue;
+    const std::string nearest = NearestWord(device.profile, names);
+    text += (text.empty() ? "" : "\n") + device.defined_at + ": " + kSnmpDevices + ".profile: there is no profile \"" +
+            device.profile + "\"" + (nearest.empty() ? "" : "; did you mean \"" + nearest + "\"?");
+  }
+  if (!text.empty()) throw SettingsError(text);
 }
 
 }  // namespace
@@ -89,7 +105,16 @@ void ProbeApp::StartSources() {
     log::Info("a simulated network of %zu devices and %zu wireless clients", simulated_->network().DeviceMacs().size(),
               simulated_->network().clients());
   }
-  if (!this_machine_ && !simulated_) log::Info("no source is enabled: there will be no devices");
+  if (!settings_.snmp.devices.empty()) StartSnmp();
+  if (!this_machine_ && !simulated_ && !snmp_) log::Info("no source is enabled: there will be no devices");
+}
+
+void ProbeApp::StartSnmp() {
+  profiles_ = std::make_unique<snmp::ProfileCatalogue>(snmp::ProfileFolders());
+  CheckProfiles(settings_.snmp, *profiles_);
+  snmp_ = std::make_unique<snmp::SnmpSource>(DeviceCentre::Instance(), settings_.snmp, *profiles_);
+  snmp_->Start();
+  log::Info("%zu devices are asked by SNMP", settings_.snmp.devices.size());
 }
 
 void ProbeApp::StartRecording() {
@@ -108,8 +133,11 @@ void ProbeApp::StartPlugin() {
 
 void ProbeApp::StartServer() {
   const std::string folder = settings_.server.dashboard.empty() ? DefaultPageFolder() : settings_.server.dashboard;
+  PollStatuses polls;
+  // Stopped before it is destroyed, and the server before that: requests find it for as long as they come.
+  if (snmp_) polls = [this] { return snmp_->Statuses(); };
   api_ = std::make_unique<HttpApi>(ProbeFacts{VEXORA_VERSION, settings_.speed}, CallsOf(*plugin_),
-                                   DeviceCentre::Instance(), latest_, PageFiles(folder));
+                                   DeviceCentre::Instance(), latest_, PageFiles(folder), polls);
   HttpService http{[this](const std::string& path) { return api_->LookUp(path); },
                    [this](const HttpRequest& request) { return api_->Answer(request); }};
   server_ = std::make_unique<WebServer>(settings_.server, SubscriptionService::Instance(), std::move(http),
@@ -147,6 +175,7 @@ void ProbeApp::Stop() {
   if (server_) server_->Stop();
   if (this_machine_) this_machine_->Stop();
   if (simulated_) simulated_->Stop();
+  if (snmp_) snmp_->Stop();
   if (plugin_) {
     plugin_->stop_monitor();
     // Subscribers, filters and the clean-up function are code of the plug-in, which is about to be unloaded.
@@ -156,6 +185,8 @@ void ProbeApp::Stop() {
   plugin_.reset();
   server_.reset();
   api_.reset();
+  snmp_.reset();
+  profiles_.reset();
   simulated_.reset();
   this_machine_.reset();
   // After the engine, which slept on the recorder's clock, and before the clock beneath that.

@@ -13,6 +13,8 @@
 #include "probe/server/web_server.h"
 #include "probe/settings/settings.h"
 #include "probe/sources/simulated/simulated_source.h"
+#include "probe/sources/snmp/profile_catalogue.h"
+#include "probe/sources/snmp/snmp_source.h"
 #include "probe/sources/this_machine/this_machine.h"
 
 namespace probe {
@@ -45,6 +47,7 @@ class ProbeApp {
   void StartClock();
   void StartRecording();
   void StartSources();
+  void StartSnmp();
   void StartPlugin();
   void StartServer();
   void Announce() const;
@@ -59,6 +62,8 @@ class ProbeApp {
   std::unique_ptr<recording::Recorder> recorder_;  // null unless a recording is asked for
   std::unique_ptr<ThisMachine> this_machine_;
   std::unique_ptr<SimulatedSource> simulated_;
+  std::unique_ptr<snmp::ProfileCatalogue> profiles_;  // null without devices that answer SNMP, like the next
+  std::unique_ptr<snmp::SnmpSource> snmp_;
   std::unique_ptr<LoadedPlugin> plugin_;
   LatestMessages latest_;
   std::unique_ptr<HttpApi> api_;

@@ -12,6 +12,9 @@
 
 namespace probe {
 
+/// Path of the list of tables in which the devices of the source `snmp` stand.
+inline constexpr const char* kSnmpDevices = "sources.snmp.devices";
+
 /// Everything that an administrator can settle. What a fresh record holds are the defaults.
 struct Settings {
   ServerSettings server;

@@ -164,7 +164,7 @@ std::vector<DeviceKey> MakeDeviceKeys() {
       Text(
           "profile", "Name of the profile that it is read with. Default: recognised.",
           [](Draft & draft) -> auto& { return draft.device.profile; }),
-      {"mac", "The MAC that is its id in the probe. Default: found on the device, as docs/hosting.md says.",
+      {"mac", "The MAC that is its id in the probe. Default: found on the device, as docs/snmp.md says.",
        "a MAC address, as \"02:fc:00:00:00:01\"", AssignMac},
   };
 }

@@ -10,9 +10,6 @@
 
 namespace probe {
 
-/// Path of the list of tables in which the devices of the source `snmp` stand.
-inline constexpr const char* kSnmpDevices = "sources.snmp.devices";
-
 /// The devices of the list `[[sources.snmp.devices]]`; those with an error are left out.
 ///
 /// Reads the files that hold secrets. `${CREDENTIALS_DIRECTORY}` in the name of one stands for the folder in which the

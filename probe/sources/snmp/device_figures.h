@@ -11,17 +11,12 @@
 #include "platform/device_records.h"
 #include "probe/host/device_snapshot.h"
 #include "probe/sources/snmp/counter_table.h"
+#include "probe/sources/snmp/device_status.h"
 #include "probe/sources/snmp/device_time.h"
 #include "probe/sources/snmp/reading.h"
 #include "probe/sources/snmp/snmp_settings.h"
 
 namespace probe::snmp {
-
-/// A table that did not answer in the last reading, and whose rows are older for that.
-struct StaleTable {
-  std::string name;              ///< "interfaces", "radios", "ssids", "stations", "portal_users", "neighbours".
-  std::int64_t age_seconds = 0;  ///< Since it last answered.
-};
 
 /// What one device is known to be, from reading to reading: the snapshot for the device centre.
 ///

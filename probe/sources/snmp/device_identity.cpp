@@ -50,8 +50,11 @@ std::string LowestBssid(const std::vector<SsidReading>& rows) {
 std::optional<std::string> FindDeviceMac(const DeviceSettings& settings, const Reading& reading, bool is_last_try) {
   if (!settings.mac.empty()) return format_macaddress(settings.mac);
   if (std::string mac = UsableMac(reading.system.mac); !mac.empty()) return mac;
-  // Without a failure a table that is not there is one that the profile does not read.
-  const bool may_come = !reading.errors.empty() && !is_last_try;
+  // An agent that shows nothing of itself is about to start, or lets us see nothing yet. Otherwise, and without a
+  // failure, a table that is not there is one that the profile does not read.
+  const bool is_blank = reading.system.object_id.empty() && reading.system.name.empty();
+  const bool may_come = (is_blank || !reading.errors.empty()) && !is_last_try;
+  if (is_blank && may_come) return std::nullopt;
   if (!reading.interfaces && may_come) return std::nullopt;
   if (reading.interfaces) {
     if (std::string mac = InterfaceMac(*reading.interfaces); !mac.empty()) return mac;

@@ -1,12 +1,18 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
-#include "probe/sources/snmp/device_figures.h"
 #include "probe/sources/snmp/poll_health.h"
 
 namespace probe::snmp {
+
+/// A table that did not answer in the last reading, and whose rows are older for that.
+struct StaleTable {
+  std::string name;              ///< "interfaces", "radios", "ssids", "stations", "portal_users", "neighbours".
+  std::int64_t age_seconds = 0;  ///< Since it last answered.
+};
 
 /// What there is to say about one device of the settings and its polls.
 struct DeviceStatus {

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "probe/host/log.h"
+#include "probe/sources/snmp/device_figures.h"
 #include "probe/text/url_host.h"
 
 namespace probe::snmp {
@@ -26,6 +27,13 @@ std::int64_t SteadyTicks() {
   return std::int64_t{now.tv_sec} * kTicksPerSecond + std::int64_t{now.tv_nsec} / kNanosecondsPerTick;
 }
 
+/// The device as its owner would write it: with the port only where it is not the usual one.
+std::string PlaceOf(const DeviceSettings& settings) {
+  constexpr std::uint16_t kUsualPort = 161;
+  if (settings.port == kUsualPort) return settings.address;
+  return UrlHost(settings.address) + ":" + std::to_string(settings.port);
+}
+
 std::string JoinedErrors(const PollResult& result) {
   if (!result.health.error.empty() || !result.reading) return result.health.error;
   std::string text;
@@ -39,10 +47,10 @@ std::string JoinedErrors(const PollResult& result) {
 class SnmpSource::PolledDevice {
  public:
   explicit PolledDevice(const DeviceSettings& settings)
-      : label_(settings.name.empty() ? settings.address : settings.name + " (" + settings.address + ")"),
+      : label_(settings.name.empty() ? PlaceOf(settings) : settings.name + " (" + PlaceOf(settings) + ")"),
         figures_(settings) {
     status_.address = UrlHost(settings.address) + ":" + std::to_string(settings.port);
-    status_.name = settings.name.empty() ? settings.address : settings.name;
+    status_.name = settings.name.empty() ? PlaceOf(settings) : settings.name;
   }
 
   // Order: before the lock of the claims and that of the device centre.
@@ -85,11 +93,9 @@ class SnmpSource::PolledDevice {
 };
 
 SnmpSource::SnmpSource(DeviceCentre& centre, SnmpSettings settings, const ProfileCatalogue& catalogue)
-    : centre_(centre), settings_(std::move(settings)) {
-  for (const DeviceSettings& device : settings_.devices) devices_.push_back(std::make_unique<PolledDevice>(device));
-  poller_ = std::make_unique<SnmpPoller>(
-      settings_, catalogue, [this](std::size_t device, PollResult result) { TakeResult(device, std::move(result)); });
-}
+    : SnmpSource(centre, std::move(settings), [&](const DeviceSettings& device, const StopEvent& stop) {
+        return MakeDevicePoll(device, catalogue, stop);
+      }) {}
 
 SnmpSource::SnmpSource(DeviceCentre& centre, SnmpSettings settings, const SnmpPoller::DevicePollMaker& maker)
     : centre_(centre), settings_(std::move(settings)) {

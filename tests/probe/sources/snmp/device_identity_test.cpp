@@ -33,6 +33,7 @@ class DeviceMacOrder : public ::testing::Test {
   DeviceMacOrder() {
     settings_.address = "192.0.2.1";
     settings_.mac = "02-fc-00-00-00-01";
+    reading_.system.name = "device";
     reading_.system.mac = "02:fc:00:00:00:02";
     reading_.interfaces = {Interface(1, "lo", "02:fc:00:00:00:09", 24), Interface(7, "eth1", "02:fc:00:00:00:08"),
                            Interface(3, "eth0", "02:fc:00:00:00:03")};
@@ -78,6 +79,14 @@ TEST_F(DeviceMacOrder, WaitsForATableThatFailed) {
   reading_.errors = {"interfaces: no answer"};
   EXPECT_EQ(Mac(), std::nullopt);
   EXPECT_EQ(Mac(true), "02:FC:00:00:00:05");
+}
+
+TEST_F(DeviceMacOrder, WaitsForADeviceThatShowsNothingOfItself) {
+  reading_ = {};
+  EXPECT_EQ(Mac(), "02:FC:00:00:00:01");
+  settings_.mac.clear();
+  EXPECT_EQ(Mac(), std::nullopt);
+  EXPECT_TRUE(Mac(true).has_value());
 }
 
 TEST_F(DeviceMacOrder, DoesNotWaitForATableThatTheProfileDoesNotRead) {

@@ -157,6 +157,14 @@ TEST_F(SnmpSourceTest, TellsHowThePollsOfEachDeviceGo) {
   EXPECT_EQ(statuses[1].health.error, "no reply");
 }
 
+TEST_F(SnmpSourceTest, AnUnusualPortIsPartOfTheName) {
+  AddDevice("192.0.2.1");
+  settings_.devices[0].port = 1161;
+  Source().TakeResult(0, Silence("no reply"));
+  EXPECT_THAT(lines_, ElementsAre("error snmp device 192.0.2.1:1161: no reply"));
+  EXPECT_EQ(Source().Statuses().at(0).name, "192.0.2.1:1161");
+}
+
 TEST_F(SnmpSourceTest, TwoDevicesWithOneIdDoNotOverwriteEachOther) {
   AddDevice("192.0.2.1");
   AddDevice("192.0.2.2");
