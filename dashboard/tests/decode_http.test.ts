@@ -1,8 +1,12 @@
 import { describe, expect, test } from 'vitest';
-import { decodeClientReport, decodeDevices, decodeNetworkReport, decodePeriods, decodeStatus } from '../src/messages/decode_http';
+import { decodeClientReport, decodeDeviceList, decodeDevices, decodeNetworkReport, decodePeriods, decodeStatus } from '../src/messages/decode_http';
 import { apiPath, ask } from '../src/messages/http';
 
 const device = { mac: 'AA', hostname: 'gw', ip: '', type: 'Router', model: '', version: '', online: true, wireless: false };
+const poll = {
+  address: '192.0.2.1:161', name: 'switch', mac: 'AA', online: true, clients: 4, profile: 'generic', last_answer: 1, duration: 2,
+  pdus: 3, timeouts: 0, failed_polls: 0, error: '', stale: [],
+};
 const row = {
   mac: 'AA', hostname: '', username: '', network: 'Office', type_frequency: '802.11ac (5GHz)', data_rate: 1, upload: 5, download: 7,
   total: 12, first_seen: '2026-11-15 07:14:35', last_seen: '2026-11-15 07:14:35', time_online: 60, online_time: 50.5,
@@ -14,6 +18,15 @@ describe('answers', () => {
   test('leave out devices of which too little is told', () => {
     expect(decodeDevices({ devices: [device, { ...device, online: 1 }, null, { mac: 'x' }] })).toEqual([device]);
     expect(decodeDevices([])).toBeNull();
+  });
+
+  test('tell how devices are polled, where any are', () => {
+    expect(decodeDeviceList({ devices: [device] })).toEqual({ devices: [device], polls: [] });
+    expect(decodeDeviceList({ devices: [], polls: [poll, { ...poll, clients: null }, { ...poll, error: 5 }, null] })).toEqual({
+      devices: [],
+      polls: [poll, { ...poll, clients: null }],
+    });
+    expect(decodeDeviceList({ polls: [poll] })).toBeNull();
   });
 
   test('list periods with the newest first, however the probe lists them', () => {

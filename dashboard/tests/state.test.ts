@@ -83,6 +83,26 @@ describe('health', () => {
     expect(rows.map((row) => row.mac)).toEqual(['bad', 'off', 'fair', 'new', 'alert', 'rogue', 'good']);
   });
 
+  const poll = {
+    address: '192.0.2.7:161', name: '192.0.2.7', mac: '', online: false, clients: null, profile: '', last_answer: null, duration: 0,
+    pdus: 1, timeouts: 1, failed_polls: 1, error: 'no reply', stale: [],
+  };
+
+  test('shows a device that never answered, and why', () => {
+    expect(deviceRows([known('a')], [], [poll])).toMatchObject([
+      { mac: '', name: '192.0.2.7', ip: '192.0.2.7:161', level: 'offline', health: null, trouble: 'no reply' },
+      { mac: 'a', trouble: '' },
+    ]);
+  });
+
+  test('has the number of clients that a polled device tells, and none where it does not', () => {
+    const health = well('a', { clients: { value: 0, level: 2 } });
+    expect(deviceRows([known('a')], [health])).toMatchObject([{ clients: { value: 0 } }]);
+    expect(deviceRows([known('a')], [health], [{ ...poll, mac: 'a', clients: 18 }])).toMatchObject([{ clients: { value: 18, level: 2 } }]);
+    expect(deviceRows([known('a')], [health], [{ ...poll, mac: 'a' }])).toMatchObject([{ clients: null, trouble: 'no reply' }]);
+    expect(deviceRows([known('a')], [well('a', { clients: undefined })], [{ ...poll, mac: 'a', clients: 18 }])).toMatchObject([{ clients: null }]);
+  });
+
   test('shows a device that only the health monitor remembers', () => {
     expect(deviceRows([], [well('ghost')])).toMatchObject([{ mac: 'ghost', type: 'Switch', level: 'good' }]);
   });

@@ -43,6 +43,8 @@ ordered_json PollTree(const snmp::DeviceStatus& status) {
   const snmp::PollHealth& health = status.health;
   ordered_json last;
   if (health.last_answer) last = static_cast<std::int64_t>(*health.last_answer);
+  ordered_json clients;
+  if (status.clients) clients = *status.clients;
   ordered_json stale = ordered_json::array();
   for (const snmp::StaleTable& table : status.stale)
     stale.push_back({{"table", table.name}, {"age", table.age_seconds}});
@@ -50,6 +52,7 @@ ordered_json PollTree(const snmp::DeviceStatus& status) {
           {"name", status.name},
           {"mac", status.mac},
           {"online", status.online},
+          {"clients", std::move(clients)},
           {"profile", health.profile},
           {"last_answer", std::move(last)},
           {"duration", static_cast<std::int64_t>(health.duration.count())},

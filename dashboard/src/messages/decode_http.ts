@@ -1,6 +1,6 @@
 // Receives and checks what comes over HTTP.
 
-import type { Device, Status } from './generated/http';
+import type { Device, Poll, Status } from './generated/http';
 import type { Message as Periods } from './generated/wireless_client_report_periods';
 import type { Message as ClientReport, Row as ClientRow } from './generated/wireless_client_report';
 import type { Message as NetworkReport } from './generated/wireless_network_report';
@@ -21,6 +21,28 @@ export function decodeDevices(value: unknown): Device[] | null {
       ['mac', 'hostname', 'ip', 'type', 'model', 'version'].every((member) => isText(device[member])) &&
       typeof device['online'] === 'boolean' &&
       typeof device['wireless'] === 'boolean',
+  );
+}
+
+export interface DeviceList {
+  devices: Device[];
+  /** Of the devices that answer SNMP, also of those that never did. */
+  polls: Poll[];
+}
+
+export function decodeDeviceList(value: unknown): DeviceList | null {
+  const devices = decodeDevices(value);
+  if (devices === null) return null;
+  const polls = isRecord(value) && Array.isArray(value['polls']) ? value['polls'] : [];
+  return { devices, polls: polls.filter(isPoll) };
+}
+
+function isPoll(poll: unknown): poll is Poll {
+  return (
+    isRecord(poll) &&
+    ['address', 'name', 'mac', 'profile', 'error'].every((member) => isText(poll[member])) &&
+    typeof poll['online'] === 'boolean' &&
+    (poll['clients'] === null || isNumber(poll['clients']))
   );
 }
 

@@ -4,9 +4,10 @@ import { useMemo } from 'preact/hooks';
 import { formatDuration, formatNumber, formatPercent, nothing } from '../format/format';
 import { decodeHealth } from '../messages/decode';
 import { Blank, Figure, LevelBadge, Loaded, Name, Notifications } from '../parts/basics';
+import { WarningIcon } from '../parts/icons';
 import { type Column, Table } from '../parts/table';
 import { type DeviceRow, deviceRows, levels } from '../state/health';
-import { type Navigation, useDevices, useLive } from '../state/hooks';
+import { type Navigation, useDeviceList, useLive } from '../state/hooks';
 import { formatRoute } from '../state/route';
 import { formatSorting, parseSorting, search } from '../state/sorting';
 
@@ -25,8 +26,9 @@ const columns: Column<DeviceRow>[] = [
     value: (row) => row.name,
     cell: (row) => (
       <>
-        <a href={formatRoute({ page: 'traffic', values: { device: row.mac } })}><Name text={row.name || row.mac} /></a>
+        {row.mac ? <a href={formatRoute({ page: 'traffic', values: { device: row.mac } })}><Name text={row.name || row.mac} /></a> : <Name text={row.name} />}
         <span class="sub">{[row.type, row.model].filter(Boolean).join(' · ')}</span>
+        {row.trouble && <span class="sub trouble" title={row.trouble}><WarningIcon /> {row.trouble}</span>}
       </>
     ),
   },
@@ -55,9 +57,8 @@ const columns: Column<DeviceRow>[] = [
     key: 'clients',
     title: 'Clients',
     isNumber: true,
-    value: ({ health }) => health?.clients?.value ?? null,
-    cell: ({ health }) =>
-      health?.clients ? <Figure value={health.clients.value} level={health.clients.level}>{formatNumber(health.clients.value)}</Figure> : nothing,
+    value: ({ clients }) => clients?.value ?? null,
+    cell: ({ clients }) => (clients ? <Figure value={clients.value} level={clients.level}>{formatNumber(clients.value)}</Figure> : nothing),
   },
   {
     key: 'rogues',
@@ -84,7 +85,7 @@ function Tiles({ rows }: { rows: DeviceRow[] }) {
   const tiles = [
     { key: 'devices', title: 'Devices', value: rows.length, more: `${rows.filter((row) => row.level !== 'offline').length} online` },
     { key: 'poor', title: 'Need attention', value: poor, more: fair > 0 ? `and ${fair} fair` : '', tone: poor > 0 ? 'bad' : 'good' },
-    { key: 'clients', title: 'Wireless clients', value: sum((row) => row.health?.clients?.value), more: 'connected' },
+    { key: 'clients', title: 'Wireless clients', value: sum((row) => row.clients?.value), more: 'connected' },
     { key: 'rogues', title: 'Rogue access points', value: sum((row) => row.health?.rogue_aps?.value), more: 'sightings' },
     { key: 'alerts', title: 'Open alerts', value: sum((row) => row.health?.notification.alert), more: `${sum((row) => row.health?.notification.warning)} warnings` },
   ];
@@ -101,11 +102,11 @@ function Tiles({ rows }: { rows: DeviceRow[] }) {
 }
 
 export function Overview({ route, change }: Navigation) {
-  const devices = useDevices();
+  const devices = useDeviceList();
   const health = useLive('HealthMonitor', everything, everything, decodeHealth);
   const known = health.kind === 'ready' ? health.value : [];
   const rows = useMemo(
-    () => deviceRows(devices.kind === 'ready' ? devices.value : [], known),
+    () => (devices.kind === 'ready' ? deviceRows(devices.value.devices, known, devices.value.polls) : deviceRows([], known)),
     [devices, health],
   );
   const wanted = route.values['search'] ?? '';
@@ -136,7 +137,7 @@ export function Overview({ route, change }: Navigation) {
                   caption="Devices, the worst first unless sorted otherwise"
                   columns={columns}
                   rows={found}
-                  keyOf={(row) => row.mac}
+                  keyOf={(row) => row.mac || row.ip}
                   sorting={sorting}
                   onSort={(sort) => change({ sort: formatSorting(sort) })}
                 />

@@ -1,6 +1,7 @@
 // How well a device is, from all that is told of it.
 
 import type { Device, HealthDevice } from '../messages/decode';
+import type { Poll } from '../messages/generated/http';
 
 export type Level = 'bad' | 'offline' | 'fair' | 'unknown' | 'good';
 
@@ -30,6 +31,10 @@ export interface DeviceRow {
   level: Level;
   /** Null: the engine has told nothing of it yet. */
   health: HealthDevice | null;
+  /** Wireless clients. Null: it has no wireless side, or does not tell. */
+  clients: { value: number; level: number } | null;
+  /** What is wrong with its polls, in plain words; empty for nothing. */
+  trouble: string;
 }
 
 function worst(all: Level[]): Level {
@@ -55,18 +60,35 @@ function badFigures({ health }: DeviceRow): number {
   return figures.filter((figure) => figure && levelOf(figure.level) === 'bad').length;
 }
 
-/** All devices that the centre or the health monitor know, the worst first. */
-export function deviceRows(devices: Device[], health: HealthDevice[]): DeviceRow[] {
+/** A device that is polled tells its number of clients itself: the engine counts only those that it lists. */
+function clientsOf(health: HealthDevice | null, poll: Poll | undefined): DeviceRow['clients'] {
+  if (!health?.clients) return null;
+  if (!poll) return health.clients;
+  return poll.clients === null ? null : { value: poll.clients, level: health.clients.level };
+}
+
+/**
+ * All devices that the centre or the health monitor know, the worst first, and those that should be polled but are not
+ * in the centre: they never answered, or have the id of another one.
+ */
+export function deviceRows(devices: Device[], health: HealthDevice[], polls: Poll[] = []): DeviceRow[] {
   const healthOf = new Map(health.map((one) => [one.device, one]));
+  const pollOf = new Map(polls.map((poll) => [poll.mac, poll]));
   const rows = devices.map((device): DeviceRow => {
     const one = healthOf.get(device.mac) ?? null;
     healthOf.delete(device.mac);
+    const poll = pollOf.get(device.mac);
     const { mac, hostname, type, model, ip } = device;
-    return { mac, name: hostname, type, model, ip, level: overallLevel(one, device.online), health: one };
+    const level = overallLevel(one, device.online);
+    return { mac, name: hostname, type, model, ip, level, health: one, clients: clientsOf(one, poll), trouble: poll?.error ?? '' };
   });
   for (const one of healthOf.values()) {
     const { device: mac, hostname: name, deviceclass: type } = one;
-    rows.push({ mac, name, type, model: '', ip: '', level: overallLevel(one, true), health: one });
+    rows.push({ mac, name, type, model: '', ip: '', level: overallLevel(one, true), health: one, clients: one.clients ?? null, trouble: '' });
+  }
+  const shown = new Set(rows.map((row) => row.mac));
+  for (const { mac, name, address, error } of polls.filter((poll) => !shown.has(poll.mac))) {
+    rows.push({ mac, name, type: '', model: '', ip: address, level: 'offline', health: null, clients: null, trouble: error });
   }
   return rows.sort(compareRows);
 }

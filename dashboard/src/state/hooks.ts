@@ -4,7 +4,7 @@ import { useCallback, useEffect, useMemo, useRef, useState } from 'preact/hooks'
 import type { Json } from '../messages/check';
 import type { Filter } from '../messages/connection';
 import { type Device, envelopeOf } from '../messages/decode';
-import { decodeDevices } from '../messages/decode_http';
+import { decodeDeviceList, decodeDevices, type DeviceList } from '../messages/decode_http';
 import type { Answer } from '../messages/http';
 import { now, probe, type ProbeState } from './probe';
 import { formatRoute, parseRoute, type Route } from './route';
@@ -118,6 +118,11 @@ const devicesEveryMs = 30_000;
 /** The devices that the probe knows: some come and go while a page is open. */
 export function useDevices(): Load<Device[]> {
   return useAnswer('devices', everything, decodeDevices, devicesEveryMs);
+}
+
+/** The same, with how those that answer SNMP are polled. */
+export function useDeviceList(): Load<DeviceList> {
+  return useAnswer('devices', everything, decodeDeviceList, devicesEveryMs);
 }
 
 export interface Navigation {

@@ -267,6 +267,16 @@ std::optional<DeviceSnapshot> DeviceFigures::CheckOffline(std::int64_t steady_ti
   return snapshot_;
 }
 
+std::optional<std::int32_t> DeviceFigures::clients() const {
+  const bool are_counted =
+      std::any_of(ssids_.begin(), ssids_.end(), [](const SsidReading& row) { return row.client_count.has_value(); });
+  if (!are_counted && !stations_) return std::nullopt;
+  if (!are_counted) return static_cast<std::int32_t>(stations_->size());
+  std::int32_t clients = 0;
+  for (const auto& [name, state] : snapshot_.ssid_interfaces) clients += state.client_count;
+  return clients;
+}
+
 std::vector<StaleTable> DeviceFigures::StaleTables(std::int64_t steady_ticks) const {
   static constexpr std::array<const char*, kTables> kNames{"interfaces", "radios",       "ssids",
                                                            "stations",   "portal_users", "neighbours"};

@@ -46,6 +46,9 @@ class DeviceFigures {
   /// first call.
   std::optional<DeviceSnapshot> CheckOffline(std::int64_t steady_ticks);
 
+  /// The wireless clients of the device; nothing when it does not tell.
+  std::optional<std::int32_t> clients() const;
+
   /// The tables whose rows are older than the last reading; those that never answered are not among them.
   std::vector<StaleTable> StaleTables(std::int64_t steady_ticks) const;
 

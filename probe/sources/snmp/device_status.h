@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -16,10 +17,12 @@ struct StaleTable {
 
 /// What there is to say about one device of the settings and its polls.
 struct DeviceStatus {
-  std::string address;            ///< As asked, with its port: "192.0.2.1:161", "[2001:db8::1]:161".
-  std::string name;               ///< Device name; the address while it is not known.
-  std::string mac;                ///< Device id; empty while it is not known.
-  bool online = false;            ///< As in the device centre.
+  std::string address;  ///< As asked, with its port: "192.0.2.1:161", "[2001:db8::1]:161".
+  std::string name;     ///< Device name; the address while it is not known.
+  std::string mac;      ///< Device id; empty while it is not in the device centre.
+  bool online = false;  ///< As in the device centre.
+  std::optional<std::int32_t>
+      clients;                    ///< Wireless clients, by what its profile takes for the truth; nothing: not told.
   PollHealth health;              ///< Of its last poll; `error` also tells what keeps it out of the device centre.
   std::vector<StaleTable> stale;  ///< Tables that did not answer in its last reading.
 };

@@ -58,14 +58,17 @@ class SnmpSource::PolledDevice {
 
   DeviceStatus Status() const VEXORA_REQUIRES(lock) {
     DeviceStatus status = status_;
-    status.mac = figures_.mac();
+    if (is_listed_) status.mac = figures_.mac();
+    status.clients = figures_.clients();
     status.stale = figures_.StaleTables(SteadyTicks());
     return status;
   }
 
   DeviceFigures& figures() VEXORA_REQUIRES(lock) { return figures_; }
 
+  /// Notes a snapshot that goes to the device centre.
   void NoteSnapshot(const DeviceSnapshot& snapshot) VEXORA_REQUIRES(lock) {
+    is_listed_ = true;
     status_.online = snapshot.online;
     if (snapshot.basic_info) status_.name = snapshot.basic_info->hostname;
   }
@@ -90,6 +93,7 @@ class SnmpSource::PolledDevice {
   const std::string label_;
   DeviceStatus status_ VEXORA_GUARDED_BY(lock);
   DeviceFigures figures_ VEXORA_GUARDED_BY(lock);
+  bool is_listed_ VEXORA_GUARDED_BY(lock) = false;  // in the device centre, under its id
 };
 
 SnmpSource::SnmpSource(DeviceCentre& centre, SnmpSettings settings, const ProfileCatalogue& catalogue)

@@ -89,26 +89,36 @@ TEST_F(HttpApiTest, ListsTheDevicesInTheOrderOfTheCentre) {
 }
 
 TEST_F(HttpApiTest, TellsHowDevicesArePolled) {
-  probe::snmp::DeviceStatus good{
-      .address = "192.0.2.1:161", .name = "switch", .mac = "AA", .online = true, .health = {}, .stale = {}};
+  probe::snmp::DeviceStatus good{.address = "192.0.2.1:161",
+                                 .name = "switch",
+                                 .mac = "AA",
+                                 .online = true,
+                                 .clients = 4,
+                                 .health = {},
+                                 .stale = {}};
   good.health.answered = true;
   good.health.last_answer = 1'700'000'000;
   good.health.duration = std::chrono::milliseconds(12);
   good.health.statistics = {.pdus = 9, .responses = 8, .timeouts = 1};
   good.health.profile = "generic";
   good.stale = {{.name = "stations", .age_seconds = 65}};
-  probe::snmp::DeviceStatus silent{
-      .address = "192.0.2.7:161", .name = "192.0.2.7", .mac = "", .online = false, .health = {}, .stale = {}};
+  probe::snmp::DeviceStatus silent{.address = "192.0.2.7:161",
+                                   .name = "192.0.2.7",
+                                   .mac = "",
+                                   .online = false,
+                                   .clients = {},
+                                   .health = {},
+                                   .stale = {}};
   silent.health.failed_polls = 3;
   silent.health.error = "no reply \xff";
   const probe::HttpApi api({"1.2.3", 1}, plugin, centre, latest, probe::PageFiles(""), [&] {
     return std::vector{good, silent};
   });
   EXPECT_EQ(json::parse(*api.Answer({"/api/devices", {}}).body), json::parse(R"({"devices": [], "polls": [
-    {"address": "192.0.2.1:161", "name": "switch", "mac": "AA", "online": true, "profile": "generic",
+    {"address": "192.0.2.1:161", "name": "switch", "mac": "AA", "online": true, "clients": 4, "profile": "generic",
      "last_answer": 1700000000, "duration": 12, "pdus": 9, "timeouts": 1, "failed_polls": 0, "error": "",
      "stale": [{"table": "stations", "age": 65}]},
-    {"address": "192.0.2.7:161", "name": "192.0.2.7", "mac": "", "online": false, "profile": "",
+    {"address": "192.0.2.7:161", "name": "192.0.2.7", "mac": "", "online": false, "clients": null, "profile": "",
      "last_answer": null, "duration": 0, "pdus": 0, "timeouts": 0, "failed_polls": 3, "error": "no reply �",
      "stale": []}]})"));
 }

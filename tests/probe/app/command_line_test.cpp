@@ -102,6 +102,17 @@ TEST(CommandLine, RefusesToSpeedUpRealDevices) {
   }
 }
 
+TEST(CommandLine, DevicesThatAnswerSnmpAreRealOnes) {
+  const test::TestFolder folder;
+  const std::string file = folder.Write("probe.toml",
+                                        "[sources.this_machine]\nenabled = false\n"
+                                        "[[sources.snmp.devices]]\naddress = \"192.0.2.1\"\ncommunity = \"x\"\n");
+  EXPECT_EQ(SettingsFor(Usable({"--config", file}), "").snmp.devices.size(), 1U);
+  EXPECT_EQ(SettingsFor(Usable({"--config", file, "--live"}), "").snmp.devices.size(), 1U);
+  EXPECT_EQ(SettingsFor(Usable({"--config", file, "--simulated", "--speed", "60"}), "").snmp.devices.size(), 0U);
+  EXPECT_THROW(SettingsFor(Usable({"--config", file, "--speed", "60"}), ""), SettingsError);
+}
+
 TEST(CommandLine, RefusesToSizeANetworkThatIsNotSimulated) {
   for (const char* option : {"--devices=20", "--clients=30"}) {
     EXPECT_THROW(SettingsFor(Usable({option}), ""), SettingsError) << option;

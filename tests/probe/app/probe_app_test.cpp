@@ -74,6 +74,33 @@ TEST_F(ProbeAppTest, SaysWhatRunsAndWhereToLook) {
   EXPECT_THAT(Lines(), Contains(HasSubstr("probe-watch --url ws://127.0.0.1:")));
 }
 
+TEST_F(ProbeAppTest, NamesAProfileThatDoesNotExistByFileAndLine) {
+  Settings settings = AnyPort();
+  settings.snmp.devices.resize(1);
+  settings.snmp.devices[0].address = "127.0.0.1";
+  settings.snmp.devices[0].profile = "genericc";
+  settings.snmp.devices[0].defined_at = "probe.toml:7";
+
+  EXPECT_EQ(Complaint(settings),
+            "probe.toml:7: sources.snmp.devices.profile: there is no profile \"genericc\"; did you mean \"generic\"?");
+}
+
+TEST_F(ProbeAppTest, ListsADeviceThatDoesNotAnswerUnderTheIdThatItWasGiven) {
+  Settings settings = AnyPort();
+  settings.this_machine.enabled = false;
+  settings.snmp.devices.resize(1);
+  settings.snmp.devices[0].address = "127.0.0.1";
+  settings.snmp.devices[0].port = 9;
+  settings.snmp.devices[0].community = "public";
+  settings.snmp.devices[0].mac = "02:FC:00:00:00:01";
+  ProbeApp app(settings);
+
+  app.Start();
+
+  EXPECT_THAT(DeviceCentre::Instance().GetOnlineManagedDevices(false), ::testing::ElementsAre("02:FC:00:00:00:01"));
+  EXPECT_THAT(DeviceCentre::Instance().GetOnlineManagedDevices(true), IsEmpty());
+}
+
 TEST_F(ProbeAppTest, HoldsNothingOfThePlugInWhenItHasStopped) {
   ProbeApp app(AnyPort());
   app.Start();

@@ -363,6 +363,23 @@ TEST_F(WirelessFiguresTest, TheProfilesClientCountIsTheTruth) {
   EXPECT_EQ(snapshot.ssid_interfaces.at("ath1").client_count, 1);
 }
 
+TEST_F(WirelessFiguresTest, TheNumberOfClientsIsNotZeroWhenItIsNotTold) {
+  reading_.stations.reset();
+  Poll();
+  EXPECT_EQ(figures_.clients(), std::nullopt);
+  reading_.stations.emplace();
+  Poll();
+  EXPECT_EQ(figures_.clients(), 0);
+}
+
+TEST_F(WirelessFiguresTest, TheNumberOfClientsIsTheDevicesOwnAlsoWhenItListsNone) {
+  reading_.stations.reset();
+  reading_.ssids->front().client_count = 4;
+  reading_.ssids->back().client_count = 14;
+  Poll();
+  EXPECT_EQ(figures_.clients(), 18);
+}
+
 TEST_F(WirelessFiguresTest, AClientThatNamesNoNetworkIsOnTheOnlyOne) {
   reading_.stations->front().ssid_interface.clear();
   EXPECT_THAT(Poll().ssid_interfaces.at("ath0").clients, IsEmpty());

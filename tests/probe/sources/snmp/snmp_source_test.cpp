@@ -176,7 +176,9 @@ TEST_F(SnmpSourceTest, TwoDevicesWithOneIdDoNotOverwriteEachOther) {
   Source().TakeResult(0, Answer(first));
   EXPECT_EQ(Snapshot()->basic_info->hostname, "switch");
   EXPECT_THAT(Source().Statuses().at(1).health.error, HasSubstr("is that of another device"));
+  EXPECT_EQ(Source().Statuses().at(1).mac, "");
   EXPECT_EQ(Source().Statuses().at(0).health.error, "");
+  EXPECT_EQ(Source().Statuses().at(0).mac, kMac);
 }
 
 TEST_F(SnmpSourceTest, LeavesTheDevicesOfOtherSourcesAlone) {
