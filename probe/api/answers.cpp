@@ -9,6 +9,7 @@
 #include "platform/device_centre.h"
 #include "platform/device_records.h"
 #include "platform/topics.h"
+#include "probe/sources/snmp/poll_health.h"
 #include "probe/text/json_text.h"
 #include "probe/text/strict_json.h"
 

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "platform/tasks.h"
+#include "probe/api/answers.h"
 #include "probe/api/page_files.h"
 #include "probe/api/plugin_calls.h"
 #include "probe/clock/clock.h"
@@ -15,6 +16,8 @@
 #include "probe/host/log.h"
 #include "probe/host/subscription_service.h"
 #include "probe/server/http/http_message.h"
+#include "probe/sources/snmp/profile.h"
+#include "probe/sources/snmp/snmp_settings.h"
 #include "probe/text/nearest_word.h"
 #include "probe/text/url_host.h"
 

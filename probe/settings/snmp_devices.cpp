@@ -12,6 +12,7 @@
 #include "platform/utilities/text.h"
 #include "probe/server/net/ip_address.h"
 #include "probe/settings/setting_keys.h"
+#include "probe/settings/settings.h"
 #include "probe/settings/toml_values.h"
 #include "probe/text/nearest_word.h"
 

@@ -8,6 +8,8 @@
 
 #include "probe/host/log.h"
 #include "probe/sources/snmp/device_figures.h"
+#include "probe/sources/snmp/device_poll.h"
+#include "probe/sources/snmp/stop_event.h"
 #include "probe/text/url_host.h"
 
 namespace probe::snmp {

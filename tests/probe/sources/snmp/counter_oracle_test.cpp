@@ -12,6 +12,8 @@
 #include <vector>
 
 #include "probe/sources/snmp/device_figures.h"
+#include "probe/sources/snmp/reading.h"
+#include "probe/sources/snmp/snmp_settings.h"
 
 namespace probe::snmp {
 namespace {

@@ -1,4 +1,5 @@
 #include "probe/sources/snmp/counter_table.h"
+#include "probe/sources/snmp/reading.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,7 @@
 #include "probe/sources/snmp/device_figures.h"
+#include "platform/device_records.h"
+#include "probe/sources/snmp/reading.h"
+#include "probe/sources/snmp/snmp_settings.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -15,9 +18,9 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::Pair;
 
-constexpr time_t kWall = 1'700'000'000;
+constexpr time_t kFiguresWall = 1'700'000'000;
 
-OctetCounter Wide(std::uint64_t value) {
+OctetCounter Count64(std::uint64_t value) {
   return {.value = value};
 }
 
@@ -25,8 +28,8 @@ InterfaceReading Interface(std::uint32_t if_index, const std::string& name, std:
   InterfaceReading row;
   row.if_index = if_index;
   row.name = name;
-  row.in_octets = Wide(in);
-  row.out_octets = Wide(out);
+  row.in_octets = Count64(in);
+  row.out_octets = Count64(out);
   row.bits_per_second = 1'000'000'000;
   return row;
 }
@@ -43,8 +46,8 @@ StationReading Station(const std::string& mac, const std::string& ssid_interface
   StationReading row;
   row.mac = mac;
   row.ssid_interface = ssid_interface;
-  row.in_octets = Wide(in);
-  row.out_octets = Wide(out);
+  row.in_octets = Count64(in);
+  row.out_octets = Count64(out);
   return row;
 }
 
@@ -67,7 +70,7 @@ class DeviceFiguresTest : public ::testing::Test {
   /// Lets 30 s pass for the device and for us, and takes a reading.
   DeviceSnapshot Poll() {
     Wait();
-    const auto snapshot = figures_.Take(reading_, {.steady_ticks = steady_ticks_, .wall = kWall + steady_ticks_ / 100});
+    const auto snapshot = figures_.Take(reading_, {.steady_ticks = steady_ticks_, .wall = kFiguresWall + steady_ticks_ / 100});
     EXPECT_TRUE(snapshot.has_value());
     return snapshot.value_or(DeviceSnapshot{});
   }
@@ -389,9 +392,9 @@ TEST_F(WirelessFiguresTest, AClientThatNamesNoNetworkIsOnTheOnlyOne) {
 }
 
 TEST_F(WirelessFiguresTest, AClientThatComesBackCountsFromZero) {
-  reading_.stations->front().in_octets = Wide(5'000'000);
+  reading_.stations->front().in_octets = Count64(5'000'000);
   Poll();
-  reading_.stations->front().in_octets = Wide(700);
+  reading_.stations->front().in_octets = Count64(700);
   EXPECT_EQ(Poll().ssid_interfaces.at("ath0").clients.front().in_bytes, 700U);
 }
 
@@ -420,20 +423,20 @@ TEST_F(WirelessFiguresTest, NetworksCarryTheCountersOfTheirInterfaces) {
 }
 
 TEST_F(WirelessFiguresTest, NetworksWithCountersOfTheirOwnKeepTheirOwnTime) {
-  for (SsidReading& ssid : *reading_.ssids) ssid.in_octets = ssid.out_octets = Wide(1'000);
+  for (SsidReading& ssid : *reading_.ssids) ssid.in_octets = ssid.out_octets = Count64(1'000);
   reading_.interfaces = {Interface(1, "ath0", 5, 5)};
   const DeviceSnapshot first = Poll();
   EXPECT_EQ(first.ssid_interfaces.at("ath0").traffic->in_bytes, 1'000U);
 
   reading_.interfaces.reset();
   reading_.errors = {"interfaces: no answer"};
-  for (SsidReading& ssid : *reading_.ssids) ssid.in_octets = Wide(1'500);
+  for (SsidReading& ssid : *reading_.ssids) ssid.in_octets = Count64(1'500);
   const DeviceSnapshot second = Poll();
   EXPECT_EQ(second.ssid_interfaces.at("ath1").traffic->in_bytes, 1'500U);
   EXPECT_EQ(*second.polling_time - *first.polling_time, 30);
   EXPECT_EQ(second.sample_time, first.sample_time);
 
-  for (SsidReading& ssid : *reading_.ssids) ssid.in_octets = Wide(1'400);
+  for (SsidReading& ssid : *reading_.ssids) ssid.in_octets = Count64(1'400);
   const DeviceSnapshot held = Poll();
   EXPECT_EQ(held.polling_time, second.polling_time);
   EXPECT_EQ(held.ssid_interfaces.at("ath1").traffic->in_bytes, 1'500U);
@@ -444,8 +447,8 @@ TEST_F(WirelessFiguresTest, ShowPortalUsersAndNeighbours) {
   user.mac = "02-fc-00-00-01-01";
   user.username = "guest";
   user.hostname = "phone";
-  user.in_octets = Wide(11);
-  user.out_octets = Wide(22);
+  user.in_octets = Count64(11);
+  user.out_octets = Count64(22);
   reading_.portal_users = {user, user};
   records::NeighboringAP neighbour;
   neighbour.mac = "02:fc:00:00:02:01";

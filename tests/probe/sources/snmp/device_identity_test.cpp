@@ -1,4 +1,6 @@
 #include "probe/sources/snmp/device_identity.h"
+#include "probe/sources/snmp/reading.h"
+#include "probe/sources/snmp/snmp_settings.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

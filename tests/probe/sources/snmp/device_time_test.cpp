@@ -1,4 +1,5 @@
 #include "probe/sources/snmp/device_time.h"
+#include "probe/sources/snmp/reading.h"
 
 #include <gtest/gtest.h>
 
@@ -9,7 +10,7 @@ namespace probe::snmp {
 namespace {
 
 constexpr std::int64_t kWrap = std::int64_t{1} << 32;
-constexpr time_t kWall = 1'700'000'000;
+constexpr time_t kFirstPoll = 1'700'000'000;
 
 /// One device and this machine's clocks, a poll every 30 s.
 class DeviceTimeTest : public ::testing::Test {
@@ -35,17 +36,17 @@ class DeviceTimeTest : public ::testing::Test {
     return system;
   }
 
-  /// Seconds of the device's clock since the first poll, which is at `kWall`.
-  double Seconds() const { return static_cast<double>(time_.now_ticks() - kWall * 100) / 100; }
+  /// Seconds of the device's clock since the first poll, which is at `kFirstPoll`.
+  double Seconds() const { return static_cast<double>(time_.now_ticks() - kFirstPoll * 100) / 100; }
 
   DeviceTime time_;
   std::int64_t steady_ticks_ = 5'000;
-  time_t wall_ = kWall - 30;
+  time_t wall_ = kFirstPoll - 30;
 };
 
 TEST_F(DeviceTimeTest, StartsAtTheWallClock) {
   EXPECT_EQ(Poll(Sys(1'000'000)), Step::kNew);
-  EXPECT_EQ(time_.now_ticks(), kWall * 100);
+  EXPECT_EQ(time_.now_ticks(), kFirstPoll * 100);
   EXPECT_EQ(time_.uptime_seconds(), 10'000U);
 }
 
