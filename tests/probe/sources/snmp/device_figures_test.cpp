@@ -70,7 +70,8 @@ class DeviceFiguresTest : public ::testing::Test {
   /// Lets 30 s pass for the device and for us, and takes a reading.
   DeviceSnapshot Poll() {
     Wait();
-    const auto snapshot = figures_.Take(reading_, {.steady_ticks = steady_ticks_, .wall = kFiguresWall + steady_ticks_ / 100});
+    const auto snapshot =
+        figures_.Take(reading_, {.steady_ticks = steady_ticks_, .wall = kFiguresWall + steady_ticks_ / 100});
     EXPECT_TRUE(snapshot.has_value());
     return snapshot.value_or(DeviceSnapshot{});
   }

@@ -21,8 +21,8 @@ using ::testing::AllOf;
 using ::testing::HasSubstr;
 using ::testing::Not;
 
-constexpr RequestTimes kPatient{milliseconds(20'000)};
-constexpr RequestTimes kHasty{milliseconds(300)};
+constexpr RequestTimes kPatientDoctor{milliseconds(20'000)};
+constexpr RequestTimes kHastyDoctor{milliseconds(300)};
 
 std::string Walk(const std::string& name) {
   std::ifstream file(std::string(VEXORA_WALKS) + "/" + name + ".snmprec");
@@ -58,7 +58,7 @@ std::unique_ptr<test::SnmpdProcess> DoctorTest::device_;
 std::unique_ptr<ProfileCatalogue> DoctorTest::catalogue_;
 
 TEST_F(DoctorTest, PrintsTheProfileAndWhatIsRead) {
-  const Diagnosis diagnosis = Diagnose(Settings(), *catalogue_, kPatient);
+  const Diagnosis diagnosis = Diagnose(Settings(), *catalogue_, kPatientDoctor);
 
   EXPECT_TRUE(diagnosis.answers);
   EXPECT_THAT(diagnosis.text,
@@ -70,22 +70,23 @@ TEST_F(DoctorTest, PrintsTheProfileAndWhatIsRead) {
 TEST_F(DoctorTest, ReadsWithTheProfileThatItIsTold) {
   DeviceSettings settings = Settings();
   settings.profile = "generic";
-  EXPECT_THAT(Diagnose(settings, *catalogue_, kPatient).text, HasSubstr("profile      generic: it was asked for\n"));
+  EXPECT_THAT(Diagnose(settings, *catalogue_, kPatientDoctor).text,
+              HasSubstr("profile      generic: it was asked for\n"));
 
   settings.profile = "none";
-  EXPECT_THAT(Diagnose(settings, *catalogue_, kPatient).text, HasSubstr("there is none named \"none\"\n"));
+  EXPECT_THAT(Diagnose(settings, *catalogue_, kPatientDoctor).text, HasSubstr("there is none named \"none\"\n"));
 }
 
 TEST_F(DoctorTest, TellsAWrongCommunityFromAWrongAddress) {
   DeviceSettings settings = Settings();
   settings.community = "s3cret";
-  const Diagnosis wrong_community = Diagnose(settings, *catalogue_, kHasty);
+  const Diagnosis wrong_community = Diagnose(settings, *catalogue_, kHastyDoctor);
   EXPECT_FALSE(wrong_community.answers);
   EXPECT_THAT(wrong_community.text, AllOf(HasSubstr("answers      no: no reply from 127.0.0.1"),
                                           HasSubstr("the community is wrong"), Not(HasSubstr("s3cret"))));
 
   settings.port = test::FreeUdpPort();
-  const Diagnosis closed = Diagnose(settings, *catalogue_, kHasty);
+  const Diagnosis closed = Diagnose(settings, *catalogue_, kHastyDoctor);
   EXPECT_FALSE(closed.answers);
   EXPECT_THAT(closed.text, AllOf(HasSubstr("is closed"), Not(HasSubstr("advice"))));
 }
@@ -95,7 +96,7 @@ TEST_F(DoctorTest, TellsAnUnknownUser) {
   settings.version = Version::k3;
   settings.user = "nobody";
 
-  EXPECT_THAT(Diagnose(settings, *catalogue_, kPatient).text, HasSubstr("does not know the user \"nobody\""));
+  EXPECT_THAT(Diagnose(settings, *catalogue_, kPatientDoctor).text, HasSubstr("does not know the user \"nobody\""));
 }
 
 }  // namespace

@@ -36,11 +36,11 @@ TEST(Oid, IsWrittenWithoutADotInFront) {
 
 TEST(Oid, StartsWithItselfAndItsPrefixes) {
   const Oid oid{1, 3, 6};
-  EXPECT_TRUE(StartsWith(oid, {}));
-  EXPECT_TRUE(StartsWith(oid, {1, 3}));
-  EXPECT_TRUE(StartsWith(oid, oid));
-  EXPECT_FALSE(StartsWith(oid, {1, 4}));
-  EXPECT_FALSE(StartsWith(oid, {1, 3, 6, 1}));
+  EXPECT_TRUE(probe::snmp::StartsWith(oid, {}));
+  EXPECT_TRUE(probe::snmp::StartsWith(oid, {1, 3}));
+  EXPECT_TRUE(probe::snmp::StartsWith(oid, oid));
+  EXPECT_FALSE(probe::snmp::StartsWith(oid, {1, 4}));
+  EXPECT_FALSE(probe::snmp::StartsWith(oid, {1, 3, 6, 1}));
 }
 
 }  // namespace

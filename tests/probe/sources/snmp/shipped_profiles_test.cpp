@@ -39,7 +39,7 @@ class ShippedProfilesTest : public testing::Test {
 };
 
 /// Clients of each SSID interface, "name: count".
-std::vector<std::string> Clients(const Reading& reading) {
+std::vector<std::string> ClientTexts(const Reading& reading) {
   std::vector<std::string> texts;
   for (const SsidReading& ssid : reading.ssids.value()) {
     texts.push_back(ssid.name + ": " + (ssid.client_count ? std::to_string(*ssid.client_count) : "unknown"));
@@ -72,7 +72,7 @@ TEST_F(ShippedProfilesTest, ReadABridgeWithCountersOf32Bits) {
   ASSERT_EQ(reading.radios.value().size(), 1U);
   EXPECT_EQ((*reading.radios)[0].channel, 100);
   EXPECT_EQ((*reading.radios)[0].noise_dbm, -97);
-  EXPECT_THAT(Clients(reading), ElementsAre("ath0: 2"));
+  EXPECT_THAT(ClientTexts(reading), ElementsAre("ath0: 2"));
   EXPECT_EQ((*reading.ssids)[0].out_octets, (OctetCounter{4'293'000'000, false}));
   ASSERT_EQ(reading.stations.value().size(), 2U);
   EXPECT_EQ((*reading.stations)[0].hostname, "far-end") << "without the padding";
@@ -95,7 +95,8 @@ TEST_F(ShippedProfilesTest, ReadAnAccessPoint) {
   const Reading reading = Read("access_point.snmprec", "unifi");
   EXPECT_EQ(reading.system.type, DeviceType::kAccessPoint);
   EXPECT_EQ(reading.system.cpu_percent, 3);
-  EXPECT_THAT(Clients(reading), ElementsAre("ath0: 4", "ath2: 14", "ath3: 1")) << "without the mesh between the radios";
+  EXPECT_THAT(ClientTexts(reading), ElementsAre("ath0: 4", "ath2: 14", "ath3: 1"))
+      << "without the mesh between the radios";
   ASSERT_EQ(reading.radios.value().size(), 2U);
   EXPECT_EQ((*reading.radios)[1].name, "na");
   EXPECT_EQ((*reading.radios)[1].band, WIFIBandType::k5GHz);
@@ -107,7 +108,7 @@ TEST_F(ShippedProfilesTest, ReadARouterWithClients) {
   EXPECT_EQ(reading.system.type, DeviceType::kRouter);
   EXPECT_EQ(reading.system.mac, "00:00:5e:00:53:50") << "the bridge says 0";
   EXPECT_EQ(reading.radios.value().size(), 2U) << "the virtual interface has none";
-  EXPECT_THAT(Clients(reading), ElementsAre("wlan1: 2", "wlan2: 0", "guest: 1"));
+  EXPECT_THAT(ClientTexts(reading), ElementsAre("wlan1: 2", "wlan2: 0", "guest: 1"));
   ASSERT_EQ(reading.stations.value().size(), 3U);
   const StationReading& station = (*reading.stations)[0];
   EXPECT_EQ(station.ssid_interface, "wlan1");
@@ -120,7 +121,7 @@ TEST_F(ShippedProfilesTest, ReadARouterWithClients) {
 TEST_F(ShippedProfilesTest, ReadAControllerWithACaptivePortal) {
   const Reading reading = Read("controller.snmprec", "aruba_controller");
   EXPECT_EQ(reading.ssids.value().size(), 8U);
-  EXPECT_EQ(Clients(reading)[0], "example-staff (ap-library/1): 2") << "one of them with two addresses";
+  EXPECT_EQ(ClientTexts(reading)[0], "example-staff (ap-library/1): 2") << "one of them with two addresses";
   EXPECT_EQ((*reading.ssids)[0].in_octets, (OctetCounter{112'000'000, true}));
   EXPECT_EQ(reading.radios.value().size(), 4U);
   EXPECT_EQ(reading.stations.value().size(), 4U);

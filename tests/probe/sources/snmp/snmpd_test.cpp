@@ -27,10 +27,10 @@ using ::testing::HasSubstr;
 using ::testing::Not;
 using ::testing::SizeIs;
 
-const Oid kName{1, 3, 6, 1, 2, 1, 1, 5, 0};
-const Oid kTable{1, 3, 6, 1, 2, 1, 2, 2, 1};
-constexpr milliseconds kPatient{20'000};
-constexpr milliseconds kHasty{200};
+const Oid kSnmpdName{1, 3, 6, 1, 2, 1, 1, 5, 0};
+const Oid kSnmpdTable{1, 3, 6, 1, 2, 1, 2, 2, 1};
+constexpr milliseconds kSnmpdTimeout{20'000};
+constexpr milliseconds kShortSnmpdTimeout{200};
 
 // Three interfaces: names, octets in a Counter32, and in a Counter64.
 constexpr const char* kWalk = R"(1.3.6.1.2.1.1.1.0|4|A small switch
@@ -46,7 +46,7 @@ constexpr const char* kWalk = R"(1.3.6.1.2.1.1.1.0|4|A small switch
 )";
 
 Oid Column(std::uint32_t number) {
-  Oid column = kTable;
+  Oid column = kSnmpdTable;
   column.push_back(number);
   return column;
 }
@@ -97,8 +97,8 @@ class SnmpdTest : public ::testing::Test {
 
   /// What version 3 says about settings that do not fit.
   static ObjectsAnswer Ask(const DeviceSettings& settings) {
-    NetSnmpAgent agent(settings, nullptr, {kHasty});
-    return agent.Get({kName});
+    NetSnmpAgent agent(settings, nullptr, {kShortSnmpdTimeout});
+    return agent.Get({kSnmpdName});
   }
 
   static std::unique_ptr<SnmpdProcess> shared_;  // for tests that leave it as it is
@@ -116,8 +116,8 @@ TEST_F(SnmpdTest, IsReadWithEveryVersionAndProtocol) {
         UserOf(*shared_, "sha256", AuthProtocol::kSha256, PrivacyProtocol::kAes),
         UserOf(*shared_, "sha512", AuthProtocol::kSha512, PrivacyProtocol::kAes),
         UserOf(*shared_, "old", AuthProtocol::kMd5, PrivacyProtocol::kDes)}) {
-    NetSnmpAgent agent(settings, nullptr, {kPatient});
-    EXPECT_EQ(Text(agent.Get({kName})), "switch") << settings.user;
+    NetSnmpAgent agent(settings, nullptr, {kSnmpdTimeout});
+    EXPECT_EQ(Text(agent.Get({kSnmpdName})), "switch") << settings.user;
 
     const TableAnswer table = agent.ReadTable({Column(2), Column(10)}, 100);
     ASSERT_EQ(table.failure, Failure::kNone) << table.error;
@@ -137,13 +137,13 @@ TEST_F(SnmpdTest, IsReadWithEveryVersionAndProtocol) {
 }
 
 TEST_F(SnmpdTest, AsksNothingMoreThanOnceItIsKnown) {
-  NetSnmpAgent agent(UserOf(*shared_, "sha", AuthProtocol::kSha, PrivacyProtocol::kAes), nullptr, {kPatient});
-  ASSERT_EQ(Text(agent.Get({kName})), "switch");
+  NetSnmpAgent agent(UserOf(*shared_, "sha", AuthProtocol::kSha, PrivacyProtocol::kAes), nullptr, {kSnmpdTimeout});
+  ASSERT_EQ(Text(agent.Get({kSnmpdName})), "switch");
   // The engine's id and time, and the question.
   EXPECT_EQ(agent.statistics().pdus, 2U);
 
   agent.StartPoll(std::chrono::steady_clock::time_point::max());
-  ASSERT_EQ(Text(agent.Get({kName})), "switch");
+  ASSERT_EQ(Text(agent.Get({kSnmpdName})), "switch");
   EXPECT_EQ(agent.statistics(), (PollStatistics{.pdus = 1, .responses = 1, .timeouts = 0}));
 }
 
@@ -225,26 +225,26 @@ TEST_F(SnmpdTest, TakesTheRightKeyAfterAWrongOne) {
 
 TEST_F(SnmpdTest, IsTalkedToAfterAReboot) {
   SnmpdProcess device(kWalk, kUsers);
-  NetSnmpAgent agent(UserOf(device, "sha", AuthProtocol::kSha, PrivacyProtocol::kAes), nullptr, {kPatient});
-  ASSERT_EQ(Text(agent.Get({kName})), "switch");
+  NetSnmpAgent agent(UserOf(device, "sha", AuthProtocol::kSha, PrivacyProtocol::kAes), nullptr, {kSnmpdTimeout});
+  ASSERT_EQ(Text(agent.Get({kSnmpdName})), "switch");
 
   device.Restart();
   agent.StartPoll(std::chrono::steady_clock::time_point::max());
 
-  EXPECT_EQ(Text(agent.Get({kName})), "switch");
+  EXPECT_EQ(Text(agent.Get({kSnmpdName})), "switch");
   // The time of its engine had to be learnt again.
   EXPECT_EQ(agent.statistics().pdus, 2U);
 }
 
 TEST_F(SnmpdTest, IsTalkedToWithANewEngineId) {
   SnmpdProcess device(kWalk, kUsers);
-  NetSnmpAgent agent(UserOf(device, "sha", AuthProtocol::kSha, PrivacyProtocol::kAes), nullptr, {kHasty});
-  ASSERT_EQ(Text(agent.Get({kName})), "switch");
+  NetSnmpAgent agent(UserOf(device, "sha", AuthProtocol::kSha, PrivacyProtocol::kAes), nullptr, {kShortSnmpdTimeout});
+  ASSERT_EQ(Text(agent.Get({kSnmpdName})), "switch");
 
   device.RestartWithoutState();
   agent.StartPoll(std::chrono::steady_clock::time_point::max());
 
-  EXPECT_EQ(Text(agent.Get({kName})), "switch");
+  EXPECT_EQ(Text(agent.Get({kSnmpdName})), "switch");
 }
 
 TEST_F(SnmpdTest, IsTalkedToAgainAfterItHasLostTheCountOfItsReboots) {
@@ -253,14 +253,14 @@ TEST_F(SnmpdTest, IsTalkedToAgainAfterItHasLostTheCountOfItsReboots) {
   SnmpdProcess device(kWalk, lines);
   device.Restart();
   device.Restart();
-  NetSnmpAgent agent(UserOf(device, "sha", AuthProtocol::kSha, PrivacyProtocol::kAes), nullptr, {kHasty});
-  ASSERT_EQ(Text(agent.Get({kName})), "switch");
+  NetSnmpAgent agent(UserOf(device, "sha", AuthProtocol::kSha, PrivacyProtocol::kAes), nullptr, {kShortSnmpdTimeout});
+  ASSERT_EQ(Text(agent.Get({kSnmpdName})), "switch");
 
   device.RestartWithoutState();
   agent.StartPoll(std::chrono::steady_clock::time_point::max());
 
   // Its messages look like old ones that somebody plays back.
-  EXPECT_EQ(Text(agent.Get({kName})), "switch");
+  EXPECT_EQ(Text(agent.Get({kSnmpdName})), "switch");
 }
 
 TEST_F(SnmpdTest, MayShareItsEngineIdAndUserWithADeviceThatHasOtherKeys) {
@@ -271,12 +271,12 @@ TEST_F(SnmpdTest, MayShareItsEngineIdAndUserWithADeviceThatHasOtherKeys) {
                          {engine, "createUser twin SHA \"2nd passphrase\" AES \"2nd passphrase\"", "rouser twin priv"});
   DeviceSettings second = UserOf(two, "twin", AuthProtocol::kSha, PrivacyProtocol::kAes);
   second.auth_key = second.privacy_key = "2nd passphrase";
-  NetSnmpAgent first_agent(UserOf(one, "twin", AuthProtocol::kSha, PrivacyProtocol::kAes), nullptr, {kPatient});
-  NetSnmpAgent second_agent(second, nullptr, {kPatient});
+  NetSnmpAgent first_agent(UserOf(one, "twin", AuthProtocol::kSha, PrivacyProtocol::kAes), nullptr, {kSnmpdTimeout});
+  NetSnmpAgent second_agent(second, nullptr, {kSnmpdTimeout});
 
   for (int i = 0; i < 3; ++i) {
-    EXPECT_EQ(Text(first_agent.Get({kName})), "switch");
-    EXPECT_EQ(Text(second_agent.Get({kName})), "switch");
+    EXPECT_EQ(Text(first_agent.Get({kSnmpdName})), "switch");
+    EXPECT_EQ(Text(second_agent.Get({kSnmpdName})), "switch");
   }
 }
 
@@ -291,8 +291,8 @@ TEST_F(SnmpdTest, IsReadByManyThreadsWithVersion3) {
       for (int poll = 0; poll < kPolls; ++poll) {
         NetSnmpAgent agent(UserOf(*shared_, is_sha ? "sha" : "sha256",
                                   is_sha ? AuthProtocol::kSha : AuthProtocol::kSha256, PrivacyProtocol::kAes),
-                           nullptr, {kPatient});
-        if (Text(agent.Get({kName})) == "switch") ++answered;
+                           nullptr, {kSnmpdTimeout});
+        if (Text(agent.Get({kSnmpdName})) == "switch") ++answered;
       }
     });
   }
@@ -316,9 +316,10 @@ TEST_F(SnmpdTest, LeaksNothingIn10000PollsWithVersion3) {
   std::size_t after_warm_up = 0;
   std::unique_ptr<NetSnmpAgent> agent;
   for (int poll = 0; poll < kPolls; ++poll) {
-    if (poll % kPollsOfOneAgent == 0) agent = std::make_unique<NetSnmpAgent>(settings, nullptr, RequestTimes{kPatient});
+    if (poll % kPollsOfOneAgent == 0)
+      agent = std::make_unique<NetSnmpAgent>(settings, nullptr, RequestTimes{kSnmpdTimeout});
     agent->StartPoll(std::chrono::steady_clock::time_point::max());
-    ASSERT_EQ(Text(agent->Get({kName})), "switch");
+    ASSERT_EQ(Text(agent->Get({kSnmpdName})), "switch");
     if (poll == kPolls / 5) after_warm_up = ResidentOctets();
   }
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)

@@ -18,16 +18,16 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-const Oid kTable{1, 3, 6, 1, 99, 1};
+const Oid kReadTable{1, 3, 6, 1, 99, 1};
 
-Oid Column(std::uint32_t number) {
-  Oid column = kTable;
+Oid TableColumn(std::uint32_t number) {
+  Oid column = kReadTable;
   column.push_back(number);
   return column;
 }
 
 Oid Cell(std::uint32_t column, std::uint32_t row) {
-  Oid cell = Column(column);
+  Oid cell = TableColumn(column);
   cell.push_back(row);
   return cell;
 }
@@ -38,7 +38,7 @@ Value Number(std::int64_t number) {
 
 /// What an agent answers for objects that it has, in their order, and how it goes wrong when it is told to. It does not
 /// model the size of messages: it is told how many objects fit.
-class FakeChannel : public RequestChannel {
+class FakeTableChannel : public RequestChannel {
  public:
   struct Asked {
     std::size_t objects;
@@ -110,7 +110,7 @@ class TableReaderTest : public ::testing::Test {
 
   TableAnswer Read(const std::vector<std::uint32_t>& columns, std::size_t max_rows = 10'000) {
     std::vector<Oid> asked;
-    for (const std::uint32_t column : columns) asked.push_back(Column(column));
+    for (const std::uint32_t column : columns) asked.push_back(TableColumn(column));
     return reader_.Read(channel_, asked, max_rows);
   }
 
@@ -122,7 +122,7 @@ class TableReaderTest : public ::testing::Test {
     return expected;
   }
 
-  FakeChannel channel_;
+  FakeTableChannel channel_;
   TableReader reader_;
 };
 
@@ -143,8 +143,8 @@ TEST_F(TableReaderTest, StartsAt25RepetitionsAndDropsColumnsThatHaveEnded) {
 
   Read({1, 2});
 
-  EXPECT_THAT(channel_.asked,
-              ElementsAre(FakeChannel::Asked{2, 25}, FakeChannel::Asked{1, 25}, FakeChannel::Asked{1, 25}));
+  EXPECT_THAT(channel_.asked, ElementsAre(FakeTableChannel::Asked{2, 25}, FakeTableChannel::Asked{1, 25},
+                                          FakeTableChannel::Asked{1, 25}));
 }
 
 TEST_F(TableReaderTest, NeedsOneRequestForATableWhoseEndIsInTheFirstAnswer) {
@@ -153,7 +153,7 @@ TEST_F(TableReaderTest, NeedsOneRequestForATableWhoseEndIsInTheFirstAnswer) {
 
   Read({1, 2});
 
-  EXPECT_THAT(channel_.asked, ElementsAre(FakeChannel::Asked{2, 25}));
+  EXPECT_THAT(channel_.asked, ElementsAre(FakeTableChannel::Asked{2, 25}));
 }
 
 TEST_F(TableReaderTest, AsksNextTimeForOneRowMoreThanThereWere) {
@@ -162,13 +162,13 @@ TEST_F(TableReaderTest, AsksNextTimeForOneRowMoreThanThereWere) {
   channel_.asked.clear();
 
   EXPECT_THAT(Read({1}).columns, ElementsAre(Rows(1, 4)));
-  EXPECT_THAT(channel_.asked, ElementsAre(FakeChannel::Asked{1, 5}));
+  EXPECT_THAT(channel_.asked, ElementsAre(FakeTableChannel::Asked{1, 5}));
 
   Give(1, 40);
   channel_.asked.clear();
   EXPECT_THAT(Read({1}).columns, ElementsAre(Rows(1, 40)));
-  EXPECT_THAT(channel_.asked,
-              ElementsAre(FakeChannel::Asked{1, 5}, FakeChannel::Asked{1, 25}, FakeChannel::Asked{1, 25}));
+  EXPECT_THAT(channel_.asked, ElementsAre(FakeTableChannel::Asked{1, 5}, FakeTableChannel::Asked{1, 25},
+                                          FakeTableChannel::Asked{1, 25}));
 }
 
 TEST_F(TableReaderTest, ReadsATableThatTheAgentDoesNotHaveAsEmpty) {
@@ -311,7 +311,7 @@ TEST_F(TableReaderTest, EndsWhenTheSameRowComesAgain) {
 }
 
 TEST_F(TableReaderTest, EndsWithTheColumnItselfAsAnAnswer) {
-  channel_.distort = [](ExchangeAnswer& answer) { answer.values = {{.oid = Column(1), .value = Number(1)}}; };
+  channel_.distort = [](ExchangeAnswer& answer) { answer.values = {{.oid = TableColumn(1), .value = Number(1)}}; };
 
   EXPECT_THAT(Read({1}).columns, ElementsAre(IsEmpty()));
   EXPECT_EQ(channel_.asked.size(), 1U);
