@@ -1,7 +1,5 @@
 #include "probe/settings/settings.h"
 
-#include <toml++/toml.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
@@ -19,6 +17,7 @@
 #include "probe/settings/snmp_devices.h"
 #include "probe/settings/toml_values.h"
 #include "probe/text/nearest_word.h"
+#include "probe/text/toml.h"
 
 namespace probe {
 namespace {

@@ -1,12 +1,11 @@
 #pragma once
 
-#include <toml++/toml.h>
-
 #include <string>
 #include <vector>
 
 #include "probe/settings/settings_errors.h"
 #include "probe/sources/snmp/snmp_settings.h"
+#include "probe/text/toml.h"
 
 namespace probe {
 

@@ -1,10 +1,9 @@
 #pragma once
 
-#include <toml++/toml.h>
-
 #include <optional>
 
 #include "probe/settings/setting_keys.h"
+#include "probe/text/toml.h"
 
 namespace probe {
 

@@ -1,7 +1,5 @@
 #include "probe/sources/snmp/profile_catalogue.h"
 
-#include <toml++/toml.h>
-
 #include <algorithm>
 #include <fstream>
 #include <iterator>
@@ -12,6 +10,7 @@
 
 #include "probe/sources/snmp/profile_builder.h"
 #include "probe/sources/snmp/profile_entry.h"
+#include "probe/text/toml.h"
 
 namespace probe::snmp {
 

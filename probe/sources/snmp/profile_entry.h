@@ -1,7 +1,5 @@
 #pragma once
 
-#include <toml++/toml.h>
-
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
@@ -14,6 +12,7 @@
 
 #include "probe/sources/snmp/oid.h"
 #include "probe/sources/snmp/profile.h"
+#include "probe/text/toml.h"
 
 namespace probe::snmp {
 

@@ -205,6 +205,10 @@ TEST(Settings, ASyntaxErrorIsNamedByFileAndLine) {
   EXPECT_THAT(Complaint("token = \"\xff\"\n"), StartsWith("probe.toml:1: "));
 }
 
+TEST(Settings, ATableWhoseNameBeginsWithNeitherLetterNorQuotationMarkIsAnErrorOfItsLine) {
+  EXPECT_THAT(Complaint("\n[+server]\n"), StartsWith("probe.toml:2: "));
+}
+
 TEST(Settings, ANumberBeyondSixtyFourBitsIsAnErrorOfItsLine) {
   EXPECT_THAT(Complaint("[limits]\nconnections = 18446744073709551617\n"), StartsWith("probe.toml:2: "));
 }

@@ -133,6 +133,18 @@ TEST(ProfileCatalogue, TellsTheLineOfWhatIsNoToml) {
   EXPECT_THAT(ErrorOf("title = 'a'\n= 3\n"), StartsWith("bad.toml:2: "));
 }
 
+TEST(ProfileCatalogue, RefusesTheNameOfATableThatBeginsWithNeitherLetterNorQuotationMark) {
+  EXPECT_THAT(ErrorOf("title = 'a'\n[+match]\n"), StartsWith("bad.toml:2: "));
+  EXPECT_THAT(ErrorOf("title = 'a'\n[\xc3\xa4]\n"), StartsWith("bad.toml:2: "));
+  EXPECT_THAT(ErrorOf("title = 'a'\n[[,]]\n"), StartsWith("bad.toml:2: "));
+}
+
+TEST(ProfileCatalogue, RefusesLettersBehindANumberInAnyAlphabet) {
+  for (const std::string letter : {"x", "\xd0\xa9", "\xe2\x84\xab"}) {
+    EXPECT_THAT(ErrorOf("title = 'a'\nx = [2000, 600" + letter + "]\n"), StartsWith("bad.toml:2: ")) << letter;
+  }
+}
+
 TEST(ProfileCatalogue, RefusesAnUnknownBase) {
   EXPECT_EQ(ErrorOf("title = 'a'\nextends = 'genric'\n"),
             "bad.toml:2: extends: \"genric\" is not a profile; allowed: \"bad\"");
