@@ -32,7 +32,8 @@ std::string OctetsOfMacText(std::string_view text) {
     const std::optional<unsigned> digit = HexDigit(character);
     if (!digit || digits == 2 * kMacOctets) return {};
     if (digits % 2 == 0) octets.push_back('\0');
-    octets.back() = static_cast<char>((static_cast<unsigned char>(octets.back()) << 4U) | *digit);
+    const unsigned high = static_cast<unsigned char>(octets.back());
+    octets.back() = static_cast<char>((high << 4U) | *digit);
     ++digits;
   }
   return digits == 2 * kMacOctets ? octets : std::string();
