@@ -111,6 +111,7 @@ void ProfileTables::AddTable(const std::string& name, const Parts& parts) {
 void ProfileTables::AddIndex(const ProfileEntry& index, Table& table) {
   for (const ProfileEntry& part : index.Elements()) {
     CellRule rule;
+    std::optional<ProfileEntry> refers_to;
     if (part.IsText()) {  // the name alone: a number
       rule.name = part.Text().value_or("");
     } else {
@@ -120,13 +121,12 @@ void ProfileTables::AddIndex(const ProfileEntry& index, Table& table) {
           const auto word = member.Word({"number", "mac", "address", "text", "rest"});
           rule.index_form = static_cast<IndexForm>(word.value_or(0));
         }
-        if (member.name() == "refers_to") {
-          open_references_.push_back({profile_.tables.size(), table.cells.size(), member});
-        }
+        if (member.name() == "refers_to") refers_to = member;
         ReadDecodingKey(member, rule.decoding);
       }
     }
     if (!CheckName(part, rule.name)) continue;
+    if (refers_to) open_references_.push_back({profile_.tables.size(), table.cells.size(), *refers_to});
     if (NumberOf(table.cells, rule.name)) part.Fail("\"" + rule.name + "\" is the name of an earlier part");
     table.cells.push_back(std::move(rule));
   }

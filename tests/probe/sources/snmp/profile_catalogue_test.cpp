@@ -106,6 +106,8 @@ INSTANTIATE_TEST_SUITE_P(
                 "bad.toml:14: tables.more.index.kind: \"numbr\" is not a word for this; did you mean \"number\"?"},
         Mistake{"[tables.more]\nindex = ['Port']\ncolumns = { b = '1.3' }\n",
                 "bad.toml:14: tables.more.index: a name has small letters"},
+        Mistake{"[tables.more]\nindex = [{ name = 'A', refers_to = 'ports.index' }]\ncolumns = { b = '1.3' }\n",
+                "bad.toml:14: tables.more.index: a name has small letters"},
         Mistake{"[tables.more]\nindex = ['a']\ncolumns = { b = { as = 'mac' } }\n",
                 "bad.toml:15: tables.more.columns.b: needs an \"oid\""},
         Mistake{"[tables.more]\nindex = ['a']\ncolumns = { b = { oid = '1.3', range = [2, 1] } }\n",
