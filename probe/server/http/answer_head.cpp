@@ -63,6 +63,7 @@ std::string AnswerHead(const RequestHead& request, const HttpAnswer& answer, boo
     if (answer.is_gzip) head.Add("content-encoding", "gzip");
   }
   if (!request.is_persistent()) head.Add("connection", "close");
+  if (request.is_persistent() && request.is_http_1_0) head.Add("connection", "keep-alive");  // RFC 9112, section 9.3
   return head.Finish();
 }
 
@@ -73,7 +74,9 @@ std::string RefusalBody(const HttpError& error, bool is_json) {
 std::string RefusalHead(const RequestHead& request, unsigned status, bool is_json, std::size_t body_bytes) {
   HeadWriter head(request, status);
   head.Add("content-type", is_json ? "application/json" : "text/plain; charset=utf-8").Add("cache-control", "no-store");
-  head.Add("connection", "close").Add("content-length", std::to_string(body_bytes));
+  // who sends Upgrade has to name it in Connection, too: RFC 9110, section 7.8
+  head.Add("connection", status == 426 ? "close, upgrade" : "close");
+  head.Add("content-length", std::to_string(body_bytes));
   if (status == 426) head.Add("upgrade", "websocket").Add("sec-websocket-version", "13");
   if (status == 401) head.Add("www-authenticate", "Bearer");
   if (status == 405) head.Add("allow", "GET, HEAD");

@@ -89,6 +89,24 @@ TEST_F(HttpRequestTest, LeavesTheConnectionOpenForTheNextOne) {
   EXPECT_THAT(client.ReadAll(), AllOf(StartsWith("/api/firstHTTP/1.1 200 "), EndsWith("/api/last")));
 }
 
+TEST_F(HttpRequestTest, OfHttp10IsToldWhetherTheConnectionStaysOpen) {
+  Serve();
+  const std::string request = "GET /api/x HTTP/1.0\r\nHost: 127.0.0.1:" + std::to_string(server->port()) + "\r\n";
+  test::RawClient client(server->port());
+  client.Send(request + "Connection: keep-alive\r\n\r\n");
+  EXPECT_THAT(client.ReadHead(), AllOf(StartsWith("HTTP/1.0 200 "), HasSubstr("\r\nconnection: keep-alive\r\n")));
+  client.Send(request + "\r\n");
+  EXPECT_THAT(client.ReadAll(), AllOf(HasSubstr("\r\nconnection: close\r\n"), Not(HasSubstr("keep-alive"))));
+  EXPECT_THAT(Get("/api/x"), Not(HasSubstr("keep-alive")));
+}
+
+TEST_F(HttpRequestTest, ToTheWebsocketIsToldToUpgrade) {
+  Serve();
+  EXPECT_THAT(Get("/"), AllOf(StartsWith("HTTP/1.1 426 "), HasSubstr("\r\nconnection: close, upgrade\r\n"),
+                              HasSubstr("\r\nupgrade: websocket\r\n")));
+  EXPECT_THAT(Get("/nothing"), AllOf(HasSubstr("\r\nconnection: close\r\n"), Not(HasSubstr("upgrade: "))));
+}
+
 TEST_F(HttpRequestTest, TellsOnlyTheHeadWhenNoMoreIsAskedFor) {
   Serve();
   EXPECT_THAT(Get("/api/large", "", "HEAD"), AllOf(HasSubstr("content-length: 3000000\r\n"), EndsWith("\r\n\r\n")));
