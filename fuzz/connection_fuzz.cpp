@@ -1,7 +1,4 @@
-#include <algorithm>
-#include <boost/asio/error.hpp>
 #include <boost/asio/io_context.hpp>
-#include <boost/asio/post.hpp>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -14,64 +11,20 @@
 #include "monitor/engine/filter.h"
 #include "probe/host/log.h"
 #include "probe/host/subscription_service.h"
-#include "probe/server/connection_events.h"
+#include "probe/server/connection_manager.h"
 #include "probe/server/http/http_message.h"
 #include "probe/server/net/server_settings.h"
-#include "probe/server/net/transport.h"
 #include "probe/server/websocket/message_router.h"
 #include "probe/text/utf8.h"
+#include "tests/probe/server/memory_transport.h"
 
 using fuzzing::Require;
+using test::MemoryTransport;
+using test::Outcome;
 
 namespace {
 
 constexpr std::uint16_t kPort = 8765;
-
-/// What a connection has led to, which outlives it.
-struct Outcome {
-  std::string sent;  ///< By the server.
-  bool has_ended = false;
-};
-
-/// A client without a socket, that sends what it is given in pieces, reads everything and then ends.
-class MemoryTransport final : public probe::Transport {
- public:
-  MemoryTransport(boost::asio::io_context& loop, std::string_view octets, std::size_t piece, Outcome& outcome)
-      : loop_(loop), octets_(octets), piece_(piece), outcome_(outcome) {}
-  ~MemoryTransport() override { outcome_.has_ended = true; }
-
-  executor_type get_executor() override { return loop_.get_executor(); }
-  std::string peer_address() const override { return "127.0.0.1"; }
-  std::string local_address() const override { return "127.0.0.1"; }
-  std::uint64_t octets_taken_by_peer() const override { return outcome_.sent.size(); }
-
-  void Handshake(std::function<void(Error error)> done) override {
-    boost::asio::post(loop_, [done = std::move(done)] { done({}); });
-  }
-  void ReadSome(boost::asio::mutable_buffer into, Transferred done) override {
-    const std::string_view part = octets_.substr(0, std::min(piece_, into.size()));
-    octets_.remove_prefix(part.size());
-    boost::asio::buffer_copy(into, boost::asio::buffer(part));
-    const Error error = part.empty() && into.size() > 0 ? Error(boost::asio::error::eof) : Error();
-    boost::asio::post(loop_, [done = std::move(done), error, count = part.size()] { done(error, count); });
-  }
-  void WriteSome(const Buffers& from, Transferred done) override {
-    std::size_t count = 0;
-    for (const auto& part : from) {
-      outcome_.sent.append(static_cast<const char*>(part.data()), part.size());
-      count += part.size();
-    }
-    boost::asio::post(loop_, [done = std::move(done), count] { done({}, count); });
-  }
-  void Finish(std::function<void()> done) override { boost::asio::post(loop_, std::move(done)); }
-  void Close() override {}
-
- private:
-  boost::asio::io_context& loop_;
-  std::string_view octets_;
-  const std::size_t piece_;
-  Outcome& outcome_;
-};
 
 /// A topic whose every element is a subscription to nothing.
 class Subscriber final : public subscribes::Subscriber {
@@ -111,14 +64,14 @@ class Server {
     service_.AddSubscriber("Topic", std::make_shared<Subscriber>());
     probe::ServerSettings settings;
     settings.limits.messages_per_second = 1'000'000'000;  // so that no answer depends on the time
-    events_ = std::make_unique<probe::ConnectionEvents>(loop_, settings, kPort, service_, router_, Service());
+    connections_ = std::make_unique<probe::ConnectionManager>(loop_, settings, kPort, service_, router_, Service());
   }
 
   /// Serves one client that sends these octets, in pieces of this size, until its connection has ended.
   Outcome Serve(std::string_view octets, std::size_t piece) {
     Outcome outcome;
     loop_.restart();
-    events_->OnAccept(std::make_unique<MemoryTransport>(loop_, octets, piece, outcome));
+    connections_->OnAccept(std::make_unique<MemoryTransport>(loop_, octets, piece, outcome));
     loop_.run();
     Require(outcome.has_ended);
     return outcome;
@@ -128,7 +81,7 @@ class Server {
   boost::asio::io_context loop_{1};
   probe::SubscriptionService service_;
   std::shared_ptr<probe::MessageRouter> router_ = std::make_shared<probe::MessageRouter>([] {});
-  std::unique_ptr<probe::ConnectionEvents> events_;
+  std::unique_ptr<probe::ConnectionManager> connections_;
 };
 
 constexpr char kHandshake[] =

@@ -9,7 +9,7 @@
 #include <utility>
 
 #include "probe/host/log.h"
-#include "probe/server/connection_events.h"
+#include "probe/server/connection_manager.h"
 #include "probe/server/net/connection_limiter.h"
 #include "probe/server/net/listener.h"
 #include "probe/server/net/timer.h"
@@ -35,11 +35,12 @@ class WebServer::EventLoop {
         listener_(io_, settings.listen, settings.port, settings.listen == ServerSettings().listen),
         tls_(MakeTlsContext(settings)) {
     settings.limits.connections = RaiseDescriptorLimit(settings.limits.connections);
-    events_ = std::make_unique<ConnectionEvents>(io_, settings, listener_.port(), service, router_, std::move(http));
+    connections_ =
+        std::make_unique<ConnectionManager>(io_, settings, listener_.port(), service, router_, std::move(http));
     if (!MessageRouter::Install(router_)) throw std::runtime_error("this process runs a web server already");
     try {
       listener_.Start(
-          [this](Transport::Socket socket) { events_->OnAccept(MakeTransport(std::move(socket), tls_.get())); });
+          [this](Transport::Socket socket) { connections_->OnAccept(MakeTransport(std::move(socket), tls_.get())); });
       thread_ = std::thread([this] { Run(); });
     } catch (...) {
       MessageRouter::Withdraw(router_);
@@ -65,7 +66,7 @@ class WebServer::EventLoop {
     } catch (const std::exception& failure) {
       log::Error("[WebServer] the event loop failed, and nobody is served any more: %s", failure.what());
       listener_.Close();
-      events_->AbortAll();  // which drops the subscriptions, too: the engine composes for nobody
+      connections_->AbortAll();  // which drops the subscriptions, too: the engine composes for nobody
       if (on_failure_) on_failure_(failure.what());
     }
     router_->RemoveAll();
@@ -74,21 +75,21 @@ class WebServer::EventLoop {
   void StartStop() {
     listener_.Close();
     grace_.Start(kStopGrace, [this] { FinishStop(); });
-    events_->StartStop([this] { FinishStop(); });
+    connections_->StartStop([this] { FinishStop(); });
   }
 
   void FinishStop() {
     grace_.Stop();
-    events_->AbortAll();
+    connections_->AbortAll();
   }
 
   const OnFailure on_failure_;
   boost::asio::io_context io_{1};
   const std::shared_ptr<MessageRouter> router_ =
-      std::make_shared<MessageRouter>([this] { boost::asio::post(io_, [this] { events_->OnWakeup(); }); });
+      std::make_shared<MessageRouter>([this] { boost::asio::post(io_, [this] { connections_->OnWakeup(); }); });
   Listener listener_;
   const std::unique_ptr<boost::asio::ssl::context> tls_;  // null: no TLS
-  std::unique_ptr<ConnectionEvents> events_;
+  std::unique_ptr<ConnectionManager> connections_;
   Timer grace_{io_.get_executor()};
   std::thread thread_;
 };

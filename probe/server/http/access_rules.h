@@ -23,10 +23,10 @@ class AccessRules {
   /// Host and Origin only, and that nothing which is looked at holds a control character. Nothing: all is in order.
   std::optional<HttpError> CheckCaller(const RequestHead& head) const;
 
-  /// All that a websocket upgrade needs, Host and Origin first. Nothing: it may go ahead.
+  /// All that a websocket upgrade needs besides. Nothing: it may go ahead.
   std::optional<HttpError> CheckUpgrade(const RequestHead& head) const;
 
-  /// All that a plain request for something with this access needs, Host and Origin first. Nothing: it may go ahead.
+  /// All that a plain request for something with this access needs besides. Nothing: it may go ahead.
   ///
   /// A page of somebody else's may ask for an image or a script here without an Origin; browsers then say where it
   /// comes from, and what is guarded isn't even computed for it.
@@ -45,7 +45,7 @@ class AccessRules {
   std::string token_;
 };
 
-/// Whether two secrets are equal, in a time that tells nothing about where they differ.
+/// Whether two secrets are equal, in a time that tells nothing but their lengths.
 bool EqualSecrets(const std::string& ours, const std::string& theirs);
 
 }  // namespace probe

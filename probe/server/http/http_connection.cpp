@@ -39,10 +39,12 @@ void HttpConnection::Guarded(const Step& step) try {
 }
 
 void HttpConnection::Start() {
-  StartDeadline(kRequestTimeout, &HttpConnection::OnRequestTimeout);
-  transport_->Handshake([self = shared_from_this()](Transport::Error error) {
-    if (error) return self->Close();
-    self->Guarded([&] { self->ReadHead(); });
+  Guarded([this] {
+    StartDeadline(kRequestTimeout, &HttpConnection::OnRequestTimeout);
+    transport_->Handshake([self = shared_from_this()](Transport::Error error) {
+      if (error) return self->Close();
+      self->Guarded([&] { self->ReadHead(); });
+    });
   });
 }
 
@@ -100,10 +102,12 @@ void HttpConnection::OnHead() {
   if (const auto error = events_.OnRequest(*this, head_)) return Refuse(*error);
   if (!head_.upgrade.empty()) return events_.OnUpgrade(*this, head_);
   const bool accepts_gzip = head_.accept_encoding.find("gzip") != std::string::npos;
-  request_id_ = requests_.Begin(
-      {head_.path, head_.arguments, accepts_gzip},
-      [self = shared_from_this()](HttpAnswer answer) { self->Guarded([&] { self->Answer(std::move(answer)); }); });
-  if (request_id_ == 0) return Refuse({503, "Refused: too many requests wait for an answer."});
+  // who has gone meanwhile, or was refused for the time it takes, gets no answer
+  const bool has_begun =
+      requests_.Begin({head_.path, head_.arguments, accepts_gzip}, [waiting = weak_from_this()](HttpAnswer answer) {
+        if (const auto self = waiting.lock()) self->Guarded([&] { self->Answer(std::move(answer)); });
+      });
+  if (!has_begun) return Refuse({503, "Refused: too many requests wait for an answer."});
   StartDeadline(kAnswerTimeout, &HttpConnection::OnAnswerTimeout);
 }
 
@@ -118,7 +122,6 @@ void HttpConnection::RefuseUnread(const HttpError& error) {
 
 void HttpConnection::Refuse(const HttpError& error) {
   is_refused_ = true;
-  requests_.Forget(std::exchange(request_id_, 0));
   events_.OnRefused(*this, error);
   const bool is_json = requests_.LookUp(head_.path).has_json_errors;
   const std::string body = RefusalBody(error, is_json);
@@ -127,7 +130,7 @@ void HttpConnection::Refuse(const HttpError& error) {
 }
 
 void HttpConnection::Answer(HttpAnswer answer) {
-  request_id_ = 0;
+  if (is_refused_) return;
   const bool is_not_modified = answer.status == 200 && NamesEtag(head_.if_none_match, answer.etag);
   std::string head = AnswerHead(head_, answer, is_not_modified, events_.AllowedOrigin(head_));
   if (is_not_modified || head_.is_head()) answer.body = std::make_shared<const std::string>();
@@ -145,10 +148,10 @@ void HttpConnection::SendMore() {
   StartDeadline(stuck_after_, &HttpConnection::Close);
   const std::size_t of_head = std::min(sent_, answer_head_.size());
   const std::size_t of_body = sent_ - of_head;
-  transport_->WriteSome({boost::asio::buffer(answer_head_) + of_head, boost::asio::buffer(*answer_body_) + of_body},
-                        [self = shared_from_this()](Transport::Error error, std::size_t count) {
-                          self->Guarded([&] { self->OnSent(error, count); });
-                        });
+  unsent_ = {boost::asio::buffer(answer_head_) + of_head, boost::asio::buffer(*answer_body_) + of_body};
+  transport_->WriteSome(unsent_, [self = shared_from_this()](Transport::Error error, std::size_t count) {
+    self->Guarded([&] { self->OnSent(error, count); });
+  });
 }
 
 void HttpConnection::OnSent(Transport::Error error, std::size_t count) {
@@ -169,7 +172,6 @@ void HttpConnection::Close() {
   if (std::exchange(has_ended_, true)) return;
   const auto self = shared_from_this();  // the server may hold the last reference
   deadline_.Stop();
-  requests_.Forget(std::exchange(request_id_, 0));
   transport_->Close();
   events_.OnEnd(*this);
 }
@@ -177,7 +179,6 @@ void HttpConnection::Close() {
 std::unique_ptr<Transport> HttpConnection::TakeTransport() {
   has_ended_ = true;
   deadline_.Stop();
-  transport_->Unread(reader_.TakeRest());
   return std::move(transport_);
 }
 

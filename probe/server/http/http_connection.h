@@ -58,8 +58,11 @@ class HttpConnection : public std::enable_shared_from_this<HttpConnection> {
 
   AcceptedConnection& accepted() { return accepted_; }
 
-  /// For an upgrade: takes the connection over, with the octets that came after its request.
+  /// For an upgrade: takes the connection over.
   std::unique_ptr<Transport> TakeTransport();
+
+  /// The octets that came after the request, once.
+  std::string TakeRest() { return reader_.TakeRest(); }
 
  private:
   /// Carries out what an event calls for; what it throws ends this connection alone.
@@ -95,10 +98,10 @@ class HttpConnection : public std::enable_shared_from_this<HttpConnection> {
   bool has_ended_ = false;   // the server knows that it has, or the transport is another's
 
   RequestHead head_;  // of the request that is being answered
-  HttpRequests::RequestId request_id_ = 0;
   std::string answer_head_;
   std::shared_ptr<const std::string> answer_body_;
   std::size_t sent_ = 0;  // octets of both
+  std::array<boost::asio::const_buffer, 2> unsent_;
 };
 
 }  // namespace probe

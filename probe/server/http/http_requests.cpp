@@ -20,15 +20,16 @@ PathInfo HttpRequests::LookUp(const std::string& path) const {
   return service_.look_up ? service_.look_up(path) : PathInfo{};
 }
 
-HttpRequests::RequestId HttpRequests::Begin(HttpRequest request, Answered answered) {
-  if (unanswered_ >= kWorkers + kMaxWaiting) return 0;
-  const RequestId id = ++last_id_;
-  answered_.emplace(id, std::move(answered));
+bool HttpRequests::Begin(HttpRequest request, Answered answered) {
+  if (unanswered_ >= kWorkers + kMaxWaiting) return false;
   ++unanswered_;
-  boost::asio::post(workers_, [this, id, request = std::move(request)] {
-    boost::asio::post(loop_, [this, id, answer = Answer(request)]() mutable { OnAnswer(id, std::move(answer)); });
+  boost::asio::post(workers_, [this, request = std::move(request), answered = std::move(answered)] {
+    boost::asio::post(loop_, [this, answered, answer = Answer(request)]() mutable {
+      --unanswered_;
+      answered(std::move(answer));
+    });
   });
-  return id;
+  return true;
 }
 
 HttpAnswer HttpRequests::Answer(const HttpRequest& request) const try {
@@ -36,12 +37,6 @@ HttpAnswer HttpRequests::Answer(const HttpRequest& request) const try {
 } catch (const std::exception& failure) {
   log::Error("[WebServer] a request could not be answered: %s", failure.what());
   return ErrorAnswer(500, "internal_error", "The probe could not answer; its log says why.");
-}
-
-void HttpRequests::OnAnswer(RequestId id, HttpAnswer answer) {
-  --unanswered_;
-  // It is forgotten first: what is done about it may begin the next one.
-  if (const auto waiting = answered_.extract(id)) waiting.mapped()(std::move(answer));
 }
 
 }  // namespace probe

@@ -3,9 +3,7 @@
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/thread_pool.hpp>
 #include <cstddef>
-#include <cstdint>
 #include <functional>
-#include <map>
 #include <string>
 
 #include "probe/server/http/http_message.h"
@@ -24,7 +22,6 @@ class HttpRequests {
   /// Requests that may wait for a worker.
   static constexpr std::size_t kMaxWaiting = 64;
 
-  using RequestId = std::uint64_t;
   using Answered = std::function<void(HttpAnswer answer)>;
 
   HttpRequests(boost::asio::io_context& loop, HttpService service);
@@ -39,21 +36,15 @@ class HttpRequests {
 
   /// Has a request answered that the access rules let pass; `answered` gets the answer, on the event loop.
   ///
-  /// Fails: 0 when too many requests wait; nothing is begun then.
-  RequestId Begin(HttpRequest request, Answered answered);
-
-  /// Nobody waits for this answer any more. 0 is nobody's.
-  void Forget(RequestId id) { answered_.erase(id); }
+  /// Fails: false when too many requests wait; nothing is begun then.
+  bool Begin(HttpRequest request, Answered answered);
 
  private:
   HttpAnswer Answer(const HttpRequest& request) const;  // on a worker
-  void OnAnswer(RequestId id, HttpAnswer answer);
 
   boost::asio::io_context& loop_;
   const HttpService service_;
-  RequestId last_id_ = 0;
-  std::size_t unanswered_ = 0;  // also those that were forgotten
-  std::map<RequestId, Answered> answered_;
+  std::size_t unanswered_ = 0;
   boost::asio::thread_pool workers_{kWorkers};
 };
 

@@ -3,6 +3,7 @@
 #include <sys/resource.h>
 
 #include <algorithm>
+#include <utility>
 
 #include "probe/host/log.h"
 #include "probe/server/net/ip_address.h"
@@ -15,29 +16,29 @@ constexpr std::size_t kOtherDescriptors = 64;
 
 }  // namespace
 
-ConnectionLimiter::Verdict ConnectionLimiter::Acquire(const std::string& address) {
-  const std::string group = AddressGroup(address);
-  const auto found = of_address_.find(group);
-  const bool is_address_taken = found != of_address_.end() && found->second >= max_per_address_;
-  if (connections_ < max_connections_ && !is_address_taken && max_per_address_ > 0) {
-    ++connections_;
-    ++of_address_[group];
-    return Verdict::kAccepted;
+ConnectionLimiter::Place ConnectionLimiter::Acquire(const std::string& address) {
+  std::string group = AddressGroup(address);
+  const auto found = counts_->of_address.find(group);
+  const bool is_address_taken = found != counts_->of_address.end() && found->second >= max_per_address_;
+  if (counts_->accepted < max_connections_ && !is_address_taken && max_per_address_ > 0) {
+    ++counts_->of_address[group];
+    ++counts_->accepted;
+    return {counts_, Admission::kAccepted, std::move(group)};
   }
-  if (rejected_ >= kMaxRejected) return Verdict::kRejectionLimit;
-  ++rejected_;
-  return is_address_taken ? Verdict::kAddressLimit : Verdict::kConnectionLimit;
+  if (counts_->rejected >= kMaxRejected) return {nullptr, Admission::kRejectionLimit, {}};
+  ++counts_->rejected;
+  return {counts_, is_address_taken ? Admission::kAddressLimit : Admission::kConnectionLimit, {}};
 }
 
-void ConnectionLimiter::Release(const std::string& address, Verdict verdict) {
-  if (verdict == Verdict::kRejectionLimit) return;
-  if (verdict != Verdict::kAccepted) {
-    --rejected_;
+ConnectionLimiter::Place::~Place() {
+  if (counts_ == nullptr) return;
+  if (admission_ != Admission::kAccepted) {
+    --counts_->rejected;
     return;
   }
-  --connections_;
-  const auto found = of_address_.find(AddressGroup(address));
-  if (--found->second == 0) of_address_.erase(found);
+  --counts_->accepted;
+  const auto found = counts_->of_address.find(group_);
+  if (--found->second == 0) counts_->of_address.erase(found);
 }
 
 std::size_t RaiseDescriptorLimit(std::size_t wanted) {

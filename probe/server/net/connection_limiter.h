@@ -2,7 +2,9 @@
 
 #include <cstddef>
 #include <map>
+#include <memory>
 #include <string>
+#include <utility>
 
 #include "probe/server/net/rate_limiter.h"
 #include "probe/server/net/server_settings.h"
@@ -15,34 +17,57 @@ namespace probe {
 /// Threads: the event loop only.
 class ConnectionLimiter {
  public:
-  enum class Verdict {
-    kAccepted,         ///< Counted; must be released.
-    kConnectionLimit,  ///< Over `limits.connections`; kept only until it was told so. Must be released.
+  enum class Admission {
+    kAccepted,
+    kConnectionLimit,  ///< Over `limits.connections`; kept only until it was told so.
     kAddressLimit,     ///< Over `limits.connections_per_address`; likewise.
-    kRejectionLimit    ///< Too many rejections pending: to be closed without an answer. Must not be released.
+    kRejectionLimit    ///< Too many rejections pending: to be closed without an answer.
   };
 
   /// Connections over a limit that may be open at once until they have been told.
   static constexpr std::size_t kMaxRejected = 16;
 
+  class Place;
+
   explicit ConnectionLimiter(const ServerLimits& limits)
       : max_connections_(limits.connections), max_per_address_(limits.connections_per_address) {}
 
-  Verdict Acquire(const std::string& address);
-  void Release(const std::string& address, Verdict verdict);
+  /// Counts one more connection, for as long as its place is held.
+  Place Acquire(const std::string& address);
 
  private:
+  struct Counts {
+    std::size_t accepted = 0;
+    std::size_t rejected = 0;
+    std::map<std::string, std::size_t> of_address;  // accepted ones, by group of addresses
+  };
+
   const std::size_t max_connections_;
   const std::size_t max_per_address_;
-  std::size_t connections_ = 0;
-  std::size_t rejected_ = 0;
-  std::map<std::string, std::size_t> of_address_;  // accepted ones, by group of addresses
+  const std::shared_ptr<Counts> counts_ = std::make_shared<Counts>();  // places may outlive the limiter
+};
+
+/// What a connection counts for, given back in the end, whatever ends it.
+class ConnectionLimiter::Place {
+ public:
+  Place(std::shared_ptr<Counts> counts, Admission admission, std::string group)
+      : counts_(std::move(counts)), admission_(admission), group_(std::move(group)) {}
+  Place(Place&& other) = default;
+  Place& operator=(Place&&) = delete;
+  ~Place();
+
+  Admission admission() const { return admission_; }
+
+ private:
+  std::shared_ptr<Counts> counts_;  // null: it was moved
+  Admission admission_;
+  std::string group_;
 };
 
 /// What is known of a connection from the moment when it was accepted, whatever becomes of it.
 struct AcceptedConnection {
   std::string address;  ///< Of the client.
-  ConnectionLimiter::Verdict verdict = ConnectionLimiter::Verdict::kAccepted;
+  ConnectionLimiter::Place place;
   RateLimiter rate;  ///< Of its requests, then of its messages.
 };
 

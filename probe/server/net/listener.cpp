@@ -107,7 +107,7 @@ void Listener::OnAccept(Entry& entry, error_code error, Transport::Socket socket
   }
   // a connection that ended before it was accepted is no failure of the listener
   if (!error || error == asio::error::connection_aborted) return Accept(entry);
-  if (log_rate_.Ask(Timer::Clock::now()).may_be_written)
+  if (log_rate_.Ask(Timer::Clock::now()))
     log::Error("[WebServer] no connection can be accepted: %s", error.message().c_str());
   entry.retry.Start(kRetryAfter, [this, &entry] { Accept(entry); });
 }

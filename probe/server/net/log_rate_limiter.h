@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <optional>
 #include <string>
 
 namespace probe {
@@ -14,13 +15,9 @@ class LogRateLimiter {
   using Clock = std::chrono::steady_clock;
   static constexpr std::size_t kLinesAMinute = 20;
 
-  struct Verdict {
-    bool may_be_written = false;
-    std::size_t left_out = 0;  ///< Lines that were left out in the minute that is over, to be told now; else 0.
-  };
-
-  /// Asks for one more line.
-  Verdict Ask(Clock::time_point now);
+  /// Asks for one more line. Nothing: it is left out. Else how many lines were left out in the minute that is over, to
+  /// be told now.
+  std::optional<std::size_t> Ask(Clock::time_point now);
 
  private:
   Clock::time_point minute_began_at_;

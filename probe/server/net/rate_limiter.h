@@ -6,14 +6,14 @@
 
 namespace probe {
 
-/// A token bucket: `per_second` messages a second in the long run, and as many at once.
+/// A token bucket: `per_second` tokens a second in the long run, and as many at once.
 ///
 /// Threads: the event loop only.
 class RateLimiter {
  public:
   using Clock = std::chrono::steady_clock;
 
-  enum class Verdict {
+  enum class Result {
     kAccepted,  ///< Within the limit.
     kRejected,  ///< Over it; the client is to be told.
     kDropped,   ///< Over it, and the client was told within the last second: a flood is not answered by a flood.
@@ -22,20 +22,35 @@ class RateLimiter {
   RateLimiter(std::size_t per_second, Clock::time_point now)
       : per_second_(static_cast<double>(per_second)), tokens_(per_second_), filled_at_(now), tell_again_at_(now) {}
 
-  Verdict Count(Clock::time_point now) {
-    const double elapsed = std::chrono::duration<double>(now - filled_at_).count();
-    tokens_ = std::min(per_second_, tokens_ + elapsed * per_second_);
-    filled_at_ = now;
+  /// Counts a message, for one token.
+  Result Count(Clock::time_point now) {
+    Fill(now);
     if (tokens_ >= 1) {
       tokens_ -= 1;
-      return Verdict::kAccepted;
+      return Result::kAccepted;
     }
-    if (now < tell_again_at_) return Verdict::kDropped;
+    if (now < tell_again_at_) return Result::kDropped;
     tell_again_at_ = now + std::chrono::seconds(1);
-    return Verdict::kRejected;
+    return Result::kRejected;
   }
 
+  /// Takes so many tokens. False when more were taken before than there were.
+  bool Take(double tokens, Clock::time_point now) {
+    Fill(now);
+    const bool is_within_limit = tokens_ >= 0;
+    tokens_ -= tokens;
+    return is_within_limit;
+  }
+
+  /// Gives tokens back.
+  void Give(double tokens) { tokens_ = std::min(per_second_, tokens_ + tokens); }
+
  private:
+  void Fill(Clock::time_point now) {
+    Give(std::chrono::duration<double>(now - filled_at_).count() * per_second_);
+    filled_at_ = now;
+  }
+
   double per_second_;
   double tokens_;
   Clock::time_point filled_at_;

@@ -1,8 +1,11 @@
 #include "probe/server/net/transport.h"
 
 #include <algorithm>
+#include <array>
+#include <boost/asio/post.hpp>
 #include <boost/asio/ssl/stream.hpp>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include "probe/server/net/ip_address.h"
@@ -52,7 +55,7 @@ class SocketTransport final : public Transport {
     if (tls_) return tls_->async_read_some(into, std::move(done));
     socket_.async_read_some(into, std::move(done));
   }
-  void WriteSome(const Buffers& from, Transferred done) override {
+  void WriteSome(Buffers from, Transferred done) override {
     if (tls_) return WriteRecords(from, std::move(done));
     socket_.async_write_some(from, std::move(done));
   }
@@ -70,7 +73,7 @@ class SocketTransport final : public Transport {
  private:
   using Dropped = std::array<char, 4096>;
 
-  void WriteRecords(const Buffers& from, Transferred done) {
+  void WriteRecords(Buffers from, Transferred done) {
     const auto first = std::find_if(from.begin(), from.end(), [](const auto& part) { return part.size() > 0; });
     if (first == from.end() || first->size() >= kTlsRecordBytes || first + 1 == from.end())
       return tls_->async_write_some(from, std::move(done));
@@ -100,13 +103,6 @@ class SocketTransport final : public Transport {
 };
 
 }  // namespace
-
-void Transport::ReadAgainOrSome(asio::mutable_buffer into, Transferred then) {
-  if (unread_.empty()) return ReadSome(into, std::move(then));
-  const std::size_t count = asio::buffer_copy(into, asio::buffer(unread_));
-  unread_.erase(0, count);
-  asio::post(get_executor(), [then = std::move(then), count] { then({}, count); });
-}
 
 std::unique_ptr<Transport> MakeTransport(Transport::Socket socket, asio::ssl::context* tls) {
   return std::make_unique<SocketTransport>(std::move(socket), tls);

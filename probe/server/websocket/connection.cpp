@@ -8,6 +8,7 @@
 
 #include "probe/host/log.h"
 #include "probe/server/net/rate_limiter.h"
+#include "probe/server/websocket/frame_stream.h"
 #include "probe/server/websocket/message_router.h"
 #include "probe/text/utf8.h"
 
@@ -20,12 +21,13 @@ namespace websocket = boost::beast::websocket;
 // Source: IANA, WebSocket Close Code Number Registry.
 constexpr std::uint16_t kProtocolError = 1002;
 constexpr std::uint16_t kInvalidPayload = 1007;
+constexpr std::uint16_t kPolicyViolation = 1008;
 constexpr std::uint16_t kTryAgainLater = 1013;
 constexpr std::uint16_t kMaxCloseCode = 4999;
 
-// Messages are written in frames of this size, so that a ping or a close gets in between. With its head of four octets
-// a frame is exactly what the library hands to the system at once.
-constexpr std::size_t kFragmentBytes = 64 * 1024 - 4;
+// Octets of frame heads and control frames that a client may send for each message that it may send.
+constexpr std::size_t kOverheadBytes = 256;
+constexpr std::size_t kMaxHeadBytes = 14;
 
 // How long a client that is being closed may take, at most, to take the last octets and to confirm.
 constexpr std::chrono::seconds kCloseTimeout{5};
@@ -53,7 +55,7 @@ websocket::request_type RequestOf(const RequestHead& head) {
 }  // namespace
 
 /// The library's websocket, without compression.
-class Connection::Stream : public websocket::stream<Transport&, false> {
+class Connection::Stream : public websocket::stream<FrameStream, false> {
  public:
   using stream::stream;
 
@@ -69,9 +71,10 @@ Connection::Connection(ConnectionId id, std::unique_ptr<Transport> transport, Ac
       accepted_(std::move(accepted)),
       outbox_(std::make_shared<Outbox>(limits.queue_messages, limits.queue_bytes)),
       transport_(std::move(transport)),
-      stream_(std::make_shared<Stream>(*transport_)),
-      incoming_(limits.message_bytes),
       timer_(transport_->get_executor()),
+      stream_(std::make_shared<Stream>(*transport_, [this](std::size_t count) { OnOctets(count); })),
+      incoming_(limits.message_bytes),
+      overhead_(limits.messages_per_second * kOverheadBytes, Clock::now()),
       lived_at_(Clock::now()) {}
 
 Connection::~Connection() = default;
@@ -84,9 +87,17 @@ void Connection::Guarded(const Step& step) try {
   Abort();
 }
 
-void Connection::Start(const RequestHead& handshake) {
-  stream_->text(true);
-  stream_->auto_fragment(false);
+void Connection::Start(const RequestHead& handshake, std::string unread) {
+  Guarded([&] {
+    stream_->next_layer().Keep(stream_);
+    stream_->next_layer().Unread(std::move(unread));
+    events_.OnStart(*this);
+    StartTimer();
+    AnswerHandshake(handshake);
+  });
+}
+
+void Connection::AnswerHandshake(const RequestHead& handshake) {
   // Any size goes, for the assembler drops what is too large; but RFC 6455, section 5.2 has lengths of 63 bits only.
   stream_->read_message_max(std::numeric_limits<std::int64_t>::max());
   stream_->set_option(websocket::stream_base::decorator([&handshake](websocket::response_type& response) {
@@ -100,8 +111,6 @@ void Connection::Start(const RequestHead& handshake) {
       if (kind == websocket::frame_type::close && stream_->reason().code > kMaxCloseCode) StartClose(kProtocolError);
     });
   });
-  transport_->Keep(stream_);
-  StartTimer();
   stream_->handshake = RequestOf(handshake);
   stream_->async_accept(stream_->handshake, [self = shared_from_this()](beast::error_code error) {
     if (error) return self->Abort();
@@ -135,23 +144,36 @@ void Connection::OnRead(bool is_failed, std::size_t count) {
   if (is_failed) return Finish();
   if (!is_closing_) {
     const std::string_view piece(stream_->received.data(), count);
-    const auto state = incoming_.Add(piece, stream_->got_binary(), stream_->is_message_done());
+    const bool is_last = stream_->is_message_done();
+    overhead_.Give(static_cast<double>(count + (is_last ? kMaxHeadBytes : 0)));
+    const auto state = incoming_.Add(piece, stream_->got_binary(), is_last);
     if (state != MessageAssembler::State::kIncomplete) HandleMessage(state);
   }
   Read();
 }
 
+/// Counts what is no payload of a message: the library answers pings and drops empty frames by itself, without end.
+void Connection::OnOctets(std::size_t count) {
+  Guarded([&] {
+    if (is_closing_ || overhead_.Take(static_cast<double>(count), Clock::now())) return;
+    log::Info("[WebServer] connection %llu of %s is closed with 1008: it sent more frames than %s allows",
+              static_cast<unsigned long long>(id_), accepted_.address.c_str(),
+              LimitText("messages_per_second", limits_.messages_per_second).c_str());
+    StartClose(kPolicyViolation);
+  });
+}
+
 void Connection::HandleMessage(MessageAssembler::State state) {
   const std::string text = incoming_.Take();
   switch (accepted_.rate.Count(Clock::now())) {
-    case RateLimiter::Verdict::kDropped:
+    case RateLimiter::Result::kDropped:
       return;
-    case RateLimiter::Verdict::kRejected:
+    case RateLimiter::Result::kRejected:
       return Reply(
           ErrorText({error_code::kTooFast, "A client may send no more messages than " +
                                                LimitText("messages_per_second", limits_.messages_per_second) +
                                                ". This one and those that follow too fast are not looked at."}));
-    case RateLimiter::Verdict::kAccepted:
+    case RateLimiter::Result::kAccepted:
       break;
   }
   if (state == MessageAssembler::State::kBinary)
@@ -179,28 +201,16 @@ void Connection::OnOutbox() {
 
 void Connection::Flush() {
   if (!is_open_ || is_closing_ || is_writing_) return;
-  if (sending_ == nullptr) {
-    sending_ = outbox_->Take();
-    sent_ = 0;
-    if (sending_ == nullptr) return;
-  }
+  auto message = outbox_->Take();
+  if (message == nullptr) return;
   StartWatch();
-  const std::string_view rest = std::string_view(sending_->text()).substr(sent_);
-  const std::string_view fragment = rest.substr(0, kFragmentBytes);
   is_writing_ = true;
-  // The message stays alive until the write is over, also when it is given up in between.
-  stream_->async_write_some(
-      fragment.size() == rest.size(), boost::asio::buffer(fragment),
-      [self = shared_from_this(), message = sending_](beast::error_code error, std::size_t count) {
-        self->Guarded([&] { self->OnWritten(error.failed(), count); });
-      });
+  stream_->next_layer().WriteMessage(std::move(message),
+                                     [self = shared_from_this()] { self->Guarded([&] { self->OnWritten(); }); });
 }
 
-void Connection::OnWritten(bool is_failed, std::size_t count) {
+void Connection::OnWritten() {
   is_writing_ = false;
-  if (is_failed || is_closing_) return;  // whoever closes it, or the read, sees to the rest
-  sent_ += count;
-  if (sent_ == sending_->text().size()) sending_ = nullptr;
   Flush();
 }
 
@@ -221,7 +231,7 @@ void Connection::OnPong() {
 // --- slow clients, silent ones, and the end -------------------------------------------------------------------------
 
 bool Connection::HasUnsent() const {
-  return is_writing_ || sending_ != nullptr || !outbox_->IsEmpty();
+  return is_writing_ || !outbox_->IsEmpty();
 }
 
 std::chrono::milliseconds Connection::watch_interval() const {
@@ -281,7 +291,6 @@ void Connection::OnTimer() {
 void Connection::BeginClosing() {
   if (std::exchange(is_closing_, true)) return;
   outbox_->Close();
-  sending_ = nullptr;
   events_.OnClosing(*this);
 }
 
@@ -296,7 +305,7 @@ void Connection::StartClose(std::uint16_t code) {
 }
 
 void Connection::SendClose() {
-  // The library waits for a fragment that is being written, and for the client's confirmation.
+  // It goes out after the frame that is being written, and the library waits for the client's confirmation.
   stream_->async_close(static_cast<websocket::close_code>(close_code_),
                        [self = shared_from_this()](beast::error_code) { self->Guarded([&] { self->Finish(); }); });
 }
@@ -315,7 +324,7 @@ void Connection::Abort() {
   transport_->Close();
   // Of what the library has under way some may wait for one another, and for nothing else. It goes with the stream,
   // once the transport has let go of it.
-  transport_->Keep(nullptr);
+  stream_->next_layer().Keep(nullptr);
   stream_ = nullptr;
   try {
     BeginClosing();

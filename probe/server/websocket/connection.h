@@ -24,6 +24,9 @@ class WebsocketEvents {
  public:
   virtual ~WebsocketEvents() = default;
 
+  /// The handshake is being answered: from now on the connection can be sent to.
+  virtual void OnStart(Connection& connection) = 0;
+
   /// A client has sent a message that keeps to the limits of its connection. It is to be answered with `Reply`.
   virtual void OnMessage(Connection& connection, const std::string& text) = 0;
 
@@ -47,8 +50,9 @@ class Connection : public std::enable_shared_from_this<Connection> {
   Connection(const Connection&) = delete;
   Connection& operator=(const Connection&) = delete;
 
-  /// Answers the handshake, which the access rules have let pass, and begins to read.
-  void Start(const RequestHead& handshake);
+  /// Answers the handshake, which the access rules have let pass, and begins to read. `unread`: the octets that came
+  /// after it. A failure ends this connection.
+  void Start(const RequestHead& handshake, std::string unread);
 
   /// Writes what the outbox has got; a failure ends this connection.
   void OnOutbox();
@@ -74,13 +78,15 @@ class Connection : public std::enable_shared_from_this<Connection> {
   template <typename Step>
   void Guarded(const Step& step);
 
+  void AnswerHandshake(const RequestHead& handshake);
   void OnOpen();
   void Read();
+  void OnOctets(std::size_t count);
   void OnRead(bool is_failed, std::size_t count);
   void HandleMessage(MessageAssembler::State state);
   void OnPong();
   void Flush();
-  void OnWritten(bool is_failed, std::size_t count);
+  void OnWritten();
   void BeginClosing();
   void SendClose();
   void SendPing();
@@ -101,18 +107,17 @@ class Connection : public std::enable_shared_from_this<Connection> {
   AcceptedConnection accepted_;
   const std::shared_ptr<Outbox> outbox_;
   const std::unique_ptr<Transport> transport_;
+  Timer timer_;
   std::shared_ptr<Stream> stream_;  // null when the connection has ended
   MessageAssembler incoming_;
-  Timer timer_;
+  RateLimiter overhead_;  // of the octets that are no message
 
   bool is_open_ = false;       // the handshake is answered
   bool is_closing_ = false;    // the server knows, and nothing is sent any more
   bool is_finishing_ = false;  // the closing handshake is over, or has failed
   bool has_ended_ = false;     // the transport is closed, and the server knows
 
-  std::shared_ptr<const OutgoingMessage> sending_;  // the message that is being written; null: none is
-  std::size_t sent_ = 0;                            // octets of it
-  bool is_writing_ = false;
+  bool is_writing_ = false;  // a message
 
   bool is_watched_ = false;          // unsent data: the write timeout is running
   std::uint64_t taken_by_peer_ = 0;  // octets, when the client was last seen taking some

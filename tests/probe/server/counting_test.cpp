@@ -2,6 +2,11 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <map>
+#include <memory>
+#include <string>
+
 #include "probe/host/connection_id.h"
 #include "probe/server/net/connection_limiter.h"
 #include "probe/server/net/log_rate_limiter.h"
@@ -52,28 +57,38 @@ TEST(MessageAssembler, SaysOnceThatAMessageIsBinary) {
 
 class RateLimiterTest : public ::testing::Test {
  protected:
-  using Verdict = probe::RateLimiter::Verdict;
+  using Result = probe::RateLimiter::Result;
   const probe::RateLimiter::Clock::time_point begin = probe::RateLimiter::Clock::now();
 };
 
 TEST_F(RateLimiterTest, LetsABurstPassAndThenSoManyASecond) {
   probe::RateLimiter rate(2, begin);
-  EXPECT_EQ(rate.Count(begin), Verdict::kAccepted);
-  EXPECT_EQ(rate.Count(begin), Verdict::kAccepted);
-  EXPECT_EQ(rate.Count(begin), Verdict::kRejected);
-  EXPECT_EQ(rate.Count(begin + 499ms), Verdict::kDropped);
-  EXPECT_EQ(rate.Count(begin + 500ms), Verdict::kAccepted);
-  EXPECT_EQ(rate.Count(begin + 501ms), Verdict::kDropped);
-  EXPECT_EQ(rate.Count(begin + 1000ms), Verdict::kAccepted);
-  EXPECT_EQ(rate.Count(begin + 1001ms), Verdict::kRejected) << "a second after the last refusal";
+  EXPECT_EQ(rate.Count(begin), Result::kAccepted);
+  EXPECT_EQ(rate.Count(begin), Result::kAccepted);
+  EXPECT_EQ(rate.Count(begin), Result::kRejected);
+  EXPECT_EQ(rate.Count(begin + 499ms), Result::kDropped);
+  EXPECT_EQ(rate.Count(begin + 500ms), Result::kAccepted);
+  EXPECT_EQ(rate.Count(begin + 501ms), Result::kDropped);
+  EXPECT_EQ(rate.Count(begin + 1000ms), Result::kAccepted);
+  EXPECT_EQ(rate.Count(begin + 1001ms), Result::kRejected) << "a second after the last refusal";
 }
 
 TEST_F(RateLimiterTest, SavesNoMoreThanOneBurst) {
   probe::RateLimiter rate(2, begin);
   const auto later = begin + 1h;
-  EXPECT_EQ(rate.Count(later), Verdict::kAccepted);
-  EXPECT_EQ(rate.Count(later), Verdict::kAccepted);
-  EXPECT_EQ(rate.Count(later), Verdict::kRejected);
+  EXPECT_EQ(rate.Count(later), Result::kAccepted);
+  EXPECT_EQ(rate.Count(later), Result::kAccepted);
+  EXPECT_EQ(rate.Count(later), Result::kRejected);
+}
+
+TEST_F(RateLimiterTest, TakesMoreThanThereIsOnce) {
+  probe::RateLimiter rate(10, begin);
+  EXPECT_TRUE(rate.Take(30, begin));
+  EXPECT_FALSE(rate.Take(1, begin));
+  rate.Give(21);
+  EXPECT_TRUE(rate.Take(1, begin));
+  EXPECT_FALSE(rate.Take(1, begin + 99ms));
+  EXPECT_TRUE(rate.Take(1, begin + 300ms));
 }
 
 class SubscriptionLimitsTest : public ::testing::Test {
@@ -154,7 +169,7 @@ TEST_F(SubscriptionLimitsTest, GivesBackWhatIsRemoved) {
 
 class ConnectionLimiterTest : public ::testing::Test {
  protected:
-  using Verdict = probe::ConnectionLimiter::Verdict;
+  using Admission = probe::ConnectionLimiter::Admission;
 
   static probe::ServerLimits Limits(std::size_t connections, std::size_t per_address) {
     probe::ServerLimits limits;
@@ -162,41 +177,65 @@ class ConnectionLimiterTest : public ::testing::Test {
     limits.connections_per_address = per_address;
     return limits;
   }
+
+  /// Counts one more connection from an address, until `Release`.
+  Admission Acquire(probe::ConnectionLimiter& limiter, const std::string& address) {
+    return places_.emplace(address, limiter.Acquire(address))->second.admission();
+  }
+
+  /// Ends a connection that was counted like this.
+  void Release(const std::string& address, Admission admission) {
+    const auto [begin, end] = places_.equal_range(address);
+    const auto found =
+        std::find_if(begin, end, [&](const auto& entry) { return entry.second.admission() == admission; });
+    ASSERT_NE(found, end);
+    places_.erase(found);
+  }
+
+ private:
+  std::multimap<std::string, probe::ConnectionLimiter::Place> places_;
 };
 
 TEST_F(ConnectionLimiterTest, CountsConnectionsInAllAndPerAddress) {
   probe::ConnectionLimiter limiter(Limits(3, 2));
-  EXPECT_EQ(limiter.Acquire("x"), Verdict::kAccepted);
-  EXPECT_EQ(limiter.Acquire("x"), Verdict::kAccepted);
-  EXPECT_EQ(limiter.Acquire("x"), Verdict::kAddressLimit);
-  EXPECT_EQ(limiter.Acquire("y"), Verdict::kAccepted);
-  EXPECT_EQ(limiter.Acquire("z"), Verdict::kConnectionLimit);
-  limiter.Release("z", Verdict::kConnectionLimit);
-  limiter.Release("x", Verdict::kAddressLimit);
-  EXPECT_EQ(limiter.Acquire("z"), Verdict::kConnectionLimit) << "who was turned away leaves no place";
-  limiter.Release("x", Verdict::kAccepted);
-  EXPECT_EQ(limiter.Acquire("x"), Verdict::kAccepted);
+  EXPECT_EQ(Acquire(limiter, "x"), Admission::kAccepted);
+  EXPECT_EQ(Acquire(limiter, "x"), Admission::kAccepted);
+  EXPECT_EQ(Acquire(limiter, "x"), Admission::kAddressLimit);
+  EXPECT_EQ(Acquire(limiter, "y"), Admission::kAccepted);
+  EXPECT_EQ(Acquire(limiter, "z"), Admission::kConnectionLimit);
+  Release("z", Admission::kConnectionLimit);
+  Release("x", Admission::kAddressLimit);
+  EXPECT_EQ(Acquire(limiter, "z"), Admission::kConnectionLimit) << "who was turned away leaves no place";
+  Release("x", Admission::kAccepted);
+  EXPECT_EQ(Acquire(limiter, "x"), Admission::kAccepted);
 }
 
 TEST_F(ConnectionLimiterTest, CountsAddressesThatOneClientCanTakeAtWillAsOne) {
   probe::ConnectionLimiter limiter(Limits(10, 1));
-  EXPECT_EQ(limiter.Acquire("127.0.0.1"), Verdict::kAccepted);
-  EXPECT_EQ(limiter.Acquire("127.255.0.9"), Verdict::kAddressLimit);
-  EXPECT_EQ(limiter.Acquire("2001:db8::1"), Verdict::kAccepted);
-  EXPECT_EQ(limiter.Acquire("2001:db8::2"), Verdict::kAddressLimit);
-  EXPECT_EQ(limiter.Acquire("2001:db8:0:1::1"), Verdict::kAccepted);
-  limiter.Release("127.0.0.1", Verdict::kAccepted);
-  EXPECT_EQ(limiter.Acquire("127.0.0.2"), Verdict::kAccepted);
+  EXPECT_EQ(Acquire(limiter, "127.0.0.1"), Admission::kAccepted);
+  EXPECT_EQ(Acquire(limiter, "127.255.0.9"), Admission::kAddressLimit);
+  EXPECT_EQ(Acquire(limiter, "2001:db8::1"), Admission::kAccepted);
+  EXPECT_EQ(Acquire(limiter, "2001:db8::2"), Admission::kAddressLimit);
+  EXPECT_EQ(Acquire(limiter, "2001:db8:0:1::1"), Admission::kAccepted);
+  Release("127.0.0.1", Admission::kAccepted);
+  EXPECT_EQ(Acquire(limiter, "127.0.0.2"), Admission::kAccepted);
 }
 
 TEST_F(ConnectionLimiterTest, KeepsNoMoreThanAFewWhoAreTurnedAway) {
   probe::ConnectionLimiter limiter(Limits(1, 1));
-  limiter.Acquire("x");
+  Acquire(limiter, "x");
   for (std::size_t i = 0; i < probe::ConnectionLimiter::kMaxRejected; ++i)
-    EXPECT_EQ(limiter.Acquire("x"), Verdict::kAddressLimit);
-  EXPECT_EQ(limiter.Acquire("y"), Verdict::kRejectionLimit);
-  limiter.Release("x", Verdict::kAddressLimit);
-  EXPECT_EQ(limiter.Acquire("y"), Verdict::kConnectionLimit);
+    EXPECT_EQ(Acquire(limiter, "x"), Admission::kAddressLimit);
+  EXPECT_EQ(Acquire(limiter, "y"), Admission::kRejectionLimit);
+  Release("x", Admission::kAddressLimit);
+  EXPECT_EQ(Acquire(limiter, "y"), Admission::kConnectionLimit);
+}
+
+TEST_F(ConnectionLimiterTest, IsOutlivedByThePlacesThatItGave) {
+  auto limiter = std::make_unique<probe::ConnectionLimiter>(Limits(1, 1));
+  Acquire(*limiter, "x");
+  limiter.reset();
+  Release("x", Admission::kAccepted);
 }
 
 TEST(RejectionLog, SaysAfterAMinuteHowManyItLeftOut) {

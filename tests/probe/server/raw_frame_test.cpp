@@ -244,6 +244,58 @@ TEST_F(RawWebsocketTest, EndsWithAClientThatEndsWithinAFrame) {
   }
 }
 
+class FloodTest : public test::Served, public ::testing::WithParamInterface<RawFrames> {
+ protected:
+  std::string Repeated(int count) const {
+    std::string flood;
+    for (int i = 0; i < count; ++i) flood += GetParam().octets;
+    return flood;
+  }
+};
+
+TEST_P(FloodTest, ClosesTheConnectionWith1008AndHarmsNobody) {
+  settings.limits.messages_per_second = 2;
+  Serve();
+  auto bystander = Subscribed("bystander");
+  test::RawClient client(server->port());
+  ASSERT_THAT(client.Upgrade(), HasSubstr("101"));
+  client.SendFrame(kText, "{", false);
+  client.Send(Repeated(2000));
+  while (client.ReadMessage()) {
+  }
+  EXPECT_EQ(client.close_code(), 1008);
+  EXPECT_TRUE(IsLogged("limits.messages_per_second = 2"));
+  ExpectServed(bystander);
+}
+
+TEST_P(FloodTest, IsNoneWhenItIsSmall) {
+  settings.limits.messages_per_second = 2;
+  Serve();
+  test::RawClient client(server->port());
+  ASSERT_THAT(client.Upgrade(), HasSubstr("101"));
+  client.SendFrame(kText, "{", false);
+  client.Send(Repeated(20) + Frame(kLast | kContinuation, "}"));
+  ASSERT_TRUE(client.ReadMessage().has_value());
+}
+
+INSTANTIATE_TEST_SUITE_P(OfFrames, FloodTest,
+                         ::testing::Values(RawFrames{"Pings", Frame(kLast | kPing, "p")},
+                                           RawFrames{"EmptyPings", Frame(kLast | kPing)},
+                                           RawFrames{"PongsThatNobodyAskedFor", Frame(kLast | kPong)},
+                                           RawFrames{"EmptyFragments", Frame(kContinuation)},
+                                           RawFrames{"FragmentsOfAnOctet", Frame(kContinuation, " ")}),
+                         NameOf);
+
+TEST_F(RawWebsocketTest, TakesMessagesOfTheLargestSizeAsFastAsTheyMayCome) {
+  settings.limits.messages_per_second = 4;
+  Serve();
+  test::RawClient client(server->port());
+  ASSERT_THAT(client.Upgrade(), HasSubstr("101"));
+  const std::string text = "{}" + std::string(settings.limits.message_bytes - 2, ' ');
+  for (int i = 0; i < 4; ++i) client.SendFrame(kText, text);
+  for (int i = 0; i < 4; ++i) EXPECT_THAT(client.ReadMessage().value_or(""), HasSubstr("unknown_message"));
+}
+
 TEST_F(RawFrameTest, EndAtOnceWhenABrokenOneFollowsTheMessageForWhichTheyAreClosed) {
   Serve();
   test::RawClient client(server->port());

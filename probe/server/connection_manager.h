@@ -29,14 +29,14 @@ namespace probe {
 /// to do when a connection ends. It owns all connections.
 ///
 /// Threads: the event loop's only, but for its making and its end.
-class ConnectionEvents final : public HttpEvents, public WebsocketEvents {
+class ConnectionManager final : public HttpEvents, public WebsocketEvents {
  public:
   /// `port`: the port that the server really listens on. `http`: what is served besides the websocket.
-  ConnectionEvents(boost::asio::io_context& loop, const ServerSettings& settings, std::uint16_t port,
-                   SubscriptionService& service, std::shared_ptr<MessageRouter> router, HttpService http);
-  ~ConnectionEvents() override;
-  ConnectionEvents(const ConnectionEvents&) = delete;
-  ConnectionEvents& operator=(const ConnectionEvents&) = delete;
+  ConnectionManager(boost::asio::io_context& loop, const ServerSettings& settings, std::uint16_t port,
+                    SubscriptionService& service, std::shared_ptr<MessageRouter> router, HttpService http);
+  ~ConnectionManager() override;
+  ConnectionManager(const ConnectionManager&) = delete;
+  ConnectionManager& operator=(const ConnectionManager&) = delete;
 
   /// A connection was accepted: it is served from now on.
   void OnAccept(std::unique_ptr<Transport> transport);
@@ -57,6 +57,7 @@ class ConnectionEvents final : public HttpEvents, public WebsocketEvents {
   void OnUpgrade(HttpConnection& connection, const RequestHead& head) override;
   void OnEnd(HttpConnection& connection) override;
 
+  void OnStart(Connection& connection) override;
   void OnMessage(Connection& connection, const std::string& text) override;
   void OnClosing(Connection& connection) override;
   void OnEnd(Connection& connection) override;

@@ -1,4 +1,4 @@
-#include "probe/server/connection_events.h"
+#include "probe/server/connection_manager.h"
 
 #include <utility>
 
@@ -17,9 +17,9 @@ constexpr std::uint16_t kGoingAway = 1001;
 
 }  // namespace
 
-ConnectionEvents::ConnectionEvents(boost::asio::io_context& loop, const ServerSettings& settings, std::uint16_t port,
-                                   SubscriptionService& service, std::shared_ptr<MessageRouter> router,
-                                   HttpService http)
+ConnectionManager::ConnectionManager(boost::asio::io_context& loop, const ServerSettings& settings, std::uint16_t port,
+                                     SubscriptionService& service, std::shared_ptr<MessageRouter> router,
+                                     HttpService http)
     : limits_(settings.limits),
       rules_(settings, port),
       router_(std::move(router)),
@@ -27,16 +27,16 @@ ConnectionEvents::ConnectionEvents(boost::asio::io_context& loop, const ServerSe
       limiter_(settings.limits),
       requests_(loop, std::move(http)) {}
 
-ConnectionEvents::~ConnectionEvents() = default;
+ConnectionManager::~ConnectionManager() = default;
 
 // --- before a websocket is open -------------------------------------------------------------------------------------
 
-void ConnectionEvents::OnAccept(std::unique_ptr<Transport> transport) {
+void ConnectionManager::OnAccept(std::unique_ptr<Transport> transport) {
   if (on_idle_) return;
   const auto now = RateLimiter::Clock::now();
   const std::string address = transport->peer_address();
   AcceptedConnection accepted{address, limiter_.Acquire(address), RateLimiter(limits_.messages_per_second, now)};
-  if (accepted.verdict == ConnectionLimiter::Verdict::kRejectionLimit)
+  if (accepted.place.admission() == ConnectionLimiter::Admission::kRejectionLimit)
     return rejections_.Note(address, "too many rejections are pending", now);
   const auto connection = std::make_shared<HttpConnection>(std::move(transport), std::move(accepted),
                                                            limits_.stuck_after, requests_, *this);
@@ -44,19 +44,19 @@ void ConnectionEvents::OnAccept(std::unique_ptr<Transport> transport) {
   connection->Start();
 }
 
-std::optional<HttpError> ConnectionEvents::CheckLimits(AcceptedConnection& accepted, bool is_upgrade) const {
-  if (accepted.verdict == ConnectionLimiter::Verdict::kAddressLimit)
+std::optional<HttpError> ConnectionManager::CheckLimits(AcceptedConnection& accepted, bool is_upgrade) const {
+  if (accepted.place.admission() == ConnectionLimiter::Admission::kAddressLimit)
     return HttpError{429, "Refused: one address may have no more connections than " +
                               LimitText("connections_per_address", limits_.connections_per_address) + "."};
-  if (accepted.verdict != ConnectionLimiter::Verdict::kAccepted)
+  if (accepted.place.admission() != ConnectionLimiter::Admission::kAccepted)
     return HttpError{503, "Refused: the probe serves no more connections than " +
                               LimitText("connections", limits_.connections) + "."};
-  if (is_upgrade || accepted.rate.Count(RateLimiter::Clock::now()) == RateLimiter::Verdict::kAccepted) return {};
+  if (is_upgrade || accepted.rate.Count(RateLimiter::Clock::now()) == RateLimiter::Result::kAccepted) return {};
   return HttpError{429, "Refused: a connection may have no more requests than " +
                             LimitText("messages_per_second", limits_.messages_per_second) + "."};
 }
 
-std::optional<HttpError> ConnectionEvents::OnRequest(HttpConnection& connection, const RequestHead& head) {
+std::optional<HttpError> ConnectionManager::OnRequest(HttpConnection& connection, const RequestHead& head) {
   const bool is_upgrade = !head.upgrade.empty();
   // Host and Origin come before everything else: see `AccessRules`.
   auto error = rules_.CheckCaller(head);
@@ -65,62 +65,63 @@ std::optional<HttpError> ConnectionEvents::OnRequest(HttpConnection& connection,
   return is_upgrade ? rules_.CheckUpgrade(head) : rules_.CheckPlainRequest(head, requests_.LookUp(head.path).access);
 }
 
-void ConnectionEvents::OnRefused(HttpConnection& connection, const HttpError& error) {
+void ConnectionManager::OnRefused(HttpConnection& connection, const HttpError& error) {
   if (error.status == 404 || error.status == 426) return;  // a wrong path is no attack, and not worth a line
   rejections_.Note(connection.accepted().address, std::to_string(error.status) + " " + error.text,
                    RejectionLog::Clock::now());
 }
 
-void ConnectionEvents::OnUpgrade(HttpConnection& connection, const RequestHead& head) {
-  AcceptedConnection accepted = connection.accepted();
+void ConnectionManager::OnUpgrade(HttpConnection& connection, const RequestHead& head) {
+  const auto ended = http_connections_.extract(&connection);
+  AcceptedConnection accepted = std::move(connection.accepted());
   accepted.rate = RateLimiter(limits_.messages_per_second, RateLimiter::Clock::now());
   const ConnectionId id = MessageRouter::NewId();
-  const auto opened = std::make_shared<Connection>(id, connection.TakeTransport(), accepted, limits_, *this);
+  const auto opened = std::make_shared<Connection>(id, connection.TakeTransport(), std::move(accepted), limits_, *this);
   connections_.emplace(id, opened);
-  router_->Add(id, opened->outbox(), accepted.address);
-  opened->Start(head);
-  http_connections_.erase(&connection);
+  opened->Start(head, connection.TakeRest());
   if (on_idle_) opened->StartClose(kGoingAway);
 }
 
-void ConnectionEvents::OnEnd(HttpConnection& connection) {
-  limiter_.Release(connection.accepted().address, connection.accepted().verdict);
+void ConnectionManager::OnEnd(HttpConnection& connection) {
   http_connections_.erase(&connection);
 }
 
 // --- while it is open -----------------------------------------------------------------------------------------------
 
-void ConnectionEvents::OnMessage(Connection& connection, const std::string& text) {
+void ConnectionManager::OnStart(Connection& connection) {
+  router_->Add(connection.id(), connection.outbox(), connection.accepted().address);
+}
+
+void ConnectionManager::OnMessage(Connection& connection, const std::string& text) {
   subscriptions_.Handle(connection.id(), text, [&](std::string reply) { connection.Reply(std::move(reply)); });
 }
 
-void ConnectionEvents::OnWakeup() {
+void ConnectionManager::OnWakeup() {
   for (const ConnectionId id : router_->TakePending()) {
     if (const auto found = connections_.find(id); found != connections_.end()) found->second->OnOutbox();
   }
 }
 
-void ConnectionEvents::OnClosing(Connection& connection) {
+void ConnectionManager::OnClosing(Connection& connection) {
   router_->Remove(connection.id());
   subscriptions_.Forget(connection.id());
 }
 
-void ConnectionEvents::OnEnd(Connection& connection) {
-  limiter_.Release(connection.accepted().address, connection.accepted().verdict);
+void ConnectionManager::OnEnd(Connection& connection) {
   connections_.erase(connection.id());
   if (on_idle_ && connections_.empty()) on_idle_();
 }
 
 // --- the end --------------------------------------------------------------------------------------------------------
 
-void ConnectionEvents::StartStop(std::function<void()> on_idle) {
+void ConnectionManager::StartStop(std::function<void()> on_idle) {
   on_idle_ = std::move(on_idle);
   // Over copies, for a connection that ends takes itself out.
   for (const auto& [id, connection] : std::map(connections_)) connection->StartClose(kGoingAway);
   if (connections_.empty()) on_idle_();
 }
 
-void ConnectionEvents::AbortAll() {
+void ConnectionManager::AbortAll() {
   for (const auto& [id, connection] : std::map(connections_)) connection->Abort();
   for (const auto& [key, connection] : std::map(http_connections_)) connection->Close();
 }
