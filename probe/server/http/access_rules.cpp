@@ -70,7 +70,7 @@ std::optional<HttpError> AccessRules::CheckCaller(const RequestHead& head) const
   const std::string origin = LowerCase(*head.origin);
   const std::string host = LowerCase(*head.host);
   if (origin == "http://" + host || origin == "https://" + host) return std::nullopt;
-  if (std::find(origins_.begin(), origins_.end(), origin) != origins_.end()) return std::nullopt;
+  if (!AllowedOrigin(head).empty()) return std::nullopt;
   return HttpError{403,
                    "Refused: pages of this origin may not talk to the probe. An administrator can add it to "
                    "server.allowed_origins."};

@@ -41,15 +41,17 @@ void HttpConnection::Guarded(const Step& step) try {
 void HttpConnection::Start() {
   Guarded([this] {
     StartDeadline(kRequestTimeout, &HttpConnection::OnRequestTimeout);
-    transport_->Handshake([self = shared_from_this()](Transport::Error error) {
-      if (error) return self->Close();
-      self->Guarded([&] { self->ReadHead(); });
-    });
+    transport_->Handshake(Calling(&HttpConnection::OnHandshake));
   });
 }
 
+void HttpConnection::OnHandshake(Transport::Error error) {
+  if (error) return Close();
+  ReadHead();
+}
+
 void HttpConnection::StartDeadline(std::chrono::seconds delay, void (HttpConnection::*on_due)()) {
-  deadline_.Start(delay, [self = shared_from_this(), on_due] { self->Guarded([&] { (self.get()->*on_due)(); }); });
+  deadline_.Start(delay, Calling(on_due));
 }
 
 void HttpConnection::ReadHead() {
@@ -66,10 +68,7 @@ void HttpConnection::ReadHead() {
 }
 
 void HttpConnection::ReadMore() {
-  transport_->ReadSome(boost::asio::buffer(received_),
-                       [self = shared_from_this()](Transport::Error error, std::size_t count) {
-                         self->Guarded([&] { self->OnOctets(error, count); });
-                       });
+  transport_->ReadSome(boost::asio::buffer(received_), Calling(&HttpConnection::OnOctets));
 }
 
 void HttpConnection::OnOctets(Transport::Error error, std::size_t count) {
@@ -149,9 +148,7 @@ void HttpConnection::SendMore() {
   const std::size_t of_head = std::min(sent_, answer_head_.size());
   const std::size_t of_body = sent_ - of_head;
   unsent_ = {boost::asio::buffer(answer_head_) + of_head, boost::asio::buffer(*answer_body_) + of_body};
-  transport_->WriteSome(unsent_, [self = shared_from_this()](Transport::Error error, std::size_t count) {
-    self->Guarded([&] { self->OnSent(error, count); });
-  });
+  transport_->WriteSome(unsent_, Calling(&HttpConnection::OnSent));
 }
 
 void HttpConnection::OnSent(Transport::Error error, std::size_t count) {
@@ -165,7 +162,7 @@ void HttpConnection::OnSent(Transport::Error error, std::size_t count) {
 
 void HttpConnection::Finish() {
   StartDeadline(kFinishTimeout, &HttpConnection::Close);
-  transport_->Finish([self = shared_from_this()] { self->Close(); });
+  transport_->Finish(Calling(&HttpConnection::Close));
 }
 
 void HttpConnection::Close() {

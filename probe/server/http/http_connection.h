@@ -69,8 +69,17 @@ class HttpConnection : public std::enable_shared_from_this<HttpConnection> {
   template <typename Step>
   void Guarded(const Step& step);
 
+  /// An event's function that calls this step, guarded; it keeps this object.
+  template <typename... Arguments>
+  auto Calling(void (HttpConnection::*step)(Arguments...)) {
+    return [self = shared_from_this(), step](Arguments... arguments) {
+      self->Guarded([&] { (self.get()->*step)(arguments...); });
+    };
+  }
+
   /// Has the connection carry this out after `delay`, unless another deadline takes its place.
   void StartDeadline(std::chrono::seconds delay, void (HttpConnection::*on_due)());
+  void OnHandshake(Transport::Error error);
   void ReadHead();
   void ReadMore();
   void OnOctets(Transport::Error error, std::size_t count);

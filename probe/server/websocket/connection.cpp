@@ -35,6 +35,10 @@ constexpr std::chrono::seconds kCloseTimeout{5};
 // How long a client that has confirmed may take to end the connection.
 constexpr std::chrono::seconds kFinishTimeout{2};
 
+// How often is looked whether a client takes something: ten times before it is given up, within these bounds.
+constexpr std::chrono::milliseconds kMinWatch{20};
+constexpr std::chrono::seconds kMaxWatch{1};
+
 constexpr std::size_t kReadBytes = 4096;
 
 // What the probe calls its messages where a client asks for a subprotocol.
@@ -112,13 +116,11 @@ void Connection::AnswerHandshake(const RequestHead& handshake) {
     });
   });
   stream_->handshake = RequestOf(handshake);
-  stream_->async_accept(stream_->handshake, [self = shared_from_this()](beast::error_code error) {
-    if (error) return self->Abort();
-    self->Guarded([&] { self->OnOpen(); });
-  });
+  stream_->async_accept(stream_->handshake, Calling(&Connection::OnOpen));
 }
 
-void Connection::OnOpen() {
+void Connection::OnOpen(Transport::Error error) {
+  if (error) return Abort();
   is_open_ = true;
   stream_->handshake = {};
   if (close_code_ != 0) SendClose();
@@ -133,15 +135,12 @@ void Connection::Read() {
   // Once this side closes the library reads on by itself until the client confirms. A reader that meets a broken frame
   // then waits for the close, which waits for that reader: no second one is started, and `Abort` ends both.
   if (close_code_ != 0) return;
-  stream_->async_read_some(boost::asio::buffer(stream_->received),
-                           [self = shared_from_this()](beast::error_code error, std::size_t count) {
-                             self->Guarded([&] { self->OnRead(error.failed(), count); });
-                           });
+  stream_->async_read_some(boost::asio::buffer(stream_->received), Calling(&Connection::OnRead));
 }
 
-void Connection::OnRead(bool is_failed, std::size_t count) {
+void Connection::OnRead(Transport::Error error, std::size_t count) {
   // The library has answered the client's close by then, or told it which rule it broke.
-  if (is_failed) return Finish();
+  if (error) return Finish();
   if (!is_closing_) {
     const std::string_view piece(stream_->received.data(), count);
     const bool is_last = stream_->is_message_done();
@@ -205,8 +204,7 @@ void Connection::Flush() {
   if (message == nullptr) return;
   StartWatch();
   is_writing_ = true;
-  stream_->next_layer().WriteMessage(std::move(message),
-                                     [self = shared_from_this()] { self->Guarded([&] { self->OnWritten(); }); });
+  stream_->next_layer().WriteMessage(std::move(message), Calling(&Connection::OnWritten));
 }
 
 void Connection::OnWritten() {
@@ -216,10 +214,12 @@ void Connection::OnWritten() {
 
 void Connection::SendPing() {
   is_pinged_ = is_pinging_ = true;
-  stream_->async_ping({}, [self = shared_from_this()](beast::error_code) {
-    self->is_pinging_ = false;
-    self->Guarded([&] { self->StartTimer(); });
-  });
+  stream_->async_ping({}, Calling(&Connection::OnPingSent));
+}
+
+void Connection::OnPingSent(Transport::Error) {
+  is_pinging_ = false;
+  StartTimer();
 }
 
 void Connection::OnPong() {
@@ -230,15 +230,6 @@ void Connection::OnPong() {
 
 // --- slow clients, silent ones, and the end -------------------------------------------------------------------------
 
-bool Connection::HasUnsent() const {
-  return is_writing_ || !outbox_->IsEmpty();
-}
-
-std::chrono::milliseconds Connection::watch_interval() const {
-  return std::clamp<std::chrono::milliseconds>(limits_.stuck_after / 10, std::chrono::milliseconds(20),
-                                               std::chrono::seconds(1));
-}
-
 void Connection::StartWatch() {
   if (is_watched_) return;
   is_watched_ = true;
@@ -248,7 +239,7 @@ void Connection::StartWatch() {
 }
 
 void Connection::WatchProgress(Clock::time_point now) {
-  is_watched_ = HasUnsent();
+  is_watched_ = is_writing_ || !outbox_->IsEmpty();
   // What the system's buffers swallow is no progress: a client that takes nothing is found by what it acknowledges.
   const std::uint64_t taken = transport_->octets_taken_by_peer();
   if (taken != taken_by_peer_) {
@@ -275,9 +266,9 @@ bool Connection::IsPingNext() const {
 void Connection::StartTimer() {
   if (is_finishing_ || has_ended_) return;
   auto due = lived_at_ + (IsPingNext() ? limits_.ping_after : limits_.hang_up_after);
-  if (is_watched_) due = std::min(due, Clock::now() + watch_interval());
-  timer_.StartAt(close_code_ != 0 ? close_due_ : due,
-                 [self = shared_from_this()] { self->Guarded([&] { self->OnTimer(); }); });
+  if (is_watched_)
+    due = std::min(due, Clock::now() + std::clamp<Clock::duration>(limits_.stuck_after / 10, kMinWatch, kMaxWatch));
+  timer_.StartAt(close_code_ != 0 ? close_due_ : due, Calling(&Connection::OnTimer));
 }
 
 void Connection::OnTimer() {
@@ -313,8 +304,8 @@ void Connection::SendClose() {
 void Connection::Finish() {
   if (std::exchange(is_finishing_, true)) return;
   BeginClosing();
-  timer_.Start(kFinishTimeout, [self = shared_from_this()] { self->Abort(); });
-  transport_->Finish([self = shared_from_this()] { self->Abort(); });
+  timer_.Start(kFinishTimeout, Calling(&Connection::Abort));
+  transport_->Finish(Calling(&Connection::Abort));
 }
 
 void Connection::Abort() {

@@ -78,11 +78,19 @@ class Connection : public std::enable_shared_from_this<Connection> {
   template <typename Step>
   void Guarded(const Step& step);
 
+  /// An event's function that calls this step, guarded; it keeps this object.
+  template <typename... Arguments>
+  auto Calling(void (Connection::*step)(Arguments...)) {
+    return [self = shared_from_this(), step](Arguments... arguments) {
+      self->Guarded([&] { (self.get()->*step)(arguments...); });
+    };
+  }
+
   void AnswerHandshake(const RequestHead& handshake);
-  void OnOpen();
+  void OnOpen(Transport::Error error);
   void Read();
   void OnOctets(std::size_t count);
-  void OnRead(bool is_failed, std::size_t count);
+  void OnRead(Transport::Error error, std::size_t count);
   void HandleMessage(MessageAssembler::State state);
   void OnPong();
   void Flush();
@@ -90,16 +98,15 @@ class Connection : public std::enable_shared_from_this<Connection> {
   void BeginClosing();
   void SendClose();
   void SendPing();
+  void OnPingSent(Transport::Error error);
   void Finish();
 
-  bool HasUnsent() const;
   bool IsPingNext() const;
   void StartWatch();
   void WatchProgress(Clock::time_point now);
   void WatchLife(Clock::time_point now);
   void OnTimer();
   void StartTimer();
-  std::chrono::milliseconds watch_interval() const;
 
   const ConnectionId id_;
   const ServerLimits& limits_;
