@@ -1,12 +1,10 @@
 #include "probe/server/net/transport.h"
 
-#include <algorithm>
 #include <array>
 #include <boost/asio/post.hpp>
 #include <boost/asio/ssl/stream.hpp>
 #include <optional>
 #include <utility>
-#include <vector>
 
 #include "probe/server/net/ip_address.h"
 #include "probe/server/net/tcp_progress.h"
@@ -15,9 +13,6 @@ namespace probe {
 namespace {
 
 namespace asio = boost::asio;
-
-// Source: RFC 8446, section 5.1.
-constexpr std::size_t kTlsRecordBytes = 16 * 1024;
 
 std::string TextOf(const asio::ip::tcp::endpoint& endpoint) {
   const std::string text = endpoint.address().to_string();
@@ -56,7 +51,7 @@ class SocketTransport final : public Transport {
     socket_.async_read_some(into, std::move(done));
   }
   void WriteSome(Buffers from, Transferred done) override {
-    if (tls_) return WriteRecords(from, std::move(done));
+    if (tls_) return tls_->async_write_some(from, std::move(done));  // one record, into which small buffers are joined
     socket_.async_write_some(from, std::move(done));
   }
 
@@ -72,17 +67,6 @@ class SocketTransport final : public Transport {
 
  private:
   using Dropped = std::array<char, 4096>;
-
-  void WriteRecords(Buffers from, Transferred done) {
-    const auto first = std::find_if(from.begin(), from.end(), [](const auto& part) { return part.size() > 0; });
-    if (first == from.end() || first->size() >= kTlsRecordBytes || first + 1 == from.end())
-      return tls_->async_write_some(from, std::move(done));
-    // The library makes a record of each part, and of each record a packet, so small ones are joined.
-    auto record = std::make_shared<std::vector<char>>(std::min(asio::buffer_size(from), kTlsRecordBytes));
-    asio::buffer_copy(asio::buffer(*record), from);
-    tls_->async_write_some(asio::buffer(*record),
-                           [record, done = std::move(done)](Error error, std::size_t octets) { done(error, octets); });
-  }
 
   void FinishTcp(std::function<void()> done) {
     Error ignored;

@@ -39,15 +39,17 @@ class SubscriptionLimits {
 
  private:
   using Subscription = std::pair<std::string, std::string>;  // topic, SID
+  using Filters = std::map<Subscription, std::string>;
   using TopicAndFilter = std::pair<std::string, std::string>;
 
   std::optional<ProtocolError> CheckSizes(const std::map<std::string, std::string>& filters) const;
-  std::size_t DistinctAfter(const std::map<TopicAndFilter, long>& changes) const;
-  void Apply(const std::map<TopicAndFilter, long>& changes);
+
+  /// Gives a connection other subscriptions, and the caller those that it had.
+  void Exchange(ConnectionId connection, Filters& other);
 
   const ServerLimits limits_;
-  std::map<ConnectionId, std::map<Subscription, std::string>> filters_;  // connection -> subscription -> filter
-  std::map<TopicAndFilter, long> uses_;                                  // how many subscriptions share it; never 0
+  std::map<ConnectionId, Filters> filters_;     // those without subscriptions are not in it
+  std::map<TopicAndFilter, std::size_t> uses_;  // how many subscriptions share it; never 0
 };
 
 }  // namespace probe
