@@ -58,7 +58,7 @@ std::string TextOfSize(std::size_t size) {
 class FrameStreamTest : public ::testing::TestWithParam<std::size_t> {
  protected:
   FrameStreamTest()
-      : transport(loop, "", GetParam(), outcome),
+      : transport(loop, "", 1, outcome, GetParam()),
         stream(std::make_shared<probe::FrameStream>(transport, [](std::size_t) {})) {
     stream->Keep(stream);
   }

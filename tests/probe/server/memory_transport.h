@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <limits>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -22,12 +23,13 @@ struct Outcome {
   bool has_ended = false;
 };
 
-/// A client without a socket, that sends what it is given in pieces, takes what it gets in such pieces, too, and ends
+/// A client without a socket, that sends what it is given in pieces, takes at most so many octets at once, and ends
 /// when it has sent everything.
 class MemoryTransport : public probe::Transport {
  public:
-  MemoryTransport(boost::asio::io_context& loop, std::string_view octets, std::size_t piece, Outcome& outcome)
-      : loop_(loop), octets_(octets), piece_(piece), outcome_(outcome) {}
+  MemoryTransport(boost::asio::io_context& loop, std::string_view octets, std::size_t piece, Outcome& outcome,
+                  std::size_t taken_at_once = std::numeric_limits<std::size_t>::max())
+      : loop_(loop), octets_(octets), piece_(piece), taken_at_once_(taken_at_once), outcome_(outcome) {}
   ~MemoryTransport() override { outcome_.has_ended = true; }
 
   executor_type get_executor() override { return loop_.get_executor(); }
@@ -46,7 +48,7 @@ class MemoryTransport : public probe::Transport {
     boost::asio::post(loop_, [done = std::move(done), error, count = part.size()] { done(error, count); });
   }
   void WriteSome(Buffers from, Transferred done) override {
-    std::string taken(std::min(piece_, boost::asio::buffer_size(from)), '\0');
+    std::string taken(std::min(taken_at_once_, boost::asio::buffer_size(from)), '\0');
     const std::size_t count = boost::asio::buffer_copy(boost::asio::buffer(taken), from);
     outcome_.sent += taken;
     boost::asio::post(loop_, [done = std::move(done), count] { done({}, count); });
@@ -58,6 +60,7 @@ class MemoryTransport : public probe::Transport {
   boost::asio::io_context& loop_;
   std::string_view octets_;
   const std::size_t piece_;
+  const std::size_t taken_at_once_;
   Outcome& outcome_;
 };
 
