@@ -8,6 +8,7 @@
 #include "probe/host/connection_id.h"
 #include "probe/server/http/http_head.h"
 #include "probe/server/net/connection_limiter.h"
+#include "probe/server/net/rate_limiter.h"
 #include "probe/server/net/server_settings.h"
 #include "probe/server/net/timer.h"
 #include "probe/server/net/transport.h"

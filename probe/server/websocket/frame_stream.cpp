@@ -36,7 +36,7 @@ struct FrameStream::Sending {
   std::size_t sent = 0;                                     // octets of its frames, heads included
   std::size_t listed = 0;                                   // octets of the frames that are being written
   bool is_all_listed = false;                               // the last frame is among them
-  std::array<Head, kFramesAtOnce> heads;                    // of the frames that are being written
+  std::array<Head, kFramesAtOnce> heads{};                  // of the frames that are being written
   std::array<asio::const_buffer, 2 * kFramesAtOnce> parts;  // head and payload of each of them
 
   /// The next frames, of the first one what is left of it.

@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "probe/host/subscription_service.h"
+#include "probe/server/http/http_message.h"
 #include "probe/server/net/server_settings.h"
 #include "probe/server/websocket/message_router.h"
 #include "tests/probe/server/memory_transport.h"

@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "probe/server/websocket/outbox.h"
 #include "tests/probe/server/memory_transport.h"
 
 namespace {
