@@ -19,7 +19,7 @@ namespace {
 
 using ::testing::StartsWith;
 
-constexpr char kHandshake[] =
+constexpr char kUpgradeRequest[] =
     "GET / HTTP/1.1\r\nHost: localhost\r\nUpgrade: websocket\r\nConnection: Upgrade\r\n"
     "Sec-WebSocket-Key: dGhlIHNhbXBsZSBub25jZQ==\r\nSec-WebSocket-Version: 13\r\n\r\n";
 
@@ -29,7 +29,7 @@ enum class Shortage { kAtAccept, kAtStart, kAtUpgrade };
 class FailingTransport final : public test::MemoryTransport {
  public:
   FailingTransport(boost::asio::io_context& loop, Shortage shortage, test::Outcome& outcome)
-      : MemoryTransport(loop, kHandshake, sizeof kHandshake, outcome), shortage_(shortage) {}
+      : MemoryTransport(loop, kUpgradeRequest, sizeof kUpgradeRequest, outcome), shortage_(shortage) {}
 
   // for the timer of the HTTP connection, and then for that of the websocket
   executor_type get_executor() override {
@@ -78,8 +78,9 @@ TEST_F(ConnectionManagerTest, GivesBackThePlaceOfAConnectionForWhichMemoryRanOut
     test::Outcome failed;
     EXPECT_EQ(Serve(std::make_unique<FailingTransport>(loop, shortage, failed), failed), "");
     test::Outcome next;
-    EXPECT_THAT(Serve(std::make_unique<test::MemoryTransport>(loop, kHandshake, sizeof kHandshake, next), next),
-                StartsWith("HTTP/1.1 101 "))
+    EXPECT_THAT(
+        Serve(std::make_unique<test::MemoryTransport>(loop, kUpgradeRequest, sizeof kUpgradeRequest, next), next),
+        StartsWith("HTTP/1.1 101 "))
         << static_cast<int>(shortage);
   }
 }

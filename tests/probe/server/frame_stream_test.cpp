@@ -20,16 +20,16 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
 
-constexpr std::size_t kPayload = 65532;  // of a frame of 64 KiB
+constexpr std::size_t kFramePayload = 65532;  // of a frame of 64 KiB
 
-struct Frame {
+struct WrittenFrame {
   int first = 0;  ///< Octet: opcode, and whether it is the last one of its message.
   std::string payload;
 };
 
 /// The frames in what a server sent; it ends the test when they are cut.
-std::vector<Frame> FramesIn(std::string octets) {
-  std::vector<Frame> frames;
+std::vector<WrittenFrame> FramesIn(std::string octets) {
+  std::vector<WrittenFrame> frames;
   while (!octets.empty()) {
     const auto octet = [&](std::size_t at) {
       return static_cast<std::size_t>(static_cast<unsigned char>(octets.at(at)));
@@ -43,9 +43,9 @@ std::vector<Frame> FramesIn(std::string octets) {
   return frames;
 }
 
-std::vector<int> FirstOctets(const std::vector<Frame>& frames) {
+std::vector<int> FirstOctets(const std::vector<WrittenFrame>& frames) {
   std::vector<int> octets;
-  for (const Frame& frame : frames) octets.push_back(frame.first);
+  for (const WrittenFrame& frame : frames) octets.push_back(frame.first);
   return octets;
 }
 
@@ -93,7 +93,8 @@ class FrameStreamTest : public ::testing::TestWithParam<std::size_t> {
 };
 
 TEST_P(FrameStreamTest, WritesMessagesOfAnySizeInWholeFrames) {
-  for (const std::size_t size : {1UL, 125UL, 126UL, kPayload, kPayload + 1, kPayload + 126, 3 * kPayload}) {
+  for (const std::size_t size :
+       {1UL, 125UL, 126UL, kFramePayload, kFramePayload + 1, kFramePayload + 126, 3 * kFramePayload}) {
     outcome.sent.clear();
     written = 0;
     const std::string text = TextOfSize(size);
@@ -102,7 +103,7 @@ TEST_P(FrameStreamTest, WritesMessagesOfAnySizeInWholeFrames) {
     loop.run();
     EXPECT_EQ(written, 1);
     const auto frames = FramesIn(outcome.sent);
-    ASSERT_THAT(frames, SizeIs((size + kPayload - 1) / kPayload)) << size;
+    ASSERT_THAT(frames, SizeIs((size + kFramePayload - 1) / kFramePayload)) << size;
     std::string joined;
     for (std::size_t i = 0; i < frames.size(); ++i) {
       EXPECT_EQ(frames[i].first, (i == 0 ? 1 : 0) | (i + 1 == frames.size() ? 0x80 : 0)) << size;
@@ -113,7 +114,7 @@ TEST_P(FrameStreamTest, WritesMessagesOfAnySizeInWholeFrames) {
 }
 
 TEST_P(FrameStreamTest, WritesAControlFrameBetweenTheFramesOfAMessage) {
-  const std::string text = TextOfSize(Frames() * kPayload);
+  const std::string text = TextOfSize(Frames() * kFramePayload);
   Write(text);
   WriteControl("\x89\x02hi");
   loop.run();
@@ -121,17 +122,18 @@ TEST_P(FrameStreamTest, WritesAControlFrameBetweenTheFramesOfAMessage) {
   EXPECT_EQ(controls_written, 1);
   auto frames = FramesIn(outcome.sent);
   ASSERT_THAT(frames, SizeIs(Frames() + 1));
-  const auto ping = std::find_if(frames.begin(), frames.end(), [](const Frame& frame) { return frame.first == 0x89; });
+  const auto ping =
+      std::find_if(frames.begin(), frames.end(), [](const WrittenFrame& frame) { return frame.first == 0x89; });
   ASSERT_NE(ping, frames.end());
   EXPECT_EQ(ping->payload, "hi");
   frames.erase(ping);
   std::string joined;
-  for (const Frame& frame : frames) joined += frame.payload;
+  for (const WrittenFrame& frame : frames) joined += frame.payload;
   EXPECT_TRUE(joined == text);
 }
 
 TEST_P(FrameStreamTest, WritesNothingBehindACloseFrame) {
-  Write(TextOfSize(Frames() * kPayload));
+  Write(TextOfSize(Frames() * kFramePayload));
   WriteControl("\x88\x02\x03\xe9");
   loop.run();
   EXPECT_EQ(controls_written, 1);

@@ -284,7 +284,7 @@ INSTANTIATE_TEST_SUITE_P(OfFrames, FloodTest,
                                            RawFrames{"PongsThatNobodyAskedFor", Frame(kLast | kPong)},
                                            RawFrames{"EmptyFragments", Frame(kContinuation)},
                                            RawFrames{"FragmentsOfAnOctet", Frame(kContinuation, " ")}),
-                         NameOf);
+                         NameOfFrames);
 
 TEST_F(RawWebsocketTest, TakesMessagesOfTheLargestSizeAsFastAsTheyMayCome) {
   settings.limits.messages_per_second = 4;
