@@ -2,8 +2,10 @@
 """Runs vexora-probe with a network of devices that answer SNMP on loopback.
 
     script/lib/snmp_network.py PROBE [ARGUMENT...]
+    script/lib/snmp_network.py --agents
 
-One snmpd for each walk of tests/snmp serves it with moving counters. They and their files go when the probe does.
+One snmpd for each walk of tests/snmp serves it with moving counters. They and their files go when the probe does. With
+--agents there is no probe: its configuration is printed, and the agents run until the end of standard input.
 """
 
 import pathlib
@@ -56,15 +58,20 @@ def start_agent(folder, walk, port):
                             env={"SNMP_PERSISTENT_DIR": str(state), "PATH": "/usr/bin:/bin"})
 
 
+def run_probe(folder, settings, command):
+    configuration = folder / "probe.toml"
+    configuration.write_text(settings, encoding="utf-8")
+    print("The devices, as the configuration file has them:\n\n" + settings, flush=True)
+    probe = subprocess.Popen([command[0], "--config", str(configuration), *command[1:]])
+    for number in (signal.SIGTERM, signal.SIGINT):  # Ctrl-C reaches the probe, too, which takes its time to stop
+        signal.signal(number, lambda *_: probe.terminate())
+    return probe.wait()
+
+
 def main():
     walks = sorted((ROOT / "tests" / "snmp").glob("*.snmprec"))
-    probe = None
     agents = []
-
-    def stop(*_):
-        if probe is not None:
-            probe.terminate()
-
+    signal.signal(signal.SIGTERM, lambda *_: sys.exit(1))  # through the end of the block below
     with tempfile.TemporaryDirectory(prefix="vexora-snmp-") as name:
         folder = pathlib.Path(name)
         settings = "[sources.this_machine]\nenabled = false\n\n"
@@ -72,13 +79,11 @@ def main():
             for walk, port in zip(walks, free_ports(len(walks))):
                 agents.append(start_agent(folder, walk, port))
                 settings += DEVICE.format(port=port)
-            (folder / "probe.toml").write_text(settings, encoding="utf-8")
-            print("The devices, as the configuration file has them:\n\n" + settings, flush=True)
-            probe = subprocess.Popen([sys.argv[1], "--config", str(folder / "probe.toml"), *sys.argv[2:]])
-            signal.signal(signal.SIGTERM, stop)
-            # Ctrl-C reaches the probe too, which takes its time to say goodbye.
-            signal.signal(signal.SIGINT, stop)
-            return probe.wait()
+            if sys.argv[1] != "--agents":
+                return run_probe(folder, settings, sys.argv[1:])
+            print(settings, flush=True)
+            sys.stdin.read()
+            return 0
         finally:
             for agent in agents:
                 agent.terminate()
