@@ -269,6 +269,8 @@ bool SnmpSession::AwaitReply(Clock::time_point until) {
         reply_.kind = ReplyKind::kStopped;
         return true;
     }
+    // Packets that are no reply may come without end.
+    if (!has_reply_ && Clock::now() >= until) return false;
   }
   return true;
 }

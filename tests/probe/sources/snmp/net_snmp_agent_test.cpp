@@ -275,6 +275,31 @@ TEST_F(NetSnmpAgentTest, EndsAtTheDeadline) {
   EXPECT_EQ(agent.statistics().pdus, 1U);
 }
 
+TEST_F(NetSnmpAgentTest, EndsAtTheDeadlineAlsoWhilePacketsKeepComing) {
+  constexpr milliseconds kFlood{5'000};
+  // Answers to a question that nobody asked. Reading one takes longer than sending it, so that there is always another.
+  constexpr std::size_t kLong = 4'000;
+  std::atomic<FakeAgent*> sender{nullptr};
+  std::atomic<bool> is_done{false};
+  Start([&](const SnmpRequest& request, const std::string&) {
+    SnmpRequest other = request;
+    other.id = (request.id + 1'000) & 0x7fffffff;
+    const std::string packet = test::SnmpResponse(other, std::vector<VarBind>(kLong, {.oid = kName, .value = {}}));
+    const auto end = steady_clock::now() + kFlood;
+    while (!is_done && steady_clock::now() < end) sender.load()->Send(packet);
+    return std::vector<std::string>{};
+  });
+  sender = agent_.get();
+  NetSnmpAgent agent(Settings(), nullptr, {kPatient});
+  const auto start = steady_clock::now();
+  agent.StartPoll(start + milliseconds(100));
+
+  EXPECT_EQ(agent.Get({kName}).failure, Failure::kNoReply);
+
+  EXPECT_LT(steady_clock::now() - start, kFlood / 3);
+  is_done = true;
+}
+
 TEST_F(NetSnmpAgentTest, EndsTheWaitWhenItIsToStop) {
   StopEvent stop;
   Start([&](const SnmpRequest&, const std::string&) {
