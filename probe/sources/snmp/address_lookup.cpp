@@ -5,6 +5,7 @@
 
 #include <array>
 #include <memory>
+#include <set>
 #include <system_error>
 #include <thread>
 #include <utility>
@@ -50,12 +51,21 @@ struct SharedLookUp {
 
 }  // namespace
 
+std::string NumbersOf(const Resolution& resolution) {
+  std::set<std::string> numbers;
+  for (const ResolvedAddress& address : resolution.addresses) numbers.insert(address.number);
+  std::string text;
+  for (const std::string& number : numbers) text += (text.empty() ? "" : ", ") + number;
+  return text;
+}
+
 Resolution ResolveAddress(const std::string& host, std::uint16_t port, std::chrono::steady_clock::time_point deadline,
                           const StopEvent* stop) {
   Resolution numeric = LookUp(host, port, AI_NUMERICHOST);
   if (!numeric.addresses.empty()) return numeric;
-  auto shared = std::make_shared<SharedLookUp>();
+  std::shared_ptr<SharedLookUp> shared;
   try {
+    shared = std::make_shared<SharedLookUp>();
     std::thread([shared, host, port] {
       Resolution found = LookUp(host, port, 0);
       {

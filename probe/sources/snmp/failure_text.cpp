@@ -55,10 +55,10 @@ std::string RefusalText(const DeviceSettings& settings, const std::string& endpo
 
 }  // namespace
 
-std::string EndpointText(const DeviceSettings& settings, const std::string& number) {
+std::string EndpointText(const DeviceSettings& settings, const std::string& numbers) {
   const std::string port = " port " + std::to_string(settings.port);
-  if (number.empty() || number == settings.address) return settings.address + port;
-  return settings.address + " (" + number + ")" + port;
+  if (numbers.empty() || numbers == settings.address) return settings.address + port;
+  return settings.address + " (" + numbers + ")" + port;
 }
 
 FailureText NoReplyText(const DeviceSettings& settings, const std::string& endpoint) {

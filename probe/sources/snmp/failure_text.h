@@ -14,9 +14,9 @@ struct FailureText {
   std::string error;
 };
 
-/// "192.0.2.7 port 161", or "core.example (192.0.2.7) port 161". `number` is the address that was asked; empty when the
-/// name is not known to have one.
-std::string EndpointText(const DeviceSettings& settings, const std::string& number);
+/// "192.0.2.7 port 161", or "core.example (192.0.2.7, 2001:db8::7) port 161". `numbers` are the addresses of the name;
+/// empty when it is not known to have one.
+std::string EndpointText(const DeviceSettings& settings, const std::string& numbers);
 
 /// What to tell about a request to which nothing came. No secret is in it.
 ///

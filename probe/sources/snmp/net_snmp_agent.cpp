@@ -78,7 +78,7 @@ class NetSnmpAgent::Connection : public RequestChannel {
     return {.timeout = times_.timeout, .attempts = attempts, .deadline = deadline_};
   }
 
-  std::string Endpoint() const { return EndpointText(settings_, number_); }
+  std::string Endpoint() const { return EndpointText(settings_, numbers_); }
 
   void Close() {
     if (!session_) return;
@@ -106,7 +106,7 @@ class NetSnmpAgent::Connection : public RequestChannel {
   const StopEvent* const stop_;
   const RequestTimes times_;
   Clock::time_point deadline_ = Clock::time_point::max();
-  std::string number_;  // the address that the session is with
+  std::string numbers_;  // the addresses of the device's name
   std::unique_ptr<SnmpSession> session_;
   std::deque<ResolvedAddress> untried_;  // addresses of a name
   std::size_t first_address_ = 0;        // which of them is tried first; the next one after a poll without an answer
@@ -142,7 +142,7 @@ ExchangeAnswer NetSnmpAgent::Connection::Ask(const Request& request) {
 bool NetSnmpAgent::Connection::Open() {
   if (untried_.empty()) {
     const Resolution resolution = ResolveAddress(settings_.address, settings_.port, deadline_, stop_);
-    number_.clear();
+    numbers_ = NumbersOf(resolution);
     if (resolution.addresses.empty()) return Fail({.failure = Failure::kUnreachable, .error = resolution.error});
     const std::size_t count = resolution.addresses.size();
     for (std::size_t i = 0; i < count; ++i) untried_.push_back(resolution.addresses[(first_address_ + i) % count]);
@@ -157,7 +157,6 @@ bool NetSnmpAgent::Connection::Open() {
 }
 
 bool NetSnmpAgent::Connection::OpenAt(const ResolvedAddress& address) {
-  number_ = address.number;
   is_proven_ = false;
   poll_failure_.reset();
   session_ = std::make_unique<SnmpSession>(settings_, address.peer, stop_);

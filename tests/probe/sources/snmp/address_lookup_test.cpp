@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <chrono>
 #include <string>
@@ -33,6 +34,15 @@ TEST(AddressLookup, FindsTheAddressesOfAName) {
   EXPECT_FALSE(resolution.addresses.empty());
 }
 
+TEST(AddressLookup, NamesTheAddressesOfANameInOneOrder) {
+  const ResolvedAddress ipv4{.number = "192.0.2.7", .peer = "udp:192.0.2.7:161"};
+  const ResolvedAddress ipv6{.number = "2001:db8::7", .peer = "udp6:[2001:db8::7]:161"};
+
+  EXPECT_EQ(NumbersOf({.addresses = {ipv6, ipv4}, .error = {}}), "192.0.2.7, 2001:db8::7");
+  EXPECT_EQ(NumbersOf({.addresses = {ipv4, ipv6}, .error = {}}), "192.0.2.7, 2001:db8::7");
+  EXPECT_EQ(NumbersOf({.addresses = {ipv4}, .error = {}}), "192.0.2.7");
+}
+
 // The system refuses this name by itself: a part of a name has at most 63 octets.
 const std::string kNoName = std::string(64, 'a') + ".example";
 
@@ -51,6 +61,20 @@ TEST(AddressLookup, DoesNotWaitForANameWhenItIsToStop) {
 
   EXPECT_THAT(resolution.addresses, IsEmpty());
   EXPECT_THAT(resolution.error, HasSubstr("cannot be resolved"));
+}
+
+TEST(AddressLookup, TellsThatThereIsNoDescriptorLeft) {
+  rlimit limit{};
+  ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &limit), 0);
+  const rlimit before = limit;
+  limit.rlim_cur = 0;
+  ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &limit), 0);
+
+  Resolution resolution;
+  EXPECT_NO_THROW(resolution = ResolveAddress(kNoName, 161, steady_clock::now() + std::chrono::hours(1), nullptr));
+
+  setrlimit(RLIMIT_NOFILE, &before);
+  EXPECT_THAT(resolution.error, StartsWith("the name cannot be looked up: "));
 }
 
 }  // namespace
