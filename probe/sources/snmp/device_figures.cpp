@@ -57,7 +57,8 @@ std::optional<DeviceSnapshot> DeviceFigures::Take(const Reading& reading, const 
     if (mac_.empty()) return std::nullopt;
     snapshot_.basic_info->mac = mac_;
   }
-  last_answer_ = polled.steady_ticks;
+  // A slow device answers until the end of its poll, which may be an interval after its start.
+  last_answer_ = polled.steady_ticks + polled.duration_ticks;
   snapshot_.online = true;
   const DeviceTime::Step step = time_.Take(reading.system, polled);
   const ReadingMoment moment{.now_ticks = time_.now_ticks(), .device_starts = time_.starts()};
@@ -204,6 +205,8 @@ void DeviceFigures::ShowSsids() {
   const bool do_ssids_count = do_ssids_count_.value_or(false);
   if (!do_ssids_count) snapshot_.polling_time = snapshot_.sample_time;
   for (const SsidReading& row : ssids_) {
+    // The contract has no word for a number of clients that is not known, and 0 would be a wrong one.
+    if (!row.client_count && !stations_) continue;
     records::SSIDIfState& state = snapshot_.ssid_interfaces[row.name];
     state.ssid = row.ssid;
     state.radio = row.radio;

@@ -12,8 +12,9 @@ namespace probe::snmp {
 /// When a device was asked, by this machine's clocks. Its uptime comes with the first answer of a poll, so the start of
 /// the poll is meant.
 struct PollTime {
-  std::int64_t steady_ticks = 0;  ///< Hundredths of a second, by a clock that is never set.
-  time_t wall = 0;                ///< Seconds since the epoch; may step.
+  std::int64_t steady_ticks = 0;    ///< Hundredths of a second, by a clock that is never set.
+  time_t wall = 0;                  ///< Seconds since the epoch; may step.
+  std::int64_t duration_ticks = 0;  ///< How long the poll took.
 };
 
 /// The clock of one device, made from its uptime, and what its uptimes tell about restarts.

@@ -152,8 +152,9 @@ void SnmpSource::TakeResult(std::size_t device, PollResult result) {
   std::optional<DeviceSnapshot> snapshot;
   if (result.reading) {
     constexpr int kMillisecondsPerTick = 10;
-    const std::int64_t started = SteadyTicks() - result.health.duration.count() / kMillisecondsPerTick;
-    snapshot = polled.figures().Take(*result.reading, {.steady_ticks = started, .wall = time(nullptr)});
+    const std::int64_t duration = result.health.duration.count() / kMillisecondsPerTick;
+    snapshot = polled.figures().Take(
+        *result.reading, {.steady_ticks = SteadyTicks() - duration, .wall = time(nullptr), .duration_ticks = duration});
   }
   if (snapshot) {
     const std::string& mac = polled.figures().mac();

@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <utility>
 
 namespace probe::snmp {
 namespace {
@@ -275,6 +276,14 @@ TEST_F(DeviceFiguresTest, IsOfflineAfterThreeIntervalsWithoutAnAnswer) {
   EXPECT_TRUE(Poll().online);
 }
 
+TEST_F(DeviceFiguresTest, ASlowDeviceIsNotOfflineWhileItIsPolled) {
+  // A poll takes a whole interval, so that there is one in every second interval.
+  const PollTime poll{.steady_ticks = 0, .wall = kFiguresWall, .duration_ticks = 3'000};
+  figures_.Take(reading_, poll);
+  EXPECT_FALSE(figures_.CheckOffline(9'001).has_value()) << "the next reading comes now";
+  EXPECT_TRUE(figures_.CheckOffline(12'000).has_value());
+}
+
 TEST_F(DeviceFiguresTest, ADeviceWithAGivenIdIsListedOfflineFromTheStart) {
   DeviceSettings settings = Settings();
   settings.mac = "02:fc:00:00:00:07";
@@ -406,6 +415,18 @@ TEST_F(WirelessFiguresTest, ClientsStayWhileTheirTableFails) {
   const DeviceSnapshot snapshot = Poll();
   EXPECT_EQ(snapshot.ssid_interfaces.at("ath0").clients.size(), 1U);
   EXPECT_EQ(figures_.StaleTables(steady_ticks_).front().name, "stations");
+}
+
+TEST_F(WirelessFiguresTest, NetworksAreShownOnceTheirClientsAreKnown) {
+  const auto stations = std::exchange(reading_.stations, std::nullopt);
+  reading_.errors = {"stations: no answer"};
+  reading_.ssids->front().client_count = 4;
+  const DeviceSnapshot before = Poll();
+  EXPECT_EQ(before.ssid_interfaces.at("ath0").client_count, 4);
+  EXPECT_FALSE(before.ssid_interfaces.contains("ath1")) << "no answer is not no clients";
+
+  reading_.stations = stations;
+  EXPECT_EQ(Poll().ssid_interfaces.at("ath1").client_count, 1);
 }
 
 TEST_F(WirelessFiguresTest, NetworksCarryTheCountersOfTheirInterfaces) {
