@@ -46,9 +46,11 @@ DeviceTime::Step DeviceTime::Take(const SystemReading& system, const PollTime& p
   if (step == Step::kSame) return step;
   is_first_ = false;
   steady_ticks_ = polled.steady_ticks;
-  // After a restart only what this reading gives can be compared with.
-  if (step == Step::kRestarted) last_ = {};
   Remember(uptimes, progress);
+  // After a restart only what this reading gives can be compared with.
+  for (const Source source : {kSys, kHost, kEngine, kProfile}) {
+    if (step == Step::kRestarted && !uptimes[source]) last_[source].reset();
+  }
   uptime_seconds_ = LongestUptime(uptimes);
   return step;
 }

@@ -196,6 +196,20 @@ TEST_F(DeviceTimeTest, AnAgentThatRestartsLeavesTheUptimeOfItsMachine) {
   EXPECT_EQ(time_.uptime_seconds(), 200'030U);
 }
 
+TEST_F(DeviceTimeTest, AnAgentThatRestartsLeavesTheUptimeOfItsMachineAfterAWrap) {
+  SystemReading system = Sys(9'000'000);
+  system.host_uptime_ticks = static_cast<std::uint32_t>(kWrap - 1'000);
+  Poll(system);
+  system = Sys(9'003'000);
+  system.host_uptime_ticks = 2'000;
+  Poll(system);
+  ASSERT_EQ(time_.uptime_seconds(), static_cast<std::uint64_t>(kWrap + 2'000) / 100);
+  system = Sys(500);
+  system.host_uptime_ticks = 5'000;
+  EXPECT_EQ(Poll(system), Step::kRestarted);
+  EXPECT_EQ(time_.uptime_seconds(), static_cast<std::uint64_t>(kWrap + 5'000) / 100);
+}
+
 TEST_F(DeviceTimeTest, TheMakersOwnUptimeIsTheOneThatIsShown) {
   SystemReading system = SysAndEngine(9'000'000, 90'000);
   system.profile_uptime_seconds = 50'000'000;
