@@ -4,10 +4,15 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstdint>
 #include <ctime>
+#include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
+#include "tests/support/snmp/fake_agent.h"
+#include "tests/support/snmp/messages.h"
 #include "tests/support/snmp/snmpd_process.h"
 
 namespace probe::snmp {
@@ -113,6 +118,27 @@ TEST_F(DevicePollTest, TakesTheProfileOfTheConfiguration) {
   const PollResult missing = Poller(device, "none")->Poll(Soon());
   EXPECT_FALSE(missing.health.answered);
   EXPECT_EQ(missing.health.error, "there is no profile named \"none\"");
+}
+
+TEST_F(DevicePollTest, SaysTheSameWhicheverTablesThereIsNoTimeFor) {
+  // It answers single objects only.
+  const std::map<Oid, Value> objects{
+      {{1, 3, 6, 1, 2, 1, 1, 3, 0}, {.type = ValueType::kTimeTicks, .content = std::uint64_t{4'200}}}};
+  test::FakeAgent device([&](const std::string& packet) -> std::vector<std::string> {
+    const auto request = test::ReadSnmpRequest(packet);
+    if (!request || request->max_repetitions > 0) return {};
+    return {test::AnswerFrom(objects, *request)};
+  });
+  DeviceSettings settings;
+  settings.address = "127.0.0.1";
+  settings.port = device.port();
+  settings.community = "public";
+  const auto poll = MakeDevicePoll(settings, catalogue_, stop_);
+
+  const PollResult result = poll->Poll(steady_clock::now() + std::chrono::seconds(1));
+
+  EXPECT_TRUE(result.health.answered);
+  EXPECT_EQ(result.health.error, "a poll takes longer than the interval, so that not all tables are read");
 }
 
 TEST_F(DevicePollTest, EndsAtOnceWhenItIsToStop) {
