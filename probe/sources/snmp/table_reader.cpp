@@ -3,10 +3,14 @@
 #include <algorithm>
 #include <string>
 #include <utility>
+#include <variant>
 
 namespace probe::snmp {
 
 namespace {
+
+/// Texts of one table, in octets: a table of real rows has a few hundred in each.
+constexpr std::size_t kMaxOctets = std::size_t{16} * 1024 * 1024;
 
 /// One column, as far as it was read.
 struct Column {
@@ -97,6 +101,10 @@ class TableReader::Table {
     if (column.rows.size() == max_rows_) {
       return Fail(Failure::kTooManyRows, "the table has more than " + std::to_string(max_rows_) + " rows");
     }
+    if (const auto* octets = std::get_if<std::string>(&value.value.content)) octets_ += octets->size();
+    if (octets_ > kMaxOctets) {
+      return Fail(Failure::kTooManyRows, "the table has more than " + std::to_string(kMaxOctets) + " octets of text");
+    }
     column.position = value.oid;
     column.rows.push_back(std::move(value));
     return true;
@@ -105,6 +113,7 @@ class TableReader::Table {
   const std::size_t max_rows_;
   std::vector<Column> columns_;
   std::vector<Column*> chosen_;
+  std::size_t octets_ = 0;
   Failure failure_ = Failure::kNone;
   std::string error_;
 };

@@ -137,6 +137,18 @@ TEST_F(TableReaderTest, ReadsColumnsOfDifferentLengthsSideBySide) {
   EXPECT_THAT(answer.columns, ElementsAre(Rows(1, 60), Rows(2, 3), IsEmpty(), Rows(4, 26)));
 }
 
+TEST_F(TableReaderTest, EndsWhereTheTextsAreTooLong) {
+  Give(1, 400);
+  const Value text{.type = ValueType::kOctets, .content = std::string(60'000, 'x')};
+  for (auto& [oid, value] : channel_.objects) value = text;
+
+  const TableAnswer answer = Read({1});
+
+  EXPECT_EQ(answer.failure, Failure::kTooManyRows);
+  EXPECT_EQ(answer.error, "the table has more than 16777216 octets of text");
+  EXPECT_LT(answer.columns.front().size(), 280U);
+}
+
 TEST_F(TableReaderTest, StartsAt25RepetitionsAndDropsColumnsThatHaveEnded) {
   Give(1, 60);
   Give(2, 3);
