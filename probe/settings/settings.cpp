@@ -142,12 +142,23 @@ void ReadToken(Settings& settings, const KeyLines& lines, SettingsErrors& errors
   }
 }
 
+/// What the parser says, without the value that it may repeat: that may be a secret that lacks its quotes.
+std::string WithoutValue(std::string text) {
+  for (const char* const behind : {"' is not representable", "' could not be interpreted"}) {
+    const std::size_t end = text.find(behind);
+    if (end == std::string::npos || end == 0) continue;
+    const std::size_t begin = text.rfind('\'', end - 1);
+    if (begin != std::string::npos) text.replace(begin, end + 1 - begin, "the number");
+  }
+  return text;
+}
+
 toml::table ParsedToml(std::string_view text, const std::string& file) {
   try {
     return toml::parse(text);
   } catch (const toml::parse_error& error) {
     throw SettingsError(file + ":" + std::to_string(error.source().begin.line) + ": " +
-                        std::string(error.description()));
+                        WithoutValue(std::string(error.description())));
   }
 }
 

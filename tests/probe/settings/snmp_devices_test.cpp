@@ -275,5 +275,13 @@ TEST(SnmpDevices, TheExampleOfTheDescriptionIsValid) {
   EXPECT_EQ(ParseSettings(example, "probe.toml").snmp.devices.size(), 1U) << example;
 }
 
+TEST(SnmpDevices, ASecretWithoutQuotesIsInNoError) {
+  const std::string digits(30, '7');
+  const std::string complaint = Complaint(kHeader + "address = \"a\"\ncommunity = " + digits + "\n");
+  EXPECT_THAT(complaint, HasSubstr("probe.toml:3: "));
+  EXPECT_THAT(complaint, HasSubstr("the number is not representable"));
+  EXPECT_THAT(complaint, Not(HasSubstr("777")));
+}
+
 }  // namespace
 }  // namespace probe
