@@ -273,8 +273,11 @@ std::optional<DeviceSnapshot> DeviceFigures::CheckOffline(std::int64_t steady_ti
 std::optional<std::int32_t> DeviceFigures::clients() const {
   const bool are_counted =
       std::any_of(ssids_.begin(), ssids_.end(), [](const SsidReading& row) { return row.client_count.has_value(); });
-  if (!are_counted && !stations_) return std::nullopt;
-  if (!are_counted) return static_cast<std::int32_t>(stations_->size());
+  if (!are_counted) {
+    // No stations are also what a profile gives that knows of none.
+    if (!stations_ || stations_->empty()) return std::nullopt;
+    return static_cast<std::int32_t>(stations_->size());
+  }
   std::int32_t clients = 0;
   for (const auto& [name, state] : snapshot_.ssid_interfaces) clients += state.client_count;
   return clients;

@@ -377,10 +377,18 @@ TEST_F(WirelessFiguresTest, TheProfilesClientCountIsTheTruth) {
 }
 
 TEST_F(WirelessFiguresTest, TheNumberOfClientsIsNotZeroWhenItIsNotTold) {
+  const auto stations = reading_.stations;
   reading_.stations.reset();
   Poll();
   EXPECT_EQ(figures_.clients(), std::nullopt);
   reading_.stations.emplace();
+  Poll();
+  EXPECT_EQ(figures_.clients(), std::nullopt);
+  reading_.stations = stations;
+  Poll();
+  EXPECT_EQ(figures_.clients(), 2);
+  reading_.stations.emplace();
+  for (SsidReading& ssid : *reading_.ssids) ssid.client_count = 0;
   Poll();
   EXPECT_EQ(figures_.clients(), 0);
 }
