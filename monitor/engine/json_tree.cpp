@@ -6,6 +6,8 @@
 #include <cstring>
 #include <utility>
 
+#include "monitor/engine/json_keys.h"
+
 namespace monitoring {
 
 JsonTree NewObject() {
@@ -103,23 +105,27 @@ JsonTree RawJson(const char* text) {
 
 JsonTree SharedJson(std::shared_ptr<const std::string> text) {
   if (text == nullptr) return nullptr;
-  auto kept = std::make_unique<SharedText>(std::move(text));
   JsonTree leaf = NewLeaf();
-  if (leaf != nullptr) json_object_set_serializer(leaf.get(), &AppendShared, kept.release(), &ReleaseShared);
+  if (leaf != nullptr) SerialiseAs(leaf, std::move(text));
   return leaf;
 }
 
-JsonTree SerializedLeaf(JsonTree tree) {
-  if (tree == nullptr) return tree;
-  // The text belongs to `tree`, which is released at the end of this function.
-  JsonTree leaf = RawJson(json_object_to_json_string(tree.get()));
-  return leaf == nullptr ? std::move(tree) : std::move(leaf);
+void SerialiseAs(const JsonTree& tree, std::shared_ptr<const std::string> text) {
+  auto kept = std::make_unique<SharedText>(std::move(text));
+  json_object_set_serializer(tree.get(), &AppendShared, kept.release(), &ReleaseShared);
 }
 
 JsonTree NewSidArray(const std::vector<std::string>& sids) {
   JsonTree array = NewArray();
   for (const std::string& sid : sids) Append(array, NewText(sid));
   return array;
+}
+
+void SetSids(const JsonTree& message, const std::vector<std::string>& sids) {
+  JsonTree array = NewSidArray(sids);
+  // Those of the connection before must not stay.
+  if (array == nullptr && message != nullptr) json_object_object_del(message.get(), json_key::kSid);
+  Add(message, json_key::kSid, std::move(array));
 }
 
 std::string TextOf(json_object* value) {

@@ -47,12 +47,15 @@ JsonTree RawJson(const char* text);
 /// other json-c function it is an empty array. Null for null, and when it cannot be allocated.
 JsonTree SharedJson(std::shared_ptr<const std::string> text);
 
-/// The tree as a single `RawJson` value, which takes a tenth of the memory. Null for null; the tree itself when the
-/// value cannot be allocated.
-JsonTree SerializedLeaf(JsonTree tree);
+/// Has a tree, which is not null, serialise as such a text from now on.
+void SerialiseAs(const JsonTree& tree, std::shared_ptr<const std::string> text);
 
 /// The array of SID texts that every message carries.
 JsonTree NewSidArray(const std::vector<std::string>& sids);
+
+/// Makes that array the member "sid" of a message, in place of the SIDs of another connection. The message is left
+/// without, when it cannot be allocated.
+void SetSids(const JsonTree& message, const std::vector<std::string>& sids);
 
 /// The text of a value: a JSON string's own octets as far as a NUL, any other value in JSON form. Empty for null.
 std::string TextOf(json_object* value);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <cmath>
 #include <limits>
 #include <new>
 
@@ -25,6 +26,20 @@ void AppendInteger(std::string& text, std::int64_t value) {
   text.append(digits.data(), end);
 }
 
+void AppendReal(std::string& text, double value) {
+  if (!std::isfinite(value)) {
+    text += std::isnan(value) ? "NaN" : value < 0 ? "-Infinity" : "Infinity";
+    return;
+  }
+  constexpr int kDigits = 17;
+  std::array<char, 32> digits{};  // sign, point, exponent and all
+  const auto [end, error] =
+      std::to_chars(digits.data(), digits.data() + digits.size(), value, std::chars_format::general, kDigits);
+  const std::string_view shown(digits.data(), static_cast<std::size_t>(end - digits.data()));
+  text += shown;
+  if (shown.find_first_of(".e") == std::string_view::npos) text += ".0";
+}
+
 void AppendQuoted(std::string& text, std::string_view value) {
   if (std::all_of(value.begin(), value.end(), IsPlain)) {
     text.append(1, '"').append(value).append(1, '"');
@@ -37,7 +52,11 @@ void AppendQuoted(std::string& text, std::string_view value) {
 }
 
 void ObjectWriter::Begin(const std::string& key) {
-  const std::string_view shown = key.c_str();
+  Begin(key.c_str());
+}
+
+void ObjectWriter::Begin(const char* key) {
+  const std::string_view shown = key;
   if (value_ != 0 && shown == key_) {
     text_.resize(value_);
     return;

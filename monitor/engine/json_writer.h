@@ -4,14 +4,36 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace monitoring {
 
 /// Appends an integer to a JSON text.
 void AppendInteger(std::string& text, std::int64_t value);
 
+/// Appends a number as json-c writes it: with up to 17 digits, and ".0" where it would look like an integer; infinity
+/// and not-a-number as "Infinity" and "NaN".
+void AppendReal(std::string& text, double value);
+
 /// Appends a JSON string, escaped as json-c does. Octets that are no UTF-8 stay as they are.
 void AppendQuoted(std::string& text, std::string_view value);
+
+/// Writes a JSON array as text, in the form that json-c gives a tree.
+class ArrayWriter {
+ public:
+  /// Opens an array at the end of `text`, to which nobody else appends but elements.
+  explicit ArrayWriter(std::string& text) : text_(text) { text_ += '['; }
+
+  /// Begins an element, which is appended to the text next.
+  void Begin() { text_ += std::exchange(has_elements_, true) ? ", " : " "; }
+
+  /// Closes the array. The last call.
+  void Close() { text_ += " ]"; }
+
+ private:
+  std::string& text_;
+  bool has_elements_ = false;
+};
 
 /// Writes a JSON object as text, in the form that json-c gives a tree: for messages with many members, whose tree takes
 /// several times the time and a dozen times the memory.
@@ -25,6 +47,9 @@ class ObjectWriter {
 
   /// Begins the member of a key, whose value is appended to the text next. `key` must live until the next call.
   void Begin(const std::string& key);
+
+  /// The same for a key that is a constant.
+  void Begin(const char* key);
 
   /// Closes the object. The last call.
   void Close() { text_ += " }"; }

@@ -1,12 +1,17 @@
 #include "monitor/reports/client/client_report_show.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <ctime>
+#include <optional>
+#include <unordered_map>
 #include <vector>
 
 #include "monitor/engine/band_names.h"
 #include "monitor/engine/constants.h"
 #include "monitor/engine/devices.h"
 #include "monitor/engine/json_keys.h"
+#include "monitor/engine/json_writer.h"
 #include "monitor/engine/time_keys.h"
 #include "monitor/reports/client/client_report_fold.h"
 
@@ -43,42 +48,82 @@ std::vector<const ClientRows::value_type*> InOrder(const ClientRows& rows) {
   return sorted;
 }
 
-JsonTree NewOctets(std::uint64_t octets) {
-  // Messages hold signed numbers: a counter of 2^63 octets and more shows negative.
-  return NewInteger(static_cast<std::int64_t>(octets));
-}
+/// Writes the rows of a report as text, for it may hold tens of thousands of them.
+class RowWriter {
+ public:
+  RowWriter(std::string& text, std::int32_t period_seconds) : text_(text), period_seconds_(period_seconds) {}
 
-JsonTree NewMoment(time_t moment) {
-  return NewText(time_keys::DateTime(static_cast<long>(moment)));
-}
-
-JsonTree RowObject(const std::string& key_text, const WirelessClientItem& row, std::int32_t period_seconds) {
-  WirelessClientKey key;
-  key.ParseKey(key_text);  // fails for a name with the separator in it: the fields stay empty
-  JsonTree object = NewObject();
-  Add(object, json_key::kMac, NewText(key.mac));
-  Add(object, json_key::kHostname, NewText(row.hostname.empty() ? DeviceName(key.mac) : row.hostname));
-  Add(object, json_key::kUsername, NewText(key.username));
-  Add(object, json_key::kNetwork, NewText(key.ssid));
-  Add(object, json_key::kTypeFrequency, NewText(TypeMode2Str(row.mode, row.band)));
-  Add(object, json_key::kDataRate, NewInteger(row.data_rate));
-  Add(object, json_key::kUpload, NewOctets(row.upload));
-  Add(object, json_key::kDownload, NewOctets(row.download));
-  Add(object, json_key::kTotal, NewOctets(row.upload + row.download));
-  Add(object, json_key::kFirstSeen, NewMoment(row.first_seen));
-  Add(object, json_key::kLastSeen, NewMoment(row.last_seen));
-  Add(object, json_key::kTimeOnline, NewInteger(row.online_time));
-  Add(object, json_key::kOnlineTime, NewReal(OnlinePercent(row.online_time, period_seconds)));
-  return object;
-}
-
-JsonTree RowArray(const ClientRows& rows, std::int32_t period_seconds) {
-  JsonTree array = NewArray();
-  for (const auto* row : InOrder(rows)) {
-    // As text, because a tree takes many times the memory, and a report may hold tens of thousands of rows.
-    Append(array, SerializedLeaf(RowObject(row->first, row->second, period_seconds)));
+  void Append(const std::string& key_text, const WirelessClientItem& row) {
+    WirelessClientKey key;
+    key.ParseKey(key_text);  // fails for a name with the separator in it: the fields stay empty
+    ObjectWriter object(text_);
+    const auto quoted = [&](const char* name, const std::string& value) {
+      object.Begin(name);
+      AppendQuoted(text_, value);
+    };
+    // Messages hold signed numbers: a counter of 2^63 octets and more shows negative.
+    const auto number = [&](const char* name, std::uint64_t value) {
+      object.Begin(name);
+      AppendInteger(text_, static_cast<std::int64_t>(value));
+    };
+    quoted(json_key::kMac, key.mac);
+    quoted(json_key::kHostname, row.hostname.empty() ? DeviceName(key.mac) : row.hostname);
+    quoted(json_key::kUsername, key.username);
+    quoted(json_key::kNetwork, key.ssid);
+    quoted(json_key::kTypeFrequency, TypeMode2Str(row.mode, row.band));
+    object.Begin(json_key::kDataRate);
+    AppendInteger(text_, row.data_rate);
+    number(json_key::kUpload, row.upload);
+    number(json_key::kDownload, row.download);
+    number(json_key::kTotal, row.upload + row.download);
+    quoted(json_key::kFirstSeen, Moment(row.first_seen));
+    quoted(json_key::kLastSeen, Moment(row.last_seen));
+    object.Begin(json_key::kTimeOnline);
+    AppendInteger(text_, row.online_time);
+    object.Begin(json_key::kOnlineTime);
+    AppendReal(text_, OnlinePercent(row.online_time, period_seconds_));
+    object.Close();
   }
-  return array;
+
+ private:
+  /// Date and time in words. They are those of passes, so that there are few of them for all rows.
+  const std::string& Moment(time_t moment) {
+    const auto [known, is_new] = moments_.try_emplace(moment);
+    if (is_new) known->second = time_keys::DateTime(static_cast<long>(moment));
+    return known->second;
+  }
+
+  std::string& text_;
+  const std::int32_t period_seconds_;
+  std::unordered_map<time_t, std::string> moments_;
+};
+
+void AppendRows(std::string& text, const ClientRows& rows, RowWriter& writer) {
+  ArrayWriter array(text);
+  for (const auto* row : InOrder(rows)) {
+    array.Begin();
+    writer.Append(row->first, row->second);
+  }
+  array.Close();
+}
+
+/// A report as a JSON object, with the member "expire" when it has a value.
+std::string TextOf(const ClientReport& report, std::int32_t period_seconds, std::optional<bool> is_expired) {
+  constexpr std::size_t kUsualRow = 384;
+  std::string text;
+  text.reserve((report.clients.size() + report.guests.size()) * kUsualRow);
+  RowWriter rows(text, period_seconds);
+  ObjectWriter root(text);
+  root.Begin(json_key::kWirelessClients);
+  AppendRows(text, report.clients, rows);
+  root.Begin(json_key::kWirelessGuests);
+  AppendRows(text, report.guests, rows);
+  if (is_expired) {
+    root.Begin(json_key::kExpire);
+    text += *is_expired ? "true" : "false";
+  }
+  root.Close();
+  return text;
 }
 
 JsonTree PeriodArray(const ClientReports& reports) {
@@ -93,20 +138,14 @@ std::string TypeMode2Str(records::WIFIOpMode mode, records::WIFIBandType band) {
   return std::string(ModeName(mode)) + "/" + BandName(band, kUnknown);
 }
 
-JsonTree ReportObject(const ClientReport& report, std::int32_t period_seconds) {
-  JsonTree root = NewObject();
-  Add(root, json_key::kWirelessClients, RowArray(report.clients, period_seconds));
-  Add(root, json_key::kWirelessGuests, RowArray(report.guests, period_seconds));
-  return root;
+std::string ReportText(const ClientReports& reports, const std::string& period, std::int32_t period_seconds) {
+  const auto found = reports.find(period);
+  if (found == reports.end()) return TextOf({}, period_seconds, true);
+  return TextOf(found->second, period_seconds, false);
 }
 
-JsonTree ReportObject(const ClientReports& reports, const std::string& period, std::int32_t period_seconds) {
-  const auto found = reports.find(period);
-  const bool is_kept = found != reports.end();
-  const ClientReport nothing;  // a name of its own: with a temporary here the whole report would be copied
-  JsonTree root = ReportObject(is_kept ? found->second : nothing, period_seconds);
-  Add(root, json_key::kExpire, NewBoolean(!is_kept));
-  return root;
+std::string EmptyReportText() {
+  return TextOf({}, 0, std::nullopt);
 }
 
 JsonTree PeriodsObject(const ClientReports& daily, const ClientReports& weekly) {

@@ -13,14 +13,15 @@ namespace monitoring::client_report {
 std::string TypeMode2Str(vexora_probe::models::controller::WIFIOpMode mode,
                          vexora_probe::models::controller::WIFIBandType band);
 
-/// The rows of a period as two arrays of objects, each in the order of the keys: clients and guests.
+/// The report on a day or a week by its key, as JSON: its rows as two arrays of objects, each in the order of the keys,
+/// clients and guests, and "expire", whether nothing is kept of that period.
 ///
 /// A client without a host name that is itself a managed device gets that device's name: asks the device centre. A key
 /// that cannot be parsed, because a name in it holds a "|", leaves its three fields empty.
-JsonTree ReportObject(const ClientReport& report, std::int32_t period_seconds);
+std::string ReportText(const ClientReports& reports, const std::string& period, std::int32_t period_seconds);
 
-/// The same for a day or a week by its key, with the member "expire": whether nothing is kept of it.
-JsonTree ReportObject(const ClientReports& reports, const std::string& period, std::int32_t period_seconds);
+/// The report of a type that is unknown: two empty arrays.
+std::string EmptyReportText();
 
 /// The days and weeks that there are, newest first.
 JsonTree PeriodsObject(const ClientReports& daily, const ClientReports& weekly);

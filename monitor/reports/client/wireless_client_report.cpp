@@ -126,10 +126,10 @@ std::string WirelessClientReport::GetWirelessReport(const std::string& report_ty
   const lock_guard_read held(lock_);
   const auto now = static_cast<long>(time(nullptr));
   if (IsType(report_type, monitoring::kDaily)) {
-    return JsonText(client_report::ReportObject(daily_, period, DaySeconds(period, now)));
+    return client_report::ReportText(daily_, period, DaySeconds(period, now));
   }
   if (IsType(report_type, monitoring::kWeekly)) {
-    return JsonText(client_report::ReportObject(weekly_, period, WeekSeconds(period, now)));
+    return client_report::ReportText(weekly_, period, WeekSeconds(period, now));
   }
-  return JsonText(client_report::ReportObject(ClientReport{}, time_keys::kDaySeconds));
+  return client_report::EmptyReportText();
 }

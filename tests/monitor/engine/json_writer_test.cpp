@@ -3,14 +3,18 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <cstring>
 #include <limits>
 #include <memory>
+#include <random>
 #include <string>
+#include <vector>
 
 #include "monitor/engine/json_tree.h"
 
 namespace {
 
+using monitoring::ArrayWriter;
 using monitoring::JsonTree;
 using monitoring::ObjectWriter;
 using std::string_literals::operator""s;
@@ -31,6 +35,43 @@ TEST(JsonWriter, WritesIntegers) {
   EXPECT_EQ(Integer(0), "0");
   EXPECT_EQ(Integer(std::numeric_limits<std::int64_t>::max()), "9223372036854775807");
   EXPECT_EQ(Integer(std::numeric_limits<std::int64_t>::min()), "-9223372036854775808");
+}
+
+TEST(JsonWriter, WritesRealNumbersAsJsonCDoes) {
+  std::vector<double> values{0.0,  -0.0, 1.0,  -1.0, 33.3,  100.0, 0.1,  1e15,
+                             1e16, 1e17, 1e-5, 1e-4, 123.4, 1e300, -1.5, 5e-324};
+  for (int tenths = 0; tenths <= 1000; ++tenths) values.push_back(tenths / 10.0);
+  std::mt19937_64 random(7);
+  for (int number = 0; number < 10'000; ++number) {
+    const std::uint64_t bits = random();
+    double value = 0;
+    std::memcpy(&value, &bits, sizeof value);
+    values.push_back(value);
+  }
+  values.push_back(std::numeric_limits<double>::infinity());
+  values.push_back(-std::numeric_limits<double>::infinity());
+  values.push_back(std::numeric_limits<double>::quiet_NaN());
+  for (const double value : values) {
+    std::string text;
+    monitoring::AppendReal(text, value);
+    EXPECT_EQ(text, json_object_to_json_string(monitoring::NewReal(value).get()));
+  }
+}
+
+TEST(JsonWriter, WritesArraysAsJsonCDoes) {
+  const JsonTree tree = monitoring::NewArray();
+  std::string text;
+  ArrayWriter(text).Close();
+  EXPECT_EQ(text, json_object_to_json_string(tree.get()));
+  text.clear();
+  ArrayWriter writer(text);
+  for (const int value : {1, 2, 3}) {
+    writer.Begin();
+    monitoring::AppendInteger(text, value);
+    monitoring::Append(tree, monitoring::NewInteger(value));
+  }
+  writer.Close();
+  EXPECT_EQ(text, json_object_to_json_string(tree.get()));
 }
 
 TEST(JsonWriter, QuotesEveryOctetAsJsonCDoes) {
