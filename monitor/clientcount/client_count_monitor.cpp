@@ -36,18 +36,15 @@ constexpr const char* kAllIds = "";
 constexpr const char* kDeviceClientMsgSignature =
     "void ClientCountMonitor::GenerateDeviceClientMsg(json_object*, const Filter*, timeval&)";
 
-/// The entry of `id`, or all for an empty text.
-template <typename ById>
-ById OnlyOf(const ById& all, const std::string& id) {
-  if (id.empty()) return all;
-  const auto found = all.find(id);
-  return found == all.end() ? ById{} : ById{*found};
+/// The series of one view; none for an unknown view.
+const clientcount::SeriesById& SeriesOf(const clientcount::Views& views, const Filter& filter) {
+  static const clientcount::SeriesById none;
+  const auto found = views.find(IntervalOf(filter, monitoring::kClientCountDefaultView));
+  return found == views.end() ? none : found->second;
 }
 
-/// The series of `id` in one view, or all series for an empty text. Empty for an unknown view.
-clientcount::SeriesById SeriesOf(const clientcount::Views& views, const std::string& view, const std::string& id) {
-  const auto found = views.find(view);
-  return found == views.end() ? clientcount::SeriesById{} : OnlyOf(found->second, id);
+JsonTree Shared(std::string text) {
+  return monitoring::SharedJson(std::make_shared<const std::string>(std::move(text)));
 }
 
 }  // namespace
@@ -227,25 +224,37 @@ void ClientCountMonitor::PushDataBySID(const subscribes::SubscriptionList& /*sub
       const auto subscriptions = subscribes::SubscribesManager::GetInstance().GetSubscribeList(topic);
       monitoring::MergedList merged;
       SidMergedWithFilter(subscriptions, merged);
-      monitoring::SendToEach(merged, [&](const Filter& filter, const std::vector<std::string>& sids) {
-        return GenerateJsonMsg(topic, filter, sids);
-      });
+      monitoring::SendToEach(
+          merged, [&](const Filter& filter) { return Body(topic, filter); },
+          [&](const Filter& filter, const JsonTree& body, const std::vector<std::string>& sids) {
+            return Message(topic, filter, body, sids);
+          });
     }
   });
 }
 
 std::string ClientCountMonitor::GenerateJsonMsg(const std::string& type, const Filter& filter,
                                                 const std::vector<std::string>& sids) {
+  return Message(type, filter, Body(type, filter), sids);
+}
+
+JsonTree ClientCountMonitor::Body(const std::string& type, const Filter& filter) const {
   pel_log_debug(log_module::kMonitor, "[ClientCountMonitor::GenerateJsonMsg] start");
-  const JsonTree message = monitoring::NewObject();
   JsonTree body = monitoring::NewObject();
   if (type == monitoring::kSsidClientCountMonitor) {
     GenerateSSIDClientMsg(body, filter);
   } else if (type == monitoring::kDevicesClientCountMonitor) {
     GenerateDeviceClientMsg(body, filter);
   }
-  monitoring::Add(body, json_key::kSid, monitoring::NewSidArray(sids));
-  monitoring::Add(message, IntervalOf(filter, monitoring::kClientCountDefaultView), std::move(body));
+  return body;
+}
+
+std::string ClientCountMonitor::Message(const std::string& type, const Filter& filter, const JsonTree& body,
+                                        const std::vector<std::string>& sids) {
+  monitoring::SetSids(body, sids);
+  const JsonTree message = monitoring::NewObject();
+  const std::string view = IntervalOf(filter, monitoring::kClientCountDefaultView);
+  if (body != nullptr) monitoring::AddShared(message, view.c_str(), body.get());
   return kro_utilities::jsonobject::compose_communication_struct(type.c_str(), message.get());
 }
 
@@ -253,58 +262,66 @@ void ClientCountMonitor::CalculateTotalNumbersForSSID(const Series& series, Seri
   clientcount::AddTo(totals, series);
 }
 
-int ClientCountMonitor::CalculateTotalNumbersForDevices(const Series& series, const JsonTree& object, Series& totals) {
-  clientcount::AddSamples(object, series);
+int ClientCountMonitor::CalculateTotalNumbersForDevices(const Series& series, std::string& object, Series& totals) {
+  object.clear();
+  clientcount::AppendSamples(object, series);
   clientcount::AddTo(totals, series);
   return clientcount::HasFewZeroes(series) ? 0 : -1;
 }
 
 void ClientCountMonitor::GenerateSSIDClientMsg(const JsonTree& body, const Filter& filter) const {
-  SeriesById view;
+  std::string ssids_text;
   clientcount::CountById current;
-  {  // copies, so that a pass does not wait until the message is built
+  {
     const lock_guard_read held(counts_lock);
-    view = SeriesOf(ssid_client_counts, IntervalOf(filter, monitoring::kClientCountDefaultView), kAllIds);
+    clientcount::SeriesWriter ssids(ssids_text, json_key::kSsidClientCountAll);
+    clientcount::Totals totals;
+    std::string samples;
+    for (const auto& [ssid, series] : SeriesOf(ssid_client_counts, filter)) {
+      CalculateTotalNumbersForSSID(series, totals);  // also of an SSID that is left out
+      if (!clientcount::HasFewZeroes(series)) continue;
+      samples.clear();
+      clientcount::AppendSamples(samples, series);
+      ssids.Add(ssid, samples);
+    }
+    ssids.Close(totals);
     current = clientcount::CountBySsid(mac_ssid_map, filter.mac);
   }
   // Interfaces without an SSID have a history in the message, but no present count.
   current.erase("");
-  clientcount::Totals totals;
-  JsonTree ssids = monitoring::NewObject();
-  for (const auto& [ssid, series] : view) {
-    CalculateTotalNumbersForSSID(series, totals);  // also of an SSID that is left out
-    if (!clientcount::HasFewZeroes(series)) continue;
-    monitoring::Add(ssids, ssid, clientcount::SamplesObject(series));
-  }
-  monitoring::Add(ssids, json_key::kSsidClientCountAll, clientcount::SamplesObject(totals));
-  monitoring::Add(body, json_key::kSsidsClientsCounts, std::move(ssids));
-  monitoring::Add(body, json_key::kCurrentSsidClientsCounts, clientcount::CurrentSsidsObject(current));
+  monitoring::Add(body, json_key::kSsidsClientsCounts, Shared(std::move(ssids_text)));
+  monitoring::Add(body, json_key::kCurrentSsidClientsCounts, Shared(clientcount::CurrentSsidsText(current)));
 }
 
 void ClientCountMonitor::GenerateDeviceClientMsg(const JsonTree& body, const Filter& filter) const {
-  SeriesById view;
+  std::string devices_text;
+  clientcount::Totals totals;
   clientcount::CurrentCounts current;
   {
     const lock_guard_read held(counts_lock);
-    view = SeriesOf(device_client_counts, IntervalOf(filter, monitoring::kClientCountDefaultView), filter.mac);
+    clientcount::SeriesWriter devices(devices_text, json_key::kDeviceClientCountAll);
+    std::string samples;
+    const auto add = [&](const std::string& mac, const Series& series) {
+      // The totals hold a device that is left out, too.
+      if (CalculateTotalNumbersForDevices(series, samples, totals) == 0) devices.Add(mac, samples);
+    };
+    const SeriesById& view = SeriesOf(device_client_counts, filter);
+    if (filter.mac.empty()) {
+      for (const auto& [mac, series] : view) add(mac, series);
+    } else if (const auto device = view.find(filter.mac); device != view.end()) {
+      add(device->first, device->second);
+    }
+    devices.Close(totals);
     current = clientcount::Current(mac_ssid_map, filter.mac);
   }
-  clientcount::Totals totals;
-  JsonTree devices = monitoring::NewObject();
-  for (const auto& [mac, series] : view) {
-    JsonTree object = monitoring::NewObject();
-    // The totals hold a device that is left out, too.
-    if (CalculateTotalNumbersForDevices(series, object, totals) == 0) monitoring::Add(devices, mac, std::move(object));
-  }
-  monitoring::Add(body, json_key::kCurrentDevicesCounts, clientcount::CurrentDevicesObject(current));
+  monitoring::Add(body, json_key::kCurrentDevicesCounts, Shared(clientcount::CurrentDevicesText(current)));
   // The view has no sample of the device asked for, and nobody is on it now: its credential state may tell why.
   if (totals.empty() && !filter.mac.empty() && current.empty()) {
     pel_log_debug(log_module::kMonitor, "[%s] device: %s clients all is empty", kDeviceClientMsgSignature,
                   filter.mac.c_str());
     monitoring::AddCredentialMembers(body, filter.mac, "ClientCountMonitor");
   }
-  monitoring::Add(devices, json_key::kDeviceClientCountAll, clientcount::SamplesObject(totals));
-  monitoring::Add(body, json_key::kDevicesClientCounts, std::move(devices));
+  monitoring::Add(body, json_key::kDevicesClientCounts, Shared(std::move(devices_text)));
 }
 
 void ClientCountMonitor::Cleanup(const std::string& mac) {

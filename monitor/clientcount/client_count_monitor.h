@@ -95,11 +95,16 @@ class ClientCountMonitor final : public Monitor {
 
   /// Adds the series of one SSID to `totals`.
   static void CalculateTotalNumbersForSSID(const Series& series, Series& totals);
-  /// Adds the series of one device to `totals`, and its samples to `object`.
+  /// Adds the series of one device to `totals`, and makes `object` the JSON text of its samples.
   ///
   /// Returns: 0, or -1 for a series with so many zeroes that it is not to be shown.
-  static int CalculateTotalNumbersForDevices(const Series& series, const monitoring::JsonTree& object, Series& totals);
+  static int CalculateTotalNumbersForDevices(const Series& series, std::string& object, Series& totals);
 
+  /// The body of a message of a topic, all but its SIDs.
+  monitoring::JsonTree Body(const std::string& type, const Filter& filter) const VEXORA_EXCLUDES(counts_lock);
+  /// The message for one connection, whose SIDs it puts into `body`.
+  static std::string Message(const std::string& type, const Filter& filter, const monitoring::JsonTree& body,
+                             const std::vector<std::string>& sids);
   /// Fills the body of a message by SSID.
   void GenerateSSIDClientMsg(const monitoring::JsonTree& body, const Filter& filter) const VEXORA_EXCLUDES(counts_lock);
   /// Fills the body of a message by device. Asks the host for the credential state of a device without counts.

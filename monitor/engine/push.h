@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "monitor/engine/debug_lines.h"
 #include "monitor/engine/filter.h"
 #include "platform/subscriptions.h"
 
@@ -28,11 +29,17 @@ void MergeByFilter(const subscribes::SubscriptionList& subscriptions, MergedList
 /// Hands one message to the host's send function; dropped without a log line when none is installed.
 void Send(lws* connection, const std::string& text);
 
-/// Sends to each connection, for each filter that it has, what `build(filter, sids)` makes.
-template <typename Build>
-void SendToEach(const MergedList& merged, Build build) {
+/// Sends to each connection, for each filter that it has, what `compose(filter, data, sids)` makes of the data that
+/// `build(filter)` gives, a pointer: built once for all connections of a filter, but for each of them where debug lines
+/// tell of each message, or when there is none.
+template <typename Build, typename Compose>
+void SendToEach(const MergedList& merged, Build build, Compose compose) {
   for (const auto& [filter, connections] : merged) {
-    for (const auto& [connection, sids] : connections) Send(connection, build(*filter, sids));
+    decltype(build(*filter)) data = nullptr;
+    for (const auto& [connection, sids] : connections) {
+      if (data == nullptr || AreDebugLinesLogged()) data = build(*filter);
+      Send(connection, compose(*filter, data, sids));
+    }
   }
 }
 

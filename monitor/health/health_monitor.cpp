@@ -1,11 +1,14 @@
 #include "monitor/health/health_monitor.h"
 
+#include <map>
 #include <memory>
+#include <string>
 #include <utility>
 
 #include "monitor/engine/boundary.h"
 #include "monitor/engine/constants.h"
 #include "monitor/engine/credential_members.h"
+#include "monitor/engine/debug_lines.h"
 #include "monitor/engine/devices.h"
 #include "monitor/engine/filter.h"
 #include "monitor/engine/json_keys.h"
@@ -82,8 +85,12 @@ void HealthMonitor::monitor(const std::string& /*argument*/) {
 
 void HealthMonitor::PushDataBySID(const subscribes::SubscriptionList& subscriptions) {
   monitoring::WithinBoundary("HealthMonitor::PushDataBySID", [&] {
+    std::map<std::string, std::string> texts;  // by the device asked for: one for all connections that ask for it
     for (const auto& [connection, filter] : FilterOfEachConnection(subscriptions)) {
-      monitoring::Send(connection, GenerateJsonMsg(GetMonitorName(), filter->mac));
+      std::string& text = texts[filter->mac];
+      // Empty also when there was no memory for it. Debug lines tell of each message.
+      if (text.empty() || monitoring::AreDebugLinesLogged()) text = GenerateJsonMsg(GetMonitorName(), filter->mac);
+      monitoring::Send(connection, text);
     }
   });
 }

@@ -6,7 +6,6 @@
 
 #include "monitor/engine/boundary.h"
 #include "monitor/engine/constants.h"
-#include "monitor/engine/debug_lines.h"
 #include "monitor/engine/devices.h"
 #include "monitor/engine/filter.h"
 #include "monitor/engine/json_keys.h"
@@ -288,14 +287,10 @@ void TrafficMonitor::PushDataBySID(const subscribes::SubscriptionList& subscript
   monitoring::WithinBoundary("TrafficMonitor::PushDataBySID", [&] {
     monitoring::MergedList merged;
     SidMergedWithFilter(subscriptions, merged);
-    for (const auto& [filter, connections] : merged) {
-      std::shared_ptr<const std::string> data;
-      for (const auto& [connection, sids] : connections) {
-        // One text for all connections of a filter, but debug lines for each message.
-        if (data == nullptr || monitoring::AreDebugLinesLogged()) data = TrafficData(*filter);
-        monitoring::Send(connection, Message(GetMonitorName(), *filter, data, sids));
-      }
-    }
+    monitoring::SendToEach(
+        merged, [this](const Filter& filter) { return TrafficData(filter); },
+        [this](const Filter& filter, const std::shared_ptr<const std::string>& data,
+               const std::vector<std::string>& sids) { return Message(GetMonitorName(), filter, data, sids); });
   });
 }
 

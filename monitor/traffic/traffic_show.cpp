@@ -5,6 +5,7 @@
 #include <charconv>
 #include <cstdint>
 #include <cstring>
+#include <ctime>
 #include <new>
 #include <string_view>
 #include <utility>
@@ -15,6 +16,7 @@
 #include "monitor/engine/json_tree.h"
 #include "monitor/engine/json_writer.h"
 #include "monitor/engine/time_keys.h"
+#include "monitor/engine/view_chain.h"
 #include "monitor/traffic/speed_history.h"
 #include "platform/logging.h"
 
@@ -31,38 +33,75 @@ bool IsShown(const InterfaceRecord& interface, std::size_t view) {
   return false;
 }
 
-/// Room for one sample as text: members, punctuation and three numbers of 64 bits.
-constexpr std::size_t kMaxSampleText = 128;
-
-/// Where the text goes on behind a member of a sample, with the room that it needs.
-char* Put(char* place, std::string_view before, std::int64_t value) {
-  std::memcpy(place, before.data(), before.size());
-  constexpr std::size_t kMaxDigits = 20;
-  return std::to_chars(place + before.size(), place + before.size() + kMaxDigits, value).ptr;
-}
-
-/// Appends the array of samples in the form that json-c gives a tree.
+/// Appends arrays of samples in the form that json-c gives a tree.
 ///
-/// A message may hold millions of samples, so each is put together in a buffer and appended at once.
-void AppendSamples(std::string& text, const History& history) {
-  std::array<char, kMaxSampleText> sample_text{};
-  text += '[';
-  for (std::size_t index = 0; index < history.size(); ++index) {
-    const Traffic& sample = history[index];
-    char* end =
-        Put(sample_text.data(), index == 0 ? R"( { "time": )" : R"(, { "time": )", time_keys::Minute(sample.time));
-    end = Put(end, R"(, "input": )", static_cast<std::int64_t>(sample.input));
-    end = Put(end, R"(, "output": )", static_cast<std::int64_t>(sample.output));
-    text.append(sample_text.data(), end).append(" }");
-  }
-  text += " ]";
-}
+/// A message may hold millions of samples. So many of them are put together in a buffer and appended at once, and a
+/// time, which most interfaces have at the same place in their histories, is written once.
+class SampleWriter {
+ public:
+  explicit SampleWriter(std::string& text) : text_(text) {}
 
-void AppendInterface(std::string& text, const History& history, std::int32_t if_index) {
+  void Append(const History& history) {
+    text_ += '[';
+    char* end = buffer_.data();
+    for (std::size_t index = 0; index < history.size(); ++index) {
+      if (end > buffer_.data() + (buffer_.size() - kMaxSampleText)) {
+        text_.append(buffer_.data(), end);
+        end = buffer_.data();
+      }
+      const Traffic& sample = history[index];
+      end = Put(end, index == 0 ? R"( { "time": )" : R"(, { "time": )");
+      end = Put(end, TextOf(sample.time, times_[index % times_.size()]));
+      end = Put(end, R"(, "input": )", static_cast<std::int64_t>(sample.input));
+      end = Put(end, R"(, "output": )", static_cast<std::int64_t>(sample.output));
+      end = Put(end, " }");
+    }
+    text_.append(buffer_.data(), end).append(" ]");
+  }
+
+ private:
+  /// Room for one sample as text: members, punctuation and three numbers of 64 bits.
+  static constexpr std::size_t kMaxSampleText = 128;
+  static constexpr std::size_t kMaxDigits = 20;
+
+  struct TimeText {
+    time_t time = -1;
+    std::size_t length = 0;
+    std::array<char, kMaxDigits> digits{};
+  };
+
+  /// The minute of a time as text, which is kept.
+  static std::string_view TextOf(time_t time, TimeText& text) {
+    if (text.length == 0 || text.time != time) {
+      const auto [end, error] =
+          std::to_chars(text.digits.data(), text.digits.data() + kMaxDigits, std::int64_t{time_keys::Minute(time)});
+      text.time = time;
+      text.length = static_cast<std::size_t>(end - text.digits.data());
+    }
+    return {text.digits.data(), text.length};
+  }
+
+  static char* Put(char* place, std::string_view text) {
+    std::memcpy(place, text.data(), text.size());
+    return place + text.size();
+  }
+
+  /// Where the text goes on behind a member.
+  static char* Put(char* place, std::string_view before, std::int64_t value) {
+    char* const digits = Put(place, before);
+    return std::to_chars(digits, digits + kMaxDigits, value).ptr;
+  }
+
+  std::string& text_;
+  std::array<char, 32 * kMaxSampleText> buffer_{};
+  std::array<TimeText, kMaxSamples + 1> times_{};
+};
+
+void AppendInterface(std::string& text, SampleWriter& samples, const History& history, std::int32_t if_index) {
   text += R"({ "ifIndex": )";
   AppendInteger(text, if_index);
   text += R"(, "traffic": )";
-  AppendSamples(text, history);
+  samples.Append(history);
   text += " }";
 }
 
@@ -89,12 +128,12 @@ std::size_t UsualLength(const Devices& devices, std::size_t view) {
   return samples * kUsualSample;
 }
 
-void AppendDevice(std::string& text, const DeviceRecord& device, std::size_t view) {
+void AppendDevice(std::string& text, SampleWriter& samples, const DeviceRecord& device, std::size_t view) {
   ObjectWriter interfaces(text);
   for (const InterfaceRecord& interface : device.interfaces) {
     if (!IsShown(interface, view)) continue;
     interfaces.Begin(interface.name);
-    AppendInterface(text, interface.histories[view], interface.if_index);
+    AppendInterface(text, samples, interface.histories[view], interface.if_index);
   }
   interfaces.Close();
 }
@@ -103,6 +142,7 @@ std::string AllDevices(const Devices& devices, std::size_t view) {
   const bool is_logged = AreDebugLinesLogged();
   std::string text;
   text.reserve(UsualLength(devices, view));
+  SampleWriter samples(text);
   ObjectWriter data(text);
   for (const auto& [mac, device] : devices) {
     if (!device.is_in_view[view]) continue;
@@ -111,7 +151,7 @@ std::string AllDevices(const Devices& devices, std::size_t view) {
                                          [view](const InterfaceRecord& each) { return IsShown(each, view); });
     if (!has_members) continue;
     data.Begin(mac);
-    AppendDevice(text, device, view);
+    AppendDevice(text, samples, device, view);
   }
   data.Close();
   return text;
@@ -121,18 +161,20 @@ std::string AllDevices(const Devices& devices, std::size_t view) {
 std::string OneDevice(const std::string& mac, const DeviceRecord& device, std::size_t view) {
   if (AreDebugLinesLogged()) LogSamples(mac, device, view);
   JsonTree object = NewObject();
+  std::string text;
+  SampleWriter samples(text);
   for (const InterfaceRecord& interface : device.interfaces) {
     if (!IsShown(interface, view)) continue;
-    std::string text;
-    AppendInterface(text, interface.histories[view], interface.if_index);
+    text.clear();
+    AppendInterface(text, samples, interface.histories[view], interface.if_index);
     Add(object, interface.name, RawJson(text.c_str()));
   }
   AddCredentialMembers(object, mac, "TrafficMonitor");
   const JsonTree data = NewObject();
   if (HasMembers(object)) Add(data, mac, std::move(object));
-  const char* text = json_object_to_json_string(data.get());
-  if (text == nullptr) throw std::bad_alloc();
-  return text;
+  const char* whole = json_object_to_json_string(data.get());
+  if (whole == nullptr) throw std::bad_alloc();
+  return whole;
 }
 
 }  // namespace

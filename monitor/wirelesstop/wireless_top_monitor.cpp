@@ -83,32 +83,42 @@ void WirelessTopMonitor::PushDataBySID(const subscribes::SubscriptionList& subsc
     monitoring::MergedList merged;
     // Equal filters of one connection share a message.
     monitoring::MergeByFilter(subscriptions, merged, &AreEqualWirelessTopFilters);
-    for (const auto& [filter, connections] : merged) {
-      const auto* wanted = dynamic_cast<const WirelessTopFilter*>(filter);
-      if (wanted == nullptr) continue;  // another monitor's filter
-      for (const auto& [connection, sids] : connections) {
-        monitoring::Send(connection, GenerateJsonMsg(GetMonitorName(), wanted, sids));
-      }
-    }
+    std::erase_if(merged, [](const auto& entry) {
+      return dynamic_cast<const WirelessTopFilter*>(entry.first) == nullptr;  // another monitor's filter
+    });
+    monitoring::SendToEach(
+        merged, [this](const Filter& filter) { return Body(dynamic_cast<const WirelessTopFilter&>(filter)); },
+        [this](const Filter& /*filter*/, const JsonTree& body, const std::vector<std::string>& sids) {
+          return Message(GetMonitorName(), body, sids);
+        });
   });
 }
 
 std::string WirelessTopMonitor::GenerateJsonMsg(const std::string& topic, const WirelessTopFilter* filter,
                                                 const std::vector<std::string>& sids) {
-  if (filter == nullptr) return kNoMessage;
+  return filter == nullptr ? kNoMessage : Message(topic, Body(*filter), sids);
+}
+
+JsonTree WirelessTopMonitor::Body(const WirelessTopFilter& filter) {
   // All parts before the lock is taken, so that a shortage of memory is answered without it.
   wirelesstop::MessageParts parts;
   if (!wirelesstop::AreAllocated(parts)) {
     pel_log_error(log_module::kMonitor, "[WirelessTopMonitor::GenerateJsonMsg] Allocate JSON failed");
-    return kNoMessage;
+    return nullptr;
   }
-  monitoring::Add(parts.root, monitoring::json_key::kSid, monitoring::NewSidArray(sids));
+  monitoring::SetSids(parts.root, {});  // the first member of the message, whoever gets it
 
   const lock_guard_read held(cache_lock_);
   // All names with one question, in place of one question for each entry.
   const auto infos = DeviceManager::GetInstance().GetDevicesBasicInfo("", false);
-  const JsonTree root = wirelesstop::MessageBody(std::move(parts), SelectionOf(*filter), infos);
-  return kro_utilities::jsonobject::compose_communication_struct(topic.c_str(), root.get());
+  return wirelesstop::MessageBody(std::move(parts), SelectionOf(filter), infos);
+}
+
+std::string WirelessTopMonitor::Message(const std::string& topic, const JsonTree& body,
+                                        const std::vector<std::string>& sids) {
+  if (body == nullptr) return kNoMessage;
+  monitoring::SetSids(body, sids);
+  return kro_utilities::jsonobject::compose_communication_struct(topic.c_str(), body.get());
 }
 
 wirelesstop::Selection WirelessTopMonitor::SelectionOf(const WirelessTopFilter& filter) {

@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "monitor/engine/json_tree.h"
 #include "monitor/engine/monitor.h"
 #include "monitor/wirelesstop/wireless_top_filter.h"
 #include "monitor/wirelesstop/wireless_top_fold.h"
@@ -55,7 +56,7 @@ class WirelessTopMonitor final : public Monitor {
   /// The message for one connection: what the filter selects from the rankings. "{}" when memory is exhausted, or when
   /// there is no filter.
   ///
-  /// Asks the device centre for the devices' names, and has the message composed, with the caches locked for reading.
+  /// Asks the device centre for the devices' names with the caches locked for reading.
   std::string GenerateJsonMsg(const std::string& topic, const WirelessTopFilter* filter,
                               const std::vector<std::string>& sids) VEXORA_EXCLUDES(cache_lock_, order_lock_);
 
@@ -63,6 +64,12 @@ class WirelessTopMonitor final : public Monitor {
   void Cleanup(const std::string& mac) override;
 
  private:
+  /// The body of a message, which has its SIDs still to get; null, and logged, when memory is exhausted.
+  monitoring::JsonTree Body(const WirelessTopFilter& filter) VEXORA_EXCLUDES(cache_lock_, order_lock_);
+  /// The message for one connection, whose SIDs it puts into `body`; "{}" without one.
+  static std::string Message(const std::string& topic, const monitoring::JsonTree& body,
+                             const std::vector<std::string>& sids);
+
   /// What a filter selects from the rankings. Valid while the caller holds `cache_lock_`.
   monitoring::wirelesstop::Selection SelectionOf(const WirelessTopFilter& filter) VEXORA_REQUIRES_SHARED(cache_lock_)
       VEXORA_EXCLUDES(order_lock_);

@@ -1,63 +1,87 @@
 #include "monitor/wirelesstop/wireless_top_show.h"
 
 #include <cstdint>
+#include <memory>
 #include <utility>
 
 #include "monitor/engine/devices.h"
 #include "monitor/engine/json_keys.h"
+#include "monitor/engine/json_writer.h"
 
 namespace monitoring::wirelesstop {
 namespace {
 
-/// What an entry begins with. An access point or a client has an id and a name, a network its name alone.
-JsonTree NamedObject(const std::string& id, const std::string& name) {
-  JsonTree object = NewObject();
-  Add(object, json_key::kId, NewText(id));
-  Add(object, json_key::kName, NewText(name));
-  return object;
+// Entries are written as text, for a message may hold all clients. An access point or a client has an id and a name, a
+// network its name alone.
+
+void AppendName(ObjectWriter& object, std::string& text, const std::string& name) {
+  object.Begin(json_key::kName);
+  AppendQuoted(text, name);
 }
 
-JsonTree NamedObject(const std::string& name) {
-  JsonTree object = NewObject();
-  Add(object, json_key::kName, NewText(name));
-  return object;
+void AppendIdAndName(ObjectWriter& object, std::string& text, const std::string& id, const std::string& name) {
+  object.Begin(json_key::kId);
+  AppendQuoted(text, id);
+  AppendName(object, text, name);
 }
 
 /// Units: KiB, as in `NetStream`.
-JsonTree WithTraffic(JsonTree object, const NetStream& stream) {
-  Add(object, json_key::kIn, NewInteger(static_cast<std::int64_t>(stream.in)));
-  Add(object, json_key::kOut, NewInteger(static_cast<std::int64_t>(stream.out)));
-  Add(object, json_key::kTotal, NewInteger(static_cast<std::int64_t>(stream.in + stream.out)));
-  return object;
+void AppendTraffic(ObjectWriter& object, std::string& text, const NetStream& stream) {
+  object.Begin(json_key::kIn);
+  AppendInteger(text, static_cast<std::int64_t>(stream.in));
+  object.Begin(json_key::kOut);
+  AppendInteger(text, static_cast<std::int64_t>(stream.out));
+  object.Begin(json_key::kTotal);
+  AppendInteger(text, static_cast<std::int64_t>(stream.in + stream.out));
 }
 
-JsonTree WithClients(JsonTree object, const ClientCount& count) {
-  Add(object, json_key::kClients, NewInteger(count.count));
-  return object;
+void AppendClients(ObjectWriter& object, std::string& text, const ClientCount& count) {
+  object.Begin(json_key::kClients);
+  AppendInteger(text, count.count);
 }
 
-std::string HostName(const DeviceInfos& infos, const std::string& mac) {
+const std::string& HostName(const DeviceInfos& infos, const std::string& mac) {
+  static const std::string unknown;
   const auto found = infos.find(mac);
-  return found == infos.end() ? std::string() : found->second.hostname;
+  return found == infos.end() ? unknown : found->second.hostname;
+}
+
+/// Makes a list, which is an empty array, serialise as its entries, each an object that `append` fills.
+template <typename Entries, typename AppendEntry>
+void Fill(const JsonTree& list, const Entries& entries, AppendEntry append) {
+  std::string text;
+  ArrayWriter array(text);
+  for (const auto* entry : entries) {
+    array.Begin();
+    ObjectWriter object(text);
+    append(object, text, *entry);
+    object.Close();
+  }
+  array.Close();
+  SerialiseAs(list, std::make_shared<const std::string>(std::move(text)));
 }
 
 void FillLists(const MessageParts& parts, const Selection& selection, const DeviceInfos& infos) {
-  for (const NetStream* device : selection.device_traffic) {
-    Append(parts.access_point_traffic, WithTraffic(NamedObject(device->name, HostName(infos, device->name)), *device));
-  }
-  for (const ClientCount* device : selection.device_clients) {
-    Append(parts.access_point_clients, WithClients(NamedObject(device->name, HostName(infos, device->name)), *device));
-  }
-  for (const NetStream* ssid : selection.ssid_traffic) {
-    Append(parts.network_traffic, WithTraffic(NamedObject(ssid->name), *ssid));
-  }
-  for (const ClientCount* ssid : selection.ssid_clients) {
-    Append(parts.network_clients, WithClients(NamedObject(ssid->name), *ssid));
-  }
-  for (const NetStream* client : selection.client_traffic) {
-    const std::string name = client->desc.empty() ? DeviceName(client->name) : client->desc;
-    Append(parts.client_traffic, WithTraffic(NamedObject(client->name, name), *client));
-  }
+  Fill(parts.access_point_traffic, selection.device_traffic, [&](auto& object, auto& text, const NetStream& device) {
+    AppendIdAndName(object, text, device.name, HostName(infos, device.name));
+    AppendTraffic(object, text, device);
+  });
+  Fill(parts.access_point_clients, selection.device_clients, [&](auto& object, auto& text, const ClientCount& device) {
+    AppendIdAndName(object, text, device.name, HostName(infos, device.name));
+    AppendClients(object, text, device);
+  });
+  Fill(parts.network_traffic, selection.ssid_traffic, [](auto& object, auto& text, const NetStream& ssid) {
+    AppendName(object, text, ssid.name);
+    AppendTraffic(object, text, ssid);
+  });
+  Fill(parts.network_clients, selection.ssid_clients, [](auto& object, auto& text, const ClientCount& ssid) {
+    AppendName(object, text, ssid.name);
+    AppendClients(object, text, ssid);
+  });
+  Fill(parts.client_traffic, selection.client_traffic, [](auto& object, auto& text, const NetStream& client) {
+    AppendIdAndName(object, text, client.name, client.desc.empty() ? DeviceName(client.name) : client.desc);
+    AppendTraffic(object, text, client);
+  });
 }
 
 /// Two lists of a message in an object of their own.

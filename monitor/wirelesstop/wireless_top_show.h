@@ -24,8 +24,8 @@ struct MessageParts {
 /// Whether none of the allocations failed.
 bool AreAllocated(const MessageParts& parts);
 
-/// The body with the selected entries in its lists: access points by MAC and host name, networks by SSID, clients by
-/// MAC and name.
+/// The body with the selected entries, which are texts, in its lists: access points by MAC and host name, networks by
+/// SSID, clients by MAC and name.
 ///
 /// Asks the device centre for the name of a managed device where a client has none of its own.
 JsonTree MessageBody(MessageParts parts, const Selection& selection, const DeviceInfos& infos);

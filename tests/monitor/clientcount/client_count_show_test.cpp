@@ -1,11 +1,11 @@
 #include "monitor/clientcount/client_count_show.h"
 #include "monitor/clientcount/client_count_records.h"
-#include "monitor/engine/json_tree.h"
 
 #include <gmock/gmock.h>
 
 #include <new>
 #include <stdexcept>
+#include <string>
 
 #include "probe/host/connection_id.h"
 #include "probe/host/sending.h"
@@ -223,25 +223,50 @@ TEST_F(ClientCountShow, SaysNothingOfAnEmptyDeviceWhenTheFilterNamesNone) {
 using monitoring::clientcount::CountById;
 using monitoring::clientcount::CurrentCounts;
 using monitoring::clientcount::Series;
-
-std::string TextOf(const monitoring::JsonTree& tree) {
-  return json_object_to_json_string(tree.get());
-}
+using monitoring::clientcount::SeriesWriter;
 
 TEST(ClientCountShowUnit, WritesASeriesByMinute) {
-  EXPECT_EQ(TextOf(monitoring::clientcount::SamplesObject({{100, 3}, {101, 0}})), R"({ "100": 3, "101": 0 })");
-  EXPECT_EQ(TextOf(monitoring::clientcount::SamplesObject(Series())), "{ }");
+  std::string text;
+  monitoring::clientcount::AppendSamples(text, {{100, 3}, {101, 0}});
+  EXPECT_EQ(text, R"({ "100": 3, "101": 0 })");
+  monitoring::clientcount::AppendSamples(text, Series());
+  EXPECT_EQ(text, R"({ "100": 3, "101": 0 }{ })");
+}
+
+TEST(ClientCountShowUnit, WritesTheGreatestNumbersOfASeries) {
+  std::string text;
+  monitoring::clientcount::AppendSamples(text, {{-2'147'483'648, -2'147'483'647}, {2'147'483'647, 2'147'483'647}});
+  EXPECT_EQ(text, R"({ "-2147483648": -2147483647, "2147483647": 2147483647 })");
+}
+
+TEST(ClientCountShowUnit, WritesTheSumBehindTheSeries) {
+  std::string text;
+  SeriesWriter writer(text, "all");
+  writer.Add("a", "{ }");
+  writer.Add("b", R"({ "1": 2 })");
+  writer.Close({{1, 2}});
+  EXPECT_EQ(text, R"({ "a": { }, "b": { "1": 2 }, "all": { "1": 2 } })");
+}
+
+TEST(ClientCountShowUnit, WritesTheSumInPlaceOfASeriesOfItsName) {
+  std::string text;
+  SeriesWriter writer(text, "all");
+  writer.Add("a", "{ }");
+  writer.Add("all", R"({ "1": 2 })");
+  writer.Add(std::string("all\0x", 5), R"({ "1": 3, "2": 4 })");
+  writer.Add("b", "{ }");
+  writer.Close({{7, 8}});
+  EXPECT_EQ(text, R"({ "a": { }, "all": { "7": 8 }, "b": { } })");
 }
 
 TEST(ClientCountShowUnit, WritesPresentCountsBySsid) {
-  EXPECT_EQ(TextOf(monitoring::clientcount::CurrentSsidsObject(CountById{{"Guest", 4}, {"Office", 0}})),
+  EXPECT_EQ(monitoring::clientcount::CurrentSsidsText(CountById{{"Guest", 4}, {"Office", 0}}),
             R"({ "Guest": { "count": 4 }, "Office": { "count": 0 } })");
 }
 
 TEST(ClientCountShowUnit, WritesPresentCountsByDeviceAlsoOfTheEmptySsid) {
-  EXPECT_EQ(
-      TextOf(monitoring::clientcount::CurrentDevicesObject(CurrentCounts{{"A", {{"", {1, 0}}, {"Lab", {2, 0}}}}})),
-      R"({ "A": { "": { "ssid": "", "count": 1 }, "Lab": { "ssid": "Lab", "count": 2 } } })");
+  EXPECT_EQ(monitoring::clientcount::CurrentDevicesText(CurrentCounts{{"A", {{"", {1, 0}}, {"Lab", {2, 0}}}}}),
+            R"({ "A": { "": { "ssid": "", "count": 1 }, "Lab": { "ssid": "Lab", "count": 2 } } })");
 }
 
 }  // namespace
