@@ -7,8 +7,9 @@
 #include "monitor/reports/network/network_records.h"
 #include "monitor/reports/network/network_traffic.h"
 
-/// The folding of a pass: from the devices' samples to days and weeks. Each step takes time with the number of samples
-/// and IDs; the result is the same as that of calling the calculations of each ID one after the other.
+/// The folding of all samples of the day into days and weeks, which writes the debug lines of a pass. Without a reader
+/// of these a pass takes the short way of network_running.h, with the same result. Each step takes time with the number
+/// of samples and IDs; the result is the same as that of calling the calculations of each ID one after the other.
 ///
 /// In a pass `day` is the last day of every "daily" map, and these hold no more than `kMaxReportDays` others, because
 /// retention runs before.

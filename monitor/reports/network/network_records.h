@@ -11,9 +11,10 @@
 
 /// What the wireless network report keeps.
 ///
-/// Every record describes one thing (a network, an access point, a band, a rogue access point) in one bucket: a
-/// five-minute sample, a day or a week. A new record is empty but for the time of its construction. That time is used
-/// in samples and in the sightings of a scan, which are made while collecting; the fold never reads it.
+/// Every record describes one thing (a network, an access point, a band, a rogue access point) in one bucket, a day or
+/// a week, or in a five-minute sample. Samples are kept in network_store.h; records of them are made for debug lines
+/// only. A new record is empty but for the time of its construction, which is used in the sightings of a scan and
+/// nowhere else.
 namespace vexora_probe::monitor {
 
 /// Five-minute slots of a whole day.

@@ -78,10 +78,17 @@ void DropBucket(const std::string& period, const std::string& key, DeviceReport&
   std::erase_if(devices, [](const auto& device) { return device.second.empty(); });
 }
 
+/// Drops the samples of a day, which is not made when there are none: days that nobody fills would stay for ever.
+template <typename Samples>
+void DropDay(const std::string& day, Samples& samples) {
+  const auto found = samples.find(day);
+  if (found != samples.end()) found->second.clear();
+}
+
 /// Drops the samples and the bucket of today and the bucket of this week of one family.
 template <typename Samples, typename Periods>
 void DropCurrent(const std::string& day, const std::string& week, Samples& samples, Periods& report) {
-  samples[day].clear();
+  DropDay(day, samples);
   report[monitoring::kDaily].erase(day);
   report[monitoring::kWeekly].erase(week);
 }
@@ -91,7 +98,7 @@ void DropCurrent(const std::string& day, const std::string& week, const HostFunc
                  "[WirelessNetworkReport::CleaRedundantSampleData] clear current day and week data");
   DropBucket(monitoring::kDaily, day, report.device_ssid_report);
   DropBucket(monitoring::kWeekly, week, report.device_ssid_report);
-  report.device_ssid_samples[day].clear();
+  DropDay(day, report.device_ssid_samples);
   DropCurrent(day, week, report.rogue_samples, report.rogue_report);
   DropCurrent(day, week, report.access_point_snapshot, report.access_point_report);
   DropCurrent(day, week, report.ssid_snapshot, report.ssid_report);

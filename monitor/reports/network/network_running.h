@@ -16,9 +16,10 @@ namespace vexora_probe::monitor {
 /// Adds what was staged for this minute to the devices' days, and to the minute of the three families.
 void FoldStagedSamples(std::int64_t minute, SampleStore& store) noexcept;
 
-/// Writes today and this week of every ID of a family. Finishes past days and drops an eighth one.
+/// Writes today and this week of every ID of a family. When its week is due, makes the records of today, finishes past
+/// days, drops an eighth one, and builds the week anew from its days.
 ///
-/// Returns whether records were made, which have no names yet.
+/// Returns whether the week was built: its records, and new ones of today, have no names yet.
 bool FoldSums(const ReportTime& time, FamilySums& family, Report& report);
 
 }  // namespace vexora_probe::monitor

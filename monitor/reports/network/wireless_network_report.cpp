@@ -1,6 +1,7 @@
 #include "monitor/reports/network/wireless_network_report.h"
 
 #include <cstddef>
+#include <memory>
 #include <utility>
 
 #include "monitor/engine/constants.h"
@@ -48,6 +49,19 @@ const Bucket& BucketOf(const std::map<std::string, std::map<std::string, Bucket>
   const auto bucket = buckets->second.find(period);
   return bucket == buckets->second.end() ? empty : bucket->second;
 }
+
+/// Drops what the debug lines of a pass tell of when the pass ends, also when memory runs out in it: it takes a hundred
+/// times as much as what is kept.
+class DebugReportOfPass {
+ public:
+  explicit DebugReportOfPass(std::unique_ptr<NetworkReport>& report) : report_(report) {}
+  ~DebugReportOfPass() { report_.reset(); }
+  DebugReportOfPass(const DebugReportOfPass&) = delete;
+  DebugReportOfPass& operator=(const DebugReportOfPass&) = delete;
+
+ private:
+  std::unique_ptr<NetworkReport>& report_;
+};
 
 }  // namespace
 
@@ -116,15 +130,12 @@ void WirelessNetworkReport::CollectData() {
   const long now = static_cast<long>(time(nullptr));
   const std::string day = GetDateStr(now);
   const std::string week = GetWeekStr(now);
-  if (!BeginPass(static_cast<time_t>(now), week)) return;
-  debug_report_.reset();  // there is one here when memory ran out in the last pass
+  if (!BeginPass(static_cast<time_t>(now), day, week)) return;
+  const DebugReportOfPass of_pass(debug_report_);
   if (monitoring::AreDebugLinesLogged()) debug_report_ = NewDebugReport();
-
-  // Two signs of a clock that was set back: a sample of today that is not in the past, and a last collection that is
-  // later than now, which also shows a step back to another day.
-  bool is_changed = ClearOtherSnapShot(day, now);
-  if (static_cast<long>(last_collection_time_) > now) is_changed = true;
-  CleaRedundantSampleData(day, week, is_changed);
+  ClearOtherSnapShot(day, now);
+  CleaRedundantSampleData(day, week, is_clock_changed_);
+  is_clock_changed_ = false;
   ClearTimeDeltaForRadio();
   pel_log_debug(log_module::kMonitor, "[WirelessNetworkReport::CollectData] Times up");
 
@@ -134,7 +145,13 @@ void WirelessNetworkReport::CollectData() {
   CollectAccessPoints(now, day, week);
   CollectSpectrums(now, day, week);
   last_collection_time_ = static_cast<time_t>(now);
-  debug_report_.reset();
+}
+
+void WirelessNetworkReport::NoteClock(const std::string& day, const long& now) {
+  // Two signs of a clock that was set back: a sample of today that is not in the past, and a last collection that is
+  // later than now, which also shows a step back to another day.
+  const bool has_future_sample = store_.day == day && store_.HasSampleSince(monitoring::time_keys::Minute(now));
+  if (has_future_sample || static_cast<long>(last_collection_time_) > now) is_clock_changed_ = true;
 }
 
 std::unique_ptr<NetworkReport> WirelessNetworkReport::NewDebugReport() const {
@@ -142,11 +159,13 @@ std::unique_ptr<NetworkReport> WirelessNetworkReport::NewDebugReport() const {
   return DebugReport(report_, store_);
 }
 
-bool WirelessNetworkReport::BeginPass(time_t now, const std::string& week) {
+bool WirelessNetworkReport::BeginPass(time_t now, const std::string& day, const std::string& week) {
   const tm local = monitoring::time_keys::LocalTime(now);
   week_day_ = local.tm_wday;
   ++tick_counter_;
   if (tick_counter_ % kPassesPerSample != 0) return false;
+  // Before anything that needs memory: if that runs out, the next attempt comes when the clock may have caught up.
+  NoteClock(day, static_cast<long>(now));
   if (!GetStartEndTimeOfWeek(week, week_start_, week_end_)) {
     // The counter is not reset, so that the next attempt comes five passes later.
     pel_log_error(log_module::kMonitor, "[WirelessNetworkReport::CollectData] Get start and end day failed");

@@ -120,7 +120,8 @@ class WirelessNetworkReport final : public Monitor {
   /// As in network_rogues.h.
   static double GetAverageSignalStrength(const std::map<std::string, RogueAPs>& sightings, const bool& daily);
 
-  // Retention. The first two as in network_retention.h; the third drops the traffic of the radios.
+  // Retention. The first two do as in network_retention.h with the samples that are kept, the buckets and what the
+  // debug lines tell of; the third drops the traffic of the radios.
 
   bool ClearOtherSnapShot(const std::string& day, const long& now) VEXORA_EXCLUDES(lock_);
   void CleaRedundantSampleData(const std::string& day, const std::string& week, const bool& clear_current)
@@ -154,8 +155,11 @@ class WirelessNetworkReport final : public Monitor {
   /// The calendar that the fold takes, from the keys and what `BeginPass` noted.
   ReportTime TimeOf(const std::string& day, const std::string& week) const;
 
+  /// Notes whether the clock was set back since the last collection.
+  void NoteClock(const std::string& day, const long& now);
+
   /// Notes the calendar of a pass and counts it. Returns whether it is one that takes samples.
-  bool BeginPass(time_t now, const std::string& week);
+  bool BeginPass(time_t now, const std::string& day, const std::string& week);
 
   /// Takes scan and samples of one device, unless it is gone, has no driver or no wireless side.
   void CollectDevice(const std::string& mac, const long& now, const std::string& day, const std::string& week)
@@ -173,12 +177,13 @@ class WirelessNetworkReport final : public Monitor {
   std::int32_t week_day_ = 0;        // of the latest pass; 0 is Sunday
   time_t last_collection_time_ = 0;  // tells when the clock goes back
   std::uint32_t tick_counter_ = 0;   // passes since samples were last taken
+  bool is_clock_changed_ = false;    // today is still to be dropped, also after a pass that ran out of memory
 
   std::string kept_day_;  // of the latest retention
   std::string kept_week_;
   SampleStore store_;  // its sums point to records of `report_`, which are written with the lock held
   AccessPointNames names_;
-  std::unique_ptr<NetworkReport> debug_report_;  // during a pass of which somebody reads the debug lines
+  std::unique_ptr<NetworkReport> debug_report_;  // there while a pass runs of which somebody reads the debug lines
 
   // The traffic of each network on each radio between its two latest samples, as the log says it; empty while nobody
   // reads debug lines. Nothing else reads it: it is there for a debugger.

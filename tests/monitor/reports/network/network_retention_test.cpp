@@ -198,6 +198,16 @@ TEST(NetworkRetentionBuckets, KeepsTodaysSamplesUnlessTheClockWentBack) {
   EXPECT_THAT(Kept("daily", report), ElementsAre(kDay));
 }
 
+TEST(NetworkRetentionBuckets, MakesNoDayWithoutSamplesWhenTheClockWentBack) {
+  NetworkReport report;
+  CleaRedundantSampleData(kDay, kWeek, true, kHost, report);
+  EXPECT_THAT(report.device_ssid_samples, IsEmpty());
+  EXPECT_THAT(report.rogue_samples, IsEmpty());
+  EXPECT_THAT(report.access_point_snapshot, IsEmpty());
+  EXPECT_THAT(report.ssid_snapshot, IsEmpty());
+  EXPECT_THAT(report.spectrum_snapshot, IsEmpty());
+}
+
 TEST(NetworkRetentionBuckets, DropsTodayEverywhereWhenTheClockWentBack) {
   NetworkReport report = Sampled(kFiveBefore);
   for (const char* day : {"2026-11-17", kDay}) AddBucket("daily", day, report);
