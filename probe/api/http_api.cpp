@@ -18,7 +18,7 @@ using nlohmann::ordered_json;
 constexpr std::string_view kApi = "/api/";
 constexpr std::string_view kLive = "/api/live/";
 
-/// The engine counts as stalled after so many passes without a message, but never before `kLeastSilence`.
+/// The engine counts as stalled when so many passes are missing, but never before `kLeastSilence`.
 /// At a high speed three passes are over in milliseconds, and a busy machine must not look stalled.
 constexpr unsigned kMissedPasses = 3;
 constexpr std::chrono::seconds kLeastSilence{10};
@@ -43,8 +43,8 @@ bool IsStandard(const std::string& topic, const std::string& variant) {
 
 }  // namespace
 
-HttpApi::HttpApi(ProbeFacts facts, PluginCalls plugin, DeviceCentre& centre, const LatestMessages& latest,
-                 PageFiles pages, PollStatuses polls)
+HttpApi::HttpApi(ProbeFacts facts, PluginCalls plugin, DeviceCentre& centre, LatestMessages& latest, PageFiles pages,
+                 PollStatuses polls)
     : facts_(std::move(facts)),
       plugin_(std::move(plugin)),
       centre_(centre),
@@ -123,7 +123,7 @@ HttpAnswer HttpApi::Status() const {
   const timeval now = InstalledClock().Now();
   constexpr std::int64_t kThousand = 1000;
   ordered_json last;
-  if (const auto received = latest_.last_received()) last = static_cast<std::int64_t>(*received);
+  if (const auto pass = latest_.last_pass()) last = static_cast<std::int64_t>(*pass);
   ordered_json topics = ordered_json::array();
   for (const StandardFilter& wanted : StandardFilters()) {
     const auto message = latest_.Find(wanted.topic, wanted.variant);
@@ -151,7 +151,7 @@ HttpAnswer HttpApi::Live(const HttpRequest& request) const {
     return ErrorAnswer(404, "unknown_topic", "There is no such live topic.");
   if (!IsStandard(topic, variant))
     return ErrorAnswer(400, "unknown_filter", "The topic has no such view; for others, subscribe to it.");
-  const auto message = latest_.Find(topic, variant);
+  const auto message = latest_.Ask(topic, variant);
   if (message == nullptr && latest_.IsTooLarge(topic, variant))
     return ErrorAnswer(404, "too_large", "The topic's messages are too large to be kept; subscribe, with a filter.");
   if (message == nullptr)

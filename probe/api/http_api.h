@@ -30,7 +30,7 @@ class HttpApi {
   static constexpr unsigned kPassSeconds = 60;
 
   /// An empty `polls` is for a probe that polls no devices.
-  HttpApi(ProbeFacts facts, PluginCalls plugin, DeviceCentre& centre, const LatestMessages& latest, PageFiles pages,
+  HttpApi(ProbeFacts facts, PluginCalls plugin, DeviceCentre& centre, LatestMessages& latest, PageFiles pages,
           PollStatuses polls = {});
 
   bool has_pages() const { return !pages_.is_empty(); }
@@ -66,7 +66,7 @@ class HttpApi {
   const ProbeFacts facts_;
   const PluginCalls plugin_;
   DeviceCentre& centre_;
-  const LatestMessages& latest_;
+  LatestMessages& latest_;
   const PageFiles pages_;
   const PollStatuses polls_;
   const SteadyClock::time_point started_ = SteadyClock::now();

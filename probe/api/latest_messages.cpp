@@ -30,10 +30,13 @@ std::string RankingFilter(const std::string& orderby) {
       .dump();
 }
 
+/// No device has this MAC, so the message that tells of the passes is small, and asks the host for nothing.
+constexpr char kNoDevice[] = R"({"mac":"none"})";
+
 /// The request for one subscription, as the tree that crosses the contract.
-JsonCHandle RequestFor(const StandardFilter& wanted) {
+JsonCHandle RequestFor(const std::string& filter) {
   // Put together of constants, none of which has to be escaped.
-  const std::string text = std::string(R"([{"sid":")") + kSid + R"(","filter":)" + wanted.filter + "}]";
+  const std::string text = std::string(R"([{"sid":")") + kSid + R"(","filter":)" + filter + "}]";
   return JsonCHandle(json_tokener_parse(text.c_str()));
 }
 
@@ -53,52 +56,109 @@ const std::vector<StandardFilter>& StandardFilters() {
   return filters;
 }
 
-void LatestMessages::Subscribe(WebServer& server, SubscriptionService& service) {
-  for (const StandardFilter& wanted : StandardFilters()) {
-    const auto parsed = service.Parse(wanted.topic, RequestFor(wanted).get());
-    if (!parsed) continue;
-    // A connection for each, so that it is known which filter a message answers.
-    const auto connection = std::make_shared<ConnectionId>(kNoConnection);
-    // The receiver needs the id that it is given here. No message comes before `File`, so it is there in time.
-    *connection = server.AddLocalReceiver([kept = kept_, key = Key{wanted.topic, wanted.variant}, connection,
-                                           &service](const std::string& text) {
-      // On the engine's thread, in the middle of a push: the service has let go of its lock by then.
-      if (Keep(*kept, key, text)) return;
-      service.Unsubscribe(key.first, *connection, kSid);
-      log::Info("[LatestMessages] messages of %s %s are too large to be kept", key.first.c_str(), key.second.c_str());
-    });
-    service.File(wanted.topic, *connection, *parsed);
+void LatestMessages::Start(WebServer& server, SubscriptionService& service) {
+  service_ = &service;
+  {
+    const lock_guard held(kept_->lock);
+    for (const StandardFilter& wanted : StandardFilters()) {
+      const Key key{wanted.topic, wanted.variant};
+      // A connection for each, so that it is known which filter a message answers.
+      Entry& entry = kept_->entries[key];
+      entry.filter = wanted.filter;
+      // On the thread that pushes: the service has let go of its lock by then.
+      entry.connection = server.AddLocalReceiver(
+          [kept = kept_, key, &service](const std::string& text) { Keep(*kept, service, key, text); });
+    }
+  }
+  const auto passes = service.Parse(monitoring::kHealthMonitor, RequestFor(kNoDevice).get());
+  if (!passes) return;
+  const ConnectionId connection =
+      server.AddLocalReceiver([kept = kept_, &service](const std::string& /*text*/) { OnPass(*kept, service); });
+  service.File(monitoring::kHealthMonitor, connection, *passes);
+}
+
+void LatestMessages::OnPass(Kept& kept, SubscriptionService& service) {
+  const time_t now = InstalledClock().Now().tv_sec;
+  std::vector<std::shared_ptr<const Message>> dropped;  // freed without the lock
+  const lock_guard held(kept.lock);
+  ++kept.passes;
+  kept.last_pass = now;
+  kept.last_arrival = SteadyClock::now();
+  for (auto& [key, entry] : kept.entries) {
+    if (!entry.asked || kept.passes - *entry.asked <= kKeptPasses) continue;
+    service.Unsubscribe(key.first, entry.connection, kSid);
+    dropped.push_back(std::move(entry.message));
+    entry.message = nullptr;
+    entry.is_too_large = false;
+    entry.asked.reset();
   }
 }
 
-bool LatestMessages::Keep(Kept& kept, const Key& key, const std::string& text) {
+void LatestMessages::Keep(Kept& kept, SubscriptionService& service, const Key& key, const std::string& text) {
   const time_t now = InstalledClock().Now().tv_sec;
   const bool is_small = text.size() <= kMaxBytes;
   std::shared_ptr<const Message> message;
   if (is_small) message = std::make_shared<const Message>(Message{text, now});
-  const lock_guard held(kept.lock);
-  kept.last_received = now;
-  kept.last_arrival = SteadyClock::now();
-  kept.messages[key].swap(message);  // the old one is freed without the lock
-  if (!is_small) kept.too_large.insert(key);
-  return is_small;
+  {
+    const lock_guard held(kept.lock);
+    Entry& entry = kept.entries[key];
+    if (!entry.asked) return;
+    entry.message.swap(message);  // the old one is freed without the lock
+    if (is_small) return;
+    entry.is_too_large = true;
+    service.Unsubscribe(key.first, entry.connection, kSid);
+  }
+  log::Info("[LatestMessages] messages of %s %s are too large to be kept", key.first.c_str(), key.second.c_str());
+}
+
+std::shared_ptr<const LatestMessages::Message> LatestMessages::Ask(const std::string& topic,
+                                                                   const std::string& variant) {
+  const Key key{topic, variant};
+  std::string filter;
+  {
+    const lock_guard held(kept_->lock);
+    const auto found = kept_->entries.find(key);
+    if (found == kept_->entries.end()) return nullptr;
+    Entry& entry = found->second;
+    if (entry.message != nullptr || entry.is_too_large) {
+      entry.asked = kept_->passes;
+      return entry.message;
+    }
+    filter = entry.filter;
+  }
+  // Without the lock: this runs the plug-in's code, and the message comes back to `Keep` on this thread.
+  const auto parsed = service_->Parse(topic, RequestFor(filter).get());
+  if (!parsed) return nullptr;
+  if (const auto connection = Subscribe(key, *parsed)) service_->PushNow(topic, *connection);
+  return Find(topic, variant);
+}
+
+std::optional<ConnectionId> LatestMessages::Subscribe(const Key& key, const subscribes::ParsedRequest& parsed) {
+  const lock_guard held(kept_->lock);
+  Entry& entry = kept_->entries[key];
+  entry.asked = kept_->passes;
+  service_->File(key.first, entry.connection, parsed);
+  // Before the first pass the plug-in has nothing to tell.
+  if (kept_->passes == 0) return std::nullopt;
+  return entry.connection;
 }
 
 bool LatestMessages::IsTooLarge(const std::string& topic, const std::string& variant) const {
   const lock_guard held(kept_->lock);
-  return kept_->too_large.contains({topic, variant});
+  const auto found = kept_->entries.find({topic, variant});
+  return found != kept_->entries.end() && found->second.is_too_large;
 }
 
 std::shared_ptr<const LatestMessages::Message> LatestMessages::Find(const std::string& topic,
                                                                     const std::string& variant) const {
   const lock_guard held(kept_->lock);
-  const auto found = kept_->messages.find({topic, variant});
-  return found == kept_->messages.end() ? nullptr : found->second;
+  const auto found = kept_->entries.find({topic, variant});
+  return found == kept_->entries.end() ? nullptr : found->second.message;
 }
 
-std::optional<time_t> LatestMessages::last_received() const {
+std::optional<time_t> LatestMessages::last_pass() const {
   const lock_guard held(kept_->lock);
-  return kept_->last_received;
+  return kept_->last_pass;
 }
 
 std::optional<LatestMessages::SteadyClock::time_point> LatestMessages::last_arrival() const {

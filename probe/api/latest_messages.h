@@ -1,15 +1,17 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 #include <ctime>
 #include <map>
 #include <memory>
 #include <optional>
-#include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/utilities/locks.h"
+#include "probe/host/connection_id.h"
 #include "probe/host/subscription_service.h"
 #include "probe/server/web_server.h"
 
@@ -22,17 +24,23 @@ struct StandardFilter {
   std::string filter;   ///< JSON text.
 };
 
-/// The subscriptions whose newest messages are kept: every view of every live topic, over all devices.
+/// The subscriptions whose newest messages can be asked for: every view of every live topic, over all devices.
 const std::vector<StandardFilter>& StandardFilters();
 
-/// The newest message of each standard filter, so that a new client need not wait for the next pass.
+/// The newest message of each standard filter that somebody has asked for lately, so that a new client need not wait
+/// for the next pass.
 ///
-/// It subscribes from within the process, and a message replaces the one before. The first message above `kMaxBytes`
-/// ends its subscription, for messages of a large network cost the engine time in every pass.
+/// The first question has the plug-in build the message at once, and subscribes from within the process: each pass
+/// then brings a new message, which replaces the one before. A filter that nobody has asked for during `kKeptPasses`
+/// passes is unsubscribed, for a message costs the engine time in every pass; so is one whose message is above
+/// `kMaxBytes`. A subscription of its own, to the health of a device that is not there, tells that passes run.
+///
 /// Threads: any. The engine's thread puts messages in and is never waited for.
 class LatestMessages {
  public:
   static constexpr std::size_t kMaxBytes = 4 * 1024 * 1024;
+  /// Five minutes at the true pace.
+  static constexpr std::uint64_t kKeptPasses = 5;
 
   struct Message {
     std::string text;     ///< The envelope, as it went to the plug-in's send function.
@@ -41,19 +49,25 @@ class LatestMessages {
 
   using SteadyClock = std::chrono::steady_clock;
 
-  /// Subscribes to every topic that somebody feeds. After the plug-in has registered its monitors.
+  /// Makes a connection for each filter of a topic that somebody feeds, and subscribes to the passes. After the plug-in
+  /// has registered its monitors; nothing is kept before.
   ///
   /// `service` must outlive the subscriptions.
-  void Subscribe(WebServer& server, SubscriptionService& service);
+  void Start(WebServer& server, SubscriptionService& service);
 
-  /// The newest message; null: none has come yet, or they are too large.
+  /// The newest message, which is kept up to date from now on; null: there was no pass yet, or they are too large.
+  ///
+  /// The first question takes as long as the plug-in takes to build the message, and runs its code.
+  std::shared_ptr<const Message> Ask(const std::string& topic, const std::string& variant);
+
+  /// The newest message as far as it is kept, without asking for it.
   std::shared_ptr<const Message> Find(const std::string& topic, const std::string& variant) const;
 
-  /// Whether the messages of this filter are too large to be kept.
+  /// Whether the messages of this filter, which was asked for lately, are too large to be kept.
   bool IsTooLarge(const std::string& topic, const std::string& variant) const;
 
-  /// When the last message came, by the probe's clock; nothing: none has.
-  std::optional<time_t> last_received() const;
+  /// When the last pass was, by the probe's clock; nothing: there was none.
+  std::optional<time_t> last_pass() const;
 
   /// The same by the steady clock, whatever the probe's clock does.
   std::optional<SteadyClock::time_point> last_arrival() const;
@@ -61,19 +75,35 @@ class LatestMessages {
  private:
   using Key = std::pair<std::string, std::string>;  // topic, variant
 
+  struct Entry {
+    ConnectionId connection = kNoConnection;
+    std::string filter;
+    std::optional<std::uint64_t> asked;  // the number of passes at the last question; nothing: not subscribed
+    std::shared_ptr<const Message> message;
+    bool is_too_large = false;
+  };
+
   /// What receivers share with this object: one may still be called when this object is gone.
   struct Kept {
+    // Order: before the subscription service's lock, so that a subscription is never dropped while it is asked for.
     mutable utilities::lock::Mutex lock;
-    std::map<Key, std::shared_ptr<const Message>> messages VEXORA_GUARDED_BY(lock);
-    std::set<Key> too_large VEXORA_GUARDED_BY(lock);
-    std::optional<time_t> last_received VEXORA_GUARDED_BY(lock);
+    std::map<Key, Entry> entries VEXORA_GUARDED_BY(lock);
+    std::uint64_t passes VEXORA_GUARDED_BY(lock) = 0;
+    std::optional<time_t> last_pass VEXORA_GUARDED_BY(lock);
     std::optional<SteadyClock::time_point> last_arrival VEXORA_GUARDED_BY(lock);
   };
 
-  /// Takes a message in. False when it is too large.
-  static bool Keep(Kept& kept, const Key& key, const std::string& text);
+  /// Counts a pass, and drops what nobody asks for any more.
+  static void OnPass(Kept& kept, SubscriptionService& service);
 
-  std::shared_ptr<Kept> kept_ = std::make_shared<Kept>();
+  /// Takes a message in, unless nobody asks for it any more.
+  static void Keep(Kept& kept, SubscriptionService& service, const Key& key, const std::string& text);
+
+  /// Subscribes to the messages of an entry. Its connection; nothing while there was no pass.
+  std::optional<ConnectionId> Subscribe(const Key& key, const subscribes::ParsedRequest& parsed);
+
+  const std::shared_ptr<Kept> kept_ = std::make_shared<Kept>();
+  SubscriptionService* service_ = nullptr;  // set by `Start`, read by those who find an entry
 };
 
 }  // namespace probe

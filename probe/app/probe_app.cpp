@@ -149,7 +149,7 @@ void ProbeApp::StartServer() {
                                         });
   server_->Start();
   // Only a server that runs gives connections, and only topics that the plug-in has registered can be subscribed to.
-  latest_.Subscribe(*server_, SubscriptionService::Instance());
+  latest_.Start(*server_, SubscriptionService::Instance());
 }
 
 std::string ProbeApp::UrlOf(const std::string& scheme, const std::string& address) const {

@@ -9,6 +9,18 @@ subscribes::SubscribesManager& subscribes::SubscribesManager::GetInstance() {
 }
 
 namespace probe {
+namespace {
+
+/// What a push is for that does not belong to a pass.
+struct OnePush {
+  const std::string& topic;
+  const subscribes::SubscriptionList& list;
+};
+
+/// The push that runs on this thread outside a pass; null: none.
+thread_local const OnePush* one_push = nullptr;
+
+}  // namespace
 
 SubscriptionService& SubscriptionService::Instance() {
   static SubscriptionService service;
@@ -21,6 +33,8 @@ void SubscriptionService::AddSubscriber(const std::string& topic, std::shared_pt
 }
 
 subscribes::SubscriptionList SubscriptionService::GetSubscribeList(const std::string& topic) {
+  // A subscriber that feeds several topics asks for their lists, whatever it was handed.
+  if (one_push != nullptr) return topic == one_push->topic ? one_push->list : subscribes::SubscriptionList{};
   const lock_guard held(lock_);
   const Lists& lists = held_ ? *held_ : subscriptions_;
   const auto found = lists.find(topic);
@@ -50,6 +64,28 @@ void SubscriptionService::File(const std::string& topic, ConnectionId connection
   }
   // With the lock held, so that the observer hears of changes in the order in which they are made.
   if (observer_ != nullptr) observer_->OnFiled(topic, connection, request);
+}
+
+subscribes::SubscriptionList SubscriptionService::OnlyOf(const std::string& topic, ConnectionId connection) const {
+  const lock_guard held(lock_);
+  subscribes::SubscriptionList list;
+  const auto all = subscriptions_.find(topic);
+  if (all == subscriptions_.end()) return list;
+  for (const auto& [sid, connections] : all->second) {
+    const auto found = connections.find(ToHandle(connection));
+    if (found != connections.end()) list[sid].insert(*found);
+  }
+  return list;
+}
+
+void SubscriptionService::PushNow(const std::string& topic, ConnectionId connection) {
+  const auto subscriber = SubscriberOf(topic);
+  const subscribes::SubscriptionList list = OnlyOf(topic, connection);
+  if (subscriber == nullptr || list.empty()) return;
+  const OnePush push{topic, list};
+  one_push = &push;
+  subscriber->PushDataBySID(list);  // never throws
+  one_push = nullptr;
 }
 
 bool SubscriptionService::Unsubscribe(const std::string& topic, ConnectionId connection, const std::string& sid) {

@@ -48,6 +48,10 @@ class SubscriptionService final : public subscribes::SubscribesManager {
   /// was one.
   void Disconnect(ConnectionId connection) VEXORA_EXCLUDES(lock_);
 
+  /// Has the topic's subscriber send one connection its message at once, on this thread, without waiting for the next
+  /// pass. Nothing happens when nobody feeds the topic, or the connection has no subscription to it.
+  void PushNow(const std::string& topic, ConnectionId connection) VEXORA_EXCLUDES(lock_);
+
   /// Tells `observer` of every change from now on; null: nobody. It must live until it is replaced.
   void SetObserver(SubscriptionObserver* observer) VEXORA_EXCLUDES(lock_);
 
@@ -60,6 +64,9 @@ class SubscriptionService final : public subscribes::SubscribesManager {
 
  private:
   std::shared_ptr<subscribes::Subscriber> SubscriberOf(const std::string& topic) const VEXORA_EXCLUDES(lock_);
+
+  /// The subscriptions of one connection to one topic.
+  subscribes::SubscriptionList OnlyOf(const std::string& topic, ConnectionId connection) const VEXORA_EXCLUDES(lock_);
 
   /// Takes one subscription out of its list. False when there was none.
   bool Remove(const std::string& topic, const std::string& sid, ConnectionId connection) VEXORA_REQUIRES(lock_);

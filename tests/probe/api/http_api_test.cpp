@@ -49,13 +49,14 @@ class HttpApiTest : public test::Served {
   /// The same; empty for an answer that is no error.
   static std::string CodeOfOrEmpty(const HttpAnswer& answer) { return answer.status == 200 ? "" : CodeOf(answer); }
 
-  /// Has a pass push a health message.
+  /// Has a pass push a health message to everybody.
   void PassWith(const std::string& text) {
     if (server == nullptr) {
       Serve();
-      latest.Subscribe(*server, service);
+      latest.Start(*server, service);
     }
-    Push(service.GetSubscribeList("HealthMonitor")["latest"].begin()->first, text);
+    const auto connections = service.GetSubscribeList("HealthMonitor")["latest"];
+    for (const auto& [connection, filter] : connections) Push(connection, text);
   }
 
   probe::DeviceCentre centre;
@@ -166,6 +167,7 @@ TEST_F(HttpApiTest, SaysThatTheEngineDoesNotRun) {
 }
 
 TEST_F(HttpApiTest, GivesTheLatestMessageOfATopicStrictly) {
+  PassWith("{}");
   EXPECT_EQ(CodeOf(Ask("/api/live/HealthMonitor")), "nothing_yet");
   PassWith(R"({"name": "HealthMonitor", "data": NaN})");
   const HttpAnswer answer = Ask("/api/live/HealthMonitor");
@@ -187,6 +189,9 @@ TEST_F(HttpApiTest, TellsWhereThePassesAre) {
   EXPECT_EQ(status["passes"], json::parse(R"({"period": 60, "last": null})"));
   EXPECT_EQ(status["speed"], 60);
   EXPECT_EQ(status["version"], "1.2.3");
+  PassWith("{}");
+  EXPECT_EQ(json::parse(*Ask("/api/status").body)["topics"], json::array()) << "nobody has asked for any";
+  Ask("/api/live/HealthMonitor");
   PassWith("{}");
   status = json::parse(*Ask("/api/status").body);
   EXPECT_TRUE(status["passes"]["last"].is_number_integer());

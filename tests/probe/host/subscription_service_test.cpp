@@ -6,7 +6,9 @@
 
 #include <chrono>
 #include <functional>
+#include <map>
 #include <memory>
+#include <string>
 
 #include "probe/host/connection_id.h"
 #include "tests/support/message_capture.h"
@@ -62,6 +64,46 @@ TEST_F(SubscriptionServiceTest, ReplacesAFilterOfTheSameTopicSidAndConnection) {
   service.File("T", ConnectionId{1}, {{"a", FilterOf("1m")}});
   service.File("T", ConnectionId{1}, {{"a", second}});
   EXPECT_EQ(service.GetSubscribeList("T"), (SubscriptionList{{"a", {{Connection(1), second}}}}));
+}
+
+/// Feeds two topics: pushes to the lists of both, whatever it is handed.
+class TwoTopics final : public subscribes::Subscriber {
+ public:
+  subscribes::ParsedRequest FilterParser(json_object* /*request*/) override { return {}; }
+  void PushDataBySID(const SubscriptionList& list) override {
+    handed = list;
+    for (const char* topic : {"T", "U"}) {
+      asked[topic] = subscribes::SubscribesManager::GetInstance().GetSubscribeList(topic);
+    }
+  }
+
+  SubscriptionList handed;
+  std::map<std::string, SubscriptionList> asked;
+};
+
+TEST_F(SubscriptionServiceTest, PushesToOneConnectionOfOneTopic) {
+  const auto subscriber = std::make_shared<TwoTopics>();
+  service.AddSubscriber("T", subscriber);
+  service.AddSubscriber("U", subscriber);
+  const auto filter = FilterOf("1m");
+  service.File("T", ConnectionId{1}, {{"a", filter}});
+  service.File("T", ConnectionId{2}, {{"a", FilterOf("1m")}, {"b", FilterOf("1m")}});
+  service.File("U", ConnectionId{1}, {{"a", FilterOf("1m")}});
+  service.PushNow("T", ConnectionId{1});
+  const SubscriptionList only{{"a", {{Connection(1), filter}}}};
+  EXPECT_EQ(subscriber->handed, only);
+  EXPECT_EQ(subscriber->asked["T"], only);
+  EXPECT_THAT(subscriber->asked["U"], IsEmpty());
+  EXPECT_EQ(service.GetSubscribeList("T").size(), 2U) << "all of them again afterwards";
+}
+
+TEST_F(SubscriptionServiceTest, PushesNothingToAConnectionWithoutASubscription) {
+  const auto subscriber = std::make_shared<TwoTopics>();
+  service.AddSubscriber("T", subscriber);
+  service.File("T", ConnectionId{1}, {{"a", FilterOf("1m")}});
+  service.PushNow("T", ConnectionId{2});
+  service.PushNow("V", ConnectionId{1});
+  EXPECT_THAT(subscriber->asked, IsEmpty());
 }
 
 TEST_F(SubscriptionServiceTest, RemovesOneSubscription) {
