@@ -5,6 +5,7 @@
 #include <variant>
 
 #include "fuzz/require.h"
+#include "probe/recording/device_line_reader.h"
 #include "probe/recording/device_state_reader.h"
 #include "probe/recording/device_state_writer.h"
 #include "probe/recording/json_object_reader.h"
@@ -32,6 +33,18 @@ void RequireStable(const nlohmann::ordered_json& state) {
 
 }  // namespace
 
+/// Requires that a device which is read straight from its line is what its state describes.
+void RequireSameDevice(const std::string& text) {
+  static probe::recording::DeviceLineReader reader;
+  const auto device = reader.Read(text);
+  if (!device) return;
+  const probe::recording::Line line = probe::recording::ParseLine(text);
+  const auto* set = std::get_if<probe::recording::SetDevice>(&line);
+  Require(set != nullptr && set->mac == device->mac);
+  Require(probe::recording::StateOf(probe::recording::SnapshotOf(set->state)) ==
+          probe::recording::StateOf(device->snapshot));
+}
+
 /// The input as the first line of a recording, and as a later one.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string text(reinterpret_cast<const char*>(data), size);
@@ -40,5 +53,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const probe::recording::Line line = probe::recording::ParseLine(text);
     if (const auto* set = std::get_if<probe::recording::SetDevice>(&line)) RequireStable(set->state);
   });
+  RequireSameDevice(text);
   return 0;
 }

@@ -76,7 +76,15 @@ void ReplayHost::StopEngine() {
   is_stopped_ = true;
 }
 
-void ReplayHost::Do(recording::Line line) {
+void ReplayHost::Do(const std::string& text) {
+  if (auto device = device_lines_.Read(text)) {
+    State& state = states_[device->mac];
+    state.line = text;
+    state.tree = nullptr;
+    DeviceCentre::Instance().Replace(device->mac, std::move(device->snapshot));
+    return;
+  }
+  recording::Line line = recording::ParseLine(text);
   std::visit(
       [this](auto& wanted) {
         using Wanted = std::decay_t<decltype(wanted)>;
@@ -94,15 +102,19 @@ void ReplayHost::Do(recording::Line line) {
 
 void ReplayHost::Do(recording::SetDevice& line) {
   DeviceCentre::Instance().Replace(line.mac, recording::SnapshotOf(line.state));
-  states_[line.mac] = std::move(line.state);
+  states_[line.mac] = {.line = {}, .tree = std::move(line.state)};
 }
 
 void ReplayHost::Do(const recording::MergeDevice& line) {
-  const auto known = states_.find(line.mac);
-  Json state = known == states_.end() ? Json::object() : known->second;
-  state.merge_patch(line.patch);
-  DeviceCentre::Instance().Replace(line.mac, recording::SnapshotOf(state));
-  states_[line.mac] = std::move(state);
+  const auto [known, is_new] = states_.try_emplace(line.mac);
+  State& state = known->second;
+  if (is_new) state.tree = Json::object();
+  if (!state.line.empty()) {
+    state.tree = std::move(std::get<recording::SetDevice>(recording::ParseLine(state.line)).state);
+    state.line.clear();
+  }
+  state.tree.merge_patch(line.patch);
+  DeviceCentre::Instance().Replace(line.mac, recording::SnapshotOf(state.tree));
 }
 
 void ReplayHost::Do(const recording::ForgetDevice& line) {

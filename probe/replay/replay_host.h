@@ -10,6 +10,7 @@
 #include "probe/clock/virtual_clock.h"
 #include "probe/host/connection_id.h"
 #include "probe/plugin/loaded_plugin.h"
+#include "probe/recording/device_line_reader.h"
 #include "probe/recording/recording_line.h"
 #include "probe/replay/pass_meter.h"
 #include "probe/replay/replay_output.h"
@@ -32,16 +33,22 @@ class ReplayHost {
   ReplayHost(const ReplayHost&) = delete;
   ReplayHost& operator=(const ReplayHost&) = delete;
 
-  /// Carries one line out, and returns when it is done.
+  /// Carries one line out, which is neither empty nor a comment, and returns when it is done.
   ///
-  /// Fails: throws `recording::MalformedRecording` for what cannot be done.
-  void Do(recording::Line line);
+  /// Fails: throws `recording::MalformedRecording` for what cannot be read or done.
+  void Do(const std::string& text);
 
   /// What the passes have cost so far.
   PassCost cost() const { return meter_.cost(); }
 
  private:
   class Send;
+
+  /// The recorded state of a device.
+  struct State {
+    std::string line;             ///< The line that set it, while nobody needs the tree; empty: the tree is there.
+    nlohmann::ordered_json tree;  ///< What patches change.
+  };
 
   void Do(recording::SetDevice& line);
   void Do(const recording::MergeDevice& line);
@@ -67,7 +74,8 @@ class ReplayHost {
   VirtualClock clock_;
   PassMeter meter_;
   ClockInstallation installation_;
-  std::map<std::string, nlohmann::ordered_json> states_;  // device MAC -> recorded state
+  recording::DeviceLineReader device_lines_;
+  std::map<std::string, State> states_;                   // by device MAC
   std::map<std::string, ConnectionId> ids_;               // by the connection's name
   std::map<ConnectionId, std::string> connection_names_;  // and back; read by the engine while the driver waits for it
   LoadedPlugin plugin_;

@@ -48,7 +48,7 @@ void Replay(std::istream& input, const Arguments& arguments, probe::ReplayOutput
     if (text.ends_with('\r')) text.pop_back();
     if (text.empty() || text.front() == '#') continue;
     if (host) {
-      host->Do(probe::recording::ParseLine(text));
+      host->Do(text);
     } else {
       host.emplace(arguments.plugin, probe::recording::ParseHeader(text), output);
     }

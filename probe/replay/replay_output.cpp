@@ -23,6 +23,16 @@ long PeakResidentKib() {
   return usage.ru_maxrss;
 }
 
+/// An object in an object, with the last member "text" in addition, which may be long: a tree of it would be a copy.
+std::string WithText(std::string line, const std::string& text) {
+  constexpr std::size_t kClosingBraces = 2;
+  line.resize(line.size() - kClosingBraces);
+  line += R"(,"text":)";
+  AppendJsonString(line, text);
+  line += "}}";
+  return line;
+}
+
 }  // namespace
 
 void ReplayOutput::Push(std::uint64_t pass, time_t at, const std::string& connection, const std::string& text) {
@@ -64,19 +74,19 @@ void ReplayOutput::Mute() {
 
 std::string ReplayOutput::LineOf(Event event) {
   // the way of the envelope of a push, so that one name looks the same in a message, a report and a log line
-  std::string text = ReplaceInvalidUtf8(std::move(event.text));
+  const std::string text = ReplaceInvalidUtf8(std::move(event.text));
   switch (event.kind) {
     case Event::Kind::kPush:
-      return Dump(ordered_json{
-          {"push", {{"pass", event.pass}, {"at", event.at}, {"connection", event.name}, {"text", std::move(text)}}}});
+      return WithText(
+          Dump(ordered_json{{"push", {{"pass", event.pass}, {"at", event.at}, {"connection", event.name}}}}), text);
     case Event::Kind::kReturn:
-      return Dump(ordered_json{{"return", {{"entry", event.name}, {"at", event.at}, {"text", std::move(text)}}}});
+      return WithText(Dump(ordered_json{{"return", {{"entry", event.name}, {"at", event.at}}}}), text);
     case Event::Kind::kReturnMap:
       return Dump(ordered_json{{"return", {{"entry", event.name}, {"at", event.at}, {"out", event.out}}}});
     case Event::Kind::kLog:
       break;
   }
-  return Dump(ordered_json{{"log", {{"level", event.name}, {"module", event.module}, {"text", std::move(text)}}}});
+  return WithText(Dump(ordered_json{{"log", {{"level", event.name}, {"module", event.module}}}}), text);
 }
 
 void ReplayOutput::Flush() {
@@ -85,6 +95,7 @@ void ReplayOutput::Flush() {
     const lock_guard held(lock_);
     events.swap(events_);
   }
+  if (events.empty()) return;
   for (Event& event : events) stream_ << LineOf(std::move(event)) << '\n';
   stream_.flush();
 }

@@ -1,5 +1,6 @@
 #include "probe/text/json_text.h"
 
+#include <algorithm>
 #include <nlohmann/json.hpp>
 #include <utility>
 #include <vector>
@@ -110,6 +111,26 @@ std::string Dump(const nlohmann::json& value) {
 
 std::string Dump(const nlohmann::ordered_json& value) {
   return DumpOnOneLine(value);
+}
+
+void AppendJsonString(std::string& json, std::string_view text) {
+  const auto is_control = [](char octet) { return static_cast<unsigned char>(octet) < 0x20; };
+  if (std::any_of(text.begin(), text.end(), is_control)) {
+    json += Dump(nlohmann::json(text));
+    return;
+  }
+  // At most every octet is escaped. Without a branch, because a message has a quote at every few octets.
+  const std::size_t begin = json.size();
+  json.resize(begin + 2 * text.size() + 2);
+  char* end = json.data() + begin;
+  *end++ = '"';
+  for (const char octet : text) {
+    *end = '\\';
+    end += octet == '"' || octet == '\\' ? 1 : 0;
+    *end++ = octet;
+  }
+  *end++ = '"';
+  json.resize(static_cast<std::size_t>(end - json.data()));
 }
 
 std::string ErrorText(const std::string& code, const std::string& message) {

@@ -41,6 +41,9 @@ std::optional<JsonError> ReadJson(std::string_view text, const JsonRules& rules,
 std::string Dump(const nlohmann::json& value);
 std::string Dump(const nlohmann::ordered_json& value);
 
+/// Appends a text, which is valid UTF-8, as a JSON string, as `Dump` writes it.
+void AppendJsonString(std::string& json, std::string_view text);
+
 /// The error object of the HTTP interface and of the websocket: `{"error":{"code":CODE,"message":MESSAGE}}`.
 std::string ErrorText(const std::string& code, const std::string& message);
 

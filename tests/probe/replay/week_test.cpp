@@ -91,7 +91,7 @@ TEST(ReplayOfManyLines, NeedsNoMoreMemoryThanThatOfFew) {
   EXPECT_LT(peak(100'000), peak(100) + kSlackKib);
 }
 
-TEST(ReplayOfAWeek, TakesUnderAMinuteAndNoMoreMemoryThanADay) {
+TEST(ReplayOfAWeek, TakesUnderTwentySecondsAndNoMoreMemoryThanADay) {
   setenv("TZ", "UTC", 1);
   tzset();
   const nlohmann::json day = Timing(kDay);
@@ -104,8 +104,8 @@ TEST(ReplayOfAWeek, TakesUnderAMinuteAndNoMoreMemoryThanADay) {
   RecordProperty("day_rss_kib", day["peak_rss_kib"].get<int>());
   RecordProperty("week_rss_kib", week["peak_rss_kib"].get<int>());
   // by the processor's clock: the wall's tells as much of who else is at work on the machine
-  constexpr double kMinute = 60;
-  EXPECT_LT(taken, kMinute);
+  constexpr double kTwentySeconds = 20;
+  EXPECT_LT(taken, kTwentySeconds);
   // the longer views fill up in the days after the first; anything that grew with the passes would be far more
   constexpr int kFillingViewsKib = 2'048;
   EXPECT_LT(week["peak_rss_kib"].get<int>(), day["peak_rss_kib"].get<int>() + kFillingViewsKib);

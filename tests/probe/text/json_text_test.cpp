@@ -89,4 +89,18 @@ TEST(JsonText, WritesAnErrorAsAnObjectOfCodeAndMessage) {
   EXPECT_EQ(probe::ErrorText("code", "a \"text\""), R"({"error":{"code":"code","message":"a \"text\""}})");
 }
 
+TEST(JsonTextDump, IsWhatAppendsAStringToo) {
+  for (const std::string text : {"", "plain", "\"quoted\" and \\", "caf\xc3\xa9 \xf0\x9f\x98\x80", "\x7f/"}) {
+    std::string written = "before";
+    probe::AppendJsonString(written, text);
+    EXPECT_EQ(written, "before" + probe::Dump(nlohmann::json(text)));
+  }
+  for (char octet = 0; octet < 0x7f; ++octet) {
+    const std::string text = std::string("a\"") + octet + "z";
+    std::string written;
+    probe::AppendJsonString(written, text);
+    EXPECT_EQ(written, probe::Dump(nlohmann::json(text)));
+  }
+}
+
 }  // namespace
