@@ -1,6 +1,7 @@
 #include "probe/host/sending.h"
 
 #include <atomic>
+#include <cstddef>
 
 #include "probe/text/json_c_handle.h"
 #include "probe/text/utf8.h"
@@ -26,8 +27,10 @@ std::string compose_communication_struct(const char* name, json_object* body) {
   json_object_object_add(envelope.get(), "name", json_object_new_string(name == nullptr ? "" : name));
   json_object_object_add(envelope.get(), "data",
                          json_object_get(body));  // one reference more: the body stays the caller's
-  const char* text = json_object_to_json_string(envelope.get());
-  return text == nullptr ? std::string() : probe::ReplaceInvalidUtf8(text);
+  // With its length: a message may have megabytes.
+  std::size_t length = 0;
+  const char* text = json_object_to_json_string_length(envelope.get(), JSON_C_TO_STRING_SPACED, &length);
+  return text == nullptr ? std::string() : probe::ReplaceInvalidUtf8(std::string(text, length));
 }
 
 }  // namespace kro_utilities::jsonobject

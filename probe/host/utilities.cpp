@@ -25,7 +25,25 @@ std::vector<std::string> split(const std::string& text, const std::string& separ
   return parts;
 }
 
+namespace {
+
+/// Whether a MAC is in the one notation already, as most devices write it.
+bool IsFormatted(const std::string& mac) {
+  constexpr std::size_t kLength = 17;
+  constexpr std::size_t kGroup = 3;
+  if (mac.size() != kLength) return false;
+  for (std::size_t index = 0; index < kLength; ++index) {
+    const char character = mac[index];
+    const bool is_digit = (character >= '0' && character <= '9') || (character >= 'A' && character <= 'F');
+    if (index % kGroup == kGroup - 1 ? character != ':' : !is_digit) return false;
+  }
+  return true;
+}
+
+}  // namespace
+
 std::string format_macaddress(const std::string& mac) {
+  if (IsFormatted(mac)) return mac;
   constexpr std::size_t kHexDigits = 12;
   std::string formatted;
   std::size_t digits = 0;
