@@ -2,6 +2,7 @@
 
 #include <strings.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <utility>
 #include <vector>
@@ -38,6 +39,14 @@ std::int32_t DaySeconds(const std::string& day, long now) {
 }
 std::int32_t WeekSeconds(const std::string& week, long now) {
   return week == time_keys::Week(now) ? time_keys::SecondsIntoWeek(now) : kWeekSeconds;
+}
+
+/// Has the processor fetch a row that will be written.
+void Prefetch(const monitoring::WirelessClientItem& row) {
+  constexpr std::size_t kCacheLine = 64;
+  for (std::size_t offset = 0; offset < sizeof row; offset += kCacheLine) {
+    __builtin_prefetch(reinterpret_cast<const char*>(&row) + offset, 1);
+  }
 }
 
 bool IsType(const std::string& report_type, const char* type) {
@@ -85,13 +94,24 @@ void WirelessClientReport::Collectdata(const std::string& mac, Pass& pass) {
   if (clients.empty()) return;  // before the maps are indexed: a period without rows must not exist
   ClientReport& today = daily_[pass.day];
   ClientReport& this_week = weekly_[pass.week];
-  for (const Sighting& client : clients) Count(client, pass, today, this_week);
+  // All clients of a device are looked up before the first is counted: most of a pass is waiting for memory, and the
+  // rows are on their way meanwhile.
+  std::vector<FollowedClient*> followed;
+  followed.reserve(clients.size());
+  for (const Sighting& client : clients) {
+    const FollowedClient& known = *followed.emplace_back(&followed_[client.key]);
+    if (known.generation != row_generation_) continue;  // its rows may be gone
+    Prefetch(*known.today);
+    Prefetch(*known.this_week);
+  }
+  for (std::size_t index = 0; index < clients.size(); ++index) {
+    Count(clients[index], pass, *followed[index], today, this_week);
+  }
   pass.seen += clients.size();
 }
 
-void WirelessClientReport::Count(const Sighting& client, const Pass& pass, ClientReport& today,
-                                 ClientReport& this_week) {
-  FollowedClient& followed = followed_[client.key];
+void WirelessClientReport::Count(const Sighting& client, const Pass& pass, FollowedClient& followed,
+                                 ClientReport& today, ClientReport& this_week) {
   // Two keys with the separator in a name can be one text, and then one may be a guest's.
   const bool is_known = followed.generation == row_generation_ && followed.is_guest == client.is_guest;
   const Row day_row = is_known ? Row{*followed.today} : client_report::RowOf(client, today);

@@ -56,7 +56,8 @@ class WirelessClientReport final : public Monitor {
   /// Adds the clients of one device to the rows of the day and week.
   void Collectdata(const std::string& mac, Pass& pass) VEXORA_REQUIRES(lock_);
   /// Adds one of them.
-  void Count(const monitoring::client_report::Sighting& client, const Pass& pass, monitoring::ClientReport& today,
+  void Count(const monitoring::client_report::Sighting& client, const Pass& pass,
+             monitoring::client_report::FollowedClient& followed, monitoring::ClientReport& today,
              monitoring::ClientReport& this_week) VEXORA_REQUIRES(lock_);
   /// Drops periods that are too old, or lie in the future.
   void Trim(const Pass& pass) VEXORA_REQUIRES(lock_);
