@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
@@ -187,8 +188,8 @@ struct Profile {
   vexora_probe::models::controller::DeviceType type = vexora_probe::models::controller::DeviceType::kUnknown;
   std::vector<Object> objects;
   std::vector<Table> tables;
-  std::map<std::string, DeviceChoice> device;  ///< "model", "version", "mac", "uptime", "cpu".
-  std::vector<RoleSource> roles[kRoles];       ///< By `Role`; rows come one source after the other.
+  std::map<std::string, DeviceChoice> device;         ///< "model", "version", "mac", "uptime", "cpu".
+  std::array<std::vector<RoleSource>, kRoles> roles;  ///< By `Role`; rows come one source after the other.
   ClientTruth client_truth = ClientTruth::kNothing;
 
   const std::vector<RoleSource>& SourcesOf(Role role) const { return roles[static_cast<std::size_t>(role)]; }

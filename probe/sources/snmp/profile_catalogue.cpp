@@ -6,6 +6,7 @@
 #include <map>
 #include <optional>
 #include <system_error>
+#include <tuple>
 #include <utility>
 
 #include "probe/sources/snmp/profile_builder.h"
@@ -70,6 +71,7 @@ std::map<std::string, fs::path> FilesIn(const fs::path& folder, ProfileErrors& e
 
 std::vector<std::string> NamesOf(const Documents& documents) {
   std::vector<std::string> names;
+  names.reserve(documents.size());
   for (const auto& [name, document] : documents) names.push_back(name);
   return names;
 }
@@ -124,9 +126,11 @@ Documents ReadDocuments(const std::vector<fs::path>& folders, ProfileErrors& err
 struct Fit {
   std::size_t prefix = 0;
   bool has_description = false;
-
-  auto operator<=>(const Fit&) const = default;
 };
+
+bool IsBetter(const Fit& fit, const Fit& other) {
+  return std::tie(fit.prefix, fit.has_description) > std::tie(other.prefix, other.has_description);
+}
 
 std::optional<Fit> FitOf(const MatchRule& rule, const Oid& object_id, std::string_view description) {
   Fit fit;
@@ -174,7 +178,7 @@ ProfileMatch ProfileCatalogue::Match(const Oid& sys_object_id, std::string_view 
   for (const Profile& profile : profiles_) {
     if (!profile.match) continue;
     const std::optional<Fit> fit = FitOf(*profile.match, sys_object_id, sys_descr);
-    if (!fit || (best && *fit <= *best)) continue;
+    if (!fit || (best && !IsBetter(*fit, *best))) continue;
     best = fit;
     match = {&profile, Reason(*profile.match, *fit, sys_object_id)};
   }

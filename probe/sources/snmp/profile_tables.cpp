@@ -20,6 +20,7 @@ std::vector<std::string> WithDecoding(std::vector<std::string> keys) {
 template <typename Named>
 std::vector<std::string> NamesOf(const std::vector<Named>& things) {
   std::vector<std::string> names;
+  names.reserve(things.size());
   for (const Named& thing : things) names.push_back(thing.name);
   return names;
 }

@@ -60,8 +60,8 @@ class ProfileTables {
 
   /// A reference that is resolved when all tables are known.
   struct OpenReference {
-    std::size_t table;
-    std::size_t cell;
+    std::size_t table = 0;
+    std::size_t cell = 0;
     ProfileEntry entry;
   };
 

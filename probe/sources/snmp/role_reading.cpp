@@ -168,7 +168,7 @@ class SsidIndex {
 
   /// The name of the SSID interface of a station; empty where the device says too little.
   std::string Find(const RowFigures& row) const {
-    const std::string interface = row.Text("interface");
+    std::string interface = row.Text("interface");
     if (!interface.empty()) return interface;
     const auto bssid = by_bssid_.find(row.Mac("bssid"));
     if (bssid != by_bssid_.end()) return bssid->second;
