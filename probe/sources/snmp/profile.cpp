@@ -8,7 +8,9 @@ namespace probe::snmp {
 
 Pattern::Pattern(const std::string& text) : text_(text) {
   if (text.size() > kMaxLength) throw std::regex_error(std::regex_constants::error_space);
-  regex_.assign(text);
+  // The library's other matcher tries every way, of which a device's text can have 2^255, and calls itself for every
+  // octet. This one reads the text once, and has no back-references.
+  regex_.assign(text, std::regex_constants::ECMAScript | std::regex_constants::__polynomial);
 }
 
 bool Pattern::Matches(std::string_view value) const {

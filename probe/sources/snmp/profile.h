@@ -21,15 +21,16 @@ namespace probe::snmp {
 /// mean. A profile is complete and consistent: what it extends is taken in, and every name in it is resolved.
 /// docs/profiles.md explains the words.
 
-/// A regular expression of a profile: ECMAScript's.
+/// A regular expression of a profile: ECMAScript's, but the longest of its alternatives counts, not the first, and it
+/// cannot refer back to what a group matched. The time for a text grows with its length, whatever the text is.
 class Pattern {
  public:
   /// Characters of a pattern. The library's parser calls itself for every bracket.
   static constexpr std::size_t kMaxLength = 200;
-  /// Octets of a text that are looked at. The library's matcher calls itself for every octet.
+  /// Octets of a text that are looked at.
   static constexpr std::size_t kMaxText = 255;
 
-  /// Fails: throws `std::regex_error`, also for a pattern that is too long.
+  /// Fails: throws `std::regex_error`, also for a pattern that is too long or refers back.
   explicit Pattern(const std::string& text);
 
   /// Whether a part of `value` matches.
