@@ -39,7 +39,10 @@ std::optional<MatchRule> ReadMatch(const ProfileEntry& document) {
       rule.description = member.Expression();
       continue;
     }
-    for (const ProfileEntry& element : member.Elements()) {
+    const std::vector<ProfileEntry> elements = member.Elements();
+    // None would be any, and the profile would be taken for every device that no other is for.
+    if (elements.empty()) member.Fail("must name an object at least");
+    for (const ProfileEntry& element : elements) {
       if (std::optional<Oid> oid = element.Object()) rule.object_ids.push_back(*std::move(oid));
     }
   }

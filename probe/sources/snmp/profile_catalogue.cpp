@@ -33,16 +33,21 @@ constexpr const char* kSystemProfiles = "/etc/vexora/profiles";
 /// Octets of one file. A profile of thousands of lines is far below.
 constexpr std::uintmax_t kMaxFile = 1U << 20U;
 
-std::string ReadFile(const fs::path& path, ProfileErrors& errors) {
+/// The content of a file; nothing and an error where it cannot be had.
+std::optional<std::string> ReadFile(const fs::path& path, ProfileErrors& errors) {
   std::error_code failure;
   if (fs::file_size(path, failure) > kMaxFile && !failure) {
     errors.Add(path.string(), 1, "", "is larger than " + std::to_string(kMaxFile) + " octets");
-    return {};
+    return std::nullopt;
   }
   std::ifstream file(path, std::ios::binary);
-  std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-  if (!file.is_open() || file.bad()) errors.Add(path.string(), 1, "", "cannot be read");
-  return text;
+  try {
+    if (file) return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+  } catch (const std::ios_base::failure&) {
+    // A folder can be opened, but not be read.
+  }
+  errors.Add(path.string(), 1, "", "cannot be read");
+  return std::nullopt;
 }
 
 void Parse(std::string_view text, const std::string& name, const std::string& file, Documents& documents,
@@ -118,7 +123,9 @@ Documents ReadDocuments(const std::vector<fs::path>& folders, ProfileErrors& err
     for (auto& [name, path] : FilesIn(folder, errors)) files.insert_or_assign(name, path);
   }
   Documents documents;
-  for (const auto& [name, path] : files) Parse(ReadFile(path, errors), name, path.string(), documents, errors);
+  for (const auto& [name, path] : files) {
+    if (const auto text = ReadFile(path, errors)) Parse(*text, name, path.string(), documents, errors);
+  }
   return documents;
 }
 
@@ -207,9 +214,9 @@ Profile ParseProfile(std::string_view text, const std::string& name, const std::
 
 Profile CheckProfile(const fs::path& file, const std::vector<fs::path>& folders) {
   ProfileErrors errors;
-  const std::string text = ReadFile(file, errors);
+  const std::optional<std::string> text = ReadFile(file, errors);
   errors.Raise();
-  return ParseProfile(text, file.stem().string(), file.string(), folders);
+  return ParseProfile(text.value_or(""), file.stem().string(), file.string(), folders);
 }
 
 }  // namespace probe::snmp

@@ -119,6 +119,7 @@ INSTANTIATE_TEST_SUITE_P(
         Mistake{"[tables.more]\nindex = ['a']\ncolumns = { b = { oid = '1.3', refers_to = 'ports' } }\n",
                 "bad.toml:15: tables.more.columns.b.refers_to: must be a table and a column of it"},
         Mistake{"[match]\n", "bad.toml:13: match: needs \"object_id\", \"description\" or both"},
+        Mistake{"[match]\nobject_id = []\n", "bad.toml:14: match.object_id: must name an object at least"},
         Mistake{"[match]\ndescription = '['\n", "bad.toml:14: match.description: must be a regular expression"}),
     [](const testing::TestParamInfo<Mistake>& mistake) { return "Number" + std::to_string(mistake.index); });
 
@@ -242,6 +243,13 @@ TEST_F(ProfileFoldersTest, AreEmptyWhereTheyDoNotExist) {
 TEST_F(ProfileFoldersTest, RefuseAFileThatIsTooLarge) {
   Shipped("a.toml", "title = 'A'\n#" + std::string(1U << 20U, 'x'));
   EXPECT_THAT(LoadError(), HasSubstr("a.toml:1: is larger than 1048576 octets"));
+}
+
+TEST_F(ProfileFoldersTest, RefuseAFolderInPlaceOfAFile) {
+  Shipped("b.toml", "title = 'B'");
+  std::filesystem::create_directory(Path("shipped/a.toml"));
+  EXPECT_EQ(LoadError(), Path("shipped/a.toml") + ":1: cannot be read");
+  EXPECT_THROW(CheckProfile(Path("shipped"), {}), ProfileError);
 }
 
 TEST_F(ProfileFoldersTest, CheckAFileWithWhatItExtends) {
