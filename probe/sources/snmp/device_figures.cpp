@@ -227,7 +227,7 @@ void DeviceFigures::ShowStations() {
   for (const StationReading& row : *stations_) {
     auto network = snapshot_.ssid_interfaces.find(row.ssid_interface);
     // Where there is only one network, a client that does not say on which it is can be on no other.
-    if (network == snapshot_.ssid_interfaces.end() && snapshot_.ssid_interfaces.size() == 1) {
+    if (row.ssid_interface.empty() && snapshot_.ssid_interfaces.size() == 1) {
       network = snapshot_.ssid_interfaces.begin();
     }
     if (network == snapshot_.ssid_interfaces.end()) continue;

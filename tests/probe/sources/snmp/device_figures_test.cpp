@@ -409,6 +409,11 @@ TEST_F(WirelessFiguresTest, AClientThatNamesNoNetworkIsOnTheOnlyOne) {
   EXPECT_EQ(Poll().ssid_interfaces.at("ath0").clients.size(), 1U);
 }
 
+TEST_F(WirelessFiguresTest, AClientOfAnInterfaceWithoutANetworkIsOnNone) {
+  reading_.ssids->pop_back();  // "ath1" is a station itself, and lists the access point at the other end
+  EXPECT_EQ(Poll().ssid_interfaces.at("ath0").clients.size(), 1U);
+}
+
 TEST_F(WirelessFiguresTest, AClientThatComesBackCountsFromZero) {
   reading_.stations->front().in_octets = Count64(5'000'000);
   Poll();
