@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <optional>
 #include <string>
 #include <vector>
@@ -23,9 +25,10 @@ class ShippedProfilesTest : public testing::Test {
  protected:
   ShippedProfilesTest() : catalogue_({VEXORA_PROFILES}) {}
 
-  /// Recognises the device, expects the profile, and reads it.
-  Reading Read(const std::string& walk, const std::string& profile) {
-    WalkAgent agent = ReadWalk(std::filesystem::path(VEXORA_WALKS) / walk);
+  /// Recognises the device, expects the profile, and reads it. The lines `and_also` stand before those of the walk.
+  Reading Read(const std::string& walk, const std::string& profile, const std::string& and_also = "") {
+    std::ifstream file(std::filesystem::path(VEXORA_WALKS) / walk);
+    WalkAgent agent(and_also + std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()));
     EXPECT_THAT(agent.left_out(), IsEmpty());
     const SystemGroup group = ReadSystemGroup(agent);
     const ProfileMatch match = catalogue_.Match(group.object_id, group.description);
@@ -80,6 +83,21 @@ TEST_F(ShippedProfilesTest, ReadABridgeWithCountersOf32Bits) {
   EXPECT_EQ((*reading.stations)[0].in_octets, std::nullopt);
 }
 
+TEST_F(ShippedProfilesTest, ReadTheModelOfABridgeWhateverTheNumberOfItsRadioIs) {
+  EXPECT_EQ(Read("bridge.snmprec", "airos").system.model, "Bridge M5");
+  EXPECT_EQ(Read("bridge.snmprec", "airos", "1.2.840.10036.3.1.2.1.4.3|4|XW.v6\n").system.version, "XW.v6");
+}
+
+TEST_F(ShippedProfilesTest, TakeTheAccessPointOfABridgeThatIsAStationForNoClient) {
+  const Reading access_point = Read("bridge.snmprec", "airos", "1.3.6.1.4.1.41112.1.4.1.1.2.1|2|4\n");
+  EXPECT_EQ(access_point.stations.value().size(), 2U);
+  const Reading station = Read("bridge.snmprec", "airos", "1.3.6.1.4.1.41112.1.4.1.1.2.1|2|1\n");
+  EXPECT_THAT(station.ssids.value(), IsEmpty());
+  EXPECT_THAT(station.stations.value(), IsEmpty());
+  ASSERT_EQ(station.radios.value().size(), 1U);
+  EXPECT_EQ((*station.radios)[0].client_count, std::nullopt);
+}
+
 TEST_F(ShippedProfilesTest, ReadASwitch) {
   const Reading reading = Read("switch.snmprec", "jetstream");
   EXPECT_EQ(reading.system.type, DeviceType::kSwitch);
@@ -129,6 +147,13 @@ TEST_F(ShippedProfilesTest, ReadAControllerWithACaptivePortal) {
   ASSERT_EQ(reading.portal_users.value().size(), 1U);
   EXPECT_EQ((*reading.portal_users)[0].username, "guest-7");
   EXPECT_EQ((*reading.portal_users)[0].mac, "00:00:5e:00:53:82");
+}
+
+TEST_F(ShippedProfilesTest, LeaveOutTheStationsThatAControllerListsAsGone) {
+  const Reading reading =
+      Read("controller.snmprec", "aruba_controller", "1.3.6.1.4.1.14823.2.2.1.5.2.2.1.1.5.0.0.94.0.83.128|2|2\n");
+  EXPECT_EQ(reading.stations.value().size(), 3U);
+  EXPECT_EQ(ClientTexts(reading)[0], "example-staff (ap-library/1): 1");
 }
 
 }  // namespace
