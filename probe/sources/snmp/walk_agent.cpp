@@ -64,7 +64,11 @@ std::optional<std::string> ParseAddress(std::string_view text) {
 template <typename Content>
 std::optional<Value> MakeValue(ValueType type, std::optional<Content> content) {
   if (!content) return std::nullopt;
-  return Value{type, *std::move(content)};
+  // Made in its place: g++ 12 takes the end of a temporary one for a mistake when it compiles for ThreadSanitizer.
+  std::optional<Value> value(std::in_place);
+  value->type = type;
+  value->content.template emplace<Content>(*std::move(content));
+  return value;
 }
 
 std::optional<Value> ParseUnsigned(ValueType type, std::string_view text) {
