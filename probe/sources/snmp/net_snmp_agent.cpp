@@ -18,7 +18,7 @@ using Clock = std::chrono::steady_clock;
 namespace {
 
 const Oid kSysUpTime{1, 3, 6, 1, 2, 1, 1, 3, 0};
-const Oid kUnknownEngineIds{1, 3, 6, 1, 6, 3, 15, 1, 1, 4, 0};
+const Oid kUnknownEngineReport{1, 3, 6, 1, 6, 3, 15, 1, 1, 4, 0};
 
 }  // namespace
 
@@ -183,7 +183,8 @@ bool NetSnmpAgent::Connection::Introduce() {
 /// since it last answered. It refuses the engine id that it had, and what it says cannot be verified.
 bool NetSnmpAgent::Connection::MayBeAnotherEngine(const Reply& reply) const {
   if (settings_.version != Version::k3 || !is_proven_) return false;
-  if (reply.kind == ReplyKind::kReport) return !reply.values.empty() && reply.values.front().oid == kUnknownEngineIds;
+  if (reply.kind == ReplyKind::kReport)
+    return !reply.values.empty() && reply.values.front().oid == kUnknownEngineReport;
   return reply.kind == ReplyKind::kUnreadable;
 }
 

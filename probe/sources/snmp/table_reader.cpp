@@ -12,18 +12,18 @@ namespace {
 /// Texts of one table, in octets: a table of real rows has a few hundred in each.
 constexpr std::size_t kMaxOctets = std::size_t{16} * 1024 * 1024;
 
-/// One column, as far as it was read.
-struct Column {
-  Oid column;
-  Oid position;  // the last object read; at first the column itself
-  bool has_ended = false;
-  std::vector<VarBind> rows;
-};
-
 }  // namespace
 
 /// One reading of one table.
 class TableReader::Table {
+  /// One column, as far as it was read.
+  struct Column {
+    Oid column;
+    Oid position;  // the last object read; at first the column itself
+    bool has_ended = false;
+    std::vector<VarBind> rows;
+  };
+
  public:
   Table(const std::vector<Oid>& columns, std::size_t max_rows) : max_rows_(max_rows) {
     for (const Oid& column : columns) columns_.push_back({.column = column, .position = column, .rows = {}});
