@@ -26,7 +26,7 @@ using namespace std::chrono_literals;
 
 const std::string kHeader = "[[sources.snmp.devices]]\n";
 
-std::string Complaint(const std::string& text) {
+std::string DeviceComplaint(const std::string& text) {
   try {
     ParseSettings(text, "probe.toml");
     return "";
@@ -107,7 +107,7 @@ class SnmpAddress : public ::testing::TestWithParam<Address> {};
 TEST_P(SnmpAddress, IsTakenApart) {
   const std::string text = kHeader + "address = \"" + GetParam().text + "\"\ncommunity = \"x\"\n";
   if (*GetParam().host == '\0') {
-    EXPECT_EQ(Complaint(text),
+    EXPECT_EQ(DeviceComplaint(text),
               "probe.toml:2: sources.snmp.devices.address: must be a host name or IP address, with or without a port");
     return;
   }
@@ -137,7 +137,7 @@ struct BadDevice {
 class UnusableSnmpDevice : public ::testing::TestWithParam<BadDevice> {};
 
 TEST_P(UnusableSnmpDevice, IsNamedByFileLineAndKey) {
-  EXPECT_EQ(Complaint(kHeader + GetParam().keys), std::string("probe.toml:") + GetParam().complaint);
+  EXPECT_EQ(DeviceComplaint(kHeader + GetParam().keys), std::string("probe.toml:") + GetParam().complaint);
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -195,15 +195,15 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(SnmpDevices, AreAListOfTables) {
   const std::string complaint =
       "probe.toml:1: sources.snmp.devices: must be a list of tables, each begun by [[sources.snmp.devices]]";
-  EXPECT_EQ(Complaint("[sources.snmp.devices]\naddress = \"a\"\n"), complaint);
-  EXPECT_EQ(Complaint("sources.snmp.devices = [\"a\"]\n"), complaint);
-  EXPECT_EQ(Complaint("sources.snmp.devices = 5\n"), complaint);
+  EXPECT_EQ(DeviceComplaint("[sources.snmp.devices]\naddress = \"a\"\n"), complaint);
+  EXPECT_EQ(DeviceComplaint("sources.snmp.devices = [\"a\"]\n"), complaint);
+  EXPECT_EQ(DeviceComplaint("sources.snmp.devices = 5\n"), complaint);
 }
 
 TEST(SnmpDevices, AMisspeltListIsNamedWithTheRightOne) {
-  EXPECT_EQ(Complaint("[[sources.snmp.device]]\naddress = \"a\"\n"),
+  EXPECT_EQ(DeviceComplaint("[[sources.snmp.device]]\naddress = \"a\"\n"),
             "probe.toml:1: sources.snmp.device: there is no such table; did you mean \"sources.snmp.devices\"?");
-  EXPECT_EQ(Complaint("[[sources.snpm.devices]]\naddress = \"a\"\n"),
+  EXPECT_EQ(DeviceComplaint("[[sources.snpm.devices]]\naddress = \"a\"\n"),
             "probe.toml:1: sources.snpm: there is no such table; did you mean \"sources.snmp\"?");
 }
 
@@ -215,7 +215,7 @@ TEST(SnmpDevices, SecretsAreInNoComplaint) {
         "address = \"a\"\nversion = \"3\"\nuser = \"u\"\nauth = \"" + secret + "\"\n",
         "address = \"a\"\ncommunity = \"" + secret + "\nversion = \"1\"\n",
         "address = \"a\"\ncommunity = \"" + secret + "\" x\n"}) {
-    const std::string complaint = Complaint(kHeader + keys);
+    const std::string complaint = DeviceComplaint(kHeader + keys);
     EXPECT_NE(complaint, "") << keys;
     EXPECT_THAT(complaint, Not(HasSubstr(secret))) << keys;
   }
@@ -252,7 +252,7 @@ TEST_F(SnmpSecretFile, IsReadUpToTheEndOfItsLine) {
 
 TEST_F(SnmpSecretFile, MayLieAmongTheCredentialsOfTheServiceManager) {
   const std::string keys = "address = \"a\"\ncommunity_file = \"${CREDENTIALS_DIRECTORY}/community\"\n";
-  EXPECT_EQ(Complaint(kHeader + keys),
+  EXPECT_EQ(DeviceComplaint(kHeader + keys),
             "probe.toml:3: sources.snmp.devices.community_file: the service manager gave no CREDENTIALS_DIRECTORY");
   setenv("CREDENTIALS_DIRECTORY", folder_.c_str(), 1);
   EXPECT_EQ(Device(keys).community, "open sesame");
@@ -260,7 +260,7 @@ TEST_F(SnmpSecretFile, MayLieAmongTheCredentialsOfTheServiceManager) {
 
 TEST_F(SnmpSecretFile, IsRefusedWhenItHoldsNothing) {
   const std::string file = (folder_ / "empty").string();
-  EXPECT_EQ(Complaint(kHeader + "address = \"a\"\ncommunity_file = \"" + file + "\"\n"),
+  EXPECT_EQ(DeviceComplaint(kHeader + "address = \"a\"\ncommunity_file = \"" + file + "\"\n"),
             "probe.toml:3: sources.snmp.devices.community_file: nothing can be read from \"" + file + "\"");
 }
 
@@ -277,7 +277,7 @@ TEST(SnmpDevices, TheExampleOfTheDescriptionIsValid) {
 
 TEST(SnmpDevices, ASecretWithoutQuotesIsInNoError) {
   const std::string digits(30, '7');
-  const std::string complaint = Complaint(kHeader + "address = \"a\"\ncommunity = " + digits + "\n");
+  const std::string complaint = DeviceComplaint(kHeader + "address = \"a\"\ncommunity = " + digits + "\n");
   EXPECT_THAT(complaint, HasSubstr("probe.toml:3: "));
   EXPECT_THAT(complaint, HasSubstr("the number is not representable"));
   EXPECT_THAT(complaint, Not(HasSubstr("777")));
