@@ -3,6 +3,8 @@
 #include <string>
 
 #include "fuzz/require.h"
+#include "probe/sources/snmp/oid.h"
+#include "probe/sources/snmp/profile.h"
 #include "probe/sources/snmp/profile_catalogue.h"
 #include "probe/sources/snmp/profile_reading.h"
 #include "probe/sources/snmp/walk_agent.h"

@@ -8,9 +8,14 @@
 #include <vector>
 
 #include "fuzz/require.h"
+#include "probe/sources/snmp/agent.h"
+#include "probe/sources/snmp/oid.h"
+#include "probe/sources/snmp/profile.h"
 #include "probe/sources/snmp/profile_catalogue.h"
 #include "probe/sources/snmp/profile_reading.h"
+#include "probe/sources/snmp/reading.h"
 #include "probe/sources/snmp/reading_text.h"
+#include "probe/sources/snmp/value.h"
 #include "probe/sources/snmp/walk_agent.h"
 
 using fuzzing::Require;

@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 #include <utility>
 
+#include "platform/subscriptions.h"
 #include "platform/topics.h"
 #include "probe/clock/clock.h"
 #include "probe/host/connection_id.h"

@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/subscriptions.h"
 #include "platform/utilities/locks.h"
 #include "probe/host/connection_id.h"
 #include "probe/host/subscription_service.h"

@@ -17,6 +17,7 @@
 #include "probe/sources/snmp/doctor.h"
 #include "probe/sources/snmp/net_snmp_agent.h"
 #include "probe/sources/snmp/profile_catalogue.h"
+#include "probe/sources/snmp/value.h"
 #include "probe/sources/snmp/walk_agent.h"
 
 namespace probe {

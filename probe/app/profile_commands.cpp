@@ -6,6 +6,8 @@
 #include <ostream>
 
 #include "probe/app/command_line.h"
+#include "probe/sources/snmp/oid.h"
+#include "probe/sources/snmp/profile.h"
 #include "probe/sources/snmp/profile_catalogue.h"
 #include "probe/sources/snmp/profile_reading.h"
 #include "probe/sources/snmp/reading_text.h"

@@ -3,8 +3,10 @@
 #include <ctime>
 #include <utility>
 
+#include "probe/sources/snmp/agent.h"
 #include "probe/sources/snmp/oid.h"
 #include "probe/sources/snmp/profile_reading.h"
+#include "probe/sources/snmp/reading.h"
 
 namespace probe::snmp {
 

@@ -5,6 +5,9 @@
 #include <string_view>
 #include <variant>
 
+#include "probe/sources/snmp/oid.h"
+#include "probe/sources/snmp/value.h"
+
 namespace probe::snmp {
 
 namespace {

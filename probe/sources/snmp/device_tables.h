@@ -9,6 +9,7 @@
 
 #include "probe/sources/snmp/agent.h"
 #include "probe/sources/snmp/cell.h"
+#include "probe/sources/snmp/oid.h"
 #include "probe/sources/snmp/profile.h"
 
 namespace probe::snmp {

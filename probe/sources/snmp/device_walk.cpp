@@ -5,9 +5,11 @@
 #include <set>
 #include <utility>
 
+#include "probe/sources/snmp/oid.h"
 #include "probe/sources/snmp/profile.h"
 #include "probe/sources/snmp/profile_reading.h"
 #include "probe/sources/snmp/system_group.h"
+#include "probe/sources/snmp/value.h"
 
 namespace probe::snmp {
 

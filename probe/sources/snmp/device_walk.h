@@ -5,6 +5,7 @@
 
 #include "probe/sources/snmp/agent.h"
 #include "probe/sources/snmp/profile_catalogue.h"
+#include "probe/sources/snmp/value.h"
 
 namespace probe::snmp {
 

@@ -4,7 +4,10 @@
 #include <cstddef>
 #include <utility>
 
+#include "probe/sources/snmp/agent.h"
 #include "probe/sources/snmp/failure_text.h"
+#include "probe/sources/snmp/oid.h"
+#include "probe/sources/snmp/poll_health.h"
 #include "probe/sources/snmp/profile_reading.h"
 #include "probe/sources/snmp/reading_text.h"
 #include "probe/sources/snmp/system_group.h"

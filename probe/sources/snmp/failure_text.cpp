@@ -5,6 +5,8 @@
 #include <system_error>
 #include <utility>
 
+#include "probe/sources/snmp/oid.h"
+
 namespace probe::snmp {
 
 namespace {

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "probe/sources/snmp/agent.h"
+#include "probe/sources/snmp/oid.h"
 #include "probe/sources/snmp/snmp_session.h"
 #include "probe/sources/snmp/snmp_settings.h"
 

@@ -7,6 +7,7 @@
 #include "probe/sources/snmp/address_lookup.h"
 #include "probe/sources/snmp/failure_text.h"
 #include "probe/sources/snmp/object_reader.h"
+#include "probe/sources/snmp/oid.h"
 #include "probe/sources/snmp/request_channel.h"
 #include "probe/sources/snmp/snmp_session.h"
 #include "probe/sources/snmp/table_reader.h"

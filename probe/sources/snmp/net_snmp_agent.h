@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "probe/sources/snmp/agent.h"
+#include "probe/sources/snmp/oid.h"
 #include "probe/sources/snmp/poll_health.h"
 #include "probe/sources/snmp/snmp_settings.h"
 #include "probe/sources/snmp/stop_event.h"

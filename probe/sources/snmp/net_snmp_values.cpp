@@ -1,6 +1,7 @@
 #include "probe/sources/snmp/net_snmp_values.h"
 
 #include "probe/sources/snmp/net_snmp.h"
+#include "probe/sources/snmp/oid.h"
 
 #include <cstddef>
 #include <cstdint>

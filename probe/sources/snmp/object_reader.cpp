@@ -6,6 +6,9 @@
 #include <string>
 #include <utility>
 
+#include "probe/sources/snmp/oid.h"
+#include "probe/sources/snmp/value.h"
+
 namespace probe::snmp {
 
 namespace {

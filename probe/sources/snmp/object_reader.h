@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "probe/sources/snmp/agent.h"
+#include "probe/sources/snmp/oid.h"
 #include "probe/sources/snmp/request_channel.h"
 
 namespace probe::snmp {

@@ -6,6 +6,8 @@
 #include <string>
 #include <variant>
 
+#include "platform/device_records.h"
+#include "probe/sources/snmp/oid.h"
 #include "probe/sources/snmp/profile_figures.h"
 #include "probe/sources/snmp/profile_tables.h"
 

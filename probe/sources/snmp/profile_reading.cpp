@@ -12,7 +12,9 @@
 
 #include "probe/sources/snmp/cell.h"
 #include "probe/sources/snmp/device_tables.h"
+#include "probe/sources/snmp/oid.h"
 #include "probe/sources/snmp/role_reading.h"
+#include "probe/sources/snmp/value.h"
 
 namespace probe::snmp {
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "probe/sources/snmp/oid.h"
 #include "probe/sources/snmp/profile_decoding.h"
 
 namespace probe::snmp {

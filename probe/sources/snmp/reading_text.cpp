@@ -7,6 +7,8 @@
 #include <utility>
 #include <vector>
 
+#include "platform/device_records.h"
+
 namespace probe::snmp {
 
 using vexora_probe::models::controller::DeviceType;

@@ -10,6 +10,7 @@
 #include <string>
 #include <utility>
 
+#include "platform/device_records.h"
 #include "probe/sources/snmp/cell.h"
 #include "probe/sources/snmp/wireless_words.h"
 

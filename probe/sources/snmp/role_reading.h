@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include "platform/device_records.h"
 #include "probe/sources/snmp/device_tables.h"
 #include "probe/sources/snmp/profile.h"
 #include "probe/sources/snmp/reading.h"

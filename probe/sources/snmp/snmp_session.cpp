@@ -1,5 +1,6 @@
 #include "probe/sources/snmp/snmp_session.h"
 
+#include "platform/utilities/locks.h"
 #include "probe/sources/snmp/net_snmp.h"
 
 #include <fcntl.h>

@@ -7,6 +7,7 @@
 #include <variant>
 
 #include "probe/sources/snmp/cell.h"
+#include "probe/sources/snmp/value.h"
 
 namespace probe::snmp {
 

@@ -6,6 +6,7 @@
 #include "probe/sources/snmp/agent.h"
 #include "probe/sources/snmp/oid.h"
 #include "probe/sources/snmp/reading.h"
+#include "probe/sources/snmp/value.h"
 
 namespace probe::snmp {
 

@@ -5,6 +5,8 @@
 #include <utility>
 #include <variant>
 
+#include "probe/sources/snmp/value.h"
+
 namespace probe::snmp {
 
 namespace {

@@ -13,6 +13,9 @@
 #include <utility>
 #include <variant>
 
+#include "probe/sources/snmp/oid.h"
+#include "probe/sources/snmp/value.h"
+
 namespace probe::snmp {
 
 namespace {

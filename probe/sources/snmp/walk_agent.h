@@ -7,6 +7,8 @@
 #include <vector>
 
 #include "probe/sources/snmp/agent.h"
+#include "probe/sources/snmp/oid.h"
+#include "probe/sources/snmp/value.h"
 
 namespace probe::snmp {
 

@@ -1,4 +1,5 @@
 #include "probe/app/device_commands.h"
+#include "probe/sources/snmp/snmp_settings.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -22,6 +22,7 @@
 #include "probe/server/web_server.h"
 #include "probe/sources/this_machine/this_machine.h"
 #include "tests/probe/app/loopback_transfer.h"
+#include "tests/probe/app/probe_process.h"
 #include "tests/support/test_folder.h"
 
 namespace probe {

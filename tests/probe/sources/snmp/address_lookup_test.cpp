@@ -1,4 +1,5 @@
 #include "probe/sources/snmp/address_lookup.h"
+#include "probe/sources/snmp/stop_event.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -14,6 +14,7 @@
 
 #include "probe/sources/snmp/profile_catalogue.h"
 #include "probe/sources/snmp/profile_reading.h"
+#include "probe/sources/snmp/reading.h"
 #include "probe/sources/snmp/walk_agent.h"
 
 namespace probe::snmp {

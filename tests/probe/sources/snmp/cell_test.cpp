@@ -1,4 +1,8 @@
 #include "probe/sources/snmp/cell.h"
+#include "probe/sources/snmp/oid.h"
+#include "probe/sources/snmp/profile.h"
+#include "probe/sources/snmp/reading.h"
+#include "probe/sources/snmp/value.h"
 
 #include <gtest/gtest.h>
 

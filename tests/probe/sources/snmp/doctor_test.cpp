@@ -1,4 +1,7 @@
 #include "probe/sources/snmp/doctor.h"
+#include "probe/sources/snmp/net_snmp_agent.h"
+#include "probe/sources/snmp/profile_catalogue.h"
+#include "probe/sources/snmp/snmp_settings.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -14,7 +14,11 @@
 #include <vector>
 
 #include "platform/utilities/locks.h"
+#include "probe/sources/snmp/device_poll.h"
+#include "probe/sources/snmp/poll_health.h"
 #include "probe/sources/snmp/snmp_poller.h"
+#include "probe/sources/snmp/snmp_settings.h"
+#include "probe/sources/snmp/stop_event.h"
 #include "probe/sources/snmp/wait.h"
 
 namespace probe::snmp {

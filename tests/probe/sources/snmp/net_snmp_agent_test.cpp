@@ -1,4 +1,7 @@
 #include "probe/sources/snmp/net_snmp_agent.h"
+#include "probe/sources/snmp/agent.h"
+#include "probe/sources/snmp/poll_health.h"
+#include "probe/sources/snmp/snmp_settings.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>

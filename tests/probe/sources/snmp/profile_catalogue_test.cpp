@@ -1,4 +1,6 @@
 #include "probe/sources/snmp/profile_catalogue.h"
+#include "probe/sources/snmp/oid.h"
+#include "probe/sources/snmp/profile.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -5,6 +5,7 @@
 #include <iterator>
 #include <string>
 
+#include "probe/sources/snmp/profile.h"
 #include "probe/sources/snmp/profile_catalogue.h"
 #include "probe/sources/snmp/profile_reading.h"
 #include "probe/sources/snmp/reading_text.h"

@@ -1,4 +1,9 @@
 #include "probe/sources/snmp/profile_reading.h"
+#include "platform/device_records.h"
+#include "probe/sources/snmp/agent.h"
+#include "probe/sources/snmp/oid.h"
+#include "probe/sources/snmp/profile.h"
+#include "probe/sources/snmp/reading.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

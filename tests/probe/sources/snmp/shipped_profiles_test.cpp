@@ -8,8 +8,11 @@
 #include <string>
 #include <vector>
 
+#include "platform/device_records.h"
+#include "probe/sources/snmp/profile.h"
 #include "probe/sources/snmp/profile_catalogue.h"
 #include "probe/sources/snmp/profile_reading.h"
+#include "probe/sources/snmp/reading.h"
 #include "probe/sources/snmp/walk_agent.h"
 
 namespace probe::snmp {

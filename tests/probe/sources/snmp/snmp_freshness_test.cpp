@@ -5,7 +5,11 @@
 #include <cstddef>
 #include <memory>
 
+#include "probe/sources/snmp/device_poll.h"
+#include "probe/sources/snmp/poll_health.h"
 #include "probe/sources/snmp/snmp_poller.h"
+#include "probe/sources/snmp/snmp_settings.h"
+#include "probe/sources/snmp/stop_event.h"
 #include "tests/probe/sources/snmp/fake_polls.h"
 
 namespace probe::snmp {

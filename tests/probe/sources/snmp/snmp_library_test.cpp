@@ -1,4 +1,6 @@
 #include "probe/sources/snmp/snmp_library.h"
+#include "probe/sources/snmp/agent.h"
+#include "probe/sources/snmp/snmp_settings.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,8 @@
 #include "probe/sources/snmp/snmp_poller.h"
+#include "probe/sources/snmp/device_poll.h"
+#include "probe/sources/snmp/poll_health.h"
+#include "probe/sources/snmp/snmp_settings.h"
+#include "probe/sources/snmp/stop_event.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

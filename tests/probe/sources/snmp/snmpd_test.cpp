@@ -13,7 +13,12 @@
 #include <variant>
 #include <vector>
 
+#include "probe/sources/snmp/agent.h"
 #include "probe/sources/snmp/net_snmp_agent.h"
+#include "probe/sources/snmp/oid.h"
+#include "probe/sources/snmp/poll_health.h"
+#include "probe/sources/snmp/snmp_settings.h"
+#include "probe/sources/snmp/value.h"
 #include "tests/support/snmp/snmpd_process.h"
 
 // The agent that most Linux devices run, and what it says to version 3 in particular.

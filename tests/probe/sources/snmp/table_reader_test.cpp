@@ -1,4 +1,8 @@
 #include "probe/sources/snmp/table_reader.h"
+#include "probe/sources/snmp/agent.h"
+#include "probe/sources/snmp/oid.h"
+#include "probe/sources/snmp/request_channel.h"
+#include "probe/sources/snmp/value.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,7 @@
 #include "probe/sources/snmp/walk_agent.h"
+#include "probe/sources/snmp/agent.h"
+#include "probe/sources/snmp/oid.h"
+#include "probe/sources/snmp/value.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

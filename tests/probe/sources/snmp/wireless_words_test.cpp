@@ -1,4 +1,5 @@
 #include "probe/sources/snmp/wireless_words.h"
+#include "platform/device_records.h"
 
 #include <gtest/gtest.h>
 
