@@ -301,6 +301,7 @@ TEST_F(NetSnmpAgentTest, EndsAtTheDeadlineAlsoWhilePacketsKeepComing) {
 
   EXPECT_LT(steady_clock::now() - start, kFlood / 3);
   is_done = true;
+  agent_.reset();  // its thread uses what ends with this test
 }
 
 TEST_F(NetSnmpAgentTest, EndsTheWaitWhenItIsToStop) {
@@ -313,6 +314,7 @@ TEST_F(NetSnmpAgentTest, EndsTheWaitWhenItIsToStop) {
 
   EXPECT_EQ(agent.Get({kName}).failure, Failure::kNoReply);
   EXPECT_EQ(agent.ReadTable({kTable}, 100).failure, Failure::kNoReply);
+  agent_.reset();  // its thread uses what ends with this test
 }
 
 TEST_F(NetSnmpAgentTest, AsksForSmallerAnswersWhenLargeOnesDoNotArrive) {
