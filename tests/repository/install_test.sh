@@ -33,6 +33,7 @@ strays=$(find "$prefix" -type f -printf '%P\n' |
     \#^lib[^/]*(/[^/]+-linux-[^/]+)?/vexora/probe/libmonitor\.so$#d
     \#^include/vexora/(platform/([a-z]+/)?[a-z_]+\.h|monitor/engine/entry_points\.h)$#d
     \#^share/vexora/dashboard/(assets/)?[^/]+$#d
+    \#^share/vexora/profiles/[a-z_]+\.toml$#d
     \#^share/doc/vexora-probe/examples/probe\.toml$#d')
 [[ -z $strays ]] || fail "what is this for: $strays"
 

@@ -18,7 +18,7 @@ DeviceSnapshot Of(const std::string& state) {
   return SnapshotOf(nlohmann::ordered_json::parse(state));
 }
 
-std::string Refusal(const char* state) {
+std::string RefusalOfState(const char* state) {
   try {
     Of(state);
   } catch (const probe::recording::MalformedRecording& error) {
@@ -94,22 +94,22 @@ TEST(DeviceStateReader, KeepsTheOrderOfACredentialsMembers) {
 }
 
 TEST(DeviceStateReader, IsRefusedWithThePlaceAndTheReason) {
-  EXPECT_EQ(Refusal(R"({"cpus": 1})"), "unknown member cpus");
-  EXPECT_EQ(Refusal(R"({"online": 1})"), "online must be true or false");
-  EXPECT_EQ(Refusal(R"({"interfaces": {"ge1": {"traffic": {"in_bytes": -1}}}})"),
+  EXPECT_EQ(RefusalOfState(R"({"cpus": 1})"), "unknown member cpus");
+  EXPECT_EQ(RefusalOfState(R"({"online": 1})"), "online must be true or false");
+  EXPECT_EQ(RefusalOfState(R"({"interfaces": {"ge1": {"traffic": {"in_bytes": -1}}}})"),
             "interfaces.ge1.traffic.in_bytes must be a whole number from 0 to 18446744073709551615");
-  EXPECT_EQ(Refusal(R"({"cpu": 2147483648})"), "cpu must be a whole number from -2147483648 to 2147483647");
-  EXPECT_EQ(Refusal(R"({"cpu": 1.5})"), "cpu must be a whole number from -2147483648 to 2147483647");
-  EXPECT_EQ(Refusal(R"({"ssid_interfaces": {"w": {"ssid_hex": "4c6"}}})"),
+  EXPECT_EQ(RefusalOfState(R"({"cpu": 2147483648})"), "cpu must be a whole number from -2147483648 to 2147483647");
+  EXPECT_EQ(RefusalOfState(R"({"cpu": 1.5})"), "cpu must be a whole number from -2147483648 to 2147483647");
+  EXPECT_EQ(RefusalOfState(R"({"ssid_interfaces": {"w": {"ssid_hex": "4c6"}}})"),
             "ssid_interfaces.w.ssid_hex must be pairs of hex digits");
-  EXPECT_EQ(Refusal(R"({"ssid_interfaces": {"w": {"ssid": "x", "ssid_hex": "4c"}}})"),
+  EXPECT_EQ(RefusalOfState(R"({"ssid_interfaces": {"w": {"ssid": "x", "ssid_hex": "4c"}}})"),
             "ssid_interfaces.w.ssid stands beside ssid_hex");
-  EXPECT_EQ(Refusal(R"({"ssid_interfaces": {"w": {"ssid": "x", "ssid_hex": null}}})"), "");
-  EXPECT_EQ(Refusal(R"({"neighbours": {}})"), "neighbours must be an array");
-  EXPECT_EQ(Refusal(R"({"neighbours": [{}, 1]})"), "neighbours[1] must be an object");
-  EXPECT_EQ(Refusal(R"({"ssid_interfaces": {"w": {"clients": [{"mac": 1}]}}})"),
+  EXPECT_EQ(RefusalOfState(R"({"ssid_interfaces": {"w": {"ssid": "x", "ssid_hex": null}}})"), "");
+  EXPECT_EQ(RefusalOfState(R"({"neighbours": {}})"), "neighbours must be an array");
+  EXPECT_EQ(RefusalOfState(R"({"neighbours": [{}, 1]})"), "neighbours[1] must be an object");
+  EXPECT_EQ(RefusalOfState(R"({"ssid_interfaces": {"w": {"clients": [{"mac": 1}]}}})"),
             "ssid_interfaces.w.clients[0].mac must be a text");
-  EXPECT_EQ(Refusal(R"({"interfaces": []})"), "interfaces must be an object");
+  EXPECT_EQ(RefusalOfState(R"({"interfaces": []})"), "interfaces must be an object");
 }
 
 }  // namespace
