@@ -23,9 +23,12 @@ configure() {
 
 # Reads what ninja prints: one line for every tenth of the work, and everything that is no progress.
 show_progress() {
-  local name=$1 line shown=0
+  local name=$1 line shown=0 all=0
   while IFS= read -r line; do
     if [[ $line =~ ^@([0-9]+)/([0-9]+)@ ]]; then
+      # A build that first runs CMake again begins to count anew.
+      ((BASH_REMATCH[2] == all)) || shown=0
+      all=${BASH_REMATCH[2]}
       ((BASH_REMATCH[1] * 10 / BASH_REMATCH[2] > shown)) || continue
       shown=$((BASH_REMATCH[1] * 10 / BASH_REMATCH[2]))
       printf '   %s: %s of %s built, %s\n' "$name" "${BASH_REMATCH[1]}" "${BASH_REMATCH[2]}" "$(minutes "$((SECONDS - began))")"
