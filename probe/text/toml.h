@@ -6,6 +6,8 @@
 // letter, a digit or a quotation mark ("[+table]"), and that a character of certain ranges is white space where it asks
 // whether it is. There it aborts or goes on in an undefined state. Without the claims it answers with an error that has
 // the line.
+#include <cstdint>  // which the library's part below does not include itself
+
 #include <toml++/impl/preprocessor.h>
 #undef TOML_ASSERT_ASSUME
 #define TOML_ASSERT_ASSUME(claim) static_cast<void>(0)
