@@ -56,15 +56,17 @@ void ObjectWriter::Begin(const std::string& key) {
 }
 
 void ObjectWriter::Begin(const char* key) {
-  const std::string_view shown = key;
-  if (value_ != 0 && shown == key_) {
+  text_ += value_ == 0 ? " " : ", ";
+  const std::size_t at = text_.size();
+  AppendQuoted(text_, key);
+  const std::size_t size = text_.size() - at;
+  if (value_ != 0 && text_.compare(at, size, text_, key_, key_size_) == 0) {
     text_.resize(value_);
     return;
   }
-  text_ += value_ == 0 ? " " : ", ";
-  AppendQuoted(text_, shown);
   text_ += ": ";
-  key_ = shown;
+  key_ = at;
+  key_size_ = size;
   value_ = text_.size();
 }
 

@@ -45,7 +45,7 @@ class ObjectWriter {
   /// Opens an object at the end of `text`, to which nobody else appends but values.
   explicit ObjectWriter(std::string& text) : text_(text) { text_ += '{'; }
 
-  /// Begins the member of a key, whose value is appended to the text next. `key` must live until the next call.
+  /// Begins the member of a key, whose value is appended to the text next.
   void Begin(const std::string& key);
 
   /// The same for a key that is a constant.
@@ -56,7 +56,8 @@ class ObjectWriter {
 
  private:
   std::string& text_;
-  std::string_view key_;   // of the newest member
+  std::size_t key_ = 0;  // where the newest member's key stands in the text, quoted
+  std::size_t key_size_ = 0;
   std::size_t value_ = 0;  // where its value begins; 0 while there is no member
 };
 
