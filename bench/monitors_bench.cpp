@@ -190,81 +190,93 @@ auto Maker() {
   return [] { return std::make_unique<Kind>(); };
 }
 
+// The six views are full after so many passes a day apart: the chain needs 5, 2, 6, 2 and 12 samples to begin.
+constexpr int kAllViews = 5 + 2 + 6 + 2 + 12 + 31;
+
+std::vector<Subject> LiveMonitors() {
+  return {{"traffic",
+           Maker<TrafficMonitor>(),
+           Maker<plain::TrafficMonitor>(),
+           &TrafficLoop,
+           &Switch,
+           kPortsEach,
+           1,
+           1,
+           kAllViews,
+           kDaySeconds,
+           10'000,
+           {1'000, 10'000, 100'000}},
+          {"client_count",
+           Maker<ClientCountMonitor>(),
+           Maker<plain::ClientCountMonitor>(),
+           &RingLoop,
+           &AccessPointWithClients,
+           1,
+           2,
+           1,
+           kAllViews,
+           kDaySeconds,
+           1'000,
+           {100, 1'000, 4'000}},
+          {"health",
+           Maker<HealthMonitor>(),
+           Maker<plain::HealthMonitor>(),
+           &RingLoop,
+           &AccessPointWithClients,
+           1,
+           1,
+           1,
+           1,
+           kMinuteSeconds,
+           4'000,
+           {100, 1'000, 4'000}},
+          {"wireless_top",
+           Maker<WirelessTopMonitor>(),
+           Maker<plain::WirelessTopMonitor>(),
+           &RingLoop,
+           &AccessPointWithClients,
+           kClientsEach,
+           1,
+           1,
+           1,
+           kMinuteSeconds,
+           50'000,
+           {1'000, 10'000, 50'000}}};
+}
+
+std::vector<Subject> Reports() {
+  return {{"client_report",
+           Maker<WirelessClientReport>(),
+           Maker<plain::ClientReport>(),
+           &RingLoop,
+           &AccessPointWithClients,
+           kClientsEach,
+           2,
+           1,
+           14,
+           kDaySeconds / 2,
+           50'000,
+           {1'000, 10'000, 50'000}},
+          {"network_report",
+           Maker<vexora_probe::monitor::WirelessNetworkReport>(),
+           Maker<plain::NetworkReport>(),
+           &RingLoop,
+           &AccessPointWithNetworks,
+           1,
+           2 * kNetworksEach,
+           5,
+           96,
+           5 * kMinuteSeconds,
+           10,
+           {10, 100, 1'000}}};
+}
+
 const std::vector<Subject>& Subjects() {
-  // The six views are full after so many passes a day apart: the chain needs 5, 2, 6, 2 and 12 samples to begin.
-  constexpr int kAllViews = 5 + 2 + 6 + 2 + 12 + 31;
-  static const std::vector<Subject> subjects{{"traffic",
-                                              Maker<TrafficMonitor>(),
-                                              Maker<plain::TrafficMonitor>(),
-                                              &TrafficLoop,
-                                              &Switch,
-                                              kPortsEach,
-                                              1,
-                                              1,
-                                              kAllViews,
-                                              kDaySeconds,
-                                              10'000,
-                                              {1'000, 10'000, 100'000}},
-                                             {"client_count",
-                                              Maker<ClientCountMonitor>(),
-                                              Maker<plain::ClientCountMonitor>(),
-                                              &RingLoop,
-                                              &AccessPointWithClients,
-                                              1,
-                                              2,
-                                              1,
-                                              kAllViews,
-                                              kDaySeconds,
-                                              1'000,
-                                              {100, 1'000, 4'000}},
-                                             {"health",
-                                              Maker<HealthMonitor>(),
-                                              Maker<plain::HealthMonitor>(),
-                                              &RingLoop,
-                                              &AccessPointWithClients,
-                                              1,
-                                              1,
-                                              1,
-                                              1,
-                                              kMinuteSeconds,
-                                              4'000,
-                                              {100, 1'000, 4'000}},
-                                             {"wireless_top",
-                                              Maker<WirelessTopMonitor>(),
-                                              Maker<plain::WirelessTopMonitor>(),
-                                              &RingLoop,
-                                              &AccessPointWithClients,
-                                              kClientsEach,
-                                              1,
-                                              1,
-                                              1,
-                                              kMinuteSeconds,
-                                              50'000,
-                                              {1'000, 10'000, 50'000}},
-                                             {"client_report",
-                                              Maker<WirelessClientReport>(),
-                                              Maker<plain::ClientReport>(),
-                                              &RingLoop,
-                                              &AccessPointWithClients,
-                                              kClientsEach,
-                                              2,
-                                              1,
-                                              14,
-                                              kDaySeconds / 2,
-                                              50'000,
-                                              {1'000, 10'000, 50'000}},
-                                             {"network_report",
-                                              Maker<vexora_probe::monitor::WirelessNetworkReport>(),
-                                              Maker<plain::NetworkReport>(),
-                                              &RingLoop,
-                                              &AccessPointWithNetworks,
-                                              1,
-                                              2 * kNetworksEach,
-                                              5,
-                                              96,
-                                              5 * kMinuteSeconds,
-                                              10,
-                                              {10, 100, 1'000}}};
+  static const std::vector<Subject> subjects = [] {
+    std::vector<Subject> all = LiveMonitors();
+    for (Subject& report : Reports()) all.push_back(std::move(report));
+    return all;
+  }();
   return subjects;
 }
 
@@ -376,7 +388,7 @@ void BM_Pass(benchmark::State& state, const Subject& subject, std::int64_t thing
       static_cast<double>(allocations) / static_cast<double>(state.iterations()) / static_cast<double>(things);
 }
 
-const bool is_registered = [] {
+const bool kIsRegistered = [] {
   constexpr int kMeasuredPasses = 10;
   for (const Subject& subject : Subjects()) {
     for (const std::int64_t size : subject.sizes) {

@@ -14,6 +14,7 @@
 #include <chrono>
 #include <csignal>
 #include <cstdint>
+#include <cstdlib>
 #include <map>
 #include <memory>
 #include <string>
@@ -97,7 +98,7 @@ class Agents {
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     socklen_t length = sizeof address;
     const int descriptor = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    bind(descriptor, reinterpret_cast<const sockaddr*>(&address), length);
+    if (bind(descriptor, reinterpret_cast<const sockaddr*>(&address), length) != 0) std::abort();
     getsockname(descriptor, reinterpret_cast<sockaddr*>(&address), &length);
     sockets_.push_back({.fd = descriptor, .events = POLLIN, .revents = 0});
     ports_.push_back(ntohs(address.sin_port));
@@ -172,6 +173,7 @@ BENCHMARK(BM_SnmpPoll)->Arg(10)->Arg(100)->Arg(500)->UseManualTime()->Unit(bench
 /// Runs a program and waits for its end. False when it failed.
 bool Run(std::vector<std::string> words) {
   std::vector<char*> arguments;
+  arguments.reserve(words.size() + 1);
   for (std::string& word : words) arguments.push_back(word.data());
   arguments.push_back(nullptr);
   // Without MIB files, which it would read for longer than it polls.

@@ -11,11 +11,25 @@
 
 namespace {
 
+/// What `run` returns; or, when it throws, the exit code for that, once the reason has been told behind `prefix`.
+template <typename Function>
+int Guarded(const char* prefix, const Function& run) {
+  try {
+    return run();
+  } catch (const probe::SettingsError& error) {
+    std::fprintf(stderr, "%s\n", error.what());
+    return probe::kUnusable;
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "%s: %s\n", prefix, error.what());
+    return 1;
+  }
+}
+
 /// Runs the probe until somebody stops it. Returns the exit code.
 int Run(const probe::CommandLine& command_line) {
   // Before any thread is started: threads inherit the blocked signals.
   probe::StopSignals stop_signals;
-  try {
+  return Guarded("vexora-probe cannot start", [&] {
     probe::ProbeApp app(probe::SettingsFor(command_line), [&] { stop_signals.Interrupt(); });
     app.Start();
     const char* const signal = stop_signals.Wait();
@@ -23,23 +37,19 @@ int Run(const probe::CommandLine& command_line) {
     app.Stop();
     probe::log::Info("stopped");
     return signal == nullptr ? 1 : 0;
-  } catch (const probe::SettingsError& error) {
-    std::fprintf(stderr, "%s\n", error.what());
-    return probe::kUnusable;
-  } catch (const std::exception& error) {
-    std::fprintf(stderr, "vexora-probe cannot start: %s\n", error.what());
-    return 1;
-  }
+  });
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  const auto parsed = probe::ParseCommandLine(argc, argv);
-  if (const auto* answer = std::get_if<probe::CommandLineExit>(&parsed)) {
-    std::fputs(answer->text.c_str(), answer->exit_code == 0 ? stdout : stderr);
-    return answer->exit_code;
-  }
-  const auto& command_line = std::get<probe::CommandLine>(parsed);
-  return command_line.subcommand ? command_line.subcommand() : Run(command_line);
+  return Guarded("vexora-probe", [&] {
+    const auto parsed = probe::ParseCommandLine(argc, argv);
+    if (const auto* answer = std::get_if<probe::CommandLineExit>(&parsed)) {
+      std::fputs(answer->text.c_str(), answer->exit_code == 0 ? stdout : stderr);
+      return answer->exit_code;
+    }
+    const auto& command_line = std::get<probe::CommandLine>(parsed);
+    return command_line.subcommand ? command_line.subcommand() : Run(command_line);
+  });
 }

@@ -45,7 +45,7 @@ class ReplayHost {
   class Send;
 
   /// The recorded state of a device.
-  struct State {
+  struct State {                  // NOLINT(bugprone-exception-escape): moving a tree throws nothing
     std::string line;             ///< The line that set it, while nobody needs the tree; empty: the tree is there.
     nlohmann::ordered_json tree;  ///< What patches change.
   };

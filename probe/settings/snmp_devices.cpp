@@ -239,7 +239,7 @@ class DeviceReader {
     static const std::string variable = "${CREDENTIALS_DIRECTORY}";
     std::string path = named;
     if (const std::size_t at = path.find(variable); at != std::string::npos) {
-      const char* const folder = std::getenv("CREDENTIALS_DIRECTORY");
+      const char* const folder = std::getenv("CREDENTIALS_DIRECTORY");  // NOLINT(concurrency-mt-unsafe): nobody sets it
       if (folder == nullptr) return Error(file_key, "the service manager gave no CREDENTIALS_DIRECTORY");
       path.replace(at, variable.size(), folder);
     }

@@ -10,7 +10,7 @@
 
 #include <toml++/impl/preprocessor.h>
 #undef TOML_ASSERT_ASSUME
-#define TOML_ASSERT_ASSUME(claim) static_cast<void>(0)
+#define TOML_ASSERT_ASSUME(claim) static_cast<void>(0)  // NOLINT(readability-identifier-naming): the library's name
 
 #pragma push_macro("TOML_UNREACHABLE")
 #undef TOML_UNREACHABLE

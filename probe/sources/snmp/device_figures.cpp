@@ -135,6 +135,7 @@ void DeviceFigures::TakeSsids(const std::vector<SsidReading>& rows, const Readin
   }
   if (!do_ssids_count_.value_or(false)) return;
   std::vector<CounterRow> counters;
+  counters.reserve(rows.size());
   for (const SsidReading& row : rows) {
     counters.push_back({.name = row.name,
                         .in = row.in_octets,

@@ -72,7 +72,7 @@ std::vector<std::string> InterfaceNames(const std::vector<InterfaceReading>& row
   for (const InterfaceReading& row : rows) {
     std::string name = row.name;
     if (name.empty()) name = "interface " + std::to_string(row.if_index);
-    if (kro_utilities::string_con::IsInteger(name)) name = "port " + name;
+    if (kro_utilities::string_con::IsInteger(name)) name.insert(0, "port ");
     taken.insert(name);
     names.push_back(std::move(name));
   }

@@ -37,6 +37,7 @@ std::vector<std::vector<Oid>> TablesOf(const ProfileCatalogue& catalogue) {
     }
   }
   std::vector<std::vector<Oid>> result;
+  result.reserve(tables.size());
   for (const auto& [entry, columns] : tables) result.emplace_back(columns.begin(), columns.end());
   return result;
 }

@@ -4,6 +4,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <utility>
 #include <variant>
 
 #include "platform/device_records.h"
@@ -26,10 +27,11 @@ std::vector<std::string> AllowedKeys() {
 
 /// The last document's word on `key`.
 std::optional<ProfileEntry> FindLast(const std::vector<ProfileEntry>& documents, std::string_view key) {
-  for (auto document = documents.rbegin(); document != documents.rend(); ++document) {
-    if (auto entry = document->Find(key)) return entry;
+  std::optional<ProfileEntry> last;
+  for (const ProfileEntry& document : documents) {
+    if (auto entry = document.Find(key)) last = std::move(entry);
   }
-  return std::nullopt;
+  return last;
 }
 
 std::optional<MatchRule> ReadMatch(const ProfileEntry& document) {

@@ -18,7 +18,8 @@ void ProfileErrors::Add(const std::string& file, std::size_t line, const std::st
 void ProfileErrors::Raise() const {
   std::string text;
   for (const auto& [file, line, what] : errors_) {
-    text += (text.empty() ? "" : "\n") + file + ":" + std::to_string(line) + ": " + what;
+    if (!text.empty()) text += '\n';
+    text.append(file).append(":").append(std::to_string(line)).append(": ").append(what);
   }
   if (!text.empty()) throw ProfileError(text);
 }

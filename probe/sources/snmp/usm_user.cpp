@@ -2,9 +2,9 @@
 
 #include "probe/sources/snmp/net_snmp.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdlib>
-#include <cstring>
 #include <new>
 #include <span>
 
@@ -52,7 +52,7 @@ ProtocolId IdOf(PrivacyProtocol protocol) {
 u_char* CopyOf(const std::string& octets) {
   auto* const copy = static_cast<u_char*>(std::calloc(1, octets.size() + 1));
   if (copy == nullptr) throw std::bad_alloc();
-  std::memcpy(copy, octets.data(), octets.size());
+  std::copy(octets.begin(), octets.end(), copy);
   return copy;
 }
 
