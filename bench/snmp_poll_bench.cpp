@@ -21,6 +21,7 @@
 #include <vector>
 
 #include "probe/sources/snmp/net_snmp_agent.h"
+#include "probe/sources/snmp/snmp_settings.h"
 #include "tests/support/snmp/messages.h"
 
 // What one poll of a switch costs the processor, beside the command-line programs that ask for the same columns, one
