@@ -10,7 +10,7 @@ import { type Json, ProbeProcess } from './probe';
 const network = fileURLToPath(new URL('../../script/lib/snmp_network.py', import.meta.url));
 /** VEXORA_IMAGES=1 renews the picture that the documents show, with figures of two passes: they come once a minute here. */
 const isRenewing = Boolean(process.env['VEXORA_IMAGES']);
-const silent = '[[sources.snmp.devices]]\naddress = "127.0.0.1:9"\ncommunity = "public"\nname = "ap-cellar"\n';
+const silent = '[[sources.snmp.devices]]\naddress = "127.0.0.1:9"\ncommunity = "public"\nname = "ap-cellar"\ninterval_seconds = 10\n';
 
 let agents: ChildProcess;
 let probe: ProbeProcess;
