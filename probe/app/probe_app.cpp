@@ -56,9 +56,8 @@ void CheckProfiles(const snmp::SnmpSettings& settings, const snmp::ProfileCatalo
   std::string text;
   for (const snmp::DeviceSettings& device : settings.devices) {
     if (device.profile.empty() || catalogue.Find(device.profile) != nullptr) continue;
-    const std::string nearest = NearestWord(device.profile, names);
     text += (text.empty() ? "" : "\n") + device.defined_at + ": " + kSnmpDevices + ".profile: there is no profile \"" +
-            device.profile + "\"" + (nearest.empty() ? "" : "; did you mean \"" + nearest + "\"?");
+            device.profile + "\"" + DidYouMean(device.profile, names);
   }
   if (!text.empty()) throw SettingsError(text);
 }

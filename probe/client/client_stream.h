@@ -14,8 +14,9 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <type_traits>
 #include <utility>
+
+#include "probe/asio/shared_handler.h"
 
 namespace probe {
 
@@ -48,7 +49,7 @@ class ClientStream {
     return boost::asio::async_initiate<Handler, void(Error, std::size_t)>(
         [this](auto&& then, const MutableBuffers& buffers) {
           // a read may fill less than there is room for, so the first buffer is enough
-          ReadSome(*boost::asio::buffer_sequence_begin(buffers), Shared(std::forward<decltype(then)>(then)));
+          ReadSome(*boost::asio::buffer_sequence_begin(buffers), SharedHandler(std::forward<decltype(then)>(then)));
         },
         handler, into);
   }
@@ -63,20 +64,13 @@ class ClientStream {
                part != boost::asio::buffer_sequence_end(buffers) && count < parts.size(); ++part) {
             if (const boost::asio::const_buffer octets(*part); octets.size() > 0) parts[count++] = octets;
           }
-          WriteSome(parts, Shared(std::forward<decltype(then)>(then)));
+          WriteSome(parts, SharedHandler(std::forward<decltype(then)>(then)));
         },
         handler, from);
   }
 
  private:
   using Buffers = std::array<boost::asio::const_buffer, 4>;
-
-  /// The library's handlers can only be moved, a function can be copied: copies share the one handler.
-  template <typename Handler>
-  static Transferred Shared(Handler&& handler) {
-    auto shared = std::make_shared<std::decay_t<Handler>>(std::forward<Handler>(handler));
-    return [shared](Error error, std::size_t octets) { std::move (*shared)(error, octets); };
-  }
 
   void ReadSome(boost::asio::mutable_buffer into, Transferred done);
   void WriteSome(const Buffers& from, Transferred done);

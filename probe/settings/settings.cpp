@@ -39,7 +39,7 @@ const SettingKey* FindKey(const std::string& path) {
 }
 
 /// A hint for a name that is not known: the key or table of `prefix` that was probably meant.
-std::string DidYouMean(const std::string& path, const std::string& prefix) {
+std::string PathHint(const std::string& path, const std::string& prefix) {
   std::vector<std::string> paths{kSnmpDevices, "sources.snmp"};
   for (const SettingKey& key : SettingKeys()) {
     paths.push_back(key.Path());
@@ -49,8 +49,7 @@ std::string DidYouMean(const std::string& path, const std::string& prefix) {
     return !one.starts_with(prefix) || one.find('.', prefix.size()) != std::string::npos;
   });
   for (std::string& one : paths) one.erase(0, prefix.size());
-  const std::string nearest = NearestWord(std::string_view(path).substr(prefix.size()), paths);
-  return nearest.empty() ? nearest : "; did you mean \"" + prefix + nearest + "\"?";
+  return DidYouMean(std::string_view(path).substr(prefix.size()), paths, prefix);
 }
 
 /// Takes the values of one document over, and notes those that it cannot take.
@@ -81,8 +80,7 @@ class SettingsReader {
     const SettingKey* key = FindKey(path);
     if (key == nullptr) {
       const bool is_table = node.is_table() || node.is_array_of_tables();
-      errors_.Add(line, path,
-                  (is_table ? "there is no such table" : "there is no such key") + DidYouMean(path, prefix));
+      errors_.Add(line, path, (is_table ? "there is no such table" : "there is no such key") + PathHint(path, prefix));
       return;
     }
     const std::optional<SettingValue> value = ValueOf(node);

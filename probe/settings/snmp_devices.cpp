@@ -183,11 +183,11 @@ std::string IntervalExpected() {
   return "a whole number from " + std::to_string(kLeastInterval) + " to " + std::to_string(kMaxInterval);
 }
 
-std::string DidYouMean(std::string_view name) {
+/// A hint for a name that is not known: the key that was probably meant.
+std::string KeyHint(std::string_view name) {
   std::vector<std::string> names{kInterval};
   for (const DeviceKey& key : DeviceKeys()) names.emplace_back(key.name);
-  const std::string nearest = NearestWord(name, names);
-  return nearest.empty() ? nearest : "; did you mean \"" + nearest + "\"?";
+  return DidYouMean(name, names);
 }
 
 /// Reads one table of the list.
@@ -226,7 +226,7 @@ class DeviceReader {
     }
     const auto key =
         std::find_if(DeviceKeys().begin(), DeviceKeys().end(), [&](const DeviceKey& one) { return one.name == name; });
-    if (key == DeviceKeys().end()) return Error(name, "there is no such key" + DidYouMean(name));
+    if (key == DeviceKeys().end()) return Error(name, "there is no such key" + KeyHint(name));
     // The text is not repeated: it may be a secret.
     if (!node.is_string() || !key->assign(draft_, node.ref<std::string>())) Error(name, "must be " + key->expected);
   }

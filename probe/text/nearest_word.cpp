@@ -47,4 +47,9 @@ std::string NearestWord(std::string_view word, const std::vector<std::string>& w
   return nearest;
 }
 
+std::string DidYouMean(std::string_view word, const std::vector<std::string>& words, const std::string& prefix) {
+  const std::string nearest = NearestWord(word, words);
+  return nearest.empty() ? nearest : "; did you mean \"" + prefix + nearest + "\"?";
+}
+
 }  // namespace probe

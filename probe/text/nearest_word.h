@@ -13,4 +13,7 @@ namespace probe {
 ///        missing, too many, or swapped with its neighbour.
 std::string NearestWord(std::string_view word, const std::vector<std::string>& words);
 
+/// The end of an error that names it: `; did you mean "PREFIXword"?`. Empty where none is near.
+std::string DidYouMean(std::string_view word, const std::vector<std::string>& words, const std::string& prefix = {});
+
 }  // namespace probe

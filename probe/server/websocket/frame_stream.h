@@ -9,9 +9,9 @@
 #include <functional>
 #include <memory>
 #include <string>
-#include <type_traits>
 #include <utility>
 
+#include "probe/asio/shared_handler.h"
 #include "probe/server/net/transport.h"
 #include "probe/server/websocket/outbox.h"
 
@@ -51,7 +51,7 @@ class FrameStream {
     return boost::asio::async_initiate<Handler, void(Error, std::size_t)>(
         [this](auto&& then, const MutableBuffers& buffers) {
           // a read may fill less than there is room for, so the first buffer is enough
-          Read(*boost::asio::buffer_sequence_begin(buffers), Shared(std::forward<decltype(then)>(then)));
+          Read(*boost::asio::buffer_sequence_begin(buffers), SharedHandler(std::forward<decltype(then)>(then)));
         },
         handler, into);
   }
@@ -60,20 +60,13 @@ class FrameStream {
   auto async_write_some(const ConstBuffers& from, Handler&& handler) {
     return boost::asio::async_initiate<Handler, void(Error, std::size_t)>(
         [this](auto&& then, const ConstBuffers& buffers) {
-          WriteControl(boost::beast::buffers_to_string(buffers), Shared(std::forward<decltype(then)>(then)));
+          WriteControl(boost::beast::buffers_to_string(buffers), SharedHandler(std::forward<decltype(then)>(then)));
         },
         handler, from);
   }
 
  private:
   struct Sending;
-
-  /// The library's handlers can only be moved, a function can be copied: copies share the one handler.
-  template <typename Handler>
-  static Transport::Transferred Shared(Handler&& handler) {
-    auto shared = std::make_shared<std::decay_t<Handler>>(std::forward<Handler>(handler));
-    return [shared](Error error, std::size_t octets) { std::move (*shared)(error, octets); };
-  }
 
   void Read(boost::asio::mutable_buffer into, Transport::Transferred done);
   void WriteControl(std::string octets, Transport::Transferred done);

@@ -11,6 +11,7 @@
 #include "probe/sources/snmp/profile_reading.h"
 #include "probe/sources/snmp/reading_text.h"
 #include "probe/sources/snmp/system_group.h"
+#include "probe/text/utf8.h"
 
 namespace probe::snmp {
 
@@ -21,13 +22,6 @@ namespace {
 std::string Line(const std::string& name, const std::string& value) {
   constexpr std::size_t kWidth = 13;
   return name + std::string(name.size() < kWidth ? kWidth - name.size() : 1, ' ') + value + "\n";
-}
-
-/// A device's own text on one line, with whatever is not printable left out.
-std::string Printable(const std::string& octets) {
-  std::string text;
-  for (const char octet : octets) text += octet >= ' ' && octet <= '~' ? octet : ' ';
-  return text;
 }
 
 std::string SecurityText(const DeviceSettings& settings) {
@@ -75,7 +69,7 @@ Diagnosis Diagnose(const DeviceSettings& settings, const ProfileCatalogue& catal
     return diagnosis;
   }
   diagnosis.answers = true;
-  diagnosis.text += Line("answers", "yes") + Line("sysDescr", Printable(system.description)) +
+  diagnosis.text += Line("answers", "yes") + Line("sysDescr", PrintableLine(system.description)) +
                     Line("sysObjectID", OidText(system.object_id));
   ProfileMatch match = catalogue.Match(system.object_id, system.description);
   if (!settings.profile.empty()) match = {.profile = catalogue.Find(settings.profile), .why = "it was asked for"};

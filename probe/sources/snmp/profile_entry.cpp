@@ -36,8 +36,7 @@ std::string Enumerated(const std::vector<std::string>& words) {
 void ProfileEntry::FailName(const std::string& name, const std::string& what,
                             const std::vector<std::string>& allowed) const {
   std::string text = '"' + name + "\" is not " + what;
-  const std::string nearest = NearestWord(name, allowed);
-  if (!nearest.empty()) text += "; did you mean \"" + nearest + "\"?";
+  text += DidYouMean(name, allowed);
   text += allowed.empty() ? "; there is none" : "; allowed: " + Enumerated(allowed);
   Fail(text);
 }

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "platform/device_records.h"
+#include "probe/text/utf8.h"
 
 namespace probe::snmp {
 
@@ -21,21 +22,7 @@ constexpr std::string_view kUnknown = "-";
 
 /// A device's text: a terminal must not take it for commands.
 std::string Printable(const std::string& octets) {
-  constexpr std::string_view kDigits = "0123456789abcdef";
-  constexpr char kFirst = 0x20;
-  constexpr char kLast = 0x7e;
-  if (octets.empty()) return std::string(kUnknown);
-  std::string text;
-  for (const char octet : octets) {
-    if (octet >= kFirst && octet <= kLast) {
-      text += octet;
-    } else {
-      text += "\\x";
-      text += kDigits[static_cast<unsigned char>(octet) >> 4U];
-      text += kDigits[static_cast<unsigned char>(octet) & 15U];
-    }
-  }
-  return text;
+  return octets.empty() ? std::string(kUnknown) : PrintableLine(octets);
 }
 
 template <typename Number>
