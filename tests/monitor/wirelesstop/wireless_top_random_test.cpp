@@ -130,7 +130,7 @@ std::vector<Row> Selected(const Table& table, std::size_t count, const std::stri
   return rows;
 }
 
-std::vector<Row> SelectedTraffic(const Table& table, const TrafficFilter& filter) {
+std::vector<Row> TrafficRows(const Table& table, const TrafficFilter& filter) {
   if (filter.count <= 0) return {};
   const auto count = static_cast<std::size_t>(filter.count);
   if (filter.orderby == "in") return Selected(table, count, filter.flag, [](const Known& row) { return row.in; });
@@ -176,13 +176,12 @@ std::string ClientText(const std::vector<Row>& rows, bool has_id) {
 
 std::string ExpectedBody(const Tables& tables, const WirelessTopFilter& filter) {
   return R"({"sid":["a"],"access_points":{)" +
-         TrafficText(SelectedTraffic(tables.access_points, filter.access_point.traffic), true) + "," +
+         TrafficText(TrafficRows(tables.access_points, filter.access_point.traffic), true) + "," +
          ClientText(SelectedClients(tables.access_points, filter.access_point.clients), true) +
          R"(},"wireless_networks":{)" +
-         TrafficText(SelectedTraffic(tables.networks, filter.wireless_networks.traffic), false) + "," +
+         TrafficText(TrafficRows(tables.networks, filter.wireless_networks.traffic), false) + "," +
          ClientText(SelectedClients(tables.networks, filter.wireless_networks.clients), false) +
-         R"(},"wireless_clients":{)" + TrafficText(SelectedTraffic(tables.clients, filter.wireless_clients), true) +
-         "}}";
+         R"(},"wireless_clients":{)" + TrafficText(TrafficRows(tables.clients, filter.wireless_clients), true) + "}}";
 }
 
 class WirelessTopRandom : public test::WirelessTopTest {

@@ -34,7 +34,7 @@ using namespace std::chrono_literals;
 constexpr time_t kMinute = 60;
 constexpr time_t kStart = 1'700'000'040;  // the beginning of a minute
 
-ServerSettings AnyPort() {
+ServerSettings ServerOnAnyPort() {
   ServerSettings settings;
   settings.port = 0;
   return settings;
@@ -81,7 +81,7 @@ class LiveProbe {
   ClockInstallation installed_;
   ThisMachine machine_;
   LoadedPlugin plugin_;
-  WebServer server_{AnyPort(), SubscriptionService::Instance()};
+  WebServer server_{ServerOnAnyPort(), SubscriptionService::Instance()};
 };
 
 /// The next message, which has to be one JSON value and nothing else.
@@ -91,7 +91,7 @@ json NextMessage(WebsocketClient& client) {
   return json::parse(*text);
 }
 
-void Subscribe(WebsocketClient& client) {
+void SubscribeTraffic(WebsocketClient& client) {
   client.SendText(
       R"({"subscribe": {"topic": "TrafficMonitor", "request": [{"sid": "live", "filter": {"interval": "1m"}}]}})");
   ASSERT_EQ(NextMessage(client), json::parse(R"({"subscribed": {"topic": "TrafficMonitor", "sids": ["live"]}})"));
@@ -110,7 +110,7 @@ TEST(LiveTraffic, OfAFileSentOverTheLoopbackIsAccountedForWithinFivePercent) {
   test::WriteLargeFile(folder.Path("file"), kFileOctets);
   LiveProbe probe;
   WebsocketClient client = probe.Connect();
-  Subscribe(client);
+  SubscribeTraffic(client);
 
   probe.Pass();
   const json first = NextMessage(client);
@@ -137,7 +137,7 @@ TEST(LiveTraffic, OfAFileSentOverTheLoopbackIsAccountedForWithinFivePercent) {
 TEST(LiveTraffic, IsToldToOtherModulesOfTheHostAsItIsToClients) {
   LiveProbe probe;
   WebsocketClient client = probe.Connect();
-  Subscribe(client);
+  SubscribeTraffic(client);
   probe.Pass();
   NextMessage(client);
   const test::TestFolder folder;

@@ -12,7 +12,7 @@ namespace {
 using nlohmann::json;
 using probe::DeviceSnapshot;
 
-DeviceSnapshot Read(const std::string& state) {
+DeviceSnapshot ReadBack(const std::string& state) {
   return probe::recording::SnapshotOf(nlohmann::ordered_json::parse(state));
 }
 
@@ -36,9 +36,9 @@ TEST(DeviceStateWriter, DescribesASnapshotSoThatItIsTheSameAgain) {
       "ssid_config": {"x@r": {"security_mode": 4, "guest": true}},
       "cpu": 80, "uptime": 301, "health": 3, "notifications": {"info": 1, "warning": 2, "alert": 3},
       "credential": {"state": "failed", "code": null}})");
-  EXPECT_EQ(Described(Read(state.dump())), state);
-  EXPECT_EQ(Described(Read(R"({"basic_info": null})")).at("basic_info"), nullptr);
-  EXPECT_EQ(Described(Read(Described(Read("{}")).dump())), Described(Read("{}")));
+  EXPECT_EQ(Described(ReadBack(state.dump())), state);
+  EXPECT_EQ(Described(ReadBack(R"({"basic_info": null})")).at("basic_info"), nullptr);
+  EXPECT_EQ(Described(ReadBack(Described(ReadBack("{}")).dump())), Described(ReadBack("{}")));
 }
 
 TEST(DeviceStateWriter, IsWrittenWithoutWhatHasNoTextForAName) {
@@ -48,7 +48,7 @@ TEST(DeviceStateWriter, IsWrittenWithoutWhatHasNoTextForAName) {
   const json described = Described(snapshot);
   EXPECT_EQ(described["ssid_config"].size(), 1U);
   EXPECT_EQ(described["interfaces"].size(), 1U);
-  EXPECT_EQ(Read(described.dump()).ssid_config.begin()->first, "Office@r");
+  EXPECT_EQ(ReadBack(described.dump()).ssid_config.begin()->first, "Office@r");
 }
 
 TEST(DeviceStateWriter, WritesAnSsidThatIsNotUtf8AsItsOctets) {

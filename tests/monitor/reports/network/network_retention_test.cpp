@@ -43,7 +43,7 @@ void AddBucket(const char* period, const std::string& key, NetworkReport& report
 }
 
 template <typename Buckets>
-std::vector<std::string> KeysOf(const Buckets& buckets) {
+std::vector<std::string> BucketKeys(const Buckets& buckets) {
   std::vector<std::string> keys;
   for (const auto& [key, bucket] : buckets) keys.push_back(key);
   return keys;
@@ -51,11 +51,11 @@ std::vector<std::string> KeysOf(const Buckets& buckets) {
 
 /// The keys of every report's buckets, which are expected to be the same in all five.
 std::vector<std::string> Kept(const char* period, NetworkReport& report) {
-  const auto keys = KeysOf(report.access_point_report[period]);
-  EXPECT_EQ(KeysOf(report.rogue_report[period]), keys);
-  EXPECT_EQ(KeysOf(report.ssid_report[period]), keys);
-  EXPECT_EQ(KeysOf(report.spectrum_report[period]), keys);
-  EXPECT_EQ(KeysOf(report.device_ssid_report[period]["ap"]), keys);
+  const auto keys = BucketKeys(report.access_point_report[period]);
+  EXPECT_EQ(BucketKeys(report.rogue_report[period]), keys);
+  EXPECT_EQ(BucketKeys(report.ssid_report[period]), keys);
+  EXPECT_EQ(BucketKeys(report.spectrum_report[period]), keys);
+  EXPECT_EQ(BucketKeys(report.device_ssid_report[period]["ap"]), keys);
   return keys;
 }
 
@@ -186,8 +186,8 @@ TEST(NetworkRetentionBuckets, KeepsTheLastBucketsOfADeviceThatIsGone) {
   report.device_ssid_report["daily"]["gone"]["2026-01-01"]["ssid"];
   report.device_ssid_report["weekly"]["gone"]["2025-12-28/2026-01-03"]["ssid"];
   CleaRedundantSampleData(kDay, kThisWeek, false, kHost, report);
-  EXPECT_THAT(KeysOf(report.device_ssid_report["daily"]["gone"]), ElementsAre("2026-01-01"));
-  EXPECT_THAT(KeysOf(report.device_ssid_report["weekly"]["gone"]), ElementsAre("2025-12-28/2026-01-03"));
+  EXPECT_THAT(BucketKeys(report.device_ssid_report["daily"]["gone"]), ElementsAre("2026-01-01"));
+  EXPECT_THAT(BucketKeys(report.device_ssid_report["weekly"]["gone"]), ElementsAre("2025-12-28/2026-01-03"));
 }
 
 TEST(NetworkRetentionBuckets, KeepsTodaysSamplesUnlessTheClockWentBack) {
@@ -223,8 +223,9 @@ TEST(NetworkRetentionBuckets, DropsTodayEverywhereWhenTheClockWentBack) {
   EXPECT_THAT(report.spectrum_snapshot[kDay], IsEmpty());
   EXPECT_THAT(Kept("daily", report), ElementsAre("2026-11-17"));
   EXPECT_THAT(Kept("weekly", report), ElementsAre("2026-11-08/2026-11-14"));
-  EXPECT_THAT(KeysOf(report.device_ssid_report["daily"]), ElementsAre("ap")) << "the device without a day left is gone";
-  EXPECT_THAT(KeysOf(report.device_ssid_report["weekly"]), ElementsAre("ap"));
+  EXPECT_THAT(BucketKeys(report.device_ssid_report["daily"]), ElementsAre("ap"))
+      << "the device without a day left is gone";
+  EXPECT_THAT(BucketKeys(report.device_ssid_report["weekly"]), ElementsAre("ap"));
   EXPECT_THAT(log.Texts(Level::kDebug),
               ElementsAre("[WirelessNetworkReport::CleaRedundantSampleData] clear current day and week data"));
 }

@@ -14,8 +14,8 @@ namespace {
 
 using ::testing::ElementsAre;
 
-InterfaceReading Interface(std::uint32_t if_index, const std::string& name, const std::string& mac = "",
-                           std::int32_t type = 6) {
+InterfaceReading NamedInterface(std::uint32_t if_index, const std::string& name, const std::string& mac = "",
+                                std::int32_t type = 6) {
   InterfaceReading row;
   row.if_index = if_index;
   row.name = name;
@@ -24,7 +24,7 @@ InterfaceReading Interface(std::uint32_t if_index, const std::string& name, cons
   return row;
 }
 
-SsidReading Ssid(const std::string& bssid) {
+SsidReading Bssid(const std::string& bssid) {
   SsidReading row;
   row.bssid = bssid;
   return row;
@@ -37,9 +37,10 @@ class DeviceMacOrder : public ::testing::Test {
     settings_.mac = "02-fc-00-00-00-01";
     reading_.system.name = "device";
     reading_.system.mac = "02:fc:00:00:00:02";
-    reading_.interfaces = {Interface(1, "lo", "02:fc:00:00:00:09", 24), Interface(7, "eth1", "02:fc:00:00:00:08"),
-                           Interface(3, "eth0", "02:fc:00:00:00:03")};
-    reading_.ssids = {Ssid("02:fc:00:00:00:06"), Ssid("02:fc:00:00:00:05")};
+    reading_.interfaces = {NamedInterface(1, "lo", "02:fc:00:00:00:09", 24),
+                           NamedInterface(7, "eth1", "02:fc:00:00:00:08"),
+                           NamedInterface(3, "eth0", "02:fc:00:00:00:03")};
+    reading_.ssids = {Bssid("02:fc:00:00:00:06"), Bssid("02:fc:00:00:00:05")};
   }
 
   std::optional<std::string> Mac(bool is_last_try = false) { return FindDeviceMac(settings_, reading_, is_last_try); }
@@ -99,27 +100,27 @@ TEST_F(DeviceMacOrder, DoesNotWaitForATableThatTheProfileDoesNotRead) {
 }
 
 TEST(InterfaceNames, AreThoseOfTheDevice) {
-  EXPECT_THAT(InterfaceNames({Interface(1, "lo"), Interface(2, "eth0")}), ElementsAre("lo", "eth0"));
+  EXPECT_THAT(InterfaceNames({NamedInterface(1, "lo"), NamedInterface(2, "eth0")}), ElementsAre("lo", "eth0"));
   EXPECT_TRUE(InterfaceNames({}).empty());
 }
 
 TEST(InterfaceNames, AreMadeUniqueByIfIndex) {
-  EXPECT_THAT(InterfaceNames({Interface(9, "port"), Interface(4, "port"), Interface(6, "port")}),
+  EXPECT_THAT(InterfaceNames({NamedInterface(9, "port"), NamedInterface(4, "port"), NamedInterface(6, "port")}),
               ElementsAre("port (3)", "port", "port (2)"));
 }
 
 TEST(InterfaceNames, StayWhenTheTableIsRenumbered) {
-  EXPECT_THAT(InterfaceNames({Interface(104, "port"), Interface(106, "port"), Interface(1, "new")}),
+  EXPECT_THAT(InterfaceNames({NamedInterface(104, "port"), NamedInterface(106, "port"), NamedInterface(1, "new")}),
               ElementsAre("port", "port (2)", "new"));
 }
 
 TEST(InterfaceNames, DoNotCollideWithOnesThatAreSoNamed) {
-  EXPECT_THAT(InterfaceNames({Interface(1, "a"), Interface(2, "a"), Interface(3, "a (2)")}),
+  EXPECT_THAT(InterfaceNames({NamedInterface(1, "a"), NamedInterface(2, "a"), NamedInterface(3, "a (2)")}),
               ElementsAre("a", "a (3)", "a (2)"));
 }
 
 TEST(InterfaceNames, AreNeitherEmptyNorNumbers) {
-  EXPECT_THAT(InterfaceNames({Interface(7, ""), Interface(8, "12"), Interface(9, "-1")}),
+  EXPECT_THAT(InterfaceNames({NamedInterface(7, ""), NamedInterface(8, "12"), NamedInterface(9, "-1")}),
               ElementsAre("interface 7", "port 12", "port -1"));
 }
 
