@@ -13,18 +13,15 @@
 #include <random>
 
 #include "tests/plain/history/history.h"
+#include "tests/support/sanitizers.h"
 
 namespace {
 
 using std::chrono::steady_clock;
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr unsigned kSlowness = 10;
-constexpr int kSeconds = 0;
-#else
-constexpr unsigned kSlowness = 1;
-constexpr int kSeconds = sizeof(void*) == 8 ? 8 : 0;
-#endif
+constexpr bool kIsSlow = test::kWithAsan || test::kWithTsan;
+constexpr unsigned kSlowness = kIsSlow ? 10 : 1;
+constexpr int kSeconds = !kIsSlow && sizeof(void*) == 8 ? 8 : 0;
 
 struct Case {
   const char* name;

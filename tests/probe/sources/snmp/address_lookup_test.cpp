@@ -1,5 +1,6 @@
 #include "probe/sources/snmp/address_lookup.h"
 #include "probe/sources/snmp/stop_event.h"
+#include "tests/support/sanitizers.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -65,9 +66,7 @@ TEST(AddressLookup, DoesNotWaitForANameWhenItIsToStop) {
 }
 
 TEST(AddressLookup, TellsThatThereIsNoDescriptorLeft) {
-#ifdef __SANITIZE_ADDRESS__
-  GTEST_SKIP() << "UndefinedBehaviorSanitizer needs a descriptor to look at an object's type";
-#endif
+  if (test::kWithAsan) GTEST_SKIP() << "UndefinedBehaviorSanitizer needs a descriptor to look at an object's type";
   rlimit limit{};
   ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &limit), 0);
   const rlimit before = limit;
