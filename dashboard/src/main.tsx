@@ -2,7 +2,9 @@ import './style/tokens.css';
 import './style/page.css';
 import { render } from 'preact';
 import { useEffect, useRef } from 'preact/hooks';
+import { Loading } from './parts/basics';
 import { Banner, Head, pageTitles, TokenForm } from './parts/frame';
+import { JournalBanner, Warming } from './parts/journal';
 import { Clients } from './pages/clients';
 import { NetworkReportPage } from './pages/network_report';
 import { Overview } from './pages/overview';
@@ -10,7 +12,7 @@ import { PeopleReport } from './pages/people_report';
 import { Top } from './pages/top';
 import { Traffic } from './pages/traffic';
 import { type Navigation, useProbe, useRoute } from './state/hooks';
-import { probe } from './state/probe';
+import { isWarming, probe } from './state/probe';
 
 function PageOf({ navigation }: { navigation: Navigation }) {
   switch (navigation.route.page) {
@@ -31,6 +33,14 @@ function PageOf({ navigation }: { navigation: Navigation }) {
   }
 }
 
+/** While the journal is read, a page could show nothing but figures of the past as if they were those of now. */
+function Content({ navigation }: { navigation: Navigation }) {
+  const isAsked = useProbe((state) => state.history !== undefined);
+  const isReading = useProbe((state) => isWarming(state.history));
+  if (!isAsked) return <Loading />;
+  return isReading ? <Warming title={pageTitles[navigation.route.page]} /> : <PageOf navigation={navigation} />;
+}
+
 function App() {
   const navigation = useRoute();
   const needsToken = useProbe((state) => state.needsToken);
@@ -49,8 +59,9 @@ function App() {
       <a class="skip" href="#content" onClick={(event) => { event.preventDefault(); content.current?.focus(); }}>Skip to the content</a>
       <Head page={page} />
       <Banner />
+      <JournalBanner />
       <main id="content" tabIndex={-1} ref={content} aria-label={pageTitles[page]}>
-        <PageOf navigation={navigation} />
+        <Content navigation={navigation} />
       </main>
     </>
   );

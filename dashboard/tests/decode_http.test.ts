@@ -1,5 +1,5 @@
 import { describe, expect, test } from 'vitest';
-import { decodeClientReport, decodeDeviceList, decodeDevices, decodeNetworkReport, decodePeriods, decodeStatus } from '../src/messages/decode_http';
+import { decodeClientReport, decodeDeviceList, decodeDevices, decodeHistory, decodeNetworkReport, decodePeriods, decodeStatus } from '../src/messages/decode_http';
 import { apiPath, ask } from '../src/messages/http';
 
 const device = { mac: 'AA', hostname: 'gw', ip: '', type: 'Router', model: '', version: '', online: true, wireless: false };
@@ -42,6 +42,24 @@ describe('answers', () => {
     expect(decodeStatus(status)).toEqual(status);
     expect(decodeStatus({ ...status, passes: { period: 60 } })).toBeNull();
     expect(decodeStatus(null)).toBeNull();
+  });
+
+  test('tell of the journal, where the probe keeps one', () => {
+    const history = { state: 'ready', known_since: 60, outages: [{ from: 100, to: 400 }], journal: 'on' };
+    const status = { version: '1', now: 1, speed: 1, passes: { period: 60, last: null }, topics: [] };
+    expect(decodeStatus({ ...status, history })).toEqual({ ...status, history });
+    expect(decodeStatus({ ...status, history: 'odd' })).toEqual(status);
+    expect(decodeHistory({ ...history, known_since: null })?.known_since).toBeNull();
+    expect(decodeHistory({ ...history, outages: [{ from: 400, to: 100 }, null, { from: '1', to: 2 }, ...history.outages] })).toEqual(history);
+    for (const odd of [{ state: 'cold' }, { journal: true }, { known_since: '60' }, { outages: null }]) expect(decodeHistory({ ...history, ...odd })).toBeNull();
+  });
+
+  test('tell how far the journal has been read, as far as that is known', () => {
+    const warming = { state: 'warming', share: 0.42, seconds_left: 8, known_since: 60, outages: [], journal: 'on' };
+    expect(decodeHistory(warming)).toEqual(warming);
+    expect(decodeHistory({ ...warming, seconds_left: null })?.seconds_left).toBeNull();
+    expect(decodeHistory({ ...warming, seconds_left: -1, share: 1.5 })).toMatchObject({ seconds_left: null, share: 1 });
+    expect(decodeHistory({ ...warming, share: 'x' })).not.toHaveProperty('share');
   });
 
   test('keep the sound rows of a client report', () => {

@@ -1,5 +1,6 @@
 import { describe, expect, test } from 'vitest';
-import type { Device, HealthDevice } from '../src/messages/decode';
+import type { Device, HealthDevice, History } from '../src/messages/decode';
+import { journalTexts, knownSinceText, outageText, progressOf } from '../src/state/history';
 import { deviceRows, levelOf, overallLevel } from '../src/state/health';
 import { isStale, passesFrom, untilNext } from '../src/state/passes';
 import { formatRoute, oneOf, parseRoute } from '../src/state/route';
@@ -58,6 +59,33 @@ describe('passes', () => {
     expect(isStale(passes, 152_999)).toBe(false);
     expect(isStale(passes, 153_001)).toBe(true);
     expect(isStale({ period: 1000, last: null }, 1e9)).toBe(false);
+  });
+});
+
+describe('the journal', () => {
+  const at = (hour: number, minute: number, day = 22): number => new Date(2026, 10, day, hour, minute).getTime() / 1000;
+  const history = (more: Partial<History>): History => ({ state: 'warming', known_since: null, outages: [], journal: 'on', ...more });
+
+  test.each([
+    [{ share: 0.429, seconds_left: 8 }, { percent: 42, text: '42 %, about 8 s left' }],
+    [{ share: 0.999, seconds_left: 0 }, { percent: 99, text: '99 %, less than a second left' }],
+    [{ share: 0.5, seconds_left: 150 }, { percent: 50, text: '50 %, about 2 min 30 s left' }],
+    [{ share: 0, seconds_left: null }, { percent: 0, text: '0 %, the time left is not known yet' }],
+    [{}, { percent: null, text: 'the time left is not known yet' }],
+  ])('is read: %o', (more, expected) => expect(progressOf(history(more))).toEqual(expected));
+
+  test('says since when figures are known', () => {
+    expect(knownSinceText(history({ known_since: at(9, 5) }))).toBe('Figures are known since 2026-11-22 09:05.');
+    expect(knownSinceText(history({}))).toBeNull();
+  });
+
+  test('that fails says what will be lost', () => expect(journalTexts.failing).toBe('History is not being written: it will be lost at the next restart.'));
+
+  test('has outages, with dates unless they are of the day of the newest sample', () => {
+    const data = { times: [at(8, 0), at(12, 0)], columns: [] };
+    expect(outageText([at(11, 4), at(11, 27)], data)).toBe('The probe was off 11:04 to 11:27');
+    expect(outageText([at(23, 50, 21), at(0, 10)], data)).toBe('The probe was off 2026-11-21 23:50 to 2026-11-22 00:10');
+    expect(outageText([at(11, 4, 20), at(11, 27, 20)], data)).toBe('The probe was off 2026-11-20 11:04 to 2026-11-20 11:27');
   });
 });
 

@@ -100,6 +100,12 @@ export function formatMinute(minutes: number, withDate = false): string {
   return withDate ? `${formatDay(date)} ${time}` : time;
 }
 
+/** From one minute to another, "11:04 to 11:27"; with the dates unless both are of the same day as `now`. */
+export function formatSpan(from: number, to: number, now: number): string {
+  const days = new Set([from, to, now].map((minutes) => formatDay(new Date(minutes * 60_000))));
+  return [from, to].map((minutes) => formatMinute(minutes, days.size > 1)).join(' to ');
+}
+
 const dayOfMonth = new Intl.DateTimeFormat('en-GB', { day: 'numeric', month: 'short' });
 
 /** A mark on an axis of time: midnight is told by the day that begins, so that no time looks like another day's. */

@@ -3,14 +3,14 @@
 
 import type { Device as HealthDevice } from './generated/health_monitor';
 import type { Interface, Sample } from './generated/traffic_monitor';
-import type { Device, Status } from './generated/http';
+import type { Device, History, Status } from './generated/http';
 import type { Message as Periods } from './generated/wireless_client_report_periods';
 import type { Message as NetworkReport, Traffic as Load } from './generated/wireless_network_report';
 import type { Message as ClientReport, Row as ClientRow } from './generated/wireless_client_report';
 import type { IdentifiedClients as RankedClients, IdentifiedTraffic as RankedTraffic } from './generated/wireless_top_monitor';
 import { isNumber, isRecord, isText, type Json, membersOf, parseJson } from './check';
 
-export type { ClientReport, ClientRow, Device, HealthDevice, Interface, Load, NetworkReport, Periods, RankedClients, RankedTraffic, Sample, Status };
+export type { ClientReport, ClientRow, Device, HealthDevice, History, Interface, Load, NetworkReport, Periods, RankedClients, RankedTraffic, Sample, Status };
 
 export interface Envelope {
   name: string;

@@ -1,16 +1,42 @@
 // Receives and checks what comes over HTTP.
 
-import type { Device, Poll, Status } from './generated/http';
+import type { Device, History, Poll, Status } from './generated/http';
 import type { Message as Periods } from './generated/wireless_client_report_periods';
 import type { Message as ClientReport, Row as ClientRow } from './generated/wireless_client_report';
 import type { Message as NetworkReport } from './generated/wireless_network_report';
 import type { Load } from './decode';
 import { isNumber, isRecord, isText, type Json, membersOf } from './check';
 
+/** A time in which the probe was off, in seconds since the epoch by its clock. */
+export type Outage = History['outages'][number];
+
 export function decodeStatus(value: unknown): Status | null {
   if (!isRecord(value) || !isNumber(value['now']) || !isNumber(value['speed']) || !isRecord(value['passes'])) return null;
   const { period, last } = value['passes'];
-  return isNumber(period) && (last === null || isNumber(last)) ? (value as unknown as Status) : null;
+  if (!isNumber(period) || (last !== null && !isNumber(last))) return null;
+  const { history: sent, ...status } = value;
+  const history = decodeHistory(sent);
+  return (history ? { ...status, history } : status) as unknown as Status;
+}
+
+const oneOfThese = <Value extends string>(value: unknown, allowed: readonly Value[]): Value | undefined => allowed.find((one) => one === value);
+
+/** A probe that keeps no journal may leave it out. */
+export function decodeHistory(value: unknown): History | null {
+  if (!isRecord(value) || !Array.isArray(value['outages'])) return null;
+  const state = oneOfThese(value['state'], ['warming', 'ready'] as const);
+  const journal = oneOfThese(value['journal'], ['on', 'off', 'failing'] as const);
+  const { known_since: knownSince, share, seconds_left: left, outages } = value;
+  if (!state || !journal || (knownSince !== null && !isNumber(knownSince))) return null;
+  const isOutage = (one: unknown): one is Outage => isRecord(one) && isNumber(one['from']) && isNumber(one['to']) && one['from'] < one['to'];
+  return {
+    state,
+    ...(isNumber(share) && { share: Math.min(1, Math.max(0, share)) }),
+    ...(state === 'warming' && { seconds_left: isNumber(left) && left >= 0 ? left : null }),
+    known_since: knownSince,
+    outages: outages.filter(isOutage).map(({ from, to }) => ({ from, to })),
+    journal,
+  };
 }
 
 export function decodeDevices(value: unknown): Device[] | null {

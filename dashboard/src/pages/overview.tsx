@@ -5,6 +5,7 @@ import { formatDuration, formatNumber, formatPercent, nothing } from '../format/
 import { decodeHealth } from '../messages/decode';
 import { Blank, Figure, LevelBadge, Loaded, Name, Notifications } from '../parts/basics';
 import { WarningIcon } from '../parts/icons';
+import { JournalNote } from '../parts/journal';
 import { type Column, Table } from '../parts/table';
 import { type DeviceRow, deviceRows, levels } from '../state/health';
 import { type Navigation, useDeviceList, useLive } from '../state/hooks';
@@ -128,6 +129,7 @@ export function Overview({ route, change }: Navigation) {
         {() => (
           <>
             <Tiles rows={rows} />
+            <JournalNote />
             <section class="card">
               <h2 class="hidden">Devices</h2>
               {rows.length === 0 ? (

@@ -2,7 +2,7 @@
 
 import { useEffect, useRef, useState } from 'preact/hooks';
 import { isStale, untilNext } from '../state/passes';
-import { probe } from '../state/probe';
+import { isWarming, probe } from '../state/probe';
 import { useNow, useProbe } from '../state/hooks';
 import { formatRoute, type Page, pages } from '../state/route';
 import { formatDuration, formatPace } from '../format/format';
@@ -44,15 +44,17 @@ export function Head({ page }: { page: Page }) {
   );
 }
 
-function useFreshness(): 'connecting' | 'waiting' | 'live' | 'stale' {
+function useFreshness(): keyof typeof freshnessTitles {
   const link = useProbe((state) => state.link.kind);
   const passes = useProbe((state) => state.passes);
+  const isReading = useProbe((state) => isWarming(state.history));
   const now = useNow(500);
   if (link !== 'open') return link;
+  if (isReading) return 'warming';
   return isStale(passes, now) ? 'stale' : 'live';
 }
 
-const freshnessTitles = { connecting: 'Connecting', waiting: 'Connection lost', live: 'Live', stale: 'Stale' };
+const freshnessTitles = { connecting: 'Connecting', waiting: 'Connection lost', warming: 'Reading the journal', live: 'Live', stale: 'Stale' };
 
 function Freshness() {
   const kind = useFreshness();

@@ -4,7 +4,7 @@ import { useCallback, useEffect, useMemo, useRef, useState } from 'preact/hooks'
 import type { Json } from '../messages/check';
 import type { Filter } from '../messages/connection';
 import { type Device, envelopeOf } from '../messages/decode';
-import { decodeDeviceList, decodeDevices, type DeviceList } from '../messages/decode_http';
+import { decodeDeviceList, decodeDevices, type DeviceList, type Outage } from '../messages/decode_http';
 import type { Answer } from '../messages/http';
 import { now, probe, type ProbeState } from './probe';
 import { formatRoute, parseRoute, type Route } from './route';
@@ -20,6 +20,13 @@ export function useProbe<Part>(select: (state: ProbeState) => Part): Part {
     return probe.onChange(update);
   }, []);
   return part;
+}
+
+const noOutages: Outage[] = [];
+
+/** The times in which the probe was off, as far as it tells. */
+export function useOutages(): Outage[] {
+  return useProbe((state) => state.history?.outages ?? noOutages);
 }
 
 /** The present moment, a few times a second. */

@@ -1,6 +1,7 @@
 // The one probe that this page talks to: its connection, its token, its passes.
 
 import { Connection, type ConnectionState, type Filter, type Socket } from '../messages/connection';
+import type { History, Status } from '../messages/decode';
 import { decodeStatus } from '../messages/decode_http';
 import { type Answer, apiPath, ask, fetchText } from '../messages/http';
 import type { Json } from '../messages/check';
@@ -11,11 +12,22 @@ export type Link = { kind: ConnectionState; until: Moment };
 export interface ProbeState {
   link: Link;
   passes: Passes;
+  /** Undefined: not asked yet. Null: the probe tells none, or was out of reach. */
+  history: History | null | undefined;
   /** The probe asks for a token, or for another one. */
   needsToken: boolean;
 }
 
 const tokenKey = 'vexora-token';
+
+const warmingEveryMs = 1000;
+/** The journal may fail at any time; a page that hears of it half a minute later is early enough. */
+const statusEveryMs = 30_000;
+/** An outage is listed when the first pass after it is over; its messages come a little before. */
+const passMs = 2000;
+
+/** Whether the probe reads its journal and measures nothing yet. */
+export const isWarming = (history: History | null | undefined): boolean => history?.state === 'warming';
 
 function readToken(): string {
   try {
@@ -31,10 +43,16 @@ export class Probe {
   state: ProbeState = {
     link: { kind: 'connecting', until: 0 },
     passes: { period: 60_000, last: null },
+    history: undefined,
     needsToken: false,
   };
 
   private token = readToken();
+  private newestLink = this.state.link;
+  private statusTimer: ReturnType<typeof setTimeout> | undefined;
+  private statusRead = 0;
+  /** The probe has read its journal, and no pass has come since. */
+  private awaitsPass = false;
   private readonly listeners = new Set<() => void>();
   private readonly connection = new Connection({
     openSocket: () => new WebSocket(this.socketUrl()) as Socket,
@@ -46,12 +64,10 @@ export class Probe {
   });
 
   start(): void {
-    this.connection.onState((kind, waitMs) => {
-      this.change({ link: { kind, until: now() + waitMs } });
-      if (kind !== 'connecting') void this.readStatus(); // open: where are the passes? waiting: is it the token?
-    });
+    void this.readStatus();
+    this.connection.onState((kind, waitMs) => void this.onLink({ kind, until: now() + waitMs }));
     // A page that shows nothing live must hear of the passes all the same: this is the smallest message that each brings.
-    this.subscribe('HealthMonitor', {}, () => undefined);
+    this.subscribe('HealthMonitor', {}, () => this.onPass());
     this.connection.start();
     window.addEventListener('online', () => this.connection.retryNow());
   }
@@ -94,9 +110,45 @@ export class Probe {
     return answer;
   }
 
+  private async onLink(link: Link): Promise<void> {
+    this.newestLink = link;
+    // Pages ask for their figures when the link is open. They must know before whether the probe has any.
+    if (link.kind === 'open') await this.readStatus();
+    if (link !== this.newestLink) return;
+    this.change({ link });
+    if (link.kind === 'waiting') void this.readStatus(); // is it the token?
+  }
+
+  private onPass(): void {
+    if (!this.state.history || isWarming(this.state.history)) return;
+    if (!this.awaitsPass && now() - this.statusRead < statusEveryMs) return;
+    this.awaitsPass = false;
+    this.statusRead = now(); // passes that come faster than this must not put it off
+    this.readStatusAfter(passMs);
+  }
+
+  private readStatusAfter(ms: number): void {
+    clearTimeout(this.statusTimer);
+    this.statusTimer = setTimeout(() => void this.readStatus(), ms);
+  }
+
   private async readStatus(): Promise<void> {
+    this.statusRead = now();
     const answer = await this.ask('status', {}, decodeStatus);
-    if (answer.kind === 'value') this.change({ passes: passesFrom(answer.value, now()) });
+    if (answer.kind === 'value') this.takeStatus(answer.value);
+    else if (this.state.history === undefined && answer.status !== 401) this.change({ history: null });
+    const isThere = answer.kind === 'value' || this.newestLink.kind === 'open';
+    if (isThere && isWarming(this.state.history)) this.readStatusAfter(warmingEveryMs);
+  }
+
+  private takeStatus(status: Status): void {
+    const before = this.state.history;
+    const told = status.history ?? null;
+    const history = JSON.stringify(before) === JSON.stringify(told) ? before : told; // charts are drawn again for another one
+    if (isWarming(history)) this.awaitsPass = true;
+    const passes = passesFrom(status, now());
+    // The last pass of the journal may be days old, and nothing is late for that.
+    this.change({ history, passes: this.awaitsPass ? { ...passes, last: null } : passes });
   }
 
   /** A browser's WebSocket cannot set headers, so the token stands in the address. */
