@@ -1,5 +1,5 @@
 import { describe, expect, test } from 'vitest';
-import { align, busiest, drawn, figuresOf, inSight, largest, shifted, sparkline, trafficData, zoomed } from '../src/charts/series';
+import { align, busiest, drawn, figuresOf, inSight, largest, loneSamples, shifted, trafficData, zoomed } from '../src/charts/series';
 
 describe('series', () => {
   test('stand over the times of all of them, with nothing where there is no sample', () => {
@@ -43,11 +43,10 @@ describe('series', () => {
     expect(drawn(series, ['gone'], 1)).toEqual(['c']);
   });
 
-  test('make small lines, lifted over what is missing', () => {
-    expect(sparkline([0, 5, 10], 10, 100, 20)).toBe('M0.0 20.0L50.0 10.0L100.0 0.0');
-    expect(sparkline([1, null, 1], 1, 100, 20)).toBe('M0.0 0.0M100.0 0.0');
-    expect(sparkline([0], 0, 100, 20)).toBe('M0.0 20.0');
-    expect(sparkline([], 1, 100, 20)).toBe('');
+  test('have samples that stand alone', () => {
+    expect(loneSamples([1, null, 2, 3, null, 4])).toEqual([0, 5]);
+    expect(loneSamples([null, 0, null])).toEqual([1]);
+    expect(loneSamples([])).toEqual([]);
   });
 });
 

@@ -91,22 +91,10 @@ export function drawn(series: Map<string, CountSeries>, chosen: string[] | null,
   return chosen && (known.length > 0 || chosen.length === 0) ? known : busiest(series, most);
 }
 
-/** The path of a small line in a box of this size; empty when there is nothing to draw. */
-export function sparkline(column: Column, top: number, width: number, height: number): string {
-  const step = column.length > 1 ? width / (column.length - 1) : 0;
-  let isDown = false;
-  return column
-    .map((value, i) => {
-      if (value === null) {
-        isDown = false;
-        return '';
-      }
-      const y = top > 0 ? height - (value / top) * height : height;
-      const command = isDown ? 'L' : 'M';
-      isDown = true;
-      return `${command}${(i * step).toFixed(1)} ${y.toFixed(1)}`;
-    })
-    .join('');
+/** The samples that no line reaches, because neither neighbour is known: they are drawn as dots. */
+export function loneSamples(column: Column): number[] {
+  const isKnown = (i: number): boolean => typeof column[i] === 'number';
+  return [...column.keys()].filter((i) => isKnown(i) && !isKnown(i - 1) && !isKnown(i + 1));
 }
 
 export type Range = [number, number];

@@ -43,7 +43,7 @@ function CountsChart({ title, series, all, nameOf, view, chosen, onShow, zoom, o
   const toggle = (id: string): void => onShow(shown.includes(id) ? shown.filter((one) => one !== id) : [...shown, id]);
   return (
     <>
-      <Chart title={title} lines={lines} data={data} axis={(values) => values.map((value) => formatNumber(value))} value={(value) => formatNumber(value)} isCount zoom={zoom} onZoom={onZoom} />
+      <Chart title={title} lines={lines} data={data} view={view} axis={(values) => values.map((value) => formatNumber(value))} value={(value) => formatNumber(value)} isCount zoom={zoom} onZoom={onZoom} />
       <fieldset class="lines">
         <legend class="hidden">Lines of {title}</legend>
         <div class="legend">

@@ -1,13 +1,15 @@
 // Traffic of one device: all its interfaces side by side, and one of them at large.
 
 import { useMemo } from 'preact/hooks';
-import { figuresOf, largest, sparkline, trafficData, type View, viewNames, viewTitles } from '../charts/series';
+import { bands, outagesIn, sparkline } from '../charts/outages';
+import { figuresOf, largest, trafficData, type View, viewNames, viewTitles } from '../charts/series';
 import { formatRate, inUnit, rateUnit, withoutDirection } from '../format/format';
 import { decodeTraffic, type Device, type DeviceTraffic, type Interface } from '../messages/decode';
 import { Blank, Choice, Loaded, Name, Select } from '../parts/basics';
 import { Chart, type Line } from '../parts/chart';
 import { type Column, Table } from '../parts/table';
-import { type Navigation, useDevices, useLive } from '../state/hooks';
+import { outageText } from '../state/history';
+import { type Navigation, useDevices, useLive, useOutages } from '../state/hooks';
 import { oneOf } from '../state/route';
 import { formatSorting, parseSorting } from '../state/sorting';
 import { zoomOf, zoomText } from '../state/zoom';
@@ -35,18 +37,23 @@ function rowsOf(device: DeviceTraffic): Row[] {
   });
 }
 
-function Spark({ one, top }: { one: Interface; top: number }) {
-  const input = one.traffic.map((sample) => sample.input);
-  const output = one.traffic.map((sample) => sample.output);
+const sparkBox = { width: 100, height: 24 };
+
+function Spark({ one, top, view }: { one: Interface; top: number; view: View }) {
+  const told = useOutages();
+  const data = useMemo(() => trafficData(one, view), [one, view]);
+  const outages = outagesIn(told, data);
   return (
-    <svg class="spark" viewBox="0 0 100 24" preserveAspectRatio="none" aria-hidden="true">
-      <path class="in" d={sparkline(input, top, 100, 24)} />
-      <path class="out" d={sparkline(output, top, 100, 24)} />
+    <svg class="spark" viewBox={`0 0 ${sparkBox.width} ${sparkBox.height}`} preserveAspectRatio="none" aria-hidden="true">
+      {bands(outages, data, sparkBox.width).map(({ x, width }, i) => (
+        <rect key={x} class="off" x={x} width={width} height={sparkBox.height}><title>{outageText(outages[i] ?? [0, 0], data)}</title></rect>
+      ))}
+      {(['in', 'out'] as const).map((way, i) => <path key={way} class={way} d={sparkline(data, data.columns[i] ?? [], top, sparkBox, outages)} />)}
     </svg>
   );
 }
 
-function columnsFor(select: (name: string) => void): Column<Row>[] {
+function columnsFor(view: View, select: (name: string) => void): Column<Row>[] {
   return [
     {
       key: 'interface',
@@ -57,7 +64,7 @@ function columnsFor(select: (name: string) => void): Column<Row>[] {
     { key: 'in', title: 'In', isNumber: true, value: (row) => row.input, cell: (row) => formatRate(row.input) },
     { key: 'out', title: 'Out', isNumber: true, value: (row) => row.output, cell: (row) => formatRate(row.output) },
     { key: 'peak', title: 'Peak', isNumber: true, value: (row) => row.peak, cell: (row) => formatRate(row.peak) },
-    { key: 'course', title: 'Course', isNumber: true, value: (row) => row.peak, cell: (row) => <Spark one={row.one} top={row.peak ?? 0} /> },
+    { key: 'course', title: 'Course', isNumber: true, value: (row) => row.peak, cell: (row) => <Spark one={row.one} top={row.peak ?? 0} view={view} /> },
   ];
 }
 
@@ -81,6 +88,7 @@ function InterfaceChart({ name, one, view, navigation }: { name: string; one: In
         title={`Traffic of ${name}`}
         lines={lines}
         data={data}
+        view={view}
         axis={axis}
         value={formatRate}
         zoom={zoomOf(navigation.route)}
@@ -101,7 +109,7 @@ function DeviceView({ device, view, navigation }: DeviceProps) {
   const rows = useMemo(() => rowsOf(device), [device]);
   const busiest = useMemo(() => [...rows].sort((a, b) => (b.peak ?? 0) - (a.peak ?? 0))[0], [rows]);
   const chosen = rows.find((row) => row.name === route.values['interface']) ?? busiest;
-  const columns = columnsFor((name) => change({ interface: name }));
+  const columns = columnsFor(view, (name) => change({ interface: name }));
   const sorting = parseSorting(route.values['sort'], columns.map((column) => column.key), { column: 'peak', direction: 'descending' });
   if (!chosen) {
     const first = view === '1m' ? 'Speeds come with a device’s second pass.' : 'The first figures of this view come when its first interval is over.';

@@ -1,11 +1,14 @@
 // A chart of lines over time. Zoom with the mouse, with the buttons below it, or with the keys + - 0 and the arrows.
 
-import { useEffect, useRef, useState } from 'preact/hooks';
+import { useEffect, useMemo, useRef, useState } from 'preact/hooks';
 import uPlot from 'uplot';
 import 'uplot/dist/uPlot.min.css';
-import { type ChartData, inSight, largest, type Range, shifted, zoomed } from '../charts/series';
+import { merged, outagesIn, recordBegin } from '../charts/outages';
+import { type ChartData, inSight, largest, loneSamples, type Range, shifted, type View, zoomed } from '../charts/series';
 import { formatMark, formatMinute } from '../format/format';
-import { useColourScheme } from '../state/hooks';
+import { outageText } from '../state/history';
+import { useColourScheme, useOutages, useProbe } from '../state/hooks';
+import { OutageKey, placeMarks } from './chart_marks';
 
 export interface Line {
   name: string;
@@ -19,6 +22,7 @@ interface Props {
   title: string;
   lines: Line[];
   data: ChartData;
+  view: View;
   /** The values of the axis as texts. */
   axis: (values: number[], top: number) => string[];
   value: (value: number | null) => string;
@@ -56,7 +60,14 @@ const timeSteps = [
   ...[1, 2, 3, 5, 10, 15, 30, 90, 180, 365, 1825, 3650, 18250].map((step) => step * day),
 ];
 
-function makeChart(box: HTMLElement, props: Props, latest: { current: Props }, onCursor: (index: number | null) => void): uPlot {
+/** What a chart shows beside its lines. */
+interface Marks {
+  outages: Range[];
+  begin: number | null;
+}
+type Shown = Props & Marks;
+
+function makeChart(box: HTMLElement, props: Shown, latest: { current: Shown }, onCursor: (index: number | null) => void): uPlot {
   const font = `${Math.round(parseFloat(getComputedStyle(box).fontSize) * 0.84)}px system-ui, sans-serif`;
   const text = colourOf(box, 'text-soft');
   const grid = { stroke: colourOf(box, 'grid'), width: 1 };
@@ -89,11 +100,22 @@ function makeChart(box: HTMLElement, props: Props, latest: { current: Props }, o
           fill: line.fill ? colourOf(box, line.fill) : undefined,
           dash: line.dash,
           width: 1.75,
-          points: { show: props.data.times.length < 2 },
+          // Cut out exactly, also where a view's samples are further apart than the outage was long.
+          gaps: (self: uPlot, _: number, __: number, ___: number, unknown: Range[]) =>
+            merged([...unknown, ...latest.current.outages.map(([from, to]): Range => [self.valToPos(from, 'x', true), self.valToPos(to, 'x', true)])]),
+          points: { show: true, filter: (self: uPlot, i: number) => loneSamples([...(self.data[i] ?? [])].map((one) => one ?? null)) },
         })),
       ],
       hooks: {
-        setCursor: [(self: uPlot) => onCursor(self.cursor.idx ?? null)],
+        draw: [(self: uPlot) => placeMarks(self, latest.current.outages, latest.current.begin)],
+        setCursor: [
+          (self: uPlot) => {
+            onCursor(self.cursor.idx ?? null);
+            const time = self.posToVal(self.cursor.left ?? -1, 'x');
+            const outage = latest.current.outages.find(([from, to]) => from < time && time < to);
+            self.over.title = outage ? outageText(outage, latest.current.data) : '';
+          },
+        ],
         setSelect: [
           (self: uPlot) => {
             if (self.select.width < 8) return;
@@ -110,15 +132,19 @@ function makeChart(box: HTMLElement, props: Props, latest: { current: Props }, o
   );
 }
 
-export function Chart(props: Props) {
-  const { title, lines, data, onZoom } = props;
+export function Chart(given: Props) {
+  const { title, lines, data, view, onZoom } = given;
+  const told = useOutages();
+  const knownSince = useProbe((state) => state.history?.known_since);
+  const marks: Marks = useMemo(() => ({ outages: outagesIn(told, data), begin: recordBegin(knownSince, data, view) }), [told, knownSince, data, view]);
+  const props: Shown = { ...given, ...marks };
   const box = useRef<HTMLDivElement>(null);
   const chart = useRef<uPlot | null>(null);
   const latest = useRef(props);
   latest.current = props;
   const [cursor, setCursor] = useState<number | null>(null);
   const scheme = useColourScheme();
-  const shape = JSON.stringify([lines, scheme, data.times.length < 2]);
+  const shape = JSON.stringify([lines, scheme]);
   const whole: Range = [data.times[0] ?? 0, data.times.at(-1) ?? 0];
   const zoom = inSight(props.zoom, whole);
 
@@ -141,7 +167,7 @@ export function Chart(props: Props) {
     if (!made) return;
     made.setData([data.times, ...data.columns], zoom === null);
     if (zoom) made.setScale('x', { min: zoom[0], max: zoom[1] });
-  }, [shape, data, zoom?.[0], zoom?.[1]]);
+  }, [shape, data, marks, zoom?.[0], zoom?.[1]]);
 
   const move = (factor: number): void => onZoom(zoomed(zoom ?? whole, factor, whole));
   const shift = (part: number): void => onZoom(shifted(zoom ?? whole, part, whole));
@@ -164,6 +190,7 @@ export function Chart(props: Props) {
     >
       <Readout {...props} index={index} isLatest={cursor === null} />
       <div class="chart" ref={box} role="img" aria-label={summary(props)} data-points={data.times.length} />
+      <OutageKey {...marks} data={data} />
       <div class="controls">
         <div class="zoom" role="group" aria-label={`Zoom of ${title}`}>
           <button type="button" class="button" onClick={() => move(0.5)} aria-label="Zoom in">+</button>
@@ -179,9 +206,9 @@ export function Chart(props: Props) {
   );
 }
 
-function summary({ title, lines, data, value }: Props): string {
+function summary({ title, lines, data, value, outages }: Shown): string {
   const parts = lines.map((line, i) => `${line.name}: at most ${value(largest([data.columns[i] ?? []]))}`);
-  return `${title}. ${parts.join(', ')}.`;
+  return [`${title}. ${parts.join(', ')}`, ...outages.map((one) => outageText(one, data)), ''].join('. ').trim();
 }
 
 export function LineKey({ line }: { line: Line }) {
@@ -211,8 +238,9 @@ function Readout({ lines, data, value, index, isLatest }: Props & { index: numbe
 }
 
 /** The same in words and numbers, for those who cannot see lines. */
-function DataTable({ title, lines, data, value }: Props) {
+function DataTable({ title, lines, data, value, outages }: Shown) {
   const [isOpen, setOpen] = useState(false);
+  const isOff = (time: number): boolean => outages.some(([from, to]) => from < time && time < to);
   return (
     <details onToggle={(event) => setOpen(event.currentTarget.open)}>
       <summary>Show as a table</summary>
@@ -228,7 +256,7 @@ function DataTable({ title, lines, data, value }: Props) {
             <tbody>
               {data.times.map((time, row) => (
                 <tr key={time}>
-                  <th scope="row">{formatMinute(time / 60, true)}</th>
+                  <th scope="row">{formatMinute(time / 60, true)}{isOff(time) && <span class="note"> the probe was off</span>}</th>
                   {lines.map((line, i) => {
                     const one = data.columns[i]?.[row] ?? null;
                     return <td key={line.name} class="number"><data value={one === null ? '' : String(one)}>{value(one)}</data></td>;
