@@ -11,9 +11,9 @@ namespace probe::snmp {
 
 /// When which device is polled next.
 ///
-/// Pure arithmetic: the time is handed in. A device's polls stand on a grid of its interval, so that a slow poll does
-/// not shift the later ones; one that takes longer than the interval leaves places of the grid out. A device that does
-/// not answer leaves out 1, then 3 of them.
+/// Pure arithmetic: the time is handed in. From the second on a device's polls stand on a grid of its interval, so that
+/// a slow poll does not shift the later ones; one that takes longer than the interval leaves places of the grid out. A
+/// device that does not answer leaves out 1, then 3 of them.
 ///
 /// Threads: one at a time.
 class PollSchedule {
@@ -24,7 +24,15 @@ class PollSchedule {
   /// The longest time between two polls of a silent device, in intervals.
   static constexpr int kMaxBackoff = 4;
 
-  /// A device for each interval. The first polls are spread over the intervals, beginning with `start`.
+  /// The time over which the first polls of all devices are spread, so that each is soon seen; of a short interval no
+  /// more than a fifteenth.
+  static constexpr std::chrono::seconds kFirstSpread{2};
+
+  /// The least time between the first two polls of a device, likewise half of that; the later ones are an interval
+  /// apart.
+  static constexpr std::chrono::seconds kLeastDistance{1};
+
+  /// A device for each interval. The first polls come soon after `start`, the later ones are spread over the intervals.
   PollSchedule(const std::vector<Duration>& intervals, Time start);
 
   /// When the next device is due; nothing while all are being polled.
@@ -40,7 +48,8 @@ class PollSchedule {
   struct Device {
     Duration interval;
     Time due;
-    int backoff = 1;  ///< Intervals to the next poll while the device is silent.
+    Duration shift{};  ///< From the first poll to the place of the grid before the second.
+    int backoff = 1;   ///< Intervals to the next poll while the device is silent.
   };
 
   std::vector<Device> devices_;

@@ -12,6 +12,7 @@ namespace probe::snmp {
 namespace {
 
 using std::chrono::hours;
+using std::chrono::milliseconds;
 using std::chrono::seconds;
 using ::testing::ElementsAre;
 
@@ -41,15 +42,56 @@ TEST_F(PollScheduleTest, HasNothingDueWithoutDevices) {
   EXPECT_EQ(schedule.Begin(At(1'000)), std::nullopt);
 }
 
-TEST_F(PollScheduleTest, SpreadsTheFirstPollsOverTheInterval) {
-  PollSchedule schedule({seconds(30), seconds(30), seconds(30)}, kStart);
+TEST_F(PollScheduleTest, PollsAllSoonAndThenSpreadOverTheInterval) {
+  constexpr std::size_t kDevices = 60;
+  PollSchedule schedule(std::vector<PollSchedule::Duration>(kDevices, seconds(30)), kStart);
+  std::vector<std::vector<PollSchedule::Duration>> polls(kDevices);
+  for (milliseconds now{0}; now < seconds(120); now += milliseconds(10)) {
+    while (const auto device = schedule.Begin(kStart + now)) {
+      polls[*device].push_back(now);
+      schedule.Finish(*device, true, kStart + now);
+    }
+  }
+  for (std::size_t device = 0; device < kDevices; ++device) {
+    ASSERT_GE(polls[device].size(), 4U);
+    EXPECT_LT(polls[device][0], seconds(2)) << device;
+    EXPECT_GE(polls[device][1] - polls[device][0], seconds(1)) << device;
+    EXPECT_LE(polls[device][1] - polls[device][0], seconds(31)) << device;
+    // One every half second, each at its place from the second on.
+    EXPECT_EQ(polls[device][3] % seconds(30), device * milliseconds(500)) << device;
+    EXPECT_EQ(polls[device][3] - polls[device][2], seconds(30)) << device;
+  }
+}
 
+TEST_F(PollScheduleTest, PollsASilentDeviceAgainAtItsPlaceOfTheGrid) {
+  PollSchedule schedule({seconds(30), seconds(30), seconds(30)}, kStart);
   EXPECT_EQ(schedule.Begin(At(0)), 0U);
-  EXPECT_EQ(schedule.Begin(At(9)), std::nullopt);
+  EXPECT_EQ(schedule.Begin(At(1)), 1U);
+  EXPECT_EQ(schedule.Begin(At(2)), 2U);
+
+  for (const std::size_t device : {0U, 1U, 2U}) schedule.Finish(device, false, At(5));
+
   EXPECT_EQ(schedule.NextDue(), At(10));
   EXPECT_EQ(schedule.Begin(At(10)), 1U);
+  EXPECT_EQ(schedule.NextDue(), At(20));
   EXPECT_EQ(schedule.Begin(At(20)), 2U);
-  EXPECT_EQ(schedule.NextDue(), std::nullopt);
+  EXPECT_EQ(schedule.NextDue(), At(30));
+}
+
+TEST_F(PollScheduleTest, LeavesADeviceWhereItIsWhoseFirstPollTookTooLong) {
+  PollSchedule schedule({seconds(30), seconds(30)}, kStart);
+  EXPECT_EQ(schedule.Begin(At(0)), 0U);
+  EXPECT_EQ(schedule.Begin(At(1)), 1U);
+
+  schedule.Finish(1, true, At(23));  // its place was at 15 s
+
+  EXPECT_EQ(schedule.NextDue(), At(31));
+}
+
+TEST_F(PollScheduleTest, PollsSoonerWhereTheIntervalIsShort) {
+  PollSchedule schedule({seconds(15), seconds(15)}, kStart);
+  EXPECT_EQ(schedule.Begin(kStart), 0U);
+  EXPECT_EQ(schedule.NextDue(), kStart + milliseconds(500));
 }
 
 TEST_F(PollScheduleTest, PollsAtEvenDistancesHoweverLongAPollTakes) {
