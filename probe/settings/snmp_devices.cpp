@@ -209,6 +209,9 @@ class DeviceReader {
     return draft_.device;
   }
 
+  /// Notes that the id is that of another device as well, which stands at `place`.
+  void RefuseMac(const std::string& place) { Error("mac", "is that of the device at " + place); }
+
  private:
   void Error(const std::string& key, const std::string& what) {
     const auto line = lines_.find(key);
@@ -307,15 +310,21 @@ std::vector<DeviceSettings> ReadSnmpDevices(const toml::node& list, SettingsErro
   }
   std::vector<DeviceSettings> devices;
   std::map<std::pair<std::string, std::uint16_t>, std::string> places;  // of each address
+  std::map<std::string, std::string> mac_places;
   for (std::size_t i = 0; i < tables->size(); ++i) {
     const toml::table& table = *tables->get(i)->as_table();
-    auto device = DeviceReader(table, kSnmpDevices, errors).Read();
+    DeviceReader reader(table, kSnmpDevices, errors);
+    auto device = reader.Read();
     if (!device) continue;
     const auto [place, is_new] = places.try_emplace({device->address, device->port}, device->defined_at);
     if (!is_new) {
       errors.Add(table.source().begin.line, kSnmpDevices + std::string(".address"),
                  "is that of the device at " + place->second);
       continue;
+    }
+    if (!device->mac.empty()) {
+      const auto [mac, is_new_mac] = mac_places.try_emplace(device->mac, device->defined_at);
+      if (!is_new_mac) reader.RefuseMac(mac->second);
     }
     devices.push_back(*std::move(device));
   }

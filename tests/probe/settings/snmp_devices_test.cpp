@@ -189,7 +189,11 @@ INSTANTIATE_TEST_SUITE_P(
         BadDevice{
             "SameAddressTwice",
             "address = \"a\"\ncommunity = \"x\"\n[[sources.snmp.devices]]\naddress = \"a:161\"\ncommunity = \"y\"\n",
-            "4: sources.snmp.devices.address: is that of the device at probe.toml:1"}),
+            "4: sources.snmp.devices.address: is that of the device at probe.toml:1"},
+        BadDevice{"SameMacTwice",
+                  "address = \"a\"\ncommunity = \"x\"\nmac = \"02:fc:00:00:00:0a\"\n[[sources.snmp.devices]]\n"
+                  "address = \"b\"\ncommunity = \"y\"\nmac = \"02-FC-00-00-00-0A\"\n",
+                  "8: sources.snmp.devices.mac: is that of the device at probe.toml:1"}),
     [](const auto& test) { return test.param.name; });
 
 TEST(SnmpDevices, AreAListOfTables) {
