@@ -90,6 +90,7 @@ void DeviceFigures::TakeSystem(const Reading& reading) {
   if (!system.model.empty()) snapshot_.platform_info->model = system.model;
   if (!system.version.empty()) snapshot_.platform_info->version = system.version;
   snapshot_.is_wireless = system.is_wireless;
+  lists_clients_ = system.lists_clients;
   // Where a part of the reading failed, a figure that is missing may be in that part, and the last one stays.
   const bool is_whole = reading.errors.empty();
   if (system.cpu_percent || is_whole) snapshot_.cpu = system.cpu_percent.value_or(kUnknown);
@@ -272,16 +273,21 @@ std::optional<DeviceSnapshot> DeviceFigures::CheckOffline(std::int64_t steady_ti
 }
 
 std::optional<std::int32_t> DeviceFigures::clients() const {
-  const bool are_counted =
-      std::any_of(ssids_.begin(), ssids_.end(), [](const SsidReading& row) { return row.client_count.has_value(); });
-  if (!are_counted) {
-    // No stations are also what a profile gives that knows of none.
-    if (!stations_ || stations_->empty()) return std::nullopt;
-    return static_cast<std::int32_t>(stations_->size());
+  const auto is_counted = [](const SsidReading& row) { return row.client_count.has_value(); };
+  const bool are_listed = stations_ && !stations_->empty();  // none are also what a profile gives that knows of no list
+  if (std::none_of(ssids_.begin(), ssids_.end(), is_counted)) {
+    return are_listed ? std::optional(static_cast<std::int32_t>(stations_->size())) : std::nullopt;
   }
-  std::int32_t clients = 0;
-  for (const auto& [name, state] : snapshot_.ssid_interfaces) clients += state.client_count;
-  return clients;
+  // A sum of which a part is missing is no sum.
+  if (!are_listed && !std::all_of(ssids_.begin(), ssids_.end(), is_counted)) return std::nullopt;
+  std::uint64_t clients = 0;
+  for (const auto& [name, state] : snapshot_.ssid_interfaces) clients += static_cast<std::uint64_t>(state.client_count);
+  return Saturated(clients);
+}
+
+std::optional<std::int32_t> DeviceFigures::listed_clients() const {
+  if (!lists_clients_ || !stations_) return std::nullopt;
+  return static_cast<std::int32_t>(stations_->size());
 }
 
 std::vector<StaleTable> DeviceFigures::StaleTables(std::int64_t steady_ticks) const {

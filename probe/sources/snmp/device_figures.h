@@ -46,8 +46,11 @@ class DeviceFigures {
   /// first call.
   std::optional<DeviceSnapshot> CheckOffline(std::int64_t steady_ticks);
 
-  /// The wireless clients of the device; nothing when it does not tell.
+  /// The wireless clients of the device, by what its profile takes for the truth; nothing when it does not tell.
   std::optional<std::int32_t> clients() const;
+
+  /// How many of them the device lists; nothing when it tells at most how many there are.
+  std::optional<std::int32_t> listed_clients() const;
 
   /// The tables whose rows are older than the last reading; those that never answered are not among them.
   std::vector<StaleTable> StaleTables(std::int64_t steady_ticks) const;
@@ -81,6 +84,7 @@ class DeviceFigures {
   std::vector<SsidReading> ssids_;
   std::map<std::string, std::shared_ptr<const vexora_probe::models::controller::TrafficStats>> ssid_traffic_;
   std::optional<std::vector<StationReading>> stations_;           // each MAC once
+  bool lists_clients_ = false;                                    // as in the last reading
   std::array<std::optional<std::int64_t>, kTables> answered_at_;  // our clock, in ticks
   std::array<bool, kTables> is_stale_{};
 };

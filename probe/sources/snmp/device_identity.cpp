@@ -50,6 +50,7 @@ std::string LowestBssid(const std::vector<SsidReading>& rows) {
 std::optional<std::string> FindDeviceMac(const DeviceSettings& settings, const Reading& reading, bool is_last_try) {
   if (!settings.mac.empty()) return format_macaddress(settings.mac);
   if (std::string mac = UsableMac(reading.system.mac); !mac.empty()) return mac;
+  if (reading.system.mac_failed && !is_last_try) return std::nullopt;
   // An agent that shows nothing of itself is about to start, or lets us see nothing yet. Otherwise, and without a
   // failure, a table that is not there is one that the profile does not read.
   const bool is_blank = reading.system.object_id.empty() && reading.system.name.empty();

@@ -19,8 +19,8 @@ namespace probe::snmp {
 /// 6. a locally administered one made from address and port, which stays the same as long as they do.
 ///
 /// Addresses of groups and those without a digit above 0 are passed over. Nothing: the device shows neither a name nor
-/// what it is, or the table of interfaces, or that of SSIDs, failed, and there is no earlier one in the list; another
-/// reading may tell. `is_last_try` goes on without them.
+/// what it is, or a table failed in which the profile looks for the address, or that of interfaces or of SSIDs, and
+/// there is no earlier one in the list; another reading may tell. `is_last_try` goes on without them.
 ///
 /// Source: IEEE Std 802-2014, 8.2 (group and local addresses); RFC 2863, ifPhysAddress and ifType.
 std::optional<std::string> FindDeviceMac(const DeviceSettings& settings, const Reading& reading, bool is_last_try);

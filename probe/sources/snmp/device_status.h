@@ -22,7 +22,8 @@ struct DeviceStatus {
   std::string mac;      ///< Device id; empty while it is not in the device centre.
   bool online = false;  ///< As in the device centre.
   std::optional<std::int32_t>
-      clients;                    ///< Wireless clients, by what its profile takes for the truth; nothing: not told.
+      clients;  ///< Wireless clients, by what its profile takes for the truth; nothing: not told.
+  std::optional<std::int32_t> listed_clients;  ///< Clients of which it tells who they are; nothing: it has no list.
   PollHealth health;              ///< Of its last poll; `error` also tells what keeps it out of the device centre.
   std::vector<StaleTable> stale;  ///< Tables that did not answer in its last reading.
 };

@@ -28,6 +28,7 @@ DeviceTime::Step DeviceTime::Take(const SystemReading& system, const PollTime& p
   if (system.engine_seconds) uptimes[kEngine] = *system.engine_seconds * kTicksPerSecond;
   if (system.profile_uptime_seconds && *system.profile_uptime_seconds < kMaxSeconds) {
     uptimes[kProfile] = static_cast<std::int64_t>(*system.profile_uptime_seconds) * kTicksPerSecond;
+    profile_wrap_ = system.profile_uptime_wrap_ticks;
   }
 
   Step step = Step::kNew;
@@ -72,13 +73,17 @@ std::optional<DeviceTime::Progress> DeviceTime::ProgressOf(Source source, const 
                              (!KeepsPace(progress.ticks, progress.elapsed) && *now - margin <= progress.elapsed);
     return progress;
   }
-  const bool can_wrap = source == kSys || source == kHost;
-  if (can_wrap) {
-    progress.ticks += kWrap;
+  if (const std::int64_t wrap = WrapOf(source); wrap != 0) {
+    progress.ticks += wrap;
     progress.has_wrapped = HasEngineGoneOn(uptimes, steady_ticks).value_or(KeepsPace(progress.ticks, progress.elapsed));
   }
   progress.has_restarted = !progress.has_wrapped;
   return progress;
+}
+
+std::int64_t DeviceTime::WrapOf(Source source) const {
+  if (source == kProfile) return profile_wrap_;
+  return source == kEngine ? 0 : kWrap;
 }
 
 std::optional<bool> DeviceTime::HasEngineGoneOn(const Uptimes& uptimes, std::int64_t steady_ticks) const {
@@ -112,10 +117,11 @@ void DeviceTime::Remember(const Uptimes& uptimes, const std::array<std::optional
 }
 
 std::optional<std::uint64_t> DeviceTime::LongestUptime(const Uptimes& uptimes) const {
-  if (uptimes[kProfile]) return static_cast<std::uint64_t>(*uptimes[kProfile] / kTicksPerSecond);
+  const auto whole = [&](Source source) { return *uptimes[source] + last_[source]->wraps * WrapOf(source); };
+  if (uptimes[kProfile]) return static_cast<std::uint64_t>(whole(kProfile) / kTicksPerSecond);
   std::optional<std::int64_t> longest;
   for (const Source source : {kSys, kHost, kEngine}) {
-    if (uptimes[source]) longest = std::max(longest.value_or(0), *uptimes[source] + last_[source]->wraps * kWrap);
+    if (uptimes[source]) longest = std::max(longest.value_or(0), whole(source));
   }
   if (!longest) return std::nullopt;
   return static_cast<std::uint64_t>(*longest / kTicksPerSecond);

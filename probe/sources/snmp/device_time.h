@@ -24,9 +24,9 @@ struct PollTime {
 /// no uptime, or one that does not keep pace with our steady clock, the latter stands in. Of several uptimes the first
 /// of these counts: sysUpTime, hrSystemUptime, snmpEngineTime, the maker's own.
 ///
-/// A device whose uptime went back, or is less than the time since the last reading, has restarted. That sysUpTime and
-/// hrSystemUptime start again from 0 after 497 days is no restart: snmpEngineTime goes on meanwhile; where there is
-/// none, the way through the wrap is as long as the time between the readings.
+/// A device whose uptime went back, or is less than the time since the last reading, has restarted. That sysUpTime,
+/// hrSystemUptime and a maker's own of 32 bits start again from 0, after 497 days, is no restart: snmpEngineTime goes
+/// on meanwhile; where there is none, the way through the wrap is as long as the time between the readings.
 ///
 /// Units:   ticks are hundredths of a second.
 /// Threads: one.
@@ -80,8 +80,10 @@ class DeviceTime {
   Step Advance(const std::optional<Progress>& progress, std::int64_t steady_ticks);
   void Remember(const Uptimes& uptimes, const std::array<std::optional<Progress>, kSources>& progress);
   std::optional<std::uint64_t> LongestUptime(const Uptimes& uptimes) const;
+  std::int64_t WrapOf(Source source) const;
 
   std::array<std::optional<LastUptime>, kSources> last_;
+  std::int64_t profile_wrap_ = 0;  // ticks after which the maker's own uptime begins anew; 0: it does not
   bool is_first_ = true;
   std::int64_t steady_ticks_ = 0;  // our clock at the last reading
   std::int64_t now_ticks_ = 0;

@@ -68,7 +68,10 @@ struct Decoding {
   double greatest = std::numeric_limits<double>::infinity();  ///< A greater number is no value.
 
   /// Whether a counter stays what it is.
-  bool KeepsCounters() const { return bits == 0 && meanings.empty() && scale == 1 && add == 0 && !pattern; }
+  bool KeepsCounters() const { return CountsOn() && scale == 1 && add == 0 && form == CellForm::kPlain; }
+
+  /// Whether a number of the agent that grows gives one that grows, after as many steps back at its beginning.
+  bool CountsOn() const { return bits == 0 && meanings.empty() && scale > 0 && !pattern; }
 };
 
 /// How a part of an index is written into the numbers of an object's name. Source: RFC 2578, section 7.7.

@@ -66,20 +66,40 @@ class DeviceFigureReader {
   /// The first of the profile's choice that has a value. A table without an answer ends the search: what would come
   /// next is what other polls did not take.
   Cell Get(const std::string& figure) {
+    has_failed_ = false;
+    object_ = nullptr;
     const auto found = profile_.device.find(figure);
     if (found == profile_.device.end()) return {};
     for (const auto& option : found->second) {
       Cell cell;
       if (const auto* object = std::get_if<ObjectValue>(&option)) {
         cell = ValueOf(*object);
+        object_ = &profile_.objects[object->object];
       } else {
+        object_ = nullptr;
         const auto& summary = std::get<ColumnSummary>(option);
-        if (!tables_.HasAll(summary.needs)) return {};
+        has_failed_ = !tables_.HasAll(summary.needs);
+        if (has_failed_) return {};
         cell = SummaryOf(summary);
       }
       if (HasValue(cell) && cell != Cell(std::string())) return cell;
     }
     return {};
+  }
+
+  /// Whether the last search ended at a table without an answer.
+  bool has_failed() const { return has_failed_; }
+
+  /// After how many units the object that the last search found begins anew, since its number has 32 bits; 0 for
+  /// others.
+  double Wrap() const {
+    const auto found = object_ != nullptr ? values_.find(object_->oid) : values_.end();
+    if (found == values_.end() || !object_->decoding.CountsOn()) return 0;
+    const ValueType type = found->second.type;
+    const bool has_32_bits =
+        type == ValueType::kTimeTicks || type == ValueType::kCounter32 || type == ValueType::kGauge32;
+    constexpr double kValues = 4294967296.0;
+    return has_32_bits ? kValues * object_->decoding.scale : 0;
   }
 
  private:
@@ -105,6 +125,8 @@ class DeviceFigureReader {
   const Profile& profile_;
   const ObjectValues& values_;
   DeviceTables& tables_;
+  bool has_failed_ = false;
+  const Object* object_ = nullptr;  // at which the last search ended; null: at none
 };
 
 void ReadDeviceFigures(const Profile& profile, DeviceFigureReader& figures, SystemReading& system) {
@@ -115,10 +137,13 @@ void ReadDeviceFigures(const Profile& profile, DeviceFigureReader& figures, Syst
   system.model = TextOf(figures.Get("model"));
   system.version = TextOf(figures.Get("version"));
   system.mac = MacOf(figures.Get("mac"));
+  system.mac_failed = figures.has_failed();
   system.type = profile.type;
   const std::optional<double> uptime = NumberOf(figures.Get("uptime"));
   if (uptime && *uptime >= 0 && *uptime <= kMaxUptime) {
+    constexpr double kTicksPerSecond = 100;
     system.profile_uptime_seconds = static_cast<std::uint64_t>(*uptime);
+    system.profile_uptime_wrap_ticks = static_cast<std::int64_t>(figures.Wrap() * kTicksPerSecond);
   }
   const std::optional<std::int32_t> cpu = IntegerOf(figures.Get("cpu"));
   if (cpu && *cpu >= 0 && *cpu <= kAllPercent) system.cpu_percent = cpu;
@@ -153,6 +178,10 @@ void ReadRoles(const Profile& profile, DeviceTables& tables, Reading& reading) {
   reading.portal_users = ReadPortalUsers(profile, tables);
   reading.neighbours = ReadNeighbours(profile, tables);
   if (reading.ssids) CountClients(profile.client_truth, reading.stations, *reading.ssids);
+  // A list that is no truth may be one that the device does not have, and that is empty for this.
+  const bool may_be_missing =
+      profile.client_truth == ClientTruth::kNothing && reading.stations && reading.stations->empty();
+  reading.system.lists_clients = !profile.SourcesOf(Role::kStation).empty() && !may_be_missing;
 }
 
 /// Whether a device has anything wireless: a wired one may have the same profile, and answers without rows.

@@ -22,11 +22,14 @@ struct OctetCounter {
   bool operator==(const OctetCounter&) const = default;
 };
 
+/// `oper_status` of an interface of which the device does not tell it. Source: RFC 2863, ifOperStatus.
+inline constexpr std::int32_t kOperStatusUnknown = 4;
+
 /// One interface. Source: RFC 2863, ifTable and ifXTable.
 struct InterfaceReading {
   std::uint32_t if_index = 0;
   std::string name;                                  ///< ifName, else ifDescr; as the device gives it, not yet unique.
-  std::int32_t oper_status = 1;                      ///< ifOperStatus.
+  std::int32_t oper_status = kOperStatusUnknown;     ///< ifOperStatus.
   std::optional<OctetCounter> in_octets;             ///< ifHCInOctets, else ifInOctets.
   std::optional<OctetCounter> out_octets;            ///< ifHCOutOctets, else ifOutOctets.
   std::optional<std::uint32_t> discontinuity_ticks;  ///< ifCounterDiscontinuityTime, in hundredths of a second.
@@ -86,12 +89,15 @@ struct SystemReading {
       host_uptime_ticks;                        ///< hrSystemUptime, likewise; since the machine, not its agent, began.
   std::optional<std::uint32_t> engine_seconds;  ///< snmpEngineTime, since the agent's engine began.
   std::optional<std::uint64_t> profile_uptime_seconds;  ///< An uptime that the maker's own objects give.
+  std::int64_t profile_uptime_wrap_ticks = 0;  ///< Hundredths of a second after which it begins anew; 0: it does not.
   std::optional<std::int32_t> cpu_percent;
   std::string model;
   std::string version;
-  std::string mac;  ///< As the profile found it; "02:fc:00:00:00:01", empty when it did not.
+  std::string mac;          ///< As the profile found it; "02:fc:00:00:00:01", empty when it did not.
+  bool mac_failed = false;  ///< Whether it is empty because a table did not answer that may hold it.
   vexora_probe::models::controller::DeviceType type = vexora_probe::models::controller::DeviceType::kUnknown;
-  bool is_wireless = false;  ///< Whether the profile reads anything wireless.
+  bool is_wireless = false;    ///< Whether the profile reads anything wireless.
+  bool lists_clients = false;  ///< Whether the device tells which clients it has; else at most how many.
 };
 
 /// A table that was read, or nothing where it did not answer.

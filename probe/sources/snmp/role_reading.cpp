@@ -148,6 +148,14 @@ void AddByName(std::vector<Record>& records, std::map<std::string, std::size_t>&
   }
 }
 
+/// A sum to which a row did not tell its part is not known.
+template <typename Record>
+void DropPartialCounts(std::vector<Record>& records, const std::set<std::string>& uncounted) {
+  for (Record& record : records) {
+    if (uncounted.contains(record.name)) record.client_count.reset();
+  }
+}
+
 std::string NameOfSsid(const RowFigures& row, const SsidReading& ssid) {
   std::string name = row.Text("name");
   if (!name.empty()) return name;
@@ -232,6 +240,7 @@ TableReading<InterfaceReading> ReadInterfaces(const Profile& profile, DeviceTabl
 TableReading<RadioReading> ReadRadios(const Profile& profile, DeviceTables& tables) {
   std::vector<RadioReading> radios;
   std::map<std::string, std::size_t> by_name;
+  std::set<std::string> uncounted;
   const bool is_answered = ForEachRow(profile, Role::kRadio, tables, [&](const RowFigures& row) {
     RadioReading radio;
     radio.name = row.Text("name");
@@ -240,14 +249,17 @@ TableReading<RadioReading> ReadRadios(const Profile& profile, DeviceTables& tabl
     radio.band = BandOf(row, radio.channel);
     radio.noise_dbm = row.Integer("noise");
     radio.client_count = row.Count("clients");
+    if (row.Has("clients") && !radio.client_count) uncounted.insert(radio.name);
     AddByName(radios, by_name, std::move(radio));
   });
+  DropPartialCounts(radios, uncounted);
   return is_answered ? TableReading<RadioReading>(std::move(radios)) : std::nullopt;
 }
 
 TableReading<SsidReading> ReadSsids(const Profile& profile, DeviceTables& tables) {
   std::vector<SsidReading> ssids;
   std::map<std::string, std::size_t> by_name;
+  std::set<std::string> uncounted;
   const bool is_answered = ForEachRow(profile, Role::kSsid, tables, [&](const RowFigures& row) {
     SsidReading ssid;
     ssid.ssid = row.Text("ssid");
@@ -256,10 +268,12 @@ TableReading<SsidReading> ReadSsids(const Profile& profile, DeviceTables& tables
     ssid.bssid = row.Mac("bssid");
     ssid.name = NameOfSsid(row, ssid);
     ssid.client_count = row.Count("clients");
+    if (row.Has("clients") && !ssid.client_count) uncounted.insert(ssid.name);
     ssid.in_octets = row.Counter("in");
     ssid.out_octets = row.Counter("out");
     AddByName(ssids, by_name, std::move(ssid));
   });
+  DropPartialCounts(ssids, uncounted);
   return is_answered ? TableReading<SsidReading>(std::move(ssids)) : std::nullopt;
 }
 

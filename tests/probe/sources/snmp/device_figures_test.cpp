@@ -402,6 +402,27 @@ TEST_F(WirelessFiguresTest, TheNumberOfClientsIsTheDevicesOwnAlsoWhenItListsNone
   EXPECT_EQ(figures_.clients(), 18);
 }
 
+TEST_F(WirelessFiguresTest, TheNumberOfClientsIsUnknownWhereThatOfOneNetworkIs) {
+  reading_.stations.emplace();
+  reading_.ssids->front().client_count = 4;
+  Poll();
+  EXPECT_EQ(figures_.clients(), std::nullopt);
+}
+
+TEST_F(WirelessFiguresTest, TellHowManyClientsAreListed) {
+  Poll();
+  EXPECT_EQ(figures_.listed_clients(), std::nullopt) << "the device has no list";
+  reading_.system.lists_clients = true;
+  Poll();
+  EXPECT_EQ(figures_.listed_clients(), 2);
+  // It says that there are some, and lists none.
+  reading_.stations.emplace();
+  for (SsidReading& ssid : *reading_.ssids) ssid.client_count = 9;
+  Poll();
+  EXPECT_EQ(figures_.listed_clients(), 0);
+  EXPECT_EQ(figures_.clients(), 18);
+}
+
 TEST_F(WirelessFiguresTest, AClientThatNamesNoNetworkIsOnTheOnlyOne) {
   reading_.stations->front().ssid_interface.clear();
   EXPECT_THAT(Poll().ssid_interfaces.at("ath0").clients, IsEmpty());

@@ -84,6 +84,15 @@ TEST_F(DeviceMacOrder, WaitsForATableThatFailed) {
   EXPECT_EQ(Mac(true), "02:FC:00:00:00:05");
 }
 
+TEST_F(DeviceMacOrder, TakesNoOtherAddressWhileATableOfTheProfileFails) {
+  settings_.mac.clear();
+  reading_.system.mac.clear();
+  reading_.system.mac_failed = true;
+  reading_.errors = {"access points: no answer"};
+  EXPECT_EQ(Mac(), std::nullopt);
+  EXPECT_EQ(Mac(true), "02:FC:00:00:00:03");
+}
+
 TEST_F(DeviceMacOrder, WaitsForADeviceThatShowsNothingOfItself) {
   reading_ = {};
   EXPECT_EQ(Mac(), "02:FC:00:00:00:01");

@@ -217,6 +217,47 @@ TEST_F(DeviceTimeTest, TheMakersOwnUptimeIsTheOneThatIsShown) {
   EXPECT_EQ(time_.uptime_seconds(), 50'000'000U);
 }
 
+/// The maker's own uptime as a number of 32 bits, in hundredths of a second.
+SystemReading MakersTicks(std::int64_t ticks) {
+  SystemReading system;
+  system.profile_uptime_seconds = static_cast<std::uint32_t>(ticks) / 100;
+  system.profile_uptime_wrap_ticks = kWrap;
+  return system;
+}
+
+TEST_F(DeviceTimeTest, TheMakersOwnUptimeWrapsAfter497DaysWithoutARestart) {
+  Poll(MakersTicks(kWrap - 1'000));
+  EXPECT_EQ(Poll(MakersTicks(kWrap + 2'000)), Step::kNew);
+  EXPECT_EQ(time_.starts(), 0U);
+  EXPECT_NEAR(Seconds(), 30, 1);
+  EXPECT_EQ(time_.uptime_seconds(), (static_cast<std::uint64_t>(kWrap) + 2'000) / 100);
+  EXPECT_EQ(Poll(MakersTicks(kWrap + 5'000)), Step::kNew);
+  EXPECT_EQ(time_.uptime_seconds(), (static_cast<std::uint64_t>(kWrap) + 5'000) / 100);
+}
+
+TEST_F(DeviceTimeTest, ARestartNearTheWrapOfTheMakersOwnUptimeIsOne) {
+  Poll(MakersTicks(kWrap - 360'000));
+  EXPECT_EQ(Poll(MakersTicks(2'000)), Step::kRestarted);
+  EXPECT_EQ(time_.uptime_seconds(), 20U);
+}
+
+TEST_F(DeviceTimeTest, SnmpEngineTimeTellsAWrapOfTheMakersOwnUptimeFromARestart) {
+  SystemReading system = MakersTicks(kWrap - 1'000);
+  system.engine_seconds = 1'000;
+  Poll(system);
+  system = MakersTicks(kWrap + 2'000);
+  system.engine_seconds = 5;
+  EXPECT_EQ(Poll(system), Step::kRestarted);
+}
+
+TEST_F(DeviceTimeTest, TheMakersOwnUptimeThatDoesNotWrapGoesBackByARestart) {
+  SystemReading system = MakersTicks(kWrap - 1'000);
+  system.profile_uptime_wrap_ticks = 0;
+  Poll(system);
+  system.profile_uptime_seconds = 20;
+  EXPECT_EQ(Poll(system), Step::kRestarted);
+}
+
 TEST_F(DeviceTimeTest, AnImpossibleUptimeIsNone) {
   SystemReading system;
   system.profile_uptime_seconds = UINT64_MAX;

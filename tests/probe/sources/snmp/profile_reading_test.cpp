@@ -198,6 +198,14 @@ TEST_F(ProfileReadingTest, ReadsTheSystemGroupAndTheUptimes) {
   EXPECT_EQ(reading.system.host_uptime_ticks, 7U);
   EXPECT_EQ(reading.system.engine_seconds, 8U);
   EXPECT_EQ(reading.system.profile_uptime_seconds, 2U);
+  EXPECT_EQ(reading.system.profile_uptime_wrap_ticks, std::int64_t{1} << 32U);
+}
+
+TEST_F(ProfileReadingTest, TellsWhenTheMakersUptimeBeginsAnew) {
+  EXPECT_EQ(Read("1.3.8.5.0|66|250\n").system.profile_uptime_wrap_ticks, std::int64_t{1} << 32U);
+  EXPECT_EQ(Read("1.3.8.5.0|70|250\n").system.profile_uptime_wrap_ticks, 0) << "64 bits";
+  EXPECT_EQ(Read("1.3.8.5.0|4|250\n").system.profile_uptime_wrap_ticks, 0) << "a text";
+  EXPECT_EQ(Read("").system.profile_uptime_wrap_ticks, 0);
 }
 
 TEST_F(ProfileReadingTest, KnowsNothingOfADeviceThatSaysNothing) {
@@ -251,6 +259,7 @@ TEST_F(ProfileReadingTest, ReadsInterfacesWithTheFirstColumnThatHasAValue) {
   EXPECT_EQ(eth0.bits_per_second, std::nullopt) << "the sentinel";
   EXPECT_EQ(eth0.oper_status, 2);
   const InterfaceReading& second = (*reading.interfaces)[1];
+  EXPECT_EQ(second.oper_status, kOperStatusUnknown) << "not told";
   EXPECT_EQ(second.name, "second");
   EXPECT_EQ(second.in_octets, (OctetCounter{6, false}));
   EXPECT_EQ(second.bits_per_second, 100U);
@@ -270,8 +279,10 @@ TEST_F(ProfileReadingTest, TakesTheMacAddressInTheOrderOfTheProfile) {
 
 TEST_F(ProfileReadingTest, HasNoOtherMacAddressWhileATableIsSilent) {
   FaultyAgent agent("");
+  EXPECT_FALSE(Read(agent).reading->system.mac_failed);
   agent.failing = {1, 3, 9, 1, 1};
   EXPECT_EQ(Read(agent).reading->system.mac, "");
+  EXPECT_TRUE(Read(agent).reading->system.mac_failed);
 }
 
 TEST_F(ProfileReadingTest, SummarisesTheRowsThatItsConditionsKeep) {
@@ -324,6 +335,27 @@ TEST_F(ProfileReadingTest, JoinsRowsOfOneRadioFromTwoTables) {
   EXPECT_EQ(second.noise_dbm, std::nullopt) << "0 is out of range";
   EXPECT_EQ(second.client_count, 14);
   EXPECT_TRUE(reading.system.is_wireless);
+}
+
+TEST_F(ProfileReadingTest, ASumOfClientsWithAnUnknownPartIsUnknown) {
+  std::string walk = kWireless;
+  const std::string part = "1.3.9.3.3.1.2|2|1\n";
+  walk.erase(walk.find(part), part.size());
+  const Reading reading = Read(walk);
+  EXPECT_EQ((*reading.radios)[0].client_count, std::nullopt) << "of one of its two networks";
+  EXPECT_EQ((*reading.radios)[1].client_count, 14);
+}
+
+TEST_F(ProfileReadingTest, TellsWhetherTheDeviceListsItsClients) {
+  EXPECT_TRUE(Read(kWireless).system.lists_clients);
+  const std::string with_list = profile_;
+  profile_ = "clients_from = 'nothing'\n" + with_list;
+  EXPECT_FALSE(Read(kWireless).system.lists_clients) << "perhaps it has no such table";
+  EXPECT_TRUE(Read(kWireless + "1.3.9.4.2." + kMac1 + ".1|65|1\n").system.lists_clients);
+  profile_ = with_list;
+  const std::size_t station = profile_.find("[[station]]");
+  profile_.erase(station, profile_.find("[[portal_user]]") - station);
+  EXPECT_FALSE(Read(kWireless).system.lists_clients);
 }
 
 TEST_F(ProfileReadingTest, NamesSsidsWithoutANameByTheirRadioAndSkipsHiddenOnes) {
