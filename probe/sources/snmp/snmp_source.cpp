@@ -58,19 +58,23 @@ class SnmpSource::PolledDevice {
   // Order: before the lock of the claims and that of the device centre.
   mutable utilities::lock::Mutex lock;
 
-  DeviceStatus Status() const VEXORA_REQUIRES(lock) {
+  /// `is_listed`: whether it is in the device centre.
+  DeviceStatus Status(bool is_listed) const VEXORA_REQUIRES(lock) {
     DeviceStatus status = status_;
-    if (is_listed_) status.mac = figures_.mac();
+    if (is_listed) status.mac = figures_.mac();
+    status.online = status.online && is_listed;
     status.clients = figures_.clients();
+    status.listed_clients = figures_.listed_clients();
     status.stale = figures_.StaleTables(SteadyTicks());
     return status;
   }
 
   DeviceFigures& figures() VEXORA_REQUIRES(lock) { return figures_; }
+  const std::string& mac() const VEXORA_REQUIRES(lock) { return figures_.mac(); }
+  const std::string& label() const { return label_; }
 
   /// Notes a snapshot that goes to the device centre.
   void NoteSnapshot(const DeviceSnapshot& snapshot) VEXORA_REQUIRES(lock) {
-    is_listed_ = true;
     status_.online = snapshot.online;
     if (snapshot.basic_info) status_.name = snapshot.basic_info->hostname;
   }
@@ -95,7 +99,6 @@ class SnmpSource::PolledDevice {
   const std::string label_;
   DeviceStatus status_ VEXORA_GUARDED_BY(lock);
   DeviceFigures figures_ VEXORA_GUARDED_BY(lock);
-  bool is_listed_ VEXORA_GUARDED_BY(lock) = false;  // in the device centre, under its id
 };
 
 SnmpSource::SnmpSource(DeviceCentre& centre, SnmpSettings settings, const ProfileCatalogue& catalogue)
@@ -138,9 +141,10 @@ void SnmpSource::Run() {
 std::vector<DeviceStatus> SnmpSource::Statuses() const {
   std::vector<DeviceStatus> statuses;
   statuses.reserve(devices_.size());
-  for (const auto& device : devices_) {
-    const lock_guard held(device->lock);
-    statuses.push_back(device->Status());
+  for (std::size_t i = 0; i < devices_.size(); ++i) {
+    const PolledDevice& device = *devices_[i];
+    const lock_guard held(device.lock);
+    statuses.push_back(device.Status(Owns(device.mac(), i)));
   }
   return statuses;
 }
@@ -157,13 +161,8 @@ void SnmpSource::TakeResult(std::size_t device, PollResult result) {
         *result.reading, {.steady_ticks = SteadyTicks() - duration, .wall = time(nullptr), .duration_ticks = duration});
   }
   if (snapshot) {
-    const std::string& mac = polled.figures().mac();
-    if (Claim(mac, device)) {
-      polled.NoteSnapshot(*snapshot);
-      centre_.Replace(mac, *std::move(snapshot));
-    } else {
-      result.health.error = "its id " + mac + " is that of another device; give it one of its own with the key \"mac\"";
-    }
+    polled.NoteSnapshot(*snapshot);
+    if (const auto refusal = Show(polled.mac(), device, *std::move(snapshot))) result.health.error = *refusal;
   }
   polled.NotePoll(std::move(result.health));
 }
@@ -173,20 +172,37 @@ void SnmpSource::CheckOffline() {
     PolledDevice& polled = *devices_[i];
     const lock_guard held(polled.lock);
     auto snapshot = polled.figures().CheckOffline(SteadyTicks());
-    const std::string& mac = polled.figures().mac();
-    if (!snapshot || !Claim(mac, i)) continue;
+    if (!snapshot) continue;
     polled.NoteSnapshot(*snapshot);
-    centre_.Replace(mac, *std::move(snapshot));
+    Show(polled.mac(), i, *std::move(snapshot));
   }
 }
 
-bool SnmpSource::Claim(const std::string& mac, std::size_t device) {
+bool SnmpSource::GoesBefore(std::size_t device, std::size_t other) const {
+  const bool is_set = !settings_.devices[device].mac.empty();
+  const bool is_other_set = !settings_.devices[other].mac.empty();
+  return is_set == is_other_set ? device < other : is_set;
+}
+
+std::optional<std::string> SnmpSource::Show(const std::string& mac, std::size_t device, DeviceSnapshot snapshot) {
+  const std::string advice = "; give it one of its own with the key \"mac\"";
   const lock_guard held(claims_lock_);
   const auto claim = claims_.find(mac);
-  if (claim != claims_.end()) return claim->second == device;
-  if (centre_.Snapshot(mac) != nullptr) return false;
+  if (claim == claims_.end() && centre_.Snapshot(mac) != nullptr) {
+    return "its id " + mac + " is that of another device, which does not come from SNMP" + advice;
+  }
+  if (claim != claims_.end() && claim->second != device && !GoesBefore(device, claim->second)) {
+    return "its id " + mac + " is that of another device, " + devices_[claim->second]->label() + advice;
+  }
   claims_[mac] = device;
-  return true;
+  centre_.Replace(mac, std::move(snapshot));
+  return std::nullopt;
+}
+
+bool SnmpSource::Owns(const std::string& mac, std::size_t device) const {
+  const lock_guard held(claims_lock_);
+  const auto claim = claims_.find(mac);
+  return claim != claims_.end() && claim->second == device;
 }
 
 }  // namespace probe::snmp

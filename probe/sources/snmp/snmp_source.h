@@ -3,12 +3,14 @@
 #include <cstddef>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "platform/utilities/locks.h"
 #include "probe/host/device_centre.h"
+#include "probe/host/device_snapshot.h"
 #include "probe/host/stop_flag.h"
 #include "probe/sources/snmp/device_status.h"
 #include "probe/sources/snmp/poll_health.h"
@@ -21,7 +23,9 @@ namespace probe::snmp {
 /// The source that makes the devices of the settings, which answer SNMP, devices of the probe.
 ///
 /// Each reading becomes a snapshot in the device centre. What goes wrong with a device is logged when it changes. Two
-/// devices with one id would overwrite each other: the second one is left out, and its status says so.
+/// devices with one id would overwrite each other: one is left out, and its status says so. The id is that of the
+/// device for which it was set by hand, else that of the first one of the settings, whichever answers first; but never
+/// taken from a device of another source.
 ///
 /// Owner:   the application. Stop or destroy it before the device centre or the catalogue is destroyed.
 /// Threads: `Start` and `Stop` one thread; `Statuses` any; the poller's threads call `TakeResult`, and a thread of its
@@ -58,15 +62,23 @@ class SnmpSource {
 
   void Run();
 
-  /// Whether the id is this device's own: nobody else's in the source or in the device centre.
-  bool Claim(const std::string& mac, std::size_t device) VEXORA_EXCLUDES(claims_lock_);
+  /// Gives the device centre a snapshot, if the id is this device's own. Otherwise why it is not, in words.
+  std::optional<std::string> Show(const std::string& mac, std::size_t device, DeviceSnapshot snapshot)
+      VEXORA_EXCLUDES(claims_lock_);
+
+  /// Whether the device centre has this device under the id.
+  bool Owns(const std::string& mac, std::size_t device) const VEXORA_EXCLUDES(claims_lock_);
+
+  /// Whether an id that both devices have belongs to the first of them.
+  bool GoesBefore(std::size_t device, std::size_t other) const;
 
   DeviceCentre& centre_;
   const SnmpSettings settings_;
   std::vector<std::unique_ptr<PolledDevice>> devices_;  // constant; each has a lock of its own
 
-  // Leaf lock but for that of the device centre. Taken with a device's lock held.
-  utilities::lock::Mutex claims_lock_;
+  // Leaf lock but for that of the device centre, which is written with it held: a device that loses its id meanwhile
+  // must not write after its new owner. Taken with a device's lock held.
+  mutable utilities::lock::Mutex claims_lock_;
   std::map<std::string, std::size_t> claims_ VEXORA_GUARDED_BY(claims_lock_);  // id -> number of the device
 
   std::unique_ptr<SnmpPoller> poller_;  // only the thread that calls Start and Stop, like the next two

@@ -185,6 +185,37 @@ TEST_F(SnmpSourceTest, TwoDevicesWithOneIdDoNotOverwriteEachOther) {
   EXPECT_EQ(Source().Statuses().at(0).mac, kMac);
 }
 
+TEST_F(SnmpSourceTest, AnIdOfTwoDevicesIsTheFirstOnesHoweverTheyAnswer) {
+  AddDevice("192.0.2.1");
+  AddDevice("192.0.2.2");
+  Reading first = ReadingOf(kMac);
+  Reading second = ReadingOf(kMac);
+  second.system.name = "other";
+  Source().TakeResult(1, Answer(second));
+  EXPECT_EQ(Snapshot()->basic_info->hostname, "other");
+  Source().TakeResult(0, Answer(first));
+  EXPECT_EQ(Snapshot()->basic_info->hostname, "switch");
+  EXPECT_EQ(Source().Statuses().at(0).mac, kMac);
+  EXPECT_EQ(Source().Statuses().at(1).mac, "");
+  EXPECT_FALSE(Source().Statuses().at(1).online);
+  Source().TakeResult(1, Answer(second));
+  EXPECT_EQ(Snapshot()->basic_info->hostname, "switch");
+  EXPECT_EQ(Source().Statuses().at(0).health.error, "");
+  EXPECT_EQ(
+      Source().Statuses().at(1).health.error,
+      "its id 02:FC:00:00:00:01 is that of another device, 192.0.2.1; give it one of its own with the key \"mac\"");
+}
+
+TEST_F(SnmpSourceTest, AnIdThatIsSetByHandIsNoOtherDevices) {
+  AddDevice("192.0.2.1");
+  AddDevice("192.0.2.2", kMac);
+  Source().TakeResult(0, Answer(ReadingOf(kMac)));
+  Source().CheckOffline();
+  EXPECT_EQ(Source().Statuses().at(0).mac, "");
+  EXPECT_EQ(Source().Statuses().at(1).mac, kMac);
+  EXPECT_FALSE(Snapshot()->online);
+}
+
 TEST_F(SnmpSourceTest, LeavesTheDevicesOfOtherSourcesAlone) {
   DeviceSnapshot machine;
   machine.basic_info->hostname = "this machine";
@@ -192,7 +223,9 @@ TEST_F(SnmpSourceTest, LeavesTheDevicesOfOtherSourcesAlone) {
   AddDevice("127.0.0.1");
   Source().TakeResult(0, Answer(ReadingOf(kMac)));
   EXPECT_EQ(Snapshot()->basic_info->hostname, "this machine");
-  EXPECT_THAT(Source().Statuses().at(0).health.error, HasSubstr("the key \"mac\""));
+  EXPECT_EQ(Source().Statuses().at(0).health.error,
+            "its id 02:FC:00:00:00:01 is that of another device, which does not come from SNMP; give it one of its own "
+            "with the key \"mac\"");
 }
 
 TEST_F(SnmpSourceTest, SecretsAreInNoLineAndNoStatus) {
