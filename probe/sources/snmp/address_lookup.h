@@ -24,8 +24,7 @@ struct Resolution {
 /// "192.0.2.7, 2001:db8::7": the same for the same addresses in whatever order.
 std::string NumbersOf(const Resolution& resolution);
 
-/// Finds the addresses of a host. A name is looked up in a thread of its own, which is left behind when the name
-/// service does not answer before `deadline` or `stop`: there is no way to interrupt it.
+/// Finds the addresses of a host. A name is looked up by `NameLookups`, no longer than until `deadline` or `stop`.
 Resolution ResolveAddress(const std::string& host, std::uint16_t port, std::chrono::steady_clock::time_point deadline,
                           const StopEvent* stop);
 

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 
 namespace probe::snmp {
 
@@ -21,6 +22,8 @@ Wait WaitForInput(int descriptor, std::chrono::steady_clock::time_point deadline
     if (ready > 0 && waiting[0].revents != 0) return Wait::kStopped;
     if (ready > 0 && (waiting[1].revents & POLLERR) != 0) return Wait::kError;
     if (ready > 0 && waiting[1].revents != 0) return Wait::kReady;
+    // Nothing can be waited for: the system allows the process fewer descriptors than it asks about.
+    if (ready < 0 && errno != EINTR) return Wait::kTooLate;
     if (deadline <= std::chrono::steady_clock::now()) return Wait::kTooLate;
   }
 }

@@ -1,13 +1,14 @@
 #include "probe/sources/snmp/address_lookup.h"
 #include "probe/sources/snmp/stop_event.h"
-#include "tests/support/sanitizers.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 
+#include <cerrno>
 #include <chrono>
 #include <string>
+#include <system_error>
 
 namespace probe::snmp {
 namespace {
@@ -66,7 +67,12 @@ TEST(AddressLookup, DoesNotWaitForANameWhenItIsToStop) {
 }
 
 TEST(AddressLookup, TellsThatThereIsNoDescriptorLeft) {
-  if (test::kWithAsan) GTEST_SKIP() << "UndefinedBehaviorSanitizer needs a descriptor to look at an object's type";
+  try {
+    // UndefinedBehaviorSanitizer needs a descriptor when it looks at an object of a type for the first time.
+    throw std::system_error(EMFILE, std::generic_category(), "eventfd");
+  } catch (const std::system_error& error) {
+    ASSERT_THAT(error.what(), StartsWith("eventfd"));
+  }
   rlimit limit{};
   ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &limit), 0);
   const rlimit before = limit;
@@ -74,7 +80,8 @@ TEST(AddressLookup, TellsThatThereIsNoDescriptorLeft) {
   ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &limit), 0);
 
   Resolution resolution;
-  EXPECT_NO_THROW(resolution = ResolveAddress(kNoName, 161, steady_clock::now() + std::chrono::hours(1), nullptr));
+  const std::string name = "another." + kNoName;  // which no test before this one had looked up
+  EXPECT_NO_THROW(resolution = ResolveAddress(name, 161, steady_clock::now() + std::chrono::hours(1), nullptr));
 
   setrlimit(RLIMIT_NOFILE, &before);
   EXPECT_THAT(resolution.error, StartsWith("the name cannot be looked up: "));
