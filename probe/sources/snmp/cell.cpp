@@ -61,6 +61,16 @@ std::string WithoutPadding(std::string text) {
   return text;
 }
 
+/// Whether six octets are what a program writes for a text that there is not: "(null)", "<none>".
+bool IsPlaceholder(std::string_view octets) {
+  const bool is_bracketed =
+      (octets.front() == '(' && octets.back() == ')') || (octets.front() == '<' && octets.back() == '>');
+  const std::string_view word = octets.substr(1, octets.size() - 2);
+  return is_bracketed && std::all_of(word.begin(), word.end(), [](char octet) {
+           return (octet >= 'a' && octet <= 'z') || (octet >= 'A' && octet <= 'Z');
+         });
+}
+
 std::string AddressText(std::string_view octets) {
   std::string text;
   for (const char octet : octets) {
@@ -282,7 +292,7 @@ std::string MacText(std::string_view octets) {
   }
   const bool is_group = !octets.empty() && (static_cast<unsigned char>(octets[0]) & 1U) != 0;
   const bool is_zero = std::all_of(octets.begin(), octets.end(), [](char octet) { return octet == '\0'; });
-  if (octets.empty() || is_group || is_zero) return {};
+  if (octets.empty() || is_group || is_zero || IsPlaceholder(octets)) return {};
   std::string text;
   for (const char octet : octets) {
     if (!text.empty()) text += ':';

@@ -37,7 +37,7 @@ bool IsException(const Value& value) {
 
 DeviceTables::DeviceTables(const Profile& profile) : profile_(profile), rows_(profile.tables.size()) {}
 
-std::size_t DeviceTables::Take(std::size_t number, const std::vector<Oid>& columns, const TableAnswer& answer) {
+bool DeviceTables::Take(std::size_t number, const std::vector<Oid>& columns, const TableAnswer& answer) {
   const Table& table = profile_.tables[number];
   std::map<Oid, std::optional<Row>> rows;  // nothing: the index does not fit
   for (std::size_t column = 0; column < std::min(columns.size(), answer.columns.size()); ++column) {
@@ -58,9 +58,9 @@ std::size_t DeviceTables::Take(std::size_t number, const std::vector<Oid>& colum
   for (auto& [index, row] : rows) {
     if (row) taken.push_back(*std::move(row));
   }
-  const std::size_t left_out = rows.size() - taken.size();
-  if (!taken.empty() || left_out == 0) rows_[number] = std::move(taken);
-  return left_out;
+  const bool do_all_fit = taken.size() == rows.size();
+  if (!taken.empty() || do_all_fit) rows_[number] = std::move(taken);
+  return do_all_fit;
 }
 
 bool DeviceTables::HasAll(const std::vector<std::size_t>& tables) const {

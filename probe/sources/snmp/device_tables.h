@@ -28,9 +28,9 @@ class DeviceTables {
   /// Takes the answer for a table over: `columns` is what was asked for. A row whose index does not fit the profile is
   /// left out, as is a value outside the column that was asked for.
   ///
-  /// Returns the number of rows that were left out. Where no row fits the table counts as not answered: what the
-  /// profile does not understand is not an empty table.
-  std::size_t Take(std::size_t table, const std::vector<Oid>& columns, const TableAnswer& answer);
+  /// Returns whether all rows fit. Where no row fits the table counts as not answered: what the profile does not
+  /// understand is not an empty table.
+  bool Take(std::size_t table, const std::vector<Oid>& columns, const TableAnswer& answer);
 
   /// Whether all of these tables were answered.
   bool HasAll(const std::vector<std::size_t>& tables) const;

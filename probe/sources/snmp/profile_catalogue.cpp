@@ -23,6 +23,8 @@ namespace fs = std::filesystem;
 struct Document {
   std::string file;
   toml::table content;
+  std::string error{};         // why there is no content; empty when there is
+  std::size_t error_line = 1;  // where in the file
 };
 
 /// By the names of the profiles.
@@ -33,31 +35,31 @@ constexpr const char* kSystemProfiles = "/etc/vexora/profiles";
 /// Octets of one file. A profile of thousands of lines is far below.
 constexpr std::uintmax_t kMaxFile = 1U << 20U;
 
-/// The content of a file; nothing and an error where it cannot be had.
-std::optional<std::string> ReadFile(const fs::path& path, ProfileErrors& errors) {
+Document Parse(std::string_view text, const std::string& file) {
+  try {
+    return {.file = file, .content = toml::parse(text, file)};
+  } catch (const toml::parse_error& error) {
+    return {.file = file,
+            .content = {},
+            .error = std::string(error.description()),
+            .error_line = error.source().begin.line};
+  }
+}
+
+Document ReadDocument(const fs::path& path) {
+  Document document{.file = path.string(), .content = {}, .error = "cannot be read"};
   std::error_code failure;
   if (fs::file_size(path, failure) > kMaxFile && !failure) {
-    errors.Add(path.string(), 1, "", "is larger than " + std::to_string(kMaxFile) + " octets");
-    return std::nullopt;
+    document.error = "is larger than " + std::to_string(kMaxFile) + " octets";
+    return document;
   }
   std::ifstream file(path, std::ios::binary);
   try {
-    if (file) return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+    if (file) return Parse(std::string(std::istreambuf_iterator<char>(file), {}), path.string());
   } catch (const std::ios_base::failure&) {
     // A folder can be opened, but not be read.
   }
-  errors.Add(path.string(), 1, "", "cannot be read");
-  return std::nullopt;
-}
-
-void Parse(std::string_view text, const std::string& name, const std::string& file, Documents& documents,
-           ProfileErrors& errors) {
-  try {
-    documents.insert_or_assign(name, Document{file, toml::parse(text, file)});
-  } catch (const toml::parse_error& error) {
-    errors.Add(file, error.source().begin.line, "", std::string(error.description()));
-    documents.erase(name);
-  }
+  return document;
 }
 
 /// The profile files of a folder -> their paths, by the names of the profiles.
@@ -82,13 +84,17 @@ std::vector<std::string> NamesOf(const Documents& documents) {
 }
 
 /// The entries of a profile's document and of those that it extends, the base first; nothing and an error where one is
-/// unknown or extends itself.
+/// unknown, cannot be read or extends itself.
 std::optional<std::vector<ProfileEntry>> ChainOf(const std::string& name, const Documents& documents,
                                                  ProfileErrors& errors) {
   std::vector<ProfileEntry> chain;
   std::vector<std::string> names = {name};
   while (true) {
     const Document& document = documents.at(names.back());
+    if (!document.error.empty()) {
+      errors.Add(document.file, document.error_line, "", document.error);
+      return std::nullopt;
+    }
     chain.emplace_back(document.file, document.content, errors);
     const std::optional<ProfileEntry> extends = chain.back().Find("extends");
     if (!extends) break;
@@ -123,9 +129,7 @@ Documents ReadDocuments(const std::vector<fs::path>& folders, ProfileErrors& err
     for (auto& [name, path] : FilesIn(folder, errors)) files.insert_or_assign(name, path);
   }
   Documents documents;
-  for (const auto& [name, path] : files) {
-    if (const auto text = ReadFile(path, errors)) Parse(*text, name, path.string(), documents, errors);
-  }
+  for (const auto& [name, path] : files) documents.emplace(name, ReadDocument(path));
   return documents;
 }
 
@@ -200,23 +204,28 @@ std::vector<fs::path> ProfileFolders() {
   return {executable.parent_path().parent_path() / VEXORA_PROFILE_DIR, kSystemProfiles};
 }
 
-Profile ParseProfile(std::string_view text, const std::string& name, const std::string& file,
-                     const std::vector<fs::path>& folders) {
+namespace {
+
+/// The profile of a document, which may extend those in the folders.
+Profile BuildOne(Document document, const std::string& name, const std::vector<fs::path>& folders) {
   ProfileErrors errors;
   ProfileErrors others;  // what is wrong in the folders is not this profile's, unless it extends it
   Documents documents = ReadDocuments(folders, others);
-  Parse(text, name, file, documents, errors);
-  std::optional<Profile> profile;
-  if (documents.count(name) != 0) profile = Build(name, documents, errors);
+  documents.insert_or_assign(name, std::move(document));
+  std::optional<Profile> profile = Build(name, documents, errors);
   errors.Raise();
   return *std::move(profile);
 }
 
+}  // namespace
+
+Profile ParseProfile(std::string_view text, const std::string& name, const std::string& file,
+                     const std::vector<fs::path>& folders) {
+  return BuildOne(Parse(text, file), name, folders);
+}
+
 Profile CheckProfile(const fs::path& file, const std::vector<fs::path>& folders) {
-  ProfileErrors errors;
-  const std::optional<std::string> text = ReadFile(file, errors);
-  errors.Raise();
-  return ParseProfile(text.value_or(""), file.stem().string(), file.string(), folders);
+  return BuildOne(ReadDocument(file), file.stem().string(), folders);
 }
 
 }  // namespace probe::snmp

@@ -72,6 +72,16 @@ const std::map<std::string, KeyReader>& KeyReaders() {
 
 }  // namespace
 
+void CheckDecoding(const ProfileEntry& entry, const Decoding& decoding, bool is_mac) {
+  if (const auto is_signed = entry.Find("signed"); is_signed && decoding.bits == 0) {
+    is_signed->Fail("needs \"bits\": how many of the lowest bits count, of which the highest is the sign");
+  }
+  if (decoding.form == CellForm::kPlain && !is_mac) return;
+  for (const char* const key : {"bits", "signed", "scale", "add", "range"}) {
+    if (const auto member = entry.Find(key)) member->Fail("is for numbers, and the value is a MAC address");
+  }
+}
+
 const std::vector<std::string>& DecodingKeys() {
   static const std::vector<std::string> keys = [] {
     std::vector<std::string> names;

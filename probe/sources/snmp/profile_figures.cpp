@@ -51,12 +51,12 @@ class RowReader {
   CellChoice Choice(const ProfileEntry& entry, bool is_counter) {
     CellChoice choice;
     for (const ProfileEntry& element : entry.Elements()) {
-      if (element.IsTable()) {
+      if (element.IsTable() && is_counter) {
+        element.Fail("is a counter, and must be the name of a column");
+      } else if (element.IsTable()) {
         if (auto text = Text(element)) choice.emplace_back(*std::move(text));
       } else if (auto path = Path(element)) {
-        if (is_counter && !tables_.RuleAt(table_, *path).decoding.KeepsCounters()) {
-          element.Fail("is a counter, and its column must have no scale, add, bits, pattern or meanings");
-        }
+        if (is_counter) CheckCounter(element, tables_.RuleAt(table_, *path));
         choice.emplace_back(*std::move(path));
       }
     }
@@ -92,6 +92,14 @@ class RowReader {
   }
 
  private:
+  static void CheckCounter(const ProfileEntry& entry, const CellRule& rule) {
+    if (rule.column.empty()) {
+      entry.Fail("is a counter, and must be a column, no part of an index");
+    } else if (!rule.decoding.KeepsCounters()) {
+      entry.Fail("is a counter, and its column must have no scale, add, as, bits, pattern or meanings");
+    }
+  }
+
   /// `{ text = "{ap.name} radio {number}" }`
   std::optional<CellText> Text(const ProfileEntry& entry) {
     for (const ProfileEntry& member : entry.Members({"text"})) {

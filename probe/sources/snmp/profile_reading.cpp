@@ -162,9 +162,9 @@ DeviceTables AskTables(const Profile& profile, Agent& agent, const ReadingLimits
       errors.push_back(name + answer.error);
       continue;
     }
-    const std::size_t left_out = tables.Take(table, columns[table], answer);
-    if (left_out > 0) {
-      errors.push_back(name + std::to_string(left_out) + " rows whose index is not as the profile says were left out");
+    // Without their number, which may change with each poll, and would be another error in each.
+    if (!tables.Take(table, columns[table], answer)) {
+      errors.push_back(name + "rows whose index is not as the profile says were left out");
     }
   }
   return tables;

@@ -88,6 +88,7 @@ void ProfileTables::AddObject(const ProfileEntry& entry) {
       ReadDecodingKey(member, object.decoding);
     }
     if (entry.IsTable() && !entry.Find("oid")) entry.Fail("needs an \"oid\"");
+    CheckDecoding(entry, object.decoding, false);
   }
   profile_.objects.push_back(std::move(object));
 }
@@ -126,6 +127,7 @@ void ProfileTables::AddIndex(const ProfileEntry& index, Table& table) {
         if (member.name() == "refers_to") refers_to = member;
         ReadDecodingKey(member, rule.decoding);
       }
+      CheckDecoding(part, rule.decoding, rule.index_form == IndexForm::kMac);
     }
     if (!CheckName(part, rule.name)) continue;
     if (refers_to) open_references_.push_back({profile_.tables.size(), table.cells.size(), *refers_to});
@@ -150,6 +152,7 @@ void ProfileTables::AddColumn(const ProfileEntry& entry, Table& table) {
       ReadDecodingKey(member, rule.decoding);
     }
     if (entry.IsTable() && !entry.Find("oid")) entry.Fail("needs an \"oid\"");
+    CheckDecoding(entry, rule.decoding, false);
   }
   table.cells.push_back(std::move(rule));
 }

@@ -11,8 +11,17 @@ namespace probe::snmp {
 
 namespace {
 
-/// Texts of one table, in octets: a table of real rows has a few hundred in each.
-constexpr std::size_t kMaxOctets = std::size_t{16} * 1024 * 1024;
+/// Memory for the values of one table, in octets. As many rows as may be read need half of it for the columns of
+/// interfaces.
+constexpr std::size_t kMaxMemory = std::size_t{48} * 1024 * 1024;
+
+/// The memory that a value takes, in octets.
+std::size_t MemoryOf(const VarBind& value) {
+  std::size_t memory = sizeof value + value.oid.size() * sizeof(Oid::value_type);
+  if (const auto* octets = std::get_if<std::string>(&value.value.content)) memory += octets->size();
+  if (const auto* oid = std::get_if<Oid>(&value.value.content)) memory += oid->size() * sizeof(Oid::value_type);
+  return memory;
+}
 
 }  // namespace
 
@@ -97,15 +106,17 @@ class TableReader::Table {
       return true;
     }
     if (value.oid <= column.position) {
-      return Fail(Failure::kNotGrowing, "the table does not grow: after " + OidText(column.position) +
-                                            " the device answered " + OidText(value.oid));
+      // Where it repeats itself may change from poll to poll, and would be another error in each.
+      return Fail(Failure::kNotGrowing,
+                  "the table does not grow: the device goes back in the column " + OidText(column.column));
     }
     if (column.rows.size() == max_rows_) {
       return Fail(Failure::kTooManyRows, "the table has more than " + std::to_string(max_rows_) + " rows");
     }
-    if (const auto* octets = std::get_if<std::string>(&value.value.content)) octets_ += octets->size();
-    if (octets_ > kMaxOctets) {
-      return Fail(Failure::kTooManyRows, "the table has more than " + std::to_string(kMaxOctets) + " octets of text");
+    memory_ += MemoryOf(value);
+    if (memory_ > kMaxMemory) {
+      return Fail(Failure::kTooManyRows,
+                  "the table takes more than " + std::to_string(kMaxMemory) + " octets of memory");
     }
     column.position = value.oid;
     column.rows.push_back(std::move(value));
@@ -115,7 +126,7 @@ class TableReader::Table {
   const std::size_t max_rows_;
   std::vector<Column> columns_;
   std::vector<Column*> chosen_;
-  std::size_t octets_ = 0;
+  std::size_t memory_ = 0;
   Failure failure_ = Failure::kNone;
   std::string error_;
 };

@@ -160,9 +160,10 @@ TEST(Cell, HasNoMacAddressForWhatIsNobodys) {
   for (const std::string& text :
        {std::string(), std::string("00:00:00:00:00:00"), std::string(6, '\0'), std::string("ff:ff:ff:ff:ff:ff"),
         std::string("01:00:5e:00:00:01"), std::string("00:00:5e:00:53"), std::string("00:00:5e:00:53:af:01"),
-        std::string("00:00:5e:00:53:ag")}) {
+        std::string("00:00:5e:00:53:ag"), std::string("(null)"), std::string("<NONE>")}) {
     EXPECT_EQ(MacText(text), "") << text;
   }
+  EXPECT_EQ(MacText("(a1bc)"), "28:61:31:62:63:29") << "six octets like others";
 }
 
 TEST(Cell, TellsAddressesOfMakersFromThoseOfSoftware) {

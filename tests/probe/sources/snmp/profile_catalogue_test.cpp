@@ -120,6 +120,18 @@ INSTANTIATE_TEST_SUITE_P(
                 "bad.toml:15: tables.more.columns.b.bits: must be a whole number from 1 to 32"},
         Mistake{"[tables.more]\nindex = ['a']\ncolumns = { b = { oid = '1.3', refers_to = 'ports' } }\n",
                 "bad.toml:15: tables.more.columns.b.refers_to: must be a table and a column of it"},
+        Mistake{"[tables.more]\nindex = ['a']\ncolumns = { b = { oid = '1.3', signed = true } }\n",
+                "bad.toml:15: tables.more.columns.b.signed: needs \"bits\""},
+        Mistake{"[tables.more]\nindex = ['a']\ncolumns = { b = { oid = '1.3', as = 'mac', range = [1, 2] } }\n",
+                "bad.toml:15: tables.more.columns.b.range: is for numbers, and the value is a MAC address"},
+        Mistake{"[tables.more]\nindex = [{ name = 'a', kind = 'mac', scale = 2 }]\ncolumns = { b = '1.3' }\n",
+                "bad.toml:14: tables.more.index.scale: is for numbers, and the value is a MAC address"},
+        Mistake{"[objects.address]\noid = '1.3.0'\nas = 'mac of engine id'\nadd = 1\n",
+                "bad.toml:16: objects.address.add: is for numbers, and the value is a MAC address"},
+        Mistake{"[[ssid]]\ntable = 'cells'\nssid = 'ssid'\nin = { text = '{number}' }\n",
+                "bad.toml:16: ssid.in: is a counter, and must be the name of a column"},
+        Mistake{"[[ssid]]\ntable = 'cells'\nssid = 'ssid'\nout = 'number'\n",
+                "bad.toml:16: ssid.out: is a counter, and must be a column, no part of an index"},
         Mistake{"[match]\n", "bad.toml:13: match: needs \"object_id\", \"description\" or both"},
         Mistake{"[match]\nobject_id = []\n", "bad.toml:14: match.object_id: must name an object at least"},
         Mistake{"[match]\ndescription = '['\n", "bad.toml:14: match.description: must be a regular expression"}),
@@ -260,6 +272,19 @@ TEST_F(ProfileFoldersTest, CheckAFileWithWhatItExtends) {
   EXPECT_EQ(CheckProfile(file, {Path("shipped")}).name, "mine");
   EXPECT_THROW(CheckProfile(file, {}), ProfileError);
   EXPECT_THROW(CheckProfile(Path("missing.toml"), {}), ProfileError);
+}
+
+TEST_F(ProfileFoldersTest, TellWhatIsWrongInABaseThatIsNoToml) {
+  Shipped("base.toml", "title = 'Base'\n= 3\n");
+  Shipped("other.toml", "title = \n");
+  const auto file = Own("mine.toml", "title = 'Mine'\nextends = 'base'\n");
+  try {
+    CheckProfile(file, {Path("shipped")});
+    FAIL() << "it is right";
+  } catch (const ProfileError& error) {
+    EXPECT_THAT(error.what(), StartsWith(Path("shipped/base.toml") + ":2: "));
+    EXPECT_THAT(error.what(), ::testing::Not(HasSubstr("other.toml"))) << "which has nothing to do with it";
+  }
 }
 
 /// A catalogue in which several profiles match.
