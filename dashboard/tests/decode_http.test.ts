@@ -4,8 +4,8 @@ import { apiPath, ask } from '../src/messages/http';
 
 const device = { mac: 'AA', hostname: 'gw', ip: '', type: 'Router', model: '', version: '', online: true, wireless: false };
 const poll = {
-  address: '192.0.2.1:161', name: 'switch', mac: 'AA', online: true, clients: 4, profile: 'generic', last_answer: 1, duration: 2,
-  pdus: 3, timeouts: 0, failed_polls: 0, error: '', stale: [],
+  address: '192.0.2.1:161', name: 'switch', mac: 'AA', online: true, clients: 4, listed_clients: 4, profile: 'generic', last_answer: 1,
+  duration: 2, pdus: 3, timeouts: 0, failed_polls: 0, error: '', stale: [],
 };
 const row = {
   mac: 'AA', hostname: '', username: '', network: 'Office', type_frequency: '802.11ac (5GHz)', data_rate: 1, upload: 5, download: 7,
@@ -22,9 +22,9 @@ describe('answers', () => {
 
   test('tell how devices are polled, where any are', () => {
     expect(decodeDeviceList({ devices: [device] })).toEqual({ devices: [device], polls: [] });
-    expect(decodeDeviceList({ devices: [], polls: [poll, { ...poll, clients: null }, { ...poll, error: 5 }, null] })).toEqual({
+    expect(decodeDeviceList({ devices: [], polls: [poll, { ...poll, clients: null, listed_clients: null }, { ...poll, error: 5 }, null] })).toEqual({
       devices: [],
-      polls: [poll, { ...poll, clients: null }],
+      polls: [poll, { ...poll, clients: null, listed_clients: null }],
     });
     expect(decodeDeviceList({ polls: [poll] })).toBeNull();
   });

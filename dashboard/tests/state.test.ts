@@ -1,5 +1,6 @@
 import { describe, expect, test } from 'vitest';
 import type { Device, HealthDevice, History } from '../src/messages/decode';
+import type { Poll } from '../src/messages/generated/http';
 import { journalTexts, knownSinceText, outageText, progressOf } from '../src/state/history';
 import { deviceRows, levelOf, overallLevel } from '../src/state/health';
 import { isStale, passesFrom, untilNext } from '../src/state/passes';
@@ -112,8 +113,8 @@ describe('health', () => {
   });
 
   const poll = {
-    address: '192.0.2.7:161', name: '192.0.2.7', mac: '', online: false, clients: null, profile: '', last_answer: null, duration: 0,
-    pdus: 1, timeouts: 1, failed_polls: 1, error: 'no reply', stale: [],
+    address: '192.0.2.7:161', name: '192.0.2.7', mac: '', online: false, clients: null, listed_clients: null, profile: '', last_answer: null,
+    duration: 0, pdus: 1, timeouts: 1, failed_polls: 1, error: 'no reply', stale: [],
   };
 
   test('shows a device that never answered, and why', () => {
@@ -129,6 +130,15 @@ describe('health', () => {
     expect(deviceRows([known('a')], [health], [{ ...poll, mac: 'a', clients: 18 }])).toMatchObject([{ clients: { value: 18, level: 2 } }]);
     expect(deviceRows([known('a')], [health], [{ ...poll, mac: 'a' }])).toMatchObject([{ clients: null, trouble: 'no reply' }]);
     expect(deviceRows([known('a')], [well('a', { clients: undefined })], [{ ...poll, mac: 'a', clients: 18 }])).toMatchObject([{ clients: null }]);
+  });
+
+  test('says of a number of clients whether the device lists them', () => {
+    const listed = (poll: Poll): boolean | undefined =>
+      deviceRows([known('a')], [well('a', { clients: { value: 0, level: 2 } })], [{ ...poll, mac: 'a' }])[0]?.clients?.isListed;
+    expect(listed({ ...poll, clients: 18 })).toBe(false);
+    expect(listed({ ...poll, clients: 18, listed_clients: 0 })).toBe(false);
+    expect(listed({ ...poll, clients: 18, listed_clients: 17 })).toBe(true);
+    expect(listed({ ...poll, clients: 0 })).toBe(true);
   });
 
   test('shows a device that only the health monitor remembers', () => {

@@ -46,6 +46,8 @@ ordered_json PollTree(const snmp::DeviceStatus& status) {
   if (health.last_answer) last = static_cast<std::int64_t>(*health.last_answer);
   ordered_json clients;
   if (status.clients) clients = *status.clients;
+  ordered_json listed;
+  if (status.listed_clients) listed = *status.listed_clients;
   ordered_json stale = ordered_json::array();
   for (const snmp::StaleTable& table : status.stale)
     stale.push_back({{"table", table.name}, {"age", table.age_seconds}});
@@ -54,6 +56,7 @@ ordered_json PollTree(const snmp::DeviceStatus& status) {
           {"mac", status.mac},
           {"online", status.online},
           {"clients", std::move(clients)},
+          {"listed_clients", std::move(listed)},
           {"profile", health.profile},
           {"last_answer", std::move(last)},
           {"duration", static_cast<std::int64_t>(health.duration.count())},

@@ -68,7 +68,7 @@ function isPoll(poll: unknown): poll is Poll {
     isRecord(poll) &&
     ['address', 'name', 'mac', 'profile', 'error'].every((member) => isText(poll[member])) &&
     typeof poll['online'] === 'boolean' &&
-    (poll['clients'] === null || isNumber(poll['clients']))
+    ['clients', 'listed_clients'].every((member) => poll[member] === null || isNumber(poll[member]))
   );
 }
 

@@ -59,7 +59,13 @@ const columns: Column<DeviceRow>[] = [
     title: 'Clients',
     isNumber: true,
     value: ({ clients }) => clients?.value ?? null,
-    cell: ({ clients }) => (clients ? <Figure value={clients.value} level={clients.level}>{formatNumber(clients.value)}</Figure> : nothing),
+    cell: ({ clients }) =>
+      clients ? (
+        <>
+          <Figure value={clients.value} level={clients.level}>{formatNumber(clients.value)}</Figure>
+          {!clients.isListed && <span class="sub" title="The device tells how many clients it has, not which: they are in no list and no history.">number only</span>}
+        </>
+      ) : nothing,
   },
   {
     key: 'rogues',

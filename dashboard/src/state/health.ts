@@ -32,7 +32,7 @@ export interface DeviceRow {
   /** Null: the engine has told nothing of it yet. */
   health: HealthDevice | null;
   /** Wireless clients. Null: it has no wireless side, or does not tell. */
-  clients: { value: number; level: number } | null;
+  clients: { value: number; level: number; isListed: boolean } | null;
   /** What is wrong with its polls, in plain words; empty for nothing. */
   trouble: string;
 }
@@ -63,8 +63,10 @@ function badFigures({ health }: DeviceRow): number {
 /** A device that is polled tells its number of clients itself: the engine counts only those that it lists. */
 function clientsOf(health: HealthDevice | null, poll: Poll | undefined): DeviceRow['clients'] {
   if (!health?.clients) return null;
-  if (!poll) return health.clients;
-  return poll.clients === null ? null : { value: poll.clients, level: health.clients.level };
+  if (!poll) return { ...health.clients, isListed: true };
+  if (poll.clients === null) return null;
+  const isListed = poll.clients === 0 || (poll.listed_clients ?? 0) > 0;
+  return { value: poll.clients, level: health.clients.level, isListed };
 }
 
 /**

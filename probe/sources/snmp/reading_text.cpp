@@ -107,6 +107,27 @@ std::string SystemText(const SystemReading& system) {
   return table.Text();
 }
 
+/// ifOperStatus in words.
+std::string StatusText(std::int32_t status) {
+  if (status == vexora_probe::models::controller::kOperStatusUp) return "up";
+  return status == kOperStatusUnknown ? "unknown" : "not up";
+}
+
+/// How many clients there are by the device's own count, and whether it tells which.
+std::string ClientsText(const Reading& reading) {
+  std::int64_t clients = 0;
+  bool are_counted = reading.ssids && !reading.ssids->empty();
+  for (const SsidReading& ssid : reading.ssids.value_or(std::vector<SsidReading>())) {
+    are_counted = are_counted && ssid.client_count;
+    clients += ssid.client_count.value_or(0);
+  }
+  const bool are_listed = reading.system.lists_clients && reading.stations;
+  if (!are_counted) return are_listed ? "" : "clients: the device does not tell how many\n";
+  const std::string text = "clients: " + std::to_string(clients);
+  if (!are_listed) return text + "; the device tells how many, not which\n";
+  return text + "; the device lists " + std::to_string(reading.stations->size()) + " of them\n";
+}
+
 /// "3 radios" and the table, or that there was no answer.
 template <typename Record, typename Row>
 std::string RecordsText(const std::string& what, const TableReading<Record>& records, std::vector<std::string> heading,
@@ -128,7 +149,7 @@ std::string ReadingText(const Reading& reading) {
                       [](const InterfaceReading& interface) -> std::vector<std::string> {
                         return {std::to_string(interface.if_index),
                                 Printable(interface.name),
-                                interface.oper_status == 1 ? "up" : "not up",
+                                StatusText(interface.oper_status),
                                 Text(interface.in_octets),
                                 Text(interface.out_octets),
                                 Text(interface.bits_per_second),
@@ -163,6 +184,7 @@ std::string ReadingText(const Reading& reading) {
                         return {neighbour.mac, Printable(neighbour.ssid), std::to_string(neighbour.channel),
                                 std::to_string(neighbour.signal)};
                       });
+  if (reading.system.is_wireless) text += ClientsText(reading);
   for (const std::string& error : reading.errors) text += "error: " + Printable(error) + "\n";
   return text;
 }

@@ -95,6 +95,7 @@ TEST_F(HttpApiTest, TellsHowDevicesArePolled) {
                                  .mac = "AA",
                                  .online = true,
                                  .clients = 4,
+                                 .listed_clients = 3,
                                  .health = {},
                                  .stale = {}};
   good.health.answered = true;
@@ -108,6 +109,7 @@ TEST_F(HttpApiTest, TellsHowDevicesArePolled) {
                                    .mac = "",
                                    .online = false,
                                    .clients = {},
+                                   .listed_clients = {},
                                    .health = {},
                                    .stale = {}};
   silent.health.failed_polls = 3;
@@ -116,11 +118,11 @@ TEST_F(HttpApiTest, TellsHowDevicesArePolled) {
     return std::vector{good, silent};
   });
   EXPECT_EQ(json::parse(*api.Answer({"/api/devices", {}}).body), json::parse(R"({"devices": [], "polls": [
-    {"address": "192.0.2.1:161", "name": "switch", "mac": "AA", "online": true, "clients": 4, "profile": "generic",
+    {"address": "192.0.2.1:161", "name": "switch", "mac": "AA", "online": true, "clients": 4, "listed_clients": 3, "profile": "generic",
      "last_answer": 1700000000, "duration": 12, "pdus": 9, "timeouts": 1, "failed_polls": 0, "error": "",
      "stale": [{"table": "stations", "age": 65}]},
-    {"address": "192.0.2.7:161", "name": "192.0.2.7", "mac": "", "online": false, "clients": null, "profile": "",
-     "last_answer": null, "duration": 0, "pdus": 0, "timeouts": 0, "failed_polls": 3, "error": "no reply �",
+    {"address": "192.0.2.7:161", "name": "192.0.2.7", "mac": "", "online": false, "clients": null, "listed_clients": null,
+     "profile": "", "last_answer": null, "duration": 0, "pdus": 0, "timeouts": 0, "failed_polls": 3, "error": "no reply �",
      "stale": []}]})"));
 }
 

@@ -67,7 +67,8 @@ TEST_F(DoctorTest, PrintsTheProfileAndWhatIsRead) {
   EXPECT_THAT(diagnosis.text,
               AllOf(HasSubstr("answers      yes\n"), HasSubstr("sysDescr     UAP-Example 6.0.1\n"),
                     HasSubstr("profile      unifi: sysObjectID 1.3.6.1.4.1.8072.3.2.10 begins with"),
-                    HasSubstr("interfaces: 6"), HasSubstr("example-guest"), HasSubstr(" 0 without an answer, in ")));
+                    HasSubstr("interfaces: 6"), HasSubstr("example-guest"),
+                    HasSubstr("; the device tells how many, not which\n"), HasSubstr(" 0 without an answer, in ")));
 }
 
 TEST_F(DoctorTest, ReadsWithTheProfileThatItIsTold) {
