@@ -3,14 +3,19 @@
 #include <algorithm>
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
+#include <thread>
+#include <vector>
 
 #include "probe/sources/snmp/device_poll.h"
 #include "probe/sources/snmp/poll_health.h"
+#include "probe/sources/snmp/profile_catalogue.h"
 #include "probe/sources/snmp/snmp_poller.h"
 #include "probe/sources/snmp/snmp_settings.h"
 #include "probe/sources/snmp/stop_event.h"
 #include "tests/probe/sources/snmp/fake_polls.h"
+#include "tests/support/snmp/agent_process.h"
 
 namespace probe::snmp {
 namespace {
@@ -73,6 +78,49 @@ TEST(SnmpFreshness, KeepsTheReadingsOfEveryLiveDeviceFresh) {
   }
   EXPECT_EQ(dead, kDead);
   EXPECT_EQ(slow, kSlow);
+}
+
+// The same over the loopback, with agents that are asked in earnest. A third of the usual interval, so that it takes
+// half a minute; the times of the answers and of the requests are those in life.
+TEST(SnmpFreshness, KeepsTheReadingsOfEveryLiveAgentFresh) {
+  constexpr std::size_t kAgents = 500;
+  constexpr std::uint32_t kPorts = 24;
+  constexpr seconds kInterval{10};
+  constexpr seconds kGrace{2};
+  std::vector<milliseconds> delays(kAgents, milliseconds(0));
+  for (std::size_t agent = 0; agent < kAgents; agent += 10) {
+    delays[agent] = milliseconds(1'500);
+    delays[agent + 9] = test::AgentProcess::kSilent;
+  }
+  const test::AgentProcess agents(test::SwitchObjects(kPorts), delays);
+  SnmpSettings settings;
+  for (const std::uint16_t port : agents.ports()) {
+    DeviceSettings& device = settings.devices.emplace_back();
+    device.address = "127.0.0.1";
+    device.port = port;
+    device.community = "public";
+    device.interval = kInterval;
+  }
+  const ProfileCatalogue catalogue({VEXORA_PROFILES});
+  Diary diary;
+  SnmpPoller poller(settings, catalogue, [&](std::size_t device, const PollResult& result) {
+    const bool is_whole = result.reading && result.reading->interfaces &&
+                          result.reading->interfaces->size() == kPorts && result.health.error.empty();
+    diary.Note(device, is_whole);
+  });
+  const auto start = steady_clock::now();
+  poller.Start();
+  std::this_thread::sleep_until(start + 3 * kInterval + kGrace);
+  const auto end = steady_clock::now();
+  poller.Stop();
+
+  for (std::size_t agent = 0; agent < kAgents; ++agent) {
+    if (delays[agent] == test::AgentProcess::kSilent) {
+      EXPECT_LE(diary.Polls(agent), 3U);
+      continue;
+    }
+    EXPECT_LE(diary.LongestGap(agent, start, end), kInterval + kGrace) << "agent " << agent;
+  }
 }
 
 }  // namespace
