@@ -59,7 +59,9 @@ bool DeviceTables::Take(std::size_t number, const std::vector<Oid>& columns, con
     if (row) taken.push_back(*std::move(row));
   }
   const bool do_all_fit = taken.size() == rows.size();
-  if (!taken.empty() || do_all_fit) rows_[number] = std::move(taken);
+  const bool is_understood = !taken.empty() || do_all_fit;
+  std::erase_if(taken, [&](const Row& row) { return !Fulfils(number, row, table.conditions); });
+  if (is_understood) rows_[number] = std::move(taken);
   return do_all_fit;
 }
 

@@ -99,13 +99,6 @@ struct CellRule {
   bool is_asked = false;  ///< Columns only: whether any figure needs it. Others are not asked for.
 };
 
-/// One table of a device.
-struct Table {
-  std::string name;
-  std::vector<CellRule> cells;  ///< The parts of the index, then the columns.
-  std::size_t index_parts = 0;  ///< Number of the former.
-};
-
 /// A single object.
 struct Object {
   std::string name;
@@ -134,6 +127,14 @@ struct Condition {
   std::vector<std::string> values;  ///< Values that fulfil it.
   std::optional<Pattern> pattern;   ///< A value of which a part matches fulfils it.
   bool is_wanted = true;            ///< Whether rows that fulfil it are kept, or those that do not.
+};
+
+/// One table of a device.
+struct Table {
+  std::string name;
+  std::vector<CellRule> cells;        ///< The parts of the index, then the columns.
+  std::size_t index_parts = 0;        ///< Number of the former.
+  std::vector<Condition> conditions;  ///< Of its own cells. A row for which one does not hold is none of the table.
 };
 
 /// What the rows of a table are.

@@ -130,6 +130,11 @@ Profile BuildProfile(const std::vector<ProfileEntry>& documents) {
   profile.match = ReadMatch(documents.back());
   ReadDeviceType(documents, profile);
   ProfileTables tables(documents, profile);
+  for (const ProfileEntry& document : documents) {
+    const auto entry = document.Find("tables");
+    if (!entry || !entry->IsTable()) continue;
+    for (const ProfileEntry& table : entry->Members()) ReadTableConditions(table, tables, profile);
+  }
   ReadDevice(documents, tables, profile);
   for (std::size_t role = 0; role < kRoles; ++role) {
     if (const auto entry = FindLast(documents, RoleName(static_cast<Role>(role)))) {

@@ -271,6 +271,16 @@ const std::vector<std::string>& DeviceFigureNames() {
   return figures;
 }
 
+void ReadTableConditions(const ProfileEntry& entry, ProfileTables& tables, Profile& profile) {
+  const std::optional<std::size_t> table = tables.FindTable(entry, entry.name());
+  if (!table || (!entry.Find("only_if") && !entry.Find("skip_if"))) return;
+  std::vector<Condition> conditions = RowReader(*table, tables).Conditions(entry);
+  for (const Condition& condition : conditions) {
+    if (condition.cell.cells.size() > 1) entry.Fail("the conditions of a table are on columns of its own");
+  }
+  profile.tables[*table].conditions = std::move(conditions);
+}
+
 std::vector<RoleSource> ReadRole(const ProfileEntry& entry, Role role, ProfileTables& tables) {
   std::vector<RoleSource> sources;
   for (const ProfileEntry& element : entry.Elements()) {

@@ -21,4 +21,7 @@ std::vector<RoleSource> ReadRole(const ProfileEntry& entry, Role role, ProfileTa
 /// Where a figure of the device comes from.
 DeviceChoice ReadDeviceFigure(const ProfileEntry& entry, ProfileTables& tables);
 
+/// Takes the conditions of a table over, those under "only_if" and "skip_if" of its `entry`.
+void ReadTableConditions(const ProfileEntry& entry, ProfileTables& tables, Profile& profile);
+
 }  // namespace probe::snmp

@@ -67,10 +67,10 @@ ProfileTables::ProfileTables(const std::vector<ProfileEntry>& documents, Profile
 
 void ProfileTables::Collect(const ProfileEntry& table, Parts& parts) const {
   parts.place = table;
-  for (const ProfileEntry& member : table.Members({"index", "columns"})) {
+  for (const ProfileEntry& member : table.Members({"index", "columns", "only_if", "skip_if"})) {
     if (member.name() == "index") {
       parts.index = member;
-    } else {
+    } else if (member.name() == "columns") {
       for (const ProfileEntry& column : member.Members()) parts.columns.insert_or_assign(column.name(), column);
     }
   }

@@ -86,6 +86,13 @@ class CapturesTest : public testing::Test {
     return radios;
   }
 
+  /// SSID interface -> its radio.
+  std::map<std::string, std::string> RadiosOfSsids() const {
+    std::map<std::string, std::string> radios;
+    for (const SsidReading& ssid : reading_.ssids.value()) radios[ssid.name] = ssid.radio;
+    return radios;
+  }
+
   int KnownCounts() const {
     int known = 0;
     for (const SsidReading& ssid : reading_.ssids.value()) known += ssid.client_count ? 1 : 0;
@@ -176,6 +183,9 @@ TEST_F(CapturesTest, RouterWithVirtualInterfaces) {
   EXPECT_EQ(reading_.system.mac, "6c:3b:6b:a2:00:f6");
   EXPECT_EQ(json(ClientsBySsid()), Wireless().at("clients_by_ssid"));
   EXPECT_EQ(Radios(), (RadioMap{{"wlan1", {1, -117}}, {"wlan2", {161, -112}}})) << "2412 and 5805 MHz";
+  EXPECT_EQ(RadiosOfSsids(), (std::map<std::string, std::string>{
+                                 {"wlan1", "wlan1"}, {"wlan2", "wlan2"}, {"wlan3", "wlan2"}, {"wlan4", "wlan1"}}))
+      << "by their addresses";
   // Eleven rows, eleven clients: four and seven on the interfaces that count as many.
   std::map<std::string, int> stations;
   for (const StationReading& station : reading_.stations.value()) ++stations[station.ssid_interface];
@@ -263,6 +273,13 @@ TEST_F(CapturesTest, AccessPointWithoutUptime) {
   EXPECT_EQ(reading_.system.cpu_percent, 4) << "6, 4, 4 and 3";
   EXPECT_EQ(reading_.system.mac, "c0:74:ad:c4:c7:a4");
   EXPECT_EQ(Radios(), (RadioMap{{"wifi0", {11, 0}}, {"wifi1", {36, 0}}}));
+  EXPECT_EQ(RadiosOfSsids(), (std::map<std::string, std::string>{{"ssid1 (wifi0)", "wifi0"},
+                                                                 {"ssid1 (wifi1)", "wifi1"},
+                                                                 {"ssid2 (wifi0)", "wifi0"},
+                                                                 {"ssid2 (wifi1)", "wifi1"},
+                                                                 {"ssid3 (wifi0)", "wifi0"},
+                                                                 {"ssid3 (wifi1)", "wifi1"}}))
+      << "by their addresses";
   std::map<std::string, std::uint64_t> in;
   std::map<std::string, std::uint64_t> out;
   for (const SsidReading& ssid : *reading_.ssids) {

@@ -66,7 +66,7 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(
         Mistake{"colums = { x = '1.3' }\n",
                 "bad.toml:13: tables.cells.colums: \"colums\" is not a key of tables.cells; did you mean \"columns\"?; "
-                "allowed: \"index\" or \"columns\""},
+                "allowed: \"index\", \"columns\", \"only_if\" or \"skip_if\""},
         Mistake{"[devices]\ncpu = 'busy'\n",
                 "bad.toml:13: devices: \"devices\" is not a key of a profile; did you mean \"device\"?; allowed: "},
         Mistake{"[device]\ncpu = 'bsy'\n",
@@ -120,6 +120,11 @@ INSTANTIATE_TEST_SUITE_P(
                 "bad.toml:15: tables.more.columns.b.bits: must be a whole number from 1 to 32"},
         Mistake{"[tables.more]\nindex = ['a']\ncolumns = { b = { oid = '1.3', refers_to = 'ports' } }\n",
                 "bad.toml:15: tables.more.columns.b.refers_to: must be a table and a column of it"},
+        Mistake{"[tables.more]\nindex = [{ name = 'a', refers_to = 'ports.index' }]\ncolumns = { b = '1.3' }\n"
+                "only_if = { column = 'a.name', is = 1 }\n",
+                "bad.toml:13: tables.more: the conditions of a table are on columns of its own"},
+        Mistake{"[tables.more]\nindex = ['a']\ncolumns = { b = '1.3' }\nonly_if = { column = 'c', is = 1 }\n",
+                "bad.toml:16: tables.more.only_if.column: \"c\" is not a column of the table \"more\""},
         Mistake{"[tables.more]\nindex = ['a']\ncolumns = { b = { oid = '1.3', signed = true } }\n",
                 "bad.toml:15: tables.more.columns.b.signed: needs \"bits\""},
         Mistake{"[tables.more]\nindex = ['a']\ncolumns = { b = { oid = '1.3', as = 'mac', range = [1, 2] } }\n",

@@ -337,6 +337,14 @@ TEST_F(ProfileReadingTest, JoinsRowsOfOneRadioFromTwoTables) {
   EXPECT_TRUE(reading.system.is_wireless);
 }
 
+TEST_F(ProfileReadingTest, LeavesOutRowsThatTheTableDoesNotMean) {
+  const std::string table = "[tables.networks]\n";
+  profile_.insert(profile_.find(table) + table.size(), "skip_if = { column = 'number', is = 2 }\n");
+  const Reading reading = Read(kWireless);
+  EXPECT_EQ((*reading.radios)[0].client_count, 4) << "of the first network, not of the mesh";
+  EXPECT_EQ(reading.ssids->size(), 2U);
+}
+
 TEST_F(ProfileReadingTest, ASumOfClientsWithAnUnknownPartIsUnknown) {
   std::string walk = kWireless;
   const std::string part = "1.3.9.3.3.1.2|2|1\n";

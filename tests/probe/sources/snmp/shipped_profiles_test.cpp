@@ -130,6 +130,9 @@ TEST_F(ShippedProfilesTest, ReadARouterWithClients) {
   EXPECT_EQ(reading.system.mac, "00:00:5e:00:53:50") << "the bridge says 0";
   EXPECT_EQ(reading.radios.value().size(), 2U) << "the virtual interface has none";
   EXPECT_THAT(ClientTexts(reading), ElementsAre("wlan1: 2", "wlan2: 0", "guest: 1"));
+  ASSERT_EQ(reading.ssids.value().size(), 3U);
+  EXPECT_EQ((*reading.ssids)[1].radio, "wlan2");
+  EXPECT_EQ((*reading.ssids)[2].radio, "wlan2") << "by its address";
   ASSERT_EQ(reading.stations.value().size(), 3U);
   const StationReading& station = (*reading.stations)[0];
   EXPECT_EQ(station.ssid_interface, "wlan1");
