@@ -2,24 +2,31 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "fuzz/require.h"
+#include "probe/host/device_snapshot.h"
 #include "probe/sources/snmp/agent.h"
+#include "probe/sources/snmp/device_figures.h"
+#include "probe/sources/snmp/device_status.h"
+#include "probe/sources/snmp/device_time.h"
 #include "probe/sources/snmp/oid.h"
 #include "probe/sources/snmp/profile.h"
 #include "probe/sources/snmp/profile_catalogue.h"
 #include "probe/sources/snmp/profile_reading.h"
 #include "probe/sources/snmp/reading.h"
 #include "probe/sources/snmp/reading_text.h"
+#include "probe/sources/snmp/snmp_settings.h"
 #include "probe/sources/snmp/value.h"
 #include "probe/sources/snmp/walk_agent.h"
 
 using fuzzing::Require;
 using namespace probe::snmp;
+using probe::DeviceSnapshot;
 
 namespace {
 
@@ -148,6 +155,50 @@ void RequireSound(const Reading& reading) {
   }
 }
 
+/// What every snapshot promises. `last` is the one before, or null.
+void RequireSound(const DeviceSnapshot& snapshot, const DeviceSnapshot* last, const DeviceFigures& figures) {
+  Require(snapshot.online && snapshot.basic_info && snapshot.basic_info->mac == figures.mac());
+  Require(snapshot.cpu >= -1 && snapshot.cpu <= 100 && snapshot.uptime >= -1);
+  Require(last == nullptr || *snapshot.sample_time >= *last->sample_time);
+  Require(last == nullptr || *snapshot.polling_time >= *last->polling_time);
+  for (const auto& [name, interface] : snapshot.interfaces) {
+    Require(!name.empty() && name.find_first_not_of("0123456789") != std::string::npos && interface != nullptr);
+  }
+  std::set<std::string> clients;
+  for (const auto& [name, network] : snapshot.ssid_interfaces) {
+    Require(!name.empty() && network.client_count >= 0);
+    for (const auto& client : network.clients) Require(clients.insert(client.mac).second);
+  }
+  Require(figures.clients().value_or(0) >= 0);
+  Require(clients.empty() || figures.listed_clients().value_or(0) >= static_cast<std::int32_t>(clients.size()));
+}
+
+/// Polls a device whose answers are the input until that ends, and makes snapshots of what it reads. Our clock goes on
+/// as the input says.
+void RequireSoundFigures(const Profile& profile, Input& input) {
+  constexpr int kMaxPolls = 8;
+  DeviceSettings settings;
+  settings.address = "192.0.2.1";
+  DeviceFigures figures(settings);
+  FuzzedAgent agent(input);
+  PollTime polled{.steady_ticks = 1'000, .wall = 1'700'000'000, .duration_ticks = 0};
+  std::string mac;
+  std::optional<DeviceSnapshot> last;
+  for (int poll = 0; poll < kMaxPolls && !input.IsAtEnd(); ++poll) {
+    const Reading reading = ReadDevice(profile, agent).reading.value();
+    const auto snapshot = figures.Take(reading, polled);
+    Require(mac.empty() || figures.mac() == mac);
+    mac = figures.mac();
+    Require(snapshot.has_value() == !mac.empty());
+    if (snapshot) RequireSound(*snapshot, last ? &*last : nullptr, figures);
+    if (snapshot) last = snapshot;
+    for (const StaleTable& table : figures.StaleTables(polled.steady_ticks)) Require(table.age_seconds >= 0);
+    polled.steady_ticks += 1 + static_cast<std::int64_t>(input.Number() % 10'000'000'000U);
+    const auto offline = figures.CheckOffline(polled.steady_ticks);
+    Require(!offline || !offline->online);
+  }
+}
+
 const ProfileCatalogue& Profiles() {
   static const ProfileCatalogue catalogue({VEXORA_PROFILES});
   return catalogue;
@@ -155,8 +206,8 @@ const ProfileCatalogue& Profiles() {
 
 }  // namespace
 
-/// The input's first octet chooses a shipped profile, the others are what the device answers; and the whole input is a
-/// walk that the same profile reads.
+/// The input's first octet chooses a shipped profile, the others are what the device answers, in one poll and in
+/// several, up to the snapshot for the device centre; and the whole input is a walk that the same profile reads.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size == 0) return 0;
   const Profile& profile = Profiles().profiles()[data[0] % Profiles().profiles().size()];
@@ -165,6 +216,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const Reading answered = ReadDevice(profile, agent).reading.value();
   RequireSound(answered);
   Require(!ReadingText(answered).empty());
+  Input polls(data + 1, size - 1);
+  RequireSoundFigures(profile, polls);
 
   WalkAgent walk(std::string_view(reinterpret_cast<const char*>(data + 1), size - 1));
   RequireSound(ReadDevice(profile, walk).reading.value());
