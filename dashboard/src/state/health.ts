@@ -86,7 +86,7 @@ export function deviceRows(devices: Device[], health: HealthDevice[], polls: Pol
   });
   for (const one of healthOf.values()) {
     const { device: mac, hostname: name, deviceclass: type } = one;
-    rows.push({ mac, name, type, model: '', ip: '', level: overallLevel(one, true), health: one, clients: one.clients ?? null, trouble: '' });
+    rows.push({ mac, name, type, model: '', ip: '', level: overallLevel(one, true), health: one, clients: clientsOf(one, undefined), trouble: '' });
   }
   const shown = new Set(rows.map((row) => row.mac));
   for (const { mac, name, address, error } of polls.filter((poll) => !shown.has(poll.mac))) {
