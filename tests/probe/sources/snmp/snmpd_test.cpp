@@ -330,7 +330,9 @@ TEST_F(SnmpdTest, LeaksNothingIn10000PollsWithVersion3) {
   }
   // Sanitizers keep what was freed; the address sanitizer tells of leaks by itself.
   constexpr std::size_t kSlack = 512UL * 1024;
-  if (!test::kWithAsan && !test::kWithTsan) EXPECT_LT(ResidentOctets(), after_warm_up + kSlack);
+  if (!test::kWithAsan && !test::kWithTsan) {
+    EXPECT_LT(ResidentOctets(), after_warm_up + kSlack);
+  }
 }
 
 }  // namespace
