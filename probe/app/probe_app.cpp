@@ -123,6 +123,8 @@ void ProbeApp::StartRecording() {
   if (settings_.record_path.empty()) return;
   recorder_ = std::make_unique<recording::Recorder>(settings_.record_path, DeviceCentre::Instance(),
                                                     SubscriptionService::Instance());
+  pass_clock_ = std::make_unique<recording::PassClock>(DeviceCentre::Instance(),
+                                                       std::vector<recording::PassObserver*>{recorder_.get()});
   log::Info("recording to %s", settings_.record_path.c_str());
 }
 
@@ -191,7 +193,8 @@ void ProbeApp::Stop() {
   profiles_.reset();
   simulated_.reset();
   this_machine_.reset();
-  // After the engine, which slept on the recorder's clock, and before the clock beneath that.
+  // After the engine, which slept on it, and before the clock beneath.
+  pass_clock_.reset();
   recorder_.reset();
   clock_installation_.reset();
   clock_.reset();

@@ -9,6 +9,7 @@
 #include "probe/clock/clock.h"
 #include "probe/clock/scaled_clock.h"
 #include "probe/plugin/loaded_plugin.h"
+#include "probe/recording/pass_clock.h"
 #include "probe/recording/recorder.h"
 #include "probe/server/web_server.h"
 #include "probe/settings/settings.h"
@@ -59,7 +60,8 @@ class ProbeApp {
   const std::function<void()> on_failure_;
   std::unique_ptr<ScaledClock> clock_;  // null at the true pace
   std::unique_ptr<ClockInstallation> clock_installation_;
-  std::unique_ptr<recording::Recorder> recorder_;  // null unless a recording is asked for
+  std::unique_ptr<recording::Recorder> recorder_;     // null unless a recording is asked for
+  std::unique_ptr<recording::PassClock> pass_clock_;  // null unless passes are written down
   std::unique_ptr<ThisMachine> this_machine_;
   std::unique_ptr<SimulatedSource> simulated_;
   std::unique_ptr<snmp::ProfileCatalogue> profiles_;  // null without devices that answer SNMP, like the next

@@ -23,7 +23,7 @@ class SnapshotConfiguration final : public Contract {
 /// That of a device of any type: which manager to ask is the plug-in's decision.
 template <typename Contract>
 std::shared_ptr<Contract> ConfigurationOf(const std::string& mac) {
-  auto snapshot = DeviceCentre::Instance().Snapshot(mac);
+  auto snapshot = DeviceCentre::InForce().Snapshot(mac);
   if (snapshot == nullptr) return nullptr;
   return std::make_shared<SnapshotConfiguration<Contract>>(std::move(snapshot));
 }

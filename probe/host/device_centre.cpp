@@ -1,5 +1,6 @@
 #include "probe/host/device_centre.h"
 
+#include <atomic>
 #include <utility>
 
 #include "probe/host/snapshot_device.h"
@@ -9,7 +10,7 @@ using utilities::lock::lock_guard_read;
 using utilities::lock::lock_guard_write;
 
 DeviceManager& DeviceManager::GetInstance() {
-  return probe::DeviceCentre::Instance();
+  return probe::DeviceCentre::InForce();
 }
 
 std::string DeviceManager::GetDeviceTypeStr(records::DeviceType type) {
@@ -27,17 +28,33 @@ std::string DeviceManager::GetDeviceTypeStr(records::DeviceType type) {
 }
 
 namespace probe {
+namespace {
+std::atomic<DeviceCentre*> in_force{nullptr};
+}  // namespace
 
 DeviceCentre& DeviceCentre::Instance() {
   static DeviceCentre centre;
   return centre;
 }
 
+DeviceCentre& DeviceCentre::InForce() {
+  DeviceCentre* const centre = in_force.load();
+  return centre == nullptr ? Instance() : *centre;
+}
+
+void DeviceCentre::PutInForce(DeviceCentre* centre) {
+  in_force.store(centre);
+}
+
 void DeviceCentre::Replace(const std::string& mac, DeviceSnapshot snapshot) {
   // The key counts: the state of a device in a recording does not repeat it.
   if (snapshot.basic_info) snapshot.basic_info->mac = mac;
+  Replace(mac, std::make_shared<const DeviceSnapshot>(std::move(snapshot)));
+}
+
+void DeviceCentre::Replace(const std::string& mac, std::shared_ptr<const DeviceSnapshot> snapshot) {
   // Declared before the guard, so that the snapshot which it replaces is freed after the lock is released.
-  Change change{.mac = mac, .snapshot = std::make_shared<const DeviceSnapshot>(std::move(snapshot))};
+  Change change{.mac = mac, .snapshot = std::move(snapshot)};
   const lock_guard_write held(lock_);
   Make(change);
 }
@@ -70,6 +87,15 @@ void DeviceCentre::Name(const std::string& mac) {
   TakePlace(mac);
 }
 
+void DeviceCentre::PutFirst(const std::vector<std::string>& macs) {
+  const lock_guard_write held(lock_);
+  std::vector<std::string> others;
+  others.swap(order_);
+  named_.clear();
+  for (const std::string& mac : macs) TakePlace(mac);
+  for (const std::string& mac : others) TakePlace(mac);
+}
+
 void DeviceCentre::Hold() {
   const lock_guard_write held(lock_);
   is_held_ = true;
@@ -95,6 +121,23 @@ std::shared_ptr<const DeviceSnapshot> DeviceCentre::Snapshot(const std::string& 
   const lock_guard_read held(lock_);
   const auto found = snapshots_.find(mac);
   return found == snapshots_.end() ? nullptr : found->second;
+}
+
+std::vector<std::string> DeviceCentre::NamedFrom(std::size_t place) const {
+  const lock_guard_read held(lock_);
+  if (place >= order_.size()) return {};
+  return {order_.begin() + static_cast<std::ptrdiff_t>(place), order_.end()};
+}
+
+std::vector<std::shared_ptr<const DeviceSnapshot>> DeviceCentre::Newest() const {
+  const lock_guard_read held(lock_);
+  std::vector<std::shared_ptr<const DeviceSnapshot>> newest;
+  newest.reserve(order_.size());
+  for (const std::string& mac : order_) {
+    const auto found = snapshots_.find(mac);
+    newest.push_back(found == snapshots_.end() ? nullptr : found->second);
+  }
+  return newest;
 }
 
 std::vector<std::string> DeviceCentre::GetOnlineManagedDevices(bool online_only) {

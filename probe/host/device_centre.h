@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <map>
 #include <memory>
 #include <string>
@@ -27,8 +28,18 @@ class DeviceCentre final : public DeviceManager {
   /// The one device centre of the process, the same object as `DeviceManager::GetInstance()`.
   static DeviceCentre& Instance();
 
+  /// The device centre that the plug-in sees: this one or, while histories are made anew, another.
+  static DeviceCentre& InForce();
+
+  /// Makes `centre` what the plug-in sees, null: `Instance()`. The one before may still be asked by calls that are
+  /// under way.
+  static void PutInForce(DeviceCentre* centre);
+
   /// Replaces the snapshot of the device. A MAC that was never named is added at the end of the lists.
   void Replace(const std::string& mac, DeviceSnapshot snapshot) VEXORA_EXCLUDES(lock_);
+
+  /// The same with a snapshot that others share, and whose MAC is right.
+  void Replace(const std::string& mac, std::shared_ptr<const DeviceSnapshot> snapshot) VEXORA_EXCLUDES(lock_);
 
   /// Forgets the device: it is in no list, and `device(mac)` is null. Should it come back, it takes its old place in
   /// the lists. Does not call the plug-in's clean-up function.
@@ -36,6 +47,9 @@ class DeviceCentre final : public DeviceManager {
 
   /// Reserves the device's place in the lists for the time when it has a snapshot.
   void Name(const std::string& mac) VEXORA_EXCLUDES(lock_);
+
+  /// Gives these the first places in the lists, in this order, in front of all that were named before.
+  void PutFirst(const std::vector<std::string>& macs) VEXORA_EXCLUDES(lock_);
 
   /// Freezes all snapshots: changes are queued, and `Release` applies them in their order. A second `Hold` before the
   /// `Release` has no effect.
@@ -47,6 +61,12 @@ class DeviceCentre final : public DeviceManager {
 
   /// What is known of the device now; null for a MAC that nobody named, or that was forgotten.
   std::shared_ptr<const DeviceSnapshot> Snapshot(const std::string& mac) const VEXORA_EXCLUDES(lock_);
+
+  /// All MACs as they were first named, from this place on: those of forgotten devices, too.
+  std::vector<std::string> NamedFrom(std::size_t place) const VEXORA_EXCLUDES(lock_);
+
+  /// The newest snapshots in the order of `NamedFrom(0)`; null for a device that is not known.
+  std::vector<std::shared_ptr<const DeviceSnapshot>> Newest() const VEXORA_EXCLUDES(lock_);
 
   std::vector<std::string> GetOnlineManagedDevices(bool online_only) override VEXORA_EXCLUDES(lock_);
   std::shared_ptr<Device> device(const std::string& mac) override VEXORA_EXCLUDES(lock_);

@@ -5,7 +5,7 @@
 namespace vexora_probe::inventory {
 
 evcenter::Summary GetDeviceHealthTargetStateSummary(const std::string& mac) {
-  const auto snapshot = probe::DeviceCentre::Instance().Snapshot(mac);
+  const auto snapshot = probe::DeviceCentre::InForce().Snapshot(mac);
   return snapshot == nullptr ? evcenter::Summary{} : snapshot->notifications;
 }
 

@@ -16,6 +16,7 @@ namespace probe::log {
 namespace {
 
 std::atomic<Level> threshold{Level::kInfo};
+std::atomic<bool> is_plugin_muted{false};
 
 spdlog::level::level_enum SpdlogLevel(Level level) {
   switch (level) {
@@ -89,10 +90,18 @@ bool IsWanted(Level level) {
   return level >= threshold.load(std::memory_order_relaxed);
 }
 
+bool IsWantedOfPlugin(Level level) {
+  return IsWanted(level) && !is_plugin_muted.load(std::memory_order_relaxed);
+}
+
 }  // namespace
 
 void SetLevel(Level level) {
   threshold.store(level);
+}
+
+void MutePlugin(bool is_muted) {
+  is_plugin_muted.store(is_muted);
 }
 
 void SetWriter(Writer writer) {
@@ -133,7 +142,7 @@ void Error(const char* format, ...) {
 
 void pel_log_debug(int module, const char* format, ...) {
   using probe::log::Level;
-  if (!probe::log::IsWanted(Level::kDebug)) return;
+  if (!probe::log::IsWantedOfPlugin(Level::kDebug)) return;
   va_list arguments;
   va_start(arguments, format);
   probe::log::Write(Level::kDebug, module, format, arguments);
@@ -142,7 +151,7 @@ void pel_log_debug(int module, const char* format, ...) {
 
 void pel_log_info(int module, const char* format, ...) {
   using probe::log::Level;
-  if (!probe::log::IsWanted(Level::kInfo)) return;
+  if (!probe::log::IsWantedOfPlugin(Level::kInfo)) return;
   va_list arguments;
   va_start(arguments, format);
   probe::log::Write(Level::kInfo, module, format, arguments);
@@ -151,7 +160,7 @@ void pel_log_info(int module, const char* format, ...) {
 
 void pel_log_error(int module, const char* format, ...) {
   using probe::log::Level;
-  if (!probe::log::IsWanted(Level::kError)) return;
+  if (!probe::log::IsWantedOfPlugin(Level::kError)) return;
   va_list arguments;
   va_start(arguments, format);
   probe::log::Write(Level::kError, module, format, arguments);
@@ -159,5 +168,5 @@ void pel_log_error(int module, const char* format, ...) {
 }
 
 bool pel_log_is_debug_enabled() {
-  return probe::log::IsWanted(probe::log::Level::kDebug);
+  return probe::log::IsWantedOfPlugin(probe::log::Level::kDebug);
 }

@@ -19,6 +19,9 @@ inline constexpr int kProbeModule = 0;
 /// Drops all lines below this level from now on. Default: info. Threads: any.
 void SetLevel(Level level);
 
+/// Drops all lines of the plug-in while it is true. Threads: any.
+void MutePlugin(bool is_muted);
+
 /// Sends lines to `writer` from now on, in place of standard error; an empty function brings standard error back.
 /// Threads: any.
 void SetWriter(Writer writer);

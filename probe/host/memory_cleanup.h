@@ -1,10 +1,24 @@
 #pragma once
 
+#include <functional>
 #include <string>
 
 namespace probe {
 
-/// Calls the clean-up function that the plug-in registered, if any. Threads: any, with no lock held.
+/// Calls the clean-up function that the plug-in registered, if any, then whoever observes clean-ups. Threads: any, with
+/// no lock held.
 void CleanUpDevice(const std::string& mac);
+
+/// Has `CleanUpDevice` wait: from now on it only notes the MAC, and what was noted is done when `hold` is false again.
+/// Threads: any.
+void HoldCleanUps(bool hold);
+
+/// Calls the plug-in's clean-up function at once, and nobody else. Threads: as `CleanUpDevice`.
+void CallMemoryCleanup(const std::string& mac);
+
+/// Tells `observer` of every clean-up that is done from now on; an empty function: nobody.
+///
+/// Threads: any. A call that was under way is over when this returns.
+void SetCleanUpObserver(std::function<void(const std::string& mac)> observer);
 
 }  // namespace probe

@@ -36,6 +36,7 @@ subscribes::SubscriptionList SubscriptionService::GetSubscribeList(const std::st
   // A subscriber that feeds several topics asks for their lists, whatever it was handed.
   if (one_push != nullptr) return topic == one_push->topic ? one_push->list : subscribes::SubscriptionList{};
   const lock_guard held(lock_);
+  if (is_silent_) return {};
   const Lists& lists = held_ ? *held_ : subscriptions_;
   const auto found = lists.find(topic);
   return found == lists.end() ? subscribes::SubscriptionList{} : found->second;
@@ -120,6 +121,11 @@ void SubscriptionService::Disconnect(ConnectionId connection) {
 void SubscriptionService::SetObserver(SubscriptionObserver* observer) {
   const lock_guard held(lock_);
   observer_ = observer;
+}
+
+void SubscriptionService::SetSilent(bool is_silent) {
+  const lock_guard held(lock_);
+  is_silent_ = is_silent;
 }
 
 void SubscriptionService::Hold() {

@@ -59,6 +59,9 @@ class SubscriptionService final : public subscribes::SubscribesManager {
   void Hold() VEXORA_EXCLUDES(lock_);
   void Release() VEXORA_EXCLUDES(lock_);
 
+  /// While it is silent, `GetSubscribeList` gives empty lists, so that passes push nothing. Filing goes on as ever.
+  void SetSilent(bool is_silent) VEXORA_EXCLUDES(lock_);
+
   /// Releases everything whose code is the plug-in's: subscribers and filters. To be called before it is unloaded.
   void Clear() VEXORA_EXCLUDES(lock_);
 
@@ -79,6 +82,7 @@ class SubscriptionService final : public subscribes::SubscribesManager {
   std::map<ConnectionId, std::set<TopicAndSid>> filed_of_
       VEXORA_GUARDED_BY(lock_);                         // topics and SIDs of each connection
   std::optional<Lists> held_ VEXORA_GUARDED_BY(lock_);  // the lists as they stood when they were held
+  bool is_silent_ VEXORA_GUARDED_BY(lock_) = false;
   SubscriptionObserver* observer_ VEXORA_GUARDED_BY(lock_) = nullptr;
 };
 

@@ -21,11 +21,11 @@ const DeviceSnapshot& Fresh() {
 
 std::string_view EntryEncoder::Encode(const std::vector<std::string>& macs, const Snapshots& newest) {
   out_.Clear();
-  out_.Unsigned(macs.size() - written_.size());
-  for (std::size_t place = written_.size(); place < macs.size(); ++place) out_.Text(macs[place]);
-  written_.resize(macs.size());
+  out_.Unsigned(newest.size() - written_.size());
+  for (std::size_t place = written_.size(); place < newest.size(); ++place) out_.Text(macs[place]);
+  written_.resize(newest.size());
   std::size_t passed_over = 0;
-  for (std::size_t place = 0; place < macs.size(); ++place, ++passed_over) {
+  for (std::size_t place = 0; place < newest.size(); ++place, ++passed_over) {
     const auto& now = newest[place];
     const auto before = std::exchange(written_[place], now);
     // A snapshot never changes, so most comparisons are those of pointers.

@@ -20,8 +20,8 @@ using Snapshots = std::vector<std::shared_ptr<const DeviceSnapshot>>;
 /// Threads: one at a time.
 class EntryEncoder {
  public:
-  /// The octets of a pass, valid until the next call. `macs` are all devices by place, of which the first ones are
-  /// those of the call before; `newest` has as many members.
+  /// The octets of a pass, valid until the next call. `macs` are the devices by place, of which the first ones are
+  /// those of the call before; those for which `newest` has no member are left for later.
   std::string_view Encode(const std::vector<std::string>& macs, const Snapshots& newest);
 
  private:

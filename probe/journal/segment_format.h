@@ -30,6 +30,12 @@ class UnknownVersion : public MalformedJournal {
                          std::to_string(kFormatVersion)) {}
 };
 
+/// A segment that was being created when the probe or the machine went down: there is nothing in it.
+class CutOffHead : public MalformedJournal {
+ public:
+  CutOffHead() : MalformedJournal("its head is cut off") {}
+};
+
 /// What the head of a segment tells.
 struct SegmentHead {
   time_t start = 0;              ///< When the plug-in was started or, in a later segment of the run, the pass before.

@@ -39,7 +39,7 @@ std::pair<SegmentHead, std::uint64_t> ReadHeadFrom(std::istream& stream) {
   std::string octets;
   const bool is_there = ReadMore(stream, octets, kFirst);
   const auto size = HeadSize(octets);
-  if (!is_there || !size || !ReadMore(stream, octets, *size - kFirst)) throw MalformedJournal("its head is cut off");
+  if (!is_there || !size || !ReadMore(stream, octets, *size - kFirst)) throw CutOffHead();
   return {ReadHead(octets), octets.size()};
 }
 

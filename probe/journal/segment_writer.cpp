@@ -76,6 +76,7 @@ SegmentWriter::SegmentWriter(std::string path, const SegmentHead& head)
     : path_(std::move(path)), file_(Create(path_)), compressor_(std::make_unique<Compressor>()) {
   try {
     Write(HeadOctets(head));
+    head_size_ = size_;
     SyncFolderOf(path_);
   } catch (...) {
     close(file_);

@@ -25,6 +25,10 @@ class SegmentWriter {
   void Append(const FrameHead& head, std::string_view octets);
 
   std::uint64_t size() const { return size_; }
+
+  /// Whether it has no entry.
+  bool is_empty() const { return size_ == head_size_; }
+
   const std::string& path() const { return path_; }
 
  private:
@@ -36,6 +40,7 @@ class SegmentWriter {
   const std::string path_;
   const int file_;
   std::uint64_t size_ = 0;  // octets that are on the disk
+  std::uint64_t head_size_ = 0;
   std::unique_ptr<Compressor> compressor_;
 };
 

@@ -4,6 +4,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "probe/clock/clock.h"
 #include "probe/host/log.h"
 #include "probe/recording/timezone_name.h"
 
@@ -19,59 +20,36 @@ std::string NameOf(ConnectionId connection) {
 }  // namespace
 
 Recorder::Recorder(const std::string& path, DeviceCentre& centre, SubscriptionService& service)
-    : centre_(centre), service_(service), clock_(InstalledClock()), path_(path), writer_(file_) {
+    : centre_(centre), service_(service), path_(path), writer_(file_) {
   // Before the file is opened: when there is no name, no empty recording is left behind.
   const std::string timezone = LocalTimezoneName();
   file_.open(path);
-  writer_.Header(clock_.Now().tv_sec, timezone);
+  writer_.Header(InstalledClock().Now().tv_sec, timezone);
   writer_.Flush();
   if (!file_) throw std::runtime_error("the recording " + path + " cannot be written");
   service_.SetObserver(this);
 }
 
 Recorder::~Recorder() {
-  // The pass that runs while the engine is stopped is not ended by a sleep.
-  EndPass();
   service_.SetObserver(nullptr);
 }
 
-timeval Recorder::Now() {
-  {
-    const lock_guard held(lock_);
-    // Time stands still for the engine only: sources and clients need theirs to go on.
-    if (is_in_pass_ && pthread_equal(engine_, pthread_self()) != 0) return pass_time_;
-  }
-  return clock_.Now();
-}
-
-unsigned Recorder::Sleep(unsigned seconds) {
-  EndPass();
-  const unsigned left = clock_.Sleep(seconds);
-  BeginPass();
-  return left;
-}
-
-void Recorder::BeginPass() {
+void Recorder::OnPassBegins(time_t at) {
   // Without lock_: holding the subscriptions calls OnHeld, which takes it.
-  centre_.Hold();
   service_.Hold();
   const lock_guard held(lock_);
-  engine_ = pthread_self();
-  pass_time_ = clock_.Now();
-  is_in_pass_ = true;
   WriteDevices();
-  writer_.Pass(pass_time_.tv_sec);
+  writer_.Pass(at);
   Flush();
 }
 
-void Recorder::EndPass() {
-  {
-    const lock_guard held(lock_);
-    if (!std::exchange(is_in_pass_, false)) return;
-  }
+void Recorder::OnPassEnds() {
   // Without lock_: releasing the subscriptions calls OnReleased, which takes it.
   service_.Release();
-  centre_.Release();
+}
+
+void Recorder::OnCleanUp(const std::string& mac) {
+  WriteInTurn([mac](RecordingWriter& writer) { writer.CleanUp(mac); });
 }
 
 void Recorder::WriteDevices() {

@@ -1,7 +1,6 @@
 #pragma once
 
-#include <pthread.h>
-
+#include <cstdint>
 #include <fstream>
 #include <functional>
 #include <map>
@@ -11,11 +10,11 @@
 #include <vector>
 
 #include "platform/utilities/locks.h"
-#include "probe/clock/clock.h"
 #include "probe/host/connection_id.h"
 #include "probe/host/device_centre.h"
 #include "probe/host/subscription_observer.h"
 #include "probe/host/subscription_service.h"
+#include "probe/recording/pass_clock.h"
 #include "probe/recording/recording_writer.h"
 
 namespace probe::recording {
@@ -23,13 +22,11 @@ namespace probe::recording {
 /// Writes down what the running probe's devices report, who subscribes and when a pass runs, so that `probe-replay`
 /// gives the same messages again.
 ///
-/// It is the clock of the process, on top of the one that was installed before: that is how it learns that a pass
-/// begins and ends. During a pass it freezes devices, subscriptions and, for the engine, the time, as they are in a
-/// replay.
+/// During a pass, of which a `PassClock` tells it, it freezes the subscriptions, as they are in a replay.
 ///
 /// Owner:   the application, which has it around for as long as the plug-in runs.
 /// Threads: one makes it and lets it go, while no engine runs; the rest is called by the engine and by host threads.
-class Recorder final : public Clock, private SubscriptionObserver {
+class Recorder final : public PassObserver, private SubscriptionObserver {
  public:
   /// Begins a recording in `path`. `centre` and `service` must outlive the recorder.
   ///
@@ -40,15 +37,13 @@ class Recorder final : public Clock, private SubscriptionObserver {
   Recorder(const Recorder&) = delete;
   Recorder& operator=(const Recorder&) = delete;
 
-  timeval Now() override;
-  unsigned Sleep(unsigned seconds) override;
+  void OnPassBegins(time_t at) override VEXORA_EXCLUDES(lock_);
+  void OnPassEnds() override;
+
+  /// Writes down that the plug-in was told to forget a device. Threads: any.
+  void OnCleanUp(const std::string& mac) VEXORA_EXCLUDES(lock_);
 
  private:
-  void BeginPass() VEXORA_EXCLUDES(lock_);
-
-  /// Releases what a pass froze, if there was one.
-  void EndPass() VEXORA_EXCLUDES(lock_);
-
   /// Writes what has changed of the devices since the last pass.
   void WriteDevices() VEXORA_REQUIRES(lock_);
 
@@ -68,7 +63,6 @@ class Recorder final : public Clock, private SubscriptionObserver {
 
   DeviceCentre& centre_;
   SubscriptionService& service_;
-  Clock& clock_;
   std::set<ConnectionId> clients_;  // those who have subscribed; the observer's calls alone use it, one at a time
 
   const std::string path_;
@@ -82,11 +76,6 @@ class Recorder final : public Clock, private SubscriptionObserver {
   std::vector<WriteLine> waiting_ VEXORA_GUARDED_BY(lock_);  // lines of the pass in progress
   std::map<std::string, std::shared_ptr<const DeviceSnapshot>> written_
       VEXORA_GUARDED_BY(lock_);  // what the recording says of each device
-  bool is_in_pass_ VEXORA_GUARDED_BY(lock_) = false;
-  pthread_t engine_ VEXORA_GUARDED_BY(lock_){};
-  timeval pass_time_ VEXORA_GUARDED_BY(lock_){};
-
-  ClockInstallation installation_{*this};  // last: the rest is ready when the engine asks for the time
 };
 
 }  // namespace probe::recording

@@ -27,6 +27,10 @@ void RecordingWriter::Forget(const std::string& mac) {
   Line({{"device", {{"mac", mac}, {"forget", true}}}});
 }
 
+void RecordingWriter::CleanUp(const std::string& mac) {
+  Line({{"cleanup", mac}});
+}
+
 void RecordingWriter::Subscribe(const std::string& topic, const std::string& connection, const std::string& request) {
   ordered_json wanted = request.empty() ? ordered_json() : ordered_json::parse(request, nullptr, false);
   if (wanted.is_discarded()) wanted = nullptr;

@@ -21,6 +21,7 @@ class RecordingWriter {
   void Header(time_t start, const std::string& timezone);
   void Device(const std::string& mac, const DeviceSnapshot& snapshot);
   void Forget(const std::string& mac);
+  void CleanUp(const std::string& mac);
   /// `request` is JSON text; empty for none.
   void Subscribe(const std::string& topic, const std::string& connection, const std::string& request);
   void Unsubscribe(const std::string& topic, const std::string& connection, const std::string& sid);

@@ -1,0 +1,94 @@
+#include "probe/journal/journal_folder.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <charconv>
+#include <filesystem>
+#include <system_error>
+#include <utility>
+
+namespace probe::journal {
+namespace {
+
+constexpr const char* kExtension = ".journal";
+constexpr const char* kLock = "lock";
+constexpr std::size_t kDigits = 10;
+
+/// The number in a segment's name; nothing for any other file.
+std::optional<std::uint64_t> NumberOf(const std::filesystem::path& path) {
+  const std::string stem = path.stem().string();
+  if (path.extension() != kExtension || stem.size() < kDigits) return std::nullopt;
+  std::uint64_t number = 0;
+  const auto [end, error] = std::from_chars(stem.data(), stem.data() + stem.size(), number);
+  if (error != std::errc() || end != stem.data() + stem.size()) return std::nullopt;
+  return number;
+}
+
+Segment Described(const std::filesystem::directory_entry& file, std::uint64_t number) {
+  Segment segment;
+  segment.path = file.path().string();
+  segment.number = number;
+  std::error_code ignored;
+  segment.size = file.file_size(ignored);
+  try {
+    segment.facts = ReadFacts(segment.path);
+  } catch (const CutOffHead& error) {
+    segment.is_stub = true;
+    segment.error = error.what();
+  } catch (const std::runtime_error& error) {
+    segment.error = error.what();
+  }
+  return segment;
+}
+
+void MakeFolder(const std::string& path) {
+  std::filesystem::create_directories(std::filesystem::path(path).parent_path());
+  if (mkdir(path.c_str(), S_IRWXU) != 0 && errno != EEXIST)
+    throw std::system_error(errno, std::generic_category(), path);
+}
+
+/// Takes the lock that the kernel gives back when the process is gone, however it went. flock(2)
+int Lock(const std::string& path) {
+  const int file = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR);
+  if (file < 0) throw std::system_error(errno, std::generic_category(), path);
+  if (flock(file, LOCK_EX | LOCK_NB) == 0) return file;
+  const int error = errno;
+  close(file);
+  throw std::system_error(error, std::generic_category(),
+                          error == EWOULDBLOCK ? path + ": another probe writes this journal" : path);
+}
+
+}  // namespace
+
+std::vector<Segment> ListSegments(const std::string& folder) {
+  std::vector<Segment> segments;
+  std::error_code error;
+  for (const auto& file : std::filesystem::directory_iterator(folder, error)) {
+    if (const auto number = NumberOf(file.path())) segments.push_back(Described(file, *number));
+  }
+  std::sort(segments.begin(), segments.end(),
+            [](const Segment& left, const Segment& right) { return left.number < right.number; });
+  return segments;
+}
+
+JournalFolder::JournalFolder(std::string path) : path_(std::move(path)) {
+  MakeFolder(path_);
+  lock_ = Lock((std::filesystem::path(path_) / kLock).string());
+}
+
+JournalFolder::~JournalFolder() {
+  close(lock_);
+}
+
+std::string JournalFolder::PathOf(std::uint64_t number) const {
+  std::string digits = std::to_string(number);
+  digits.insert(0, kDigits - std::min(digits.size(), kDigits), '0');
+  return (std::filesystem::path(path_) / (digits + kExtension)).string();
+}
+
+}  // namespace probe::journal

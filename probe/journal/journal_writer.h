@@ -1,0 +1,110 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <ctime>
+#include <deque>
+#include <memory>
+#include <optional>
+#include <string>
+#include <thread>
+#include <variant>
+#include <vector>
+
+#include "platform/utilities/locks.h"
+#include "probe/host/device_centre.h"
+#include "probe/journal/entry_codec.h"
+#include "probe/journal/journal_folder.h"
+#include "probe/journal/retention.h"
+#include "probe/journal/segment_writer.h"
+#include "probe/recording/pass_clock.h"
+
+namespace probe::journal {
+
+/// Writes the running probe's journal: what its devices report at each pass, and clean-ups.
+///
+/// The engine hands over pointers and goes on; a thread of the writer's own makes octets of them, writes, and waits for
+/// the disk. A pass is on the disk when the next begins, unless the disk takes longer than that. A disk that takes
+/// nothing costs history after a restart and nothing else: it is said once, and tried again with each pass.
+///
+/// Owner:   the application. Threads: `OnPass...` the engine's, the rest any.
+class JournalWriter final : public recording::PassObserver {
+ public:
+  /// Goes on with the journal in `folder`, whose segments are `finished`, in a new one. `head` is that of the first
+  /// segment that it writes; `centre` must outlive the writer.
+  JournalWriter(std::unique_ptr<JournalFolder> folder, std::vector<Segment> finished, JournalBounds bounds,
+                DeviceCentre& centre, SegmentHead head);
+
+  /// As `Close`.
+  ~JournalWriter() override;
+  JournalWriter(const JournalWriter&) = delete;
+  JournalWriter& operator=(const JournalWriter&) = delete;
+
+  void OnPassBegins(time_t at) override VEXORA_EXCLUDES(lock_);
+  void OnPassEnds() override;
+
+  /// Writes down that the plug-in was told that a device was removed.
+  void OnCleanUp(const std::string& mac) VEXORA_EXCLUDES(lock_);
+
+  /// Takes nothing more, and returns when all that it took is written.
+  void Close() VEXORA_EXCLUDES(lock_);
+
+  /// Waits until all that it took is written, or has failed to be.
+  void Flush() VEXORA_EXCLUDES(lock_);
+
+  /// Whether the newest entry could not be written.
+  bool is_failing() const { return is_failing_.load(); }
+
+ private:
+  /// A pass as the engine hands it over.
+  struct Pass {
+    time_t at = 0;
+    std::uint32_t cost_microseconds = 0;
+    Snapshots newest;
+  };
+  using Job = std::variant<Pass, CleanUpEntry>;
+
+  void Queue(Job job) VEXORA_EXCLUDES(lock_);
+
+  // The writer's thread.
+  void Run() VEXORA_EXCLUDES(lock_);
+  void Write(const Job& job);
+  void WritePass(const Pass& pass);
+  void WriteCleanUps(time_t at);
+  void OpenSegment(time_t at);
+  void CloseSegment();
+  bool IsSegmentOver(time_t at) const;
+
+  const std::unique_ptr<JournalFolder> folder_;
+  const JournalBounds bounds_;
+  DeviceCentre& centre_;
+
+  // The engine's thread only.
+  std::size_t named_ = 0;  // devices whose names are in `names_`
+  timespec pass_begin_{};  // of the engine's processor time
+  std::uint32_t cost_microseconds_ = 0;
+
+  // The writer's thread only.
+  SegmentHead head_;  // of the next segment
+  std::vector<Segment> finished_;
+  std::uint64_t next_number_ = 1;
+  std::optional<SegmentWriter> segment_;
+  SegmentFacts facts_;  // of the segment that is written
+  EntryEncoder encoder_;
+  std::vector<std::string> macs_;          // by place
+  std::vector<CleanUpEntry> not_written_;  // clean-ups that the disk did not take
+  std::uint64_t passes_ = 0;
+
+  std::atomic<bool> is_failing_{false};
+
+  utilities::lock::Mutex lock_;  // leaf
+  utilities::lock::CondVar changed_;
+  std::deque<Job> jobs_ VEXORA_GUARDED_BY(lock_);
+  std::vector<std::string> names_ VEXORA_GUARDED_BY(lock_);  // of all devices that were ever in a pass, by place
+  bool is_writing_ VEXORA_GUARDED_BY(lock_) = false;
+  bool is_closed_ VEXORA_GUARDED_BY(lock_) = false;
+  bool is_behind_ VEXORA_GUARDED_BY(lock_) = false;  // passes are left out, and the log says so
+  std::thread thread_;                               // last: the rest is ready when it runs
+};
+
+}  // namespace probe::journal

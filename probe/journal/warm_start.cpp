@@ -1,0 +1,253 @@
+#include "probe/journal/warm_start.h"
+
+#include <algorithm>
+#include <fstream>
+#include <set>
+#include <variant>
+
+#include "probe/host/log.h"
+#include "probe/host/memory_cleanup.h"
+#include "probe/host/subscription_service.h"
+
+using utilities::lock::lock_guard;
+
+namespace probe::journal {
+namespace {
+
+/// Entries that are read ahead. Each may hold a snapshot of every device.
+constexpr std::size_t kMaxAhead = 32;
+
+constexpr double kMicrosecond = 1e-6;
+
+/// The weight of a segment in the progress: what its passes cost, and a little for each that has no figure.
+std::uint64_t CostOf(const Segment& segment) {
+  return segment.facts->cost_microseconds + segment.facts->passes;
+}
+
+/// The segments that can be replayed; says in the log which cannot.
+std::vector<Segment> Readable(std::vector<Segment> segments) {
+  std::erase_if(segments, [](const Segment& segment) {
+    if (!segment.facts && !segment.is_stub) {
+      log::Error("[Journal] %s cannot be read: %s. It is left as it is", segment.path.c_str(), segment.error.c_str());
+    }
+    return !segment.facts || segment.facts->passes == 0;
+  });
+  return segments;
+}
+
+/// Leaves the oldest out until what is left takes no longer than the limit.
+std::vector<Segment> WithinLimit(std::vector<Segment> segments, std::chrono::seconds limit) {
+  std::uint64_t cost = 0;
+  std::size_t kept = 0;
+  while (kept < segments.size()) {
+    cost += CostOf(segments[segments.size() - 1 - kept]);
+    if (static_cast<double>(cost) * kMicrosecond > static_cast<double>(limit.count())) break;
+    ++kept;
+  }
+  const std::size_t left_out = segments.size() - kept;
+  if (left_out == 0) return segments;
+  log::Info(
+      "[Journal] the oldest %zu of %zu segments are left out: to replay them takes longer than "
+      "journal.warm_start_seconds = %lld",
+      left_out, segments.size(), static_cast<long long>(limit.count()));
+  segments.erase(segments.begin(), segments.begin() + static_cast<std::ptrdiff_t>(left_out));
+  return segments;
+}
+
+time_t StartOf(const std::vector<Segment>& segments) {
+  return segments.empty() ? 0 : segments.front().facts->head.start;
+}
+
+}  // namespace
+
+WarmStart::WarmStart(Plan plan, DeviceCentre& live)
+    : live_(live),
+      segments_(WithinLimit(Readable(std::move(plan.segments)), plan.time_limit)),
+      time_limit_(plan.time_limit),
+      clock_(StartOf(segments_)) {
+  for (const Segment& segment : segments_) total_cost_ += CostOf(segment);
+  if (is_empty()) {
+    clock_.HandOver();
+    is_ready_.store(true);
+    return;
+  }
+  DeviceCentre::PutInForce(&replayed_);
+  SubscriptionService::Instance().SetSilent(true);
+  log::MutePlugin(true);
+  HoldCleanUps(true);
+}
+
+WarmStart::~WarmStart() {
+  Stop();
+  if (is_ready()) return;
+  DeviceCentre::PutInForce(nullptr);
+  SubscriptionService::Instance().SetSilent(false);
+  log::MutePlugin(false);
+  HoldCleanUps(false);
+}
+
+void WarmStart::InReplayedTime(const std::function<void()>& call) const {
+  const ReplayClock::OnThisThread seen(clock_);
+  call();
+}
+
+void WarmStart::Begin(std::function<void(time_t at)> on_pass, std::function<void()> on_ready) {
+  if (is_empty()) return;
+  on_pass_ = std::move(on_pass);
+  on_ready_ = std::move(on_ready);
+  begun_ = SteadyClock::now();
+  reader_ = std::thread([this] { Read(); });
+  driver_ = std::thread([this] { Drive(); });
+}
+
+void WarmStart::Stop() {
+  {
+    const lock_guard held(lock_);
+    is_stopped_.store(true);
+    changed_.NotifyAll();
+  }
+  if (reader_.joinable()) reader_.join();
+  if (driver_.joinable()) driver_.join();
+}
+
+WarmProgress WarmStart::progress() const {
+  WarmProgress progress;
+  const std::uint64_t total = total_cost_ - std::min(total_cost_, left_out_cost_.load());
+  const std::uint64_t done = std::min(done_cost_.load(), total);
+  if (is_ready() || total == 0) return {.share = 1, .time_left = std::chrono::seconds(0)};
+  progress.share = static_cast<double>(done) / static_cast<double>(total);
+  constexpr double kEnoughToTell = 0.005;
+  if (progress.share < kEnoughToTell) return progress;
+  const std::chrono::duration<double> passed = SteadyClock::now() - begun_;
+  progress.time_left = std::chrono::ceil<std::chrono::seconds>(passed * ((1 - progress.share) / progress.share));
+  return progress;
+}
+
+// The reading thread.
+
+void WarmStart::Read() {
+  for (std::size_t index = 0; index < segments_.size() && !is_stopped_.load(); ++index) {
+    if (IsOverLimit(index)) {
+      left_out_cost_ += CostOf(segments_[index]);
+      log::Info("[Journal] %s is left out: the replay takes longer than journal.warm_start_seconds = %lld",
+                segments_[index].path.c_str(), static_cast<long long>(time_limit_.count()));
+      continue;
+    }
+    ReadSegment(segments_[index]);
+  }
+  const lock_guard held(lock_);
+  is_read_ = true;
+  changed_.NotifyAll();
+}
+
+/// Whether the rest takes too long at the pace so far. The costs were taken when the probe had other things to do, so
+/// the replay may be slower.
+bool WarmStart::IsOverLimit(std::size_t index) const {
+  const auto done = static_cast<double>(done_cost_.load());
+  const std::chrono::duration<double> passed = SteadyClock::now() - begun_;
+  constexpr std::chrono::seconds kEnoughToTell{1};
+  if (done == 0 || passed < kEnoughToTell || index + 1 == segments_.size()) return false;
+  double left = static_cast<double>(total_cost_ - left_out_cost_.load()) - done;
+  left = std::max(left, 0.0);
+  return passed + passed * (left / done) > time_limit_;
+}
+
+void WarmStart::ReadSegment(const Segment& segment) {
+  std::ifstream file(segment.path, std::ios::binary);
+  try {
+    SegmentReader reader(file);
+    Step step{.begins_segment = true, .entry = {}};
+    while (auto entry = reader.Next()) {
+      step.entry = *std::move(entry);
+      if (!Put(std::move(step))) return;
+      step = Step();
+    }
+    if (reader.ending() == SegmentReader::Ending::kCorrupt) {
+      log::Error("[Journal] %s is corrupt behind octet %llu: what it holds from there on is lost", segment.path.c_str(),
+                 static_cast<unsigned long long>(reader.good_bytes()));
+    }
+  } catch (const MalformedJournal& error) {
+    log::Error("[Journal] %s cannot be read: %s", segment.path.c_str(), error.what());
+  }
+}
+
+bool WarmStart::Put(Step step) {
+  const lock_guard held(lock_);
+  while (steps_.size() >= kMaxAhead && !is_stopped_.load()) changed_.Wait(lock_);
+  if (is_stopped_.load()) return false;
+  steps_.push_back(std::move(step));
+  changed_.NotifyAll();
+  return true;
+}
+
+// The driving thread.
+
+std::optional<WarmStart::Step> WarmStart::Take() {
+  const lock_guard held(lock_);
+  while (steps_.empty() && !is_read_ && !is_stopped_.load()) changed_.Wait(lock_);
+  if (steps_.empty() || is_stopped_.load()) return std::nullopt;
+  Step step = std::move(steps_.front());
+  steps_.pop_front();
+  changed_.NotifyAll();
+  return step;
+}
+
+void WarmStart::Drive() {
+  const ReplayClock::OnThisThread seen(clock_);
+  while (const auto step = Take()) Replay(*step);
+  if (!is_stopped_.load()) HandOver();
+}
+
+void WarmStart::Replay(const Step& step) {
+  if (step.begins_segment) {
+    macs_.clear();
+    is_first_pass_ = true;
+  }
+  if (const auto* clean_up = std::get_if<CleanUpEntry>(&step.entry)) {
+    clock_.AwaitSleeper();  // it was made between two passes
+    CallMemoryCleanup(clean_up->mac);
+    return;
+  }
+  ReplayPass(std::get<PassEntry>(step.entry));
+}
+
+void WarmStart::ReplayPass(const PassEntry& pass) {
+  for (const std::string& mac : pass.named) {
+    replayed_.Name(mac);
+    macs_.push_back(mac);
+  }
+  std::set<std::string> found;
+  for (const DeviceChange& change : pass.changes) {
+    const std::string& mac = macs_[change.place];
+    if (change.snapshot == nullptr) {
+      replayed_.Forget(mac);
+    } else {
+      replayed_.Replace(mac, change.snapshot);
+    }
+    if (is_first_pass_) found.insert(mac);
+  }
+  if (std::exchange(is_first_pass_, false)) {
+    // The segment may be the first after a restart, whose sources have not reported every device.
+    for (const std::string& mac : replayed_.GetOnlineManagedDevices(false)) {
+      if (!found.contains(mac)) replayed_.Forget(mac);
+    }
+  }
+  clock_.RunPass(pass.at);
+  done_cost_ += pass.cost_microseconds + 1;
+  if (on_pass_) on_pass_(pass.at);
+}
+
+void WarmStart::HandOver() {
+  clock_.AwaitSleeper();
+  // From the engine's next pass on the devices are those of the sources, in the order that they have always had.
+  live_.PutFirst(replayed_.NamedFrom(0));
+  DeviceCentre::PutInForce(nullptr);
+  log::MutePlugin(false);
+  SubscriptionService::Instance().SetSilent(false);
+  is_ready_.store(true);
+  if (on_ready_) on_ready_();
+  HoldCleanUps(false);
+  clock_.HandOver();
+}
+
+}  // namespace probe::journal

@@ -1,0 +1,120 @@
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <ctime>
+#include <deque>
+#include <functional>
+#include <optional>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "platform/utilities/locks.h"
+#include "probe/host/device_centre.h"
+#include "probe/journal/journal_entry.h"
+#include "probe/journal/journal_folder.h"
+#include "probe/journal/replay_clock.h"
+
+namespace probe::journal {
+
+/// How far a warm start is.
+struct WarmProgress {
+  double share = 0;                               ///< Of the journal, from 0 to 1.
+  std::optional<std::chrono::seconds> time_left;  ///< By the wall clock; nothing: it cannot be told yet.
+};
+
+/// Has the plug-in of a probe that was just started make its histories anew: it replays the journal through it, pass by
+/// pass, while the probe serves clients.
+///
+/// Until it is ready the engine lives in the journal's time and sees the journal's devices; sources, clients and their
+/// requests live in the present. Passes push and log nothing, and clean-ups wait. Then the engine goes on where the
+/// present is, with the devices of the sources: one that no source reports is known no longer, while its histories
+/// remain.
+///
+/// Owner:   the application. One at a time in a process.
+/// Threads: two of its own, one that reads segments ahead, one that drives the engine; the rest any.
+class WarmStart {
+ public:
+  struct Plan {
+    std::vector<Segment> segments;  ///< Oldest first. Those that cannot be read are passed over, and the log says so.
+    std::chrono::seconds time_limit{0};  ///< What takes longer is left out, oldest first.
+  };
+
+  /// Puts the journal's time and devices in force for the engine. To be made before the plug-in registers its monitors,
+  /// which has to happen in `InReplayedTime`. `live` must outlive the warm start.
+  WarmStart(Plan plan, DeviceCentre& live);
+
+  /// As `Stop`. The engine must not run any more.
+  ~WarmStart();
+  WarmStart(const WarmStart&) = delete;
+  WarmStart& operator=(const WarmStart&) = delete;
+
+  /// Whether there is anything to replay.
+  bool is_empty() const { return segments_.empty(); }
+
+  /// Calls `call` so that it sees the time at which the journal begins.
+  void InReplayedTime(const std::function<void()>& call) const;
+
+  /// Starts the replay. `on_pass` hears of each replayed pass, `on_ready` of the end, with the engine asleep; both on a
+  /// thread of the warm start.
+  void Begin(std::function<void(time_t at)> on_pass, std::function<void()> on_ready);
+
+  /// Ends the replay where it is; the engine stays in the journal's time. To be called before the plug-in is stopped.
+  void Stop();
+
+  bool is_ready() const { return is_ready_.load(); }
+  WarmProgress progress() const;
+
+ private:
+  using SteadyClock = std::chrono::steady_clock;
+
+  /// An entry on its way from the reading thread to the driving one.
+  struct Step {
+    bool begins_segment = false;
+    Entry entry;
+  };
+
+  // The reading thread.
+  void Read();
+  void ReadSegment(const Segment& segment);
+  bool IsOverLimit(std::size_t index) const;
+  bool Put(Step step) VEXORA_EXCLUDES(lock_);
+
+  // The driving thread.
+  void Drive();
+  std::optional<Step> Take() VEXORA_EXCLUDES(lock_);
+  void Replay(const Step& step);
+  void ReplayPass(const PassEntry& pass);
+  void HandOver();
+
+  DeviceCentre& live_;
+  std::vector<Segment> segments_;
+  const std::chrono::seconds time_limit_;
+  std::uint64_t total_cost_ = 0;  // of all passes, in the microseconds that they cost when they were made
+  DeviceCentre replayed_;
+  ReplayClock clock_;
+  std::function<void(time_t)> on_pass_;
+  std::function<void()> on_ready_;
+
+  // The driving thread only.
+  std::vector<std::string> macs_;  // of the segment, by place
+  bool is_first_pass_ = false;     // of a segment: what it does not find is forgotten
+
+  SteadyClock::time_point begun_;
+  std::atomic<std::uint64_t> left_out_cost_{0};
+  std::atomic<std::uint64_t> done_cost_{0};
+  std::atomic<bool> is_ready_{false};
+  std::atomic<bool> is_stopped_{false};
+
+  utilities::lock::Mutex lock_;  // leaf
+  utilities::lock::CondVar changed_;
+  std::deque<Step> steps_ VEXORA_GUARDED_BY(lock_);
+  bool is_read_ VEXORA_GUARDED_BY(lock_) = false;  // all of it
+  std::thread reader_;
+  std::thread driver_;
+};
+
+}  // namespace probe::journal

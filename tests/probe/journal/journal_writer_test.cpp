@@ -1,0 +1,277 @@
+#include "probe/journal/journal_writer.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <string>
+#include <system_error>
+#include <vector>
+
+#include "probe/host/device_centre.h"
+#include "tests/support/local_time.h"
+#include "tests/support/log_capture.h"
+#include "tests/support/test_folder.h"
+
+namespace {
+
+using probe::DeviceCentre;
+using probe::DeviceSnapshot;
+using probe::journal::CleanUpEntry;
+using probe::journal::Entry;
+using probe::journal::JournalBounds;
+using probe::journal::JournalFolder;
+using probe::journal::JournalWriter;
+using probe::journal::ListSegments;
+using probe::journal::PassEntry;
+using probe::journal::SegmentReader;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::SizeIs;
+
+/// As on a full disk: files of this process take no more than this, until the end of the scope.
+class FullDisk {
+ public:
+  explicit FullDisk(rlim_t octets) : handler_(std::signal(SIGXFSZ, SIG_IGN)) {
+    getrlimit(RLIMIT_FSIZE, &before_);
+    const rlimit now{.rlim_cur = octets, .rlim_max = before_.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &now);
+  }
+  ~FullDisk() {
+    setrlimit(RLIMIT_FSIZE, &before_);
+    std::signal(SIGXFSZ, handler_);
+  }
+  FullDisk(const FullDisk&) = delete;
+  FullDisk& operator=(const FullDisk&) = delete;
+
+ private:
+  void (*handler_)(int);
+  rlimit before_{};
+};
+
+class JournalWriterTest : public ::testing::Test {
+ protected:
+  std::unique_ptr<JournalWriter> Writer(JournalBounds bounds = {}) {
+    return std::make_unique<JournalWriter>(std::make_unique<JournalFolder>(path_), ListSegments(path_), bounds, centre_,
+                                           probe::journal::SegmentHead{kStart, true, "UTC", "1"});
+  }
+
+  /// A pass before which the device says its uptime and something that cannot be compressed.
+  void Pass(JournalWriter& writer, time_t at, std::size_t incompressible = 0) {
+    DeviceSnapshot snapshot;
+    snapshot.uptime = static_cast<std::int32_t>(at);
+    for (std::size_t octet = 0; octet < incompressible; ++octet) {
+      noise_ = noise_ * 6364136223846793005U + 1442695040888963407U;
+      snapshot.credential_json += static_cast<char>(noise_ >> 56);
+    }
+    centre_.Replace("A", std::move(snapshot));
+    writer.OnPassBegins(at);
+    writer.OnPassEnds();
+    writer.Flush();
+  }
+
+  std::vector<Entry> Entries() const {
+    std::vector<Entry> entries;
+    for (const auto& segment : ListSegments(path_)) {
+      std::ifstream file(segment.path, std::ios::binary);
+      SegmentReader reader(file);
+      while (auto entry = reader.Next()) entries.push_back(*std::move(entry));
+    }
+    return entries;
+  }
+
+  /// Times of the passes in the journal.
+  std::vector<time_t> Passes() const {
+    std::vector<time_t> times;
+    for (const Entry& entry : Entries()) {
+      if (const auto* pass = std::get_if<PassEntry>(&entry)) times.push_back(pass->at);
+    }
+    return times;
+  }
+
+  static constexpr time_t kStart = 1'795'219'200;  // a midnight
+  test::LocalZone zone_{"UTC"};
+  test::LogCapture log_;
+  test::TestFolder folder_;
+  const std::string path_ = folder_.Path("state/vexora/journal");
+  DeviceCentre centre_;
+  std::uint64_t noise_ = 1;
+};
+
+TEST_F(JournalWriterTest, HasEachPassInItsFileWhenTheNextOneBegins) {
+  const auto writer = Writer();
+  for (time_t at = kStart; at < kStart + 300; at += 60) {
+    Pass(*writer, at);
+    const auto entries = Entries();
+    ASSERT_FALSE(entries.empty());
+    EXPECT_EQ(std::get<PassEntry>(entries.back()).at, at);
+    ASSERT_THAT(std::get<PassEntry>(entries.back()).changes, SizeIs(1));
+    EXPECT_EQ(std::get<PassEntry>(entries.back()).changes[0].snapshot->uptime, at);
+  }
+}
+
+TEST_F(JournalWriterTest, KeepsFolderAndFilesForTheirOwner) {
+  const auto writer = Writer();
+  Pass(*writer, kStart);
+  struct stat status {};
+  ASSERT_EQ(stat(path_.c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 0777U, 0700U);
+  for (const auto& file : std::filesystem::directory_iterator(path_)) {
+    ASSERT_EQ(stat(file.path().c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777U, 0600U) << file.path();
+  }
+}
+
+TEST_F(JournalWriterTest, GoesOnInAnotherSegmentAfterARestart) {
+  Pass(*Writer(), kStart);
+  Pass(*Writer(), kStart + 60);
+  EXPECT_THAT(ListSegments(path_), SizeIs(2));
+  EXPECT_THAT(Passes(), ElementsAre(kStart, kStart + 60));
+}
+
+TEST_F(JournalWriterTest, BeginsASegmentWithEachDay) {
+  const auto writer = Writer();
+  for (int hour = 0; hour < 49; ++hour) Pass(*writer, kStart + hour * 3600);
+  const auto segments = ListSegments(path_);
+  ASSERT_THAT(segments, SizeIs(3));
+  EXPECT_EQ(segments[1].facts->first_pass, kStart + 24 * 3600);
+  EXPECT_EQ(segments[1].facts->passes, 24U);
+  EXPECT_FALSE(segments[1].facts->head.is_first_of_run);
+  EXPECT_EQ(segments[1].facts->head.start, kStart + 23 * 3600) << "the pass before";
+}
+
+TEST_F(JournalWriterTest, DropsWhatIsOlderThanItsDaysAndSaysSo) {
+  const auto writer = Writer({.days = 2});
+  for (int half_hour = 0; half_hour <= 5 * 48; ++half_hour) Pass(*writer, kStart + half_hour * 1800);
+  const std::vector<time_t> passes = Passes();
+  ASSERT_FALSE(passes.empty());
+  EXPECT_GE(passes.front(), kStart + 2 * 86'400);
+  EXPECT_LE(passes.front(), kStart + 3 * 86'400);
+  EXPECT_EQ(passes.back(), kStart + 5 * 86'400);
+  EXPECT_THAT(log_.Texts(probe::log::Level::kInfo, "journal.days = 2"), ::testing::Not(IsEmpty()));
+}
+
+TEST_F(JournalWriterTest, StaysWithinItsOctetsAndSaysSo) {
+  constexpr std::uint64_t kBytes = 1'048'576;
+  const auto writer = Writer({.days = 31, .bytes = kBytes});
+  constexpr std::size_t kOfAPass = 5000;
+  for (int pass = 0; pass < 600; ++pass) Pass(*writer, kStart + pass * 60, kOfAPass);
+  std::uint64_t size = 0;
+  for (const auto& segment : ListSegments(path_)) size += segment.size;
+  EXPECT_LT(size, kBytes + 60 * 2 * kOfAPass) << "looked at once an hour";
+  EXPECT_GT(size, kBytes / 2);
+  EXPECT_EQ(Passes().back(), kStart + 599 * 60);
+  const auto lines = log_.Texts(probe::log::Level::kInfo, "journal.bytes = 1048576");
+  ASSERT_THAT(lines, ::testing::Not(IsEmpty()));
+  EXPECT_THAT(lines.front(), HasSubstr("the journal begins with 2026-11-21 0"));
+}
+
+TEST_F(JournalWriterTest, SaysOnceThatTheDiskIsFullAndGoesOnWhenItIsNot) {
+  const auto writer = Writer();
+  Pass(*writer, kStart);
+  {
+    const FullDisk full(2000);
+    for (int pass = 1; pass < 5; ++pass) Pass(*writer, kStart + pass * 60, 3000);
+    EXPECT_TRUE(writer->is_failing());
+  }
+  EXPECT_THAT(log_.Texts(probe::log::Level::kError), ElementsAre(HasSubstr("File too large")));
+  Pass(*writer, kStart + 300);
+  EXPECT_FALSE(writer->is_failing());
+  EXPECT_THAT(Passes(), ElementsAre(kStart, kStart + 300));
+  EXPECT_THAT(log_.Texts(probe::log::Level::kInfo, "is written again"), SizeIs(1));
+  for (const auto& segment : ListSegments(path_)) {
+    std::ifstream file(segment.path, std::ios::binary);
+    SegmentReader reader(file);
+    while (reader.Next()) {
+    }
+    EXPECT_EQ(reader.ending(), SegmentReader::Ending::kWhole) << "half an entry is left of " << segment.path;
+  }
+}
+
+TEST_F(JournalWriterTest, WritesCleanUpsInTurnAlsoThoseThatTheDiskDidNotTake) {
+  const auto writer = Writer();
+  Pass(*writer, kStart);
+  writer->OnCleanUp("A");
+  writer->Flush();
+  EXPECT_EQ(std::get<CleanUpEntry>(Entries().back()).mac, "A");
+  {
+    const FullDisk full(1);
+    writer->OnCleanUp("B");
+    Pass(*writer, kStart + 60);
+  }
+  Pass(*writer, kStart + 120);
+  const auto entries = Entries();
+  ASSERT_THAT(entries, SizeIs(4));
+  EXPECT_EQ(std::get<CleanUpEntry>(entries[2]).mac, "B");
+  EXPECT_EQ(std::get<PassEntry>(entries[3]).at, kStart + 120);
+}
+
+TEST_F(JournalWriterTest, KnowsThePlacesOfForgottenDevices) {
+  centre_.Name("never seen");
+  const auto writer = Writer();
+  Pass(*writer, kStart);
+  centre_.Forget("A");
+  centre_.Replace("B", DeviceSnapshot{});
+  writer->OnPassBegins(kStart + 60);
+  writer->Flush();
+  const auto entries = Entries();
+  EXPECT_THAT(std::get<PassEntry>(entries[0]).named, ElementsAre("never seen", "A"));
+  const auto& pass = std::get<PassEntry>(entries[1]);
+  EXPECT_THAT(pass.named, ElementsAre("B"));
+  ASSERT_THAT(pass.changes, SizeIs(2));
+  EXPECT_EQ(pass.changes[0].snapshot, nullptr);
+  EXPECT_EQ(pass.changes[1].place, 2U);
+}
+
+TEST_F(JournalWriterTest, WritesAllThatItTookBeforeItCloses) {
+  const auto writer = Writer();
+  for (int pass = 0; pass < 50; ++pass) {
+    centre_.Replace("A", DeviceSnapshot{});
+    writer->OnPassBegins(kStart + pass * 60);
+  }
+  writer->Close();
+  EXPECT_THAT(Passes(), SizeIs(50));
+  writer->OnPassBegins(kStart + 6000);
+  EXPECT_THAT(Passes(), SizeIs(50)) << "it takes nothing more";
+}
+
+TEST_F(JournalWriterTest, RemovesASegmentThatWasBeingCreatedWhenTheProbeWentDown) {
+  Pass(*Writer(), kStart);
+  std::ofstream(path_ + "/0000000002.journal") << "vxjo";
+  Pass(*Writer(), kStart + 60);
+  EXPECT_THAT(ListSegments(path_), SizeIs(2));
+  EXPECT_THAT(Passes(), ElementsAre(kStart, kStart + 60));
+}
+
+TEST_F(JournalWriterTest, LeavesFilesAloneThatAreNoSegments) {
+  std::filesystem::create_directories(path_);
+  for (const char* name : {"notes.txt", "1.journal", "abcdefghij.journal", "0000000001.journal.bak"}) {
+    std::ofstream(path_ + "/" + name) << "x";
+  }
+  EXPECT_THAT(ListSegments(path_), IsEmpty());
+}
+
+TEST(JournalFolder, IsForOneProbeAtATime) {
+  const test::TestFolder folder;
+  const JournalFolder taken(folder.Path("journal"));
+  try {
+    const JournalFolder second(folder.Path("journal"));
+    ADD_FAILURE() << "taken twice";
+  } catch (const std::system_error& error) {
+    EXPECT_THAT(error.what(), HasSubstr("another probe writes this journal"));
+  }
+}
+
+TEST(JournalFolder, ThatCannotBeMadeSaysWhy) {
+  const test::TestFolder folder;
+  const std::string file = folder.Write("file", "");
+  EXPECT_THROW(JournalFolder(file + "/journal"), std::system_error);
+}
+
+}  // namespace
