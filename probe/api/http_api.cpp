@@ -35,6 +35,37 @@ std::string DefaultVariant(const std::string& topic) {
   return topic == monitoring::kHealthMonitor ? "" : monitoring::kClientCountDefaultView;
 }
 
+const char* NameOf(HistoryStatus::Journal journal) {
+  switch (journal) {
+    case HistoryStatus::Journal::kOff:
+      return "off";
+    case HistoryStatus::Journal::kOn:
+      return "on";
+    case HistoryStatus::Journal::kFailing:
+      break;
+  }
+  return "failing";
+}
+
+/// As docs/openapi.yaml describes it.
+ordered_json HistoryTree(const HistoryStatus& history) {
+  ordered_json tree{{"state", history.is_warming ? "warming" : "ready"}};
+  if (history.is_warming) {
+    tree["share"] = history.share;
+    tree["seconds_left"] = nullptr;
+    if (history.time_left) tree["seconds_left"] = static_cast<std::int64_t>(history.time_left->count());
+  }
+  tree["known_since"] = nullptr;
+  if (history.known_since) tree["known_since"] = static_cast<std::int64_t>(*history.known_since);
+  tree["outages"] = ordered_json::array();
+  for (const Outage& outage : history.outages) {
+    tree["outages"].push_back(
+        {{"from", static_cast<std::int64_t>(outage.from)}, {"to", static_cast<std::int64_t>(outage.to)}});
+  }
+  tree["journal"] = NameOf(history.journal);
+  return tree;
+}
+
 bool IsStandard(const std::string& topic, const std::string& variant) {
   const auto& filters = StandardFilters();
   return std::any_of(filters.begin(), filters.end(),
@@ -44,13 +75,14 @@ bool IsStandard(const std::string& topic, const std::string& variant) {
 }  // namespace
 
 HttpApi::HttpApi(ProbeFacts facts, PluginCalls plugin, DeviceCentre& centre, LatestMessages& latest, PageFiles pages,
-                 PollStatuses polls)
+                 PollStatuses polls, HistorySource history)
     : facts_(std::move(facts)),
       plugin_(std::move(plugin)),
       centre_(centre),
       latest_(latest),
       pages_(std::move(pages)),
-      polls_(std::move(polls)) {}
+      polls_(std::move(polls)),
+      history_(std::move(history)) {}
 
 std::span<const HttpApi::Route> HttpApi::Routes() {
   using Api = const HttpApi&;
@@ -111,7 +143,9 @@ HttpAnswer HttpApi::Index() const {
 
 HttpAnswer HttpApi::Health() const {
   // By the steady clock: the probe's own may run faster, or step when somebody sets the machine's.
-  const auto silence = SteadyClock::now() - latest_.last_arrival().value_or(started_);
+  const HistoryStatus history = history_ ? history_() : HistoryStatus();
+  if (history.is_warming) return JsonAnswer(ordered_json{{"status", "warming"}}.dump(), Caching::kNoStore);
+  const auto silence = SteadyClock::now() - latest_.last_arrival().value_or(history.ready_since.value_or(started_));
   const std::chrono::seconds patience{kMissedPasses * kPassSeconds / std::max(facts_.speed, 1U)};
   if (silence > std::max(patience, kLeastSilence))
     return ErrorAnswer(503, "stalled", "The monitoring engine has made no pass for a while.");
@@ -133,11 +167,12 @@ HttpAnswer HttpApi::Status() const {
     topic["received"] = static_cast<std::int64_t>(message->received);
     topics.push_back(std::move(topic));
   }
-  const ordered_json status{{"version", facts_.version},
-                            {"now", std::int64_t{now.tv_sec} * kThousand + std::int64_t{now.tv_usec} / kThousand},
-                            {"speed", facts_.speed},
-                            {"passes", {{"period", kPassSeconds}, {"last", last}}},
-                            {"topics", std::move(topics)}};
+  ordered_json status{{"version", facts_.version},
+                      {"now", std::int64_t{now.tv_sec} * kThousand + std::int64_t{now.tv_usec} / kThousand},
+                      {"speed", facts_.speed},
+                      {"passes", {{"period", kPassSeconds}, {"last", last}}},
+                      {"topics", std::move(topics)}};
+  if (history_) status["history"] = HistoryTree(history_());
   return JsonAnswer(status.dump(), Caching::kNoStore);
 }
 

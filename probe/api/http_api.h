@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "probe/api/answers.h"
+#include "probe/api/history_status.h"
 #include "probe/api/latest_messages.h"
 #include "probe/api/page_files.h"
 #include "probe/api/plugin_calls.h"
@@ -29,9 +30,9 @@ class HttpApi {
   /// Seconds between two passes, by the probe's clock.
   static constexpr unsigned kPassSeconds = 60;
 
-  /// An empty `polls` is for a probe that polls no devices.
+  /// An empty `polls` is for a probe that polls no devices, an empty `history` for one that tells nothing of its own.
   HttpApi(ProbeFacts facts, PluginCalls plugin, DeviceCentre& centre, LatestMessages& latest, PageFiles pages,
-          PollStatuses polls = {});
+          PollStatuses polls = {}, HistorySource history = {});
 
   bool has_pages() const { return !pages_.is_empty(); }
 
@@ -69,6 +70,7 @@ class HttpApi {
   LatestMessages& latest_;
   const PageFiles pages_;
   const PollStatuses polls_;
+  const HistorySource history_;
   const SteadyClock::time_point started_ = SteadyClock::now();
 };
 

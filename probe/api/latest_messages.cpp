@@ -2,6 +2,7 @@
 
 #include <json-c/json.h>
 
+#include <algorithm>
 #include <nlohmann/json.hpp>
 #include <utility>
 
@@ -57,6 +58,16 @@ const std::vector<StandardFilter>& StandardFilters() {
   return filters;
 }
 
+void LatestMessages::SetPassObserver(std::function<void(time_t at)> observer) {
+  const lock_guard held(kept_->lock);
+  kept_->pass_observer = std::move(observer);
+}
+
+void LatestMessages::AllowQuestions() {
+  const lock_guard held(kept_->lock);
+  kept_->passes = std::max<std::uint64_t>(kept_->passes, 1);
+}
+
 void LatestMessages::Start(WebServer& server, SubscriptionService& service) {
   service_ = &service;
   {
@@ -85,6 +96,7 @@ void LatestMessages::OnPass(Kept& kept, SubscriptionService& service) {
   ++kept.passes;
   kept.last_pass = now;
   kept.last_arrival = SteadyClock::now();
+  if (kept.pass_observer) kept.pass_observer(now);
   for (auto& [key, entry] : kept.entries) {
     if (!entry.asked || kept.passes - *entry.asked <= kKeptPasses) continue;
     service.Unsubscribe(key.first, entry.connection, kSid);

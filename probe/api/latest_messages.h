@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstdint>
 #include <ctime>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -50,6 +51,12 @@ class LatestMessages {
 
   using SteadyClock = std::chrono::steady_clock;
 
+  /// Has `observer` hear of each pass, with a lock held that it must not ask for. Before `Start`.
+  void SetPassObserver(std::function<void(time_t at)> observer);
+
+  /// Says that the plug-in has something to tell though no pass has come: its histories were made anew.
+  void AllowQuestions();
+
   /// Makes a connection for each filter of a topic that somebody feeds, and subscribes to the passes. After the plug-in
   /// has registered its monitors; nothing is kept before.
   ///
@@ -92,6 +99,7 @@ class LatestMessages {
     std::uint64_t passes VEXORA_GUARDED_BY(lock) = 0;
     std::optional<time_t> last_pass VEXORA_GUARDED_BY(lock);
     std::optional<SteadyClock::time_point> last_arrival VEXORA_GUARDED_BY(lock);
+    std::function<void(time_t)> pass_observer VEXORA_GUARDED_BY(lock);
   };
 
   /// Counts a pass, and drops what nobody asks for any more.

@@ -4,11 +4,13 @@
 #include <algorithm>
 #include <filesystem>
 #include <iostream>
+#include <limits>
 #include <memory>
 #include <sstream>
 
 #include "probe/app/device_commands.h"
 #include "probe/app/profile_commands.h"
+#include "probe/journal/journal_tools.h"
 #include "probe/settings/setting_keys.h"
 #include "probe/sources/simulated/simulated_settings.h"
 #include "probe/sources/snmp/profile_catalogue.h"
@@ -55,6 +57,8 @@ void ChooseSources(const CommandLine& command_line, Settings& settings) {
     throw SettingsError("--devices, --clients: there is no simulated network to size; use --simulated");
   }
   settings.record_path = command_line.record_path;
+  settings.record_bytes = command_line.record_bytes.value_or(settings.record_bytes);
+  if (command_line.has_no_journal) settings.journal.enabled = false;
   settings.speed = command_line.speed;
   if (settings.speed != 1 && settings.this_machine.enabled) {
     throw SettingsError(
@@ -90,6 +94,10 @@ void Describe(CLI::App& app, CommandLine& result) {
       ->excludes(live);
   app.add_option("--record", result.record_path, "Write what happens as a recording, for probe-replay")
       ->type_name("FILE");
+  app.add_option("--record-bytes", result.record_bytes, "Size at which a recording ends. Default: 8 GiB")
+      ->type_name("N")
+      ->check(CLI::Range(std::uint64_t{1024}, std::numeric_limits<std::uint64_t>::max()));
+  app.add_flag("--no-journal", result.has_no_journal, "Keep no journal, and know nothing of what was before");
   app.add_option("--devices", result.devices, "Devices of the simulated network")
       ->type_name("N")
       ->check(CLI::Range(0, SimulatedSettings::kMaxDevices));
@@ -162,6 +170,32 @@ void DescribeDevices(CLI::App& app, CommandLine& result) {
   add("walk", "Print what the profiles read of a device, to be saved as FILE.snmprec", &WalkCommand);
 }
 
+/// "journal info DIR", "journal export DIR" and "journal check DIR".
+void DescribeJournal(CLI::App& app, CommandLine& result) {
+  CLI::App* journal = app.add_subcommand("journal", "What the probe has written down of its devices");
+  journal->require_subcommand(1);
+  auto folder = std::make_shared<std::string>();
+  const auto add = [&](const char* name, const char* help) {
+    CLI::App* command = journal->add_subcommand(name, help);
+    command->add_option("DIR", *folder, "The state directory, or the journal's folder in it")->required();
+    return command;
+  };
+  add("info", "Say which days it holds, and the size of each")->callback([&result, folder] {
+    result.subcommand = [folder] { return journal::PrintJournalInfo(*folder, std::cout, std::cerr); };
+  });
+  add("export", "Print it as a recording, for probe-replay")->callback([&result, folder] {
+    result.subcommand = [folder] { return journal::ExportJournal(*folder, std::cout, std::cerr); };
+  });
+  CLI::App* check = add("check", "Read all of it, and say what is cut off or corrupt");
+  auto is_repair = std::make_shared<bool>(false);
+  check->add_flag("--repair", *is_repair, "Take what is cut off or corrupt away");
+  check->callback([&result, folder, is_repair] {
+    result.subcommand = [folder, is_repair] {
+      return journal::CheckJournal(*folder, *is_repair, std::cout, std::cerr);
+    };
+  });
+}
+
 }  // namespace
 
 std::variant<CommandLine, CommandLineExit> ParseCommandLine(int count, const char* const* arguments) {
@@ -171,6 +205,7 @@ std::variant<CommandLine, CommandLineExit> ParseCommandLine(int count, const cha
   Describe(app, result);
   DescribeProfiles(app, result);
   DescribeDevices(app, result);
+  DescribeJournal(app, result);
   try {
     app.parse(count, arguments);
     return result;

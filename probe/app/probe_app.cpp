@@ -1,5 +1,6 @@
 #include "probe/app/probe_app.h"
 
+#include <chrono>
 #include <cstdlib>
 #include <memory>
 #include <stdexcept>
@@ -14,7 +15,11 @@
 #include "probe/clock/clock.h"
 #include "probe/host/device_centre.h"
 #include "probe/host/log.h"
+#include "probe/host/memory_cleanup.h"
 #include "probe/host/subscription_service.h"
+#include "probe/journal/journal_folder.h"
+#include "probe/journal/open_journal.h"
+#include "probe/recording/timezone_name.h"
 #include "probe/server/http/http_message.h"
 #include "probe/sources/snmp/profile.h"
 #include "probe/sources/snmp/snmp_settings.h"
@@ -62,6 +67,22 @@ void CheckProfiles(const snmp::SnmpSettings& settings, const snmp::ProfileCatalo
   if (!text.empty()) throw SettingsError(text);
 }
 
+/// The head of the first segment of this run. Says in the log when the time zone is another than in the last.
+journal::SegmentHead HeadOfRun(const std::vector<journal::Segment>& segments) {
+  journal::SegmentHead head{InstalledClock().Now().tv_sec, true, "", VEXORA_VERSION};
+  try {
+    head.timezone = recording::LocalTimezoneName();
+  } catch (const std::runtime_error& error) {
+    log::Info("[Journal] its time zone is not noted: %s", error.what());
+  }
+  const auto& last = segments.empty() ? std::nullopt : segments.back().facts;
+  if (last && last->head.timezone != head.timezone) {
+    log::Info("[Journal] the time zone was %s and is %s now: days and weeks that have passed are cut anew",
+              last->head.timezone.c_str(), head.timezone.c_str());
+  }
+  return head;
+}
+
 }  // namespace
 
 ProbeApp::ProbeApp(Settings settings, std::function<void()> on_failure)
@@ -75,12 +96,16 @@ void ProbeApp::Start() {
   log::SetLevel(settings_.log_level);
   log::Info("vexora-probe %s starts", VEXORA_VERSION);
   try {
-    // The clock before the sources, which read it; the recorder before the engine, whose first sleep it is to see.
+    // The journal before the clock, which goes on where it ends; the clock before the sources, which read it; what
+    // writes passes down before the engine, whose first sleep it is to see.
+    FindJournal();
     StartClock();
     StartSources();
     StartRecording();
+    StartJournal();
     StartPlugin();
     StartServer();
+    BeginReplay();
   } catch (...) {
     Stop();
     throw;
@@ -88,9 +113,18 @@ void ProbeApp::Start() {
   Announce();
 }
 
+void ProbeApp::FindJournal() {
+  if (!settings_.journal.enabled.value_or(!settings_.simulated.enabled)) return;
+  journal_folder_ = journal::OpenJournal(settings_.journal);
+  is_journal_missing_ = journal_folder_ == nullptr;
+  if (journal_folder_) segments_ = journal::ListSegments(journal_folder_->path());
+}
+
 void ProbeApp::StartClock() {
   if (settings_.speed == 1) return;
-  clock_ = std::make_unique<ScaledClock>(settings_.speed);
+  // Time that runs faster has left the present behind: a restart must not set it back by weeks.
+  const bool has_last_pass = !segments_.empty() && segments_.back().facts;
+  clock_ = std::make_unique<ScaledClock>(settings_.speed, has_last_pass ? segments_.back().facts->last_pass : 0);
   clock_installation_ = std::make_unique<ClockInstallation>(*clock_);
   log::Info("time runs %u times faster", settings_.speed);
 }
@@ -122,16 +156,52 @@ void ProbeApp::StartSnmp() {
 void ProbeApp::StartRecording() {
   if (settings_.record_path.empty()) return;
   recorder_ = std::make_unique<recording::Recorder>(settings_.record_path, DeviceCentre::Instance(),
-                                                    SubscriptionService::Instance());
-  pass_clock_ = std::make_unique<recording::PassClock>(DeviceCentre::Instance(),
-                                                       std::vector<recording::PassObserver*>{recorder_.get()});
+                                                    SubscriptionService::Instance(), settings_.record_bytes);
   log::Info("recording to %s", settings_.record_path.c_str());
+}
+
+void ProbeApp::StartJournal() {
+  if (journal_folder_) {
+    log::Info("the journal is in %s", journal_folder_->path().c_str());
+    const journal::JournalBounds bounds{.days = settings_.journal.days, .bytes = settings_.journal.bytes};
+    journal_ = std::make_unique<journal::JournalWriter>(std::move(journal_folder_), segments_, bounds,
+                                                        DeviceCentre::Instance(), HeadOfRun(segments_));
+  }
+  StartPassClock();
+  // Last, on top: until the replay is over, what writes passes down sees none.
+  if (settings_.journal.is_warm_start && !segments_.empty()) StartWarmStart();
+}
+
+void ProbeApp::StartPassClock() {
+  std::vector<recording::PassObserver*> observers;
+  if (recorder_) observers.push_back(recorder_.get());
+  if (journal_) observers.push_back(journal_.get());
+  if (observers.empty()) return;
+  pass_clock_ = std::make_unique<recording::PassClock>(DeviceCentre::Instance(), std::move(observers));
+  SetCleanUpObserver([this](const std::string& mac) {
+    if (recorder_) recorder_->OnCleanUp(mac);
+    if (journal_) journal_->OnCleanUp(mac);
+  });
+}
+
+void ProbeApp::StartWarmStart() {
+  warm_start_ = std::make_unique<journal::WarmStart>(
+      journal::WarmStart::Plan{std::move(segments_), settings_.journal.warm_start_limit}, DeviceCentre::Instance());
+  if (warm_start_->is_empty()) {
+    warm_start_.reset();
+  } else if (recorder_) {
+    log::Info("the recording begins when the journal has been replayed, and knows nothing of what was before");
+  }
 }
 
 void ProbeApp::StartPlugin() {
   const std::string path = settings_.plugin_path.empty() ? DefaultPluginPath() : settings_.plugin_path;
   plugin_ = std::make_unique<LoadedPlugin>(path);
-  plugin_->RegisterMonitors();
+  if (warm_start_) {
+    warm_start_->InReplayedTime([this] { plugin_->RegisterMonitors(); });
+  } else {
+    plugin_->RegisterMonitors();
+  }
   log::Info("plug-in %s", path.c_str());
 }
 
@@ -141,7 +211,8 @@ void ProbeApp::StartServer() {
   // Stopped before it is destroyed, and the server before that: requests find it for as long as they come.
   if (snmp_) polls = [this] { return snmp_->Statuses(); };
   api_ = std::make_unique<HttpApi>(ProbeFacts{VEXORA_VERSION, settings_.speed}, CallsOf(*plugin_),
-                                   DeviceCentre::Instance(), latest_, PageFiles(folder), polls);
+                                   DeviceCentre::Instance(), latest_, PageFiles(folder), polls,
+                                   [this] { return History(); });
   HttpService http{[this](const std::string& path) { return api_->LookUp(path); },
                    [this](const HttpRequest& request) { return api_->Answer(request); }};
   server_ = std::make_unique<WebServer>(settings_.server, SubscriptionService::Instance(), std::move(http),
@@ -150,7 +221,43 @@ void ProbeApp::StartServer() {
                                         });
   server_->Start();
   // Only a server that runs gives connections, and only topics that the plug-in has registered can be subscribed to.
+  latest_.SetPassObserver([this](time_t at) { pass_times_.Note(at); });
   latest_.Start(*server_, SubscriptionService::Instance());
+}
+
+void ProbeApp::BeginReplay() {
+  if (!warm_start_) return;
+  const auto begun = std::chrono::steady_clock::now();
+  log::Info("the journal is replayed: histories come in while it is");
+  warm_start_->Begin([this](time_t at) { pass_times_.Note(at); },
+                     [this, begun] {
+                       const auto now = std::chrono::steady_clock::now();
+                       ready_since_.store(now.time_since_epoch().count());
+                       latest_.AllowQuestions();
+                       const std::chrono::duration<double> taken = now - begun;
+                       log::Info("the journal has been replayed, in %.1f s", taken.count());
+                     });
+}
+
+HistoryStatus ProbeApp::History() const {
+  HistoryStatus status;
+  if (warm_start_ && !warm_start_->is_ready()) {
+    const journal::WarmProgress progress = warm_start_->progress();
+    status.is_warming = true;
+    status.share = progress.share;
+    status.time_left = progress.time_left;
+  }
+  if (const std::int64_t since = ready_since_.load(); since != 0) {
+    status.ready_since = std::chrono::steady_clock::time_point(std::chrono::steady_clock::duration(since));
+  }
+  status.known_since = pass_times_.known_since();
+  status.outages = pass_times_.outages();
+  if (is_journal_missing_ || (journal_ && journal_->is_failing())) {
+    status.journal = HistoryStatus::Journal::kFailing;
+  } else if (journal_) {
+    status.journal = HistoryStatus::Journal::kOn;
+  }
+  return status;
 }
 
 std::string ProbeApp::UrlOf(const std::string& scheme, const std::string& address) const {
@@ -176,10 +283,13 @@ void ProbeApp::Announce() const {
 
 void ProbeApp::Stop() {
   // First whoever calls into the plug-in, then the plug-in, then what the plug-in calls.
+  if (warm_start_) warm_start_->Stop();
   if (server_) server_->Stop();
   if (this_machine_) this_machine_->Stop();
   if (simulated_) simulated_->Stop();
   if (snmp_) snmp_->Stop();
+  // Before the plug-in, whose stop makes one pass more: it is no minute after the last, and nobody is there to see it.
+  if (journal_) journal_->Close();
   if (plugin_) {
     plugin_->stop_monitor();
     // Subscribers, filters and the clean-up function are code of the plug-in, which is about to be unloaded.
@@ -193,8 +303,11 @@ void ProbeApp::Stop() {
   profiles_.reset();
   simulated_.reset();
   this_machine_.reset();
-  // After the engine, which slept on it, and before the clock beneath.
+  SetCleanUpObserver({});
+  // After the engine, which slept on them, and before the clock beneath.
+  warm_start_.reset();
   pass_clock_.reset();
+  journal_.reset();
   recorder_.reset();
   clock_installation_.reset();
   clock_.reset();

@@ -1,13 +1,19 @@
 #pragma once
 
+#include <atomic>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
+#include "probe/api/history_status.h"
 #include "probe/api/http_api.h"
 #include "probe/api/latest_messages.h"
 #include "probe/clock/clock.h"
 #include "probe/clock/scaled_clock.h"
+#include "probe/journal/journal_writer.h"
+#include "probe/journal/warm_start.h"
 #include "probe/plugin/loaded_plugin.h"
 #include "probe/recording/pass_clock.h"
 #include "probe/recording/recorder.h"
@@ -47,11 +53,19 @@ class ProbeApp {
  private:
   void StartClock();
   void StartRecording();
+  void FindJournal();
+  void StartJournal();
+  void StartWarmStart();
   void StartSources();
   void StartSnmp();
+  void StartPassClock();
   void StartPlugin();
   void StartServer();
+  void BeginReplay();
   void Announce() const;
+
+  /// What histories rest on now. Threads: any, between start and stop.
+  HistoryStatus History() const;
 
   /// "ws://127.0.0.1:8765", "wss://[::1]:8765"; `scheme` without the "s" of TLS.
   std::string UrlOf(const std::string& scheme, const std::string& address) const;
@@ -60,8 +74,15 @@ class ProbeApp {
   const std::function<void()> on_failure_;
   std::unique_ptr<ScaledClock> clock_;  // null at the true pace
   std::unique_ptr<ClockInstallation> clock_installation_;
-  std::unique_ptr<recording::Recorder> recorder_;     // null unless a recording is asked for
-  std::unique_ptr<recording::PassClock> pass_clock_;  // null unless passes are written down
+  std::unique_ptr<recording::Recorder> recorder_;           // null unless a recording is asked for
+  std::unique_ptr<journal::JournalWriter> journal_;         // null unless there is a journal
+  std::unique_ptr<recording::PassClock> pass_clock_;        // null unless passes are written down
+  std::unique_ptr<journal::WarmStart> warm_start_;          // null unless a journal is replayed
+  std::unique_ptr<journal::JournalFolder> journal_folder_;  // until the journal is written
+  std::vector<journal::Segment> segments_;                  // what the journal held at the start
+  bool is_journal_missing_ = false;                         // there should be one, but it cannot be written
+  std::atomic<std::int64_t> ready_since_{0};                // by the steady clock; 0: since the start
+  PassTimes pass_times_;
   std::unique_ptr<ThisMachine> this_machine_;
   std::unique_ptr<SimulatedSource> simulated_;
   std::unique_ptr<snmp::ProfileCatalogue> profiles_;  // null without devices that answer SNMP, like the next

@@ -14,10 +14,11 @@ std::int64_t Nanoseconds(const timespec& time) {
 
 }  // namespace
 
-ScaledClock::ScaledClock(unsigned speed) : speed_(speed) {
+ScaledClock::ScaledClock(unsigned speed, time_t not_before) : speed_(speed) {
   // What has passed since is measured by the monotonic clock, so that setting the machine's moves nothing here.
   clock_gettime(CLOCK_MONOTONIC, &real_start_);
   clock_gettime(CLOCK_REALTIME, &start_);
+  if (start_.tv_sec < not_before) start_ = {.tv_sec = not_before, .tv_nsec = 0};
 }
 
 timeval ScaledClock::Now() {

@@ -14,8 +14,8 @@ namespace probe {
 /// Threads: any.
 class ScaledClock final : public Clock {
  public:
-  /// `speed` is 1 or more.
-  explicit ScaledClock(unsigned speed);
+  /// `speed` is 1 or more. It starts at `not_before` where the present is earlier.
+  explicit ScaledClock(unsigned speed, time_t not_before = 0);
 
   timeval Now() override;
   unsigned Sleep(unsigned seconds) override;

@@ -49,10 +49,10 @@ void DeviceCentre::PutInForce(DeviceCentre* centre) {
 void DeviceCentre::Replace(const std::string& mac, DeviceSnapshot snapshot) {
   // The key counts: the state of a device in a recording does not repeat it.
   if (snapshot.basic_info) snapshot.basic_info->mac = mac;
-  Replace(mac, std::make_shared<const DeviceSnapshot>(std::move(snapshot)));
+  ReplaceWith(mac, std::make_shared<const DeviceSnapshot>(std::move(snapshot)));
 }
 
-void DeviceCentre::Replace(const std::string& mac, std::shared_ptr<const DeviceSnapshot> snapshot) {
+void DeviceCentre::ReplaceWith(const std::string& mac, std::shared_ptr<const DeviceSnapshot> snapshot) {
   // Declared before the guard, so that the snapshot which it replaces is freed after the lock is released.
   Change change{.mac = mac, .snapshot = std::move(snapshot)};
   const lock_guard_write held(lock_);

@@ -39,7 +39,7 @@ class DeviceCentre final : public DeviceManager {
   void Replace(const std::string& mac, DeviceSnapshot snapshot) VEXORA_EXCLUDES(lock_);
 
   /// The same with a snapshot that others share, and whose MAC is right.
-  void Replace(const std::string& mac, std::shared_ptr<const DeviceSnapshot> snapshot) VEXORA_EXCLUDES(lock_);
+  void ReplaceWith(const std::string& mac, std::shared_ptr<const DeviceSnapshot> snapshot) VEXORA_EXCLUDES(lock_);
 
   /// Forgets the device: it is in no list, and `device(mac)` is null. Should it come back, it takes its old place in
   /// the lists. Does not call the plug-in's clean-up function.

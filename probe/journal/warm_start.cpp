@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <fstream>
-#include <set>
 #include <variant>
 
 #include "probe/host/log.h"
@@ -199,10 +198,7 @@ void WarmStart::Drive() {
 }
 
 void WarmStart::Replay(const Step& step) {
-  if (step.begins_segment) {
-    macs_.clear();
-    is_first_pass_ = true;
-  }
+  if (step.begins_segment) follower_.BeginSegment();
   if (const auto* clean_up = std::get_if<CleanUpEntry>(&step.entry)) {
     clock_.AwaitSleeper();  // it was made between two passes
     CallMemoryCleanup(clean_up->mac);
@@ -212,24 +208,13 @@ void WarmStart::Replay(const Step& step) {
 }
 
 void WarmStart::ReplayPass(const PassEntry& pass) {
-  for (const std::string& mac : pass.named) {
-    replayed_.Name(mac);
-    macs_.push_back(mac);
-  }
-  std::set<std::string> found;
-  for (const DeviceChange& change : pass.changes) {
-    const std::string& mac = macs_[change.place];
+  for (NamedChange& change : follower_.Follow(pass)) {
+    // A device has its place from the first pass that names it, whether it is known or not.
+    replayed_.Name(change.mac);
     if (change.snapshot == nullptr) {
-      replayed_.Forget(mac);
+      replayed_.Forget(change.mac);
     } else {
-      replayed_.Replace(mac, change.snapshot);
-    }
-    if (is_first_pass_) found.insert(mac);
-  }
-  if (std::exchange(is_first_pass_, false)) {
-    // The segment may be the first after a restart, whose sources have not reported every device.
-    for (const std::string& mac : replayed_.GetOnlineManagedDevices(false)) {
-      if (!found.contains(mac)) replayed_.Forget(mac);
+      replayed_.ReplaceWith(change.mac, std::move(change.snapshot));
     }
   }
   clock_.RunPass(pass.at);

@@ -14,6 +14,7 @@
 
 #include "platform/utilities/locks.h"
 #include "probe/host/device_centre.h"
+#include "probe/journal/entry_follower.h"
 #include "probe/journal/journal_entry.h"
 #include "probe/journal/journal_folder.h"
 #include "probe/journal/replay_clock.h"
@@ -99,9 +100,7 @@ class WarmStart {
   std::function<void(time_t)> on_pass_;
   std::function<void()> on_ready_;
 
-  // The driving thread only.
-  std::vector<std::string> macs_;  // of the segment, by place
-  bool is_first_pass_ = false;     // of a segment: what it does not find is forgotten
+  EntryFollower follower_;  // the driving thread only
 
   SteadyClock::time_point begun_;
   std::atomic<std::uint64_t> left_out_cost_{0};

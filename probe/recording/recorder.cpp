@@ -19,8 +19,8 @@ std::string NameOf(ConnectionId connection) {
 
 }  // namespace
 
-Recorder::Recorder(const std::string& path, DeviceCentre& centre, SubscriptionService& service)
-    : centre_(centre), service_(service), path_(path), writer_(file_) {
+Recorder::Recorder(const std::string& path, DeviceCentre& centre, SubscriptionService& service, std::uint64_t max_bytes)
+    : centre_(centre), service_(service), path_(path), max_bytes_(max_bytes), writer_(file_) {
   // Before the file is opened: when there is no name, no empty recording is left behind.
   const std::string timezone = LocalTimezoneName();
   file_.open(path);
@@ -38,6 +38,7 @@ void Recorder::OnPassBegins(time_t at) {
   // Without lock_: holding the subscriptions calls OnHeld, which takes it.
   service_.Hold();
   const lock_guard held(lock_);
+  if (is_over_) return;
   WriteDevices();
   writer_.Pass(at);
   Flush();
@@ -93,6 +94,7 @@ void Recorder::OnDisconnected(ConnectionId connection) {
 
 void Recorder::WriteInTurn(WriteLine write) {
   const lock_guard held(lock_);
+  if (is_over_) return;
   if (is_held_) {
     waiting_.push_back(std::move(write));
     return;
@@ -103,7 +105,14 @@ void Recorder::WriteInTurn(WriteLine write) {
 
 void Recorder::Flush() {
   writer_.Flush();
-  if (file_ || std::exchange(is_broken_, true)) return;
+  if (is_over_) return;
+  if (file_ && static_cast<std::uint64_t>(file_.tellp()) >= max_bytes_) {
+    is_over_ = true;
+    log::Info("[Recorder] the recording %s has %llu octets, as many as it may have: it ends here", path_.c_str(),
+              static_cast<unsigned long long>(file_.tellp()));
+  }
+  if (file_) return;
+  is_over_ = true;
   log::Error("[Recorder] the recording %s cannot be written any more: it is cut short", path_.c_str());
 }
 
@@ -115,7 +124,9 @@ void Recorder::OnHeld() {
 void Recorder::OnReleased() {
   const lock_guard held(lock_);
   is_held_ = false;
-  for (const auto& write : std::exchange(waiting_, {})) write(writer_);
+  for (const auto& write : std::exchange(waiting_, {})) {
+    if (!is_over_) write(writer_);
+  }
   Flush();
 }
 

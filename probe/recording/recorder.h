@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <fstream>
 #include <functional>
+#include <limits>
 #include <map>
 #include <memory>
 #include <set>
@@ -28,11 +29,13 @@ namespace probe::recording {
 /// Threads: one makes it and lets it go, while no engine runs; the rest is called by the engine and by host threads.
 class Recorder final : public PassObserver, private SubscriptionObserver {
  public:
-  /// Begins a recording in `path`. `centre` and `service` must outlive the recorder.
+  /// Begins a recording in `path`, which ends when it has `max_bytes` octets; the log says so. `centre` and `service`
+  /// must outlive the recorder.
   ///
   /// Fails: throws `std::runtime_error` when the file cannot be written, and when the local time zone has no
   ///        name to write into it.
-  Recorder(const std::string& path, DeviceCentre& centre, SubscriptionService& service);
+  Recorder(const std::string& path, DeviceCentre& centre, SubscriptionService& service,
+           std::uint64_t max_bytes = std::numeric_limits<std::uint64_t>::max());
   ~Recorder() override;
   Recorder(const Recorder&) = delete;
   Recorder& operator=(const Recorder&) = delete;
@@ -66,12 +69,13 @@ class Recorder final : public PassObserver, private SubscriptionObserver {
   std::set<ConnectionId> clients_;  // those who have subscribed; the observer's calls alone use it, one at a time
 
   const std::string path_;
+  const std::uint64_t max_bytes_;
 
   // Order: the subscription service's lock before lock_ (it calls the observer), lock_ before the device centre's.
   utilities::lock::Mutex lock_;
   std::ofstream file_ VEXORA_GUARDED_BY(lock_);
   RecordingWriter writer_ VEXORA_GUARDED_BY(lock_);
-  bool is_broken_ VEXORA_GUARDED_BY(lock_) = false;          // the file takes no more, and the log says so
+  bool is_over_ VEXORA_GUARDED_BY(lock_) = false;            // nothing more is written, and the log says so
   bool is_held_ VEXORA_GUARDED_BY(lock_) = false;            // the subscriptions stand still
   std::vector<WriteLine> waiting_ VEXORA_GUARDED_BY(lock_);  // lines of the pass in progress
   std::map<std::string, std::shared_ptr<const DeviceSnapshot>> written_

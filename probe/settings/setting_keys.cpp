@@ -192,6 +192,60 @@ std::vector<SettingKey> ProbeKeys() {
   };
 }
 
+SettingKey JournalEnabledKey() {
+  SettingKey key{"journal",
+                 "enabled",
+                 "Whether what devices report is written down, so that a restart loses nothing. Unless said otherwise "
+                 "not with a simulated network.",
+                 "true or false",
+                 AcceptAnything,
+                 {},
+                 {}};
+  key.read = [](const Settings& settings) -> SettingValue { return settings.journal.enabled.value_or(true); };
+  key.assign = [](Settings& settings, const SettingValue& value) { settings.journal.enabled = std::get<bool>(value); };
+  return key;
+}
+
+SettingKey WarmStartKey() {
+  SettingKey key{
+      "journal", "warm_start", "Whether the journal is replayed at the start.", "one of \"on\", \"off\"", {}, {}, {}};
+  key.accepts = [](const SettingValue& value) {
+    const auto& text = std::get<std::string>(value);
+    return text == "on" || text == "off";
+  };
+  key.read = [](const Settings& settings) -> SettingValue {
+    return std::string(settings.journal.is_warm_start ? "on" : "off");
+  };
+  key.assign = [](Settings& settings, const SettingValue& value) {
+    settings.journal.is_warm_start = std::get<std::string>(value) == "on";
+  };
+  return key;
+}
+
+std::vector<SettingKey> JournalKeys() {
+  constexpr std::int64_t kMebibyte = 1024 * 1024;
+  constexpr std::int64_t kMaxDays = 3650;
+  constexpr std::int64_t kMaxLimit = 24 * 3600;
+  const std::string table = "journal";
+  return {
+      JournalEnabledKey(),
+      Text(
+          table, "state_directory", [](auto& settings) -> auto& { return settings.journal.state_directory; },
+          "Folder in which it lies, in a folder of its own. Where the default cannot be written, "
+          "$XDG_STATE_HOME/vexora."),
+      Number(
+          table, "days", [](auto& settings) -> auto& { return settings.journal.days; }, 1, kMaxDays,
+          "Days that are kept. No chart and no report goes further back than 31."),
+      Number(
+          table, "bytes", [](auto& settings) -> auto& { return settings.journal.bytes; }, kMebibyte,
+          1024 * 1024 * kMebibyte, "Octets that are kept, if they are fewer; the oldest go first."),
+      WarmStartKey(),
+      Number(
+          table, "warm_start_seconds", [](auto& settings) -> auto& { return settings.journal.warm_start_limit; }, 1,
+          kMaxLimit, "What takes longer than this to be replayed is left out, oldest first."),
+  };
+}
+
 std::vector<SettingKey> SimulatedKeys() {
   const std::string simulated = "sources.simulated";
   return {
@@ -234,7 +288,7 @@ struct Written {
 const std::vector<SettingKey>& SettingKeys() {
   static const std::vector<SettingKey> keys = [] {
     std::vector<SettingKey> all = ServerKeys();
-    for (std::vector<SettingKey> more : {LimitKeys(), ProbeKeys(), SimulatedKeys()}) {
+    for (std::vector<SettingKey> more : {LimitKeys(), JournalKeys(), ProbeKeys(), SimulatedKeys()}) {
       std::move(more.begin(), more.end(), std::back_inserter(all));
     }
     return all;

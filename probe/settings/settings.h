@@ -1,10 +1,12 @@
 #pragma once
 
+#include <cstdint>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 
 #include "probe/host/log.h"
+#include "probe/journal/journal_settings.h"
 #include "probe/server/net/server_settings.h"
 #include "probe/sources/simulated/simulated_settings.h"
 #include "probe/sources/snmp/snmp_settings.h"
@@ -24,8 +26,10 @@ struct Settings {
   ThisMachineSettings this_machine;
   SimulatedSettings simulated;
   snmp::SnmpSettings snmp;
-  std::string record_path;  ///< File to record into; empty: none. Settled on the command line only, as is the next.
-  unsigned speed = 1;       ///< How many times faster than the true pace everything runs.
+  journal::JournalSettings journal;
+  std::string record_path;  ///< File to record into; empty: none. Settled on the command line only, as are the next.
+  std::uint64_t record_bytes = std::uint64_t{8} * 1024 * 1024 * 1024;  ///< The recording ends there.
+  unsigned speed = 1;  ///< How many times faster than the true pace everything runs.
 };
 
 /// Settings that cannot be used. The text is fit for an administrator: one line for each thing that is wrong, each of

@@ -74,7 +74,7 @@ def main():
     signal.signal(signal.SIGTERM, lambda *_: sys.exit(1))  # through the end of the block below
     with tempfile.TemporaryDirectory(prefix="vexora-snmp-") as name:
         folder = pathlib.Path(name)
-        settings = "[sources.this_machine]\nenabled = false\n\n"
+        settings = "[sources.this_machine]\nenabled = false\n\n[journal]\nenabled = false\n\n"
         try:
             for walk, port in zip(walks, free_ports(len(walks))):
                 agents.append(start_agent(folder, walk, port))

@@ -27,7 +27,9 @@ export class ProbeProcess {
     const folder = mkdtempSync(join(tmpdir(), 'vexora-'));
     const file = join(folder, 'probe.toml');
     writeFileSync(file, configuration);
-    const child = spawn(program, ['--config', file, '--port', String(port), ...args, ...furtherArguments], {
+    // That of this machine, where real devices would be journalled, is none of the tests' business.
+    const journal = configuration.includes('[journal]') ? [] : ['--no-journal'];
+    const child = spawn(program, ['--config', file, '--port', String(port), ...journal, ...args, ...furtherArguments], {
       env: { ...process.env, TZ: zone },
       stdio: ['ignore', 'pipe', 'pipe'],
     });

@@ -202,6 +202,52 @@ TEST_F(HttpApiTest, TellsWhereThePassesAre) {
   EXPECT_GE(status["now"].get<std::int64_t>(), status["passes"]["last"].get<std::int64_t>() * 1000);
 }
 
+TEST_F(HttpApiTest, TellsHowFarTheJournalIsReplayed) {
+  probe::HistoryStatus history;
+  const probe::HttpApi api({"1.2.3", 1}, plugin, centre, latest, probe::PageFiles(""), {}, [&] { return history; });
+  const auto told = [&] { return json::parse(*api.Answer({"/api/status", {}}).body)["history"]; };
+  history.is_warming = true;
+  history.share = 0.25;
+  EXPECT_EQ(*api.Answer({"/healthz", {}}).body, R"({"status":"warming"})");
+  EXPECT_EQ(told(), json::parse(R"({"state": "warming", "share": 0.25, "seconds_left": null, "known_since": null,
+                                    "outages": [], "journal": "off"})"));
+  history.time_left = std::chrono::seconds(7);
+  history.known_since = 60;
+  EXPECT_EQ(told()["seconds_left"], 7);
+  history.is_warming = false;
+  history.outages = {{.from = 120, .to = 900}};
+  history.journal = probe::HistoryStatus::Journal::kFailing;
+  EXPECT_EQ(told(), json::parse(R"({"state": "ready", "known_since": 60, "outages": [{"from": 120, "to": 900}],
+                                    "journal": "failing"})"));
+  EXPECT_EQ(*api.Answer({"/healthz", {}}).body, R"({"status":"starting"})");
+}
+
+TEST_F(HttpApiTest, AnswersQuestionsBeforeTheFirstPassWhenThePluginHasHistories) {
+  Serve();
+  latest.Start(*server, service);
+  service.AddSubscriber("HealthMonitor", subscriber);
+  std::vector<time_t> passes;
+  probe::LatestMessages other;
+  other.SetPassObserver([&](time_t at) { passes.push_back(at); });
+  other.Start(*server, service);
+  EXPECT_EQ(other.last_pass(), std::nullopt);
+  other.AllowQuestions();
+  other.Ask("HealthMonitor", "");
+  for (const auto& [connection, filter] : service.GetSubscribeList("HealthMonitor")["latest"]) Push(connection, "{}");
+  EXPECT_EQ(passes.size(), 1U);
+}
+
+TEST(PassTimes, KnowTheOldestPassAndTheTimesWithoutAny) {
+  probe::PassTimes times;
+  EXPECT_EQ(times.known_since(), std::nullopt);
+  for (const time_t at : {1000, 1060, 1239, 1419, 1000, 900, 5000}) times.Note(at);
+  EXPECT_EQ(times.known_since(), 900) << "the clock was set back";
+  EXPECT_THAT(times.outages(), ElementsAre(probe::Outage{1239, 1419}, probe::Outage{900, 5000}));
+  for (int outage = 1; outage <= 200; ++outage) times.Note(5000 + outage * 180);
+  EXPECT_EQ(times.outages().size(), probe::PassTimes::kMaxOutages);
+  EXPECT_EQ(times.outages().back().to, 5000 + 200 * 180);
+}
+
 TEST_F(HttpApiTest, GuardsEverythingButItsHealthAndThePages) {
   const probe::HttpApi api({}, plugin, centre, latest, probe::PageFiles(""));
   EXPECT_EQ(api.LookUp("/healthz").access, probe::Access::kPublic);

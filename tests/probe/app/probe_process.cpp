@@ -35,8 +35,9 @@ pid_t Spawn(std::vector<std::string> words, int output) {
 
 }  // namespace
 
-ProbeProcess::ProbeProcess(const std::vector<std::string>& arguments) {
+ProbeProcess::ProbeProcess(const std::vector<std::string>& arguments, Journal journal) {
   std::vector<std::string> words{VEXORA_PROBE_FILE};
+  if (journal == Journal::kNone) words.emplace_back("--no-journal");
   words.insert(words.end(), arguments.begin(), arguments.end());
   std::array<int, 2> ends{};
   if (pipe2(ends.data(), O_CLOEXEC) != 0) throw std::runtime_error("no pipe");

@@ -14,7 +14,10 @@ inline constexpr std::chrono::seconds kPatience{60};
 /// A `vexora-probe` that runs as a process of its own, as somebody starts it from a shell. Killed when it goes.
 class ProbeProcess {
  public:
-  explicit ProbeProcess(const std::vector<std::string>& arguments);
+  /// That of this machine, where it would be without more words, is none of the tests' business.
+  enum class Journal { kNone, kAsConfigured };
+
+  explicit ProbeProcess(const std::vector<std::string>& arguments, Journal journal = Journal::kNone);
   ~ProbeProcess();
   ProbeProcess(const ProbeProcess&) = delete;
   ProbeProcess& operator=(const ProbeProcess&) = delete;

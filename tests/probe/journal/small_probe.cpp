@@ -116,7 +116,7 @@ void SmallProbe::Report(const HistoryStep& step) {
     if (snapshot == nullptr) {
       DeviceCentre::Instance().Forget(mac);
     } else {
-      DeviceCentre::Instance().Replace(mac, snapshot);
+      DeviceCentre::Instance().ReplaceWith(mac, snapshot);
     }
   }
 }

@@ -73,4 +73,23 @@ TEST(RecorderTest, SaysOnceThatItsFileTakesNoMore) {
                                                                      " cannot be written any more: it is cut short")));
 }
 
+TEST(RecorderTest, EndsARecordingAtItsSizeAndSaysSo) {
+  const test::TestFolder folder;
+  const std::string path = folder.Path("x.jsonl");
+  const test::LogCapture log;
+  Recorder recorder(path, DeviceCentre::Instance(), SubscriptionService::Instance(), 150);
+  recorder.OnCleanUp("02:fc:00:00:00:01");
+  EXPECT_THAT(log.Lines(), IsEmpty());
+  for (int round = 0; round < 10; ++round) recorder.OnCleanUp("02:fc:00:00:00:02");
+  recorder.OnPassBegins(60);
+  recorder.OnPassEnds();
+  EXPECT_THAT(log.Texts(probe::log::Level::kInfo, "as many as it may have"), ::testing::SizeIs(1));
+  std::ifstream file(path);
+  std::string last;
+  int lines = 0;
+  for (std::string line; std::getline(file, line); ++lines) last = line;
+  EXPECT_EQ(last, R"({"cleanup":"02:fc:00:00:00:02"})");
+  EXPECT_LT(lines, 6);
+}
+
 }  // namespace

@@ -1,0 +1,30 @@
+#include "probe/api/history_status.h"
+
+#include <algorithm>
+
+using utilities::lock::lock_guard;
+
+namespace probe {
+
+void PassTimes::Note(time_t at) {
+  const lock_guard held(lock_);
+  if (last_ && at - *last_ >= kLeastOutage) {
+    if (outages_.size() == kMaxOutages) outages_.erase(outages_.begin());
+    outages_.push_back({.from = *last_, .to = at});
+  }
+  // The clock may have been set back.
+  first_ = std::min(first_.value_or(at), at);
+  last_ = at;
+}
+
+std::optional<time_t> PassTimes::known_since() const {
+  const lock_guard held(lock_);
+  return first_;
+}
+
+std::vector<Outage> PassTimes::outages() const {
+  const lock_guard held(lock_);
+  return outages_;
+}
+
+}  // namespace probe

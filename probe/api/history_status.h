@@ -1,0 +1,60 @@
+#pragma once
+
+#include <chrono>
+#include <ctime>
+#include <functional>
+#include <optional>
+#include <vector>
+
+#include "platform/utilities/locks.h"
+
+namespace probe {
+
+/// A time without passes: the probe was off.
+struct Outage {
+  time_t from = 0;  ///< The last pass before it.
+  time_t to = 0;    ///< The first one after it.
+
+  bool operator==(const Outage&) const = default;
+};
+
+/// When passes were made, those included that a start has replayed.
+///
+/// Threads: any.
+class PassTimes {
+ public:
+  /// So long without a pass is an outage; one that is a little late is none.
+  static constexpr time_t kLeastOutage = 180;
+  static constexpr std::size_t kMaxOutages = 100;
+
+  void Note(time_t at) VEXORA_EXCLUDES(lock_);
+
+  /// The oldest pass; nothing: there was none.
+  std::optional<time_t> known_since() const VEXORA_EXCLUDES(lock_);
+
+  /// The newest outages, in the order in which they came.
+  std::vector<Outage> outages() const VEXORA_EXCLUDES(lock_);
+
+ private:
+  mutable utilities::lock::Mutex lock_;  // leaf
+  std::optional<time_t> first_ VEXORA_GUARDED_BY(lock_);
+  std::optional<time_t> last_ VEXORA_GUARDED_BY(lock_);
+  std::vector<Outage> outages_ VEXORA_GUARDED_BY(lock_);
+};
+
+/// What histories and reports rest on, as docs/openapi.yaml describes it.
+struct HistoryStatus {
+  enum class Journal { kOff, kOn, kFailing };
+
+  bool is_warming = false;
+  double share = 1;                                                  ///< Of the journal; while warming.
+  std::optional<std::chrono::seconds> time_left;                     ///< While warming.
+  std::optional<std::chrono::steady_clock::time_point> ready_since;  ///< Nothing: since the start.
+  std::optional<time_t> known_since;
+  std::vector<Outage> outages;
+  Journal journal = Journal::kOff;
+};
+
+using HistorySource = std::function<HistoryStatus()>;
+
+}  // namespace probe

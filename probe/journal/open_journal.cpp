@@ -1,0 +1,59 @@
+#include "probe/journal/open_journal.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <exception>
+#include <filesystem>
+#include <system_error>
+
+#include "probe/host/log.h"
+
+namespace probe::journal {
+namespace {
+
+/// Source: XDG Base Directory Specification. Empty when nothing tells where the user's home is.
+std::string UserStateDirectory() {
+  const char* const state = std::getenv("XDG_STATE_HOME");  // NOLINT(concurrency-mt-unsafe): nobody sets it
+  if (state != nullptr && *state == '/') return std::string(state) + "/vexora";
+  const char* const home = std::getenv("HOME");  // NOLINT(concurrency-mt-unsafe)
+  return home != nullptr && *home == '/' ? std::string(home) + "/.local/state/vexora" : std::string();
+}
+
+bool IsTaken(const std::system_error& error) {
+  return error.code().value() == EWOULDBLOCK;
+}
+
+std::unique_ptr<JournalFolder> Open(const std::string& state_directory) {
+  return std::make_unique<JournalFolder>(JournalPathIn(state_directory));
+}
+
+}  // namespace
+
+std::string JournalPathIn(const std::string& state_directory) {
+  return (std::filesystem::path(state_directory) / "journal").string();
+}
+
+std::unique_ptr<JournalFolder> OpenJournal(const JournalSettings& settings) {
+  std::string why;
+  try {
+    return Open(settings.state_directory);
+  } catch (const std::system_error& error) {
+    why = error.what();
+    const std::string other = settings.state_directory == kDefaultStateDirectory ? UserStateDirectory() : "";
+    // Another probe's journal is no reason to begin a second one elsewhere.
+    if (!other.empty() && !IsTaken(error)) {
+      try {
+        auto folder = Open(other);
+        log::Info("[Journal] %s cannot be written: the journal is kept in %s", settings.state_directory.c_str(),
+                  folder->path().c_str());
+        return folder;
+      } catch (const std::system_error& second) {
+        why += "; " + std::string(second.what());
+      }
+    }
+  }
+  log::Error("[Journal] there is none: %s. A restart will lose all histories", why.c_str());
+  return nullptr;
+}
+
+}  // namespace probe::journal

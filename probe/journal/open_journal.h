@@ -1,0 +1,20 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "probe/journal/journal_folder.h"
+#include "probe/journal/journal_settings.h"
+
+namespace probe::journal {
+
+/// The folder of the journal in a state directory.
+std::string JournalPathIn(const std::string& state_directory);
+
+/// Takes the folder of the journal, in the state directory of the settings. Where that is the default and cannot be
+/// written, as when somebody starts the probe by hand, in `$XDG_STATE_HOME/vexora` instead, which the log says.
+///
+/// Fails: null when there is none that can be written; the log says why.
+std::unique_ptr<JournalFolder> OpenJournal(const JournalSettings& settings);
+
+}  // namespace probe::journal

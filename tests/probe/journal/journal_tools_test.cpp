@@ -1,0 +1,182 @@
+#include "probe/journal/journal_tools.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <sstream>
+#include <string>
+
+#include "probe/host/device_centre.h"
+#include "probe/journal/journal_writer.h"
+#include "probe/journal/open_journal.h"
+#include "probe/recording/device_state_writer.h"
+#include "probe/recording/recording_line.h"
+#include "tests/probe/journal/random_history.h"
+#include "tests/support/local_time.h"
+#include "tests/support/test_folder.h"
+
+namespace {
+
+using probe::journal::JournalFolder;
+using probe::journal::JournalWriter;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+
+class JournalToolsTest : public ::testing::Test {
+ protected:
+  /// One run of the probe over these steps of a history.
+  void Run(const test::RandomHistory& history, std::size_t first, std::size_t end) {
+    probe::DeviceCentre centre;
+    JournalWriter writer(std::make_unique<JournalFolder>(path_), probe::journal::ListSegments(path_), {.days = 1000},
+                         centre, {history.start, true, "Europe/Berlin", "1"});
+    for (std::size_t step = first; step < end; ++step) {
+      for (const auto& [mac, snapshot] : history.steps[step].changes) {
+        snapshot == nullptr ? centre.Forget(mac) : centre.ReplaceWith(mac, snapshot);
+      }
+      writer.OnPassBegins(history.steps[step].at);
+      for (const std::string& mac : history.steps[step].clean_ups) writer.OnCleanUp(mac);
+    }
+  }
+
+  struct Told {
+    int exit_code = 0;
+    std::string out;
+    std::string errors;
+  };
+
+  Told Info() const {
+    std::ostringstream out;
+    std::ostringstream errors;
+    const int exit_code = probe::journal::PrintJournalInfo(state_, out, errors);
+    return {exit_code, out.str(), errors.str()};
+  }
+
+  Told Export() const {
+    std::ostringstream out;
+    std::ostringstream errors;
+    const int exit_code = probe::journal::ExportJournal(path_, out, errors);
+    return {exit_code, out.str(), errors.str()};
+  }
+
+  Told Check(bool is_repair) const {
+    std::ostringstream out;
+    std::ostringstream errors;
+    const int exit_code = probe::journal::CheckJournal(state_, is_repair, out, errors);
+    return {exit_code, out.str(), errors.str()};
+  }
+
+  test::LocalZone zone_{"Europe/Berlin"};
+  test::TestFolder folder_;
+  const std::string state_ = folder_.Path("state");
+  const std::string path_ = probe::journal::JournalPathIn(state_);
+};
+
+TEST_F(JournalToolsTest, SayWhichDaysThereAre) {
+  test::RandomHistory history = test::MakeHistory(1, 30);
+  time_t at = 1'795'215'600 - 10 * 60;  // ten minutes before a midnight
+  for (test::HistoryStep& step : history.steps) step.at = at += 60;
+  Run(history, 0, 30);
+  const Told told = Info();
+  EXPECT_EQ(told.exit_code, 0);
+  EXPECT_THAT(told.out, HasSubstr("2 days, 30 passes, "));
+  EXPECT_THAT(told.out, HasSubstr("from 2026-11-20 23:51 to 2026-11-21 00:20"));
+  EXPECT_THAT(told.out, HasSubstr("2026-11-21: 20 passes, ")) << "its first ten are in the day before's segment";
+  EXPECT_THAT(told.errors, IsEmpty());
+}
+
+TEST_F(JournalToolsTest, SayThatThereIsNone) {
+  for (const Told& told : {Info(), Check(false)}) {
+    EXPECT_EQ(told.exit_code, 1);
+    EXPECT_THAT(told.errors, HasSubstr("there is no journal"));
+  }
+}
+
+TEST_F(JournalToolsTest, ExportARecordingWithAllDevicesPassesAndCleanUps) {
+  const test::RandomHistory history = test::MakeHistory(5, 60);
+  Run(history, 0, 25);
+  Run(history, 25, 60);
+  const Told told = Export();
+  EXPECT_EQ(told.exit_code, 0);
+  std::istringstream lines(told.out);
+  std::string line;
+  std::getline(lines, line);
+  EXPECT_EQ(probe::recording::ParseHeader(line).timezone, "Europe/Berlin");
+  EXPECT_EQ(probe::recording::ParseHeader(line).start, history.start);
+  std::size_t pass = 0;
+  std::size_t clean_ups = 0;
+  std::map<std::string, std::string> states;
+  while (std::getline(lines, line)) {
+    probe::recording::Line parsed = probe::recording::ParseLine(line);
+    if (auto* set = std::get_if<probe::recording::SetDevice>(&parsed)) {
+      states[set->mac] = set->state.dump();
+    } else if (const auto* forget = std::get_if<probe::recording::ForgetDevice>(&parsed)) {
+      states.erase(forget->mac);
+    } else if (const auto* passes = std::get_if<probe::recording::RunPasses>(&parsed)) {
+      ASSERT_EQ(passes->at, history.steps[pass++].at);
+    } else if (std::holds_alternative<probe::recording::CleanUp>(parsed)) {
+      ++clean_ups;
+    }
+  }
+  EXPECT_EQ(pass, 60U);
+  std::size_t expected_clean_ups = 0;
+  std::map<std::string, std::string> expected;
+  for (std::size_t step = 0; step < 60; ++step) {
+    if (step == 25) expected.clear();  // the second run began without devices
+    expected_clean_ups += history.steps[step].clean_ups.size();
+    for (const auto& [mac, snapshot] : history.steps[step].changes) {
+      if (snapshot == nullptr) {
+        expected.erase(mac);
+      } else {
+        const std::string text =
+            probe::recording::StateOf(*snapshot).dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+        expected[mac] = nlohmann::ordered_json::parse(text).dump();
+      }
+    }
+  }
+  EXPECT_EQ(clean_ups, expected_clean_ups);
+  EXPECT_EQ(states, expected);
+}
+
+TEST_F(JournalToolsTest, CheckAndRepairACutTail) {
+  const test::RandomHistory history = test::MakeHistory(2, 40);
+  Run(history, 0, 20);
+  Run(history, 20, 40);
+  EXPECT_EQ(Check(false).exit_code, 0);
+  EXPECT_THAT(Check(false).out, HasSubstr("all of it can be read"));
+  const std::string last = probe::journal::ListSegments(path_).back().path;
+  std::filesystem::resize_file(last, std::filesystem::file_size(last) - 3);
+
+  const Told cut = Check(false);
+  EXPECT_EQ(cut.exit_code, 1);
+  EXPECT_THAT(cut.out, HasSubstr(last + ": cut off behind "));
+
+  EXPECT_EQ(Check(true).exit_code, 1);
+  EXPECT_EQ(Check(false).exit_code, 0) << Check(false).out;
+}
+
+TEST_F(JournalToolsTest, RepairNothingThatAProbeWrites) {
+  Run(test::MakeHistory(3, 5), 0, 5);
+  const JournalFolder taken(path_);
+  const Told told = Check(true);
+  EXPECT_EQ(told.exit_code, 1);
+  EXPECT_THAT(told.errors, HasSubstr("another probe writes this journal"));
+  EXPECT_EQ(Check(false).exit_code, 0);
+}
+
+TEST_F(JournalToolsTest, NameASegmentOfAnotherVersion) {
+  Run(test::MakeHistory(4, 5), 0, 5);
+  const std::string path = probe::journal::ListSegments(path_).front().path;
+  {
+    std::fstream file(path, std::ios::in | std::ios::out | std::ios::binary);
+    file.seekp(8);
+    file.put('\x07');
+  }
+  EXPECT_THAT(Info().errors, HasSubstr(path + ": it has format version 7, and this probe reads version 1"));
+  EXPECT_THAT(Check(true).out, HasSubstr("format version 7"));
+  EXPECT_TRUE(std::filesystem::exists(path));
+}
+
+}  // namespace

@@ -1,0 +1,228 @@
+#include "probe/journal/warm_start.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <fstream>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "platform/logging.h"
+#include "platform/tasks.h"
+#include "probe/clock/virtual_clock.h"
+#include "probe/host/device_centre.h"
+#include "probe/host/memory_cleanup.h"
+#include "probe/host/subscription_service.h"
+#include "probe/journal/journal_writer.h"
+#include "tests/support/log_capture.h"
+#include "tests/support/message_capture.h"
+#include "tests/support/test_folder.h"
+
+namespace {
+
+using probe::DeviceCentre;
+using probe::DeviceSnapshot;
+using probe::InstalledClock;
+using probe::journal::JournalFolder;
+using probe::journal::JournalWriter;
+using probe::journal::ListSegments;
+using probe::journal::WarmStart;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::SizeIs;
+using namespace std::chrono_literals;
+
+/// What the engine sees in a pass.
+struct SeenPass {
+  time_t at = 0;
+  std::vector<std::string> devices;
+  std::size_t subscriptions = 0;
+};
+
+constexpr const char* kEngine = "engine";
+
+/// Stands for the plug-in's engine: notes what it sees in each pass.
+class NotingTask final : public Task {
+ public:
+  NotingTask(std::vector<SeenPass>& passes, std::atomic<bool>& is_stopped)
+      : Task(kEngine), passes_(passes), is_stopped_(is_stopped) {}
+
+  void Run() override {
+    while (!is_stopped_.load()) {
+      InstalledClock().Sleep(60);
+      pel_log_error(log_module::kMonitor, "a pass");
+      passes_.push_back({InstalledClock().Now().tv_sec, DeviceManager::GetInstance().GetOnlineManagedDevices(false),
+                         probe::SubscriptionService::Instance().GetSubscribeList("Topic").size()});
+    }
+  }
+
+ private:
+  std::vector<SeenPass>& passes_;  // to be read when the engine is gone
+  std::atomic<bool>& is_stopped_;
+};
+
+/// Runs it; like the plug-in's it makes one pass more when it is stopped.
+class Engine {
+ public:
+  explicit Engine(std::vector<SeenPass>& passes) {
+    task_manager::StartTask(std::make_shared<NotingTask>(passes, is_stopped_));
+  }
+  ~Engine() {
+    is_stopped_.store(true);
+    task_manager::WaitTaskPool(kEngine);
+  }
+  Engine(const Engine&) = delete;
+  Engine& operator=(const Engine&) = delete;
+
+ private:
+  std::atomic<bool> is_stopped_{false};
+};
+
+std::vector<std::string> cleaned_up;
+
+class WarmStartTest : public ::testing::Test {
+ protected:
+  WarmStartTest() {
+    cleaned_up.clear();
+    RegisterMonitorMemoryCleanup([](const std::string& mac) { cleaned_up.push_back(mac); });
+    probe::SubscriptionService::Instance().File("Topic", probe::ConnectionId{1}, {{"a", test::FilterOf("1m")}});
+  }
+  ~WarmStartTest() override {
+    RegisterMonitorMemoryCleanup(nullptr);
+    probe::SubscriptionService::Instance().Clear();
+    DeviceCentre::Instance().Clear();
+  }
+
+  /// A run of the probe with these devices, whose passes are a minute apart.
+  void Journal(const std::vector<std::string>& macs, time_t first, int passes) {
+    DeviceCentre centre;
+    JournalWriter writer(std::make_unique<JournalFolder>(path_), ListSegments(path_), {}, centre,
+                         {first - 60, true, "", ""});
+    for (const std::string& mac : macs) centre.Replace(mac, DeviceSnapshot{});
+    for (int pass = 0; pass < passes; ++pass) {
+      writer.OnPassBegins(first + 60 * pass);
+      writer.OnPassEnds();
+    }
+  }
+
+  WarmStart::Plan Plan(std::chrono::seconds limit = 100s) const { return {ListSegments(path_), limit}; }
+
+  /// Runs it to its end, and two passes of the present.
+  void Warm(WarmStart& warm) {
+    const Engine engine(passes_);
+    std::atomic<bool> is_ready{false};
+    warm.Begin([this](time_t at) { replayed_.push_back(at); }, [&] { is_ready.store(true); });
+    while (!is_ready.load()) std::this_thread::yield();
+    warm.Stop();
+    present_.RunPass(kPresent + 60);
+  }
+
+  static constexpr time_t kPresent = 1'795'219'200;
+  probe::VirtualClock present_{kPresent};
+  probe::ClockInstallation installation_{present_};
+  test::LogCapture log_;
+  test::TestFolder folder_;
+  const std::string path_ = folder_.Path("journal");
+  std::vector<time_t> replayed_;
+  std::vector<SeenPass> passes_;
+};
+
+TEST_F(WarmStartTest, ShowsTheEngineThePastAndEverybodyElseThePresent) {
+  Journal({"A", "B"}, 600, 3);
+  DeviceCentre::Instance().Replace("C", DeviceSnapshot{});
+  WarmStart warm(Plan(), DeviceCentre::Instance());
+  time_t registered = 0;
+  warm.InReplayedTime([&] { registered = InstalledClock().Now().tv_sec; });
+  EXPECT_EQ(registered, 540);
+  EXPECT_EQ(InstalledClock().Now().tv_sec, kPresent);
+  Warm(warm);
+  EXPECT_TRUE(warm.is_ready());
+  EXPECT_EQ(warm.progress().share, 1);
+  EXPECT_THAT(replayed_, ElementsAre(600, 660, 720));
+}
+
+TEST_F(WarmStartTest, HandsTheEngineOverToTheDevicesOfTheSourcesInTheOldOrder) {
+  Journal({"A", "B"}, 600, 2);
+  for (const char* mac : {"C", "B"}) DeviceCentre::Instance().Replace(mac, DeviceSnapshot{});
+  WarmStart warm(Plan(), DeviceCentre::Instance());
+  Warm(warm);
+  ASSERT_THAT(passes_, SizeIs(4));
+  EXPECT_THAT(passes_[1].devices, ElementsAre("A", "B"));
+  EXPECT_EQ(passes_[1].at, 660);
+  EXPECT_THAT(passes_[2].devices, ElementsAre("B", "C")) << "nobody reports A any more";
+  EXPECT_EQ(passes_[2].at, kPresent + 60);
+  EXPECT_THAT(DeviceCentre::Instance().NamedFrom(0), ElementsAre("A", "B", "C"));
+}
+
+TEST_F(WarmStartTest, PushesAndLogsNothingUntilItIsReady) {
+  Journal({"A"}, 600, 2);
+  WarmStart warm(Plan(), DeviceCentre::Instance());
+  Warm(warm);
+  EXPECT_EQ(passes_[1].subscriptions, 0U);
+  EXPECT_EQ(passes_[2].subscriptions, 1U);
+  EXPECT_THAT(log_.Texts(probe::log::Level::kError, "a pass"), SizeIs(2)) << "those of the present";
+}
+
+TEST_F(WarmStartTest, HasCleanUpsOfThePresentWait) {
+  Journal({"A"}, 600, 2);
+  WarmStart warm(Plan(), DeviceCentre::Instance());
+  probe::CleanUpDevice("A");
+  EXPECT_THAT(cleaned_up, IsEmpty());
+  std::vector<std::string> observed;
+  probe::SetCleanUpObserver([&](const std::string& mac) { observed.push_back(mac); });
+  Warm(warm);
+  probe::SetCleanUpObserver({});
+  EXPECT_THAT(cleaned_up, ElementsAre("A"));
+  EXPECT_THAT(observed, ElementsAre("A")) << "so that it gets into the journal";
+}
+
+TEST_F(WarmStartTest, IsEmptyWithoutAJournal) {
+  WarmStart warm(Plan(), DeviceCentre::Instance());
+  EXPECT_TRUE(warm.is_empty());
+  EXPECT_TRUE(warm.is_ready());
+  EXPECT_EQ(&DeviceCentre::InForce(), &DeviceCentre::Instance());
+  EXPECT_EQ(InstalledClock().Now().tv_sec, kPresent);
+}
+
+TEST_F(WarmStartTest, LeavesTheOldestOutThatTakeTooLong) {
+  for (time_t run = 0; run < 3; ++run) Journal({"A"}, 10'000 * (run + 1), 400);
+  // What passes of an engine that does nothing cost is next to nothing: a limit of 0 leaves all out but the log's line.
+  WarmStart warm(Plan(0s), DeviceCentre::Instance());
+  EXPECT_TRUE(warm.is_empty());
+  EXPECT_THAT(log_.Texts(probe::log::Level::kInfo, "journal.warm_start_seconds = 0"), SizeIs(1));
+}
+
+TEST_F(WarmStartTest, PassesOverWhatItCannotReadAndNamesIt) {
+  Journal({"A"}, 600, 2);
+  Journal({"A"}, 6000, 2);
+  {
+    std::fstream file(ListSegments(path_).front().path, std::ios::in | std::ios::out | std::ios::binary);
+    file.seekp(8);
+    file.put('\x02');
+  }
+  WarmStart warm(Plan(), DeviceCentre::Instance());
+  Warm(warm);
+  EXPECT_THAT(replayed_, ElementsAre(6000, 6060));
+  EXPECT_THAT(log_.Texts(probe::log::Level::kError, "format version 2, and this probe reads version 1"), SizeIs(1));
+}
+
+TEST_F(WarmStartTest, CanBeStoppedAtAnyTime) {
+  Journal({"A"}, 600, 500);
+  for (int stop = 0; stop < 20; ++stop) {
+    {
+      WarmStart warm(Plan(), DeviceCentre::Instance());
+      const Engine engine(passes_);
+      warm.Begin({}, {});
+      std::this_thread::sleep_for(std::chrono::microseconds(stop * 200));
+      warm.Stop();
+    }
+    EXPECT_EQ(&DeviceCentre::InForce(), &DeviceCentre::Instance());
+  }
+}
+
+}  // namespace
