@@ -222,18 +222,28 @@ TEST_F(HttpApiTest, TellsHowFarTheJournalIsReplayed) {
   EXPECT_EQ(*api.Answer({"/healthz", {}}).body, R"({"status":"starting"})");
 }
 
-TEST_F(HttpApiTest, AnswersQuestionsBeforeTheFirstPassWhenThePluginHasHistories) {
+/// Counts how often it is asked for a message at once.
+class CountingSubscriber final : public subscribes::Subscriber {
+ public:
+  subscribes::ParsedRequest FilterParser(json_object* request) override { return parser.FilterParser(request); }
+  void PushDataBySID(const subscribes::SubscriptionList& /*subscriptions*/) override { ++pushes; }
+  test::RecordingSubscriber parser;
+  int pushes = 0;
+};
+
+TEST_F(HttpApiTest, AsksForAMessageBeforeTheFirstPassWhenThePluginHasHistories) {
+  const auto counting = std::make_shared<CountingSubscriber>();
+  service.AddSubscriber("HealthMonitor", counting);
+  std::vector<time_t> passes;
+  latest.SetPassObserver([&](time_t at) { passes.push_back(at); });
   Serve();
   latest.Start(*server, service);
-  service.AddSubscriber("HealthMonitor", subscriber);
-  std::vector<time_t> passes;
-  probe::LatestMessages other;
-  other.SetPassObserver([&](time_t at) { passes.push_back(at); });
-  other.Start(*server, service);
-  EXPECT_EQ(other.last_pass(), std::nullopt);
-  other.AllowQuestions();
-  other.Ask("HealthMonitor", "");
-  for (const auto& [connection, filter] : service.GetSubscribeList("HealthMonitor")["latest"]) Push(connection, "{}");
+  Ask("/api/live/HealthMonitor");
+  EXPECT_EQ(counting->pushes, 0) << "there is nothing to tell yet";
+  latest.AllowQuestions();
+  Ask("/api/live/HealthMonitor");
+  EXPECT_EQ(counting->pushes, 1);
+  PassWith("{}");
   EXPECT_EQ(passes.size(), 1U);
 }
 
