@@ -1,0 +1,140 @@
+// vexora-probe as a process, killed and started again with its journal.
+
+#include <arpa/inet.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <array>
+#include <chrono>
+#include <csignal>
+#include <functional>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "tests/probe/app/probe_process.h"
+#include "tests/support/test_folder.h"
+
+namespace {
+
+using nlohmann::json;
+using test::ProbeProcess;
+using ::testing::HasSubstr;
+
+/// The body of an answer; empty when there is none.
+std::string BodyOf(int port, const std::string& path) {
+  const int socket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_port = htons(static_cast<std::uint16_t>(port));
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  std::string answer;
+  if (connect(socket, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0) {
+    const std::string request = "GET " + path + " HTTP/1.1\r\nHost: 127.0.0.1\r\nConnection: close\r\n\r\n";
+    EXPECT_EQ(write(socket, request.data(), request.size()), static_cast<ssize_t>(request.size()));
+    std::array<char, 65'536> piece{};
+    for (ssize_t size = 0; (size = read(socket, piece.data(), piece.size())) > 0;) {
+      answer.append(piece.data(), static_cast<std::size_t>(size));
+    }
+  }
+  close(socket);
+  const std::size_t head = answer.find("\r\n\r\n");
+  return head == std::string::npos ? "" : answer.substr(head + 4);
+}
+
+json Asked(int port, const std::string& path) {
+  return json::parse(BodyOf(port, path), nullptr, false);
+}
+
+/// Waits until `/api/status` says so. False when that takes longer than a minute.
+bool Await(int port, const std::function<bool(const json& status)>& condition) {
+  const auto deadline = std::chrono::steady_clock::now() + test::kPatience;
+  while (std::chrono::steady_clock::now() < deadline) {
+    const json status = Asked(port, "/api/status");
+    if (status.is_object() && condition(status)) return true;
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  }
+  return false;
+}
+
+class RestartedProcess : public ::testing::Test {
+ protected:
+  std::vector<std::string> Arguments(const std::string& more = "") const {
+    return {"--config",
+            folder_.Write("probe.toml",
+                          "[journal]\nenabled = true\nstate_directory = \"" + folder_.Path("state") + "\"\n" + more),
+            "--simulated",
+            "--speed",
+            "3600",
+            "--port",
+            "0"};
+  }
+
+  test::TestFolder folder_;
+};
+
+TEST_F(RestartedProcess, KnowsWhatTheKilledOneKnew) {
+  json periods;
+  json report;
+  std::string yesterday;
+  {
+    ProbeProcess probe(Arguments(), ProbeProcess::Journal::kAsConfigured);
+    const int port = probe.AwaitPort();
+    ASSERT_NE(port, 0) << probe.output();
+    ASSERT_TRUE(Await(port, [&](const json& /*status*/) {
+      periods = Asked(port, "/api/reports/networks/periods");
+      return periods.is_object() && periods["daily"].size() == 2;
+    }));
+    yesterday = periods["daily"][0];
+    report = Asked(port, "/api/reports/networks?type=daily&period=" + yesterday);
+    probe.Signal(SIGKILL);
+    EXPECT_EQ(probe.AwaitExit(), -SIGKILL);
+  }
+  ASSERT_TRUE(report.contains("spectrum_usage")) << report;
+
+  ProbeProcess probe(Arguments(), ProbeProcess::Journal::kAsConfigured);
+  const int port = probe.AwaitPort();
+  ASSERT_NE(port, 0) << probe.output();
+  ASSERT_TRUE(Await(port, [](const json& status) { return status["history"]["state"] == "ready"; }));
+  EXPECT_EQ(Asked(port, "/api/reports/networks?type=daily&period=" + yesterday), report);
+  ASSERT_TRUE(Await(port, [](const json& status) { return status["passes"]["last"].is_number(); }));
+  EXPECT_EQ(Asked(port, "/healthz"), json::parse(R"({"status": "ok"})"));
+  EXPECT_EQ(Asked(port, "/api/status")["history"]["journal"], "on");
+  probe.Signal(SIGTERM);
+  EXPECT_EQ(probe.AwaitExit(), 0) << probe.output();
+}
+
+TEST_F(RestartedProcess, BeginsAnewWhereAWarmStartIsNotWanted) {
+  {
+    ProbeProcess probe(Arguments(), ProbeProcess::Journal::kAsConfigured);
+    const int port = probe.AwaitPort();
+    ASSERT_TRUE(Await(port, [](const json& status) { return status["passes"]["last"].is_number(); }));
+    probe.Signal(SIGTERM);
+    EXPECT_EQ(probe.AwaitExit(), 0) << probe.output();
+  }
+  ProbeProcess probe(Arguments("warm_start = \"off\"\n"), ProbeProcess::Journal::kAsConfigured);
+  const int port = probe.AwaitPort();
+  EXPECT_EQ(Asked(port, "/api/status")["history"]["state"], "ready");
+  EXPECT_THAT(probe.output(), ::testing::Not(HasSubstr("replayed")));
+}
+
+TEST_F(RestartedProcess, StopsAtOnceWhileItReplays) {
+  {
+    ProbeProcess probe(Arguments(), ProbeProcess::Journal::kAsConfigured);
+    const int port = probe.AwaitPort();
+    ASSERT_TRUE(Await(port, [](const json& status) { return status["passes"]["last"].is_number(); }));
+    std::this_thread::sleep_for(std::chrono::seconds(3));
+    probe.Signal(SIGKILL);
+    probe.AwaitExit();
+  }
+  ProbeProcess probe(Arguments(), ProbeProcess::Journal::kAsConfigured);
+  ASSERT_TRUE(probe.AwaitOutput("the journal is replayed")) << probe.output();
+  probe.Signal(SIGTERM);
+  EXPECT_EQ(probe.AwaitExit(), 0) << probe.output();
+}
+
+}  // namespace
