@@ -44,10 +44,6 @@ void VirtualClock::AwaitSleeper() {
   while (!is_asleep_) changed_.Wait(lock_);
 }
 
-void VirtualClock::Wake() {
-  sem_post(&wake_);
-}
-
 void VirtualClock::RunPass(time_t at) {
   const lock_guard held(lock_);
   while (!is_asleep_) changed_.Wait(lock_);

@@ -34,9 +34,6 @@ class VirtualClock final : public Clock {
   /// Blocks until the engine sleeps. Threads: the driver.
   void AwaitSleeper();
 
-  /// Ends the engine's sleep, without waiting for its next one. Threads: the driver.
-  void Wake();
-
   /// Waits for the engine to fall asleep, sets the clock, wakes the engine and blocks until it sleeps again, that is
   /// until its pass is done. Threads: the driver.
   void RunPass(time_t at);

@@ -2,24 +2,34 @@
 
 #include <atomic>
 #include <ctime>
+#include <functional>
+#include <optional>
 
 #include "probe/clock/clock.h"
-#include "probe/clock/virtual_clock.h"
 
 namespace probe::journal {
 
 /// The clock of a process whose engine makes passes of the past while everybody else lives in the present: on top of
-/// the clock that was installed before, which all other threads see, a virtual one for the engine.
+/// the clock that was installed before, which all other threads see.
 ///
-/// In the end the engine is handed over to the clock beneath, asleep as it is.
+/// The engine, which sleeps before each pass, is the thread that makes the past ready for the next one, in place of
+/// sleeping: to hand each pass over between two threads costs more than many a pass. When the past is over, it goes on
+/// sleeping on the clock beneath.
 ///
-/// Threads: one drives the passes. The engine is the thread that sleeps on it.
+/// Threads: the engine is the thread that sleeps on it; the rest any.
 class ReplayClock final : public Clock {
  public:
-  explicit ReplayClock(time_t start) : beneath_(InstalledClock()), virtual_(start) {}
+  /// Makes everything ready for the next pass and gives its time; nothing when there is none. Called on the engine's
+  /// thread.
+  using NextPass = std::function<std::optional<time_t>()>;
+
+  ReplayClock(time_t start, NextPass next_pass);
 
   timeval Now() override;
   unsigned Sleep(unsigned seconds) override;
+
+  /// From now on this clock is the one beneath. The engine's next sleep, or the one that it is in, is the present's.
+  void End() { is_over_.store(true); }
 
   /// While it lives, its thread sees the engine's time, too.
   class OnThisThread {
@@ -30,17 +40,10 @@ class ReplayClock final : public Clock {
     OnThisThread& operator=(const OnThisThread&) = delete;
   };
 
-  /// As those of `VirtualClock`.
-  void AwaitSleeper() { virtual_.AwaitSleeper(); }
-  void RunPass(time_t at) { virtual_.RunPass(at); }
-
-  /// Lets the engine, which sleeps, go on sleeping on the clock beneath, for the whole of its time. From now on this
-  /// clock is that one.
-  void HandOver();
-
  private:
   Clock& beneath_;
-  VirtualClock virtual_;
+  const NextPass next_pass_;
+  std::atomic<time_t> now_;
   std::atomic<bool> is_over_{false};
   ClockInstallation installation_{*this};
 };

@@ -16,6 +16,9 @@ namespace {
 /// Entries that are read ahead. Each may hold a snapshot of every device.
 constexpr std::size_t kMaxAhead = 32;
 
+/// So many are taken over at once, for a thread that wakes another costs more than many a pass.
+constexpr std::size_t kBatch = 16;
+
 constexpr double kMicrosecond = 1e-6;
 
 /// The weight of a segment in the progress: what its passes cost, and a little for each that has no figure.
@@ -63,10 +66,10 @@ WarmStart::WarmStart(Plan plan, DeviceCentre& live)
     : live_(live),
       segments_(WithinLimit(Readable(std::move(plan.segments)), plan.time_limit)),
       time_limit_(plan.time_limit),
-      clock_(StartOf(segments_)) {
+      clock_(StartOf(segments_), [this] { return NextPass(); }) {
   for (const Segment& segment : segments_) total_cost_ += CostOf(segment);
   if (is_empty()) {
-    clock_.HandOver();
+    clock_.End();
     is_ready_.store(true);
     return;
   }
@@ -96,7 +99,6 @@ void WarmStart::Begin(std::function<void(time_t at)> on_pass, std::function<void
   on_ready_ = std::move(on_ready);
   begun_ = SteadyClock::now();
   reader_ = std::thread([this] { Read(); });
-  driver_ = std::thread([this] { Drive(); });
 }
 
 void WarmStart::Stop() {
@@ -106,7 +108,6 @@ void WarmStart::Stop() {
     changed_.NotifyAll();
   }
   if (reader_.joinable()) reader_.join();
-  if (driver_.joinable()) driver_.join();
 }
 
 WarmProgress WarmStart::progress() const {
@@ -175,39 +176,37 @@ bool WarmStart::Put(Step step) {
   while (steps_.size() >= kMaxAhead && !is_stopped_.load()) changed_.Wait(lock_);
   if (is_stopped_.load()) return false;
   steps_.push_back(std::move(step));
-  changed_.NotifyAll();
+  if (steps_.size() == kBatch) changed_.NotifyAll();
   return true;
 }
 
-// The driving thread.
+// The engine's thread.
 
-std::optional<WarmStart::Step> WarmStart::Take() {
+bool WarmStart::TakeMore() {
   const lock_guard held(lock_);
-  while (steps_.empty() && !is_read_ && !is_stopped_.load()) changed_.Wait(lock_);
-  if (steps_.empty() || is_stopped_.load()) return std::nullopt;
-  Step step = std::move(steps_.front());
-  steps_.pop_front();
+  while (steps_.size() < kBatch && !is_read_ && !is_stopped_.load()) changed_.Wait(lock_);
+  if (is_stopped_.load()) return false;
+  taken_.swap(steps_);
   changed_.NotifyAll();
-  return step;
+  return !taken_.empty();
 }
 
-void WarmStart::Drive() {
-  const ReplayClock::OnThisThread seen(clock_);
-  while (const auto step = Take()) Replay(*step);
-  if (!is_stopped_.load()) HandOver();
-}
-
-void WarmStart::Replay(const Step& step) {
-  if (step.begins_segment) follower_.BeginSegment();
-  if (const auto* clean_up = std::get_if<CleanUpEntry>(&step.entry)) {
-    clock_.AwaitSleeper();  // it was made between two passes
-    CallMemoryCleanup(clean_up->mac);
-    return;
+std::optional<time_t> WarmStart::NextPass() {
+  while (!is_stopped_.load() && (!taken_.empty() || TakeMore())) {
+    const Step step = std::move(taken_.front());
+    taken_.pop_front();
+    if (step.begins_segment) follower_.BeginSegment();
+    if (const auto* pass = std::get_if<PassEntry>(&step.entry)) {
+      Apply(*pass);
+      return pass->at;
+    }
+    CallMemoryCleanup(std::get<CleanUpEntry>(step.entry).mac);
   }
-  ReplayPass(std::get<PassEntry>(step.entry));
+  if (!is_stopped_.load()) HandOver();
+  return std::nullopt;
 }
 
-void WarmStart::ReplayPass(const PassEntry& pass) {
+void WarmStart::Apply(const PassEntry& pass) {
   for (NamedChange& change : follower_.Follow(pass)) {
     // A device has its place from the first pass that names it, whether it is known or not.
     replayed_.Name(change.mac);
@@ -217,13 +216,11 @@ void WarmStart::ReplayPass(const PassEntry& pass) {
       replayed_.ReplaceWith(change.mac, std::move(change.snapshot));
     }
   }
-  clock_.RunPass(pass.at);
   done_cost_ += pass.cost_microseconds + 1;
   if (on_pass_) on_pass_(pass.at);
 }
 
 void WarmStart::HandOver() {
-  clock_.AwaitSleeper();
   // From the engine's next pass on the devices are those of the sources, in the order that they have always had.
   live_.PutFirst(replayed_.NamedFrom(0));
   DeviceCentre::PutInForce(nullptr);
@@ -232,7 +229,7 @@ void WarmStart::HandOver() {
   is_ready_.store(true);
   if (on_ready_) on_ready_();
   HoldCleanUps(false);
-  clock_.HandOver();
+  clock_.End();
 }
 
 }  // namespace probe::journal

@@ -36,7 +36,9 @@ struct WarmProgress {
 /// remain.
 ///
 /// Owner:   the application. One at a time in a process.
-/// Threads: two of its own, one that reads segments ahead, one that drives the engine; the rest any.
+/// Threads: one of its own, which reads segments ahead. The engine's own applies what was read, where it would sleep.
+/// The
+///          rest any.
 class WarmStart {
  public:
   struct Plan {
@@ -59,8 +61,8 @@ class WarmStart {
   /// Calls `call` so that it sees the time at which the journal begins.
   void InReplayedTime(const std::function<void()>& call) const;
 
-  /// Starts the replay. `on_pass` hears of each replayed pass, `on_ready` of the end, with the engine asleep; both on a
-  /// thread of the warm start.
+  /// Starts the replay. `on_pass` hears of each pass before it is replayed, `on_ready` of the end, both on the engine's
+  /// thread.
   void Begin(std::function<void(time_t at)> on_pass, std::function<void()> on_ready);
 
   /// Ends the replay where it is; the engine stays in the journal's time. To be called before the plug-in is stopped.
@@ -72,7 +74,7 @@ class WarmStart {
  private:
   using SteadyClock = std::chrono::steady_clock;
 
-  /// An entry on its way from the reading thread to the driving one.
+  /// An entry on its way from the reading thread to the engine's.
   struct Step {
     bool begins_segment = false;
     Entry entry;
@@ -84,11 +86,10 @@ class WarmStart {
   bool IsOverLimit(std::size_t index) const;
   bool Put(Step step) VEXORA_EXCLUDES(lock_);
 
-  // The driving thread.
-  void Drive();
-  std::optional<Step> Take() VEXORA_EXCLUDES(lock_);
-  void Replay(const Step& step);
-  void ReplayPass(const PassEntry& pass);
+  // The engine's thread.
+  std::optional<time_t> NextPass();
+  bool TakeMore() VEXORA_EXCLUDES(lock_);
+  void Apply(const PassEntry& pass);
   void HandOver();
 
   DeviceCentre& live_;
@@ -100,7 +101,9 @@ class WarmStart {
   std::function<void(time_t)> on_pass_;
   std::function<void()> on_ready_;
 
-  EntryFollower follower_;  // the driving thread only
+  // The engine's thread only.
+  EntryFollower follower_;
+  std::deque<Step> taken_;
 
   SteadyClock::time_point begun_;
   std::atomic<std::uint64_t> left_out_cost_{0};
@@ -113,7 +116,6 @@ class WarmStart {
   std::deque<Step> steps_ VEXORA_GUARDED_BY(lock_);
   bool is_read_ VEXORA_GUARDED_BY(lock_) = false;  // all of it
   std::thread reader_;
-  std::thread driver_;
 };
 
 }  // namespace probe::journal
