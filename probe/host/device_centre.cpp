@@ -1,6 +1,8 @@
 #include "probe/host/device_centre.h"
 
+#include <algorithm>
 #include <atomic>
+#include <cstddef>
 #include <utility>
 
 #include "probe/host/snapshot_device.h"
@@ -70,30 +72,37 @@ void DeviceCentre::Make(Change& change) {
     waiting_.push_back(std::move(change));
     return;
   }
-  if (change.snapshot == nullptr) {
-    snapshots_.erase(change.mac);  // its place in order_ stays, for the case that the device comes back
-    return;
+  if (change.snapshot != nullptr) {
+    std::swap(PlaceOf(change.mac), change.snapshot);
+  } else if (const auto known = by_mac_.find(change.mac); known != by_mac_.end()) {
+    std::swap(known->second->second, change.snapshot);  // its place stays, for the case that the device comes back
   }
-  std::swap(snapshots_[change.mac], change.snapshot);
-  TakePlace(change.mac);
 }
 
-void DeviceCentre::TakePlace(const std::string& mac) {
-  if (named_.insert(mac).second) order_.push_back(mac);
+std::shared_ptr<const DeviceSnapshot>& DeviceCentre::PlaceOf(const std::string& mac) {
+  const auto known = by_mac_.find(mac);
+  if (known != by_mac_.end()) return known->second->second;
+  Snapshots::value_type& entry = *snapshots_.try_emplace(mac).first;
+  by_mac_.emplace(entry.first, &entry);
+  order_.push_back(&entry);
+  return entry.second;
 }
 
 void DeviceCentre::Name(const std::string& mac) {
   const lock_guard_write held(lock_);
-  TakePlace(mac);
+  PlaceOf(mac);
 }
 
 void DeviceCentre::PutFirst(const std::vector<std::string>& macs) {
   const lock_guard_write held(lock_);
-  std::vector<std::string> others;
-  others.swap(order_);
-  named_.clear();
-  for (const std::string& mac : macs) TakePlace(mac);
-  for (const std::string& mac : others) TakePlace(mac);
+  for (const std::string& mac : macs) PlaceOf(mac);
+  std::unordered_map<std::string_view, std::size_t> places;
+  for (const std::string& mac : macs) places.emplace(mac, places.size());
+  const auto place = [&](const Snapshots::value_type* entry) {
+    const auto found = places.find(entry->first);
+    return found == places.end() ? places.size() : found->second;
+  };
+  std::ranges::stable_sort(order_, {}, place);
 }
 
 void DeviceCentre::Hold() {
@@ -111,42 +120,41 @@ void DeviceCentre::Release() {
 
 void DeviceCentre::Clear() {
   const lock_guard_write held(lock_);
-  snapshots_.clear();
+  by_mac_.clear();
   order_.clear();
-  named_.clear();
+  snapshots_.clear();
   waiting_.clear();
 }
 
 std::shared_ptr<const DeviceSnapshot> DeviceCentre::Snapshot(const std::string& mac) const {
   const lock_guard_read held(lock_);
-  const auto found = snapshots_.find(mac);
-  return found == snapshots_.end() ? nullptr : found->second;
+  const auto found = by_mac_.find(mac);
+  return found == by_mac_.end() ? nullptr : found->second->second;
 }
 
 std::vector<std::string> DeviceCentre::NamedFrom(std::size_t place) const {
   const lock_guard_read held(lock_);
-  if (place >= order_.size()) return {};
-  return {order_.begin() + static_cast<std::ptrdiff_t>(place), order_.end()};
+  std::vector<std::string> macs;
+  for (; place < order_.size(); ++place) macs.push_back(order_[place]->first);
+  return macs;
 }
 
 std::vector<std::shared_ptr<const DeviceSnapshot>> DeviceCentre::Newest() const {
   const lock_guard_read held(lock_);
   std::vector<std::shared_ptr<const DeviceSnapshot>> newest;
   newest.reserve(order_.size());
-  for (const std::string& mac : order_) {
-    const auto found = snapshots_.find(mac);
-    newest.push_back(found == snapshots_.end() ? nullptr : found->second);
-  }
+  for (const auto* entry : order_) newest.push_back(entry->second);
   return newest;
 }
 
 std::vector<std::string> DeviceCentre::GetOnlineManagedDevices(bool online_only) {
   const lock_guard_read held(lock_);
   std::vector<std::string> macs;
+  macs.reserve(order_.size());
   // In the order in which they were first named, for the contract wants one that stays the same.
-  for (const std::string& mac : order_) {
-    const auto found = snapshots_.find(mac);
-    if (found != snapshots_.end() && (found->second->online || !online_only)) macs.push_back(mac);
+  for (const auto* entry : order_) {
+    const DeviceSnapshot* snapshot = entry->second.get();
+    if (snapshot != nullptr && (snapshot->online || !online_only)) macs.push_back(entry->first);
   }
   return macs;
 }
@@ -157,23 +165,27 @@ std::shared_ptr<Device> DeviceCentre::device(const std::string& mac) {
   return std::make_shared<SnapshotDevice>(std::move(snapshot));
 }
 
-DeviceCentre::Snapshots DeviceCentre::Select(const std::string& mac, bool online_only) const {
-  const lock_guard_read held(lock_);
-  Snapshots selected;
-  if (mac.empty()) {
-    // Pointers only: the callers copy the records without the lock.
-    selected = snapshots_;
-  } else if (const auto found = snapshots_.find(mac); found != snapshots_.end()) {
-    selected.insert(*found);
+std::vector<std::pair<std::string, std::shared_ptr<const DeviceSnapshot>>> DeviceCentre::Select(
+    const std::string& mac, bool online_only) const {
+  // Pointers only: the callers copy the records without the lock.
+  std::vector<std::pair<std::string, std::shared_ptr<const DeviceSnapshot>>> selected;
+  const auto select = [&](const auto& snapshot) { return snapshot != nullptr && (snapshot->online || !online_only); };
+  if (!mac.empty()) {
+    if (auto snapshot = Snapshot(mac); select(snapshot)) selected.emplace_back(mac, std::move(snapshot));
+    return selected;
   }
-  std::erase_if(selected, [&](const auto& entry) { return online_only && !entry.second->online; });
+  const lock_guard_read held(lock_);
+  selected.reserve(snapshots_.size());
+  for (const auto& entry : snapshots_) {
+    if (select(entry.second)) selected.emplace_back(entry);
+  }
   return selected;
 }
 
 std::map<std::string, records::BasicInfo> DeviceCentre::GetDevicesBasicInfo(const std::string& mac, bool online_only) {
   std::map<std::string, records::BasicInfo> infos;
   for (const auto& [id, snapshot] : Select(mac, online_only)) {
-    if (snapshot->basic_info) infos.emplace(id, *snapshot->basic_info);
+    if (snapshot->basic_info) infos.emplace_hint(infos.end(), id, *snapshot->basic_info);
   }
   return infos;
 }
@@ -182,7 +194,7 @@ std::map<std::string, records::PlatformInfo> DeviceCentre::GetDevicePlatformInfo
                                                                                  bool online_only) {
   std::map<std::string, records::PlatformInfo> infos;
   for (const auto& [id, snapshot] : Select(mac, online_only)) {
-    if (snapshot->platform_info) infos.emplace(id, *snapshot->platform_info);
+    if (snapshot->platform_info) infos.emplace_hint(infos.end(), id, *snapshot->platform_info);
   }
   return infos;
 }

@@ -4,7 +4,9 @@
 #include <map>
 #include <memory>
 #include <string>
-#include <unordered_set>
+#include <string_view>
+#include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "platform/device_centre.h"
@@ -78,6 +80,7 @@ class DeviceCentre final : public DeviceManager {
       VEXORA_EXCLUDES(lock_);
 
  private:
+  /// MAC -> the newest snapshot; null for a device that was only named, or was forgotten.
   using Snapshots = std::map<std::string, std::shared_ptr<const DeviceSnapshot>>;
 
   /// A change of one device; a null snapshot forgets it.
@@ -90,17 +93,21 @@ class DeviceCentre final : public DeviceManager {
   /// the caller can free it without the lock.
   void Make(Change& change) VEXORA_REQUIRES(lock_);
 
-  void TakePlace(const std::string& mac) VEXORA_REQUIRES(lock_);
+  /// Where the device's snapshot is kept; makes the place when the device was never named.
+  std::shared_ptr<const DeviceSnapshot>& PlaceOf(const std::string& mac) VEXORA_REQUIRES(lock_);
 
-  /// MAC -> snapshot of one device, or of all for an empty `mac`.
-  Snapshots Select(const std::string& mac, bool online_only) const VEXORA_EXCLUDES(lock_);
+  /// The snapshots of one device, or of all in the order of their MACs for an empty `mac`.
+  std::vector<std::pair<std::string, std::shared_ptr<const DeviceSnapshot>>> Select(const std::string& mac,
+                                                                                    bool online_only) const
+      VEXORA_EXCLUDES(lock_);
 
   mutable utilities::lock::RwLock lock_;
   Snapshots snapshots_ VEXORA_GUARDED_BY(lock_);
   bool is_held_ VEXORA_GUARDED_BY(lock_) = false;
   std::vector<Change> waiting_ VEXORA_GUARDED_BY(lock_);
-  std::vector<std::string> order_ VEXORA_GUARDED_BY(lock_);         // MACs as first named, forgotten ones included
-  std::unordered_set<std::string> named_ VEXORA_GUARDED_BY(lock_);  // the same MACs, to be found at once
+  // Both lead to entries of snapshots_, which stay until all are cleared.
+  std::vector<const Snapshots::value_type*> order_ VEXORA_GUARDED_BY(lock_);  // as first named
+  std::unordered_map<std::string_view, Snapshots::value_type*> by_mac_ VEXORA_GUARDED_BY(lock_);
 };
 
 }  // namespace probe

@@ -22,7 +22,10 @@ SnapshotDevice::SnapshotDevice(std::shared_ptr<const DeviceSnapshot> snapshot) :
 
 std::shared_ptr<Driver> SnapshotDevice::driver() const {
   if (!snapshot_->driver) return nullptr;
-  return std::make_shared<SnapshotDriver>(snapshot_->is_wireless);
+  // One object for all devices of a kind: it has nothing of its own.
+  static const auto wireless = std::make_shared<SnapshotDriver>(true);
+  static const auto wired = std::make_shared<SnapshotDriver>(false);
+  return snapshot_->is_wireless ? wireless : wired;
 }
 
 records::BasicInfo SnapshotDevice::basic_info() const {
