@@ -3,8 +3,10 @@
 #include <spdlog/sinks/stdout_color_sinks.h>
 #include <spdlog/spdlog.h>
 
+#include <array>
 #include <atomic>
 #include <cstdarg>
+#include <cstddef>
 #include <cstdio>
 #include <utility>
 
@@ -67,13 +69,22 @@ Output& TheOutput() {
 
 /// The text of a printf-style call, of any length.
 std::string Formatted(const char* format, va_list arguments) {
-  va_list again;  // vsnprintf uses a list up, and the length has to be known before the text is written
+  constexpr std::size_t kUsualLength = 512;
+  std::array<char, kUsualLength> usual;
+  va_list again;  // vsnprintf uses a list up, and a text that is too long for the array has to be written again
   va_copy(again, arguments);
-  const int length = std::vsnprintf(nullptr, 0, format, again);
+  const int length = std::vsnprintf(usual.data(), usual.size(), format, arguments);
+  std::string text;
+  if (length > 0) {
+    const auto octets = static_cast<std::size_t>(length);
+    if (octets < usual.size()) {
+      text.assign(usual.data(), octets);
+    } else {
+      text.resize(octets);
+      std::vsnprintf(text.data(), octets + 1, format, again);
+    }
+  }
   va_end(again);
-  if (length <= 0) return {};
-  std::string text(static_cast<std::size_t>(length), '\0');
-  std::vsnprintf(text.data(), text.size() + 1, format, arguments);
   return text;
 }
 

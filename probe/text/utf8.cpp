@@ -2,7 +2,9 @@
 
 #include <utf8.h>
 
+#include <algorithm>
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -20,19 +22,28 @@ bool IsEscaped(char32_t character) {
          is_within(0x2066, 0x2069) || character == 0x061c;
 }
 
-/// Whether no octet has its top bit set. Most texts are so, and this is read eight octets at a time.
-bool IsAscii(std::string_view text) {
-  std::uint64_t bits = 0;
-  while (text.size() >= sizeof bits) {
-    std::uint64_t octets = 0;
-    // Copied, for a text may begin at any address.
-    std::memcpy(&octets, text.data(), sizeof octets);
-    bits |= octets;
-    text.remove_prefix(sizeof octets);
-  }
-  for (const char octet : text) bits |= static_cast<unsigned char>(octet);
+/// So many octets at the beginning have no top bit set; all but the last few are read eight at a time.
+std::size_t AsciiLength(std::string_view text) {
   constexpr std::uint64_t kTopBits = 0x8080808080808080;
-  return (bits & kTopBits) == 0;
+  std::size_t length = 0;
+  for (std::uint64_t octets = 0; text.size() - length >= sizeof octets; length += sizeof octets) {
+    // Copied, for a text may begin at any address.
+    std::memcpy(&octets, text.data() + length, sizeof octets);
+    if ((octets & kTopBits) != 0) break;
+  }
+  while (length < text.size() && static_cast<unsigned char>(text[length]) < 0x80) ++length;
+  return length;
+}
+
+/// So many octets at the beginning have their top bit set.
+std::size_t NonAsciiLength(std::string_view text) {
+  std::size_t length = 0;
+  while (length < text.size() && static_cast<unsigned char>(text[length]) >= 0x80) ++length;
+  return length;
+}
+
+bool IsPrintableAscii(std::string_view text) {
+  return std::all_of(text.begin(), text.end(), [](char octet) { return octet >= 0x20 && octet < 0x7f; });
 }
 
 std::string Escape(const char* format, unsigned character) {
@@ -44,6 +55,7 @@ std::string Escape(const char* format, unsigned character) {
 /// `text` as valid UTF-8, with what `replace` makes of each character that must not reach a terminal or a log.
 template <typename Replace>
 std::string WithoutControls(std::string_view text, Replace replace) {
+  if (IsPrintableAscii(text)) return std::string(text);  // as most texts are
   const std::string valid = ReplaceInvalidUtf8(std::string(text));
   std::string printable;
   printable.reserve(valid.size());
@@ -61,7 +73,13 @@ std::string WithoutControls(std::string_view text, Replace replace) {
 }  // namespace
 
 bool IsUtf8(std::string_view text) {
-  return IsAscii(text) || utf8::is_valid(text.begin(), text.end());
+  // No character has both kinds of octets, so that the runs of each kind can be looked at apart.
+  for (text.remove_prefix(AsciiLength(text)); !text.empty(); text.remove_prefix(AsciiLength(text))) {
+    const std::string_view characters = text.substr(0, NonAsciiLength(text));
+    if (!utf8::is_valid(characters.begin(), characters.end())) return false;
+    text.remove_prefix(characters.size());
+  }
+  return true;
 }
 
 std::string ReplaceInvalidUtf8(std::string text) {
