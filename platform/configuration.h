@@ -31,6 +31,18 @@ class RouterConfig {
   ///
   /// Fails: leaves it empty when the router has no wireless side, or its configuration is not known.
   virtual void GetSSIDCfg(SSIDConfigurations& configurations) const = 0;
+
+  /// What `GetSSIDCfg` gives, as a record that is shared instead of copied; never null.
+  ///
+  /// A host whose configurations are records that never change overrides it. The plug-in asks in this way only; what
+  /// stands here copies.
+  ///
+  /// Owner: shared with the caller, who keeps it for no longer than one question.
+  virtual std::shared_ptr<const SSIDConfigurations> SharedSSIDCfg() const {
+    auto configurations = std::make_shared<SSIDConfigurations>();
+    GetSSIDCfg(*configurations);
+    return configurations;
+  }
 };
 
 /// The configuration of one access point. The host derives from it.
@@ -44,6 +56,13 @@ class APConfig {
   ///
   /// Fails: leaves it empty when the configuration is not known.
   virtual void GetSSIDCfg(SSIDConfigurations& configurations) const = 0;
+
+  /// What `GetSSIDCfg` gives, as a record that is shared instead of copied; never null. As for `RouterConfig`.
+  virtual std::shared_ptr<const SSIDConfigurations> SharedSSIDCfg() const {
+    auto configurations = std::make_shared<SSIDConfigurations>();
+    GetSSIDCfg(*configurations);
+    return configurations;
+  }
 };
 
 /// All routers' configurations. One for the process; the host derives from it.

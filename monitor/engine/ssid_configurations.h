@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <string>
 
 #include "platform/configuration.h"
@@ -7,11 +8,17 @@
 
 namespace monitoring {
 
+/// The configurations of one device, lent by the host; never null.
+using SharedConfigurations = std::shared_ptr<const SSIDConfigurations>;
+
+/// None.
+SharedConfigurations NoConfigurations();
+
 /// The SSID configurations of a device: those of a router or of an access point. Empty for any other type, and for a
 /// device that has no configuration.
 ///
 /// Threads: any.
-SSIDConfigurations ConfigurationsOf(const std::string& mac, vexora_probe::models::controller::DeviceType type);
+SharedConfigurations ConfigurationsOf(const std::string& mac, vexora_probe::models::controller::DeviceType type);
 
 /// The configuration of an SSID on a radio: the one for this radio before the one for both. Null when there is neither.
 ///

@@ -15,6 +15,9 @@ class SnapshotConfiguration final : public Contract {
  public:
   explicit SnapshotConfiguration(std::shared_ptr<const DeviceSnapshot> snapshot) : snapshot_(std::move(snapshot)) {}
   void GetSSIDCfg(SSIDConfigurations& configurations) const override { configurations = snapshot_->ssid_config; }
+  std::shared_ptr<const SSIDConfigurations> SharedSSIDCfg() const override {
+    return {snapshot_, &snapshot_->ssid_config};  // a part of the snapshot, which it keeps alive
+  }
 
  private:
   std::shared_ptr<const DeviceSnapshot> snapshot_;

@@ -72,11 +72,11 @@ std::vector<Sighting> ReadClients(const std::string& mac) {
   device->get_radio_interfaces_state(radios);
   if (networks->empty() || radios.empty()) return {};
   // Only the configuration tells a guest network from an ordinary one.
-  const SSIDConfigurations configurations = ConfigurationsOf(mac, type);
-  if (configurations.empty()) return {};
+  const SharedConfigurations configurations = ConfigurationsOf(mac, type);
+  if (configurations->empty()) return {};
   std::vector<Sighting> clients;
   for (const auto& [interface, network] : *networks) {
-    const auto* configuration = ConfigurationFor(configurations, network.ssid, network.radio);
+    const auto* configuration = ConfigurationFor(*configurations, network.ssid, network.radio);
     // Before the clients are looked at: a network without configuration is logged even when nobody is on it.
     if (configuration == nullptr) {
       pel_log_error(log_module::kMonitor, "No ssid %s@%s config found!", network.ssid.c_str(), network.radio.c_str());

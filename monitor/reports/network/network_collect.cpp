@@ -130,10 +130,10 @@ Scan ScanOf(const Hearing& hearing) {
   return scan;
 }
 
-SSIDConfigurations ReadConfigurations(const std::string& mac) {
+monitoring::SharedConfigurations ReadConfigurations(const std::string& mac) {
   const auto infos = DeviceManager::GetInstance().GetDevicesBasicInfo(mac, false);
   const auto info = infos.find(mac);
-  return info == infos.end() ? SSIDConfigurations{} : monitoring::ConfigurationsOf(mac, info->second.type);
+  return info == infos.end() ? monitoring::NoConfigurations() : monitoring::ConfigurationsOf(mac, info->second.type);
 }
 
 bool ReadAccessPointInfo(const std::string& mac, NetworksAttr& info) {

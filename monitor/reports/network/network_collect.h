@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "monitor/engine/ssid_configurations.h"
 #include "monitor/reports/network/network_records.h"
 #include "monitor/reports/network/network_store.h"
 #include "platform/configuration.h"
@@ -53,7 +54,7 @@ RogueAPs RogueOf(const Hearing& hearing, const models::controller::NeighboringAP
 Scan ScanOf(const Hearing& hearing);
 
 /// The SSID configurations of a device, whatever its type. Empty when nothing is known of the device.
-SSIDConfigurations ReadConfigurations(const std::string& mac);
+monitoring::SharedConfigurations ReadConfigurations(const std::string& mac);
 
 /// Fills the name, model and firmware of an access point in an otherwise empty description; model and firmware stay
 /// empty where the host has no platform information.

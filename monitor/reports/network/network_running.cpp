@@ -154,7 +154,18 @@ void FoldStagedSamples(std::int64_t minute, SampleStore& store) noexcept {
   const bool has_samples = !store.minutes.empty() && store.minutes.back() == minute;
   constexpr std::size_t kNoPass = ~std::size_t{0};
   const std::size_t pass = has_samples ? store.minutes.size() : kNoPass;
-  for (auto& [mac, device] : store.devices) FoldDevice(pass, device);
+  // The networks of the device after the next one and the samples of the next one come from memory meanwhile.
+  auto ahead = store.devices.begin();
+  const auto fetch_ahead = [&] {
+    if (ahead == store.devices.end()) return;
+    ahead->second.PrefetchSamples();
+    if (++ahead != store.devices.end()) ahead->second.PrefetchToday();
+  };
+  fetch_ahead();
+  for (auto& [mac, device] : store.devices) {
+    fetch_ahead();
+    FoldDevice(pass, device);
+  }
 }
 
 bool FoldSums(const ReportTime& time, FamilySums& family, Report& report) {

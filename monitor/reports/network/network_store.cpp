@@ -29,6 +29,15 @@ void DropUnusedKeys(DeviceRecord& device) noexcept {
   }
 }
 
+template <typename Record>
+void Prefetch(const std::vector<Record>& records) {
+  constexpr std::size_t kCacheLine = 64;
+  const char* const begin = reinterpret_cast<const char*>(records.data());
+  for (std::size_t offset = 0; offset < records.size() * sizeof(Record); offset += kCacheLine) {
+    __builtin_prefetch(begin + offset, 1);
+  }
+}
+
 void Clear(FamilySums& family) {
   family.ids.clear();
   family.is_week_due = true;
@@ -53,6 +62,20 @@ double CompactSample::Speed() const {
   double speed = 0;
   std::memcpy(&speed, speed_.data(), sizeof speed);
   return speed;
+}
+
+void DeviceRecord::PrefetchToday() const {
+  Prefetch(today);
+  if (!days.empty()) Prefetch(days.back().networks);
+}
+
+void DeviceRecord::PrefetchSamples() const {
+  for (const NetworkToday& network : today) __builtin_prefetch(network.samples.data() + network.samples.size(), 1);
+}
+
+void SampleStore::PrefetchNext() const {
+  const auto next = last_device_ == devices.end() ? devices.begin() : std::next(last_device_);
+  if (next != devices.end()) next->second.PrefetchToday();
 }
 
 DeviceRecord& SampleStore::Device(const std::string& mac) {

@@ -108,6 +108,9 @@ struct DeviceDay {
 
 /// What is kept of one device.
 struct DeviceRecord {
+  void PrefetchToday() const;    ///< Has the processor fetch the networks of today.
+  void PrefetchSamples() const;  ///< The same for where the next sample of each comes to.
+
   std::vector<std::string> keys;    ///< SSID keys with radio of all its days, in the order of their appearance.
   std::vector<DeviceDay> days;      ///< The oldest first.
   std::vector<NetworkToday> today;  ///< Sorted by key.
@@ -147,6 +150,10 @@ struct SampleStore {
 
   /// The device of a MAC. Quick when devices are asked for in the order of their MACs.
   DeviceRecord& Device(const std::string& mac);
+
+  /// Has the processor fetch what a pass changes of the device that `Device` is asked for next, when it is asked in the
+  /// order of MACs. In a large network most of a pass is waiting for memory.
+  void PrefetchNext() const;
 
   /// Drops all samples; those that come are of `new_day`.
   void DropSamples(const std::string& new_day);

@@ -213,9 +213,8 @@ void WirelessNetworkReport::CollectOneSSID(const std::shared_ptr<Device>& device
 void WirelessNetworkReport::CollectOneSSID(const std::string& mac, const std::shared_ptr<Device>& device,
                                            const long& now, const std::string& day, const std::string& /*week*/) {
   if (device->driver() == nullptr) return;
-  SSIDConfigurations configurations;
-  GetSSIDCfgs(mac, configurations);
-  const std::vector<NetworkReading> readings = ReadSSIDs(mac, *device, configurations);
+  store_.PrefetchNext();  // on its way while the host is asked
+  const std::vector<NetworkReading> readings = ReadSSIDs(mac, *device, *ReadConfigurations(mac));
   for (const NetworkReading& reading : readings) {
     if (debug_report_ == nullptr) break;
     const Networks sample = SampleOf(mac, reading);
@@ -262,7 +261,7 @@ void WirelessNetworkReport::UpdateAccessPointsInfo() {
 }
 
 void WirelessNetworkReport::GetSSIDCfgs(const std::string& device_mac, SSIDConfigurations& configurations) {
-  configurations = ReadConfigurations(device_mac);
+  configurations = *ReadConfigurations(device_mac);
 }
 
 bool WirelessNetworkReport::GetSSIDCfg(const std::string& ssid, const std::string& radio,

@@ -45,8 +45,8 @@ class AccessPoints final : public APManager {
 
 /// The only key of the configurations of a device of this class; empty when there is not one.
 std::string KeyFor(DeviceType type) {
-  const SSIDConfigurations configurations = ConfigurationsOf(kDevice, type);
-  return configurations.size() == 1 ? configurations.begin()->first : std::string();
+  const auto configurations = ConfigurationsOf(kDevice, type);
+  return configurations->size() == 1 ? configurations->begin()->first : std::string();
 }
 
 TEST(SsidConfigurationManagers, AreAskedEachForItsOwnClassOfDevice) {

@@ -28,16 +28,16 @@ SSIDCfg Configuration(bool guest) {
 TEST(SsidConfigurations, AreThoseOfARouterOrAnAccessPointAndOfNoOtherDevice) {
   Network network;
   network.AccessPoint(kAccessPoint).Configured("Office@BOTH", Configuration(false));
-  EXPECT_EQ(ConfigurationsOf(kAccessPoint, DeviceType::kAccessPoint).count("Office@BOTH"), 1U);
-  EXPECT_EQ(ConfigurationsOf(kAccessPoint, DeviceType::kAccessPoint).count("Office@BOTH"), 1U);
-  EXPECT_TRUE(ConfigurationsOf(kAccessPoint, DeviceType::kSwitch).empty());
-  EXPECT_TRUE(ConfigurationsOf(kAccessPoint, DeviceType::kUnknown).empty());
+  EXPECT_EQ(ConfigurationsOf(kAccessPoint, DeviceType::kAccessPoint)->count("Office@BOTH"), 1U);
+  EXPECT_EQ(ConfigurationsOf(kAccessPoint, DeviceType::kAccessPoint)->count("Office@BOTH"), 1U);
+  EXPECT_TRUE(ConfigurationsOf(kAccessPoint, DeviceType::kSwitch)->empty());
+  EXPECT_TRUE(ConfigurationsOf(kAccessPoint, DeviceType::kUnknown)->empty());
 }
 
 TEST(SsidConfigurations, OfAnUnknownDeviceAreNone) {
   const Network network;
-  EXPECT_TRUE(ConfigurationsOf(kAccessPoint, DeviceType::kAccessPoint).empty());
-  EXPECT_TRUE(ConfigurationsOf(kAccessPoint, DeviceType::kAccessPoint).empty());
+  EXPECT_TRUE(ConfigurationsOf(kAccessPoint, DeviceType::kAccessPoint)->empty());
+  EXPECT_TRUE(ConfigurationsOf(kAccessPoint, DeviceType::kAccessPoint)->empty());
 }
 
 TEST(SsidConfigurations, OfOneRadioWinAgainstThoseOfBoth) {

@@ -167,7 +167,7 @@ std::vector<test::DeviceReading> Readings() {
     readings.push_back(
         {mac, device->basic_info().hostname, device->neighboring_ap_tbl(),
          vexora_probe::monitor::ReadScan(mac, *device),
-         vexora_probe::monitor::ReadSSIDs(mac, *device, vexora_probe::monitor::ReadConfigurations(mac))});
+         vexora_probe::monitor::ReadSSIDs(mac, *device, *vexora_probe::monitor::ReadConfigurations(mac))});
   }
   return readings;
 }
