@@ -4,12 +4,11 @@
 #include "platform/utilities/text.h"
 
 namespace monitoring::wirelesstop {
-namespace records = vexora_probe::models::controller;
 
-std::vector<records::SSIDIfState> ReadNetworks(const std::string& mac, const Device& device) {
-  std::vector<records::SSIDIfState> networks;
-  const auto states = device.shared_ssid_interfaces_state();
-  for (const auto& [interface, state] : *states) {
+Networks ReadNetworks(const std::string& mac, const Device& device) {
+  Networks networks;
+  networks.reading = device.shared_ssid_interfaces_state();
+  for (const auto& [interface, state] : *networks.reading) {
     if (state.ssid.empty()) {
       pel_log_debug(log_module::kMonitor, "WirelessTopMonitor::Collectdata ssid name is empty for device:%s",
                     mac.c_str());
@@ -17,9 +16,11 @@ std::vector<records::SSIDIfState> ReadNetworks(const std::string& mac, const Dev
     }
     pel_log_debug(log_module::kMonitor, "WirelessTopMonitor::Collectdata ssid %s for device:%s", state.ssid.c_str(),
                   mac.c_str());
+    Network& network = networks.named.emplace_back();
+    network.state = &state;
+    network.client_macs.reserve(state.clients.size());
     // Devices write MACs in different notations; a client must be the same one on all of them.
-    records::SSIDIfState& network = networks.emplace_back(state);
-    for (records::AssocClientState& client : network.clients) client.mac = format_macaddress(client.mac);
+    for (const auto& client : state.clients) network.client_macs.push_back(format_macaddress(client.mac));
   }
   return networks;
 }

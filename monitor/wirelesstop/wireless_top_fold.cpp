@@ -37,11 +37,12 @@ std::size_t EntryCount(std::int32_t count) {
 
 }  // namespace
 
-NetStream& StreamOf(Streams& streams, const std::string& name, const std::string& desc) {
-  std::shared_ptr<NetStream>& stream = streams[name];
+NetStream& StreamOf(Streams& streams, std::string name, const std::string& desc) {
+  const auto entry = streams.try_emplace(std::move(name)).first;
+  std::shared_ptr<NetStream>& stream = entry->second;
   if (stream == nullptr) {
     stream = std::make_shared<NetStream>();
-    stream->name = name;
+    stream->name = entry->first;
     // Of a client that several devices list, the name that the first of them gives stays.
     stream->desc = desc;
   }
@@ -60,12 +61,14 @@ void AddClients(ClientCounts& counts, const std::string& name, std::int32_t clie
   count = static_cast<std::int32_t>(static_cast<std::uint32_t>(count) + static_cast<std::uint32_t>(clients));
 }
 
-void AddNetwork(const std::string& mac, const vexora_probe::models::controller::SSIDIfState& network, Totals& totals) {
+void AddNetwork(const std::string& mac, const vexora_probe::models::controller::SSIDIfState& network,
+                std::vector<std::string> client_macs, Totals& totals) {
   AddClients(totals.device_clients, mac, network.client_count);
   AddClients(totals.ssid_clients, network.ssid, network.client_count);
   AddStatistics(StreamOf(totals.ssids, network.ssid), network);
+  auto client_mac = client_macs.begin();
   for (const auto& client : network.clients) {
-    AddOctets(StreamOf(totals.clients, client.mac, client.hostname), client.in_bytes, client.out_bytes);
+    AddOctets(StreamOf(totals.clients, std::move(*client_mac++), client.hostname), client.in_bytes, client.out_bytes);
   }
   AddStatistics(StreamOf(totals.devices, mac), network);
 }

@@ -17,7 +17,7 @@
 namespace monitoring::wirelesstop {
 
 /// The stream of this name, made with this description if there is none yet.
-NetStream& StreamOf(Streams& streams, const std::string& name, const std::string& desc = {});
+NetStream& StreamOf(Streams& streams, std::string name, const std::string& desc = {});
 
 /// Adds octet counters to a stream, each cut to whole KiB before it is added.
 void AddOctets(NetStream& stream, std::uint64_t in_bytes, std::uint64_t out_bytes);
@@ -27,8 +27,10 @@ void AddClients(ClientCounts& counts, const std::string& name, std::int32_t clie
 
 /// Adds one SSID interface of a device to the totals: of the device, of the SSID and of each of its clients.
 ///
-/// The client count is the interface's own, whatever clients it lists.
-void AddNetwork(const std::string& mac, const vexora_probe::models::controller::SSIDIfState& network, Totals& totals);
+/// The client count is the interface's own, whatever clients it lists. `client_macs` are those of its clients,
+/// formatted.
+void AddNetwork(const std::string& mac, const vexora_probe::models::controller::SSIDIfState& network,
+                std::vector<std::string> client_macs, Totals& totals);
 
 /// Which of two comes first in a ranking: true when `a` has more. Of equals neither does.
 bool compare_by_in(std::shared_ptr<NetStream> a, std::shared_ptr<NetStream> b);
@@ -42,8 +44,8 @@ struct RankedStream {
   const NetStream* stream = nullptr;  ///< One of the streams that are ranked.
 };
 
-/// Streams in the order of their names, for all rankings of them: filled at the first look, so that the tree, a walk
-/// over which takes longer than finding the first few, is walked once, and only when somebody asks.
+/// Streams in no order, for all rankings of them: filled at the first look, so that the records, a walk over which
+/// takes longer than finding the first few, are walked once, and only when somebody asks.
 class StreamList {
  public:
   /// `streams` must not change as long as the list lives.

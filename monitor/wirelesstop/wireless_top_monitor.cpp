@@ -62,7 +62,10 @@ void WirelessTopMonitor::ClearAllCache() {
 void WirelessTopMonitor::Collectdata(const std::string& mac) {
   const auto device = monitoring::WirelessDevice(mac);
   if (device == nullptr) return;
-  for (const auto& network : wirelesstop::ReadNetworks(mac, *device)) wirelesstop::AddNetwork(mac, network, totals_);
+  wirelesstop::Networks networks = wirelesstop::ReadNetworks(mac, *device);
+  for (wirelesstop::Network& network : networks.named) {
+    wirelesstop::AddNetwork(mac, *network.state, std::move(network.client_macs), totals_);
+  }
 }
 
 void WirelessTopMonitor::SortCache() {

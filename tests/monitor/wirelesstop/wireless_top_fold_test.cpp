@@ -222,8 +222,10 @@ TEST(WirelessTopFoldRanking, IsThatOfAStableSortByTheComparisonHoweverDeepOneLoo
   std::mt19937 dice(20261115);
   for (int round = 0; round < 200; ++round) {
     const Streams streams = RandomStreams(dice, static_cast<int>(dice() % 60));
+    // Equals come in the order of their names.
+    const std::map<std::string, std::shared_ptr<NetStream>> by_name(streams.begin(), streams.end());
     std::vector<std::shared_ptr<NetStream>> sorted;
-    for (const auto& [name, stream] : streams) sorted.push_back(stream);
+    for (const auto& [name, stream] : by_name) sorted.push_back(stream);
     std::stable_sort(sorted.begin(), sorted.end(), &monitoring::wirelesstop::compare_by_total);
 
     Ranked ranked(streams);
@@ -289,10 +291,10 @@ SSIDIfState Interface(const std::string& ssid, std::int32_t client_count,
 
 TEST(WirelessTopFoldNetworks, AddsToTheDeviceTheSsidAndEachClient) {
   Totals totals;
-  AddNetwork("ap1", Interface("Office", 2, {{.mac = "c1", .hostname = "pc", .in_bytes = 2048, .out_bytes = 0}}),
+  AddNetwork("ap1", Interface("Office", 2, {{.mac = "c1", .hostname = "pc", .in_bytes = 2048, .out_bytes = 0}}), {"c1"},
              totals);
   AddNetwork("ap2", Interface("Office", 3, {{.mac = "c1", .hostname = "", .in_bytes = 1024, .out_bytes = 1024}}),
-             totals);
+             {"c1"}, totals);
   EXPECT_THAT(totals.device_clients, ElementsAre(Pair("ap1", 2), Pair("ap2", 3)));
   EXPECT_THAT(totals.ssid_clients, ElementsAre(Pair("Office", 5)));
   EXPECT_EQ(totals.devices.at("ap2")->in, 4U);
@@ -307,7 +309,7 @@ TEST(WirelessTopFoldNetworks, CountsAnInterfaceWithoutStatisticsAsIdle) {
   Totals totals;
   SSIDIfState network = Interface("Office", 1, {});
   network.traffic = nullptr;
-  AddNetwork("ap", network, totals);
+  AddNetwork("ap", network, {}, totals);
   EXPECT_EQ(totals.devices.at("ap")->in, 0U);
   EXPECT_EQ(totals.ssids.at("Office")->out, 0U);
 }
