@@ -30,15 +30,25 @@ void MergeByFilter(const subscribes::SubscriptionList& subscriptions, MergedList
 void Send(lws* connection, const std::string& text);
 
 /// Sends to each connection, for each filter that it has, what `compose(filter, data, sids)` makes of the data that
-/// `build(filter)` gives, a pointer: built once for all connections of a filter, but for each of them where debug lines
-/// tell of each message, or when there is none.
+/// `build(filter)` gives, a pointer: built once for all connections of a filter, and composed once for those of them
+/// that follow one another with equal SIDs. Both are done for each connection where debug lines tell of each message,
+/// or when there are no data.
 template <typename Build, typename Compose>
 void SendToEach(const MergedList& merged, Build build, Compose compose) {
   for (const auto& [filter, connections] : merged) {
     decltype(build(*filter)) data = nullptr;
+    std::string text;
+    const std::vector<std::string>* composed_for = nullptr;
     for (const auto& [connection, sids] : connections) {
-      if (data == nullptr || AreDebugLinesLogged()) data = build(*filter);
-      Send(connection, compose(*filter, data, sids));
+      const bool is_new = data == nullptr || AreDebugLinesLogged();
+      if (is_new) data = build(*filter);
+      // Empty when there was no memory for it.
+      if (is_new || text.empty() || *composed_for != sids) {
+        text = {};  // before its successor takes as much
+        text = compose(*filter, data, sids);
+        composed_for = &sids;
+      }
+      Send(connection, text);
     }
   }
 }

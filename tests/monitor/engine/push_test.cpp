@@ -3,6 +3,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
 #include "probe/host/sending.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/message_capture.h"
@@ -78,6 +83,50 @@ TEST(MergeByFilter, GoesByAMonitorsOwnEquality) {
   MergeByFilter({{"a", {{Connection(1), first}}}, {"b", {{Connection(1), FilterOf("1h", "n")}}}}, merged,
                 [](const Filter& left, const Filter& right) { return left.interval == right.interval; });
   EXPECT_THAT(merged, ElementsAre(std::pair(first.get(), Connections{{Connection(1), {"a", "b"}}})));
+}
+
+/// What `SendToEach` does for three connections with one filter, whose texts are what `compose` makes of the SIDs.
+struct Pushed {
+  explicit Pushed(const std::function<std::string(const Sids& sids)>& compose) {
+    test::MessageCapture messages;
+    const auto filter = FilterOf("1h");
+    const MergedList merged{{filter.get(), {{Connection(1), {"a"}}, {Connection(2), {"a"}}, {Connection(3), {"b"}}}}};
+    monitoring::SendToEach(
+        merged,
+        [this](const Filter& /*filter*/) {
+          ++built;
+          return std::make_shared<int>(0);
+        },
+        [&](const Filter& /*filter*/, const std::shared_ptr<int>& /*data*/, const Sids& sids) {
+          ++composed;
+          return compose(sids);
+        });
+    for (const test::SentMessage& message : messages.Take()) texts.push_back(message.text);
+  }
+  int built = 0;
+  int composed = 0;
+  std::vector<std::string> texts;
+};
+
+TEST(SendToEach, ComposesOneMessageForConnectionsWithEqualSids) {
+  const Pushed pushed([](const Sids& sids) { return sids.front(); });
+  EXPECT_THAT(pushed.texts, ElementsAre("a", "a", "b"));
+  EXPECT_EQ(pushed.built, 1);
+  EXPECT_EQ(pushed.composed, 2);
+}
+
+TEST(SendToEach, ComposesAgainAfterAShortageOfMemory) {
+  int attempts = 0;
+  const Pushed pushed([&](const Sids& sids) { return ++attempts == 1 ? std::string() : sids.front(); });
+  EXPECT_THAT(pushed.texts, ElementsAre("", "a", "b"));
+}
+
+TEST(SendToEach, BuildsForEachConnectionWhatDebugLinesTellOf) {
+  const test::LogCapture log;
+  const Pushed pushed([](const Sids& sids) { return sids.front(); });
+  EXPECT_THAT(pushed.texts, ElementsAre("a", "a", "b"));
+  EXPECT_EQ(pushed.built, 3);
+  EXPECT_EQ(pushed.composed, 3);
 }
 
 TEST(Send, HandsTheTextToTheSendFunction) {
