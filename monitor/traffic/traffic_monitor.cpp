@@ -120,8 +120,31 @@ void TrafficMonitor::DataMerge() {
     has_view_[traffic::kMinuteView] = true;
     for (auto& [mac, device] : devices_) RemoveBadTimeSampleForDifferentView(device, traffic::kMinuteView);
   }
+  const bool is_clock_set_back = [this] {
+    const lock_guard collection(collection_lock_);
+    return MayHaveFutureSamples();
+  }();
+  if (!is_clock_set_back) {
+    FoldAtOnce();
+    return;
+  }
+  // Step by step, for samples of the future are dropped in between, and logged.
   CalculateTrafficSpeed();
   MergeDataForInterval();
+}
+
+void TrafficMonitor::FoldAtOnce() {
+  const lock_guard held(collection_lock_);
+  NoteSampleTime();
+  PadMissingInterfaces();
+  {
+    const lock_guard_write views(views_lock_);
+    has_view_.fill(true);
+  }
+  ForEachDevice([this](const std::string& mac, DeviceRecord& device) VEXORA_REQUIRES(collection_lock_, views_lock_) {
+    if (device.reading != 0) CalculateDeviceSpeed(mac, device);
+    MergeAllViews(device);
+  });
 }
 
 void TrafficMonitor::CalculateTrafficSpeed() {
@@ -223,15 +246,16 @@ void TrafficMonitor::MergeDataForInterval() {
     const lock_guard_write views(views_lock_);
     has_view_.fill(true);
   }
-  // All steps for one device before the next one: its records stay in the cache meanwhile.
   ForEachDevice([this](const std::string& /*mac*/, DeviceRecord& device)
-                    VEXORA_REQUIRES(collection_lock_, views_lock_) {
-                      for (std::size_t view = 0; view < monitoring::kViewChain.size(); ++view) {
-                        const monitoring::ViewStep& step = monitoring::kViewChain[view];
-                        MergeDevice(device, view, view + 1, step.count, step.minutes);
-                      }
-                      RemoveBadTimeSampleForDifferentView(device, traffic::kDayView);
-                    });
+                    VEXORA_REQUIRES(collection_lock_, views_lock_) { MergeAllViews(device); });
+}
+
+void TrafficMonitor::MergeAllViews(DeviceRecord& device) const {
+  for (std::size_t view = 0; view < monitoring::kViewChain.size(); ++view) {
+    const monitoring::ViewStep& step = monitoring::kViewChain[view];
+    MergeDevice(device, view, view + 1, step.count, step.minutes);
+  }
+  RemoveBadTimeSampleForDifferentView(device, traffic::kDayView);
 }
 
 void TrafficMonitor::MergeDifferentInterval(const std::string& source, const std::string& target, int count,

@@ -98,6 +98,10 @@ class TrafficMonitor final : public Monitor {
   template <typename Work>
   void ForEachDevice(Work work) VEXORA_REQUIRES(collection_lock_) VEXORA_EXCLUDES(views_lock_);
 
+  /// Speeds and averages of one device before the next one, so that its records stay in the cache meanwhile: for a pass
+  /// in which there are no samples of the future.
+  void FoldAtOnce() VEXORA_EXCLUDES(collection_lock_, views_lock_);
+
   /// Gives every interface of the "1m" view that the latest readings lack a zero sample.
   void PadMissingInterfaces() VEXORA_REQUIRES(collection_lock_) VEXORA_EXCLUDES(views_lock_);
 
@@ -109,6 +113,8 @@ class TrafficMonitor final : public Monitor {
   /// Appends an interface's first sample, of speed 0.
   void AppendFirstSample(const std::string& mac, InterfaceRecord& interface) const VEXORA_REQUIRES(views_lock_);
 
+  /// All steps of the chain for one device.
+  void MergeAllViews(DeviceRecord& device) const VEXORA_REQUIRES(collection_lock_, views_lock_);
   /// One step of the chain for one device: averages of the view of number `source` for the one of number `target`.
   void MergeDevice(DeviceRecord& device, std::size_t source, std::size_t target, int count, int minutes) const
       VEXORA_REQUIRES(collection_lock_, views_lock_);
