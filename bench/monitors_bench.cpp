@@ -11,6 +11,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -28,6 +29,7 @@
 #include "bench/keyed_traffic.h"
 #include "bench/stopwatch.h"
 #include "monitor/clientcount/client_count_monitor.h"
+#include "monitor/engine/constants.h"
 #include "monitor/health/health_monitor.h"
 #include "monitor/reports/client/wireless_client_report.h"
 #include "monitor/reports/network/wireless_network_report.h"
@@ -387,6 +389,37 @@ void BM_Pass(benchmark::State& state, const Subject& subject, std::int64_t thing
   state.counters["allocations"] =
       static_cast<double>(allocations) / static_cast<double>(state.iterations()) / static_cast<double>(things);
 }
+
+/// The client report of a day as text. Counters: `length` of the text; octets that the process takes at most while it
+/// is built, by the plug-in and by the plain version; and the first as a multiple of the other two.
+void BM_ReportText(benchmark::State& state) {
+  const Subject& subject = *std::find_if(Subjects().begin(), Subjects().end(),
+                                         [](const Subject& each) { return each.name == std::string("client_report"); });
+  Scene scene(subject, state.range(0));
+  const auto monitor = subject.make();
+  const auto plain = subject.make_plain();
+  for (int pass = 0; pass < 2; ++pass) {
+    scene.Advance(kMinuteSeconds);
+    scene.Pass(*monitor);
+    scene.Pass(*plain);
+  }
+  const std::string day = Monitor::GetDateStr(static_cast<long>(scene.now()));
+  double product_bytes = 0;
+  double plain_bytes = 0;
+  std::size_t length = 0;
+  for (auto _ : state) {
+    state.PauseTiming();
+    plain_bytes = bench::PeakGrowth([&] { benchmark::DoNotOptimize(plain->Report(monitoring::kDaily, day)); });
+    state.ResumeTiming();
+    product_bytes = bench::PeakGrowth([&] { length = monitor->GetWirelessReport(monitoring::kDaily, day).size(); });
+  }
+  state.counters["length"] = static_cast<double>(length);
+  state.counters["bytes"] = product_bytes;
+  state.counters["plain_bytes"] = plain_bytes;
+  state.counters["of_plain"] = product_bytes / plain_bytes;
+  state.counters["of_length"] = product_bytes / static_cast<double>(length);
+}
+BENCHMARK(BM_ReportText)->Name("client_report_text")->Arg(50'000)->Iterations(3)->Unit(benchmark::kMillisecond);
 
 const bool kIsRegistered = [] {
   constexpr int kMeasuredPasses = 10;

@@ -302,6 +302,40 @@ void BM_NetworkReportNewRogues(benchmark::State& state) {
 }
 BENCHMARK(BM_NetworkReportNewRogues)->Iterations(kMeasuredPasses)->Unit(benchmark::kMillisecond);
 
+/// How long a pass holds the lock for writing, in the evening and in the first pass of a day, by the processor time of
+/// its thread. Bounded from above: the steps that take the lock are timed, with what they do before.
+void BM_NetworkReportLockHeld(benchmark::State& state) {
+  WirelessNetwork<Product> network({.access_points = state.range(0)});
+  network.FillSevenDays(kEvening);
+  WirelessNetworkReport& report = network.Report().Report();
+  double longest = 0;
+  const auto time_step = [&longest](auto step) {
+    bench::Stopwatch stopwatch;
+    stopwatch.Time(step);
+    longest = std::max(longest, stopwatch.Milliseconds());
+  };
+  long now = static_cast<long>(kMidnight) + kEvening * kSlotSeconds;
+  for (auto _ : state) {
+    network.Change(static_cast<time_t>(now));
+    const std::string day = Monitor::GetDateStr(now);
+    const std::string week = Monitor::GetWeekStr(now);
+    time_step([&] { report.CleaRedundantSampleData(day, week, false); });
+    for (const std::string& mac : DeviceManager::GetInstance().GetOnlineManagedDevices(true)) {
+      report.CollectOneSSID(mac, DeviceManager::GetInstance().device(mac), now, day, week);
+    }
+    report.CollectSSIDsByMac(now, day, week);
+    time_step([&] { report.CollectSSIDs(now, day, week); });
+    time_step([&] { report.CollectAccessPoints(now, day, week); });
+    time_step([&] { report.CollectSpectrums(now, day, week); });
+    now += kSlotSeconds;
+  }
+  state.counters["longest_held_ms"] = longest;
+}
+BENCHMARK(BM_NetworkReportLockHeld)
+    ->Arg(1'000)
+    ->Iterations(2 * kMeasuredPasses)  // the second half is of the day after
+    ->Unit(benchmark::kMillisecond);
+
 /// How long a reader waits at most for the lock of the report, in the evening and in the first pass of a day.
 void BM_NetworkReportReaderWait(benchmark::State& state) {
   using std::chrono::steady_clock;

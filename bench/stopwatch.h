@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <ctime>
+#include <fstream>
 #include <string>
 
 namespace bench {
@@ -21,6 +22,26 @@ double HeapGrowth(Work work) {
   const double before = HeapBytes();
   work();
   return HeapBytes() - before;
+}
+
+/// Octets that the process occupies at most, above what it does before, in a piece of work; by the kernel's count of
+/// pages.
+template <typename Work>
+double PeakGrowth(Work work) {
+  const auto kibibytes = [](const std::string& member) {
+    std::ifstream status("/proc/self/status");
+    for (std::string word; status >> word;) {
+      double value = 0;
+      if (word == member && status >> value) return value;
+    }
+    return 0.0;
+  };
+  malloc_trim(0);                               // what was freed before must not hide what is taken now
+  std::ofstream("/proc/self/clear_refs") << 5;  // the peak begins at the present size
+  const double before = kibibytes("VmRSS:");
+  work();
+  constexpr double kKibibyte = 1024;
+  return (kibibytes("VmHWM:") - before) * kKibibyte;
 }
 
 /// Sums up the processor time of a piece of work, and reports it divided by the number of things that it was done for.

@@ -233,7 +233,8 @@ void BM_TrafficMessageLimit(benchmark::State& state) {
 BENCHMARK(BM_TrafficMessageLimit)->RangeMultiplier(10)->Range(1'000, 10'000)->Unit(benchmark::kMillisecond);
 
 /// Messages of 1.6 MB, those of 1,000 interfaces, for so many connections with one filter, until the host has each text
-/// that it is to send.
+/// that it is to send. The second argument is 1 when each connection has an SID of its own: then its message is a text
+/// of its own.
 void BM_TrafficPush(benchmark::State& state) {
   WatchedNetwork network(1'000);
   network.FillAllViews();
@@ -243,12 +244,13 @@ void BM_TrafficPush(benchmark::State& state) {
   filter->interval = monitoring::kView1m;
   subscribes::SubscriptionList list;
   for (std::int64_t connection = 1; connection <= state.range(0); ++connection) {
-    list["a"][probe::ToHandle(probe::ConnectionId{static_cast<std::uintptr_t>(connection)})] = filter;
+    list[state.range(1) == 0 ? "a" : std::to_string(connection)]
+        [probe::ToHandle(probe::ConnectionId{static_cast<std::uintptr_t>(connection)})] = filter;
   }
   bench::TimeRounds(state, "connection", [&] { network.monitor.PushDataBySID(list); });
   probe::InstallSendFunction(nullptr);
 }
-BENCHMARK(BM_TrafficPush)->Arg(1)->Arg(2)->Arg(10)->Arg(100)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_TrafficPush)->ArgsProduct({{1, 2, 10, 100}, {0, 1}})->Unit(benchmark::kMillisecond);
 
 /// Building the message for one device of 50 interfaces, whatever the size of the network.
 void BM_TrafficMessageOfOneDevice(benchmark::State& state) {
