@@ -79,6 +79,16 @@ includes() {
   passes includes
 }
 
+helpers() {
+  write tests/a/first_test.cpp 'int Count(int n) {\nvoid PrintTo(const Row& row) {\nTEST(First, Counts) {\n  int Sum(int n);'
+  write tests/a/second_test.cpp 'int Sum(int n) {\nvoid PrintTo(const Line& line) {\nTEST(First, Counts) {\nvoid Second::Count(int n) {'
+  write tests/b/third_test.cpp 'int Count(int n) {'
+  write tests/a/support.cpp 'int Count(int n) {'
+  passes helpers
+  refuses helpers tests/a/other_test.cpp 'std::vector<int> Count(const std::string& text) {'
+  refuses helpers tests/a/other_test.cpp 'Text* Sum('
+}
+
 length() {
   seq 500 >probe/long.cpp
   seq 800 >tests/long_test.cpp
