@@ -20,6 +20,7 @@
 #include "bench/stopwatch.h"
 #include "monitor/clientcount/client_count_monitor.h"
 #include "monitor/engine/constants.h"
+#include "monitor/engine/filter.h"
 #include "monitor/health/health_monitor.h"
 #include "monitor/reports/client/wireless_client_report.h"
 #include "monitor/reports/network/wireless_network_report.h"

@@ -12,6 +12,7 @@
 #include <string>
 
 #include "monitor/engine/entry_points.h"
+#include "probe/clock/clock.h"
 #include "probe/clock/virtual_clock.h"
 #include "probe/host/device_centre.h"
 #include "probe/host/log.h"

@@ -7,6 +7,7 @@
 
 #include "fuzz/require.h"
 #include "probe/host/device_snapshot.h"
+#include "probe/journal/delta_octets.h"
 #include "probe/journal/entry_codec.h"
 #include "probe/journal/segment_format.h"
 #include "probe/journal/segment_reader.h"

@@ -19,6 +19,8 @@
 #include "probe/host/subscription_service.h"
 #include "probe/journal/journal_folder.h"
 #include "probe/journal/open_journal.h"
+#include "probe/journal/retention.h"
+#include "probe/journal/segment_format.h"
 #include "probe/recording/timezone_name.h"
 #include "probe/server/http/http_message.h"
 #include "probe/sources/snmp/profile.h"

@@ -12,6 +12,7 @@
 #include "probe/api/latest_messages.h"
 #include "probe/clock/clock.h"
 #include "probe/clock/scaled_clock.h"
+#include "probe/journal/journal_folder.h"
 #include "probe/journal/journal_writer.h"
 #include "probe/journal/warm_start.h"
 #include "probe/plugin/loaded_plugin.h"

@@ -12,6 +12,8 @@
 #include <system_error>
 #include <utility>
 
+#include "probe/journal/segment_format.h"
+
 namespace probe::journal {
 namespace {
 

@@ -14,8 +14,10 @@
 #include <vector>
 
 #include "probe/journal/entry_follower.h"
+#include "probe/journal/journal_entry.h"
 #include "probe/journal/journal_folder.h"
 #include "probe/journal/open_journal.h"
+#include "probe/journal/segment_reader.h"
 #include "probe/recording/recording_writer.h"
 
 namespace probe::journal {

@@ -10,6 +10,9 @@
 
 #include "probe/clock/clock.h"
 #include "probe/host/log.h"
+#include "probe/journal/journal_entry.h"
+#include "probe/journal/segment_format.h"
+#include "probe/journal/segment_reader.h"
 
 using utilities::lock::lock_guard;
 

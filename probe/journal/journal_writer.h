@@ -14,8 +14,11 @@
 #include "platform/utilities/locks.h"
 #include "probe/host/device_centre.h"
 #include "probe/journal/entry_codec.h"
+#include "probe/journal/journal_entry.h"
 #include "probe/journal/journal_folder.h"
 #include "probe/journal/retention.h"
+#include "probe/journal/segment_format.h"
+#include "probe/journal/segment_reader.h"
 #include "probe/journal/segment_writer.h"
 #include "probe/recording/pass_clock.h"
 

@@ -11,6 +11,8 @@
 #include <system_error>
 #include <utility>
 
+#include "probe/journal/delta_octets.h"
+
 namespace probe::journal {
 namespace {
 

@@ -7,6 +7,8 @@
 #include "probe/host/log.h"
 #include "probe/host/memory_cleanup.h"
 #include "probe/host/subscription_service.h"
+#include "probe/journal/delta_octets.h"
+#include "probe/journal/segment_reader.h"
 
 using utilities::lock::lock_guard;
 

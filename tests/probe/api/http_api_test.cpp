@@ -1,5 +1,6 @@
 #include "probe/api/http_api.h"
 #include "platform/device_records.h"
+#include "probe/api/history_status.h"
 #include "probe/api/latest_messages.h"
 #include "probe/api/page_files.h"
 #include "probe/api/plugin_calls.h"

@@ -53,7 +53,7 @@ TEST_F(ProfileCommandsTest, ShowWhatWouldBeReadOfAWalk) {
   EXPECT_EQ(Check(folder_.Write("example.toml", kRight), walk), 0);
   EXPECT_THAT(out_.str(), HasSubstr("  name            here\n"));
   EXPECT_THAT(out_.str(), HasSubstr("interfaces: 1\n"));
-  EXPECT_THAT(out_.str(), HasSubstr("  7      eth\\x0a  up      -          -           -      -\n"));
+  EXPECT_THAT(out_.str(), HasSubstr("  7      eth\\x0a  unknown  -          -           -      -\n"));
   EXPECT_EQ(errors_.str(), walk + ": line 3: is not \"OID|type|value\"\n");
   EXPECT_EQ(Check(folder_.Write("example.toml", kRight), folder_.Path("missing")), 2);
 }

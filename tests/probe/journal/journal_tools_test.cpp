@@ -1,4 +1,5 @@
 #include "probe/journal/journal_tools.h"
+#include "probe/journal/journal_folder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,9 @@
 #include "probe/journal/journal_writer.h"
+#include "probe/journal/journal_entry.h"
+#include "probe/journal/journal_folder.h"
+#include "probe/journal/retention.h"
+#include "probe/journal/segment_format.h"
+#include "probe/journal/segment_reader.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -3,6 +3,8 @@
 #include <iterator>
 #include <memory>
 
+#include "platform/device_records.h"
+
 namespace test {
 namespace {
 

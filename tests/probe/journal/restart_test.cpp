@@ -19,7 +19,9 @@
 #include <string>
 #include <vector>
 
+#include "probe/journal/journal_entry.h"
 #include "probe/journal/journal_folder.h"
+#include "probe/journal/segment_reader.h"
 #include "tests/probe/journal/random_history.h"
 #include "tests/probe/journal/random_snapshots.h"
 #include "tests/probe/journal/small_probe.h"

@@ -1,3 +1,7 @@
+#include "probe/journal/delta_octets.h"
+#include "probe/journal/entry_codec.h"
+#include "probe/journal/journal_entry.h"
+#include "probe/journal/segment_format.h"
 #include "probe/journal/segment_reader.h"
 #include "probe/journal/segment_writer.h"
 

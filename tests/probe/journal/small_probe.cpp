@@ -11,10 +11,13 @@
 
 #include "platform/tasks.h"
 #include "platform/topics.h"
+#include "probe/host/connection_id.h"
 #include "probe/host/device_centre.h"
 #include "probe/host/log.h"
 #include "probe/host/memory_cleanup.h"
 #include "probe/host/subscription_service.h"
+#include "probe/journal/journal_folder.h"
+#include "probe/journal/segment_format.h"
 #include "probe/text/json_c_handle.h"
 #include "tests/support/taken_text.h"
 

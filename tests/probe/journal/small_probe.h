@@ -6,8 +6,10 @@
 #include <string>
 #include <vector>
 
+#include "probe/clock/clock.h"
 #include "probe/clock/virtual_clock.h"
 #include "probe/journal/journal_writer.h"
+#include "probe/journal/retention.h"
 #include "probe/journal/warm_start.h"
 #include "probe/plugin/loaded_plugin.h"
 #include "probe/recording/pass_clock.h"

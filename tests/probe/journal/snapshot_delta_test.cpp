@@ -1,4 +1,5 @@
 #include "probe/journal/snapshot_delta.h"
+#include "probe/journal/delta_octets.h"
 
 #include <gtest/gtest.h>
 

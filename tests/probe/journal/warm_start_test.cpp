@@ -1,4 +1,8 @@
 #include "probe/journal/warm_start.h"
+#include "platform/device_centre.h"
+#include "probe/clock/clock.h"
+#include "probe/host/connection_id.h"
+#include "probe/journal/journal_folder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

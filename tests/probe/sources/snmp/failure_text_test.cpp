@@ -1,6 +1,7 @@
 #include "probe/sources/snmp/failure_text.h"
 #include "probe/sources/snmp/agent.h"
 #include "probe/sources/snmp/net_snmp_agent.h"
+#include "probe/sources/snmp/oid.h"
 #include "probe/sources/snmp/snmp_settings.h"
 
 #include <gmock/gmock.h>

@@ -14,11 +14,13 @@
 #include <vector>
 
 #include "probe/sources/snmp/net_snmp_agent.h"
+#include "probe/sources/snmp/profile.h"
 #include "probe/sources/snmp/profile_catalogue.h"
 #include "probe/sources/snmp/profile_reading.h"
 #include "probe/sources/snmp/reading.h"
 #include "probe/sources/snmp/snmp_settings.h"
 #include "probe/sources/this_machine/links.h"
+#include "probe/sources/this_machine/machine_reading.h"
 #include "tests/support/snmp/snmpd_process.h"
 
 // This machine, as its agent and as its kernel tell it.
