@@ -70,7 +70,7 @@ Output& TheOutput() {
 /// The text of a printf-style call, of any length.
 std::string Formatted(const char* format, va_list arguments) {
   constexpr std::size_t kUsualLength = 512;
-  std::array<char, kUsualLength> usual;
+  std::array<char, kUsualLength> usual{};
   va_list again;  // vsnprintf uses a list up, and a text that is too long for the array has to be written again
   va_copy(again, arguments);
   const int length = std::vsnprintf(usual.data(), usual.size(), format, arguments);

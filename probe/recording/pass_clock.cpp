@@ -1,5 +1,6 @@
 #include "probe/recording/pass_clock.h"
 
+#include <algorithm>
 #include <utility>
 
 using utilities::lock::lock_guard;
@@ -48,7 +49,7 @@ void PassClock::EndPass() {
     const lock_guard held(lock_);
     if (!std::exchange(is_in_pass_, false)) return;
   }
-  for (auto observer = observers_.rbegin(); observer != observers_.rend(); ++observer) (*observer)->OnPassEnds();
+  std::for_each(observers_.rbegin(), observers_.rend(), [](PassObserver* observer) { observer->OnPassEnds(); });
   centre_.Release();
 }
 

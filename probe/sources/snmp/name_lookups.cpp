@@ -119,7 +119,7 @@ NameLookups::NameLookups(Resolver resolver) : queue_(std::make_shared<Queue>(std
 
 NameLookups& NameLookups::Instance() {
   // Never destroyed: a thread that hangs in the resolver may come back while the process ends.
-  static NameLookups* const lookups = new NameLookups([](const std::string& name) { return AskResolver(name, 0); });
+  static auto* const lookups = new NameLookups([](const std::string& name) { return AskResolver(name, 0); });
   return *lookups;
 }
 
