@@ -1,7 +1,6 @@
 // What does the replay of a recorded day cost, and how much of that are the passes of the plug-in?
 
 #include <benchmark/benchmark.h>
-#include <sys/resource.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -15,6 +14,7 @@
 #include "probe/host/device_centre.h"
 #include "probe/recording/recording_writer.h"
 #include "probe/sources/simulated/simulated_network.h"
+#include "tests/support/childrens_time.h"
 
 namespace {
 
@@ -42,16 +42,6 @@ void WriteRecording(std::int64_t days, const std::string& path) {
   centre.Clear();
 }
 
-/// The processor's time that all programs started so far have taken.
-double ChildrensSeconds() {
-  rusage usage{};
-  getrusage(RUSAGE_CHILDREN, &usage);
-  const auto seconds = [](const timeval& time) {
-    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
-  };
-  return seconds(usage.ru_utime) + seconds(usage.ru_stime);
-}
-
 /// A replay of so many days. Counters, in seconds of processor time: `cpu_s` of the whole program, `passes_s` of the
 /// engine's thread in its passes, messages included; `passes_share` is the second divided by the first.
 void BM_Replay(benchmark::State& state) {
@@ -61,7 +51,7 @@ void BM_Replay(benchmark::State& state) {
   WriteRecording(state.range(0), recording);
   const std::string command = std::string(VEXORA_REPLAY) + " --timing " + recording + " | tail -n 1 >" + timing;
   double passes = 0;
-  const double before = ChildrensSeconds();
+  const double before = test::ChildrensProcessorSeconds();
   for (auto _ : state) {
     if (std::system(command.c_str()) != 0) {  // NOLINT(concurrency-mt-unsafe,cert-env33-c): no thread, no foreign text
       state.SkipWithError("the replay failed");
@@ -70,7 +60,7 @@ void BM_Replay(benchmark::State& state) {
     std::ifstream file(timing);
     passes += nlohmann::json::parse(file)["timing"]["cpu_seconds"].get<double>();
   }
-  const double all = ChildrensSeconds() - before;
+  const double all = test::ChildrensProcessorSeconds() - before;
   const auto rounds = static_cast<double>(state.iterations());
   state.counters["cpu_s"] = all / rounds;
   state.counters["passes_s"] = passes / rounds;

@@ -36,9 +36,7 @@ struct WarmProgress {
 /// remain.
 ///
 /// Owner:   the application. One at a time in a process.
-/// Threads: one of its own, which reads segments ahead. The engine's own applies what was read, where it would sleep.
-/// The
-///          rest any.
+/// Threads: one of its own reads segments ahead; the engine's own applies them where it would sleep; the rest any.
 class WarmStart {
  public:
   struct Plan {

@@ -1,7 +1,6 @@
 // A week of the simulated network, replayed as fast as it goes.
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -14,6 +13,7 @@
 #include "probe/host/device_centre.h"
 #include "probe/recording/recording_writer.h"
 #include "probe/sources/simulated/simulated_network.h"
+#include "tests/support/childrens_time.h"
 
 namespace {
 
@@ -59,17 +59,6 @@ nlohmann::json TimingOf(Write write) {
   return timing;
 }
 
-/// The processor's time that the replays so far have taken, reading, parsing and printing included; that of this
-/// process, which simulates and writes, is not in it.
-double ChildrensProcessorSeconds() {
-  rusage usage{};
-  getrusage(RUSAGE_CHILDREN, &usage);
-  const auto seconds = [](const timeval& time) {
-    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
-  };
-  return seconds(usage.ru_utime) + seconds(usage.ru_stime);
-}
-
 nlohmann::json Timing(int passes) {
   return TimingOf([passes](FILE* input) { WriteRecording(passes, input); });
 }
@@ -95,9 +84,9 @@ TEST(ReplayOfAWeek, TakesUnderTwentySecondsAndNoMoreMemoryThanADay) {
   setenv("TZ", "UTC", 1);
   tzset();
   const nlohmann::json day = Timing(kDay);
-  const double before = ChildrensProcessorSeconds();
+  const double before = test::ChildrensProcessorSeconds();
   const nlohmann::json week = Timing(kWeek);
-  const double taken = ChildrensProcessorSeconds() - before;
+  const double taken = test::ChildrensProcessorSeconds() - before;
   EXPECT_EQ(week["passes"], kWeek);
   EXPECT_EQ(week["pushes"], kWeek);
   RecordProperty("week_ms", static_cast<int>(taken * 1'000));
