@@ -78,10 +78,10 @@ test.each(['light', 'dark'] as const)('the progress has no serious finding of ax
   await stubStatus(own.page, probe);
   await own.page.goto(probe.url);
   await own.page.getByRole('progressbar').waitFor();
-  const before = asked;
+  const [before, begin] = [asked, Date.now()];
   await own.page.waitForTimeout(3000);
   expect(asked - before).toBeGreaterThanOrEqual(1);
-  expect(asked - before).toBeLessThanOrEqual(4);
+  expect(asked - before).toBeLessThanOrEqual((Date.now() - begin) / 1000 + 1); // on a busy machine three seconds may be more
   await own.page.evaluate(axe.source);
   const findings = await own.page.evaluate(async () => {
     const { violations } = await (window as unknown as { axe: typeof axe }).axe.run(document, { resultTypes: ['violations'] });
