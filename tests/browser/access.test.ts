@@ -6,7 +6,7 @@ import { fileURLToPath } from 'node:url';
 import axe from 'axe-core';
 import type { Browser, Page } from 'playwright-core';
 import { afterAll, beforeAll, describe, expect, test } from 'vitest';
-import { openBrowser, openPage } from './browser';
+import { closeContext, openBrowser, openPage } from './browser';
 import { ProbeProcess, simulated } from './probe';
 
 const root = fileURLToPath(new URL('../..', import.meta.url));
@@ -72,7 +72,7 @@ describe.each(['light', 'dark'] as const)('in %s colours', (colorScheme) => {
     });
     expect(findings.filter(({ impact }) => impact === 'serious' || impact === 'critical')).toEqual([]);
     expect(complaints).toEqual([]);
-    await context.close();
+    await closeContext(context);
   });
 });
 
@@ -88,7 +88,7 @@ describe.each([
     if (where === 'a phone') await takePicture(page, `${nameOf(hash)}-phone`);
     const size = await page.evaluate(() => parseFloat(getComputedStyle(document.body).fontSize));
     expect(size).toBeGreaterThanOrEqual(where === 'a phone' ? 13 : 18);
-    await context.close();
+    await closeContext(context);
   });
 });
 
@@ -115,7 +115,7 @@ test('everything is reached with the keyboard', async () => {
   await expect.poll(() => header.getAttribute('aria-sort')).toBe('descending');
   await page.keyboard.press('Enter');
   await expect.poll(() => header.getAttribute('aria-sort')).toBe('ascending');
-  await context.close();
+  await closeContext(context);
 });
 
 test('the colours are chosen, and stay', async () => {
@@ -129,7 +129,7 @@ test('the colours are chosen, and stay', async () => {
   await expect.poll(ground).toBe('rgb(14, 19, 24)');
   await page.reload();
   await expect.poll(ground).toBe('rgb(14, 19, 24)');
-  await context.close();
+  await closeContext(context);
 });
 
 test('the page is served with a policy that lets nothing foreign in', async () => {

@@ -39,6 +39,12 @@ export async function openPage(browser: Browser, base: string, options: BrowserC
   return { page, context, complaints };
 }
 
+/** Closes it with its pages; a request that a test answers in the probe's place may be on its way still. */
+export async function closeContext(context: BrowserContext): Promise<void> {
+  await Promise.all(context.pages().map((page) => page.unrouteAll({ behavior: 'ignoreErrors' })));
+  await context.close();
+}
+
 /** The exact values behind the cells of a table, by row and column; a cell of text gives its text. */
 export async function tableOf(page: Page, selector: string): Promise<Record<string, Record<string, string>>> {
   return page.locator(selector).evaluate((root) => {

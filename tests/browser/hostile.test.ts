@@ -3,7 +3,7 @@
 import { readFileSync } from 'node:fs';
 import type { Browser, Page } from 'playwright-core';
 import { afterAll, beforeAll, expect, test } from 'vitest';
-import { openBrowser, openPage, type Watched } from './browser';
+import { closeContext, openBrowser, openPage, type Watched } from './browser';
 import { ProbeProcess, simulated } from './probe';
 
 const markup = '<img src=x onerror="document.title=\'broken\';alert(1)">';
@@ -98,7 +98,7 @@ test.each([
   await page.waitForTimeout(1500); // a pass or two more come in
   await expectHarmless(watched);
   expect(await page.locator('main bdi').first().evaluate((name) => getComputedStyle(name).unicodeBidi)).toMatch(/isolate/);
-  await watched.context.close();
+  await closeContext(watched.context);
 });
 
 test.each([
@@ -114,7 +114,7 @@ test.each([
   expect(csv).toContain(`"'${names.formula.replaceAll('"', '""')}"`); // a quote in front: no formula
   for (const cell of csv.replace('\ufeff', '').split(/\r\n|,(?=(?:[^"]*"[^"]*")*[^"]*$)/)) expect(cell).not.toMatch(/^"?[=+@\t\r]|^"?-[^\d]/);
   expect(complaints).toEqual([]);
-  await context.close();
+  await closeContext(context);
 });
 
 test('a hostile device name comes unharmed through the whole probe', async () => {
@@ -133,7 +133,7 @@ test('a hostile device name comes unharmed through the whole probe', async () =>
     expect(option).toContain(names.quotes);
     expect(option).not.toMatch(/[\u202e\u2066\u200f]/); // a list cannot isolate: the address behind the name would be turned around
   } finally {
-    await watched.context.close();
+    await closeContext(watched.context);
     await own.stop();
   }
 });

@@ -4,7 +4,7 @@
 import axe from 'axe-core';
 import type { Browser, Page } from 'playwright-core';
 import { afterAll, afterEach, beforeAll, beforeEach, expect, test } from 'vitest';
-import { openBrowser, openPage, type Watched } from './browser';
+import { closeContext, openBrowser, openPage, type Watched } from './browser';
 import { gatewayOf, minuteText, trafficOf } from './figures';
 import { type Json, ProbeProcess, simulated } from './probe';
 
@@ -45,7 +45,7 @@ beforeEach(async () => {
   await stubStatus(page, probe);
 });
 afterEach(async () => {
-  await watched.context.close();
+  await closeContext(watched.context);
   expect(watched.complaints).toEqual([]);
 });
 
@@ -88,7 +88,7 @@ test.each(['light', 'dark'] as const)('the progress has no serious finding of ax
     return violations.map(({ id, impact, nodes }) => ({ id, impact, where: nodes.map((node) => node.html) }));
   });
   expect(findings.filter(({ impact }) => impact === 'serious' || impact === 'critical')).toEqual([]);
-  await own.context.close();
+  await closeContext(own.context);
 });
 
 test('a page that was open takes back what it showed when the probe comes back and reads its journal', async () => {
@@ -108,7 +108,7 @@ test('a page that was open takes back what it showed when the probe comes back a
     history = ready;
     await opened.locator('tbody tr').first().waitFor();
   } finally {
-    await context.close();
+    await closeContext(context);
     await own.stop();
   }
 });

@@ -2,7 +2,7 @@
 
 import type { Browser } from 'playwright-core';
 import { afterAll, beforeAll, expect, test } from 'vitest';
-import { openBrowser, openPage } from './browser';
+import { closeContext, openBrowser, openPage } from './browser';
 import { type Json, ProbeProcess, simulated } from './probe';
 
 let browser: Browser;
@@ -49,7 +49,7 @@ test('shows each pass, says when none comes, and comes back after a restart of t
     await expect.poll(pass, { timeout: 10_000 }).toBeGreaterThan(back);
     expect(complaints).toEqual([]);
   } finally {
-    await context.close();
+    await closeContext(context);
     await probe.stop();
   }
 });
@@ -71,7 +71,7 @@ test('hears of the passes on the reports, too, which show nothing live', async (
     await expect.poll(passes, { timeout: 25_000 }).toBeGreaterThan(begin + 8); // after six, silence is called stale
     expect(await shown()).toEqual(['Live', 'Live', 'Live']);
   } finally {
-    await context.close();
+    await closeContext(context);
     await probe.stop();
   }
 });
@@ -93,7 +93,7 @@ test('has figures at once, without waiting for the next pass', async () => {
     expect(await passes()).toBe(pass);
     await expect.poll(() => page.locator('.countdown').textContent()).toMatch(/next in \d+ s/);
   } finally {
-    await context.close();
+    await closeContext(context);
     await probe.stop();
   }
 });
@@ -114,7 +114,7 @@ test('offers a device that came after the page was opened', async () => {
     await expect.poll(() => options.count()).toBe(3);
     expect(complaints).toEqual([]);
   } finally {
-    await context.close();
+    await closeContext(context);
     await probe.stop();
   }
 });
@@ -139,7 +139,7 @@ test('asks for the token of a probe that has one, and keeps it for the tab', asy
     expect(page.url()).not.toContain('sesame');
     expect(complaints).toEqual([]);
   } finally {
-    await context.close();
+    await closeContext(context);
     await probe.stop();
   }
 });

@@ -2,7 +2,7 @@
 
 import type { Browser, Page } from 'playwright-core';
 import { afterAll, beforeAll, describe, expect, test } from 'vitest';
-import { agree, openBrowser, openPage } from './browser';
+import { agree, closeContext, openBrowser, openPage } from './browser';
 import { bodyOf, gatewayOf, minuteText, samplesShown, samplesTold, trafficOf } from './figures';
 import { type Json, ProbeProcess } from './probe';
 
@@ -85,7 +85,7 @@ describe('the axis of time', () => {
     expect(marks.map((mark) => mark.text)).toContain(expected);
     for (const [i, mark] of marks.slice(1).entries()) expect(mark.left - (marks[i]?.right ?? 0), `between ${marks[i]?.text} and ${mark.text}`).toBeGreaterThan(4);
     expect(complaints).toEqual([]);
-    await context.close();
+    await closeContext(context);
   });
 });
 
@@ -106,7 +106,7 @@ describe.each([
     const rows = await agree(() => samplesShown(page, 'wan0'), () => samplesTold(probe, mac, view, 'wan0'));
     expect(rows.length).toBeGreaterThanOrEqual(least);
     expect(complaints).toEqual([]);
-    await context.close();
+    await closeContext(context);
   });
 
   test('has every peak of clients', async () => {
@@ -123,6 +123,6 @@ describe.each([
     };
     expect((await agree(shown, told)).length).toBeGreaterThan(0);
     expect(complaints).toEqual([]);
-    await context.close();
+    await closeContext(context);
   });
 });

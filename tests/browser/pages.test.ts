@@ -3,7 +3,7 @@
 import { readFileSync } from 'node:fs';
 import type { Browser } from 'playwright-core';
 import { afterAll, afterEach, beforeAll, beforeEach, describe, expect, test } from 'vitest';
-import { agree, openBrowser, openPage, orderOf, tableOf, type Watched } from './browser';
+import { agree, closeContext, openBrowser, openPage, orderOf, tableOf, type Watched } from './browser';
 import { gatewayOf, samplesShown, samplesTold, trafficOf } from './figures';
 import { type Json, ProbeProcess, simulated } from './probe';
 
@@ -23,7 +23,7 @@ beforeEach(async () => {
   watched = await openPage(browser, probe.url);
 });
 afterEach(async () => {
-  await watched.context.close();
+  await closeContext(watched.context);
   expect(watched.complaints).toEqual([]);
 });
 

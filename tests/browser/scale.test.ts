@@ -2,7 +2,7 @@
 
 import type { Browser } from 'playwright-core';
 import { afterAll, beforeAll, expect, test } from 'vitest';
-import { openBrowser, openPage } from './browser';
+import { closeContext, openBrowser, openPage } from './browser';
 import { ProbeProcess, simulated } from './probe';
 
 const deviceCount = 50;
@@ -71,5 +71,5 @@ test.each(['overview', 'traffic'])('%s', async (hash) => {
   expect(ofAPass).toBeGreaterThan(0);
   expect(ofAPass).toBeLessThan(0.2);
   expect(complaints).toEqual([]);
-  await context.close();
+  await closeContext(context);
 });

@@ -4,7 +4,7 @@ import { type ChildProcess, spawn } from 'node:child_process';
 import { fileURLToPath } from 'node:url';
 import type { Browser } from 'playwright-core';
 import { afterAll, beforeAll, expect, test } from 'vitest';
-import { agree, openBrowser, openPage, tableOf } from './browser';
+import { agree, closeContext, openBrowser, openPage, tableOf } from './browser';
 import { type Json, ProbeProcess } from './probe';
 
 const network = fileURLToPath(new URL('../../script/lib/snmp_network.py', import.meta.url));
@@ -59,6 +59,6 @@ test('shows every device, and says why one does not answer', async () => {
   expect(await cellar.textContent()).toContain('Offline');
   const picture = fileURLToPath(new URL(`../../${isRenewing ? 'docs' : 'build'}/images/snmp-light.png`, import.meta.url));
   await page.screenshot({ path: picture });
-  await context.close();
+  await closeContext(context);
   expect(complaints).toEqual([]);
 }, 200_000);
