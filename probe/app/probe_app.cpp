@@ -163,15 +163,17 @@ void ProbeApp::StartRecording() {
 }
 
 void ProbeApp::StartJournal() {
+  std::string folder;
   if (journal_folder_) {
-    log::Info("the journal is in %s", journal_folder_->path().c_str());
+    folder = journal_folder_->path();
+    log::Info("the journal is in %s", folder.c_str());
     const journal::JournalBounds bounds{.days = settings_.journal.days, .bytes = settings_.journal.bytes};
     journal_ = std::make_unique<journal::JournalWriter>(std::move(journal_folder_), segments_, bounds,
                                                         DeviceCentre::Instance(), HeadOfRun(segments_));
   }
   StartPassClock();
   // Last, on top: until the replay is over, what writes passes down sees none.
-  if (settings_.journal.is_warm_start && !segments_.empty()) StartWarmStart();
+  if (settings_.journal.is_warm_start && !segments_.empty()) StartWarmStart(folder);
 }
 
 void ProbeApp::StartPassClock() {
@@ -186,9 +188,10 @@ void ProbeApp::StartPassClock() {
   });
 }
 
-void ProbeApp::StartWarmStart() {
+void ProbeApp::StartWarmStart(const std::string& folder) {
   warm_start_ = std::make_unique<journal::WarmStart>(
-      journal::WarmStart::Plan{std::move(segments_), settings_.journal.warm_start_limit}, DeviceCentre::Instance());
+      journal::WarmStart::Plan{std::move(segments_), settings_.journal.warm_start_limit, folder},
+      DeviceCentre::Instance());
   if (warm_start_->is_empty()) {
     warm_start_.reset();
   } else if (recorder_) {

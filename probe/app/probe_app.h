@@ -56,7 +56,7 @@ class ProbeApp {
   void StartRecording();
   void FindJournal();
   void StartJournal();
-  void StartWarmStart();
+  void StartWarmStart(const std::string& folder);
   void StartSources();
   void StartSnmp();
   void StartPassClock();

@@ -58,6 +58,17 @@ std::vector<Segment> WithinLimit(std::vector<Segment> segments, std::chrono::sec
   return segments;
 }
 
+/// None when the last attempts to replay them have ended in the middle.
+std::vector<Segment> UnlessGivenUp(std::vector<Segment> segments, ReplayNotes& notes) {
+  if (segments.empty() || !notes.is_given_up()) return segments;
+  notes.NoteSkipped();
+  log::Error(
+      "[Journal] the last %u starts ended while it was replayed: this one does without it, and with empty histories. "
+      "The journal is left as it is, and the next start tries again",
+      ReplayNotes::kMaxUnfinished);
+  return {};
+}
+
 time_t StartOf(const std::vector<Segment>& segments) {
   return segments.empty() ? 0 : segments.front().facts->head.start;
 }
@@ -66,7 +77,8 @@ time_t StartOf(const std::vector<Segment>& segments) {
 
 WarmStart::WarmStart(Plan plan, DeviceCentre& live)
     : live_(live),
-      segments_(WithinLimit(Readable(std::move(plan.segments)), plan.time_limit)),
+      notes_(std::move(plan.folder)),
+      segments_(UnlessGivenUp(WithinLimit(Readable(std::move(plan.segments)), plan.time_limit), notes_)),
       time_limit_(plan.time_limit),
       clock_(StartOf(segments_), [this] { return NextPass(); }) {
   for (const Segment& segment : segments_) total_cost_ += CostOf(segment);
@@ -100,6 +112,7 @@ void WarmStart::Begin(std::function<void(time_t at)> on_pass, std::function<void
   on_pass_ = std::move(on_pass);
   on_ready_ = std::move(on_ready);
   begun_ = SteadyClock::now();
+  notes_.NoteBegin();
   reader_ = std::thread([this] { Read(); });
 }
 
@@ -109,7 +122,9 @@ void WarmStart::Stop() {
     is_stopped_.store(true);
     changed_.NotifyAll();
   }
-  if (reader_.joinable()) reader_.join();
+  if (!reader_.joinable()) return;
+  reader_.join();
+  notes_.NoteEnd();  // somebody wanted it to stop: that is no crash
 }
 
 WarmProgress WarmStart::progress() const {
@@ -228,6 +243,7 @@ void WarmStart::HandOver() {
   DeviceCentre::PutInForce(nullptr);
   log::MutePlugin(false);
   SubscriptionService::Instance().SetSilent(false);
+  notes_.NoteEnd();
   is_ready_.store(true);
   if (on_ready_) on_ready_();
   HoldCleanUps(false);

@@ -18,6 +18,7 @@
 #include "probe/journal/journal_entry.h"
 #include "probe/journal/journal_folder.h"
 #include "probe/journal/replay_clock.h"
+#include "probe/journal/replay_notes.h"
 
 namespace probe::journal {
 
@@ -35,6 +36,9 @@ struct WarmProgress {
 /// present is, with the devices of the sources: one that no source reports is known no longer, while its histories
 /// remain.
 ///
+/// A replay that takes the probe with it is tried again at a few starts, then left out: the journal must not keep the
+/// probe from running.
+///
 /// Owner:   the application. One at a time in a process.
 /// Threads: one of its own reads segments ahead; the engine's own applies them where it would sleep; the rest any.
 class WarmStart {
@@ -42,6 +46,7 @@ class WarmStart {
   struct Plan {
     std::vector<Segment> segments;  ///< Oldest first. Those that cannot be read are passed over, and the log says so.
     std::chrono::seconds time_limit{0};  ///< What takes longer is left out, oldest first.
+    std::string folder{};  ///< That of the journal, for the notes to the next start; empty: none are left.
   };
 
   /// Puts the journal's time and devices in force for the engine. To be made before the plug-in registers its monitors,
@@ -91,6 +96,7 @@ class WarmStart {
   void HandOver();
 
   DeviceCentre& live_;
+  ReplayNotes notes_;
   std::vector<Segment> segments_;
   const std::chrono::seconds time_limit_;
   std::uint64_t total_cost_ = 0;  // of all passes, in the microseconds that they cost when they were made

@@ -6,9 +6,12 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <chrono>
+#include <csignal>
 #include <fstream>
 #include <memory>
 #include <string>
@@ -114,7 +117,22 @@ class WarmStartTest : public ::testing::Test {
     }
   }
 
-  WarmStart::Plan Plan(std::chrono::seconds limit = 100s) const { return {ListSegments(path_), limit}; }
+  WarmStart::Plan Plan(std::chrono::seconds limit = 100s) const { return {ListSegments(path_), limit, path_}; }
+
+  /// A start whose replay takes the process with it. False when there was none.
+  bool CrashInReplay() {
+    const pid_t child = fork();
+    if (child == 0) {
+      WarmStart warm(Plan(), DeviceCentre::Instance());
+      if (warm.is_empty()) _exit(0);
+      const Engine engine(passes_);
+      warm.Begin([](time_t /*at*/) { kill(getpid(), SIGKILL); }, {});
+      while (true) pause();
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    return WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL;
+  }
 
   /// Runs it to its end, and two passes of the present.
   void Warm(WarmStart& warm) {
@@ -213,6 +231,42 @@ TEST_F(WarmStartTest, PassesOverWhatItCannotReadAndNamesIt) {
   Warm(warm);
   EXPECT_THAT(replayed_, ElementsAre(6000, 6060));
   EXPECT_THAT(log_.Texts(probe::log::Level::kError, "format version 2, and this probe reads version 1"), SizeIs(1));
+}
+
+TEST_F(WarmStartTest, IsLeftOutWhenItTookTheProbeWithItThreeTimesInARow) {
+  Journal({"A"}, 600, 3);
+  for (int start = 0; start < 3; ++start) EXPECT_TRUE(CrashInReplay());
+  EXPECT_FALSE(CrashInReplay());
+  EXPECT_TRUE(CrashInReplay()) << "one attempt at the start after that";
+  EXPECT_FALSE(CrashInReplay());
+  EXPECT_THAT(ListSegments(path_), SizeIs(1)) << "it is kept";
+
+  EXPECT_TRUE(CrashInReplay());
+  WarmStart skipped(Plan(), DeviceCentre::Instance());
+  EXPECT_TRUE(skipped.is_empty());
+  EXPECT_TRUE(skipped.is_ready());
+  EXPECT_EQ(&DeviceCentre::InForce(), &DeviceCentre::Instance());
+  EXPECT_THAT(log_.Texts(probe::log::Level::kError, "the last 3 starts ended while it was replayed"), SizeIs(1));
+}
+
+TEST_F(WarmStartTest, ForgetsCrashesWhenAReplayEndsOrIsStopped) {
+  Journal({"A"}, 600, 3);
+  EXPECT_TRUE(CrashInReplay());
+  EXPECT_TRUE(CrashInReplay());
+  {
+    WarmStart warm(Plan(), DeviceCentre::Instance());
+    Warm(warm);
+  }
+  EXPECT_THAT(replayed_, SizeIs(3));
+  for (int start = 0; start < 2; ++start) EXPECT_TRUE(CrashInReplay());
+  {
+    WarmStart warm(Plan(), DeviceCentre::Instance());
+    const Engine engine(passes_);
+    warm.Begin({}, {});
+    warm.Stop();
+  }
+  for (int start = 0; start < 3; ++start) EXPECT_TRUE(CrashInReplay());
+  EXPECT_FALSE(CrashInReplay());
 }
 
 TEST_F(WarmStartTest, CanBeStoppedAtAnyTime) {
