@@ -186,6 +186,7 @@ void JournalWriter::WriteCleanUps(time_t at) {
     if (!segment_) OpenSegment(at);
     const CleanUpEntry& entry = not_written_.front();
     segment_->Append({.kind = FrameKind::kCleanUp, .at = entry.at}, entry.mac);
+    ++facts_.clean_ups;
     not_written_.erase(not_written_.begin());
   }
 }

@@ -136,6 +136,8 @@ SegmentFacts ReadFacts(const std::string& path) {
       if (facts.passes++ == 0) facts.first_pass = static_cast<time_t>(frame.at);
       facts.last_pass = static_cast<time_t>(frame.at);
       facts.cost_microseconds += frame.cost_microseconds;
+    } else if (frame.kind == FrameKind::kCleanUp) {
+      ++facts.clean_ups;
     }
     if (!file.seekg(frame.payload_size, std::ios::cur)) break;
   }

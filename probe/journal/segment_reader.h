@@ -63,6 +63,7 @@ class SegmentReader {
 struct SegmentFacts {
   SegmentHead head;
   std::uint64_t passes = 0;
+  std::uint64_t clean_ups = 0;
   time_t first_pass = 0;  ///< 0: there is none.
   time_t last_pass = 0;
   std::uint64_t cost_microseconds = 0;  ///< What the passes cost when they were made.

@@ -34,7 +34,8 @@ std::vector<Segment> Readable(std::vector<Segment> segments) {
     if (!segment.facts && !segment.is_stub) {
       log::Error("[Journal] %s cannot be read: %s. It is left as it is", segment.path.c_str(), segment.error.c_str());
     }
-    return !segment.facts || segment.facts->passes == 0;
+    // One with clean-ups only counts: what was cleaned up must not come back.
+    return !segment.facts || segment.facts->passes + segment.facts->clean_ups == 0;
   });
   return segments;
 }

@@ -12,13 +12,16 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <map>
 #include <random>
+#include <set>
 #include <span>
 #include <sstream>
 #include <string>
 #include <vector>
 
+#include "probe/host/memory_cleanup.h"
 #include "probe/journal/journal_entry.h"
 #include "probe/journal/journal_folder.h"
 #include "probe/journal/segment_reader.h"
@@ -38,9 +41,10 @@ using test::SmallProbe;
 /// One life of the probe: from its start until it is killed, in steps of the history.
 struct Life {
   std::size_t first = 0;
-  std::size_t end = 0;               ///< The step behind the last whose pass began.
-  std::size_t surviving_passes = 0;  ///< Of these, by what is in the journal.
-  std::size_t surviving_clean_ups = 0;
+  std::size_t end = 0;                         ///< The step behind the last whose pass began.
+  std::size_t surviving_passes = 0;            ///< Of these, by what is in the journal.
+  std::size_t surviving_clean_ups = 0;         ///< Without the first ones.
+  std::vector<std::string> first_clean_ups{};  ///< Made before the first pass; a life may have nothing else.
 };
 
 /// What a probe that is about to be killed wants to be known.
@@ -153,6 +157,8 @@ class RestartTest : public ::testing::Test {
     SmallProbe::Report(state);
     probe.SetTime(StartOf(life));
     Write(probe.Reports());
+    CleanUpFirst(life);
+    probe.Flush();
     std::size_t clean_ups = 0;
     for (std::size_t step = life.first; step < life.end; ++step) {
       const HistoryStep& now = history_.steps[step];
@@ -169,6 +175,10 @@ class RestartTest : public ::testing::Test {
     }
     usleep(delay);
     kill(getpid(), SIGKILL);
+  }
+
+  static void CleanUpFirst(const Life& life) {
+    for (const std::string& mac : life.first_clean_ups) probe::CleanUpDevice(mac);
   }
 
   /// The clock when a life begins: half a minute before its first pass.
@@ -235,6 +245,7 @@ class RestartTest : public ::testing::Test {
         TellAfterOutage(told, life.first, {lives.data(), static_cast<std::size_t>(&life - lives.data())});
         probe.SetTime(StartOf(life));
         Write(probe.Reports());
+        CleanUpFirst(life);
         std::size_t clean_ups = life.surviving_clean_ups;
         for (std::size_t step = life.first; step < life.first + life.surviving_passes; ++step) {
           const HistoryStep& now = history_.steps[step];
@@ -285,7 +296,9 @@ class RestartTest : public ::testing::Test {
     std::size_t step = 0;
     for (auto restarts = test::Below(random, 5); restarts > 0 && step + 2 < history_.steps.size(); --restarts) {
       Life life{.first = step};
-      life.end = step + 1 + test::Below(random, history_.steps.size() / 3);
+      if (test::Below(random, 4) == 0) life.first_clean_ups = SomeDevices(random, step);
+      const bool has_passes = life.first_clean_ups.empty() || test::Below(random, 2) == 0;
+      life.end = has_passes ? step + 1 + test::Below(random, history_.steps.size() / 3) : step;
       life.end = std::min(life.end, history_.steps.size() - 1);
       LiveAndDie(random, lives, life);
       text += TakeOutput();
@@ -302,20 +315,34 @@ class RestartTest : public ::testing::Test {
     return text + TakeOutput();
   }
 
+  /// Up to three of those that sources have told of before a step.
+  std::vector<std::string> SomeDevices(std::mt19937_64& random, std::size_t end) const {
+    std::set<std::string> known;
+    for (std::size_t step = 0; step < end; ++step) {
+      for (const auto& [mac, snapshot] : history_.steps[step].changes) known.insert(mac);
+    }
+    std::vector<std::string> some;
+    std::sample(known.begin(), known.end(), std::back_inserter(some), 1 + test::Below(random, 3), random);
+    return some;
+  }
+
   void LiveAndDie(std::mt19937_64& random, std::vector<Life>& lives, Life life) {
     const HistoryStep state = StateBefore(life.first, lives, random);
     const auto delay = static_cast<useconds_t>(test::Below(random, 2000));
     const bool is_killed_in_pass = test::Below(random, 2) == 0;
-    const Survivors before = CountJournal();
+    Survivors before = CountJournal();
     Shared<LastWords> words;
     const int status = InOwnProcess([&] { Live(life, state, delay, is_killed_in_pass, *words); });
     ASSERT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL) << status;
     Survivors after = CountJournal();
+    ASSERT_GE(after.clean_ups - before.clean_ups, life.first_clean_ups.size()) << "a clean-up is lost that was durable";
+    before.clean_ups += life.first_clean_ups.size();
     ASSERT_GE(after.passes - before.passes + 1, words->passes_begun) << "more than the last pass is lost";
     ASSERT_GE(after.clean_ups - before.clean_ups, words->clean_ups_before) << "a clean-up is lost that was durable";
     // Only what was written since the last pass began can be torn.
     const bool is_last_there = after.passes - before.passes == words->passes_begun;
-    if (is_last_there && after.clean_ups - before.clean_ups == words->clean_ups_before && test::Below(random, 3) == 0) {
+    if (words->passes_begun > 0 && is_last_there && after.clean_ups - before.clean_ups == words->clean_ups_before &&
+        test::Below(random, 3) == 0) {
       TearLastEntry(random);
       after = CountJournal();
       ASSERT_GE(after.passes - before.passes + 1, words->passes_begun);

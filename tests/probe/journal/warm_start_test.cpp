@@ -203,6 +203,20 @@ TEST_F(WarmStartTest, HasCleanUpsOfThePresentWait) {
   EXPECT_THAT(observed, ElementsAre("A")) << "so that it gets into the journal";
 }
 
+TEST_F(WarmStartTest, ReplaysCleanUpsOfARunThatMadeNoPass) {
+  Journal({"A"}, 600, 2);
+  {
+    DeviceCentre centre;
+    JournalWriter writer(std::make_unique<JournalFolder>(path_), ListSegments(path_), {}, centre, {700, true, "", ""});
+    writer.OnCleanUp("A");
+  }
+  EXPECT_EQ(ListSegments(path_).back().facts->clean_ups, 1U);
+  WarmStart warm(Plan(), DeviceCentre::Instance());
+  Warm(warm);
+  EXPECT_THAT(replayed_, SizeIs(2));
+  EXPECT_THAT(cleaned_up, ElementsAre("A"));
+}
+
 TEST_F(WarmStartTest, IsEmptyWithoutAJournal) {
   WarmStart warm(Plan(), DeviceCentre::Instance());
   EXPECT_TRUE(warm.is_empty());
