@@ -42,6 +42,8 @@ void probe::CleanUpDevice(const std::string& mac) {
     const utilities::lock::lock_guard held(clean_ups.lock);
     if (clean_ups.are_held) {
       clean_ups.waiting.push_back(mac);
+      // At once: a process that goes down meanwhile has forgotten those that wait.
+      if (clean_ups.observer) clean_ups.observer(mac);
       return;
     }
   }
@@ -59,7 +61,7 @@ void probe::HoldCleanUps(bool hold) {
     clean_ups.are_held = hold;
     if (!hold) waiting.swap(clean_ups.waiting);
   }
-  for (const std::string& mac : waiting) CleanUpDevice(mac);
+  for (const std::string& mac : waiting) CallMemoryCleanup(mac);
 }
 
 void probe::SetCleanUpObserver(std::function<void(const std::string& mac)> observer) {

@@ -9,7 +9,8 @@ namespace probe {
 /// no lock held.
 void CleanUpDevice(const std::string& mac);
 
-/// Has `CleanUpDevice` wait: from now on it only notes the MAC, and what was noted is done when `hold` is false again.
+/// Has the plug-in's clean-up function wait: from now on `CleanUpDevice` tells the observer and notes the MAC, and the
+/// plug-in hears of it when `hold` is false again.
 /// Threads: any.
 void HoldCleanUps(bool hold);
 

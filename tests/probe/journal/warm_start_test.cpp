@@ -193,14 +193,15 @@ TEST_F(WarmStartTest, PushesAndLogsNothingUntilItIsReady) {
 TEST_F(WarmStartTest, HasCleanUpsOfThePresentWait) {
   Journal({"A"}, 600, 2);
   WarmStart warm(Plan(), DeviceCentre::Instance());
-  probe::CleanUpDevice("A");
-  EXPECT_THAT(cleaned_up, IsEmpty());
   std::vector<std::string> observed;
   probe::SetCleanUpObserver([&](const std::string& mac) { observed.push_back(mac); });
+  probe::CleanUpDevice("A");
+  EXPECT_THAT(cleaned_up, IsEmpty());
+  EXPECT_THAT(observed, ElementsAre("A")) << "the journal has it, should the probe be killed now";
   Warm(warm);
   probe::SetCleanUpObserver({});
   EXPECT_THAT(cleaned_up, ElementsAre("A"));
-  EXPECT_THAT(observed, ElementsAre("A")) << "so that it gets into the journal";
+  EXPECT_THAT(observed, ElementsAre("A")) << "not twice";
 }
 
 TEST_F(WarmStartTest, ReplaysCleanUpsOfARunThatMadeNoPass) {
