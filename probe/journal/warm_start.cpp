@@ -1,6 +1,7 @@
 #include "probe/journal/warm_start.h"
 
 #include <algorithm>
+#include <exception>
 #include <fstream>
 #include <variant>
 
@@ -184,15 +185,15 @@ void WarmStart::ReadSegment(const Segment& segment) {
       log::Error("[Journal] %s is corrupt behind octet %llu: what it holds from there on is lost", segment.path.c_str(),
                  static_cast<unsigned long long>(reader.good_bytes()));
     }
-  } catch (const MalformedJournal& error) {
+  } catch (const std::exception& error) {  // a malformed one, or there is no memory left
     log::Error("[Journal] %s cannot be read: %s", segment.path.c_str(), error.what());
   }
 }
 
 bool WarmStart::Put(Step step) {
   const lock_guard held(lock_);
-  while (steps_.size() >= kMaxAhead && !is_stopped_.load()) changed_.Wait(lock_);
-  if (is_stopped_.load()) return false;
+  while (steps_.size() >= kMaxAhead && !is_stopped_.load() && !is_given_up_) changed_.Wait(lock_);
+  if (is_stopped_.load() || is_given_up_) return false;
   steps_.push_back(std::move(step));
   if (steps_.size() == kBatch) changed_.NotifyAll();
   return true;
@@ -210,6 +211,26 @@ bool WarmStart::TakeMore() {
 }
 
 std::optional<time_t> WarmStart::NextPass() {
+  try {
+    if (const auto at = ApplyNext()) return at;
+  } catch (const std::exception& error) {
+    // Nobody catches it in the engine: the plug-in makes its passes in a thread of the host's.
+    GiveUp(error.what());
+  }
+  if (!is_stopped_.load()) HandOver();
+  return std::nullopt;
+}
+
+void WarmStart::GiveUp(const char* why) {
+  log::Error("[Journal] the replay ends early: %s. Histories lack what was still to come", why);
+  taken_.clear();
+  const lock_guard held(lock_);
+  is_given_up_ = true;
+  steps_.clear();
+  changed_.NotifyAll();
+}
+
+std::optional<time_t> WarmStart::ApplyNext() {
   while (!is_stopped_.load() && (!taken_.empty() || TakeMore())) {
     const Step step = std::move(taken_.front());
     taken_.pop_front();
@@ -220,7 +241,6 @@ std::optional<time_t> WarmStart::NextPass() {
     }
     CallMemoryCleanup(std::get<CleanUpEntry>(step.entry).mac);
   }
-  if (!is_stopped_.load()) HandOver();
   return std::nullopt;
 }
 

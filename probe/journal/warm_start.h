@@ -91,6 +91,8 @@ class WarmStart {
 
   // The engine's thread.
   std::optional<time_t> NextPass();
+  std::optional<time_t> ApplyNext();
+  void GiveUp(const char* why) VEXORA_EXCLUDES(lock_);
   bool TakeMore() VEXORA_EXCLUDES(lock_);
   void Apply(const PassEntry& pass);
   void HandOver();
@@ -118,7 +120,8 @@ class WarmStart {
   utilities::lock::Mutex lock_;  // leaf
   utilities::lock::CondVar changed_;
   std::deque<Step> steps_ VEXORA_GUARDED_BY(lock_);
-  bool is_read_ VEXORA_GUARDED_BY(lock_) = false;  // all of it
+  bool is_read_ VEXORA_GUARDED_BY(lock_) = false;      // all of it
+  bool is_given_up_ VEXORA_GUARDED_BY(lock_) = false;  // nobody takes any more
   std::thread reader_;
 };
 

@@ -14,6 +14,7 @@
 #include <csignal>
 #include <fstream>
 #include <memory>
+#include <new>
 #include <string>
 #include <thread>
 #include <vector>
@@ -282,6 +283,29 @@ TEST_F(WarmStartTest, ForgetsCrashesWhenAReplayEndsOrIsStopped) {
   }
   for (int start = 0; start < 3; ++start) EXPECT_TRUE(CrashInReplay());
   EXPECT_FALSE(CrashInReplay());
+}
+
+TEST_F(WarmStartTest, EndsEarlyWhenThereIsNoMemory) {
+  Journal({"A"}, 600, 500);
+  WarmStart warm(Plan(), DeviceCentre::Instance());
+  {
+    const Engine engine(passes_);
+    std::atomic<bool> is_ready{false};
+    warm.Begin(
+        [&](time_t at) {
+          replayed_.push_back(at);
+          if (replayed_.size() == 3) throw std::bad_alloc();
+        },
+        [&] { is_ready.store(true); });
+    while (!is_ready.load()) std::this_thread::yield();
+    warm.Stop();
+    present_.RunPass(kPresent + 60);
+  }
+  EXPECT_THAT(replayed_, ElementsAre(600, 660, 720));
+  EXPECT_TRUE(warm.is_ready());
+  ASSERT_GE(passes_.size(), 3U);
+  EXPECT_EQ(passes_[2].at, kPresent + 60) << "the engine goes on in the present";
+  EXPECT_THAT(log_.Texts(probe::log::Level::kError, "the replay ends early: std::bad_alloc"), SizeIs(1));
 }
 
 TEST_F(WarmStartTest, CanBeStoppedAtAnyTime) {
