@@ -125,8 +125,7 @@ void ProbeApp::FindJournal() {
 void ProbeApp::StartClock() {
   if (settings_.speed == 1) return;
   // Time that runs faster has left the present behind: a restart must not set it back by weeks.
-  const bool has_last_pass = !segments_.empty() && segments_.back().facts;
-  clock_ = std::make_unique<ScaledClock>(settings_.speed, has_last_pass ? segments_.back().facts->last_pass : 0);
+  clock_ = std::make_unique<ScaledClock>(settings_.speed, journal::LastPassOf(segments_).value_or(0));
   clock_installation_ = std::make_unique<ClockInstallation>(*clock_);
   log::Info("time runs %u times faster", settings_.speed);
 }

@@ -78,6 +78,13 @@ std::vector<Segment> ListSegments(const std::string& folder) {
   return segments;
 }
 
+std::optional<time_t> LastPassOf(const std::vector<Segment>& segments) {
+  const auto has_pass = [](const Segment& segment) { return segment.facts && segment.facts->passes > 0; };
+  const auto last = std::find_if(segments.rbegin(), segments.rend(), has_pass);
+  if (last == segments.rend()) return std::nullopt;
+  return last->facts->last_pass;
+}
+
 JournalFolder::JournalFolder(std::string path) : path_(std::move(path)) {
   MakeFolder(path_);
   lock_ = Lock((std::filesystem::path(path_) / kLock).string());

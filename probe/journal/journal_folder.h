@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <ctime>
 #include <optional>
 #include <string>
 #include <vector>
@@ -23,6 +24,9 @@ struct Segment {
 
 /// The segments of a journal in a folder, oldest first. A folder that does not exist holds none.
 std::vector<Segment> ListSegments(const std::string& folder);
+
+/// When the newest pass in them was; nothing: there is none.
+std::optional<time_t> LastPassOf(const std::vector<Segment>& segments);
 
 /// A journal's folder, taken by this process, so that no other one writes into it.
 ///

@@ -88,6 +88,12 @@ FrameHead FrameHead::Of(std::string_view octets) {
           .checksum = IntegerAt<std::uint64_t>(octets, 20)};
 }
 
+bool FrameHead::is_plausible() const {
+  constexpr std::int64_t kYear2262 = 9'214'646'400;  // behind it a clock in nanoseconds overflows
+  const bool is_known = kind == FrameKind::kPass || kind == FrameKind::kCleanUp;
+  return is_known && payload_size <= kMaxEntryBytes && at >= 0 && at < kYear2262;
+}
+
 bool FrameHead::Fits(std::string_view payload) const {
   std::string octets;
   Append(octets, payload_size);

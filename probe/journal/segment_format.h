@@ -59,6 +59,9 @@ SegmentHead ReadHead(std::string_view octets);
 
 enum class FrameKind : std::uint32_t { kPass = 1, kCleanUp = 2 };
 
+/// No payload is larger, nor what becomes of it: a pass over a million clients fits in.
+inline constexpr std::size_t kMaxEntryBytes = std::size_t{256} * 1024 * 1024;
+
 /// What stands in front of a payload.
 struct FrameHead {
   static constexpr std::size_t kSize = 28;
@@ -76,9 +79,9 @@ struct FrameHead {
   static FrameHead Of(std::string_view octets);
 
   bool Fits(std::string_view payload) const;
-};
 
-/// No payload is larger, nor what becomes of it: a pass over a million clients fits in.
-inline constexpr std::size_t kMaxEntryBytes = std::size_t{256} * 1024 * 1024;
+  /// Whether it can be the head of a frame, by what can be told without the payload.
+  bool is_plausible() const;
+};
 
 }  // namespace probe::journal

@@ -131,7 +131,7 @@ SegmentFacts ReadFacts(const std::string& path) {
   // Where the file ends within an entry, this one is counted, too; whoever reads the entries will find out.
   while (file.read(octets.data(), octets.size())) {
     const FrameHead frame = FrameHead::Of({octets.data(), octets.size()});
-    if (frame.payload_size > kMaxEntryBytes) break;
+    if (!frame.is_plausible()) break;
     if (frame.kind == FrameKind::kPass) {
       if (facts.passes++ == 0) facts.first_pass = static_cast<time_t>(frame.at);
       facts.last_pass = static_cast<time_t>(frame.at);

@@ -254,6 +254,16 @@ TEST_F(JournalWriterTest, RemovesASegmentThatWasBeingCreatedWhenTheProbeWentDown
   EXPECT_THAT(Passes(), ElementsAre(kStart, kStart + 60));
 }
 
+TEST_F(JournalWriterTest, TellsWhenItsNewestPassWas) {
+  EXPECT_EQ(probe::journal::LastPassOf(ListSegments(path_)), std::nullopt);
+  Pass(*Writer(), kStart);
+  Pass(*Writer(), kStart + 60);
+  Writer()->OnCleanUp("A");
+  std::ofstream(path_ + "/0000000004.journal") << "vxjo";
+  EXPECT_THAT(ListSegments(path_), SizeIs(4));
+  EXPECT_EQ(probe::journal::LastPassOf(ListSegments(path_)), kStart + 60);
+}
+
 TEST_F(JournalWriterTest, LeavesFilesAloneThatAreNoSegments) {
   std::filesystem::create_directories(path_);
   for (const char* name : {"notes.txt", "1.journal", "abcdefghij.journal", "0000000001.journal.bak"}) {

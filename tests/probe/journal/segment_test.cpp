@@ -265,6 +265,21 @@ TEST_F(SegmentTest, IsForItsOwnersEyesOnly) {
   EXPECT_EQ(status.st_mode & 0777U, 0600U);
 }
 
+TEST_F(SegmentTest, TellsNoFactsOfAFrameThatCannotBeOne) {
+  const std::vector<std::uint64_t> sizes = Write(3);
+  const auto with = [&](std::uint64_t place, const std::string& octets) {
+    std::fstream(path_, std::ios::in | std::ios::out | std::ios::binary)
+        .seekp(static_cast<std::streamoff>(place))
+        .write(octets.data(), static_cast<std::streamsize>(octets.size()));
+    return probe::journal::ReadFacts(path_);
+  };
+  const auto last = sizes[2];
+  EXPECT_EQ(with(last + 8, std::string(7, '\0') + '\x7f').last_pass, 60) << "a time far in the future";
+  EXPECT_EQ(with(last + 8, std::string(8, '\xff')).last_pass, 60) << "a time before 1970";
+  EXPECT_EQ(with(last + 8, std::string(8, '\0')).passes, 3U);
+  EXPECT_EQ(with(last + 4, "\x07").passes, 2U) << "an unknown kind";
+}
+
 TEST_F(SegmentTest, TellsItsFactsWithoutBeingRead) {
   Write(5);
   const probe::journal::SegmentFacts facts = probe::journal::ReadFacts(path_);
