@@ -117,7 +117,7 @@ void ProbeApp::Start() {
 
 void ProbeApp::FindJournal() {
   if (!settings_.journal.enabled.value_or(!settings_.simulated.enabled)) return;
-  journal_folder_ = journal::OpenJournal(settings_.journal);
+  journal_folder_ = journal::OpenJournal(settings_.journal, settings_.simulated.enabled);
   is_journal_missing_ = journal_folder_ == nullptr;
   if (journal_folder_) segments_ = journal::ListSegments(journal_folder_->path());
 }

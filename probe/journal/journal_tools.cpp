@@ -31,10 +31,11 @@ std::string Local(time_t moment, const char* format) {
   return text;
 }
 
-/// The segments in a folder, or in that of the journal within it.
+/// The segments in a folder, or in that of the journal within it: of the real devices, where it has both.
 std::vector<Segment> SegmentsIn(const std::string& folder) {
   std::vector<Segment> segments = ListSegments(folder);
-  return segments.empty() ? ListSegments(JournalPathIn(folder)) : segments;
+  if (segments.empty()) segments = ListSegments(JournalPathIn(folder));
+  return segments.empty() ? ListSegments(JournalPathIn(folder, true)) : segments;
 }
 
 /// Those that can be read; says which cannot.

@@ -23,27 +23,27 @@ bool IsTaken(const std::system_error& error) {
   return error.code().value() == EWOULDBLOCK;
 }
 
-std::unique_ptr<JournalFolder> Open(const std::string& state_directory) {
-  return std::make_unique<JournalFolder>(JournalPathIn(state_directory));
+std::unique_ptr<JournalFolder> Open(const std::string& state_directory, bool is_simulated) {
+  return std::make_unique<JournalFolder>(JournalPathIn(state_directory, is_simulated));
 }
 
 }  // namespace
 
-std::string JournalPathIn(const std::string& state_directory) {
-  return (std::filesystem::path(state_directory) / "journal").string();
+std::string JournalPathIn(const std::string& state_directory, bool is_simulated) {
+  return (std::filesystem::path(state_directory) / (is_simulated ? "journal-simulated" : "journal")).string();
 }
 
-std::unique_ptr<JournalFolder> OpenJournal(const JournalSettings& settings) {
+std::unique_ptr<JournalFolder> OpenJournal(const JournalSettings& settings, bool is_simulated) {
   std::string why;
   try {
-    return Open(settings.state_directory);
+    return Open(settings.state_directory, is_simulated);
   } catch (const std::system_error& error) {
     why = error.what();
     const std::string other = settings.state_directory == kDefaultStateDirectory ? UserStateDirectory() : "";
     // Another probe's journal is no reason to begin a second one elsewhere.
     if (!other.empty() && !IsTaken(error)) {
       try {
-        auto folder = Open(other);
+        auto folder = Open(other, is_simulated);
         log::Info("[Journal] %s cannot be written: the journal is kept in %s", settings.state_directory.c_str(),
                   folder->path().c_str());
         return folder;

@@ -30,8 +30,12 @@ class JournalToolsTest : public ::testing::Test {
  protected:
   /// One run of the probe over these steps of a history.
   void Run(const test::RandomHistory& history, std::size_t first, std::size_t end) {
+    RunIn(path_, history, first, end);
+  }
+
+  static void RunIn(const std::string& path, const test::RandomHistory& history, std::size_t first, std::size_t end) {
     probe::DeviceCentre centre;
-    JournalWriter writer(std::make_unique<JournalFolder>(path_), probe::journal::ListSegments(path_), {.days = 1000},
+    JournalWriter writer(std::make_unique<JournalFolder>(path), probe::journal::ListSegments(path), {.days = 1000},
                          centre, {history.start, true, "Europe/Berlin", "1"});
     for (std::size_t step = first; step < end; ++step) {
       for (const auto& [mac, snapshot] : history.steps[step].changes) {
@@ -87,6 +91,24 @@ TEST_F(JournalToolsTest, SayWhichDaysThereAre) {
   EXPECT_THAT(told.out, HasSubstr("2026-11-20: 14 passes, "));
   EXPECT_THAT(told.out, HasSubstr("2026-11-21: 16 passes, "));
   EXPECT_THAT(told.errors, IsEmpty());
+}
+
+TEST_F(JournalToolsTest, FindThatOfASimulatedNetworkWhereThereIsNoOther) {
+  RunIn(probe::journal::JournalPathIn(state_, true), test::MakeHistory(1, 4), 0, 4);
+  EXPECT_THAT(Info().out, HasSubstr(", 4 passes, "));
+  Run(test::MakeHistory(1, 3), 0, 3);
+  EXPECT_THAT(Info().out, HasSubstr(", 3 passes, "));
+}
+
+TEST(OpenJournal, KeepsASimulatedNetworkApartFromRealDevices) {
+  const test::TestFolder folder;
+  probe::journal::JournalSettings settings;
+  settings.state_directory = folder.Path("state");
+  const auto real = probe::journal::OpenJournal(settings, false);
+  const auto simulated = probe::journal::OpenJournal(settings, true);
+  ASSERT_TRUE(real && simulated);
+  EXPECT_EQ(real->path(), folder.Path("state/journal"));
+  EXPECT_EQ(simulated->path(), folder.Path("state/journal-simulated"));
 }
 
 TEST_F(JournalToolsTest, SayThatThereIsNone) {
