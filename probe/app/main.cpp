@@ -1,3 +1,4 @@
+#include <csignal>
 #include <cstdio>
 #include <exception>
 #include <string>
@@ -27,6 +28,8 @@ int Guarded(const char* prefix, const Function& run) {
 
 /// Runs the probe until somebody stops it. Returns the exit code.
 int Run(const probe::CommandLine& command_line) {
+  // A file that reaches the limit of the process (ulimit -f) is as a full disk: an error of write, not the end.
+  std::signal(SIGXFSZ, SIG_IGN);
   // Before any thread is started: threads inherit the blocked signals.
   probe::StopSignals stop_signals;
   return Guarded("vexora-probe cannot start", [&] {

@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <netinet/in.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -120,6 +121,21 @@ TEST_F(RestartedProcess, BeginsAnewWhereAWarmStartIsNotWanted) {
   const int port = probe.AwaitPort();
   EXPECT_EQ(Asked(port, "/api/status")["history"]["state"], "ready");
   EXPECT_THAT(probe.output(), ::testing::Not(HasSubstr("replayed")));
+}
+
+TEST_F(RestartedProcess, GoesOnWhenTheJournalReachesTheLimitOfAFile) {
+  rlimit before{};
+  getrlimit(RLIMIT_FSIZE, &before);
+  const rlimit small{.rlim_cur = 8 * 1024, .rlim_max = before.rlim_max};
+  const std::vector<std::string> arguments = Arguments();
+  setrlimit(RLIMIT_FSIZE, &small);  // what it starts inherits it
+  ProbeProcess probe(arguments, ProbeProcess::Journal::kAsConfigured);
+  setrlimit(RLIMIT_FSIZE, &before);
+  const int port = probe.AwaitPort();
+  ASSERT_NE(port, 0) << probe.output();
+  EXPECT_TRUE(Await(port, [](const json& status) { return status["history"]["journal"] == "failing"; }));
+  probe.Signal(SIGTERM);
+  EXPECT_EQ(probe.AwaitExit(), 0) << probe.output();
 }
 
 TEST_F(RestartedProcess, StopsAtOnceWhileItReplays) {
