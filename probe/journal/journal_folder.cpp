@@ -71,7 +71,10 @@ std::vector<Segment> ListSegments(const std::string& folder) {
   std::vector<Segment> segments;
   std::error_code error;
   for (const auto& file : std::filesystem::directory_iterator(folder, error)) {
-    if (const auto number = NumberOf(file.path())) segments.push_back(Described(file, *number));
+    const auto number = NumberOf(file.path());
+    std::error_code ignored;
+    // To open a pipe of that name would wait for somebody who writes into it.
+    if (number && file.is_regular_file(ignored)) segments.push_back(Described(file, *number));
   }
   std::sort(segments.begin(), segments.end(),
             [](const Segment& left, const Segment& right) { return left.number < right.number; });

@@ -269,6 +269,8 @@ TEST_F(JournalWriterTest, LeavesFilesAloneThatAreNoSegments) {
   for (const char* name : {"notes.txt", "1.journal", "abcdefghij.journal", "0000000001.journal.bak"}) {
     std::ofstream(path_ + "/" + name) << "x";
   }
+  std::filesystem::create_directories(path_ + "/0000000001.journal");
+  ASSERT_EQ(mkfifo((path_ + "/0000000002.journal").c_str(), 0600), 0);
   EXPECT_THAT(ListSegments(path_), IsEmpty());
 }
 
