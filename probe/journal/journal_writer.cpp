@@ -22,7 +22,9 @@ namespace {
 /// Passes that wait for a slow disk. Each keeps the snapshots of its time in memory.
 constexpr std::size_t kMaxWaiting = 64;
 
-/// The bounds are looked at once an hour. Not before: a clock that is wrong at the start is right soon after.
+/// The bounds are looked at a few minutes after the start, for a clock that is wrong then is right soon after, and once
+/// an hour; also while nothing can be written, which may be for want of the room that they would make.
+constexpr std::uint64_t kPassesBeforeCut = 5;
 constexpr std::uint64_t kPassesBetweenCuts = 60;
 
 /// A clock that goes back and forth over midnight must not make a segment of each pass.
@@ -141,6 +143,7 @@ void JournalWriter::Run() {
       std::copy(names_.begin() + static_cast<std::ptrdiff_t>(macs_.size()), names_.end(), std::back_inserter(macs_));
     }
     Write(job);
+    if (const auto* pass = std::get_if<Pass>(&job)) KeepBounds(pass->at);
   }
 }
 
@@ -162,6 +165,16 @@ void JournalWriter::Write(const Job& job) {
   }
 }
 
+void JournalWriter::KeepBounds(time_t at) {
+  ++passes_;
+  if (passes_ != kPassesBeforeCut && passes_ % kPassesBetweenCuts != 0) return;
+  try {
+    RemoveOldest(finished_, bounds_, segment_ ? segment_->size() : 0, at);
+  } catch (const std::exception& error) {
+    log::Error("[Journal] its bounds are not kept: %s", error.what());
+  }
+}
+
 bool JournalWriter::IsSegmentOver(time_t at) const {
   if (segment_->size() > bounds_.bytes / kLeastSegments) return true;
   return facts_.passes >= kLeastPasses && !IsSameDay(facts_.last_pass, at);
@@ -177,7 +190,6 @@ void JournalWriter::WritePass(const Pass& pass) {
   if (facts_.passes++ == 0) facts_.first_pass = pass.at;
   facts_.last_pass = pass.at;
   facts_.cost_microseconds += pass.cost_microseconds;
-  if (++passes_ % kPassesBetweenCuts == 0) RemoveOldest(finished_, bounds_, segment_->size(), pass.at);
 }
 
 void JournalWriter::WriteCleanUps(time_t at) {

@@ -74,6 +74,7 @@ class JournalWriter final : public recording::PassObserver {
   void Write(const Job& job);
   void WritePass(const Pass& pass);
   void WriteCleanUps(time_t at);
+  void KeepBounds(time_t at);
   void OpenSegment(time_t at);
   void CloseSegment();
   bool IsSegmentOver(time_t at) const;
@@ -96,7 +97,7 @@ class JournalWriter final : public recording::PassObserver {
   EntryEncoder encoder_;
   std::vector<std::string> macs_;          // by place
   std::vector<CleanUpEntry> not_written_;  // clean-ups that the disk did not take
-  std::uint64_t passes_ = 0;
+  std::uint64_t passes_ = 0;               // also those that could not be written
 
   std::atomic<bool> is_failing_{false};
 

@@ -177,6 +177,25 @@ TEST_F(JournalWriterTest, StaysWithinItsOctetsAndSaysSo) {
   EXPECT_THAT(lines.front(), HasSubstr("the journal begins with 2026-11-21 0"));
 }
 
+TEST_F(JournalWriterTest, KeepsItsBoundsInRunsOfAFewMinutes) {
+  for (int pass = 0; pass < 3; ++pass) Pass(*Writer(), kStart + pass * 60);
+  const auto writer = Writer({.days = 2});
+  constexpr time_t kDaysLater = kStart + 3 * 86'400;
+  for (int pass = 0; pass < 4; ++pass) Pass(*writer, kDaysLater + pass * 60);
+  EXPECT_EQ(Passes().front(), kStart) << "a clock that is wrong at the start would cost all of it";
+  for (int pass = 4; pass < 6; ++pass) Pass(*writer, kDaysLater + pass * 60);
+  EXPECT_EQ(Passes().front(), kDaysLater);
+}
+
+TEST_F(JournalWriterTest, KeepsItsBoundsWhileNothingCanBeWritten) {
+  Pass(*Writer(), kStart);
+  const auto writer = Writer({.days = 2});
+  const FullDisk full(1);
+  for (int pass = 0; pass < 6; ++pass) Pass(*writer, kStart + 3 * 86'400 + pass * 60);
+  EXPECT_TRUE(writer->is_failing());
+  EXPECT_THAT(ListSegments(path_), IsEmpty());
+}
+
 TEST_F(JournalWriterTest, SaysOnceThatTheDiskIsFullAndGoesOnWhenItIsNot) {
   const auto writer = Writer();
   Pass(*writer, kStart);
