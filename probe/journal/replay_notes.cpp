@@ -6,46 +6,66 @@
 
 #include <filesystem>
 #include <fstream>
+#include <utility>
 
 namespace probe::journal {
 namespace {
 
 constexpr const char* kUnfinished = "unfinished-replays";
+constexpr const char* kPace = "replay-pace";
 
-/// 0 where there is no such file, and for what is no number.
-unsigned NumberIn(const std::string& path) {
-  unsigned number = 0;
-  std::ifstream(path) >> number;
-  return number;
+/// Networks of nine and of fifty devices take nearly the same.
+constexpr double kUsualPace = 0.5;
+
+/// The number in a file; `fallback` where there is no such file, and for what is no number.
+template <typename Number>
+Number NumberIn(const std::string& path, Number fallback) {
+  Number number{};
+  return std::ifstream(path) >> number ? number : fallback;
+}
+
+// Not synced: a note that a power cut takes with it is one that nobody needs.
+void Write(const std::string& path, const std::string& text) {
+  if (path.empty()) return;
+  const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, S_IRUSR | S_IWUSR);
+  if (file < 0) return;
+  (void)!write(file, text.data(), text.size());
+  close(file);
 }
 
 }  // namespace
 
 ReplayNotes::ReplayNotes(std::string folder)
-    : path_(folder.empty() ? std::string() : (std::filesystem::path(folder) / kUnfinished).string()),
-      unfinished_(path_.empty() ? 0 : NumberIn(path_)) {}
+    : folder_(std::move(folder)), unfinished_(NumberIn(PathOf(kUnfinished), 0U)) {}
+
+std::string ReplayNotes::PathOf(const char* name) const {
+  return folder_.empty() ? std::string() : (std::filesystem::path(folder_) / name).string();
+}
 
 void ReplayNotes::NoteSkipped() {
-  Write(kMaxUnfinished - 1);
+  NoteUnfinished(kMaxUnfinished - 1);
 }
 
 void ReplayNotes::NoteBegin() {
-  Write(unfinished_ + 1);
+  NoteUnfinished(unfinished_ + 1);
 }
 
 void ReplayNotes::NoteEnd() const {
-  if (!path_.empty()) unlink(path_.c_str());
+  if (!folder_.empty()) unlink(PathOf(kUnfinished).c_str());
 }
 
-void ReplayNotes::Write(unsigned unfinished) {
+void ReplayNotes::NoteUnfinished(unsigned unfinished) {
   unfinished_ = unfinished;
-  if (path_.empty()) return;
-  // Not synced: a note that a power cut takes with it is one that nobody needs.
-  const int file = open(path_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, S_IRUSR | S_IWUSR);
-  if (file < 0) return;
-  const std::string text = std::to_string(unfinished) + "\n";
-  (void)!write(file, text.data(), text.size());
-  close(file);
+  Write(PathOf(kUnfinished), std::to_string(unfinished) + "\n");
+}
+
+double ReplayNotes::pace() const {
+  const double pace = NumberIn(PathOf(kPace), kUsualPace);
+  return pace > 0 ? pace : kUsualPace;
+}
+
+void ReplayNotes::NotePace(double microseconds_an_octet) const {
+  Write(PathOf(kPace), std::to_string(microseconds_an_octet) + "\n");
 }
 
 }  // namespace probe::journal

@@ -28,10 +28,18 @@ class ReplayNotes {
   void NoteBegin();
   void NoteEnd() const;
 
- private:
-  void Write(unsigned unfinished);
+  /// How fast the journal is replayed here, by the last replay that took long enough to tell, in microseconds an octet
+  /// of it; where there was none, a usual pace.
+  double pace() const;
+  void NotePace(double microseconds_an_octet) const;
 
-  const std::string path_;
+ private:
+  void NoteUnfinished(unsigned unfinished);
+
+  /// Path of a note; empty: none is to be left.
+  std::string PathOf(const char* name) const;
+
+  const std::string folder_;
   unsigned unfinished_ = 0;  // replays in a row that were begun and not ended
 };
 

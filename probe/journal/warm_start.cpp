@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <exception>
 #include <fstream>
+#include <utility>
 #include <variant>
 
 #include "probe/host/log.h"
@@ -24,11 +25,6 @@ constexpr std::size_t kBatch = 16;
 
 constexpr double kMicrosecond = 1e-6;
 
-/// The weight of a segment in the progress: what its passes cost, and a little for each that has no figure.
-std::uint64_t CostOf(const Segment& segment) {
-  return segment.facts->cost_microseconds + segment.facts->passes;
-}
-
 /// The segments that can be replayed; says in the log which cannot.
 std::vector<Segment> Readable(std::vector<Segment> segments) {
   std::erase_if(segments, [](const Segment& segment) {
@@ -41,22 +37,26 @@ std::vector<Segment> Readable(std::vector<Segment> segments) {
   return segments;
 }
 
-/// Leaves the oldest out until what is left takes no longer than the limit.
-std::vector<Segment> WithinLimit(std::vector<Segment> segments, std::chrono::seconds limit) {
-  std::uint64_t cost = 0;
-  std::size_t kept = 0;
-  while (kept < segments.size()) {
-    cost += CostOf(segments[segments.size() - 1 - kept]);
-    if (static_cast<double>(cost) * kMicrosecond > static_cast<double>(limit.count())) break;
-    ++kept;
+/// Leaves the oldest out until what is left takes no longer than the limit, but never the newest that has a pass.
+/// `pace` in microseconds an octet.
+std::vector<Segment> WithinLimit(std::vector<Segment> segments, std::chrono::seconds limit, double pace) {
+  std::uint64_t octets = 0;
+  std::size_t first = segments.size();
+  bool has_passes = false;
+  while (first > 0) {
+    const Segment& next = segments[first - 1];
+    octets += next.size;
+    const double seconds = static_cast<double>(octets) * pace * kMicrosecond;
+    if (has_passes && seconds > static_cast<double>(limit.count())) break;
+    has_passes = has_passes || next.facts->passes > 0;
+    --first;
   }
-  const std::size_t left_out = segments.size() - kept;
-  if (left_out == 0) return segments;
+  if (first == 0) return segments;
   log::Info(
-      "[Journal] the oldest %zu of %zu segments are left out: to replay them takes longer than "
-      "journal.warm_start_seconds = %lld",
-      left_out, segments.size(), static_cast<long long>(limit.count()));
-  segments.erase(segments.begin(), segments.begin() + static_cast<std::ptrdiff_t>(left_out));
+      "[Journal] the oldest %zu of %zu segments are left out: at the pace of the last replay it takes longer than "
+      "journal.warm_start_seconds = %lld with them",
+      first, segments.size(), static_cast<long long>(limit.count()));
+  segments.erase(segments.begin(), segments.begin() + static_cast<std::ptrdiff_t>(first));
   return segments;
 }
 
@@ -80,10 +80,10 @@ time_t StartOf(const std::vector<Segment>& segments) {
 WarmStart::WarmStart(Plan plan, DeviceCentre& live)
     : live_(live),
       notes_(std::move(plan.folder)),
-      segments_(UnlessGivenUp(WithinLimit(Readable(std::move(plan.segments)), plan.time_limit), notes_)),
+      segments_(UnlessGivenUp(WithinLimit(Readable(std::move(plan.segments)), plan.time_limit, notes_.pace()), notes_)),
       time_limit_(plan.time_limit),
       clock_(StartOf(segments_), [this] { return NextPass(); }) {
-  for (const Segment& segment : segments_) total_cost_ += CostOf(segment);
+  for (const Segment& segment : segments_) total_octets_ += segment.size;
   if (is_empty()) {
     clock_.End();
     is_ready_.store(true);
@@ -131,10 +131,9 @@ void WarmStart::Stop() {
 
 WarmProgress WarmStart::progress() const {
   WarmProgress progress;
-  const std::uint64_t total = total_cost_ - std::min(total_cost_, left_out_cost_.load());
-  const std::uint64_t done = std::min(done_cost_.load(), total);
-  if (is_ready() || total == 0) return {.share = 1, .time_left = std::chrono::seconds(0)};
-  progress.share = static_cast<double>(done) / static_cast<double>(total);
+  if (is_ready() || total_octets_ == 0) return {.share = 1, .time_left = std::chrono::seconds(0)};
+  const std::uint64_t done = std::min(done_octets_.load(), total_octets_);
+  progress.share = static_cast<double>(done) / static_cast<double>(total_octets_);
   constexpr double kEnoughToTell = 0.005;
   if (progress.share < kEnoughToTell) return progress;
   const std::chrono::duration<double> passed = SteadyClock::now() - begun_;
@@ -145,39 +144,24 @@ WarmProgress WarmStart::progress() const {
 // The reading thread.
 
 void WarmStart::Read() {
-  for (std::size_t index = 0; index < segments_.size() && !is_stopped_.load(); ++index) {
-    if (IsOverLimit(index)) {
-      left_out_cost_ += CostOf(segments_[index]);
-      log::Info("[Journal] %s is left out: the replay takes longer than journal.warm_start_seconds = %lld",
-                segments_[index].path.c_str(), static_cast<long long>(time_limit_.count()));
-      continue;
-    }
-    ReadSegment(segments_[index]);
+  for (const Segment& segment : segments_) {
+    if (is_stopped_.load()) break;
+    ReadSegment(segment);
   }
   const lock_guard held(lock_);
   is_read_ = true;
   changed_.NotifyAll();
 }
 
-/// Whether the rest takes too long at the pace so far. The costs were taken when the probe had other things to do, so
-/// the replay may be slower.
-bool WarmStart::IsOverLimit(std::size_t index) const {
-  const auto done = static_cast<double>(done_cost_.load());
-  const std::chrono::duration<double> passed = SteadyClock::now() - begun_;
-  constexpr std::chrono::seconds kEnoughToTell{1};
-  if (done == 0 || passed < kEnoughToTell || index + 1 == segments_.size()) return false;
-  double left = static_cast<double>(total_cost_ - left_out_cost_.load()) - done;
-  left = std::max(left, 0.0);
-  return passed + passed * (left / done) > time_limit_;
-}
-
 void WarmStart::ReadSegment(const Segment& segment) {
   std::ifstream file(segment.path, std::ios::binary);
   try {
     SegmentReader reader(file);
-    Step step{.begins_segment = true, .entry = {}};
+    Step step{.begins_segment = true};
+    std::uint64_t octets = 0;
     while (auto entry = reader.Next()) {
       step.entry = *std::move(entry);
+      step.octets = reader.good_bytes() - std::exchange(octets, reader.good_bytes());
       if (!Put(std::move(step))) return;
       step = Step();
     }
@@ -235,6 +219,8 @@ std::optional<time_t> WarmStart::ApplyNext() {
     const Step step = std::move(taken_.front());
     taken_.pop_front();
     if (step.begins_segment) follower_.BeginSegment();
+    done_octets_ += step.octets;
+    NoteDelay();
     if (const auto* pass = std::get_if<PassEntry>(&step.entry)) {
       Apply(*pass);
       return pass->at;
@@ -242,6 +228,26 @@ std::optional<time_t> WarmStart::ApplyNext() {
     CallMemoryCleanup(std::get<CleanUpEntry>(step.entry).mac);
   }
   return std::nullopt;
+}
+
+/// The limit has settled what is replayed. What comes last is the newest, so the replay goes on where that was too
+/// much.
+void WarmStart::NoteDelay() {
+  if (is_late_ || SteadyClock::now() - begun_ <= time_limit_) return;
+  is_late_ = true;
+  NotePace();
+  log::Info(
+      "[Journal] the replay takes longer than journal.warm_start_seconds = %lld: it goes on, for the newest is still "
+      "to "
+      "come, and the next start leaves out more of the oldest",
+      static_cast<long long>(time_limit_.count()));
+}
+
+void WarmStart::NotePace() const {
+  const std::chrono::duration<double, std::micro> passed = SteadyClock::now() - begun_;
+  constexpr std::chrono::seconds kEnoughToTell{1};
+  const auto done = static_cast<double>(done_octets_.load());
+  if (passed >= kEnoughToTell && done > 0) notes_.NotePace(passed.count() / done);
 }
 
 void WarmStart::Apply(const PassEntry& pass) {
@@ -254,7 +260,6 @@ void WarmStart::Apply(const PassEntry& pass) {
       replayed_.ReplaceWith(change.mac, std::move(change.snapshot));
     }
   }
-  done_cost_ += pass.cost_microseconds + 1;
   if (on_pass_) on_pass_(pass.at);
 }
 
@@ -264,6 +269,7 @@ void WarmStart::HandOver() {
   DeviceCentre::PutInForce(nullptr);
   log::MutePlugin(false);
   SubscriptionService::Instance().SetSilent(false);
+  NotePace();
   notes_.NoteEnd();
   is_ready_.store(true);
   if (on_ready_) on_ready_();

@@ -45,7 +45,8 @@ class WarmStart {
  public:
   struct Plan {
     std::vector<Segment> segments;  ///< Oldest first. Those that cannot be read are passed over, and the log says so.
-    std::chrono::seconds time_limit{0};  ///< What takes longer is left out, oldest first.
+    /// What takes longer, at the pace of the last replay, is left out, oldest first; never the newest.
+    std::chrono::seconds time_limit{0};
     std::string folder{};  ///< That of the journal, for the notes to the next start; empty: none are left.
   };
 
@@ -80,13 +81,13 @@ class WarmStart {
   /// An entry on its way from the reading thread to the engine's.
   struct Step {
     bool begins_segment = false;
-    Entry entry;
+    std::uint64_t octets = 0;  ///< That it takes in its segment.
+    Entry entry{};
   };
 
   // The reading thread.
   void Read();
   void ReadSegment(const Segment& segment);
-  bool IsOverLimit(std::size_t index) const;
   bool Put(Step step) VEXORA_EXCLUDES(lock_);
 
   // The engine's thread.
@@ -94,6 +95,8 @@ class WarmStart {
   std::optional<time_t> ApplyNext();
   void GiveUp(const char* why) VEXORA_EXCLUDES(lock_);
   bool TakeMore() VEXORA_EXCLUDES(lock_);
+  void NoteDelay();
+  void NotePace() const;
   void Apply(const PassEntry& pass);
   void HandOver();
 
@@ -101,7 +104,7 @@ class WarmStart {
   ReplayNotes notes_;
   std::vector<Segment> segments_;
   const std::chrono::seconds time_limit_;
-  std::uint64_t total_cost_ = 0;  // of all passes, in the microseconds that they cost when they were made
+  std::uint64_t total_octets_ = 0;  // the measure of progress: a pass takes the longer, the more there is in it
   DeviceCentre replayed_;
   ReplayClock clock_;
   std::function<void(time_t)> on_pass_;
@@ -110,10 +113,10 @@ class WarmStart {
   // The engine's thread only.
   EntryFollower follower_;
   std::deque<Step> taken_;
+  bool is_late_ = false;
 
   SteadyClock::time_point begun_;
-  std::atomic<std::uint64_t> left_out_cost_{0};
-  std::atomic<std::uint64_t> done_cost_{0};
+  std::atomic<std::uint64_t> done_octets_{0};
   std::atomic<bool> is_ready_{false};
   std::atomic<bool> is_stopped_{false};
 

@@ -9,6 +9,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <csignal>
@@ -228,11 +229,76 @@ TEST_F(WarmStartTest, IsEmptyWithoutAJournal) {
 }
 
 TEST_F(WarmStartTest, LeavesTheOldestOutThatTakeTooLong) {
-  for (time_t run = 0; run < 3; ++run) Journal({"A"}, 10'000 * (run + 1), 400);
-  // What passes of an engine that does nothing cost is next to nothing: a limit of 0 leaves all out but the log's line.
+  for (time_t run = 0; run < 4; ++run) Journal({"A"}, 10'000 * (run + 1), 50);
+  const auto segments = ListSegments(path_);
+  // A pace at which each of them takes a second, or a little less.
+  std::uint64_t largest = 0;
+  for (const auto& segment : segments) largest = std::max(largest, segment.size);
+  std::ofstream(path_ + "/replay-pace") << 1e6 / static_cast<double>(largest);
+  WarmStart warm(Plan(2s), DeviceCentre::Instance());
+  EXPECT_THAT(log_.Texts(probe::log::Level::kInfo, "the oldest 2 of 4 segments are left out"), SizeIs(1));
+  Warm(warm);
+  ASSERT_THAT(replayed_, SizeIs(100));
+  EXPECT_EQ(replayed_.front(), 30'000);
+  EXPECT_EQ(replayed_.back(), 40'000 + 49 * 60) << "to the end, without a hole";
+}
+
+TEST_F(WarmStartTest, NeverLeavesTheNewestOut) {
+  for (time_t run = 0; run < 3; ++run) Journal({"A"}, 10'000 * (run + 1), 10);
+  {
+    DeviceCentre centre;
+    JournalWriter writer(std::make_unique<JournalFolder>(path_), ListSegments(path_), {}, centre, {1, true, "", ""});
+    writer.OnCleanUp("B");
+  }
   WarmStart warm(Plan(0s), DeviceCentre::Instance());
-  EXPECT_TRUE(warm.is_empty());
-  EXPECT_THAT(log_.Texts(probe::log::Level::kInfo, "journal.warm_start_seconds = 0"), SizeIs(1));
+  Warm(warm);
+  ASSERT_THAT(replayed_, SizeIs(10)) << "of the newest segment that has passes";
+  EXPECT_EQ(replayed_.front(), 30'000);
+  EXPECT_THAT(cleaned_up, ElementsAre("B"));
+}
+
+TEST_F(WarmStartTest, GoesByThePaceOfTheReplayAndNotByWhatPassesCostWhenTheyWereMade) {
+  {
+    DeviceCentre centre;
+    JournalWriter writer(std::make_unique<JournalFolder>(path_), {}, {}, centre, {0, true, "", ""});
+    for (int pass = 1; pass < 4; ++pass) {
+      writer.OnPassBegins(60 * pass);
+      // As with dozens of debug lines for each interface.
+      const auto until = std::chrono::steady_clock::now() + (pass == 1 ? 1200ms : 0ms);
+      while (std::chrono::steady_clock::now() < until) continue;
+      writer.OnPassEnds();
+    }
+  }
+  Journal({"A"}, 6000, 2);
+  WarmStart warm(Plan(1s), DeviceCentre::Instance());
+  Warm(warm);
+  EXPECT_THAT(replayed_, ElementsAre(60, 120, 180, 6000, 6060));
+}
+
+TEST_F(WarmStartTest, GoesOnPastItsLimitAndNotesThePace) {
+  Journal({"A"}, 600, 3);
+  WarmStart warm(Plan(1s), DeviceCentre::Instance());
+  {
+    const Engine engine(passes_);
+    std::atomic<bool> is_ready{false};
+    warm.Begin(
+        [&](time_t at) {
+          replayed_.push_back(at);
+          if (replayed_.size() == 1) std::this_thread::sleep_for(1200ms);
+        },
+        [&] { is_ready.store(true); });
+    while (!is_ready.load()) std::this_thread::yield();
+    warm.Stop();
+    present_.RunPass(kPresent + 60);
+  }
+  EXPECT_THAT(replayed_, ElementsAre(600, 660, 720));
+  EXPECT_THAT(log_.Texts(probe::log::Level::kInfo, "longer than journal.warm_start_seconds = 1: it goes on"),
+              SizeIs(1));
+  double pace = 0;
+  std::ifstream(path_ + "/replay-pace") >> pace;
+  const auto octets = static_cast<double>(ListSegments(path_).front().size);
+  EXPECT_GE(pace, 1.2e6 / octets);
+  EXPECT_LT(pace, 60e6 / octets);
 }
 
 TEST_F(WarmStartTest, PassesOverWhatItCannotReadAndNamesIt) {
