@@ -8,7 +8,11 @@ namespace probe {
 
 void PassTimes::Note(time_t at) {
   const lock_guard held(lock_);
-  if (last_ && at - *last_ >= kLeastOutage) {
+  if (last_ && at - *last_ > kLongestHistory) {
+    // Nothing reaches back behind this, as when the clock of a machine without a battery began in 1970.
+    outages_.clear();
+    first_.reset();
+  } else if (last_ && at - *last_ >= kLeastOutage) {
     if (outages_.size() == kMaxOutages) outages_.erase(outages_.begin());
     outages_.push_back({.from = *last_, .to = at});
   }

@@ -25,6 +25,8 @@ class PassTimes {
  public:
   /// So long without a pass is an outage; one that is a little late is none.
   static constexpr time_t kLeastOutage = 180;
+  /// No chart and no report goes further back.
+  static constexpr time_t kLongestHistory = time_t{40} * 86'400;
   static constexpr std::size_t kMaxOutages = 100;
 
   void Note(time_t at) VEXORA_EXCLUDES(lock_);

@@ -14,11 +14,14 @@ namespace {
 constexpr std::int64_t kDaySeconds = 86'400;
 
 /// How many of the oldest segments are too old. One that cannot be read goes with those around it.
-std::size_t CountOutdated(const std::vector<Segment>& finished, std::int64_t first_kept) {
+std::size_t CountOutdated(const std::vector<Segment>& finished, std::int64_t days, std::int64_t newest) {
+  const std::int64_t first_kept = newest - days * kDaySeconds;
   std::size_t outdated = 0;
   for (std::size_t index = 0; index < finished.size(); ++index) {
     const auto& facts = finished[index].facts;
     if (!facts || facts->passes == 0) continue;
+    // The clock was wrong when it was written, and its time says nothing of its age.
+    if (facts->last_pass > newest + kDaySeconds) continue;
     if (facts->last_pass >= first_kept) break;
     outdated = index + 1;
   }
@@ -48,7 +51,7 @@ std::string Beginning(const std::vector<Segment>& finished) {
 }  // namespace
 
 void RemoveOldest(std::vector<Segment>& finished, const JournalBounds& bounds, std::uint64_t others, time_t newest) {
-  const std::size_t outdated = CountOutdated(finished, std::int64_t{newest} - bounds.days * kDaySeconds);
+  const std::size_t outdated = CountOutdated(finished, bounds.days, newest);
   const std::size_t too_many = CountTooMany(finished, bounds.bytes, others);
   const std::size_t count = std::max(outdated, too_many);
   if (count == 0) return;

@@ -16,8 +16,8 @@ struct JournalBounds {
 };
 
 /// Removes the oldest of the finished segments of a journal: those whose last pass is more than `bounds.days` before
-/// `newest`, and those that make it larger than `bounds.bytes` together with `others` octets. Says in the log which
-/// bound cut, and what the journal begins with now.
+/// `newest`, with what lies between them, and those that make it larger than `bounds.bytes` together with `others`
+/// octets. Says in the log which bound cut, and what the journal begins with now.
 void RemoveOldest(std::vector<Segment>& finished, const JournalBounds& bounds, std::uint64_t others, time_t newest);
 
 }  // namespace probe::journal

@@ -259,6 +259,14 @@ TEST(PassTimes, KnowTheOldestPassAndTheTimesWithoutAny) {
   EXPECT_EQ(times.outages().back().to, 5000 + 200 * 180);
 }
 
+TEST(PassTimes, KnowNothingFromBehindATimeLongerThanAnyHistory) {
+  probe::PassTimes times;
+  constexpr time_t kNow = 1'795'219'200;
+  for (const time_t at : {time_t{60}, time_t{600}, kNow, kNow + 60}) times.Note(at);
+  EXPECT_EQ(times.known_since(), kNow) << "the clock began in 1970";
+  EXPECT_THAT(times.outages(), ::testing::IsEmpty());
+}
+
 TEST_F(HttpApiTest, GuardsEverythingButItsHealthAndThePages) {
   const probe::HttpApi api({}, plugin, centre, latest, probe::PageFiles(""));
   EXPECT_EQ(api.LookUp("/healthz").access, probe::Access::kPublic);

@@ -162,6 +162,15 @@ TEST_F(JournalWriterTest, DropsWhatIsOlderThanItsDaysAndSaysSo) {
   EXPECT_THAT(log_.Texts(probe::log::Level::kInfo, "journal.days = 2"), ::testing::Not(IsEmpty()));
 }
 
+TEST_F(JournalWriterTest, DropsWhatIsTooOldAlsoWhenTheClockWasOnceWrong) {
+  Pass(*Writer(), kStart);
+  Pass(*Writer(), kStart + 400 * 86'400);
+  Pass(*Writer(), kStart + 60);
+  const auto writer = Writer({.days = 2});
+  for (int pass = 0; pass < 6; ++pass) Pass(*writer, kStart + 5 * 86'400 + pass * 60);
+  EXPECT_EQ(Passes().front(), kStart + 5 * 86'400);
+}
+
 TEST_F(JournalWriterTest, StaysWithinItsOctetsAndSaysSo) {
   constexpr std::uint64_t kBytes = 1'048'576;
   const auto writer = Writer({.days = 31, .bytes = kBytes});
