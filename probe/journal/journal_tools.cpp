@@ -1,5 +1,6 @@
 #include "probe/journal/journal_tools.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <ctime>
 #include <exception>
@@ -39,8 +40,7 @@ std::vector<Segment> SegmentsIn(const std::string& folder) {
 }
 
 /// Those that can be read; says which cannot.
-std::vector<Segment> ReadableIn(const std::string& folder, std::ostream& errors) {
-  std::vector<Segment> segments = SegmentsIn(folder);
+std::vector<Segment> ReadableIn(std::vector<Segment> segments, const std::string& folder, std::ostream& errors) {
   if (segments.empty()) errors << folder << ": there is no journal\n";
   std::erase_if(segments, [&](const Segment& segment) {
     if (!segment.facts && !segment.is_stub) errors << segment.path << ": " << segment.error << '\n';
@@ -75,7 +75,9 @@ void Export(const PassEntry& pass, EntryFollower& follower, recording::Recording
   writer.Pass(pass.at);
 }
 
-void Export(const Segment& segment, EntryFollower& follower, recording::RecordingWriter& writer) {
+/// Writes what can be read of a segment; says in `errors` when that is not all, but for a tail that was cut off when
+/// the probe went down.
+bool Export(const Segment& segment, EntryFollower& follower, recording::RecordingWriter& writer, std::ostream& errors) {
   std::ifstream file(segment.path, std::ios::binary);
   SegmentReader reader(file);
   follower.BeginSegment();
@@ -86,6 +88,10 @@ void Export(const Segment& segment, EntryFollower& follower, recording::Recordin
       writer.CleanUp(std::get<CleanUpEntry>(*entry).mac);
     }
   }
+  if (reader.ending() != SegmentReader::Ending::kCorrupt) return true;
+  errors << segment.path << ": corrupt at octet " << reader.good_bytes() << " of " << segment.size
+         << ": the recording lacks what it holds from there on\n";
+  return false;
 }
 
 /// The zone of the newest segment that has one: its days are the ones that the running probe tells of.
@@ -115,7 +121,7 @@ bool IsWhole(const Segment& segment, bool is_repair, std::ostream& out) {
 }  // namespace
 
 int PrintJournalInfo(const std::string& folder, std::ostream& out, std::ostream& errors) {
-  const std::vector<Segment> segments = ReadableIn(folder, errors);
+  const std::vector<Segment> segments = ReadableIn(SegmentsIn(folder), folder, errors);
   std::map<std::string, Sum> days;
   Sum all;
   time_t first = 0;
@@ -136,14 +142,18 @@ int PrintJournalInfo(const std::string& folder, std::ostream& out, std::ostream&
 }
 
 int ExportJournal(const std::string& folder, std::ostream& out, std::ostream& errors) {
-  const std::vector<Segment> segments = ReadableIn(folder, errors);
+  const std::vector<Segment> all = SegmentsIn(folder);
+  const std::vector<Segment> segments = ReadableIn(all, folder, errors);
   if (segments.empty()) return 1;
+  bool is_whole = std::ranges::all_of(all, [](const Segment& segment) { return segment.facts || segment.is_stub; });
   recording::RecordingWriter writer(out);
   writer.Header(segments.front().facts->head.start, TimezoneOf(segments));
   EntryFollower follower;
-  for (const Segment& segment : segments) Export(segment, follower, writer);
+  for (const Segment& segment : segments) {
+    if (!Export(segment, follower, writer, errors)) is_whole = false;
+  }
   writer.Flush();
-  if (out) return 0;
+  if (out) return is_whole ? 0 : 1;
   errors << "the recording cannot be written\n";
   return 1;
 }

@@ -13,7 +13,8 @@ int PrintJournalInfo(const std::string& folder, std::ostream& out, std::ostream&
 
 /// `vexora-probe journal export DIR`: the journal as a recording, for `probe-replay`.
 ///
-/// Returns the exit code: 0, or 1 when there is nothing to export. `errors` gets what cannot be read.
+/// Returns the exit code: 0, or 1 when there is nothing to export, or the recording lacks something that the journal
+/// should hold; `errors` gets what cannot be read.
 int ExportJournal(const std::string& folder, std::ostream& out, std::ostream& errors);
 
 /// `vexora-probe journal check DIR [--repair]`: reads all of it. What is cut off or corrupt is taken away by a repair,

@@ -13,6 +13,8 @@
 #include "probe/host/device_centre.h"
 #include "probe/journal/journal_writer.h"
 #include "probe/journal/open_journal.h"
+#include "probe/journal/segment_format.h"
+#include "probe/journal/segment_reader.h"
 #include "probe/recording/device_state_writer.h"
 #include "probe/recording/recording_line.h"
 #include "tests/probe/journal/random_history.h"
@@ -162,6 +164,27 @@ TEST_F(JournalToolsTest, ExportARecordingWithAllDevicesPassesAndCleanUps) {
   }
   EXPECT_EQ(clean_ups, expected_clean_ups);
   EXPECT_EQ(states, expected);
+}
+
+TEST_F(JournalToolsTest, SayWhatARecordingLacks) {
+  const test::RandomHistory history = test::MakeHistory(2, 40);
+  Run(history, 0, 20);
+  Run(history, 20, 40);
+  const auto segments = probe::journal::ListSegments(path_);
+  std::filesystem::resize_file(segments.back().path, segments.back().size - 3);
+  EXPECT_EQ(Export().exit_code, 0) << "a tail that is cut off is what a kill leaves";
+  EXPECT_THAT(Export().errors, IsEmpty());
+  {
+    std::fstream file(segments.front().path, std::ios::in | std::ios::out | std::ios::binary);
+    const std::uint64_t first_frame = probe::journal::SegmentReader(file).good_bytes();
+    file.seekp(static_cast<std::streamoff>(first_frame + probe::journal::FrameHead::kSize + 2));
+    file.write("\x55\xaa\x55\xaa\x55\xaa", 6);
+  }
+  const Told corrupt = Export();
+  EXPECT_EQ(corrupt.exit_code, 1);
+  EXPECT_THAT(corrupt.errors, HasSubstr(segments.front().path + ": corrupt at octet "));
+  std::fstream(segments.front().path, std::ios::in | std::ios::out | std::ios::binary).write("x", 1);
+  EXPECT_EQ(Export().exit_code, 1) << "a whole segment is missing";
 }
 
 TEST_F(JournalToolsTest, CheckAndRepairACutTail) {
