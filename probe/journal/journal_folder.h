@@ -19,7 +19,7 @@ struct Segment {
   /// Nothing when it cannot be read; `error` then says why.
   std::optional<SegmentFacts> facts;
   std::string error;
-  bool is_stub = false;  ///< It ends within its head: the probe went down while it created it.
+  bool is_stub = false;  ///< It ends within its head, or was never written: the probe went down while it created it.
 };
 
 /// The segments of a journal in a folder, oldest first. A folder that does not exist holds none.

@@ -6,6 +6,7 @@
 #include <array>
 #include <cerrno>
 #include <fstream>
+#include <iterator>
 #include <new>
 #include <string_view>
 #include <system_error>
@@ -36,10 +37,19 @@ bool ReadPayload(std::istream& stream, std::string& octets, std::size_t size) {
   return true;
 }
 
+/// Whether these and the rest of the stream are zeros: some file systems leave a file like that whose size reached the
+/// disk before a power cut, and whose contents did not.
+bool WasNeverWritten(std::istream& stream, std::string_view octets) {
+  const auto is_zero = [](char octet) { return octet == '\0'; };
+  return !octets.empty() && std::ranges::all_of(octets, is_zero) &&
+         std::all_of(std::istreambuf_iterator<char>(stream), {}, is_zero);
+}
+
 std::pair<SegmentHead, std::uint64_t> ReadHeadFrom(std::istream& stream) {
   constexpr std::size_t kFirst = 16;  // enough to know the size of the rest
   std::string octets;
   const bool is_there = ReadMore(stream, octets, kFirst);
+  if (WasNeverWritten(stream, octets)) throw CutOffHead();
   const auto size = HeadSize(octets);
   if (!is_there || !size || !ReadMore(stream, octets, *size - kFirst)) throw CutOffHead();
   return {ReadHead(octets), octets.size()};

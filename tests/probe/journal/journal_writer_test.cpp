@@ -277,6 +277,8 @@ TEST_F(JournalWriterTest, WritesAllThatItTookBeforeItCloses) {
 TEST_F(JournalWriterTest, RemovesASegmentThatWasBeingCreatedWhenTheProbeWentDown) {
   Pass(*Writer(), kStart);
   std::ofstream(path_ + "/0000000002.journal") << "vxjo";
+  std::ofstream(path_ + "/0000000003.journal") << std::string(9, '\0');
+  std::ofstream(path_ + "/0000000004.journal") << std::string(5000, '\0');
   Pass(*Writer(), kStart + 60);
   EXPECT_THAT(ListSegments(path_), SizeIs(2));
   EXPECT_THAT(Passes(), ElementsAre(kStart, kStart + 60));
@@ -290,6 +292,17 @@ TEST_F(JournalWriterTest, TellsWhenItsNewestPassWas) {
   std::ofstream(path_ + "/0000000004.journal") << "vxjo";
   EXPECT_THAT(ListSegments(path_), SizeIs(4));
   EXPECT_EQ(probe::journal::LastPassOf(ListSegments(path_)), kStart + 60);
+}
+
+TEST_F(JournalWriterTest, LeavesASegmentAloneWhoseHeadIsGoneButNotTheRest) {
+  Pass(*Writer(), kStart);
+  {
+    std::fstream file(ListSegments(path_).front().path, std::ios::in | std::ios::out | std::ios::binary);
+    file << std::string(40, '\0');
+  }
+  Pass(*Writer(), kStart + 60);
+  ASSERT_THAT(ListSegments(path_), SizeIs(2));
+  EXPECT_FALSE(ListSegments(path_).front().is_stub);
 }
 
 TEST_F(JournalWriterTest, LeavesFilesAloneThatAreNoSegments) {
