@@ -34,6 +34,9 @@ namespace {
 /// Devices that are named at the start; a simulated network may have thousands.
 constexpr std::size_t kMaxAnnounced = 20;
 
+/// How long a stop waits for a disk that hangs.
+constexpr std::chrono::seconds kJournalPatience{5};
+
 /// A text that the plug-in made with the host's `Strdup`, taken over.
 std::string Taken(char* text) {
   const std::unique_ptr<char, decltype(&std::free)> owner(text, &std::free);
@@ -293,7 +296,8 @@ void ProbeApp::Stop() {
   if (simulated_) simulated_->Stop();
   if (snmp_) snmp_->Stop();
   // Before the plug-in, whose stop makes one pass more: it is no minute after the last, and nobody is there to see it.
-  if (journal_) journal_->Close();
+  const bool is_disk_hanging = journal_ && !journal_->Close(kJournalPatience);
+  if (is_disk_hanging) log::Error("[Journal] the disk hangs: what still waits to be written is lost");
   if (plugin_) {
     plugin_->stop_monitor();
     // Subscribers, filters and the clean-up function are code of the plug-in, which is about to be unloaded.
@@ -311,6 +315,8 @@ void ProbeApp::Stop() {
   // After the engine, which slept on them, and before the clock beneath.
   warm_start_.reset();
   pass_clock_.reset();
+  // Its thread waits in the kernel, and will come back to it.
+  if (is_disk_hanging) static_cast<void>(journal_.release());
   journal_.reset();
   recorder_.reset();
   clock_installation_.reset();

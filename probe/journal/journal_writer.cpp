@@ -22,6 +22,11 @@ namespace {
 /// Passes that wait for a slow disk. Each keeps the snapshots of its time in memory.
 constexpr std::size_t kMaxWaiting = 64;
 
+/// A disk that lets so many wait, and has taken nothing for a while, hangs. At many times the true pace a few may wait
+/// behind a disk that keeps up.
+constexpr std::size_t kManyWaiting = 3;
+constexpr std::chrono::seconds kHanging{1};
+
 /// The bounds are looked at a few minutes after the start, for a clock that is wrong then is right soon after, and once
 /// an hour; also while nothing can be written, which may be for want of the room that they would make.
 constexpr std::uint64_t kPassesBeforeCut = 5;
@@ -102,25 +107,33 @@ void JournalWriter::Queue(Job job) {
   {
     const lock_guard held(lock_);
     if (is_closed_) return;
-    const bool is_pass = std::holds_alternative<Pass>(job);
-    const bool is_left_out = is_pass && jobs_.size() >= kMaxWaiting;
-    is_news = is_left_out && !is_behind_;
-    if (is_pass) is_behind_ = is_left_out;
-    if (!is_left_out) {
+    if (jobs_.empty() && !is_writing_) busy_since_ = std::chrono::steady_clock::now();
+    const bool is_full = jobs_.size() >= kMaxWaiting;
+    const bool is_hanging = jobs_.size() >= kManyWaiting && std::chrono::steady_clock::now() - busy_since_ >= kHanging;
+    is_news = (is_full || is_hanging) && !is_behind_.exchange(true);
+    if (!is_full || std::holds_alternative<CleanUpEntry>(job)) {
       jobs_.push_back(std::move(job));
       changed_.NotifyAll();
     }
   }
-  if (is_news) log::Error("[Journal] the disk does not keep up: passes are left out of %s", folder_->path().c_str());
+  if (!is_news) return;
+  log::Error("[Journal] the disk does not keep up with %s: up to %zu passes wait in memory, more are left out",
+             folder_->path().c_str(), kMaxWaiting);
 }
 
-void JournalWriter::Close() {
+bool JournalWriter::Close(std::optional<std::chrono::milliseconds> patience) {
   {
     const lock_guard held(lock_);
     is_closed_ = true;
     changed_.NotifyAll();
+    if (patience) {
+      const auto deadline = std::chrono::steady_clock::now() + *patience;
+      while (!is_over_ && changed_.WaitUntil(lock_, deadline)) continue;
+      if (!is_over_) return false;
+    }
   }
   if (thread_.joinable()) thread_.join();
+  return true;
 }
 
 void JournalWriter::Flush() {
@@ -134,9 +147,15 @@ void JournalWriter::Run() {
     {
       const lock_guard held(lock_);
       is_writing_ = false;
+      if (jobs_.empty() && is_behind_.exchange(false)) log::Info("[Journal] the disk keeps up again");
       changed_.NotifyAll();
       while (jobs_.empty() && !is_closed_) changed_.Wait(lock_);
-      if (jobs_.empty()) return;
+      if (jobs_.empty()) {
+        is_over_ = true;
+        changed_.NotifyAll();
+        return;
+      }
+      busy_since_ = std::chrono::steady_clock::now();
       job = std::move(jobs_.front());
       jobs_.pop_front();
       is_writing_ = true;

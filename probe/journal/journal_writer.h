@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <ctime>
 #include <deque>
@@ -50,13 +51,16 @@ class JournalWriter final : public recording::PassObserver {
   void OnCleanUp(const std::string& mac) VEXORA_EXCLUDES(lock_);
 
   /// Takes nothing more, and returns when all that it took is written.
-  void Close() VEXORA_EXCLUDES(lock_);
+  ///
+  /// With `patience` it waits no longer than that for a disk that hangs, and gives false. Then its thread still waits
+  /// in the kernel: to destroy the writer, or to close it without, waits for the thread.
+  bool Close(std::optional<std::chrono::milliseconds> patience = {}) VEXORA_EXCLUDES(lock_);
 
   /// Waits until all that it took is written, or has failed to be.
   void Flush() VEXORA_EXCLUDES(lock_);
 
-  /// Whether the newest entry could not be written.
-  bool is_failing() const { return is_failing_.load(); }
+  /// Whether the newest entry could not be written, or the disk does not keep up.
+  bool is_failing() const { return is_failing_.load() || is_behind_.load(); }
 
  private:
   /// A pass as the engine hands it over.
@@ -100,6 +104,7 @@ class JournalWriter final : public recording::PassObserver {
   std::uint64_t passes_ = 0;               // also those that could not be written
 
   std::atomic<bool> is_failing_{false};
+  std::atomic<bool> is_behind_{false};  // passes wait for the disk, or are left out
 
   utilities::lock::Mutex lock_;  // leaf
   utilities::lock::CondVar changed_;
@@ -107,8 +112,9 @@ class JournalWriter final : public recording::PassObserver {
   std::vector<std::string> names_ VEXORA_GUARDED_BY(lock_);  // of all devices that were ever in a pass, by place
   bool is_writing_ VEXORA_GUARDED_BY(lock_) = false;
   bool is_closed_ VEXORA_GUARDED_BY(lock_) = false;
-  bool is_behind_ VEXORA_GUARDED_BY(lock_) = false;  // passes are left out, and the log says so
-  std::thread thread_;                               // last: the rest is ready when it runs
+  bool is_over_ VEXORA_GUARDED_BY(lock_) = false;                              // the thread's work
+  std::chrono::steady_clock::time_point busy_since_ VEXORA_GUARDED_BY(lock_);  // with the entry that the thread writes
+  std::thread thread_;                                                         // last: the rest is ready when it runs
 };
 
 }  // namespace probe::journal

@@ -9,13 +9,16 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <memory>
 #include <string>
 #include <system_error>
+#include <thread>
 #include <vector>
 
 #include "probe/host/device_centre.h"
@@ -58,6 +61,49 @@ class FullDisk {
  private:
   void (*handler_)(int);
   rlimit before_{};
+};
+
+/// As on a disk that hangs: keeps all threads but this one from going on, those that were made before it, until the end
+/// of the scope.
+class HangingDisk {
+ public:
+  HangingDisk() {
+    EXPECT_EQ(pipe(ends), 0);
+    struct sigaction action {};
+    action.sa_handler = [](int /*signal*/) {
+      char octet = 0;
+      (void)!read(ends[0], &octet, 1);
+    };
+    action.sa_flags = SA_RESTART;
+    sigaction(SIGUSR1, &action, &action_);
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGUSR1);
+    pthread_sigmask(SIG_BLOCK, &signals, &mask_);  // so that another thread gets it
+    kill(getpid(), SIGUSR1);
+  }
+  ~HangingDisk() {
+    EXPECT_EQ(write(ends[1], "x", 1), 1);
+    Await([] {
+      sigset_t pending;
+      sigpending(&pending);
+      return sigismember(&pending, SIGUSR1) == 0;
+    });
+    pthread_sigmask(SIG_SETMASK, &mask_, nullptr);
+    sigaction(SIGUSR1, &action_, nullptr);
+  }
+  HangingDisk(const HangingDisk&) = delete;
+  HangingDisk& operator=(const HangingDisk&) = delete;
+
+  template <typename Condition>
+  static void Await(const Condition& condition) {
+    while (!condition()) std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  }
+
+ private:
+  static inline int ends[2] = {};
+  struct sigaction action_ {};
+  sigset_t mask_{};
 };
 
 class JournalWriterTest : public ::testing::Test {
@@ -243,6 +289,39 @@ TEST_F(JournalWriterTest, WritesCleanUpsInTurnAlsoThoseThatTheDiskDidNotTake) {
   ASSERT_THAT(entries, SizeIs(4));
   EXPECT_EQ(std::get<CleanUpEntry>(entries[2]).mac, "B");
   EXPECT_EQ(std::get<PassEntry>(entries[3]).at, kStart + 120);
+}
+
+TEST_F(JournalWriterTest, SaysWithAFewPassesThatTheDiskHangs) {
+  const auto writer = Writer();
+  Pass(*writer, kStart);
+  EXPECT_FALSE(writer->is_failing());
+  time_t at = kStart;
+  {
+    const HangingDisk hanging;
+    const auto begin = std::chrono::steady_clock::now();
+    for (int pass = 0; pass < 4; ++pass) writer->OnPassBegins(at += 60);
+    HangingDisk::Await([&] { return std::chrono::steady_clock::now() - begin > std::chrono::milliseconds(1100); });
+    writer->OnPassBegins(at += 60);
+    EXPECT_TRUE(writer->is_failing());
+    EXPECT_THAT(log_.Texts(probe::log::Level::kError, "the disk does not keep up"), SizeIs(1));
+  }
+  writer->Flush();
+  EXPECT_FALSE(writer->is_failing());
+  EXPECT_THAT(log_.Texts(probe::log::Level::kInfo, "the disk keeps up again"), SizeIs(1));
+  EXPECT_EQ(Passes().back(), at) << "nothing is lost";
+  EXPECT_THAT(Passes(), SizeIs(6));
+}
+
+TEST_F(JournalWriterTest, DoesNotWaitForAHangingDiskWhenItCloses) {
+  const auto writer = Writer();
+  Pass(*writer, kStart);
+  {
+    const HangingDisk hanging;
+    writer->OnPassBegins(kStart + 60);
+    EXPECT_FALSE(writer->Close(std::chrono::milliseconds(20)));
+  }
+  EXPECT_TRUE(writer->Close());
+  EXPECT_EQ(Passes().back(), kStart + 60);
 }
 
 TEST_F(JournalWriterTest, KnowsThePlacesOfForgottenDevices) {
