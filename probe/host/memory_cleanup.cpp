@@ -15,9 +15,13 @@ std::atomic<MonitorMemoryCleanup> registered{nullptr};
 /// Who is told of clean-ups, and those that wait. The plug-in is called without the lock.
 struct CleanUps {
   utilities::lock::Mutex lock;
+  utilities::lock::CondVar changed;
   std::function<void(const std::string&)> observer VEXORA_GUARDED_BY(lock);
   bool are_held VEXORA_GUARDED_BY(lock) = false;
   std::vector<std::string> waiting VEXORA_GUARDED_BY(lock);
+  bool is_in_pass VEXORA_GUARDED_BY(lock) = false;
+  std::vector<std::string> behind_pass VEXORA_GUARDED_BY(lock);
+  unsigned under_way VEXORA_GUARDED_BY(lock) = 0;  // calls of the plug-in
 };
 
 CleanUps& TheCleanUps() {
@@ -40,17 +44,40 @@ void probe::CleanUpDevice(const std::string& mac) {
   CleanUps& clean_ups = TheCleanUps();
   {
     const utilities::lock::lock_guard held(clean_ups.lock);
+    if (clean_ups.is_in_pass) {
+      clean_ups.behind_pass.push_back(mac);
+      return;
+    }
     if (clean_ups.are_held) {
       clean_ups.waiting.push_back(mac);
       // At once: a process that goes down meanwhile has forgotten those that wait.
       if (clean_ups.observer) clean_ups.observer(mac);
       return;
     }
+    ++clean_ups.under_way;
   }
   CallMemoryCleanup(mac);
-  // Afterwards, so that a pass which began before is written down before: the clean-up has the last word.
   const utilities::lock::lock_guard held(clean_ups.lock);
   if (clean_ups.observer) clean_ups.observer(mac);
+  if (--clean_ups.under_way == 0) clean_ups.changed.NotifyAll();
+}
+
+void probe::HoldCleanUpsForPass() {
+  CleanUps& clean_ups = TheCleanUps();
+  const utilities::lock::lock_guard held(clean_ups.lock);
+  clean_ups.is_in_pass = true;
+  while (clean_ups.under_way != 0) clean_ups.changed.Wait(clean_ups.lock);
+}
+
+void probe::ReleaseCleanUpsAfterPass() {
+  CleanUps& clean_ups = TheCleanUps();
+  std::vector<std::string> behind_pass;
+  {
+    const utilities::lock::lock_guard held(clean_ups.lock);
+    clean_ups.is_in_pass = false;
+    behind_pass.swap(clean_ups.behind_pass);
+  }
+  for (const std::string& mac : behind_pass) CleanUpDevice(mac);
 }
 
 void probe::HoldCleanUps(bool hold) {

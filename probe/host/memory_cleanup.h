@@ -14,6 +14,14 @@ void CleanUpDevice(const std::string& mac);
 /// Threads: any.
 void HoldCleanUps(bool hold);
 
+/// Where passes are written down, a clean-up is made between two of them, so that what is written tells in which order:
+/// between these two calls `CleanUpDevice` only notes the MAC, and the second does what was noted. The first waits for
+/// clean-ups that are under way.
+///
+/// Threads: the engine's, with no lock held.
+void HoldCleanUpsForPass();
+void ReleaseCleanUpsAfterPass();
+
 /// Calls the plug-in's clean-up function at once, and nobody else. Threads: as `CleanUpDevice`.
 void CallMemoryCleanup(const std::string& mac);
 

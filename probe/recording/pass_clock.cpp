@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "probe/host/memory_cleanup.h"
+
 using utilities::lock::lock_guard;
 
 namespace probe::recording {
@@ -33,6 +35,7 @@ unsigned PassClock::Sleep(unsigned seconds) {
 
 void PassClock::BeginPass() {
   centre_.Hold();
+  HoldCleanUpsForPass();
   const timeval now = clock_.Now();
   {
     const lock_guard held(lock_);
@@ -51,6 +54,7 @@ void PassClock::EndPass() {
   }
   std::for_each(observers_.rbegin(), observers_.rend(), [](PassObserver* observer) { observer->OnPassEnds(); });
   centre_.Release();
+  ReleaseCleanUpsAfterPass();
 }
 
 }  // namespace probe::recording

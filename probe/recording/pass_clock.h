@@ -25,7 +25,8 @@ class PassObserver {
 /// The clock of the process, on top of the one that was installed before, for those who write passes down: it learns
 /// when a pass begins and ends, since the engine sleeps in between.
 ///
-/// During a pass it freezes the devices and, for the engine, the time, as they are in a replay.
+/// During a pass it freezes the devices and, for the engine, the time, as they are in a replay; clean-ups wait for its
+/// end.
 ///
 /// Owner:   the application, which has it around for as long as the plug-in runs.
 /// Threads: one makes it and lets it go, while no engine runs; the rest is called by the engine and by host threads.
