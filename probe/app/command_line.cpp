@@ -170,7 +170,7 @@ void DescribeDevices(CLI::App& app, CommandLine& result) {
   add("walk", "Print what the profiles read of a device, to be saved as FILE.snmprec", &WalkCommand);
 }
 
-/// "journal info DIR", "journal export DIR" and "journal check DIR".
+/// "journal info DIR", "journal export DIR", "journal check DIR" and "journal forget DIR MAC".
 void DescribeJournal(CLI::App& app, CommandLine& result) {
   CLI::App* journal = app.add_subcommand("journal", "What the probe has written down of its devices");
   journal->require_subcommand(1);
@@ -185,6 +185,12 @@ void DescribeJournal(CLI::App& app, CommandLine& result) {
   });
   add("export", "Print it as a recording, for probe-replay")->callback([&result, folder] {
     result.subcommand = [folder] { return journal::ExportJournal(*folder, std::cout, std::cerr); };
+  });
+  CLI::App* forget = add("forget", "Have the probe forget what it knew of a device");
+  auto mac = std::make_shared<std::string>();
+  forget->add_option("MAC", *mac, "Its id, as the pages show it")->required();
+  forget->callback([&result, folder, mac] {
+    result.subcommand = [folder, mac] { return journal::ForgetInJournal(*folder, *mac, std::cout, std::cerr); };
   });
   CLI::App* check = add("check", "Read all of it, and say what is cut off or corrupt");
   auto is_repair = std::make_shared<bool>(false);

@@ -173,21 +173,38 @@ void ProbeApp::StartJournal() {
     journal_ = std::make_unique<journal::JournalWriter>(std::move(journal_folder_), segments_, bounds,
                                                         DeviceCentre::Instance(), HeadOfRun(segments_));
   }
+  const bool has_warm_start = settings_.journal.is_warm_start && !segments_.empty();
+  if (has_warm_start) AwaitRemovedDevices();
   StartPassClock();
   // Last, on top: until the replay is over, what writes passes down sees none.
-  if (settings_.journal.is_warm_start && !segments_.empty()) StartWarmStart(folder);
+  if (has_warm_start) StartWarmStart(folder);
 }
 
 void ProbeApp::StartPassClock() {
   std::vector<recording::PassObserver*> observers;
   if (recorder_) observers.push_back(recorder_.get());
   if (journal_) observers.push_back(journal_.get());
+  if (removed_devices_) observers.push_back(removed_devices_.get());
   if (observers.empty()) return;
   pass_clock_ = std::make_unique<recording::PassClock>(DeviceCentre::Instance(), std::move(observers));
   SetCleanUpObserver([this](const std::string& mac) {
     if (recorder_) recorder_->OnCleanUp(mac);
     if (journal_) journal_->OnCleanUp(mac);
   });
+}
+
+void ProbeApp::AwaitRemovedDevices() {
+  removed_devices_ = std::make_unique<RemovedDevices>(
+      DeviceCentre::Instance(), [this] { return AreAllDevicesKnown(); },
+      [this](const std::string& mac) {
+        if (recorder_) recorder_->OnCleanUp(mac);
+      });
+}
+
+bool ProbeApp::AreAllDevicesKnown() const {
+  // While everything stops there is nothing to be told any more; without a source nothing can be.
+  if (!plugin_ || (!this_machine_ && !simulated_ && !snmp_)) return false;
+  return (!this_machine_ || !this_machine_->mac().empty()) && (!snmp_ || snmp_->KnowsAllIds());
 }
 
 void ProbeApp::StartWarmStart(const std::string& folder) {
@@ -240,6 +257,7 @@ void ProbeApp::BeginReplay() {
                      [this, begun] {
                        const auto now = std::chrono::steady_clock::now();
                        ready_since_.store(now.time_since_epoch().count());
+                       removed_devices_->OnReplayed();
                        latest_.AllowQuestions();
                        const std::chrono::duration<double> taken = now - begun;
                        log::Info("the journal has been replayed, in %.1f s", taken.count());
@@ -315,6 +333,7 @@ void ProbeApp::Stop() {
   // After the engine, which slept on them, and before the clock beneath.
   warm_start_.reset();
   pass_clock_.reset();
+  removed_devices_.reset();
   // Its thread waits in the kernel, and will come back to it.
   if (is_disk_hanging) static_cast<void>(journal_.release());
   journal_.reset();

@@ -10,6 +10,7 @@
 #include "probe/api/history_status.h"
 #include "probe/api/http_api.h"
 #include "probe/api/latest_messages.h"
+#include "probe/app/removed_devices.h"
 #include "probe/clock/clock.h"
 #include "probe/clock/scaled_clock.h"
 #include "probe/journal/journal_folder.h"
@@ -60,6 +61,8 @@ class ProbeApp {
   void StartSources();
   void StartSnmp();
   void StartPassClock();
+  void AwaitRemovedDevices();
+  bool AreAllDevicesKnown() const;
   void StartPlugin();
   void StartServer();
   void BeginReplay();
@@ -77,6 +80,7 @@ class ProbeApp {
   std::unique_ptr<ClockInstallation> clock_installation_;
   std::unique_ptr<recording::Recorder> recorder_;           // null unless a recording is asked for
   std::unique_ptr<journal::JournalWriter> journal_;         // null unless there is a journal
+  std::unique_ptr<RemovedDevices> removed_devices_;         // null unless a journal is replayed
   std::unique_ptr<recording::PassClock> pass_clock_;        // null unless passes are written down
   std::unique_ptr<journal::WarmStart> warm_start_;          // null unless a journal is replayed
   std::unique_ptr<journal::JournalFolder> journal_folder_;  // until the journal is written

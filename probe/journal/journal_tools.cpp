@@ -1,6 +1,10 @@
 #include "probe/journal/journal_tools.h"
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <cerrno>
 #include <cstdint>
 #include <ctime>
 #include <exception>
@@ -18,7 +22,9 @@
 #include "probe/journal/journal_entry.h"
 #include "probe/journal/journal_folder.h"
 #include "probe/journal/open_journal.h"
+#include "probe/journal/segment_format.h"
 #include "probe/journal/segment_reader.h"
+#include "probe/journal/segment_writer.h"
 #include "probe/recording/recording_writer.h"
 
 namespace probe::journal {
@@ -98,7 +104,7 @@ bool Export(const Segment& segment, EntryFollower& follower, recording::Recordin
 std::string TimezoneOf(const std::vector<Segment>& segments) {
   std::string timezone = "UTC";
   for (const Segment& segment : segments) {
-    if (!segment.facts->head.timezone.empty()) timezone = segment.facts->head.timezone;
+    if (segment.facts && !segment.facts->head.timezone.empty()) timezone = segment.facts->head.timezone;
   }
   return timezone;
 }
@@ -116,6 +122,27 @@ bool IsWhole(const Segment& segment, bool is_repair, std::ostream& out) {
   if (is_repair) std::filesystem::resize_file(segment.path, reader.good_bytes());
   out << (is_repair ? ": taken away from there on\n" : "\n");
   return false;
+}
+
+bool IsNamed(const Segment& segment, const std::string& mac) {
+  if (!segment.facts) return false;
+  std::ifstream file(segment.path, std::ios::binary);
+  SegmentReader reader(file);
+  while (const auto entry = reader.Next()) {
+    const auto* pass = std::get_if<PassEntry>(&*entry);
+    if (pass != nullptr && std::ranges::find(pass->named, mac) != pass->named.end()) return true;
+  }
+  return false;
+}
+
+/// Gives a file to the owner of its folder: an administrator's file would be one that the probe cannot read.
+void GiveToOwner(const std::string& path) {
+  struct stat folder {};
+  if (stat(std::filesystem::path(path).parent_path().c_str(), &folder) == 0 && folder.st_uid != geteuid()) {
+    if (chown(path.c_str(), folder.st_uid, folder.st_gid) != 0) {
+      throw std::system_error(errno, std::generic_category(), path);
+    }
+  }
 }
 
 }  // namespace
@@ -156,6 +183,32 @@ int ExportJournal(const std::string& folder, std::ostream& out, std::ostream& er
   if (out) return is_whole ? 0 : 1;
   errors << "the recording cannot be written\n";
   return 1;
+}
+
+int ForgetInJournal(const std::string& folder, const std::string& mac, std::ostream& out, std::ostream& errors) {
+  const std::vector<Segment> found = SegmentsIn(folder);
+  if (found.empty()) {
+    errors << folder << ": there is no journal\n";
+    return 1;
+  }
+  try {
+    const JournalFolder taken(std::filesystem::path(found.front().path).parent_path());
+    const std::vector<Segment> segments = ListSegments(taken.path());  // a probe may have written until now
+    if (std::ranges::none_of(segments, [&](const Segment& segment) { return IsNamed(segment, mac); })) {
+      errors << taken.path() << ": it knows no device \"" << mac << "\"\n";
+      return 1;
+    }
+    const time_t at = LastPassOf(segments).value_or(time(nullptr));
+    SegmentWriter writer(taken.PathOf(segments.back().number + 1),
+                         {.start = at, .is_first_of_run = false, .timezone = TimezoneOf(segments), .program = ""});
+    writer.Append({.kind = FrameKind::kCleanUp, .at = at}, mac);
+    GiveToOwner(writer.path());
+  } catch (const std::system_error& error) {
+    errors << error.what() << '\n';
+    return 1;
+  }
+  out << mac << ": at its next start the probe forgets what it knew of it until now\n";
+  return 0;
 }
 
 int CheckJournal(const std::string& folder, bool is_repair, std::ostream& out, std::ostream& errors) {

@@ -23,4 +23,11 @@ int ExportJournal(const std::string& folder, std::ostream& out, std::ostream& er
 /// Returns the exit code: 0 when all of it can be read, 1 when not, also after a repair.
 int CheckJournal(const std::string& folder, bool is_repair, std::ostream& out, std::ostream& errors);
 
+/// `vexora-probe journal forget DIR MAC`: has the probe forget what it knew of a device until now, at its next start.
+/// Asks that no probe writes the journal.
+///
+/// Returns the exit code: 0, or 1 when there is no journal, it is written, or does not know the device; `errors` says
+/// so.
+int ForgetInJournal(const std::string& folder, const std::string& mac, std::ostream& out, std::ostream& errors);
+
 }  // namespace probe::journal

@@ -1,8 +1,8 @@
 #include "probe/sources/snmp/snmp_source.h"
 
-#include <ctime>
-
+#include <algorithm>
 #include <chrono>
+#include <ctime>
 #include <optional>
 #include <utility>
 
@@ -147,6 +147,14 @@ std::vector<DeviceStatus> SnmpSource::Statuses() const {
     statuses.push_back(device.Status(Owns(device.mac(), i)));
   }
   return statuses;
+}
+
+bool SnmpSource::KnowsAllIds() const {
+  return std::ranges::all_of(devices_, [](const std::unique_ptr<PolledDevice>& device) {
+    // Who is named under this lock is in the device centre when it is released.
+    const lock_guard held(device->lock);
+    return !device->mac().empty();
+  });
 }
 
 void SnmpSource::TakeResult(std::size_t device, PollResult result) {

@@ -51,6 +51,9 @@ class SnmpSource {
   /// How the polls of each device go, in the order of the settings.
   std::vector<DeviceStatus> Statuses() const;
 
+  /// Whether it knows the ids of all its devices: one whose id is not set tells it when it first answers. Threads: any.
+  bool KnowsAllIds() const;
+
   /// Takes the result of one poll of a device over; what the poller calls. For one device never twice at a time.
   void TakeResult(std::size_t device, PollResult result);
 

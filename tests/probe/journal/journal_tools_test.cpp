@@ -11,6 +11,7 @@
 #include <string>
 
 #include "probe/host/device_centre.h"
+#include "probe/journal/journal_entry.h"
 #include "probe/journal/journal_writer.h"
 #include "probe/journal/open_journal.h"
 #include "probe/journal/segment_format.h"
@@ -185,6 +186,44 @@ TEST_F(JournalToolsTest, SayWhatARecordingLacks) {
   EXPECT_THAT(corrupt.errors, HasSubstr(segments.front().path + ": corrupt at octet "));
   std::fstream(segments.front().path, std::ios::in | std::ios::out | std::ios::binary).write("x", 1);
   EXPECT_EQ(Export().exit_code, 1) << "a whole segment is missing";
+}
+
+TEST_F(JournalToolsTest, ForgetADeviceThatTheJournalKnows) {
+  const test::RandomHistory history = test::MakeHistory(2, 20);
+  Run(history, 0, 20);
+  std::string mac;
+  {
+    std::ifstream file(probe::journal::ListSegments(path_).front().path, std::ios::binary);
+    probe::journal::SegmentReader reader(file);
+    for (auto entry = reader.Next(); entry && mac.empty(); entry = reader.Next()) {
+      const auto* pass = std::get_if<probe::journal::PassEntry>(&*entry);
+      if (pass != nullptr && !pass->named.empty()) mac = pass->named.front();
+    }
+  }
+  ASSERT_NE(mac, "");
+  const auto forget = [&](const std::string& device) {
+    std::ostringstream out;
+    std::ostringstream errors;
+    const int exit_code = probe::journal::ForgetInJournal(state_, device, out, errors);
+    return Told{exit_code, out.str(), errors.str()};
+  };
+  {
+    const JournalFolder taken(path_);
+    EXPECT_THAT(forget(mac).errors, HasSubstr("another probe writes this journal"));
+  }
+  EXPECT_THAT(forget("02:00").errors, HasSubstr("it knows no device \"02:00\""));
+  ASSERT_THAT(probe::journal::ListSegments(path_), ::testing::SizeIs(1));
+
+  EXPECT_EQ(forget(mac).exit_code, 0);
+  const auto segments = probe::journal::ListSegments(path_);
+  ASSERT_THAT(segments, ::testing::SizeIs(2));
+  std::ifstream file(segments.back().path, std::ios::binary);
+  probe::journal::SegmentReader reader(file);
+  EXPECT_EQ(reader.head().timezone, "Europe/Berlin");
+  const auto entry = reader.Next();
+  ASSERT_TRUE(entry && std::holds_alternative<probe::journal::CleanUpEntry>(*entry));
+  EXPECT_EQ(std::get<probe::journal::CleanUpEntry>(*entry).mac, mac);
+  EXPECT_FALSE(reader.Next());
 }
 
 TEST_F(JournalToolsTest, CheckAndRepairACutTail) {

@@ -161,6 +161,17 @@ TEST_F(SnmpSourceTest, TellsHowThePollsOfEachDeviceGo) {
   EXPECT_EQ(statuses[1].health.error, "no reply");
 }
 
+TEST_F(SnmpSourceTest, KnowsAllIdsWhenEachIsSetOrHasBeenTold) {
+  AddDevice("192.0.2.1");
+  AddDevice("192.0.2.2");
+  settings_.devices[1].mac = "02:fc:00:00:00:99";
+  EXPECT_FALSE(Source().KnowsAllIds());
+  Source().TakeResult(0, Silence("no reply"));
+  EXPECT_FALSE(Source().KnowsAllIds());
+  Source().TakeResult(0, Answer(ReadingOf(kMac)));
+  EXPECT_TRUE(Source().KnowsAllIds());
+}
+
 TEST_F(SnmpSourceTest, AnUnusualPortIsPartOfTheName) {
   AddDevice("192.0.2.1");
   settings_.devices[0].port = 1161;
