@@ -14,7 +14,8 @@
 #include "platform/device_records.h"
 
 // Every record is described once, by the tuple of its members; comparing, writing and reading follow that description.
-// What a tuple holds, and in which order, is the format: a change of either asks for another format version.
+// What a tuple holds, in which order, and the values of a fresh record are the format: a change of any of them asks for
+// another format version.
 
 namespace probe::journal {
 namespace {
