@@ -1,6 +1,5 @@
 #include "probe/journal/open_journal.h"
 
-#include <cerrno>
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
@@ -19,10 +18,6 @@ std::string UserStateDirectory() {
   return home != nullptr && *home == '/' ? std::string(home) + "/.local/state/vexora" : std::string();
 }
 
-bool IsTaken(const std::system_error& error) {
-  return error.code().value() == EWOULDBLOCK;
-}
-
 std::unique_ptr<JournalFolder> Open(const std::string& state_directory, bool is_simulated) {
   return std::make_unique<JournalFolder>(JournalPathIn(state_directory, is_simulated));
 }
@@ -33,6 +28,11 @@ std::string JournalPathIn(const std::string& state_directory, bool is_simulated)
   return (std::filesystem::path(state_directory) / (is_simulated ? "journal-simulated" : "journal")).string();
 }
 
+bool IsForOthers(const std::error_code& error) {
+  return error == std::errc::permission_denied || error == std::errc::operation_not_permitted ||
+         error == std::errc::read_only_file_system || error == std::errc::no_such_file_or_directory;
+}
+
 std::unique_ptr<JournalFolder> OpenJournal(const JournalSettings& settings, bool is_simulated) {
   std::string why;
   try {
@@ -40,8 +40,7 @@ std::unique_ptr<JournalFolder> OpenJournal(const JournalSettings& settings, bool
   } catch (const std::system_error& error) {
     why = error.what();
     const std::string other = settings.state_directory == kDefaultStateDirectory ? UserStateDirectory() : "";
-    // Another probe's journal is no reason to begin a second one elsewhere.
-    if (!other.empty() && !IsTaken(error)) {
+    if (!other.empty() && IsForOthers(error.code())) {
       try {
         auto folder = Open(other, is_simulated);
         log::Info("[Journal] %s cannot be written: the journal is kept in %s", settings.state_directory.c_str(),

@@ -4,11 +4,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <filesystem>
 #include <fstream>
 #include <memory>
 #include <sstream>
 #include <string>
+#include <system_error>
 
 #include "probe/host/device_centre.h"
 #include "probe/journal/journal_entry.h"
@@ -112,6 +114,15 @@ TEST(OpenJournal, KeepsASimulatedNetworkApartFromRealDevices) {
   ASSERT_TRUE(real && simulated);
   EXPECT_EQ(real->path(), folder.Path("state/journal"));
   EXPECT_EQ(simulated->path(), folder.Path("state/journal-simulated"));
+}
+
+TEST(OpenJournal, GoesElsewhereOnlyWhereTheFolderIsForOthers) {
+  const auto is_for_others = [](int error) {
+    return probe::journal::IsForOthers(std::error_code(error, std::generic_category()));
+  };
+  for (const int error : {EACCES, EPERM, EROFS, ENOENT}) EXPECT_TRUE(is_for_others(error)) << error;
+  for (const int error : {EWOULDBLOCK, ENOSPC, EDQUOT, EIO, EMFILE, ENOTDIR})
+    EXPECT_FALSE(is_for_others(error)) << error;
 }
 
 TEST_F(JournalToolsTest, SayThatThereIsNone) {
