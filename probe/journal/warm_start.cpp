@@ -230,16 +230,14 @@ std::optional<time_t> WarmStart::ApplyNext() {
   return std::nullopt;
 }
 
-/// The limit has settled what is replayed. What comes last is the newest, so the replay goes on where that was too
-/// much.
+/// The limit has settled what is replayed. What comes last is the newest, so a replay that takes longer goes on.
 void WarmStart::NoteDelay() {
   if (is_late_ || SteadyClock::now() - begun_ <= time_limit_) return;
   is_late_ = true;
   NotePace();
   log::Info(
-      "[Journal] the replay takes longer than journal.warm_start_seconds = %lld: it goes on, for the newest is still "
-      "to "
-      "come, and the next start leaves out more of the oldest",
+      "[Journal] the replay takes longer than journal.warm_start_seconds = %lld: it goes on to its end, and the "
+      "next start leaves out more of the oldest",
       static_cast<long long>(time_limit_.count()));
 }
 

@@ -14,6 +14,7 @@
 
 #include "probe/host/device_centre.h"
 #include "probe/journal/journal_entry.h"
+#include "probe/journal/journal_settings.h"
 #include "probe/journal/journal_writer.h"
 #include "probe/journal/open_journal.h"
 #include "probe/journal/segment_format.h"

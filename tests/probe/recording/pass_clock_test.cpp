@@ -14,6 +14,7 @@
 
 #include "platform/tasks.h"
 #include "platform/utilities/locks.h"
+#include "probe/clock/clock.h"
 #include "probe/clock/virtual_clock.h"
 #include "probe/host/device_centre.h"
 #include "probe/host/memory_cleanup.h"
