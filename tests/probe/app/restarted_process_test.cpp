@@ -126,7 +126,7 @@ TEST_F(RestartedProcess, BeginsAnewWhereAWarmStartIsNotWanted) {
 TEST_F(RestartedProcess, GoesOnWhenTheJournalReachesTheLimitOfAFile) {
   rlimit before{};
   getrlimit(RLIMIT_FSIZE, &before);
-  const rlimit small{.rlim_cur = 8 * 1024, .rlim_max = before.rlim_max};
+  const rlimit small{.rlim_cur = 1024, .rlim_max = before.rlim_max};
   const std::vector<std::string> arguments = Arguments();
   setrlimit(RLIMIT_FSIZE, &small);  // what it starts inherits it
   ProbeProcess probe(arguments, ProbeProcess::Journal::kAsConfigured);
