@@ -48,10 +48,24 @@ Segment Described(const std::filesystem::directory_entry& file, std::uint64_t nu
   return segment;
 }
 
+/// Has the entries of a folder on the disk, as far as that is allowed. fsync(2)
+void SyncFolder(const std::filesystem::path& path) {
+  const int folder = open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (folder < 0) return;
+  (void)fsync(folder);
+  close(folder);
+}
+
 void MakeFolder(const std::string& path) {
-  std::filesystem::create_directories(std::filesystem::path(path).parent_path());
-  if (mkdir(path.c_str(), S_IRWXU) != 0 && errno != EEXIST)
-    throw std::system_error(errno, std::generic_category(), path);
+  const std::filesystem::path parent = std::filesystem::absolute(path).parent_path();
+  const bool is_parent_new = std::filesystem::create_directories(parent);
+  const bool is_new = mkdir(path.c_str(), S_IRWXU) == 0;
+  if (!is_new && errno != EEXIST) throw std::system_error(errno, std::generic_category(), path);
+  if (is_new) SyncFolder(parent);
+  if (!is_parent_new) return;
+  // Any of them may be new, and what is not on the disk is gone after a power cut with all that is in it.
+  for (auto folder = parent; folder.has_relative_path(); folder = folder.parent_path())
+    SyncFolder(folder.parent_path());
 }
 
 /// Takes the lock that the kernel gives back when the process is gone, however it went. flock(2)
