@@ -52,15 +52,16 @@ void ForgetInPlugin(const std::string& mac) {
 
 constexpr const char* kSleepingEngine = "sleeping engine";
 
-/// Sleeps, and then makes a pass, until it is stopped.
+/// Makes a pass after each sleep until it is stopped.
 class SleepingTask final : public Task {
  public:
   SleepingTask(std::function<void()> pass, std::atomic<bool>& is_stopped)
       : Task(kSleepingEngine), pass_(std::move(pass)), is_stopped_(is_stopped) {}
 
   void Run() override {
-    while (!is_stopped_.load()) {
+    while (true) {
       probe::InstalledClock().Sleep(60);
+      if (is_stopped_.load()) return;
       pass_();
     }
   }
@@ -70,7 +71,13 @@ class SleepingTask final : public Task {
   std::atomic<bool>& is_stopped_;
 };
 
-class PassClockTest : public ::testing::Test, public probe::recording::PassObserver {
+class PassNoter final : public probe::recording::PassObserver {
+ public:
+  void OnPassBegins(time_t /*at*/) override { events.Add("pass begins"); }
+  void OnPassEnds() override { events.Add("pass ends"); }
+};
+
+class PassClockTest : public ::testing::Test {
  protected:
   PassClockTest() {
     events.Take();
@@ -88,15 +95,13 @@ class PassClockTest : public ::testing::Test, public probe::recording::PassObser
     RegisterMonitorMemoryCleanup(nullptr);
   }
 
-  void OnPassBegins(time_t /*at*/) override { events.Add("pass begins"); }
-  void OnPassEnds() override { events.Add("pass ends"); }
-
   std::function<void()> pass = [] {};
   probe::VirtualClock clock_{600};
   probe::ClockInstallation installation_{clock_};
   probe::DeviceCentre centre_;
   std::atomic<bool> is_stopped_{false};
-  probe::recording::PassClock pass_clock_{centre_, {this}};
+  PassNoter noter_;
+  probe::recording::PassClock pass_clock_{centre_, {&noter_}};
 };
 
 TEST_F(PassClockTest, HasCleanUpsOfAPassWaitForItsEnd) {
@@ -111,7 +116,6 @@ TEST_F(PassClockTest, HasCleanUpsOfAPassWaitForItsEnd) {
   EXPECT_THAT(events.Take(),
               ElementsAre("forgotten: before", "written: before", "pass begins", "pass", "pass ends", "forgotten: A",
                           "written: A", "forgotten: B", "written: B", "forgotten: after", "written: after"));
-  pass = [] {};
 }
 
 TEST_F(PassClockTest, BeginsAPassWhenCleanUpsAreOver) {
