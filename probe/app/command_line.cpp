@@ -56,8 +56,7 @@ void ChooseSources(const CommandLine& command_line, Settings& settings) {
   if ((command_line.devices || command_line.clients) && !settings.simulated.enabled) {
     throw SettingsError("--devices, --clients: there is no simulated network to size; use --simulated");
   }
-  settings.record_path = command_line.record_path;
-  settings.record_bytes = command_line.record_bytes.value_or(settings.record_bytes);
+  settings.recording = command_line.recording;
   if (command_line.has_no_journal) settings.journal.enabled = false;
   settings.speed = command_line.speed;
   if (settings.speed != 1 && settings.this_machine.enabled) {
@@ -70,6 +69,20 @@ void ChooseSources(const CommandLine& command_line, Settings& settings) {
         "--speed: the file names devices that answer SNMP, and their counters run at their own pace; "
         "use --simulated");
   }
+}
+
+void DescribeRecording(CLI::App& app, recording::RecordingSettings& recording) {
+  auto* record = app.add_option("--record", recording.path, "Write what happens as a recording, for probe-replay")
+                     ->type_name("FILE");
+  app.add_option("--record-bytes", recording.max_bytes, "Size at which a recording ends. Default: 8 GiB")
+      ->type_name("N")
+      ->check(CLI::Range(std::uint64_t{1024}, std::numeric_limits<std::uint64_t>::max()))
+      ->needs(record);
+  app.add_flag("--force", recording.may_overwrite, "Write the recording over a file that is there already")
+      ->needs(record);
+  app.add_flag("--anonymise", recording.is_anonymised,
+               "Replace MACs, names, SSIDs and IP addresses in the recording, one to one")
+      ->needs(record);
 }
 
 void Describe(CLI::App& app, CommandLine& result) {
@@ -92,11 +105,7 @@ void Describe(CLI::App& app, CommandLine& result) {
       ->type_name("N")
       ->check(CLI::Range(1, kMaxSpeed))
       ->excludes(live);
-  app.add_option("--record", result.record_path, "Write what happens as a recording, for probe-replay")
-      ->type_name("FILE");
-  app.add_option("--record-bytes", result.record_bytes, "Size at which a recording ends. Default: 8 GiB")
-      ->type_name("N")
-      ->check(CLI::Range(std::uint64_t{1024}, std::numeric_limits<std::uint64_t>::max()));
+  DescribeRecording(app, result.recording);
   app.add_flag("--no-journal", result.has_no_journal, "Keep no journal, and know nothing of what was before");
   app.add_option("--devices", result.devices, "Devices of the simulated network")
       ->type_name("N")

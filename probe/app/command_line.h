@@ -12,18 +12,17 @@ namespace probe {
 
 /// What somebody typed after `vexora-probe`. Empty optionals were not given.
 struct CommandLine {
-  std::optional<std::string> config;          ///< Configuration file; nothing: the system's, if there is one.
-  std::optional<std::string> plugin;          ///< In place of `plugin.path`.
-  std::optional<std::string> log_level;       ///< In place of `logging.level`; one that this key accepts.
-  std::optional<std::uint16_t> port;          ///< In place of `server.port`.
-  bool is_live = false;                       ///< This machine and the file's devices, and no simulated network.
-  bool is_simulated = false;                  ///< A simulated network, and not this machine.
-  std::string record_path;                    ///< File to record into; empty: none.
-  std::optional<std::uint64_t> record_bytes;  ///< In place of the default size at which a recording ends.
-  bool has_no_journal = false;                ///< None is written, and none replayed, whatever the file says.
-  unsigned speed = 1;                         ///< How many times faster than the true pace.
-  std::optional<int> devices;                 ///< In place of `sources.simulated.devices`.
-  std::optional<int> clients;                 ///< In place of `sources.simulated.clients`.
+  std::optional<std::string> config;       ///< Configuration file; nothing: the system's, if there is one.
+  std::optional<std::string> plugin;       ///< In place of `plugin.path`.
+  std::optional<std::string> log_level;    ///< In place of `logging.level`; one that this key accepts.
+  std::optional<std::uint16_t> port;       ///< In place of `server.port`.
+  bool is_live = false;                    ///< This machine and the file's devices, and no simulated network.
+  bool is_simulated = false;               ///< A simulated network, and not this machine.
+  recording::RecordingSettings recording;  ///< What to record into which file.
+  bool has_no_journal = false;             ///< None is written, and none replayed, whatever the file says.
+  unsigned speed = 1;                      ///< How many times faster than the true pace.
+  std::optional<int> devices;              ///< In place of `sources.simulated.devices`.
+  std::optional<int> clients;              ///< In place of `sources.simulated.clients`.
 
   /// Does what was asked for instead of running the probe, and gives the exit code; empty: run the probe.
   std::function<int()> subcommand;

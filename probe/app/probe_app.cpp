@@ -158,10 +158,10 @@ void ProbeApp::StartSnmp() {
 }
 
 void ProbeApp::StartRecording() {
-  if (settings_.record_path.empty()) return;
-  recorder_ = std::make_unique<recording::Recorder>(settings_.record_path, DeviceCentre::Instance(),
-                                                    SubscriptionService::Instance(), settings_.record_bytes);
-  log::Info("recording to %s", settings_.record_path.c_str());
+  if (settings_.recording.path.empty()) return;
+  recorder_ = std::make_unique<recording::Recorder>(settings_.recording, DeviceCentre::Instance(),
+                                                    SubscriptionService::Instance());
+  log::Info("recording to %s", settings_.recording.path.c_str());
 }
 
 void ProbeApp::StartJournal() {

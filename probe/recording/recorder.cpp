@@ -19,14 +19,16 @@ std::string NameOf(ConnectionId connection) {
 
 }  // namespace
 
-Recorder::Recorder(const std::string& path, DeviceCentre& centre, SubscriptionService& service, std::uint64_t max_bytes)
-    : centre_(centre), service_(service), path_(path), max_bytes_(max_bytes), writer_(file_) {
-  // Before the file is opened: when there is no name, no empty recording is left behind.
-  const std::string timezone = LocalTimezoneName();
-  file_.open(path);
-  writer_.Header(InstalledClock().Now().tv_sec, timezone);
+Recorder::Recorder(RecordingSettings settings, DeviceCentre& centre, SubscriptionService& service)
+    : centre_(centre),
+      service_(service),
+      settings_(std::move(settings)),
+      timezone_(LocalTimezoneName()),
+      file_(settings_.path, settings_.may_overwrite),
+      writer_(file_.stream(), settings_.is_anonymised ? &anonymiser_ : nullptr) {
+  writer_.Header(InstalledClock().Now().tv_sec, timezone_);
   writer_.Flush();
-  if (!file_) throw std::runtime_error("the recording " + path + " cannot be written");
+  if (!file_.stream()) throw std::runtime_error(settings_.path + " cannot be written: it takes nothing");
   service_.SetObserver(this);
 }
 
@@ -106,14 +108,16 @@ void Recorder::WriteInTurn(WriteLine write) {
 void Recorder::Flush() {
   writer_.Flush();
   if (is_over_) return;
-  if (file_ && static_cast<std::uint64_t>(file_.tellp()) >= max_bytes_) {
+  const char* path = settings_.path.c_str();
+  std::ostream& file = file_.stream();
+  if (file && static_cast<std::uint64_t>(file.tellp()) >= settings_.max_bytes) {
     is_over_ = true;
-    log::Info("[Recorder] the recording %s has %llu octets, as many as it may have: it ends here", path_.c_str(),
-              static_cast<unsigned long long>(file_.tellp()));
+    log::Info("[Recorder] the recording %s has %llu octets, as many as it may have: it ends here", path,
+              static_cast<unsigned long long>(file.tellp()));
   }
-  if (file_) return;
+  if (file) return;
   is_over_ = true;
-  log::Error("[Recorder] the recording %s cannot be written any more: it is cut short", path_.c_str());
+  log::Error("[Recorder] the recording %s cannot be written any more: it is cut short", path);
 }
 
 void Recorder::OnHeld() {

@@ -1,9 +1,7 @@
 #pragma once
 
 #include <cstdint>
-#include <fstream>
 #include <functional>
-#include <limits>
 #include <map>
 #include <memory>
 #include <set>
@@ -15,7 +13,10 @@
 #include "probe/host/device_centre.h"
 #include "probe/host/subscription_observer.h"
 #include "probe/host/subscription_service.h"
+#include "probe/recording/anonymiser.h"
 #include "probe/recording/pass_clock.h"
+#include "probe/recording/private_file.h"
+#include "probe/recording/recording_settings.h"
 #include "probe/recording/recording_writer.h"
 
 namespace probe::recording {
@@ -29,13 +30,12 @@ namespace probe::recording {
 /// Threads: one makes it and lets it go, while no engine runs; the rest is called by the engine and by host threads.
 class Recorder final : public PassObserver, private SubscriptionObserver {
  public:
-  /// Begins a recording in `path`, which ends when it has `max_bytes` octets; the log says so. `centre` and `service`
-  /// must outlive the recorder.
+  /// Begins a recording, which its owner alone may read. The log says when it ends because of its size. `centre` and
+  /// `service` must outlive the recorder.
   ///
   /// Fails: throws `std::runtime_error` when the file cannot be written, and when the local time zone has no
   ///        name to write into it.
-  Recorder(const std::string& path, DeviceCentre& centre, SubscriptionService& service,
-           std::uint64_t max_bytes = std::numeric_limits<std::uint64_t>::max());
+  Recorder(RecordingSettings settings, DeviceCentre& centre, SubscriptionService& service);
   ~Recorder() override;
   Recorder(const Recorder&) = delete;
   Recorder& operator=(const Recorder&) = delete;
@@ -68,12 +68,13 @@ class Recorder final : public PassObserver, private SubscriptionObserver {
   SubscriptionService& service_;
   std::set<ConnectionId> clients_;  // those who have subscribed; the observer's calls alone use it, one at a time
 
-  const std::string path_;
-  const std::uint64_t max_bytes_;
+  const RecordingSettings settings_;
+  const std::string timezone_;  // before the file: when the zone has no name, no empty recording is left behind
 
   // Order: the subscription service's lock before lock_ (it calls the observer), lock_ before the device centre's.
   utilities::lock::Mutex lock_;
-  std::ofstream file_ VEXORA_GUARDED_BY(lock_);
+  PrivateFile file_ VEXORA_GUARDED_BY(lock_);
+  Anonymiser anonymiser_ VEXORA_GUARDED_BY(lock_);
   RecordingWriter writer_ VEXORA_GUARDED_BY(lock_);
   bool is_over_ VEXORA_GUARDED_BY(lock_) = false;            // nothing more is written, and the log says so
   bool is_held_ VEXORA_GUARDED_BY(lock_) = false;            // the subscriptions stand still

@@ -19,21 +19,24 @@ void RecordingWriter::Header(time_t start, const std::string& timezone) {
 }
 
 void RecordingWriter::Device(const std::string& mac, const DeviceSnapshot& snapshot) {
+  ordered_json state = StateOf(snapshot);
+  if (anonymiser_ != nullptr) anonymiser_->State(state);
   // by far the longest line: put together from texts, for a tree around the state would copy it
-  stream_ << R"({"device":{"mac":)" << Dump(ordered_json(mac)) << R"(,"set":)" << Dump(StateOf(snapshot)) << "}}\n";
+  stream_ << R"({"device":{"mac":)" << Dump(ordered_json(Mac(mac))) << R"(,"set":)" << Dump(state) << "}}\n";
 }
 
 void RecordingWriter::Forget(const std::string& mac) {
-  Line({{"device", {{"mac", mac}, {"forget", true}}}});
+  Line({{"device", {{"mac", Mac(mac)}, {"forget", true}}}});
 }
 
 void RecordingWriter::CleanUp(const std::string& mac) {
-  Line({{"cleanup", mac}});
+  Line({{"cleanup", Mac(mac)}});
 }
 
 void RecordingWriter::Subscribe(const std::string& topic, const std::string& connection, const std::string& request) {
   ordered_json wanted = request.empty() ? ordered_json() : ordered_json::parse(request, nullptr, false);
   if (wanted.is_discarded()) wanted = nullptr;
+  if (anonymiser_ != nullptr) anonymiser_->Request(wanted);
   Line({{"subscribe", {{"topic", topic}, {"connection", connection}, {"request", wanted}}}});
 }
 

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "probe/host/device_snapshot.h"
+#include "probe/recording/anonymiser.h"
 
 namespace probe::recording {
 
@@ -15,8 +16,10 @@ namespace probe::recording {
 /// Threads: one at a time.
 class RecordingWriter {
  public:
-  /// `stream` must outlive the writer.
-  explicit RecordingWriter(std::ostream& stream) : stream_(stream) {}
+  /// `stream` must outlive the writer, and so must `anonymiser`, which replaces what tells whose network it is; null:
+  /// nothing is replaced.
+  explicit RecordingWriter(std::ostream& stream, Anonymiser* anonymiser = nullptr)
+      : stream_(stream), anonymiser_(anonymiser) {}
 
   void Header(time_t start, const std::string& timezone);
   void Device(const std::string& mac, const DeviceSnapshot& snapshot);
@@ -33,8 +36,10 @@ class RecordingWriter {
 
  private:
   void Line(const nlohmann::ordered_json& line);
+  std::string Mac(const std::string& mac) { return anonymiser_ == nullptr ? mac : anonymiser_->Mac(mac); }
 
   std::ostream& stream_;
+  Anonymiser* const anonymiser_;
 };
 
 }  // namespace probe::recording

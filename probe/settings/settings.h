@@ -7,6 +7,7 @@
 
 #include "probe/host/log.h"
 #include "probe/journal/journal_settings.h"
+#include "probe/recording/recording_settings.h"
 #include "probe/server/net/server_settings.h"
 #include "probe/sources/simulated/simulated_settings.h"
 #include "probe/sources/snmp/snmp_settings.h"
@@ -27,9 +28,8 @@ struct Settings {
   SimulatedSettings simulated;
   snmp::SnmpSettings snmp;
   journal::JournalSettings journal;
-  std::string record_path;  ///< File to record into; empty: none. Settled on the command line only, as are the next.
-  std::uint64_t record_bytes = std::uint64_t{8} * 1024 * 1024 * 1024;  ///< The recording ends there.
-  unsigned speed = 1;  ///< How many times faster than the true pace everything runs.
+  recording::RecordingSettings recording;  ///< Settled on the command line only, as is the next.
+  unsigned speed = 1;                      ///< How many times faster than the true pace everything runs.
 };
 
 /// Settings that cannot be used. The text is fit for an administrator: one line for each thing that is wrong, each of

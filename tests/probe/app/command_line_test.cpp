@@ -76,7 +76,9 @@ TEST(CommandLine, TakesEachOptionOfASimulatedNetwork) {
   EXPECT_TRUE(settings.simulated.enabled);
   EXPECT_FALSE(settings.this_machine.enabled);
   EXPECT_EQ(settings.speed, 60u);
-  EXPECT_EQ(settings.record_path, "/r.jsonl");
+  EXPECT_EQ(settings.recording.path, "/r.jsonl");
+  EXPECT_FALSE(settings.recording.may_overwrite);
+  EXPECT_FALSE(settings.recording.is_anonymised);
   EXPECT_EQ(settings.simulated.network.devices, 20);
   EXPECT_EQ(settings.simulated.network.clients, 30);
 }

@@ -50,7 +50,8 @@ void SubscribeUnder(const std::string& sid) {
 
 TEST(RecorderTest, RefusesAFileThatTakesNothing) {
   const auto record = [](const char* path) {
-    const Recorder recorder(path, DeviceCentre::Instance(), SubscriptionService::Instance());
+    const Recorder recorder({.path = path, .may_overwrite = true}, DeviceCentre::Instance(),
+                            SubscriptionService::Instance());
   };
   EXPECT_THROW(record("/no/such/folder/x.jsonl"), std::runtime_error);
   EXPECT_THROW(record("/dev/full"), std::runtime_error);
@@ -58,9 +59,9 @@ TEST(RecorderTest, RefusesAFileThatTakesNothing) {
 
 TEST(RecorderTest, SaysOnceThatItsFileTakesNoMore) {
   const test::TestFolder folder;
-  const std::string path = folder.Write("x.jsonl", "");
+  const std::string path = folder.Path("x.jsonl");
   const test::LogCapture log;
-  const Recorder recorder(path, DeviceCentre::Instance(), SubscriptionService::Instance());
+  const Recorder recorder({.path = path}, DeviceCentre::Instance(), SubscriptionService::Instance());
   SubscribeUnder("a");
   EXPECT_THAT(log.Lines(), IsEmpty());
 
@@ -77,7 +78,7 @@ TEST(RecorderTest, EndsARecordingAtItsSizeAndSaysSo) {
   const test::TestFolder folder;
   const std::string path = folder.Path("x.jsonl");
   const test::LogCapture log;
-  Recorder recorder(path, DeviceCentre::Instance(), SubscriptionService::Instance(), 150);
+  Recorder recorder({.path = path, .max_bytes = 150}, DeviceCentre::Instance(), SubscriptionService::Instance());
   recorder.OnCleanUp("02:fc:00:00:00:01");
   EXPECT_THAT(log.Lines(), IsEmpty());
   for (int round = 0; round < 10; ++round) recorder.OnCleanUp("02:fc:00:00:00:02");
