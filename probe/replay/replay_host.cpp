@@ -16,7 +16,7 @@
 namespace probe {
 namespace {
 
-using Json = nlohmann::ordered_json;  // members reach the plug-in in the order of the recording
+using Json = nlohmann::ordered_json;
 using JsonText = std::unique_ptr<char, decltype(&std::free)>;
 
 /// Makes the recording's time zone the process's, and gives its start. Threads: to be called before a second one runs,
@@ -79,8 +79,7 @@ void ReplayHost::StopEngine() {
 void ReplayHost::Do(const std::string& text) {
   if (auto device = device_lines_.Read(text)) {
     State& state = states_[device->mac];
-    state.line = text;
-    state.tree = nullptr;
+    state = {.line = text, .patched = std::nullopt};
     DeviceCentre::Instance().Replace(device->mac, std::move(device->snapshot));
     return;
   }
@@ -95,6 +94,7 @@ void ReplayHost::Do(const std::string& text) {
         if (is_stopped_ && !kIsAllowedAfterStop) {
           throw recording::MalformedRecording("after stop only call, clock and device may follow");
         }
+        if constexpr (!std::is_same_v<Wanted, recording::MergeDevice>) ApplyPatches();
         Do(wanted);
       },
       line);
@@ -102,19 +102,27 @@ void ReplayHost::Do(const std::string& text) {
 
 void ReplayHost::Do(recording::SetDevice& line) {
   DeviceCentre::Instance().Replace(line.mac, recording::SnapshotOf(line.state));
-  states_[line.mac] = {.line = {}, .tree = std::move(line.state)};
+  states_[line.mac] = {.line = {}, .patched = recording::PatchedState(std::move(line.state))};
 }
 
 void ReplayHost::Do(const recording::MergeDevice& line) {
-  const auto [known, is_new] = states_.try_emplace(line.mac);
-  State& state = known->second;
-  if (is_new) state.tree = Json::object();
-  if (!state.line.empty()) {
-    state.tree = std::move(std::get<recording::SetDevice>(recording::ParseLine(state.line)).state);
-    state.line.clear();
+  State& state = states_[line.mac];
+  if (!state.patched) {
+    Json known = Json::object();
+    if (!state.line.empty()) known = std::move(std::get<recording::SetDevice>(recording::ParseLine(state.line)).state);
+    state = {.line = {}, .patched = recording::PatchedState(std::move(known))};
   }
-  state.tree.merge_patch(line.patch);
-  DeviceCentre::Instance().Replace(line.mac, recording::SnapshotOf(state.tree));
+  state.patched->Merge(line.patch);
+  DeviceCentre::Instance().Name(line.mac);
+  if (!std::exchange(state.is_behind, true)) behind_.push_back(line.mac);
+}
+
+void ReplayHost::ApplyPatches() {
+  for (const std::string& mac : std::exchange(behind_, {})) {
+    State& state = states_.at(mac);
+    // Not behind any more if a line has set it since.
+    if (std::exchange(state.is_behind, false)) DeviceCentre::Instance().Replace(mac, state.patched->Snapshot());
+  }
 }
 
 void ReplayHost::Do(const recording::ForgetDevice& line) {

@@ -5,12 +5,14 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "probe/clock/clock.h"
 #include "probe/clock/virtual_clock.h"
 #include "probe/host/connection_id.h"
 #include "probe/plugin/loaded_plugin.h"
 #include "probe/recording/device_line_reader.h"
+#include "probe/recording/patched_state.h"
 #include "probe/recording/recording_line.h"
 #include "probe/replay/pass_meter.h"
 #include "probe/replay/replay_output.h"
@@ -45,9 +47,10 @@ class ReplayHost {
   class Send;
 
   /// The recorded state of a device.
-  struct State {                  // NOLINT(bugprone-exception-escape): moving a tree throws nothing
-    std::string line;             ///< The line that set it, while nobody needs the tree; empty: the tree is there.
-    nlohmann::ordered_json tree;  ///< What patches change.
+  struct State {                                     // NOLINT(bugprone-exception-escape): moving a tree throws nothing
+    std::string line;                                ///< The line that set it, as long as no patch has changed it.
+    std::optional<recording::PatchedState> patched;  ///< Nothing: what `line` says.
+    bool is_behind = false;                          ///< The device centre doesn't know the last patches yet.
   };
 
   void Do(recording::SetDevice& line);
@@ -64,6 +67,10 @@ class ReplayHost {
   void Do(const recording::CallTraffic& line);
   void Do(const recording::Stop& line);
 
+  /// Tells the device centre what patches have changed. Whoever looks at it must call this before: a snapshot for each
+  /// of many small patches of one device would take the square of their number.
+  void ApplyPatches();
+
   void StopEngine();
   time_t now() { return clock_.Now().tv_sec; }
 
@@ -76,6 +83,7 @@ class ReplayHost {
   ClockInstallation installation_;
   recording::DeviceLineReader device_lines_;
   std::map<std::string, State> states_;                   // by device MAC
+  std::vector<std::string> behind_;                       // MACs of the states that are behind, at least
   std::map<std::string, ConnectionId> ids_;               // by the connection's name
   std::map<ConnectionId, std::string> connection_names_;  // and back; read by the engine while the driver waits for it
   LoadedPlugin plugin_;

@@ -224,4 +224,52 @@ TEST_F(ReplayCommand, TimesThePassThatAStopLetsRunToo) {
   EXPECT_GT(timing["cpu_seconds"], 0.0);
 }
 
+TEST_F(ReplayCommand, TellsTheLineOfAPatchThatMakesTheDeviceNoDevice) {
+  const std::string path = Recording(R"({"recording": 1, "start": 0})"
+                                     "\n"
+                                     R"({"device": {"mac": "A", "set": {"interfaces": {"ge1": {}}}}})"
+                                     "\n"
+                                     R"({"device": {"mac": "A", "merge": {"interfaces": {"ge2": {}}}}})"
+                                     "\n"
+                                     R"({"device": {"mac": "A", "merge": {"interfaces": {"ge1": 5}}}})"
+                                     "\n"
+                                     R"({"pass": {}})"
+                                     "\n");
+  const Replayed replayed = Run(path);
+  EXPECT_EQ(replayed.status, 1);
+  EXPECT_THAT(replayed.errors, HasSubstr(path + ":4: interfaces.ge1 must be an object"));
+}
+
+TEST_F(ReplayCommand, SeesOfManyPatchesWhatASetSays) {
+  const std::string begin = R"({"recording": 1, "start": 0})"
+                            "\n"
+                            R"({"device": {"mac": "B", "merge": {"cpu": 1}}})"
+                            "\n";
+  const std::string pass = R"({"pass": {"repeat": 2}})"
+                           "\n"
+                           R"({"call": {"entry": "GetInterfaceTraffic", "mac": "A", "interface": "ge1"}})"
+                           "\n";
+  const std::string subscribe =
+      R"({"subscribe": {"topic": "HealthMonitor", "connection": "c", "request": [{"sid": "s"}]}})"
+      "\n";
+  const std::string set =
+      R"({"device": {"mac": "A", "set": {"cpu": 7, "interfaces": {"ge1": {"traffic": {"if_index": 1, "in_bytes": 6}}}}}})"
+      "\n";
+  const std::string patches =
+      R"({"device": {"mac": "A", "merge": {"cpu": 3, "interfaces": {"ge1": {"traffic": {"if_index": 1}}, "ge9": {}}}}})"
+      "\n"
+      R"({"device": {"mac": "A", "merge": {"interfaces": {"ge9": null}}}})"
+      "\n"
+      R"({"device": {"mac": "A", "merge": {"cpu": 7, "interfaces": {"ge1": {"traffic": {"in_bytes": 6}}}}}})"
+      "\n";
+  const std::string overwritten = R"({"device": {"mac": "A", "merge": {"cpu": 99}}})"
+                                  "\n";
+  const auto replayed = [&](const std::string& device) {
+    return Run(Recording(begin + device + subscribe + pass)).lines;
+  };
+  EXPECT_THAT(replayed(set), SizeIs(3));
+  EXPECT_EQ(replayed(patches), replayed(set));
+  EXPECT_EQ(replayed(overwritten + set), replayed(set)) << "what a line sets replaces what was patched before";
+}
+
 }  // namespace
