@@ -18,6 +18,7 @@
 #include "probe/settings/toml_values.h"
 #include "probe/text/nearest_word.h"
 #include "probe/text/toml.h"
+#include "probe/text/utf8.h"
 
 namespace probe {
 namespace {
@@ -156,7 +157,7 @@ toml::table ParsedToml(std::string_view text, const std::string& file) {
     return toml::parse(text);
   } catch (const toml::parse_error& error) {
     throw SettingsError(file + ":" + std::to_string(error.source().begin.line) + ": " +
-                        WithoutValue(std::string(error.description())));
+                        PrintableLine(WithoutValue(std::string(error.description()))));
   }
 }
 

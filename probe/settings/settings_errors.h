@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "probe/settings/settings.h"
+#include "probe/text/utf8.h"
 
 namespace probe {
 
@@ -15,7 +16,8 @@ class SettingsErrors {
   explicit SettingsErrors(std::string file) : file_(std::move(file)) {}
 
   void Add(std::size_t line, const std::string& key, const std::string& what) {
-    by_line_.emplace(line, Place(line) + ": " + (key.empty() ? "" : key + ": ") + what);
+    // A key in quotation marks may hold anything.
+    by_line_.emplace(line, PrintableLine(Place(line) + ": " + (key.empty() ? "" : key + ": ") + what));
   }
 
   /// "probe.toml:12".

@@ -12,6 +12,7 @@
 #include "probe/sources/snmp/profile_builder.h"
 #include "probe/sources/snmp/profile_entry.h"
 #include "probe/text/toml.h"
+#include "probe/text/utf8.h"
 
 namespace probe::snmp {
 
@@ -41,7 +42,7 @@ Document Parse(std::string_view text, const std::string& file) {
   } catch (const toml::parse_error& error) {
     return {.file = file,
             .content = {},
-            .error = std::string(error.description()),
+            .error = PrintableLine(error.description()),
             .error_line = error.source().begin.line};
   }
 }

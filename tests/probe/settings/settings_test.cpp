@@ -196,6 +196,14 @@ TEST(Settings, BothEndsOfARangeAreInIt) {
   EXPECT_EQ(Complaint("[limits]\nconnections = 100000\n"), "");
 }
 
+TEST(Settings, WhatIsWrongSteersNoTerminal) {
+  for (const char* text : {"[server]\nport = t\001x\n", "[server]\n\"po\\u001B[31m\" = 1\n", "[\"a\tb\"]\n"}) {
+    const std::string complaint = Complaint(text);
+    EXPECT_FALSE(complaint.empty());
+    for (const char character : complaint) EXPECT_GE(static_cast<unsigned char>(character), ' ') << complaint;
+  }
+}
+
 TEST(Settings, ASyntaxErrorIsNamedByFileAndLine) {
   const std::string missing_value = "probe.toml:2: ";
   EXPECT_THAT(Complaint("[server]\nport =\n"), StartsWith(missing_value));
