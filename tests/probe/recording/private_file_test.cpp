@@ -52,7 +52,8 @@ TEST(PrivateFile, TakesTheFileThatIsThereOnlyWhenItMay) {
   const std::string path = folder.Write("x", "old and longer");
   ASSERT_EQ(chmod(path.c_str(), 0644), 0);
 
-  EXPECT_THAT(ComplaintAbout(path, false), HasSubstr("x cannot be written: it is there already; --force writes over it"));
+  EXPECT_THAT(ComplaintAbout(path, false),
+              HasSubstr("x cannot be written: it is there already; --force writes over it"));
   EXPECT_EQ(WrittenIn(path), "old and longer");
   EXPECT_EQ(ModeOf(path), 0644u);
 
