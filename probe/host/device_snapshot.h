@@ -4,6 +4,7 @@
 #include <ctime>
 #include <list>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -43,5 +44,8 @@ struct DeviceSnapshot {
   std::string credential_json;  ///< Text of a JSON object; empty when there is nothing to tell.
   SSIDConfigurations ssid_config;
 };
+
+/// MAC -> what was last known of the device. No null pointers.
+using LastSnapshots = std::map<std::string, std::shared_ptr<const DeviceSnapshot>>;
 
 }  // namespace probe

@@ -1,7 +1,11 @@
 #include "probe/sources/simulated/radio_side.h"
 
+#include <algorithm>
+
+#include "platform/utilities/text.h"
 #include "probe/sources/simulated/attendance.h"
 #include "probe/sources/simulated/client_traffic.h"
+#include "probe/sources/simulated/mac.h"
 #include "probe/sources/simulated/wireless_networks.h"
 
 namespace probe::simulated {
@@ -22,12 +26,48 @@ RadioSide::RadioSide(const Dice& dice, const FloorPlan& plan, std::size_t client
       associations_(clients),
       session_of_(clients, kNoSession),
       interfaces_(plan.access_points() * kSsidInterfaces) {
+  for (const Client& client : roster_) {
+    by_mac_[format_macaddress(MacText(client.mac, MacNotation::kUpperColons))] = client.number;
+  }
   for (const Client& visitor : roster_) {
     if (visitor.kind != ClientKind::kVisitor) continue;
     session_of_[visitor.number] = static_cast<std::uint32_t>(sessions_.size());
     PortalSession session;
     session.client = visitor.number;
     sessions_.push_back(session);
+  }
+}
+
+void RadioSide::ForgetClients() {
+  for (Association& association : associations_) association = {};
+  for (PortalSession& session : sessions_) {
+    session.day = kNotSignedIn;
+    session.octets = {};
+  }
+}
+
+void RadioSide::Restore(std::size_t access_point, const DeviceSnapshot& snapshot, const Moment& moment) {
+  const auto number_of = [this](const std::string& mac) -> std::optional<std::uint32_t> {
+    const auto found = by_mac_.find(format_macaddress(mac));
+    return found == by_mac_.end() ? std::nullopt : std::optional(found->second);
+  };
+  for (const auto& [name, interface] : snapshot.ssid_interfaces) {
+    const auto* const radio = std::find(kRadioNames.begin(), kRadioNames.end(), interface.radio);
+    if (radio == kRadioNames.end()) continue;
+    const auto radio_number = static_cast<std::size_t>(radio - kRadioNames.begin());
+    for (const auto& client : interface.clients) {
+      const auto number = number_of(client.mac);
+      if (!number) continue;
+      associations_[*number] = {.spot = Spot{.access_point = access_point, .radio = radio_number},
+                                .octets = {.in = client.in_bytes, .out = client.out_bytes}};
+    }
+  }
+  for (const auto& [mac, user] : snapshot.portal_users) {
+    const auto number = number_of(mac);
+    if (!number || session_of_[*number] == kNoSession) continue;
+    PortalSession& session = sessions_[session_of_[*number]];
+    session.day = moment.day;
+    session.octets = {.in = user.in_bytes, .out = user.out_bytes};
   }
 }
 

@@ -4,9 +4,12 @@
 #include <cstdint>
 #include <ctime>
 #include <limits>
+#include <map>
 #include <optional>
+#include <string>
 #include <vector>
 
+#include "probe/host/device_snapshot.h"
 #include "probe/sources/simulated/device_state.h"
 #include "probe/sources/simulated/dice.h"
 #include "probe/sources/simulated/floor_plan.h"
@@ -41,6 +44,13 @@ class RadioSide {
   /// adds them to the SSID interfaces in `flows`.
   void Advance(const Moment& moment, std::uint64_t elapsed, const std::vector<DeviceState>& devices, PortOctets& flows);
 
+  /// Associates clients as an access point told at `moment`, with the octets that they had moved; to be called for each
+  /// access point after `ForgetClients`.
+  void Restore(std::size_t access_point, const DeviceSnapshot& snapshot, const Moment& moment);
+
+  /// Has nobody associated and nobody signed in.
+  void ForgetClients();
+
   /// The clients of one SSID interface, in the order of the roster.
   const std::vector<std::uint32_t>& ClientsOn(std::size_t access_point, std::size_t radio, std::size_t network) const;
 
@@ -69,6 +79,7 @@ class RadioSide {
   std::vector<PortalSession> sessions_;                 // of visitors only
   std::vector<std::uint32_t> session_of_;               // client -> its place in sessions_, or kNoSession
   std::vector<std::vector<std::uint32_t>> interfaces_;  // access point and SSID interface -> clients
+  std::map<std::string, std::uint32_t> by_mac_;         // as the contract writes MACs
 };
 
 }  // namespace probe::simulated

@@ -1,6 +1,7 @@
 #include "probe/sources/simulated/simulated_network.h"
 
 #include <algorithm>
+#include <memory>
 #include <optional>
 #include <utility>
 
@@ -60,12 +61,14 @@ class SimulatedNetwork::Company {
         was_offline_(plan_.devices.size(), false) {}
 
   void Advance(time_t now);
+  void ContinueFrom(const LastSnapshots& last, time_t now);
 
   const FloorPlan& plan() const { return plan_; }
   std::size_t clients() const { return clients_; }
 
  private:
   void Begin(const Moment& moment);
+  void RestoreDevice(std::size_t device, const DeviceSnapshot& snapshot, const Moment& moment);
   void UpdateLife(std::size_t device, const Moment& moment, std::int64_t elapsed);
   void MoveTraffic(const Moment& moment, std::uint64_t seconds);
   void Publish(const Moment& moment, std::uint64_t seconds);
@@ -203,6 +206,46 @@ void SimulatedNetwork::Company::Advance(time_t now) {
   last_ = now;
 }
 
+void SimulatedNetwork::Company::RestoreDevice(std::size_t device, const DeviceSnapshot& snapshot,
+                                              const Moment& moment) {
+  const DevicePlan& plan = plan_.devices[device];
+  DeviceState& state = states_[device];
+  for (std::size_t port = 0; port < plan.ports.size(); ++port) {
+    const auto found = snapshot.interfaces.find(plan.ports[port].name);
+    if (found == snapshot.interfaces.end() || found->second->traffic == nullptr) continue;
+    state.counters[port] = {.in = found->second->traffic->in_bytes, .out = found->second->traffic->out_bytes};
+  }
+  state.last_start = life_.LastStart(device, moment);
+  if (snapshot.uptime >= 0) state.uptime = snapshot.uptime;  // a device that refuses the login does not tell it
+  const std::size_t first_access_point = plan_.AccessPointDevice(0);
+  if (device >= first_access_point && snapshot.online) air_.Restore(device - first_access_point, snapshot, moment);
+}
+
+void SimulatedNetwork::Company::ContinueFrom(const LastSnapshots& last, time_t now) {
+  std::vector<std::shared_ptr<const DeviceSnapshot>> known(states_.size());  // by device
+  std::optional<time_t> newest;
+  for (std::size_t device = 0; device < states_.size(); ++device) {
+    const auto found = last.find(plan_.devices[device].mac);
+    if (found == last.end() || !found->second->sample_time) continue;
+    known[device] = found->second;
+    newest = std::max(newest, found->second->sample_time);
+  }
+  if (!newest) return;
+  const Moment moment = MomentOf(*newest);
+  if (!last_) Begin(moment);
+  air_.ForgetClients();
+  for (std::size_t device = 0; device < states_.size(); ++device) {
+    if (known[device] == nullptr) continue;
+    RestoreDevice(device, *known[device], moment);
+    if (life_.IsOnline(device, MomentOf(now))) continue;
+    // What was last known of it is shown again, marked offline.
+    was_offline_[device] = false;
+    centre_.ReplaceWith(plan_.devices[device].mac, known[device]);
+  }
+  last_ = *newest;
+  Advance(now);
+}
+
 SimulatedNetwork::SimulatedNetwork(DeviceCentre& centre, const SimulatedNetworkSettings& settings)
     : company_(std::make_unique<Company>(centre, settings)) {}
 
@@ -210,6 +253,10 @@ SimulatedNetwork::~SimulatedNetwork() = default;
 
 void SimulatedNetwork::Advance(time_t now) {
   company_->Advance(now);
+}
+
+void SimulatedNetwork::ContinueFrom(const LastSnapshots& last, time_t now) {
+  company_->ContinueFrom(last, now);
 }
 
 std::vector<std::string> SimulatedNetwork::DeviceMacs() const {

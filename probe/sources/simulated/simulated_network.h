@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "probe/host/device_centre.h"
+#include "probe/host/device_snapshot.h"
 
 namespace probe {
 
@@ -27,9 +28,10 @@ struct SimulatedNetworkSettings {
 /// agree. Devices restart, an access point goes offline twice a week, one switch refuses the login, and rogue access
 /// points come and go.
 ///
-/// The snapshots are a function of the seed and of the times given to `Advance`, and of nothing else: the same ones
-/// give the same snapshots on every machine in the same time zone. It reads no clock. Where clients are depends on the
-/// moment alone; only counters and uptimes are carried from reading to reading, and they only grow except at a restart.
+/// The snapshots are a function of the seed and of what was given to `Advance` and `ContinueFrom`, and of nothing else:
+/// the same ones give the same snapshots on every machine in the same time zone. It reads no clock. Where clients are
+/// depends on the moment alone; only counters and uptimes are carried from reading to reading, and they only grow
+/// except at a restart.
 ///
 /// Does not model: packets, shared air, full cables, traffic inside the building, interference, channels that change,
 /// devices that answer late, holidays. Between two readings nothing happens: a client that came and went in between was
@@ -52,6 +54,11 @@ class SimulatedNetwork {
   ///
   /// Units: seconds since the epoch; days are those of the time zone of the process.
   void Advance(time_t now);
+
+  /// Goes on from the states that devices had in an earlier run of the probe, and advances to `now`: what they say then
+  /// is what they would have said without the restart. What was not in these states, as the session of a visitor who
+  /// was away from the air, begins anew.
+  void ContinueFrom(const LastSnapshots& last, time_t now);
 
   /// The MACs of all devices: the router, the switches, the access points.
   std::vector<std::string> DeviceMacs() const;

@@ -29,7 +29,7 @@ SimulatedSource::~SimulatedSource() {
 void SimulatedSource::Start() {
   const time_t now = Now();
   // On the caller's thread, so that the devices are there when it starts the plug-in.
-  network_.Advance(now);
+  Advance(now);
   thread_ = std::thread(&SimulatedSource::Run, this, now);
 }
 
@@ -38,13 +38,23 @@ void SimulatedSource::Stop() {
   if (thread_.joinable()) thread_.join();
 }
 
+void SimulatedSource::ContinueFrom(const LastSnapshots& last) {
+  const utilities::lock::lock_guard held(lock_);
+  network_.ContinueFrom(last, Now());
+}
+
+void SimulatedSource::Advance(time_t now) {
+  const utilities::lock::lock_guard held(lock_);
+  network_.Advance(now);
+}
+
 void SimulatedSource::Run(time_t last) {
   while (!stop_.IsSetBefore(std::chrono::steady_clock::now() + kPollInterval)) {
     const time_t now = Now();
     // A clock that was set back is followed at once: the next reading must not wait until the old time comes again.
     const bool went_back = now < last;
     if (!went_back && now - last < every_) continue;
-    network_.Advance(now);
+    Advance(now);
     last = now;
   }
 }

@@ -3,7 +3,9 @@
 #include <ctime>
 #include <thread>
 
+#include "platform/utilities/locks.h"
 #include "probe/host/device_centre.h"
+#include "probe/host/device_snapshot.h"
 #include "probe/host/stop_flag.h"
 #include "probe/sources/simulated/simulated_network.h"
 
@@ -24,15 +26,22 @@ class SimulatedSource {
   /// Fills the device centre, then goes on in a thread of its own.
   void Start();
 
+  /// Has the network go on from the states of an earlier run of the probe, as `SimulatedNetwork::ContinueFrom` does.
+  /// Threads: any, between `Start` and `Stop`.
+  void ContinueFrom(const LastSnapshots& last) VEXORA_EXCLUDES(lock_);
+
   /// Ends the thread, after a reading that has begun, and joins it. The devices stay in the centre.
   void Stop();
 
+  /// For what never changes: its devices and how many clients there are.
   const SimulatedNetwork& network() const { return network_; }
 
  private:
   void Run(time_t last);
+  void Advance(time_t now) VEXORA_EXCLUDES(lock_);
 
-  SimulatedNetwork network_;  // only the source's thread; before it starts, the one that calls Start
+  utilities::lock::Mutex lock_;  // before that of the device centre
+  SimulatedNetwork network_;     // is advanced with lock_ held; its constant parts are read without
   const time_t every_;
 
   StopFlag stop_;

@@ -43,6 +43,17 @@ void CounterTable::DropAbsent(std::int64_t now_ticks) {
   });
 }
 
+void CounterTable::ContinueFrom(const std::map<std::string, RowOctets>& rows, const ReadingMoment& earlier) {
+  for (const auto& [name, octets] : rows) {
+    const auto [place, is_new] = entries_.try_emplace(name);
+    Entry& entry = place->second;
+    if (is_new) entry.seen_at = earlier.now_ticks;
+    const CounterStep in = entry.in.ContinueFrom(octets.in, earlier.now_ticks, earlier.device_starts);
+    const CounterStep out = entry.out.ContinueFrom(octets.out, earlier.now_ticks, earlier.device_starts);
+    if (in == CounterStep::kGap || out == CounterStep::kGap) entry.is_measured = false;
+  }
+}
+
 RowOctets CounterTable::Find(const std::string& name) const {
   const auto found = entries_.find(name);
   if (found == entries_.end()) return {};

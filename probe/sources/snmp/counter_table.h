@@ -51,6 +51,10 @@ class CounterTable {
   /// Takes a reading of all rows. False: one of them has a gap, and the reading is not to be handed on as a new one.
   bool Take(const std::vector<CounterRow>& rows, const ReadingMoment& moment);
 
+  /// Goes on from the octets that rows had in an earlier run of the probe, as `WidenedCounter::ContinueFrom` does. The
+  /// newest reading may have been taken already.
+  void ContinueFrom(const std::map<std::string, RowOctets>& rows, const ReadingMoment& earlier);
+
   /// The octets of a row of the newest reading; both 0 and unmeasured for a row that was never there.
   RowOctets Find(const std::string& name) const;
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 namespace probe::snmp {
 namespace {
@@ -52,7 +53,24 @@ std::uint64_t Distance(const OctetCounter& from, const OctetCounter& to) {
 
 }  // namespace
 
+CounterStep WidenedCounter::ContinueFrom(std::uint64_t value, std::int64_t read_at, std::uint32_t device_starts) {
+  value_ = value;
+  earlier_ = {.read_at = read_at, .device_starts = device_starts};
+  doubtful_.reset();
+  const auto newest = std::exchange(last_, std::nullopt);
+  return newest ? Take(*newest) : CounterStep::kFirst;
+}
+
 CounterStep WidenedCounter::Take(const CounterReading& reading) {
+  if (earlier_) {
+    // Widening keeps the low 32 bits of a Counter32, so the value tells the reading from which it came.
+    const bool is_64bit = reading.counter.is_64bit;
+    last_ = reading;
+    last_->counter.value = is_64bit ? value_ : static_cast<std::uint32_t>(value_);
+    last_->read_at = std::min(earlier_->read_at, reading.read_at);
+    last_->device_starts = earlier_->device_starts;
+    earlier_.reset();
+  }
   if (!last_) {
     value_ = reading.counter.value;
     Accept(reading);

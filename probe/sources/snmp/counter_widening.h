@@ -46,16 +46,28 @@ class WidenedCounter {
   /// Takes one reading; `read_at` is later than that of the reading before.
   CounterStep Take(const CounterReading& reading);
 
+  /// Goes on from the value that it had in an earlier run of the probe, as if that and the newest reading had followed
+  /// one another; of the earlier reading only the time by the device's clock is known, and whether the device has
+  /// restarted since. Returns what became of the counter until the newest reading; `kFirst` when there is none yet.
+  CounterStep ContinueFrom(std::uint64_t value, std::int64_t read_at, std::uint32_t device_starts);
+
   /// Octets, as of the last reading that was no gap; 0 before the first.
   std::uint64_t value() const { return value_; }
 
  private:
+  /// When a value of an earlier run was read, and how often the device had started then.
+  struct Earlier {
+    std::int64_t read_at = 0;
+    std::uint32_t device_starts = 0;
+  };
+
   CounterStep TakeAfterRestart(const CounterReading& reading);
   CounterStep Count(const CounterReading& reading, std::uint64_t octets);
   CounterStep Doubt(const CounterReading& reading);
   void Accept(const CounterReading& reading);
 
   std::uint64_t value_ = 0;
+  std::optional<Earlier> earlier_;        // nothing: value_ is of this run
   std::optional<CounterReading> last_;    // the last good reading
   std::optional<OctetCounter> doubtful_;  // of the gap that lasts; nothing: there is none
 };

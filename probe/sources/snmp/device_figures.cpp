@@ -81,6 +81,70 @@ std::optional<DeviceSnapshot> DeviceFigures::Take(const Reading& reading, const 
   return snapshot_;
 }
 
+std::optional<DeviceSnapshot> DeviceFigures::ContinueFrom(const DeviceSnapshot& last) {
+  if (time_.now_ticks() == 0) return std::nullopt;
+  const std::int64_t read_at = last.sample_time ? std::int64_t{*last.sample_time} * kTicksPerSecond : time_.now_ticks();
+  // An earlier number of starts is evidence of a restart, whichever number it is.
+  const std::uint32_t starts = time_.starts() - (HasRestartedSince(last) ? 1 : 0);
+  ContinueTables(last, {.now_ticks = read_at, .device_starts = starts});
+  ShowOctetsAgain();
+  ShowSsids();
+  ShowStations();
+  return snapshot_;
+}
+
+/// A device that ran on has added the time between to its uptime; one that restarted began behind the last reading. So
+/// its uptime is that time, or that time and the last uptime, up to what the clocks differ.
+bool DeviceFigures::HasRestartedSince(const DeviceSnapshot& last) const {
+  const auto uptime = time_.uptime_seconds();
+  if (!uptime || last.uptime < 0 || !last.sample_time) return false;
+  const std::int64_t between = time_.now_ticks() / kTicksPerSecond - std::int64_t{*last.sample_time};
+  return static_cast<std::int64_t>(*uptime) < between + last.uptime / 2;
+}
+
+void DeviceFigures::ContinueTables(const DeviceSnapshot& last, const ReadingMoment& earlier) {
+  std::map<std::string, RowOctets> interfaces;
+  std::map<std::string, RowOctets> ssids;
+  std::map<std::string, RowOctets> stations;
+  std::map<std::string, RowOctets> users;
+  for (const auto& [name, state] : last.interfaces) {
+    if (state->traffic != nullptr)
+      interfaces[name] = {.in = state->traffic->in_bytes, .out = state->traffic->out_bytes};
+  }
+  for (const auto& [name, state] : last.ssid_interfaces) {
+    if (state.traffic != nullptr) ssids[name] = {.in = state.traffic->in_bytes, .out = state.traffic->out_bytes};
+    for (const auto& client : state.clients) stations[client.mac] = {.in = client.in_bytes, .out = client.out_bytes};
+  }
+  for (const auto& [mac, user] : last.portal_users) users[mac] = {.in = user.in_bytes, .out = user.out_bytes};
+  interface_counters_.ContinueFrom(interfaces, earlier);
+  ssid_counters_.ContinueFrom(ssids, earlier);
+  station_counters_.ContinueFrom(stations, earlier);
+  user_counters_.ContinueFrom(users, earlier);
+}
+
+/// Makes the octets of the snapshot's rows those of the tables.
+void DeviceFigures::ShowOctetsAgain() {
+  const auto shown = [](const CounterTable& table, const std::string& name, const records::TrafficStats& before) {
+    const RowOctets octets = table.Find(name);
+    return octets.is_measured ? std::make_shared<const records::TrafficStats>(records::TrafficStats{
+                                    .if_index = before.if_index, .in_bytes = octets.in, .out_bytes = octets.out})
+                              : nullptr;
+  };
+  for (auto& [name, state] : snapshot_.interfaces) {
+    if (state->traffic == nullptr) continue;
+    auto again = std::make_shared<records::InterfaceState>(*state);
+    again->traffic = shown(interface_counters_, name, *state->traffic);
+    state = std::move(again);
+  }
+  for (auto& [name, traffic] : ssid_traffic_) traffic = shown(ssid_counters_, name, *traffic);
+  std::erase_if(ssid_traffic_, [](const auto& row) { return row.second == nullptr; });
+  for (auto& [mac, user] : snapshot_.portal_users) {
+    const RowOctets octets = user_counters_.Find(mac);
+    user.in_bytes = octets.in;
+    user.out_bytes = octets.out;
+  }
+}
+
 void DeviceFigures::TakeSystem(const Reading& reading) {
   const SystemReading& system = reading.system;
   records::BasicInfo& info = *snapshot_.basic_info;

@@ -40,6 +40,11 @@ class DeviceFigures {
   /// Takes a reading over. Nothing: the device has no id yet.
   std::optional<DeviceSnapshot> Take(const Reading& reading, const PollTime& polled);
 
+  /// Goes on from what an earlier run of the probe last knew of the device: its counters are those that this reading
+  /// would have given, had there been no restart of the probe. The snapshot that is to replace the last one; nothing:
+  /// there was no reading yet.
+  std::optional<DeviceSnapshot> ContinueFrom(const DeviceSnapshot& last);
+
   /// The snapshot that is to replace the last one because the device is offline now. Nothing: no change.
   ///
   /// Asked from time to time, also while the device answers. A device with an id that never answered is offline at the
@@ -63,6 +68,9 @@ class DeviceFigures {
   void TakeSsids(const std::vector<SsidReading>& rows, const ReadingMoment& moment);
   void TakeStations(const std::vector<StationReading>& rows, const ReadingMoment& moment);
   void TakePortalUsers(const std::vector<PortalUserReading>& rows, const ReadingMoment& moment);
+  bool HasRestartedSince(const DeviceSnapshot& last) const;
+  void ContinueTables(const DeviceSnapshot& last, const ReadingMoment& earlier);
+  void ShowOctetsAgain();
   void ShowSsids();
   void ShowStations();
   void NoteAnswered(const Reading& reading, std::int64_t steady_ticks);

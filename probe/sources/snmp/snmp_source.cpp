@@ -157,6 +157,33 @@ bool SnmpSource::KnowsAllIds() const {
   });
 }
 
+void SnmpSource::ContinueFrom(LastSnapshots last) {
+  {
+    const lock_guard held(claims_lock_);
+    last_known_ = std::move(last);
+  }
+  for (std::size_t i = 0; i < devices_.size(); ++i) {
+    PolledDevice& polled = *devices_[i];
+    const lock_guard held(polled.lock);
+    if (auto snapshot = Continued(polled.figures())) Show(polled.mac(), i, *std::move(snapshot));
+  }
+}
+
+std::optional<DeviceSnapshot> SnmpSource::Continued(DeviceFigures& figures) {
+  std::shared_ptr<const DeviceSnapshot> last;
+  {
+    const lock_guard held(claims_lock_);
+    const auto found = last_known_.find(figures.mac());
+    if (found == last_known_.end()) return std::nullopt;
+    last = found->second;
+  }
+  auto snapshot = figures.ContinueFrom(*last);
+  if (!snapshot) return std::nullopt;
+  const lock_guard held(claims_lock_);
+  last_known_.erase(figures.mac());
+  return snapshot;
+}
+
 void SnmpSource::TakeResult(std::size_t device, PollResult result) {
   PolledDevice& polled = *devices_.at(device);
   result.health.error = JoinedErrors(result);
@@ -169,6 +196,7 @@ void SnmpSource::TakeResult(std::size_t device, PollResult result) {
         *result.reading, {.steady_ticks = SteadyTicks() - duration, .wall = time(nullptr), .duration_ticks = duration});
   }
   if (snapshot) {
+    if (auto continued = Continued(polled.figures())) snapshot = std::move(continued);
     polled.NoteSnapshot(*snapshot);
     if (const auto refusal = Show(polled.mac(), device, *std::move(snapshot))) result.health.error = *refusal;
   }

@@ -20,6 +20,8 @@
 
 namespace probe::snmp {
 
+class DeviceFigures;
+
 /// The source that makes the devices of the settings, which answer SNMP, devices of the probe.
 ///
 /// Each reading becomes a snapshot in the device centre. What goes wrong with a device is logged when it changes. Two
@@ -54,6 +56,11 @@ class SnmpSource {
   /// Whether it knows the ids of all its devices: one whose id is not set tells it when it first answers. Threads: any.
   bool KnowsAllIds() const;
 
+  /// Goes on from what an earlier run of the probe last knew of its devices, so that a counter which the source has
+  /// widened does not fall back. To be called once, before anybody looks at counters; a device that has not answered
+  /// yet goes on with its first answer. Threads: any.
+  void ContinueFrom(LastSnapshots last) VEXORA_EXCLUDES(claims_lock_);
+
   /// Takes the result of one poll of a device over; what the poller calls. For one device never twice at a time.
   void TakeResult(std::size_t device, PollResult result);
 
@@ -69,6 +76,9 @@ class SnmpSource {
   std::optional<std::string> Show(const std::string& mac, std::size_t device, DeviceSnapshot snapshot)
       VEXORA_EXCLUDES(claims_lock_);
 
+  /// The snapshot that goes on from the earlier run; nothing: there is none, or no reading yet.
+  std::optional<DeviceSnapshot> Continued(DeviceFigures& figures) VEXORA_EXCLUDES(claims_lock_);
+
   /// Whether the device centre has this device under the id.
   bool Owns(const std::string& mac, std::size_t device) const VEXORA_EXCLUDES(claims_lock_);
 
@@ -83,6 +93,7 @@ class SnmpSource {
   // must not write after its new owner. Taken with a device's lock held.
   mutable utilities::lock::Mutex claims_lock_;
   std::map<std::string, std::size_t> claims_ VEXORA_GUARDED_BY(claims_lock_);  // id -> number of the device
+  LastSnapshots last_known_ VEXORA_GUARDED_BY(claims_lock_);  // of devices that have not gone on from it yet
 
   std::unique_ptr<SnmpPoller> poller_;  // only the thread that calls Start and Stop, like the next two
   StopFlag stop_;

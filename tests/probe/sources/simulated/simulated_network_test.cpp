@@ -308,6 +308,39 @@ TEST_F(SimulatedNetworkTest, TakesAGapOfDaysForAnHourOfTraffic) {
             CountersOf(hour_by_hour.Device(router))["wan0 in"] - hour_before);
 }
 
+/// What the journal has of a company's devices.
+LastSnapshots LastOf(GivenCompany& company) {
+  LastSnapshots last;
+  for (const std::string& mac : company.network.DeviceMacs()) {
+    if (auto snapshot = company.centre.Snapshot(mac); snapshot != nullptr) last[mac] = std::move(snapshot);
+  }
+  return last;
+}
+
+TEST_F(SimulatedNetworkTest, GoesOnAfterARestartAsIfThereHadBeenNone) {
+  for (const time_t off : {kMinute, 3 * kHour, 2 * kDay}) {
+    for (time_t end = kMonday + 10 * kHour; end < kMonday + 5 * kDay; end += 7 * kHour) {
+      GivenCompany company({.seed = 3});
+      company.Run(end - 2 * kHour, end, kMinute);
+      const LastSnapshots last = LastOf(company);
+      company.network.Advance(end + off);
+
+      GivenCompany restarted({.seed = 3});
+      restarted.network.Advance(end + off - 10);
+      restarted.network.ContinueFrom(last, end + off);
+      EXPECT_EQ(TextOf(restarted.centre), TextOf(company.centre)) << "off for " << off << " s at " << end;
+    }
+  }
+}
+
+TEST_F(SimulatedNetworkTest, KnowsNothingOfARestartWithoutEarlierStates) {
+  GivenCompany company;
+  company.network.Advance(kMonday);
+  const std::string before = TextOf(company.centre);
+  company.network.ContinueFrom({}, kMonday + kMinute);
+  EXPECT_EQ(TextOf(company.centre), before);
+}
+
 TEST_F(SimulatedNetworkTest, HasOneDeviceThatRefusesTheLogin) {
   GivenCompany company;
   company.network.Advance(kMonday + 12 * kHour);

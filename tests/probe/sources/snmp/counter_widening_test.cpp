@@ -224,5 +224,70 @@ const std::vector<Case> kCases{
 INSTANTIATE_TEST_SUITE_P(CounterWidening, CounterCases, ::testing::ValuesIn(kCases),
                          [](const auto& one) { return one.param.name; });
 
+/// What a probe that was started anew makes of the counter.
+struct ContinuedCase {
+  std::string name;
+  std::uint64_t earlier = 0;
+  std::vector<Step> steps;  ///< The first one a minute after the last reading of the earlier run.
+  std::size_t known = 0;    ///< Readings that were taken before the earlier value was known.
+};
+
+void PrintTo(const ContinuedCase& one, std::ostream* out) {
+  *out << one.name;
+}
+
+class ContinuedCounters : public ::testing::TestWithParam<ContinuedCase> {};
+
+TEST_P(ContinuedCounters, GoOnFromAnEarlierRun) {
+  WidenedCounter widened;
+  constexpr std::int64_t kEarlierTicks = 170'000'000'000;
+  constexpr std::uint32_t kEarlierStarts = 0;
+  std::int64_t ticks = kEarlierTicks + 3000;
+  for (std::size_t i = 0; i < GetParam().steps.size(); ++i) {
+    const Step& step = GetParam().steps[i];
+    if (i == 0 && GetParam().known == 0) widened.ContinueFrom(GetParam().earlier, kEarlierTicks, kEarlierStarts);
+    ticks += step.seconds * 100;
+    CounterStep result = widened.Take({.counter = step.counter,
+                                       .read_at = ticks,
+                                       .device_starts = step.device_starts,
+                                       .discontinuity_ticks = step.discontinuity,
+                                       .bits_per_second = 100 * kMega,
+                                       .restarts_alone = false});
+    if (i + 1 == GetParam().known) {
+      result = widened.ContinueFrom(GetParam().earlier, kEarlierTicks, kEarlierStarts);
+    }
+    if (i + 1 < GetParam().known) continue;
+    EXPECT_EQ(static_cast<int>(result), static_cast<int>(step.step)) << "reading " << i;
+    EXPECT_EQ(widened.value(), step.value) << "reading " << i;
+  }
+}
+
+// At 100 Mbit/s a minute carries 850,000,000 octets.
+const std::vector<ContinuedCase> kContinuedCases{
+    {"NarrowThatHasWrappedBefore", 3 * kTurn + 1000, {{Narrow(5000), kCounted, 3 * kTurn + 5000}}},
+    {"NarrowThatWrapsMeanwhile", 3 * kTurn - 296, {{Narrow(704), kCounted, 3 * kTurn + 704}}},
+    {"NarrowThatStandsStill", 3 * kTurn + 1000, {{Narrow(1000), kCounted, 3 * kTurn + 1000}}},
+    {"NarrowThatWasReadAlready",
+     3 * kTurn + 1000,
+     {{Narrow(5000)}, {Narrow(6000), kCounted, 3 * kTurn + 6000}, {Narrow(7000), kCounted, 3 * kTurn + 7000}},
+     2},
+    {"WideGoesOn", 5 * kTurn, {{Wide(5 * kTurn + 7), kCounted, 5 * kTurn + 7}}},
+    {"NarrowOfARestartedDevice",
+     3 * kTurn + 4'000'000'000,
+     {{Narrow(1000), kRestarted, 1000, 1}, {Narrow(1500), kCounted, 1500, 1}}},
+    {"WideOfARestartedDevice", 5 * kTurn, {{Wide(9000), kRestarted, 9000, 1}}},
+    {"RestartedDeviceThatWasReadAlready",
+     5 * kTurn,
+     {{Wide(9000), kRestarted, 9000, 1}, {Wide(9001), kCounted, 9001, 1}},
+     1},
+    // No evidence of a restart, and too far for a wrap: a gap, after which it is counted on.
+    {"WideThatFellBehindAGap",
+     5 * kTurn,
+     {{Wide(kTurn), kGap, 5 * kTurn}, {Wide(kTurn + 9), kGap, 5 * kTurn}, {Wide(kTurn + 12), kCounted, 5 * kTurn + 3}}},
+    {"NarrowThatBecameWide", 3 * kTurn + 1000, {{Wide(3 * kTurn + 4000), kCounted, 3 * kTurn + 4000}}}};
+
+INSTANTIATE_TEST_SUITE_P(Cases, ContinuedCounters, ::testing::ValuesIn(kContinuedCases),
+                         [](const auto& test) { return test.param.name; });
+
 }  // namespace
 }  // namespace probe::snmp

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
@@ -522,6 +523,108 @@ TEST_F(WirelessFiguresTest, ShowPortalUsersAndNeighbours) {
   EXPECT_EQ(shown.out_bytes, 22U);
   ASSERT_EQ(snapshot.neighbours.size(), 1U);
   EXPECT_EQ(snapshot.neighbours.front().channel, 36);
+}
+
+/// The same device, polled by a probe that was started anew a minute later and knows what the earlier one last knew.
+class RestartedFiguresTest : public DeviceFiguresTest {
+ protected:
+  static constexpr std::uint64_t kFigureTurn = std::uint64_t{1} << 32;  // of a Counter32
+
+  RestartedFiguresTest() { reading_.interfaces = {Narrow(0)}; }
+
+  static InterfaceReading Narrow(std::uint64_t octets) {
+    InterfaceReading row = Interface(1, "ge1", 0, 0);
+    row.in_octets = OctetCounter{.value = octets, .is_64bit = false};
+    row.out_octets = row.in_octets;
+    return row;
+  }
+
+  /// What the earlier probe last knew: the counters have wrapped once.
+  DeviceSnapshot Earlier() {
+    reading_.interfaces = {Narrow(kFigureTurn - 1000)};
+    Poll();
+    reading_.interfaces = {Narrow(500)};
+    return Poll();
+  }
+
+  /// A reading of the probe that was started anew.
+  void PollAnew() {
+    Wait();
+    anew_.Take(reading_, {.steady_ticks = steady_ticks_, .wall = kFiguresWall + steady_ticks_ / 100});
+  }
+
+  DeviceFigures anew_{Settings()};
+};
+
+TEST_F(RestartedFiguresTest, CountersOfALongWrapGoOn) {
+  const DeviceSnapshot earlier = Earlier();
+  ASSERT_EQ(Octets(earlier, "ge1"), Pairs(kFigureTurn + 500, kFigureTurn + 500));
+  EXPECT_FALSE(anew_.ContinueFrom(earlier).has_value()) << "there is no reading that could go on";
+  reading_.interfaces = {Narrow(800)};
+  PollAnew();
+  reading_.interfaces = {Narrow(900)};
+  PollAnew();
+  const auto continued = anew_.ContinueFrom(earlier);
+  ASSERT_TRUE(continued.has_value());
+  EXPECT_EQ(Octets(*continued, "ge1"), Pairs(kFigureTurn + 900, kFigureTurn + 900));
+  EXPECT_EQ(continued->sample_time, *earlier.sample_time + 60);
+  Wait();
+  reading_.interfaces = {Narrow(1000)};
+  const auto next = anew_.Take(reading_, {.steady_ticks = steady_ticks_, .wall = kFiguresWall + steady_ticks_ / 100});
+  EXPECT_EQ(Octets(*next, "ge1"), Pairs(kFigureTurn + 1000, kFigureTurn + 1000));
+}
+
+TEST_F(RestartedFiguresTest, ADeviceThatRestartedMeanwhileCountsFromZero) {
+  const DeviceSnapshot earlier = Earlier();
+  reading_.system.sys_uptime_ticks = 0;
+  reading_.interfaces = {Narrow(300)};
+  PollAnew();
+  EXPECT_EQ(Octets(*anew_.ContinueFrom(earlier), "ge1"), Pairs(300, 300));
+}
+
+TEST_F(RestartedFiguresTest, ADeviceThatHadJustStartedIsNotTakenForRestarted) {
+  reading_.system.sys_uptime_ticks = 0;
+  const DeviceSnapshot earlier = Earlier();
+  PollAnew();
+  EXPECT_EQ(Octets(*anew_.ContinueFrom(earlier), "ge1"), Pairs(kFigureTurn + 500, kFigureTurn + 500));
+}
+
+TEST_F(RestartedFiguresTest, OctetsOfNetworksClientsAndPortalUsersGoOn) {
+  const auto wireless = [this](std::uint64_t octets) {
+    const OctetCounter counter{.value = octets % kFigureTurn, .is_64bit = false};
+    SsidReading ssid = Ssid("wlan0", "Office", "radio0");
+    ssid.in_octets = ssid.out_octets = counter;
+    StationReading station = Station("02:fc:00:00:00:07", "wlan0", 0, 0);
+    station.in_octets = station.out_octets = counter;
+    reading_.ssids = {ssid};
+    reading_.stations = {station};
+    reading_.portal_users = {PortalUserReading{.mac = "02:fc:00:00:00:07",
+                                               .username = "guest",
+                                               .hostname = "phone",
+                                               .in_octets = counter,
+                                               .out_octets = counter}};
+  };
+  wireless(kFigureTurn + 10);
+  DeviceSnapshot earlier = Poll();
+  auto& before = earlier.ssid_interfaces.at("wlan0");
+  before.traffic = std::make_shared<records::TrafficStats>(
+      records::TrafficStats{.if_index = 0, .in_bytes = kFigureTurn + 10, .out_bytes = kFigureTurn + 10});
+  before.clients.front().in_bytes = before.clients.front().out_bytes = kFigureTurn + 10;
+  earlier.portal_users.begin()->second.in_bytes = kFigureTurn + 10;
+  earlier.portal_users.begin()->second.out_bytes = kFigureTurn + 10;
+
+  wireless(kFigureTurn + 25);
+  PollAnew();
+  const auto continued = anew_.ContinueFrom(earlier);
+  ASSERT_TRUE(continued.has_value());
+  const auto& network = continued->ssid_interfaces.at("wlan0");
+  EXPECT_EQ(network.traffic->in_bytes, kFigureTurn + 25);
+  EXPECT_EQ(network.traffic->out_bytes, kFigureTurn + 25);
+  EXPECT_EQ(network.clients.front().in_bytes, kFigureTurn + 25);
+  EXPECT_EQ(network.clients.front().out_bytes, kFigureTurn + 25);
+  const auto& user = continued->portal_users.at("02:FC:00:00:00:07");
+  EXPECT_EQ(user.in_bytes, kFigureTurn + 25);
+  EXPECT_EQ(user.out_bytes, kFigureTurn + 25);
 }
 
 }  // namespace

@@ -276,5 +276,55 @@ TEST_F(SnmpSourceTest, PollsItsDevicesUntilItIsStopped) {
   source.Stop();
 }
 
+/// A reading of a device whose one Counter32 stands here.
+Reading CountedReading(std::uint64_t octets) {
+  Reading reading = ReadingOf(kMac);
+  InterfaceReading row;
+  row.if_index = 1;
+  row.name = "ge1";
+  row.in_octets = OctetCounter{.value = octets, .is_64bit = false};
+  row.out_octets = row.in_octets;
+  reading.interfaces->push_back(row);
+  return reading;
+}
+
+LastSnapshots LastCounted(std::uint64_t octets) {
+  DeviceSnapshot last;
+  last.sample_time = time(nullptr) - 60;
+  last.interfaces["ge1"] = std::make_shared<vexora_probe::models::controller::InterfaceState>(
+      vexora_probe::models::controller::InterfaceState{
+          .traffic = std::make_shared<vexora_probe::models::controller::TrafficStats>(
+              vexora_probe::models::controller::TrafficStats{.if_index = 1, .in_bytes = octets, .out_bytes = octets})});
+  return {{kMac, std::make_shared<const DeviceSnapshot>(last)}};
+}
+
+std::uint64_t ShownOctets() {
+  const auto snapshot = DeviceCentre::Instance().Snapshot(kMac);
+  return snapshot == nullptr ? 0 : snapshot->interfaces.at("ge1")->traffic->in_bytes;
+}
+
+constexpr std::uint64_t kThreeTurns = 3 * (std::uint64_t{1} << 32);
+
+TEST_F(SnmpSourceTest, GoesOnFromTheCountersOfAnEarlierRunWhenItHasReadTheDevice) {
+  AddDevice("192.0.2.1");
+  Source().TakeResult(0, Answer(CountedReading(5000)));
+  EXPECT_EQ(ShownOctets(), 5000U);
+  Source().ContinueFrom(LastCounted(kThreeTurns + 1000));
+  EXPECT_EQ(ShownOctets(), kThreeTurns + 5000);
+}
+
+TEST_F(SnmpSourceTest, GoesOnFromTheCountersOfAnEarlierRunWhenTheDeviceAnswersLater) {
+  AddDevice("192.0.2.1", kMac);
+  Source().CheckOffline();
+  Source().ContinueFrom(LastCounted(kThreeTurns + 1000));
+  EXPECT_THAT(Snapshot()->interfaces, IsEmpty());
+  Source().TakeResult(0, Answer(CountedReading(5000)));
+  EXPECT_EQ(ShownOctets(), kThreeTurns + 5000);
+  Reading second = CountedReading(5500);
+  second.system.sys_uptime_ticks = 1'003'000;
+  Source().TakeResult(0, Answer(second));
+  EXPECT_EQ(ShownOctets(), kThreeTurns + 5500);
+}
+
 }  // namespace
 }  // namespace probe::snmp
