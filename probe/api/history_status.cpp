@@ -1,18 +1,25 @@
 #include "probe/api/history_status.h"
 
 #include <algorithm>
+#include <utility>
 
 using utilities::lock::lock_guard;
 
 namespace probe {
 
+void PassTimes::BeginRun() {
+  const lock_guard held(lock_);
+  begins_run_ = true;
+}
+
 void PassTimes::Note(time_t at) {
   const lock_guard held(lock_);
+  const time_t least = std::exchange(begins_run_, false) ? kLeastOutage : kLeastOutage * static_cast<time_t>(speed_);
   if (last_ && at - *last_ > kLongestHistory) {
     // Nothing reaches back behind this, as when the clock of a machine without a battery began in 1970.
     outages_.clear();
     first_.reset();
-  } else if (last_ && at - *last_ >= kLeastOutage) {
+  } else if (last_ && at - *last_ >= least) {
     if (outages_.size() == kMaxOutages) outages_.erase(outages_.begin());
     outages_.push_back({.from = *last_, .to = at});
   }

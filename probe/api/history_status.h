@@ -23,11 +23,18 @@ struct Outage {
 /// Threads: any.
 class PassTimes {
  public:
-  /// So long without a pass is an outage; one that is a little late is none.
+  /// So long without a pass is an outage where a run of the probe ended. Within a run it has to be as long in true
+  /// time: at sixty times the pace of life three minutes are a pass that is three seconds late.
   static constexpr time_t kLeastOutage = 180;
   /// No chart and no report goes further back.
   static constexpr time_t kLongestHistory = time_t{40} * 86'400;
   static constexpr std::size_t kMaxOutages = 100;
+
+  /// `speed`: how many times faster than true time the probe's clock runs.
+  explicit PassTimes(unsigned speed = 1) : speed_(speed) {}
+
+  /// The next pass is the first of a run of the probe.
+  void BeginRun() VEXORA_EXCLUDES(lock_);
 
   void Note(time_t at) VEXORA_EXCLUDES(lock_);
 
@@ -38,7 +45,9 @@ class PassTimes {
   std::vector<Outage> outages() const VEXORA_EXCLUDES(lock_);
 
  private:
+  const unsigned speed_;
   mutable utilities::lock::Mutex lock_;  // leaf
+  bool begins_run_ VEXORA_GUARDED_BY(lock_) = false;
   std::optional<time_t> first_ VEXORA_GUARDED_BY(lock_);
   std::optional<time_t> last_ VEXORA_GUARDED_BY(lock_);
   std::vector<Outage> outages_ VEXORA_GUARDED_BY(lock_);

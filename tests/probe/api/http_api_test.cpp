@@ -259,6 +259,18 @@ TEST(PassTimes, KnowTheOldestPassAndTheTimesWithoutAny) {
   EXPECT_EQ(times.outages().back().to, 5000 + 200 * 180);
 }
 
+TEST(PassTimes, TakeAStallForAnOutageOnlyWhereItIsOneInTrueTime) {
+  probe::PassTimes times(60);
+  for (const time_t at : {1000, 1180, 4000, 14'799}) times.Note(at);
+  EXPECT_THAT(times.outages(), ::testing::IsEmpty()) << "less than three true minutes";
+  times.Note(25'599);
+  EXPECT_THAT(times.outages(), ElementsAre(probe::Outage{14'799, 25'599}));
+  times.BeginRun();
+  times.Note(25'599 + 180);
+  times.Note(25'599 + 360);
+  EXPECT_THAT(times.outages(), ElementsAre(probe::Outage{14'799, 25'599}, probe::Outage{25'599, 25'779}));
+}
+
 TEST(PassTimes, KnowNothingFromBehindATimeLongerThanAnyHistory) {
   probe::PassTimes times;
   constexpr time_t kNow = 1'795'219'200;
