@@ -91,7 +91,7 @@ journal::SegmentHead HeadOfRun(const std::vector<journal::Segment>& segments) {
 }  // namespace
 
 ProbeApp::ProbeApp(Settings settings, std::function<void()> on_failure)
-    : settings_(std::move(settings)), on_failure_(std::move(on_failure)) {}
+    : settings_(std::move(settings)), on_failure_(std::move(on_failure)), pass_times_(settings_.speed) {}
 
 ProbeApp::~ProbeApp() {
   Stop();
@@ -253,15 +253,23 @@ void ProbeApp::BeginReplay() {
   if (!warm_start_) return;
   const auto begun = std::chrono::steady_clock::now();
   log::Info("the journal is replayed: histories come in while it is");
-  warm_start_->Begin([this](time_t at) { pass_times_.Note(at); },
-                     [this, begun] {
-                       const auto now = std::chrono::steady_clock::now();
-                       ready_since_.store(now.time_since_epoch().count());
-                       removed_devices_->OnReplayed();
-                       latest_.AllowQuestions();
-                       const std::chrono::duration<double> taken = now - begun;
-                       log::Info("the journal has been replayed, in %.1f s", taken.count());
-                     });
+  warm_start_->Begin(
+      [this](time_t at, bool begins_run) {
+        if (begins_run) pass_times_.BeginRun();
+        pass_times_.Note(at);
+      },
+      [this, begun](const LastSnapshots& last) {
+        // Before the engine's next pass, which compares their counters with the journal's.
+        if (simulated_) simulated_->ContinueFrom(last);
+        if (snmp_) snmp_->ContinueFrom(last);
+        const auto now = std::chrono::steady_clock::now();
+        ready_since_.store(now.time_since_epoch().count());
+        pass_times_.BeginRun();
+        removed_devices_->OnReplayed();
+        latest_.AllowQuestions();
+        const std::chrono::duration<double> taken = now - begun;
+        log::Info("the journal has been replayed, in %.1f s", taken.count());
+      });
 }
 
 HistoryStatus ProbeApp::History() const {

@@ -109,7 +109,8 @@ void WarmStart::InReplayedTime(const std::function<void()>& call) const {
   call();
 }
 
-void WarmStart::Begin(std::function<void(time_t at)> on_pass, std::function<void()> on_ready) {
+void WarmStart::Begin(std::function<void(time_t at, bool begins_run)> on_pass,
+                      std::function<void(const LastSnapshots& last)> on_ready) {
   if (is_empty()) return;
   on_pass_ = std::move(on_pass);
   on_ready_ = std::move(on_ready);
@@ -157,7 +158,7 @@ void WarmStart::ReadSegment(const Segment& segment) {
   std::ifstream file(segment.path, std::ios::binary);
   try {
     SegmentReader reader(file);
-    Step step{.begins_segment = true};
+    Step step{.begins_segment = true, .begins_run = segment.facts->head.is_first_of_run};
     std::uint64_t octets = 0;
     while (auto entry = reader.Next()) {
       step.entry = *std::move(entry);
@@ -219,6 +220,7 @@ std::optional<time_t> WarmStart::ApplyNext() {
     const Step step = std::move(taken_.front());
     taken_.pop_front();
     if (step.begins_segment) follower_.BeginSegment();
+    begins_run_ = begins_run_ || step.begins_run;
     done_octets_ += step.octets;
     NoteDelay();
     if (const auto* pass = std::get_if<PassEntry>(&step.entry)) {
@@ -252,13 +254,27 @@ void WarmStart::Apply(const PassEntry& pass) {
   for (NamedChange& change : follower_.Follow(pass)) {
     // A device has its place from the first pass that names it, whether it is known or not.
     replayed_.Name(change.mac);
+    const bool has_interfaces = change.snapshot != nullptr && !change.snapshot->interfaces.empty();
+    if (const auto before = has_interfaces ? nullptr : replayed_.Snapshot(change.mac);
+        before != nullptr && !before->interfaces.empty()) {
+      counted_[change.mac] = before;
+    }
     if (change.snapshot == nullptr) {
       replayed_.Forget(change.mac);
     } else {
       replayed_.ReplaceWith(change.mac, std::move(change.snapshot));
     }
   }
-  if (on_pass_) on_pass_(pass.at);
+  if (on_pass_) on_pass_(pass.at, std::exchange(begins_run_, false));
+}
+
+LastSnapshots WarmStart::TakeLastSnapshots() {
+  LastSnapshots last = std::exchange(counted_, {});
+  for (const std::string& mac : replayed_.NamedFrom(0)) {
+    auto snapshot = replayed_.Snapshot(mac);
+    if (snapshot != nullptr && !snapshot->interfaces.empty()) last[mac] = std::move(snapshot);
+  }
+  return last;
 }
 
 void WarmStart::HandOver() {
@@ -270,7 +286,7 @@ void WarmStart::HandOver() {
   NotePace();
   notes_.NoteEnd();
   is_ready_.store(true);
-  if (on_ready_) on_ready_();
+  if (on_ready_) on_ready_(TakeLastSnapshots());
   HoldCleanUps(false);
   clock_.End();
 }

@@ -14,6 +14,7 @@
 
 #include "platform/utilities/locks.h"
 #include "probe/host/device_centre.h"
+#include "probe/host/device_snapshot.h"
 #include "probe/journal/entry_follower.h"
 #include "probe/journal/journal_entry.h"
 #include "probe/journal/journal_folder.h"
@@ -65,9 +66,13 @@ class WarmStart {
   /// Calls `call` so that it sees the time at which the journal begins.
   void InReplayedTime(const std::function<void()>& call) const;
 
-  /// Starts the replay. `on_pass` hears of each pass before it is replayed, `on_ready` of the end, both on the engine's
-  /// thread.
-  void Begin(std::function<void(time_t at)> on_pass, std::function<void()> on_ready);
+  /// Starts the replay. `on_pass` hears of each pass before it is replayed, and whether it was the first of a run of
+  /// the probe, `on_ready` of the end, both on the engine's thread.
+  ///
+  /// `on_ready` gets the last state of each device in which it had interfaces: with its counters the plug-in compares
+  /// the first ones of the present.
+  void Begin(std::function<void(time_t at, bool begins_run)> on_pass,
+             std::function<void(const LastSnapshots& last)> on_ready);
 
   /// Ends the replay where it is; the engine stays in the journal's time. To be called before the plug-in is stopped.
   void Stop();
@@ -81,6 +86,7 @@ class WarmStart {
   /// An entry on its way from the reading thread to the engine's.
   struct Step {
     bool begins_segment = false;
+    bool begins_run = false;   ///< The segment is the first of a run.
     std::uint64_t octets = 0;  ///< That it takes in its segment.
     Entry entry{};
   };
@@ -98,6 +104,7 @@ class WarmStart {
   void NoteDelay();
   void NotePace() const;
   void Apply(const PassEntry& pass);
+  LastSnapshots TakeLastSnapshots();
   void HandOver();
 
   DeviceCentre& live_;
@@ -107,13 +114,15 @@ class WarmStart {
   std::uint64_t total_octets_ = 0;  // the measure of progress: a pass takes the longer, the more there is in it
   DeviceCentre replayed_;
   ReplayClock clock_;
-  std::function<void(time_t)> on_pass_;
-  std::function<void()> on_ready_;
+  std::function<void(time_t, bool)> on_pass_;
+  std::function<void(const LastSnapshots&)> on_ready_;
 
   // The engine's thread only.
   EntryFollower follower_;
   std::deque<Step> taken_;
   bool is_late_ = false;
+  bool begins_run_ = false;  // the next pass
+  LastSnapshots counted_;    // of devices that have no interfaces now, as before their first answer to a run
 
   SteadyClock::time_point begun_;
   std::atomic<std::uint64_t> done_octets_{0};

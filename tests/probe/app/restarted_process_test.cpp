@@ -8,11 +8,15 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <csignal>
+#include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -81,6 +85,7 @@ class RestartedProcess : public ::testing::Test {
 TEST_F(RestartedProcess, KnowsWhatTheKilledOneKnew) {
   json periods;
   json report;
+  json last_pass;
   std::string yesterday;
   {
     ProbeProcess probe(Arguments(), ProbeProcess::Journal::kAsConfigured);
@@ -92,6 +97,7 @@ TEST_F(RestartedProcess, KnowsWhatTheKilledOneKnew) {
     }));
     yesterday = periods["daily"][0];
     report = Asked(port, "/api/reports/networks?type=daily&period=" + yesterday);
+    last_pass = Asked(port, "/api/status")["passes"]["last"];
     probe.Signal(SIGKILL);
     EXPECT_EQ(probe.AwaitExit(), -SIGKILL);
   }
@@ -100,13 +106,72 @@ TEST_F(RestartedProcess, KnowsWhatTheKilledOneKnew) {
   ProbeProcess probe(Arguments(), ProbeProcess::Journal::kAsConfigured);
   const int port = probe.AwaitPort();
   ASSERT_NE(port, 0) << probe.output();
-  ASSERT_TRUE(Await(port, [](const json& status) { return status["history"]["state"] == "ready"; }));
+  std::size_t warming = 0;
+  ASSERT_TRUE(Await(port, [&](const json& status) {
+    if (status["history"]["state"] == "ready") return true;
+    EXPECT_EQ(status["passes"]["last"], nullptr) << "no pass was made yet";
+    ++warming;
+    return false;
+  }));
+  EXPECT_GT(warming, 0U);
   EXPECT_EQ(Asked(port, "/api/reports/networks?type=daily&period=" + yesterday), report);
-  ASSERT_TRUE(Await(port, [](const json& status) { return status["passes"]["last"].is_number(); }));
+  ASSERT_TRUE(Await(port, [&](const json& status) {
+    const json& last = status["passes"]["last"];
+    if (last.is_number()) {
+      EXPECT_GT(last, last_pass);
+    }
+    return last.is_number();
+  }));
   EXPECT_EQ(Asked(port, "/healthz"), json::parse(R"({"status": "ok"})"));
   EXPECT_EQ(Asked(port, "/api/status")["history"]["journal"], "on");
   probe.Signal(SIGTERM);
   EXPECT_EQ(probe.AwaitExit(), 0) << probe.output();
+}
+
+/// The highest speed of an interface in its last hour. Units: octets per second.
+std::uint64_t PeakOf(const json& message, const std::string& interface) {
+  std::uint64_t peak = 0;
+  const std::function<void(const json&)> look = [&](const json& tree) {
+    if (!tree.is_structured()) return;
+    if (tree.is_object() && tree.contains("input") && tree["input"].is_number()) {
+      peak = std::max({peak, tree["input"].get<std::uint64_t>(), tree["output"].get<std::uint64_t>()});
+    }
+    for (const json& child : tree) look(child);
+  };
+  const std::function<void(const json&)> find = [&](const json& tree) {
+    if (!tree.is_structured()) return;
+    if (tree.is_object() && tree.contains(interface)) look(tree[interface]);
+    for (const json& child : tree) find(child);
+  };
+  find(message);
+  return peak;
+}
+
+TEST_F(RestartedProcess, TakesNoCounterForOneThatHasCountedSinceTheDeviceStarted) {
+  constexpr std::uint64_t kGigabit = 1'000'000'000 / 8;
+  {
+    ProbeProcess probe(Arguments(), ProbeProcess::Journal::kAsConfigured);
+    const int port = probe.AwaitPort();
+    ASSERT_NE(port, 0) << probe.output();
+    ASSERT_TRUE(Await(port, [&](const json& /*status*/) {
+      return PeakOf(Asked(port, "/api/live/TrafficMonitor?interval=10m"), "wan0") > 0;
+    }));
+    probe.Signal(SIGKILL);
+    EXPECT_EQ(probe.AwaitExit(), -SIGKILL);
+  }
+  ProbeProcess probe(Arguments(), ProbeProcess::Journal::kAsConfigured);
+  const int port = probe.AwaitPort();
+  // Until a sample of ten minutes holds the first pass after the start.
+  constexpr std::int64_t kTwoSamples = 1200;
+  std::optional<std::int64_t> first;
+  ASSERT_TRUE(Await(port, [&](const json& status) {
+    const json& last = status["passes"]["last"];
+    if (!first && last.is_number()) first = last.get<std::int64_t>();
+    return first && last.get<std::int64_t>() >= *first + kTwoSamples;
+  })) << probe.output();
+  const std::uint64_t peak = PeakOf(Asked(port, "/api/live/TrafficMonitor?interval=10m"), "wan0");
+  EXPECT_GT(peak, 0U);
+  EXPECT_LE(peak, kGigabit) << "more than the cable carries";
 }
 
 TEST_F(RestartedProcess, BeginsAnewWhereAWarmStartIsNotWanted) {

@@ -98,7 +98,7 @@ SmallProbe::SmallProbe(const Options& options) : clock_(options.start) {
   } else {
     std::atomic<bool> is_ready{false};
     warm_start_->InReplayedTime([this] { plugin_->RegisterMonitors(); });
-    warm_start_->Begin({}, [&] { is_ready.store(true); });
+    warm_start_->Begin({}, [&](const auto& /*last*/) { is_ready.store(true); });
     while (!is_ready.load()) std::this_thread::yield();
   }
   clock_.AwaitSleeper();

@@ -1,5 +1,6 @@
 #include "probe/journal/warm_start.h"
 #include "platform/device_centre.h"
+#include "platform/device_records.h"
 #include "probe/clock/clock.h"
 #include "probe/host/connection_id.h"
 #include "probe/journal/journal_folder.h"
@@ -13,11 +14,13 @@
 #include <atomic>
 #include <chrono>
 #include <csignal>
+#include <cstdint>
 #include <fstream>
 #include <memory>
 #include <new>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "platform/logging.h"
@@ -33,6 +36,7 @@
 
 namespace {
 
+namespace records = vexora_probe::models::controller;
 using probe::DeviceCentre;
 using probe::DeviceSnapshot;
 using probe::InstalledClock;
@@ -128,7 +132,7 @@ class WarmStartTest : public ::testing::Test {
       WarmStart warm(Plan(), DeviceCentre::Instance());
       if (warm.is_empty()) _exit(0);
       const Engine engine(passes_);
-      warm.Begin([](time_t /*at*/) { kill(getpid(), SIGKILL); }, {});
+      warm.Begin([](time_t /*at*/, bool /*begins_run*/) { kill(getpid(), SIGKILL); }, {});
       while (true) pause();
     }
     int status = 0;
@@ -140,7 +144,15 @@ class WarmStartTest : public ::testing::Test {
   void Warm(WarmStart& warm) {
     const Engine engine(passes_);
     std::atomic<bool> is_ready{false};
-    warm.Begin([this](time_t at) { replayed_.push_back(at); }, [&] { is_ready.store(true); });
+    warm.Begin(
+        [this](time_t at, bool begins_run) {
+          replayed_.push_back(at);
+          if (begins_run) runs_.push_back(at);
+        },
+        [&](const probe::LastSnapshots& last) {
+          last_ = last;
+          is_ready.store(true);
+        });
     while (!is_ready.load()) std::this_thread::yield();
     warm.Stop();
     present_.RunPass(kPresent + 60);
@@ -153,6 +165,8 @@ class WarmStartTest : public ::testing::Test {
   test::TestFolder folder_;
   const std::string path_ = folder_.Path("journal");
   std::vector<time_t> replayed_;
+  std::vector<time_t> runs_;  // first replayed passes of a run
+  probe::LastSnapshots last_;
   std::vector<SeenPass> passes_;
 };
 
@@ -181,6 +195,51 @@ TEST_F(WarmStartTest, HandsTheEngineOverToTheDevicesOfTheSourcesInTheOldOrder) {
   EXPECT_THAT(passes_[2].devices, ElementsAre("B", "C")) << "nobody reports A any more";
   EXPECT_EQ(passes_[2].at, kPresent + 60);
   EXPECT_THAT(DeviceCentre::Instance().NamedFrom(0), ElementsAre("A", "B", "C"));
+}
+
+/// A snapshot with an interface that has moved so many octets.
+DeviceSnapshot Counted(std::uint64_t octets) {
+  DeviceSnapshot snapshot;
+  snapshot.interfaces["eth0"] = std::make_shared<records::InterfaceState>(
+      records::InterfaceState{.traffic = std::make_shared<records::TrafficStats>(
+                                  records::TrafficStats{.if_index = 1, .in_bytes = octets, .out_bytes = 0})});
+  return snapshot;
+}
+
+TEST_F(WarmStartTest, TellsWhichCountersThePluginSawLast) {
+  {
+    DeviceCentre centre;
+    JournalWriter writer(std::make_unique<JournalFolder>(path_), ListSegments(path_), {}, centre, {540, true, "", ""});
+    const auto pass = [&](time_t at) {
+      writer.OnPassBegins(at);
+      writer.OnPassEnds();
+    };
+    for (const char* mac : {"A", "B", "C"}) centre.Replace(mac, Counted(7));
+    pass(600);
+    centre.Replace("A", Counted(8));
+    centre.Replace("D", DeviceSnapshot{});
+    pass(660);
+    centre.Replace("B", DeviceSnapshot{});  // as a device that has not answered yet
+    centre.Forget("C");
+    pass(720);
+    pass(780);
+  }
+  WarmStart warm(Plan(), DeviceCentre::Instance());
+  Warm(warm);
+  std::vector<std::pair<std::string, std::uint64_t>> counters;
+  for (const auto& [mac, snapshot] : last_) {
+    counters.emplace_back(mac, snapshot->interfaces.at("eth0")->traffic->in_bytes);
+  }
+  using testing::Pair;
+  EXPECT_THAT(counters, ElementsAre(Pair("A", 8), Pair("B", 7), Pair("C", 7)));
+}
+
+TEST_F(WarmStartTest, TellsWhereARunBegan) {
+  Journal({"A"}, 600, 2);
+  Journal({"A"}, 1200, 2);
+  WarmStart warm(Plan(), DeviceCentre::Instance());
+  Warm(warm);
+  EXPECT_THAT(runs_, ElementsAre(600, 1200));
 }
 
 TEST_F(WarmStartTest, PushesAndLogsNothingUntilItIsReady) {
@@ -282,11 +341,11 @@ TEST_F(WarmStartTest, GoesOnPastItsLimitAndNotesThePace) {
     const Engine engine(passes_);
     std::atomic<bool> is_ready{false};
     warm.Begin(
-        [&](time_t at) {
+        [&](time_t at, bool /*begins_run*/) {
           replayed_.push_back(at);
           if (replayed_.size() == 1) std::this_thread::sleep_for(1200ms);
         },
-        [&] { is_ready.store(true); });
+        [&](const auto& /*last*/) { is_ready.store(true); });
     while (!is_ready.load()) std::this_thread::yield();
     warm.Stop();
     present_.RunPass(kPresent + 60);
@@ -358,11 +417,11 @@ TEST_F(WarmStartTest, EndsEarlyWhenThereIsNoMemory) {
     const Engine engine(passes_);
     std::atomic<bool> is_ready{false};
     warm.Begin(
-        [&](time_t at) {
+        [&](time_t at, bool /*begins_run*/) {
           replayed_.push_back(at);
           if (replayed_.size() == 3) throw std::bad_alloc();
         },
-        [&] { is_ready.store(true); });
+        [&](const auto& /*last*/) { is_ready.store(true); });
     while (!is_ready.load()) std::this_thread::yield();
     warm.Stop();
     present_.RunPass(kPresent + 60);
