@@ -63,9 +63,9 @@ void CopyFirstDay(const RogueAPs& day, const std::string& hearer, RogueAPs& week
 }
 
 /// Adds one scan to a report.
-class ScanFold {
+class ScanRecorder {
  public:
-  ScanFold(const Scan& scan, long now, const ReportTime& time, const HostFunctions& host, NetworkReport& report)
+  ScanRecorder(const Scan& scan, long now, const ReportTime& time, const HostFunctions& host, NetworkReport& report)
       : scan_(scan), now_(now), time_(time), host_(host), report_(report) {}
 
   /// Adds the entries of the scan to the samples and the day. Returns the keys that the scan names.
@@ -180,7 +180,7 @@ class ScanFold {
 }  // namespace
 
 void RecordScan(const Scan& scan, long now, const ReportTime& time, const HostFunctions& host, NetworkReport& report) {
-  ScanFold fold(scan, now, time, host, report);
+  ScanRecorder fold(scan, now, time, host, report);
   const std::set<std::string> keys = fold.RecordDay();
   if (report.current_rogue_week == time.week) {
     fold.RenewWeek(keys);
