@@ -1,6 +1,7 @@
 #include "monitor/clientcount/client_count_monitor.h"
 
 #include <array>
+#include <cstddef>
 #include <memory>
 #include <utility>
 
@@ -59,40 +60,62 @@ int ClientCountMonitor::CurrentMinute() const {
 }
 
 void ClientCountMonitor::CollectData() {
-  const auto macs = DeviceManager::GetInstance().GetOnlineManagedDevices(true);
+  reset_.clear();
+  counted_.clear();
+  const auto& macs = pass_devices_.Begin(DeviceManager::GetInstance().GetOnlineManagedDevices(true));
   for (const std::string& mac : macs) {
-    if (monitoring::WirelessDevice(mac) != nullptr) ResetCounts(mac);
+    if (monitoring::WirelessDevice(mac) != nullptr) reset_.push_back(&mac);
   }
   for (const std::string& mac : macs) {
     // Asked for anew: a device that was cleaned up meanwhile must not be counted from its old reading.
     const auto device = monitoring::WirelessDevice(mac);
-    if (device != nullptr) ConvertDriverStruct(mac, clientcount::ReadClients(*device));
+    if (device != nullptr) Count(mac, clientcount::ReadClients(*device));
   }
-}
-
-void ClientCountMonitor::ResetCounts(const std::string& mac) {
-  const lock_guard_write held(counts_lock);
-  const auto device = mac_ssid_map.find(mac);
-  if (device == mac_ssid_map.end()) return;
-  for (auto& [ssid, current] : device->second) current.count = 0;
 }
 
 void ClientCountMonitor::ConvertDriverStruct(const std::string& mac,
                                              const std::vector<clientcount::InterfaceClients>& interfaces) {
-  for (const auto& [interface, ssid, clients] : interfaces) {
+  Count(mac, interfaces);
+  const lock_guard_write held(counts_lock);
+  Publish();
+}
+
+void ClientCountMonitor::Count(const std::string& mac, std::vector<clientcount::InterfaceClients> interfaces) {
+  for (auto& [interface, ssid, clients] : interfaces) {
     pel_log_debug(log_module::kMonitor, "[ClientCountMonitor::ConvertDriverStruct] Interface name:%s",
                   interface.c_str());
     pel_log_debug(log_module::kMonitor,
                   "[ClientCountMonitor::ConvertDriverStruct] mac: %s, ssid name:%s, client count: %d", mac.c_str(),
                   ssid.c_str(), static_cast<int>(clients));
     if (clients == 0) continue;  // no pair: an SSID on which nobody ever was is not shown
-    // Taken for one interface at a time, and after its log lines, so that a push need not wait for all devices.
-    const lock_guard_write held(counts_lock);
-    AddClient(mac, ssid, static_cast<int>(clients));
+    counted_.push_back({.mac = &mac, .ssid = std::move(ssid), .clients = static_cast<int>(clients)});
   }
 }
 
-void ClientCountMonitor::AddClient(const std::string& mac, const std::string& ssid, int clients) {
+void ClientCountMonitor::Publish() {
+  // All places are made first, with counts of 0, which nothing shows: what needs memory is done before a count changes.
+  places_.clear();
+  places_.reserve(counted_.size());
+  const std::string* mac = nullptr;
+  bool is_removed = false;
+  for (const Counted& counted : counted_) {
+    if (counted.mac != mac) is_removed = pass_devices_.IsRemoved(*counted.mac);
+    mac = counted.mac;
+    places_.push_back(is_removed ? nullptr : &CountOf(*mac, counted.ssid));
+  }
+  for (const std::string* reset : reset_) {
+    const auto device = mac_ssid_map.find(*reset);
+    if (device == mac_ssid_map.end()) continue;
+    for (auto& [ssid, current] : device->second) current.count = 0;
+  }
+  for (std::size_t index = 0; index < counted_.size(); ++index) {
+    if (places_[index] != nullptr) places_[index]->count += counted_[index].clients;
+  }
+  reset_.clear();
+  counted_.clear();
+}
+
+monitoring::clientCountStruct& ClientCountMonitor::CountOf(const std::string& mac, const std::string& ssid) {
   auto& ssids = mac_ssid_map[mac];
   auto pair = ssids.find(ssid);
   if (pair == ssids.end()) {
@@ -100,12 +123,14 @@ void ClientCountMonitor::AddClient(const std::string& mac, const std::string& ss
     pair = ssids.try_emplace(ssid).first;
     ++carriers;
   }
-  pair->second.count += clients;
+  return pair->second;
 }
 
 void ClientCountMonitor::DataMerge() {
+  const lock_guard_write held(counts_lock);
+  Publish();
   CalculateClientCount();
-  MergeDataForInterval();
+  MergeViews();
 }
 
 void ClientCountMonitor::CalculateClientCount() {
@@ -114,7 +139,6 @@ void ClientCountMonitor::CalculateClientCount() {
 }
 
 void ClientCountMonitor::PaddedZeroCount() {
-  const lock_guard_write held(counts_lock);
   PaddedZeroCountForDifferentView(device_client_counts[monitoring::kView1m]);
   PaddedZeroCountForDifferentView(ssid_client_counts[monitoring::kView1m]);
 }
@@ -125,7 +149,6 @@ void ClientCountMonitor::PaddedZeroCountForDifferentView(SeriesById& series_by_i
 }
 
 void ClientCountMonitor::MergeCurrentCount() {
-  const lock_guard_write held(counts_lock);
   MergeView(clientcount::CountByDevice(mac_ssid_map), device_client_counts);
   MergeView(clientcount::CountBySsid(mac_ssid_map, kAllIds), ssid_client_counts);
   pel_log_debug(log_module::kMonitor, "[ClientCountMonitor::MergeCurrentCount] debug");
@@ -146,6 +169,10 @@ void ClientCountMonitor::MergeView(const CountById& current, Views& view) const 
 
 void ClientCountMonitor::MergeDataForInterval() {
   const lock_guard_write held(counts_lock);
+  MergeViews();
+}
+
+void ClientCountMonitor::MergeViews() {
   for (const monitoring::ViewStep& step : monitoring::kViewChain) {
     MergeDifferentInterval(step.source, step.target, step.count, step.minutes);
   }
@@ -331,6 +358,7 @@ void ClientCountMonitor::Cleanup(const std::string& mac) {
   }
   pel_log_debug(log_module::kMonitor, "[ClientCountMonitor::Cleanup] mac : %s", mac.c_str());
   const lock_guard_write held(counts_lock);
+  pass_devices_.Remove(mac);
   // The longer views keep their series: what was counted in the last month stays true.
   const auto minutes = device_client_counts.find(monitoring::kView1m);
   if (minutes != device_client_counts.end()) minutes->second.erase(mac);

@@ -9,6 +9,7 @@
 #include "monitor/engine/filter.h"
 #include "monitor/engine/json_tree.h"
 #include "monitor/engine/monitor.h"
+#include "monitor/engine/pass_devices.h"
 #include "platform/utilities/locks.h"
 
 /// Counts the wireless clients of every SSID and of every device once a minute, and keeps the peaks of these counts at
@@ -24,19 +25,20 @@ class ClientCountMonitor final : public Monitor {
 
   std::string GetMonitorName() override;
 
-  /// Counts the clients of every online managed device that has a wireless side anew.
-  void CollectData() override VEXORA_EXCLUDES(counts_lock);
+  /// Counts the clients of every online managed device that has a wireless side anew, aside: `DataMerge` shows them.
+  void CollectData() override;
 
   /// Adds the clients of one device to its counts.
   void ConvertDriverStruct(const std::string& mac,
                            const std::vector<monitoring::clientcount::InterfaceClients>& interfaces)
       VEXORA_EXCLUDES(counts_lock);
 
-  /// Writes the counts into the "1m" view and builds the longer views.
+  /// Makes what was counted the present counts, but for devices that were cleaned up meanwhile, writes them into the
+  /// "1m" view and builds the longer views. Messages show what was before, or all of it.
   void DataMerge() override VEXORA_EXCLUDES(counts_lock);
 
   /// Writes the present counts into the "1m" view; whoever has a series there and no count gets 0.
-  void CalculateClientCount() VEXORA_EXCLUDES(counts_lock);
+  void CalculateClientCount() VEXORA_REQUIRES(counts_lock);
 
   void MergeDataForInterval() override VEXORA_EXCLUDES(counts_lock);
   void MergeDifferentInterval(const std::string& source, const std::string& target, int count, int minutes) override
@@ -66,20 +68,33 @@ class ClientCountMonitor final : public Monitor {
   /// Minutes since the epoch at this pass: the key of its samples.
   int CurrentMinute() const;
 
-  /// Sets the present counts of a device to 0.
-  void ResetCounts(const std::string& mac) VEXORA_EXCLUDES(counts_lock);
-  /// Counts so many clients more of one SSID on one device.
-  void AddClient(const std::string& mac, const std::string& ssid, int clients) VEXORA_REQUIRES(counts_lock);
+  /// The clients of one SSID on one device, as a pass counted them.
+  struct Counted {
+    const std::string* mac = nullptr;
+    std::string ssid;
+    int clients = 0;
+  };
+
+  /// Counts the clients of one device aside.
+  void Count(const std::string& mac, std::vector<monitoring::clientcount::InterfaceClients> interfaces);
+  /// Makes what was counted aside the present counts.
+  ///
+  /// Fails: with `std::bad_alloc`, and then the counts are as they were.
+  void Publish() VEXORA_REQUIRES(counts_lock);
+  /// The count of one SSID on one device, which is made when there is none.
+  monitoring::clientCountStruct& CountOf(const std::string& mac, const std::string& ssid) VEXORA_REQUIRES(counts_lock);
 
   /// Gives every series of both "1m" views a sample of 0.
-  void PaddedZeroCount() VEXORA_EXCLUDES(counts_lock);
+  void PaddedZeroCount() VEXORA_REQUIRES(counts_lock);
   /// The same for one view; drops the oldest sample of a series that is then too long.
   void PaddedZeroCountForDifferentView(SeriesById& series_by_id) const VEXORA_REQUIRES(counts_lock);
   /// Writes the present counts into both "1m" views.
-  void MergeCurrentCount() VEXORA_EXCLUDES(counts_lock);
+  void MergeCurrentCount() VEXORA_REQUIRES(counts_lock);
   /// The same for one of them.
   void MergeView(const CountById& current, Views& view) const VEXORA_REQUIRES(counts_lock);
 
+  /// Builds the longer views from the shorter ones.
+  void MergeViews() VEXORA_REQUIRES(counts_lock);
   /// `MergeDifferentInterval` for the views by SSID or for those by device.
   void MergeCountDifferentInterval(Views& view, const std::string& source, const std::string& target, int count,
                                    int minutes) const VEXORA_REQUIRES(counts_lock);
@@ -117,6 +132,12 @@ class ClientCountMonitor final : public Monitor {
   /// devices that will then carry the SSID, and another one where there is none.
   void LogCarriers(const std::string& mac) const VEXORA_REQUIRES_SHARED(counts_lock);
 
+  // The engine's thread only: what a pass counted and did not publish yet. The texts are those of `pass_devices_`.
+  std::vector<const std::string*> reset_;  // devices whose counts begin anew
+  std::vector<Counted> counted_;
+  std::vector<monitoring::clientCountStruct*> places_;  // where these are published
+
+  monitoring::PassDevices pass_devices_;
   Views ssid_client_counts VEXORA_GUARDED_BY(counts_lock);    // view -> SSID -> series
   Views device_client_counts VEXORA_GUARDED_BY(counts_lock);  // view -> device MAC -> series
   // Counts by SSID are summed up from it when they are needed.

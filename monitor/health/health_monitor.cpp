@@ -1,9 +1,12 @@
 #include "monitor/health/health_monitor.h"
 
+#include <cstddef>
 #include <map>
 #include <memory>
+#include <new>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "monitor/engine/boundary.h"
 #include "monitor/engine/constants.h"
@@ -40,6 +43,11 @@ std::map<lws*, std::shared_ptr<Filter>> FilterOfEachConnection(const subscribes:
   return filters;
 }
 
+/// Asked once more after a device was read: nothing is stored of one that was removed meanwhile.
+bool IsToBeKept(const std::string& mac) {
+  return monitoring::DeviceWithDriver(mac) != nullptr && !mac.empty();
+}
+
 /// One device of a message. Asks the host for what is not in the snapshot: whether the device is wireless, and its
 /// level.
 JsonTree DeviceEntry(const std::string& mac, const HealthStatus& status) {
@@ -59,12 +67,16 @@ std::string HealthMonitor::GetMonitorName() {
 }
 
 void HealthMonitor::CollectData() {
-  for (const std::string& mac : DeviceManager::GetInstance().GetOnlineManagedDevices(true)) {
+  const auto& macs = pass_devices_.Begin(DeviceManager::GetInstance().GetOnlineManagedDevices(true));
+  std::vector<Collected> collected;
+  collected.reserve(macs.size());
+  for (const std::string& mac : macs) {
     // A fresh one for each device: what cannot be read now is unknown, and not what it was a minute ago.
-    HealthStatus status;
-    SystemStateDe(mac, status);
-    UpdateHealthStatus(mac, status);
+    Collected& device = collected.emplace_back(Collected{.mac = &mac, .status = {}});
+    SystemStateDe(mac, device.status);
+    if (!IsToBeKept(mac)) collected.pop_back();
   }
+  Publish(collected);
 }
 
 void HealthMonitor::SystemStateDe(const std::string& mac, HealthStatus& status) {
@@ -73,10 +85,34 @@ void HealthMonitor::SystemStateDe(const std::string& mac, HealthStatus& status) 
 }
 
 void HealthMonitor::UpdateHealthStatus(const std::string& mac, const HealthStatus& status) {
-  // Asked once more: nothing is stored of a device that was removed while it was read.
-  if (monitoring::DeviceWithDriver(mac) == nullptr || mac.empty()) return;
+  if (!IsToBeKept(mac)) return;
   const lock_guard_write held(health_lock);
   health_status_map[mac] = status;
+}
+
+void HealthMonitor::Publish(std::vector<Collected>& collected) {
+  std::map<std::string, HealthStatus> added;
+  const lock_guard_write held(health_lock);
+  std::erase_if(collected, [this](const Collected& device) { return pass_devices_.IsRemoved(*device.mac); });
+  for (std::size_t done = 0; done < collected.size(); ++done) {
+    const std::string& mac = *collected[done].mac;
+    const auto known = health_status_map.find(mac);
+    if (known != health_status_map.end()) {
+      std::swap(known->second, collected[done].status);
+      continue;
+    }
+    try {
+      added[mac] = std::move(collected[done].status);
+    } catch (const std::bad_alloc&) {
+      // Half of a pass must not be shown: what was put in is taken out again, by the same exchange.
+      for (std::size_t undone = 0; undone < done; ++undone) {
+        const auto again = health_status_map.find(*collected[undone].mac);
+        if (again != health_status_map.end()) std::swap(again->second, collected[undone].status);
+      }
+      throw;
+    }
+  }
+  health_status_map.merge(added);
 }
 
 void HealthMonitor::monitor(const std::string& /*argument*/) {
@@ -124,5 +160,6 @@ void HealthMonitor::Cleanup(const std::string& mac) {
   }
   pel_log_info(log_module::kMonitor, "[HealthMonitor::Cleanup] Cleanup for mac: %s", mac.c_str());
   const lock_guard_write held(health_lock);
+  pass_devices_.Remove(mac);
   health_status_map.erase(mac);
 }

@@ -2,9 +2,11 @@
 
 #include <map>
 #include <string>
+#include <vector>
 
 #include "monitor/engine/json_tree.h"
 #include "monitor/engine/monitor.h"
+#include "monitor/engine/pass_devices.h"
 #include "monitor/health/health_status.h"
 #include "platform/utilities/locks.h"
 
@@ -19,7 +21,8 @@ class HealthMonitor : public Monitor {
 
   std::string GetMonitorName() override;
 
-  /// Refreshes every online managed device.
+  /// Refreshes every online managed device. All of them are read first and then shown at once, but for those that were
+  /// cleaned up meanwhile.
   void CollectData() override VEXORA_EXCLUDES(health_lock);
 
   /// Reads one device's state into `status`, which stays as it is for a device that is unknown or has no driver.
@@ -52,6 +55,18 @@ class HealthMonitor : public Monitor {
   void Cleanup(const std::string& mac) override VEXORA_EXCLUDES(health_lock);
 
  private:
+  /// What was read of one device of a pass.
+  struct Collected {
+    const std::string* mac = nullptr;  ///< One of `pass_devices_`.
+    monitoring::HealthStatus status;
+  };
+
+  /// Makes what a pass collected the snapshots, all of it at once.
+  ///
+  /// Fails: with `std::bad_alloc`, and then the snapshots are those of the pass before.
+  void Publish(std::vector<Collected>& collected) VEXORA_EXCLUDES(health_lock);
+
+  monitoring::PassDevices pass_devices_;
   std::map<std::string, monitoring::HealthStatus> health_status_map VEXORA_GUARDED_BY(health_lock);  // by device MAC
   mutable utilities::lock::RwLock health_lock;
 };

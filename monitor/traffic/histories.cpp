@@ -82,6 +82,11 @@ void RenameInterface(DeviceRecord& device, const std::string& old_name, const st
   }
 }
 
+bool HasHistory(const DeviceRecord& device, const std::string& name) {
+  const InterfaceRecord* known = FindInterface(device, name);
+  return known != nullptr && HasHistory(*known);
+}
+
 void StoreReading(DeviceRecord& device, const Reading& reading) {
   AddNewInterfaces(device.interfaces, reading);
   ++device.reading;
@@ -91,7 +96,7 @@ void StoreReading(DeviceRecord& device, const Reading& reading) {
   for (const MeasuredInterface& interface : reading) {
     while (record->name != interface.name) ++record;
     record->latest = interface.counters;
-    record->if_index = interface.if_index;
+    record->latest_if_index = interface.if_index;
     record->reading = device.reading;
     ++record;
   }
@@ -101,6 +106,7 @@ void StoreAsLast(DeviceRecord& device, time_t now) {
   for (InterfaceRecord& interface : device.interfaces) {
     interface.last = interface.latest;
     interface.has_last = device.HasLatest(interface);
+    if (interface.has_last) interface.if_index = interface.latest_if_index;
   }
   device.last_sample_time = device.sample_time;
   device.last_polling_time = now;

@@ -24,13 +24,17 @@ std::size_t DropFutureSamples(History& history, time_t now);
 /// there. Histories of `new_name` in views where `old_name` has none stay.
 void RenameInterface(DeviceRecord& device, const std::string& old_name, const std::string& new_name);
 
+/// Whether an interface of this name has a history in any view, also one without samples.
+bool HasHistory(const DeviceRecord& device, const std::string& name);
+
 /// Makes a reading, which is sorted by name, the latest one of a device.
 ///
 /// Interfaces that it lacks keep their histories and their ifIndex. Fails: with `std::bad_alloc`, and then the device
 /// keeps the reading before.
 void StoreReading(DeviceRecord& device, const Reading& reading);
 
-/// Makes the latest reading of a device, in the pass of `now`, the last one. Records without counters and histories go.
+/// Makes the latest reading of a device, in the pass of `now`, the last one, and shows its ifIndexes. Records without
+/// counters and histories go.
 void StoreAsLast(DeviceRecord& device, time_t now);
 
 /// Appends to `target` the mean of the newest `count` samples of `source`, stamped `now`: if there are so many, and if

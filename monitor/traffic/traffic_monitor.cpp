@@ -71,7 +71,7 @@ std::string TrafficMonitor::GetMonitorName() {
 }
 
 void TrafficMonitor::CollectData() {
-  for (const std::string& mac : DeviceManager::GetInstance().GetOnlineManagedDevices(true)) {
+  for (const std::string& mac : pass_devices_.Begin(DeviceManager::GetInstance().GetOnlineManagedDevices(true))) {
     const auto device = monitoring::DeviceWithDriver(mac);
     if (device == nullptr) continue;
     traffic::ReadInterfaces(mac, *device, reading_);
@@ -85,13 +85,24 @@ void TrafficMonitor::CollectData() {
 }
 
 void TrafficMonitor::ConvertDriverStruct(const std::string& mac, const Device& device, traffic::Reading& reading) {
+  renames_.clear();
   for (traffic::MeasuredInterface& interface : reading) {
     traffic::ReadAttributeInfo(device, interface.own_name, attribute_info_);
     GenerateNewInterfaceName(attribute_info_);
     interface.name = attribute_info_.interface_name;
-    if (interface.name != interface.own_name) ReplaceInterfaceTraffic(mac, interface.own_name, interface.name);
+    if (interface.name == interface.own_name || mac.empty()) continue;
+    // One rename may give the next one its histories.
+    if (!renames_.empty() || HasHistory(mac, interface.own_name)) {
+      renames_.push_back({.old_name = interface.own_name, .new_name = interface.name});
+    }
   }
   reading.SortByName();
+}
+
+bool TrafficMonitor::HasHistory(const std::string& mac, const std::string& name) const {
+  const lock_guard_read held(views_lock_);
+  const auto device = devices_.find(mac);
+  return device != devices_.end() && traffic::HasHistory(device->second, name);
 }
 
 void TrafficMonitor::GenerateNewInterfaceName(AttributeInfo& info) {
@@ -110,67 +121,59 @@ void TrafficMonitor::ReplaceInterfaceTraffic(const std::string& mac, const std::
 void TrafficMonitor::StoreReading(const std::string& mac, const traffic::Reading& reading) {
   const lock_guard collection(collection_lock_);
   const lock_guard_write views(views_lock_);
-  traffic::StoreReading(devices_[mac], reading);
+  if (pass_devices_.IsRemoved(mac)) return;
+  DeviceRecord& device = devices_[mac];
+  traffic::StoreReading(device, reading);
+  device.renames.swap(renames_);
 }
 
 void TrafficMonitor::DataMerge() {
-  {
-    const lock_guard collection(collection_lock_);
-    const lock_guard_write views(views_lock_);
-    has_view_[traffic::kMinuteView] = true;
-    for (auto& [mac, device] : devices_) RemoveBadTimeSampleForDifferentView(device, traffic::kMinuteView);
-  }
-  const bool is_clock_set_back = [this] {
-    const lock_guard collection(collection_lock_);
-    return MayHaveFutureSamples();
-  }();
-  if (!is_clock_set_back) {
+  const lock_guard collection(collection_lock_);
+  const lock_guard_write views(views_lock_);
+  MakeRenames();
+  has_view_[traffic::kMinuteView] = true;
+  if (!MayHaveFutureSamples()) {
     FoldAtOnce();
     return;
   }
+  for (auto& [mac, device] : devices_) RemoveBadTimeSampleForDifferentView(device, traffic::kMinuteView);
   // Step by step, for samples of the future are dropped in between, and logged.
-  CalculateTrafficSpeed();
-  MergeDataForInterval();
+  FoldSpeeds();
+  FoldViews();
+}
+
+void TrafficMonitor::MakeRenames() {
+  for (auto& [mac, device] : devices_) {
+    for (const auto& [old_name, new_name] : device.renames) traffic::RenameInterface(device, old_name, new_name);
+    device.renames.clear();
+  }
 }
 
 void TrafficMonitor::FoldAtOnce() {
-  const lock_guard held(collection_lock_);
   NoteSampleTime();
   PadMissingInterfaces();
-  {
-    const lock_guard_write views(views_lock_);
-    has_view_.fill(true);
-  }
-  ForEachDevice([this](const std::string& mac, DeviceRecord& device) VEXORA_REQUIRES(collection_lock_, views_lock_) {
+  has_view_.fill(true);
+  for (auto& [mac, device] : devices_) {
     if (device.reading != 0) CalculateDeviceSpeed(mac, device);
     MergeAllViews(device);
-  });
+  }
 }
 
 void TrafficMonitor::CalculateTrafficSpeed() {
-  const lock_guard held(collection_lock_);
-  NoteSampleTime();
-  PadMissingInterfaces();
-  ForEachDevice([this](const std::string& mac, DeviceRecord& device) VEXORA_REQUIRES(views_lock_) {
-    if (device.reading != 0) CalculateDeviceSpeed(mac, device);
-  });
+  const lock_guard collection(collection_lock_);
+  const lock_guard_write views(views_lock_);
+  FoldSpeeds();
 }
 
-template <typename Work>
-void TrafficMonitor::ForEachDevice(Work work) {
-  auto device = [this] {
-    const lock_guard_read views(views_lock_);
-    return devices_.begin();
-  }();
-  for (;; ++device) {
-    const lock_guard_write views(views_lock_);
-    if (device == devices_.end()) return;
-    work(device->first, device->second);
+void TrafficMonitor::FoldSpeeds() {
+  NoteSampleTime();
+  PadMissingInterfaces();
+  for (auto& [mac, device] : devices_) {
+    if (device.reading != 0) CalculateDeviceSpeed(mac, device);
   }
 }
 
 void TrafficMonitor::PadMissingInterfaces() {
-  const lock_guard_write held(views_lock_);
   for (auto& [mac, device] : devices_) {
     if (device.read_interfaces == device.interfaces.size()) continue;  // none is missing
     for (InterfaceRecord& interface : device.interfaces) {
@@ -240,14 +243,15 @@ void TrafficMonitor::CalculateInterfaceSpeed(const std::string& mac, const Devic
 }
 
 void TrafficMonitor::MergeDataForInterval() {
-  const lock_guard held(collection_lock_);
+  const lock_guard collection(collection_lock_);
+  const lock_guard_write views(views_lock_);
+  FoldViews();
+}
+
+void TrafficMonitor::FoldViews() {
   NoteSampleTime();
-  {
-    const lock_guard_write views(views_lock_);
-    has_view_.fill(true);
-  }
-  ForEachDevice([this](const std::string& /*mac*/, DeviceRecord& device)
-                    VEXORA_REQUIRES(collection_lock_, views_lock_) { MergeAllViews(device); });
+  has_view_.fill(true);
+  for (auto& [mac, device] : devices_) MergeAllViews(device);
 }
 
 void TrafficMonitor::MergeAllViews(DeviceRecord& device) const {
@@ -263,15 +267,11 @@ void TrafficMonitor::MergeDifferentInterval(const std::string& source, const std
   const auto from = traffic::ViewNumber(source);
   const auto to = traffic::ViewNumber(target);
   if (!from || !to) return;
-  const lock_guard held(collection_lock_);
+  const lock_guard collection(collection_lock_);
+  const lock_guard_write views(views_lock_);
   NoteSampleTime();
-  {
-    const lock_guard_write views(views_lock_);
-    has_view_[*from] = has_view_[*to] = true;
-  }
-  ForEachDevice([&](const std::string& /*mac*/, DeviceRecord& device) VEXORA_REQUIRES(collection_lock_, views_lock_) {
-    MergeDevice(device, *from, *to, count, minutes);
-  });
+  has_view_[*from] = has_view_[*to] = true;
+  for (auto& [mac, device] : devices_) MergeDevice(device, *from, *to, count, minutes);
 }
 
 void TrafficMonitor::MergeDevice(DeviceRecord& device, std::size_t source, std::size_t target, int count,
@@ -364,5 +364,6 @@ void TrafficMonitor::Cleanup(const std::string& mac) {
   traffic::Devices::node_type removed;  // freed after the locks are released
   const lock_guard collection(collection_lock_);
   const lock_guard_write views(views_lock_);
+  pass_devices_.Remove(mac);
   removed = devices_.extract(mac);
 }

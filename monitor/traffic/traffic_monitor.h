@@ -11,6 +11,7 @@
 
 #include "monitor/engine/filter.h"
 #include "monitor/engine/monitor.h"
+#include "monitor/engine/pass_devices.h"
 #include "monitor/traffic/speed_history.h"
 #include "monitor/traffic/traffic_collect.h"
 #include "monitor/traffic/traffic_fold.h"
@@ -36,10 +37,10 @@ class TrafficMonitor final : public Monitor {
   /// Takes a reading of every online managed device.
   void CollectData() override VEXORA_EXCLUDES(collection_lock_, views_lock_);
 
-  /// Gives the interfaces of a device's reading their display names and puts them in the order of these; moves the
-  /// histories of interfaces whose display name is not their own.
+  /// Gives the interfaces of a device's reading their display names and puts them in the order of these; notes those
+  /// with histories under their own names, which are to be moved.
   void ConvertDriverStruct(const std::string& mac, const Device& device, monitoring::traffic::Reading& reading)
-      VEXORA_EXCLUDES(collection_lock_, views_lock_);
+      VEXORA_EXCLUDES(views_lock_);
 
   /// Makes the record's name the display name: band and SSID for an interface that carries a network, else its own.
   static void GenerateNewInterfaceName(AttributeInfo& info);
@@ -48,7 +49,7 @@ class TrafficMonitor final : public Monitor {
   void ReplaceInterfaceTraffic(const std::string& mac, const std::string& old_name, const std::string& new_name)
       VEXORA_EXCLUDES(collection_lock_, views_lock_);
 
-  /// Folds the newest readings into the views.
+  /// Folds the newest readings into the views. Messages show what was before, or all of it.
   void DataMerge() override VEXORA_EXCLUDES(collection_lock_, views_lock_);
 
   /// Turns the difference between this pass's counters and the last ones into one sample for each interface.
@@ -89,21 +90,26 @@ class TrafficMonitor final : public Monitor {
   using DeviceRecord = monitoring::traffic::DeviceRecord;
   using InterfaceRecord = monitoring::traffic::InterfaceRecord;
 
-  /// Makes a reading the latest one of a device.
+  /// Whether an interface has histories under this name.
+  bool HasHistory(const std::string& mac, const std::string& name) const VEXORA_EXCLUDES(views_lock_);
+
+  /// Makes a reading the latest one of a device, with the renames that it brought. Not that of a device which was
+  /// cleaned up since it was read.
   void StoreReading(const std::string& mac, const monitoring::traffic::Reading& reading)
       VEXORA_EXCLUDES(collection_lock_, views_lock_);
 
-  /// Calls `work(mac, record)` for each device in the order of MACs. Takes the views' lock for one device at a time, so
-  /// that readers wait for no more than that; the devices stay, for clean-up needs the other lock, too.
-  template <typename Work>
-  void ForEachDevice(Work work) VEXORA_REQUIRES(collection_lock_) VEXORA_EXCLUDES(views_lock_);
+  /// Makes the renames of the latest readings.
+  void MakeRenames() VEXORA_REQUIRES(views_lock_);
 
   /// Speeds and averages of one device before the next one, so that its records stay in the cache meanwhile: for a pass
   /// in which there are no samples of the future.
-  void FoldAtOnce() VEXORA_EXCLUDES(collection_lock_, views_lock_);
+  void FoldAtOnce() VEXORA_REQUIRES(collection_lock_, views_lock_);
+  /// The same step by step, for any pass.
+  void FoldSpeeds() VEXORA_REQUIRES(collection_lock_, views_lock_);
+  void FoldViews() VEXORA_REQUIRES(collection_lock_, views_lock_);
 
   /// Gives every interface of the "1m" view that the latest readings lack a zero sample.
-  void PadMissingInterfaces() VEXORA_REQUIRES(collection_lock_) VEXORA_EXCLUDES(views_lock_);
+  void PadMissingInterfaces() VEXORA_REQUIRES(views_lock_);
 
   /// Appends a sample for every interface of a device's latest reading, and makes it the last one.
   void CalculateDeviceSpeed(const std::string& mac, DeviceRecord& device) const VEXORA_REQUIRES(views_lock_);
@@ -137,8 +143,11 @@ class TrafficMonitor final : public Monitor {
   // The engine's thread only, which fills it anew for each device.
   monitoring::traffic::Reading reading_;
   AttributeInfo attribute_info_;
+  std::vector<monitoring::traffic::Rename> renames_;
 
-  // Held while a reading is stored and through the whole calculation of speeds and averages. Clean-up takes both locks.
+  monitoring::PassDevices pass_devices_;
+
+  // Both are held while a reading is stored, through the whole fold, and by a clean-up.
   // Order: collection_lock_ before views_lock_, never the reverse.
   utilities::lock::Mutex collection_lock_;
   time_t latest_sample_time_ VEXORA_GUARDED_BY(collection_lock_) = std::numeric_limits<time_t>::min();

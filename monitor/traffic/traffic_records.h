@@ -50,13 +50,20 @@ std::optional<std::size_t> ViewNumber(std::string_view name);
 
 /// One interface of a device.
 struct InterfaceRecord {
-  Counters latest;            ///< Of the newest reading that has the interface.
-  Counters last;              ///< Of the reading of the pass before; only valid if `has_last`.
-  std::uint32_t reading = 0;  ///< The number of the reading that `latest` is from; 0 for none.
-  std::int32_t if_index = 0;  ///< Kept for an interface that disappeared, for its histories are, too.
-  bool has_last = false;      ///< The pass before had counters of the interface.
+  Counters latest;                   ///< Of the newest reading that has the interface.
+  Counters last;                     ///< Of the reading of the pass before; only valid if `has_last`.
+  std::uint32_t reading = 0;         ///< The number of the reading that `latest` is from; 0 for none.
+  std::int32_t if_index = 0;         ///< Kept for an interface that disappeared, for its histories are, too.
+  std::int32_t latest_if_index = 0;  ///< Of the reading of `latest`; shown when that is folded.
+  bool has_last = false;             ///< The pass before had counters of the interface.
   std::array<History, kViewNames.size()> histories;  ///< By the number of the view.
   std::string name;                                  ///< The display name.
+};
+
+/// An interface that got another display name.
+struct Rename {
+  std::string old_name;
+  std::string new_name;
 };
 
 /// One device.
@@ -64,6 +71,7 @@ struct DeviceRecord {
   std::vector<InterfaceRecord> interfaces;  ///< Sorted by name; a name occurs once.
   std::uint32_t reading = 0;                ///< The number of the latest reading, counted from 1; 0 before the first.
   std::size_t read_interfaces = 0;          ///< Interfaces in the latest reading.
+  std::vector<Rename> renames;              ///< That the latest reading brought, in order; made when it is folded.
   time_t sample_time = 0;                   ///< Device clock at the latest reading.
   time_t last_sample_time = 0;              ///< Device clock at the reading of the pass before; 0 when there is none.
   time_t last_polling_time = 0;             ///< Time of the pass before; 0 when there is none.

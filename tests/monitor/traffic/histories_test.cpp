@@ -250,6 +250,9 @@ TEST_F(HistoriesStoreReading, MakesRecordsInTheOrderOfNames) {
 
 TEST_F(HistoriesStoreReading, KeepsTheRecordsOfInterfacesThatItLacks) {
   Store({"a", "b", "c"});
+  EXPECT_EQ(FindInterface(device, "c")->if_index, 0) << "shown before it is folded";
+  StoreAsLast(device, 60);
+  EXPECT_EQ(FindInterface(device, "c")->if_index, 3);
   Store({"b"});
   EXPECT_THAT(Names(), ElementsAre("a", "b", "c"));
   EXPECT_EQ(Latest(), (::Latest{{"b", 1}}));
