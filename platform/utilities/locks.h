@@ -124,12 +124,23 @@ class VEXORA_CAPABILITY("read-write lock") RwLock {
   void UnlockWrite() VEXORA_RELEASE() { pthread_rwlock_unlock(&lock_); }
 
  private:
+  /// Holds the readers' mutex until the end of the scope.
+  class ReadersWait {
+   public:
+    explicit ReadersWait(pthread_mutex_t& mutex) : mutex_(mutex) { pthread_mutex_lock(&mutex_); }
+    ~ReadersWait() { pthread_mutex_unlock(&mutex_); }
+    ReadersWait(const ReadersWait&) = delete;
+    ReadersWait& operator=(const ReadersWait&) = delete;
+
+   private:
+    pthread_mutex_t& mutex_;
+  };
+
   /// The common case, no writer waiting, costs one atomic load.
   void WaitForWriters() {
     if (waiting_writers_.load() == 0) return;
-    pthread_mutex_lock(&readers_wait_);
+    const ReadersWait held(readers_wait_);  // a thread that is cancelled in its wait must not keep it
     while (waiting_writers_.load() != 0) pthread_cond_wait(&no_writer_waits_, &readers_wait_);
-    pthread_mutex_unlock(&readers_wait_);
   }
   void EndWritersWait() {
     pthread_mutex_lock(&readers_wait_);  // a reader between its check and its wait must not miss the broadcast

@@ -67,6 +67,33 @@ TEST(RwLock, LetsReadersReadTogether) {
   SUCCEED();
 }
 
+TEST(RwLock, LetsReadersGoOnAfterOneWasCancelledInItsWait) {
+  RwLock lock;
+  const auto read = [](void* shared) -> void* {
+    const lock_guard_read held(*static_cast<RwLock*>(shared));
+    return nullptr;
+  };
+  const auto write = [](void* shared) -> void* {
+    const lock_guard_write held(*static_cast<RwLock*>(shared));
+    return nullptr;
+  };
+  pthread_t writer{};
+  pthread_t cancelled{};
+  void* result = nullptr;
+  {
+    const lock_guard_read held(lock);
+    ASSERT_EQ(pthread_create(&writer, nullptr, write, &lock), 0);
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));  // it waits for us
+    ASSERT_EQ(pthread_create(&cancelled, nullptr, read, &lock), 0);
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));  // it waits for the writer
+    ASSERT_EQ(pthread_cancel(cancelled), 0);
+    ASSERT_EQ(pthread_join(cancelled, &result), 0);
+    EXPECT_EQ(result, PTHREAD_CANCELED);
+  }
+  ASSERT_EQ(pthread_join(writer, nullptr), 0);
+  read(&lock);
+}
+
 TEST(RwLock, KeepsWritersApart) {
   RwLock lock;
   int value = 0;
