@@ -4,7 +4,7 @@
 #include <cstddef>
 
 #include "probe/text/json_c_handle.h"
-#include "probe/text/utf8.h"
+#include "probe/text/strict_json.h"
 
 namespace {
 // Atomic in place of a lock: the engine asks for it once for each message.
@@ -30,7 +30,7 @@ std::string compose_communication_struct(const char* name, json_object* body) {
   // With its length: a message may have megabytes.
   std::size_t length = 0;
   const char* text = json_object_to_json_string_length(envelope.get(), JSON_C_TO_STRING_SPACED, &length);
-  return text == nullptr ? std::string() : probe::ReplaceInvalidUtf8(std::string(text, length));
+  return text == nullptr ? std::string() : probe::StrictJson(std::string(text, length));
 }
 
 }  // namespace kro_utilities::jsonobject

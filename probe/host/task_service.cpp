@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <csignal>
+#include <new>
 #include <string>
 #include <system_error>
 #include <utility>
@@ -43,14 +44,15 @@ TaskService& TaskService::Instance() {
 int TaskService::Start(std::shared_ptr<Task> task) {
   if (task == nullptr) return -1;
   const lock_guard held(lock_);
-  auto& place = tasks_[task->name()];
-  if (place != nullptr) return -1;
+  if (tasks_.contains(task->name())) return -1;
   InstallWakeHandler();
-  place = std::make_shared<RunningTask>();
-  // A copy: the task itself goes to its thread.
-  const std::string name = task->name();
-  if (StartThread(*place, std::move(task))) return 0;
-  tasks_.erase(name);
+  try {
+    const auto place = tasks_.emplace(task->name(), std::make_shared<RunningTask>()).first;
+    if (StartThread(*place->second, std::move(task))) return 0;
+    tasks_.erase(place);
+  } catch (const std::bad_alloc&) {
+    // Nothing was added: the place of a task is made last.
+  }
   return -1;
 }
 
@@ -60,6 +62,8 @@ bool TaskService::StartThread(RunningTask& running, std::shared_ptr<Task> task) 
         std::thread([this, &running, owned = std::move(task)]() mutable { Run(std::move(owned), running); });
     return true;
   } catch (const std::system_error&) {
+    return false;
+  } catch (const std::bad_alloc&) {
     return false;
   }
 }

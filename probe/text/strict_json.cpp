@@ -28,8 +28,10 @@ std::size_t EndOfLiteral(std::string_view text, std::size_t begin) {
 }  // namespace
 
 std::string StrictJson(std::string text) {
-  const std::string valid = ReplaceInvalidUtf8(std::move(text));
+  std::string valid = ReplaceInvalidUtf8(std::move(text));
   const std::string_view view = valid;
+  // As good as always: messages have megabytes, and this is the quick way through them.
+  if (view.find("NaN") == std::string_view::npos && view.find("Infinity") == std::string_view::npos) return valid;
   std::string strict;
   strict.reserve(valid.size());
   for (std::size_t place = 0; place < view.size();) {

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 #include <json-c/json.h>
 
+#include <limits>
 #include <string>
 
 #include "platform/sending.h"
@@ -32,6 +33,15 @@ TEST(Envelope, LeavesTheBodyToItsOwner) {
 
 TEST(Envelope, HoldsNullForANullBody) {
   EXPECT_EQ(compose_communication_struct("TrafficMonitor", nullptr), R"({ "name": "TrafficMonitor", "data": null })");
+}
+
+TEST(Envelope, HoldsNullForANumberThatIsNone) {
+  const JsonCHandle body(json_object_new_object());
+  json_object_object_add(body.get(), "mean", json_object_new_double(-std::numeric_limits<double>::infinity()));
+  json_object_object_add(body.get(), "peak", json_object_new_double(std::numeric_limits<double>::quiet_NaN()));
+  json_object_object_add(body.get(), "name", json_object_new_string("NaN, \"Infinity\""));
+  EXPECT_EQ(compose_communication_struct("t", body.get()),
+            R"({ "name": "t", "data": { "mean": null, "peak": null, "name": "NaN, \"Infinity\"" } })");
 }
 
 TEST(Envelope, IsValidUtf8WhateverSingleOctetANameHolds) {
