@@ -1,6 +1,7 @@
 #include "monitor/reports/client/client_report_fold.h"
 
 #include <algorithm>
+#include <new>
 
 #include "monitor/engine/counters.h"
 
@@ -12,7 +13,11 @@ std::int32_t Sum(std::int32_t left, std::int32_t right) {
   return SaturatedSeconds(static_cast<std::uint64_t>(left) + static_cast<std::uint64_t>(right));
 }
 
-/// Copies what the device reported last.
+ClientRows& RowsIn(ClientReport& report, const Sighting& client) {
+  return client.is_guest ? report.guests : report.clients;
+}
+
+/// Copies what the device reported last. Allocates nothing where there is room.
 void Describe(const Sighting& client, WirelessClientItem& row) {
   row.data_rate = client.data_rate;
   row.hostname = client.hostname;
@@ -39,6 +44,10 @@ void AddRows(const ClientRows& day, ClientRows& week) {
 
 }  // namespace
 
+void MakeRoom(const Sighting& client, WirelessClientItem& row) {
+  if (row.hostname.capacity() < client.hostname.size()) row.hostname.reserve(client.hostname.size());
+}
+
 const WirelessClientStatics* Follow(const WirelessClientStatics& counters, std::uint64_t pass,
                                     FollowedClient& followed) {
   if (followed.pass != pass) {
@@ -50,14 +59,37 @@ const WirelessClientStatics* Follow(const WirelessClientStatics& counters, std::
   return followed.was_there_before ? &followed.before : nullptr;
 }
 
+void CarryOver(std::uint64_t pass, FollowedClients& clients) {
+  for (auto& [key, client] : clients) {
+    if (client.pass != 0 && client.pass == pass - 1) client.pass = pass;
+  }
+}
+
 void DropGone(std::uint64_t pass, std::size_t seen, FollowedClients& clients) {
   if (clients.size() / 2 <= seen) return;
   std::erase_if(clients, [&](const auto& entry) { return entry.second.pass != pass; });
 }
 
 Row RowOf(const Sighting& client, ClientReport& report) {
-  const auto [entry, is_new] = (client.is_guest ? report.guests : report.clients).try_emplace(client.key);
+  const auto [entry, is_new] = RowsIn(report, client).try_emplace(client.key);
   return {.item = entry->second, .is_new = is_new};
+}
+
+Rows RowsOf(const Sighting& client, ClientReport& today, ClientReport& this_week) {
+  const Row day = RowOf(client, today);
+  bool is_week_new = false;
+  try {
+    const Row week = RowOf(client, this_week);
+    is_week_new = week.is_new;
+    MakeRoom(client, day.item);
+    MakeRoom(client, week.item);
+    return {.day = day, .week = week};
+  } catch (const std::bad_alloc&) {
+    // A row of which nothing is counted would be shown with times of 1970.
+    if (day.is_new) RowsIn(today, client).erase(client.key);
+    if (is_week_new) RowsIn(this_week, client).erase(client.key);
+    throw;
+  }
 }
 
 void CountContinuing(const Sighting& client, const WirelessClientStatics& before, time_t now,
@@ -79,15 +111,17 @@ void CountArriving(const Sighting& client, time_t now, Row row) {
 }
 
 void RebuildWeek(const ClientReports& daily, const std::string& day, const std::string& week, ClientReports& weekly) {
-  weekly.erase(week);
   // The key of a week begins with the key of its first day, and keys of days sort as the days do.
   const std::string first_day = week.substr(0, week.find('/'));
-  // `weekly[week]` is made in the loop only: a week without days does not exist.
+  ClientReports rebuilt;  // empty when there are no days: a week without days does not exist
   for (auto kept = daily.lower_bound(first_day); kept != daily.end() && kept->first < day; ++kept) {
-    ClientReport& report = weekly[week];
+    ClientReport& report = rebuilt[week];
     AddRows(kept->second.clients, report.clients);
     AddRows(kept->second.guests, report.guests);
   }
+  // From here on nothing allocates.
+  weekly.erase(week);
+  weekly.merge(rebuilt);
 }
 
 void Trim(ClientReports& reports, const std::string& current, std::size_t limit) {

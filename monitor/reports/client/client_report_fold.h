@@ -17,6 +17,10 @@ namespace monitoring::client_report {
 const WirelessClientStatics* Follow(const WirelessClientStatics& counters, std::uint64_t pass,
                                     FollowedClient& followed);
 
+/// Ends a pass that ran out of memory: whom it did not come to is taken as seen in it, as in the pass before, so that
+/// the next pass goes on from there with everybody.
+void CarryOver(std::uint64_t pass, FollowedClients& clients);
+
 /// Drops the clients that pass number `pass` did not see, once they outnumber the `seen` that it saw.
 void DropGone(std::uint64_t pass, std::size_t seen, FollowedClients& clients);
 
@@ -28,6 +32,20 @@ struct Row {
 
 /// The row of a client, made if there is none. Its address stays the same as long as the report lives.
 Row RowOf(const Sighting& client, ClientReport& report);
+
+/// The rows of a client in a day and in a week.
+struct Rows {
+  Row day;
+  Row week;
+};
+
+/// Makes room in a row for what the client is described by.
+void MakeRoom(const Sighting& client, WirelessClientItem& row);
+
+/// Both rows, with room for what the client will be described by: counting it needs no memory any more.
+///
+/// Fails: with `std::bad_alloc`, and then there are no rows that were not there before.
+Rows RowsOf(const Sighting& client, ClientReport& today, ClientReport& this_week);
 
 /// Adds the traffic and the online time of a client that was there in the last pass, too, to its row of a day or a
 /// week.
@@ -44,6 +62,7 @@ void CountArriving(const Sighting& client, time_t now, Row row);
 /// Rebuilds the rows of `week` from the days that are kept: those from its first day until before `day`.
 ///
 /// Used when the clock was set back: the time since then is counted again, and must not count twice.
+/// Fails: with `std::bad_alloc`, and then nothing has changed.
 void RebuildWeek(const ClientReports& daily, const std::string& day, const std::string& week, ClientReports& weekly);
 
 /// Removes the first period after `current`, which there is when the clock was set back, and then the oldest when more

@@ -68,17 +68,17 @@ using ClientReports = std::map<std::string, ClientReport>;  ///< Day or week key
 
 namespace client_report {
 
-/// What the passes before have left of a client: its counters, and where its rows are.
-///
-/// A pass has a number, which goes up when it is completed: one that ran out of memory is made again under its number.
+/// What the passes before have left of a client: its counters, and where its rows are. Passes are numbered.
 struct FollowedClient {
   std::uint64_t pass = 0;         ///< The latest pass that saw the client; 0 before the first.
+  time_t seen_at = 0;             ///< Its time.
+  time_t seen_before_at = 0;      ///< The time of the pass that saw it before that one.
   bool was_there_before = false;  ///< Whether the pass before that one saw it, too.
+  bool is_guest = false;          ///< Whether the rows below are rows of guests.
   WirelessClientStatics latest;   ///< Its counters in the latest pass.
   WirelessClientStatics before;   ///< Those in the pass before, if it was there.
 
   std::uint64_t generation = 0;             ///< Of the rows to which the pointers lead; of no rows when it is 0.
-  bool is_guest = false;                    ///< Whether these are rows of guests.
   WirelessClientItem* today = nullptr;      ///< Its row of the present day.
   WirelessClientItem* this_week = nullptr;  ///< Its row of the present week.
 };

@@ -69,24 +69,37 @@ void WirelessClientReport::DataMerge() {
   Pass pass{.now = static_cast<time_t>(now), .day = GetDateStr(now), .week = GetWeekStr(now)};
   // For the whole pass, so that no report shows half of one.
   const lock_guard_write held(lock_);
-  if (now < last_pass_time_) {  // the clock was set back
-    ++row_generation_;
-    daily_.erase(pass.day);
-    client_report::RebuildWeek(daily_, pass.day, pass.week, weekly_);
-  }
+  if (is_cut_short_) ResumeAfterShortage();
+  is_cut_short_ = true;
+  if (now < latest_time_) RepairAfterClock(pass);
+  latest_time_ = pass.now;
   if (pass.day != day_ || pass.week != week_) {
     ++row_generation_;
     day_ = pass.day;
     week_ = pass.week;
   }
   // The first pass of a day counts the traffic of the minute before it to the new day, but no time online.
-  if (pass.day == GetDateStr(static_cast<long>(last_pass_time_))) {
-    pass.online_seconds = monitoring::SaturatedSeconds(monitoring::SecondsBetween(last_pass_time_, pass.now));
-  }
+  pass.online_seconds = OnlineSeconds(last_pass_time_, pass);
   for (const std::string& mac : DeviceManager::GetInstance().GetOnlineManagedDevices(true)) Collectdata(mac, pass);
   client_report::DropGone(++completed_passes_, pass.seen, followed_);
   last_pass_time_ = pass.now;
   Trim(pass);
+  is_cut_short_ = false;
+}
+
+std::int32_t WirelessClientReport::OnlineSeconds(time_t seen_at, const Pass& pass) {
+  if (pass.day != GetDateStr(static_cast<long>(seen_at))) return 0;
+  return monitoring::SaturatedSeconds(monitoring::SecondsBetween(seen_at, pass.now));
+}
+
+void WirelessClientReport::ResumeAfterShortage() {
+  client_report::CarryOver(++completed_passes_, followed_);
+}
+
+void WirelessClientReport::RepairAfterClock(const Pass& pass) {
+  client_report::RebuildWeek(daily_, pass.day, pass.week, weekly_);
+  ++row_generation_;
+  daily_.erase(pass.day);
 }
 
 void WirelessClientReport::Collectdata(const std::string& mac, Pass& pass) {
@@ -114,19 +127,29 @@ void WirelessClientReport::Count(const Sighting& client, const Pass& pass, Follo
                                  ClientReport& today, ClientReport& this_week) {
   // Two keys with the separator in a name can be one text, and then one may be a guest's.
   const bool is_known = followed.generation == row_generation_ && followed.is_guest == client.is_guest;
-  const Row day_row = is_known ? Row{*followed.today} : client_report::RowOf(client, today);
-  const Row week_row = is_known ? Row{*followed.this_week} : client_report::RowOf(client, this_week);
-  followed.today = &day_row.item;
-  followed.this_week = &week_row.item;
+  const client_report::Rows rows = is_known
+                                       ? client_report::Rows{.day = {*followed.today}, .week = {*followed.this_week}}
+                                       : client_report::RowsOf(client, today, this_week);
+  if (is_known) {
+    client_report::MakeRoom(client, rows.day.item);
+    client_report::MakeRoom(client, rows.week.item);
+  }
+  // From here on nothing allocates: a client is counted in both rows or in none.
+  followed.today = &rows.day.item;
+  followed.this_week = &rows.week.item;
   followed.is_guest = client.is_guest;
   followed.generation = row_generation_;
+  if (followed.pass != completed_passes_ + 1) followed.seen_before_at = std::exchange(followed.seen_at, pass.now);
   const auto* before = client_report::Follow(client.counters, completed_passes_ + 1, followed);
-  for (const Row& row : {day_row, week_row}) {
-    if (before == nullptr) {
-      client_report::CountArriving(client, pass.now, row);
-    } else {
-      client_report::CountContinuing(client, *before, pass.now, pass.online_seconds, row);
-    }
+  if (before == nullptr) {
+    for (const Row& row : {rows.day, rows.week}) client_report::CountArriving(client, pass.now, row);
+    return;
+  }
+  // Another time only for a client that a pass counted which then ran out of memory.
+  const bool is_of_last_pass = followed.seen_before_at == last_pass_time_;
+  const auto online_seconds = is_of_last_pass ? pass.online_seconds : OnlineSeconds(followed.seen_before_at, pass);
+  for (const Row& row : {rows.day, rows.week}) {
+    client_report::CountContinuing(client, *before, pass.now, online_seconds, row);
   }
 }
 

@@ -49,7 +49,7 @@ class WirelessClientReport final : public Monitor {
     time_t now = 0;
     std::string day;
     std::string week;
-    std::int32_t online_seconds = 0;  ///< What a client gets that the last pass saw, too.
+    std::int32_t online_seconds = 0;  ///< What a client gets that the last pass saw, too. See `OnlineSeconds`.
     std::size_t seen = 0;             ///< Clients counted so far; one on two devices counts twice.
   };
 
@@ -59,6 +59,12 @@ class WirelessClientReport final : public Monitor {
   void Count(const monitoring::client_report::Sighting& client, const Pass& pass,
              monitoring::client_report::FollowedClient& followed, monitoring::ClientReport& today,
              monitoring::ClientReport& this_week) VEXORA_REQUIRES(lock_);
+  /// The time online of a client that was seen at a moment before; that of the last pass is mostly the right one.
+  static std::int32_t OnlineSeconds(time_t seen_at, const Pass& pass);
+  /// Whatever memory ran out in the pass before: nobody is counted twice in this one, and nobody's traffic is lost.
+  void ResumeAfterShortage() VEXORA_REQUIRES(lock_);
+  /// Takes back what was counted after the present time, which the clock now shows again.
+  void RepairAfterClock(const Pass& pass) VEXORA_REQUIRES(lock_);
   /// Drops periods that are too old, or lie in the future.
   void Trim(const Pass& pass) VEXORA_REQUIRES(lock_);
 
@@ -77,5 +83,7 @@ class WirelessClientReport final : public Monitor {
   std::string week_ VEXORA_GUARDED_BY(lock_);
   monitoring::ClientReports daily_ VEXORA_GUARDED_BY(lock_);
   monitoring::ClientReports weekly_ VEXORA_GUARDED_BY(lock_);
-  time_t last_pass_time_ VEXORA_GUARDED_BY(lock_) = 0;  // 0 before the first pass
+  time_t last_pass_time_ VEXORA_GUARDED_BY(lock_) = 0;  // of the latest completed pass; 0 before the first
+  time_t latest_time_ VEXORA_GUARDED_BY(lock_) = 0;     // of the latest pass, also of one that ran out of memory
+  bool is_cut_short_ VEXORA_GUARDED_BY(lock_) = false;  // a pass has begun and was not completed
 };
