@@ -2,18 +2,28 @@
 
 namespace test {
 
-/// Lets one `new` of this thread fail, once for as long as it lives. Needs `heap_shortage.cpp` among the sources of the
-/// executable, whose operators stand before those of the C++ library.
+/// Lets allocations of this thread fail, for as long as it lives. Needs `heap_shortage.cpp` among the sources of the
+/// executable, whose functions stand before those of the libraries.
 class HeapShortage {
  public:
-  /// The allocation that fails is that after the first `spared` ones.
-  explicit HeapShortage(int spared);
+  enum class Of {
+    kNew,     ///< The operators `new`: what C++ takes.
+    kMalloc,  ///< The C library's functions: what json-c takes. Never fails with a sanitizer, which has its own.
+  };
+  enum class Lasts { kOnce, kForEver };
+
+  /// The first allocation of this kind that fails is that after the first `spared` ones.
+  explicit HeapShortage(int spared, Of kind = Of::kNew, Lasts lasts = Lasts::kOnce);
   ~HeapShortage();
   HeapShortage(const HeapShortage&) = delete;
   HeapShortage& operator=(const HeapShortage&) = delete;
 
-  /// Whether it has come to the allocation that fails.
+  /// Whether it has come to an allocation that failed.
   static bool HasStruck();
 };
+
+/// How many blocks this thread has of the C library's heap and not of `new`, more than at some moment: for differences.
+/// Always 0 with a sanitizer.
+long BlocksOfMalloc();
 
 }  // namespace test
