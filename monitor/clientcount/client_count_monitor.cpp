@@ -245,19 +245,20 @@ void ClientCountMonitor::monitor(const std::string& /*argument*/) {
 }
 
 void ClientCountMonitor::PushDataBySID(const subscribes::SubscriptionList& /*subscriptions*/) {
-  monitoring::WithinBoundary("ClientCountMonitor::PushDataBySID", [&] {
-    // The list handed in is that of the monitor's own name, which is no topic; each of the two topics has its own.
-    for (const std::string topic : kTopics) {
+  // The list handed in is that of the monitor's own name, which is no topic; each of the two topics has its own.
+  for (const char* name : kTopics) {
+    monitoring::WithinBoundary("ClientCountMonitor::PushDataBySID", [&] {
+      const std::string topic = name;
       const auto subscriptions = subscribes::SubscribesManager::GetInstance().GetSubscribeList(topic);
       monitoring::MergedList merged;
       SidMergedWithFilter(subscriptions, merged);
       monitoring::SendToEach(
-          merged, [&](const Filter& filter) { return Body(topic, filter); },
+          "ClientCountMonitor::PushDataBySID", merged, [&](const Filter& filter) { return Body(topic, filter); },
           [&](const Filter& filter, const JsonTree& body, const std::vector<std::string>& sids) {
             return Message(topic, filter, body, sids);
           });
-    }
-  });
+    });
+  }
 }
 
 std::string ClientCountMonitor::GenerateJsonMsg(const std::string& type, const Filter& filter,

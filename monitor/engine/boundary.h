@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cxxabi.h>
+#include <pthread.h>
 
 #include <atomic>
 #include <exception>
@@ -57,5 +58,18 @@ void WithinBoundary(const char* place, Step step) {
   static std::atomic<bool> is_reported{false};  // one for each type of `step`: each lambda has a type of its own
   WithinBoundary(place, step, kDefectPolicy, is_reported);
 }
+
+/// Has the cancellation of this thread wait as long as it lives: for destructors that call the host, because an
+/// unwinding cannot leave them.
+class CancellationDeferral {
+ public:
+  CancellationDeferral() { pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &state_); }
+  ~CancellationDeferral() { pthread_setcancelstate(state_, nullptr); }
+  CancellationDeferral(const CancellationDeferral&) = delete;
+  CancellationDeferral& operator=(const CancellationDeferral&) = delete;
+
+ private:
+  int state_ = PTHREAD_CANCEL_ENABLE;
+};
 
 }  // namespace monitoring

@@ -57,7 +57,8 @@ char* Report(const char* name, char const* request) {
 }  // namespace
 
 int RegisterMonitors() {
-  WithinBoundary("RegisterMonitors", [] {
+  int result = 0;
+  WithinBoundary("RegisterMonitors", [&result] {
     MonitoringManager& manager = MonitoringManager::GetInstance();
     // In any order: a pass goes by the names of the monitors.
     manager.RegisterMonitor(std::make_shared<HealthMonitor>());
@@ -67,10 +68,11 @@ int RegisterMonitors() {
     manager.RegisterMonitor(std::make_shared<vexora_probe::monitor::WirelessNetworkReport>());
     manager.RegisterMonitor(std::make_shared<WirelessClientReport>());
     manager.startMonitorEngine();
+    result = 1;
     // Last, so that a clean-up that the host makes at once finds all monitors.
     RegisterMonitorMemoryCleanup(&ForgetDevice);
   });
-  return 1;
+  return result;
 }
 
 void stop_monitor() {

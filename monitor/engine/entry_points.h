@@ -17,13 +17,15 @@
 /// minute later.
 ///
 /// Threads: once, from the host's start-up path, when every service of the contract is ready to be called.
-/// Fails:   always returns 1. A task service that refuses the engine's task is logged, and no pass will run.
+/// Fails:   returns 1, and 0 when memory ran out before the engine was started: the host may call it again. A task
+///          service that refuses the engine's task is logged, and no pass will run.
 extern "C" VEXORA_EXPORT int RegisterMonitors();
 
 /// Stops the engine and releases the monitors. Returns when the engine's task is over: after at most one sleep and
 /// one pass, at once with a host that interrupts the sleep.
 ///
 /// Threads: once, from the host's shutdown path, not from the engine's thread. Report calls may still be under way.
+/// Fails:   never; it needs no memory.
 extern "C" VEXORA_EXPORT void stop_monitor();
 
 /// The days and weeks for which a wireless client report can be had. The argument is ignored.

@@ -130,8 +130,12 @@ void SetSids(const JsonTree& message, const std::vector<std::string>& sids) {
 
 std::string TextOf(json_object* value) {
   if (value == nullptr) return {};
-  // json-c serialises what is no string here; null when the heap is exhausted.
-  const char* text = json_object_get_string(value);
+  if (json_object_is_type(value, json_type_string) != 0) return json_object_get_string(value);
+  // A copy: json-c keeps the text in the value that it makes it of, and several threads may read one request.
+  json_object* copied = nullptr;
+  const int failed = json_object_deep_copy(value, &copied, nullptr);
+  const JsonTree copy(copied);
+  const char* text = failed != 0 ? nullptr : json_object_get_string(copy.get());
   return text == nullptr ? std::string() : text;
 }
 

@@ -1,13 +1,16 @@
 #include "monitor/engine/monitoring_manager.h"
 
+#include <new>
 #include <utility>
 #include <vector>
 
+#include "monitor/engine/boundary.h"
 #include "monitor/engine/constants.h"
 #include "monitor/engine/merge_task.h"
 #include "platform/logging.h"
 #include "platform/tasks.h"
 
+using monitoring::WithinBoundary;
 using utilities::lock::lock_guard;
 
 namespace {
@@ -27,38 +30,60 @@ MonitoringManager& MonitoringManager::GetInstance() {
   return manager;
 }
 
+MonitoringManager::MonitoringManager()
+    : merge_task_(monitoring::kMergeTask),
+      monitors_(std::make_shared<const Registry>()),
+      no_monitors_(std::make_shared<const Registry>()) {}
+
 void MonitoringManager::RegisterMonitor(std::shared_ptr<Monitor> monitor) {
   if (monitor == nullptr) return;
   const std::string name = monitor->GetMonitorName();
+  const SharedRegistry before = Monitors();
+  if (before->contains(name)) return;
+  auto registry = std::make_shared<Registry>(*before);
+  registry->emplace(name, monitor);
   {
     const lock_guard held(registry_lock_);
-    if (!monitors_.emplace(name, monitor).second) return;
+    monitors_ = std::move(registry);
   }
   // Without the lock: the host may ask for the monitor while it adds the subscriber.
   auto& subscriptions = subscribes::SubscribesManager::GetInstance();
-  for (const std::string& topic : TopicsOf(name)) subscriptions.AddSubscriber(topic, monitor);
+  try {
+    for (const std::string& topic : TopicsOf(name)) subscriptions.AddSubscriber(topic, monitor);
+  } catch (const std::bad_alloc&) {
+    // A monitor that nobody can subscribe to would keep its place from one that comes when there is memory again.
+    const lock_guard held(registry_lock_);
+    monitors_ = before;
+    throw;
+  }
 }
 
 std::shared_ptr<Monitor> MonitoringManager::GetMonitor(const std::string& name) const {
-  const lock_guard held(registry_lock_);
-  const auto found = monitors_.find(name);
-  return found == monitors_.end() ? nullptr : found->second;
+  const SharedRegistry monitors = Monitors();
+  const auto found = monitors->find(name);
+  return found == monitors->end() ? nullptr : found->second;
 }
 
-MonitoringManager::Registry MonitoringManager::Monitors() const {
+MonitoringManager::SharedRegistry MonitoringManager::Monitors() const {
   const lock_guard held(registry_lock_);
   return monitors_;
 }
 
 void MonitoringManager::DataUpdate(const long& now) {
-  for (const auto& [name, monitor] : Monitors()) {
-    monitor->set_current_time(now);
-    monitor->DataUpdate();
+  const SharedRegistry monitors = Monitors();
+  for (const auto& [name, monitor] : *monitors) {
+    WithinBoundary("MonitoringManager::DataUpdate", [&, &each = *monitor] {
+      each.set_current_time(now);
+      each.DataUpdate();
+    });
   }
 }
 
 void MonitoringManager::Cleanup(const std::string& mac) {
-  for (const auto& [name, monitor] : Monitors()) monitor->Cleanup(mac);
+  const SharedRegistry monitors = Monitors();
+  for (const auto& [name, monitor] : *monitors) {
+    WithinBoundary("MonitoringManager::Cleanup", [&mac, &each = *monitor] { each.Cleanup(mac); });
+  }
 }
 
 void MonitoringManager::startMonitorEngine() {
@@ -69,13 +94,16 @@ void MonitoringManager::startMonitorEngine() {
 
 void MonitoringManager::stopMonitorEngine() {
   set_stop_flag(true);  // before the wait: the task looks at it after each pass
-  for (const auto& [name, monitor] : Monitors()) monitor->stop_monitor();
+  SharedRegistry monitors = Monitors();
+  for (const auto& [name, monitor] : *monitors) {
+    WithinBoundary("MonitoringManager::stopMonitorEngine", [&each = *monitor] { each.stop_monitor(); });
+  }
   // No lock is held: the pass that the task may still make looks at the registry.
-  task_manager::WaitTaskPool(monitoring::kMergeTask);
+  task_manager::WaitTaskPool(merge_task_);
   pel_log_debug(log_module::kManager, "[MonitoringManager::stopMonitorEngine] The merge task is finished");
-  Registry released;  // freed without the lock: a monitor's destructor calls the host
+  // The monitors are freed without the lock, with the last reference: a monitor's destructor calls the host.
   const lock_guard held(registry_lock_);
-  monitors_.swap(released);
+  monitors_ = no_monitors_;
 }
 
 bool MonitoringManager::stop_flag() const {

@@ -21,21 +21,26 @@ class MonitoringManager {
 
   /// Registers a monitor under its name and makes it the subscriber of its topics. The first of a name wins; a later
   /// one is ignored without a log line.
+  ///
+  /// Fails: with `std::bad_alloc`, and then the monitor is not registered.
   void RegisterMonitor(std::shared_ptr<Monitor> monitor) VEXORA_EXCLUDES(registry_lock_);
 
   /// The monitor of this name; an empty pointer when there is none.
   std::shared_ptr<Monitor> GetMonitor(const std::string& name) const VEXORA_EXCLUDES(registry_lock_);
 
-  /// One pass over all monitors, in the order of their names. Threads: the engine's.
+  /// One pass over all monitors, in the order of their names. One that fails ends its own pass only. Threads: the
+  /// engine's.
   void DataUpdate(const long& now) VEXORA_EXCLUDES(registry_lock_);
 
-  /// Has every monitor forget a device. Threads: any, also during a pass.
+  /// Has every monitor forget a device, also when one of them fails. Threads: any, also during a pass.
   void Cleanup(const std::string& mac) VEXORA_EXCLUDES(registry_lock_);
 
   /// Starts the engine's task. A refusal is logged; the monitors stay registered and nothing is tried again.
   void startMonitorEngine();
 
   /// Stops the engine, waits for its task and releases all monitors. It cannot be started again in this process.
+  ///
+  /// Needs no memory: the host unloads the library when it returns.
   void stopMonitorEngine() VEXORA_EXCLUDES(registry_lock_, stop_lock_);
 
   /// Whether the engine was told to stop.
@@ -45,15 +50,19 @@ class MonitoringManager {
  private:
   using Registry = std::map<std::string, std::shared_ptr<Monitor>>;  // by GetMonitorName()
 
-  MonitoringManager() = default;
+  MonitoringManager();
   ~MonitoringManager() = default;
 
-  /// The registry as it is now. Monitors are called without the lock: they call the host, and the host may ask for a
-  /// monitor meanwhile.
-  Registry Monitors() const VEXORA_EXCLUDES(registry_lock_);
+  using SharedRegistry = std::shared_ptr<const Registry>;
 
+  /// The registry as it is now, which never changes. Monitors are called without the lock: they call the host, and the
+  /// host may ask for a monitor meanwhile.
+  SharedRegistry Monitors() const VEXORA_EXCLUDES(registry_lock_);
+
+  const std::string merge_task_;  // its name; made in time, because the stop must not need memory
   mutable utilities::lock::Mutex registry_lock_;
-  Registry monitors_ VEXORA_GUARDED_BY(registry_lock_);
+  SharedRegistry monitors_ VEXORA_GUARDED_BY(registry_lock_);  // never null; replaced as a whole
+  const SharedRegistry no_monitors_;
   mutable utilities::lock::Mutex stop_lock_;
   bool stop_flag_ VEXORA_GUARDED_BY(stop_lock_) = false;
 };

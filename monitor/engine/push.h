@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "monitor/engine/boundary.h"
 #include "monitor/engine/debug_lines.h"
 #include "monitor/engine/filter.h"
 #include "platform/subscriptions.h"
@@ -32,23 +33,28 @@ void Send(lws* connection, const std::string& text);
 /// Sends to each connection, for each filter that it has, what `compose(filter, data, sids)` makes of the data that
 /// `build(filter)` gives, a pointer: built once for all connections of a filter, and composed once for those of them
 /// that follow one another with equal SIDs. Both are done for each connection where debug lines tell of each message,
-/// or when there are no data.
+/// or when there are no data. What fails costs the message of its connection only; `place` is where a defect is
+/// reported from.
 template <typename Build, typename Compose>
-void SendToEach(const MergedList& merged, Build build, Compose compose) {
-  for (const auto& [filter, connections] : merged) {
+void SendToEach(const char* place, const MergedList& merged, Build build, Compose compose) {
+  for (const auto& [representative, connections] : merged) {
+    const Filter* const filter = representative;  // a lambda of C++20 cannot capture the other one
     decltype(build(*filter)) data = nullptr;
     std::string text;
     const std::vector<std::string>* composed_for = nullptr;
-    for (const auto& [connection, sids] : connections) {
-      const bool is_new = data == nullptr || AreDebugLinesLogged();
-      if (is_new) data = build(*filter);
-      // Empty when there was no memory for it.
-      if (is_new || text.empty() || *composed_for != sids) {
-        text = {};  // before its successor takes as much
-        text = compose(*filter, data, sids);
-        composed_for = &sids;
-      }
-      Send(connection, text);
+    for (const auto& entry : connections) {
+      WithinBoundary(place, [&] {
+        const auto& [connection, sids] = entry;
+        const bool is_new = data == nullptr || AreDebugLinesLogged();
+        if (is_new) data = build(*filter);
+        // Empty when there was no memory for it.
+        if (is_new || text.empty() || *composed_for != sids) {
+          text = {};  // before its successor takes as much
+          text = compose(*filter, data, sids);
+          composed_for = &sids;
+        }
+        Send(connection, text);
+      });
     }
   }
 }

@@ -122,11 +122,14 @@ void HealthMonitor::monitor(const std::string& /*argument*/) {
 void HealthMonitor::PushDataBySID(const subscribes::SubscriptionList& subscriptions) {
   monitoring::WithinBoundary("HealthMonitor::PushDataBySID", [&] {
     std::map<std::string, std::string> texts;  // by the device asked for: one for all connections that ask for it
-    for (const auto& [connection, filter] : FilterOfEachConnection(subscriptions)) {
-      std::string& text = texts[filter->mac];
-      // Empty also when there was no memory for it. Debug lines tell of each message.
-      if (text.empty() || monitoring::AreDebugLinesLogged()) text = GenerateJsonMsg(GetMonitorName(), filter->mac);
-      monitoring::Send(connection, text);
+    for (const auto& each : FilterOfEachConnection(subscriptions)) {
+      monitoring::WithinBoundary("HealthMonitor::PushDataBySID", [&] {
+        const auto& [connection, filter] = each;
+        std::string& text = texts[filter->mac];
+        // Empty also when there was no memory for it. Debug lines tell of each message.
+        if (text.empty() || monitoring::AreDebugLinesLogged()) text = GenerateJsonMsg(GetMonitorName(), filter->mac);
+        monitoring::Send(connection, text);
+      });
     }
   });
 }

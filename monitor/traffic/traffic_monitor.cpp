@@ -57,6 +57,8 @@ void LogCounters(const traffic::Step& step, time_t last_polling_time) {
 }  // namespace
 
 TrafficMonitor::~TrafficMonitor() {
+  // A log line may be where a thread is cancelled, and a destructor lets nothing through: the cancellation waits.
+  const monitoring::CancellationDeferral deferral;
   pel_log_debug(log_module::kMonitor, "[TrafficMonitor::~TrafficMonitor] Start");
   {
     const lock_guard collection(collection_lock_);
@@ -312,7 +314,7 @@ void TrafficMonitor::PushDataBySID(const subscribes::SubscriptionList& subscript
     monitoring::MergedList merged;
     SidMergedWithFilter(subscriptions, merged);
     monitoring::SendToEach(
-        merged, [this](const Filter& filter) { return TrafficData(filter); },
+        "TrafficMonitor::PushDataBySID", merged, [this](const Filter& filter) { return TrafficData(filter); },
         [this](const Filter& filter, const std::shared_ptr<const std::string>& data,
                const std::vector<std::string>& sids) { return Message(GetMonitorName(), filter, data, sids); });
   });

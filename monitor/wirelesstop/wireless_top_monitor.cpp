@@ -90,7 +90,8 @@ void WirelessTopMonitor::PushDataBySID(const subscribes::SubscriptionList& subsc
       return dynamic_cast<const WirelessTopFilter*>(entry.first) == nullptr;  // another monitor's filter
     });
     monitoring::SendToEach(
-        merged, [this](const Filter& filter) { return Body(dynamic_cast<const WirelessTopFilter&>(filter)); },
+        "WirelessTopMonitor::PushDataBySID", merged,
+        [this](const Filter& filter) { return Body(dynamic_cast<const WirelessTopFilter&>(filter)); },
         [this](const Filter& /*filter*/, const JsonTree& body, const std::vector<std::string>& sids) {
           return Message(GetMonitorName(), body, sids);
         });

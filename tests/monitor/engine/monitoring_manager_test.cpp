@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <latch>
+#include <new>
 
 #include "monitor/engine/constants.h"
 #include "monitor/engine/merge_task.h"
@@ -53,6 +54,29 @@ class JournalMonitor final : public Monitor {
                               int /*minutes*/) override {}
 
  private:
+  std::string name_;
+  Journal& journal_;
+};
+
+/// Notes what is done to it, and then finds no memory for it.
+class FailingMonitor final : public Monitor {
+ public:
+  FailingMonitor(std::string name, Journal& journal) : name_(std::move(name)), journal_(journal) {}
+
+  std::string GetMonitorName() override { return name_; }
+  void DataUpdate() override { Fail("pass"); }
+  void stop_monitor() override { Fail("stop"); }
+  void Cleanup(const std::string& /*mac*/) override { Fail("cleanup"); }
+  void MergeDataForInterval() override {}
+  void MergeDifferentInterval(const std::string& /*source*/, const std::string& /*target*/, int /*count*/,
+                              int /*minutes*/) override {}
+
+ private:
+  void Fail(const std::string& what) {
+    journal_.Write(name_ + " " + what);
+    throw std::bad_alloc();
+  }
+
   std::string name_;
   Journal& journal_;
 };
@@ -121,6 +145,17 @@ TEST_F(MonitoringManagerTest, VisitsMonitorsInTheOrderOfTheirNames) {
               ElementsAre("C pass at 60", "a pass at 60", "b pass at 60", "C cleanup AA:AA:AA:AA:AA:01",
                           "a cleanup AA:AA:AA:AA:AA:01", "b cleanup AA:AA:AA:AA:AA:01"));
   manager.stopMonitorEngine();
+}
+
+TEST_F(MonitoringManagerTest, LetsAFailureCostOneMonitorsStep) {
+  manager.RegisterMonitor(std::make_shared<FailingMonitor>("A", journal));
+  Register("b");
+  manager.DataUpdate(kFirstPass + 60);
+  manager.Cleanup("AA:AA:AA:AA:AA:01");
+  manager.stopMonitorEngine();
+  EXPECT_THAT(journal.Entries(),
+              ElementsAre("A pass", "b pass at 60", "A cleanup", "b cleanup AA:AA:AA:AA:AA:01", "A stop", "b stop"));
+  EXPECT_EQ(manager.GetMonitor("b"), nullptr);
 }
 
 TEST_F(MonitoringManagerTest, SleepsAMinuteBeforeEachPass) {

@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <pthread.h>
 
 #include <algorithm>
 #include <atomic>
@@ -320,5 +321,73 @@ TEST_P(FirstMessageCollision, ShowsTheLastPassOrThisOneAndNothingBetween) {
 INSTANTIATE_TEST_SUITE_P(Monitors, FirstMessageCollision,
                          ::testing::Values(kHealth, kClientCount, kTraffic, kWirelessTop, kClientReport),
                          [](const auto& test) { return test.param.name; });
+
+/// A host thread that ends itself in a call of the plug-in, as one does that is cancelled there.
+class CancelledHostThread : public PassCollision {
+ protected:
+  /// Calls `call` on a thread that is cancelled after call number `at` of the host. Whether it got there.
+  static bool CancelIn(int at, const std::function<void()>& call) {
+    struct Argument {
+      int at;
+      const std::function<void()>& call;
+    } argument{at, call};
+    const auto run = [](void* pointer) -> void* {
+      const auto& [last, made] = *static_cast<Argument*>(pointer);
+      int calls = 0;
+      const test::HostCalls watched([&] {
+        if (calls++ != last) return;
+        pthread_cancel(pthread_self());
+        pthread_testcancel();
+      });
+      made();
+      return nullptr;
+    };
+    pthread_t thread{};
+    EXPECT_EQ(pthread_create(&thread, nullptr, run, &argument), 0);
+    void* result = nullptr;
+    EXPECT_EQ(pthread_join(thread, &result), 0);
+    return result == PTHREAD_CANCELED;
+  }
+};
+
+TEST_P(CancelledHostThread, IsUnwoundAndLeavesAMonitorThatWorks) {
+  Story story(GetParam());
+  story.LiveUntil(kCollisionPass);
+  const Texts shown = story.Shown();
+  int cancelled = 0;
+  while (CancelIn(cancelled, [&] { story.Shown(); })) ++cancelled;
+  EXPECT_GT(cancelled, 0);
+  story.Shown();
+  EXPECT_EQ(story.Shown(), shown);
+}
+
+INSTANTIATE_TEST_SUITE_P(Monitors, CancelledHostThread,
+                         ::testing::Values(kHealth, kClientCount, kTraffic, kWirelessTop),
+                         [](const auto& test) { return test.param.name; });
+
+TEST(CancelledHostThreadOf, ADestructorIsCancelledAfterIt) {
+  for (int line = 0; line < 2; ++line) {
+    bool is_over = false;
+    std::thread([&] {
+      struct Note {
+        bool& is_over;
+        ~Note() { is_over = true; }
+      };
+      auto monitor = std::make_shared<TrafficMonitor>();
+      const Note note{is_over};
+      int calls = 0;
+      const test::HostCalls watched([&] {
+        if (calls++ != line) return;
+        pthread_cancel(pthread_self());
+        pthread_testcancel();
+      });
+      monitor.reset();
+      EXPECT_EQ(calls, 2);
+      pthread_testcancel();
+      ADD_FAILURE() << "was never cancelled";
+    }).join();
+    EXPECT_TRUE(is_over);
+  }
+}
 
 }  // namespace

@@ -5,6 +5,7 @@
 
 #include <functional>
 #include <memory>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -92,7 +93,7 @@ struct Pushed {
     const auto filter = FilterOf("1h");
     const MergedList merged{{filter.get(), {{Connection(1), {"a"}}, {Connection(2), {"a"}}, {Connection(3), {"b"}}}}};
     monitoring::SendToEach(
-        merged,
+        "Test", merged,
         [this](const Filter& /*filter*/) {
           ++built;
           return std::make_shared<int>(0);
@@ -119,6 +120,15 @@ TEST(SendToEach, ComposesAgainAfterAShortageOfMemory) {
   int attempts = 0;
   const Pushed pushed([&](const Sids& sids) { return ++attempts == 1 ? std::string() : sids.front(); });
   EXPECT_THAT(pushed.texts, ElementsAre("", "a", "b"));
+}
+
+TEST(SendToEach, LosesNoMoreThanTheMessageThatFails) {
+  int attempts = 0;
+  const Pushed pushed([&](const Sids& sids) {
+    if (++attempts == 1) throw std::bad_alloc();
+    return sids.front();
+  });
+  EXPECT_THAT(pushed.texts, ElementsAre("a", "b"));
 }
 
 TEST(SendToEach, BuildsForEachConnectionWhatDebugLinesTellOf) {

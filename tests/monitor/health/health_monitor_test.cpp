@@ -363,6 +363,18 @@ TEST_F(HealthMonitorTest, StoresEveryFieldOfARecordAndFallsBackToItsOwnLevels) {
   EXPECT_EQ(device.at("notification"), json::parse(R"({"info": 1, "warning": 2, "alert": 3})"));
 }
 
+TEST_F(HealthMonitorTest, LosesNoMoreThanTheMessageThatFails) {
+  static std::vector<lws*> served;
+  served.clear();
+  probe::InstallSendFunction([](lws* connection, const std::string&) {
+    if (connection == Connection(1)) throw std::bad_alloc();
+    served.push_back(connection);
+  });
+  monitor.PushDataBySID({{"a", {{Connection(1), FilterOf("")}, {Connection(2), FilterOf("")}}}});
+  probe::InstallSendFunction(nullptr);
+  EXPECT_EQ(served, (std::vector<lws*>{Connection(2)}));
+}
+
 TEST_F(HealthMonitorTest, LetsNothingThatASenderThrowsOut) {
   const auto push = [this] { monitor.PushDataBySID({{"a", {{Connection(1), FilterOf("")}}}}); };
   probe::InstallSendFunction([](lws*, const std::string&) { throw std::bad_alloc(); });

@@ -1,0 +1,133 @@
+// Start and stop of the engine, and the threads of a host, with the heap exhausted.
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "monitor/engine/constants.h"
+#include "monitor/engine/entry_points.h"
+#include "monitor/engine/json_tree.h"
+#include "monitor/engine/monitoring_manager.h"
+#include "monitor/wirelesstop/wireless_top_monitor.h"
+#include "platform/tasks.h"
+#include "probe/clock/clock.h"
+#include "probe/clock/virtual_clock.h"
+#include "probe/host/subscription_service.h"
+#include "tests/support/log_capture.h"
+#include "tests/support/network.h"
+#include "tests/support/sanitizers.h"
+#include "tests/support/shortage/heap_shortage.h"
+
+namespace {
+
+using test::HeapShortage;
+
+class IdleTask final : public Task {
+ public:
+  explicit IdleTask(const std::string& name) : Task(name) {}
+  void Run() override {}
+};
+
+/// Whether a task of this name runs: then another one is refused.
+bool IsRunning(const std::string& name) {
+  if (task_manager::StartTask(std::make_shared<IdleTask>(name)) < 0) return true;
+  task_manager::WaitTaskPool(name);
+  return false;
+}
+
+class EngineShortage : public ::testing::Test {
+ protected:
+  EngineShortage() { MonitoringManager::GetInstance().set_stop_flag(false); }
+  ~EngineShortage() override {
+    stop_monitor();
+    probe::SubscriptionService::Instance().Clear();
+  }
+
+  probe::VirtualClock clock{1'795'219'200};
+  probe::ClockInstallation installation{clock};
+  test::Network network;
+};
+
+TEST_F(EngineShortage, AStopNeedsNoMemory) {
+  for (const auto kind : {HeapShortage::Of::kNew, HeapShortage::Of::kMalloc}) {
+    MonitoringManager::GetInstance().set_stop_flag(false);
+    ASSERT_EQ(RegisterMonitors(), 1);
+    clock.AwaitSleeper();
+    {
+      const HeapShortage shortage(0, kind, HeapShortage::Lasts::kForEver);
+      stop_monitor();
+    }
+    EXPECT_FALSE(IsRunning(monitoring::kMergeTask));
+    EXPECT_EQ(MonitoringManager::GetInstance().GetMonitor(monitoring::kHealthMonitor), nullptr);
+    probe::SubscriptionService::Instance().Clear();
+  }
+}
+
+TEST_F(EngineShortage, AStartSaysWhetherThereIsAnEngine) {
+  int failed = 0;
+  for (bool has_struck = true; has_struck && !HasFailure(); ++failed) {
+    SCOPED_TRACE("after " + std::to_string(failed) + " allocations");
+    MonitoringManager::GetInstance().set_stop_flag(false);
+    int result = 0;
+    bool is_refused = false;
+    {
+      const test::LogCapture log;
+      {
+        const HeapShortage shortage(failed);
+        result = RegisterMonitors();
+        has_struck = HeapShortage::HasStruck();
+      }
+      is_refused = !log.Texts(probe::log::Level::kError, "Add monitor merge task failed").empty();
+    }
+    // The task service finds no memory for the engine's thread: a refusal, which is logged and no failure.
+    if (is_refused) {
+      EXPECT_EQ(result, 1);
+      EXPECT_FALSE(IsRunning(monitoring::kMergeTask));
+      MonitoringManager::GetInstance().startMonitorEngine();
+    } else if (result == 0) {
+      EXPECT_FALSE(IsRunning(monitoring::kMergeTask));
+      EXPECT_EQ(RegisterMonitors(), 1) << "when there is memory again";
+    }
+    EXPECT_TRUE(IsRunning(monitoring::kMergeTask));
+    for (const char* topic : {monitoring::kTrafficMonitor, monitoring::kSsidClientCountMonitor,
+                              monitoring::kDevicesClientCountMonitor, monitoring::kWirelessTopMonitor}) {
+      EXPECT_TRUE(probe::SubscriptionService::Instance().Parse(topic, nullptr).has_value()) << topic;
+    }
+    stop_monitor();
+    probe::SubscriptionService::Instance().Clear();
+  }
+  EXPECT_GT(failed, 20);
+}
+
+TEST(TaskServiceShortage, StartsATaskOrRefusesItAndGoesOn) {
+  int failed = 0;
+  for (bool has_struck = true; has_struck && !::testing::Test::HasFailure(); ++failed) {
+    SCOPED_TRACE("after " + std::to_string(failed) + " allocations");
+    const std::string name = "a task with a name that no short string holds";
+    const auto task = std::make_shared<IdleTask>(name);
+    {
+      const HeapShortage shortage(failed);
+      EXPECT_NO_THROW(task_manager::StartTask(task));
+      has_struck = HeapShortage::HasStruck();
+    }
+    task_manager::WaitTaskPool(name);
+    EXPECT_FALSE(IsRunning(name));
+  }
+  EXPECT_GT(failed, 2);
+}
+
+/// What json-c keeps in a value for its text stays as long as the value, and is written by whoever asks for it.
+TEST(RequestShortage, AFilterParserLeavesTheRequestAsItWas) {
+  if (test::kWithAsan || test::kWithTsan) GTEST_SKIP() << "the sanitizer has an allocator of its own";
+  WirelessTopMonitor monitor;
+  const monitoring::JsonTree request(json_tokener_parse(
+      R"([{"sid": 7, "filter": {"interval": ["1m"], "mac": {"a": 1}, "wireless_clients": {"traffic": {"flag": 1}}}}])"));
+  const long before = test::BlocksOfMalloc();
+  static_cast<void>(monitor.Monitor::FilterParser(request.get()));
+  static_cast<void>(monitor.FilterParser(request.get()));
+  EXPECT_EQ(test::BlocksOfMalloc(), before);
+}
+
+}  // namespace
