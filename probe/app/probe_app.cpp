@@ -14,6 +14,7 @@
 #include "probe/api/plugin_calls.h"
 #include "probe/clock/clock.h"
 #include "probe/host/device_centre.h"
+#include "probe/host/device_snapshot.h"
 #include "probe/host/log.h"
 #include "probe/host/memory_cleanup.h"
 #include "probe/host/subscription_service.h"

@@ -41,7 +41,8 @@ std::string AllReports(const std::string& name, char* (*periods)(const char*), c
   return text;
 }
 
-/// The names under which interfaces of a snapshot may be shown.
+}  // namespace
+
 std::set<std::string> InterfaceNames(const probe::DeviceSnapshot& snapshot) {
   std::set<std::string> names;
   for (const auto& [name, state] : snapshot.interfaces) names.insert(name);
@@ -51,7 +52,6 @@ std::set<std::string> InterfaceNames(const probe::DeviceSnapshot& snapshot) {
   return names;
 }
 
-/// Topic -> requests of its subscriptions.
 std::vector<std::pair<std::string, std::string>> Requests() {
   std::vector<std::pair<std::string, std::string>> requests{{monitoring::kHealthMonitor, R"([{"sid": "a"}])"}};
   for (const char* topic :
@@ -69,8 +69,6 @@ std::vector<std::pair<std::string, std::string>> Requests() {
   }
   return requests;
 }
-
-}  // namespace
 
 SmallProbe::SmallProbe(const Options& options) : clock_(options.start) {
   namespace journal = probe::journal;

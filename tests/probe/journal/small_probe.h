@@ -3,11 +3,14 @@
 #include <ctime>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "probe/clock/clock.h"
 #include "probe/clock/virtual_clock.h"
+#include "probe/host/device_snapshot.h"
 #include "probe/journal/journal_writer.h"
 #include "probe/journal/retention.h"
 #include "probe/journal/warm_start.h"
@@ -17,6 +20,12 @@
 #include "tests/support/message_capture.h"
 
 namespace test {
+
+/// Topic and request of each subscription whose first message `SmallProbe` tells of.
+std::vector<std::pair<std::string, std::string>> Requests();
+
+/// The names under which interfaces of a snapshot may be shown.
+std::set<std::string> InterfaceNames(const probe::DeviceSnapshot& snapshot);
 
 /// A probe without sources and server, which somebody walks through a history pass by pass. One in a process.
 class SmallProbe {

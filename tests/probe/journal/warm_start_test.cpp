@@ -27,6 +27,7 @@
 #include "platform/tasks.h"
 #include "probe/clock/virtual_clock.h"
 #include "probe/host/device_centre.h"
+#include "probe/host/device_snapshot.h"
 #include "probe/host/memory_cleanup.h"
 #include "probe/host/subscription_service.h"
 #include "probe/journal/journal_writer.h"

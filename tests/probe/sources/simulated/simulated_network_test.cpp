@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "platform/utilities/text.h"
+#include "probe/host/device_snapshot.h"
 #include "tests/probe/sources/simulated/given_company.h"
 
 namespace probe::simulated {

@@ -1,6 +1,8 @@
 #include "probe/sources/snmp/snmp_source.h"
+#include "platform/device_records.h"
 #include "probe/sources/snmp/device_poll.h"
 #include "probe/sources/snmp/poll_health.h"
+#include "probe/sources/snmp/reading.h"
 #include "probe/sources/snmp/snmp_settings.h"
 #include "probe/sources/snmp/stop_event.h"
 
@@ -17,6 +19,7 @@
 #include <vector>
 
 #include "probe/host/device_centre.h"
+#include "probe/host/device_snapshot.h"
 #include "probe/host/log.h"
 
 namespace probe::snmp {
