@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "platform/utilities/locks.h"
+#include "probe/clock/pass_timer.h"
 
 namespace probe {
 
@@ -66,6 +67,13 @@ struct HistoryStatus {
   Journal journal = Journal::kOff;
 };
 
+/// How the passes go; nothing: none is over.
+struct PassStatus {
+  std::optional<PassTiming> last;
+  std::optional<PassTiming> worst;
+};
+
+using PassSource = std::function<PassStatus()>;
 using HistorySource = std::function<HistoryStatus()>;
 
 }  // namespace probe

@@ -47,6 +47,14 @@ const char* NameOf(HistoryStatus::Journal journal) {
   return "failing";
 }
 
+/// One of the times of passes, in milliseconds: of the last, and the worst; null before one is over.
+ordered_json TimingTree(const PassStatus& passes, std::chrono::milliseconds PassTiming::*time) {
+  ordered_json tree{{"last", nullptr}, {"worst", nullptr}};
+  if (passes.last) tree["last"] = static_cast<std::int64_t>(((*passes.last).*time).count());
+  if (passes.worst) tree["worst"] = static_cast<std::int64_t>(((*passes.worst).*time).count());
+  return tree;
+}
+
 /// As docs/openapi.yaml describes it.
 ordered_json HistoryTree(const HistoryStatus& history) {
   ordered_json tree{{"state", history.is_warming ? "warming" : "ready"}};
@@ -75,14 +83,15 @@ bool IsStandard(const std::string& topic, const std::string& variant) {
 }  // namespace
 
 HttpApi::HttpApi(ProbeFacts facts, PluginCalls plugin, DeviceCentre& centre, LatestMessages& latest, PageFiles pages,
-                 PollStatuses polls, HistorySource history)
+                 PollStatuses polls, HistorySource history, PassSource passes)
     : facts_(std::move(facts)),
       plugin_(std::move(plugin)),
       centre_(centre),
       latest_(latest),
       pages_(std::move(pages)),
       polls_(std::move(polls)),
-      history_(std::move(history)) {}
+      history_(std::move(history)),
+      passes_(std::move(passes)) {}
 
 std::span<const HttpApi::Route> HttpApi::Routes() {
   using Api = const HttpApi&;
@@ -167,10 +176,16 @@ HttpAnswer HttpApi::Status() const {
     topic["received"] = static_cast<std::int64_t>(message->received);
     topics.push_back(std::move(topic));
   }
+  ordered_json passes{{"period", kPassSeconds}, {"last", last}};
+  if (passes_) {
+    const PassStatus timings = passes_();
+    passes["duration"] = TimingTree(timings, &PassTiming::duration);
+    passes["lateness"] = TimingTree(timings, &PassTiming::lateness);
+  }
   ordered_json status{{"version", facts_.version},
                       {"now", std::int64_t{now.tv_sec} * kThousand + std::int64_t{now.tv_usec} / kThousand},
                       {"speed", facts_.speed},
-                      {"passes", {{"period", kPassSeconds}, {"last", last}}},
+                      {"passes", std::move(passes)},
                       {"topics", std::move(topics)}};
   if (history_) status["history"] = HistoryTree(history_());
   return JsonAnswer(status.dump(), Caching::kNoStore);

@@ -30,9 +30,10 @@ class HttpApi {
   /// Seconds between two passes, by the probe's clock.
   static constexpr unsigned kPassSeconds = 60;
 
-  /// An empty `polls` is for a probe that polls no devices, an empty `history` for one that tells nothing of its own.
+  /// An empty `polls` is for a probe that polls no devices, an empty `history` for one that tells nothing of its own,
+  /// an empty `passes` for one that doesn't measure them.
   HttpApi(ProbeFacts facts, PluginCalls plugin, DeviceCentre& centre, LatestMessages& latest, PageFiles pages,
-          PollStatuses polls = {}, HistorySource history = {});
+          PollStatuses polls = {}, HistorySource history = {}, PassSource passes = {});
 
   bool has_pages() const { return !pages_.is_empty(); }
 
@@ -71,6 +72,7 @@ class HttpApi {
   const PageFiles pages_;
   const PollStatuses polls_;
   const HistorySource history_;
+  const PassSource passes_;
   const SteadyClock::time_point started_ = SteadyClock::now();
 };
 

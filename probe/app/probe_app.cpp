@@ -127,7 +127,11 @@ void ProbeApp::FindJournal() {
 }
 
 void ProbeApp::StartClock() {
-  if (settings_.speed == 1) return;
+  if (settings_.speed != 1) StartScaledClock();
+  pass_timer_ = std::make_unique<PassTimer>(settings_.speed);
+}
+
+void ProbeApp::StartScaledClock() {
   // Time that runs faster has left the present behind: a restart must not set it back by weeks.
   clock_ = std::make_unique<ScaledClock>(settings_.speed, journal::LastPassOf(segments_).value_or(0));
   clock_installation_ = std::make_unique<ClockInstallation>(*clock_);
@@ -235,9 +239,12 @@ void ProbeApp::StartServer() {
   PollStatuses polls;
   // Stopped before it is destroyed, and the server before that: requests find it for as long as they come.
   if (snmp_) polls = [this] { return snmp_->Statuses(); };
-  api_ = std::make_unique<HttpApi>(ProbeFacts{VEXORA_VERSION, settings_.speed}, CallsOf(*plugin_),
-                                   DeviceCentre::Instance(), latest_, PageFiles(folder), polls,
-                                   [this] { return History(); });
+  api_ = std::make_unique<HttpApi>(
+      ProbeFacts{VEXORA_VERSION, settings_.speed}, CallsOf(*plugin_), DeviceCentre::Instance(), latest_,
+      PageFiles(folder), polls, [this] { return History(); },
+      [this] {
+        return PassStatus{pass_timer_->last(), pass_timer_->worst()};
+      });
   HttpService http{[this](const std::string& path) { return api_->LookUp(path); },
                    [this](const HttpRequest& request) { return api_->Answer(request); }};
   server_ = std::make_unique<WebServer>(settings_.server, SubscriptionService::Instance(), std::move(http),
@@ -347,6 +354,7 @@ void ProbeApp::Stop() {
   if (is_disk_hanging) static_cast<void>(journal_.release());
   journal_.reset();
   recorder_.reset();
+  pass_timer_.reset();
   clock_installation_.reset();
   clock_.reset();
 }

@@ -12,6 +12,7 @@
 #include "probe/api/latest_messages.h"
 #include "probe/app/removed_devices.h"
 #include "probe/clock/clock.h"
+#include "probe/clock/pass_timer.h"
 #include "probe/clock/scaled_clock.h"
 #include "probe/journal/journal_folder.h"
 #include "probe/journal/journal_writer.h"
@@ -54,6 +55,7 @@ class ProbeApp {
 
  private:
   void StartClock();
+  void StartScaledClock();
   void StartRecording();
   void FindJournal();
   void StartJournal();
@@ -78,6 +80,7 @@ class ProbeApp {
   const std::function<void()> on_failure_;
   std::unique_ptr<ScaledClock> clock_;  // null at the true pace
   std::unique_ptr<ClockInstallation> clock_installation_;
+  std::unique_ptr<PassTimer> pass_timer_;                   // on top of the clock, below whoever else looks at passes
   std::unique_ptr<recording::Recorder> recorder_;           // null unless a recording is asked for
   std::unique_ptr<journal::JournalWriter> journal_;         // null unless there is a journal
   std::unique_ptr<RemovedDevices> removed_devices_;         // null unless a journal is replayed

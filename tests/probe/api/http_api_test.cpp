@@ -203,6 +203,18 @@ TEST_F(HttpApiTest, TellsWhereThePassesAre) {
   EXPECT_GE(status["now"].get<std::int64_t>(), status["passes"]["last"].get<std::int64_t>() * 1000);
 }
 
+TEST_F(HttpApiTest, TellsHowLongPassesTakeAndHowLateTheyAre) {
+  probe::PassStatus passes;
+  const probe::HttpApi api({"1.2.3", 1}, plugin, centre, latest, probe::PageFiles(""), {}, {}, [&] { return passes; });
+  const auto told = [&] { return json::parse(*api.Answer({"/api/status", {}}).body)["passes"]; };
+  EXPECT_EQ(told()["duration"], json::parse(R"({"last": null, "worst": null})"));
+  using std::chrono::milliseconds;
+  passes = {probe::PassTiming{milliseconds(12), milliseconds(0)},
+            probe::PassTiming{milliseconds(340), milliseconds(7)}};
+  EXPECT_EQ(told()["duration"], json::parse(R"({"last": 12, "worst": 340})"));
+  EXPECT_EQ(told()["lateness"], json::parse(R"({"last": 0, "worst": 7})"));
+}
+
 TEST_F(HttpApiTest, TellsHowFarTheJournalIsReplayed) {
   probe::HistoryStatus history;
   const probe::HttpApi api({"1.2.3", 1}, plugin, centre, latest, probe::PageFiles(""), {}, [&] { return history; });

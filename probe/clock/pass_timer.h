@@ -1,0 +1,55 @@
+#pragma once
+
+#include <chrono>
+#include <deque>
+#include <optional>
+
+#include "platform/utilities/locks.h"
+#include "probe/clock/clock.h"
+
+namespace probe {
+
+/// How long a pass took, and how late it began, by the wall's time whatever the pace of the probe's clock.
+struct PassTiming {
+  std::chrono::milliseconds duration{0};
+  std::chrono::milliseconds lateness{0};  ///< Beyond the time that the engine sleeps between two passes.
+};
+
+/// A clock on top of the one that was installed before, which measures the passes: the engine sleeps in between.
+///
+/// The engine sleeps for a minute after each pass, so a pass that takes long makes the next one as late.
+/// Owner: the application. Threads: one makes it and lets it go, while no engine runs; any asks.
+class PassTimer final : public Clock {
+ public:
+  /// Passes of which the worst is told: an hour of them.
+  static constexpr std::size_t kPasses = 60;
+
+  /// `speed`: how many times faster than the wall's that clock runs.
+  explicit PassTimer(unsigned speed = 1) : speed_(speed), clock_(InstalledClock()) {}
+  PassTimer(const PassTimer&) = delete;
+  PassTimer& operator=(const PassTimer&) = delete;
+
+  timeval Now() override { return clock_.Now(); }
+  unsigned Sleep(unsigned seconds) override VEXORA_EXCLUDES(lock_);
+
+  /// The last pass that is over; nothing: there is none yet.
+  std::optional<PassTiming> last() const VEXORA_EXCLUDES(lock_);
+
+  /// The longest and the greatest lateness of the last `kPasses`.
+  std::optional<PassTiming> worst() const VEXORA_EXCLUDES(lock_);
+
+ private:
+  using Wall = std::chrono::steady_clock;
+
+  void EndPass(Wall::time_point now) VEXORA_EXCLUDES(lock_);
+
+  const unsigned speed_;
+  Clock& clock_;
+  mutable utilities::lock::Mutex lock_;  // leaf
+  std::deque<PassTiming> passes_ VEXORA_GUARDED_BY(lock_);
+  std::optional<Wall::time_point> begun_ VEXORA_GUARDED_BY(lock_);  // the pass that runs
+  Wall::duration lateness_ VEXORA_GUARDED_BY(lock_){};              // of that pass
+  ClockInstallation installation_{*this};  // last: the rest is ready when somebody asks for the time
+};
+
+}  // namespace probe
