@@ -64,7 +64,9 @@ class Server {
     service_.AddSubscriber("Topic", std::make_shared<Subscriber>());
     probe::ServerSettings settings;
     settings.limits.messages_per_second = 1'000'000'000;  // so that no answer depends on the time
-    connections_ = std::make_unique<probe::ConnectionManager>(loop_, settings, kPort, service_, router_, Service());
+    connections_ = std::make_unique<probe::ConnectionManager>(
+        loop_, settings, kPort, service_, router_, std::make_shared<probe::PushBudget>(settings.limits),
+        std::make_shared<probe::QueueTotal>(settings.limits.all_queues_bytes), Service());
   }
 
   /// Serves one client that sends these octets, in pieces of this size, until its connection has ended.

@@ -35,11 +35,30 @@ void SubscriptionService::AddSubscriber(const std::string& topic, std::shared_pt
 subscribes::SubscriptionList SubscriptionService::GetSubscribeList(const std::string& topic) {
   // A subscriber that feeds several topics asks for their lists, whatever it was handed.
   if (one_push != nullptr) return topic == one_push->topic ? one_push->list : subscribes::SubscriptionList{};
+  subscribes::SubscriptionList list;
+  std::shared_ptr<PushGate> gate;
+  {
+    const lock_guard held(lock_);
+    if (is_silent_) return {};
+    const Lists& lists = held_ ? *held_ : subscriptions_;
+    const auto found = lists.find(topic);
+    if (found != lists.end()) list = found->second;
+    gate = gate_;
+  }
+  // Also for an empty list: the gate tells passes apart by who is asked for.
+  if (gate != nullptr) gate->Admit(topic, list);
+  return list;
+}
+
+subscribes::SubscriptionList SubscriptionService::Subscriptions(const std::string& topic) const {
   const lock_guard held(lock_);
-  if (is_silent_) return {};
-  const Lists& lists = held_ ? *held_ : subscriptions_;
-  const auto found = lists.find(topic);
-  return found == lists.end() ? subscribes::SubscriptionList{} : found->second;
+  const auto found = subscriptions_.find(topic);
+  return found == subscriptions_.end() ? subscribes::SubscriptionList{} : found->second;
+}
+
+void SubscriptionService::SetPushGate(std::shared_ptr<PushGate> gate) {
+  const lock_guard held(lock_);
+  gate_.swap(gate);  // the old one is freed by the caller, without the lock
 }
 
 std::shared_ptr<subscribes::Subscriber> SubscriptionService::SubscriberOf(const std::string& topic) const {

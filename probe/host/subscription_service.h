@@ -10,6 +10,7 @@
 #include "platform/subscriptions.h"
 #include "platform/utilities/locks.h"
 #include "probe/host/connection_id.h"
+#include "probe/host/push_gate.h"
 #include "probe/host/subscription_observer.h"
 
 namespace probe {
@@ -25,6 +26,12 @@ class SubscriptionService final : public subscribes::SubscribesManager {
   void AddSubscriber(const std::string& topic, std::shared_ptr<subscribes::Subscriber> subscriber) override
       VEXORA_EXCLUDES(lock_);
   subscribes::SubscriptionList GetSubscribeList(const std::string& topic) override VEXORA_EXCLUDES(lock_);
+
+  /// Has `gate` decide from now on what `GetSubscribeList` gives in a pass; null: it gives all.
+  void SetPushGate(std::shared_ptr<PushGate> gate) VEXORA_EXCLUDES(lock_);
+
+  /// All subscriptions of a topic, whether or not a pass would serve them.
+  subscribes::SubscriptionList Subscriptions(const std::string& topic) const VEXORA_EXCLUDES(lock_);
 
   /// Has the topic's subscriber turn a request into filters. Nothing is filed yet, so the caller may still
   /// refuse.
@@ -83,6 +90,7 @@ class SubscriptionService final : public subscribes::SubscribesManager {
       VEXORA_GUARDED_BY(lock_);                         // topics and SIDs of each connection
   std::optional<Lists> held_ VEXORA_GUARDED_BY(lock_);  // the lists as they stood when they were held
   bool is_silent_ VEXORA_GUARDED_BY(lock_) = false;
+  std::shared_ptr<PushGate> gate_ VEXORA_GUARDED_BY(lock_);
   SubscriptionObserver* observer_ VEXORA_GUARDED_BY(lock_) = nullptr;
 };
 

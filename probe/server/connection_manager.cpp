@@ -1,5 +1,9 @@
 #include "probe/server/connection_manager.h"
 
+#include <malloc.h>
+
+#include <chrono>
+#include <cstddef>
 #include <utility>
 
 #include "probe/host/connection_id.h"
@@ -15,16 +19,26 @@ namespace {
 // Source: IANA, WebSocket Close Code Number Registry.
 constexpr std::uint16_t kGoingAway = 1001;
 
+// Memory is given back when queues that held so much have come down to so little, and a moment later, when what their
+// clients leave behind is gone, too.
+constexpr std::size_t kManyOctets = std::size_t{4} * 1024 * 1024;
+constexpr std::size_t kFewOctets = std::size_t{1} * 1024 * 1024;
+constexpr std::chrono::seconds kQuietTime{1};
+
 }  // namespace
 
 ConnectionManager::ConnectionManager(boost::asio::io_context& loop, const ServerSettings& settings, std::uint16_t port,
                                      SubscriptionService& service, std::shared_ptr<MessageRouter> router,
+                                     std::shared_ptr<PushBudget> budget, std::shared_ptr<QueueTotal> queues,
                                      HttpService http)
     : limits_(settings.limits),
       rules_(settings, port),
       router_(std::move(router)),
-      subscriptions_(settings.limits, service),
+      budget_(std::move(budget)),
+      queues_(std::move(queues)),
+      subscriptions_(settings.limits, service, *budget_),
       limiter_(settings.limits),
+      quiet_(loop.get_executor()),
       requests_(loop, std::move(http)) {}
 
 ConnectionManager::~ConnectionManager() = default;
@@ -76,7 +90,8 @@ void ConnectionManager::OnUpgrade(HttpConnection& connection, const RequestHead&
   AcceptedConnection accepted = std::move(connection.accepted());
   accepted.rate = RateLimiter(limits_.messages_per_second, RateLimiter::Clock::now());
   const ConnectionId id = MessageRouter::NewId();
-  const auto opened = std::make_shared<Connection>(id, connection.TakeTransport(), std::move(accepted), limits_, *this);
+  const auto opened =
+      std::make_shared<Connection>(id, connection.TakeTransport(), std::move(accepted), limits_, queues_, *this);
   connections_.emplace(id, opened);
   opened->Start(head, connection.TakeRest());
   if (on_idle_) opened->StartClose(kGoingAway);
@@ -89,6 +104,7 @@ void ConnectionManager::OnEnd(HttpConnection& connection) {
 // --- while it is open -----------------------------------------------------------------------------------------------
 
 void ConnectionManager::OnStart(Connection& connection) {
+  budget_->Add(connection.id(), connection.outbox(), connection.accepted().address);
   router_->Add(connection.id(), connection.outbox(), connection.accepted().address);
 }
 
@@ -109,13 +125,21 @@ void ConnectionManager::OnClosing(Connection& connection) {
 
 void ConnectionManager::OnEnd(Connection& connection) {
   connections_.erase(connection.id());
+  if (!on_idle_ && queues_->octets() < kFewOctets && queues_->TakePeak() >= kManyOctets)
+    quiet_.Start(kQuietTime, [this] { GiveMemoryBack(); });
   if (on_idle_ && connections_.empty()) on_idle_();
+}
+
+void ConnectionManager::GiveMemoryBack() {
+  // The C library keeps what was freed between blocks that are in use, in each of its arenas. malloc_trim(3)
+  malloc_trim(0);
 }
 
 // --- the end --------------------------------------------------------------------------------------------------------
 
 void ConnectionManager::StartStop(std::function<void()> on_idle) {
   on_idle_ = std::move(on_idle);
+  quiet_.Stop();
   // Over copies, for a connection that ends takes itself out.
   for (const auto& [id, connection] : std::map(connections_)) connection->StartClose(kGoingAway);
   if (connections_.empty()) on_idle_();

@@ -18,9 +18,11 @@
 #include "probe/server/net/connection_limiter.h"
 #include "probe/server/net/log_rate_limiter.h"
 #include "probe/server/net/server_settings.h"
+#include "probe/server/net/timer.h"
 #include "probe/server/net/transport.h"
 #include "probe/server/websocket/connection.h"
 #include "probe/server/websocket/message_router.h"
+#include "probe/server/websocket/push_budget.h"
 #include "probe/server/websocket/subscription_requests.h"
 
 namespace probe {
@@ -33,7 +35,8 @@ class ConnectionManager final : public HttpEvents, public WebsocketEvents {
  public:
   /// `port`: the port that the server really listens on. `http`: what is served besides the websocket.
   ConnectionManager(boost::asio::io_context& loop, const ServerSettings& settings, std::uint16_t port,
-                    SubscriptionService& service, std::shared_ptr<MessageRouter> router, HttpService http);
+                    SubscriptionService& service, std::shared_ptr<MessageRouter> router,
+                    std::shared_ptr<PushBudget> budget, std::shared_ptr<QueueTotal> queues, HttpService http);
   ~ConnectionManager() override;
   ConnectionManager(const ConnectionManager&) = delete;
   ConnectionManager& operator=(const ConnectionManager&) = delete;
@@ -62,17 +65,23 @@ class ConnectionManager final : public HttpEvents, public WebsocketEvents {
   void OnClosing(Connection& connection) override;
   void OnEnd(Connection& connection) override;
 
+  /// Gives the memory of queues that were long back to the system, once they are gone.
+  void GiveMemoryBack();
+
   std::optional<HttpError> CheckLimits(AcceptedConnection& accepted, bool is_upgrade) const;
 
   const ServerLimits limits_;
   const AccessRules rules_;
   const std::shared_ptr<MessageRouter> router_;
+  const std::shared_ptr<PushBudget> budget_;
+  const std::shared_ptr<QueueTotal> queues_;
   SubscriptionRequests subscriptions_;
   ConnectionLimiter limiter_;
   RejectionLog rejections_;
   std::function<void()> on_idle_;  // empty: the server is not stopping
   std::map<HttpConnection*, std::shared_ptr<HttpConnection>> http_connections_;
   std::map<ConnectionId, std::shared_ptr<Connection>> connections_;
+  Timer quiet_;            // until memory is given back
   HttpRequests requests_;  // last: its workers are gone before what their answers would need
 };
 

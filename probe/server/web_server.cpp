@@ -16,6 +16,8 @@
 #include "probe/server/net/tls_context.h"
 #include "probe/server/net/transport.h"
 #include "probe/server/websocket/message_router.h"
+#include "probe/server/websocket/outbox.h"
+#include "probe/server/websocket/push_budget.h"
 
 namespace probe {
 namespace {
@@ -32,23 +34,29 @@ class WebServer::EventLoop {
  public:
   EventLoop(ServerSettings settings, SubscriptionService& service, HttpService http, OnFailure on_failure)
       : on_failure_(std::move(on_failure)),
+        service_(service),
+        budget_(std::make_shared<PushBudget>(settings.limits)),
+        queues_(std::make_shared<QueueTotal>(settings.limits.all_queues_bytes)),
         listener_(io_, settings.listen, settings.port, settings.listen == ServerSettings().listen),
         tls_(MakeTlsContext(settings)) {
     settings.limits.connections = RaiseDescriptorLimit(settings.limits.connections);
-    connections_ =
-        std::make_unique<ConnectionManager>(io_, settings, listener_.port(), service, router_, std::move(http));
+    connections_ = std::make_unique<ConnectionManager>(io_, settings, listener_.port(), service, router_, budget_,
+                                                       queues_, std::move(http));
     if (!MessageRouter::Install(router_)) throw std::runtime_error("this process runs a web server already");
+    service_.SetPushGate(budget_);
     try {
       listener_.Start(
           [this](Transport::Socket socket) { connections_->OnAccept(MakeTransport(std::move(socket), tls_.get())); });
       thread_ = std::thread([this] { Run(); });
     } catch (...) {
+      service_.SetPushGate(nullptr);
       MessageRouter::Withdraw(router_);
       throw;
     }
   }
 
   ~EventLoop() {
+    service_.SetPushGate(nullptr);
     MessageRouter::Withdraw(router_);
     boost::asio::post(io_, [this] { StartStop(); });
     thread_.join();
@@ -58,6 +66,7 @@ class WebServer::EventLoop {
 
   const Listener& listener() const { return listener_; }
   MessageRouter& router() { return *router_; }
+  const QueueTotal& queues() const { return *queues_; }
 
  private:
   void Run() {
@@ -84,9 +93,13 @@ class WebServer::EventLoop {
   }
 
   const OnFailure on_failure_;
+  SubscriptionService& service_;
   boost::asio::io_context io_{1};
-  const std::shared_ptr<MessageRouter> router_ =
-      std::make_shared<MessageRouter>([this] { boost::asio::post(io_, [this] { connections_->OnWakeup(); }); });
+  const std::shared_ptr<PushBudget> budget_;
+  const std::shared_ptr<QueueTotal> queues_;
+  const std::shared_ptr<MessageRouter> router_ = std::make_shared<MessageRouter>(
+      [this] { boost::asio::post(io_, [this] { connections_->OnWakeup(); }); }, queues_,
+      [budget = budget_](ConnectionId connection, const std::string& text) { budget->OnSent(connection, text); });
   Listener listener_;
   const std::unique_ptr<boost::asio::ssl::context> tls_;  // null: no TLS
   std::unique_ptr<ConnectionManager> connections_;
@@ -112,6 +125,10 @@ void WebServer::Stop() {
 
 ConnectionId WebServer::AddLocalReceiver(std::function<void(const std::string& text)> receiver) {
   return loop_ == nullptr ? kNoConnection : loop_->router().AddLocalReceiver(std::move(receiver));
+}
+
+std::size_t WebServer::queued_octets() const {
+  return loop_ == nullptr ? 0 : loop_->queues().octets();
 }
 
 std::uint16_t WebServer::port() const {

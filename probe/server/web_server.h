@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -49,6 +50,9 @@ class WebServer {
   ///
   /// Fails: `kNoConnection` before `Start`.
   ConnectionId AddLocalReceiver(std::function<void(const std::string& text)> receiver);
+
+  /// Octets of the messages that wait for clients or are being written to them, what several share counted once.
+  std::size_t queued_octets() const;
 
   /// The port that it listens on, on every address; 0 before `Start`.
   std::uint16_t port() const;

@@ -11,20 +11,25 @@ namespace probe {
 /// What the server allows one client, and all of them together. Each refusal names the limit by its key in
 /// `probe.toml`.
 struct ServerLimits {
-  std::size_t connections = 1000;              ///< Open connections in all.
-  std::size_t connections_per_address = 32;    ///< Open connections from one address.
-  std::size_t sids_per_connection = 64;        ///< Subscriptions of one connection, over all topics.
-  std::size_t distinct_filters = 256;          ///< Different (topic, filter) pairs in all.
-  std::size_t sid_bytes = 256;                 ///< Size of one SID, in octets.
-  std::size_t filter_bytes = 4096;             ///< Size of one filter, in octets of JSON.
-  std::size_t message_bytes = 64 * 1024;       ///< Size of one message from a client.
-  std::size_t message_depth = 16;              ///< Nesting of objects and arrays in one message from a client.
-  std::size_t messages_per_second = 20;        ///< Messages from one client, as a long-term rate with as large a burst.
-  std::size_t queue_messages = 64;             ///< Unsent messages kept for one client.
-  std::size_t queue_bytes = 16 * 1024 * 1024;  ///< Octets of unsent messages kept for one client; one always fits.
-  std::chrono::seconds stuck_after{10};        ///< A client that takes nothing for so long is closed with 1013.
-  std::chrono::seconds ping_after{30};         ///< Silence after which a client is asked for a sign of life.
-  std::chrono::seconds hang_up_after{60};      ///< Silence after which a client is gone.
+  std::size_t connections = 1000;             ///< Open connections in all.
+  std::size_t connections_per_address = 32;   ///< Open connections from one address.
+  std::size_t sids_per_connection = 64;       ///< Subscriptions of one connection, over all topics.
+  std::size_t distinct_filters = 256;         ///< Different (topic, filter) pairs in all.
+  std::size_t sid_bytes = 256;                ///< Size of one SID, in octets.
+  std::size_t filter_bytes = 4096;            ///< Size of one filter, in octets of JSON.
+  std::size_t message_bytes = 64 * 1024;      ///< Size of one message from a client.
+  std::size_t message_depth = 16;             ///< Nesting of objects and arrays in one message from a client.
+  std::size_t messages_per_second = 20;       ///< Messages from one client, as a long-term rate with as large a burst.
+  std::size_t pass_bytes = 64 * 1024 * 1024;  ///< Octets of messages that the engine builds in one pass.
+  std::size_t pass_bytes_per_connection = 16 * 1024 * 1024;  ///< Those for one connection; one always goes.
+  std::size_t pass_messages = 20'000;                        ///< Messages that the engine builds in one pass.
+  std::size_t queue_messages = 64;                           ///< Unsent messages kept for one client.
+  std::size_t queue_bytes = 1024 * 1024;            ///< Octets of messages kept for one client; one always fits.
+  std::size_t all_queues_bytes = 64 * 1024 * 1024;  ///< Those for all clients; what several share counts once.
+  std::chrono::seconds stuck_after{10};             ///< A client that takes nothing for so long is closed with 1013.
+  std::chrono::seconds queue_for{60};               ///< A client whose queue is not empty for so long: likewise.
+  std::chrono::seconds ping_after{30};              ///< Silence after which a client is asked for a sign of life.
+  std::chrono::seconds hang_up_after{60};           ///< Silence after which a client is gone.
 };
 
 /// Where and how the probe listens.

@@ -39,6 +39,9 @@ constexpr std::chrono::seconds kFinishTimeout{2};
 constexpr std::chrono::milliseconds kMinWatch{20};
 constexpr std::chrono::seconds kMaxWatch{1};
 
+// A client that takes nothing for this part of the time after which it is closed gets no new messages meanwhile.
+constexpr int kPartUntilLeftOut = 4;
+
 constexpr std::size_t kReadBytes = 4096;
 
 // What the probe calls its messages where a client asks for a subprotocol.
@@ -68,12 +71,12 @@ class Connection::Stream : public websocket::stream<FrameStream, false> {
 };
 
 Connection::Connection(ConnectionId id, std::unique_ptr<Transport> transport, AcceptedConnection accepted,
-                       const ServerLimits& limits, WebsocketEvents& events)
+                       const ServerLimits& limits, std::shared_ptr<QueueTotal> total, WebsocketEvents& events)
     : id_(id),
       limits_(limits),
       events_(events),
       accepted_(std::move(accepted)),
-      outbox_(std::make_shared<Outbox>(limits.queue_messages, limits.queue_bytes)),
+      outbox_(std::make_shared<Outbox>(limits.queue_messages, limits.queue_bytes, std::move(total))),
       transport_(std::move(transport)),
       timer_(transport_->get_executor()),
       stream_(std::make_shared<Stream>(*transport_, [this](std::size_t count) { OnOctets(count); })),
@@ -201,7 +204,11 @@ void Connection::OnOutbox() {
 void Connection::Flush() {
   if (!is_open_ || is_closing_ || is_writing_) return;
   auto message = outbox_->Take();
-  if (message == nullptr) return;
+  if (message == nullptr) {
+    behind_since_.reset();
+    return;
+  }
+  if (!behind_since_) behind_since_ = Clock::now();
   StartWatch();
   is_writing_ = true;
   stream_->next_layer().WriteMessage(std::move(message), Calling(&Connection::OnWritten));
@@ -246,10 +253,19 @@ void Connection::WatchProgress(Clock::time_point now) {
     taken_by_peer_ = taken;
     moved_at_ = now;
   }
-  if (!is_watched_ || now - moved_at_ < limits_.stuck_after) return;
-  const std::string limit = LimitText("stuck_after_seconds", static_cast<std::size_t>(limits_.stuck_after.count()));
-  log::Info("[WebServer] connection %llu of %s is closed with 1013: it took nothing for %s",
-            static_cast<unsigned long long>(id_), accepted_.address.c_str(), limit.c_str());
+  outbox_->SetStuck(is_watched_ && now - moved_at_ >= limits_.stuck_after / kPartUntilLeftOut);
+  if (!is_watched_) return;
+  if (now - moved_at_ >= limits_.stuck_after)
+    return CloseAsSlow("it took nothing for " +
+                       LimitText("stuck_after_seconds", static_cast<std::size_t>(limits_.stuck_after.count())));
+  if (behind_since_ && now - *behind_since_ >= limits_.queue_for)
+    CloseAsSlow("its queue was never empty for " +
+                LimitText("queue_seconds", static_cast<std::size_t>(limits_.queue_for.count())));
+}
+
+void Connection::CloseAsSlow(const std::string& why) {
+  log::Info("[WebServer] connection %llu of %s is closed with 1013: %s", static_cast<unsigned long long>(id_),
+            accepted_.address.c_str(), why.c_str());
   StartClose(kTryAgainLater);
 }
 

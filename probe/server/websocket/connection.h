@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "probe/host/connection_id.h"
@@ -46,7 +47,7 @@ class Connection : public std::enable_shared_from_this<Connection> {
   using Clock = std::chrono::steady_clock;
 
   Connection(ConnectionId id, std::unique_ptr<Transport> transport, AcceptedConnection accepted,
-             const ServerLimits& limits, WebsocketEvents& events);
+             const ServerLimits& limits, std::shared_ptr<QueueTotal> total, WebsocketEvents& events);
   ~Connection();
   Connection(const Connection&) = delete;
   Connection& operator=(const Connection&) = delete;
@@ -104,6 +105,7 @@ class Connection : public std::enable_shared_from_this<Connection> {
 
   bool IsPingNext() const;
   void StartWatch();
+  void CloseAsSlow(const std::string& why);
   void WatchProgress(Clock::time_point now);
   void WatchLife(Clock::time_point now);
   void OnTimer();
@@ -127,9 +129,10 @@ class Connection : public std::enable_shared_from_this<Connection> {
 
   bool is_writing_ = false;  // a message
 
-  bool is_watched_ = false;          // unsent data: the write timeout is running
-  std::uint64_t taken_by_peer_ = 0;  // octets, when the client was last seen taking some
-  Clock::time_point moved_at_;       // when that was
+  bool is_watched_ = false;                        // unsent data: the write timeout is running
+  std::uint64_t taken_by_peer_ = 0;                // octets, when the client was last seen taking some
+  Clock::time_point moved_at_;                     // when that was
+  std::optional<Clock::time_point> behind_since_;  // since when something has been waiting; nothing: nothing is
 
   Clock::time_point lived_at_;  // when the client last gave a sign of life
   bool is_pinged_ = false;      // it has been asked for one since

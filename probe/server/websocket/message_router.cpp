@@ -38,7 +38,8 @@ void SendThroughRouter(lws* connection, const std::string& text) try {
 
 }  // namespace
 
-MessageRouter::MessageRouter(Wake wake) : wake_(std::move(wake)) {}
+MessageRouter::MessageRouter(Wake wake, std::shared_ptr<QueueTotal> total, Observer observer)
+    : total_(std::move(total)), observer_(std::move(observer)), wake_(std::move(wake)) {}
 
 ConnectionId MessageRouter::NewId() {
   static std::atomic<std::uintptr_t> last{static_cast<std::uintptr_t>(kNoConnection)};
@@ -81,6 +82,7 @@ void MessageRouter::Send(ConnectionId connection, const std::string& text) {
   const Route route = Find(connection);
   if (route.receiver) return route.receiver(text);
   if (route.outbox == nullptr) return;
+  if (observer_) observer_(connection, text);
   if (route.outbox->Put(MessageOf(text))) LogFirstDrop(connection, route.peer);
   WakeFor(connection);
 }
@@ -93,7 +95,7 @@ std::shared_ptr<const OutgoingMessage> MessageRouter::MessageOf(const std::strin
   }
   // The engine sends one text to all whose filters and SIDs are equal, one after the other: they share it.
   if (message != nullptr && message->text() == text) return message;
-  message = std::make_shared<const OutgoingMessage>(text, OutgoingMessage::Kind::kPush);
+  message = std::make_shared<const OutgoingMessage>(text, OutgoingMessage::Kind::kPush, total_);
   const lock_guard held(lock_);
   last_ = message;
   return message;

@@ -20,7 +20,11 @@ class MessageRouter {
   /// Wakes the event loop, which then calls `TakePending`. Called with a lock held: it must only wake.
   using Wake = std::function<void()>;
 
-  explicit MessageRouter(Wake wake);
+  /// Is told of each message for a client, on the thread that sends it.
+  using Observer = std::function<void(ConnectionId connection, const std::string& text)>;
+
+  /// `total`: where the messages count as long as they wait; null: nowhere.
+  explicit MessageRouter(Wake wake, std::shared_ptr<QueueTotal> total = nullptr, Observer observer = {});
 
   /// An id that no connection ever had in this process.
   static ConnectionId NewId();
@@ -65,6 +69,8 @@ class MessageRouter {
   std::shared_ptr<const OutgoingMessage> MessageOf(const std::string& text) VEXORA_EXCLUDES(lock_);
   void WakeFor(ConnectionId connection) VEXORA_EXCLUDES(lock_);
 
+  const std::shared_ptr<QueueTotal> total_;
+  const Observer observer_;
   mutable utilities::lock::Mutex lock_;
   Wake wake_ VEXORA_GUARDED_BY(lock_);
   std::map<ConnectionId, Route> routes_ VEXORA_GUARDED_BY(lock_);

@@ -24,18 +24,64 @@ const std::vector<std::string>& OutgoingMessage::Sids() const {
   return sids_;
 }
 
-Outbox::Outbox(std::size_t max_messages, std::size_t max_bytes)
-    : max_messages_(std::max<std::size_t>(max_messages, 1)), max_bytes_(max_bytes) {}
+void QueueTotal::Grow(std::size_t octets) {
+  const std::size_t now = octets_ += octets;
+  std::size_t peak = peak_.load();
+  while (now > peak && !peak_.compare_exchange_weak(peak, now)) continue;
+}
+
+void QueueTotal::Enter(Outbox& outbox) {
+  const lock_guard held(lock_);
+  outboxes_.insert(&outbox);
+}
+
+void QueueTotal::Leave(Outbox& outbox) {
+  const lock_guard held(lock_);
+  outboxes_.erase(&outbox);
+}
+
+void QueueTotal::Trim(Outbox& outbox, const OutgoingMessage* newest) {
+  if (octets() <= max_bytes_) return;
+  const lock_guard held(lock_);
+  while (octets() > max_bytes_) {
+    Outbox* fullest = nullptr;
+    std::size_t most = 0;
+    for (Outbox* const each : outboxes_) {
+      const std::size_t waiting = each->WaitingBytes(newest);
+      if (waiting <= most) continue;
+      most = waiting;
+      fullest = each;
+    }
+    if (fullest == nullptr) break;
+    if (!fullest->DropOldest(newest)) break;  // it was taken meanwhile
+  }
+  if (octets() >= max_bytes_ + newest->text().size()) outbox.DropOldest(nullptr);
+}
+
+Outbox::Outbox(std::size_t max_messages, std::size_t max_bytes, std::shared_ptr<QueueTotal> total)
+    : max_messages_(std::max<std::size_t>(max_messages, 1)), max_bytes_(max_bytes), total_(std::move(total)) {
+  if (total_ != nullptr) total_->Enter(*this);
+}
+
+Outbox::~Outbox() {
+  if (total_ != nullptr) total_->Leave(*this);
+}
 
 bool Outbox::Put(std::shared_ptr<const OutgoingMessage> message) {
   Messages superseded = Waiting();
   std::erase_if(superseded, [&](const auto& older) { return !older->IsSupersededBy(*message); });
-  const lock_guard held(lock_);
-  if (is_closed_) return false;
-  const std::size_t dropped_before = dropped_;
-  Insert(std::move(message), superseded);
-  DropOldestOverBounds();
-  return dropped_before == 0 && dropped_ > 0;
+  std::size_t dropped_before = 0;
+  {
+    const lock_guard held(lock_);
+    if (is_closed_) return false;
+    dropped_before = dropped_;
+    Insert(message, superseded);
+    DropOldestOverBounds();
+  }
+  superseded.clear();  // their octets are not to count any more
+  // Without the lock: it looks at all outboxes.
+  if (total_ != nullptr) total_->Trim(*this, message.get());
+  return dropped_before == 0 && dropped() > 0;
 }
 
 Outbox::Messages Outbox::Waiting() const {
@@ -54,11 +100,36 @@ void Outbox::Insert(std::shared_ptr<const OutgoingMessage> message, const Messag
   waiting_.push_back(std::move(message));  // never in the old one's place: an answer may stand between the two
 }
 
+std::size_t Outbox::RoomInBytes() const {
+  return max_bytes_ - std::min(being_written_, max_bytes_ / 2);
+}
+
 void Outbox::DropOldestOverBounds() {
-  while (waiting_.size() > max_messages_ || (bytes_ > max_bytes_ && waiting_.size() > 1)) {
+  while (waiting_.size() > max_messages_ || (bytes_ > RoomInBytes() && waiting_.size() > 1)) {
     CountDrop(*waiting_.front());
     waiting_.pop_front();
   }
+}
+
+std::size_t Outbox::WaitingBytes(const OutgoingMessage* besides) const {
+  const lock_guard held(lock_);
+  // What is put in last stands last.
+  const bool is_here = !waiting_.empty() && waiting_.back().get() == besides;
+  return bytes_ - (is_here ? besides->text().size() : 0);
+}
+
+bool Outbox::DropOldest(const OutgoingMessage* besides) {
+  const lock_guard held(lock_);
+  if (waiting_.empty() || waiting_.front().get() == besides) return false;
+  CountDrop(*waiting_.front());
+  waiting_.pop_front();
+  return true;
+}
+
+bool Outbox::IsBlocked() const {
+  if (is_stuck_.load()) return true;
+  const lock_guard held(lock_);
+  return waiting_.size() >= max_messages_ || bytes_ >= RoomInBytes();
 }
 
 void Outbox::CountDrop(const OutgoingMessage& message) {
@@ -68,10 +139,12 @@ void Outbox::CountDrop(const OutgoingMessage& message) {
 
 std::shared_ptr<const OutgoingMessage> Outbox::Take() {
   const lock_guard held(lock_);
+  being_written_ = 0;
   if (waiting_.empty()) return nullptr;
   auto message = std::move(waiting_.front());
   waiting_.pop_front();
-  bytes_ -= message->text().size();
+  being_written_ = message->text().size();
+  bytes_ -= being_written_;
   return message;
 }
 

@@ -22,8 +22,8 @@ std::map<std::string, std::string> FiltersOf(const subscribes::ParsedRequest& pa
 
 }  // namespace
 
-SubscriptionRequests::SubscriptionRequests(const ServerLimits& limits, SubscriptionService& service)
-    : max_depth_(limits.message_depth), service_(service), subscription_limits_(limits) {}
+SubscriptionRequests::SubscriptionRequests(const ServerLimits& limits, SubscriptionService& service, PushBudget& budget)
+    : max_depth_(limits.message_depth), service_(service), budget_(budget), subscription_limits_(limits) {}
 
 void SubscriptionRequests::Handle(ConnectionId connection, std::string_view text, const Reply& reply) {
   const ClientMessage message = ReadClientMessage(text, max_depth_);
@@ -38,17 +38,20 @@ void SubscriptionRequests::Subscribe(ConnectionId connection, const SubscribeReq
   if (!parsed) return reply(ErrorText({error_code::kUnknownTopic, "Nobody feeds this topic."}));
   if (parsed->empty())
     return reply(ErrorText({error_code::kEmptyRequest, R"("request" must name at least one subscription.)"}));
-  if (const auto refused = subscription_limits_.Add(connection, request.topic, FiltersOf(*parsed, request)))
+  const auto filters = FiltersOf(*parsed, request);
+  if (const auto refused = subscription_limits_.Add(connection, request.topic, filters))
     return reply(ErrorText(*refused));
   std::vector<std::string> sids;
   for (const auto& [sid, filter] : *parsed) sids.push_back(sid);
   reply(SubscribedText(request.topic, sids));
+  budget_.File(connection, request.topic, filters);  // before a pass can find the subscription
   service_.File(request.topic, connection, *parsed, request.request);
 }
 
 void SubscriptionRequests::Unsubscribe(ConnectionId connection, const UnsubscribeRequest& request, const Reply& reply) {
   const bool was_filed = service_.Unsubscribe(request.topic, connection, request.sid);
   subscription_limits_.Remove(connection, request.topic, request.sid);
+  budget_.Remove(connection, request.topic, request.sid);
   if (!was_filed)
     return reply(ErrorText({error_code::kUnknownSubscription, "This connection has no such subscription."}));
   reply(UnsubscribedText(request.topic, request.sid));
@@ -57,6 +60,7 @@ void SubscriptionRequests::Unsubscribe(ConnectionId connection, const Unsubscrib
 void SubscriptionRequests::Forget(ConnectionId connection) {
   subscription_limits_.RemoveAll(connection);
   service_.Disconnect(connection);
+  budget_.Forget(connection);
 }
 
 }  // namespace probe

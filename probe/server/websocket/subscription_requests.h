@@ -8,6 +8,7 @@
 #include "probe/host/subscription_service.h"
 #include "probe/server/net/server_settings.h"
 #include "probe/server/websocket/protocol.h"
+#include "probe/server/websocket/push_budget.h"
 #include "probe/server/websocket/subscription_limits.h"
 
 namespace probe {
@@ -20,7 +21,7 @@ class SubscriptionRequests {
   /// Takes the text of an answer on its way to the client.
   using Reply = std::function<void(std::string text)>;
 
-  SubscriptionRequests(const ServerLimits& limits, SubscriptionService& service);
+  SubscriptionRequests(const ServerLimits& limits, SubscriptionService& service, PushBudget& budget);
 
   /// Carries out one message of a connection, and answers it exactly once. The answer to a subscription goes out
   /// before the subscription is filed, so that no message of the topic can be ahead of it.
@@ -35,6 +36,7 @@ class SubscriptionRequests {
 
   std::size_t max_depth_;
   SubscriptionService& service_;
+  PushBudget& budget_;
   SubscriptionLimits subscription_limits_;
 };
 

@@ -51,7 +51,9 @@ class ConnectionManagerTest : public ::testing::Test {
  protected:
   ConnectionManagerTest() {
     settings.limits.connections = 1;
-    manager = std::make_unique<probe::ConnectionManager>(loop, settings, 8765, service, router, probe::HttpService{});
+    manager = std::make_unique<probe::ConnectionManager>(
+        loop, settings, 8765, service, router, std::make_shared<probe::PushBudget>(settings.limits),
+        std::make_shared<probe::QueueTotal>(settings.limits.all_queues_bytes), probe::HttpService{});
   }
 
   /// Serves a client until its connection has ended, and gives what it was sent.

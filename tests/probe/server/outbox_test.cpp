@@ -110,6 +110,67 @@ TEST(Outbox, KeepsOneMessageHoweverLarge) {
   EXPECT_THAT(Texts(outbox), ElementsAre(large));
 }
 
+TEST(Outbox, CountsTheMessageThatIsBeingWrittenForHalfOfTheBoundAtMost) {
+  Outbox outbox(100, 100);
+  outbox.Put(std::string(1000, 'x'), Kind::kReply);
+  EXPECT_TRUE(outbox.IsBlocked());
+  const auto sending = outbox.Take();
+  EXPECT_FALSE(outbox.IsBlocked());
+  outbox.Put(std::string(30, '1'), Kind::kReply);
+  outbox.Put(std::string(20, '2'), Kind::kReply);
+  EXPECT_EQ(outbox.dropped(), 0U) << "there is room for small ones beside a large one";
+  EXPECT_TRUE(outbox.IsBlocked());
+  outbox.Put("3", Kind::kReply);
+  EXPECT_EQ(outbox.dropped(), 1U);
+  EXPECT_THAT(Texts(outbox), ElementsAre(std::string(20, '2'), "3"));
+}
+
+TEST(QueueTotal, HasTheFullestLoseFirst) {
+  const auto total = std::make_shared<probe::QueueTotal>(100);
+  Outbox fuller(100, 1000, total);
+  Outbox other(100, 1000, total);
+  for (const char digit : {'1', '2', '3'}) fuller.Put(std::string(25, digit), Kind::kReply);
+  other.Put(std::string(20, 'a'), Kind::kReply);
+  EXPECT_EQ(total->octets(), 95U);
+  other.Put(std::string(20, 'b'), Kind::kReply);
+  EXPECT_EQ(total->octets(), 90U);
+  EXPECT_EQ(fuller.dropped(), 1U);
+  EXPECT_EQ(other.dropped(), 0U);
+  other.Put(std::string(50, 'c'), Kind::kReply);
+  EXPECT_EQ(total->octets(), 95U) << "the fullest once more, and then the next fullest";
+  EXPECT_THAT(Texts(other), ElementsAre(std::string(20, 'b'), std::string(50, 'c')));
+  EXPECT_THAT(Texts(fuller), ElementsAre(std::string(25, '3')));
+  EXPECT_EQ(total->octets(), 0U);
+}
+
+TEST(QueueTotal, CountsWhatSeveralShareOnceAndWhatIsBeingWrittenToo) {
+  const auto total = std::make_shared<probe::QueueTotal>(1000);
+  Outbox first(100, 1000, total);
+  Outbox second(100, 1000, total);
+  auto message = std::make_shared<const probe::OutgoingMessage>("12345", Kind::kPush, total);
+  first.Put(message);
+  second.Put(message);
+  message.reset();
+  EXPECT_EQ(total->octets(), 5U);
+  const auto sending = first.Take();
+  second.Close();
+  EXPECT_EQ(total->octets(), 5U);
+}
+
+TEST(QueueTotal, LetsTheLargestMessageThroughWhenThereIsNothingElse) {
+  const auto total = std::make_shared<probe::QueueTotal>(100);
+  Outbox outbox(100, 10, total);
+  Outbox other(100, 10, total);
+  const std::string large(1000, 'x');
+  other.Put("small", Kind::kReply);
+  outbox.Put(large, Kind::kReply);
+  EXPECT_EQ(total->octets(), 1000U) << "the others go for it";
+  const auto sending = outbox.Take();
+  ASSERT_NE(sending, nullptr);
+  outbox.Put("next", Kind::kReply);
+  EXPECT_TRUE(outbox.IsEmpty()) << "nothing beside it";
+}
+
 TEST(Outbox, TakesNothingAfterItWasClosed) {
   Outbox outbox(10, 1000);
   outbox.Put("1", Kind::kReply);

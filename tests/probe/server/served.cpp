@@ -89,7 +89,7 @@ void Served::ExpectServed(probe::WebsocketClient& client) {
 
 std::vector<lws*> Served::Handles(const std::string& sid) {
   std::vector<lws*> handles;
-  const auto connections = service.GetSubscribeList("Topic")[sid];
+  const auto connections = service.Subscriptions("Topic")[sid];
   for (const auto& [connection, filter] : connections) handles.push_back(connection);
   return handles;
 }

@@ -62,7 +62,7 @@ TEST_F(SlowClientTest, LosesTheOldestMessagesWhenItsQueueIsFull) {
 
 TEST_F(SlowClientTest, LosesTheOldestMessagesWhenTheyAreTooLargeTogether) {
   settings.limits.stuck_after = 60s;
-  settings.limits.queue_bytes = 3 * 1024 * 1024;
+  settings.limits.queue_bytes = 6 * 1024 * 1024;  // half of it for the message that is being written
   Serve();
   const auto client = StuckClient();
   for (int number = 1; number <= 10; ++number)
@@ -112,19 +112,112 @@ TEST_F(SlowClientTest, IsCutOffWhenItDoesNotEvenTakeTheFarewell) {
   }));
 }
 
-TEST_F(SlowClientTest, IsNotClosedWhileItTakesALittle) {
-  settings.limits.stuck_after = 2s;
-  Serve();
-  const auto client = StuckClient();
-  // A little every tick, until twice the limit is over: some 100 KiB of the 24 MiB.
-  const auto end = std::chrono::steady_clock::now() + 4s;
+/// Takes a little every tick, some 100 KiB of the 24 MiB, until `until` holds. False when the connection ends before.
+bool Drip(test::RawClient& client, const std::function<bool()>& until) {
   std::size_t taken = 100;
+  bool is_open = true;
   EXPECT_TRUE(Eventually([&] {
     taken += 64;
-    return !client->WaitForOctets(taken) || std::chrono::steady_clock::now() > end;
+    is_open = client.WaitForOctets(taken);
+    return !is_open || until();
   }));
+  return is_open;
+}
+
+TEST_F(SlowClientTest, IsNotClosedWhileItTakesALittleAndHasTimeToEmptyItsQueue) {
+  settings.limits.stuck_after = 2s;
+  settings.limits.queue_for = 60s;
+  Serve();
+  const auto client = StuckClient();
+  const auto end = std::chrono::steady_clock::now() + 4s;
+  EXPECT_TRUE(Drip(*client, [&] { return std::chrono::steady_clock::now() > end; }));
   EXPECT_FALSE(IsLogged("closed with 1013"));
   EXPECT_TRUE(client->ReadMessage() == Envelope("a", 0, kLarge));
+}
+
+TEST_F(SlowClientTest, IsClosedWith1013WhenItOnlyDripsAndItsQueueIsNeverEmpty) {
+  settings.limits.stuck_after = 2s;
+  settings.limits.queue_for = 3s;
+  Serve();
+  const auto client = StuckClient();
+  Drip(*client, [&] { return IsLogged("closed with 1013"); });
+  EXPECT_TRUE(IsLogged("limits.queue_seconds = 3"));
+  EXPECT_THAT(Handles("a"), IsEmpty());
+}
+
+TEST_F(SlowClientTest, IsNotClosedWhoseQueueIsEmptyNowAndThen) {
+  settings.limits.stuck_after = 1s;
+  settings.limits.queue_for = 1s;
+  Serve();
+  auto client = Subscribed("a");
+  const auto quick = Handles("a").front();
+  const auto end = std::chrono::steady_clock::now() + 3s;
+  for (int number = 0; std::chrono::steady_clock::now() < end; ++number) {
+    Push(quick, Envelope("a", number, 2 * 1024 * 1024));
+    ASSERT_EQ(Next(client), Envelope("a", number, 2 * 1024 * 1024)) << "larger than its queue";
+  }
+  EXPECT_FALSE(IsLogged("closed with 1013"));
+}
+
+TEST_F(SlowClientTest, IsHandedOutToNoPassUntilItReadsOn) {
+  settings.limits.stuck_after = 4s;
+  Serve();
+  const auto client = StuckClient();
+  const auto is_handed_out = [&] { return !service.GetSubscribeList("Topic").empty(); };
+  EXPECT_TRUE(Eventually([&] { return !is_handed_out(); }));
+  EXPECT_FALSE(IsLogged("closed with 1013"));
+  EXPECT_THAT(Handles("a"), SizeIs(1)) << "its subscriptions stay";
+  EXPECT_TRUE(client->ReadMessage() == Envelope("a", 0, kLarge));
+  EXPECT_TRUE(Eventually(is_handed_out));
+}
+
+TEST_F(SlowClientTest, TakesNoMoreThanItsQueueMayHold) {
+  constexpr std::size_t kReaders = 50;
+  constexpr std::size_t kMessage = 100 * 1024;
+  settings.limits.stuck_after = 60s;
+  settings.limits.connections_per_address = 2 * kReaders;
+  Serve();
+  auto bystander = Subscribed("bystander");
+  const auto bystander_handle = Handles("bystander").front();
+  std::vector<std::unique_ptr<test::RawClient>> clients;
+  for (std::size_t i = 0; i < kReaders; ++i) {
+    clients.push_back(std::make_unique<test::RawClient>(server->port(), "127.0.0.1", kSmallBuffer));
+    clients.back()->Upgrade();
+    clients.back()->SendFrame(1, test::SubscribeText({"r" + std::to_string(i)}));
+    EXPECT_THAT(clients.back()->ReadMessage().value_or(""), HasSubstr("subscribed"));
+  }
+  // What the system's buffers swallow is none of the server's memory: 8 MiB for each are more than these take.
+  for (int number = 0; number < 80; ++number) {
+    for (std::size_t i = 0; i < kReaders; ++i) {
+      const std::string sid = "r" + std::to_string(i);
+      Push(Handles(sid).front(), Envelope(sid + "." + std::to_string(number), number, kMessage));
+    }
+    Push(bystander_handle, Envelope("bystander", number));
+    ASSERT_EQ(Next(bystander), Envelope("bystander", number));
+    ASSERT_LE(server->queued_octets(), kReaders * settings.limits.queue_bytes);
+  }
+  EXPECT_GT(server->queued_octets(), kReaders * settings.limits.queue_bytes / 2) << "they take it up";
+  EXPECT_LE(server->queued_octets(), settings.limits.all_queues_bytes);
+  clients.clear();
+  EXPECT_TRUE(Eventually([&] { return server->queued_octets() == 0; }));
+}
+
+TEST_F(SlowClientTest, LosesItsMessagesWhenAllQueuesTogetherHoldTooMuch) {
+  settings.limits.stuck_after = 60s;
+  settings.limits.queue_bytes = 100 * 1024 * 1024;
+  settings.limits.all_queues_bytes = 30 * 1024 * 1024;
+  Serve();
+  const auto client = StuckClient();
+  auto bystander = Subscribed("bystander");
+  for (int number = 1; number <= 40; ++number)
+    Push(handle, Envelope("sid" + std::to_string(number), number, 1024 * 1024));
+  EXPECT_LE(server->queued_octets(), 31U * 1024 * 1024);
+  Push(Handles("bystander").front(), Envelope("bystander", 1, 3 * 1024 * 1024));
+  EXPECT_EQ(Next(bystander), Envelope("bystander", 1, 3 * 1024 * 1024)) << "not the fullest queue";
+  EXPECT_LE(server->queued_octets(), 31U * 1024 * 1024);
+  EXPECT_TRUE(client->ReadMessage() == Envelope("a", 0, kLarge));
+  const auto next = client->ReadMessage();
+  EXPECT_THAT(next.value_or("").substr(0, 100), HasSubstr(R"("number":3)"));
 }
 
 TEST_F(SlowClientTest, DelaysNobodyElse) {

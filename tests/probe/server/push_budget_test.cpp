@@ -1,0 +1,238 @@
+#include "probe/server/websocket/push_budget.h"
+
+#include <gmock/gmock.h>
+
+#include <memory>
+#include <set>
+
+#include "probe/server/websocket/envelope_key.h"
+
+namespace {
+
+using probe::ConnectionId;
+using probe::Outbox;
+using probe::PushBudget;
+using ::testing::Each;
+using ::testing::ElementsAre;
+using ::testing::Ge;
+using ::testing::IsEmpty;
+using ::testing::Le;
+
+constexpr std::size_t kMebibyte = std::size_t{1024} * 1024;
+
+std::string BudgetEnvelope(const std::string& sid, std::size_t ballast) {
+  return R"({ "name": "T", "data": { "1m": { "ballast": ")" + std::string(ballast, 'x') + R"(", "sid": [ ")" + sid +
+         R"(" ] } } })";
+}
+
+/// The engine and its subscribers, with messages of a given size for each subscription.
+class PushBudgetTest : public ::testing::Test {
+ protected:
+  void Connect(unsigned id) {
+    outboxes[id] = std::make_shared<Outbox>(1000, 100 * kMebibyte);
+    budget->Add(ConnectionId{id}, outboxes[id], "127.0.0.1");
+  }
+
+  void Subscribe(unsigned id, const std::string& sid, const std::string& filter, std::size_t octets) {
+    budget->File(ConnectionId{id}, "T", {{sid, filter}});
+    filed[sid][id] = filter;
+    sizes[filter] = octets;
+  }
+
+  /// A pass: builds a message for each filter of each connection that is handed out, as the engine does. Octets of each
+  /// connection.
+  std::map<unsigned, std::size_t> Pass() {
+    subscribes::SubscriptionList list;
+    for (const auto& [sid, connections] : filed) {
+      for (const auto& [id, filter] : connections) list[sid][probe::ToHandle(ConnectionId{id})] = nullptr;
+    }
+    budget->Admit("T", list);
+    std::map<unsigned, std::size_t> octets;
+    messages = 0;
+    built = 0;
+    std::set<std::pair<unsigned, std::string>> sent;
+    for (const auto& [sid, connections] : list) {
+      for (const auto& [handle, none] : connections) {
+        const auto id = static_cast<unsigned>(probe::FromHandle(handle));
+        const std::string& filter = filed[sid][id];
+        if (!sent.emplace(id, filter).second) continue;
+        const std::string text = BudgetEnvelope(sid, sizes[filter]);
+        octets[id] += text.size();
+        built += text.size();
+        ++messages;
+        budget->OnSent(ConnectionId{id}, text);
+      }
+    }
+    return octets;
+  }
+
+  probe::ServerLimits limits;
+  std::unique_ptr<PushBudget> budget = std::make_unique<PushBudget>(limits);
+  std::map<unsigned, std::shared_ptr<Outbox>> outboxes;
+  std::map<std::string, std::map<unsigned, std::string>> filed;
+  std::map<std::string, std::size_t> sizes;
+  std::size_t messages = 0;
+  std::size_t built = 0;
+};
+
+TEST_F(PushBudgetTest, ServesEverybodyWithinTheBounds) {
+  for (unsigned id = 1; id <= 20; ++id) {
+    Connect(id);
+    for (int number = 0; number < 64; ++number)
+      Subscribe(id, "s" + std::to_string(id) + "." + std::to_string(number),
+                R"({"mac":"02:FC:00:00:00:)" + std::to_string(number) + R"("})", 2'000);
+  }
+  for (int pass = 0; pass < 3; ++pass) {
+    Pass();
+    EXPECT_EQ(messages, 20U * 64U);
+  }
+}
+
+TEST_F(PushBudgetTest, BoundsWhatOneAddressWithAllItsSubscriptionsHasBuilt) {
+  // 32 connections of 64 subscriptions to everything, each under a SID of its own, in a network of 1,000 devices.
+  constexpr std::size_t kEverything = std::size_t{1'700} * 1024;
+  Connect(1);
+  for (int number = 0; number < 3; ++number)
+    Subscribe(1, "page" + std::to_string(number), "modest" + std::to_string(number), 600'000);
+  for (unsigned id = 2; id <= 33; ++id) {
+    Connect(id);
+    for (int number = 0; number < 64; ++number)
+      Subscribe(id, "s" + std::to_string(id) + "." + std::to_string(number), std::to_string(number), kEverything);
+  }
+  Pass();  // from which the sizes are known
+  std::map<unsigned, std::size_t> octets;
+  for (int pass = 0; pass < 60; ++pass) {
+    const auto one = Pass();
+    ASSERT_LE(built, limits.pass_bytes) << "pass " << pass;
+    ASSERT_GE(one.at(1), 1'800'000U) << "who asks for little gets all of it, in pass " << pass;
+    for (const auto& [id, count] : one) {
+      ASSERT_LE(count, limits.pass_bytes_per_connection);
+      octets[id] += count;
+    }
+  }
+  ASSERT_EQ(octets.size(), 33U) << "everybody gets something";
+  for (const auto& [id, count] : octets) EXPECT_GE(count, 10 * kEverything) << "and about as much: " << id;
+}
+
+TEST_F(PushBudgetTest, ServesTheSubscriptionsOfOneConnectionInTurns) {
+  limits.pass_bytes_per_connection = kMebibyte;
+  budget = std::make_unique<PushBudget>(limits);
+  Connect(1);
+  for (const char* sid : {"a", "b", "c", "d"}) Subscribe(1, sid, sid, 400 * 1024);
+  std::map<std::string, int> times;
+  for (int pass = 0; pass < 21; ++pass) {
+    subscribes::SubscriptionList list;
+    for (const char* sid : {"a", "b", "c", "d"}) list[sid][probe::ToHandle(ConnectionId{1})] = nullptr;
+    budget->Admit("T", list);
+    EXPECT_THAT(list.size(), ::testing::AllOf(Ge(1U), Le(4U)));
+    for (const auto& [sid, connections] : list) {
+      ++times[sid];
+      budget->OnSent(ConnectionId{1}, BudgetEnvelope(sid, sizes[sid]));
+    }
+  }
+  for (const auto& [sid, count] : times) EXPECT_GE(count, 10) << sid;
+  EXPECT_EQ(times.size(), 4U);
+}
+
+TEST_F(PushBudgetTest, ServesOneMessageHoweverLarge) {
+  Connect(1);
+  Subscribe(1, "a", "{}", 2 * limits.pass_bytes);
+  for (int pass = 0; pass < 3; ++pass) EXPECT_GT(Pass().at(1), 2 * limits.pass_bytes);
+}
+
+TEST_F(PushBudgetTest, BoundsTheNumberOfMessages) {
+  limits.pass_messages = 5;
+  budget = std::make_unique<PushBudget>(limits);
+  Connect(1);
+  Connect(2);
+  Subscribe(1, "a", "{}", 10);
+  for (int number = 0; number < 20; ++number) Subscribe(2, "b" + std::to_string(number), std::to_string(number), 10);
+  for (int pass = 0; pass < 4; ++pass) {
+    EXPECT_TRUE(Pass().contains(1));
+    EXPECT_EQ(messages, 5U);
+  }
+}
+
+TEST_F(PushBudgetTest, CountsWhatEqualSubscriptionsShareOnce) {
+  for (unsigned id = 1; id <= 1'000; ++id) {
+    Connect(id);
+    Subscribe(id, "page", "{}", 100);
+  }
+  Pass();
+  sizes["{}"] = kMebibyte;
+  budget->OnSent(ConnectionId{1}, BudgetEnvelope("page", kMebibyte));
+  subscribes::SubscriptionList list;
+  for (unsigned id = 1; id <= 1'000; ++id) list["page"][probe::ToHandle(ConnectionId{id})] = nullptr;
+  budget->Admit("T", list);
+  EXPECT_EQ(list["page"].size(), 1'000U) << "one text for a thousand pages";
+}
+
+TEST_F(PushBudgetTest, LeavesOutWhoTakesNothingAndWhoseQueueIsFull) {
+  for (unsigned id = 1; id <= 3; ++id) {
+    Connect(id);
+    Subscribe(id, "a", "{}", 10);
+  }
+  outboxes[2]->SetStuck(true);
+  outboxes[3]->Put(std::string(100 * kMebibyte, 'x'), probe::OutgoingMessage::Kind::kReply);
+  const auto one = Pass();
+  EXPECT_TRUE(one.contains(1));
+  EXPECT_FALSE(one.contains(2));
+  EXPECT_FALSE(one.contains(3));
+  outboxes[2]->SetStuck(false);
+  EXPECT_TRUE(outboxes[3]->Take() != nullptr);
+  EXPECT_TRUE(outboxes[3]->Take() == nullptr);
+  EXPECT_EQ(Pass().size(), 3U) << "as soon as they read on";
+}
+
+TEST_F(PushBudgetTest, TakesAnUnknownFilterForAsLargeAsTheLargestOfItsKind) {
+  limits.pass_bytes = 2 * kMebibyte;
+  budget = std::make_unique<PushBudget>(limits);
+  Connect(1);
+  Subscribe(1, "known", R"({"interval":"1m"})", kMebibyte);
+  Pass();
+  // Every pass new filters that mean the same, as somebody would send who has noticed.
+  for (int pass = 0; pass < 5; ++pass) {
+    Connect(2);
+    for (int number = 0; number < 64; ++number)
+      Subscribe(2, "s" + std::to_string(number), R"({"mac":"","x":)" + std::to_string(64 * pass + number) + "}",
+                kMebibyte);
+    Pass();
+    EXPECT_LE(built, 2 * kMebibyte + 4'096);
+    budget->Forget(ConnectionId{2});
+  }
+}
+
+TEST_F(PushBudgetTest, LetsAPageOfManySingleDevicesInAtOnceBesideLargeMessages) {
+  Connect(1);
+  Subscribe(1, "all", R"({"interval":"1m"})", 12 * kMebibyte);
+  Pass();
+  Connect(2);
+  for (int number = 0; number < 60; ++number)
+    Subscribe(2, "d" + std::to_string(number), R"({"mac":"02:FC:00:00:00:)" + std::to_string(number) + R"("})", 3'000);
+  Pass();
+  EXPECT_EQ(messages, 61U);
+}
+
+TEST_F(PushBudgetTest, ServesTheHostsOwnSubscriptionsAlways) {
+  limits.pass_messages = 1;
+  budget = std::make_unique<PushBudget>(limits);
+  Connect(1);
+  Subscribe(1, "a", "{}", 10);
+  filed["latest"][7] = "{}";  // it was never entered
+  for (int pass = 0; pass < 3; ++pass) EXPECT_EQ(Pass().size(), 2U);
+}
+
+TEST(SidsAtEnds, AreFoundAtEitherEndOfALargeEnvelope) {
+  const std::string large(1'000'000, 'x');
+  EXPECT_THAT(probe::SidsAtEnds(BudgetEnvelope("a", large.size())), ElementsAre("a"));
+  EXPECT_THAT(probe::SidsAtEnds(R"({"name":"T","data":{"x":")" + large + R"(","sid":["sid","b"]}})"),
+              ElementsAre("sid", "b"));
+  EXPECT_THAT(probe::SidsAtEnds(R"({"name":"T","data":{"sid":["c"],"x":")" + large + R"("}})"), ElementsAre("c"));
+  EXPECT_THAT(probe::SidsAtEnds(R"({"name":"T","data":{"x":{"y":{"sid":["d"]}}}})"), IsEmpty())
+      << "deeper: device data";
+  EXPECT_THAT(probe::SidsAtEnds(R"({"name":"T","data":{"level":1}})"), IsEmpty());
+  EXPECT_THAT(probe::SidsAtEnds("no JSON ]}}"), IsEmpty());
+  EXPECT_THAT(probe::SidsAtEnds(""), IsEmpty());
+}
+
+}  // namespace
