@@ -38,6 +38,9 @@ constexpr std::size_t kMaxAnnounced = 20;
 /// How long a stop waits for a disk that hangs.
 constexpr std::chrono::seconds kJournalPatience{5};
 
+/// An ordinary pass writes a few lines, a network report one for each rogue access point that each of ours sees.
+constexpr log::PluginBudget kPluginLines{.burst = 10'000, .per_second = 10};
+
 /// A text that the plug-in made with the host's `Strdup`, taken over.
 std::string Taken(char* text) {
   const std::unique_ptr<char, decltype(&std::free)> owner(text, &std::free);
@@ -100,6 +103,7 @@ ProbeApp::~ProbeApp() {
 
 void ProbeApp::Start() {
   log::SetLevel(settings_.log_level);
+  log::LimitPlugin(kPluginLines);
   log::Info("vexora-probe %s starts", VEXORA_VERSION);
   try {
     // The journal before the clock, which goes on where it ends; the clock before the sources, which read it; what
@@ -357,6 +361,7 @@ void ProbeApp::Stop() {
   pass_timer_.reset();
   clock_installation_.reset();
   clock_.reset();
+  log::LimitPlugin(std::nullopt);
 }
 
 }  // namespace probe

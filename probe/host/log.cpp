@@ -3,8 +3,10 @@
 #include <spdlog/sinks/stdout_color_sinks.h>
 #include <spdlog/spdlog.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
+#include <chrono>
 #include <cstdarg>
 #include <cstddef>
 #include <cstdio>
@@ -88,6 +90,52 @@ std::string Formatted(const char* format, va_list arguments) {
   return text;
 }
 
+/// What is left of the plug-in's budget.
+struct PluginLines {
+  using Clock = std::chrono::steady_clock;
+  static constexpr std::chrono::minutes kInterval{1};
+
+  utilities::lock::Mutex lock;  // leaf
+  std::optional<PluginBudget> budget VEXORA_GUARDED_BY(lock);
+  double left VEXORA_GUARDED_BY(lock) = 0;
+  std::size_t dropped VEXORA_GUARDED_BY(lock) = 0;
+  Clock::time_point filled_at VEXORA_GUARDED_BY(lock);
+  std::optional<Clock::time_point> told_at VEXORA_GUARDED_BY(lock);
+};
+
+PluginLines& ThePluginLines() {
+  static PluginLines lines;
+  return lines;
+}
+
+// Looked at before the lock: without a budget no line costs more than before.
+std::atomic<bool> is_plugin_limited{false};
+
+/// Whether the plug-in may write a line now. How many were dropped is told here.
+bool TakePluginLine() {
+  if (!is_plugin_limited.load(std::memory_order_relaxed)) return true;
+  PluginLines& lines = ThePluginLines();
+  std::size_t dropped = 0;
+  bool is_within = false;
+  {
+    const utilities::lock::lock_guard held(lines.lock);
+    if (!lines.budget) return true;
+    const auto now = PluginLines::Clock::now();
+    const double passed = std::chrono::duration<double>(now - lines.filled_at).count();
+    lines.left = std::min(lines.budget->burst, lines.left + passed * lines.budget->per_second);
+    lines.filled_at = now;
+    is_within = lines.left >= 1;
+    lines.left -= is_within ? 1 : 0;
+    lines.dropped += is_within ? 0 : 1;
+    if (lines.dropped > 0 && (!lines.told_at || now - *lines.told_at >= PluginLines::kInterval)) {
+      dropped = std::exchange(lines.dropped, 0);
+      lines.told_at = now;
+    }
+  }
+  if (dropped > 0) Info("[Log] %zu lines of the plug-in were left out: they came too fast", dropped);
+  return is_within;
+}
+
 void Write(Level level, int module, const char* format, va_list arguments) {
   // Before the lock, for which every thread that logs waits.
   const std::string line = PrintableLine(Formatted(format, arguments));
@@ -113,6 +161,17 @@ void SetLevel(Level level) {
 
 void MutePlugin(bool is_muted) {
   is_plugin_muted.store(is_muted);
+}
+
+void LimitPlugin(std::optional<PluginBudget> budget) {
+  PluginLines& lines = ThePluginLines();
+  const utilities::lock::lock_guard held(lines.lock);
+  lines.budget = budget;
+  lines.left = budget ? budget->burst : 0;
+  lines.dropped = 0;
+  lines.filled_at = PluginLines::Clock::now();
+  lines.told_at.reset();
+  is_plugin_limited.store(budget.has_value());
 }
 
 void SetWriter(Writer writer) {
@@ -162,7 +221,7 @@ void pel_log_debug(int module, const char* format, ...) {
 
 void pel_log_info(int module, const char* format, ...) {
   using probe::log::Level;
-  if (!probe::log::IsWantedOfPlugin(Level::kInfo)) return;
+  if (!probe::log::IsWantedOfPlugin(Level::kInfo) || !probe::log::TakePluginLine()) return;
   va_list arguments;
   va_start(arguments, format);
   probe::log::Write(Level::kInfo, module, format, arguments);
@@ -171,7 +230,7 @@ void pel_log_info(int module, const char* format, ...) {
 
 void pel_log_error(int module, const char* format, ...) {
   using probe::log::Level;
-  if (!probe::log::IsWantedOfPlugin(Level::kError)) return;
+  if (!probe::log::IsWantedOfPlugin(Level::kError) || !probe::log::TakePluginLine()) return;
   va_list arguments;
   va_start(arguments, format);
   probe::log::Write(Level::kError, module, format, arguments);

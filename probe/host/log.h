@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string>
 
 namespace probe::log {
@@ -21,6 +22,17 @@ void SetLevel(Level level);
 
 /// Drops all lines of the plug-in while it is true. Threads: any.
 void MutePlugin(bool is_muted);
+
+/// The lines of the plug-in that are written: so many at once, and so many a second in the long run.
+struct PluginBudget {
+  double burst = 0;
+  double per_second = 0;
+};
+
+/// Drops the plug-in's lines of information and errors beyond a budget from now on, and says once a minute how many; a
+/// client's question can make it write thousands. Debug lines, which somebody has asked for, are not counted. Nothing:
+/// all lines are written, as in the beginning. Threads: any.
+void LimitPlugin(std::optional<PluginBudget> budget);
 
 /// Sends lines to `writer` from now on, in place of standard error; an empty function brings standard error back.
 /// Threads: any.

@@ -2,6 +2,7 @@
 
 #include <malloc.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstddef>
 #include <utility>
@@ -10,6 +11,7 @@
 #include "probe/server/http/http_head.h"
 #include "probe/server/http/http_message.h"
 #include "probe/server/net/connection_limiter.h"
+#include "probe/server/net/ip_address.h"
 #include "probe/server/net/rate_limiter.h"
 #include "probe/server/net/transport.h"
 
@@ -18,6 +20,9 @@ namespace {
 
 // Source: IANA, WebSocket Close Code Number Registry.
 constexpr std::uint16_t kGoingAway = 1001;
+
+// What part of an address's places connections may hold that have not finished a request.
+constexpr std::size_t kUnfinishedPart = 4;
 
 // Memory is given back when queues that held so much have come down to so little, and a moment later, when what their
 // clients leave behind is gone, too.
@@ -49,13 +54,34 @@ void ConnectionManager::OnAccept(std::unique_ptr<Transport> transport) {
   if (on_idle_) return;
   const auto now = RateLimiter::Clock::now();
   const std::string address = transport->peer_address();
+  CloseOldestUnfinished(address);
   AcceptedConnection accepted{address, limiter_.Acquire(address), RateLimiter(limits_.messages_per_second, now)};
   if (accepted.place.admission() == ConnectionLimiter::Admission::kRejectionLimit)
     return rejections_.Note(address, "too many rejections are pending", now);
   const auto connection = std::make_shared<HttpConnection>(std::move(transport), std::move(accepted),
                                                            limits_.stuck_after, requests_, *this);
   http_connections_.emplace(connection.get(), connection);
+  if (const std::string& group = connection->accepted().place.group(); !group.empty())
+    unfinished_[group].push_back(connection.get());
   connection->Start();
+}
+
+void ConnectionManager::CloseOldestUnfinished(const std::string& address) {
+  const std::size_t most = std::max<std::size_t>(limits_.connections_per_address / kUnfinishedPart, 1);
+  const auto found = unfinished_.find(AddressGroup(address));
+  if (found == unfinished_.end() || found->second.size() < most) return;
+  rejections_.Note(address, "it has begun " + std::to_string(most) + " requests and finished none",
+                   RejectionLog::Clock::now());
+  // Kept for as long as it closes, for it takes itself out.
+  const auto oldest = http_connections_.at(found->second.front());
+  oldest->Close();
+}
+
+void ConnectionManager::NoteFinished(HttpConnection& connection) {
+  const auto found = unfinished_.find(connection.accepted().place.group());
+  if (found == unfinished_.end()) return;
+  std::erase(found->second, &connection);
+  if (found->second.empty()) unfinished_.erase(found);
 }
 
 std::optional<HttpError> ConnectionManager::CheckLimits(AcceptedConnection& accepted, bool is_upgrade) const {
@@ -71,6 +97,7 @@ std::optional<HttpError> ConnectionManager::CheckLimits(AcceptedConnection& acce
 }
 
 std::optional<HttpError> ConnectionManager::OnRequest(HttpConnection& connection, const RequestHead& head) {
+  NoteFinished(connection);
   const bool is_upgrade = !head.upgrade.empty();
   // Host and Origin come before everything else: see `AccessRules`.
   auto error = rules_.CheckCaller(head);
@@ -98,6 +125,8 @@ void ConnectionManager::OnUpgrade(HttpConnection& connection, const RequestHead&
 }
 
 void ConnectionManager::OnEnd(HttpConnection& connection) {
+  NoteFinished(connection);
+  connection.accepted().place.Release();  // handlers that are still to run may keep the connection for a while
   http_connections_.erase(&connection);
 }
 

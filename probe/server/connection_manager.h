@@ -2,6 +2,7 @@
 
 #include <boost/asio/io_context.hpp>
 #include <cstdint>
+#include <deque>
 #include <map>
 #include <memory>
 #include <optional>
@@ -68,6 +69,11 @@ class ConnectionManager final : public HttpEvents, public WebsocketEvents {
   /// Gives the memory of queues that were long back to the system, once they are gone.
   void GiveMemoryBack();
 
+  /// Makes room for one more connection of an address without a finished request, which may have a part of its places
+  /// only: the oldest goes.
+  void CloseOldestUnfinished(const std::string& address);
+  void NoteFinished(HttpConnection& connection);
+
   std::optional<HttpError> CheckLimits(AcceptedConnection& accepted, bool is_upgrade) const;
 
   const ServerLimits limits_;
@@ -80,6 +86,7 @@ class ConnectionManager final : public HttpEvents, public WebsocketEvents {
   RejectionLog rejections_;
   std::function<void()> on_idle_;  // empty: the server is not stopping
   std::map<HttpConnection*, std::shared_ptr<HttpConnection>> http_connections_;
+  std::map<std::string, std::deque<HttpConnection*>> unfinished_;  // by group of addresses, oldest first; never empty
   std::map<ConnectionId, std::shared_ptr<Connection>> connections_;
   Timer quiet_;            // until memory is given back
   HttpRequests requests_;  // last: its workers are gone before what their answers would need

@@ -145,6 +145,9 @@ std::vector<SettingKey> LimitKeys() {
                "Octets of these messages; what clients share counts once."),
       LimitKey("pass_bytes_per_connection", &ServerLimits::pass_bytes_per_connection, 64 * 1024, 16 * 1024 * kMebibyte,
                "Octets of those for one client; one message always goes, however large."),
+      LimitKey(
+          "bytes_per_second", &ServerLimits::bytes_per_second, 1024, 1024 * kMebibyte,
+          "Octets of messages from one client, in the long run; a burst may be as large, and its last message larger."),
       LimitKey("queue_messages", &ServerLimits::queue_messages, 1, 10'000, "Unsent messages kept for one client."),
       LimitKey("queue_bytes", &ServerLimits::queue_bytes, 64 * 1024, 1024 * kMebibyte,
                "Octets of unsent messages kept for one client; one message always fits."),

@@ -31,14 +31,19 @@ ConnectionLimiter::Place ConnectionLimiter::Acquire(const std::string& address) 
 }
 
 ConnectionLimiter::Place::~Place() {
-  if (counts_ == nullptr) return;
+  Release();
+}
+
+void ConnectionLimiter::Place::Release() {
+  const auto counts = std::exchange(counts_, nullptr);
+  if (counts == nullptr) return;
   if (admission_ != Admission::kAccepted) {
-    --counts_->rejected;
+    --counts->rejected;
     return;
   }
-  --counts_->accepted;
-  const auto found = counts_->of_address.find(group_);
-  if (--found->second == 0) counts_->of_address.erase(found);
+  --counts->accepted;
+  const auto found = counts->of_address.find(group_);
+  if (--found->second == 0) counts->of_address.erase(found);
 }
 
 std::size_t RaiseDescriptorLimit(std::size_t wanted) {

@@ -58,6 +58,12 @@ class ConnectionLimiter::Place {
 
   Admission admission() const { return admission_; }
 
+  /// The address of an accepted connection, as it counts; empty for others.
+  const std::string& group() const { return group_; }
+
+  /// Gives it back before its end.
+  void Release();
+
  private:
   std::shared_ptr<Counts> counts_;  // null: it was moved
   Admission admission_;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstddef>
+#include <limits>
 
 namespace probe {
 
@@ -25,13 +26,13 @@ class RateLimiter {
   /// Counts a message, for one token.
   Result Count(Clock::time_point now) {
     Fill(now);
-    if (tokens_ >= 1) {
-      tokens_ -= 1;
-      return Result::kAccepted;
-    }
-    if (now < tell_again_at_) return Result::kDropped;
-    tell_again_at_ = now + std::chrono::seconds(1);
-    return Result::kRejected;
+    return Spend(1, 1, now);
+  }
+
+  /// Counts the octets of a message, a token each. One goes as long as any token is left, however large.
+  Result CountOctets(std::size_t octets, Clock::time_point now) {
+    Fill(now);
+    return Spend(static_cast<double>(octets), std::numeric_limits<double>::min(), now);
   }
 
   /// Takes so many tokens. False when more were taken before than there were.
@@ -46,6 +47,17 @@ class RateLimiter {
   void Give(double tokens) { tokens_ = std::min(per_second_, tokens_ + tokens); }
 
  private:
+  /// Takes tokens when there are at least so many.
+  Result Spend(double tokens, double least, Clock::time_point now) {
+    if (tokens_ >= least) {
+      tokens_ -= tokens;
+      return Result::kAccepted;
+    }
+    if (now < tell_again_at_) return Result::kDropped;
+    tell_again_at_ = now + std::chrono::seconds(1);
+    return Result::kRejected;
+  }
+
   void Fill(Clock::time_point now) {
     Give(std::chrono::duration<double>(now - filled_at_).count() * per_second_);
     filled_at_ = now;

@@ -20,6 +20,7 @@ struct ServerLimits {
   std::size_t message_bytes = 64 * 1024;      ///< Size of one message from a client.
   std::size_t message_depth = 16;             ///< Nesting of objects and arrays in one message from a client.
   std::size_t messages_per_second = 20;       ///< Messages from one client, as a long-term rate with as large a burst.
+  std::size_t bytes_per_second = 64 * 1024;   ///< Octets of messages from one client; a burst may be as large.
   std::size_t pass_bytes = 64 * 1024 * 1024;  ///< Octets of messages that the engine builds in one pass.
   std::size_t pass_bytes_per_connection = 16 * 1024 * 1024;  ///< Those for one connection; one always goes.
   std::size_t pass_messages = 20'000;                        ///< Messages that the engine builds in one pass.

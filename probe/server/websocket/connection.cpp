@@ -81,6 +81,7 @@ Connection::Connection(ConnectionId id, std::unique_ptr<Transport> transport, Ac
       timer_(transport_->get_executor()),
       stream_(std::make_shared<Stream>(*transport_, [this](std::size_t count) { OnOctets(count); })),
       incoming_(limits.message_bytes),
+      octets_(limits.bytes_per_second, Clock::now()),
       overhead_(limits.messages_per_second * kOverheadBytes, Clock::now()),
       lived_at_(Clock::now()) {}
 
@@ -165,19 +166,23 @@ void Connection::OnOctets(std::size_t count) {
   });
 }
 
+bool Connection::IsWithinRates(std::size_t octets) {
+  const auto now = Clock::now();
+  std::string limit = "messages than " + LimitText("messages_per_second", limits_.messages_per_second);
+  auto result = accepted_.rate.Count(now);
+  if (result == RateLimiter::Result::kAccepted) {
+    limit = "octets than " + LimitText("bytes_per_second", limits_.bytes_per_second);
+    result = octets_.CountOctets(octets, now);
+  }
+  if (result == RateLimiter::Result::kRejected)
+    Reply(ErrorText({error_code::kTooFast, "A client may send no more " + limit +
+                                               ". This one and those that follow too fast are not looked at."}));
+  return result == RateLimiter::Result::kAccepted;
+}
+
 void Connection::HandleMessage(MessageAssembler::State state) {
   const std::string text = incoming_.Take();
-  switch (accepted_.rate.Count(Clock::now())) {
-    case RateLimiter::Result::kDropped:
-      return;
-    case RateLimiter::Result::kRejected:
-      return Reply(
-          ErrorText({error_code::kTooFast, "A client may send no more messages than " +
-                                               LimitText("messages_per_second", limits_.messages_per_second) +
-                                               ". This one and those that follow too fast are not looked at."}));
-    case RateLimiter::Result::kAccepted:
-      break;
-  }
+  if (!IsWithinRates(state == MessageAssembler::State::kTooLarge ? limits_.message_bytes : text.size())) return;
   if (state == MessageAssembler::State::kBinary)
     return Reply(ErrorText({error_code::kNotText, "Messages are text; this one is binary."}));
   if (state == MessageAssembler::State::kTooLarge)

@@ -93,6 +93,8 @@ class Connection : public std::enable_shared_from_this<Connection> {
   void Read();
   void OnOctets(std::size_t count);
   void OnRead(Transport::Error error, std::size_t count);
+  /// Whether a message is within the limits; if it isn't, the client is told now and then.
+  bool IsWithinRates(std::size_t octets);
   void HandleMessage(MessageAssembler::State state);
   void OnPong();
   void Flush();
@@ -120,6 +122,7 @@ class Connection : public std::enable_shared_from_this<Connection> {
   Timer timer_;
   std::shared_ptr<Stream> stream_;  // null when the connection has ended
   MessageAssembler incoming_;
+  RateLimiter octets_;    // of messages
   RateLimiter overhead_;  // of the octets that are no message
 
   bool is_open_ = false;       // the handshake is answered

@@ -3,7 +3,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <string>
+#include <thread>
 
 #include "platform/logging.h"
 #include "tests/support/log_capture.h"
@@ -51,6 +53,32 @@ TEST(Log, HoldsLinesOfAnyLength) {
   const std::string text(10'000, 'x');
   pel_log_info(2, "%s", text.c_str());
   EXPECT_THAT(log.Texts(Level::kInfo), ElementsAre(text));
+}
+
+TEST(Log, LeavesOutLinesOfThePluginBeyondItsBudgetAndCountsThem) {
+  const LogCapture log;
+  probe::log::LimitPlugin(probe::log::PluginBudget{.burst = 100, .per_second = 0});
+  for (int line = 0; line < 1'000; ++line) pel_log_error(2, "rogue %d", line);
+  pel_log_info(2, "information");
+  probe::log::Error("of the probe itself");
+  probe::log::LimitPlugin(std::nullopt);
+  EXPECT_EQ(log.Texts(Level::kError, "rogue").size(), 100U);
+  EXPECT_THAT(log.Texts(Level::kInfo, "information"), IsEmpty());
+  EXPECT_THAT(log.Texts(Level::kInfo), ElementsAre("[Log] 1 lines of the plug-in were left out: they came too fast"))
+      << "at once, and then once a minute";
+  EXPECT_THAT(log.Texts(Level::kError, "itself"), ElementsAre("of the probe itself"));
+}
+
+TEST(Log, CountsNoDebugLinesAndGivesThePluginMoreWithTime) {
+  const LogCapture log;
+  probe::log::LimitPlugin(probe::log::PluginBudget{.burst = 1, .per_second = 1'000});
+  for (int line = 0; line < 100; ++line) pel_log_debug(2, "d");
+  EXPECT_EQ(log.Texts(Level::kDebug).size(), 100U);
+  pel_log_error(2, "first");
+  std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  pel_log_error(2, "second");
+  probe::log::LimitPlugin(std::nullopt);
+  EXPECT_THAT(log.Texts(Level::kError), ElementsAre("first", "second"));
 }
 
 TEST(Log, TellsWhetherDebugLinesAreWritten) {

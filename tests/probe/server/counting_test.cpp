@@ -73,6 +73,16 @@ TEST_F(RateLimiterTest, LetsABurstPassAndThenSoManyASecond) {
   EXPECT_EQ(rate.Count(begin + 1001ms), Result::kRejected) << "a second after the last refusal";
 }
 
+TEST_F(RateLimiterTest, LetsAMessageOfAnySizePassWhileOctetsAreLeft) {
+  probe::RateLimiter rate(100, begin);
+  EXPECT_EQ(rate.CountOctets(99, begin), Result::kAccepted);
+  EXPECT_EQ(rate.CountOctets(301, begin), Result::kAccepted);
+  EXPECT_EQ(rate.CountOctets(1, begin), Result::kRejected);
+  EXPECT_EQ(rate.CountOctets(1, begin + 999ms), Result::kDropped);
+  EXPECT_EQ(rate.CountOctets(1, begin + 2s), Result::kRejected) << "300 octets too much are 3 s";
+  EXPECT_EQ(rate.CountOctets(1, begin + 3010ms), Result::kAccepted);
+}
+
 TEST_F(RateLimiterTest, SavesNoMoreThanOneBurst) {
   probe::RateLimiter rate(2, begin);
   const auto later = begin + 1h;
