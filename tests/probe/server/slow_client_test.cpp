@@ -20,6 +20,15 @@ constexpr int kSmallBuffer = 4096;
 
 class SlowClientTest : public test::Served {
  protected:
+  // A slow machine may take a minute for the large message.
+  SlowClientTest() { settings.limits.queue_for = 600s; }
+
+  /// The one connection subscribed under a SID, once it is filed.
+  lws* HandleOf(const std::string& sid) {
+    EXPECT_TRUE(Eventually([&] { return Handles(sid).size() == 1; }));
+    return Handles(sid).at(0);
+  }
+
   /// A client with subscriptions "a" and "b" that has begun to receive a large message and reads no further.
   std::unique_ptr<test::RawClient> StuckClient() {
     auto client = std::make_unique<test::RawClient>(server->port(), "127.0.0.1", kSmallBuffer);
@@ -126,7 +135,6 @@ bool Drip(test::RawClient& client, const std::function<bool()>& until) {
 
 TEST_F(SlowClientTest, IsNotClosedWhileItTakesALittleAndHasTimeToEmptyItsQueue) {
   settings.limits.stuck_after = 2s;
-  settings.limits.queue_for = 60s;
   Serve();
   const auto client = StuckClient();
   const auto end = std::chrono::steady_clock::now() + 4s;
@@ -150,7 +158,7 @@ TEST_F(SlowClientTest, IsNotClosedWhoseQueueIsEmptyNowAndThen) {
   settings.limits.queue_for = 1s;
   Serve();
   auto client = Subscribed("a");
-  const auto quick = Handles("a").front();
+  lws* const quick = HandleOf("a");
   const auto end = std::chrono::steady_clock::now() + 3s;
   for (int number = 0; std::chrono::steady_clock::now() < end; ++number) {
     Push(quick, Envelope("a", number, 2 * 1024 * 1024));
@@ -178,7 +186,7 @@ TEST_F(SlowClientTest, TakesNoMoreThanItsQueueMayHold) {
   settings.limits.connections_per_address = 2 * kReaders;
   Serve();
   auto bystander = Subscribed("bystander");
-  const auto bystander_handle = Handles("bystander").front();
+  lws* const bystander_handle = HandleOf("bystander");
   std::vector<std::unique_ptr<test::RawClient>> clients;
   for (std::size_t i = 0; i < kReaders; ++i) {
     clients.push_back(std::make_unique<test::RawClient>(server->port(), "127.0.0.1", kSmallBuffer));
@@ -190,7 +198,7 @@ TEST_F(SlowClientTest, TakesNoMoreThanItsQueueMayHold) {
   for (int number = 0; number < 80; ++number) {
     for (std::size_t i = 0; i < kReaders; ++i) {
       const std::string sid = "r" + std::to_string(i);
-      Push(Handles(sid).front(), Envelope(sid + "." + std::to_string(number), number, kMessage));
+      Push(HandleOf(sid), Envelope(sid + "." + std::to_string(number), number, kMessage));
     }
     Push(bystander_handle, Envelope("bystander", number));
     ASSERT_EQ(Next(bystander), Envelope("bystander", number));
@@ -212,7 +220,7 @@ TEST_F(SlowClientTest, LosesItsMessagesWhenAllQueuesTogetherHoldTooMuch) {
   for (int number = 1; number <= 40; ++number)
     Push(handle, Envelope("sid" + std::to_string(number), number, 1024 * 1024));
   EXPECT_LE(server->queued_octets(), 31U * 1024 * 1024);
-  Push(Handles("bystander").front(), Envelope("bystander", 1, 3 * 1024 * 1024));
+  Push(HandleOf("bystander"), Envelope("bystander", 1, 3 * 1024 * 1024));
   EXPECT_EQ(Next(bystander), Envelope("bystander", 1, 3 * 1024 * 1024)) << "not the fullest queue";
   EXPECT_LE(server->queued_octets(), 31U * 1024 * 1024);
   EXPECT_TRUE(client->ReadMessage() == Envelope("a", 0, kLarge));
