@@ -288,6 +288,7 @@ INSTANTIATE_TEST_SUITE_P(OfFrames, FloodTest,
 
 TEST_F(RawWebsocketTest, TakesMessagesOfTheLargestSizeAsFastAsTheyMayCome) {
   settings.limits.messages_per_second = 4;
+  settings.limits.bytes_per_second = 4 * settings.limits.message_bytes;
   Serve();
   test::RawClient client(server->port());
   ASSERT_THAT(client.Upgrade(), HasSubstr("101"));
