@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <chrono>
 #include <memory>
 #include <thread>
 #include <vector>
@@ -25,17 +26,20 @@ TEST_F(FairnessTest, LooksAtNoMoreOctetsOfAClientThanAllowed) {
   // Valid subscriptions, replaced again and again: what is beyond the octets is not even read.
   const std::string large =
       test::SubscribeText({std::string(200, 'a'), std::string(200, 'b')}) + std::string(30'000, ' ');
+  const auto begin = std::chrono::steady_clock::now();
   for (int number = 0; number < 40; ++number) client.SendText(large);
   std::string answer;
   std::size_t subscribed = 0;
   while ((answer = Next(client)).find("too_fast") == std::string::npos) ++subscribed;
   EXPECT_THAT(answer, HasSubstr("limits.bytes_per_second = 100000"));
   EXPECT_GE(subscribed, 3U);
-  EXPECT_LE(subscriber->Requests().size(), 10U) << "and some more for the time that the test takes";
+  const auto read = static_cast<double>(subscriber->Requests().size() * large.size());
+  const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - begin;
+  EXPECT_LE(read, 100'000 * (1 + passed.count()) + static_cast<double>(large.size()));
   std::this_thread::sleep_for(2s);  // until octets are left again
   client.SendText("{}");
   while ((answer = Next(client)).find("unknown_message") == std::string::npos)
-    ASSERT_THAT(answer, HasSubstr("too_fast")) << "to what came before";
+    ASSERT_THAT(answer, ::testing::AnyOf(HasSubstr("too_fast"), HasSubstr("subscribed"))) << "to what came before";
 }
 
 TEST_F(FairnessTest, TakesAnHonestPageWithAllItsSubscriptionsAtOnce) {
