@@ -182,7 +182,7 @@ TEST_F(SlowClientTest, IsHandedOutToNoPassUntilItReadsOn) {
 TEST_F(SlowClientTest, TakesNoMoreThanItsQueueMayHold) {
   constexpr std::size_t kReaders = 50;
   constexpr std::size_t kMessage = 100 * 1024;
-  settings.limits.stuck_after = 60s;
+  settings.limits.stuck_after = 600s;
   settings.limits.connections_per_address = 2 * kReaders;
   Serve();
   auto bystander = Subscribed("bystander");
@@ -195,7 +195,10 @@ TEST_F(SlowClientTest, TakesNoMoreThanItsQueueMayHold) {
     EXPECT_THAT(clients.back()->ReadMessage().value_or(""), HasSubstr("subscribed"));
   }
   // What the system's buffers swallow is none of the server's memory: 8 MiB for each are more than these take.
-  for (int number = 0; number < 80; ++number) {
+  const std::size_t half = kReaders * settings.limits.queue_bytes / 2;
+  int further = 0;
+  for (int number = 0; number < 80 && further < 3; ++number) {
+    further += server->queued_octets() > half ? 1 : 0;
     for (std::size_t i = 0; i < kReaders; ++i) {
       const std::string sid = "r" + std::to_string(i);
       Push(HandleOf(sid), Envelope(sid + "." + std::to_string(number), number, kMessage));
@@ -204,20 +207,20 @@ TEST_F(SlowClientTest, TakesNoMoreThanItsQueueMayHold) {
     ASSERT_EQ(Next(bystander), Envelope("bystander", number));
     ASSERT_LE(server->queued_octets(), kReaders * settings.limits.queue_bytes);
   }
-  EXPECT_GT(server->queued_octets(), kReaders * settings.limits.queue_bytes / 2) << "they take it up";
+  EXPECT_GT(server->queued_octets(), half) << "they take it up";
   EXPECT_LE(server->queued_octets(), settings.limits.all_queues_bytes);
   clients.clear();
   EXPECT_TRUE(Eventually([&] { return server->queued_octets() == 0; }));
 }
 
 TEST_F(SlowClientTest, LosesItsMessagesWhenAllQueuesTogetherHoldTooMuch) {
-  settings.limits.stuck_after = 60s;
+  settings.limits.stuck_after = 600s;
   settings.limits.queue_bytes = 100 * 1024 * 1024;
   settings.limits.all_queues_bytes = 30 * 1024 * 1024;
   Serve();
   const auto client = StuckClient();
   auto bystander = Subscribed("bystander");
-  for (int number = 1; number <= 40; ++number)
+  for (int number = 1; number <= 10; ++number)
     Push(handle, Envelope("sid" + std::to_string(number), number, 1024 * 1024));
   EXPECT_LE(server->queued_octets(), 31U * 1024 * 1024);
   Push(HandleOf("bystander"), Envelope("bystander", 1, 3 * 1024 * 1024));
@@ -225,11 +228,11 @@ TEST_F(SlowClientTest, LosesItsMessagesWhenAllQueuesTogetherHoldTooMuch) {
   EXPECT_LE(server->queued_octets(), 31U * 1024 * 1024);
   EXPECT_TRUE(client->ReadMessage() == Envelope("a", 0, kLarge));
   const auto next = client->ReadMessage();
-  EXPECT_THAT(next.value_or("").substr(0, 100), HasSubstr(R"("number":3)"));
+  EXPECT_THAT(next.value_or("").substr(0, 100), HasSubstr(R"("number":9)"));
 }
 
 TEST_F(SlowClientTest, DelaysNobodyElse) {
-  settings.limits.stuck_after = 60s;
+  settings.limits.stuck_after = 600s;
   Serve();
   auto quick = Subscribed("quick");
   const auto client = StuckClient();
