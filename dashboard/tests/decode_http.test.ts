@@ -1,6 +1,6 @@
 import { describe, expect, test } from 'vitest';
 import { decodeClientReport, decodeDeviceList, decodeDevices, decodeHistory, decodeNetworkReport, decodePeriods, decodeStatus } from '../src/messages/decode_http';
-import { apiPath, ask } from '../src/messages/http';
+import { apiPath, ask, openSession } from '../src/messages/http';
 
 const device = { mac: 'AA', hostname: 'gw', ip: '', type: 'Router', model: '', version: '', online: true, wireless: false };
 const poll = {
@@ -98,15 +98,18 @@ describe('asking', () => {
     expect(apiPath('status')).toBe('/api/status');
   });
 
-  test('shows the token only when there is one', async () => {
-    const seen: Record<string, string>[] = [];
-    const fetcher = (_: string, headers: Record<string, string>) => {
-      seen.push(headers);
+  test('shows the token when it opens a session, and never again', async () => {
+    const seen: [string, Record<string, string>][] = [];
+    const fetcher = (path: string, headers: Record<string, string>) => {
+      seen.push([path, headers]);
       return Promise.resolve({ status: 200, text: '1' });
     };
-    await ask(fetcher, '', '/', number);
-    await ask(fetcher, 'secret', '/', number);
-    expect(seen).toEqual([{}, { Authorization: 'Bearer secret' }]);
+    expect(await openSession(fetcher, 'secret')).toEqual({ kind: 'value', value: true });
+    await ask(fetcher, '/', number);
+    expect(seen).toEqual([
+      ['/api/session', { Authorization: 'Bearer secret' }],
+      ['/', {}],
+    ]);
   });
 
   test.each([
@@ -117,6 +120,6 @@ describe('asking', () => {
     [502, '<html>', { kind: 'error', status: 502, code: 'error', message: 'The probe does not answer.' }],
     [0, '', { kind: 'error', status: 0, code: 'unreachable', message: 'The probe does not answer.' }],
   ])('takes %i %s for what it is', async (status, text, expected) => {
-    expect(await ask(answering(status, text), '', '/', number)).toEqual(expected);
+    expect(await ask(answering(status, text), '/', number)).toEqual(expected);
   });
 });

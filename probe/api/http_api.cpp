@@ -99,6 +99,7 @@ std::span<const HttpApi::Route> HttpApi::Routes() {
   static constexpr std::array kRoutes{
       Route{"/healthz", Access::kPublic, [](Api api, Request) { return api.Health(); }},
       Route{"/api/", Access::kToken, [](Api api, Request) { return api.Index(); }},
+      Route{"/api/session", Access::kToken, [](Api, Request) { return Session(); }},
       Route{"/api/status", Access::kToken, [](Api api, Request) { return api.Status(); }},
       Route{"/api/devices", Access::kToken, [](Api api, Request) { return DevicesAnswer(api.centre_, api.polls_); }},
       Route{"/api/traffic", Access::kToken,
@@ -189,6 +190,12 @@ HttpAnswer HttpApi::Status() const {
                       {"topics", std::move(topics)}};
   if (history_) status["history"] = HistoryTree(history_());
   return JsonAnswer(status.dump(), Caching::kNoStore);
+}
+
+HttpAnswer HttpApi::Session() {
+  HttpAnswer answer = JsonAnswer(ordered_json{{"session", "open"}}.dump(), Caching::kNoStore);
+  answer.opens_session = true;
+  return answer;
 }
 
 HttpAnswer HttpApi::Live(const HttpRequest& request) const {

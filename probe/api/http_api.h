@@ -63,6 +63,7 @@ class HttpApi {
   HttpAnswer Index() const;
   HttpAnswer Health() const;
   HttpAnswer Status() const;
+  static HttpAnswer Session();
   HttpAnswer Live(const HttpRequest& request) const;
 
   const ProbeFacts facts_;

@@ -10,6 +10,7 @@
 
 #include "probe/app/device_commands.h"
 #include "probe/app/profile_commands.h"
+#include "probe/app/token_command.h"
 #include "probe/journal/journal_tools.h"
 #include "probe/settings/setting_keys.h"
 #include "probe/sources/simulated/simulated_settings.h"
@@ -211,6 +212,13 @@ void DescribeJournal(CLI::App& app, CommandLine& result) {
   });
 }
 
+/// "token".
+void DescribeToken(CLI::App& app, CommandLine& result) {
+  app.add_subcommand("token", "Make a token for server.token or server.token_file, and print it")->callback([&result] {
+    result.subcommand = [] { return PrintToken(std::cout, std::cerr); };
+  });
+}
+
 }  // namespace
 
 std::variant<CommandLine, CommandLineExit> ParseCommandLine(int count, const char* const* arguments) {
@@ -221,6 +229,7 @@ std::variant<CommandLine, CommandLineExit> ParseCommandLine(int count, const cha
   DescribeProfiles(app, result);
   DescribeDevices(app, result);
   DescribeJournal(app, result);
+  DescribeToken(app, result);
   try {
     app.parse(count, arguments);
     return result;

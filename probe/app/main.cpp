@@ -1,7 +1,10 @@
+#include <sys/prctl.h>
+
 #include <csignal>
 #include <cstdio>
 #include <exception>
 #include <string>
+#include <utility>
 #include <variant>
 
 #include "probe/app/command_line.h"
@@ -33,7 +36,10 @@ int Run(const probe::CommandLine& command_line) {
   // Before any thread is started: threads inherit the blocked signals.
   probe::StopSignals stop_signals;
   return Guarded("vexora-probe cannot start", [&] {
-    probe::ProbeApp app(probe::SettingsFor(command_line), [&] { stop_signals.Interrupt(); });
+    probe::Settings settings = probe::SettingsFor(command_line);
+    // A core dump, and what other processes of this user may read of this one, would hold the secrets. prctl(2)
+    if (!settings.server.token.empty() || !settings.server.tls_key.empty()) prctl(PR_SET_DUMPABLE, 0);
+    probe::ProbeApp app(std::move(settings), [&] { stop_signals.Interrupt(); });
     app.Start();
     const char* const signal = stop_signals.Wait();
     probe::log::Info("%s: stopping", signal == nullptr ? "failure" : signal);

@@ -103,7 +103,23 @@ std::optional<HttpError> ConnectionManager::OnRequest(HttpConnection& connection
   auto error = rules_.CheckCaller(head);
   if (!error) error = CheckLimits(connection.accepted(), is_upgrade);
   if (error) return error;
-  return is_upgrade ? rules_.CheckUpgrade(head) : rules_.CheckPlainRequest(head, requests_.LookUp(head.path).access);
+  return CheckToken(connection.accepted().address, head);
+}
+
+std::optional<HttpError> ConnectionManager::CheckToken(const std::string& address, const RequestHead& head) {
+  const bool is_upgrade = !head.upgrade.empty();
+  const Access access = is_upgrade ? Access::kToken : requests_.LookUp(head.path).access;
+  const auto now = TokenGuard::Clock::now();
+  const std::string group = AddressGroup(address);
+  if (access == Access::kToken && rules_.BringsToken(head)) {
+    // The right one, too: else a refusal would tell which it is.
+    if (const auto left = guard_.BlockedFor(group, now))
+      return HttpError{429, "Refused: too many wrong tokens came from this address.",
+                       static_cast<unsigned>(left->count())};
+  }
+  const auto error = is_upgrade ? rules_.CheckUpgrade(head) : rules_.CheckPlainRequest(head, access);
+  if (error && error->status == 401 && rules_.BringsToken(head)) guard_.NoteWrong(group, now);
+  return error;
 }
 
 void ConnectionManager::OnRefused(HttpConnection& connection, const HttpError& error) {
@@ -154,12 +170,14 @@ void ConnectionManager::OnClosing(Connection& connection) {
 
 void ConnectionManager::OnEnd(Connection& connection) {
   connections_.erase(connection.id());
-  if (!on_idle_ && queues_->octets() < kFewOctets && queues_->TakePeak() >= kManyOctets)
-    quiet_.Start(kQuietTime, [this] { GiveMemoryBack(); });
+  had_long_queues_ = had_long_queues_ || queues_->TakePeak() >= kManyOctets;
+  if (!on_idle_ && had_long_queues_) quiet_.Start(kQuietTime, [this] { GiveMemoryBack(); });
   if (on_idle_ && connections_.empty()) on_idle_();
 }
 
 void ConnectionManager::GiveMemoryBack() {
+  if (queues_->octets() >= kFewOctets) return;  // the next connection that ends asks again
+  had_long_queues_ = false;
   // The C library keeps what was freed between blocks that are in use, in each of its arenas. malloc_trim(3)
   malloc_trim(0);
 }

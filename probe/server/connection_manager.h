@@ -16,6 +16,7 @@
 #include "probe/server/http/http_head.h"
 #include "probe/server/http/http_message.h"
 #include "probe/server/http/http_requests.h"
+#include "probe/server/http/token_guard.h"
 #include "probe/server/net/connection_limiter.h"
 #include "probe/server/net/log_rate_limiter.h"
 #include "probe/server/net/server_settings.h"
@@ -57,6 +58,7 @@ class ConnectionManager final : public HttpEvents, public WebsocketEvents {
  private:
   std::optional<HttpError> OnRequest(HttpConnection& connection, const RequestHead& head) override;
   std::string AllowedOrigin(const RequestHead& head) const override { return rules_.AllowedOrigin(head); }
+  std::string SessionCookie() const override { return rules_.SessionCookie(); }
   void OnRefused(HttpConnection& connection, const HttpError& error) override;
   void OnUpgrade(HttpConnection& connection, const RequestHead& head) override;
   void OnEnd(HttpConnection& connection) override;
@@ -65,6 +67,9 @@ class ConnectionManager final : public HttpEvents, public WebsocketEvents {
   void OnMessage(Connection& connection, const std::string& text) override;
   void OnClosing(Connection& connection) override;
   void OnEnd(Connection& connection) override;
+
+  /// Host, Origin and limits have let it pass.
+  std::optional<HttpError> CheckToken(const std::string& address, const RequestHead& head);
 
   /// Gives the memory of queues that were long back to the system, once they are gone.
   void GiveMemoryBack();
@@ -83,13 +88,15 @@ class ConnectionManager final : public HttpEvents, public WebsocketEvents {
   const std::shared_ptr<QueueTotal> queues_;
   SubscriptionRequests subscriptions_;
   ConnectionLimiter limiter_;
+  TokenGuard guard_;
   RejectionLog rejections_;
   std::function<void()> on_idle_;  // empty: the server is not stopping
   std::map<HttpConnection*, std::shared_ptr<HttpConnection>> http_connections_;
   std::map<std::string, std::deque<HttpConnection*>> unfinished_;  // by group of addresses, oldest first; never empty
   std::map<ConnectionId, std::shared_ptr<Connection>> connections_;
-  Timer quiet_;            // until memory is given back
-  HttpRequests requests_;  // last: its workers are gone before what their answers would need
+  bool had_long_queues_ = false;  // since memory was given back
+  Timer quiet_;                   // until it is
+  HttpRequests requests_;         // last: its workers are gone before what their answers would need
 };
 
 }  // namespace probe

@@ -95,16 +95,18 @@ std::vector<SettingKey> ServerKeys() {
           "TCP port to listen on. 0: any free one, which the log names."),
       Text(
           table, "token", [](auto& settings) -> auto& { return settings.server.token; },
-          "Secret that clients have to give. Empty: they need none. Whoever can read this file knows it."),
+          "Secret that clients have to give, of at least 16 octets where others can reach the probe. Empty: they need "
+          "none. "
+          "Only its owner may be able to read a file that holds it."),
       Text(
           table, "token_file", [](auto& settings) -> auto& { return settings.token_file; },
-          "File whose only line is the token, in place of the key above."),
+          "File whose only line is the token, in place of the key above. Only its owner may be able to read it."),
       Text(
           table, "tls_certificate", [](auto& settings) -> auto& { return settings.server.tls_certificate; },
           "PEM file with the server's certificate chain. Empty: no TLS."),
       Text(
           table, "tls_key", [](auto& settings) -> auto& { return settings.server.tls_key; },
-          "PEM file with the private key of that certificate."),
+          "PEM file with the private key of that certificate. Only its owner may be able to read it."),
       Texts(
           table, "allowed_hosts", [](auto& settings) -> auto& { return settings.server.allowed_hosts; },
           "Host names, besides the addresses and localhost, under which clients may call the probe."),

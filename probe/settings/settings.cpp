@@ -1,5 +1,8 @@
 #include "probe/settings/settings.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
@@ -12,16 +15,22 @@
 #include <utility>
 #include <vector>
 
+#include "probe/server/net/server_settings.h"
+#include "probe/settings/secret_file.h"
 #include "probe/settings/setting_keys.h"
 #include "probe/settings/settings_errors.h"
 #include "probe/settings/snmp_devices.h"
 #include "probe/settings/toml_values.h"
 #include "probe/text/nearest_word.h"
+#include "probe/text/secret.h"
 #include "probe/text/toml.h"
 #include "probe/text/utf8.h"
 
 namespace probe {
 namespace {
+
+// More than anybody types, and more than a line needs.
+constexpr std::size_t kMaxTokenBytes = 4096;
 
 /// Path of a key that the file holds -> its line.
 using KeyLines = std::map<std::string, std::size_t>;
@@ -132,13 +141,46 @@ void ReadToken(Settings& settings, const KeyLines& lines, SettingsErrors& errors
     errors.Add(lines.at(key), key, "must not be given together with server.token");
     return;
   }
-  std::ifstream file(settings.token_file);
-  std::string& token = settings.server.token;
-  std::getline(file, token);
+  if (const std::string why = WhyNotPrivate(settings.token_file); !why.empty()) {
+    errors.Add(lines.at(key), key, why);
+    return;
+  }
+  // Without a stream, whose buffer would keep a copy.
+  std::string token(kMaxTokenBytes, '\0');
+  const int file = open(settings.token_file.c_str(), O_RDONLY | O_CLOEXEC);
+  const ssize_t count = file < 0 ? 0 : read(file, token.data(), token.size());
+  if (file >= 0) close(file);
+  const std::size_t read_octets = count < 0 ? 0 : static_cast<std::size_t>(count);
+  token.resize(std::min(token.find('\n'), read_octets));
   if (token.ends_with('\r')) token.pop_back();  // the line of an editor that ends its lines so
-  if (token.empty()) {
+  settings.server.token = std::move(token);
+  if (settings.server.token.empty()) {
     errors.Add(lines.at(key), key, "no token can be read from \"" + settings.token_file + "\"");
   }
+}
+
+/// The line of the token, or of the file that holds it.
+std::optional<std::size_t> LineOfToken(const KeyLines& lines) {
+  for (const char* const key : {"server.token", "server.token_file"}) {
+    if (const auto found = lines.find(key); found != lines.end()) return found->second;
+  }
+  return std::nullopt;
+}
+
+void CheckSecrets(const Settings& settings, const std::string& file, const KeyLines& lines, SettingsErrors& errors) {
+  if (const auto key = lines.find("server.tls_key"); key != lines.end()) {
+    if (const std::string why = WhyNotPrivate(settings.server.tls_key); !why.empty())
+      errors.Add(key->second, key->first, why);
+  }
+  const auto line = LineOfToken(lines);
+  if (!line || settings.server.token.empty()) return;
+  const bool is_in_file = lines.contains("server.token");
+  const std::string key = is_in_file ? "server.token" : "server.token_file";
+  if (const std::string why = is_in_file ? WhyNotPrivate(file) : std::string(); !why.empty())
+    errors.Add(*line, key, why);
+  if (const std::string why = WhyWeak(settings.server.token);
+      !why.empty() && !ReachableAddress(settings.server).empty())
+    errors.Add(*line, key, why);
 }
 
 /// What the parser says, without the value that it may repeat: that may be a secret that lacks its quotes.
@@ -183,12 +225,16 @@ Settings ParseSettings(std::string_view text, const std::string& file) {
   CheckTls(settings, lines, errors);
   CheckSilences(settings, lines, errors);
   ReadToken(settings, lines, errors);
+  CheckSecrets(settings, file, lines, errors);
   errors.Raise();
   return settings;
 }
 
 Settings ReadSettings(const std::string& file) {
-  return ParseSettings(ReadWhole(file), file);
+  std::string text = ReadWhole(file);
+  Settings settings = ParseSettings(text, file);
+  if (!settings.server.token.empty()) Wipe(text);
+  return settings;
 }
 
 }  // namespace probe

@@ -119,7 +119,7 @@ test('offers a device that came after the page was opened', async () => {
   }
 });
 
-test('asks for the token of a probe that has one, and keeps it for the tab', async () => {
+test('asks for the token of a probe that has one, and keeps the session', async () => {
   const probe = await ProbeProcess.start(simulated, 0, '[server]\ntoken = "open & sesame"\n');
   const { page, context, complaints } = await openPage(browser, probe.url);
   try {
@@ -129,7 +129,7 @@ test('asks for the token of a probe that has one, and keeps it for the tab', asy
     await page.getByRole('heading', { name: 'The probe asks for its token' }).waitFor();
     await page.getByLabel('Token').fill('guessed');
     await page.keyboard.press('Enter');
-    await page.getByRole('heading', { name: 'The probe asks for its token' }).waitFor();
+    await page.getByText('the token of the probe is missing or wrong').waitFor();
     await page.getByLabel('Token').fill('open & sesame');
     await page.keyboard.press('Enter');
     await page.locator('tbody tr').first().waitFor();
@@ -137,6 +137,7 @@ test('asks for the token of a probe that has one, and keeps it for the tab', asy
     await page.reload();
     await page.locator('tbody tr').first().waitFor();
     expect(page.url()).not.toContain('sesame');
+    expect(await page.evaluate(() => document.cookie + JSON.stringify({ ...sessionStorage, ...localStorage }))).not.toMatch(/sesame|vexora_session/);
     expect(complaints).toEqual([]);
   } finally {
     await closeContext(context);

@@ -26,7 +26,7 @@ export class ProbeProcess {
   static async start(args: string[], port = 0, configuration = '', zone = 'UTC'): Promise<ProbeProcess> {
     const folder = mkdtempSync(join(tmpdir(), 'vexora-'));
     const file = join(folder, 'probe.toml');
-    writeFileSync(file, configuration);
+    writeFileSync(file, configuration, { mode: 0o600 });
     // That of this machine, where real devices would be journalled, is none of the tests' business.
     const journal = configuration.includes('[journal]') ? [] : ['--no-journal'];
     const child = spawn(program, ['--config', file, '--port', String(port), ...journal, ...args, ...furtherArguments], {

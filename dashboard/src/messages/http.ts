@@ -14,11 +14,11 @@ export function apiPath(path: string, query: Record<string, string> = {}): strin
 
 export async function ask<Value>(
   fetcher: Fetcher,
-  token: string,
   path: string,
   decode: (value: unknown) => Value | null,
+  headers: Record<string, string> = {},
 ): Promise<Answer<Value>> {
-  const { status, text } = await fetcher(path, token ? { Authorization: `Bearer ${token}` } : {});
+  const { status, text } = await fetcher(path, headers);
   const body = parseJson(text);
   if (status === 200) {
     const value = decode(body);
@@ -31,10 +31,15 @@ export async function ask<Value>(
   return { kind: 'error', status, code, message };
 }
 
+/** Shows the token once; the probe answers with a cookie that stands for it, which no script can read. */
+export function openSession(fetcher: Fetcher, token: string): Promise<Answer<true>> {
+  return ask(fetcher, apiPath('session'), () => true as const, { Authorization: `Bearer ${token}` });
+}
+
 /** The browser's own. */
 export const fetchText: Fetcher = async (path, headers) => {
   try {
-    const response = await fetch(path, { headers, credentials: 'omit' });
+    const response = await fetch(path, { headers, credentials: 'same-origin' });
     return { status: response.status, text: await response.text() };
   } catch {
     return { status: 0, text: '' };

@@ -139,19 +139,21 @@ function ThemeButton() {
 
 export function TokenForm() {
   const [token, setToken] = useState('');
+  const [complaint, setComplaint] = useState('');
   return (
     <main class="ask" id="content" tabIndex={-1}>
       <h1>The probe asks for its token</h1>
-      <p class="note">It stands in the probe’s configuration, at server.token. This tab keeps it until it is closed.</p>
+      <p class="note">It stands in the probe’s configuration, at server.token. The browser stays logged in until it is closed.</p>
       <form
         onSubmit={(event) => {
           event.preventDefault();
-          probe.useToken(token);
+          void probe.useToken(token).then(setComplaint);
         }}
       >
         <label class="hidden" for="token">Token</label>
         <input id="token" type="password" autocomplete="current-password" value={token} onInput={(event) => setToken(event.currentTarget.value)} />
         <button type="submit" class="button main">Show the network</button>
+        <p class="note" role="alert">{complaint}</p>
       </form>
     </main>
   );

@@ -3,7 +3,7 @@
 import { Connection, type ConnectionState, type Filter, type Socket } from '../messages/connection';
 import type { History, Status } from '../messages/decode';
 import { decodeStatus } from '../messages/decode_http';
-import { type Answer, apiPath, ask, fetchText } from '../messages/http';
+import { type Answer, apiPath, ask, fetchText, openSession } from '../messages/http';
 import type { Json } from '../messages/check';
 import { type Moment, type Passes, passesFrom } from './passes';
 
@@ -18,8 +18,6 @@ export interface ProbeState {
   needsToken: boolean;
 }
 
-const tokenKey = 'vexora-token';
-
 const warmingEveryMs = 1000;
 /** The journal may fail at any time; a page that hears of it half a minute later is early enough. */
 const statusEveryMs = 30_000;
@@ -28,14 +26,6 @@ const passMs = 2000;
 
 /** Whether the probe reads its journal and measures nothing yet. */
 export const isWarming = (history: History | null | undefined): boolean => history?.state === 'warming';
-
-function readToken(): string {
-  try {
-    return sessionStorage.getItem(tokenKey) ?? '';
-  } catch {
-    return ''; // storage is switched off
-  }
-}
 
 export const now = (): Moment => performance.now();
 
@@ -47,7 +37,6 @@ export class Probe {
     needsToken: false,
   };
 
-  private token = readToken();
   private newestLink = this.state.link;
   private statusTimer: ReturnType<typeof setTimeout> | undefined;
   private statusRead = 0;
@@ -76,16 +65,14 @@ export class Probe {
     this.connection.retryNow();
   }
 
-  useToken(token: string): void {
-    this.token = token;
-    try {
-      sessionStorage.setItem(tokenKey, token);
-    } catch {
-      // then it lasts as long as the page
-    }
+  /** Logs in. What is wrong, in words; empty when the page may go on. */
+  async useToken(token: string): Promise<string> {
+    const answer = await openSession(fetchText, token);
+    if (answer.kind === 'error') return answer.message;
     this.change({ needsToken: false });
     this.connection.retryNow();
     void this.readStatus();
+    return '';
   }
 
   onChange(listener: () => void): () => void {
@@ -105,7 +92,7 @@ export class Probe {
     query: Record<string, string>,
     decode: (value: unknown) => Value | null,
   ): Promise<Answer<Value>> {
-    const answer = await ask(fetchText, this.token, apiPath(path, query), decode);
+    const answer = await ask(fetchText, apiPath(path, query), decode);
     if (answer.kind === 'error' && answer.status === 401) this.change({ needsToken: true });
     return answer;
   }
@@ -151,10 +138,9 @@ export class Probe {
     this.change({ history, passes: this.awaitsPass ? { ...passes, last: null } : passes });
   }
 
-  /** A browser's WebSocket cannot set headers, so the token stands in the address. */
+  /** The session's cookie goes with it. */
   private socketUrl(): string {
-    const query = this.token ? `?token=${encodeURIComponent(this.token)}` : '';
-    return `${location.protocol === 'https:' ? 'wss' : 'ws'}://${location.host}/${query}`;
+    return `${location.protocol === 'https:' ? 'wss' : 'ws'}://${location.host}/`;
   }
 
   private change(change: Partial<ProbeState>): void {

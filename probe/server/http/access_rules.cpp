@@ -1,6 +1,8 @@
 #include "probe/server/http/access_rules.h"
 
 #include <openssl/crypto.h>
+#include <openssl/evp.h>
+#include <openssl/hmac.h>
 
 #include <algorithm>
 #include <array>
@@ -11,6 +13,8 @@
 
 namespace probe {
 namespace {
+
+constexpr std::string_view kScheme = "bearer ";
 
 /// Whether this is 16 octets in base64, as a handshake has to give them. Source: RFC 6455, section 4.2.1.
 bool IsWebsocketKey(const std::string& key) {
@@ -27,6 +31,21 @@ bool IsKnownMethod(const std::string& method) {
   return std::find(kMethods.begin(), kMethods.end(), method) != kMethods.end();
 }
 
+/// What a page shows in place of the token: a keyed hash, in hexadecimal digits. Source: RFC 2104.
+std::string SessionOf(const Secret& token) {
+  static constexpr std::string_view kPurpose = "vexora-probe session";
+  std::array<unsigned char, EVP_MAX_MD_SIZE> hash{};
+  unsigned size = 0;
+  HMAC(EVP_sha256(), token.text().data(), static_cast<int>(token.size()),
+       reinterpret_cast<const unsigned char*>(kPurpose.data()), kPurpose.size(), hash.data(), &size);
+  std::string text;
+  for (unsigned i = 0; i < size; ++i) {
+    text += "0123456789abcdef"[hash[i] >> 4];
+    text += "0123456789abcdef"[hash[i] & 15];
+  }
+  return text;
+}
+
 /// Whether a text holds an octet that no header's value may.
 bool HoldsControl(const std::string& text) {
   return std::any_of(text.begin(), text.end(), [](unsigned char octet) { return octet < 0x20 || octet == 0x7f; });
@@ -34,12 +53,17 @@ bool HoldsControl(const std::string& text) {
 
 }  // namespace
 
-bool EqualSecrets(const std::string& ours, const std::string& theirs) {
+bool EqualSecrets(std::string_view ours, std::string_view theirs) {
   return ours.size() == theirs.size() && CRYPTO_memcmp(ours.data(), theirs.data(), ours.size()) == 0;
 }
 
 AccessRules::AccessRules(const ServerSettings& settings, std::uint16_t port)
-    : hosts_{"localhost", "127.0.0.1", "[::1]"}, port_(":" + std::to_string(port)), token_(settings.token) {
+    : hosts_{"localhost", "127.0.0.1", "[::1]"},
+      port_(":" + std::to_string(port)),
+      token_(settings.token),
+      session_name_("vexora_session_" + std::to_string(port)),
+      session_(SessionOf(settings.token)),
+      has_tls_(!settings.tls_certificate.empty()) {
   for (const std::string& address : settings.listen) hosts_.push_back(UrlHost(CanonicalAddress(address)));
   for (const std::string& host : settings.allowed_hosts) hosts_.push_back(LowerCase(host));
   for (const std::string& origin : settings.allowed_origins) origins_.push_back(LowerCase(origin));
@@ -56,9 +80,12 @@ bool AccessRules::IsOurHost(const std::string& host, const std::string& local_ad
 }
 
 std::optional<HttpError> AccessRules::CheckCaller(const RequestHead& head) const {
-  for (const std::string& value : {head.host.value_or(""), head.origin.value_or(""), head.upgrade, head.authorization,
-                                   head.token_argument(), head.websocket_version, head.path, head.if_none_match})
-    if (HoldsControl(value)) return HttpError{400, "Refused: the request holds a control character."};
+  static const std::string none;
+  // By their addresses: a copy of the token would stay behind.
+  for (const std::string* value :
+       {head.host ? &*head.host : &none, head.origin ? &*head.origin : &none, &head.upgrade, &head.authorization,
+        &head.cookie, &head.websocket_version, &head.path, &head.if_none_match})
+    if (HoldsControl(*value)) return HttpError{400, "Refused: the request holds a control character."};
   if (head.has_two_hosts || (!head.host && !head.is_http_1_0))
     return HttpError{400, "Refused: a request must have exactly one Host header (RFC 9112, section 3.2)."};
   if (!head.host) return HttpError{403, "Refused: the request has no Host header."};
@@ -76,11 +103,23 @@ std::optional<HttpError> AccessRules::CheckCaller(const RequestHead& head) const
                    "server.allowed_origins."};
 }
 
+bool AccessRules::HasSession(const RequestHead& head) const {
+  return !token_.empty() && EqualSecrets(session_, head.Cookie(session_name_));
+}
+
+bool AccessRules::BringsToken(const RequestHead& head) const {
+  return !token_.empty() && !head.authorization.empty() && !HasSession(head);
+}
+
 bool AccessRules::HasToken(const RequestHead& head) const {
-  if (token_.empty()) return true;
-  static const std::string scheme = "bearer ";
-  const bool is_bearer = LowerCase(head.authorization.substr(0, scheme.size())) == scheme;
-  return EqualSecrets(token_, is_bearer ? head.authorization.substr(scheme.size()) : head.token_argument());
+  if (token_.empty() || HasSession(head)) return true;
+  if (LowerCase(head.authorization.substr(0, kScheme.size())) != kScheme) return false;
+  return EqualSecrets(token_.text(), std::string_view(head.authorization).substr(kScheme.size()));
+}
+
+std::string AccessRules::SessionCookie() const {
+  if (token_.empty()) return {};
+  return session_name_ + "=" + session_ + "; HttpOnly; SameSite=Strict; Path=/" + (has_tls_ ? "; Secure" : "");
 }
 
 std::optional<HttpError> AccessRules::CheckUpgrade(const RequestHead& head) const {

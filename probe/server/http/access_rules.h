@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "probe/server/http/http_head.h"
@@ -32,20 +33,33 @@ class AccessRules {
   /// comes from, and what is guarded isn't even computed for it.
   std::optional<HttpError> CheckPlainRequest(const RequestHead& head, Access access) const;
 
+  /// Whether a request brings a token to be looked at: none of its session is good already.
+  bool BringsToken(const RequestHead& head) const;
+
+  /// The cookie by which a page is known that has shown the token, as a Set-Cookie header has it; empty without a
+  /// token.
+  ///
+  /// It is made of the token, which cannot be told from it, so that it outlives a restart and ends with the token.
+  std::string SessionCookie() const;
+
   /// The Origin of a foreign page that is allowed in; empty for the probe's own pages and for programs.
   std::string AllowedOrigin(const RequestHead& head) const;
 
  private:
   bool IsOurHost(const std::string& host, const std::string& local_address) const;
+  bool HasSession(const RequestHead& head) const;
   bool HasToken(const RequestHead& head) const;
 
   std::vector<std::string> hosts_;  // lower case, IPv6 addresses in brackets
   std::vector<std::string> origins_;
   std::string port_;
-  std::string token_;
+  Secret token_;
+  std::string session_name_;  // with the port: the cookies of a host are for all of its ports
+  std::string session_;
+  bool has_tls_;
 };
 
 /// Whether two secrets are equal, in a time that tells nothing but their lengths.
-bool EqualSecrets(const std::string& ours, const std::string& theirs);
+bool EqualSecrets(std::string_view ours, std::string_view theirs);
 
 }  // namespace probe

@@ -51,11 +51,12 @@ const char* CacheControl(Caching caching) {
 }  // namespace
 
 std::string AnswerHead(const RequestHead& request, const HttpAnswer& answer, bool is_not_modified,
-                       const std::string& origin) {
+                       const std::string& origin, const std::string& cookie) {
   HeadWriter head(request, is_not_modified ? 304 : answer.status);
   head.Add("cache-control", CacheControl(answer.caching)).Add("vary", "Origin, Accept-Encoding");
   head.Add("cross-origin-resource-policy", "same-origin");
   if (!answer.etag.empty()) head.Add("etag", answer.etag);
+  if (!cookie.empty()) head.Add("set-cookie", cookie);
   if (!origin.empty()) head.Add("access-control-allow-origin", origin);
   if (answer.status == 503) head.Add("retry-after", "1");
   if (!is_not_modified) {
@@ -71,7 +72,8 @@ std::string RefusalBody(const HttpError& error, bool is_json) {
   return is_json ? *ErrorAnswer(error.status, CodeOfStatus(error.status), error.text).body : error.text + "\n";
 }
 
-std::string RefusalHead(const RequestHead& request, unsigned status, bool is_json, std::size_t body_bytes) {
+std::string RefusalHead(const RequestHead& request, const HttpError& error, bool is_json, std::size_t body_bytes) {
+  const unsigned status = error.status;
   HeadWriter head(request, status);
   head.Add("content-type", is_json ? "application/json" : "text/plain; charset=utf-8").Add("cache-control", "no-store");
   // who sends Upgrade has to name it in Connection, too: RFC 9110, section 7.8
@@ -81,6 +83,7 @@ std::string RefusalHead(const RequestHead& request, unsigned status, bool is_jso
   if (status == 401) head.Add("www-authenticate", "Bearer");
   if (status == 405) head.Add("allow", "GET, HEAD");
   if (status == 503) head.Add("retry-after", "1");
+  if (error.retry_after != 0) head.Add("retry-after", std::to_string(error.retry_after));
   return head.Finish();
 }
 

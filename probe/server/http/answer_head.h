@@ -10,14 +10,14 @@ namespace probe {
 
 /// The head of an answer, whose body follows unless the client has it already (304) or asked for the head only.
 ///
-/// `origin`: the foreign page that may read the answer; empty: none.
+/// `origin`: the foreign page that may read the answer; empty: none. `cookie`: as a Set-Cookie header has it, likewise.
 std::string AnswerHead(const RequestHead& request, const HttpAnswer& answer, bool is_not_modified,
-                       const std::string& origin);
+                       const std::string& origin, const std::string& cookie);
 
 /// The body of an answer that refuses a request: JSON where programs ask, plain text elsewhere.
 std::string RefusalBody(const HttpError& error, bool is_json);
 
 /// The head that goes with it. The connection is to be closed after it.
-std::string RefusalHead(const RequestHead& request, unsigned status, bool is_json, std::size_t body_bytes);
+std::string RefusalHead(const RequestHead& request, const HttpError& error, bool is_json, std::size_t body_bytes);
 
 }  // namespace probe

@@ -5,6 +5,7 @@
 
 #include "probe/host/log.h"
 #include "probe/server/http/answer_head.h"
+#include "probe/text/secret.h"
 
 namespace probe {
 namespace {
@@ -98,7 +99,12 @@ void HttpConnection::OnHead() {
   head_.local_address = transport_->local_address();
   is_first_ = false;
   deadline_.Stop();
-  if (const auto error = events_.OnRequest(*this, head_)) return Refuse(*error);
+  const auto error = events_.OnRequest(*this, head_);
+  // Nobody looks at it again.
+  Wipe(head_.authorization);
+  Wipe(received_.data(), received_.size());
+  reader_.WipeTaken();
+  if (error) return Refuse(*error);
   if (!head_.upgrade.empty()) return events_.OnUpgrade(*this, head_);
   const bool accepts_gzip = head_.accept_encoding.find("gzip") != std::string::npos;
   // who has gone meanwhile, or was refused for the time it takes, gets no answer
@@ -124,14 +130,15 @@ void HttpConnection::Refuse(const HttpError& error) {
   events_.OnRefused(*this, error);
   const bool is_json = requests_.LookUp(head_.path).has_json_errors;
   const std::string body = RefusalBody(error, is_json);
-  std::string head = RefusalHead(head_, error.status, is_json, body.size());
+  std::string head = RefusalHead(head_, error, is_json, body.size());
   Send(std::move(head), std::make_shared<const std::string>(head_.is_head() ? std::string() : body));
 }
 
 void HttpConnection::Answer(HttpAnswer answer) {
   if (is_refused_) return;
   const bool is_not_modified = answer.status == 200 && NamesEtag(head_.if_none_match, answer.etag);
-  std::string head = AnswerHead(head_, answer, is_not_modified, events_.AllowedOrigin(head_));
+  std::string head = AnswerHead(head_, answer, is_not_modified, events_.AllowedOrigin(head_),
+                                answer.opens_session ? events_.SessionCookie() : std::string());
   if (is_not_modified || head_.is_head()) answer.body = std::make_shared<const std::string>();
   Send(std::move(head), std::move(answer.body));
 }

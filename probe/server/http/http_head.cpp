@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "probe/server/http/http_message.h"
+#include "probe/text/secret.h"
 
 namespace probe {
 namespace {
@@ -109,6 +110,7 @@ RequestHead HeadOf(const Fields& fields) {
   head.websocket_version = Header(fields, http::field::sec_websocket_version).value_or("");
   head.websocket_protocol = Header(fields, http::field::sec_websocket_protocol).value_or("");
   head.authorization = Header(fields, http::field::authorization).value_or("");
+  head.cookie = Header(fields, http::field::cookie).value_or("");
   head.if_none_match = Header(fields, http::field::if_none_match).value_or("");
   head.accept_encoding = Header(fields, http::field::accept_encoding).value_or("");
   head.fetch_site = Header(fields, "Sec-Fetch-Site").value_or("");
@@ -143,9 +145,15 @@ bool HoldsWord(const std::string& list, const std::string& word) {
   return std::find(elements.begin(), elements.end(), word) != elements.end();
 }
 
-std::string RequestHead::token_argument() const {
-  const auto found = arguments.find("token");
-  return found == arguments.end() ? std::string() : found->second;
+std::string_view RequestHead::Cookie(std::string_view name) const {
+  std::string_view rest = cookie;
+  while (!rest.empty()) {
+    std::string_view pair = rest.substr(0, rest.find(';'));
+    rest.remove_prefix(std::min(pair.size() + 1, rest.size()));
+    pair.remove_prefix(std::min(pair.find_first_not_of(' '), pair.size()));
+    if (pair.starts_with(name) && pair.substr(name.size()).starts_with('=')) return pair.substr(name.size() + 1);
+  }
+  return {};
 }
 
 bool RequestHead::is_persistent() const {
@@ -210,6 +218,12 @@ std::optional<RequestHead> HeadReader::Take() {
   if (ReadTarget({target.data(), target.size()}, head)) return head;
   Fail(400, "Refused: the request target is no path.");
   return std::nullopt;
+}
+
+void HeadReader::WipeTaken() {
+  std::string unread = octets_;
+  Wipe(octets_);
+  octets_ = std::move(unread);
 }
 
 std::string HeadReader::TakeRest() {

@@ -26,6 +26,7 @@ struct RequestHead {
   std::string websocket_version;
   std::string websocket_protocol;
   std::string authorization;
+  std::string cookie;
   std::string if_none_match;
   std::string accept_encoding;
   std::string fetch_site;     ///< Sec-Fetch-Site: by which browsers tell where a request comes from.
@@ -34,8 +35,8 @@ struct RequestHead {
   bool is_get() const { return method == "GET"; }
   bool is_head() const { return method == "HEAD"; }
 
-  /// `token` of the query; empty: none.
-  std::string token_argument() const;
+  /// The value of a cookie; empty: there is none. Source: RFC 6265, section 4.2.1.
+  std::string_view Cookie(std::string_view name) const;
 
   /// Whether the client wants the connection to last beyond this request. Source: RFC 9112, section 9.3.
   bool is_persistent() const;
@@ -43,8 +44,9 @@ struct RequestHead {
 
 /// An answer that refuses a request.
 struct HttpError {
-  unsigned status = 0;  ///< RFC 9110, section 15.
-  std::string text;     ///< Body of the answer, and the log's; holds nothing that the client sent.
+  unsigned status = 0;       ///< RFC 9110, section 15.
+  std::string text;          ///< Body of the answer, and the log's; holds nothing that the client sent.
+  unsigned retry_after = 0;  ///< Seconds after which the client may try again; 0: it is not told.
 };
 
 /// Whether `list`, a header of comma-separated words, holds `word`, which is in lower case.
@@ -82,6 +84,9 @@ class HeadReader {
 
   /// The octets that came after the heads that were taken, once.
   std::string TakeRest();
+
+  /// Overwrites what has been read and taken, which may have held a secret.
+  void WipeTaken();
 
   const HttpError& error() const { return error_; }
 

@@ -29,8 +29,9 @@ struct HttpAnswer {
   std::string content_type = "application/json";
   std::shared_ptr<const std::string> body = std::make_shared<const std::string>();
   Caching caching = Caching::kNoStore;
-  std::string etag;      ///< In its quotes; empty: none. RFC 9110, section 8.8.3.
-  bool is_gzip = false;  ///< The body is compressed.
+  std::string etag;            ///< In its quotes; empty: none. RFC 9110, section 8.8.3.
+  bool is_gzip = false;        ///< The body is compressed.
+  bool opens_session = false;  ///< The client gets the cookie that stands for the token.
 };
 
 /// Who may ask for a path.

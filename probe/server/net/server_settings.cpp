@@ -22,15 +22,29 @@ std::string LimitText(const char* key, std::size_t value) {
 
 std::string WhyUnsafe(const ServerSettings& settings) {
   const bool has_tls = !settings.tls_certificate.empty() && !settings.tls_key.empty();
-  if (!settings.token.empty() && has_tls) return {};
+  const std::string address = ReachableAddress(settings);
+  if (address.empty()) return {};
+  if (!settings.token.empty() && has_tls) {
+    const std::string weak = WhyWeak(settings.token);
+    return weak.empty() ? weak : "server.token " + weak;
+  }
+  const char* missing = settings.token.empty() ? (has_tls ? "a token" : "a token and TLS") : "TLS";
+  return "server.listen = \"" + address + "\" can be reached from other machines and needs " + missing +
+         ": set server.token, server.tls_certificate and server.tls_key, or listen on 127.0.0.1 and ::1 only";
+}
+
+std::string ReachableAddress(const ServerSettings& settings) {
   for (const std::string& address : settings.listen) {
     const std::string canonical = CanonicalAddress(address);
-    if (canonical == "127.0.0.1" || canonical == "::1") continue;
-    const char* missing = settings.token.empty() ? (has_tls ? "a token" : "a token and TLS") : "TLS";
-    return "server.listen = \"" + address + "\" can be reached from other machines and needs " + missing +
-           ": set server.token, server.tls_certificate and server.tls_key, or listen on 127.0.0.1 and ::1 only";
+    if (canonical != "127.0.0.1" && canonical != "::1") return address;
   }
   return {};
+}
+
+std::string WhyWeak(const Secret& token) {
+  if (token.size() >= kLeastTokenBytes) return {};
+  return "must have at least " + std::to_string(kLeastTokenBytes) +
+         " octets where other machines can try it (server.listen); \"vexora-probe token\" makes one";
 }
 
 bool HasHalfOfTls(const ServerSettings& settings) {

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "probe/text/secret.h"
+
 namespace probe {
 
 /// What the server allows one client, and all of them together. Each refusal names the limit by its key in
@@ -38,7 +40,7 @@ struct ServerSettings {
   std::vector<std::string> listen{"127.0.0.1",
                                   "::1"};  ///< Addresses, textual; an absent one of the default is passed over.
   std::uint16_t port = 8765;               ///< 0: any free port, to be asked for with `WebServer::port()`.
-  std::string token;                       ///< Shared secret of the clients; empty: none asked for.
+  Secret token;                            ///< Shared secret of the clients; empty: none asked for.
   std::string tls_certificate;             ///< PEM file; empty: no TLS.
   std::string tls_key;                     ///< PEM file of its private key.
   std::vector<std::string>
@@ -48,12 +50,21 @@ struct ServerSettings {
   ServerLimits limits;
 };
 
+/// Octets that a token has at least where other machines can try it.
+inline constexpr std::size_t kLeastTokenBytes = 16;
+
 /// A limit as it is written in `probe.toml`, for texts that refuse something: "limits.message_depth = 16".
 std::string LimitText(const char* key, std::size_t value);
 
-/// Why these settings are unsafe: an address other than 127.0.0.1 and ::1 without both a token and TLS. Empty when they
-/// are safe. The text is fit for an administrator.
+/// Why these settings are unsafe: an address other than 127.0.0.1 and ::1 without both a token and TLS, or with a token
+/// that can be guessed. Empty when they are safe. The text is fit for an administrator.
 std::string WhyUnsafe(const ServerSettings& settings);
+
+/// The first address that other machines can reach; empty: there is none.
+std::string ReachableAddress(const ServerSettings& settings);
+
+/// Why a token is too weak for other machines to try; empty when it is not.
+std::string WhyWeak(const Secret& token);
 
 /// Whether only one of certificate and key is set: TLS takes both.
 bool HasHalfOfTls(const ServerSettings& settings);

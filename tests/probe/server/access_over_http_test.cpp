@@ -162,8 +162,7 @@ TEST_F(WebServerAccessTest, AsksForItsToken) {
   EXPECT_EQ(StatusFor({}, "/?token="), 401U);
   EXPECT_EQ(StatusFor({{"Authorization", "Bearer open sesame"}}), 0U);
   EXPECT_EQ(StatusFor({{"Authorization", "bearer open sesame"}}), 0U) << "RFC 9110: schemes have no case";
-  EXPECT_EQ(StatusFor({}, "/?token=open%20sesame"), 0U);
-  EXPECT_EQ(StatusFor({}, "/?view=1&token=open%20sesame"), 0U);
+  EXPECT_EQ(StatusFor({}, "/?token=open%20sesame"), 401U) << "URLs end up in histories and logs";
 }
 
 TEST_F(WebServerAccessTest, ChecksTheOriginBeforeTheToken) {
@@ -183,9 +182,7 @@ TEST_F(WebServerAccessTest, ReadsNoHeaderOnlyUpToANul) {
   EXPECT_THAT(AnswerTo(begin + host + tail + bearer), HasSubstr(" 400 "));
   EXPECT_THAT(AnswerTo(begin + host + "\r\nOrigin: http://127.0.0.1:" + Port() + tail + bearer), HasSubstr(" 400 "));
   EXPECT_THAT(AnswerTo(begin + host + bearer + tail), HasSubstr(" 400 "));
-  EXPECT_EQ(StatusFor({}, "/?token=secret%00"), 400U);
-  EXPECT_EQ(StatusFor({}, "/?token=secret%01"), 400U);
-  EXPECT_EQ(StatusFor({}, "/?token=secret"), 0U);
+  EXPECT_EQ(StatusFor({}, "/?view=x%00"), 400U);
 }
 
 TEST_F(WebServerAccessTest, LogsNoMoreThanAFewOversizedHeadsAMinute) {

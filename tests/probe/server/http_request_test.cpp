@@ -62,6 +62,7 @@ class HttpRequestTest : public test::Served {
       ++slow_requests;
       opened_.wait();
     }
+    answer.opens_session = request.path == "/api/session";
     if (request.path == "/api/broken") throw std::runtime_error("broken");
     answer.body = std::make_shared<const std::string>(body);
     return answer;
@@ -145,8 +146,57 @@ TEST_F(HttpRequestTest, NeedsTheTokenForAllButPages) {
                                    HasSubstr("\"unauthorized\""), Not(HasSubstr("secret"))));
   EXPECT_THAT(Get("/api/x", "Authorization: Bearer wrong\r\n"), StartsWith("HTTP/1.1 401 "));
   EXPECT_THAT(Get("/api/x", "Authorization: Bearer secret\r\n"), StartsWith("HTTP/1.1 200 "));
-  EXPECT_THAT(Get("/api/x?token=secret"), StartsWith("HTTP/1.1 200 "));
-  EXPECT_THAT(Get("/api/x?token=secre"), StartsWith("HTTP/1.1 401 "));
+  EXPECT_THAT(Get("/api/x?token=secret"), StartsWith("HTTP/1.1 401 ")) << "URLs end up in histories and logs";
+}
+
+TEST_F(HttpRequestTest, OpensASessionForAPageThatShowsTheToken) {
+  settings.token = "secret";
+  Serve();
+  EXPECT_THAT(Get("/api/session"), AllOf(StartsWith("HTTP/1.1 401 "), Not(HasSubstr("set-cookie"))));
+  const std::string opened = Get("/api/session", "Authorization: Bearer secret\r\n");
+  EXPECT_THAT(opened, AllOf(StartsWith("HTTP/1.1 200 "), HasSubstr("; HttpOnly; SameSite=Strict; Path=/\r\n"),
+                            Not(HasSubstr("secret"))));
+  const std::size_t begin = opened.find("set-cookie: ") + std::string("set-cookie: ").size();
+  const std::string cookie = opened.substr(begin, opened.find(';', begin) - begin);
+  EXPECT_THAT(cookie, StartsWith("vexora_session_" + std::to_string(server->port()) + "="));
+  EXPECT_THAT(Get("/api/x", "Cookie: other=1; " + cookie + "\r\n"), StartsWith("HTTP/1.1 200 "));
+  EXPECT_THAT(Get("/api/x", "Cookie: " + cookie + "0\r\n"), StartsWith("HTTP/1.1 401 "));
+  EXPECT_THAT(Get("/api/x", "Cookie: " + cookie.substr(0, cookie.size() - 1) + "\r\n"), StartsWith("HTTP/1.1 401 "));
+  EXPECT_THAT(Get("/api/x", "Sec-Fetch-Site: cross-site\r\nCookie: " + cookie + "\r\n"), StartsWith("HTTP/1.1 403 "));
+  settings.token = "another";
+  server.reset();
+  Serve();
+  const std::string value = cookie.substr(cookie.find('='));
+  EXPECT_THAT(Get("/api/x", "Cookie: vexora_session_" + std::to_string(server->port()) + value + "\r\n"),
+              StartsWith("HTTP/1.1 401 "))
+      << "it ends with the token";
+}
+
+TEST_F(HttpRequestTest, GetsNoAnswerToATokenAfterTenWrongOnes) {
+  settings.token = "secret";
+  Serve();
+  const std::string opened = Get("/api/session", "Authorization: Bearer secret\r\n");
+  const std::size_t begin = opened.find("set-cookie: ") + std::string("set-cookie: ").size();
+  const std::string cookie = "Cookie: " + opened.substr(begin, opened.find(';', begin) - begin) + "\r\n";
+  for (int guess = 0; guess < 5; ++guess)
+    EXPECT_THAT(Get("/api/x", "Authorization: Bearer " + std::to_string(guess) + "\r\n"), StartsWith("HTTP/1.1 401 "));
+  const std::string upgrade =
+      "Upgrade: websocket\r\nSec-WebSocket-Key: dGhlIHNhbXBsZSBub25jZQ==\r\nSec-WebSocket-Version: 13\r\n";
+  const auto handshake = [&](const std::string& headers) {
+    test::RawClient client(server->port());
+    client.Send(Request("/", "Connection: Upgrade\r\n" + upgrade + headers));
+    return client.ReadHead();
+  };
+  for (int guess = 0; guess < 5; ++guess)
+    EXPECT_THAT(handshake("Authorization: Bearer wrong\r\n"), StartsWith("HTTP/1.1 401 "));
+  EXPECT_THAT(Get("/api/x", "Authorization: Bearer wrong\r\n"),
+              AllOf(StartsWith("HTTP/1.1 429 "), ::testing::ContainsRegex("retry-after: [1-6]?[0-9]\r\n")));
+  EXPECT_THAT(Get("/api/x", "Authorization: Bearer secret\r\n"), StartsWith("HTTP/1.1 429 ")) << "the right one, too";
+  EXPECT_THAT(handshake("Authorization: Bearer secret\r\n"), StartsWith("HTTP/1.1 429 "));
+  EXPECT_THAT(Get("/page"), StartsWith("HTTP/1.1 200 "));
+  EXPECT_THAT(Get("/api/x"), StartsWith("HTTP/1.1 401 ")) << "no token is no guess";
+  EXPECT_THAT(Get("/api/x", cookie), StartsWith("HTTP/1.1 200 ")) << "an open session stays open";
+  EXPECT_THAT(handshake(cookie), StartsWith("HTTP/1.1 101 "));
 }
 
 TEST_F(HttpRequestTest, OfAForeignPageIsRefused) {

@@ -21,13 +21,15 @@ TEST_P(UnsafeAddress, NeedsTokenAndTls) {
   probe::ServerSettings settings;
   settings.listen = {"127.0.0.1", GetParam()};
   EXPECT_THAT(WhyUnsafe(settings), HasSubstr(GetParam()));
-  settings.token = "secret";
+  settings.token = "sixteen octets!!";
   EXPECT_THAT(WhyUnsafe(settings), HasSubstr("needs TLS"));
   settings.tls_certificate = "certificate.pem";
   EXPECT_THAT(WhyUnsafe(settings), HasSubstr("needs TLS")) << "a certificate without its key is no TLS";
   settings.tls_key = "key.pem";
   EXPECT_EQ(WhyUnsafe(settings), "");
-  settings.token.clear();
+  settings.token = "fifteen octets!";
+  EXPECT_THAT(WhyUnsafe(settings), HasSubstr("at least 16 octets"));
+  settings.token = "";
   EXPECT_THAT(WhyUnsafe(settings), HasSubstr("needs a token:"));
 }
 
@@ -77,7 +79,7 @@ TEST(AccessRules, RefuseControlCharactersInWhatTheyLookAt) {
     probe::RequestHead authorization = good;
     authorization.authorization = "Bearer x" + tail;
     probe::RequestHead argument = good;
-    argument.arguments["token"] = "x" + tail;
+    argument.cookie = "x" + tail;
     for (const auto& head : {host, origin, authorization, argument}) {
       const auto refusal = rules.CheckCaller(head);
       ASSERT_TRUE(refusal.has_value()) << int{control};

@@ -37,14 +37,14 @@ class WebServerStartTest : public test::Served {
 TEST_F(WebServerStartTest, RefusesAnAddressThatOthersReachWithoutTokenAndTls) {
   settings.listen = {"127.0.0.1", "0.0.0.0"};
   EXPECT_THAT(StartFailure(), AllOf(HasSubstr("0.0.0.0"), HasSubstr("a token and TLS")));
-  settings.token = "secret";
+  settings.token = "a secret of 16 or more";
   EXPECT_THAT(StartFailure(), HasSubstr("needs TLS"));
 }
 
 TEST_F(WebServerStartTest, RefusesWhatIsNoAddress) {
   settings.listen = {"localhost"};
   EXPECT_THAT(StartFailure(), HasSubstr("localhost"));
-  settings.token = "secret";
+  settings.token = "a secret of 16 or more";
   settings.tls_certificate = settings.tls_key = "/dev/null";
   EXPECT_THAT(StartFailure(), HasSubstr("not a numeric IP address"));
   settings.listen = {};
@@ -81,7 +81,7 @@ TEST_F(WebServerStartTest, RefusesAnAddressThatThisMachineDoesNotHave) {
   EXPECT_EQ(StartFailure(), "");
   server.reset();
   settings.listen = {"192.0.2.1"};
-  settings.token = "secret";
+  settings.token = "a secret of 16 or more";
   settings.tls_certificate = settings.tls_key = "/dev/null";
   EXPECT_THAT(StartFailure(), HasSubstr("cannot listen on 192.0.2.1"));
 }
@@ -175,11 +175,11 @@ TEST_F(WebServerTlsTest, AgreesToNoHttp2) {
 
 TEST_F(WebServerTlsTest, ListensEverywhereWithTokenAndTls) {
   settings.listen = {"0.0.0.0"};
-  settings.token = "secret";
+  settings.token = "a secret of 16 or more";
   Serve();
   EXPECT_THROW(probe::WebsocketClient{TlsOptions()}, probe::ClientError);
   auto options = TlsOptions();
-  options.headers["Authorization"] = "Bearer secret";
+  options.headers["Authorization"] = "Bearer a secret of 16 or more";
   probe::WebsocketClient client(options);
   ExpectServed(client);
 }

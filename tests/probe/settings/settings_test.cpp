@@ -47,7 +47,7 @@ TEST(Settings, EveryKeyReachesItsMember) {
 [server]
 listen = ["192.0.2.1", "2001:db8::1"]
 port = 0
-token = "secret"
+token = "a secret of 16 or more"
 tls_certificate = "/a.pem"
 tls_key = "/b.pem"
 allowed_hosts = ["probe.example.org"]
@@ -87,7 +87,7 @@ clients = 18
   const ServerSettings& server = settings.server;
   EXPECT_THAT(server.listen, ElementsAre("192.0.2.1", "2001:db8::1"));
   EXPECT_EQ(server.port, 0);
-  EXPECT_EQ(server.token, "secret");
+  EXPECT_EQ(server.token, "a secret of 16 or more");
   EXPECT_EQ(server.tls_certificate, "/a.pem");
   EXPECT_EQ(server.tls_key, "/b.pem");
   EXPECT_THAT(server.allowed_hosts, ElementsAre("probe.example.org"));
@@ -272,6 +272,7 @@ TEST_F(SettingsFile, MayBeEmpty) {
 TEST_F(SettingsFile, NamesATokenFileWhoseLineIsTheToken) {
   for (const char* text : {"open sesame\n", "open sesame\r\n", "open sesame"}) {
     const std::string token_file = Write("token", text);
+    std::filesystem::permissions(token_file, std::filesystem::perms(0600));
 
     const Settings settings = ParseSettings("[server]\ntoken_file = \"" + token_file + "\"\n", "probe.toml");
 
@@ -279,9 +280,46 @@ TEST_F(SettingsFile, NamesATokenFileWhoseLineIsTheToken) {
   }
 }
 
+TEST_F(SettingsFile, RefusesSecretsThatOthersCanRead) {
+  const std::string token = Write("token", "open sesame\n");
+  const std::string key = Write("key.pem", "");
+  const std::string certificate = Write("certificate.pem", "");
+  for (const auto mode : {0640, 0604, 0644, 0444}) {
+    std::filesystem::permissions(token, std::filesystem::perms(mode));
+    std::filesystem::permissions(key, std::filesystem::perms(mode));
+    EXPECT_EQ(Complaint("[server]\ntoken_file = \"" + token + "\"\ntls_certificate = \"" + certificate +
+                        "\"\ntls_key = \"" + key + "\"\n"),
+              "probe.toml:2: server.token_file: \"" + token +
+                  "\" holds a secret and can be read by others: chmod 600 " + token +
+                  "\nprobe.toml:4: server.tls_key: \"" + key +
+                  "\" holds a secret and can be read by others: chmod 600 " + key)
+        << mode;
+  }
+  const std::string file = Write("probe.toml", "[server]\nport = 1\ntoken = \"open sesame\"\n");
+  std::filesystem::permissions(file, std::filesystem::perms(0644));
+  try {
+    ReadSettings(file);
+    FAIL() << "it was read";
+  } catch (const SettingsError& error) {
+    EXPECT_EQ(error.what(),
+              file + ":3: server.token: \"" + file + "\" holds a secret and can be read by others: chmod 600 " + file);
+  }
+  std::filesystem::permissions(file, std::filesystem::perms(0600));
+  EXPECT_EQ(ReadSettings(file).server.token, "open sesame");
+}
+
+TEST_F(SettingsFile, RefusesATokenThatCanBeGuessedWhereOthersCanTryIt) {
+  EXPECT_EQ(Complaint("[server]\ntoken = \"fifteen octets!\"\n"), "") << "this machine only";
+  EXPECT_EQ(Complaint("[server]\nlisten = [\"0.0.0.0\"]\ntoken = \"fifteen octets!\"\n"),
+            "probe.toml:3: server.token: must have at least 16 octets where other machines can try it (server.listen); "
+            "\"vexora-probe token\" makes one");
+  EXPECT_EQ(Complaint("[server]\nlisten = [\"0.0.0.0\"]\ntoken = \"sixteen octets!!\"\n"), "");
+}
+
 TEST_F(SettingsFile, RefusesATokenFileThatHoldsNothing) {
   for (const char* text : {"\n", "\r\n", ""}) {
     const std::string token_file = Write("token", text);
+    std::filesystem::permissions(token_file, std::filesystem::perms(0600));
 
     EXPECT_EQ(Complaint("[server]\ntoken_file = \"" + token_file + "\"\n"),
               "probe.toml:2: server.token_file: no token can be read from \"" + token_file + "\"");
