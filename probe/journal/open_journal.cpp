@@ -1,9 +1,11 @@
 #include "probe/journal/open_journal.h"
 
+#include <chrono>
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
 #include <system_error>
+#include <thread>
 
 #include "probe/host/log.h"
 
@@ -18,8 +20,20 @@ std::string UserStateDirectory() {
   return home != nullptr && *home == '/' ? std::string(home) + "/.local/state/vexora" : std::string();
 }
 
+/// What is wrong may pass: the probe that is being replaced still writes its last passes, or descriptors are short.
+/// Fails: throws `std::system_error`, at once where the folder is for others.
 std::unique_ptr<JournalFolder> Open(const std::string& state_directory, bool is_simulated) {
-  return std::make_unique<JournalFolder>(JournalPathIn(state_directory, is_simulated));
+  constexpr std::chrono::seconds kPatience{2};
+  constexpr std::chrono::milliseconds kBetweenTries{100};
+  const auto deadline = std::chrono::steady_clock::now() + kPatience;
+  while (true) {
+    try {
+      return std::make_unique<JournalFolder>(JournalPathIn(state_directory, is_simulated));
+    } catch (const std::system_error& error) {
+      if (IsForOthers(error.code()) || std::chrono::steady_clock::now() >= deadline) throw;
+    }
+    std::this_thread::sleep_for(kBetweenTries);
+  }
 }
 
 }  // namespace

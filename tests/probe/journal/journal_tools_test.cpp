@@ -5,12 +5,14 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <memory>
 #include <sstream>
 #include <string>
 #include <system_error>
+#include <thread>
 
 #include "probe/host/device_centre.h"
 #include "probe/journal/journal_entry.h"
@@ -115,6 +117,21 @@ TEST(OpenJournal, KeepsASimulatedNetworkApartFromRealDevices) {
   ASSERT_TRUE(real && simulated);
   EXPECT_EQ(real->path(), folder.Path("state/journal"));
   EXPECT_EQ(simulated->path(), folder.Path("state/journal-simulated"));
+}
+
+TEST(OpenJournal, WaitsForAProbeThatIsAboutToStop) {
+  const test::TestFolder folder;
+  probe::journal::JournalSettings settings;
+  settings.state_directory = folder.Path("state");
+  auto other = probe::journal::OpenJournal(settings, false);
+  ASSERT_NE(other, nullptr);
+  EXPECT_EQ(probe::journal::OpenJournal(settings, false), nullptr) << "it does not stop";
+  std::thread stopping([&] {
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    other.reset();
+  });
+  EXPECT_NE(probe::journal::OpenJournal(settings, false), nullptr);
+  stopping.join();
 }
 
 TEST(OpenJournal, GoesElsewhereOnlyWhereTheFolderIsForOthers) {
