@@ -1,6 +1,7 @@
 #include "monitor/engine/entry_points.h"
 
 #include <memory>
+#include <string>
 
 #include "monitor/clientcount/client_count_monitor.h"
 #include "monitor/engine/boundary.h"
@@ -34,7 +35,10 @@ char* AskReportMonitor(const char* name, Question ask) {
   char* answer = nullptr;
   WithinBoundary(name, [&] {
     const std::shared_ptr<Monitor> monitor = MonitoringManager::GetInstance().GetMonitor(name);
-    if (monitor != nullptr) answer = Strdup(ask(*monitor).c_str());
+    if (monitor == nullptr) return;
+    const monitoring::TreeShortage shortage;
+    const std::string text = ask(*monitor);
+    if (!shortage.HasStruck()) answer = Strdup(text.c_str());  // else a part is missing
   });
   // Null also when the heap was exhausted on the way: a host that parses what it gets must get a text in any case.
   return answer != nullptr ? answer : Strdup(kNoReport);
@@ -44,13 +48,33 @@ char* AvailablePeriods(const char* name) {
   return AskReportMonitor(name, [](Monitor& monitor) { return monitor.GetAvailableTypePeriod(); });
 }
 
+/// What a report request asks for.
+struct Asked {
+  std::string type;
+  std::string period;
+};
+
+Asked ParseOnce(char const* request) {
+  // json-c takes no null pointer; an empty text is no JSON, and gives a null tree as well.
+  const monitoring::JsonTree asked(json_tokener_parse(request == nullptr ? "" : request));
+  if (asked == nullptr) return {};
+  return {.type = get_value_by_key_ex(asked.get(), json_key::kReportType),
+          .period = get_value_by_key_ex(asked.get(), json_key::kPeriod)};
+}
+
+/// Both texts are empty for a request that does not parse.
+Asked Parse(char const* request) {
+  Asked asked = ParseOnce(request);
+  // json-c does not tell a text that is no JSON from one for which it found no memory: what is missing is looked for
+  // again, and a lasting shortage ends the report itself.
+  if (asked.type.empty() || asked.period.empty()) asked = ParseOnce(request);
+  return asked;
+}
+
 char* Report(const char* name, char const* request) {
   return AskReportMonitor(name, [request](Monitor& monitor) {
-    // json-c takes no null pointer; an empty text is no JSON, and gives a null tree as well.
-    const monitoring::JsonTree asked(json_tokener_parse(request == nullptr ? "" : request));
-    if (asked == nullptr) return monitor.GetWirelessReport("", "");
-    return monitor.GetWirelessReport(get_value_by_key_ex(asked.get(), json_key::kReportType),
-                                     get_value_by_key_ex(asked.get(), json_key::kPeriod));
+    const Asked asked = Parse(request);
+    return monitor.GetWirelessReport(asked.type, asked.period);
   });
 }
 

@@ -2,37 +2,68 @@
 
 #include <json-c/printbuf.h>
 
-#include <cstdlib>
-#include <cstring>
 #include <utility>
 
 #include "monitor/engine/json_keys.h"
+#include "monitor/engine/json_writer.h"
 
 namespace monitoring {
 
+namespace {
+
+// In the thread's own block, which is there from its start: that of a library loaded later is allocated at first use,
+// and the C library ends the process when it cannot.
+__attribute__((tls_model("initial-exec"))) thread_local bool has_struck = false;
+
+/// Notes what could not be made.
+JsonTree Noted(json_object* made) {
+  if (made == nullptr) has_struck = true;
+  return JsonTree(made);
+}
+
+}  // namespace
+
+TreeShortage::TreeShortage() : had_struck_(std::exchange(has_struck, false)) {}
+
+TreeShortage::~TreeShortage() {
+  has_struck = has_struck || had_struck_;
+}
+
+bool TreeShortage::HasStruck() const {
+  return has_struck;
+}
+
 JsonTree NewObject() {
-  return JsonTree(json_object_new_object());
+  return Noted(json_object_new_object());
 }
 
 JsonTree NewArray() {
+  return Noted(json_object_new_array());
+}
+
+JsonTree TryNewObject() {
+  return JsonTree(json_object_new_object());
+}
+
+JsonTree TryNewArray() {
   return JsonTree(json_object_new_array());
 }
 
 JsonTree NewText(const std::string& text) {
   // With its length: an SSID may hold a NUL, at which json-c would take the text to end.
-  return JsonTree(json_object_new_string_len(text.data(), static_cast<int>(text.size())));
+  return Noted(json_object_new_string_len(text.data(), static_cast<int>(text.size())));
 }
 
 JsonTree NewInteger(std::int64_t value) {
-  return JsonTree(json_object_new_int64(value));
+  return Noted(json_object_new_int64(value));
 }
 
 JsonTree NewReal(double value) {
-  return JsonTree(json_object_new_double(value));
+  return Noted(json_object_new_double(value));
 }
 
 JsonTree NewBoolean(bool value) {
-  return JsonTree(json_object_new_boolean(value ? 1 : 0));
+  return Noted(json_object_new_boolean(value ? 1 : 0));
 }
 
 namespace {
@@ -40,7 +71,9 @@ namespace {
 void Add(const JsonTree& object, const char* key, JsonTree member, unsigned options) {
   if (object == nullptr || member == nullptr) return;
   json_object* added = member.release();  // json-c takes the reference over, but not when it fails
-  if (json_object_object_add_ex(object.get(), key, added, options) != 0) json_object_put(added);
+  if (json_object_object_add_ex(object.get(), key, added, options) == 0) return;
+  has_struck = true;
+  json_object_put(added);
 }
 
 }  // namespace
@@ -57,7 +90,9 @@ void Add(const JsonTree& object, const std::string& key, JsonTree member) {
 void AddShared(const JsonTree& object, const char* key, json_object* member) {
   if (object == nullptr) return;
   json_object* added = json_object_get(member);
-  if (json_object_object_add(object.get(), key, added) != 0) json_object_put(added);
+  if (json_object_object_add(object.get(), key, added) == 0) return;
+  has_struck = true;
+  json_object_put(added);
 }
 
 bool HasMembers(const JsonTree& object) {
@@ -67,7 +102,9 @@ bool HasMembers(const JsonTree& object) {
 void Append(const JsonTree& array, JsonTree element) {
   if (array == nullptr || element == nullptr) return;
   json_object* added = element.release();
-  if (json_object_array_add(array.get(), added) != 0) json_object_put(added);
+  if (json_object_array_add(array.get(), added) == 0) return;
+  has_struck = true;
+  json_object_put(added);
 }
 
 namespace {
@@ -75,7 +112,7 @@ namespace {
 /// A value without elements of its own, for a serialiser to stand in for.
 JsonTree NewLeaf() {
   constexpr int kNoElements = 1;  // the smallest room that json-c knows
-  return JsonTree(json_object_new_array_ext(kNoElements));
+  return Noted(json_object_new_array_ext(kNoElements));
 }
 
 using SharedText = std::shared_ptr<const std::string>;
@@ -92,15 +129,8 @@ void ReleaseShared(json_object* /*leaf*/, void* text) {
 }  // namespace
 
 JsonTree RawJson(const char* text) {
-  JsonTree leaf = NewLeaf();
-  char* kept = text == nullptr ? nullptr : strdup(text);
-  if (leaf == nullptr || kept == nullptr) {
-    std::free(kept);
-    return nullptr;
-  }
-  // The leaf now owns `kept`, and frees it with itself.
-  json_object_set_serializer(leaf.get(), &json_object_userdata_to_json_string, kept, &json_object_free_userdata);
-  return leaf;
+  // Not with json-c's own serialiser of such texts, which does not tell when there is no room for them.
+  return text == nullptr ? nullptr : SharedJson(std::make_shared<const std::string>(text));
 }
 
 JsonTree SharedJson(std::shared_ptr<const std::string> text) {
@@ -131,12 +161,9 @@ void SetSids(const JsonTree& message, const std::vector<std::string>& sids) {
 std::string TextOf(json_object* value) {
   if (value == nullptr) return {};
   if (json_object_is_type(value, json_type_string) != 0) return json_object_get_string(value);
-  // A copy: json-c keeps the text in the value that it makes it of, and several threads may read one request.
-  json_object* copied = nullptr;
-  const int failed = json_object_deep_copy(value, &copied, nullptr);
-  const JsonTree copy(copied);
-  const char* text = failed != 0 ? nullptr : json_object_get_string(copy.get());
-  return text == nullptr ? std::string() : text;
+  std::string text;
+  AppendTree(text, value);
+  return text;
 }
 
 json_object* Member(json_object* object, const char* key) {

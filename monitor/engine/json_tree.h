@@ -17,8 +17,27 @@ struct JsonRelease {
 /// The owner of one reference to a json-c tree. Null stands for a tree that could not be allocated.
 using JsonTree = std::unique_ptr<json_object, JsonRelease>;
 
+/// Tells whether json-c found no memory on this thread for anything that was to become part of a tree, in any function
+/// below, since this was made. What is built is not whole then, and must not be sent.
+///
+/// Threads: lives on one.
+class TreeShortage {
+ public:
+  TreeShortage();
+  ~TreeShortage();
+  TreeShortage(const TreeShortage&) = delete;
+  TreeShortage& operator=(const TreeShortage&) = delete;
+
+  bool HasStruck() const;
+
+ private:
+  bool had_struck_;  // for whoever made one before
+};
+
 JsonTree NewObject();
 JsonTree NewArray();
+JsonTree TryNewObject();  ///< For a caller who says himself what becomes of it when there is no memory.
+JsonTree TryNewArray();   ///< Likewise.
 JsonTree NewText(const std::string& text);  ///< Any octets; kept whole, also behind a NUL.
 JsonTree NewInteger(std::int64_t value);
 JsonTree NewReal(double value);  ///< Written with up to 17 digits; infinity and not-a-number as "Infinity" and "NaN".
@@ -57,7 +76,8 @@ JsonTree NewSidArray(const std::vector<std::string>& sids);
 /// without, when it cannot be allocated.
 void SetSids(const JsonTree& message, const std::vector<std::string>& sids);
 
-/// The text of a value: a JSON string's own octets as far as a NUL, any other value in JSON form. Empty for null.
+/// The text of a value: a JSON string's own octets as far as a NUL, any other value in JSON form. Empty for null. The
+/// value stays as it is: json-c itself would keep the text in it.
 std::string TextOf(json_object* value);
 
 /// The value under `key`; null when `object` is no object, has no such key, or holds null there. `object` keeps it.

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <limits>
 #include <new>
+#include <utility>
 
 #include "monitor/engine/json_tree.h"
 
@@ -16,6 +17,41 @@ namespace {
 bool IsPlain(char octet) {
   constexpr unsigned char kFirstPrintable = 0x20;
   return static_cast<unsigned char>(octet) >= kFirstPrintable && octet != '"' && octet != '\\' && octet != '/';
+}
+
+/// Appends an octet of a JSON string, escaped as json-c does.
+void AppendEscaped(std::string& text, char octet) {
+  constexpr const char* kHexDigits = "0123456789abcdef";
+  switch (octet) {
+    case '\b':
+      text += "\\b";
+      return;
+    case '\n':
+      text += "\\n";
+      return;
+    case '\r':
+      text += "\\r";
+      return;
+    case '\t':
+      text += "\\t";
+      return;
+    case '\f':
+      text += "\\f";
+      return;
+    case '"':
+    case '\\':
+    case '/':
+      text.append(1, '\\').append(1, octet);
+      return;
+    default:
+      break;
+  }
+  if (IsPlain(octet)) {
+    text += octet;
+    return;
+  }
+  const auto code = static_cast<unsigned char>(octet);
+  text.append("\\u00").append(1, kHexDigits[code >> 4U]).append(1, kHexDigits[code & 0xFU]);
 }
 
 }  // namespace
@@ -45,10 +81,84 @@ void AppendQuoted(std::string& text, std::string_view value) {
     text.append(1, '"').append(value).append(1, '"');
     return;
   }
-  const JsonTree tree = NewText(std::string(value));
-  const char* quoted = json_object_to_json_string(tree.get());
-  if (tree == nullptr || quoted == nullptr) throw std::bad_alloc();
-  text += quoted;
+  text += '"';
+  for (const char octet : value) AppendEscaped(text, octet);
+  text += '"';
+}
+
+namespace {
+
+/// What json-c makes of a value that has a serialiser of its own, or is a real number.
+void AppendSerialised(std::string& text, json_object* value) {
+  std::size_t length = 0;
+  const char* serialised = json_object_to_json_string_length(value, JSON_C_TO_STRING_SPACED, &length);
+  if (serialised == nullptr) throw std::bad_alloc();
+  text.append(serialised, length);
+}
+
+/// The same of a copy: json-c keeps the text in the value.
+void AppendSerialisedCopy(std::string& text, json_object* value) {
+  json_object* copied = nullptr;
+  if (json_object_deep_copy(value, &copied, nullptr) != 0) throw std::bad_alloc();
+  const JsonTree copy(copied);
+  AppendSerialised(text, copy.get());
+}
+
+void AppendNumber(std::string& text, json_object* value) {
+  const std::int64_t number = json_object_get_int64(value);
+  if (number != std::numeric_limits<std::int64_t>::max()) {
+    AppendInteger(text, number);
+  } else {
+    text += std::to_string(json_object_get_uint64(value));  // which may be greater
+  }
+}
+
+void AppendObject(std::string& text, json_object* object) {
+  text += '{';
+  bool has_members = false;
+  json_object_object_foreach(object, key, value) {
+    text += std::exchange(has_members, true) ? ", " : " ";
+    AppendQuoted(text, key);
+    text += ": ";
+    AppendTree(text, value);
+  }
+  text += " }";
+}
+
+void AppendArray(std::string& text, json_object* array) {
+  ArrayWriter writer(text);
+  for (std::size_t index = 0; index < json_object_array_length(array); ++index) {
+    writer.Begin();
+    AppendTree(text, json_object_array_get_idx(array, index));
+  }
+  writer.Close();
+}
+
+}  // namespace
+
+void AppendTree(std::string& text, json_object* tree) {
+  const json_type type = json_object_get_type(tree);
+  const bool has_serialiser = tree != nullptr && json_object_get_userdata(tree) != nullptr;
+  if (has_serialiser && (type == json_type_array || type == json_type_object)) return AppendSerialised(text, tree);
+  switch (type) {
+    case json_type_null:
+      text += "null";
+      return;
+    case json_type_boolean:
+      text += json_object_get_boolean(tree) != 0 ? "true" : "false";
+      return;
+    case json_type_int:
+      return AppendNumber(text, tree);
+    case json_type_double:
+      return AppendSerialisedCopy(text, tree);
+    case json_type_string:
+      return AppendQuoted(text,
+                          {json_object_get_string(tree), static_cast<std::size_t>(json_object_get_string_len(tree))});
+    case json_type_object:
+      return AppendObject(text, tree);
+    case json_type_array:
+      return AppendArray(text, tree);
+  }
 }
 
 void ObjectWriter::Begin(const std::string& key) {

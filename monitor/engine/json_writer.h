@@ -1,5 +1,7 @@
 #pragma once
 
+#include <json-c/json.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -17,6 +19,12 @@ void AppendReal(std::string& text, double value);
 
 /// Appends a JSON string, escaped as json-c does. Octets that are no UTF-8 stay as they are.
 void AppendQuoted(std::string& text, std::string_view value);
+
+/// Appends a json-c tree, null included, as json-c itself does with spaces. Unlike json-c it fails when there is no
+/// memory, where that leaves out what it has no room for.
+///
+/// Fails: with `std::bad_alloc`.
+void AppendTree(std::string& text, json_object* tree);
 
 /// Writes a JSON array as text, in the form that json-c gives a tree.
 class ArrayWriter {

@@ -7,6 +7,7 @@
 #include "monitor/engine/boundary.h"
 #include "monitor/engine/debug_lines.h"
 #include "monitor/engine/filter.h"
+#include "monitor/engine/json_tree.h"
 #include "platform/subscriptions.h"
 
 namespace monitoring {
@@ -30,11 +31,16 @@ void MergeByFilter(const subscribes::SubscriptionList& subscriptions, MergedList
 /// Hands one message to the host's send function; dropped without a log line when none is installed.
 void Send(lws* connection, const std::string& text);
 
+/// The host's text of a message. Written here, because json-c would leave out what it finds no memory for.
+///
+/// Fails: with `std::bad_alloc`.
+std::string Composed(const std::string& topic, const JsonTree& body);
+
 /// Sends to each connection, for each filter that it has, what `compose(filter, data, sids)` makes of the data that
 /// `build(filter)` gives, a pointer: built once for all connections of a filter, and composed once for those of them
 /// that follow one another with equal SIDs. Both are done for each connection where debug lines tell of each message,
-/// or when there are no data. What fails costs the message of its connection only; `place` is where a defect is
-/// reported from.
+/// or when there are no data. A message that is not whole, because memory ran out, is not sent. What fails costs the
+/// message of its connection only; `place` is where a defect is reported from.
 template <typename Build, typename Compose>
 void SendToEach(const char* place, const MergedList& merged, Build build, Compose compose) {
   for (const auto& [representative, connections] : merged) {
@@ -45,6 +51,7 @@ void SendToEach(const char* place, const MergedList& merged, Build build, Compos
     for (const auto& entry : connections) {
       WithinBoundary(place, [&] {
         const auto& [connection, sids] = entry;
+        const TreeShortage shortage;
         const bool is_new = data == nullptr || AreDebugLinesLogged();
         if (is_new) data = build(*filter);
         // Empty when there was no memory for it.
@@ -52,6 +59,11 @@ void SendToEach(const char* place, const MergedList& merged, Build build, Compos
           text = {};  // before its successor takes as much
           text = compose(*filter, data, sids);
           composed_for = &sids;
+        }
+        if (shortage.HasStruck()) {
+          data = nullptr;
+          text = {};
+          return;
         }
         Send(connection, text);
       });

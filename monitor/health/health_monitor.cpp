@@ -124,10 +124,15 @@ void HealthMonitor::PushDataBySID(const subscribes::SubscriptionList& subscripti
     std::map<std::string, std::string> texts;  // by the device asked for: one for all connections that ask for it
     for (const auto& each : FilterOfEachConnection(subscriptions)) {
       monitoring::WithinBoundary("HealthMonitor::PushDataBySID", [&] {
+        const monitoring::TreeShortage shortage;
         const auto& [connection, filter] = each;
         std::string& text = texts[filter->mac];
         // Empty also when there was no memory for it. Debug lines tell of each message.
         if (text.empty() || monitoring::AreDebugLinesLogged()) text = GenerateJsonMsg(GetMonitorName(), filter->mac);
+        if (shortage.HasStruck()) {
+          text = {};  // not whole
+          return;
+        }
         monitoring::Send(connection, text);
       });
     }
@@ -135,7 +140,7 @@ void HealthMonitor::PushDataBySID(const subscribes::SubscriptionList& subscripti
 }
 
 std::string HealthMonitor::GenerateJsonMsg(const std::string& name, const std::string& mac) {
-  JsonTree devices = monitoring::NewArray();
+  JsonTree devices = monitoring::TryNewArray();
   if (devices == nullptr) {
     pel_log_error(log_module::kMonitor, "[HealthMonitor::GenerateJsonMsg] Allocate JSON failed");
     return {};
@@ -153,7 +158,7 @@ std::string HealthMonitor::GenerateJsonMsg(const std::string& name, const std::s
   const JsonTree message = monitoring::NewObject();
   monitoring::Add(message, json_key::kStatus, std::move(devices));
   monitoring::Add(message, json_key::kName, monitoring::NewText(name));
-  return kro_utilities::jsonobject::compose_communication_struct(name.c_str(), message.get());
+  return monitoring::Composed(name, message);
 }
 
 void HealthMonitor::Cleanup(const std::string& mac) {

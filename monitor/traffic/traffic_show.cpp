@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <cstring>
 #include <ctime>
-#include <new>
 #include <string_view>
 #include <utility>
 
@@ -172,9 +171,7 @@ std::string OneDevice(const std::string& mac, const DeviceRecord& device, std::s
   AddCredentialMembers(object, mac, "TrafficMonitor");
   const JsonTree data = NewObject();
   if (HasMembers(object)) Add(data, mac, std::move(object));
-  const char* whole = json_object_to_json_string(data.get());
-  if (whole == nullptr) throw std::bad_alloc();
-  return whole;
+  return TextOf(data.get());
 }
 
 }  // namespace

@@ -13,12 +13,12 @@ using DeviceInfos = std::map<std::string, vexora_probe::models::controller::Basi
 
 /// The body of a message and its five lists, made before any of them is filled.
 struct MessageParts {
-  JsonTree root = NewObject();
-  JsonTree access_point_traffic = NewArray();
-  JsonTree access_point_clients = NewArray();
-  JsonTree network_traffic = NewArray();
-  JsonTree network_clients = NewArray();
-  JsonTree client_traffic = NewArray();
+  JsonTree root = TryNewObject();
+  JsonTree access_point_traffic = TryNewArray();
+  JsonTree access_point_clients = TryNewArray();
+  JsonTree network_traffic = TryNewArray();
+  JsonTree network_clients = TryNewArray();
+  JsonTree client_traffic = TryNewArray();
 };
 
 /// Whether none of the allocations failed.

@@ -2,6 +2,8 @@
 
 #include <atomic>
 #include <cstddef>
+#include <cstring>
+#include <utility>
 
 #include "probe/text/json_c_handle.h"
 #include "probe/text/strict_json.h"
@@ -21,16 +23,19 @@ void probe::InstallSendFunction(SalSendByCon send) {
 
 namespace kro_utilities::jsonobject {
 
+constexpr std::size_t kEnvelope = 32;  // room for what stands around name and body
+
 std::string compose_communication_struct(const char* name, json_object* body) {
-  const probe::JsonCHandle envelope(json_object_new_object());
-  if (envelope == nullptr) return {};
-  json_object_object_add(envelope.get(), "name", json_object_new_string(name == nullptr ? "" : name));
-  json_object_object_add(envelope.get(), "data",
-                         json_object_get(body));  // one reference more: the body stays the caller's
+  const probe::JsonCHandle topic(json_object_new_string(name == nullptr ? "" : name));
+  const char* quoted = topic == nullptr ? nullptr : json_object_to_json_string(topic.get());
   // With its length: a message may have megabytes.
   std::size_t length = 0;
-  const char* text = json_object_to_json_string_length(envelope.get(), JSON_C_TO_STRING_SPACED, &length);
-  return text == nullptr ? std::string() : probe::StrictJson(std::string(text, length));
+  const char* text = json_object_to_json_string_length(body, JSON_C_TO_STRING_SPACED, &length);
+  if (quoted == nullptr || text == nullptr) return {};
+  std::string message;
+  message.reserve(length + std::strlen(quoted) + kEnvelope);
+  message.append("{ \"name\": ").append(quoted).append(", \"data\": ").append(text, length).append(" }");
+  return probe::StrictJson(std::move(message));
 }
 
 }  // namespace kro_utilities::jsonobject

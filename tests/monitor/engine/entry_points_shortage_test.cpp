@@ -19,6 +19,7 @@
 #include "tests/support/network.h"
 #include "tests/support/sanitizers.h"
 #include "tests/support/shortage/heap_shortage.h"
+#include "tests/support/taken_text.h"
 
 namespace {
 
@@ -99,6 +100,58 @@ TEST_F(EngineShortage, AStartSaysWhetherThereIsAnEngine) {
     probe::SubscriptionService::Instance().Clear();
   }
   EXPECT_GT(failed, 20);
+}
+
+/// What json-c takes to parse a request. Its parser ends the process when it finds no memory for the name of a member.
+int MallocsOfParser(const char* request) {
+  constexpr int kMany = 1'000'000;
+  const HeapShortage counting(kMany, HeapShortage::Of::kMalloc);
+  const monitoring::JsonTree parsed(json_tokener_parse(request));
+  return kMany - HeapShortage::Left();
+}
+
+/// Asks again and again, and has each time a later allocation fail: the answer is whole, or there is none. The first
+/// `mallocs` of the C library's are spared always.
+void ExpectWholeOrNothing(int mallocs, const std::function<char*()>& ask) {
+  const std::string whole = test::TakenText(ask());
+  int failed = 0;
+  for (const auto kind : {HeapShortage::Of::kNew, HeapShortage::Of::kMalloc}) {
+    for (const auto lasts : {HeapShortage::Lasts::kOnce, HeapShortage::Lasts::kForEver}) {
+      bool has_struck = true;
+      const int first = kind == HeapShortage::Of::kMalloc ? mallocs : 0;
+      for (int spared = first; has_struck && !::testing::Test::HasFailure(); ++spared) {
+        char* answer = nullptr;
+        {
+          const HeapShortage shortage(spared, kind, lasts);
+          answer = ask();
+          has_struck = HeapShortage::HasStruck();
+        }
+        if (has_struck) ++failed;
+        // Null is what the host's Strdup gives when not even "{}" can be had.
+        const std::string text = answer == nullptr ? "{}" : test::TakenText(answer);
+        EXPECT_TRUE(text == whole || text == "{}") << "after " << spared << " allocations: " << text;
+      }
+    }
+  }
+  EXPECT_GT(failed, 3);
+  EXPECT_EQ(test::TakenText(ask()), whole);
+}
+
+TEST_F(EngineShortage, AReportIsWholeOrEmpty) {
+  const char* const mac = "AA:AA:AA:AA:AA:01";
+  auto access_point = network.AccessPoint(mac);
+  access_point.Named("ap").Radio("r2", vexora_probe::models::controller::WIFIBandType::k2_4GHz);
+  access_point.Wifi("wlan0", "Guest/1", "r2", {70'000, 80'000}).Clients("wlan0", 2);
+  access_point.Configured("Guest/1@r2", {.name = "Guest/1"});
+  access_point.PolledAt(1'795'219'200).Neighbours({{.mac = "EE:EE:EE:EE:EE:01", .ssid = "Next door"}});
+  ASSERT_EQ(RegisterMonitors(), 1);
+  for (int pass = 1; pass <= 5; ++pass) clock.RunPass(1'795'219'200 + pass * 60);
+  const char* const request = R"({"report_type": "daily", "period": "2026-11-21"})";
+  const int mallocs = MallocsOfParser(request);
+  ExpectWholeOrNothing(mallocs, [&] { return get_wireless_network_report(request); });
+  ExpectWholeOrNothing(mallocs, [&] { return get_wireless_client_report(request); });
+  ExpectWholeOrNothing(0, [] { return get_wireless_network_report_avail_list(nullptr); });
+  ExpectWholeOrNothing(0, [] { return get_wireless_client_report_avail_list(nullptr); });
 }
 
 TEST(TaskServiceShortage, StartsATaskOrRefusesItAndGoesOn) {

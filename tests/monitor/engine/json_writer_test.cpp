@@ -113,4 +113,53 @@ TEST(JsonTreeSharedJson, SerialisesAsTheTextInAnyNumberOfTrees) {
   EXPECT_STREQ(json_object_to_json_string(tree.get()), R"({ "one": { "a": [ 1, 2 ] }, "two": { "a": [ 1, 2 ] } })");
 }
 
+/// A tree as this library writes it.
+std::string TreeText(json_object* tree) {
+  std::string text;
+  monitoring::AppendTree(text, tree);
+  return text;
+}
+
+TEST(AppendTree, WritesATreeAsJsonCDoes) {
+  for (const char* json : {"{}",
+                           "[]",
+                           "null",
+                           "true",
+                           "false",
+                           "0",
+                           "-1",
+                           "9223372036854775807",
+                           "18446744073709551615",
+                           "-9223372036854775808",
+                           "1.5",
+                           "-0.0",
+                           "1e300",
+                           "1e-7",
+                           "100.0",
+                           R"("")",
+                           R"("a/b\\c\"d")",
+                           R"("\u0000\u0001\b\n\r\t\f\u001f\u007f\u00e9")",
+                           R"({"a/b": {"c": [1, "two", null, [], {}]}, "": 2.25})",
+                           R"([[[]], {"x": {"y": {}}}, "NaN"])"}) {
+    const monitoring::JsonTree tree(json_tokener_parse(json));
+    EXPECT_EQ(TreeText(tree.get()), json_object_to_json_string(tree.get())) << json;
+  }
+}
+
+TEST(AppendTree, WritesOctetsThatAreNoUtf8AsJsonCDoes) {
+  for (int octet = 0; octet < 256; ++octet) {
+    const monitoring::JsonTree tree = monitoring::NewText("<" + std::string(1, static_cast<char>(octet)) + ">");
+    EXPECT_EQ(TreeText(tree.get()), json_object_to_json_string(tree.get())) << octet;
+  }
+}
+
+TEST(AppendTree, WritesNumbersThatAreNoneAndTextsInTheirPlaces) {
+  const monitoring::JsonTree array = monitoring::NewArray();
+  monitoring::Append(array, monitoring::NewReal(std::numeric_limits<double>::infinity()));
+  monitoring::Append(array, monitoring::NewReal(-std::numeric_limits<double>::infinity()));
+  monitoring::Append(array, monitoring::NewReal(std::numeric_limits<double>::quiet_NaN()));
+  monitoring::Append(array, monitoring::RawJson(R"({ "raw": 1 })"));
+  EXPECT_EQ(TreeText(array.get()), R"([ Infinity, -Infinity, NaN, { "raw": 1 } ])");
+}
+
 }  // namespace

@@ -130,6 +130,10 @@ long BlocksOfMalloc() {
   return blocks;
 }
 
+int HeapShortage::Left() {
+  return shortage.left;
+}
+
 bool HeapShortage::HasStruck() {
   return shortage.has_struck;
 }

@@ -20,6 +20,9 @@ class HeapShortage {
 
   /// Whether it has come to an allocation that failed.
   static bool HasStruck();
+
+  /// How many of the spared ones are left.
+  static int Left();
 };
 
 /// How many blocks this thread has of the C library's heap and not of `new`, more than at some moment: for differences.
