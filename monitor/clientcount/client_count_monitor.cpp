@@ -283,7 +283,7 @@ std::string ClientCountMonitor::Message(const std::string& type, const Filter& f
   const JsonTree message = monitoring::NewObject();
   const std::string view = IntervalOf(filter, monitoring::kClientCountDefaultView);
   if (body != nullptr) monitoring::AddShared(message, view.c_str(), body.get());
-  return monitoring::Composed(type, message);
+  return kro_utilities::jsonobject::compose_communication_struct(type.c_str(), message.get());
 }
 
 void ClientCountMonitor::CalculateTotalNumbersForSSID(const Series& series, Series& totals) {

@@ -342,7 +342,7 @@ std::string TrafficMonitor::Message(const std::string& name, const Filter& filte
   monitoring::Add(body, json_key::kTrafficData, monitoring::SharedJson(data));  // left out when there is none
   monitoring::Add(body, json_key::kSid, monitoring::NewSidArray(sids));
   monitoring::Add(message, IntervalOf(filter, monitoring::kTrafficDefaultView), std::move(body));
-  return monitoring::Composed(name, message);
+  return kro_utilities::jsonobject::compose_communication_struct(name.c_str(), message.get());
 }
 
 void TrafficMonitor::GetInterfaceTrafficData(const std::string& mac, const std::string& interface,

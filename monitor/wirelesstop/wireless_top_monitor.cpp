@@ -122,7 +122,7 @@ std::string WirelessTopMonitor::Message(const std::string& topic, const JsonTree
                                         const std::vector<std::string>& sids) {
   if (body == nullptr) return kNoMessage;
   monitoring::SetSids(body, sids);
-  return monitoring::Composed(topic, body);
+  return kro_utilities::jsonobject::compose_communication_struct(topic.c_str(), body.get());
 }
 
 wirelesstop::Selection WirelessTopMonitor::SelectionOf(const WirelessTopFilter& filter) {

