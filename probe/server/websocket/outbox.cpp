@@ -20,7 +20,12 @@ const std::string& OutgoingMessage::Topic() const {
 }
 
 const std::vector<std::string>& OutgoingMessage::Sids() const {
-  std::call_once(sids_read_, [this] { sids_ = SidsOf(text_); });
+  std::call_once(sids_read_, [this] {
+    // Most envelopes have them at an end, and a large one takes the engine long to read.
+    sids_ = SidsAtEnds(text_);
+    std::sort(sids_.begin(), sids_.end());
+    if (sids_.empty()) sids_ = SidsOf(text_);
+  });
   return sids_;
 }
 
