@@ -15,6 +15,8 @@
 #include "probe/server/http/http_message.h"
 #include "probe/server/net/server_settings.h"
 #include "probe/server/websocket/message_router.h"
+#include "probe/server/websocket/outbox.h"
+#include "probe/server/websocket/push_budget.h"
 #include "probe/text/utf8.h"
 #include "tests/probe/server/memory_transport.h"
 

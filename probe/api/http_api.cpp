@@ -8,6 +8,7 @@
 
 #include "platform/topics.h"
 #include "probe/clock/clock.h"
+#include "probe/clock/pass_timer.h"
 #include "probe/text/strict_json.h"
 
 namespace probe {

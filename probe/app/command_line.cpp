@@ -12,6 +12,7 @@
 #include "probe/app/profile_commands.h"
 #include "probe/app/token_command.h"
 #include "probe/journal/journal_tools.h"
+#include "probe/recording/recording_settings.h"
 #include "probe/settings/setting_keys.h"
 #include "probe/sources/simulated/simulated_settings.h"
 #include "probe/sources/snmp/profile_catalogue.h"

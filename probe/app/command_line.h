@@ -6,6 +6,7 @@
 #include <string>
 #include <variant>
 
+#include "probe/recording/recording_settings.h"
 #include "probe/settings/settings.h"
 
 namespace probe {

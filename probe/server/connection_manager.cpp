@@ -14,6 +14,7 @@
 #include "probe/server/net/ip_address.h"
 #include "probe/server/net/rate_limiter.h"
 #include "probe/server/net/transport.h"
+#include "probe/server/websocket/outbox.h"
 
 namespace probe {
 namespace {

@@ -24,6 +24,7 @@
 #include "probe/server/net/transport.h"
 #include "probe/server/websocket/connection.h"
 #include "probe/server/websocket/message_router.h"
+#include "probe/server/websocket/outbox.h"
 #include "probe/server/websocket/push_budget.h"
 #include "probe/server/websocket/subscription_requests.h"
 

@@ -15,6 +15,7 @@
 
 #include "monitor/engine/entry_points.h"
 #include "platform/topics.h"
+#include "probe/clock/clock.h"
 #include "probe/clock/virtual_clock.h"
 #include "probe/host/connection_id.h"
 #include "probe/host/log.h"

@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "probe/server/net/ip_address.h"
+#include "probe/text/secret.h"
 #include "probe/text/url_host.h"
 
 namespace probe {

@@ -8,6 +8,7 @@
 #include "probe/server/http/http_head.h"
 #include "probe/server/http/http_message.h"
 #include "probe/server/net/server_settings.h"
+#include "probe/text/secret.h"
 
 namespace probe {
 

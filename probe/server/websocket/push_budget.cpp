@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 #include <tuple>
 
+#include "platform/subscriptions.h"
 #include "probe/host/log.h"
 #include "probe/server/websocket/envelope_key.h"
 

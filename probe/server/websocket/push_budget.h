@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/subscriptions.h"
 #include "platform/utilities/locks.h"
 #include "probe/host/connection_id.h"
 #include "probe/host/push_gate.h"

@@ -18,6 +18,7 @@
 
 #include "monitor/clientcount/client_count_monitor.h"
 #include "monitor/engine/constants.h"
+#include "monitor/engine/json_tree.h"
 #include "monitor/health/health_monitor.h"
 #include "monitor/reports/client/wireless_client_report.h"
 #include "monitor/traffic/traffic_monitor.h"

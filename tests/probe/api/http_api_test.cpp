@@ -15,6 +15,7 @@
 #include <nlohmann/json.hpp>
 #include <vector>
 
+#include "probe/clock/pass_timer.h"
 #include "tests/probe/server/served.h"
 
 namespace {

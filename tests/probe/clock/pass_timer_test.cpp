@@ -5,6 +5,7 @@
 #include <chrono>
 #include <thread>
 
+#include "probe/clock/clock.h"
 #include "probe/clock/virtual_clock.h"
 
 namespace {

@@ -5,7 +5,11 @@
 #include <memory>
 #include <set>
 
+#include "platform/subscriptions.h"
+#include "probe/host/connection_id.h"
+#include "probe/server/net/server_settings.h"
 #include "probe/server/websocket/envelope_key.h"
+#include "probe/server/websocket/outbox.h"
 
 namespace {
 
