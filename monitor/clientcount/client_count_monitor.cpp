@@ -129,6 +129,7 @@ monitoring::clientCountStruct& ClientCountMonitor::CountOf(const std::string& ma
 void ClientCountMonitor::DataMerge() {
   const lock_guard_write held(counts_lock);
   Publish();
+  pass_devices_.End();
   CalculateClientCount();
   MergeViews();
 }

@@ -7,6 +7,7 @@
 #include "monitor/engine/boundary.h"
 #include "monitor/engine/constants.h"
 #include "monitor/engine/merge_task.h"
+#include "monitor/engine/pass_devices.h"
 #include "platform/logging.h"
 #include "platform/tasks.h"
 
@@ -22,6 +23,15 @@ std::vector<std::string> TopicsOf(const std::string& name) {
   }
   return {name};
 }
+
+/// Has clean-ups noted while a pass is made, also one from which a cancelled thread unwinds.
+class NotedCleanUps {
+ public:
+  NotedCleanUps() { monitoring::PassCleanUps::GetInstance().Open(); }
+  ~NotedCleanUps() { monitoring::PassCleanUps::GetInstance().Close(); }
+  NotedCleanUps(const NotedCleanUps&) = delete;
+  NotedCleanUps& operator=(const NotedCleanUps&) = delete;
+};
 
 }  // namespace
 
@@ -71,6 +81,8 @@ MonitoringManager::SharedRegistry MonitoringManager::Monitors() const {
 
 void MonitoringManager::DataUpdate(const long& now) {
   const SharedRegistry monitors = Monitors();
+  // Also of those monitors whose turn comes late: devices may stand still in the host for the whole pass.
+  const NotedCleanUps noted;
   for (const auto& [name, monitor] : *monitors) {
     WithinBoundary("MonitoringManager::DataUpdate", [&, &each = *monitor] {
       each.set_current_time(now);
@@ -81,6 +93,8 @@ void MonitoringManager::DataUpdate(const long& now) {
 
 void MonitoringManager::Cleanup(const std::string& mac) {
   const SharedRegistry monitors = Monitors();
+  // First: a monitor that begins its pass meanwhile finds it here, or is told below.
+  monitoring::PassCleanUps::GetInstance().Note(mac);
   for (const auto& [name, monitor] : *monitors) {
     WithinBoundary("MonitoringManager::Cleanup", [&mac, &each = *monitor] { each.Cleanup(mac); });
   }

@@ -77,6 +77,7 @@ void HealthMonitor::CollectData() {
     if (!IsToBeKept(mac)) collected.pop_back();
   }
   Publish(collected);
+  pass_devices_.End();
 }
 
 void HealthMonitor::SystemStateDe(const std::string& mac, HealthStatus& status) {

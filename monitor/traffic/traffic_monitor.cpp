@@ -84,6 +84,7 @@ void TrafficMonitor::CollectData() {
     ConvertDriverStruct(mac, *device, reading_);
     StoreReading(mac, reading_);
   }
+  pass_devices_.End();
 }
 
 void TrafficMonitor::ConvertDriverStruct(const std::string& mac, const Device& device, traffic::Reading& reading) {
