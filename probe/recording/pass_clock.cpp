@@ -34,8 +34,9 @@ unsigned PassClock::Sleep(unsigned seconds) {
 }
 
 void PassClock::BeginPass() {
-  centre_.Hold();
+  // Clean-ups first: one that came through with the devices held already would be of a device that is in the pass.
   HoldCleanUpsForPass();
+  centre_.Hold();
   const timeval now = clock_.Now();
   {
     const lock_guard held(lock_);

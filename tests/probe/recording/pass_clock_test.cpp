@@ -130,4 +130,19 @@ TEST_F(PassClockTest, BeginsAPassWhenCleanUpsAreOver) {
   EXPECT_THAT(events.Take(), ElementsAre("forgotten: A", "written: A", "pass begins", "pass ends"));
 }
 
+/// A clean-up is never of a device that the pass still sees.
+TEST_F(PassClockTest, HoldsDevicesNoEarlierThanCleanUps) {
+  centre_.Replace("X", {});
+  is_plugin_blocked.store(true);
+  std::thread cleaning([] { probe::CleanUpDevice("A"); });
+  while (!is_plugin_busy.load()) std::this_thread::yield();
+  std::thread driving([this] { clock_.RunPass(660); });
+  std::this_thread::sleep_for(std::chrono::milliseconds(50));  // for the engine, which waits for the clean-up
+  centre_.Forget("X");
+  EXPECT_EQ(centre_.Snapshot("X"), nullptr);
+  is_plugin_blocked.store(false);
+  cleaning.join();
+  driving.join();
+}
+
 }  // namespace
