@@ -358,7 +358,10 @@ void ClientCountMonitor::Cleanup(const std::string& mac) {
     pel_log_error(log_module::kMonitor, "[ClientCountMonitor::Cleanup] mac is empty");
     return;
   }
-  pel_log_debug(log_module::kMonitor, "[ClientCountMonitor::Cleanup] mac : %s", mac.c_str());
+  // A line that finds no memory must not keep the device, here and below.
+  monitoring::WithinBoundary("ClientCountMonitor::Cleanup", [&mac] {
+    pel_log_debug(log_module::kMonitor, "[ClientCountMonitor::Cleanup] mac : %s", mac.c_str());
+  });
   const lock_guard_write held(counts_lock);
   pass_devices_.Remove(mac);
   // The longer views keep their series: what was counted in the last month stays true.
@@ -368,7 +371,9 @@ void ClientCountMonitor::Cleanup(const std::string& mac) {
 }
 
 void ClientCountMonitor::CleanupSsids(const std::string& mac) {
-  if (monitoring::AreDebugLinesLogged()) LogCarriers(mac);
+  if (monitoring::AreDebugLinesLogged()) {
+    monitoring::WithinBoundary("ClientCountMonitor::Cleanup", [&] { LogCarriers(mac); });
+  }
   // From here on nothing allocates or logs: a clean-up that is cut short leaves the two maps in agreement.
   const auto device = mac_ssid_map.find(mac);
   if (device == mac_ssid_map.end()) return;

@@ -114,7 +114,9 @@ void MonitoringManager::stopMonitorEngine() {
   }
   // No lock is held: the pass that the task may still make looks at the registry.
   task_manager::WaitTaskPool(merge_task_);
-  pel_log_debug(log_module::kManager, "[MonitoringManager::stopMonitorEngine] The merge task is finished");
+  WithinBoundary("MonitoringManager::stopMonitorEngine", [] {
+    pel_log_debug(log_module::kManager, "[MonitoringManager::stopMonitorEngine] The merge task is finished");
+  });
   // The monitors are freed without the lock, with the last reference: a monitor's destructor calls the host.
   const lock_guard held(registry_lock_);
   monitors_ = no_monitors_;

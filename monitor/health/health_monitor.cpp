@@ -167,7 +167,10 @@ void HealthMonitor::Cleanup(const std::string& mac) {
     pel_log_info(log_module::kMonitor, "[HealthMonitor::Cleanup] mac is empty");
     return;
   }
-  pel_log_info(log_module::kMonitor, "[HealthMonitor::Cleanup] Cleanup for mac: %s", mac.c_str());
+  // A line that finds no memory must not keep the device.
+  monitoring::WithinBoundary("HealthMonitor::Cleanup", [&mac] {
+    pel_log_info(log_module::kMonitor, "[HealthMonitor::Cleanup] Cleanup for mac: %s", mac.c_str());
+  });
   const lock_guard_write held(health_lock);
   pass_devices_.Remove(mac);
   health_status_map.erase(mac);

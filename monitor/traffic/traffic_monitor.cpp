@@ -59,13 +59,18 @@ void LogCounters(const traffic::Step& step, time_t last_polling_time) {
 TrafficMonitor::~TrafficMonitor() {
   // A log line may be where a thread is cancelled, and a destructor lets nothing through: the cancellation waits.
   const monitoring::CancellationDeferral deferral;
-  pel_log_debug(log_module::kMonitor, "[TrafficMonitor::~TrafficMonitor] Start");
+  const auto log = [](const char* what) {
+    monitoring::WithinBoundary("TrafficMonitor::~TrafficMonitor", [what] {
+      pel_log_debug(log_module::kMonitor, "[TrafficMonitor::~TrafficMonitor] %s", what);
+    });
+  };
+  log("Start");
   {
     const lock_guard collection(collection_lock_);
     const lock_guard_write views(views_lock_);
     devices_.clear();
   }
-  pel_log_debug(log_module::kMonitor, "[TrafficMonitor::~TrafficMonitor] End");
+  log("End");
 }
 
 std::string TrafficMonitor::GetMonitorName() {
@@ -363,7 +368,10 @@ void TrafficMonitor::Cleanup(const std::string& mac) {
     pel_log_error(log_module::kMonitor, "[TrafficMonitor::Cleanup] mac is empty");
     return;
   }
-  pel_log_debug(log_module::kMonitor, "[TrafficMonitor::Cleanup] mac : %s", mac.c_str());
+  // A line that finds no memory must not keep the device.
+  monitoring::WithinBoundary("TrafficMonitor::Cleanup", [&mac] {
+    pel_log_debug(log_module::kMonitor, "[TrafficMonitor::Cleanup] mac : %s", mac.c_str());
+  });
   traffic::Devices::node_type removed;  // freed after the locks are released
   const lock_guard collection(collection_lock_);
   const lock_guard_write views(views_lock_);

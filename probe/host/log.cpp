@@ -10,6 +10,7 @@
 #include <cstdarg>
 #include <cstddef>
 #include <cstdio>
+#include <exception>
 #include <utility>
 
 #include "platform/logging.h"
@@ -136,12 +137,17 @@ bool TakePluginLine() {
   return is_within;
 }
 
+/// Writes a line, or loses it: those who log, destructors and handlers of exceptions among them, are promised that it
+/// never fails.
 void Write(Level level, int module, const char* format, va_list arguments) {
-  // Before the lock, for which every thread that logs waits.
-  const std::string line = PrintableLine(Formatted(format, arguments));
-  Output& output = TheOutput();
-  const utilities::lock::lock_guard held(output.lock);
-  output.writer(level, module, line);
+  try {
+    // Before the lock, for which every thread that logs waits.
+    const std::string line = PrintableLine(Formatted(format, arguments));
+    Output& output = TheOutput();
+    const utilities::lock::lock_guard held(output.lock);
+    output.writer(level, module, line);
+  } catch (const std::exception&) {  // NOLINT(bugprone-empty-catch): there is no memory to tell of it
+  }
 }
 
 bool IsWanted(Level level) {

@@ -38,7 +38,7 @@ void LimitPlugin(std::optional<PluginBudget> budget);
 /// Threads: any.
 void SetWriter(Writer writer);
 
-/// Writes one line of the probe's own. Threads: any.
+/// Writes one line of the probe's own. Threads: any. Fails: never; a line for which there is no memory is lost.
 __attribute__((format(printf, 1, 2))) void Info(const char* format, ...);
 __attribute__((format(printf, 1, 2))) void Error(const char* format, ...);
 

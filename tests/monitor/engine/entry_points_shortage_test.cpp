@@ -1,21 +1,31 @@
 // Start and stop of the engine, and the threads of a host, with the heap exhausted.
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
+#include <cstdint>
+#include <ctime>
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "monitor/engine/constants.h"
 #include "monitor/engine/entry_points.h"
 #include "monitor/engine/json_tree.h"
 #include "monitor/engine/monitoring_manager.h"
 #include "monitor/wirelesstop/wireless_top_monitor.h"
+#include "platform/logging.h"
 #include "platform/tasks.h"
 #include "probe/clock/clock.h"
 #include "probe/clock/virtual_clock.h"
+#include "probe/host/connection_id.h"
+#include "probe/host/log.h"
+#include "probe/host/memory_cleanup.h"
 #include "probe/host/subscription_service.h"
 #include "tests/support/log_capture.h"
+#include "tests/support/message_capture.h"
 #include "tests/support/network.h"
 #include "tests/support/sanitizers.h"
 #include "tests/support/shortage/heap_shortage.h"
@@ -24,6 +34,9 @@
 namespace {
 
 using test::HeapShortage;
+using ::testing::AllOf;
+using ::testing::HasSubstr;
+using ::testing::Not;
 
 class IdleTask final : public Task {
  public:
@@ -63,6 +76,109 @@ TEST_F(EngineShortage, AStopNeedsNoMemory) {
     EXPECT_FALSE(IsRunning(monitoring::kMergeTask));
     EXPECT_EQ(MonitoringManager::GetInstance().GetMonitor(monitoring::kHealthMonitor), nullptr);
     probe::SubscriptionService::Instance().Clear();
+  }
+}
+
+/// Where log lines take memory: at the level at which each step writes one.
+class DebugLogShortage : public EngineShortage {
+ protected:
+  DebugLogShortage() {
+    probe::log::SetLevel(probe::log::Level::kDebug);
+    probe::log::SetWriter([](probe::log::Level, int, const std::string&) {});
+  }
+  ~DebugLogShortage() override {
+    stop_monitor();
+    probe::log::SetWriter({});
+    probe::log::SetLevel(probe::log::Level::kInfo);
+  }
+
+  /// An access point whose counters grow.
+  void Describe(const std::string& mac, time_t now) {
+    const auto octets = static_cast<std::uint64_t>(now - 1'795'000'000) * static_cast<std::uint64_t>(now % 1'000'000);
+    auto access_point = network.AccessPoint(mac);
+    access_point.Named("ap").Radio("r2", vexora_probe::models::controller::WIFIBandType::k2_4GHz).Cpu(10);
+    access_point.Port("eth0", {octets, octets});
+    access_point.Wifi("wlan0", "Guest", "r2", {octets, octets}).Clients("wlan0", 2);
+    access_point.SampledAt(now).PolledAt(now);
+  }
+
+  /// What a monitor pushes to a subscriber of each of its topics.
+  static std::string Shown(const std::string& name, test::MessageCapture& messages) {
+    const auto monitor = MonitoringManager::GetInstance().GetMonitor(name);
+    std::vector<const char*> topics{name.c_str()};
+    if (name == monitoring::kClientCountMonitor) {
+      topics = {monitoring::kSsidClientCountMonitor, monitoring::kDevicesClientCountMonitor};
+    }
+    const monitoring::JsonTree request(json_tokener_parse(R"([{"sid": "a", "filter": {"interval": "1m"}}])"));
+    for (const char* topic : topics) {
+      probe::SubscriptionService::Instance().File(topic, probe::ConnectionId{1}, monitor->FilterParser(request.get()));
+    }
+    messages.Take();
+    monitor->PushData();
+    std::string shown;
+    for (const test::SentMessage& message : messages.Take()) shown += message.text;
+    return shown;
+  }
+
+  static constexpr std::array<const char*, 3> kKeepers{monitoring::kHealthMonitor, monitoring::kClientCountMonitor,
+                                                       monitoring::kTrafficMonitor};
+};
+
+TEST_F(DebugLogShortage, ALineIsLostAndNothingElse) {
+  const std::string text(2'000, 'x');
+  for (const auto kind : {HeapShortage::Of::kNew, HeapShortage::Of::kMalloc}) {
+    const HeapShortage shortage(0, kind, HeapShortage::Lasts::kForEver);
+    EXPECT_NO_THROW(pel_log_debug(log_module::kMonitor, "%s", text.c_str()));
+    EXPECT_NO_THROW(pel_log_info(log_module::kMonitor, "%s", text.c_str()));
+    EXPECT_NO_THROW(pel_log_error(log_module::kMonitor, "%s", text.c_str()));
+    EXPECT_TRUE(kind == HeapShortage::Of::kMalloc || HeapShortage::HasStruck());
+  }
+}
+
+TEST_F(DebugLogShortage, AStopNeedsNoMemory) {
+  for (const auto kind : {HeapShortage::Of::kNew, HeapShortage::Of::kMalloc}) {
+    MonitoringManager::GetInstance().set_stop_flag(false);
+    ASSERT_EQ(RegisterMonitors(), 1);
+    clock.AwaitSleeper();
+    {
+      const HeapShortage shortage(0, kind, HeapShortage::Lasts::kForEver);
+      stop_monitor();
+    }
+    EXPECT_FALSE(IsRunning(monitoring::kMergeTask));
+    EXPECT_EQ(MonitoringManager::GetInstance().GetMonitor(monitoring::kHealthMonitor), nullptr);
+    probe::SubscriptionService::Instance().Clear();
+  }
+}
+
+TEST_F(DebugLogShortage, ACleanUpNeedsNoMemory) {
+  const std::string mac = "AA:AA:AA:AA:AA:01";
+  const std::string other = "AA:AA:AA:AA:AA:02";
+  test::MessageCapture messages;
+  time_t now = 1'795'219'200;
+  for (const auto lasts : {HeapShortage::Lasts::kOnce, HeapShortage::Lasts::kForEver}) {
+    bool has_struck = true;
+    for (int spared = 0; has_struck && !HasFailure(); ++spared) {
+      SCOPED_TRACE("after " + std::to_string(spared) + " allocations");
+      MonitoringManager::GetInstance().set_stop_flag(false);
+      ASSERT_EQ(RegisterMonitors(), 1);
+      clock.AwaitSleeper();
+      for (int pass = 0; pass < 3; ++pass) {
+        now += 60;
+        for (const std::string& each : {mac, other}) Describe(each, now);
+        clock.RunPass(now);
+      }
+      for (const char* name : kKeepers) EXPECT_THAT(Shown(name, messages), HasSubstr(mac)) << name;
+      {
+        const HeapShortage shortage(spared, HeapShortage::Of::kNew, lasts);
+        probe::CallMemoryCleanup(mac);
+        has_struck = HeapShortage::HasStruck();
+      }
+      for (const char* name : kKeepers) {
+        EXPECT_THAT(Shown(name, messages), AllOf(Not(HasSubstr(mac)), HasSubstr(other))) << name;
+      }
+      stop_monitor();
+      probe::SubscriptionService::Instance().Clear();
+    }
   }
 }
 

@@ -11,6 +11,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <new>
 #include <ostream>
 #include <string>
 #include <thread>
@@ -447,6 +448,58 @@ TEST_P(CancelledHostThread, IsUnwoundAndLeavesAMonitorThatWorks) {
 INSTANTIATE_TEST_SUITE_P(Monitors, CancelledHostThread,
                          ::testing::Values(kHealth, kClientCount, kTraffic, kWirelessTop),
                          [](const auto& test) { return test.param.name; });
+
+/// A host whose log lines let the shortage of memory out.
+class ThrowingLog : public PassCollision {};
+
+TEST_P(ThrowingLog, DoesNotKeepADeviceThatIsCleanedUp) {
+  const auto cleaned_up = ShownWithoutCollision(GetParam(), 1, false);
+  bool has_thrown = true;
+  int at = 0;
+  for (; has_thrown && !HasFailure(); ++at) {
+    SCOPED_TRACE("line " + std::to_string(at));
+    Story story(GetParam());
+    story.LiveUntil(kCollisionPass + 1);
+    has_thrown = false;
+    {
+      int lines = 0;
+      const test::HostCalls watched([&] {
+        if (lines++ != at) return;
+        has_thrown = true;
+        throw std::bad_alloc();
+      });
+      EXPECT_NO_THROW(story.Remove(1));
+    }
+    EXPECT_THAT(story.ShownUntilTheLast(), cleaned_up);
+  }
+  EXPECT_GT(at, 1);
+}
+
+INSTANTIATE_TEST_SUITE_P(Monitors, ThrowingLog, ::testing::Values(kClientCount, kTraffic),
+                         [](const auto& test) { return test.param.name; });
+
+TEST(ThrowingLogOf, ADestructorEndsNothing) {
+  auto monitor = std::make_shared<TrafficMonitor>();
+  int lines = 0;
+  const test::HostCalls watched([&] {
+    ++lines;
+    throw std::bad_alloc();
+  });
+  monitor.reset();
+  EXPECT_EQ(lines, 2);
+}
+
+TEST(ThrowingLogOf, AStopReleasesTheMonitors) {
+  MonitoringManager& manager = MonitoringManager::GetInstance();
+  manager.RegisterMonitor(std::make_shared<HealthMonitor>());
+  {
+    const test::HostCalls watched([] { throw std::bad_alloc(); });
+    EXPECT_NO_THROW(manager.stopMonitorEngine());
+  }
+  EXPECT_EQ(manager.GetMonitor(monitoring::kHealthMonitor), nullptr);
+  probe::SubscriptionService::Instance().Clear();
+  manager.set_stop_flag(false);
+}
 
 TEST(CancelledHostThreadOf, ADestructorIsCancelledAfterIt) {
   for (int line = 0; line < 2; ++line) {

@@ -15,8 +15,11 @@ thread_local const std::function<void()>* after_each = nullptr;
 void Note() {
   const auto* const call = std::exchange(after_each, nullptr);
   if (call == nullptr) return;
+  struct PutBack {
+    const std::function<void()>* call;
+    ~PutBack() { after_each = call; }
+  } const put_back{call};  // also when it throws
   (*call)();
-  after_each = call;
 }
 
 template <typename Answer>
