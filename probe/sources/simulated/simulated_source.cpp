@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <chrono>
+#include <exception>
 
 #include "probe/clock/clock.h"
+#include "probe/host/log.h"
 
 namespace probe {
 
@@ -54,8 +56,13 @@ void SimulatedSource::Run(time_t last) {
     // A clock that was set back is followed at once: the next reading must not wait until the old time comes again.
     const bool went_back = now < last;
     if (!went_back && now - last < every_) continue;
-    Advance(now);
     last = now;
+    try {
+      Advance(now);
+    } catch (const std::exception& error) {
+      // Out of memory: the next reading is made when there may be some.
+      log::Error("simulated network: a reading is left out: %s", error.what());
+    }
   }
 }
 

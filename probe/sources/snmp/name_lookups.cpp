@@ -5,6 +5,7 @@
 
 #include <array>
 #include <deque>
+#include <exception>
 #include <map>
 #include <optional>
 #include <system_error>
@@ -87,7 +88,12 @@ class NameLookups::Queue {
   /// Looks names up as long as there are any that are waited for.
   void Work() {
     while (auto name = NextName()) {
-      NameAnswer answer = resolver_(*name);
+      NameAnswer answer;
+      try {
+        answer = resolver_(*name);
+      } catch (const std::exception&) {
+        answer.error = "no memory";  // so short that it needs none
+      }
       const lock_guard held(lock_);
       const auto entry = requests_.find(*name);
       entry->second->answer = std::move(answer);

@@ -1,6 +1,7 @@
 #include "probe/sources/snmp/poll_schedule.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace probe::snmp {
 
@@ -27,7 +28,7 @@ std::optional<PollSchedule::Time> PollSchedule::NextDue() const {
 std::optional<std::size_t> PollSchedule::Begin(Time now) {
   if (waiting_.empty() || waiting_.begin()->first > now) return std::nullopt;
   const std::size_t device = waiting_.begin()->second;
-  waiting_.erase(waiting_.begin());
+  devices_[device].place = waiting_.extract(waiting_.begin());
   return device;
 }
 
@@ -43,7 +44,8 @@ void PollSchedule::Finish(std::size_t device, bool answered, Time now) {
     // The places that have passed are left out, all at once: the machine may have slept for days.
     finished.due += finished.interval * ((now - finished.due) / finished.interval + 1);
   }
-  waiting_.insert({finished.due, device});
+  finished.place.value() = {finished.due, device};
+  waiting_.insert(std::move(finished.place));
 }
 
 }  // namespace probe::snmp

@@ -45,15 +45,18 @@ class PollSchedule {
   void Finish(std::size_t device, bool answered, Time now);
 
  private:
+  using Waiting = std::set<std::pair<Time, std::size_t>>;
+
   struct Device {
     Duration interval;
     Time due;
-    Duration shift{};  ///< From the first poll to the place of the grid before the second.
-    int backoff = 1;   ///< Intervals to the next poll while the device is silent.
+    Duration shift{};            ///< From the first poll to the place of the grid before the second.
+    int backoff = 1;             ///< Intervals to the next poll while the device is silent.
+    Waiting::node_type place{};  ///< While it is polled: the end of a poll must not fail for want of memory.
   };
 
   std::vector<Device> devices_;
-  std::set<std::pair<Time, std::size_t>> waiting_;
+  Waiting waiting_;
 };
 
 }  // namespace probe::snmp

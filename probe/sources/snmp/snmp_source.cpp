@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <ctime>
+#include <exception>
 #include <optional>
 #include <utility>
 
@@ -133,7 +134,12 @@ void SnmpSource::Stop() {
 void SnmpSource::Run() {
   auto next = std::chrono::steady_clock::now() + kOfflineCheck;
   while (!stop_.IsSetBefore(next)) {
-    CheckOffline();
+    try {
+      CheckOffline();
+    } catch (const std::exception& error) {
+      // Out of memory: they are looked at again, when there may be some.
+      log::Error("SNMP: silent devices could not be looked for: %s", error.what());
+    }
     next += kOfflineCheck;
   }
 }

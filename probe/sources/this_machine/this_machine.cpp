@@ -3,6 +3,7 @@
 #include <chrono>
 #include <exception>
 #include <memory>
+#include <new>
 #include <utility>
 
 #include "platform/device_records.h"
@@ -74,7 +75,18 @@ void ThisMachine::Run() {
 
 void ThisMachine::RefreshOnce() {
   try {
+    ReadOrGoOffline();
+  } catch (const std::exception& error) {
+    // Out of memory: nothing is wrong with the machine, and the next reading is made when there may be some.
+    log::Error("this machine: a reading is left out: %s", error.what());
+  }
+}
+
+void ThisMachine::ReadOrGoOffline() {
+  try {
     TakeOver(read_());
+  } catch (const std::bad_alloc&) {
+    throw;
   } catch (const std::exception& error) {
     GoOffline(error.what());
   }

@@ -35,7 +35,8 @@ class ThisMachine {
   /// Ends the thread, after a reading that has begun, and joins it. The device stays in the centre.
   void Stop();
 
-  /// Reads the machine and replaces its snapshot in the device centre. Fails: never throws.
+  /// Reads the machine and replaces its snapshot in the device centre. Fails: never throws. A
+  /// reading for which there is no memory is left out.
   void RefreshOnce();
 
   /// The device's MAC; empty until a reading has worked. It stays the same from then on.
@@ -44,6 +45,7 @@ class ThisMachine {
  private:
   void Run();
   void TakeOver(const MachineReading& reading);
+  void ReadOrGoOffline();
   void GoOffline(const std::string& reason);
 
   DeviceCentre& centre_;
