@@ -127,6 +127,7 @@ class VEXORA_CAPABILITY("read-write lock") RwLock {
   /// Holds the readers' mutex until the end of the scope.
   class ReadersWait {
    public:
+    /// `mutex` must outlive the scope. Threads: any. Fails: never.
     explicit ReadersWait(pthread_mutex_t& mutex) : mutex_(mutex) { pthread_mutex_lock(&mutex_); }
     ~ReadersWait() { pthread_mutex_unlock(&mutex_); }
     ReadersWait(const ReadersWait&) = delete;

@@ -82,7 +82,7 @@ test('has figures at once, without waiting for the next pass', async () => {
   try {
     await page.goto(`${probe.url}/#/overview`);
     await page.getByText('waiting for the first pass').waitFor();
-    expect(await page.locator('tbody tr').count()).toBe(9); // the devices are known before
+    await expect.poll(() => page.locator('tbody tr').count()).toBe(9); // the devices are known before
     expect(await page.locator('[data-column=cpu] data').count()).toBe(0);
     await page.locator('[data-column=cpu] data').first().waitFor({ timeout: 20_000 });
     await page.waitForTimeout(500); // the pass is over; the next is far away
