@@ -3,6 +3,7 @@
 #include <array>
 #include <cstddef>
 #include <memory>
+#include <new>
 #include <utility>
 
 #include "monitor/clientcount/client_count_collect.h"
@@ -372,7 +373,10 @@ void ClientCountMonitor::Cleanup(const std::string& mac) {
 
 void ClientCountMonitor::CleanupSsids(const std::string& mac) {
   if (monitoring::AreDebugLinesLogged()) {
-    monitoring::WithinBoundary("ClientCountMonitor::Cleanup", [&] { LogCarriers(mac); });
+    try {
+      LogCarriers(mac);
+    } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): the lines are lost
+    }
   }
   // From here on nothing allocates or logs: a clean-up that is cut short leaves the two maps in agreement.
   const auto device = mac_ssid_map.find(mac);
