@@ -1,5 +1,8 @@
 #include "monitor/engine/monitoring_manager.h"
 
+#include <array>
+#include <atomic>
+#include <cstdio>
 #include <new>
 #include <utility>
 #include <vector>
@@ -22,6 +25,14 @@ std::vector<std::string> TopicsOf(const std::string& name) {
     return {monitoring::kSsidClientCountMonitor, monitoring::kDevicesClientCountMonitor};
   }
   return {name};
+}
+
+/// A boundary around an operation of one monitor: a defect of one is not to hide those of the others. Needs no memory.
+template <typename Step>
+void WithinMonitor(const std::string& name, const char* operation, std::atomic<bool>& is_reported, Step step) {
+  std::array<char, 128> place{};
+  static_cast<void>(std::snprintf(place.data(), place.size(), "%s::%s", name.c_str(), operation));
+  WithinBoundary(place.data(), step, monitoring::kDefectPolicy, is_reported);
 }
 
 /// Has clean-ups noted while a pass is made, also one from which a cancelled thread unwinds.
@@ -51,7 +62,7 @@ void MonitoringManager::RegisterMonitor(std::shared_ptr<Monitor> monitor) {
   const SharedRegistry before = Monitors();
   if (before->contains(name)) return;
   auto registry = std::make_shared<Registry>(*before);
-  registry->emplace(name, monitor);
+  registry->emplace(name, Registered{monitor, std::make_shared<std::atomic<bool>>(false)});
   {
     const lock_guard held(registry_lock_);
     monitors_ = std::move(registry);
@@ -71,7 +82,7 @@ void MonitoringManager::RegisterMonitor(std::shared_ptr<Monitor> monitor) {
 std::shared_ptr<Monitor> MonitoringManager::GetMonitor(const std::string& name) const {
   const SharedRegistry monitors = Monitors();
   const auto found = monitors->find(name);
-  return found == monitors->end() ? nullptr : found->second;
+  return found == monitors->end() ? nullptr : found->second.monitor;
 }
 
 MonitoringManager::SharedRegistry MonitoringManager::Monitors() const {
@@ -83,8 +94,8 @@ void MonitoringManager::DataUpdate(const long& now) {
   const SharedRegistry monitors = Monitors();
   // Also of those monitors whose turn comes late: devices may stand still in the host for the whole pass.
   const NotedCleanUps noted;
-  for (const auto& [name, monitor] : *monitors) {
-    WithinBoundary("MonitoringManager::DataUpdate", [&, &each = *monitor] {
+  for (const auto& [name, registered] : *monitors) {
+    WithinMonitor(name, "DataUpdate", *registered.is_defect_reported, [&, &each = *registered.monitor] {
       each.set_current_time(now);
       each.DataUpdate();
     });
@@ -95,8 +106,9 @@ void MonitoringManager::Cleanup(const std::string& mac) {
   const SharedRegistry monitors = Monitors();
   // First: a monitor that begins its pass meanwhile finds it here, or is told below.
   monitoring::PassCleanUps::GetInstance().Note(mac);
-  for (const auto& [name, monitor] : *monitors) {
-    WithinBoundary("MonitoringManager::Cleanup", [&mac, &each = *monitor] { each.Cleanup(mac); });
+  for (const auto& [name, registered] : *monitors) {
+    WithinMonitor(name, "Cleanup", *registered.is_defect_reported,
+                  [&mac, &each = *registered.monitor] { each.Cleanup(mac); });
   }
 }
 
@@ -109,8 +121,9 @@ void MonitoringManager::startMonitorEngine() {
 void MonitoringManager::stopMonitorEngine() {
   set_stop_flag(true);  // before the wait: the task looks at it after each pass
   SharedRegistry monitors = Monitors();
-  for (const auto& [name, monitor] : *monitors) {
-    WithinBoundary("MonitoringManager::stopMonitorEngine", [&each = *monitor] { each.stop_monitor(); });
+  for (const auto& [name, registered] : *monitors) {
+    WithinMonitor(name, "stop_monitor", *registered.is_defect_reported,
+                  [&each = *registered.monitor] { each.stop_monitor(); });
   }
   // No lock is held: the pass that the task may still make looks at the registry.
   task_manager::WaitTaskPool(merge_task_);

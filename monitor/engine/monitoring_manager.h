@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <map>
 #include <memory>
 #include <string>
@@ -48,7 +49,11 @@ class MonitoringManager {
   void set_stop_flag(const bool& stop) VEXORA_EXCLUDES(stop_lock_);
 
  private:
-  using Registry = std::map<std::string, std::shared_ptr<Monitor>>;  // by GetMonitorName()
+  struct Registered {
+    std::shared_ptr<Monitor> monitor;
+    std::shared_ptr<std::atomic<bool>> is_defect_reported;  // one for the monitor, in every state of the registry
+  };
+  using Registry = std::map<std::string, Registered>;  // by GetMonitorName()
 
   MonitoringManager();
   ~MonitoringManager() = default;

@@ -5,7 +5,11 @@
 #include <gtest/gtest.h>
 
 #include <latch>
+#include <memory>
 #include <new>
+#include <stdexcept>
+#include <string>
+#include <utility>
 
 #include "monitor/engine/constants.h"
 #include "monitor/engine/merge_task.h"
@@ -13,6 +17,7 @@
 #include "platform/utilities/locks.h"
 #include "probe/clock/virtual_clock.h"
 #include "probe/host/subscription_service.h"
+#include "tests/monitor/engine/expect_defect.h"
 #include "tests/support/log_capture.h"
 
 namespace {
@@ -100,6 +105,36 @@ class MonitoringManagerTest : public ::testing::Test {
   Journal journal;
   MonitoringManager& manager = MonitoringManager::GetInstance();
 };
+
+/// A monitor with a defect.
+class DefectiveMonitor final : public Monitor {
+ public:
+  explicit DefectiveMonitor(std::string name) : name_(std::move(name)) {}
+
+  std::string GetMonitorName() override { return name_; }
+  void DataUpdate() override { throw std::runtime_error("no such view"); }
+  void MergeDataForInterval() override {}
+  void MergeDifferentInterval(const std::string& /*source*/, const std::string& /*target*/, int /*count*/,
+                              int /*minutes*/) override {}
+
+ private:
+  std::string name_;
+};
+
+TEST_F(MonitoringManagerTest, TellsOfADefectInEachMonitor) {
+  manager.RegisterMonitor(std::make_shared<DefectiveMonitor>("One"));
+  const char* const one = "[One::DataUpdate] Unexpected exception std::runtime_error: no such view";
+  test::ExpectDefect([&] { manager.DataUpdate(kFirstPass); }, one);
+  if constexpr (monitoring::kDefectPolicy == monitoring::DefectPolicy::kLogAndSurvive) {
+    const test::LogCapture log;
+    manager.RegisterMonitor(std::make_shared<DefectiveMonitor>("Two"));
+    for (int pass = 0; pass < 2; ++pass) manager.DataUpdate(kFirstPass);
+    // The first was told of above.
+    EXPECT_THAT(log.Texts(Level::kError),
+                ElementsAre("[Two::DataUpdate] Unexpected exception std::runtime_error: no such view"));
+  }
+  manager.stopMonitorEngine();
+}
 
 TEST_F(MonitoringManagerTest, GivesTheMonitorThatWasRegisteredUnderItsName) {
   const auto monitor = Register("One");
