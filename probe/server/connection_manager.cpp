@@ -113,8 +113,10 @@ std::optional<HttpError> ConnectionManager::CheckToken(const std::string& addres
   const auto now = TokenGuard::Clock::now();
   const std::string group = AddressGroup(address);
   if (access == Access::kToken && rules_.BringsToken(head)) {
-    // The right one, too: else a refusal would tell which it is.
-    if (const auto left = guard_.BlockedFor(group, now))
+    // A right one that is short, too: else a refusal would tell which it is. A long one nobody finds by trying, and
+    // then a neighbour's wrong ones lock nobody out.
+    const bool passes = rules_.has_long_token() && rules_.HasToken(head);
+    if (const auto left = passes ? std::nullopt : guard_.BlockedFor(group, now))
       return HttpError{429, "Refused: too many wrong tokens came from this address.",
                        static_cast<unsigned>(left->count())};
   }

@@ -1,11 +1,11 @@
 #include "probe/server/http/access_rules.h"
 
 #include <openssl/crypto.h>
-#include <openssl/evp.h>
-#include <openssl/hmac.h>
+#include <openssl/rand.h>
 
 #include <algorithm>
 #include <array>
+#include <stdexcept>
 #include <string_view>
 
 #include "probe/server/net/ip_address.h"
@@ -32,17 +32,16 @@ bool IsKnownMethod(const std::string& method) {
   return std::find(kMethods.begin(), kMethods.end(), method) != kMethods.end();
 }
 
-/// What a page shows in place of the token: a keyed hash, in hexadecimal digits. Source: RFC 2104.
-std::string SessionOf(const Secret& token) {
-  static constexpr std::string_view kPurpose = "vexora-probe session";
-  std::array<unsigned char, EVP_MAX_MD_SIZE> hash{};
-  unsigned size = 0;
-  HMAC(EVP_sha256(), token.text().data(), static_cast<int>(token.size()),
-       reinterpret_cast<const unsigned char*>(kPurpose.data()), kPurpose.size(), hash.data(), &size);
+/// What a page shows in place of the token: 256 random bits, in hexadecimal digits. Nothing of the token is in them, so
+/// that cookies are no way to try tokens.
+std::string NewSession() {
+  std::array<unsigned char, 32> random{};
+  if (RAND_bytes(random.data(), static_cast<int>(random.size())) != 1)
+    throw std::runtime_error("the system gives no random numbers");
   std::string text;
-  for (unsigned i = 0; i < size; ++i) {
-    text += "0123456789abcdef"[hash[i] >> 4];
-    text += "0123456789abcdef"[hash[i] & 15];
+  for (const unsigned char octet : random) {
+    text += "0123456789abcdef"[octet >> 4];
+    text += "0123456789abcdef"[octet & 15];
   }
   return text;
 }
@@ -62,9 +61,10 @@ AccessRules::AccessRules(const ServerSettings& settings, std::uint16_t port)
     : hosts_{"localhost", "127.0.0.1", "[::1]"},
       port_(":" + std::to_string(port)),
       token_(settings.token),
-      session_name_("vexora_session_" + std::to_string(port)),
-      session_(SessionOf(settings.token)),
-      has_tls_(!settings.tls_certificate.empty()) {
+      has_tls_(!settings.tls_certificate.empty()),
+      // With the prefix browsers take the cookie from this host alone, and only over TLS.
+      session_name_((has_tls_ ? "__Host-vexora_session_" : "vexora_session_") + std::to_string(port)),
+      session_(NewSession()) {
   for (const std::string& address : settings.listen) hosts_.push_back(UrlHost(CanonicalAddress(address)));
   for (const std::string& host : settings.allowed_hosts) hosts_.push_back(LowerCase(host));
   for (const std::string& origin : settings.allowed_origins) origins_.push_back(LowerCase(origin));

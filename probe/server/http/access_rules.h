@@ -37,10 +37,16 @@ class AccessRules {
   /// Whether a request brings a token to be looked at: none of its session is good already.
   bool BringsToken(const RequestHead& head) const;
 
+  /// Whether a request shows the token or has a session, or no token is asked for.
+  bool HasToken(const RequestHead& head) const;
+
+  /// Whether the token is so long that nobody finds it by trying.
+  bool has_long_token() const { return token_.size() >= kLongTokenBytes; }
+
   /// The cookie by which a page is known that has shown the token, as a Set-Cookie header has it; empty without a
   /// token.
   ///
-  /// It is made of the token, which cannot be told from it, so that it outlives a restart and ends with the token.
+  /// It is a secret of this run of the server: after a restart pages log in again.
   std::string SessionCookie() const;
 
   /// The Origin of a foreign page that is allowed in; empty for the probe's own pages and for programs.
@@ -49,15 +55,14 @@ class AccessRules {
  private:
   bool IsOurHost(const std::string& host, const std::string& local_address) const;
   bool HasSession(const RequestHead& head) const;
-  bool HasToken(const RequestHead& head) const;
 
   std::vector<std::string> hosts_;  // lower case, IPv6 addresses in brackets
   std::vector<std::string> origins_;
   std::string port_;
   Secret token_;
+  bool has_tls_;
   std::string session_name_;  // with the port: the cookies of a host are for all of its ports
   std::string session_;
-  bool has_tls_;
 };
 
 /// Whether two secrets are equal, in a time that tells nothing but their lengths.

@@ -53,6 +53,9 @@ struct ServerSettings {
 /// Octets that a token has at least where other machines can try it.
 inline constexpr std::size_t kLeastTokenBytes = 16;
 
+/// From so many octets on the right token is let in also from an address that has sent too many wrong ones.
+inline constexpr std::size_t kLongTokenBytes = 32;
+
 /// A limit as it is written in `probe.toml`, for texts that refuse something: "limits.message_depth = 16".
 std::string LimitText(const char* key, std::size_t value);
 

@@ -2,7 +2,10 @@
 // time holds up.
 
 #include <gmock/gmock.h>
+#include <openssl/evp.h>
+#include <openssl/hmac.h>
 
+#include <array>
 #include <atomic>
 #include <future>
 #include <map>
@@ -170,6 +173,56 @@ TEST_F(HttpRequestTest, OpensASessionForAPageThatShowsTheToken) {
   EXPECT_THAT(Get("/api/x", "Cookie: vexora_session_" + std::to_string(server->port()) + value + "\r\n"),
               StartsWith("HTTP/1.1 401 "))
       << "it ends with the token";
+}
+
+TEST_F(HttpRequestTest, CannotGuessTheTokenByACookie) {
+  settings.token = "secret";
+  Serve();
+  const std::string name = "vexora_session_" + std::to_string(server->port());
+  for (const char* const guess : {"1234", "secret"}) {
+    // What could be computed from a guess: a hash of something public, with the guess as its key.
+    static constexpr std::string_view kPurpose = "vexora-probe session";
+    std::array<unsigned char, EVP_MAX_MD_SIZE> hash{};
+    unsigned size = 0;
+    HMAC(EVP_sha256(), guess, static_cast<int>(std::string(guess).size()),
+         reinterpret_cast<const unsigned char*>(kPurpose.data()), kPurpose.size(), hash.data(), &size);
+    std::string digits;
+    for (unsigned i = 0; i < size; ++i) {
+      digits += "0123456789abcdef"[hash[i] >> 4];
+      digits += "0123456789abcdef"[hash[i] & 15];
+    }
+    EXPECT_THAT(Get("/api/x", "Cookie: " + name + "=" + digits + "\r\n"), StartsWith("HTTP/1.1 401 ")) << guess;
+  }
+}
+
+TEST_F(HttpRequestTest, HasToLogInAgainAfterARestart) {
+  settings.token = "secret";
+  Serve();
+  const auto cookie = [this] {
+    const std::string opened = Get("/api/session", "Authorization: Bearer secret\r\n");
+    const std::size_t begin = opened.find("set-cookie: ") + std::string("set-cookie: ").size();
+    const std::string text = opened.substr(begin, opened.find(';', begin) - begin);
+    return text.substr(text.find('=') + 1);
+  };
+  const std::string old = cookie();
+  EXPECT_EQ(old.size(), 64U) << "256 bits";
+  EXPECT_EQ(cookie(), old) << "one for each run";
+  server.reset();
+  Serve();
+  const std::string name = "Cookie: vexora_session_" + std::to_string(server->port()) + "=";
+  for (int request = 0; request < 15; ++request)
+    EXPECT_THAT(Get("/api/x", name + old + "\r\n"), StartsWith("HTTP/1.1 401 "));
+  EXPECT_THAT(Get("/api/x", name + cookie() + "\r\n"), StartsWith("HTTP/1.1 200 ")) << "a page that is old is no guess";
+}
+
+TEST_F(HttpRequestTest, WithARightTokenThatNobodyGuessesPassesAfterTenWrongOnes) {
+  settings.token = std::string(32, 's');
+  Serve();
+  for (int guess = 0; guess < 10; ++guess)
+    EXPECT_THAT(Get("/api/x", "Authorization: Bearer " + std::to_string(guess) + "\r\n"), StartsWith("HTTP/1.1 401 "));
+  EXPECT_THAT(Get("/api/x", "Authorization: Bearer wrong\r\n"), StartsWith("HTTP/1.1 429 "));
+  EXPECT_THAT(Get("/api/x", "Authorization: Bearer " + std::string(32, 's') + "\r\n"), StartsWith("HTTP/1.1 200 "));
+  EXPECT_THAT(Get("/api/x", "Authorization: Bearer wrong\r\n"), StartsWith("HTTP/1.1 429 "));
 }
 
 TEST_F(HttpRequestTest, GetsNoAnswerToATokenAfterTenWrongOnes) {
