@@ -75,18 +75,22 @@ Outbox::~Outbox() {
 bool Outbox::Put(std::shared_ptr<const OutgoingMessage> message) {
   Messages superseded = Waiting();
   std::erase_if(superseded, [&](const auto& older) { return !older->IsSupersededBy(*message); });
-  std::size_t dropped_before = 0;
   {
     const lock_guard held(lock_);
     if (is_closed_) return false;
-    dropped_before = dropped_;
     Insert(message, superseded);
     DropOldestOverBounds();
   }
   superseded.clear();  // their octets are not to count any more
   // Without the lock: it looks at all outboxes.
   if (total_ != nullptr) total_->Trim(*this, message.get());
-  return dropped_before == 0 && dropped() > 0;
+  return NoteFirstDrop();
+}
+
+bool Outbox::NoteFirstDrop() {
+  const lock_guard held(lock_);
+  // Not by comparing the count: others' messages may have cost this outbox one between two of its own.
+  return dropped_ > 0 && !std::exchange(is_drop_told_, true);
 }
 
 Outbox::Messages Outbox::Waiting() const {

@@ -103,7 +103,8 @@ class Outbox {
   Outbox(const Outbox&) = delete;
   Outbox& operator=(const Outbox&) = delete;
 
-  /// Puts a message in, which others may share. True when, for the first time, an unsent message had to go for it.
+  /// Puts a message in, which others may share. True once: the first time after an unsent message had to go, for this
+  /// one or for another outbox's.
   bool Put(std::shared_ptr<const OutgoingMessage> message) VEXORA_EXCLUDES(lock_);
   bool Put(std::string text, OutgoingMessage::Kind kind) VEXORA_EXCLUDES(lock_) {
     return Put(std::make_shared<const OutgoingMessage>(std::move(text), kind, total_));
@@ -130,6 +131,7 @@ class Outbox {
   friend class QueueTotal;
   using Messages = std::deque<std::shared_ptr<const OutgoingMessage>>;
 
+  bool NoteFirstDrop() VEXORA_EXCLUDES(lock_);
   Messages Waiting() const VEXORA_EXCLUDES(lock_);
   void Insert(std::shared_ptr<const OutgoingMessage> message, const Messages& superseded) VEXORA_REQUIRES(lock_);
   std::size_t RoomInBytes() const VEXORA_REQUIRES(lock_);
@@ -149,6 +151,7 @@ class Outbox {
   std::size_t bytes_ VEXORA_GUARDED_BY(lock_) = 0;
   std::size_t being_written_ VEXORA_GUARDED_BY(lock_) = 0;  // octets
   std::size_t dropped_ VEXORA_GUARDED_BY(lock_) = 0;
+  bool is_drop_told_ VEXORA_GUARDED_BY(lock_) = false;
   bool is_closed_ VEXORA_GUARDED_BY(lock_) = false;
 };
 

@@ -157,6 +157,17 @@ TEST(QueueTotal, CountsWhatSeveralShareOnceAndWhatIsBeingWrittenToo) {
   EXPECT_EQ(total->octets(), 5U);
 }
 
+TEST(QueueTotal, HasEachOutboxThatLosesSaySoOnce) {
+  const auto total = std::make_shared<probe::QueueTotal>(100);
+  Outbox victim(100, 1000, total);
+  Outbox other(100, 1000, total);
+  EXPECT_FALSE(victim.Put(std::string(60, 'a'), Kind::kReply));
+  other.Put(std::string(50, 'b'), Kind::kReply);
+  ASSERT_EQ(victim.dropped(), 1U);
+  EXPECT_TRUE(victim.Put("c", Kind::kReply)) << "what it has lost for another's message is told as well";
+  EXPECT_FALSE(victim.Put("d", Kind::kReply));
+}
+
 TEST(QueueTotal, LetsTheLargestMessageThroughWhenThereIsNothingElse) {
   const auto total = std::make_shared<probe::QueueTotal>(100);
   Outbox outbox(100, 10, total);
