@@ -65,7 +65,11 @@ class WebServer::EventLoop {
   EventLoop& operator=(const EventLoop&) = delete;
 
   const Listener& listener() const { return listener_; }
-  MessageRouter& router() { return *router_; }
+  ConnectionId AddLocalReceiver(std::function<void(const std::string& text)> receiver) {
+    const ConnectionId connection = router_->AddLocalReceiver(std::move(receiver));
+    budget_->AddHostReceiver(connection);
+    return connection;
+  }
   const QueueTotal& queues() const { return *queues_; }
 
  private:
@@ -124,7 +128,7 @@ void WebServer::Stop() {
 }
 
 ConnectionId WebServer::AddLocalReceiver(std::function<void(const std::string& text)> receiver) {
-  return loop_ == nullptr ? kNoConnection : loop_->router().AddLocalReceiver(std::move(receiver));
+  return loop_ == nullptr ? kNoConnection : loop_->AddLocalReceiver(std::move(receiver));
 }
 
 std::size_t WebServer::queued_octets() const {

@@ -9,9 +9,6 @@
 namespace probe {
 namespace {
 
-// How much of an envelope is looked at for its SIDs: more than those of one connection take by default.
-constexpr std::size_t kEndBytes = std::size_t{32} * 1024;
-
 /// Follows the path to the present value, for as deep as anything of interest can stand. Gives up at what is no JSON.
 class EnvelopeReader final : public nlohmann::json_sax<nlohmann::json> {
  public:
@@ -116,10 +113,10 @@ std::vector<std::string> SidsOf(std::string_view envelope) {
 }
 
 std::vector<std::string> SidsAtEnds(std::string_view envelope) {
-  auto sids = SidsAtEnd(envelope.substr(envelope.size() - std::min(envelope.size(), kEndBytes)));
+  auto sids = SidsAtEnd(envelope);
   if (!sids.empty()) return sids;
   EnvelopeReader reader(EnvelopeReader::Until::kSids);
-  nlohmann::json::sax_parse(envelope.substr(0, kEndBytes), &reader);
+  nlohmann::json::sax_parse(envelope, &reader);
   return reader.has_sids() ? std::move(reader.sids) : std::vector<std::string>();
 }
 

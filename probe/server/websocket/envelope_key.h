@@ -15,8 +15,8 @@ std::string TopicOf(std::string_view envelope);
 /// body. Empty when there are none. Deeper "sid" members belong to device data and are ignored.
 std::vector<std::string> SidsOf(std::string_view envelope);
 
-/// The same, looking at no more than the beginning and the end of a large envelope, where those who write one put them;
-/// empty also when they stand in between.
+/// The same, unsorted and looking no further than it must: first at the end of the envelope, where most of those who
+/// write one put them, then from the beginning up to them. Only an envelope without any is read to its end.
 std::vector<std::string> SidsAtEnds(std::string_view envelope);
 
 }  // namespace probe

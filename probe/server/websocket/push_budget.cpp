@@ -24,6 +24,12 @@ constexpr std::uint64_t kWindow = 60;
 // Filters whose messages' sizes are remembered, beyond those that are in use.
 constexpr std::size_t kKeptFilters = 1024;
 
+// What part of a pass is for those who got nothing in the last one, before all others.
+constexpr std::size_t kPartOfWaiting = 4;
+
+// What part of a pass messages may be larger than planned, all together, before later topics go without.
+constexpr std::size_t kToleratedPart = 8;
+
 std::size_t KindOf(bool names_device) {
   return names_device ? 0 : 1;
 }
@@ -46,28 +52,49 @@ void PushBudget::Add(ConnectionId connection, std::shared_ptr<Outbox> outbox, st
   subscriber.allowance = limits_.pass_bytes_per_connection;
 }
 
+void PushBudget::AddHostReceiver(ConnectionId connection) {
+  const lock_guard held(lock_);
+  host_receivers_.insert(connection);
+}
+
 void PushBudget::File(ConnectionId connection, const std::string& topic,
                       const std::map<std::string, std::string>& filters) {
   const lock_guard held(lock_);
   const auto found = subscribers_.find(connection);
   if (found == subscribers_.end()) return;
   for (const auto& [sid, filter] : filters) {
-    found->second.filters[{topic, sid}] = filter;
     const auto [known, is_new] = filters_.try_emplace({topic, filter});
     if (is_new) known->second.names_device = NamesDevice(filter);
-    known->second.used = pass_;
+    ++known->second.users;
+    const auto [filed, is_first] = found->second.filters.try_emplace({topic, sid}, filter);
+    if (is_first) continue;
+    Release({topic, filed->second});
+    filed->second = filter;
   }
+  // Not in a pass alone: there may be none for long.
+  if (filters_.size() > kKeptFilters + limits_.distinct_filters) ForgetUnusedFilters();
+}
+
+void PushBudget::Release(const TopicAndFilter& key) {
+  --filters_.at(key).users;
 }
 
 void PushBudget::Remove(ConnectionId connection, const std::string& topic, const std::string& sid) {
   const lock_guard held(lock_);
   const auto found = subscribers_.find(connection);
-  if (found != subscribers_.end()) found->second.filters.erase({topic, sid});
+  if (found == subscribers_.end()) return;
+  const auto filed = found->second.filters.find({topic, sid});
+  if (filed == found->second.filters.end()) return;
+  Release({topic, filed->second});
+  found->second.filters.erase(filed);
 }
 
 void PushBudget::Forget(ConnectionId connection) {
   const lock_guard held(lock_);
-  subscribers_.erase(connection);
+  const auto found = subscribers_.find(connection);
+  if (found == subscribers_.end()) return;
+  for (const auto& [subscription, filter] : found->second.filters) Release({subscription.first, filter});
+  subscribers_.erase(found);
 }
 
 void PushBudget::OnSent(ConnectionId connection, const std::string& text) {
@@ -79,6 +106,7 @@ void PushBudget::OnSent(ConnectionId connection, const std::string& text) {
   const auto subscriber = subscribers_.find(connection);
   if (subscriber == subscribers_.end()) return;
   if (sids.empty()) topics_[topic].has_sids = false;
+  std::size_t planned = 0;
   for (auto& [subscription, filter] : subscriber->second.filters) {
     const bool is_for_it = subscription.first == topic &&
                            (sids.empty() || std::find(sids.begin(), sids.end(), subscription.second) != sids.end());
@@ -87,12 +115,25 @@ void PushBudget::OnSent(ConnectionId connection, const std::string& text) {
     known.octets = text.size();
     std::size_t& largest = topics_[topic].largest[KindOf(known.names_device)];
     largest = std::max(largest, text.size());
+    const auto admitted = subscriber->second.admitted.find(subscription);
+    if (admitted != subscriber->second.admitted.end()) planned += std::exchange(admitted->second, 0);
   }
+  // The engine sends one text to all whose filters and SIDs are equal, one after the other.
+  auto group = std::pair(topic, sids);
+  if (group == last_sent_ || text.size() <= planned) return;
+  last_sent_ = std::move(group);
+  excess_ += text.size() - planned;
+  octets_ += text.size() - planned;
 }
 
 bool PushBudget::IsSubscriber(ConnectionId connection) const {
   const lock_guard held(lock_);
   return subscribers_.contains(connection);
+}
+
+std::size_t PushBudget::known_filters() const {
+  const lock_guard held(lock_);
+  return filters_.size();
 }
 
 bool PushBudget::HasSids(const std::string& topic) const {
@@ -103,7 +144,6 @@ bool PushBudget::HasSids(const std::string& topic) const {
 
 std::size_t PushBudget::SizeOf(const TopicAndFilter& key) {
   Filter& filter = filters_[key];
-  filter.used = pass_;
   if (filter.octets != 0) return filter.octets;
   const std::size_t kind = KindOf(filter.names_device);
   const Topic& topic = topics_[key.first];
@@ -136,7 +176,8 @@ void PushBudget::BeginPass() {
   ++pass_;
   asked_.clear();
   last_sids_.clear();
-  octets_ = messages_ = 0;
+  octets_ = messages_ = excess_ = 0;
+  last_sent_ = {};
   if (pass_ % kWindow == 0) {
     for (auto& [name, topic] : topics_) {
       for (const std::size_t kind : {0U, 1U}) topic.former[kind] = std::exchange(topic.largest[kind], 0);
@@ -145,10 +186,11 @@ void PushBudget::BeginPass() {
   std::vector<Demand> demands;
   for (auto& [connection, subscriber] : subscribers_) {
     subscriber.admitted.clear();
-    subscriber.octets = 0;
+    subscriber.octets = subscriber.served = 0;
     subscriber.planned = pass_;
     if (!subscriber.filters.empty()) demands.push_back(DemandOf(connection, subscriber));
   }
+  ServeThoseWhoWaited(demands);
   const std::size_t share = limits_.pass_bytes / std::max<std::size_t>(demands.size(), 1);
   // Who asks for no more than a share comes first, then who has waited longest. Connections that ask for the same stay
   // neighbours, as they are for the engine, which makes one text for them.
@@ -161,7 +203,46 @@ void PushBudget::BeginPass() {
     return rank(left) < rank(right);
   });
   for (Demand& demand : demands) Plan(demand);
-  ForgetUnusedFilters();
+  if (filters_.size() > kKeptFilters) ForgetUnusedFilters();
+}
+
+std::size_t PushBudget::BuiltOctets(const Wanted& message) const {
+  const auto last = last_sids_.find(message.key);
+  return last != last_sids_.end() && last->second == message.sids ? 0 : message.octets;
+}
+
+void PushBudget::Enter(Subscriber& subscriber, const Wanted& message) {
+  const std::size_t built = BuiltOctets(message);
+  last_sids_[message.key] = message.sids;
+  for (const auto& subscription : message.subscriptions)
+    subscriber.admitted[subscription] = subscription == message.subscriptions.front() ? message.octets : 0;
+  subscriber.octets += message.octets;
+  octets_ += built;
+  ++messages_;
+  ++subscriber.served;
+}
+
+/// One message for each connection that got none in the last pass, before those that ask for little: they could fill
+/// every pass. All of these take no more than a part of the pass; only the first may be larger than that, and then
+/// counts as half of the pass, so that the others are served beside it.
+void PushBudget::ServeThoseWhoWaited(std::vector<Demand>& demands) {
+  std::vector<Demand*> waiting;
+  for (Demand& demand : demands) {
+    if (demand.subscriber->waited > 0 && !demand.subscriber->outbox->IsBlocked()) waiting.push_back(&demand);
+  }
+  std::sort(waiting.begin(), waiting.end(), [](const Demand* left, const Demand* right) {
+    return std::tuple(right->subscriber->waited, left->octets, left->connection) <
+           std::tuple(left->subscriber->waited, right->octets, right->connection);
+  });
+  for (Demand* const demand : waiting) {
+    const Wanted& message = demand->messages[demand->subscriber->next % demand->messages.size()];
+    const std::size_t built = BuiltOctets(message);
+    const bool is_first = messages_ == 0;
+    if (!is_first && messages_ >= limits_.pass_messages / kPartOfWaiting) break;
+    if (!is_first && built > 0 && octets_ + built > limits_.pass_bytes / kPartOfWaiting) break;
+    Enter(*demand->subscriber, message);
+    octets_ = std::min(octets_, limits_.pass_bytes / 2);
+  }
 }
 
 void PushBudget::Plan(Demand& demand) {
@@ -173,21 +254,15 @@ void PushBudget::Plan(Demand& demand) {
   subscriber.allowance = has_lost ? std::max(subscriber.allowance / 2, limits_.queue_bytes) : subscriber.allowance * 2;
   subscriber.allowance = std::min(subscriber.allowance, limits_.pass_bytes_per_connection);
   const std::size_t count = demand.messages.size();
-  std::size_t served = 0;
+  std::size_t served = subscriber.served;
   if (!subscriber.outbox->IsBlocked()) {
     for (; served < count; ++served) {
       const Wanted& message = demand.messages[(subscriber.next + served) % count];
-      const auto last = last_sids_.find(message.key);
-      const bool is_shared = last != last_sids_.end() && last->second == message.sids;
-      const std::size_t built = is_shared ? 0 : message.octets;
+      const std::size_t built = BuiltOctets(message);
       // One message always goes, however large.
       if (served > 0 && subscriber.octets + message.octets > subscriber.allowance) break;
       if (messages_ == limits_.pass_messages || (octets_ > 0 && octets_ + built > limits_.pass_bytes)) break;
-      last_sids_[message.key] = message.sids;
-      subscriber.admitted.insert(message.subscriptions.begin(), message.subscriptions.end());
-      subscriber.octets += message.octets;
-      octets_ += built;
-      ++messages_;
+      Enter(subscriber, message);
     }
   }
   subscriber.next = served == count ? 0 : (subscriber.next + served) % count;
@@ -198,8 +273,7 @@ void PushBudget::Plan(Demand& demand) {
 }
 
 void PushBudget::ForgetUnusedFilters() {
-  if (filters_.size() <= kKeptFilters) return;
-  std::erase_if(filters_, [this](const auto& entry) VEXORA_REQUIRES(lock_) { return entry.second.used != pass_; });
+  std::erase_if(filters_, [](const auto& entry) { return entry.second.users == 0; });
 }
 
 /// For a subscription that came after the pass had begun.
@@ -210,15 +284,23 @@ bool PushBudget::AdmitLate(Subscriber& subscriber, const TopicAndSid& subscripti
   const bool fits = !subscriber.outbox->IsBlocked() && messages_ < limits_.pass_messages &&
                     octets_ + octets <= limits_.pass_bytes && subscriber.octets + octets <= subscriber.allowance;
   if (!fits) return false;
+  subscriber.admitted[subscription] = octets;
   subscriber.octets += octets;
   octets_ += octets;
   ++messages_;
   return true;
 }
 
+/// Sizes change a little from pass to pass, and one message may be larger than all of a pass: that is in order.
+bool PushBudget::IsOverdrawn() const {
+  return excess_ > limits_.pass_bytes / kToleratedPart && octets_ > limits_.pass_bytes;
+}
+
 bool PushBudget::IsAdmitted(ConnectionId connection, const TopicAndSid& subscription) {
   const auto found = subscribers_.find(connection);
-  if (found == subscribers_.end()) return true;
+  // Who is unknown and not the host's own has left: nothing is built for nobody.
+  if (found == subscribers_.end()) return host_receivers_.contains(connection);
+  if (IsOverdrawn()) return false;
   Subscriber& subscriber = found->second;
   if (subscriber.admitted.contains(subscription)) return true;
   return subscriber.planned != pass_ && AdmitLate(subscriber, subscription);

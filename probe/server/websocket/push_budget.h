@@ -24,9 +24,12 @@ namespace probe {
 /// The engine builds a message for every subscription that it is handed, so what would be too much is not handed out.
 /// How large a message will be is known from the last one with its filter. Connections that ask for little come first;
 /// those that ask for more than their share take turns, and so do the subscriptions of each of them: all are served in
-/// the end, only not in every pass. A connection whose queue is full or whose client takes nothing is left out.
+/// the end, only not in every pass. Who got nothing in the last pass gets one message before all others. A connection
+/// whose queue is full or whose client takes nothing is left out.
 ///
-/// The host's own subscriptions are unknown here and always served.
+/// What was sent counts as what it was: when that is far more than was planned, later topics of the pass go without.
+///
+/// The host's own subscriptions are always served.
 /// Threads: any.
 class PushBudget final : public PushGate {
  public:
@@ -34,6 +37,9 @@ class PushBudget final : public PushGate {
 
   /// A connection that may subscribe. `peer`: how the log calls the client.
   void Add(ConnectionId connection, std::shared_ptr<Outbox> outbox, std::string peer) VEXORA_EXCLUDES(lock_);
+
+  /// A connection of the host's own, all of whose subscriptions are served.
+  void AddHostReceiver(ConnectionId connection) VEXORA_EXCLUDES(lock_);
 
   /// Enters subscriptions: SID -> filter, JSON text.
   void File(ConnectionId connection, const std::string& topic, const std::map<std::string, std::string>& filters)
@@ -46,6 +52,9 @@ class PushBudget final : public PushGate {
   void OnSent(ConnectionId connection, const std::string& text) VEXORA_EXCLUDES(lock_);
 
   void Admit(const std::string& topic, subscribes::SubscriptionList& list) override VEXORA_EXCLUDES(lock_);
+
+  /// Filters that are remembered, in use or not.
+  std::size_t known_filters() const VEXORA_EXCLUDES(lock_);
 
  private:
   using TopicAndSid = std::pair<std::string, std::string>;
@@ -61,20 +70,21 @@ class PushBudget final : public PushGate {
   struct Filter {
     bool names_device = false;
     std::size_t octets = 0;  // of the last message; 0: there was none
-    std::uint64_t used = 0;  // in which pass
+    std::size_t users = 0;   // subscriptions that have it
   };
 
   struct Subscriber {
     std::shared_ptr<Outbox> outbox;
     std::string peer;
     std::map<TopicAndSid, std::string> filters;
-    std::set<TopicAndSid> admitted;
-    std::size_t next = 0;       // the message with which the next pass begins
-    std::size_t allowance = 0;  // octets a pass; less for a client that loses messages
-    std::size_t dropped = 0;    // by its queue, as of the last pass
-    std::size_t octets = 0;     // admitted in this pass
-    std::uint64_t waited = 0;   // passes since it was last served
-    std::uint64_t planned = 0;  // the pass for which `admitted` holds
+    std::map<TopicAndSid, std::size_t> admitted;  // with the octets planned for its message, at the first of its SIDs
+    std::size_t next = 0;                         // the message with which the next pass begins
+    std::size_t allowance = 0;                    // octets a pass; less for a client that loses messages
+    std::size_t dropped = 0;                      // by its queue, as of the last pass
+    std::size_t octets = 0;                       // admitted in this pass
+    std::size_t served = 0;                       // messages of them
+    std::uint64_t waited = 0;                     // passes since it was last served
+    std::uint64_t planned = 0;                    // the pass for which `admitted` holds
     bool is_logged = false;
   };
 
@@ -99,18 +109,28 @@ class PushBudget final : public PushGate {
   void ForgetUnusedFilters() VEXORA_REQUIRES(lock_);
   Demand DemandOf(ConnectionId connection, Subscriber& subscriber) VEXORA_REQUIRES(lock_);
   std::size_t SizeOf(const TopicAndFilter& key) VEXORA_REQUIRES(lock_);
+  void Release(const TopicAndFilter& key) VEXORA_REQUIRES(lock_);
+
+  /// Octets that the engine builds for a message: none for one that it shares with the connection before.
+  std::size_t BuiltOctets(const Wanted& message) const VEXORA_REQUIRES(lock_);
+  void Enter(Subscriber& subscriber, const Wanted& message) VEXORA_REQUIRES(lock_);
+  void ServeThoseWhoWaited(std::vector<Demand>& demands) VEXORA_REQUIRES(lock_);
   void Plan(Demand& demand) VEXORA_REQUIRES(lock_);
   bool AdmitLate(Subscriber& subscriber, const TopicAndSid& subscription) VEXORA_REQUIRES(lock_);
+  bool IsOverdrawn() const VEXORA_REQUIRES(lock_);
   bool IsAdmitted(ConnectionId connection, const TopicAndSid& subscription) VEXORA_REQUIRES(lock_);
 
   const ServerLimits limits_;
   mutable utilities::lock::Mutex lock_;  // before the outboxes' locks
   std::map<ConnectionId, Subscriber> subscribers_ VEXORA_GUARDED_BY(lock_);
+  std::set<ConnectionId> host_receivers_ VEXORA_GUARDED_BY(lock_);
   std::map<TopicAndFilter, Filter> filters_ VEXORA_GUARDED_BY(lock_);
   std::map<std::string, Topic> topics_ VEXORA_GUARDED_BY(lock_);
   std::uint64_t pass_ VEXORA_GUARDED_BY(lock_) = 0;
   std::set<std::string> asked_ VEXORA_GUARDED_BY(lock_);  // topics, in this pass
-  std::size_t octets_ VEXORA_GUARDED_BY(lock_) = 0;       // admitted in this pass, what is shared counted once
+  std::size_t octets_ VEXORA_GUARDED_BY(lock_) = 0;       // of this pass, what is shared counted once
+  std::size_t excess_ VEXORA_GUARDED_BY(lock_) = 0;       // of these, what was sent beyond what was planned
+  std::pair<std::string, std::vector<std::string>> last_sent_ VEXORA_GUARDED_BY(lock_);  // topic and SIDs, in this pass
   std::size_t messages_ VEXORA_GUARDED_BY(lock_) = 0;
   std::map<TopicAndFilter, std::string> last_sids_ VEXORA_GUARDED_BY(lock_);  // of the connection admitted last
 };

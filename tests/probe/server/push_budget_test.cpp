@@ -222,8 +222,102 @@ TEST_F(PushBudgetTest, ServesTheHostsOwnSubscriptionsAlways) {
   budget = std::make_unique<PushBudget>(limits);
   Connect(1);
   Subscribe(1, "a", "{}", 10);
-  filed["latest"][7] = "{}";  // it was never entered
+  filed["latest"][7] = "{}";  // it was never filed
+  budget->AddHostReceiver(ConnectionId{7});
   for (int pass = 0; pass < 3; ++pass) EXPECT_EQ(Pass().size(), 2U);
+}
+
+TEST_F(PushBudgetTest, CountsEachFilterAlsoWhenASubscriberHasLongSids) {
+  limits.pass_bytes = 4 * kMebibyte;
+  budget = std::make_unique<PushBudget>(limits);
+  Connect(1);
+  // The engine writes a slash as two octets: 64 of the longest SIDs take more than 32 KiB.
+  std::string sids;
+  std::string written;
+  for (int number = 0; number < 64; ++number) {
+    const std::string tail = std::to_string(100 + number);
+    budget->File(ConnectionId{1}, "T", {{std::string(253, '/') + tail, R"({"interval":"1m"})"}});
+    for (int slash = 0; slash < 253; ++slash) written += "\\/";
+    sids += (sids.empty() ? "\"" : ", \"") + written + tail + "\"";
+    written.clear();
+  }
+  budget->OnSent(ConnectionId{1}, R"({ "name": "T", "data": { "1m": { "ballast": ")" + std::string(kMebibyte, 'x') +
+                                      R"(", "sid": [ )" + sids + R"( ] } } })");
+  Connect(2);
+  for (int number = 0; number < 20; ++number)
+    Subscribe(2, "s" + std::to_string(number), R"({"x":)" + std::to_string(number) + "}", kMebibyte);
+  for (int pass = 0; pass < 3; ++pass) {
+    Pass();
+    EXPECT_LE(messages, 4U) << "each of its filters is a message of its own";
+  }
+}
+
+TEST_F(PushBudgetTest, ServesOneLargeMessageBesideModestConnectionsThatFillThePass) {
+  Connect(1);
+  for (int number = 0; number < 3; ++number)
+    Subscribe(1, "large" + std::to_string(number), "large" + std::to_string(number), 5 * kMebibyte / 2);
+  for (unsigned id = 2; id <= 32; ++id) {
+    Connect(id);
+    Subscribe(id, "s" + std::to_string(id), std::to_string(id), 2'090'000);
+  }
+  for (int pass = 0; pass < 8; ++pass) Pass();  // from which the sizes are known
+  std::map<unsigned, int> served;
+  for (int pass = 0; pass < 20; ++pass) {
+    for (const auto& [id, octets] : Pass()) ++served[id];
+    EXPECT_LE(built, limits.pass_bytes);
+  }
+  EXPECT_GE(served[1], 10) << "in every second pass at least";
+  for (unsigned id = 2; id <= 32; ++id) EXPECT_GE(served[id], 10) << id;
+}
+
+TEST_F(PushBudgetTest, ServesOneMessageLargerThanThePassBesideOthers) {
+  Connect(1);
+  Subscribe(1, "all", "everything", limits.pass_bytes + kMebibyte);
+  for (unsigned id = 2; id <= 11; ++id) {
+    Connect(id);
+    Subscribe(id, "s" + std::to_string(id), std::to_string(id), 100'000);
+  }
+  for (int pass = 0; pass < 20; ++pass) Pass();
+  std::map<unsigned, int> served;
+  for (int pass = 0; pass < 20; ++pass) {
+    for (const auto& [id, octets] : Pass()) ++served[id];
+  }
+  EXPECT_GE(served[1], 8) << "in every second pass or so";
+  for (unsigned id = 2; id <= 11; ++id) EXPECT_EQ(served[id], 20) << "who asks for little is not kept waiting: " << id;
+}
+
+TEST_F(PushBudgetTest, CountsWhatWasReallySentAgainstLaterTopicsOfThePass) {
+  limits.pass_bytes = 4 * kMebibyte;
+  budget = std::make_unique<PushBudget>(limits);
+  Connect(1);
+  Connect(2);
+  budget->File(ConnectionId{1}, "T", {{"a", "{}"}});
+  for (const char* const filter : {"1", "2"}) budget->File(ConnectionId{2}, "U", {{filter, filter}});
+  const auto is_admitted = [this](unsigned id, const std::string& topic, const std::string& sid) {
+    subscribes::SubscriptionList list;
+    list[sid][probe::ToHandle(ConnectionId{id})] = nullptr;
+    budget->Admit(topic, list);
+    return !list.empty();
+  };
+  EXPECT_TRUE(is_admitted(1, "T", "a"));
+  budget->OnSent(ConnectionId{1}, BudgetEnvelope("a", 5 * kMebibyte));
+  EXPECT_FALSE(is_admitted(2, "U", "1")) << "that was all of this pass";
+}
+
+TEST_F(PushBudgetTest, HandsNothingOutForWhoHasLeft) {
+  Connect(1);
+  Subscribe(1, "a", "{}", 10);
+  EXPECT_EQ(Pass().size(), 1U);
+  budget->Forget(ConnectionId{1});
+  EXPECT_TRUE(Pass().empty());
+}
+
+TEST_F(PushBudgetTest, RemembersFewFiltersThatNobodyUsesAlsoBetweenPasses) {
+  Connect(1);
+  for (int number = 0; number < 20'000; ++number)
+    budget->File(ConnectionId{1}, "T", {{"s" + std::to_string(number % 64), std::to_string(number)}});
+  EXPECT_LE(budget->known_filters(), 1024U + limits.distinct_filters);
+  EXPECT_GE(budget->known_filters(), 64U);
 }
 
 TEST(SidsAtEnds, AreFoundAtEitherEndOfALargeEnvelope) {
