@@ -38,7 +38,8 @@ constexpr std::size_t kMaxAnnounced = 20;
 /// How long a stop waits for a disk that hangs.
 constexpr std::chrono::seconds kJournalPatience{5};
 
-/// An ordinary pass writes a few lines, a network report one for each rogue access point that each of ours sees.
+/// For lines that a client's request leads to: a network report writes one for each rogue access point that each of
+/// ours sees.
 constexpr log::PluginBudget kPluginLines{.burst = 10'000, .per_second = 10};
 
 /// A text that the plug-in made with the host's `Strdup`, taken over.

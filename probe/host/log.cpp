@@ -91,6 +91,9 @@ std::string Formatted(const char* format, va_list arguments) {
   return text;
 }
 
+// Requests of clients that this thread is answering.
+thread_local unsigned request_scopes = 0;
+
 /// What is left of the plug-in's budget.
 struct PluginLines {
   using Clock = std::chrono::steady_clock;
@@ -112,28 +115,34 @@ PluginLines& ThePluginLines() {
 // Looked at before the lock: without a budget no line costs more than before.
 std::atomic<bool> is_plugin_limited{false};
 
-/// Whether the plug-in may write a line now. How many were dropped is told here.
+void TellDropped(std::size_t dropped) {
+  if (dropped > 0) Info("[Log] %zu lines of the plug-in were left out: they came too fast", dropped);
+}
+
+/// Whether the plug-in may write a line now. How many were dropped is told here, also by a line that needs no budget.
 bool TakePluginLine() {
   if (!is_plugin_limited.load(std::memory_order_relaxed)) return true;
   PluginLines& lines = ThePluginLines();
   std::size_t dropped = 0;
-  bool is_within = false;
+  bool is_within = true;
   {
     const utilities::lock::lock_guard held(lines.lock);
     if (!lines.budget) return true;
     const auto now = PluginLines::Clock::now();
-    const double passed = std::chrono::duration<double>(now - lines.filled_at).count();
-    lines.left = std::min(lines.budget->burst, lines.left + passed * lines.budget->per_second);
-    lines.filled_at = now;
-    is_within = lines.left >= 1;
-    lines.left -= is_within ? 1 : 0;
-    lines.dropped += is_within ? 0 : 1;
+    if (request_scopes > 0) {
+      const double passed = std::chrono::duration<double>(now - lines.filled_at).count();
+      lines.left = std::min(lines.budget->burst, lines.left + passed * lines.budget->per_second);
+      lines.filled_at = now;
+      is_within = lines.left >= 1;
+      lines.left -= is_within ? 1 : 0;
+      lines.dropped += is_within ? 0 : 1;
+    }
     if (lines.dropped > 0 && (!lines.told_at || now - *lines.told_at >= PluginLines::kInterval)) {
       dropped = std::exchange(lines.dropped, 0);
       lines.told_at = now;
     }
   }
-  if (dropped > 0) Info("[Log] %zu lines of the plug-in were left out: they came too fast", dropped);
+  TellDropped(dropped);
   return is_within;
 }
 
@@ -171,13 +180,25 @@ void MutePlugin(bool is_muted) {
 
 void LimitPlugin(std::optional<PluginBudget> budget) {
   PluginLines& lines = ThePluginLines();
-  const utilities::lock::lock_guard held(lines.lock);
-  lines.budget = budget;
-  lines.left = budget ? budget->burst : 0;
-  lines.dropped = 0;
-  lines.filled_at = PluginLines::Clock::now();
-  lines.told_at.reset();
-  is_plugin_limited.store(budget.has_value());
+  std::size_t dropped = 0;
+  {
+    const utilities::lock::lock_guard held(lines.lock);
+    lines.budget = budget;
+    lines.left = budget ? budget->burst : 0;
+    dropped = std::exchange(lines.dropped, 0);
+    lines.filled_at = PluginLines::Clock::now();
+    lines.told_at.reset();
+    is_plugin_limited.store(budget.has_value());
+  }
+  TellDropped(dropped);
+}
+
+RequestScope::RequestScope() {
+  ++request_scopes;
+}
+
+RequestScope::~RequestScope() {
+  --request_scopes;
 }
 
 void SetWriter(Writer writer) {

@@ -23,16 +23,26 @@ void SetLevel(Level level);
 /// Drops all lines of the plug-in while it is true. Threads: any.
 void MutePlugin(bool is_muted);
 
-/// The lines of the plug-in that are written: so many at once, and so many a second in the long run.
+/// The lines of the plug-in that are written for clients: so many at once, and so many a second in the long run.
 struct PluginBudget {
   double burst = 0;
   double per_second = 0;
 };
 
-/// Drops the plug-in's lines of information and errors beyond a budget from now on, and says once a minute how many; a
-/// client's question can make it write thousands. Debug lines, which somebody has asked for, are not counted. Nothing:
-/// all lines are written, as in the beginning. Threads: any.
+/// Drops the plug-in's lines of information and errors within a `RequestScope` beyond a budget from now on, and says
+/// how many: once a minute, and when the budget is changed. A client's question can make it write thousands; what it
+/// writes of its own accord is not counted, so that no client keeps that out of the log. Neither are debug lines, which
+/// somebody has asked for. Nothing: all lines are written, as in the beginning. Threads: any.
 void LimitPlugin(std::optional<PluginBudget> budget);
+
+/// What this thread does as long as one is there, it does to answer a client's request. Scopes may lie within others.
+class RequestScope {
+ public:
+  RequestScope();
+  ~RequestScope();
+  RequestScope(const RequestScope&) = delete;
+  RequestScope& operator=(const RequestScope&) = delete;
+};
 
 /// Sends lines to `writer` from now on, in place of standard error; an empty function brings standard error back.
 /// Threads: any.

@@ -33,6 +33,7 @@ bool HttpRequests::Begin(HttpRequest request, Answered answered) {
 }
 
 HttpAnswer HttpRequests::Answer(const HttpRequest& request) const try {
+  const log::RequestScope scope;
   return service_.answer(request);
 } catch (const std::exception& failure) {
   log::Error("[WebServer] a request could not be answered: %s", failure.what());

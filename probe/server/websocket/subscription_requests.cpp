@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "platform/subscriptions.h"
+#include "probe/host/log.h"
 
 namespace probe {
 namespace {
@@ -26,6 +27,7 @@ SubscriptionRequests::SubscriptionRequests(const ServerLimits& limits, Subscript
     : max_depth_(limits.message_depth), service_(service), budget_(budget), subscription_limits_(limits) {}
 
 void SubscriptionRequests::Handle(ConnectionId connection, std::string_view text, const Reply& reply) {
+  const log::RequestScope scope;  // the plug-in may write a line for each filter that it does not understand
   const ClientMessage message = ReadClientMessage(text, max_depth_);
   if (const auto* subscribe = std::get_if<SubscribeRequest>(&message)) return Subscribe(connection, *subscribe, reply);
   if (const auto* unsubscribe = std::get_if<UnsubscribeRequest>(&message))

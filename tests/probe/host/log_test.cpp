@@ -58,19 +58,38 @@ TEST(Log, HoldsLinesOfAnyLength) {
 TEST(Log, LeavesOutLinesOfThePluginBeyondItsBudgetAndCountsThem) {
   const LogCapture log;
   probe::log::LimitPlugin(probe::log::PluginBudget{.burst = 100, .per_second = 0});
-  for (int line = 0; line < 1'000; ++line) pel_log_error(2, "rogue %d", line);
-  pel_log_info(2, "information");
+  {
+    const probe::log::RequestScope scope;
+    for (int line = 0; line < 1'000; ++line) pel_log_error(2, "rogue %d", line);
+    pel_log_info(2, "information");
+  }
   probe::log::Error("of the probe itself");
   probe::log::LimitPlugin(std::nullopt);
   EXPECT_EQ(log.Texts(Level::kError, "rogue").size(), 100U);
   EXPECT_THAT(log.Texts(Level::kInfo, "information"), IsEmpty());
-  EXPECT_THAT(log.Texts(Level::kInfo), ElementsAre("[Log] 1 lines of the plug-in were left out: they came too fast"))
-      << "at once, and then once a minute";
+  EXPECT_THAT(log.Texts(Level::kInfo), ElementsAre("[Log] 1 lines of the plug-in were left out: they came too fast",
+                                                   "[Log] 900 lines of the plug-in were left out: they came too fast"))
+      << "at once, then once a minute, and the rest at the end";
   EXPECT_THAT(log.Texts(Level::kError, "itself"), ElementsAre("of the probe itself"));
+}
+
+TEST(Log, LeavesNoLineOfTheEngineOut) {
+  const LogCapture log;
+  probe::log::LimitPlugin(probe::log::PluginBudget{.burst = 10, .per_second = 0});
+  {
+    const probe::log::RequestScope scope;
+    for (int line = 0; line < 100; ++line) pel_log_error(2, "asked for");
+  }
+  for (int line = 0; line < 1'000; ++line) pel_log_error(2, "rogue %d", line);
+  std::thread([] { pel_log_error(2, "rogue of another thread"); }).join();
+  probe::log::LimitPlugin(std::nullopt);
+  EXPECT_EQ(log.Texts(Level::kError, "rogue").size(), 1'001U) << "whatever clients have used up";
+  EXPECT_EQ(log.Texts(Level::kError, "asked for").size(), 10U);
 }
 
 TEST(Log, CountsNoDebugLinesAndGivesThePluginMoreWithTime) {
   const LogCapture log;
+  const probe::log::RequestScope scope;
   probe::log::LimitPlugin(probe::log::PluginBudget{.burst = 1, .per_second = 1'000});
   for (int line = 0; line < 100; ++line) pel_log_debug(2, "d");
   EXPECT_EQ(log.Texts(Level::kDebug).size(), 100U);
