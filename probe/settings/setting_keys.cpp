@@ -112,7 +112,8 @@ std::vector<SettingKey> ServerKeys() {
           "Host names, besides the addresses and localhost, under which clients may call the probe."),
       Texts(
           table, "allowed_origins", [](auto& settings) -> auto& { return settings.server.allowed_origins; },
-          "Origins, besides the probe's own, whose web pages may connect: \"https://noc.example.org\"."),
+          "Origins, besides the probe's own, whose web pages may connect: \"https://noc.example.org\". With a token "
+          "they cannot open the websocket."),
       Text(
           table, "dashboard", [](auto& settings) -> auto& { return settings.server.dashboard; },
           "Folder with the pages of the dashboard. Empty: the one that came with the probe."),
@@ -146,17 +147,18 @@ std::vector<SettingKey> LimitKeys() {
       LimitKey("pass_bytes", &ServerLimits::pass_bytes, 64 * 1024, 16 * 1024 * kMebibyte,
                "Octets of these messages; what clients share counts once."),
       LimitKey("pass_bytes_per_connection", &ServerLimits::pass_bytes_per_connection, 64 * 1024, 16 * 1024 * kMebibyte,
-               "Octets of those for one client; one message always goes, however large."),
+               "Octets of those for one client; one message always goes, however large. No more than pass_bytes."),
       LimitKey(
           "bytes_per_second", &ServerLimits::bytes_per_second, 1024, 1024 * kMebibyte,
           "Octets of messages from one client, in the long run; a burst may be as large, and its last message larger."),
       LimitKey("queue_messages", &ServerLimits::queue_messages, 1, 10'000, "Unsent messages kept for one client."),
-      LimitKey("queue_bytes", &ServerLimits::queue_bytes, 64 * 1024, 1024 * kMebibyte,
-               "Octets of unsent messages kept for one client; one message always fits."),
+      LimitKey(
+          "queue_bytes", &ServerLimits::queue_bytes, 64 * 1024, 1024 * kMebibyte,
+          "Octets of unsent messages kept for one client; one message always fits. No more than all_queues_bytes."),
       LimitKey("all_queues_bytes", &ServerLimits::all_queues_bytes, kMebibyte, 64 * 1024 * kMebibyte,
                "Octets of unsent messages kept for all clients; the fullest queue loses first."),
       LimitKey("stuck_after_seconds", &ServerLimits::stuck_after, 1, kHour,
-               "A client that takes nothing for so long is disconnected."),
+               "A client that takes nothing for so long is disconnected. No more than queue_seconds."),
       LimitKey("queue_seconds", &ServerLimits::queue_for, 1, kHour,
                "A client for which something has been waiting for so long without a break is disconnected."),
       LimitKey("ping_after_seconds", &ServerLimits::ping_after, 1, kHour,

@@ -133,6 +133,21 @@ void CheckSilences(const Settings& settings, const KeyLines& lines, SettingsErro
              "must be more than " + ping + ", which is " + std::to_string(limits.ping_after.count()));
 }
 
+/// Limits that would never come into force, since another is reached first.
+void CheckContradictions(const Settings& settings, const KeyLines& lines, SettingsErrors& errors) {
+  const ServerLimits& limits = settings.server.limits;
+  const auto check = [&](const char* lesser, auto value, const char* greater, auto bound) {
+    const std::string key = std::string("limits.") + lesser;
+    const std::string other = std::string("limits.") + greater;
+    if (value > bound)
+      errors.Add(LineOf(lines, key, other), key,
+                 "must be no more than " + other + ", which is " + std::to_string(bound));
+  };
+  check("queue_bytes", limits.queue_bytes, "all_queues_bytes", limits.all_queues_bytes);
+  check("pass_bytes_per_connection", limits.pass_bytes_per_connection, "pass_bytes", limits.pass_bytes);
+  check("stuck_after_seconds", limits.stuck_after.count(), "queue_seconds", limits.queue_for.count());
+}
+
 /// Takes the token from its file, if one is named.
 void ReadToken(Settings& settings, const KeyLines& lines, SettingsErrors& errors) {
   if (settings.token_file.empty()) return;
@@ -224,6 +239,7 @@ Settings ParseSettings(std::string_view text, const std::string& file) {
   SettingsReader(settings, lines, errors).Table(document, "");
   CheckTls(settings, lines, errors);
   CheckSilences(settings, lines, errors);
+  CheckContradictions(settings, lines, errors);
   ReadToken(settings, lines, errors);
   CheckSecrets(settings, file, lines, errors);
   errors.Raise();

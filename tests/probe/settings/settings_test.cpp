@@ -176,6 +176,13 @@ INSTANTIATE_TEST_SUITE_P(
                 "probe.toml:2: server.tls_certificate: must be given together with server.tls_key"},
         BadFile{"HangUpBeforePing", "[limits]\nping_after_seconds = 60\n",
                 "probe.toml:2: limits.hang_up_after_seconds: must be more than limits.ping_after_seconds, which is 60"},
+        BadFile{"QueueOfOneLargerThanOfAll", "[limits]\nqueue_bytes = 134217728\n",
+                "probe.toml:2: limits.queue_bytes: must be no more than limits.all_queues_bytes, which is 67108864"},
+        BadFile{"PassOfOneLargerThanOfAll", "[limits]\npass_bytes = 8388608\n",
+                "probe.toml:2: limits.pass_bytes_per_connection: must be no more than limits.pass_bytes, which is "
+                "8388608"},
+        BadFile{"StuckForLongerThanQueued", "[limits]\nstuck_after_seconds = 61\n",
+                "probe.toml:2: limits.stuck_after_seconds: must be no more than limits.queue_seconds, which is 60"},
         BadFile{"TokenTwice", "[server]\ntoken = \"a\"\ntoken_file = \"/b\"\n",
                 "probe.toml:3: server.token_file: must not be given together with server.token"},
         BadFile{"NoTokenFile", "[server]\ntoken_file = \"/no/such/file\"\n",
