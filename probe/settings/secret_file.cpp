@@ -1,14 +1,67 @@
 #include "probe/settings/secret_file.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstddef>
+
+#include "probe/text/secret.h"
 
 namespace probe {
+namespace {
+
+// More than anybody types, and more than a line needs.
+constexpr std::size_t kMaxBytes = 4096;
+
+std::string WhyShared(const struct stat& status, const std::string& path, bool may_group_read) {
+  if (!S_ISREG(status.st_mode)) return {};
+  const mode_t readers = S_IROTH | (may_group_read ? 0 : S_IRGRP);
+  const bool is_read = (status.st_mode & readers) != 0;
+  if (!is_read && (status.st_mode & (S_IWGRP | S_IWOTH)) == 0) return {};
+  return "\"" + path + "\" holds a secret and can be " + (is_read ? "read" : "written") + " by others: chmod 600 " +
+         path;
+}
+
+/// Reads until the line ends, the file does, or there is more than a secret has.
+std::string ReadFirstLine(int file) {
+  // Without a stream, whose buffer would keep a copy.
+  std::string text(kMaxBytes + 1, '\0');
+  std::size_t size = 0;
+  while (size < text.size() && text.find('\n') >= size) {
+    const ssize_t count = read(file, text.data() + size, text.size() - size);
+    if (count < 0 && errno == EINTR) continue;
+    if (count <= 0) break;
+    size += static_cast<std::size_t>(count);
+  }
+  text.resize(size);
+  if (const std::size_t end = text.find('\n'); end != std::string::npos) text.resize(end);
+  return text;
+}
+
+}  // namespace
 
 std::string WhyNotPrivate(const std::string& path) {
   struct stat status {};
-  if (stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) return {};
-  if ((status.st_mode & (S_IRGRP | S_IROTH)) == 0) return {};
-  return "\"" + path + "\" holds a secret and can be read by others: chmod 600 " + path;
+  return stat(path.c_str(), &status) == 0 ? WhyShared(status, path, false) : std::string();
+}
+
+SecretLine ReadSecretLine(const std::string& path, bool may_group_read) {
+  SecretLine line;
+  const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (file < 0) return line;
+  struct stat status {};
+  if (fstat(file, &status) == 0) line.error = WhyShared(status, path, may_group_read);
+  if (line.error.empty()) line.text = ReadFirstLine(file);
+  close(file);
+  if (line.text.size() > kMaxBytes) {
+    Wipe(line.text);
+    line.text.clear();
+    line.error = "the line of \"" + path + "\" has more than " + std::to_string(kMaxBytes) + " octets";
+  }
+  if (line.text.ends_with('\r')) line.text.pop_back();  // the line of an editor that ends its lines so
+  return line;
 }
 
 }  // namespace probe

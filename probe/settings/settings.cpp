@@ -1,8 +1,5 @@
 #include "probe/settings/settings.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
@@ -28,9 +25,6 @@
 
 namespace probe {
 namespace {
-
-// More than anybody types, and more than a line needs.
-constexpr std::size_t kMaxTokenBytes = 4096;
 
 /// Path of a key that the file holds -> its line.
 using KeyLines = std::map<std::string, std::size_t>;
@@ -156,19 +150,12 @@ void ReadToken(Settings& settings, const KeyLines& lines, SettingsErrors& errors
     errors.Add(lines.at(key), key, "must not be given together with server.token");
     return;
   }
-  if (const std::string why = WhyNotPrivate(settings.token_file); !why.empty()) {
-    errors.Add(lines.at(key), key, why);
+  SecretLine line = ReadSecretLine(settings.token_file);
+  if (!line.error.empty()) {
+    errors.Add(lines.at(key), key, line.error);
     return;
   }
-  // Without a stream, whose buffer would keep a copy.
-  std::string token(kMaxTokenBytes, '\0');
-  const int file = open(settings.token_file.c_str(), O_RDONLY | O_CLOEXEC);
-  const ssize_t count = file < 0 ? 0 : read(file, token.data(), token.size());
-  if (file >= 0) close(file);
-  const std::size_t read_octets = count < 0 ? 0 : static_cast<std::size_t>(count);
-  token.resize(std::min(token.find('\n'), read_octets));
-  if (token.ends_with('\r')) token.pop_back();  // the line of an editor that ends its lines so
-  settings.server.token = std::move(token);
+  settings.server.token = std::move(line.text);
   if (settings.server.token.empty()) {
     errors.Add(lines.at(key), key, "no token can be read from \"" + settings.token_file + "\"");
   }

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
-#include <fstream>
 #include <functional>
 #include <map>
 #include <optional>
@@ -11,6 +10,7 @@
 
 #include "platform/utilities/text.h"
 #include "probe/server/net/ip_address.h"
+#include "probe/settings/secret_file.h"
 #include "probe/settings/setting_keys.h"
 #include "probe/settings/settings.h"
 #include "probe/settings/toml_values.h"
@@ -241,14 +241,16 @@ class DeviceReader {
     if (!secret.empty()) return Error(file_key, "must not be given together with " + key);
     static const std::string variable = "${CREDENTIALS_DIRECTORY}";
     std::string path = named;
-    if (const std::size_t at = path.find(variable); at != std::string::npos) {
+    const std::size_t at = path.find(variable);
+    const bool is_credential = at != std::string::npos;
+    if (is_credential) {
       const char* const folder = std::getenv("CREDENTIALS_DIRECTORY");  // NOLINT(concurrency-mt-unsafe): nobody sets it
       if (folder == nullptr) return Error(file_key, "the service manager gave no CREDENTIALS_DIRECTORY");
       path.replace(at, variable.size(), folder);
     }
-    std::ifstream file(path);
-    std::getline(file, secret);
-    if (secret.ends_with('\r')) secret.pop_back();  // the line of an editor that ends its lines so
+    SecretLine line = ReadSecretLine(path, is_credential);
+    if (!line.error.empty()) return Error(file_key, line.error);
+    secret = std::move(line.text);
     if (secret.empty()) Error(file_key, "nothing can be read from \"" + path + "\"");
   }
 

@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <sstream>
 #include <string>
 
@@ -37,11 +38,10 @@ TEST(DeviceFor, AsksWithTheCommunityPublicByDefault) {
 
 TEST(DeviceFor, TakesKeysAsTheConfigurationFileHasThem) {
   const test::TestFolder folder;
-  const snmp::DeviceSettings device = DeviceFor({.address = "switch",
-                                                 .keys = {{"version", "3"},
-                                                          {"user", "ann"},
-                                                          {"auth", "sha256"},
-                                                          {"auth_key_file", folder.Write("auth", "a passphrase\n")}}});
+  const std::string key = folder.Write("auth", "a passphrase\n");
+  std::filesystem::permissions(key, std::filesystem::perms(0600));
+  const snmp::DeviceSettings device = DeviceFor(
+      {.address = "switch", .keys = {{"version", "3"}, {"user", "ann"}, {"auth", "sha256"}, {"auth_key_file", key}}});
 
   EXPECT_EQ(device.version, snmp::Version::k3);
   EXPECT_EQ(device.user, "ann");

@@ -315,6 +315,27 @@ TEST_F(SettingsFile, RefusesSecretsThatOthersCanRead) {
   EXPECT_EQ(ReadSettings(file).server.token, "open sesame");
 }
 
+TEST_F(SettingsFile, RefusesSecretsThatOthersCanWrite) {
+  const std::string token = Write("token", "open sesame\n");
+  for (const auto mode : {0620, 0602}) {
+    std::filesystem::permissions(token, std::filesystem::perms(mode));
+    EXPECT_EQ(Complaint("[server]\ntoken_file = \"" + token + "\"\n"),
+              "probe.toml:2: server.token_file: \"" + token +
+                  "\" holds a secret and can be written by others: chmod 600 " + token)
+        << mode;
+  }
+}
+
+TEST_F(SettingsFile, RefusesATokenFileThatIsNone) {
+  const std::string token = Write("token", std::string(4097, 'x') + "\n");
+  std::filesystem::permissions(token, std::filesystem::perms(0600));
+  const std::string text = "[server]\ntoken_file = \"" + token + "\"\n";
+  EXPECT_EQ(Complaint(text),
+            "probe.toml:2: server.token_file: the line of \"" + token + "\" has more than 4096 octets");
+  Write("token", std::string(4096, 'x') + "\nmore\n");
+  EXPECT_EQ(Complaint(text), "");
+}
+
 TEST_F(SettingsFile, RefusesATokenThatCanBeGuessedWhereOthersCanTryIt) {
   EXPECT_EQ(Complaint("[server]\ntoken = \"fifteen octets!\"\n"), "") << "this machine only";
   EXPECT_EQ(Complaint("[server]\nlisten = [\"0.0.0.0\"]\ntoken = \"fifteen octets!\"\n"),

@@ -234,6 +234,8 @@ class SnmpSecretFile : public ::testing::Test {
     std::ofstream(folder_ / "community") << "open sesame\r\n";
     std::ofstream(folder_ / "key") << "close sesame\nand more\n";
     std::ofstream(folder_ / "empty") << "\n";
+    for (const char* const name : {"community", "key", "empty"})
+      std::filesystem::permissions(folder_ / name, std::filesystem::perms(0600));
   }
   void TearDown() override {
     unsetenv("CREDENTIALS_DIRECTORY");
@@ -260,6 +262,21 @@ TEST_F(SnmpSecretFile, MayLieAmongTheCredentialsOfTheServiceManager) {
             "probe.toml:3: sources.snmp.devices.community_file: the service manager gave no CREDENTIALS_DIRECTORY");
   setenv("CREDENTIALS_DIRECTORY", folder_.c_str(), 1);
   EXPECT_EQ(Device(keys).community, "open sesame");
+}
+
+TEST_F(SnmpSecretFile, IsRefusedWhenOthersCanReadOrWriteIt) {
+  const std::string file = (folder_ / "community").string();
+  for (const auto mode : {0640, 0604, 0620, 0602}) {
+    std::filesystem::permissions(file, std::filesystem::perms(mode));
+    EXPECT_EQ(DeviceComplaint(kHeader + "address = \"a\"\ncommunity_file = \"" + file + "\"\n"),
+              "probe.toml:3: sources.snmp.devices.community_file: \"" + file + "\" holds a secret and can be " +
+                  ((mode & 0044) != 0 ? "read" : "written") + " by others: chmod 600 " + file);
+  }
+  // The service manager shows what it lets the service read as the group's.
+  setenv("CREDENTIALS_DIRECTORY", folder_.c_str(), 1);
+  std::filesystem::permissions(file, std::filesystem::perms(0440));
+  EXPECT_EQ(Device("address = \"a\"\ncommunity_file = \"${CREDENTIALS_DIRECTORY}/community\"\n").community,
+            "open sesame");
 }
 
 TEST_F(SnmpSecretFile, IsRefusedWhenItHoldsNothing) {
