@@ -15,6 +15,7 @@
 #include "probe/clock/clock.h"
 #include "probe/clock/virtual_clock.h"
 #include "probe/host/device_centre.h"
+#include "probe/host/device_snapshot.h"
 #include "probe/host/log.h"
 #include "probe/host/subscription_service.h"
 #include "probe/journal/journal_folder.h"
@@ -130,7 +131,7 @@ void BM_WarmStart(benchmark::State& state) {
                             probe::DeviceCentre::Instance());
     warm.InReplayedTime([] { RegisterMonitors(); });
     std::binary_semaphore is_ready{0};
-    warm.Begin({}, [&] { is_ready.release(); });
+    warm.Begin({}, [&](const probe::LastSnapshots&) { is_ready.release(); });
     is_ready.acquire();
     state.counters["processor_s"] = ProcessorSeconds() - begun;
     state.PauseTiming();

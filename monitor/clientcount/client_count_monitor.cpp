@@ -76,12 +76,12 @@ void ClientCountMonitor::CollectData() {
 
 void ClientCountMonitor::ConvertDriverStruct(const std::string& mac,
                                              const std::vector<clientcount::InterfaceClients>& interfaces) {
-  Count(mac, interfaces);
+  Count(mac, std::vector(interfaces));
   const lock_guard_write held(counts_lock);
   Publish();
 }
 
-void ClientCountMonitor::Count(const std::string& mac, std::vector<clientcount::InterfaceClients> interfaces) {
+void ClientCountMonitor::Count(const std::string& mac, std::vector<clientcount::InterfaceClients>&& interfaces) {
   for (auto& [interface, ssid, clients] : interfaces) {
     pel_log_debug(log_module::kMonitor, "[ClientCountMonitor::ConvertDriverStruct] Interface name:%s",
                   interface.c_str());

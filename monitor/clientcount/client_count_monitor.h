@@ -76,7 +76,7 @@ class ClientCountMonitor final : public Monitor {
   };
 
   /// Counts the clients of one device aside.
-  void Count(const std::string& mac, std::vector<monitoring::clientcount::InterfaceClients> interfaces);
+  void Count(const std::string& mac, std::vector<monitoring::clientcount::InterfaceClients>&& interfaces);
   /// Makes what was counted aside the present counts.
   ///
   /// Fails: with `std::bad_alloc`, and then the counts are as they were.

@@ -10,7 +10,7 @@
 #include <cstdarg>
 #include <cstddef>
 #include <cstdio>
-#include <exception>
+#include <new>
 #include <utility>
 
 #include "platform/logging.h"
@@ -155,7 +155,7 @@ void Write(Level level, int module, const char* format, va_list arguments) {
     Output& output = TheOutput();
     const utilities::lock::lock_guard held(output.lock);
     output.writer(level, module, line);
-  } catch (const std::exception&) {  // NOLINT(bugprone-empty-catch): there is no memory to tell of it
+  } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): there is no memory to tell of it
   }
 }
 

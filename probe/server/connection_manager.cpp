@@ -120,7 +120,7 @@ std::optional<HttpError> ConnectionManager::CheckToken(const std::string& addres
       return HttpError{429, "Refused: too many wrong tokens came from this address.",
                        static_cast<unsigned>(left->count())};
   }
-  const auto error = is_upgrade ? rules_.CheckUpgrade(head) : rules_.CheckPlainRequest(head, access);
+  auto error = is_upgrade ? rules_.CheckUpgrade(head) : rules_.CheckPlainRequest(head, access);
   if (error && error->status == 401 && rules_.BringsToken(head)) guard_.NoteWrong(group, now);
   return error;
 }

@@ -17,6 +17,7 @@
 #include "probe/sources/simulated/simulated_source.h"
 #include "probe/sources/snmp/name_lookups.h"
 #include "probe/sources/snmp/poll_schedule.h"
+#include "probe/sources/this_machine/machine_reading.h"
 #include "probe/sources/this_machine/this_machine.h"
 #include "tests/support/shortage/heap_shortage.h"
 
