@@ -232,9 +232,9 @@ void ProbeApp::StartPlugin() {
   const std::string path = settings_.plugin_path.empty() ? DefaultPluginPath() : settings_.plugin_path;
   plugin_ = std::make_unique<LoadedPlugin>(path);
   if (warm_start_) {
-    warm_start_->InReplayedTime([this] { plugin_->RegisterMonitors(); });
+    warm_start_->InReplayedTime([this] { plugin_->StartMonitors(); });
   } else {
-    plugin_->RegisterMonitors();
+    plugin_->StartMonitors();
   }
   log::Info("plug-in %s", path.c_str());
 }

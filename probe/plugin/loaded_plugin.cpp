@@ -39,6 +39,10 @@ LoadedPlugin::~LoadedPlugin() {
   dlclose(library_);
 }
 
+void LoadedPlugin::StartMonitors() const {
+  if (RegisterMonitors() != 1) throw std::runtime_error("the plug-in has not started: it ran out of memory");
+}
+
 void LoadedPlugin::FindEntryPoints(const std::string& path) {
   // The last name of each line is the mangled one (Itanium C++ ABI); the two plain ones are their own.
   Find(library_, path, "RegisterMonitors", "RegisterMonitors", RegisterMonitors);

@@ -21,6 +21,11 @@ class LoadedPlugin {
   LoadedPlugin(const LoadedPlugin&) = delete;
   LoadedPlugin& operator=(const LoadedPlugin&) = delete;
 
+  /// Calls `RegisterMonitors`.
+  ///
+  /// Fails: throws `std::runtime_error` when the plug-in answers that it has not started.
+  void StartMonitors() const;
+
   /// The entry points, each with the type and the name that it has in `entry_points.h`.
   decltype(&::RegisterMonitors) RegisterMonitors = nullptr;
   decltype(&::stop_monitor) stop_monitor = nullptr;

@@ -55,7 +55,7 @@ ReplayHost::ReplayHost(const std::string& plugin_path, const recording::Header& 
     : output_(output), clock_(StartInTimezone(header)), meter_(clock_), installation_(meter_), plugin_(plugin_path) {
   DeviceCentre::Instance().Clear();
   Send::Install(this);
-  plugin_.RegisterMonitors();
+  plugin_.StartMonitors();
   // From here on either the engine or this thread is at work, and never both.
   clock_.AwaitSleeper();
 }

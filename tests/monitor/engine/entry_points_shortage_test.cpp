@@ -59,24 +59,28 @@ class EngineShortage : public ::testing::Test {
     probe::SubscriptionService::Instance().Clear();
   }
 
+  void ExpectAStopWithoutMemory() {
+    for (const auto kind : {HeapShortage::Of::kNew, HeapShortage::Of::kMalloc}) {
+      MonitoringManager::GetInstance().set_stop_flag(false);
+      ASSERT_EQ(RegisterMonitors(), 1);
+      clock.AwaitSleeper();
+      {
+        const HeapShortage shortage(0, kind, HeapShortage::Lasts::kForEver);
+        stop_monitor();
+      }
+      EXPECT_FALSE(IsRunning(monitoring::kMergeTask));
+      EXPECT_EQ(MonitoringManager::GetInstance().GetMonitor(monitoring::kHealthMonitor), nullptr);
+      probe::SubscriptionService::Instance().Clear();
+    }
+  }
+
   probe::VirtualClock clock{1'795'219'200};
   probe::ClockInstallation installation{clock};
   test::Network network;
 };
 
 TEST_F(EngineShortage, AStopNeedsNoMemory) {
-  for (const auto kind : {HeapShortage::Of::kNew, HeapShortage::Of::kMalloc}) {
-    MonitoringManager::GetInstance().set_stop_flag(false);
-    ASSERT_EQ(RegisterMonitors(), 1);
-    clock.AwaitSleeper();
-    {
-      const HeapShortage shortage(0, kind, HeapShortage::Lasts::kForEver);
-      stop_monitor();
-    }
-    EXPECT_FALSE(IsRunning(monitoring::kMergeTask));
-    EXPECT_EQ(MonitoringManager::GetInstance().GetMonitor(monitoring::kHealthMonitor), nullptr);
-    probe::SubscriptionService::Instance().Clear();
-  }
+  ExpectAStopWithoutMemory();
 }
 
 /// Where log lines take memory: at the level at which each step writes one.
@@ -136,18 +140,7 @@ TEST_F(DebugLogShortage, ALineIsLostAndNothingElse) {
 }
 
 TEST_F(DebugLogShortage, AStopNeedsNoMemory) {
-  for (const auto kind : {HeapShortage::Of::kNew, HeapShortage::Of::kMalloc}) {
-    MonitoringManager::GetInstance().set_stop_flag(false);
-    ASSERT_EQ(RegisterMonitors(), 1);
-    clock.AwaitSleeper();
-    {
-      const HeapShortage shortage(0, kind, HeapShortage::Lasts::kForEver);
-      stop_monitor();
-    }
-    EXPECT_FALSE(IsRunning(monitoring::kMergeTask));
-    EXPECT_EQ(MonitoringManager::GetInstance().GetMonitor(monitoring::kHealthMonitor), nullptr);
-    probe::SubscriptionService::Instance().Clear();
-  }
+  ExpectAStopWithoutMemory();
 }
 
 TEST_F(DebugLogShortage, ACleanUpNeedsNoMemory) {

@@ -416,7 +416,9 @@ class CancelledHostThread : public PassCollision {
       const std::function<void()>& call;
     } argument{at, call};
     const auto run = [](void* pointer) -> void* {
-      const auto& [last, made] = *static_cast<Argument*>(pointer);
+      // No structured binding: clang 14 lets no inner lambda have one.
+      const int last = static_cast<Argument*>(pointer)->at;
+      const auto& made = static_cast<Argument*>(pointer)->call;
       int calls = 0;
       const test::HostCalls watched([&] {
         if (calls++ != last) return;

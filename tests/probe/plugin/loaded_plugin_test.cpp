@@ -59,6 +59,14 @@ TEST(LoadedPlugin, IsUnloadedWithItsObject) {
   EXPECT_FALSE(IsLoaded(VEXORA_PLUGIN_FILE));
 }
 
+TEST(LoadedPlugin, FailsWhenItsMonitorsHaveNotStarted) {
+  LoadedPlugin plugin(VEXORA_PLUGIN_FILE);
+  plugin.RegisterMonitors = [] { return 0; };
+  EXPECT_THROW(plugin.StartMonitors(), std::runtime_error);
+  plugin.RegisterMonitors = [] { return 1; };
+  EXPECT_NO_THROW(plugin.StartMonitors());
+}
+
 TEST(LoadedPlugin, SaysWhichFileIsMissing) {
   EXPECT_THAT(Complaint("/no/such/libmonitor.so"),
               AllOf(HasSubstr("the plug-in cannot be loaded: "), HasSubstr("/no/such/libmonitor.so")));

@@ -73,11 +73,12 @@ class NotedDevice final : public Device {
 
 }  // namespace
 
-// The linker leads the monitors' calls of X to __wrap_X, and the calls of __real_X here to the host's X.
+// The linker leads the monitors' calls of X to __wrap_X, and the calls of __real_X here to the host's X. C knows no
+// references: they are pointers for whoever calls (Itanium C++ ABI, 3.1.2).
 extern "C" {
 // NOLINTBEGIN(readability-identifier-naming,bugprone-reserved-identifier)
-DeviceManager& __real__ZN13DeviceManager11GetInstanceEv();
-DeviceManager& __wrap__ZN13DeviceManager11GetInstanceEv();
+DeviceManager* __real__ZN13DeviceManager11GetInstanceEv();
+DeviceManager* __wrap__ZN13DeviceManager11GetInstanceEv();
 void __wrap__Z13pel_log_debugiPKcz(int module, const char* format, ...);
 // NOLINTEND(readability-identifier-naming,bugprone-reserved-identifier)
 }
@@ -105,14 +106,14 @@ class NotedManager final : public DeviceManager {
   }
 
  private:
-  static DeviceManager& Host() { return __real__ZN13DeviceManager11GetInstanceEv(); }
+  static DeviceManager& Host() { return *__real__ZN13DeviceManager11GetInstanceEv(); }
 };
 
 }  // namespace
 
-DeviceManager& __wrap__ZN13DeviceManager11GetInstanceEv() {
+DeviceManager* __wrap__ZN13DeviceManager11GetInstanceEv() {
   static NotedManager manager;
-  return manager;
+  return &manager;
 }
 
 void __wrap__Z13pel_log_debugiPKcz(int /*module*/, const char* /*format*/, ...) {
