@@ -56,7 +56,7 @@ MonitoringManager::MonitoringManager()
       monitors_(std::make_shared<const Registry>()),
       no_monitors_(std::make_shared<const Registry>()) {}
 
-void MonitoringManager::RegisterMonitor(std::shared_ptr<Monitor> monitor) {
+void MonitoringManager::RegisterMonitor(const std::shared_ptr<Monitor>& monitor) {
   if (monitor == nullptr) return;
   const std::string name = monitor->GetMonitorName();
   const SharedRegistry before = Monitors();

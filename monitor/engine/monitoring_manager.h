@@ -24,7 +24,7 @@ class MonitoringManager {
   /// one is ignored without a log line.
   ///
   /// Fails: with `std::bad_alloc`, and then the monitor is not registered.
-  void RegisterMonitor(std::shared_ptr<Monitor> monitor) VEXORA_EXCLUDES(registry_lock_);
+  void RegisterMonitor(const std::shared_ptr<Monitor>& monitor) VEXORA_EXCLUDES(registry_lock_);
 
   /// The monitor of this name; an empty pointer when there is none.
   std::shared_ptr<Monitor> GetMonitor(const std::string& name) const VEXORA_EXCLUDES(registry_lock_);
