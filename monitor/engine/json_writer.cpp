@@ -99,9 +99,10 @@ void AppendSerialised(std::string& text, json_object* value) {
 /// The same of a copy: json-c keeps the text in the value.
 void AppendSerialisedCopy(std::string& text, json_object* value) {
   json_object* copied = nullptr;
-  if (json_object_deep_copy(value, &copied, nullptr) != 0) throw std::bad_alloc();
+  // json-c copies no value with a serialiser of the host's; such a one keeps its text.
+  const bool is_copied = json_object_deep_copy(value, &copied, nullptr) == 0;
   const JsonTree copy(copied);
-  AppendSerialised(text, copy.get());
+  AppendSerialised(text, is_copied ? copy.get() : value);
 }
 
 void AppendNumber(std::string& text, json_object* value) {

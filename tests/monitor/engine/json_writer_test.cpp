@@ -8,6 +8,7 @@
 #include <memory>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "monitor/engine/json_tree.h"
@@ -160,6 +161,15 @@ TEST(AppendTree, WritesNumbersThatAreNoneAndTextsInTheirPlaces) {
   monitoring::Append(array, monitoring::NewReal(std::numeric_limits<double>::quiet_NaN()));
   monitoring::Append(array, monitoring::RawJson(R"({ "raw": 1 })"));
   EXPECT_EQ(TreeText(array.get()), R"([ Infinity, -Infinity, NaN, { "raw": 1 } ])");
+}
+
+TEST(AppendTree, WritesANumberInTheFormThatItsHostGaveIt) {
+  const monitoring::JsonTree array = monitoring::NewArray();
+  monitoring::JsonTree number(json_object_new_double(0.1 + 0.2));
+  static char format[] = "%.2f";
+  json_object_set_serializer(number.get(), &json_object_double_to_json_string, format, nullptr);
+  monitoring::Append(array, std::move(number));
+  EXPECT_EQ(TreeText(array.get()), "[ 0.30 ]");
 }
 
 }  // namespace
