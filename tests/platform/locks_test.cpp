@@ -69,9 +69,9 @@ TEST(RwLock, LetsReadersReadTogether) {
 
 TEST(RwLock, LetsReadersGoOnAfterOneWasCancelledInItsWait) {
   RwLock lock;
-  const auto read = [](void* shared) -> void* {
-    const lock_guard_read held(*static_cast<RwLock*>(shared));
-    return nullptr;
+  // Reads until it has to wait for the writer, which is the one place where it can be cancelled.
+  const auto read_on = [](void* shared) -> void* {
+    for (;;) const lock_guard_read held(*static_cast<RwLock*>(shared));
   };
   const auto write = [](void* shared) -> void* {
     const lock_guard_write held(*static_cast<RwLock*>(shared));
@@ -82,16 +82,15 @@ TEST(RwLock, LetsReadersGoOnAfterOneWasCancelledInItsWait) {
   void* result = nullptr;
   {
     const lock_guard_read held(lock);
+    ASSERT_EQ(pthread_create(&cancelled, nullptr, read_on, &lock), 0);
     ASSERT_EQ(pthread_create(&writer, nullptr, write, &lock), 0);
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));  // it waits for us
-    ASSERT_EQ(pthread_create(&cancelled, nullptr, read, &lock), 0);
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));  // it waits for the writer
     ASSERT_EQ(pthread_cancel(cancelled), 0);
     ASSERT_EQ(pthread_join(cancelled, &result), 0);
     EXPECT_EQ(result, PTHREAD_CANCELED);
   }
   ASSERT_EQ(pthread_join(writer, nullptr), 0);
-  read(&lock);
+  const lock_guard_read held(lock);
+  SUCCEED();
 }
 
 TEST(RwLock, KeepsWritersApart) {
