@@ -92,7 +92,8 @@ Cell PlainCell(const Value& value) {
     case ValueType::kCounter32:
     case ValueType::kCounter64:
       if (const auto* number = std::get_if<std::uint64_t>(&value.content)) {
-        return OctetCounter{*number, value.type == ValueType::kCounter64};
+        const bool is_64bit = value.type == ValueType::kCounter64;
+        if (is_64bit || *number <= std::numeric_limits<std::uint32_t>::max()) return OctetCounter{*number, is_64bit};
       }
       return {};
     case ValueType::kGauge32:

@@ -29,6 +29,7 @@ TEST(Cell, KeepsCountersWholeAndKnowsTheirWidth) {
   const std::uint64_t greatest = std::numeric_limits<std::uint64_t>::max();
   EXPECT_EQ(CounterOf(Decode({ValueType::kCounter64, greatest}, {})), (OctetCounter{greatest, true}));
   EXPECT_EQ(CounterOf(Decode(Counter32(4294967295U), {})), (OctetCounter{4294967295U, false}));
+  EXPECT_EQ(CounterOf(Decode(Counter32(4294967296U), {})), std::nullopt) << "no agent may say this, a walk's file can";
 }
 
 TEST(Cell, TakesAPlainNumberForACounterOf32BitsWhereTheyHoldIt) {
