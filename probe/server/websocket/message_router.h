@@ -20,7 +20,7 @@ class MessageRouter {
   /// Wakes the event loop, which then calls `TakePending`. Called with a lock held: it must only wake.
   using Wake = std::function<void()>;
 
-  /// Is told of each message for a client, on the thread that sends it.
+  /// Is told of each message for a client or the host's own receivers, on the thread that sends it.
   using Observer = std::function<void(ConnectionId connection, const std::string& text)>;
 
   /// `total`: where the messages count as long as they wait; null: nowhere.

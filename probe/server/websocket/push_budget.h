@@ -14,7 +14,9 @@
 #include "probe/host/connection_id.h"
 #include "probe/host/push_gate.h"
 #include "probe/server/net/server_settings.h"
+#include "probe/server/websocket/message_sizes.h"
 #include "probe/server/websocket/outbox.h"
+#include "probe/server/websocket/pass_plan.h"
 
 namespace probe {
 
@@ -22,10 +24,11 @@ namespace probe {
 /// cannot stretch the pass.
 ///
 /// The engine builds a message for every subscription that it is handed, so what would be too much is not handed out.
-/// How large a message will be is known from the last one with its filter. Connections that ask for little come first;
-/// those that ask for more than their share take turns, and so do the subscriptions of each of them: all are served in
-/// the end, only not in every pass. Who got nothing in the last pass gets one message before all others. A connection
-/// whose queue is full or whose client takes nothing is left out.
+/// How large a message will be is known from the last one with its filter, or from others of its topic; as long as it
+/// is not, one message is made to find out. Connections that ask for little come first; those that ask for more than
+/// their share take turns, and so do the subscriptions of each of them: all are served in the end, only not in every
+/// pass. Who got nothing in the last pass gets one message before all others. A connection whose queue is full or whose
+/// client takes nothing is left out.
 ///
 /// What was sent counts as what it was: when that is far more than was planned, later topics of the pass go without.
 ///
@@ -57,82 +60,59 @@ class PushBudget final : public PushGate {
   std::size_t known_filters() const VEXORA_EXCLUDES(lock_);
 
  private:
-  using TopicAndSid = std::pair<std::string, std::string>;
-  using TopicAndFilter = std::pair<std::string, std::string>;
-
-  /// Messages whose filter has not been seen yet are taken to be as large as the largest of their kind.
-  struct Topic {
-    bool has_sids = true;             // false: one message a connection, whatever its subscriptions
-    std::size_t largest[2] = {0, 0};  // for filters that name a device, and for those that don't
-    std::size_t former[2] = {0, 0};   // of the hour before
-  };
-
-  struct Filter {
-    bool names_device = false;
-    std::size_t octets = 0;  // of the last message; 0: there was none
-    std::size_t users = 0;   // subscriptions that have it
-  };
-
   struct Subscriber {
     std::shared_ptr<Outbox> outbox;
     std::string peer;
     std::map<TopicAndSid, std::string> filters;
-    std::map<TopicAndSid, std::size_t> admitted;  // with the octets planned for its message, at the first of its SIDs
-    std::size_t next = 0;                         // the message with which the next pass begins
-    std::size_t allowance = 0;                    // octets a pass; less for a client that loses messages
-    std::size_t dropped = 0;                      // by its queue, as of the last pass
-    std::size_t octets = 0;                       // admitted in this pass
-    std::size_t served = 0;                       // messages of them
-    std::uint64_t waited = 0;                     // passes since it was last served
-    std::uint64_t planned = 0;                    // the pass for which `admitted` holds
+    std::map<TopicAndSid, bool> admitted;  // true: it was handed to the engine
+    std::size_t next = 0;                  // the message with which the next pass begins
+    std::size_t allowance = 0;             // octets a pass; less for a client that loses messages
+    std::size_t dropped = 0;               // by its queue, as of the last pass
+    std::size_t octets = 0;                // admitted in this pass
+    std::size_t served = 0;                // messages of them
+    std::uint64_t waited = 0;              // passes since it was last served, or a message was left out for its size
+    std::uint64_t planned = 0;             // the pass for which `admitted` holds
     bool is_logged = false;
-  };
-
-  /// One message that the engine would build.
-  struct Wanted {
-    TopicAndFilter key;
-    std::string sids;
-    std::vector<TopicAndSid> subscriptions;
-    std::size_t octets = 0;
   };
 
   struct Demand {
     ConnectionId connection;
     Subscriber* subscriber = nullptr;
-    std::vector<Wanted> messages;
+    std::vector<PassMessage> messages;
     std::size_t octets = 0;
   };
 
-  bool IsSubscriber(ConnectionId connection) const VEXORA_EXCLUDES(lock_);
+  /// A text that the engine has built, as far as it is told from the one before.
+  struct BuiltText {
+    std::string topic;
+    std::vector<std::string> sids;
+    std::size_t octets = 0;
+
+    bool operator==(const BuiltText&) const = default;
+  };
+
+  enum class Receiver { kUnknown, kHost, kSubscriber };
+
+  Receiver ReceiverOf(ConnectionId connection) const VEXORA_EXCLUDES(lock_);
   bool HasSids(const std::string& topic) const VEXORA_EXCLUDES(lock_);
   void BeginPass() VEXORA_REQUIRES(lock_);
-  void ForgetUnusedFilters() VEXORA_REQUIRES(lock_);
+  void Measure(PassMessage& message) const VEXORA_REQUIRES(lock_);
   Demand DemandOf(ConnectionId connection, Subscriber& subscriber) VEXORA_REQUIRES(lock_);
-  std::size_t SizeOf(const TopicAndFilter& key) VEXORA_REQUIRES(lock_);
-  void Release(const TopicAndFilter& key) VEXORA_REQUIRES(lock_);
-
-  /// Octets that the engine builds for a message: none for one that it shares with the connection before.
-  std::size_t BuiltOctets(const Wanted& message) const VEXORA_REQUIRES(lock_);
-  void Enter(Subscriber& subscriber, const Wanted& message) VEXORA_REQUIRES(lock_);
+  void Enter(Subscriber& subscriber, const PassMessage& message) VEXORA_REQUIRES(lock_);
   void ServeThoseWhoWaited(std::vector<Demand>& demands) VEXORA_REQUIRES(lock_);
   void Plan(Demand& demand) VEXORA_REQUIRES(lock_);
   bool AdmitLate(Subscriber& subscriber, const TopicAndSid& subscription) VEXORA_REQUIRES(lock_);
-  bool IsOverdrawn() const VEXORA_REQUIRES(lock_);
   bool IsAdmitted(ConnectionId connection, const TopicAndSid& subscription) VEXORA_REQUIRES(lock_);
 
   const ServerLimits limits_;
   mutable utilities::lock::Mutex lock_;  // before the outboxes' locks
   std::map<ConnectionId, Subscriber> subscribers_ VEXORA_GUARDED_BY(lock_);
   std::set<ConnectionId> host_receivers_ VEXORA_GUARDED_BY(lock_);
-  std::map<TopicAndFilter, Filter> filters_ VEXORA_GUARDED_BY(lock_);
-  std::map<std::string, Topic> topics_ VEXORA_GUARDED_BY(lock_);
+  MessageSizes sizes_ VEXORA_GUARDED_BY(lock_);
   std::uint64_t pass_ VEXORA_GUARDED_BY(lock_) = 0;
-  std::set<std::string> asked_ VEXORA_GUARDED_BY(lock_);  // topics, in this pass
-  std::size_t octets_ VEXORA_GUARDED_BY(lock_) = 0;       // of this pass, what is shared counted once
-  std::size_t excess_ VEXORA_GUARDED_BY(lock_) = 0;       // of these, what was sent beyond what was planned
-  std::pair<std::string, std::vector<std::string>> last_sent_ VEXORA_GUARDED_BY(lock_);  // topic and SIDs, in this pass
-  std::size_t messages_ VEXORA_GUARDED_BY(lock_) = 0;
-  std::map<TopicAndFilter, std::string> last_sids_ VEXORA_GUARDED_BY(lock_);  // of the connection admitted last
+  std::set<std::string> asked_ VEXORA_GUARDED_BY(lock_);     // topics, in this pass
+  std::unique_ptr<PassPlan> plan_ VEXORA_GUARDED_BY(lock_);  // of this pass; null: there was none
+  BuiltText last_built_ VEXORA_GUARDED_BY(lock_);            // in this pass
 };
 
 }  // namespace probe
