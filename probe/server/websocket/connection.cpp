@@ -32,6 +32,9 @@ constexpr std::size_t kMaxHeadBytes = 14;
 // How long a client that is being closed may take, at most, to take the last octets and to confirm.
 constexpr std::chrono::seconds kCloseTimeout{5};
 
+// The same for one whose messages take the room of others.
+constexpr std::chrono::seconds kGivenUpTimeout{1};
+
 // How long a client that has confirmed may take to end the connection.
 constexpr std::chrono::seconds kFinishTimeout{2};
 
@@ -260,6 +263,12 @@ void Connection::WatchProgress(Clock::time_point now) {
   }
   outbox_->SetStuck(is_watched_ && now - moved_at_ >= limits_.stuck_after / kPartUntilLeftOut);
   if (!is_watched_) return;
+  if (outbox_->IsGivenUp()) {
+    CloseAsSlow("what it has not taken yet needs the room of others, " +
+                LimitText("all_queues_bytes", limits_.all_queues_bytes));
+    close_due_ = std::min(close_due_, now + kGivenUpTimeout);
+    return;
+  }
   if (now - moved_at_ >= limits_.stuck_after)
     return CloseAsSlow("it took nothing for " +
                        LimitText("stuck_after_seconds", static_cast<std::size_t>(limits_.stuck_after.count())));

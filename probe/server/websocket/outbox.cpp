@@ -1,6 +1,7 @@
 #include "probe/server/websocket/outbox.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <utility>
 
 #include "probe/server/websocket/envelope_key.h"
@@ -45,22 +46,66 @@ void QueueTotal::Leave(Outbox& outbox) {
   outboxes_.erase(&outbox);
 }
 
+std::size_t QueueTotal::Bound() const {
+  double given_up = 0;
+  for (const Outbox* const each : outboxes_) {
+    if (each->IsGivenUp()) given_up += each->HeldShare().octets;
+  }
+  // Twice the bound at most, should they not go.
+  return max_bytes_ + std::min(static_cast<std::size_t>(given_up), max_bytes_);
+}
+
+void QueueTotal::GiveUpHolders() {
+  const auto now = Clock::now();
+  std::vector<std::pair<Outbox::Held, Outbox*>> holders;
+  double held = 0;
+  for (Outbox* const each : outboxes_) {
+    if (each->IsGivenUp()) continue;
+    const Outbox::Held of_it = each->HeldShare();
+    held += of_it.octets;
+    if (of_it.octets > 0 && now - of_it.since >= hold_time_) holders.emplace_back(of_it, each);
+  }
+  std::sort(holders.begin(), holders.end(), [](const auto& left, const auto& right) {
+    return std::pair(right.first.octets, left.first.since) < std::pair(left.first.octets, right.first.since);
+  });
+  const auto most = static_cast<double>(max_bytes_) / 2;
+  for (const auto& [of_it, outbox] : holders) {
+    if (held <= most) break;
+    outbox->is_given_up_.store(true);
+    held -= of_it.octets;
+  }
+}
+
+Outbox* QueueTotal::Fullest(const OutgoingMessage* besides) const {
+  Outbox* fullest = nullptr;
+  double most = 0;
+  for (Outbox* const each : outboxes_) {
+    // Its part is no more than all of it, which is cheaper to know.
+    if (static_cast<double>(each->WaitingBytes(besides)) <= most) continue;
+    const double share = each->WaitingShare(besides);
+    if (share <= most) continue;
+    most = share;
+    fullest = each;
+  }
+  return fullest;
+}
+
 void QueueTotal::Trim(Outbox& outbox, const OutgoingMessage* newest) {
   if (octets() <= max_bytes_) return;
   const lock_guard held(lock_);
-  while (octets() > max_bytes_) {
-    Outbox* fullest = nullptr;
-    std::size_t most = 0;
-    for (Outbox* const each : outboxes_) {
-      const std::size_t waiting = each->WaitingBytes(newest);
-      if (waiting <= most) continue;
-      most = waiting;
-      fullest = each;
-    }
+  std::size_t bound = Bound();
+  if (octets() > bound) {
+    GiveUpHolders();
+    bound = Bound();
+  }
+  while (octets() > bound) {
+    Outbox* const fullest = Fullest(newest);
     if (fullest == nullptr) break;
     if (!fullest->DropOldest(newest)) break;  // it was taken meanwhile
   }
-  if (octets() >= max_bytes_ + newest->text().size()) outbox.DropOldest(nullptr);
+  // A client waits for each answer, and they are small.
+  if (newest->kind() == OutgoingMessage::Kind::kPush && octets() >= bound + newest->text().size())
+    outbox.DropOldest(nullptr);
 }
 
 Outbox::Outbox(std::size_t max_messages, std::size_t max_bytes, std::shared_ptr<QueueTotal> total)
@@ -127,6 +172,22 @@ std::size_t Outbox::WaitingBytes(const OutgoingMessage* besides) const {
   return bytes_ - (is_here ? besides->text().size() : 0);
 }
 
+double Outbox::WaitingShare(const OutgoingMessage* besides) const {
+  const lock_guard held(lock_);
+  double share = 0;
+  for (const auto& message : waiting_) {
+    if (message.get() == besides) continue;
+    share += static_cast<double>(message->text().size()) / static_cast<double>(message.use_count());
+  }
+  return share;
+}
+
+Outbox::Held Outbox::HeldShare() const {
+  const lock_guard held(lock_);
+  const auto sharers = std::max<std::int64_t>(held_.use_count(), 1);
+  return {static_cast<double>(held_.expired() ? 0 : being_written_) / static_cast<double>(sharers), held_since_};
+}
+
 bool Outbox::DropOldest(const OutgoingMessage* besides) {
   const lock_guard held(lock_);
   if (waiting_.empty() || waiting_.front().get() == besides) return false;
@@ -153,6 +214,8 @@ std::shared_ptr<const OutgoingMessage> Outbox::Take() {
   auto message = std::move(waiting_.front());
   waiting_.pop_front();
   being_written_ = message->text().size();
+  held_ = message;
+  held_since_ = QueueTotal::Clock::now();
   bytes_ -= being_written_;
   return message;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstddef>
 #include <deque>
 #include <memory>
@@ -17,12 +18,20 @@ class Outbox;
 class OutgoingMessage;
 
 /// The octets of all messages that wait for clients or are being written to them; what several share counts once.
-/// Beyond its bound the fullest outbox loses its oldest message, then the next fullest.
+/// Beyond its bound the fullest outbox loses its oldest message, then the next fullest; of what outboxes share each has
+/// its part. What is being written cannot be taken back: when that is most of it, the client that holds most of it for
+/// longer than a fast one needs is given up, in place of others' messages.
 ///
 /// Threads: any.
 class QueueTotal {
  public:
-  explicit QueueTotal(std::size_t max_bytes) : max_bytes_(max_bytes) {}
+  using Clock = std::chrono::steady_clock;
+
+  /// How long a message may be under way before its client is given up for it.
+  static constexpr std::chrono::seconds kHoldTime{2};
+
+  explicit QueueTotal(std::size_t max_bytes, Clock::duration hold_time = kHoldTime)
+      : max_bytes_(max_bytes), hold_time_(hold_time) {}
 
   std::size_t octets() const { return octets_.load(); }
 
@@ -39,10 +48,15 @@ class QueueTotal {
   void Leave(Outbox& outbox) VEXORA_EXCLUDES(lock_);
 
   /// Keeps to the bound after a message was put into an outbox. That message goes last, and only when the others alone
-  /// take as much as is allowed: so the largest of messages gets through when there is nothing else.
+  /// take as much as is allowed: so the largest of messages gets through when there is nothing else. An answer stays.
   void Trim(Outbox& outbox, const OutgoingMessage* newest) VEXORA_EXCLUDES(lock_);
+  Outbox* Fullest(const OutgoingMessage* besides) const VEXORA_REQUIRES(lock_);
+  void GiveUpHolders() VEXORA_REQUIRES(lock_);
+  /// The bound, without what those hold that are given up and will be gone in a moment.
+  std::size_t Bound() const VEXORA_REQUIRES(lock_);
 
   const std::size_t max_bytes_;
+  const Clock::duration hold_time_;
   std::atomic<std::size_t> octets_{0};
   std::atomic<std::size_t> peak_{0};
   utilities::lock::Mutex lock_;  // before the outboxes' locks
@@ -70,6 +84,7 @@ class OutgoingMessage {
   OutgoingMessage& operator=(const OutgoingMessage&) = delete;
 
   const std::string& text() const { return text_; }
+  Kind kind() const { return kind_; }
 
   /// Whether `newer` tells its readers all that this one would. Reads both messages for it, once each. Threads: any.
   bool IsSupersededBy(const OutgoingMessage& newer) const;
@@ -119,6 +134,9 @@ class Outbox {
   /// Whether another message would only push one out, or wait for a client that takes nothing.
   bool IsBlocked() const VEXORA_EXCLUDES(lock_);
 
+  /// Whether the client is to be closed, for what is being written to it takes the room of others.
+  bool IsGivenUp() const { return is_given_up_.load(); }
+
   /// Drops all messages, and all that are put in later.
   void Close() VEXORA_EXCLUDES(lock_);
 
@@ -137,6 +155,15 @@ class Outbox {
   std::size_t RoomInBytes() const VEXORA_REQUIRES(lock_);
   void DropOldestOverBounds() VEXORA_REQUIRES(lock_);
   std::size_t WaitingBytes(const OutgoingMessage* besides) const VEXORA_EXCLUDES(lock_);
+  /// The same, of each message that others have as well its part only.
+  double WaitingShare(const OutgoingMessage* besides) const VEXORA_EXCLUDES(lock_);
+
+  /// What is being written, likewise, and since when.
+  struct Held {
+    double octets = 0;
+    QueueTotal::Clock::time_point since;
+  };
+  Held HeldShare() const VEXORA_EXCLUDES(lock_);
   /// False when there is nothing to drop.
   bool DropOldest(const OutgoingMessage* besides) VEXORA_EXCLUDES(lock_);
   void CountDrop(const OutgoingMessage& message) VEXORA_REQUIRES(lock_);
@@ -145,11 +172,14 @@ class Outbox {
   const std::size_t max_bytes_;
   const std::shared_ptr<QueueTotal> total_;
   std::atomic<bool> is_stuck_{false};
+  std::atomic<bool> is_given_up_{false};
 
   mutable utilities::lock::Mutex lock_;
   Messages waiting_ VEXORA_GUARDED_BY(lock_);  // oldest first
   std::size_t bytes_ VEXORA_GUARDED_BY(lock_) = 0;
-  std::size_t being_written_ VEXORA_GUARDED_BY(lock_) = 0;  // octets
+  std::size_t being_written_ VEXORA_GUARDED_BY(lock_) = 0;              // octets
+  std::weak_ptr<const OutgoingMessage> held_ VEXORA_GUARDED_BY(lock_);  // that is being written
+  QueueTotal::Clock::time_point held_since_ VEXORA_GUARDED_BY(lock_);
   std::size_t dropped_ VEXORA_GUARDED_BY(lock_) = 0;
   bool is_drop_told_ VEXORA_GUARDED_BY(lock_) = false;
   bool is_closed_ VEXORA_GUARDED_BY(lock_) = false;

@@ -178,8 +178,54 @@ TEST(QueueTotal, LetsTheLargestMessageThroughWhenThereIsNothingElse) {
   EXPECT_EQ(total->octets(), 1000U) << "the others go for it";
   const auto sending = outbox.Take();
   ASSERT_NE(sending, nullptr);
-  outbox.Put("next", Kind::kReply);
+  outbox.Put("next", Kind::kPush);
   EXPECT_TRUE(outbox.IsEmpty()) << "nothing beside it";
+  outbox.Put("answer", Kind::kReply);
+  EXPECT_FALSE(outbox.IsEmpty()) << "but what the client waits for";
+}
+
+TEST(QueueTotal, GivesUpWhoHoldsTheMostInPlaceOfOthersMessages) {
+  const auto total = std::make_shared<probe::QueueTotal>(100, std::chrono::seconds(0));
+  Outbox most(100, 1000, total);
+  Outbox less(100, 1000, total);
+  Outbox other(100, 1000, total);
+  most.Put(std::string(60, 'a'), Kind::kReply);
+  const auto first = most.Take();
+  less.Put(std::string(35, 'b'), Kind::kReply);
+  const auto second = less.Take();
+  for (const char letter : {'c', 'd', 'e'}) {
+    other.Put(std::string(4, letter), Kind::kReply);
+    EXPECT_EQ(other.dropped(), 0U);
+  }
+  EXPECT_TRUE(most.IsGivenUp());
+  EXPECT_FALSE(less.IsGivenUp()) << "one was enough";
+  EXPECT_FALSE(other.IsGivenUp());
+}
+
+TEST(QueueTotal, GivesNobodyUpWhoIsAtItForAMomentOnly) {
+  const auto total = std::make_shared<probe::QueueTotal>(100);
+  Outbox fast(100, 1000, total);
+  Outbox other(100, 1000, total);
+  fast.Put(std::string(90, 'a'), Kind::kReply);
+  const auto sending = fast.Take();
+  for (const char letter : {'b', 'c'}) other.Put(std::string(8, letter), Kind::kReply);
+  EXPECT_FALSE(fast.IsGivenUp());
+  EXPECT_EQ(other.dropped(), 1U);
+}
+
+TEST(QueueTotal, HasThoseLoseFirstWhoseMessagesNobodyShares) {
+  const auto total = std::make_shared<probe::QueueTotal>(100);
+  std::vector<std::unique_ptr<Outbox>> sharers;
+  auto shared = std::make_shared<const probe::OutgoingMessage>(std::string(50, 's'), Kind::kPush, total);
+  for (int number = 0; number < 10; ++number) {
+    sharers.push_back(std::make_unique<Outbox>(100, 1000, total));
+    sharers.back()->Put(shared);
+  }
+  shared.reset();
+  Outbox alone(100, 1000, total);
+  for (const char letter : {'a', 'b', 'c'}) alone.Put(std::string(20, letter), Kind::kReply);
+  EXPECT_EQ(alone.dropped(), 1U) << "to drop one of ten copies frees nothing";
+  for (const auto& sharer : sharers) EXPECT_EQ(sharer->dropped(), 0U);
 }
 
 TEST(Outbox, TakesNothingAfterItWasClosed) {

@@ -2,6 +2,9 @@
 
 #include <gmock/gmock.h>
 
+#include <thread>
+
+#include "probe/server/websocket/outbox.h"
 #include "tests/probe/server/raw_client.h"
 #include "tests/probe/server/served.h"
 
@@ -55,6 +58,23 @@ TEST_F(SlowClientTest, GetsTheNewestMessageInPlaceOfTheUnsentOnesBefore) {
   EXPECT_EQ(client->ReadMessage(), Envelope("a", 20));
   EXPECT_EQ(client->ReadMessage(), Envelope("b", 1)) << "another SID's message is no replacement";
   EXPECT_THAT(log.Texts(probe::log::Level::kInfo, "is slow"), SizeIs(1));
+}
+
+TEST_F(SlowClientTest, IsClosedWhenWhatItDoesNotTakeNeedsTheRoomOfOthers) {
+  settings.limits.stuck_after = 60s;
+  settings.limits.all_queues_bytes = 16 * 1024 * 1024;
+  Serve();
+  const auto stuck = StuckClient();
+  auto honest = Subscribed("honest");
+  ASSERT_TRUE(Eventually([&] { return Handles("honest").size() == 1; }));
+  std::this_thread::sleep_for(probe::QueueTotal::kHoldTime + 100ms);
+  for (int number = 1; number <= 20; ++number) {
+    Push(Handles("honest").at(0), Envelope("honest", number, 100'000));
+    EXPECT_EQ(Next(honest), Envelope("honest", number, 100'000)) << "not one of its messages is lost";
+  }
+  EXPECT_TRUE(Eventually([&] { return Handles("a").empty(); }));
+  EXPECT_TRUE(IsLogged("is closed with 1013: what it has not taken yet needs the room of others"));
+  EXPECT_TRUE(Eventually([&] { return server->queued_octets() == 0; })) << "and its messages are gone at once";
 }
 
 TEST_F(SlowClientTest, LosesTheOldestMessagesWhenItsQueueIsFull) {
