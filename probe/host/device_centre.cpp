@@ -148,13 +148,17 @@ std::vector<std::shared_ptr<const DeviceSnapshot>> DeviceCentre::Newest() const 
 }
 
 std::vector<std::string> DeviceCentre::GetOnlineManagedDevices(bool online_only) {
+  const auto is_listed = [online_only](const Snapshots::value_type* entry) {
+    const DeviceSnapshot* snapshot = entry->second.get();
+    return snapshot != nullptr && (snapshot->online || !online_only);
+  };
   const lock_guard_read held(lock_);
   std::vector<std::string> macs;
-  macs.reserve(order_.size());
+  // No room for devices that are gone: the caller may keep the list for as long as a pass.
+  macs.reserve(static_cast<std::size_t>(std::ranges::count_if(order_, is_listed)));
   // In the order in which they were first named, for the contract wants one that stays the same.
   for (const auto* entry : order_) {
-    const DeviceSnapshot* snapshot = entry->second.get();
-    if (snapshot != nullptr && (snapshot->online || !online_only)) macs.push_back(entry->first);
+    if (is_listed(entry)) macs.push_back(entry->first);
   }
   return macs;
 }

@@ -14,16 +14,20 @@ namespace {
 namespace records = vexora_probe::models::controller;
 using probe::DeviceCentre;
 
-constexpr std::size_t kDevices = 20;
-constexpr std::uint64_t kClients = 80;  // a twentieth is four
+constexpr std::size_t kAccessPoints = 12;
+constexpr std::size_t kSwitches = 6;
+constexpr std::size_t kRouters = 2;
+constexpr std::uint64_t kFirstSwitch = 0x10'0000;
+constexpr std::uint64_t kFirstRouter = 0x20'0000;
+constexpr std::uint64_t kClients = 80;
+constexpr std::uint64_t kLeavingClients = 4;  // each week
 constexpr int kPorts = 24;
 
-/// Its kind goes with its number, so that there are always as many of each.
 bool IsAccessPoint(std::uint64_t device) {
-  return device % kDevices < 12;
+  return device < kFirstSwitch;
 }
 bool IsSwitch(std::uint64_t device) {
-  return device % kDevices >= 12 && device % kDevices < 18;
+  return device >= kFirstSwitch && device < kFirstRouter;
 }
 
 std::string Numbered(const char* format, std::uint64_t number) {
@@ -56,7 +60,15 @@ records::AssocClientState ClientOf(std::uint64_t client, time_t now) {
 
 Network::Network() {
   DeviceCentre::Instance().Clear();
-  while (devices_.size() < kDevices) devices_.push_back(next_device_++);
+  for (std::uint64_t number = 0; number < kAccessPoints; ++number) access_points_.push_back(number);
+  for (std::uint64_t number = 0; number < kSwitches; ++number) switches_.push_back(kFirstSwitch + number);
+}
+
+std::vector<std::uint64_t> Network::Devices() const {
+  std::vector<std::uint64_t> devices(access_points_.begin(), access_points_.end());
+  devices.insert(devices.end(), switches_.begin(), switches_.end());
+  for (std::uint64_t number = 0; number < kRouters; ++number) devices.push_back(kFirstRouter + number);
+  return devices;
 }
 
 std::string Network::MacOf(std::uint64_t device) {
@@ -64,16 +76,19 @@ std::string Network::MacOf(std::uint64_t device) {
 }
 
 void Network::Report(time_t now) {
-  for (const std::uint64_t device : devices_) DeviceCentre::Instance().Replace(MacOf(device), Snapshot(device, now));
+  for (const std::uint64_t device : Devices()) DeviceCentre::Instance().Replace(MacOf(device), Snapshot(device, now));
 }
 
 void Network::Churn() {
-  const std::uint64_t gone = devices_.front();
-  DeviceCentre::Instance().Forget(MacOf(gone));
-  probe::CleanUpDevice(MacOf(gone));
-  devices_.erase(devices_.begin());
-  devices_.push_back(next_device_++);
-  first_client_ += kClients / kDevices;
+  for (auto* const devices : {&access_points_, &switches_}) {
+    const std::uint64_t gone = devices->front();
+    DeviceCentre::Instance().Forget(MacOf(gone));
+    probe::CleanUpDevice(MacOf(gone));
+    ++removed_;
+    devices->pop_front();
+    devices->push_back(devices->back() + 1);
+  }
+  first_client_ += kLeavingClients;
 }
 
 probe::DeviceSnapshot Network::Snapshot(std::uint64_t device, time_t now) const {

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <ctime>
+#include <deque>
 #include <string>
 #include <vector>
 
@@ -9,8 +11,8 @@
 
 namespace soak {
 
-/// A network of twelve access points, six switches and two routers, which loses a twentieth of its devices and of its
-/// wireless clients, and gets as many new ones, once a week.
+/// A network of twelve access points, six switches and two routers, which loses an access point, a switch and a
+/// twentieth of its wireless clients, and gets as many new ones, once a week.
 ///
 /// Its size never changes: what grows with the weeks is what somebody keeps. Threads: one.
 class Network {
@@ -21,11 +23,15 @@ class Network {
   /// Has every device report for the pass at `now`.
   void Report(time_t now);
 
-  /// Takes the oldest twentieth away, cleaned up as somebody does who removes a device, and adds new ones.
+  /// Takes the oldest ones away, cleaned up as somebody does who removes a device, and adds new ones. Every week is
+  /// alike, for the reports hold what was removed in the last weeks, too.
   void Churn();
 
   /// The devices that are there.
-  const std::vector<std::uint64_t>& devices() const { return devices_; }
+  std::vector<std::uint64_t> Devices() const;
+
+  /// How many were there and are no more.
+  std::size_t removed() const { return removed_; }
 
   static std::string MacOf(std::uint64_t device);
 
@@ -33,8 +39,9 @@ class Network {
   probe::DeviceSnapshot Snapshot(std::uint64_t device, time_t now) const;
   void AddWireless(std::uint64_t device, time_t now, probe::DeviceSnapshot& snapshot) const;
 
-  std::vector<std::uint64_t> devices_;  // numbers, each of which is given once
-  std::uint64_t next_device_ = 0;
+  std::deque<std::uint64_t> access_points_;  // numbers, each of which is given once
+  std::deque<std::uint64_t> switches_;       // likewise
+  std::size_t removed_ = 0;
   std::uint64_t first_client_ = 0;  // the number of the client that has been there the longest
 };
 

@@ -5,6 +5,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <string>
+
 #include "platform/configuration.h"
 #include "platform/credentials.h"
 #include "platform/event_centre.h"
@@ -40,6 +42,16 @@ TEST_F(DeviceCentreTest, ListsDevicesInTheOrderInWhichTheyWereFirstNamed) {
   EXPECT_THAT(centre.GetOnlineManagedDevices(true), ElementsAre("A"));
   centre.Replace("B", {});
   EXPECT_THAT(centre.GetOnlineManagedDevices(true), ElementsAre("B", "A"));
+}
+
+TEST_F(DeviceCentreTest, TakesNoRoomInTheListForDevicesThatAreGone) {
+  for (int number = 0; number < 1000; ++number) {
+    centre.Replace(std::to_string(number), {});
+    if (number != 0) centre.Forget(std::to_string(number));
+  }
+  const auto listed = centre.GetOnlineManagedDevices(true);
+  EXPECT_THAT(listed, ElementsAre("0"));
+  EXPECT_EQ(listed.capacity(), 1U);
 }
 
 TEST_F(DeviceCentreTest, LeavesOfflineDevicesOutOfTheOnlineList) {
