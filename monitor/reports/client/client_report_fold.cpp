@@ -4,6 +4,7 @@
 #include <new>
 
 #include "monitor/engine/counters.h"
+#include "monitor/engine/report_limits.h"
 
 namespace monitoring::client_report {
 namespace {
@@ -68,6 +69,11 @@ void CarryOver(std::uint64_t pass, FollowedClients& clients) {
 void DropGone(std::uint64_t pass, std::size_t seen, FollowedClients& clients) {
   if (clients.size() / 2 <= seen) return;
   std::erase_if(clients, [&](const auto& entry) { return entry.second.pass != pass; });
+}
+
+bool HasRoom(const Sighting& client, const ClientReport& today) {
+  if (today.clients.size() + today.guests.size() < kMaxClientRowsADay) return true;
+  return (client.is_guest ? today.guests : today.clients).contains(client.key);
 }
 
 Row RowOf(const Sighting& client, ClientReport& report) {

@@ -30,6 +30,9 @@ struct Row {
   bool is_new = false;  ///< Just made, and empty.
 };
 
+/// Whether a day has a row of a client, or room for one: see `kMaxClientRowsADay`.
+bool HasRoom(const Sighting& client, const ClientReport& today);
+
 /// The row of a client, made if there is none. Its address stays the same as long as the report lives.
 Row RowOf(const Sighting& client, ClientReport& report);
 

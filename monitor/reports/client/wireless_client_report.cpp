@@ -16,6 +16,7 @@
 #include "monitor/reports/client/client_report_fold.h"
 #include "monitor/reports/client/client_report_show.h"
 #include "platform/device_centre.h"
+#include "platform/logging.h"
 
 namespace client_report = monitoring::client_report;
 namespace time_keys = monitoring::time_keys;
@@ -85,6 +86,16 @@ void WirelessClientReport::DataMerge() {
   last_pass_time_ = pass.now;
   Trim(pass);
   is_cut_short_ = false;
+  LogLeftOut(pass);
+}
+
+void WirelessClientReport::LogLeftOut(const Pass& pass) {
+  if (pass.left_out == 0 || full_day_ == pass.day) return;
+  full_day_ = pass.day;
+  pel_log_error(
+      log_module::kMonitor,
+      "[WirelessClientReport::DataMerge] More than %zu clients on %s: new ones are left out, %zu in this pass",
+      monitoring::kMaxClientRowsADay, pass.day.c_str(), pass.left_out);
 }
 
 std::int32_t WirelessClientReport::OnlineSeconds(time_t seen_at, const Pass& pass) {
@@ -123,10 +134,18 @@ void WirelessClientReport::Collectdata(const std::string& mac, Pass& pass) {
   pass.seen += clients.size();
 }
 
-void WirelessClientReport::Count(const Sighting& client, const Pass& pass, FollowedClient& followed,
-                                 ClientReport& today, ClientReport& this_week) {
+void WirelessClientReport::Count(const Sighting& client, Pass& pass, FollowedClient& followed, ClientReport& today,
+                                 ClientReport& this_week) {
   // Two keys with the separator in a name can be one text, and then one may be a guest's.
   const bool is_known = followed.generation == row_generation_ && followed.is_guest == client.is_guest;
+  if (!is_known && !client_report::HasRoom(client, today)) {
+    // Its counters are followed all the same: tomorrow there is room, and its traffic goes on from there.
+    followed.generation = 0;
+    if (followed.pass != completed_passes_ + 1) followed.seen_before_at = std::exchange(followed.seen_at, pass.now);
+    client_report::Follow(client.counters, completed_passes_ + 1, followed);
+    ++pass.left_out;
+    return;
+  }
   const client_report::Rows rows = is_known
                                        ? client_report::Rows{.day = {*followed.today}, .week = {*followed.this_week}}
                                        : client_report::RowsOf(client, today, this_week);

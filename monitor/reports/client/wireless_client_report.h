@@ -10,7 +10,8 @@
 #include "platform/utilities/locks.h"
 
 /// Keeps, for every wireless client and every guest of a captive portal, a row for each of the last seven days and four
-/// weeks: first and last seen, online time, traffic. Reports them as JSON.
+/// weeks: first and last seen, online time, traffic. Reports them as JSON. A day has room for `kMaxClientRowsADay` of
+/// them.
 ///
 /// Threads: a pass runs on the engine's thread and holds the lock for its whole length. Reports come from any thread,
 ///          and each holds it for reading for its own.
@@ -51,14 +52,17 @@ class WirelessClientReport final : public Monitor {
     std::string week;
     std::int32_t online_seconds = 0;  ///< What a client gets that the last pass saw, too. See `OnlineSeconds`.
     std::size_t seen = 0;             ///< Clients counted so far; one on two devices counts twice.
+    std::size_t left_out = 0;         ///< Those of them for which the day has no room.
   };
 
   /// Adds the clients of one device to the rows of the day and week.
   void Collectdata(const std::string& mac, Pass& pass) VEXORA_REQUIRES(lock_);
-  /// Adds one of them.
-  void Count(const monitoring::client_report::Sighting& client, const Pass& pass,
+  /// Adds one of them, unless it has no row and the day has no room for one (`kMaxClientRowsADay`).
+  void Count(const monitoring::client_report::Sighting& client, Pass& pass,
              monitoring::client_report::FollowedClient& followed, monitoring::ClientReport& today,
              monitoring::ClientReport& this_week) VEXORA_REQUIRES(lock_);
+  /// Tells once a day that clients were left out, because the day is full.
+  void LogLeftOut(const Pass& pass) VEXORA_REQUIRES(lock_);
   /// The time online of a client that was seen at a moment before; that of the last pass is mostly the right one.
   static std::int32_t OnlineSeconds(time_t seen_at, const Pass& pass);
   /// Whatever memory ran out in the pass before: nobody is counted twice in this one, and nobody's traffic is lost.
@@ -81,6 +85,7 @@ class WirelessClientReport final : public Monitor {
   std::uint64_t row_generation_ VEXORA_GUARDED_BY(lock_) = 1;
   std::string day_ VEXORA_GUARDED_BY(lock_);  // the day and the week of the latest pass
   std::string week_ VEXORA_GUARDED_BY(lock_);
+  std::string full_day_ VEXORA_GUARDED_BY(lock_);  // of which a line tells that it has no room for more clients
   monitoring::ClientReports daily_ VEXORA_GUARDED_BY(lock_);
   monitoring::ClientReports weekly_ VEXORA_GUARDED_BY(lock_);
   time_t last_pass_time_ VEXORA_GUARDED_BY(lock_) = 0;  // of the latest completed pass; 0 before the first

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "monitor/engine/band_names.h"
+#include "monitor/engine/report_limits.h"
 #include "monitor/engine/time_keys.h"
 #include "platform/device_records.h"
 
@@ -92,6 +93,10 @@ class ScanFold {
         RemoveTrusted();
         continue;
       }
+      if (!HasRoom()) {
+        ++store_.left_out_rogues;
+        continue;
+      }
       if (store_.rogue_minutes.empty() || store_.rogue_minutes.back() != minute) store_.rogue_minutes.push_back(minute);
       RogueSum& sum = store_.rogues[key_];
       AddSample(heard.signal, sum);
@@ -102,6 +107,15 @@ class ScanFold {
   bool IsInWeek(const std::string& key) const { return !WeekOf(key, time_, daily_, host_).IsEmpty(); }
 
  private:
+  /// Whether the day has a record of this key, or room for one. Its samples are counted by themselves: they stay when
+  /// a trusted scan removes the record, and go when the clock is set back.
+  bool HasRoom() const {
+    if (store_.rogues.size() >= monitoring::kMaxRogueKeysADay && !store_.rogues.contains(key_)) return false;
+    const auto today = daily_.find(time_.day);
+    return today == daily_.end() || today->second.size() < monitoring::kMaxRogueKeysADay ||
+           today->second.contains(key_);
+  }
+
   /// A sample that another access point has stored in this pass is replaced.
   void AddSample(std::int32_t dbm, RogueSum& sum) {
     RogueSum::Sighting sighting{.pass = static_cast<std::uint16_t>(store_.rogue_minutes.size() - 1), .dbm = {}};

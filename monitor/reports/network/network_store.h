@@ -147,6 +147,7 @@ struct SampleStore {
   FamilySums access_points;
   FamilySums spectrums;
   std::unordered_map<std::string, RogueSum> rogues;  ///< By rogue key.
+  std::uint64_t left_out_rogues = 0;  ///< Entries of scans that a full day left out; the reader sets it back.
 
   /// The device of a MAC. Quick when devices are asked for in the order of their MACs.
   DeviceRecord& Device(const std::string& mac);

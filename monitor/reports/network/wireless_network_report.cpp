@@ -8,6 +8,7 @@
 #include "monitor/engine/debug_lines.h"
 #include "monitor/engine/devices.h"
 #include "monitor/engine/json_keys.h"
+#include "monitor/engine/report_limits.h"
 #include "monitor/engine/ssid_configurations.h"
 #include "monitor/engine/time_keys.h"
 #include "monitor/reports/network/network_client_counts.h"
@@ -139,7 +140,9 @@ void WirelessNetworkReport::CollectData() {
   ClearTimeDeltaForRadio();
   pel_log_debug(log_module::kMonitor, "[WirelessNetworkReport::CollectData] Times up");
 
+  store_.left_out_rogues = 0;
   for (const std::string& mac : macs) CollectDevice(mac, now, day, week);
+  LogLeftOutRogues(day);
   CollectSSIDsByMac(now, day, week);
   CollectSSIDs(now, day, week);
   CollectAccessPoints(now, day, week);
@@ -187,6 +190,15 @@ void WirelessNetworkReport::CollectDevice(const std::string& mac, const long& no
   if (device == nullptr) return;
   CollectNeighboringAPs(mac, device, now, day, week);
   CollectOneSSID(mac, device, now, day, week);
+}
+
+void WirelessNetworkReport::LogLeftOutRogues(const std::string& day) {
+  if (store_.left_out_rogues == 0 || full_day_ == day) return;
+  full_day_ = day;
+  pel_log_error(log_module::kMonitor,
+                "[WirelessNetworkReport::CollectData] More than %zu rogue access points on %s: new ones are left out, "
+                "%llu entries of scans in this pass",
+                monitoring::kMaxRogueKeysADay, day.c_str(), static_cast<unsigned long long>(store_.left_out_rogues));
 }
 
 void WirelessNetworkReport::CollectNeighboringAPs(const std::shared_ptr<Device>& device, const long& now,

@@ -165,6 +165,9 @@ class WirelessNetworkReport final : public Monitor {
   void CollectDevice(const std::string& mac, const long& now, const std::string& day, const std::string& week)
       VEXORA_EXCLUDES(lock_);
 
+  /// Tells once a day that rogue access points were left out, because the day is full.
+  void LogLeftOutRogues(const std::string& day);
+
   /// What the debug lines of a pass tell of.
   std::unique_ptr<NetworkReport> NewDebugReport() const VEXORA_EXCLUDES(lock_);
 
@@ -181,7 +184,8 @@ class WirelessNetworkReport final : public Monitor {
 
   std::string kept_day_;  // of the latest retention
   std::string kept_week_;
-  SampleStore store_;  // its sums point to records of `report_`, which are written with the lock held
+  std::string full_day_;  // of which a line tells that it has no room for more rogue access points
+  SampleStore store_;     // its sums point to records of `report_`, which are written with the lock held
   AccessPointNames names_;
   std::unique_ptr<NetworkReport> debug_report_;  // there while a pass runs of which somebody reads the debug lines
 

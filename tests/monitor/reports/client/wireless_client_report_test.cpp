@@ -4,6 +4,13 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <cstddef>
+#include <string>
+#include <utility>
+
+#include "monitor/engine/report_limits.h"
+#include "probe/host/device_centre.h"
 #include "tests/monitor/reports/client/client_report_fixture.h"
 #include "tests/support/log_capture.h"
 
@@ -372,6 +379,54 @@ TEST_F(ClientReportTest, DropsOldPeriodsOnlyForNewOnes) {
   InOffice({});
   PassAt(At(2026, 12, 24, 12));  // nobody is there: no new day, so the seven stay
   EXPECT_THAT(Kept("daily"), ::testing::SizeIs(7));
+}
+
+TEST_F(ClientReportTest, LeavesNewClientsOutOfADayThatIsFull) {
+  const LogCapture log;
+  const auto told = [&log] { return log.Texts(Level::kError, "left out"); };
+  probe::log::SetLevel(Level::kInfo);
+  auto& centre = probe::DeviceCentre::Instance();
+  const auto crowd = [&centre](std::size_t most) {
+    probe::DeviceSnapshot snapshot = *centre.Snapshot(kAccessPoint);
+    auto& clients = snapshot.ssid_interfaces.at("ath1").clients;
+    for (std::size_t number = 1; number <= most; ++number) {
+      Client client = Laptop();
+      client.mac = "B1" + std::to_string(1'000'000'000 + number);
+      clients.push_back(std::move(client));
+    }
+    centre.Replace(kAccessPoint, std::move(snapshot));
+  };
+  const auto number_seven = [] {
+    Client client = Laptop(9, 0);
+    client.mac = "B11000000007";
+    return client;
+  };
+  const auto occurrences = [](const std::string& part, const std::string& text) {
+    std::size_t found = 0;
+    for (auto at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++found;
+    return found;
+  };
+  crowd(monitoring::kMaxClientRowsADay);
+  Pass();
+  EXPECT_THAT(told(), IsEmpty());
+
+  InOffice({Laptop(100, 0), number_seven()});
+  Pass();
+  InOffice({Laptop(150, 0), number_seven()});
+  Pass();
+  EXPECT_THAT(told(), ElementsAre("[WirelessClientReport::DataMerge] More than 100000 clients on 2026-11-18: new ones "
+                                  "are left out, 1 in this pass"));
+  for (const auto& [type, period] : {std::pair("daily", kToday), std::pair("weekly", kThisWeek)}) {
+    const std::string report = monitor.GetWirelessReport(type, period);  // of megabytes: parsing takes seconds
+    EXPECT_EQ(occurrences("\"first_seen\"", report), monitoring::kMaxClientRowsADay);
+    EXPECT_EQ(occurrences(kLaptop, report), 0U);
+    EXPECT_EQ(occurrences("\"upload\": 9,", report), 1U) << "of who is in it already";
+  }
+
+  InOffice({Laptop(220, 0)});
+  PassAt(At(2026, 11, 19));
+  EXPECT_THAT(Day("2026-11-19"), ElementsAre("laptop 2026-11-19 00:00:00 - 2026-11-19 00:00:00, 0 s, up 70, down 0"))
+      << "goes on with the counters of the day before";
 }
 
 }  // namespace

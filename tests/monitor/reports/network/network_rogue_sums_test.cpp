@@ -7,7 +7,10 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstddef>
+#include <string>
 
+#include "monitor/engine/report_limits.h"
 #include "tests/monitor/reports/network/network_samples.h"
 
 namespace vexora_probe::monitor {
@@ -52,6 +55,38 @@ class NetworkRogueSums : public ::testing::Test {
   RogueBuckets daily;
   RogueWeek week;
 };
+
+TEST_F(NetworkRogueSums, LeaveNewOnesOutOfADayThatIsFull) {
+  const auto numbered = [](std::size_t number) { return "rogue-" + std::to_string(number); };
+  for (std::size_t number = 1; number <= monitoring::kMaxRogueKeysADay; ++number) {
+    Scan("ap", -40, false, numbered(number));
+  }
+  EXPECT_EQ(daily.at("2026-11-18").size(), monitoring::kMaxRogueKeysADay);
+  EXPECT_EQ(store.left_out_rogues, 0U);
+
+  Scan("ap", -40, false, "one too many");
+  EXPECT_EQ(daily.at("2026-11-18").size(), monitoring::kMaxRogueKeysADay);
+  EXPECT_FALSE(daily.at("2026-11-18").contains("one too many//6/2.4GHz"));
+  EXPECT_EQ(store.rogues.size(), monitoring::kMaxRogueKeysADay);
+  EXPECT_EQ(store.left_out_rogues, 1U);
+
+  NextPass();
+  Scan("ap", -80, false, numbered(7));
+  EXPECT_EQ(daily.at("2026-11-18").at("rogue-7//6/2.4GHz").last_seen, static_cast<time_t>(now)) << "of the full day";
+  EXPECT_EQ(store.left_out_rogues, 1U);
+}
+
+TEST_F(NetworkRogueSums, KeepADayFullWhoseSamplesAreGone) {
+  for (std::size_t number = 1; number <= monitoring::kMaxRogueKeysADay; ++number) {
+    Scan("ap", -40, false, std::to_string(number));
+  }
+  store.DropSamples(time.day);  // as when the clock is set back
+  Scan("ap", -40, false, "one too many");
+  Scan("ap", -40, false, "7");
+  EXPECT_EQ(store.left_out_rogues, 1U);
+  EXPECT_EQ(store.rogues.size(), 1U);
+  EXPECT_EQ(daily.at("2026-11-18").size(), monitoring::kMaxRogueKeysADay);
+}
 
 TEST_F(NetworkRogueSums, TakeTheMeanOfTheSamplesOverTheirPower) {
   Scan("ap", -40);

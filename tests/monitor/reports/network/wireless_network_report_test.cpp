@@ -6,8 +6,12 @@
 
 #include <gmock/gmock.h>
 
+#include <cstddef>
+#include <list>
 #include <memory>
+#include <string>
 
+#include "monitor/engine/report_limits.h"
 #include "monitor/reports/network/network_keys.h"
 #include "probe/host/device_centre.h"
 #include "tests/monitor/reports/network/network_report_fixture.h"
@@ -503,6 +507,32 @@ TEST_F(NetworkReportTest, HasNothingToMergeAndPushesNothing) {
   monitor.MergeDifferentInterval("1m", "5m", 5, 5);
   monitor.monitor("");
   EXPECT_EQ(monitor.GetAvailableTypePeriod(), R"({ "daily": [ ], "weekly": [ ] })");
+}
+
+TEST_F(NetworkReportTest, TellsOnceADayThatRogueAccessPointsWereLeftOut) {
+  const test::LogCapture log;
+  const auto told = [&log] { return log.Texts(Level::kError, "left out"); };
+  probe::log::SetLevel(Level::kInfo);  // the debug lines of so many are a gigabyte
+  std::list<Neighbour> heard;
+  for (std::size_t number = 0; number < monitoring::kMaxRogueKeysADay; ++number) {
+    heard.push_back(Heard("rogue-" + std::to_string(number), "", -60));
+  }
+  Office(kAp, 1).Neighbours(heard);
+  Sample();
+  EXPECT_THAT(told(), IsEmpty());
+  EXPECT_EQ(Today()["rogue_ap"].size(), monitoring::kMaxRogueKeysADay);
+
+  heard.push_back(Heard("one", "", -60));
+  heard.push_back(Heard("two", "", -60));
+  Office(kAp, 1).Neighbours(heard);
+  Sample();
+  Sample();
+  EXPECT_THAT(told(), ElementsAre("[WirelessNetworkReport::CollectData] More than 10000 rogue access points on "
+                                  "2026-11-18: new ones are left out, 2 entries of scans in this pass"));
+  EXPECT_EQ(Today()["rogue_ap"].size(), monitoring::kMaxRogueKeysADay);
+
+  SampleAt(clock.Now().tv_sec + 24 * 3600);
+  EXPECT_THAT(told(), SizeIs(2)) << "a day later";
 }
 
 }  // namespace
