@@ -181,6 +181,7 @@ void DeviceFigures::TakeInterfaces(const std::vector<InterfaceReading>& rows, co
   snapshot_.sample_time = static_cast<time_t>(moment.now_ticks / kTicksPerSecond);
   records::InterfaceStates interfaces;
   for (std::size_t i = 0; i < rows.size(); ++i) {
+    if (!interface_names_.Admit(names[i])) continue;
     auto state = std::make_shared<records::InterfaceState>();
     state->oper_status = rows[i].oper_status;
     if (const RowOctets octets = interface_counters_.Find(names[i]); octets.is_measured) {
@@ -273,6 +274,7 @@ void DeviceFigures::ShowSsids() {
   for (const SsidReading& row : ssids_) {
     // The contract has no word for a number of clients that is not known, and 0 would be a wrong one.
     if (!row.client_count && !stations_) continue;
+    if (!network_names_.Admit(row.name + '\n' + row.ssid)) continue;
     records::SSIDIfState& state = snapshot_.ssid_interfaces[row.name];
     state.ssid = row.ssid;
     state.radio = row.radio;
@@ -308,8 +310,9 @@ void DeviceFigures::ShowStations() {
     network->second.clients.push_back(std::move(client));
   }
   for (const SsidReading& row : ssids_) {
-    records::SSIDIfState& state = snapshot_.ssid_interfaces[row.name];
-    if (!row.client_count) state.client_count = static_cast<std::int32_t>(state.clients.size());
+    const auto shown = snapshot_.ssid_interfaces.find(row.name);
+    if (shown == snapshot_.ssid_interfaces.end() || row.client_count) continue;
+    shown->second.client_count = static_cast<std::int32_t>(shown->second.clients.size());
   }
 }
 
@@ -352,6 +355,11 @@ std::optional<std::int32_t> DeviceFigures::clients() const {
 std::optional<std::int32_t> DeviceFigures::listed_clients() const {
   if (!lists_clients_ || !stations_) return std::nullopt;
   return static_cast<std::int32_t>(stations_->size());
+}
+
+bool DeviceFigures::TakeRefusal() {
+  const bool of_interface = interface_names_.TakeRefusal();
+  return network_names_.TakeRefusal() || of_interface;
 }
 
 std::vector<StaleTable> DeviceFigures::StaleTables(std::int64_t steady_ticks) const {

@@ -10,6 +10,7 @@
 
 #include "platform/device_records.h"
 #include "probe/host/device_snapshot.h"
+#include "probe/host/name_limit.h"
 #include "probe/sources/snmp/counter_table.h"
 #include "probe/sources/snmp/device_status.h"
 #include "probe/sources/snmp/device_time.h"
@@ -57,6 +58,9 @@ class DeviceFigures {
   /// How many of them the device lists; nothing when it tells at most how many there are.
   std::optional<std::int32_t> listed_clients() const;
 
+  /// Whether interfaces or networks were left out for their names (`NameLimit`): true once.
+  bool TakeRefusal();
+
   /// The tables whose rows are older than the last reading; those that never answered are not among them.
   std::vector<StaleTable> StaleTables(std::int64_t steady_ticks) const;
 
@@ -82,6 +86,8 @@ class DeviceFigures {
   std::optional<std::int64_t> last_answer_;  // our clock, in ticks
   DeviceSnapshot snapshot_;
 
+  NameLimit interface_names_;
+  NameLimit network_names_;  // interface and SSID, of which the plug-in makes a name
   CounterTable interface_counters_;
   CounterTable ssid_counters_;
   CounterTable station_counters_;

@@ -93,6 +93,10 @@ class SnmpSource::PolledDevice {
       log::Info("snmp device %s is %s, id %s, read with the profile \"%s\": %s", label_.c_str(), status_.name.c_str(),
                 figures_.mac().c_str(), health.profile.c_str(), health.profile_reason.c_str());
     }
+    if (figures_.TakeRefusal()) {
+      log::Error("snmp device %s: more than %zu names of interfaces since the probe started: new ones are left out",
+                 label_.c_str(), NameLimit::kMaxNames);
+    }
     status_.health = std::move(health);
   }
 

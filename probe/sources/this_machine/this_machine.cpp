@@ -23,9 +23,10 @@ namespace records = vexora_probe::models::controller;
 constexpr std::int32_t kUnknownCpu = -1;  // the first reading has none before it to compare CPU times with
 constexpr std::int32_t kGoodHealth = 2;   // the machine can be read; nothing else judges its health
 
-records::InterfaceStates InterfacesOf(const std::vector<Link>& links) {
+records::InterfaceStates InterfacesOf(const std::vector<Link>& links, NameLimit& names) {
   records::InterfaceStates interfaces;
   for (const Link& link : links) {
+    if (!names.Admit(link.name)) continue;
     // New records each time: the plug-in may still hold those of the last reading.
     auto traffic = std::make_shared<records::TrafficStats>();
     traffic->if_index = link.if_index;
@@ -108,7 +109,11 @@ void ThisMachine::TakeOver(const MachineReading& reading) {
   snapshot.platform_info = records::PlatformInfo{.model = "Linux", .version = reading.kernel_release};
   snapshot.sample_time = reading.read_at;
   snapshot.polling_time = reading.read_at;
-  snapshot.interfaces = InterfacesOf(reading.links);
+  snapshot.interfaces = InterfacesOf(reading.links, names_);
+  if (names_.TakeRefusal()) {
+    log::Error("this machine: more than %zu names of interfaces since the probe started: new ones are left out",
+               NameLimit::kMaxNames);
+  }
   AddWifi(reading.wifi, snapshot);
   snapshot.cpu = last_cpu_ == CpuTimes{} ? kUnknownCpu : CpuPercent(last_cpu_, reading.cpu);
   snapshot.uptime = reading.uptime;

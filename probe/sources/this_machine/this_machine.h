@@ -5,6 +5,7 @@
 
 #include "platform/utilities/locks.h"
 #include "probe/host/device_centre.h"
+#include "probe/host/name_limit.h"
 #include "probe/host/stop_flag.h"
 #include "probe/sources/this_machine/machine_reading.h"
 #include "probe/sources/this_machine/proc_texts.h"
@@ -54,6 +55,7 @@ class ThisMachine {
 
   // Only the source's thread; before it starts, the one that calls Start.
   CpuTimes last_cpu_;
+  NameLimit names_;
   bool is_failing_ = false;
 
   // Leaf lock: no other lock is taken while it is held.

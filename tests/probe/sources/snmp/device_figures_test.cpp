@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <utility>
 
@@ -625,6 +626,39 @@ TEST_F(RestartedFiguresTest, OctetsOfNetworksClientsAndPortalUsersGoOn) {
   const auto& user = continued->portal_users.at("02:FC:00:00:00:07");
   EXPECT_EQ(user.in_bytes, kFigureTurn + 25);
   EXPECT_EQ(user.out_bytes, kFigureTurn + 25);
+}
+
+TEST_F(DeviceFiguresTest, LeaveOutNewPortNamesOfADeviceThatRenamesItsPortsAgainAndAgain) {
+  std::set<std::string> shown;
+  const auto poll = [&](std::size_t number) {
+    const std::string name = "port-" + std::to_string(number);
+    reading_.interfaces = {{Interface(1, name, number, 0)}};
+    for (const auto& [interface, state] : Poll().interfaces) shown.insert(interface);
+  };
+  for (std::size_t number = 1; number <= NameLimit::kMaxNames; ++number) poll(number);
+  EXPECT_EQ(shown.size(), NameLimit::kMaxNames);
+  EXPECT_FALSE(figures_.TakeRefusal());
+
+  poll(NameLimit::kMaxNames + 1);
+  EXPECT_EQ(shown.size(), NameLimit::kMaxNames);
+  EXPECT_TRUE(figures_.TakeRefusal());
+  poll(NameLimit::kMaxNames + 2);
+  EXPECT_FALSE(figures_.TakeRefusal()) << "once";
+  reading_.interfaces = {{Interface(1, "port-7", 9, 9), Interface(2, "new", 1, 1)}};
+  EXPECT_THAT(Poll().interfaces, ElementsAre(Pair("port-7", ::testing::_)));
+}
+
+TEST_F(DeviceFiguresTest, LeaveOutNewSsidsOfADeviceThatRenamesItsNetworksAgainAndAgain) {
+  reading_.stations.emplace();
+  std::size_t shown = 0;
+  for (std::size_t number = 1; number <= NameLimit::kMaxNames + 3; ++number) {
+    reading_.ssids = {{Ssid("wlan0", "network " + std::to_string(number), "radio0")}};
+    const DeviceSnapshot snapshot = Poll();
+    shown += snapshot.ssid_interfaces.size();
+    EXPECT_EQ(snapshot.ssid_config.size(), snapshot.ssid_interfaces.size());
+  }
+  EXPECT_EQ(shown, NameLimit::kMaxNames);
+  EXPECT_TRUE(figures_.TakeRefusal());
 }
 
 }  // namespace

@@ -72,6 +72,25 @@ class ThisMachineTest : public ::testing::Test {
   GivenMachine machine;
 };
 
+TEST_F(ThisMachineTest, LeavesNewNamesOutWhereContainersComeAndGoAllTheTime) {
+  const test::LogCapture log;
+  ThisMachine source(centre, {}, machine.Reader());
+  const Link card = machine.reading.links.front();
+  std::size_t shown = 0;
+  for (std::size_t number = 1; number < NameLimit::kMaxNames + 3; ++number) {
+    Link container = card;
+    container.name = "veth" + std::to_string(number);
+    machine.reading.links = {card, container};
+    source.RefreshOnce();
+    shown += centre.Snapshot(kMac)->interfaces.size() - 1;
+    ASSERT_TRUE(centre.Snapshot(kMac)->interfaces.contains("eth0"));
+  }
+  EXPECT_EQ(shown, NameLimit::kMaxNames - 1);
+  EXPECT_THAT(log.Texts(log::Level::kError, ""),
+              ::testing::ElementsAre("this machine: more than 12000 names of interfaces since the probe started: new "
+                                     "ones are left out"));
+}
+
 TEST_F(ThisMachineTest, IsADeviceOfUnknownTypeWithoutAWirelessSide) {
   ThisMachine source(centre, {}, machine.Reader());
 
