@@ -81,10 +81,10 @@ KeptForEver::Views KeptForEver::Series() const {
 std::size_t KeptForEver::BytesOfSeries() const {
   const Views shown = Series();
   std::size_t bytes = 0;
-  for (const auto& [view, series_by_id] : shown) {
-    bytes += Taken([&] {
+  for (const auto& view : shown) {
+    bytes += Taken([&view] {
       monitoring::clientcount::SeriesById anew;
-      for (const auto& [mac, series] : series_by_id) {
+      for (const auto& [mac, series] : view.second) {
         for (const auto& [minute, count] : series) monitoring::clientcount::SetSample(anew[mac], minute, count);
       }
       return anew;
