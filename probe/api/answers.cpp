@@ -26,9 +26,16 @@ std::optional<std::string> Argument(const HttpRequest& request, const char* name
 }
 
 /// A device as docs/openapi.yaml describes it; what is not known of it is empty.
-ordered_json DeviceTree(const std::string& mac, const DeviceSnapshot& device) {
+ordered_json DeviceTree(const std::string& mac, const DeviceSnapshot& device, const std::vector<Absence>& absences) {
   const auto info = device.basic_info.value_or(vexora_probe::models::controller::BasicInfo{});
   const auto platform = device.platform_info.value_or(vexora_probe::models::controller::PlatformInfo{});
+  ordered_json measured;
+  // A device that never answered has the beginning of time.
+  if (device.sample_time.value_or(0) > 0) measured = static_cast<std::int64_t>(*device.sample_time);
+  ordered_json was_away = ordered_json::array();
+  for (const Absence& absence : absences)
+    was_away.push_back(
+        {{"from", static_cast<std::int64_t>(absence.from)}, {"to", static_cast<std::int64_t>(absence.to)}});
   return {{"mac", mac},
           {"hostname", info.hostname},
           {"ip", info.ip},
@@ -36,7 +43,9 @@ ordered_json DeviceTree(const std::string& mac, const DeviceSnapshot& device) {
           {"model", platform.model},
           {"version", platform.version},
           {"online", device.online},
-          {"wireless", device.is_wireless}};
+          {"wireless", device.is_wireless},
+          {"measured", std::move(measured)},
+          {"absences", std::move(was_away)}};
 }
 
 /// The polls of one device as docs/openapi.yaml describes them.
@@ -91,7 +100,7 @@ HttpAnswer DevicesAnswer(DeviceCentre& centre, const PollStatuses& polls) {
   ordered_json devices = ordered_json::array();
   // A device that is forgotten between the two questions is left out.
   for (const std::string& mac : centre.GetOnlineManagedDevices(false))
-    if (const auto device = centre.Snapshot(mac)) devices.push_back(DeviceTree(mac, *device));
+    if (const auto device = centre.Snapshot(mac)) devices.push_back(DeviceTree(mac, *device, centre.Absences(mac)));
   ordered_json answer{{"devices", std::move(devices)}};
   if (polls) {
     answer["polls"] = ordered_json::array();

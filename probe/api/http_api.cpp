@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <ctime>
 #include <nlohmann/json.hpp>
 #include <utility>
 
@@ -54,6 +55,13 @@ ordered_json TimingTree(const PassStatus& passes, std::chrono::milliseconds Pass
   if (passes.last) tree["last"] = static_cast<std::int64_t>(((*passes.last).*time).count());
   if (passes.worst) tree["worst"] = static_cast<std::int64_t>(((*passes.worst).*time).count());
   return tree;
+}
+
+/// The zone in which days, weeks and the local times of reports are meant, with its offset at `now`.
+ordered_json ZoneTree(const std::string& name, time_t now) {
+  tm local{};
+  localtime_r(&now, &local);
+  return {{"name", name}, {"offset", local.tm_gmtoff}};
 }
 
 /// As docs/openapi.yaml describes it.
@@ -187,6 +195,7 @@ HttpAnswer HttpApi::Status() const {
   ordered_json status{{"version", facts_.version},
                       {"now", std::int64_t{now.tv_sec} * kThousand + std::int64_t{now.tv_usec} / kThousand},
                       {"speed", facts_.speed},
+                      {"time_zone", ZoneTree(facts_.zone, now.tv_sec)},
                       {"passes", std::move(passes)},
                       {"topics", std::move(topics)}};
   if (history_) status["history"] = HistoryTree(history_());

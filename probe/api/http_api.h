@@ -20,6 +20,7 @@ namespace probe {
 struct ProbeFacts {
   std::string version;
   unsigned speed = 1;  ///< How many times faster than the true pace its clock runs.
+  std::string zone{};  ///< Its time zone's name in the tz database; empty when that has none.
 };
 
 /// The HTTP interface of the probe, docs/openapi.yaml, and the pages of its dashboard.

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstdlib>
+#include <ctime>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -77,6 +78,30 @@ void CheckProfiles(const snmp::SnmpSettings& settings, const snmp::ProfileCatalo
   if (!text.empty()) throw SettingsError(text);
 }
 
+/// The name of the local time zone; empty when it has none.
+std::string ZoneName() {
+  try {
+    return recording::LocalTimezoneName();
+  } catch (const std::runtime_error&) {
+    return {};
+  }
+}
+
+/// The next Tuesday at eight, local time: people arrive at the simulated network while one looks on, on every day.
+time_t NextWorkdayMorning(time_t now) {
+  constexpr int kTuesday = 2;
+  constexpr int kDaysOfWeek = 7;
+  tm local{};
+  localtime_r(&now, &local);
+  const bool is_over = local.tm_wday == kTuesday && local.tm_hour >= 8;
+  local.tm_mday += is_over ? kDaysOfWeek : (kTuesday - local.tm_wday + kDaysOfWeek) % kDaysOfWeek;
+  local.tm_hour = 8;
+  local.tm_min = 0;
+  local.tm_sec = 0;
+  local.tm_isdst = -1;
+  return mktime(&local);
+}
+
 /// The head of the first segment of this run. Says in the log when the time zone is another than in the last.
 journal::SegmentHead HeadOfRun(const std::vector<journal::Segment>& segments) {
   journal::SegmentHead head{InstalledClock().Now().tv_sec, true, "", VEXORA_VERSION};
@@ -138,7 +163,8 @@ void ProbeApp::StartClock() {
 
 void ProbeApp::StartScaledClock() {
   // Time that runs faster has left the present behind: a restart must not set it back by weeks.
-  clock_ = std::make_unique<ScaledClock>(settings_.speed, journal::LastPassOf(segments_).value_or(0));
+  const time_t start = settings_.simulated.enabled ? NextWorkdayMorning(time(nullptr)) : 0;
+  clock_ = std::make_unique<ScaledClock>(settings_.speed, journal::LastPassOf(segments_).value_or(start));
   clock_installation_ = std::make_unique<ClockInstallation>(*clock_);
   log::Info("time runs %u times faster", settings_.speed);
 }
@@ -245,7 +271,7 @@ void ProbeApp::StartServer() {
   // Stopped before it is destroyed, and the server before that: requests find it for as long as they come.
   if (snmp_) polls = [this] { return snmp_->Statuses(); };
   api_ = std::make_unique<HttpApi>(
-      ProbeFacts{VEXORA_VERSION, settings_.speed}, CallsOf(*plugin_), DeviceCentre::Instance(), latest_,
+      ProbeFacts{VEXORA_VERSION, settings_.speed, ZoneName()}, CallsOf(*plugin_), DeviceCentre::Instance(), latest_,
       PageFiles(folder), polls, [this] { return History(); },
       [this] {
         return PassStatus{pass_timer_->last(), pass_timer_->worst()};

@@ -32,6 +32,7 @@ std::string DeviceManager::GetDeviceTypeStr(records::DeviceType type) {
 namespace probe {
 namespace {
 std::atomic<DeviceCentre*> in_force{nullptr};
+constexpr std::size_t kMostAbsences = 32;
 }  // namespace
 
 DeviceCentre& DeviceCentre::Instance() {
@@ -73,10 +74,29 @@ void DeviceCentre::Make(Change& change) {
     return;
   }
   if (change.snapshot != nullptr) {
-    std::swap(PlaceOf(change.mac), change.snapshot);
+    std::shared_ptr<const DeviceSnapshot>& place = PlaceOf(change.mac);
+    NoteReturn(change.mac, place.get(), *change.snapshot);
+    std::swap(place, change.snapshot);
   } else if (const auto known = by_mac_.find(change.mac); known != by_mac_.end()) {
+    absences_.erase(change.mac);
     std::swap(known->second->second, change.snapshot);  // its place stays, for the case that the device comes back
   }
+}
+
+void DeviceCentre::NoteReturn(const std::string& mac, const DeviceSnapshot* before, const DeviceSnapshot& now) {
+  if (before == nullptr || before->online || !now.online || !before->sample_time || !now.sample_time) return;
+  const Absence absence{.from = *before->sample_time, .to = *now.sample_time};
+  // A device that is seen for the first time was read at no time before; a clock that was set back tells nothing.
+  if (absence.from <= 0 || absence.to <= absence.from) return;
+  std::vector<Absence>& absences = absences_[mac];
+  if (absences.size() == kMostAbsences) absences.erase(absences.begin());
+  absences.push_back(absence);
+}
+
+std::vector<Absence> DeviceCentre::Absences(const std::string& mac) const {
+  const lock_guard_read held(lock_);
+  const auto found = absences_.find(mac);
+  return found == absences_.end() ? std::vector<Absence>() : found->second;
 }
 
 std::shared_ptr<const DeviceSnapshot>& DeviceCentre::PlaceOf(const std::string& mac) {
@@ -123,6 +143,7 @@ void DeviceCentre::Clear() {
   by_mac_.clear();
   order_.clear();
   snapshots_.clear();
+  absences_.clear();
   waiting_.clear();
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <ctime>
 #include <map>
 #include <memory>
 #include <string>
@@ -16,6 +17,14 @@
 namespace probe {
 
 class SnapshotDevice;
+
+/// A time in which a device was offline: from its last reading before to the first one after.
+struct Absence {
+  time_t from = 0;
+  time_t to = 0;
+
+  bool operator==(const Absence&) const = default;
+};
 
 /// The reference host's device manager: a register of devices, each with its newest snapshot.
 ///
@@ -64,6 +73,10 @@ class DeviceCentre final : public DeviceManager {
   /// What is known of the device now; null for a MAC that nobody named, or that was forgotten.
   std::shared_ptr<const DeviceSnapshot> Snapshot(const std::string& mac) const VEXORA_EXCLUDES(lock_);
 
+  /// When the device was offline and came back, the newest thirty-two, in their order. What has no time is not among
+  /// them, and neither is the absence of a device that is offline still: it began when its snapshot was read.
+  std::vector<Absence> Absences(const std::string& mac) const VEXORA_EXCLUDES(lock_);
+
   /// All MACs as they were first named, from this place on: those of forgotten devices, too.
   std::vector<std::string> NamedFrom(std::size_t place) const VEXORA_EXCLUDES(lock_);
 
@@ -93,6 +106,10 @@ class DeviceCentre final : public DeviceManager {
   /// the caller can free it without the lock.
   void Make(Change& change) VEXORA_REQUIRES(lock_);
 
+  /// Takes down that the device has come back, when it has.
+  void NoteReturn(const std::string& mac, const DeviceSnapshot* before, const DeviceSnapshot& now)
+      VEXORA_REQUIRES(lock_);
+
   /// Where the device's snapshot is kept; makes the place when the device was never named.
   std::shared_ptr<const DeviceSnapshot>& PlaceOf(const std::string& mac) VEXORA_REQUIRES(lock_);
 
@@ -103,6 +120,7 @@ class DeviceCentre final : public DeviceManager {
 
   mutable utilities::lock::RwLock lock_;
   Snapshots snapshots_ VEXORA_GUARDED_BY(lock_);
+  std::map<std::string, std::vector<Absence>> absences_ VEXORA_GUARDED_BY(lock_);
   bool is_held_ VEXORA_GUARDED_BY(lock_) = false;
   std::vector<Change> waiting_ VEXORA_GUARDED_BY(lock_);
   // Both lead to entries of snapshots_, which stay until all are cleared.

@@ -21,7 +21,9 @@ namespace {
 namespace records = vexora_probe::models::controller;
 
 constexpr std::int32_t kUnknownCpu = -1;  // the first reading has none before it to compare CPU times with
-constexpr std::int32_t kGoodHealth = 2;   // the machine can be read; nothing else judges its health
+constexpr std::time_t kPassSeconds =
+    60;                                  // a level is judged once a pass, so the CPU use is the mean since the last one
+constexpr std::int32_t kGoodHealth = 2;  // the machine can be read; nothing else judges its health
 
 records::InterfaceStates InterfacesOf(const std::vector<Link>& links, NameLimit& names) {
   records::InterfaceStates interfaces;
@@ -115,13 +117,19 @@ void ThisMachine::TakeOver(const MachineReading& reading) {
                NameLimit::kMaxNames);
   }
   AddWifi(reading.wifi, snapshot);
-  snapshot.cpu = last_cpu_ == CpuTimes{} ? kUnknownCpu : CpuPercent(last_cpu_, reading.cpu);
+  snapshot.cpu = MeanCpu(reading);
   snapshot.uptime = reading.uptime;
   snapshot.health_level = kGoodHealth;
-  last_cpu_ = reading.cpu;
   centre_.Replace(device, std::move(snapshot));
   if (is_failing_) log::Info("this machine can be read again");
   is_failing_ = false;
+}
+
+std::int32_t ThisMachine::MeanCpu(const MachineReading& reading) {
+  if (!cpu_times_.empty() && reading.read_at < cpu_times_.back().read_at) cpu_times_.clear();  // the clock was set back
+  cpu_times_.push_back({.read_at = reading.read_at, .times = reading.cpu});
+  while (cpu_times_.size() > 2 && cpu_times_[1].read_at <= reading.read_at - kPassSeconds) cpu_times_.pop_front();
+  return cpu_times_.size() < 2 ? kUnknownCpu : CpuPercent(cpu_times_.front().times, reading.cpu);
 }
 
 void ThisMachine::GoOffline(const std::string& reason) {

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <cstdint>
+#include <ctime>
+#include <deque>
 #include <string>
 #include <thread>
 
@@ -44,9 +47,17 @@ class ThisMachine {
   std::string mac() const;
 
  private:
+  struct CpuReading {
+    std::time_t read_at = 0;
+    CpuTimes times;
+  };
+
   void Run();
   void TakeOver(const MachineReading& reading);
   void ReadOrGoOffline();
+
+  /// CPU use in percent over the last pass, or as far back as readings go; -1 after the first.
+  std::int32_t MeanCpu(const MachineReading& reading);
   void GoOffline(const std::string& reason);
 
   DeviceCentre& centre_;
@@ -54,7 +65,7 @@ class ThisMachine {
   const MachineReader read_;
 
   // Only the source's thread; before it starts, the one that calls Start.
-  CpuTimes last_cpu_;
+  std::deque<CpuReading> cpu_times_;  // of the last pass and one before that, the oldest first
   NameLimit names_;
   bool is_failing_ = false;
 

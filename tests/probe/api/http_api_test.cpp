@@ -11,6 +11,8 @@
 #include <gmock/gmock.h>
 
 #include <chrono>
+#include <cstdlib>
+#include <ctime>
 #include <fstream>
 #include <nlohmann/json.hpp>
 #include <vector>
@@ -79,14 +81,21 @@ TEST_F(HttpApiTest, ListsTheDevicesInTheOrderOfTheCentre) {
   first.platform_info = {"W6", "1.0"};
   first.is_wireless = true;
   first.online = false;
+  first.sample_time = 1000;
+  late.sample_time = 0;
   centre.Replace("BB", first);
   centre.Replace("AA", late);
   const HttpAnswer answer = Ask("/api/devices");
   EXPECT_EQ(json::parse(*answer.body), json::parse(R"({"devices": [
     {"mac": "BB", "hostname": "ap-1", "ip": "10.0.0.2", "type": "AccessPoint", "model": "W6", "version": "1.0",
-     "online": false, "wireless": true},
+     "online": false, "wireless": true, "measured": 1000, "absences": []},
     {"mac": "AA", "hostname": "late �", "ip": "", "type": "Unknown", "model": "", "version": "",
-     "online": true, "wireless": false}]})"));
+     "online": true, "wireless": false, "measured": null, "absences": []}]})"));
+  first.online = true;
+  first.sample_time = 2000;
+  centre.Replace("BB", first);
+  const json back = json::parse(*Ask("/api/devices").body)["devices"][0];
+  EXPECT_EQ(back["absences"], json::parse(R"([{"from": 1000, "to": 2000}])"));
   EXPECT_EQ(answer.caching, Caching::kRevalidate);
   EXPECT_EQ(answer.etag, probe::EtagOf(*answer.body));
 }
@@ -214,6 +223,21 @@ TEST_F(HttpApiTest, TellsHowLongPassesTakeAndHowLateTheyAre) {
             probe::PassTiming{milliseconds(340), milliseconds(7)}};
   EXPECT_EQ(told()["duration"], json::parse(R"({"last": 12, "worst": 340})"));
   EXPECT_EQ(told()["lateness"], json::parse(R"({"last": 0, "worst": 7})"));
+}
+
+TEST_F(HttpApiTest, TellsInWhichTimeZoneItStands) {
+  const char* const before = std::getenv("TZ");
+  const std::string zone = before == nullptr ? "" : before;
+  setenv("TZ", "Asia/Tokyo", 1);
+  tzset();
+  const probe::HttpApi api({"1.2.3", 1, "Asia/Tokyo"}, plugin, centre, latest, probe::PageFiles(""));
+  EXPECT_EQ(json::parse(*api.Answer({"/api/status", {}}).body)["time_zone"],
+            json::parse(R"({"name": "Asia/Tokyo", "offset": 32400})"));
+  if (before == nullptr)
+    unsetenv("TZ");
+  else
+    setenv("TZ", zone.c_str(), 1);
+  tzset();
 }
 
 TEST_F(HttpApiTest, TellsHowFarTheJournalIsReplayed) {

@@ -63,6 +63,34 @@ TEST_F(DeviceCentreTest, LeavesOfflineDevicesOutOfTheOnlineList) {
   EXPECT_NE(centre.device("A"), nullptr);
 }
 
+TEST_F(DeviceCentreTest, RemembersWhenADeviceWasAwayAndCameBack) {
+  DeviceSnapshot device;
+  const auto come = [&](bool is_online, time_t at) {
+    device.online = is_online;
+    device.sample_time = at;
+    centre.Replace("A", device);
+  };
+  come(false, 0);
+  come(true, 50);
+  EXPECT_THAT(centre.Absences("A"), IsEmpty()) << "it had never been there";
+  come(true, 100);
+  come(false, 100);
+  come(false, 100);
+  EXPECT_THAT(centre.Absences("A"), IsEmpty()) << "it is still away";
+  come(true, 400);
+  come(true, 460);
+  EXPECT_THAT(centre.Absences("A"), ElementsAre(probe::Absence{.from = 100, .to = 400}));
+  for (time_t at = 1000; at < 1100; at += 2) {
+    come(false, at);
+    come(true, at + 1);
+  }
+  EXPECT_EQ(centre.Absences("A").size(), 32U);
+  EXPECT_EQ(centre.Absences("A").back(), (probe::Absence{.from = 1098, .to = 1099}));
+  EXPECT_THAT(centre.Absences("B"), IsEmpty());
+  centre.Forget("A");
+  EXPECT_THAT(centre.Absences("A"), IsEmpty());
+}
+
 TEST_F(DeviceCentreTest, GivesNoDeviceThatIsForgottenOrUnknown) {
   EXPECT_EQ(centre.device("A"), nullptr);
   DeviceSnapshot unknown;
