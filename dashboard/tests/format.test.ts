@@ -1,6 +1,7 @@
-import { describe, expect, test } from 'vitest';
-import { toCsv } from '../src/format/csv';
-import { formatBytes, formatDuration, formatMark, formatMegabits, formatMinute, formatNumber, formatPace, formatPercent, formatPeriod, formatRate, inUnit, rateUnit, withoutDirection } from '../src/format/format';
+import { afterEach, describe, expect, test } from 'vitest';
+import { csvName, rounded, toCsv } from '../src/format/csv';
+import { formatBytes, formatDuration, formatMark, formatMegabits, formatMinute, formatNumber, formatPace, formatPercent, formatPeriod, formatRate, formatSince, formatStopwatch, inUnit, rateUnit, setRateKind, withoutDirection } from '../src/format/format';
+import { inZone, offsetText, setZone, wallDate, zoneSlug, zoneText } from '../src/format/zone';
 
 describe('numbers', () => {
   test.each([
@@ -20,11 +21,18 @@ describe('numbers', () => {
 
   test.each([
     [0, '0 B'],
-    [1023, '1023 B'],
-    [1024, '1 KiB'],
-    [1536, '1.5 KiB'],
-    [1_073_741_824, '1 GiB'],
+    [999, '999 B'],
+    [1000, '1 kB'],
+    [1536, '1.54 kB'],
+    [1_073_741_824, '1.07 GB'],
   ])('%f bytes are %s', (bytes, text) => expect(formatBytes(bytes)).toBe(text));
+
+  test('speeds are told in bytes where the user prefers that', () => {
+    setRateKind('byte');
+    expect([125, 125_000_000, 0].map(formatRate)).toEqual(['125 B/s', '125 MB/s', '0 B/s']);
+    setRateKind('bit');
+    expect(formatRate(125)).toBe('1 kbit/s');
+  });
 
   test('an axis has one unit, fit for its top', () => {
     const unit = rateUnit(125_000);
@@ -82,6 +90,55 @@ describe('times', () => {
     expect(formatPeriod('2026-11-15')).toBe('2026-11-15');
   });
 });
+
+describe('a time zone', () => {
+  afterEach(() => setZone(null));
+  const at = Date.UTC(2026, 10, 5, 22, 30) / 1000;
+
+  test('is that of the probe, whatever the browser’s', () => {
+    setZone({ name: 'Asia/Tokyo', offset: 32_400 });
+    expect(formatMinute(at / 60, true)).toBe('2026-11-06 07:30');
+    expect(zoneText(at * 1000)).toBe('Asia/Tokyo, UTC+09:00');
+    expect(wallDate(at * 1000).getHours()).toBe(7);
+    setZone({ name: 'America/New_York', offset: 0 });
+    expect(formatMinute(at / 60, true)).toBe('2026-11-05 17:30');
+  });
+
+  test('has the offset of each moment, also across the change of the clocks', () => {
+    setZone({ name: 'Europe/Berlin', offset: 3600 });
+    const change = Date.UTC(2026, 9, 25, 1, 0) / 60_000;
+    expect([change - 1, change].map((minute) => formatMinute(minute))).toEqual(['02:59', '02:00']);
+  });
+
+  test('without a name, or with one that the browser does not know, has the offset that is told', () => {
+    setZone({ name: '', offset: -12_600 });
+    expect(formatMinute(at / 60)).toBe('19:00');
+    expect(zoneText(at * 1000)).toBe('UTC−03:30');
+    setZone({ name: 'Nowhere/Atlantis', offset: 3600 });
+    expect(formatMinute(at / 60)).toBe('23:30');
+    expect(offsetText(0)).toBe('UTC');
+  });
+
+  test('may be another for what is done in between', () => {
+    setZone({ name: '', offset: 0 });
+    expect(inZone({ name: '', offset: 3600 }, () => formatMinute(at / 60))).toBe('23:30');
+    expect(formatMinute(at / 60)).toBe('22:30');
+  });
+
+  test('tells a moment without the date when it was today', () => {
+    setZone({ name: '', offset: 7200 });
+    expect(formatSince(at, at + 3600)).toBe('2026-11-06 00:30'.slice(11));
+    expect(formatSince(at - 7200, at)).toBe('2026-11-05 22:30');
+  });
+
+  test('is a part of a file’s name', () => {
+    expect(csvName('clients', '2026-11-15', zoneSlug({ name: 'Europe/Berlin', offset: 3600 }))).toBe('clients-day-2026-11-15-Europe-Berlin.csv');
+    expect(csvName('networks', '2026-11-15/2026-11-21', zoneSlug({ name: '', offset: -12_600 }))).toBe('networks-week-2026-11-15_2026-11-21-UTC-03-30.csv');
+  });
+});
+
+test('a time that goes by', () => expect([0, 42.9, 727, -3].map(formatStopwatch)).toEqual(['0:00', '0:42', '12:07', '0:00']));
+test('numbers of a file have no more digits than they are worth', () => expect([rounded(0.1 + 0.2, 1), rounded(null, 1), rounded(12.34567, 3)]).toEqual([0.3, null, 12.346]));
 
 test('a name that cannot be isolated loses the marks that would turn its surroundings around', () => {
   expect(withoutDirection('a\u202egnp\u202c\u2066\u2069\u200f\u061cשלום')).toBe('agnpשלום');

@@ -1,22 +1,26 @@
 import { describe, expect, test } from 'vitest';
 import type { Device, HealthDevice, History } from '../src/messages/decode';
 import type { Poll } from '../src/messages/generated/http';
-import { journalTexts, knownSinceText, outageText, progressOf } from '../src/state/history';
-import { deviceRows, levelOf, overallLevel } from '../src/state/health';
+import { absenceText, basisText, journalTexts, knownSinceText, outageText, progressOf } from '../src/state/history';
+import { concernsOf, deviceRows, levelOf, limitText, overallLevel } from '../src/state/health';
+import { type DeviceLevels, type Held, heldAfter, levelsAfter } from '../src/state/levels';
+import { setZone } from '../src/format/zone';
 import { isStale, passesFrom, untilNext } from '../src/state/passes';
-import { formatRoute, oneOf, parseRoute } from '../src/state/route';
+import { formatRoute, nextOnWall, oneOf, parseRoute, wallSeconds } from '../src/state/route';
 import { compare, distinctKeys, formatSorting, parseSorting, search, sortRows } from '../src/state/sorting';
+import { settingsFrom } from '../src/state/settings';
 import { zoomOf, zoomText } from '../src/state/zoom';
 
 const notification = { alert: 0, warning: 0, info: 0 };
 const well = (device: string, more: Partial<HealthDevice> = {}): HealthDevice =>
   ({ device, hostname: device, deviceclass: 'Switch', actual_cpu: { value: 5, level: 2 }, uptime: { value: 9000, level: 2 }, notification, level: 2, ...more }) as HealthDevice;
-const known = (mac: string, online = true): Device => ({ mac, hostname: mac, ip: '', type: 'Switch', model: '', version: '', online, wireless: false });
+const known = (mac: string, online = true): Device => ({ mac, hostname: mac, ip: '', type: 'Switch', model: '', version: '', online, wireless: false, measured: null, absences: [] });
 
 describe('the address bar', () => {
   test.each([
     ['', { page: 'overview', values: {} }],
-    ['#/nowhere?x=1', { page: 'overview', values: { x: '1' } }],
+    ['#/nowhere?x=1', { page: 'not-found', values: { x: '1' } }],
+    ['#/device?device=AA', { page: 'device', values: { device: 'AA' } }],
     ['#/traffic?device=AA%3A01&view=1h', { page: 'traffic', values: { device: 'AA:01', view: '1h' } }],
     ['#client-report', { page: 'client-report', values: {} }],
   ])('%s', (hash, route) => expect(parseRoute(hash)).toEqual(route));
@@ -38,6 +42,33 @@ describe('the address bar', () => {
     expect(zoomOf({ page: 'traffic', values: zoomText(null) })).toBeNull();
     expect(zoomOf({ page: 'traffic', values: { from: '120', to: '60' } })).toBeNull();
     expect(zoomOf({ page: 'traffic', values: { from: 'x', to: '1' } })).toBeNull();
+  });
+});
+
+describe('a wall', () => {
+  test('shows each page for the seconds that its link names', () => {
+    expect(wallSeconds(parseRoute('#/overview?wall=20'))).toBe(20);
+    for (const text of ['', '?wall=0', '?wall=x', '?wall=-5']) expect(wallSeconds(parseRoute(`#/overview${text}`))).toBeNull();
+    expect(nextOnWall(parseRoute('#/overview?wall=5&theme=dark&search=x'))).toEqual({ page: 'traffic', values: { wall: '5', theme: 'dark' } });
+    expect(nextOnWall(parseRoute('#/top?wall=5')).page).toBe('overview');
+  });
+});
+
+test('choices that were kept are taken, and what is none is not', () => {
+  expect(settingsFrom((key) => ({ 'vexora-zone': 'browser', 'vexora-rates': 'furlong' })[key] ?? null)).toEqual({ zone: 'browser', rates: 'bit', theme: 'auto' });
+  expect(settingsFrom(() => { throw new Error('not allowed'); })).toEqual({ zone: 'probe', rates: 'bit', theme: 'auto' });
+});
+
+describe('a report', () => {
+  const zone = { name: 'Asia/Tokyo', offset: 32_400 };
+  const at = (hour: number, minute: number, day = 22): number => Date.UTC(2026, 10, day, hour - 9, minute) / 1000;
+
+  test('says what of its period it rests on, by the days of the probe', () => {
+    expect(basisText('2026-11-21', at(9, 0, 1), at(8, 30), zone)).toBe('');
+    expect(basisText('2026-11-22', at(9, 0, 1), at(8, 30), zone)).toBe('Not over yet: up to 2026-11-22 08:30.');
+    expect(basisText('2026-11-22', at(7, 15), at(8, 30), zone)).toBe('The record begins 2026-11-22 07:15, 1 h 15 min up to now.');
+    expect(basisText('2026-11-15/2026-11-21', at(7, 15, 18), at(8, 30), zone)).toBe('The record begins 2026-11-18 07:15.');
+    expect(basisText('2026-11-21', null, at(8, 30), zone)).toBe('');
   });
 });
 
@@ -86,6 +117,8 @@ describe('the journal', () => {
     const data = { times: [at(8, 0), at(12, 0)], columns: [] };
     expect(outageText([at(11, 4), at(11, 27)], data)).toBe('The probe was off 11:04 to 11:27');
     expect(outageText([at(23, 50, 21), at(0, 10)], data)).toBe('The probe was off 2026-11-21 23:50 to 2026-11-22 00:10');
+    expect(absenceText([at(11, 4), at(11, 27)], data)).toBe('The device was offline 11:04 to 11:27');
+    expect(absenceText([at(11, 4), at(12, 0)], data)).toBe('The device is offline since 11:04');
     expect(outageText([at(11, 4, 20), at(11, 27, 20)], data)).toBe('The probe was off 2026-11-20 11:04 to 2026-11-20 11:27');
   });
 });
@@ -95,13 +128,65 @@ describe('health', () => {
     expect([undefined, 0, 1, 2, 3, 4, 5].map(levelOf)).toEqual(['unknown', 'unknown', 'unknown', 'good', 'fair', 'bad', 'bad']);
   });
 
-  test('of a device is the worst of its own, CPU, uptime and clients', () => {
+  test('of a device is what the probe judges, and not the worst of its figures', () => {
+    const busy = { value: 90, level: 4 } as const;
     expect(overallLevel(well('a'), true)).toBe('good');
-    expect(overallLevel(well('a', { actual_cpu: { value: 90, level: 4 } }), true)).toBe('bad');
+    expect(overallLevel(well('a', { actual_cpu: busy, uptime: busy, clients: busy }), true)).toBe('good');
     expect(overallLevel(well('a', { level: 3 }), true)).toBe('fair');
     expect(overallLevel(well('a', { rogue_aps: { value: 3, level: 4 } }), true)).toBe('good');
     expect(overallLevel(well('a', { level: 4 }), false)).toBe('offline');
     expect(overallLevel(null, true)).toBe('unknown');
+    expect(overallLevel(well('a', { level: undefined, actual_cpu: busy }), true)).toBe('bad');
+  });
+
+  test('changes its level after two passes, both ways', () => {
+    const held = new Map<string, DeviceLevels>();
+    let after = levelsAfter(held, [well('a')], 60);
+    expect(after.get('a')?.own).toEqual({ level: 2, since: 60, isFirst: true });
+    after = levelsAfter(after, [well('a', { level: 4 })], 120);
+    expect(after.get('a')?.own?.level).toBe(2);
+    after = levelsAfter(after, [well('a')], 180);
+    after = levelsAfter(after, [well('a', { level: 4 })], 240);
+    expect(after.get('a')?.own?.level).toBe(2);
+    after = levelsAfter(after, [well('a', { level: 4 })], 300);
+    expect(after.get('a')?.own).toEqual({ level: 4, since: 240, isFirst: false });
+    expect(overallLevel(well('a'), true, after.get('a'))).toBe('bad');
+    after = levelsAfter(after, [well('a')], 360);
+    expect(after.get('a')?.own?.level).toBe(4);
+    after = levelsAfter(after, [well('a')], 420);
+    expect(after.get('a')?.own).toEqual({ level: 2, since: 360, isFirst: false });
+    expect(levelsAfter(after, [], 480).size).toBe(0);
+  });
+
+  test('a level on its way to another that goes to a third begins anew', () => {
+    let held: Held | undefined;
+    for (const [at, level] of [[1, 2], [2, 3], [3, 4], [4, 3]] as const) held = heldAfter(held, level, at);
+    expect(held).toMatchObject({ level: 2, next: { level: 3, since: 4 } });
+  });
+
+  test('says from where on and since when a figure is not good', () => {
+    setZone({ name: '', offset: 0 });
+    const held = { level: 4, since: 3600, isFirst: false };
+    expect(limitText('cpu', 4, held, 7200)).toBe('80 % or more since 01:00');
+    expect(limitText('cpu', 4, { ...held, isFirst: true }, 7200)).toBe('80 % or more since 01:00 or before');
+    expect(limitText('uptime', 4, held, 7200)).toBe('started in the last 5 min');
+    expect(limitText('clients', 4, undefined, 7200)).toBe('more than 48');
+    expect(limitText('cpu', 2, held, 7200)).toBe('');
+    setZone(null);
+  });
+
+  test('names the devices that need a person, and why', () => {
+    setZone({ name: '', offset: 0 });
+    const alert = { ...notification, alert: 2 };
+    const away = { ...known('off', false), measured: 3600 };
+    const health = [well('good', { actual_cpu: { value: 99, level: 4 } }), well('off', { notification: alert }), well('alert', { notification: alert }), well('bad', { level: 4 })];
+    const rows = deviceRows([known('good'), away, known('alert'), known('bad')], health, [], levelsAfter(new Map(), health, 7200));
+    expect(concernsOf(rows, 7300).map(({ row, reasons }) => [row.mac, ...reasons])).toEqual([
+      ['bad', 'judged bad since 02:00 or before'],
+      ['off', 'offline since 01:00'],
+      ['alert', '2 open alerts since 02:00 or before'],
+    ]);
+    setZone(null);
   });
 
   test('puts the worst first', () => {

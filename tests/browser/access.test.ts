@@ -13,7 +13,7 @@ const root = fileURLToPath(new URL('../..', import.meta.url));
 const images = join(root, 'build/images');
 /** VEXORA_IMAGES=1 renews the pictures that the documents show, with histories that are full. */
 const isRenewing = Boolean(process.env['VEXORA_IMAGES']);
-const pages = ['overview', 'traffic?interface=wan0', 'clients', 'top', 'client-report', 'guest-report', 'network-report'];
+const pages = ['overview', 'traffic?interface=wan0', 'clients', 'top', 'client-report', 'guest-report', 'network-report', 'device?device=02:19:56:00:00:08'];
 const nameOf = (page: string): string => page.split('?')[0] ?? page;
 
 /**
@@ -56,21 +56,34 @@ async function takePicture(page: Page, name: string): Promise<void> {
   if (isRenewing && existsSync(shown)) copyFileSync(picture, shown);
 }
 
+/** What axe finds on the page as it is shown. */
+async function findingsOf(page: Page): Promise<unknown[]> {
+  if (!(await page.evaluate(() => 'axe' in window))) await page.evaluate(axe.source);
+  return page.evaluate(async () => {
+    const runner = (window as unknown as { axe: typeof axe }).axe;
+    const { violations } = await runner.run(document, { resultTypes: ['violations'] });
+    return violations.map(({ id, impact, nodes }) => ({ id, impact, where: nodes.slice(0, 3).map((node) => node.html) }));
+  });
+}
+
+/** Those on which a page of ours is looked at: a phone, a tablet on end, a tablet, a screen. */
+const widths = [360, 768, 1024, 1440];
+
 describe.each(['light', 'dark'] as const)('in %s colours', (colorScheme) => {
-  test.each(pages)('%s has no serious finding of axe, and its picture is taken', async (hash) => {
+  test.each(pages)('%s has no finding of axe at any width, and its picture is taken', async (hash) => {
     // The tool is put into the page from outside, past the content policy; the policy itself is another test's.
     const { page, context, complaints } = await openPage(browser, probe.url, { colorScheme, bypassCSP: true });
     await page.goto(`${probe.url}/#/${hash}`);
     await settle(page);
     await page.waitForTimeout(300);
     await takePicture(page, `${nameOf(hash)}-${colorScheme}`);
-    await page.evaluate(axe.source);
-    const findings = await page.evaluate(async () => {
-      const runner = (window as unknown as { axe: typeof axe }).axe;
-      const { violations } = await runner.run(document, { resultTypes: ['violations'] });
-      return violations.map(({ id, impact, nodes }) => ({ id, impact, where: nodes.slice(0, 3).map((node) => node.html) }));
-    });
-    expect(findings.filter(({ impact }) => impact === 'serious' || impact === 'critical')).toEqual([]);
+    for (const width of widths) {
+      await page.setViewportSize({ width, height: 900 });
+      expect(await findingsOf(page), `at ${width} pixels`).toEqual([]);
+      expect(await page.evaluate(() => document.documentElement.scrollWidth), `at ${width} pixels`).toBeLessThanOrEqual(width);
+      const cut = await page.locator('main .scroll').evaluateAll((all) => all.filter((one) => one.scrollWidth > one.clientWidth).map((one) => one.getAttribute('aria-label')));
+      expect(cut, `at ${width} pixels`).toEqual([]);
+    }
     expect(complaints).toEqual([]);
     await closeContext(context);
   });

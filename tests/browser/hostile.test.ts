@@ -129,7 +129,7 @@ test('a hostile device name comes unharmed through the whole probe', async () =>
     await expect.poll(() => watched.page.locator('main bdi').allTextContents()).toEqual([name]);
     await expectHarmless(watched);
     await watched.page.goto(`${own.url}/#/traffic`);
-    const option = await watched.page.getByRole('option').first().textContent();
+    const option = await watched.page.locator('main').getByRole('option').first().textContent();
     expect(option).toContain(names.quotes);
     expect(option).not.toMatch(/[\u202e\u2066\u200f]/); // a list cannot isolate: the address behind the name would be turned around
   } finally {

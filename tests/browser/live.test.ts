@@ -107,7 +107,7 @@ test('offers a device that came after the page was opened', async () => {
     await page.route('**/api/devices', (route) => route.fulfill({ json: { devices: devices.slice(0, known) } }));
     await page.clock.install();
     await page.goto(`${probe.url}/#/traffic`);
-    const options = page.getByRole('option');
+    const options = page.locator('main').getByRole('option');
     await expect.poll(() => options.count()).toBe(2);
     known = 3;
     await page.clock.fastForward('00:31');

@@ -62,6 +62,7 @@ export function trafficData(one: Interface, view: View): ChartData {
 }
 
 export interface Figures {
+  /** The newest that is known. */
   latest: number | null;
   peak: number | null;
   mean: number | null;

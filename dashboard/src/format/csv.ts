@@ -18,3 +18,12 @@ function cellText(cell: Cell): string {
 export function toCsv(header: string[], rows: Cell[][]): string {
   return '\ufeff' + [header, ...rows].map((row) => row.map(cellText).join(',') + '\r\n').join('');
 }
+
+/** "clients-day-2026-11-15-Europe-Berlin.csv": a week has the day on which it begins and the one on which it ends. */
+export function csvName(what: string, period: string, zone: string): string {
+  const kind = period.includes('/') ? 'week' : 'day';
+  return `${what}-${kind}-${period.replace('/', '_')}-${zone}.csv`;
+}
+
+/** A number with no more digits than it is worth. */
+export const rounded = (value: number | null, digits: number): number | null => (value === null ? null : Number(value.toFixed(digits)));

@@ -1,5 +1,7 @@
 // Numbers, units and times as texts.
 
+import { wallOf } from './zone';
+
 export const nothing = '–';
 
 const isGiven = (value: number | null | undefined): value is number => value !== null && value !== undefined && Number.isFinite(value);
@@ -17,9 +19,25 @@ export interface Unit {
   size: number;
 }
 
-// Speeds are told in bits, with decimal steps, as on the label of every device.
-const rateUnits: Unit[] = ['bit/s', 'kbit/s', 'Mbit/s', 'Gbit/s', 'Tbit/s'].map((name, i) => ({ name, size: 1000 ** i / 8 }));
-const byteUnits: Unit[] = ['B', 'KiB', 'MiB', 'GiB', 'TiB', 'PiB'].map((name, i) => ({ name, size: 1024 ** i }));
+/** Whether speeds are told in bits, as on the label of every device, or in bytes, as a file that is copied. */
+export type RateKind = 'bit' | 'byte';
+
+// Steps are decimal everywhere, so that what has been moved can be reckoned from the speed.
+const bitRates: Unit[] = ['bit/s', 'kbit/s', 'Mbit/s', 'Gbit/s', 'Tbit/s'].map((name, i) => ({ name, size: 1000 ** i / 8 }));
+const byteRates: Unit[] = ['B/s', 'kB/s', 'MB/s', 'GB/s', 'TB/s'].map((name, i) => ({ name, size: 1000 ** i }));
+const byteUnits: Unit[] = ['B', 'kB', 'MB', 'GB', 'TB', 'PB'].map((name, i) => ({ name, size: 1000 ** i }));
+
+let rateUnits = bitRates;
+
+export function setRateKind(kind: RateKind): void {
+  rateUnits = kind === 'bit' ? bitRates : byteRates;
+}
+
+/** The smallest speed that an axis is drawn for. */
+export const leastRate = (): number => (rateUnits[1]?.size ?? 1);
+
+/** How many bytes a second make one of the unit that is not stepped: steps of an axis are round in it. */
+export const rateBase = (): number => (rateUnits[0]?.size ?? 1);
 
 function unitFor(units: Unit[], value: number): Unit {
   // What would be rounded up to the next unit is told in that: 1 kbit/s, not 1000 bit/s.
@@ -88,30 +106,42 @@ export function formatPace(periodMs: number): string {
 
 const two = (value: number): string => String(value).padStart(2, '0');
 
-/** A day of the user's calendar, "2026-11-15". */
-export function formatDay(date: Date): string {
-  return `${date.getFullYear()}-${two(date.getMonth() + 1)}-${two(date.getDate())}`;
+/** A day of the zone's calendar, "2026-11-15". */
+export function formatDay(ms: number): string {
+  const { year, month, day } = wallOf(ms);
+  return `${year}-${two(month)}-${two(day)}`;
 }
 
-/** A minute of the user's day: "14:05", and with the date when the samples are a day apart. */
+/** A minute of the zone's day: "14:05", and with the date when the samples are a day apart. */
 export function formatMinute(minutes: number, withDate = false): string {
-  const date = new Date(minutes * 60_000);
-  const time = `${two(date.getHours())}:${two(date.getMinutes())}`;
-  return withDate ? `${formatDay(date)} ${time}` : time;
+  const { hour, minute } = wallOf(minutes * 60_000);
+  const time = `${two(hour)}:${two(minute)}`;
+  return withDate ? `${formatDay(minutes * 60_000)} ${time}` : time;
+}
+
+/** A moment in seconds since the epoch, "11:04"; with the date unless it is of the same day as `now`. */
+export function formatSince(seconds: number, now: number): string {
+  return formatMinute(seconds / 60, formatDay(seconds * 1000) !== formatDay(now * 1000));
+}
+
+/** A time that goes by: "0:42", "12:07". */
+export function formatStopwatch(seconds: number): string {
+  const whole = Math.max(0, Math.floor(seconds));
+  return `${Math.floor(whole / 60)}:${two(whole % 60)}`;
 }
 
 /** From one minute to another, "11:04 to 11:27"; with the dates unless both are of the same day as `now`. */
 export function formatSpan(from: number, to: number, now: number): string {
-  const days = new Set([from, to, now].map((minutes) => formatDay(new Date(minutes * 60_000))));
+  const days = new Set([from, to, now].map((minutes) => formatDay(minutes * 60_000)));
   return [from, to].map((minutes) => formatMinute(minutes, days.size > 1)).join(' to ');
 }
 
-const dayOfMonth = new Intl.DateTimeFormat('en-GB', { day: 'numeric', month: 'short' });
+const dayOfMonth = new Intl.DateTimeFormat('en-GB', { day: 'numeric', month: 'short', timeZone: 'UTC' });
 
 /** A mark on an axis of time: midnight is told by the day that begins, so that no time looks like another day's. */
 export function formatMark(minutes: number): string {
-  const time = formatMinute(minutes);
-  return time === '00:00' ? dayOfMonth.format(new Date(minutes * 60_000)) : time;
+  const { year, month, day, hour, minute } = wallOf(minutes * 60_000);
+  return hour === 0 && minute === 0 ? dayOfMonth.format(Date.UTC(year, month - 1, day)) : formatMinute(minutes);
 }
 
 /** A key of a report: a day, or the first and the last day of a week. */

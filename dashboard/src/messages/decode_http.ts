@@ -10,16 +10,22 @@ import { isNumber, isRecord, isText, type Json, membersOf } from './check';
 /** A time in which the probe was off, in seconds since the epoch by its clock. */
 export type Outage = History['outages'][number];
 
-export function decodeStatus(value: unknown): Status | null {
+/** A probe may tell less than this one. */
+export type ToldStatus = Omit<Status, 'time_zone'> & Partial<Pick<Status, 'time_zone'>>;
+
+export function decodeStatus(value: unknown): ToldStatus | null {
   if (!isRecord(value) || !isNumber(value['now']) || !isNumber(value['speed']) || !isRecord(value['passes'])) return null;
   const { period, last } = value['passes'];
   if (!isNumber(period) || (last !== null && !isNumber(last))) return null;
-  const { history: sent, ...status } = value;
+  const { history: sent, time_zone: zone, ...status } = value;
   const history = decodeHistory(sent);
-  return (history ? { ...status, history } : status) as unknown as Status;
+  const hasZone = isRecord(zone) && isText(zone['name']) && isNumber(zone['offset']);
+  return { ...status, ...(hasZone && { time_zone: zone }), ...(history && { history }) } as unknown as ToldStatus;
 }
 
 const oneOfThese = <Value extends string>(value: unknown, allowed: readonly Value[]): Value | undefined => allowed.find((one) => one === value);
+
+const isOutage = (one: unknown): one is Outage => isRecord(one) && isNumber(one['from']) && isNumber(one['to']) && one['from'] < one['to'];
 
 /** A probe that keeps no journal may leave it out. */
 export function decodeHistory(value: unknown): History | null {
@@ -28,7 +34,6 @@ export function decodeHistory(value: unknown): History | null {
   const journal = oneOfThese(value['journal'], ['on', 'off', 'failing'] as const);
   const { known_since: knownSince, share, seconds_left: left, outages } = value;
   if (!state || !journal || (knownSince !== null && !isNumber(knownSince))) return null;
-  const isOutage = (one: unknown): one is Outage => isRecord(one) && isNumber(one['from']) && isNumber(one['to']) && one['from'] < one['to'];
   return {
     state,
     ...(isNumber(share) && { share: Math.min(1, Math.max(0, share)) }),
@@ -41,12 +46,19 @@ export function decodeHistory(value: unknown): History | null {
 
 export function decodeDevices(value: unknown): Device[] | null {
   if (!isRecord(value) || !Array.isArray(value['devices'])) return null;
-  return value['devices'].filter(
-    (device): device is Device =>
-      isRecord(device) &&
-      ['mac', 'hostname', 'ip', 'type', 'model', 'version'].every((member) => isText(device[member])) &&
-      typeof device['online'] === 'boolean' &&
-      typeof device['wireless'] === 'boolean',
+  return value['devices'].filter(isDevice).map((device) => ({
+    ...device,
+    measured: isNumber(device.measured) && device.measured > 0 ? device.measured : null,
+    absences: Array.isArray(device.absences) ? device.absences.filter(isOutage).map(({ from, to }) => ({ from, to })) : [],
+  }));
+}
+
+function isDevice(device: unknown): device is Device {
+  return (
+    isRecord(device) &&
+    ['mac', 'hostname', 'ip', 'type', 'model', 'version'].every((member) => isText(device[member])) &&
+    typeof device['online'] === 'boolean' &&
+    typeof device['wireless'] === 'boolean'
   );
 }
 

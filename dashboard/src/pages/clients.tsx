@@ -4,15 +4,20 @@ import { useMemo, useState } from 'preact/hooks';
 import { align, drawn, type Range, type View, viewNames, viewTitles } from '../charts/series';
 import { formatNumber } from '../format/format';
 import { type CountSeries, decodeDeviceCounts, decodeSsidCounts, type DeviceCounts, type SsidCounts } from '../messages/decode';
-import { Blank, Choice, Loaded, Name } from '../parts/basics';
-import { Chart, dashes, type Line, LineKey } from '../parts/chart';
+import { Blank, Choice, Loaded, Name, Stale } from '../parts/basics';
+import { Chart, dashes } from '../parts/chart';
+import { type Line, LineKey } from '../parts/chart_texts';
 import { type Column, Table } from '../parts/table';
-import { type Navigation, useDevices, useLive } from '../state/hooks';
-import { oneOf } from '../state/route';
-import type { Sorting } from '../state/sorting';
+import { mapped, type Navigation, useDevices, useLive, usePassTime, usePresences } from '../state/hooks';
+import { deviceCountsOf, offlineText, type Presences, ssidCountsOf } from '../state/presence';
+import { formatRoute, oneOf } from '../state/route';
+import { search, type Sorting } from '../state/sorting';
 import { zoomOf, zoomText } from '../state/zoom';
 
-const mostLines = 8;
+const mostLines = 10;
+const colourCount = 8;
+/** With more, only those that are drawn and those that are looked for are offered. */
+const mostOffered = 24;
 const allLine: Line = { name: 'All', colour: 'text-soft', dash: [1, 3] };
 
 interface CountsProps {
@@ -23,14 +28,15 @@ interface CountsProps {
   view: View;
   /** What the user has chosen to see; null: nothing was chosen. */
   chosen: string[] | null;
-  onShow: (ids: string[]) => void;
+  /** Null: the largest. */
+  onShow: (ids: string[] | null) => void;
   zoom: Range | null;
   onZoom: (range: Range | null) => void;
 }
 
 /** The same name keeps the same colour as long as the same names are there. */
 function lineOf(id: string, position: number, nameOf: (id: string) => string): Line {
-  return { name: nameOf(id), colour: `series-${(position % mostLines) + 1}`, dash: dashes[position % dashes.length] };
+  return { name: nameOf(id), colour: `series-${(position % colourCount) + 1}`, dash: dashes[position % dashes.length] };
 }
 
 function CountsChart({ title, series, all, nameOf, view, chosen, onShow, zoom, onZoom }: CountsProps) {
@@ -39,18 +45,30 @@ function CountsChart({ title, series, all, nameOf, view, chosen, onShow, zoom, o
   const inOrder = ids.filter((id) => shown.includes(id));
   const lines = [allLine, ...inOrder.map((id) => lineOf(id, ids.indexOf(id), nameOf))];
   const data = useMemo(() => align([all, ...inOrder.map((id) => series.get(id) ?? [])], view), [series, all, inOrder.join('\n'), view]);
-  if (data.times.length === 0) return <Blank title="Nothing yet">The first figures of this view come when its first interval is over.</Blank>;
+  const [wanted, setWanted] = useState('');
+  if (data.times.length === 0) return <Blank title="Nothing yet">The first figures of this view come when its first interval is over; there are none as long as nobody has Wi-Fi.</Blank>;
+  const offered = ids.length <= mostOffered ? ids : wanted ? search(ids, wanted, (id) => [nameOf(id), id]).slice(0, mostOffered) : inOrder;
   const toggle = (id: string): void => onShow(shown.includes(id) ? shown.filter((one) => one !== id) : [...shown, id]);
   return (
     <>
       <Chart title={title} lines={lines} data={data} view={view} axis={(values) => values.map((value) => formatNumber(value))} value={(value) => formatNumber(value)} isCount zoom={zoom} onZoom={onZoom} />
       <fieldset class="lines">
         <legend class="hidden">Lines of {title}</legend>
+        <div class="controls legend-tools">
+          {ids.length > mostOffered && (
+            <label>
+              <span class="hidden">Search the lines of {title}</span>
+              <input type="search" placeholder={`Search ${ids.length} lines`} value={wanted} onInput={(event) => setWanted(event.currentTarget.value)} />
+            </label>
+          )}
+          <button type="button" class="button bare" onClick={() => onShow([])}>None</button>
+          <button type="button" class="button bare" onClick={() => onShow(null)}>The {Math.min(mostLines, ids.length)} largest</button>
+        </div>
         <div class="legend">
-          {ids.map((id, position) => (
+          {offered.map((id) => (
             <label key={id}>
               <input type="checkbox" checked={shown.includes(id)} onChange={() => toggle(id)} />
-              <LineKey line={lineOf(id, position, nameOf)} />
+              <LineKey line={lineOf(id, ids.indexOf(id), nameOf)} />
               <Name text={nameOf(id)} isShort />
             </label>
           ))}
@@ -65,6 +83,9 @@ interface CurrentRow {
   name: string;
   network?: string;
   count: number;
+  mac?: string;
+  /** "offline since 11:04": its clients are not counted. Empty: it is there. */
+  offline?: string;
 }
 
 const ssidColumns: Column<CurrentRow>[] = [
@@ -73,14 +94,14 @@ const ssidColumns: Column<CurrentRow>[] = [
 ];
 
 const deviceColumns: Column<CurrentRow>[] = [
-  { key: 'name', title: 'Device', value: (row) => row.name, cell: (row) => <Name text={row.name} /> },
+  { key: 'name', title: 'Device', value: (row) => row.name, cell: (row) => <><a href={formatRoute({ page: 'device', values: { device: row.mac ?? '' } })}><Name text={row.name} /></a>{row.offline && <span class="sub">{row.offline}</span>}</> },
   { key: 'network', title: 'Network', value: (row) => row.network ?? '', cell: (row) => <Name text={row.network ?? ''} /> },
-  { key: 'count', title: 'Clients now', isNumber: true, value: (row) => row.count, cell: (row) => formatNumber(row.count) },
+  { key: 'count', title: 'Clients now', isNumber: true, value: (row) => row.count, cell: (row) => <Stale isStale={Boolean(row.offline)}><data value={String(row.count)}>{formatNumber(row.count)}</data></Stale> },
 ];
 
 function Current({ title, columns, rows }: { title: string; columns: Column<CurrentRow>[]; rows: CurrentRow[] }) {
   const [sorting, setSorting] = useState<Sorting>({ column: 'count', direction: 'descending' });
-  const sum = rows.reduce((all, row) => all + row.count, 0);
+  const sum = rows.reduce((all, row) => all + (row.offline ? 0 : row.count), 0);
   return (
     <section class="card">
       <div class="card-head"><h2>{title}</h2><span class="note"><data value={String(sum)}>{formatNumber(sum)}</data> clients</span></div>
@@ -93,10 +114,12 @@ function currentBySsid(counts: SsidCounts): CurrentRow[] {
   return [...counts.current].map(([ssid, count]) => ({ id: ssid, name: ssid, count }));
 }
 
-function currentByDevice(counts: DeviceCounts, nameOf: (mac: string) => string): CurrentRow[] {
-  return [...counts.current].flatMap(([mac, ssids]) =>
-    [...ssids].map(([ssid, count]) => ({ id: `${mac} ${ssid}`, name: nameOf(mac), network: ssid, count })),
-  );
+function currentByDevice(counts: DeviceCounts, nameOf: (mac: string) => string, presences: Presences, now: number): CurrentRow[] {
+  return [...counts.current].flatMap(([mac, ssids]) => {
+    const presence = presences.get(mac);
+    const offline = presence && !presence.isOnline ? offlineText(presence, now) : '';
+    return [...ssids].map(([ssid, count]) => ({ id: `${mac} ${ssid}`, name: nameOf(mac), network: ssid, count, mac, offline }));
+  });
 }
 
 // Between two ids stands a mark, which by itself is a choice of none: an empty text means that nothing was chosen.
@@ -113,6 +136,14 @@ export function Clients({ route, change }: Navigation) {
   const devices = useDevices();
   const bySsid = useLive('SSIDClientCountMonitor', { interval: view }, { interval: view }, decodeSsidCounts);
   const byDevice = useLive('DevicesClientCountMonitor', { interval: view }, { interval: view }, decodeDeviceCounts);
+  const presences = usePresences(devices);
+  const now = usePassTime();
+  const deviceCounts = useMemo(() => mapped(byDevice, (counts) => deviceCountsOf(counts, presences)), [byDevice, presences]);
+  const ssidCounts = useMemo(
+    () => mapped(bySsid, (counts) => (byDevice.kind === 'ready' ? ssidCountsOf(counts, byDevice.value, presences) : counts)),
+    [bySsid, byDevice, presences],
+  );
+  const offline = devices.kind === 'ready' ? devices.value.filter((one) => one.wireless && !one.online).length : 0;
   const names = useMemo(() => new Map(devices.kind === 'ready' ? devices.value.map((one) => [one.mac, one.hostname]) : []), [devices]);
   const nameOf = useMemo(() => (mac: string) => names.get(mac) || mac, [names]);
   const zoom = { zoom: zoomOf(route), onZoom: (range: Range | null) => change(zoomText(range), true) };
@@ -123,21 +154,22 @@ export function Clients({ route, change }: Navigation) {
         <Choice title="View" name="view" values={viewNames} titles={viewTitles} value={view} onChange={(one) => change({ view: one, ...zoomText(null) })} />
       </div>
       {view !== '1m' && <p class="note">A point is the most clients in its interval. All is the sum of these: who moved on meanwhile may be in it twice.</p>}
-      <div class="split">
+      {offline > 0 && <p class="note" data-offline={offline}>{offline === 1 ? 'A wireless device is' : `${offline} wireless devices are`} offline: the clients that it had are not counted.</p>}
+      <div class="split charts">
         <section class="card">
           <h2>By network</h2>
-          <Loaded load={bySsid}>
-            {(counts) => <CountsChart title="Clients by network" {...counts} nameOf={itself} view={view} chosen={idsIn(route.values['networks'])} onShow={(ids) => change({ networks: asText(ids) })} {...zoom} />}
+          <Loaded load={ssidCounts}>
+            {(counts) => <CountsChart title="Clients by network" {...counts} nameOf={itself} view={view} chosen={idsIn(route.values['networks'])} onShow={(ids) => change({ networks: ids ? asText(ids) : '' })} {...zoom} />}
           </Loaded>
         </section>
         <section class="card">
           <h2>By device</h2>
-          <Loaded load={byDevice}>
-            {(counts) => <CountsChart title="Clients by device" {...counts} nameOf={nameOf} view={view} chosen={idsIn(route.values['devices'])} onShow={(ids) => change({ devices: asText(ids) })} {...zoom} />}
+          <Loaded load={deviceCounts}>
+            {(counts) => <CountsChart title="Clients by device" {...counts} nameOf={nameOf} view={view} chosen={idsIn(route.values['devices'])} onShow={(ids) => change({ devices: ids ? asText(ids) : '' })} {...zoom} />}
           </Loaded>
         </section>
-        {bySsid.kind === 'ready' && <Current title="Networks now" columns={ssidColumns} rows={currentBySsid(bySsid.value)} />}
-        {byDevice.kind === 'ready' && <Current title="Devices now" columns={deviceColumns} rows={currentByDevice(byDevice.value, nameOf)} />}
+        {ssidCounts.kind === 'ready' && <Current title="Networks now" columns={ssidColumns} rows={currentBySsid(ssidCounts.value)} />}
+        {deviceCounts.kind === 'ready' && <Current title="Devices now" columns={deviceColumns} rows={currentByDevice(deviceCounts.value, nameOf, presences, now)} />}
       </div>
     </>
   );

@@ -2,7 +2,8 @@
 
 import { Fragment } from 'preact';
 import { useState } from 'preact/hooks';
-import { type Cell, toCsv } from '../format/csv';
+import { type Cell, csvName, rounded, toCsv } from '../format/csv';
+import { zoneSlug } from '../format/zone';
 import { formatDuration, formatMegabits, formatNumber } from '../format/format';
 import type { Load, NetworkReport } from '../messages/decode';
 import { decodeNetworkReport } from '../messages/decode_http';
@@ -10,7 +11,7 @@ import { Blank, Moment, Name } from '../parts/basics';
 import { download } from '../parts/download';
 import { ReportPage } from '../parts/period';
 import { type Column, Table } from '../parts/table';
-import type { Navigation } from '../state/hooks';
+import { type Navigation, useProbe } from '../state/hooks';
 import type { Sorting } from '../state/sorting';
 
 type Rogue = NetworkReport['rogue_ap'][number];
@@ -81,19 +82,35 @@ interface SectionProps<Row> {
   usual: Sorting;
   keyOf: (row: Row) => string;
   nothing: string;
+  /** Columns of the file that the table has below a name. */
+  further?: [string, (row: Row) => Cell][];
 }
 
-function asCsv<Row>(columns: Column<Row>[], rows: Row[], keyOf: (row: Row) => string): string {
-  return toCsv(['id', ...columns.map((one) => one.key)], rows.map((row) => [keyOf(row), ...columns.map((one): Cell => one.value(row))]));
+const units: Record<string, string> = {
+  average_strength: 'strength_dbm', total_time: 'heard_for_seconds', 'client_count.peak': 'clients_peak', 'client_count.average': 'clients_mean',
+  'traffic.peak': 'traffic_peak_mbit_per_s', 'traffic.average': 'traffic_mean_mbit_per_s',
+};
+/** Of the report's megabits of 1,048,576 bits those of everybody else are made. */
+const decimalMegabits = 1.048576;
+
+function csvValue(key: string, value: Cell): Cell {
+  if (typeof value !== 'number') return value;
+  return rounded(key.startsWith('traffic.') ? value * decimalMegabits : value, key.startsWith('traffic.') ? 3 : 1);
 }
 
-function Section<Row>({ id, title, period, columns, rows, usual, keyOf, nothing }: SectionProps<Row>) {
+export function asCsv<Row>(columns: Column<Row>[], rows: Row[], keyOf: (row: Row) => string, further: [string, (row: Row) => Cell][] = []): string {
+  const heads = ['id', ...further.map(([head]) => head), ...columns.map((one) => units[one.key] ?? one.key)];
+  return toCsv(heads, rows.map((row) => [keyOf(row), ...further.map(([, value]) => value(row)), ...columns.map((one) => csvValue(one.key, one.value(row)))]));
+}
+
+function Section<Row>({ id, title, period, columns, rows, usual, keyOf, nothing, further }: SectionProps<Row>) {
+  const zone = useProbe((state) => state.zone);
   const [sorting, setSorting] = useState(usual);
   return (
     <section class="card" data-section={id}>
       <div class="card-head">
         <h2>{title} <span class="note">({formatNumber(rows.length)})</span></h2>
-        <button type="button" class="button" disabled={rows.length === 0} onClick={() => download(`${id}-${period.replace('/', '_')}.csv`, 'text/csv', asCsv(columns, rows, keyOf))}>
+        <button type="button" class="button" disabled={rows.length === 0} onClick={() => download(csvName(id, period, zoneSlug(zone)), 'text/csv', asCsv(columns, rows, keyOf, further))}>
           Save as CSV<span class="hidden"> {title}</span>
         </button>
       </div>
@@ -112,7 +129,7 @@ function Sections({ report, period }: { report: NetworkReport; period: string })
         <Section id="networks" title="Networks" period={period} columns={networkColumns} rows={report.wireless_network} usual={byTraffic} keyOf={(row) => `${row.name} ${row.security} ${row.guest ? 'guest' : ''}`} nothing="No network in this period" />
         <Section id="spectrum" title="Spectrum use" period={period} columns={bandColumns} rows={bands} usual={{ column: 'band', direction: 'ascending' }} keyOf={(row) => row.band} nothing="No radio in this period" />
       </div>
-      <Section id="access-points" title="Access points" period={period} columns={pointColumns} rows={points} usual={byTraffic} keyOf={(row) => row.mac} nothing="No access point in this period" />
+      <Section id="access-points" title="Access points" period={period} columns={pointColumns} rows={points} usual={byTraffic} keyOf={(row) => row.mac} further={[['model', (row) => row.model], ['version', (row) => row.version]]} nothing="No access point in this period" />
       <Section id="rogue-access-points" title="Rogue access points" period={period} columns={rogueColumns} rows={report.rogue_ap} usual={{ column: 'average_strength', direction: 'descending' }} keyOf={(row) => row.mac} nothing="No rogue access point was heard" />
     </>
   );

@@ -1,14 +1,15 @@
 // Every device with how it is, the worst first.
 
-import { useMemo } from 'preact/hooks';
+import { useMemo, useState } from 'preact/hooks';
 import { formatDuration, formatNumber, formatPercent, nothing } from '../format/format';
 import { decodeHealth } from '../messages/decode';
-import { Blank, Figure, LevelBadge, Loaded, Name, Notifications } from '../parts/basics';
+import { Blank, Figure, LevelBadge, Loaded, Name, Notifications, Stale, Waiting } from '../parts/basics';
 import { WarningIcon } from '../parts/icons';
 import { JournalNote } from '../parts/journal';
 import { type Column, Table } from '../parts/table';
-import { type DeviceRow, deviceRows, levels } from '../state/health';
-import { type Navigation, useDeviceList, useLive } from '../state/hooks';
+import { type Concern, concernsOf, type DeviceRow, deviceRows, levels, limitText, sinceText } from '../state/health';
+import { type Navigation, useDeviceList, useLive, usePassTime, useProbe } from '../state/hooks';
+import { offlineText } from '../state/presence';
 import { formatRoute } from '../state/route';
 import { formatSorting, parseSorting, search } from '../state/sorting';
 
@@ -20,91 +21,161 @@ function notificationCount({ health }: DeviceRow): number | null {
   return alert * 1_000_000 + warning * 1000 + info;
 }
 
-const columns: Column<DeviceRow>[] = [
-  {
-    key: 'device',
-    title: 'Device',
-    value: (row) => row.name,
-    cell: (row) => (
-      <>
-        {row.mac ? <a href={formatRoute({ page: 'traffic', values: { device: row.mac } })}><Name text={row.name || row.mac} /></a> : <Name text={row.name} />}
-        <span class="sub">{[row.type, row.model].filter(Boolean).join(' · ')}</span>
-        {row.trouble && <span class="sub trouble" title={row.trouble}><WarningIcon /> {row.trouble}</span>}
-      </>
-    ),
-  },
-  { key: 'state', title: 'State', value: (row) => levels.indexOf(row.level), cell: (row) => <LevelBadge level={row.level} /> },
-  {
-    key: 'cpu',
-    title: 'CPU',
-    isNumber: true,
-    value: ({ health }) => (health && health.actual_cpu.value >= 0 ? health.actual_cpu.value : null),
-    cell: ({ health }) =>
-      health ? (
-        <Figure value={health.actual_cpu.value} level={health.actual_cpu.level}>
-          {health.actual_cpu.value < 0 ? nothing : formatPercent(health.actual_cpu.value)}
-        </Figure>
-      ) : nothing,
-  },
-  {
-    key: 'uptime',
-    title: 'Uptime',
-    isNumber: true,
-    value: ({ health }) => (health && health.uptime.value >= 0 ? health.uptime.value : null),
-    cell: ({ health }) =>
-      health ? <Figure value={health.uptime.value} level={health.uptime.level}>{formatDuration(health.uptime.value)}</Figure> : nothing,
-  },
-  {
-    key: 'clients',
-    title: 'Clients',
-    isNumber: true,
-    value: ({ clients }) => clients?.value ?? null,
-    cell: ({ clients }) =>
-      clients ? (
-        <>
-          <Figure value={clients.value} level={clients.level}>{formatNumber(clients.value)}</Figure>
-          {!clients.isListed && <span class="sub" title="The device tells how many clients it has, not which: they are in no list and no history.">number only</span>}
-        </>
-      ) : nothing,
-  },
-  {
-    key: 'rogues',
-    title: 'Rogue APs',
-    isNumber: true,
-    value: ({ health }) => health?.rogue_aps?.value ?? null,
-    cell: ({ health }) =>
-      health?.rogue_aps ? <Figure value={health.rogue_aps.value} level={health.rogue_aps.level}>{formatNumber(health.rogue_aps.value)}</Figure> : nothing,
-  },
-  {
-    key: 'notifications',
-    title: 'Notifications',
-    isNumber: true,
-    value: notificationCount,
-    cell: ({ health }) => (health ? <Notifications {...health.notification} /> : nothing),
-  },
-  { key: 'mac', title: 'MAC', value: (row) => row.mac, cell: (row) => <span class="mac">{row.mac}</span> },
-];
+const isAway = (row: DeviceRow): boolean => row.level === 'offline';
 
-function Tiles({ rows }: { rows: DeviceRow[] }) {
-  const sum = (value: (row: DeviceRow) => number | undefined): number => rows.reduce((all, row) => all + (value(row) ?? 0), 0);
-  const poor = rows.filter((row) => row.level === 'bad' || row.level === 'offline').length;
+function columnsAt(now: number): Column<DeviceRow>[] {
+  return [
+    {
+      key: 'device',
+      title: 'Device',
+      value: (row) => row.name,
+      cell: (row) => (
+        <>
+          {row.mac ? <a href={formatRoute({ page: 'device', values: { device: row.mac } })}><Name text={row.name || row.mac} /></a> : <Name text={row.name} />}
+          <span class="sub">{[row.type, row.model, row.ip].filter(Boolean).join(' · ')}</span>
+          {row.trouble && <span class="sub trouble" title={row.trouble}><WarningIcon /> {row.trouble}</span>}
+        </>
+      ),
+    },
+    {
+      key: 'state',
+      title: 'State',
+      value: (row) => levels.indexOf(row.level),
+      cell: (row) => (
+        <>
+          <LevelBadge level={row.level} />
+          <span class="sub since">{isAway(row) ? offlineText(row.presence, now).replace('offline', '').trim() : row.level === 'good' ? '' : sinceText(row.levels.own, now)}</span>
+        </>
+      ),
+    },
+    {
+      key: 'cpu',
+      title: 'CPU',
+      isNumber: true,
+      value: ({ health }) => (health && health.actual_cpu.value >= 0 ? health.actual_cpu.value : null),
+      cell: (row) => <Cpu row={row} now={now} />,
+    },
+    {
+      key: 'uptime',
+      title: 'Uptime',
+      isNumber: true,
+      value: ({ health }) => (health && health.uptime.value >= 0 ? health.uptime.value : null),
+      cell: (row) => {
+        if (!row.health) return nothing;
+        const { value, level } = row.health.uptime;
+        return <Stale isStale={isAway(row)}><Figure value={value} level={level} limit={isAway(row) ? '' : limitText('uptime', level, undefined, now)}>{formatDuration(value)}</Figure></Stale>;
+      },
+    },
+    {
+      key: 'clients',
+      title: 'Clients',
+      isNumber: true,
+      value: ({ clients }) => clients?.value ?? null,
+      cell: (row) => <Clients row={row} now={now} />,
+    },
+    {
+      key: 'rogues',
+      title: 'Rogue APs',
+      isNumber: true,
+      value: ({ health }) => health?.rogue_aps?.value ?? null,
+      cell: (row) => (row.health?.rogue_aps ? <Stale isStale={isAway(row)}><data value={String(row.health.rogue_aps.value)}>{formatNumber(row.health.rogue_aps.value)}</data></Stale> : nothing),
+    },
+    {
+      key: 'notifications',
+      title: 'Notifications',
+      isNumber: true,
+      value: notificationCount,
+      cell: (row) => (row.health ? <Stale isStale={isAway(row)}><Notifications {...row.health.notification} /></Stale> : nothing),
+    },
+    { key: 'mac', title: 'MAC', value: (row) => row.mac, cell: (row) => <span class="mac">{row.mac}</span> },
+  ];
+}
+
+function Cpu({ row, now }: { row: DeviceRow; now: number }) {
+  if (!row.health) return <>{nothing}</>;
+  const { value } = row.health.actual_cpu;
+  const level = row.levels.cpu?.level ?? row.health.actual_cpu.level;
+  const limit = isAway(row) ? '' : limitText('cpu', level, row.levels.cpu, now);
+  return <Stale isStale={isAway(row)}><Figure value={value} level={level} limit={limit}>{value < 0 ? nothing : formatPercent(value)}</Figure></Stale>;
+}
+
+function Clients({ row, now }: { row: DeviceRow; now: number }) {
+  const { clients } = row;
+  if (!clients) return <>{nothing}</>;
+  const level = row.levels.clients?.level ?? clients.level;
+  const limit = isAway(row) ? '' : limitText('clients', level, row.levels.clients, now);
+  return (
+    <Stale isStale={isAway(row)}>
+      <Figure value={clients.value} level={level} limit={limit}>{formatNumber(clients.value)}</Figure>
+      {!clients.isListed && <span class="sub" title="The device tells how many clients it has, not which: they are in no list and no history.">number only</span>}
+    </Stale>
+  );
+}
+
+interface TileProps {
+  rows: DeviceRow[];
+  concerns: Concern[];
+  /** Before the first pass nothing is known, which is not the same as none. */
+  isKnown: boolean;
+}
+
+function Tiles({ rows, concerns, isKnown }: TileProps) {
+  const online = rows.filter((row) => !isAway(row));
+  const sum = (value: (row: DeviceRow) => number | undefined): number => online.reduce((all, row) => all + (value(row) ?? 0), 0);
   const fair = rows.filter((row) => row.level === 'fair').length;
   const tiles = [
-    { key: 'devices', title: 'Devices', value: rows.length, more: `${rows.filter((row) => row.level !== 'offline').length} online` },
-    { key: 'poor', title: 'Need attention', value: poor, more: fair > 0 ? `and ${fair} fair` : '', tone: poor > 0 ? 'bad' : 'good' },
+    { key: 'devices', title: 'Devices', value: rows.length, more: `${online.length} online`, isAlwaysKnown: true },
+    { key: 'poor', title: 'Need attention', value: concerns.length, more: fair > 0 ? `and ${fair} fair` : '', tone: concerns.length > 0 ? 'bad' : 'good' },
     { key: 'clients', title: 'Wireless clients', value: sum((row) => row.clients?.value), more: 'connected' },
-    { key: 'rogues', title: 'Rogue access points', value: sum((row) => row.health?.rogue_aps?.value), more: 'sightings' },
+    { key: 'rogues', title: 'Rogue AP sightings', value: sum((row) => row.health?.rogue_aps?.value), more: '' },
     { key: 'alerts', title: 'Open alerts', value: sum((row) => row.health?.notification.alert), more: `${sum((row) => row.health?.notification.warning)} warnings` },
   ];
   return (
     <dl class="tiles">
-      {tiles.map(({ key, title, value, more, tone }) => (
+      {tiles.map(({ key, title, value, more, tone, isAlwaysKnown }) => (
         <div key={key} class="tile">
           <dt>{title}</dt>
-          <dd><data value={String(value)} class={tone} data-tile={key}>{formatNumber(value)}</data> <small>{more}</small></dd>
+          {isKnown || isAlwaysKnown ? (
+            <dd><data value={String(value)} class={tone} data-tile={key}>{formatNumber(value)}</data> <small>{more}</small></dd>
+          ) : (
+            <dd>{nothing} <small>{rows.length > 0 && <Waiting />}</small></dd>
+          )}
         </div>
       ))}
     </dl>
+  );
+}
+
+const mostConcerns = 8;
+
+function Concerns({ concerns }: { concerns: Concern[] }) {
+  const [isAll, setAll] = useState(false);
+  if (concerns.length === 0) return null;
+  const shown = isAll ? concerns : concerns.slice(0, mostConcerns);
+  return (
+    <section class="card concerns">
+      <h2>Need attention</h2>
+      <ul>
+        {shown.map(({ row, reasons }) => (
+          <li key={row.mac || row.ip} data-concern={row.mac || row.ip}>
+            {row.mac ? <a href={formatRoute({ page: 'device', values: { device: row.mac } })}><Name text={row.name || row.mac} isShort /></a> : <Name text={row.name} isShort />}
+            <span>{reasons.join(', ')}</span>
+          </li>
+        ))}
+      </ul>
+      {shown.length < concerns.length && <button type="button" class="button" onClick={() => setAll(true)}>Show all {concerns.length}</button>}
+      <p class="note">Devices tell how many alerts are open, not what they say.</p>
+    </section>
+  );
+}
+
+/** What to do next where there is nothing to look at. */
+export function NoDevices() {
+  return (
+    <Blank title="No devices">
+      The probe knows of no device. Name those that answer SNMP in its configuration, probe.toml, in tables [[sources.snmp.devices]], or switch
+      sources.this_machine on; “vexora-probe --simulated” shows a made-up network.
+    </Blank>
   );
 }
 
@@ -112,10 +183,14 @@ export function Overview({ route, change }: Navigation) {
   const devices = useDeviceList();
   const health = useLive('HealthMonitor', everything, everything, decodeHealth);
   const known = health.kind === 'ready' ? health.value : [];
+  const held = useProbe((state) => state.levels);
+  const now = usePassTime();
   const rows = useMemo(
-    () => (devices.kind === 'ready' ? deviceRows(devices.value.devices, known, devices.value.polls) : deviceRows([], known)),
-    [devices, health],
+    () => (devices.kind === 'ready' ? deviceRows(devices.value.devices, known, devices.value.polls, held) : deviceRows([], known, [], held)),
+    [devices, health, held],
   );
+  const concerns = concernsOf(rows, now);
+  const columns = columnsAt(now);
   const wanted = route.values['search'] ?? '';
   const found = search(rows, wanted, (row) => [row.name, row.mac, row.type, row.model, row.ip]);
   const sorting = route.values['sort'] ? parseSorting(route.values['sort'], columns.map((one) => one.key), { column: 'state', direction: 'ascending' }) : null;
@@ -134,12 +209,13 @@ export function Overview({ route, change }: Navigation) {
       <Loaded load={devices}>
         {() => (
           <>
-            <Tiles rows={rows} />
+            <Tiles rows={rows} concerns={concerns} isKnown={rows.length > 0 && health.kind === 'ready'} />
+            <Concerns concerns={concerns} />
             <JournalNote />
             <section class="card">
               <h2 class="hidden">Devices</h2>
               {rows.length === 0 ? (
-                <Blank title="No devices">The probe knows of no device. Its configuration names the sources.</Blank>
+                <NoDevices />
               ) : (
                 <Table
                   caption="Devices, the worst first unless sorted otherwise"

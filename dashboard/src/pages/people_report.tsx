@@ -1,6 +1,7 @@
 // Who was in the wireless network, on a day or in a week: clients, or guests.
 
-import { type Cell, toCsv } from '../format/csv';
+import { type Cell, csvName, rounded, toCsv } from '../format/csv';
+import { zoneSlug } from '../format/zone';
 import { formatBytes, formatDuration, formatNumber, formatPercent } from '../format/format';
 import type { ClientReport, ClientRow } from '../messages/decode';
 import { decodeClientReport } from '../messages/decode_http';
@@ -8,7 +9,7 @@ import { Blank, Moment, Name } from '../parts/basics';
 import { download } from '../parts/download';
 import { ReportPage } from '../parts/period';
 import { type Column, Table } from '../parts/table';
-import type { Navigation } from '../state/hooks';
+import { type Navigation, useProbe } from '../state/hooks';
 import { formatSorting, parseSorting, search, sortRows } from '../state/sorting';
 
 type Kind = 'clients' | 'guests';
@@ -19,7 +20,7 @@ const columns: Column<ClientRow>[] = [
   { key: 'username', title: 'User', value: (row) => row.username, cell: (row) => <Name text={row.username} /> },
   { key: 'network', title: 'Network', value: (row) => row.network, cell: (row) => <Name text={row.network} /> },
   { key: 'type_frequency', title: 'Kind', value: (row) => row.type_frequency },
-  { key: 'data_rate', title: 'Data rate', isNumber: true, value: (row) => row.data_rate, cell: (row) => formatNumber(row.data_rate) },
+  { key: 'data_rate', title: 'Data rate', isNumber: true, value: (row) => row.data_rate, cell: (row) => <><data value={String(row.data_rate)}>{formatNumber(row.data_rate)}</data> Mbit/s</> },
   { key: 'upload', title: 'Upload', isNumber: true, value: (row) => row.upload, cell: (row) => formatBytes(row.upload) },
   { key: 'download', title: 'Download', isNumber: true, value: (row) => row.download, cell: (row) => formatBytes(row.download) },
   { key: 'total', title: 'Total', isNumber: true, value: (row) => row.total, cell: (row) => formatBytes(row.total) },
@@ -29,9 +30,17 @@ const columns: Column<ClientRow>[] = [
   { key: 'online_time', title: 'Online', isNumber: true, value: (row) => row.online_time, cell: (row) => formatPercent(row.online_time, 1) },
 ];
 
-const sent: Sent[] = ['mac', 'hostname', 'username', 'network', 'type_frequency', 'data_rate', 'upload', 'download', 'total', 'first_seen', 'last_seen', 'time_online', 'online_time'];
+/** Columns of the file, with their units; times are the probe's, whose zone the file's name tells. */
+const sent: [string, Sent][] = [
+  ['mac', 'mac'], ['hostname', 'hostname'], ['username', 'username'], ['network', 'network'], ['type_frequency', 'type_frequency'],
+  ['data_rate_mbit_per_s', 'data_rate'], ['upload_bytes', 'upload'], ['download_bytes', 'download'], ['total_bytes', 'total'],
+  ['first_seen', 'first_seen'], ['last_seen', 'last_seen'], ['time_online_seconds', 'time_online'], ['online_percent', 'online_time'],
+];
 
-const asCsv = (rows: ClientRow[]): string => toCsv(sent, rows.map((row) => sent.map((member): Cell => row[member])));
+function asCsv(rows: ClientRow[]): string {
+  const cell = (row: ClientRow, member: Sent): Cell => (member === 'online_time' ? rounded(row[member], 1) : row[member]);
+  return toCsv(sent.map(([head]) => head), rows.map((row) => sent.map(([, member]) => cell(row, member))));
+}
 
 /** A guest has a name of his own; a client's would be an empty column. */
 const columnsFor = (kind: Kind): Column<ClientRow>[] => (kind === 'guests' ? columns : columns.filter((one) => one.key !== 'username'));
@@ -45,7 +54,8 @@ function Report({ kind, report, period, navigation }: { kind: Kind; report: Clie
   const found = search(all, wanted, (row) => [row.hostname, row.mac, row.username, row.network, row.type_frequency]);
   const column = shown.find((one) => one.key === sorting.column);
   const sorted = column ? sortRows(found, column.value, sorting.direction) : found;
-  const save = (): void => download(`${kind}-${period.replace('/', '_')}.csv`, 'text/csv', asCsv(sorted));
+  const zone = useProbe((state) => state.zone);
+  const save = (): void => download(csvName(kind, period, zoneSlug(zone)), 'text/csv', asCsv(sorted));
   return (
     <section class="card">
       <div class="card-head">

@@ -1,11 +1,14 @@
 // Who moves most, and where most clients are.
 
 import type { ComponentChildren } from 'preact';
-import { formatBytes, formatNumber } from '../format/format';
-import { decodeRankings, type RankedClients, type RankedTraffic } from '../messages/decode';
-import { Blank, Choice, Loaded, Name, Select } from '../parts/basics';
-import { type Navigation, useLive } from '../state/hooks';
+import { useRef } from 'preact/hooks';
+import { formatBytes, formatNumber, formatRate } from '../format/format';
+import { decodeRankings, type RankedClients, type RankedTraffic, type Rankings } from '../messages/decode';
+import { Blank, Choice, Loaded, Name, Select, Waiting } from '../parts/basics';
+import { type Load, type Navigation, useLive, useProbe } from '../state/hooks';
+import { now, probeTime } from '../state/probe';
 import { oneOf } from '../state/route';
+import { speedsOf } from '../state/speeds';
 
 const orders = ['total', 'in', 'out', 'clients'] as const;
 const orderTitles = { total: 'Total', in: 'In', out: 'Out', clients: 'Clients' };
@@ -50,15 +53,23 @@ function Bar({ rank, name, id, value, text, parts }: BarProps) {
   );
 }
 
-function TrafficBars({ entries, order }: { entries: RankedTraffic[]; order: 'total' | 'in' | 'out' }) {
+interface TrafficBarsProps {
+  entries: RankedTraffic[];
+  order: 'total' | 'in' | 'out';
+  /** Figures are speeds. */
+  isNow: boolean;
+}
+
+function TrafficBars({ entries, order, isNow }: TrafficBarsProps) {
   const top = Math.max(1, ...entries.map((entry) => entry[order]));
-  if (entries.length === 0) return <Blank title="Nobody">Nothing has been moved yet.</Blank>;
+  if (entries.length === 0) return isNow ? <Blank title="Not known yet">Speeds come with the second pass on this page: <Waiting />.</Blank> : <Blank title="Nobody">Nobody has moved anything here; where nobody has Wi-Fi it stays so.</Blank>;
   return (
     <ol class="bars">
       {entries.map((entry, i) => {
         const parts = (['in', 'out'] as const).filter((one) => order === 'total' || one === order);
+        const text = isNow ? formatRate(entry[order] * kib) : formatBytes(entry[order] * kib);
         return (
-          <Bar key={entry.id} rank={i + 1} name={entry.name} id={entry.id} value={entry[order]} text={formatBytes(entry[order] * kib)}
+          <Bar key={entry.id} rank={i + 1} name={entry.name} id={entry.id} value={entry[order]} text={text}
             parts={parts.map((tone) => ({ tone, share: entry[tone] / top }))} />
         );
       })}
@@ -83,47 +94,73 @@ interface PanelProps {
   kind: string;
   title: string;
   order: Order;
+  isNow: boolean;
   traffic: RankedTraffic[];
   people?: RankedClients[];
   most: number;
 }
 
-function Panel({ kind, title, order, traffic, people, most }: PanelProps) {
+function Panel({ kind, title, order, isNow, traffic, people, most }: PanelProps) {
   if (order === 'clients' && !people) return null;
   return (
     <section class="card" data-ranking={kind}>
       <h2>{title}</h2>
-      {order === 'clients' ? <ClientBars entries={(people ?? []).slice(0, most)} /> : <TrafficBars entries={traffic.slice(0, most)} order={order} />}
+      {order === 'clients' ? <ClientBars entries={(people ?? []).slice(0, most)} /> : <TrafficBars entries={traffic.slice(0, most)} order={order} isNow={isNow} />}
     </section>
   );
+}
+
+const figures = ['sum', 'now'] as const;
+const figureTitles = { sum: 'Since they started', now: 'Now' };
+
+/** The rankings of the last two passes that told something else, and how far apart they were told. */
+function useSpeeds(rankings: Load<Rankings>): { before: Rankings; seconds: number } | null {
+  const at = useProbe((state) => probeTime(state, state.passes.last ?? now()) / 1000);
+  const held = useRef<{ value: Rankings; at: number; before: { before: Rankings; seconds: number } | null } | null>(null);
+  if (rankings.kind !== 'ready') return held.current?.before ?? null;
+  const last = held.current;
+  if (last?.value !== rankings.value) {
+    const seconds = last ? Math.round((at - last.at) / 60) * 60 : 0;
+    held.current = { value: rankings.value, at, before: last && seconds > 0 ? { before: last.value, seconds } : null };
+  }
+  return held.current?.before ?? null;
 }
 
 export function Top({ route, change }: Navigation) {
   const order = oneOf(route.values['by'], orders);
   const most = Number(oneOf(route.values['count'], counts));
+  const figure = order === 'clients' ? 'sum' : oneOf(route.values['figures'], figures);
   const orderby = order === 'clients' ? 'total' : order;
   const rankings = useLive('wireless_top_monitor', filterFor(orderby), { orderby }, decodeRankings);
+  const speeds = useSpeeds(rankings);
+  const isNow = figure === 'now';
+  const shown = (after: RankedTraffic[], part: (rankings: Rankings) => RankedTraffic[]): RankedTraffic[] =>
+    !isNow ? after : speeds ? speedsOf(part(speeds.before), after, speeds.seconds, order === 'clients' ? 'total' : order) : [];
   return (
     <>
       <div class="title">
         <h1>Top of the wireless network</h1>
         <div class="controls">
+          {order !== 'clients' && <Choice title="Figures" name="figures" values={figures} titles={figureTitles} value={figure} onChange={(one) => change({ figures: one })} />}
           <Choice title="Ordered by" name="by" values={orders} titles={orderTitles} value={order} onChange={(by) => change({ by })} />
           <Select title="How many" value={String(most)} options={countOptions} onChange={(count) => change({ count })} />
         </div>
       </div>
       {order !== 'clients' && (
         <p class="note">
-          In is what clients send, out what they receive, as far as the devices count it at present.
+          {isNow
+            ? 'Speeds, by the difference between the last two passes, of those who are among the first fifty since they started. '
+            : 'What has been moved since each device was started, or each client associated: who has been there for long is ahead. '}
+          In is what clients send, out what they receive.
           {order === 'total' && ' The full part of a bar is in, the hatched part out.'}
         </p>
       )}
       <Loaded load={rankings}>
         {({ accessPoints, networks, clients: people }) => (
           <div class="split thirds">
-            <Panel kind="access-points" title="Access points" order={order} traffic={accessPoints.traffic} people={accessPoints.clients} most={most} />
-            <Panel kind="networks" title="Networks" order={order} traffic={networks.traffic} people={networks.clients} most={most} />
-            <Panel kind="clients" title="Clients" order={order} traffic={people.traffic} most={most} />
+            <Panel kind="access-points" title="Access points" order={order} isNow={isNow} traffic={shown(accessPoints.traffic, (one) => one.accessPoints.traffic)} people={accessPoints.clients} most={most} />
+            <Panel kind="networks" title="Networks" order={order} isNow={isNow} traffic={shown(networks.traffic, (one) => one.networks.traffic)} people={networks.clients} most={most} />
+            <Panel kind="clients" title="Clients" order={order} isNow={isNow} traffic={shown(people.traffic, (one) => one.clients.traffic)} most={most} />
           </div>
         )}
       </Loaded>

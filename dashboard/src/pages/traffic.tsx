@@ -2,15 +2,18 @@
 
 import { useMemo } from 'preact/hooks';
 import { bands, outagesIn, sparkline } from '../charts/outages';
-import { figuresOf, largest, trafficData, type View, viewNames, viewTitles } from '../charts/series';
-import { formatRate, inUnit, rateUnit, withoutDirection } from '../format/format';
-import { decodeTraffic, type Device, type DeviceTraffic, type Interface } from '../messages/decode';
-import { Blank, Choice, Loaded, Name, Select } from '../parts/basics';
-import { Chart, type Line } from '../parts/chart';
+import { type ChartData, figuresOf, largest, trafficData, type View, viewNames, views, viewTitles } from '../charts/series';
+import { formatDuration, formatRate, inUnit, rateUnit, withoutDirection } from '../format/format';
+import { decodeTraffic, type Device, type DeviceTraffic } from '../messages/decode';
+import { Blank, Choice, DevicePicker, LevelBadge, Loaded, Name, Stale } from '../parts/basics';
+import { Chart } from '../parts/chart';
+import type { Line } from '../parts/chart_texts';
 import { type Column, Table } from '../parts/table';
-import { outageText } from '../state/history';
-import { type Navigation, useDevices, useLive, useOutages } from '../state/hooks';
-import { oneOf } from '../state/route';
+import { NoDevices } from './overview';
+import { absenceText, outageText } from '../state/history';
+import { type Navigation, useDevices, useLive, useOutages, usePassTime, usePresences } from '../state/hooks';
+import { absencesIn, measuredOnly, offlineText, type Presence, presenceOf } from '../state/presence';
+import { formatRoute, oneOf } from '../state/route';
 import { formatSorting, parseSorting } from '../state/sorting';
 import { zoomOf, zoomText } from '../state/zoom';
 
@@ -25,46 +28,52 @@ interface Row {
   input: number | null;
   output: number | null;
   peak: number | null;
-  one: Interface;
+  /** Without what was told while the device was offline. */
+  data: ChartData;
+  pass: number | undefined;
 }
 
-function rowsOf(device: DeviceTraffic): Row[] {
+export function rowsOf(device: DeviceTraffic, view: View, presence: Presence): Row[] {
   return [...device.interfaces].map(([name, one]) => {
-    const inputs = figuresOf(one.traffic.map((sample) => sample.input));
-    const outputs = figuresOf(one.traffic.map((sample) => sample.output));
-    const peak = inputs.peak === null ? null : Math.max(inputs.peak, outputs.peak ?? 0);
-    return { name, index: one.ifIndex, input: inputs.latest, output: outputs.latest, peak, one };
+    const data = measuredOnly(trafficData(one, view), presence);
+    const [inputs, outputs] = data.columns.map(figuresOf);
+    const peak = inputs?.peak === null || !inputs ? null : Math.max(inputs.peak, outputs?.peak ?? 0);
+    return { name, index: one.ifIndex, input: inputs?.latest ?? null, output: outputs?.latest ?? null, peak, data, pass: one.traffic.at(-1)?.time };
   });
 }
 
 const sparkBox = { width: 100, height: 24 };
 
-function Spark({ one, top, view }: { one: Interface; top: number; view: View }) {
+export function Spark({ data, top, presence }: { data: ChartData; top: number; presence: Presence }) {
   const told = useOutages();
-  const data = useMemo(() => trafficData(one, view), [one, view]);
   const outages = outagesIn(told, data);
+  const absences = absencesIn(presence, data);
   return (
     <svg class="spark" viewBox={`0 0 ${sparkBox.width} ${sparkBox.height}`} preserveAspectRatio="none" aria-hidden="true">
       {bands(outages, data, sparkBox.width).map(({ x, width }, i) => (
         <rect key={x} class="off" x={x} width={width} height={sparkBox.height}><title>{outageText(outages[i] ?? [0, 0], data)}</title></rect>
+      ))}
+      {bands(absences, data, sparkBox.width).map(({ x, width }, i) => (
+        <rect key={`away ${x}`} class="off away" x={x} width={width} height={sparkBox.height}><title>{absenceText(absences[i] ?? [0, 0], data)}</title></rect>
       ))}
       {(['in', 'out'] as const).map((way, i) => <path key={way} class={way} d={sparkline(data, data.columns[i] ?? [], top, sparkBox, outages)} />)}
     </svg>
   );
 }
 
-function columnsFor(view: View, select: (name: string) => void): Column<Row>[] {
+function columnsFor(presence: Presence, chosen: string, select: (name: string) => void): Column<Row>[] {
+  const rate = (value: number | null) => <Stale isStale={!presence.isOnline}><data value={value === null ? '' : String(value)}>{formatRate(value)}</data></Stale>;
   return [
     {
       key: 'interface',
       title: 'Interface',
       value: (row) => row.name,
-      cell: (row) => <button type="button" class="sort" onClick={() => select(row.name)}><Name text={row.name} isShort /></button>,
+      cell: (row) => <button type="button" class="sort" aria-pressed={row.name === chosen} onClick={() => select(row.name)}><Name text={row.name} isShort /></button>,
     },
-    { key: 'in', title: 'In', isNumber: true, value: (row) => row.input, cell: (row) => formatRate(row.input) },
-    { key: 'out', title: 'Out', isNumber: true, value: (row) => row.output, cell: (row) => formatRate(row.output) },
+    { key: 'in', title: 'In', isNumber: true, value: (row) => row.input, cell: (row) => rate(row.input) },
+    { key: 'out', title: 'Out', isNumber: true, value: (row) => row.output, cell: (row) => rate(row.output) },
     { key: 'peak', title: 'Peak', isNumber: true, value: (row) => row.peak, cell: (row) => formatRate(row.peak) },
-    { key: 'course', title: 'Course', isNumber: true, value: (row) => row.peak, cell: (row) => <Spark one={row.one} top={row.peak ?? 0} view={view} /> },
+    { key: 'course', title: 'Course', isNumber: true, value: (row) => row.peak, cell: (row) => <Spark data={row.data} top={row.peak ?? 0} presence={presence} /> },
   ];
 }
 
@@ -73,15 +82,23 @@ const axis = (values: number[], top: number): string[] => {
   return values.map((value) => (value === 0 ? '0' : `${inUnit(value, unit)} ${unit.name}`));
 };
 
-function InterfaceChart({ name, one, view, navigation }: { name: string; one: Interface; view: View; navigation: Navigation }) {
-  const data = useMemo(() => trafficData(one, view), [one, view]);
+interface ChartProps {
+  row: Row;
+  view: View;
+  presence: Presence;
+  navigation: Navigation;
+}
+
+function InterfaceChart({ row, view, presence, navigation }: ChartProps) {
+  const { name, data } = row;
   const figures = data.columns.map(figuresOf);
+  const known = (data.columns[0] ?? []).filter((value) => value !== null).length;
   return (
-    <section class="card" data-interface={name} data-pass={one.traffic.at(-1)?.time}>
+    <section class="card" data-interface={name} data-pass={row.pass}>
       <div class="card-head">
         <h2><Name text={name} /></h2>
         <span class="note">
-          Mean in {formatRate(figures[0]?.mean)}, out {formatRate(figures[1]?.mean)} · Peak {formatRate(largest(data.columns))}
+          Mean in {formatRate(figures[0]?.mean)}, out {formatRate(figures[1]?.mean)} over {formatDuration(known * views[view] * 60)} · Peak {formatRate(largest(data.columns))}
         </span>
       </div>
       <Chart
@@ -91,6 +108,7 @@ function InterfaceChart({ name, one, view, navigation }: { name: string; one: In
         view={view}
         axis={axis}
         value={formatRate}
+        presence={presence}
         zoom={zoomOf(navigation.route)}
         onZoom={(range) => navigation.change(zoomText(range), true)}
       />
@@ -101,17 +119,19 @@ function InterfaceChart({ name, one, view, navigation }: { name: string; one: In
 interface DeviceProps {
   device: DeviceTraffic;
   view: View;
+  presence: Presence;
   navigation: Navigation;
 }
 
-function DeviceView({ device, view, navigation }: DeviceProps) {
+function DeviceView({ device, view, presence, navigation }: DeviceProps) {
   const { route, change } = navigation;
-  const rows = useMemo(() => rowsOf(device), [device]);
+  const rows = useMemo(() => rowsOf(device, view, presence), [device, view, presence]);
   const busiest = useMemo(() => [...rows].sort((a, b) => (b.peak ?? 0) - (a.peak ?? 0))[0], [rows]);
-  const chosen = rows.find((row) => row.name === route.values['interface']) ?? busiest;
-  const columns = columnsFor(view, (name) => change({ interface: name }));
+  const asked = route.values['interface'];
+  const chosen = asked ? rows.find((row) => row.name === asked) : busiest;
+  const columns = columnsFor(presence, chosen?.name ?? '', (name) => change({ interface: name }));
   const sorting = parseSorting(route.values['sort'], columns.map((column) => column.key), { column: 'peak', direction: 'descending' });
-  if (!chosen) {
+  if (!busiest) {
     const first = view === '1m' ? 'Speeds come with a device’s second pass.' : 'The first figures of this view come when its first interval is over.';
     return <section class="card"><Blank title="No traffic">No interface of this device has moved anything in this view. {first}</Blank></section>;
   }
@@ -119,49 +139,74 @@ function DeviceView({ device, view, navigation }: DeviceProps) {
     <div class="side">
       <section class="card">
         <h2>Interfaces</h2>
-        <Table caption="Interfaces" columns={columns} rows={rows} keyOf={(row) => row.name} sorting={sorting} onSort={(sort) => change({ sort: formatSorting(sort) })} chosen={chosen.name} />
+        <Table caption="Interfaces" columns={columns} rows={rows} keyOf={(row) => row.name} sorting={sorting} onSort={(sort) => change({ sort: formatSorting(sort) })} chosen={chosen?.name} />
+        <p class="note">Interfaces that moved nothing in this view are not told.</p>
         {device.credentials.length > 0 && (
           <dl class="note">{device.credentials.map(([key, value]) => <div key={key}>{key}: {value}</div>)}</dl>
         )}
       </section>
-      <InterfaceChart name={chosen.name} one={chosen.one} view={view} navigation={navigation} />
+      {chosen ? (
+        <InterfaceChart row={chosen} view={view} presence={presence} navigation={navigation} />
+      ) : (
+        <section class="card">
+          <h2><Name text={asked ?? ''} /></h2>
+          <Blank title="Nothing moved here">This interface is idle in this view, or the device has none of this name. Choose one of the list, or another view.</Blank>
+        </section>
+      )}
     </div>
   );
 }
 
-function TrafficOf({ mac, view, navigation }: { mac: string; view: View; navigation: Navigation }) {
+function TrafficOf({ mac, view, presence, navigation }: { mac: string; view: View; presence: Presence; navigation: Navigation }) {
   const traffic = useLive('TrafficMonitor', { interval: view, mac }, { interval: view }, decodeTraffic);
   return (
     <Loaded load={traffic}>
-      {(all) => <DeviceView device={all.get(mac) ?? { interfaces: new Map(), credentials: [] }} view={view} navigation={navigation} />}
+      {(all) => <DeviceView device={all.get(mac) ?? { interfaces: new Map(), credentials: [] }} view={view} presence={presence} navigation={navigation} />}
     </Loaded>
   );
 }
 
 /** Names may be the same; addresses are not. */
-function optionsOf(devices: Device[]): { value: string; title: string }[] {
+export function optionsOf(devices: Device[]): { value: string; title: string }[] {
   return devices.map(({ mac, hostname }) => ({ value: mac, title: hostname ? `${withoutDirection(hostname).slice(0, 60)} (${mac})` : mac }));
+}
+
+/** Says of a device that the link names that there is none, and shows nothing else instead. */
+export function NoSuchDevice({ mac }: { mac: string }) {
+  return <section class="card"><Blank title="No such device">The probe knows of no device <Name text={mac} />. It may have been removed.</Blank></section>;
+}
+
+/** Since when a device is offline; nothing for one that is there. */
+export function OfflineNote({ presence }: { presence: Presence }) {
+  const now = usePassTime();
+  if (presence.isOnline) return null;
+  return <p class="note offline-note" role="status"><LevelBadge level="offline" /> {offlineText(presence, now)}: what is shown is what was measured before.</p>;
 }
 
 export function Traffic(navigation: Navigation) {
   const { route, change } = navigation;
   const devices = useDevices();
+  const presences = usePresences(devices);
   const view = oneOf<View>(route.values['view'], viewNames);
   return (
     <Loaded load={devices}>
       {(all) => {
-        const device = all.find((one) => one.mac === route.values['device']) ?? all[0];
-        if (!device) return <Blank title="No devices">The probe knows of no device.</Blank>;
+        const asked = route.values['device'];
+        const device = asked ? all.find((one) => one.mac === asked) : all[0];
+        const presence = presences.get(device?.mac ?? '') ?? presenceOf(device);
         return (
           <>
             <div class="title">
-              <h1>Traffic of <Name text={device.hostname || device.mac} /></h1>
-              <div class="controls">
-                <Select title="Device" value={device.mac} options={optionsOf(all)} onChange={(mac) => change({ device: mac, interface: '', ...zoomText(null) })} />
-                <Choice title="View" name="view" values={viewNames} titles={viewTitles} value={view} onChange={(one) => change({ view: one, ...zoomText(null) })} />
-              </div>
+              <h1>Traffic{device && <> of <a href={formatRoute({ page: 'device', values: { device: device.mac } })}><Name text={device.hostname || device.mac} /></a></>}</h1>
+              {all.length > 0 && (
+                <div class="controls">
+                  <DevicePicker value={device?.mac ?? ''} options={device ? optionsOf(all) : [{ value: '', title: 'Choose a device' }, ...optionsOf(all)]} onChange={(mac) => change({ device: mac, interface: '', ...zoomText(null) })} />
+                  <Choice title="View" name="view" values={viewNames} titles={viewTitles} value={view} onChange={(one) => change({ view: one, ...zoomText(null) })} />
+                </div>
+              )}
             </div>
-            <TrafficOf mac={device.mac} view={view} navigation={navigation} />
+            {device && <OfflineNote presence={presence} />}
+            {device ? <TrafficOf mac={device.mac} view={view} presence={presence} navigation={navigation} /> : asked ? <NoSuchDevice mac={asked} /> : <NoDevices />}
           </>
         );
       }}

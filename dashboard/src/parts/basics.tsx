@@ -1,8 +1,12 @@
 // Small things of which pages are made.
 
 import type { ComponentChildren } from 'preact';
+import { useEffect, useState } from 'preact/hooks';
 import { type Level, levelOf, levelTitles } from '../state/health';
-import type { Load } from '../state/hooks';
+import { formatStopwatch } from '../format/format';
+import { type Load, useNow, useProbe } from '../state/hooks';
+import { untilNext } from '../state/passes';
+import { search } from '../state/sorting';
 import { AlertIcon, InfoIcon, LevelIcon, WarningIcon } from './icons';
 
 /** A name from a device or from the air: text, whatever it holds. */
@@ -34,16 +38,36 @@ export function LevelBadge({ level }: { level: Level }) {
   );
 }
 
-/** A figure with its level: nothing is added to a good one, so that the others stand out. */
-export function Figure({ value, level, children }: { value: number; level: number; children: ComponentChildren }) {
+interface FigureProps {
+  value: number;
+  level: number;
+  /** From where on it has this level, and since when. */
+  limit?: string;
+  children: ComponentChildren;
+}
+
+/**
+ * A figure with its level: nothing is added to a good one, so that the others stand out. None is red: whether somebody
+ * is needed is what the state of the device says.
+ */
+export function Figure({ value, level, limit = '', children }: FigureProps) {
   const kind = levelOf(level);
+  const isMarked = kind === 'bad' && limit !== '';
   return (
-    <span class={`figure ${kind === 'good' ? '' : kind}`}>
-      {kind !== 'good' && <LevelIcon level={kind} />}
-      <data value={String(value)}>{children}</data>
-      {(kind === 'bad' || kind === 'fair') && <span class="hidden">, {levelTitles[kind].toLowerCase()}</span>}
-    </span>
+    <>
+      <span class={`figure ${isMarked ? 'fair' : ''}`} title={limit || undefined}>
+        {isMarked && <LevelIcon level="fair" />}
+        <data value={String(value)}>{children}</data>
+        {kind === 'fair' && limit && <span class="hidden">, {limit}</span>}
+      </span>
+      {isMarked && <span class="sub limit">{limit}</span>}
+    </>
   );
+}
+
+/** What was known last of a device that is offline. */
+export function Stale({ isStale, children }: { isStale: boolean; children: ComponentChildren }) {
+  return isStale ? <span class="stale" title="The newest figure before it went offline">{children}</span> : <>{children}</>;
 }
 
 export function Notifications({ alert, warning, info }: { alert: number; warning: number; info: number }) {
@@ -113,6 +137,30 @@ export function Select({ title, value, options, onChange }: SelectProps) {
   );
 }
 
+/** With so many choices a list is too long to look through: one types what one looks for. */
+const mostListed = 40;
+
+/** One of the devices. */
+export function DevicePicker({ value, options, onChange }: Omit<SelectProps, 'title'>) {
+  const chosen = options.find((one) => one.value === value)?.title ?? value;
+  const [text, setText] = useState(chosen);
+  useEffect(() => setText(chosen), [chosen]);
+  if (options.length <= mostListed) return <Select title="Device" value={value} options={options} onChange={onChange} />;
+  const take = (typed: string): void => {
+    setText(typed);
+    const found = options.find((one) => one.title === typed);
+    if (found && found.value !== value) onChange(found.value);
+  };
+  const near = search(options, text === chosen ? '' : text, (one) => [one.title]).slice(0, mostListed);
+  return (
+    <label>
+      <span class="hidden">Device</span>
+      <input type="search" list="devices" value={text} placeholder={`Search ${options.length} devices`} onFocus={(event) => event.currentTarget.select()} onInput={(event) => take(event.currentTarget.value)} />
+      <datalist id="devices">{near.map((one) => <option key={one.value} value={one.title} />)}</datalist>
+    </label>
+  );
+}
+
 export function Blank({ title, children }: { title: string; children?: ComponentChildren }) {
   return (
     <div class="blank" role="status">
@@ -123,6 +171,8 @@ export function Blank({ title, children }: { title: string; children?: Component
 }
 
 export function Loading() {
+  const isLost = useProbe((state) => state.link.kind === 'waiting');
+  if (isLost) return <Blank title="Nothing was loaded">The probe went out of reach before it had told this. It is shown when the probe is back.</Blank>;
   return (
     <div class="blank" role="status">
       <span class="hidden">Loading</span>
@@ -132,10 +182,20 @@ export function Loading() {
   );
 }
 
+/** How long until the next pass; before the first, for how long it has been waited for. */
+export function Waiting({ isBare = false }: { isBare?: boolean }) {
+  const passes = useProbe((state) => state.passes);
+  const moment = useNow(500);
+  const [begin] = useState(moment);
+  const left = untilNext(passes, moment);
+  const word = isBare ? '' : left === null ? 'waiting, ' : 'in ';
+  return <span class="waiting">{word}{formatStopwatch(left === null ? (moment - begin) / 1000 : Math.ceil(left / 1000))}</span>;
+}
+
 /** What is there, or why there is nothing. */
 export function Loaded<Value>({ load, children }: { load: Load<Value>; children: (value: Value) => ComponentChildren }) {
   if (load.kind === 'loading') return <Loading />;
   if (load.kind === 'failed') return <Blank title="This cannot be shown">{load.message}</Blank>;
-  if (load.kind === 'empty') return <Blank title="Nothing yet">The first figures come with the next pass.</Blank>;
+  if (load.kind === 'empty') return <Blank title="Nothing yet">The first figures come with the next pass: <Waiting />.</Blank>;
   return <>{children(load.value)}</>;
 }

@@ -4,33 +4,15 @@ import { useEffect, useMemo, useRef, useState } from 'preact/hooks';
 import uPlot from 'uplot';
 import 'uplot/dist/uPlot.min.css';
 import { merged, outagesIn, recordBegin } from '../charts/outages';
-import { type ChartData, inSight, largest, loneSamples, type Range, shifted, type View, zoomed } from '../charts/series';
-import { formatMark, formatMinute } from '../format/format';
-import { outageText } from '../state/history';
+import { inSight, loneSamples, type Range, shifted, views, zoomed } from '../charts/series';
+import { formatMark, leastRate, rateBase } from '../format/format';
+import { wallDate } from '../format/zone';
+import { absenceText, outageText } from '../state/history';
 import { useColourScheme, useOutages, useProbe } from '../state/hooks';
-import { OutageKey, placeMarks } from './chart_marks';
-
-export interface Line {
-  name: string;
-  /** Names of tokens. */
-  colour: string;
-  fill?: string;
-  dash?: number[];
-}
-
-interface Props {
-  title: string;
-  lines: Line[];
-  data: ChartData;
-  view: View;
-  /** The values of the axis as texts. */
-  axis: (values: number[], top: number) => string[];
-  value: (value: number | null) => string;
-  /** Values are whole. */
-  isCount?: boolean;
-  zoom: Range | null;
-  onZoom: (range: Range | null) => void;
-}
+import { absencesIn } from '../state/presence';
+import { type Marks, MarksKey, placeMarks } from './chart_marks';
+import { useKeyboardCursor } from './chart_keys';
+import { type ChartProps, DataTable, Readout, type Shown, summary } from './chart_texts';
 
 export const dashes: number[][] = [[], [7, 4], [2, 3], [9, 3, 2, 3], [4, 2], [12, 4], [2, 5], [6, 2, 2, 2, 2, 2]];
 
@@ -60,13 +42,6 @@ const timeSteps = [
   ...[1, 2, 3, 5, 10, 15, 30, 90, 180, 365, 1825, 3650, 18250].map((step) => step * day),
 ];
 
-/** What a chart shows beside its lines. */
-interface Marks {
-  outages: Range[];
-  begin: number | null;
-}
-type Shown = Props & Marks;
-
 function makeChart(box: HTMLElement, props: Shown, latest: { current: Shown }, onCursor: (index: number | null) => void): uPlot {
   const font = `${Math.round(parseFloat(getComputedStyle(box).fontSize) * 0.84)}px system-ui, sans-serif`;
   const text = colourOf(box, 'text-soft');
@@ -79,7 +54,12 @@ function makeChart(box: HTMLElement, props: Shown, latest: { current: Shown }, o
       legend: { show: false },
       cursor: { drag: { x: true, y: false, setScale: false }, points: { size: 7 } },
       select: { show: true, left: 0, top: 0, width: 0, height: 0 },
-      scales: { x: { time: true }, y: { range: (_, __, top) => [0, Math.max(top * 1.08, props.isCount ? 4 : 125)] } },
+      tzDate: (time) => wallDate(time * 1000),
+      scales: {
+        // One sample by itself has an axis of one interval to each side.
+        x: { time: true, range: (_, from, to) => (from === to ? [from - views[props.view] * 60, to + views[props.view] * 60] : [from, to]) },
+        y: { range: (_, __, top) => [0, Math.max(top * 1.08, props.isCount ? 4 : leastRate())] },
+      },
       axes: [
         { stroke: text, grid, ticks: grid, font, space: 70, incrs: timeSteps, values: (_, values) => values.map((value) => formatMark(value / 60)) },
         {
@@ -88,7 +68,7 @@ function makeChart(box: HTMLElement, props: Shown, latest: { current: Shown }, o
           ticks: { show: false },
           font,
           size: (_, values: string[] | null) => 18 + 7 * Math.max(3, ...(values ?? []).map((value) => value.length)),
-          incrs: roundSteps(props.isCount ? 1 : 1 / 8),
+          incrs: roundSteps(props.isCount ? 1 : rateBase()),
           values: (self, values) => latest.current.axis(values, self.scales['y']?.max ?? 0),
         },
       ],
@@ -107,13 +87,15 @@ function makeChart(box: HTMLElement, props: Shown, latest: { current: Shown }, o
         })),
       ],
       hooks: {
-        draw: [(self: uPlot) => placeMarks(self, latest.current.outages, latest.current.begin)],
+        draw: [(self: uPlot) => placeMarks(self, latest.current)],
         setCursor: [
           (self: uPlot) => {
             onCursor(self.cursor.idx ?? null);
             const time = self.posToVal(self.cursor.left ?? -1, 'x');
             const outage = latest.current.outages.find(([from, to]) => from < time && time < to);
-            self.over.title = outage ? outageText(outage, latest.current.data) : '';
+            const absence = latest.current.absences.find(([from, to]) => from < time && time < to);
+            const { data } = latest.current;
+            self.over.title = outage ? outageText(outage, data) : absence ? absenceText(absence, data) : '';
           },
         ],
         setSelect: [
@@ -132,11 +114,15 @@ function makeChart(box: HTMLElement, props: Shown, latest: { current: Shown }, o
   );
 }
 
-export function Chart(given: Props) {
+export function Chart(given: ChartProps) {
   const { title, lines, data, view, onZoom } = given;
   const told = useOutages();
   const knownSince = useProbe((state) => state.history?.known_since);
-  const marks: Marks = useMemo(() => ({ outages: outagesIn(told, data), begin: recordBegin(knownSince, data, view) }), [told, knownSince, data, view]);
+  const { presence } = given;
+  const marks: Marks = useMemo(
+    () => ({ outages: outagesIn(told, data), absences: presence ? absencesIn(presence, data) : [], begin: recordBegin(knownSince, data, view) }),
+    [told, knownSince, data, view, presence],
+  );
   const props: Shown = { ...given, ...marks };
   const box = useRef<HTMLDivElement>(null);
   const chart = useRef<uPlot | null>(null);
@@ -144,7 +130,7 @@ export function Chart(given: Props) {
   latest.current = props;
   const [cursor, setCursor] = useState<number | null>(null);
   const scheme = useColourScheme();
-  const shape = JSON.stringify([lines, scheme]);
+  const shape = JSON.stringify([lines, scheme, view]);
   const whole: Range = [data.times[0] ?? 0, data.times.at(-1) ?? 0];
   const zoom = inSight(props.zoom, whole);
 
@@ -178,7 +164,8 @@ export function Chart(given: Props) {
     ArrowLeft: () => shift(-0.25),
     ArrowRight: () => shift(0.25),
   };
-  const index = cursor ?? data.times.length - 1;
+  const index = Math.min(cursor ?? Infinity, data.times.length - 1);
+  const { isSpoken, onKey, leave } = useKeyboardCursor({ chart, data, index, zoom, whole, onZoom, setCursor });
   return (
     <figure
       onKeyDown={(event) => {
@@ -188,85 +175,20 @@ export function Chart(given: Props) {
         act();
       }}
     >
-      <Readout {...props} index={index} isLatest={cursor === null} />
-      <div class="chart" ref={box} role="img" aria-label={summary(props)} data-points={data.times.length} />
-      <OutageKey {...marks} data={data} />
+      <Readout {...props} index={index} isLatest={cursor === null} isSpoken={isSpoken} />
+      <div class="chart" ref={box} role="img" tabIndex={0} aria-label={summary(props)} data-points={data.times.length} onKeyDown={onKey} onBlur={leave} />
+      <MarksKey {...marks} data={data} />
       <div class="controls">
         <div class="zoom" role="group" aria-label={`Zoom of ${title}`}>
           <button type="button" class="button" onClick={() => move(0.5)} aria-label="Zoom in">+</button>
-          <button type="button" class="button" onClick={() => move(2)} disabled={!zoom} aria-label="Zoom out">−</button>
-          <button type="button" class="button" onClick={() => shift(-0.25)} disabled={!zoom} aria-label="Earlier">←</button>
-          <button type="button" class="button" onClick={() => shift(0.25)} disabled={!zoom} aria-label="Later">→</button>
-          <button type="button" class="button" onClick={() => onZoom(null)} disabled={!zoom}>All</button>
+          <button type="button" class="button" onClick={() => zoom && move(2)} aria-disabled={!zoom} aria-label="Zoom out">−</button>
+          <button type="button" class="button" onClick={() => zoom && shift(-0.25)} aria-disabled={!zoom} aria-label="Earlier">←</button>
+          <button type="button" class="button" onClick={() => zoom && shift(0.25)} aria-disabled={!zoom} aria-label="Later">→</button>
+          <button type="button" class="button" onClick={() => zoom && onZoom(null)} aria-disabled={!zoom}>All</button>
         </div>
-        <span class="note">Drag over the chart to zoom in, or use these buttons and the keys + − 0 ← →.</span>
+        <span class="note">Drag over the chart to zoom in, or use these buttons and the keys + − 0 ← →; on the chart itself, ← → go from point to point.</span>
       </div>
       <DataTable {...props} />
     </figure>
-  );
-}
-
-function summary({ title, lines, data, value, outages }: Shown): string {
-  const parts = lines.map((line, i) => `${line.name}: at most ${value(largest([data.columns[i] ?? []]))}`);
-  return [`${title}. ${parts.join(', ')}`, ...outages.map((one) => outageText(one, data)), ''].join('. ').trim();
-}
-
-export function LineKey({ line }: { line: Line }) {
-  return (
-    <svg viewBox="0 0 26 8" aria-hidden="true">
-      <path d="M0 4h26" stroke={`var(--${line.colour})`} stroke-width="2.5" stroke-dasharray={(line.dash ?? []).join(' ')} />
-    </svg>
-  );
-}
-
-/** The values under the cursor; without one, the newest. */
-function Readout({ lines, data, value, index, isLatest }: Props & { index: number; isLatest: boolean }) {
-  const time = data.times[index];
-  if (time === undefined) return <div class="readout" />;
-  return (
-    <div class="readout">
-      <span>{isLatest ? 'Latest' : 'At'} {formatMinute(time / 60, true)}</span>
-      {lines.slice(0, 8).map((line, i) => (
-        <span key={line.name} class="key">
-          <LineKey line={line} />
-          <bdi class="name short">{line.name}</bdi>
-          <b>{value(data.columns[i]?.[index] ?? null)}</b>
-        </span>
-      ))}
-    </div>
-  );
-}
-
-/** The same in words and numbers, for those who cannot see lines. */
-function DataTable({ title, lines, data, value, outages }: Shown) {
-  const [isOpen, setOpen] = useState(false);
-  const isOff = (time: number): boolean => outages.some(([from, to]) => from < time && time < to);
-  return (
-    <details onToggle={(event) => setOpen(event.currentTarget.open)}>
-      <summary>Show as a table</summary>
-      {isOpen && (
-        <div class="scroll" tabIndex={0} role="region" aria-label={`${title} as a table`}>
-          <table>
-            <thead>
-              <tr>
-                <th scope="col">Time</th>
-                {lines.map((line) => <th key={line.name} scope="col" class="number"><bdi>{line.name}</bdi></th>)}
-              </tr>
-            </thead>
-            <tbody>
-              {data.times.map((time, row) => (
-                <tr key={time}>
-                  <th scope="row">{formatMinute(time / 60, true)}{isOff(time) && <span class="note"> the probe was off</span>}</th>
-                  {lines.map((line, i) => {
-                    const one = data.columns[i]?.[row] ?? null;
-                    return <td key={line.name} class="number"><data value={one === null ? '' : String(one)}>{value(one)}</data></td>;
-                  })}
-                </tr>
-              ))}
-            </tbody>
-          </table>
-        </div>
-      )}
-    </details>
   );
 }

@@ -3,7 +3,16 @@
 import type uPlot from 'uplot';
 import { formatMinute } from '../format/format';
 import type { ChartData, Range } from '../charts/series';
-import { outageText } from '../state/history';
+import { absenceText, outageText } from '../state/history';
+
+/** What a chart shows beside its lines. */
+export interface Marks {
+  /** The probe was off. */
+  outages: Range[];
+  /** The device was offline. */
+  absences: Range[];
+  begin: number | null;
+}
 
 const leastWidth = 2;
 const mostNamed = 3;
@@ -17,21 +26,26 @@ function mark(kind: string, left: number, width: number): HTMLElement {
 }
 
 /** The layer below the lines cuts off what the zoom leaves out. */
-export function placeMarks(chart: uPlot, outages: Range[], begin: number | null): void {
+export function placeMarks(chart: uPlot, { outages, absences, begin }: Marks): void {
   const xOf = (time: number): number => chart.valToPos(time, 'x');
   const marks = outages.map(([from, to]) => mark('off', xOf(from), Math.max(leastWidth, xOf(to) - xOf(from))));
+  marks.push(...absences.map(([from, to]) => mark('off away', xOf(from), Math.max(leastWidth, xOf(to) - xOf(from)))));
   if (begin !== null) marks.push(mark('begin', xOf(begin), leastWidth));
   chart.under.replaceChildren(...marks);
 }
 
 /** Says what the marks are, for those without a mouse, too. */
-export function OutageKey({ outages, begin, data }: { outages: Range[]; begin: number | null; data: ChartData }) {
-  if (outages.length === 0 && begin === null) return null;
-  const named = outages.slice(-mostNamed).reverse();
-  const more = outages.length - named.length;
+export function MarksKey({ outages, absences, begin, data }: Marks & { data: ChartData }) {
+  if (outages.length === 0 && absences.length === 0 && begin === null) return null;
+  const all = [
+    ...outages.map((one) => ({ at: one[0], kind: 'off', text: outageText(one, data) })),
+    ...absences.map((one) => ({ at: one[0], kind: 'off away', text: absenceText(one, data) })),
+  ].sort((left, right) => left.at - right.at);
+  const named = all.slice(-mostNamed).reverse();
+  const more = all.length - named.length;
   return (
     <ul class="marks note">
-      {named.map((one) => <li key={one[0]}><i class="off" />{outageText(one, data)}</li>)}
+      {named.map(({ at, kind, text }) => <li key={`${kind} ${at}`}><i class={kind} />{text}</li>)}
       {more > 0 && <li>and {more} {more === 1 ? 'time' : 'times'} before</li>}
       {begin !== null && <li><i class="begin" />The record begins {formatMinute(begin / 60, true)}</li>}
     </ul>

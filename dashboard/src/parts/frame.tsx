@@ -2,10 +2,13 @@
 
 import { useEffect, useRef, useState } from 'preact/hooks';
 import { isStale, untilNext } from '../state/passes';
-import { isWarming, probe } from '../state/probe';
-import { useNow, useProbe } from '../state/hooks';
+import { isWarming, now as present, probe, probeTime } from '../state/probe';
+import { useNow, useProbe, useSettings } from '../state/hooks';
+import { settings, type Theme, type ZoneKind } from '../state/settings';
 import { formatRoute, type Page, pages } from '../state/route';
-import { formatDuration, formatPace } from '../format/format';
+import { formatDuration, formatPace, type RateKind } from '../format/format';
+import { setZone, zoneText } from '../format/zone';
+import { Select, Waiting } from './basics';
 import { Mark } from './icons';
 
 export const pageTitles: Record<Page, string> = {
@@ -16,9 +19,12 @@ export const pageTitles: Record<Page, string> = {
   'client-report': 'Client report',
   'guest-report': 'Guest report',
   'network-report': 'Network report',
+  device: 'Device',
+  'not-found': 'No such page',
 };
 
-export function Head({ page }: { page: Page }) {
+/** On a wall there is nobody to go elsewhere. */
+export function Head({ page, isWall }: { page: Page; isWall: boolean }) {
   const tabs = useRef<HTMLElement>(null);
   useEffect(() => {
     // On a phone the tabs are wider than the screen.
@@ -27,18 +33,20 @@ export function Head({ page }: { page: Page }) {
   return (
     <header class="head">
       <a class="brand" href="#/overview"><Mark />Probe</a>
-      <nav class="tabs" aria-label="Pages" ref={tabs}>
-        <ul>
-          {pages.map((one) => (
-            <li key={one}>
-              <a href={formatRoute({ page: one, values: {} })} aria-current={one === page ? 'page' : undefined}>{pageTitles[one]}</a>
-            </li>
-          ))}
-        </ul>
-      </nav>
+      {!isWall && (
+        <nav class="tabs" aria-label="Pages" ref={tabs}>
+          <ul>
+            {pages.map((one) => (
+              <li key={one}>
+                <a href={formatRoute({ page: one, values: {} })} aria-current={one === page ? 'page' : undefined}>{pageTitles[one]}</a>
+              </li>
+            ))}
+          </ul>
+        </nav>
+      )}
       <div class="state">
         <Freshness />
-        <ThemeButton />
+        {!isWall && <ThemeButton />}
       </div>
     </header>
   );
@@ -73,7 +81,7 @@ function Countdown() {
   const passes = useProbe((state) => state.passes);
   const now = useNow(250);
   const left = untilNext(passes, now);
-  if (left === null) return <span class="countdown">waiting for the first pass</span>;
+  if (left === null) return <span class="countdown">waiting for the first pass, <Waiting isBare /></span>;
   const isFast = passes.period < 5000;
   return (
     <span class="countdown" title="Time until the next pass">
@@ -107,33 +115,48 @@ export function Banner() {
   );
 }
 
-const themes = ['auto', 'light', 'dark'] as const;
-const themeKey = 'vexora-theme';
+const themes: Theme[] = ['auto', 'light', 'dark'];
 
-function readTheme(): (typeof themes)[number] {
-  try {
-    return themes.find((theme) => theme === localStorage.getItem(themeKey)) ?? 'auto';
-  } catch {
-    return 'auto';
-  }
+/** That of the link, where it names one, or the user's. */
+export function useTheme(linked: string | undefined): void {
+  const { theme } = useSettings();
+  const shown = themes.find((one) => one === linked) ?? theme;
+  useEffect(() => {
+    if (shown === 'auto') delete document.documentElement.dataset['theme'];
+    else document.documentElement.dataset['theme'] = shown;
+  }, [shown]);
 }
 
 function ThemeButton() {
-  const [theme, setTheme] = useState(readTheme);
-  useEffect(() => {
-    if (theme === 'auto') delete document.documentElement.dataset['theme'];
-    else document.documentElement.dataset['theme'] = theme;
-    try {
-      localStorage.setItem(themeKey, theme);
-    } catch {
-      // then it lasts as long as the page
-    }
-  }, [theme]);
+  const { theme } = useSettings();
   const next = themes[(themes.indexOf(theme) + 1) % themes.length] ?? 'auto';
   return (
-    <button type="button" class="button bare" onClick={() => setTheme(next)} aria-label={`Colours: ${theme}. Change to ${next}`} title={`Colours: ${theme}`}>
+    <button type="button" class="button bare" onClick={() => settings.set('theme', next)} aria-label={`Colours: ${theme}. Change to ${next}`} title={`Colours: ${theme}`}>
       <span aria-hidden="true">{{ auto: '◐', light: '☀', dark: '☾' }[theme]}</span>
     </button>
+  );
+}
+
+/** Says on every page, and on paper, in which zone its times are; the choices that hold for all pages. */
+export function Foot({ isWall }: { isWall: boolean }) {
+  const chosen = useSettings();
+  const zone = useProbe((state) => state.zone);
+  const at = useProbe((state) => Math.floor(probeTime(state, present()) / 3_600_000) * 3_600_000);
+  setZone(chosen.zone === 'probe' ? zone : null);
+  const whose = chosen.zone === 'probe' && zone ? 'the probe’s' : 'this browser’s';
+  return (
+    <footer class="foot">
+      <span data-zone>Times are {whose}: {zoneText(at)}.</span>
+      {isWall ? (
+        <a href="#/overview">Leave the wall mode</a>
+      ) : (
+        <div class="controls">
+          <Select title="Time zone" value={chosen.zone} options={[{ value: 'probe', title: 'Times of the probe' }, { value: 'browser', title: 'Times of this browser' }]} onChange={(value) => settings.set('zone', value as ZoneKind)} />
+          <Select title="Speeds in" value={chosen.rates} options={[{ value: 'bit', title: 'Speeds in bits' }, { value: 'byte', title: 'Speeds in bytes' }]} onChange={(value) => settings.set('rates', value as RateKind)} />
+          <a href={formatRoute({ page: 'overview', values: { wall: '20' } })}>Wall mode</a>
+        </div>
+      )}
+    </footer>
   );
 }
 
@@ -143,7 +166,7 @@ export function TokenForm() {
   return (
     <main class="ask" id="content" tabIndex={-1}>
       <h1>The probe asks for its token</h1>
-      <p class="note">It stands in the probe’s configuration, at server.token. The browser stays logged in until it is closed.</p>
+      <p class="note">It stands in the probe’s configuration, at server.token, or in the file that server.token_file names. The browser stays logged in until it is closed.</p>
       <form
         onSubmit={(event) => {
           event.preventDefault();

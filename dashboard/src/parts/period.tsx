@@ -4,7 +4,9 @@ import type { ComponentChildren } from 'preact';
 import { formatPeriod } from '../format/format';
 import { decodePeriods } from '../messages/decode_http';
 import type { Load, Navigation } from '../state/hooks';
-import { useAnswer, useProbe } from '../state/hooks';
+import { useAnswer, usePassTime, useProbe } from '../state/hooks';
+import { offsetText } from '../format/zone';
+import { basisText } from '../state/history';
 import { oneOf } from '../state/route';
 import { Blank, Choice, Loaded, Select } from './basics';
 
@@ -21,6 +23,17 @@ interface Props<Report> {
   decode: (value: unknown) => Report | null;
   navigation: Navigation;
   children: (report: Report, period: string) => ComponentChildren;
+}
+
+/** Over how long the means of a report are taken, where that is less than one might think. */
+function Basis({ report, period }: { report: string; period: string }) {
+  const knownSince = useProbe((state) => state.history?.known_since ?? null);
+  const zone = useProbe((state) => state.zone);
+  const now = usePassTime();
+  const text = basisText(period, knownSince, now, zone);
+  const whose = zone ? `Times are the probe’s: ${zone.name || offsetText(zone.offset)}.` : '';
+  const empty = text && report === 'networks' ? ' Means count the time before as empty.' : '';
+  return <p class="note" data-basis>{[whose, text + empty].filter(Boolean).join(' ')}</p>;
 }
 
 /** A page with the report of the period that the address bar names, or of the newest. */
@@ -47,7 +60,10 @@ export function ReportPage<Report>({ title, report, decode, navigation, children
       <Loaded load={periods}>
         {() =>
           period ? (
-            <Loaded load={load}>{(value) => children(value, period)}</Loaded>
+            <>
+              <Basis report={report} period={period} />
+              <Loaded load={load}>{(value) => children(value, period)}</Loaded>
+            </>
           ) : (
             <section class="card"><Blank title="No report yet">The first one comes with a pass in which a wireless device is there.</Blank></section>
           )

@@ -1,8 +1,8 @@
 // A table whose columns sort it, and whose rows become small cards where there is no room.
 
 import type { ComponentChildren } from 'preact';
-import { useState } from 'preact/hooks';
-import { distinctKeys, type Sortable, type Sorting, sortRows } from '../state/sorting';
+import { useEffect, useState } from 'preact/hooks';
+import { distinctKeys, formatSorting, type Sortable, type Sorting, sortRows } from '../state/sorting';
 import { SortIcon } from './icons';
 
 export interface Column<Row> {
@@ -40,9 +40,23 @@ export function Table<Row>({ caption, columns, rows, keyOf, sorting, onSort, cho
   const sortedBy = columns.find((column) => column.key === sorting?.column);
   const sorted = sorting && sortedBy ? sortRows(rows, sortedBy.value, sorting.direction) : rows;
   const keys = distinctKeys(sorted.map(keyOf));
+  const room = columns.length <= 5 ? 'slim' : columns.length <= 7 ? 'middle' : 'wide';
+  const [isPrinted, setPrinted] = useState(false);
+  useEffect(() => {
+    const begin = (): void => setPrinted(true);
+    const end = (): void => setPrinted(false);
+    window.addEventListener('beforeprint', begin);
+    window.addEventListener('afterprint', end);
+    return () => {
+      window.removeEventListener('beforeprint', begin);
+      window.removeEventListener('afterprint', end);
+    };
+  }, []);
   return (
+    <>
+    <SortBy columns={columns} sorting={sorting} onSort={onSort} caption={caption} room={room} />
     <div class="scroll" tabIndex={0} role="region" aria-label={caption}>
-      <table class="stack">
+      <table class={`stack ${room}`}>
         <caption class="hidden">{caption}</caption>
         <thead>
           <tr>
@@ -52,7 +66,7 @@ export function Table<Row>({ caption, columns, rows, keyOf, sorting, onSort, cho
           </tr>
         </thead>
         <tbody>
-          {sorted.slice(0, most).map((row, position) => {
+          {sorted.slice(0, isPrinted ? sorted.length : most).map((row, position) => {
             const key = keyOf(row);
             return (
               <tr key={keys[position]} data-key={key} class={key === chosen ? 'chosen' : undefined}>
@@ -72,7 +86,7 @@ export function Table<Row>({ caption, columns, rows, keyOf, sorting, onSort, cho
           })}
         </tbody>
       </table>
-      {sorted.length > most && (
+      {sorted.length > most && !isPrinted && (
         <div class="blank">
           <button type="button" class="button" onClick={() => setMost(most + rowsAtOnce)}>
             Show more of {sorted.length} rows
@@ -80,7 +94,43 @@ export function Table<Row>({ caption, columns, rows, keyOf, sorting, onSort, cho
         </div>
       )}
     </div>
+    </>
   );
+}
+
+interface SortProps<Row> extends HeadListProps<Row> {
+  caption: string;
+  /** How much room its rows need to be lines: the style says from which width on they have it. */
+  room: string;
+}
+
+/** Where rows are cards there are no heads to press. */
+function SortBy<Row>({ columns, sorting, onSort, caption, room }: SortProps<Row>) {
+  const value = sorting ? formatSorting(sorting) : '';
+  const usual = (column: Column<Row>): Sorting => ({ column: column.key, direction: column.isNumber ? 'descending' : 'ascending' });
+  const other = ({ column, direction }: Sorting): Sorting => ({ column, direction: direction === 'ascending' ? 'descending' : 'ascending' });
+  const options = columns.flatMap((column) => [usual(column), other(usual(column))].map((one) => ({ sorting: one, title: `${column.title} ${one.direction === 'ascending' ? '↑' : '↓'}` })));
+  return (
+    <label class={`sort-by ${room}-sort`}>
+      <span class="hidden">Sort {caption}</span>
+      <select
+        value={value}
+        onChange={(event) => {
+          const chosen = options.find((one) => formatSorting(one.sorting) === event.currentTarget.value);
+          if (chosen) onSort(chosen.sorting);
+        }}
+      >
+        {!sorting && <option value="">Sort by …</option>}
+        {options.map((one) => <option key={formatSorting(one.sorting)} value={formatSorting(one.sorting)}>{one.title}</option>)}
+      </select>
+    </label>
+  );
+}
+
+interface HeadListProps<Row> {
+  columns: Column<Row>[];
+  sorting: Sorting | null;
+  onSort: (sorting: Sorting) => void;
 }
 
 interface HeadProps<Row> {

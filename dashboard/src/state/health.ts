@@ -2,6 +2,9 @@
 
 import type { Device, HealthDevice } from '../messages/decode';
 import type { Poll } from '../messages/generated/http';
+import { formatSince } from '../format/format';
+import type { DeviceLevels, FigureName, Held } from './levels';
+import { offlineText, type Presence, presenceOf } from './presence';
 
 export type Level = 'bad' | 'offline' | 'fair' | 'unknown' | 'good';
 
@@ -33,6 +36,9 @@ export interface DeviceRow {
   health: HealthDevice | null;
   /** Wireless clients. Null: it has no wireless side, or does not tell. */
   clients: { value: number; level: number; isListed: boolean } | null;
+  presence: Presence;
+  /** As they have lasted for two passes; empty before the first pass. */
+  levels: DeviceLevels;
   /** What is wrong with its polls, in plain words; empty for nothing. */
   trouble: string;
 }
@@ -42,14 +48,18 @@ function worst(all: Level[]): Level {
 }
 
 /**
- * The probe's judgement of the device, or that of its CPU, uptime or number of clients, if that is worse. Rogue access
- * points nearby say something about the place and nothing about the device.
+ * The probe's own judgement of the device. Only where it has none, because no driver serves the device, that of its
+ * CPU, uptime and number of clients, the worst of them. Rogue access points nearby say something about the place and
+ * nothing about the device.
  */
-export function overallLevel(health: HealthDevice | null, isOnline: boolean): Level {
+export function overallLevel(health: HealthDevice | null, isOnline: boolean, held: DeviceLevels = {}): Level {
   if (!isOnline) return 'offline';
   if (!health) return 'unknown';
-  const { level, actual_cpu: cpu, uptime, clients } = health;
-  const numbers = [level, cpu.level, uptime.level, clients?.level];
+  const lasting = (name: FigureName, now: number | undefined): number | undefined => held[name]?.level ?? now;
+  const own = lasting('own', health.level);
+  if (own !== undefined) return levelOf(own);
+  const { actual_cpu: cpu, uptime, clients } = health;
+  const numbers = [lasting('cpu', cpu.level), lasting('uptime', uptime.level), lasting('clients', clients?.level)];
   return worst(numbers.filter((one) => one !== undefined).map(levelOf));
 }
 
@@ -69,11 +79,13 @@ function clientsOf(health: HealthDevice | null, poll: Poll | undefined): DeviceR
   return { value: poll.clients, level: health.clients.level, isListed };
 }
 
+const unknownPresence: Presence = { isOnline: true, measured: null, away: [] };
+
 /**
  * All devices that the centre or the health monitor know, the worst first, and those that should be polled but are not
  * in the centre: they never answered, or have the id of another one.
  */
-export function deviceRows(devices: Device[], health: HealthDevice[], polls: Poll[] = []): DeviceRow[] {
+export function deviceRows(devices: Device[], health: HealthDevice[], polls: Poll[] = [], held = new Map<string, DeviceLevels>()): DeviceRow[] {
   const healthOf = new Map(health.map((one) => [one.device, one]));
   const pollOf = new Map(polls.map((poll) => [poll.mac, poll]));
   const rows = devices.map((device): DeviceRow => {
@@ -81,18 +93,63 @@ export function deviceRows(devices: Device[], health: HealthDevice[], polls: Pol
     healthOf.delete(device.mac);
     const poll = pollOf.get(device.mac);
     const { mac, hostname, type, model, ip } = device;
-    const level = overallLevel(one, device.online);
-    return { mac, name: hostname, type, model, ip, level, health: one, clients: clientsOf(one, poll), trouble: poll?.error ?? '' };
+    const own = held.get(mac) ?? {};
+    const level = overallLevel(one, device.online, own);
+    return {
+      mac, name: hostname, type, model, ip, level, health: one, clients: clientsOf(one, poll), trouble: poll?.error ?? '', presence: presenceOf(device), levels: own,
+    };
   });
   for (const one of healthOf.values()) {
     const { device: mac, hostname: name, deviceclass: type } = one;
-    rows.push({ mac, name, type, model: '', ip: '', level: overallLevel(one, true), health: one, clients: clientsOf(one, undefined), trouble: '' });
+    const own = held.get(mac) ?? {};
+    const level = overallLevel(one, true, own);
+    rows.push({ mac, name, type, model: '', ip: '', level, health: one, clients: clientsOf(one, undefined), trouble: '', presence: unknownPresence, levels: own });
   }
   const shown = new Set(rows.map((row) => row.mac));
   for (const { mac, name, address, error } of polls.filter((poll) => !shown.has(poll.mac))) {
-    rows.push({ mac, name, type: '', model: '', ip: address, level: 'offline', health: null, clients: null, trouble: error });
+    rows.push({
+      mac, name, type: '', model: '', ip: address, level: 'offline', health: null, clients: null, trouble: error, presence: { ...unknownPresence, isOnline: false }, levels: {},
+    });
   }
   return rows.sort(compareRows);
+}
+
+/** "since 11:04"; "since 11:04 or before" where it was so when the page was opened. */
+export function sinceText(held: Held | undefined, now: number): string {
+  return held ? `since ${formatSince(held.since, now)}${held.isFirst ? ' or before' : ''}` : '';
+}
+
+export interface Concern {
+  row: DeviceRow;
+  /** "offline since 11:04", "2 open alerts since 11:02" */
+  reasons: string[];
+}
+
+/** The devices that need a person, and why, in the order of the rows. */
+export function concernsOf(rows: DeviceRow[], now: number): Concern[] {
+  return rows
+    .map((row) => {
+      const reasons: string[] = [];
+      const alerts = row.health?.notification.alert ?? 0;
+      if (row.level === 'offline') reasons.push(offlineText(row.presence, now));
+      if (row.level === 'bad') reasons.push(['judged bad', sinceText(row.levels.own, now)].filter(Boolean).join(' '));
+      // What it had open when it went offline may be over.
+      if (alerts > 0 && row.level !== 'offline') reasons.push([alerts === 1 ? 'an open alert' : `${alerts} open alerts`, sinceText(row.levels.alerts, now)].filter(Boolean).join(' '));
+      return { row, reasons };
+    })
+    .filter(({ reasons }) => reasons.length > 0);
+}
+
+/** From where on a figure has its level, and since when; empty for a good one. */
+export function limitText(name: 'cpu' | 'uptime' | 'clients', level: number, held: Held | undefined, now: number): string {
+  const kind = levelOf(level);
+  const limit: string = {
+    cpu: { bad: '80 % or more', fair: 'above 20 %' },
+    uptime: { bad: 'started in the last 5 min', fair: 'started in the last 30 min' },
+    clients: { bad: 'more than 48', fair: '' },
+  }[name][kind === 'bad' ? 'bad' : 'fair'];
+  if ((kind !== 'bad' && kind !== 'fair') || !limit) return '';
+  return [limit, name === 'uptime' ? '' : sinceText(held, now)].filter(Boolean).join(' ');
 }
 
 function compareRows(left: DeviceRow, right: DeviceRow): number {

@@ -6,8 +6,10 @@ import type { Filter } from '../messages/connection';
 import { type Device, envelopeOf } from '../messages/decode';
 import { decodeDeviceList, decodeDevices, type DeviceList, type Outage } from '../messages/decode_http';
 import type { Answer } from '../messages/http';
-import { now, probe, type ProbeState } from './probe';
+import { type Presences, presencesOf } from './presence';
+import { now, probe, probeTime, type ProbeState } from './probe';
 import { formatRoute, parseRoute, type Route } from './route';
+import { settings, type Settings } from './settings';
 
 /** Some of the probe's state; the component is drawn again only when that changes. */
 export function useProbe<Part>(select: (state: ProbeState) => Part): Part {
@@ -20,6 +22,17 @@ export function useProbe<Part>(select: (state: ProbeState) => Part): Part {
     return probe.onChange(update);
   }, []);
   return part;
+}
+
+export function useSettings(): Settings {
+  const [state, setState] = useState(settings.state);
+  useEffect(() => settings.onChange(() => setState(settings.state)), []);
+  return state;
+}
+
+/** The probe's time when the last pass came, in seconds since the epoch. */
+export function usePassTime(): number {
+  return useProbe((state) => Math.floor(probeTime(state, state.passes.last ?? now()) / 60_000) * 60);
 }
 
 const noOutages: Outage[] = [];
@@ -42,6 +55,11 @@ export function useNow(everyMs: number): number {
 export type Load<Value> = { kind: 'loading' } | { kind: 'empty' } | { kind: 'failed'; message: string } | { kind: 'ready'; value: Value };
 
 const loading = { kind: 'loading' } as const;
+
+/** The same with another value. */
+export function mapped<Value, Other>(load: Load<Value>, to: (value: Value) => Other): Load<Other> {
+  return load.kind === 'ready' ? { kind: 'ready', value: to(load.value) } : load;
+}
 
 /**
  * The newest message of a topic: at once the one that the probe has kept, then each new one. `decode` must be a function
@@ -85,7 +103,8 @@ export function useLive<Value>(
 
 function failureOf(answer: Answer<unknown>): Load<never> {
   if (answer.kind === 'value') return { kind: 'failed', message: 'The message of the probe cannot be read.' };
-  if (answer.code === 'nothing_yet') return { kind: 'empty' };
+  // What is too large to be kept for a question comes to those who subscribe, with the next pass.
+  if (answer.code === 'nothing_yet' || answer.code === 'too_large') return { kind: 'empty' };
   return answer.status === 0 ? loading : { kind: 'failed', message: answer.message };
 }
 
@@ -95,10 +114,12 @@ export function useAnswer<Value>(
   query: Record<string, string> | null,
   decode: (value: unknown) => Value | null,
   everyMs = 0,
+  withPasses = false,
 ): Load<Value> {
   const key = JSON.stringify([path, query]);
   const [held, setHeld] = useState<{ key: string; load: Load<Value> }>({ key, load: loading });
   const isOpen = useProbe((state) => state.link.kind === 'open');
+  const pass = useProbe((state) => (withPasses ? state.pass : 0));
   useEffect(() => {
     if (!query) return undefined;
     let isWanted = true;
@@ -115,21 +136,33 @@ export function useAnswer<Value>(
       isWanted = false;
       clearInterval(timer);
     };
-  }, [key, isOpen, everyMs]);
+  }, [key, isOpen, everyMs, pass]);
   return held.key === key ? held.load : loading;
 }
 
 const everything = {};
+/** They are asked for with each pass; before the first, and where passes are slow to come, now and then. */
 const devicesEveryMs = 30_000;
 
 /** The devices that the probe knows: some come and go while a page is open. */
 export function useDevices(): Load<Device[]> {
-  return useAnswer('devices', everything, decodeDevices, devicesEveryMs);
+  return useAnswer('devices', everything, decodeDevices, devicesEveryMs, true);
 }
 
 /** The same, with how those that answer SNMP are polled. */
 export function useDeviceList(): Load<DeviceList> {
-  return useAnswer('devices', everything, decodeDeviceList, devicesEveryMs);
+  return useAnswer('devices', everything, decodeDeviceList, devicesEveryMs, true);
+}
+
+const noPresences: Presences = new Map();
+
+/** Changes only when a device comes or goes: charts are drawn again for that. */
+export function usePresences(devices: Load<Device[]>): Presences {
+  const held = useRef({ key: '', presences: noPresences });
+  if (devices.kind !== 'ready') return held.current.presences;
+  const key = JSON.stringify(devices.value.map(({ mac, online, measured, absences }) => [mac, online || measured, absences]));
+  if (held.current.key !== key) held.current = { key, presences: presencesOf(devices.value) };
+  return held.current.presences;
 }
 
 export interface Navigation {

@@ -1,6 +1,6 @@
 // When the next pass comes, and whether what is shown is still news.
 
-import type { Status } from '../messages/decode';
+import type { ToldStatus } from '../messages/decode_http';
 
 /** Milliseconds of the page's own monotonic clock. */
 export type Moment = number;
@@ -16,7 +16,7 @@ const missedPasses = 2.5;
 const patience = 3000;
 
 /** `now`: when the status came. */
-export function passesFrom(status: Status, now: Moment): Passes {
+export function passesFrom(status: ToldStatus, now: Moment): Passes {
   const { last, period } = status.passes;
   const ago = last === null ? null : Math.max(0, status.now - last * 1000) / status.speed;
   return { period: (period * 1000) / status.speed, last: ago === null ? null : now - ago };

@@ -1,10 +1,12 @@
 // The one probe that this page talks to: its connection, its token, its passes.
 
 import { Connection, type ConnectionState, type Filter, type Socket } from '../messages/connection';
-import type { History, Status } from '../messages/decode';
-import { decodeStatus } from '../messages/decode_http';
+import { decodeHealth, type History } from '../messages/decode';
+import { decodeStatus, type ToldStatus } from '../messages/decode_http';
 import { type Answer, apiPath, ask, fetchText, openSession } from '../messages/http';
 import type { Json } from '../messages/check';
+import type { Zone } from '../format/zone';
+import { type DeviceLevels, levelsAfter } from './levels';
 import { type Moment, type Passes, passesFrom } from './passes';
 
 export type Link = { kind: ConnectionState; until: Moment };
@@ -16,7 +18,18 @@ export interface ProbeState {
   history: History | null | undefined;
   /** The probe asks for a token, or for another one. */
   needsToken: boolean;
+  /** Of the probe; null: it tells none, or was out of reach. */
+  zone: Zone | null;
+  /** What the probe's clock showed, and how fast it runs; null: not known. */
+  clock: { at: Moment; ms: number; speed: number } | null;
+  /** Counts the passes that were heard of, some of them together where they come fast. */
+  pass: number;
+  /** Of every device, after the last pass. */
+  levels: Map<string, DeviceLevels>;
 }
+
+/** Passes that come faster than this are counted together: each has the page ask which devices are there. */
+const leastPassMs = 500;
 
 const warmingEveryMs = 1000;
 /** The journal may fail at any time; a page that hears of it half a minute later is early enough. */
@@ -29,18 +42,29 @@ export const isWarming = (history: History | null | undefined): boolean => histo
 
 export const now = (): Moment => performance.now();
 
+/** What the probe's clock shows, in milliseconds since the epoch; the browser's, where that is not known. */
+export function probeTime({ clock }: ProbeState, at: Moment): number {
+  return clock ? clock.ms + (at - clock.at) * clock.speed : Date.now();
+}
+
 export class Probe {
   state: ProbeState = {
     link: { kind: 'connecting', until: 0 },
     passes: { period: 60_000, last: null },
     history: undefined,
     needsToken: false,
+    zone: null,
+    clock: null,
+    pass: 0,
+    levels: new Map(),
   };
 
   private newestLink = this.state.link;
   private statusTimer: ReturnType<typeof setTimeout> | undefined;
   private statusRead = 0;
-  /** The probe has read its journal, and no pass has come since. */
+  private passTimer: ReturnType<typeof setTimeout> | undefined;
+  private passCounted = -leastPassMs;
+  /** The probe has read its journal, or was started without one, and no pass has come since. */
   private awaitsPass = false;
   private readonly listeners = new Set<() => void>();
   private readonly connection = new Connection({
@@ -56,7 +80,7 @@ export class Probe {
     void this.readStatus();
     this.connection.onState((kind, waitMs) => void this.onLink({ kind, until: now() + waitMs }));
     // A page that shows nothing live must hear of the passes all the same: this is the smallest message that each brings.
-    this.subscribe('HealthMonitor', {}, () => this.onPass());
+    this.subscribe('HealthMonitor', {}, (data) => this.onPass(data));
     this.connection.start();
     window.addEventListener('online', () => this.connection.retryNow());
   }
@@ -106,12 +130,27 @@ export class Probe {
     if (link.kind === 'waiting') void this.readStatus(); // is it the token?
   }
 
-  private onPass(): void {
+  private onPass(data: Json): void {
+    const devices = decodeHealth(data);
+    const at = Math.floor(probeTime(this.state, now()) / 1000);
+    if (devices) this.change({ levels: levelsAfter(this.state.levels, devices, at) });
+    this.countPass();
     if (!this.state.history || isWarming(this.state.history)) return;
     if (!this.awaitsPass && now() - this.statusRead < statusEveryMs) return;
     this.awaitsPass = false;
     this.statusRead = now(); // passes that come faster than this must not put it off
     this.readStatusAfter(passMs);
+  }
+
+  private countPass(): void {
+    clearTimeout(this.passTimer);
+    const wait = this.passCounted + leastPassMs - now();
+    if (wait > 0) {
+      this.passTimer = setTimeout(() => this.countPass(), wait);
+      return;
+    }
+    this.passCounted = now();
+    this.change({ pass: this.state.pass + 1 });
   }
 
   private readStatusAfter(ms: number): void {
@@ -128,14 +167,17 @@ export class Probe {
     if (isThere && isWarming(this.state.history)) this.readStatusAfter(warmingEveryMs);
   }
 
-  private takeStatus(status: Status): void {
+  private takeStatus(status: ToldStatus): void {
     const before = this.state.history;
     const told = status.history ?? null;
     const history = JSON.stringify(before) === JSON.stringify(told) ? before : told; // charts are drawn again for another one
-    if (isWarming(history)) this.awaitsPass = true;
+    if (isWarming(history) || (history && status.passes.last === null)) this.awaitsPass = true;
     const passes = passesFrom(status, now());
     // The last pass of the journal may be days old, and nothing is late for that.
-    this.change({ history, passes: this.awaitsPass ? { ...passes, last: null } : passes });
+    const at = now();
+    const clock = { at, ms: status.now, speed: status.speed };
+    const zone = JSON.stringify(this.state.zone) === JSON.stringify(status.time_zone ?? null) ? this.state.zone : (status.time_zone ?? null);
+    this.change({ history, zone, clock, passes: this.awaitsPass ? { ...passes, last: null } : passes });
   }
 
   /** The session's cookie goes with it. */

@@ -1,0 +1,145 @@
+// Times are those of the probe, wherever the browser stands; the choices that hold for all pages; pages on paper.
+
+import { readFileSync } from 'node:fs';
+import type { Browser } from 'playwright-core';
+import { afterAll, beforeAll, describe, expect, test } from 'vitest';
+import { closeContext, openBrowser, openPage } from './browser';
+import { ProbeProcess, simulated } from './probe';
+
+const pages = ['overview', 'traffic', 'clients', 'top', 'client-report', 'guest-report', 'network-report'];
+const newYork = { timezoneId: 'America/New_York' };
+
+let browser: Browser;
+let probe: ProbeProcess;
+beforeAll(async () => {
+  [probe, browser] = await Promise.all([ProbeProcess.start(simulated, 0, '', 'Asia/Tokyo'), openBrowser()]);
+  await probe.await('/api/live/TrafficMonitor?interval=1m', (answer) => (JSON.stringify(answer).match(/"time"/g)?.length ?? 0) > 60);
+  await probe.await('/api/reports/networks/periods', (answer) => (answer['daily'] as string[]).length > 0);
+  await probe.await('/api/reports/clients/periods', (answer) => (answer['daily'] as string[]).length > 0);
+});
+afterAll(async () => {
+  await browser.close();
+  await probe.stop();
+});
+
+test('every page names the zone of the probe', async () => {
+  const { page, context, complaints } = await openPage(browser, probe.url, newYork);
+  for (const hash of pages) {
+    await page.goto(`${probe.url}/#/${hash}`);
+    await page.locator('main h1').waitFor();
+    await expect.poll(() => page.locator('[data-zone]').textContent()).toBe('Times are the probe’s: Asia/Tokyo, UTC+09:00.');
+  }
+  expect(complaints).toEqual([]);
+  await closeContext(context);
+});
+
+test('charts and tables are in the probe’s zone, or in the browser’s where its user prefers that, and stay so', async () => {
+  const { page, context, complaints } = await openPage(browser, probe.url, newYork);
+  await page.goto(`${probe.url}/#/traffic`);
+  const hours = async (): Promise<number> => {
+    const text = await page.locator('[data-interface]').evaluate((card) => `${card.getAttribute('data-pass')} ${card.querySelector('.readout')?.textContent}`);
+    const [, pass, hour, minute] = /^(\d+) .*?(\d\d):(\d\d),/.exec(text) ?? [];
+    return (Number(hour) * 60 + Number(minute) - (Number(pass) % 1440) + 2880) % 1440 / 60;
+  };
+  await page.locator('[data-interface]').waitFor();
+  await expect.poll(hours).toBe(9);
+  await page.getByLabel('Time zone').selectOption('browser');
+  await expect.poll(hours).toBe(19); // five hours behind UTC: the clock of the demo is in November
+  expect(await page.locator('[data-zone]').textContent()).toMatch(/this browser’s: America\/New_York/);
+  await page.reload();
+  await expect.poll(hours).toBe(19);
+  expect(complaints).toEqual([]);
+  await closeContext(context);
+});
+
+test('speeds are in bytes where the user prefers that, and stay so', async () => {
+  const { page, context, complaints } = await openPage(browser, probe.url);
+  await page.goto(`${probe.url}/#/traffic`);
+  const speed = page.locator('[data-interface] .card-head .note');
+  await expect.poll(() => speed.textContent()).toMatch(/bit\/s/);
+  await page.getByLabel('Speeds in').selectOption('byte');
+  await expect.poll(() => speed.textContent()).toMatch(/B\/s/);
+  await page.reload();
+  await expect.poll(() => speed.textContent()).toMatch(/B\/s/);
+  expect(complaints).toEqual([]);
+  await closeContext(context);
+});
+
+test('a file names its zone, its day and its units', async () => {
+  const { page, context } = await openPage(browser, probe.url, newYork);
+  await page.goto(`${probe.url}/#/network-report`);
+  const [download] = await Promise.all([page.waitForEvent('download'), page.getByRole('button', { name: 'Save as CSV Access points' }).click()]);
+  expect(download.suggestedFilename()).toMatch(/^access-points-day-\d{4}-\d\d-\d\d-Asia-Tokyo\.csv$/);
+  const [header = '', ...rows] = readFileSync(await download.path(), 'utf8').replace('\ufeff', '').split('\r\n');
+  expect(header).toBe('id,model,version,apname,clients_peak,clients_mean,traffic_peak_mbit_per_s,traffic_mean_mbit_per_s');
+  expect(rows.length).toBeGreaterThan(1);
+  for (const row of rows.filter(Boolean)) expect(row).not.toMatch(/\.\d{4}/);
+  await closeContext(context);
+});
+
+describe('on paper', () => {
+  test('a report has all of its columns and rows, its zone, and nothing to press', async () => {
+    const { page, context } = await openPage(browser, probe.url);
+    await page.goto(`${probe.url}/#/client-report`);
+    await page.locator('tbody tr').first().waitFor();
+    await page.emulateMedia({ media: 'print' });
+    await page.setViewportSize({ width: 720, height: 1000 }); // A4, as a browser lays it out
+    expect(await page.locator('button:not(.sort):visible, select:visible, input:visible, nav:visible').count()).toBe(0);
+    const table = await page.locator('main table').evaluate((one) => ({
+      heads: [...one.querySelectorAll('thead th')].map((head) => head.getBoundingClientRect()).filter((box) => box.width > 5 && box.height > 5).length,
+      columns: one.querySelectorAll('tbody tr:first-child > *').length,
+      right: one.getBoundingClientRect().right,
+      display: getComputedStyle(one.querySelector('thead') as Element).display,
+    }));
+    expect(table.heads).toBe(11);
+    expect(table.columns).toBe(11);
+    expect(table.right).toBeLessThanOrEqual(720);
+    expect(table.display).toBe('table-header-group');
+    expect(await page.locator('[data-zone]').isVisible()).toBe(true);
+    const pdf = await page.pdf({ format: 'A4' });
+    expect(pdf.subarray(0, 5).toString()).toBe('%PDF-');
+    await closeContext(context);
+  });
+});
+
+test.each([
+  ['traffic?device=AA:BB:CC:DD:EE:FF', 'No such device'],
+  ['device?device=AA:BB:CC:DD:EE:FF', 'No such device'],
+  ['traffic?interface=ge24', 'Nothing moved here'],
+  ['nonsense', 'There is no such page'],
+])('a link to nowhere, %s, says so and shows nothing else', async (hash, text) => {
+  const { page, context, complaints } = await openPage(browser, probe.url);
+  await page.goto(`${probe.url}/#/${hash}`);
+  await page.getByText(text).waitFor();
+  expect(await page.locator('main [data-interface], main .chart, main .tiles').count()).toBe(0);
+  expect(complaints).toEqual([]);
+  await closeContext(context);
+});
+
+test('a wall shows the pages in turn, larger and without navigation, in the colours of its link', async () => {
+  const { page, context, complaints } = await openPage(browser, probe.url, { colorScheme: 'light' });
+  await page.goto(`${probe.url}/#/overview?wall=1&theme=dark`);
+  await page.getByRole('heading', { name: 'Wireless clients', exact: true }).waitFor({ timeout: 20_000 });
+  expect(page.url()).toContain('theme=dark');
+  expect(await page.locator('nav').count()).toBe(0);
+  expect(await page.evaluate(() => document.documentElement.dataset['theme'])).toBe('dark');
+  expect(await page.evaluate(() => parseFloat(getComputedStyle(document.documentElement).fontSize))).toBeGreaterThanOrEqual(18);
+  expect(complaints).toEqual([]);
+  await closeContext(context);
+});
+
+test('values of a chart are told with the keyboard', async () => {
+  const { page, context, complaints } = await openPage(browser, probe.url);
+  await page.goto(`${probe.url}/#/traffic?view=5m`);
+  const readout = page.locator('[data-interface] .readout');
+  await page.locator('[data-interface] .chart canvas').waitFor();
+  await page.locator('[data-interface] .chart').focus();
+  expect(await readout.textContent()).toMatch(/^Latest/);
+  await page.keyboard.press('Home');
+  await expect.poll(() => readout.textContent()).toMatch(/^At .*mean of 5 min/);
+  expect(await readout.getAttribute('role')).toBe('status');
+  await page.keyboard.press('Escape');
+  await expect.poll(() => readout.textContent()).toMatch(/^Latest/);
+  expect(complaints).toEqual([]);
+  await closeContext(context);
+});
