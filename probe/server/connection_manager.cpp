@@ -44,6 +44,7 @@ ConnectionManager::ConnectionManager(boost::asio::io_context& loop, const Server
       queues_(std::move(queues)),
       subscriptions_(settings.limits, service, *budget_),
       limiter_(settings.limits),
+      address_rates_(settings.limits),
       quiet_(loop.get_executor()),
       requests_(loop, std::move(http)) {}
 
@@ -56,7 +57,8 @@ void ConnectionManager::OnAccept(std::unique_ptr<Transport> transport) {
   const auto now = RateLimiter::Clock::now();
   const std::string address = transport->peer_address();
   CloseOldestUnfinished(address);
-  AcceptedConnection accepted{address, limiter_.Acquire(address), RateLimiter(limits_.messages_per_second, now)};
+  AcceptedConnection accepted{address, limiter_.Acquire(address), RateLimiter(limits_.messages_per_second, now),
+                              address_rates_.Of(AddressGroup(address), now)};
   if (accepted.place.admission() == ConnectionLimiter::Admission::kRejectionLimit)
     return rejections_.Note(address, "too many rejections are pending", now);
   const auto connection = std::make_shared<HttpConnection>(std::move(transport), std::move(accepted),
@@ -92,8 +94,14 @@ std::optional<HttpError> ConnectionManager::CheckLimits(AcceptedConnection& acce
   if (accepted.place.admission() != ConnectionLimiter::Admission::kAccepted)
     return HttpError{503, "Refused: the probe serves no more connections than " +
                               LimitText("connections", limits_.connections) + "."};
-  if (is_upgrade || accepted.rate.Count(RateLimiter::Clock::now()) == RateLimiter::Result::kAccepted) return {};
-  return HttpError{429, "Refused: a connection may have no more requests than " +
+  if (is_upgrade) return {};
+  const auto now = RateLimiter::Clock::now();
+  if (accepted.rate.Count(now) != RateLimiter::Result::kAccepted)
+    return HttpError{429, "Refused: a connection may have no more requests than " +
+                              LimitText("messages_per_second", limits_.messages_per_second) + "."};
+  if (accepted.address_rates->requests.SpendOne(now)) return {};
+  return HttpError{429, "Refused: all connections of one address together may have no more requests than " +
+                            std::to_string(AddressRates::kTimes) + " times " +
                             LimitText("messages_per_second", limits_.messages_per_second) + "."};
 }
 
@@ -134,7 +142,6 @@ void ConnectionManager::OnRefused(HttpConnection& connection, const HttpError& e
 void ConnectionManager::OnUpgrade(HttpConnection& connection, const RequestHead& head) {
   const auto ended = http_connections_.extract(&connection);
   AcceptedConnection accepted = std::move(connection.accepted());
-  accepted.rate = RateLimiter(limits_.messages_per_second, RateLimiter::Clock::now());
   const ConnectionId id = MessageRouter::NewId();
   const auto opened =
       std::make_shared<Connection>(id, connection.TakeTransport(), std::move(accepted), limits_, queues_, *this);

@@ -17,6 +17,7 @@
 #include "probe/server/http/http_message.h"
 #include "probe/server/http/http_requests.h"
 #include "probe/server/http/token_guard.h"
+#include "probe/server/net/address_rates.h"
 #include "probe/server/net/connection_limiter.h"
 #include "probe/server/net/log_rate_limiter.h"
 #include "probe/server/net/server_settings.h"
@@ -89,6 +90,7 @@ class ConnectionManager final : public HttpEvents, public WebsocketEvents {
   const std::shared_ptr<QueueTotal> queues_;
   SubscriptionRequests subscriptions_;
   ConnectionLimiter limiter_;
+  AddressRatesRegister address_rates_;
   TokenGuard guard_;
   RejectionLog rejections_;
   std::function<void()> on_idle_;  // empty: the server is not stopping

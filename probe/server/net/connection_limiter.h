@@ -6,6 +6,7 @@
 #include <string>
 #include <utility>
 
+#include "probe/server/net/address_rates.h"
 #include "probe/server/net/rate_limiter.h"
 #include "probe/server/net/server_settings.h"
 
@@ -74,7 +75,8 @@ class ConnectionLimiter::Place {
 struct AcceptedConnection {
   std::string address;  ///< Of the client.
   ConnectionLimiter::Place place;
-  RateLimiter rate;  ///< Of its requests, then of its messages.
+  RateLimiter rate;  ///< Of its requests.
+  std::shared_ptr<AddressRates> address_rates{};
 };
 
 /// Allows the process as many open files as so many connections need, and gives the number of connections for which the

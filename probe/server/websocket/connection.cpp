@@ -84,7 +84,7 @@ Connection::Connection(ConnectionId id, std::unique_ptr<Transport> transport, Ac
       timer_(transport_->get_executor()),
       stream_(std::make_shared<Stream>(*transport_, [this](std::size_t count) { OnOctets(count); })),
       incoming_(limits.message_bytes),
-      octets_(limits.bytes_per_second, Clock::now()),
+      rates_(limits, accepted_.address_rates, Clock::now()),
       overhead_(limits.messages_per_second * kOverheadBytes, Clock::now()),
       lived_at_(Clock::now()) {}
 
@@ -170,17 +170,17 @@ void Connection::OnOctets(std::size_t count) {
 }
 
 bool Connection::IsWithinRates(std::size_t octets) {
-  const auto now = Clock::now();
-  std::string limit = "messages than " + LimitText("messages_per_second", limits_.messages_per_second);
-  auto result = accepted_.rate.Count(now);
-  if (result == RateLimiter::Result::kAccepted) {
-    limit = "octets than " + LimitText("bytes_per_second", limits_.bytes_per_second);
-    result = octets_.CountOctets(octets, now);
-  }
-  if (result == RateLimiter::Result::kRejected)
-    Reply(ErrorText({error_code::kTooFast, "A client may send no more " + limit +
-                                               ". This one and those that follow too fast are not looked at."}));
-  return result == RateLimiter::Result::kAccepted;
+  const auto [limit, result] = rates_.Count(octets, Clock::now());
+  if (result != RateLimiter::Result::kRejected) return result == RateLimiter::Result::kAccepted;
+  const std::string messages = LimitText("messages_per_second", limits_.messages_per_second);
+  const std::string bytes = LimitText("bytes_per_second", limits_.bytes_per_second);
+  std::string text = "A client may send no more messages than " + messages;
+  if (limit == ClientRates::Limit::kOctets) text = "A client may send no more octets than " + bytes;
+  if (limit == ClientRates::Limit::kAddress)
+    text = "All connections of one address together may send no more than " + std::to_string(AddressRates::kTimes) +
+           " times " + messages + " and " + bytes;
+  Reply(ErrorText({error_code::kTooFast, text + ". This one and those that follow too fast are not looked at."}));
+  return false;
 }
 
 void Connection::HandleMessage(MessageAssembler::State state) {

@@ -8,6 +8,7 @@
 
 #include "probe/host/connection_id.h"
 #include "probe/server/http/http_head.h"
+#include "probe/server/net/address_rates.h"
 #include "probe/server/net/connection_limiter.h"
 #include "probe/server/net/rate_limiter.h"
 #include "probe/server/net/server_settings.h"
@@ -122,7 +123,7 @@ class Connection : public std::enable_shared_from_this<Connection> {
   Timer timer_;
   std::shared_ptr<Stream> stream_;  // null when the connection has ended
   MessageAssembler incoming_;
-  RateLimiter octets_;    // of messages
+  ClientRates rates_;
   RateLimiter overhead_;  // of the octets that are no message
 
   bool is_open_ = false;       // the handshake is answered

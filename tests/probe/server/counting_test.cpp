@@ -8,6 +8,7 @@
 #include <string>
 
 #include "probe/host/connection_id.h"
+#include "probe/server/net/address_rates.h"
 #include "probe/server/net/connection_limiter.h"
 #include "probe/server/net/log_rate_limiter.h"
 #include "probe/server/net/rate_limiter.h"
@@ -99,6 +100,51 @@ TEST_F(RateLimiterTest, TakesMoreThanThereIsOnce) {
   EXPECT_TRUE(rate.Take(1, begin));
   EXPECT_FALSE(rate.Take(1, begin + 99ms));
   EXPECT_TRUE(rate.Take(1, begin + 300ms));
+}
+
+TEST_F(RateLimiterTest, KeepsAPartForEachConnectionWhateverItsAddressSends) {
+  probe::ServerLimits limits;
+  limits.messages_per_second = 20;
+  const auto of_address = std::make_shared<probe::AddressRates>(limits, begin);
+  probe::ClientRates quiet(limits, of_address, begin);
+  while (of_address->messages.SpendOne(begin)) continue;
+  EXPECT_EQ(quiet.Count(100, begin).limit, probe::ClientRates::Limit::kAddress) << "a new one has saved nothing";
+  const auto later = begin + 1s;
+  while (of_address->messages.SpendOne(later)) continue;
+  for (int number = 0; number < 5; ++number)
+    EXPECT_EQ(quiet.Count(100, later).limit, probe::ClientRates::Limit::kNone) << number;
+  EXPECT_EQ(quiet.Count(100, later).limit, probe::ClientRates::Limit::kAddress);
+}
+
+TEST_F(RateLimiterTest, HasAnAddressSendNoMoreThanAFewConnections) {
+  probe::ServerLimits limits;
+  limits.messages_per_second = 10;
+  probe::AddressRatesRegister addresses(limits);
+  int accepted = 0;
+  for (int connection = 0; connection < 100; ++connection) {
+    probe::ClientRates rates(limits, addresses.Of("192.0.2.1", begin), begin);
+    for (int number = 0; number < 10; ++number) {
+      if (rates.Count(1, begin).limit == probe::ClientRates::Limit::kNone) ++accepted;
+    }
+  }
+  EXPECT_EQ(accepted, 160);
+  probe::ClientRates other(limits, addresses.Of("192.0.2.2", begin), begin);
+  EXPECT_EQ(other.Count(1, begin).limit, probe::ClientRates::Limit::kNone);
+}
+
+TEST_F(RateLimiterTest, ForgetsAddressesThatAreQuiet) {
+  using probe::AddressRatesRegister;
+  AddressRatesRegister addresses{probe::ServerLimits()};
+  const auto busy = addresses.Of("busy", begin);
+  while (busy->messages.SpendOne(begin)) continue;
+  for (std::size_t number = 0; number < AddressRatesRegister::kMaxGroups - 1; ++number)
+    EXPECT_TRUE(addresses.Of(std::to_string(number), begin)->messages.SpendOne(begin));
+  addresses.Of("one more", begin);
+  EXPECT_EQ(addresses.size(), AddressRatesRegister::kMaxGroups) << "all have sent something lately";
+  EXPECT_EQ(addresses.Of("busy", begin), busy) << "who has sent the most is forgotten last";
+  addresses.Of("another", begin + 10s);
+  EXPECT_LE(addresses.size(), 2U);
+  EXPECT_EQ(addresses.Of("busy", begin), busy) << "somebody has it";
 }
 
 class SubscriptionLimitsTest : public ::testing::Test {

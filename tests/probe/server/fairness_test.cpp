@@ -2,8 +2,10 @@
 
 #include <gmock/gmock.h>
 
+#include <atomic>
 #include <chrono>
 #include <memory>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -73,6 +75,62 @@ TEST_F(FairnessTest, GivesAllPlacesToThoseWhoFinishTheirRequests) {
   std::vector<probe::WebsocketClient> clients;
   for (int number = 0; number < 8; ++number) clients.push_back(Subscribed("s" + std::to_string(number)));
   for (auto& client : clients) ExpectServed(client);
+}
+
+TEST_F(FairnessTest, GivesNoMoreOctetsToWhoConnectsAgainAndAgain) {
+  settings.limits.bytes_per_second = 20'000;
+  Serve();
+  const std::string large = test::SubscribeText({"a"}) + std::string(19'000, ' ');
+  const auto begin = std::chrono::steady_clock::now();
+  for (int number = 0; number < 100; ++number) {
+    auto client = Connect();
+    // The second one begins within the octets of its connection.
+    if (Ask(client, large).find("subscribed") != std::string::npos) Ask(client, large);
+  }
+  const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - begin;
+  const auto read = static_cast<double>(subscriber->Requests().size() * large.size());
+  EXPECT_LE(read, 20'000 * (16 + 4 * passed.count()) + static_cast<double>(large.size()));
+  EXPECT_GE(read, 20'000 * 16.0);
+}
+
+TEST_F(FairnessTest, GivesNoMoreRequestsToWhoConnectsAgainAndAgain) {
+  settings.limits.messages_per_second = 5;
+  Serve();
+  const auto begin = std::chrono::steady_clock::now();
+  int refused = 0;
+  for (int number = 0; number < 200; ++number) {
+    test::RawClient client(server->port());
+    client.Send("GET /nothing HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(server->port()) + "\r\n\r\n");
+    if (client.ReadHead().starts_with("HTTP/1.1 429 ")) ++refused;
+  }
+  const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - begin;
+  EXPECT_GE(refused, 200 - 5 * (16 + 4 * passed.count()) - 1);
+  EXPECT_LE(refused, 200 - 5 * 16);
+}
+
+TEST_F(FairnessTest, AnswersAQuietClientWhileOthersOfItsAddressFlood) {
+  Serve();
+  auto quiet = Subscribed("quiet");
+  std::this_thread::sleep_for(2s);  // until the part is saved that is its own
+  std::atomic<bool> is_over{false};
+  std::vector<std::thread> floods;
+  for (int number = 0; number < 8; ++number) {
+    floods.emplace_back([&] {
+      auto client = Connect();
+      const std::string text = test::SubscribeText({"flood"});
+      while (!is_over) {
+        for (int message = 0; message < 20; ++message) client.SendText(text);
+        for (int message = 0; message < 20; ++message) client.Receive(std::chrono::milliseconds(1));
+      }
+    });
+  }
+  std::this_thread::sleep_for(2s);  // until they have used up what all of them may send at once
+  for (int number = 0; number < 12; ++number) {
+    EXPECT_THAT(Ask(quiet, test::SubscribeText({"quiet"})), HasSubstr("subscribed"));
+    std::this_thread::sleep_for(250ms);
+  }
+  is_over = true;
+  for (std::thread& flood : floods) flood.join();
 }
 
 }  // namespace
