@@ -15,6 +15,8 @@
 #include "probe/server/net/rate_limiter.h"
 #include "probe/server/net/transport.h"
 #include "probe/server/websocket/outbox.h"
+#include "probe/server/websocket/protocol.h"
+#include "probe/text/secret.h"
 
 namespace probe {
 namespace {
@@ -69,8 +71,12 @@ void ConnectionManager::OnAccept(std::unique_ptr<Transport> transport) {
   connection->Start();
 }
 
+std::size_t ConnectionManager::MostUnfinished() const {
+  return std::max<std::size_t>(limits_.connections_per_address / kUnfinishedPart, 1);
+}
+
 void ConnectionManager::CloseOldestUnfinished(const std::string& address) {
-  const std::size_t most = std::max<std::size_t>(limits_.connections_per_address / kUnfinishedPart, 1);
+  const std::size_t most = MostUnfinished();
   const auto found = unfinished_.find(AddressGroup(address));
   if (found == unfinished_.end() || found->second.size() < most) return;
   rejections_.Note(address, "it has begun " + std::to_string(most) + " requests and finished none",
@@ -112,7 +118,10 @@ std::optional<HttpError> ConnectionManager::OnRequest(HttpConnection& connection
   auto error = rules_.CheckCaller(head);
   if (!error) error = CheckLimits(connection.accepted(), is_upgrade);
   if (error) return error;
-  return CheckToken(connection.accepted().address, head);
+  error = CheckToken(connection.accepted().address, head);
+  // Now, for the token of the head is wiped before the upgrade.
+  connection.accepted().must_log_in = !error && is_upgrade && rules_.MustLogIn(head);
+  return error;
 }
 
 std::optional<HttpError> ConnectionManager::CheckToken(const std::string& address, const RequestHead& head) {
@@ -129,6 +138,11 @@ std::optional<HttpError> ConnectionManager::CheckToken(const std::string& addres
                        static_cast<unsigned>(left->count())};
   }
   auto error = is_upgrade ? rules_.CheckUpgrade(head) : rules_.CheckPlainRequest(head, access);
+  if (!error && is_upgrade && rules_.MustLogIn(head)) {
+    const auto waiting = awaiting_login_.find(group);
+    if (waiting != awaiting_login_.end() && waiting->second.size() >= MostUnfinished())
+      return HttpError{429, "Refused: too many connections of this address have not logged in."};
+  }
   if (error && error->status == 401 && rules_.BringsToken(head)) guard_.NoteWrong(group, now);
   return error;
 }
@@ -146,6 +160,10 @@ void ConnectionManager::OnUpgrade(HttpConnection& connection, const RequestHead&
   const auto opened =
       std::make_shared<Connection>(id, connection.TakeTransport(), std::move(accepted), limits_, queues_, *this);
   connections_.emplace(id, opened);
+  if (opened->accepted().must_log_in) {
+    opened->AwaitLogin();
+    awaiting_login_[AddressGroup(opened->accepted().address)].insert(id);
+  }
   opened->Start(head, connection.TakeRest());
   if (on_idle_) opened->StartClose(kGoingAway);
 }
@@ -163,6 +181,29 @@ void ConnectionManager::OnStart(Connection& connection) {
   router_->Add(connection.id(), connection.outbox(), connection.accepted().address);
 }
 
+bool ConnectionManager::OnLogin(Connection& connection, const std::string& text) {
+  NoteLoginOver(connection);
+  const auto now = TokenGuard::Clock::now();
+  const std::string& address = connection.accepted().address;
+  const std::string group = AddressGroup(address);
+  auto login = ReadLogin(text);
+  const bool is_right = login && rules_.IsToken(login->token);
+  if (login) Wipe(login->token);
+  // As with a handshake: see `CheckToken`.
+  const bool is_blocked = guard_.BlockedFor(group, now) && !(is_right && rules_.has_long_token());
+  if (is_right && !is_blocked) return true;
+  if (!is_blocked && login) guard_.NoteWrong(group, now);
+  rejections_.Note(address, "its login failed", now);
+  return false;
+}
+
+void ConnectionManager::NoteLoginOver(const Connection& connection) {
+  const auto waiting = awaiting_login_.find(AddressGroup(connection.accepted().address));
+  if (waiting == awaiting_login_.end()) return;
+  waiting->second.erase(connection.id());
+  if (waiting->second.empty()) awaiting_login_.erase(waiting);
+}
+
 void ConnectionManager::OnMessage(Connection& connection, const std::string& text) {
   subscriptions_.Handle(connection.id(), text, [&](std::string reply) { connection.Reply(std::move(reply)); });
 }
@@ -174,6 +215,7 @@ void ConnectionManager::OnWakeup() {
 }
 
 void ConnectionManager::OnClosing(Connection& connection) {
+  NoteLoginOver(connection);
   router_->Remove(connection.id());
   subscriptions_.Forget(connection.id());
 }

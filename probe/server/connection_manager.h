@@ -66,12 +66,17 @@ class ConnectionManager final : public HttpEvents, public WebsocketEvents {
   void OnEnd(HttpConnection& connection) override;
 
   void OnStart(Connection& connection) override;
+  bool OnLogin(Connection& connection, const std::string& text) override;
   void OnMessage(Connection& connection, const std::string& text) override;
   void OnClosing(Connection& connection) override;
   void OnEnd(Connection& connection) override;
 
   /// Host, Origin and limits have let it pass.
   std::optional<HttpError> CheckToken(const std::string& address, const RequestHead& head);
+
+  /// The most connections of an address that may be without a finished request, and without a login.
+  std::size_t MostUnfinished() const;
+  void NoteLoginOver(const Connection& connection);
 
   /// Gives the memory of queues that were long back to the system, once they are gone.
   void GiveMemoryBack();
@@ -96,6 +101,7 @@ class ConnectionManager final : public HttpEvents, public WebsocketEvents {
   std::function<void()> on_idle_;  // empty: the server is not stopping
   std::map<HttpConnection*, std::shared_ptr<HttpConnection>> http_connections_;
   std::map<std::string, std::deque<HttpConnection*>> unfinished_;  // by group of addresses, oldest first; never empty
+  std::map<std::string, std::set<ConnectionId>> awaiting_login_;   // by group of addresses; never empty
   std::map<ConnectionId, std::shared_ptr<Connection>> connections_;
   bool had_long_queues_ = false;  // since memory was given back
   Timer quiet_;                   // until it is

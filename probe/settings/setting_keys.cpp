@@ -113,7 +113,7 @@ std::vector<SettingKey> ServerKeys() {
       Texts(
           table, "allowed_origins", [](auto& settings) -> auto& { return settings.server.allowed_origins; },
           "Origins, besides the probe's own, whose web pages may connect: \"https://noc.example.org\". With a token "
-          "they cannot open the websocket."),
+          "their first message over the websocket is to be the token."),
       Text(
           table, "dashboard", [](auto& settings) -> auto& { return settings.server.dashboard; },
           "Folder with the pages of the dashboard. Empty: the one that came with the probe."),

@@ -115,7 +115,11 @@ bool AccessRules::BringsToken(const RequestHead& head) const {
 bool AccessRules::HasToken(const RequestHead& head) const {
   if (token_.empty() || HasSession(head)) return true;
   if (LowerCase(head.authorization.substr(0, kScheme.size())) != kScheme) return false;
-  return EqualSecrets(token_.text(), std::string_view(head.authorization).substr(kScheme.size()));
+  return IsToken(std::string_view(head.authorization).substr(kScheme.size()));
+}
+
+bool AccessRules::MustLogIn(const RequestHead& head) const {
+  return !HasToken(head) && head.authorization.empty() && !AllowedOrigin(head).empty();
 }
 
 std::string AccessRules::SessionCookie() const {
@@ -134,7 +138,7 @@ std::optional<HttpError> AccessRules::CheckUpgrade(const RequestHead& head) cons
     return HttpError{400, "Refused: Sec-WebSocket-Key must be 16 octets in base64."};
   if (!head.websocket_protocol.empty() && !HoldsWord(head.websocket_protocol, "vexora-probe"))
     return HttpError{400, "Refused: the only subprotocol that the probe knows is vexora-probe."};
-  if (!HasToken(head))
+  if (!HasToken(head) && !MustLogIn(head))
     return HttpError{401, "Refused: the token of the probe is missing or wrong (Authorization: Bearer TOKEN)."};
   return std::nullopt;
 }

@@ -12,6 +12,9 @@
 
 namespace probe {
 
+/// Whether two secrets are equal, in a time that tells nothing but their lengths.
+bool EqualSecrets(std::string_view ours, std::string_view theirs);
+
 /// Who may talk to the server. Host and Origin come first: they tell a page of somebody else's, which a user of this
 /// machine has open, from our own. A browser lets any page connect to any address of ours; what it doesn't let the
 /// page do is forge these two headers.
@@ -40,6 +43,13 @@ class AccessRules {
   /// Whether a request shows the token or has a session, or no token is asked for.
   bool HasToken(const RequestHead& head) const;
 
+  /// Whether a websocket handshake comes without a token from a page of a foreign origin that is allowed in: it can
+  /// neither set a header nor send the session's cookie, and is to send the token in its first message.
+  bool MustLogIn(const RequestHead& head) const;
+
+  /// Whether this is the token.
+  bool IsToken(std::string_view text) const { return EqualSecrets(token_.text(), text); }
+
   /// Whether the token is so long that nobody finds it by trying.
   bool has_long_token() const { return token_.size() >= kLongTokenBytes; }
 
@@ -64,8 +74,5 @@ class AccessRules {
   std::string session_name_;  // with the port: the cookies of a host are for all of its ports
   std::string session_;
 };
-
-/// Whether two secrets are equal, in a time that tells nothing but their lengths.
-bool EqualSecrets(std::string_view ours, std::string_view theirs);
 
 }  // namespace probe

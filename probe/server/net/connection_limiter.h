@@ -77,6 +77,7 @@ struct AcceptedConnection {
   ConnectionLimiter::Place place;
   RateLimiter rate;  ///< Of its requests.
   std::shared_ptr<AddressRates> address_rates{};
+  bool must_log_in = false;  ///< Its handshake was let in without a token, which its first message is to show.
 };
 
 /// Allows the process as many open files as so many connections need, and gives the number of connections for which the

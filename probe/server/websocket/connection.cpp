@@ -10,6 +10,7 @@
 #include "probe/server/net/rate_limiter.h"
 #include "probe/server/websocket/frame_stream.h"
 #include "probe/server/websocket/message_router.h"
+#include "probe/text/secret.h"
 #include "probe/text/utf8.h"
 
 namespace probe {
@@ -34,6 +35,9 @@ constexpr std::chrono::seconds kCloseTimeout{5};
 
 // The same for one whose messages take the room of others.
 constexpr std::chrono::seconds kGivenUpTimeout{1};
+
+// How long a client may take for its login.
+constexpr std::chrono::seconds kLoginTimeout{10};
 
 // How long a client that has confirmed may take to end the connection.
 constexpr std::chrono::seconds kFinishTimeout{2};
@@ -106,6 +110,10 @@ void Connection::Start(const RequestHead& handshake, std::string unread) {
     StartTimer();
     AnswerHandshake(handshake);
   });
+}
+
+void Connection::AwaitLogin() {
+  login_due_ = Clock::now() + kLoginTimeout;
 }
 
 void Connection::AnswerHandshake(const RequestHead& handshake) {
@@ -184,8 +192,9 @@ bool Connection::IsWithinRates(std::size_t octets) {
 }
 
 void Connection::HandleMessage(MessageAssembler::State state) {
-  const std::string text = incoming_.Take();
+  std::string text = incoming_.Take();
   if (!IsWithinRates(state == MessageAssembler::State::kTooLarge ? limits_.message_bytes : text.size())) return;
+  if (login_due_) return HandleLogin(state, text);
   if (state == MessageAssembler::State::kBinary)
     return Reply(ErrorText({error_code::kNotText, "Messages are text; this one is binary."}));
   if (state == MessageAssembler::State::kTooLarge)
@@ -196,6 +205,19 @@ void Connection::HandleMessage(MessageAssembler::State state) {
   // whole.
   if (!IsUtf8(text)) return StartClose(kInvalidPayload);
   events_.OnMessage(*this, text);
+}
+
+void Connection::HandleLogin(MessageAssembler::State state, std::string& text) {
+  const bool is_in = state == MessageAssembler::State::kText && events_.OnLogin(*this, text);
+  // Nobody looks at them again.
+  Wipe(text);
+  Wipe(stream_->received.data(), stream_->received.size());
+  if (!is_in) {
+    Reply(ErrorText({error_code::kUnauthorized, "The first message must be the token of the probe, and was not."}));
+    return StartClose(kPolicyViolation);
+  }
+  login_due_.reset();
+  Reply(LoggedInText());
 }
 
 // --- what it is told ------------------------------------------------------------------------------------------------
@@ -298,12 +320,14 @@ void Connection::StartTimer() {
   auto due = lived_at_ + (IsPingNext() ? limits_.ping_after : limits_.hang_up_after);
   if (is_watched_)
     due = std::min(due, Clock::now() + std::clamp<Clock::duration>(limits_.stuck_after / 10, kMinWatch, kMaxWatch));
+  if (login_due_) due = std::min(due, *login_due_);
   timer_.StartAt(close_code_ != 0 ? close_due_ : due, Calling(&Connection::OnTimer));
 }
 
 void Connection::OnTimer() {
   if (close_code_ != 0) return Abort();
   const auto now = Clock::now();
+  if (login_due_ && now >= *login_due_) return StartClose(kPolicyViolation);
   if (is_watched_) WatchProgress(now);
   if (close_code_ == 0) WatchLife(now);
   StartTimer();

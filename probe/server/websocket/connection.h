@@ -30,6 +30,9 @@ class WebsocketEvents {
   /// The handshake is being answered: from now on the connection can be sent to.
   virtual void OnStart(Connection& connection) = 0;
 
+  /// The first message of a client that has to log in with it. True: it may stay.
+  virtual bool OnLogin(Connection& connection, const std::string& text) = 0;
+
   /// A client has sent a message that keeps to the limits of its connection. It is to be answered with `Reply`.
   virtual void OnMessage(Connection& connection, const std::string& text) = 0;
 
@@ -57,6 +60,10 @@ class Connection : public std::enable_shared_from_this<Connection> {
   /// after it. A failure ends this connection.
   void Start(const RequestHead& handshake, std::string unread);
 
+  /// To be called before it is started: nothing is served until the first message has been accepted as a login, which
+  /// must come soon.
+  void AwaitLogin();
+
   /// Writes what the outbox has got; a failure ends this connection.
   void OnOutbox();
 
@@ -71,6 +78,7 @@ class Connection : public std::enable_shared_from_this<Connection> {
   void Abort();
 
   ConnectionId id() const { return id_; }
+  bool awaits_login() const { return login_due_.has_value(); }
   const AcceptedConnection& accepted() const { return accepted_; }
   const std::shared_ptr<Outbox>& outbox() const { return outbox_; }
 
@@ -97,6 +105,7 @@ class Connection : public std::enable_shared_from_this<Connection> {
   /// Whether a message is within the limits; if it isn't, the client is told now and then.
   bool IsWithinRates(std::size_t octets);
   void HandleMessage(MessageAssembler::State state);
+  void HandleLogin(MessageAssembler::State state, std::string& text);
   void OnPong();
   void Flush();
   void OnWritten();
@@ -130,6 +139,8 @@ class Connection : public std::enable_shared_from_this<Connection> {
   bool is_closing_ = false;    // the server knows, and nothing is sent any more
   bool is_finishing_ = false;  // the closing handshake is over, or has failed
   bool has_ended_ = false;     // the transport is closed, and the server knows
+
+  std::optional<Clock::time_point> login_due_;  // nothing: the client has shown the token, or need not
 
   bool is_writing_ = false;  // a message
 

@@ -123,6 +123,19 @@ ClientMessage ReadClientMessage(std::string_view text, std::size_t max_depth) {
   return ProtocolError{error_code::kMalformed, "The message is not JSON."};
 }
 
+std::optional<LoginRequest> ReadLogin(std::string_view text) {
+  json message;
+  if (ReadJson(text, {.max_depth = 1, .allows_duplicate_members = false}, message)) return std::nullopt;
+  if (!message.is_object() || message.size() != 1) return std::nullopt;
+  const auto token = message.find("token");
+  if (token == message.end() || !token->is_string()) return std::nullopt;
+  return LoginRequest{std::move(token->get_ref<std::string&>())};
+}
+
+std::string LoggedInText() {
+  return Dump(json{{"logged_in", true}});
+}
+
 std::string SubscribedText(const std::string& topic, const std::vector<std::string>& sids) {
   return Dump(json{{"subscribed", {{"topic", topic}, {"sids", sids}}}});
 }

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <variant>
@@ -26,6 +27,11 @@ struct UnsubscribeRequest {
   std::string sid;
 };
 
+/// A client shows the token, in its first message.
+struct LoginRequest {
+  std::string token;
+};
+
 /// Why a message of a client was refused.
 struct ProtocolError {
   std::string code;     ///< One of the codes below: programs read it.
@@ -43,6 +49,7 @@ inline constexpr char kInvalidMessage[] = "invalid_message";            ///< The
 inline constexpr char kUnknownTopic[] = "unknown_topic";                ///< Nobody feeds the topic.
 inline constexpr char kEmptyRequest[] = "empty_request";                ///< The request names no subscription.
 inline constexpr char kUnknownSubscription[] = "unknown_subscription";  ///< Nothing to unsubscribe.
+inline constexpr char kUnauthorized[] = "unauthorized";                 ///< No token, or a wrong one.
 inline constexpr char kTooManySids[] = "too_many_sids";                 ///< Over limits.sids_per_connection.
 inline constexpr char kTooManyFilters[] = "too_many_filters";           ///< Over limits.distinct_filters.
 }  // namespace error_code
@@ -56,9 +63,13 @@ using ClientMessage = std::variant<SubscribeRequest, UnsubscribeRequest, Protoco
 /// Fails: never throws; what is no request is a `ProtocolError`.
 ClientMessage ReadClientMessage(std::string_view text, std::size_t max_depth);
 
+/// The token in the first message of a client that has not shown it yet; nothing: it is no such message.
+std::optional<LoginRequest> ReadLogin(std::string_view text);
+
 /// The server's answers, as they go over the wire.
 std::string SubscribedText(const std::string& topic, const std::vector<std::string>& sids);
 std::string UnsubscribedText(const std::string& topic, const std::string& sid);
+std::string LoggedInText();
 std::string ErrorText(const ProtocolError& error);
 
 }  // namespace probe

@@ -165,6 +165,81 @@ TEST_F(WebServerAccessTest, AsksForItsToken) {
   EXPECT_EQ(StatusFor({}, "/?token=open%20sesame"), 401U) << "URLs end up in histories and logs";
 }
 
+class LoginTest : public WebServerAccessTest {
+ protected:
+  LoginTest() {
+    settings.token = "open sesame";
+    settings.allowed_origins = {"https://desk.example"};
+  }
+
+  probe::WebsocketClient Page() {
+    auto options = Options();
+    options.headers = {{"Origin", "https://desk.example"}};
+    return probe::WebsocketClient(options);
+  }
+
+  /// The close code that the client gets after what it has been sent.
+  static int CloseCodeOf(probe::WebsocketClient& client) {
+    while (client.Receive(5s) || !client.close_reason()) continue;
+    return client.close_reason().value_or(probe::CloseReason{}).code;
+  }
+};
+
+TEST_F(LoginTest, LetsAPageOfAnAllowedOriginInByItsFirstMessage) {
+  Serve();
+  auto page = Page();
+  EXPECT_EQ(Ask(page, R"({"token":"open sesame"})"), R"({"logged_in":true})");
+  EXPECT_THAT(Ask(page, test::SubscribeText({"a"})), HasSubstr("subscribed"));
+  EXPECT_THAT(Ask(page, R"({"token":"open sesame"})"), HasSubstr("unknown_message")) << "once";
+}
+
+TEST_F(LoginTest, ServesNothingBefore) {
+  Serve();
+  for (const std::string& first : {test::SubscribeText({"a"}), std::string("{}"), std::string(R"({"token":7})"),
+                                   std::string(R"({"token":"open sesame","x":1})"), std::string(R"({"token":"open"})"),
+                                   std::string(70'000, ' ')}) {
+    auto page = Page();
+    EXPECT_THAT(Ask(page, first), HasSubstr("unauthorized")) << first.substr(0, 50);
+    EXPECT_EQ(CloseCodeOf(page), 1008);
+  }
+  EXPECT_TRUE(subscriber->Requests().empty());
+}
+
+TEST_F(LoginTest, IsForPagesOfAllowedOriginsOnly) {
+  Serve();
+  EXPECT_EQ(StatusFor({}), 401U);
+  EXPECT_EQ(StatusFor({{"Origin", "http://127.0.0.1:" + Port()}}), 401U) << "our own pages have a session";
+  EXPECT_EQ(StatusFor({{"Origin", "https://desk.example"}, {"Authorization", "Bearer wrong"}}), 401U);
+  EXPECT_EQ(StatusFor({{"Origin", "https://desk.example"}, {"Authorization", "Bearer open sesame"}}), 0U)
+      << "who shows it in the handshake has done so";
+}
+
+TEST_F(LoginTest, CountsWrongTokens) {
+  Serve();
+  for (int number = 0; number < 10; ++number) {
+    auto page = Page();
+    EXPECT_THAT(Ask(page, R"({"token":"guess"})"), HasSubstr("unauthorized"));
+  }
+  EXPECT_EQ(StatusFor({{"Authorization", "Bearer open sesame"}}), 429U) << "the same count as elsewhere";
+  auto page = Page();
+  EXPECT_THAT(Ask(page, R"({"token":"open sesame"})"), HasSubstr("unauthorized")) << "nor does the right one tell";
+}
+
+TEST_F(LoginTest, MustComeInTimeAndHoldsAQuarterOfThePlacesAtMost) {
+  settings.limits.connections_per_address = 8;
+  Serve();
+  auto first = Page();
+  auto second = Page();
+  EXPECT_EQ(StatusFor({{"Origin", "https://desk.example"}}), 429U);
+  EXPECT_EQ(StatusFor({{"Authorization", "Bearer open sesame"}}), 0U) << "who logs in otherwise is served";
+  EXPECT_EQ(Ask(second, R"({"token":"open sesame"})"), R"({"logged_in":true})");
+  auto third = Page();
+  const auto begin = std::chrono::steady_clock::now();
+  while (first.Receive(12s)) continue;
+  EXPECT_EQ(first.close_reason().value_or(probe::CloseReason{}).code, 1008);
+  EXPECT_LE(std::chrono::steady_clock::now() - begin, 11s);
+}
+
 TEST_F(WebServerAccessTest, ChecksTheOriginBeforeTheToken) {
   settings.token = "secret";
   Serve();
