@@ -91,7 +91,7 @@ std::optional<HttpError> AccessRules::CheckCaller(const RequestHead& head) const
     return HttpError{400, "Refused: a request must have exactly one Host header (RFC 9112, section 3.2)."};
   if (!head.host) return HttpError{403, "Refused: the request has no Host header."};
   if (!IsOurHost(*head.host, head.local_address))
-    return HttpError{403,
+    return HttpError{421,
                      "Refused: the probe does not answer to this host name. An administrator can add it to "
                      "server.allowed_hosts."};
   if (!head.origin) return std::nullopt;

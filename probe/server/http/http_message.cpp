@@ -11,9 +11,9 @@ namespace probe {
 
 std::string CodeOfStatus(unsigned status) {
   static const std::map<unsigned, std::string> codes{
-      {400, "bad_request"},       {401, "unauthorized"},       {403, "forbidden"},
-      {404, "not_found"},         {405, "method_not_allowed"}, {408, "timeout"},
-      {429, "too_many_requests"}, {501, "not_implemented"},    {503, "unavailable"}};
+      {400, "bad_request"},        {401, "unauthorized"}, {403, "forbidden"},   {404, "not_found"},
+      {405, "method_not_allowed"}, {408, "timeout"},      {421, "misdirected"}, {429, "too_many_requests"},
+      {501, "not_implemented"},    {503, "unavailable"}};
   const auto code = codes.find(status);
   return code == codes.end() ? "error" : code->second;
 }

@@ -73,10 +73,10 @@ TEST_F(WebServerAccessTest, LetsPagesOfAnAllowedOriginIn) {
 
 TEST_F(WebServerAccessTest, RefusesAForeignHostName) {
   Serve();
-  EXPECT_EQ(StatusFor({{"Host", "attacker.example"}}), 403U);
-  EXPECT_EQ(StatusFor({{"Host", "attacker.example:" + Port()}}), 403U);
-  EXPECT_EQ(StatusFor({{"Host", "127.0.0.1:1"}}), 403U) << "not our port";
-  EXPECT_EQ(StatusFor({{"Host", "127.0.0.1.attacker.example:" + Port()}}), 403U);
+  EXPECT_EQ(StatusFor({{"Host", "attacker.example"}}), 421U);
+  EXPECT_EQ(StatusFor({{"Host", "attacker.example:" + Port()}}), 421U);
+  EXPECT_EQ(StatusFor({{"Host", "127.0.0.1:1"}}), 421U) << "not our port";
+  EXPECT_EQ(StatusFor({{"Host", "127.0.0.1.attacker.example:" + Port()}}), 421U);
   EXPECT_TRUE(IsLogged("server.allowed_hosts"));
 }
 

@@ -34,8 +34,8 @@ TEST(HttpMessage, AnErrorHasACodeForProgramsAndAMessageForPeople) {
 
 TEST(HttpMessage, EveryStatusOfARefusalHasACode) {
   std::set<std::string> codes;
-  for (const unsigned status : {400U, 401U, 403U, 404U, 405U, 429U, 503U}) codes.insert(CodeOfStatus(status));
-  EXPECT_EQ(codes.size(), 7U);
+  for (const unsigned status : {400U, 401U, 403U, 404U, 405U, 421U, 429U, 503U}) codes.insert(CodeOfStatus(status));
+  EXPECT_EQ(codes.size(), 8U);
   EXPECT_FALSE(codes.contains("error"));
 }
 

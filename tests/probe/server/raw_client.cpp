@@ -56,6 +56,15 @@ RawClient::~RawClient() {
   close(socket_);
 }
 
+void RawClient::StartTls() {
+  const std::unique_ptr<SSL_CTX, void (*)(SSL_CTX*)> context(SSL_CTX_new(TLS_client_method()), &SSL_CTX_free);
+  tls_.reset(SSL_new(context.get()));
+  const timeval deadline{kDeadlineMilliseconds / 1000, 0};
+  setsockopt(socket_, SOL_SOCKET, SO_RCVTIMEO, &deadline, sizeof deadline);
+  SSL_set_fd(tls_.get(), socket_);
+  if (SSL_connect(tls_.get()) != 1) throw std::runtime_error("the TLS handshake failed");
+}
+
 void RawClient::Reset() {
   const linger at_once{1, 0};
   setsockopt(socket_, SOL_SOCKET, SO_LINGER, &at_once, sizeof at_once);
@@ -67,20 +76,28 @@ void RawClient::Send(const std::string& octets) {
   std::size_t sent = 0;
   while (sent < octets.size()) {
     if (!IsReady(socket_, POLLOUT)) throw std::runtime_error("the server takes nothing");
-    const ssize_t count = send(socket_, octets.data() + sent, octets.size() - sent, MSG_NOSIGNAL);
+    const auto left = octets.size() - sent;
+    const ssize_t count = tls_ ? SSL_write(tls_.get(), octets.data() + sent, static_cast<int>(left))
+                               : send(socket_, octets.data() + sent, left, MSG_NOSIGNAL);
     if (count < 0) Fail("send");
     sent += static_cast<std::size_t>(count);
   }
 }
 
 void RawClient::EndSending() {
+  if (tls_) {
+    SSL_shutdown(tls_.get());
+    return;
+  }
   if (shutdown(socket_, SHUT_WR) != 0) Fail("shutdown");
 }
 
 bool RawClient::Fill() {
-  if (!IsReady(socket_, POLLIN)) throw std::runtime_error("the server says nothing");
+  const bool has_unread = tls_ && SSL_pending(tls_.get()) > 0;
+  if (!has_unread && !IsReady(socket_, POLLIN)) throw std::runtime_error("the server says nothing");
   std::array<char, 65536> octets{};
-  const ssize_t count = recv(socket_, octets.data(), octets.size(), 0);
+  const ssize_t count =
+      tls_ ? SSL_read(tls_.get(), octets.data(), octets.size()) : recv(socket_, octets.data(), octets.size(), 0);
   if (count <= 0) return false;
   received_.append(octets.data(), static_cast<std::size_t>(count));
   return true;

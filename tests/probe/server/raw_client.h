@@ -1,7 +1,10 @@
 #pragma once
 
+#include <openssl/ssl.h>
+
 #include <chrono>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -23,6 +26,9 @@ class RawClient {
   ~RawClient();
   RawClient(const RawClient&) = delete;
   RawClient& operator=(const RawClient&) = delete;
+
+  /// Goes on over TLS, whoever the server is.
+  void StartTls();
 
   void Send(const std::string& octets);
   /// Says that nothing more comes, and goes on to listen.
@@ -57,6 +63,7 @@ class RawClient {
   std::string Cut(std::size_t count);
 
   int socket_;
+  std::unique_ptr<SSL, void (*)(SSL*)> tls_{nullptr, &SSL_free};  // null: there is none
   std::uint16_t port_;
   std::string received_;
   int close_code_ = 0;

@@ -68,12 +68,27 @@ std::string CloseFrame(std::uint64_t code, const std::string& reason = "") {
   return Frame(kLast | kClose, Octets(code, 2) + reason);
 }
 
-class RawFrameTest : public test::Served, public ::testing::WithParamInterface<RawFrames> {};
+class RawFrameTest : public test::Served, public ::testing::WithParamInterface<RawFrames> {
+ protected:
+  /// Sends the frames, and expects what they lead to.
+  void ExpectTheirEnd(test::RawClient& client);
+};
 
 TEST_P(RawFrameTest, LeadToTheirCloseCodeOrToNone) {
   Serve();
-  auto bystander = Subscribed("bystander");
   test::RawClient client(server->port());
+  ExpectTheirEnd(client);
+}
+
+TEST_P(RawFrameTest, DoTheSameOverTls) {
+  ServeOverTls();
+  test::RawClient client(server->port());
+  client.StartTls();
+  ExpectTheirEnd(client);
+}
+
+void RawFrameTest::ExpectTheirEnd(test::RawClient& client) {
+  auto bystander = Subscribed("bystander");
   ASSERT_THAT(client.Upgrade(), HasSubstr("101"));
   client.Send(GetParam().octets);
   if (GetParam().close_code == 0) client.Send(Frame(kLast | kText, R"({"unsubscribe":{"topic":"T","sid":"last"}})"));

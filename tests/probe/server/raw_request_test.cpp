@@ -58,6 +58,9 @@ class RawRequestTest : public test::Served, public ::testing::WithParamInterface
     return octets;
   }
 
+  /// Sends the request, and expects its answers.
+  void ExpectItsStatus(test::RawClient& client);
+
   /// The statuses of the answers in what a server sent.
   static std::vector<unsigned> StatusesIn(const std::string& answers) {
     std::vector<unsigned> statuses;
@@ -71,8 +74,19 @@ class RawRequestTest : public test::Served, public ::testing::WithParamInterface
 
 TEST_P(RawRequestTest, GetsItsStatus) {
   Serve();
-  auto bystander = Connect();
   test::RawClient client(server->port());
+  ExpectItsStatus(client);
+}
+
+TEST_P(RawRequestTest, GetsTheSameOverTls) {
+  ServeOverTls();
+  test::RawClient client(server->port());
+  client.StartTls();
+  ExpectItsStatus(client);
+}
+
+void RawRequestTest::ExpectItsStatus(test::RawClient& client) {
+  auto bystander = Connect();
   client.Send(Filled(GetParam().octets));
   client.EndSending();
   const std::string answers = client.ReadAll();
@@ -175,7 +189,7 @@ INSTANTIATE_TEST_SUITE_P(
                       RawRequest{"AbsoluteOfSomebodyElse", With("GET http://attacker.example/api/x HTTP/1.1"), {400}},
                       RawRequest{"AbsoluteAndHostOfSomebodyElse",
                                  "GET http://attacker.example/api/x HTTP/1.1\r\nHost: attacker.example\r\n\r\n",
-                                 {403}},
+                                 {421}},
                       RawRequest{"AbsoluteOfAnotherScheme", With("GET file:///api/x HTTP/1.1"), {400}},
                       RawRequest{"TooLong", With("GET /" + std::string(9000, 'x') + " HTTP/1.1"), {414}}),
     NameOfRequest);
@@ -211,8 +225,8 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(
         RawRequest{"NoHost", "GET /api/x HTTP/1.1\r\n\r\n", {400}},
         RawRequest{"NoHostInVersion10", "GET /api/x HTTP/1.0\r\n\r\n", {403}},
-        RawRequest{"EmptyHost", "GET /api/x HTTP/1.1\r\nHost:\r\n\r\n", {403}},
-        RawRequest{"HostWithAUser", "GET /api/x HTTP/1.1\r\nHost: a@127.0.0.1\r\n\r\n", {403}},
+        RawRequest{"EmptyHost", "GET /api/x HTTP/1.1\r\nHost:\r\n\r\n", {421}},
+        RawRequest{"HostWithAUser", "GET /api/x HTTP/1.1\r\nHost: a@127.0.0.1\r\n\r\n", {421}},
         RawRequest{"TwoHosts", Get("Host: 127.0.0.1:{P}\r\n"), {400}},
         RawRequest{"HostInUpperCase", "GET /api/x HTTP/1.1\r\nHOST: LOCALHOST\r\n\r\n", {200}},
         RawRequest{"BlankBeforeTheColon", "GET /api/x HTTP/1.1\r\nHost : localhost\r\n\r\n", {400}},
@@ -261,7 +275,7 @@ INSTANTIATE_TEST_SUITE_P(
         RawRequest{
             "WithAnAbsoluteTarget", Changed(&Handshake::request_line, "GET http://127.0.0.1:{P}/ HTTP/1.1"), {101}},
         RawRequest{"WithoutHost", Changed(&Handshake::host, ""), {400}},
-        RawRequest{"WithAForeignHost", Changed(&Handshake::host, "Host: attacker.example\r\n"), {403}},
+        RawRequest{"WithAForeignHost", Changed(&Handshake::host, "Host: attacker.example\r\n"), {421}},
         RawRequest{"WithAForeignOrigin", Changed(&Handshake::more, "Origin: http://attacker.example\r\n"), {403}},
         RawRequest{"OriginBeforeTheKey", Changed(&Handshake::key, "Origin: http://attacker.example\r\n"), {403}},
         RawRequest{"ToHttp2", Changed(&Handshake::upgrade, "Upgrade: h2c\r\nHTTP2-Settings: AAMAAABk\r\n"), {403}},

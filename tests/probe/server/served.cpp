@@ -2,11 +2,13 @@
 
 #include <poll.h>
 
+#include <cstdlib>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
 
 #include "monitor/engine/filter.h"
 #include "platform/sending.h"
+#include "tests/support/test_folder.h"
 
 namespace test {
 namespace {
@@ -43,6 +45,23 @@ bool Eventually(const std::function<bool()>& condition) {
   return true;
 }
 
+/// A certificate for 127.0.0.1 and its key, for as long as the process runs.
+class Certificate {
+ public:
+  Certificate() {
+    const std::string command =
+        "openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -days 2 -subj /CN=probe "
+        "-addext subjectAltName=IP:127.0.0.1 -keyout '" +
+        key() + "' -out '" + certificate() + "' 2>/dev/null";
+    if (std::system(command.c_str()) != 0) throw std::runtime_error("openssl made no certificate");
+  }
+  std::string certificate() const { return folder_.Path("certificate.pem"); }
+  std::string key() const { return folder_.Path("key.pem"); }
+
+ private:
+  const TestFolder folder_;
+};
+
 Served::Served() {
   settings.port = 0;
   service.AddSubscriber("Topic", subscriber);
@@ -53,9 +72,18 @@ void Served::Serve() {
   server->Start();
 }
 
+void Served::ServeOverTls() {
+  static const Certificate made;
+  settings.tls_certificate = made.certificate();
+  settings.tls_key = made.key();
+  Serve();
+}
+
 probe::ClientOptions Served::Options() const {
   probe::ClientOptions options;
   options.port = server->port();
+  options.tls = !settings.tls_certificate.empty();
+  options.trusted_certificate = settings.tls_certificate;
   return options;
 }
 

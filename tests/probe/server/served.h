@@ -45,6 +45,8 @@ class Served : public ::testing::Test {
 
   /// Starts it, with the settings as they are now.
   void Serve();
+  /// The same over TLS, with a certificate of its own.
+  void ServeOverTls();
   /// The same, as settings; port and topics are given.
   probe::ServerSettings settings;
   /// What it serves over plain HTTP; empty: nothing.
