@@ -76,14 +76,15 @@ void Served::ServeOverTls() {
   static const Certificate made;
   settings.tls_certificate = made.certificate();
   settings.tls_key = made.key();
+  is_over_tls_ = true;
   Serve();
 }
 
 probe::ClientOptions Served::Options() const {
   probe::ClientOptions options;
   options.port = server->port();
-  options.tls = !settings.tls_certificate.empty();
-  options.trusted_certificate = settings.tls_certificate;
+  options.tls = is_over_tls_;
+  if (is_over_tls_) options.trusted_certificate = settings.tls_certificate;
   return options;
 }
 

@@ -79,6 +79,9 @@ class Served : public ::testing::Test {
   probe::SubscriptionService service;
   std::shared_ptr<RecordingSubscriber> subscriber = std::make_shared<RecordingSubscriber>();
   std::unique_ptr<probe::WebServer> server;
+
+ private:
+  bool is_over_tls_ = false;  // then its clients are as well
 };
 
 /// A request for subscriptions of "Topic", each with a filter of its own when `has_own_filters`.
