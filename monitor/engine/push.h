@@ -28,7 +28,8 @@ using FilterEquality = bool (*)(const Filter& left, const Filter& right);
 /// The same for a monitor whose filters have members of their own.
 void MergeByFilter(const subscribes::SubscriptionList& subscriptions, MergedList& merged, FilterEquality are_equal);
 
-/// Hands one message to the host's send function; dropped without a log line when none is installed.
+/// Hands one message to the host's send function; dropped without a log line when none is installed, or when the host
+/// had no memory to compose the text.
 void Send(lws* connection, const std::string& text);
 
 /// The host's text of a message. Written here, because json-c would leave out what it finds no memory for.
