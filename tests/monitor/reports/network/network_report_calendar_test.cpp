@@ -55,6 +55,16 @@ TEST_F(NetworkReportTest, StartsANewWeekOnSundayWithADivisorOfOne) {
       << "a finished week stays as its last pass left it";
 }
 
+TEST_F(NetworkReportTest, KnowsTheWeekdayOfEveryPassAlsoOfOneThatTakesNoSamples) {
+  Office(kAp, 1);
+  SampleAt(At(2026, 11, 21, 23, 55));  // Saturday
+  PassAt(At(2026, 11, 22, 0, 0));      // Sunday, and the first of five passes
+  vexora_probe::monitor::Report report;
+  report["daily"]["2026-11-21"]["id"].measured.traffic.average = 7;
+  monitor.CalculateWeeklyTraffic(report, "2026-11-21", "2026-11-15/2026-11-21");
+  EXPECT_EQ(report["weekly"]["2026-11-15/2026-11-21"]["id"].measured.traffic.average, 7) << "over one day, not seven";
+}
+
 TEST_F(NetworkReportTest, KeepsSevenDaysAndFourWeeksBesideTheCurrentOne) {
   Office(kAp, 1).Neighbours({Heard(kFar, "rogue", -60)});
   for (int day = 0; day < 50; ++day) SampleAt(At(2026, 10, 4, 12, 0) + day * 86'400);

@@ -96,6 +96,16 @@ TEST_F(NetworkReportTest, ShowsTheChannelWithItsBand) {
   EXPECT_THAT(channels, ElementsAre("6 (2.4GHz)", "6 ()", "36 (5GHz)"));
 }
 
+TEST_F(NetworkReportTest, IsNeverExpiredWhileThereAreRogueAccessPointsOnly) {
+  network.AccessPoint(kAp).Neighbours({Heard(kFar, "rogue", -60)});
+  Sample();
+  EXPECT_THAT(Today()["rogue_ap"], SizeIs(1));
+  EXPECT_EQ(Today()["expire"], false);
+  // Access points alone tell which periods there are.
+  for (const char* day : {"2026-11-17", "2026-11-19", ""}) EXPECT_EQ(Reply("daily", day)["expire"], false) << day;
+  EXPECT_EQ(Reply("weekly", "2026-11-08/2026-11-14")["expire"], false);
+}
+
 TEST_F(NetworkReportTest, LeavesOutRogueAccessPointsWithoutAMac) {
   Office(kAp, 1).Neighbours({Heard("", "nameless", -60), Heard(kFar, "rogue", -60)});
   Sample();
