@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include "monitor/reports/network/network_records.h"
 #include "tests/monitor/reports/network/network_report_fixture.h"
 
 namespace {
