@@ -135,7 +135,7 @@ std::vector<SettingKey> LimitKeys() {
       LimitKey("filter_bytes", &ServerLimits::filter_bytes, 64, kMebibyte,
                "Size of one subscription's filter, in octets of JSON."),
       LimitKey("message_bytes", &ServerLimits::message_bytes, 1024, 16 * kMebibyte,
-               "Size of one message from a client, in octets."),
+               "Size of one message from a client, in octets. No more than bytes_per_second."),
       // json-c, which reads the requests of a recording again, reads no more than 32 levels.
       LimitKey("message_depth", &ServerLimits::message_depth, 8, 32,
                "Nesting of objects and arrays in one message from a client."),

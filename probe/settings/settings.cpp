@@ -137,6 +137,7 @@ void CheckContradictions(const Settings& settings, const KeyLines& lines, Settin
       errors.Add(LineOf(lines, key, other), key,
                  "must be no more than " + other + ", which is " + std::to_string(bound));
   };
+  check("message_bytes", limits.message_bytes, "bytes_per_second", limits.bytes_per_second);
   check("queue_bytes", limits.queue_bytes, "all_queues_bytes", limits.all_queues_bytes);
   check("pass_bytes_per_connection", limits.pass_bytes_per_connection, "pass_bytes", limits.pass_bytes);
   check("stuck_after_seconds", limits.stuck_after.count(), "queue_seconds", limits.queue_for.count());

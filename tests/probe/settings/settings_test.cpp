@@ -176,6 +176,8 @@ INSTANTIATE_TEST_SUITE_P(
                 "probe.toml:2: server.tls_certificate: must be given together with server.tls_key"},
         BadFile{"HangUpBeforePing", "[limits]\nping_after_seconds = 60\n",
                 "probe.toml:2: limits.hang_up_after_seconds: must be more than limits.ping_after_seconds, which is 60"},
+        BadFile{"MessageLargerThanASecondOfThem", "[limits]\nmessage_bytes = 131072\n",
+                "probe.toml:2: limits.message_bytes: must be no more than limits.bytes_per_second, which is 65536"},
         BadFile{"QueueOfOneLargerThanOfAll", "[limits]\nqueue_bytes = 134217728\n",
                 "probe.toml:2: limits.queue_bytes: must be no more than limits.all_queues_bytes, which is 67108864"},
         BadFile{"PassOfOneLargerThanOfAll", "[limits]\npass_bytes = 8388608\n",
