@@ -2,7 +2,7 @@ import { describe, expect, test } from 'vitest';
 import { decodeClientReport, decodeDeviceList, decodeDevices, decodeHistory, decodeNetworkReport, decodePeriods, decodeStatus } from '../src/messages/decode_http';
 import { apiPath, ask, openSession } from '../src/messages/http';
 
-const device = { mac: 'AA', hostname: 'gw', ip: '', type: 'Router', model: '', version: '', online: true, wireless: false, measured: 90, absences: [{ from: 10, to: 40 }] };
+const device = { mac: 'AA', hostname: 'gw', ip: '', type: 'Router', model: '', version: '', online: false, wireless: false, measured: 90, absences: [{ from: 10, to: 40 }] };
 const poll = {
   address: '192.0.2.1:161', name: 'switch', mac: 'AA', online: true, clients: 4, listed_clients: 4, profile: 'generic', last_answer: 1,
   duration: 2, pdus: 3, timeouts: 0, failed_polls: 0, error: '', stale: [],
@@ -21,11 +21,12 @@ describe('answers', () => {
   });
 
   test('tell when a device was measured and away, where the probe tells that', () => {
-    const told = (more: object): unknown => {
+    const told = (more: object): unknown[] => {
       const [one] = decodeDevices({ devices: [{ ...device, ...more }] }) ?? [];
       return [one?.measured, one?.absences];
     };
     expect(told({ measured: undefined, absences: undefined })).toEqual([null, []]);
+    expect(told({ online: true })[0]).toBeNull();
     expect(told({ measured: 0, absences: [{ from: 5, to: 5 }, null, { from: 5, to: 6, more: 1 }] })).toEqual([null, [{ from: 5, to: 6 }]]);
   });
 

@@ -63,6 +63,14 @@ describe('clients who moved on from a device that went offline', () => {
       all: [[11, 6], [12, 6]],
       current: new Map([['Office', 4], ['Guest', 2]]),
     });
-    expect(ssidCountsOf(bySsid, told, new Map())).toBe(bySsid);
+    expect(ssidCountsOf(bySsid, told, new Map())).toEqual(bySsid);
+  });
+
+  test('are counted once in the sum of the networks when it is back, too', () => {
+    const bySsid = { series: new Map<string, CountSeries>([['Office', [[11, 6], [12, 11], [13, 11]]]]), all: [[11, 6], [12, 11], [13, 11]] as CountSeries, current: new Map([['Office', 6]]) };
+    const back = presencesOf([device('a', { absences: [{ from: 11 * 60, to: 13 * 60 }] }), device('b')]);
+    const { all, current } = ssidCountsOf(bySsid, told, back);
+    expect(all).toEqual([[11, 6], [12, 6], [13, 11]]);
+    expect(current).toEqual(bySsid.current);
   });
 });

@@ -16,22 +16,10 @@ const isRenewing = Boolean(process.env['VEXORA_IMAGES']);
 const pages = ['overview', 'traffic?interface=wan0', 'clients', 'top', 'client-report', 'guest-report', 'network-report', 'device?device=02:19:56:00:00:08'];
 const nameOf = (page: string): string => page.split('?')[0] ?? page;
 
-/**
- * The zone in which it is now nine o'clock on a workday, or as near to that as zones go, a day: an office at work makes
- * the better picture.
- */
-function zoneOfAWorkday(): string {
-  const now = new Date();
-  const workday = Math.min(Math.max(now.getUTCDay(), 1), 5);
-  const ahead = (workday * 24 + 9) * 60 - ((now.getUTCDay() * 24 + now.getUTCHours()) * 60 + now.getUTCMinutes());
-  const distance = Math.min(Math.abs(ahead), 24 * 60);
-  return `WORK${ahead > 0 ? '-' : '+'}${Math.floor(distance / 60)}:${distance % 60}`; // what is ahead of UTC has a minus
-}
-
 let browser: Browser;
 let probe: ProbeProcess;
 beforeAll(async () => {
-  const probeOfPictures = (): Promise<ProbeProcess> => ProbeProcess.start(['--simulated', '--speed', '240'], 0, '', zoneOfAWorkday());
+  const probeOfPictures = (): Promise<ProbeProcess> => ProbeProcess.start(['--simulated', '--speed', '240']);
   [probe, browser] = await Promise.all([isRenewing ? probeOfPictures() : ProbeProcess.start(simulated), openBrowser()]);
   mkdirSync(images, { recursive: true });
   await probe.await('/api/reports/networks/periods', (answer) => (answer['daily'] as string[]).length > 0);

@@ -101,6 +101,20 @@ test.each([
   await closeContext(watched.context);
 });
 
+test.each(['overview', 'traffic', 'clients', 'top', 'client-report', 'network-report'])('no name makes the page %s wider than a phone', async (hash) => {
+  const watched = await openPage(browser, probe.url, { viewport: { width: 360, height: 740 } });
+  const { page } = watched;
+  await poison(page);
+  await page.goto(`${probe.url}/#/${hash}`);
+  const shown = async (): Promise<string[]> => page.locator('main bdi').allTextContents();
+  await expect.poll(async () => (await shown()).some((name) => hostile.includes(name)), { timeout: 15_000 }).toBe(true);
+  await expect.poll(() => page.locator('.loading').count()).toBe(0);
+  const beyond = await page.evaluate(() => [...document.querySelectorAll('body *')].filter((one) => one.getBoundingClientRect().right > innerWidth + 1 && !one.closest('.tabs, .scroll, .hidden')).map((one) => `${one.tagName} ${one.className} ${(one.textContent ?? '').slice(0, 40)}`));
+  expect(beyond).toEqual([]);
+  await expectHarmless(watched);
+  await closeContext(watched.context);
+});
+
 test.each([
   ['client-report', 'Save as CSV'],
   ['network-report', 'Save as CSV Access points'],

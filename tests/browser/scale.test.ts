@@ -1,13 +1,14 @@
-// Fifty devices of thirty interfaces each stay fluid, at a pass a second, which is sixty times the pace of life.
+// Five hundred devices, or thirty interfaces of one, stay fluid, at a pass a second, which is sixty times the pace of life.
 
 import type { Browser } from 'playwright-core';
 import { afterAll, beforeAll, expect, test } from 'vitest';
 import { closeContext, openBrowser, openPage } from './browser';
 import { ProbeProcess, simulated } from './probe';
 
-const deviceCount = 50;
+const deviceCount = 500;
+const rowsAtOnce = 120;
 const interfaceCount = 30;
-const macOf = (i: number): string => `02:00:00:00:00:${i.toString(16).padStart(2, '0').toUpperCase()}`;
+const macOf = (i: number): string => `02:00:00:00:${[i >> 8, i & 255].map((octet) => octet.toString(16).padStart(2, '0')).join(':')}`.toUpperCase();
 
 let browser: Browser;
 let probe: ProbeProcess;
@@ -43,7 +44,7 @@ test.each(['overview', 'traffic'])('%s', async (hash) => {
   let minute = 29_920_000;
   await page.route('**/api/devices', (route) => route.fulfill({ json: { devices } }));
   await page.route('**/api/live/HealthMonitor', (route) => route.fulfill({ body: health(minute), contentType: 'application/json' }));
-  await page.route('**/api/live/TrafficMonitor**', (route) => route.fulfill({ body: traffic(minute, devices.map(({ mac }) => mac), ['latest']), contentType: 'application/json' }));
+  await page.route('**/api/live/TrafficMonitor**', (route) => route.fulfill({ body: traffic(minute, [macOf(0)], ['latest']), contentType: 'application/json' }));
   let timer: NodeJS.Timeout | undefined;
   await page.routeWebSocket(/.*/, (socket) => {
     const sids: string[] = [];
@@ -57,19 +58,24 @@ test.each(['overview', 'traffic'])('%s', async (hash) => {
       socket.send(traffic(minute, [macOf(0)], sids));
     }, 1000);
   });
-  await page.goto(`${probe.url}/#/${hash}`);
-  await expect.poll(() => page.locator('tbody tr').count()).toBe(hash === 'overview' ? deviceCount : interfaceCount);
-  await page.waitForTimeout(1500);
   const client = await context.newCDPSession(page);
   await client.send('Performance.enable', { timeDomain: 'threadTicks' });
+  await page.goto(`${probe.url}/#/${hash}`);
+  await expect.poll(() => page.locator('tbody tr').count()).toBe(hash === 'overview' ? rowsAtOnce : interfaceCount);
   const busy = async (): Promise<number> => (await client.send('Performance.getMetrics')).metrics.find(({ name }) => name === 'TaskDuration')?.value ?? NaN;
+  const ofTheStart = await busy();
+  expect(ofTheStart).toBeGreaterThan(0);
+  expect(ofTheStart).toBeLessThan(2);
+  const came = minute; // what the start left to do is done with the passes after it
+  await expect.poll(() => minute - came, { timeout: 20_000 }).toBeGreaterThanOrEqual(2);
   const [begin, first] = [await busy(), minute];
   await expect.poll(() => minute - first, { timeout: 20_000 }).toBeGreaterThanOrEqual(5);
   const ofAPass = ((await busy()) - begin) / (minute - first);
   clearInterval(timer);
-  // Processor time of the page's main thread, which a busy machine doesn't stretch: four fifths are left for the hand.
+  if (process.env['VEXORA_FIGURES']) console.warn(hash, { ofTheStart, ofAPass }); // eslint-disable-line no-console
+  // Processor time of the page's main thread, which a busy machine hardly stretches: more than eight tenths are left for the hand.
   expect(ofAPass).toBeGreaterThan(0);
-  expect(ofAPass).toBeLessThan(0.2);
+  expect(ofAPass).toBeLessThan(0.15);
   expect(complaints).toEqual([]);
   await closeContext(context);
 });

@@ -48,7 +48,8 @@ export function decodeDevices(value: unknown): Device[] | null {
   if (!isRecord(value) || !Array.isArray(value['devices'])) return null;
   return value['devices'].filter(isDevice).map((device) => ({
     ...device,
-    measured: isNumber(device.measured) && device.measured > 0 ? device.measured : null,
+    // Of a device that is there it is news with each pass, and of no use.
+    measured: !device.online && isNumber(device.measured) && device.measured > 0 ? device.measured : null,
     absences: Array.isArray(device.absences) ? device.absences.filter(isOutage).map(({ from, to }) => ({ from, to })) : [],
   }));
 }

@@ -20,7 +20,7 @@ const columns: Column<ClientRow>[] = [
   { key: 'username', title: 'User', value: (row) => row.username, cell: (row) => <Name text={row.username} /> },
   { key: 'network', title: 'Network', value: (row) => row.network, cell: (row) => <Name text={row.network} /> },
   { key: 'type_frequency', title: 'Kind', value: (row) => row.type_frequency },
-  { key: 'data_rate', title: 'Data rate', isNumber: true, value: (row) => row.data_rate, cell: (row) => <><data value={String(row.data_rate)}>{formatNumber(row.data_rate)}</data> Mbit/s</> },
+  { key: 'data_rate', title: 'Data rate', isNumber: true, value: (row) => row.data_rate, cell: (row) => `${formatNumber(row.data_rate)} Mbit/s` },
   { key: 'upload', title: 'Upload', isNumber: true, value: (row) => row.upload, cell: (row) => formatBytes(row.upload) },
   { key: 'download', title: 'Download', isNumber: true, value: (row) => row.download, cell: (row) => formatBytes(row.download) },
   { key: 'total', title: 'Total', isNumber: true, value: (row) => row.total, cell: (row) => formatBytes(row.total) },

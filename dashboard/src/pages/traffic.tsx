@@ -98,7 +98,7 @@ function InterfaceChart({ row, view, presence, navigation }: ChartProps) {
       <div class="card-head">
         <h2><Name text={name} /></h2>
         <span class="note">
-          Mean in {formatRate(figures[0]?.mean)}, out {formatRate(figures[1]?.mean)} over {formatDuration(known * views[view] * 60)} · Peak {formatRate(largest(data.columns))}
+          {known > 0 && `Mean in ${formatRate(figures[0]?.mean)}, out ${formatRate(figures[1]?.mean)} over ${formatDuration(known * views[view] * 60)} · Peak ${formatRate(largest(data.columns))}`}
         </span>
       </div>
       <Chart

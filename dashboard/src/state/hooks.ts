@@ -117,7 +117,7 @@ export function useAnswer<Value>(
   withPasses = false,
 ): Load<Value> {
   const key = JSON.stringify([path, query]);
-  const [held, setHeld] = useState<{ key: string; load: Load<Value> }>({ key, load: loading });
+  const [held, setHeld] = useState<{ key: string; load: Load<Value>; text: string }>({ key, load: loading, text: '' });
   const isOpen = useProbe((state) => state.link.kind === 'open');
   const pass = useProbe((state) => (withPasses ? state.pass : 0));
   useEffect(() => {
@@ -127,8 +127,10 @@ export function useAnswer<Value>(
       const answer = await probe.ask(path, query, decode);
       if (!isWanted) return;
       const load: Load<Value> = answer.kind === 'value' ? { kind: 'ready', value: answer.value } : failureOf(answer);
+      const text = JSON.stringify(load);
       // What was there stays when the probe is out of reach: the header says that it is old.
-      setHeld((before) => (answer.kind === 'error' && answer.status === 0 && before.key === key ? before : { key, load }));
+      // The same once more is not drawn once more.
+      setHeld((before) => (before.key === key && (text === before.text || (answer.kind === 'error' && answer.status === 0)) ? before : { key, load, text }));
     };
     void read();
     const timer = everyMs > 0 ? setInterval(() => void read(), everyMs) : undefined;

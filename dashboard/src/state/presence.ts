@@ -52,17 +52,26 @@ export type Presences = Map<string, Presence>;
 
 export const presencesOf = (devices: Device[]): Presences => new Map(devices.map((device) => [device.mac, presenceOf(device)]));
 
+/** Minute -> the clients that devices which were offline repeated. */
+function repeatedAt({ series }: DeviceCounts, presences: Presences): Map<number, number> {
+  const repeated = new Map<number, number>();
+  for (const [mac, one] of series) {
+    const presence = presences.get(mac) ?? there;
+    for (const [minute, count] of one) if (!isMeasured(presence, minute)) repeated.set(minute, (repeated.get(minute) ?? 0) + count);
+  }
+  return repeated;
+}
+
+const lessThese = (series: CountSeries, left: Map<number, number>): CountSeries =>
+  series.map(([minute, count]) => [minute, Math.max(0, count - (left.get(minute) ?? 0))]);
+
 /** Without the samples of devices that were offline; their clients may be with others since, who count them. */
 export function deviceCountsOf(counts: DeviceCounts, presences: Presences): DeviceCounts {
-  const left = new Map<number, number>();
-  const series = new Map<string, CountSeries>();
-  for (const [mac, one] of counts.series) {
+  const series = new Map([...counts.series].map(([mac, one]): [string, CountSeries] => {
     const presence = presences.get(mac) ?? there;
-    series.set(mac, one.filter(([minute]) => isMeasured(presence, minute)));
-    for (const [minute, count] of one) if (!isMeasured(presence, minute)) left.set(minute, (left.get(minute) ?? 0) + count);
-  }
-  const all = counts.all.map(([minute, count]): [number, number] => [minute, Math.max(0, count - (left.get(minute) ?? 0))]);
-  return { series, all, current: counts.current };
+    return [mac, one.filter(([minute]) => isMeasured(presence, minute))];
+  }));
+  return { series, all: lessThese(counts.all, repeatedAt(counts, presences)), current: counts.current };
 }
 
 /** The clients that devices which are offline repeat: network -> since when, and how many. */
@@ -77,12 +86,11 @@ function repeatedBy({ current }: DeviceCounts, presences: Presences): Map<string
 }
 
 /**
- * Counts by network without those of devices that are offline. Messages don't tell what a device that is back had
- * repeated in each network: that stays.
+ * Counts by network without those of devices that are offline, their sum also without those that were. Messages don't
+ * tell what a device that is back had repeated in each network: in its line that stays.
  */
 export function ssidCountsOf(counts: SsidCounts, byDevice: DeviceCounts, presences: Presences): SsidCounts {
   const repeated = repeatedBy(byDevice, presences);
-  if (repeated.size === 0) return counts;
   const leftAt = (which: [Presence, number][], minute: number): number =>
     which.reduce((sum, [presence, count]) => sum + (isMeasured(presence, minute) ? 0 : count), 0);
   const without = (series: CountSeries, which: [Presence, number][]): CountSeries =>
@@ -90,7 +98,7 @@ export function ssidCountsOf(counts: SsidCounts, byDevice: DeviceCounts, presenc
   const now = (ssid: string, count: number): number => Math.max(0, count - (repeated.get(ssid) ?? []).reduce((sum, [, one]) => sum + one, 0));
   return {
     series: new Map([...counts.series].map(([ssid, one]) => [ssid, without(one, repeated.get(ssid) ?? [])])),
-    all: without(counts.all, [...repeated.values()].flat()),
+    all: lessThese(counts.all, repeatedAt(byDevice, presences)),
     current: new Map([...counts.current].map(([ssid, count]) => [ssid, now(ssid, count)])),
   };
 }
