@@ -54,7 +54,7 @@ async function findingsOf(page: Page): Promise<unknown[]> {
   });
 }
 
-/** Those on which a page of ours is looked at: a phone, a tablet on end, a tablet, a screen. */
+/** Those on which a page of ours is looked at: a phone, a tablet on end, a tablet, a screen. Colours are the same on all. */
 const widths = [360, 768, 1024, 1440];
 
 describe.each(['light', 'dark'] as const)('in %s colours', (colorScheme) => {
@@ -65,7 +65,7 @@ describe.each(['light', 'dark'] as const)('in %s colours', (colorScheme) => {
     await settle(page);
     await page.waitForTimeout(300);
     await takePicture(page, `${nameOf(hash)}-${colorScheme}`);
-    for (const width of widths) {
+    for (const width of colorScheme === 'light' ? widths : widths.slice(-1)) {
       await page.setViewportSize({ width, height: 900 });
       expect(await findingsOf(page), `at ${width} pixels`).toEqual([]);
       expect(await page.evaluate(() => document.documentElement.scrollWidth), `at ${width} pixels`).toBeLessThanOrEqual(width);

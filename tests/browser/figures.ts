@@ -38,3 +38,16 @@ export async function samplesTold(probe: ProbeProcess, mac: string, view: string
   const samples = (await trafficOf(probe, mac, view))[name]?.traffic ?? [];
   return samples.map((one) => [minuteText(one.time), String(one.input), String(one.output)]);
 }
+
+/**
+ * Tells the page that every device is there and always was. The simulated network takes some offline now and then, of
+ * which the page leaves out what messages repeat: this is for tests that compare it with the messages.
+ */
+export async function keepAllOnline(page: Page, probe: ProbeProcess): Promise<void> {
+  await page.route('**/api/devices', async (route) => {
+    const answer = await probe.get('/api/devices').catch(() => null);
+    if (!answer) return route.abort();
+    const devices = (answer['devices'] as Json[]).map((one) => ({ ...one, online: true, absences: [] }));
+    return route.fulfill({ json: { ...answer, devices } });
+  });
+}

@@ -3,7 +3,7 @@
 import type { Browser, Page } from 'playwright-core';
 import { afterAll, beforeAll, describe, expect, test } from 'vitest';
 import { agree, closeContext, openBrowser, openPage } from './browser';
-import { bodyOf, gatewayOf, minuteText, samplesShown, samplesTold, trafficOf } from './figures';
+import { bodyOf, gatewayOf, keepAllOnline, minuteText, samplesShown, samplesTold, trafficOf } from './figures';
 import { type Json, ProbeProcess } from './probe';
 
 let browser: Browser;
@@ -101,6 +101,7 @@ describe.each([
     const samples = (await trafficOf(probe, mac, view))['wan0']?.traffic ?? [];
     for (const [i, { time }] of samples.slice(1).entries()) expect(time - (samples[i]?.time ?? 0)).toBeGreaterThanOrEqual(minutes);
     const { page, context, complaints } = await openPage(browser, probe.url);
+    await keepAllOnline(page, probe);
     await page.goto(`${probe.url}/#/traffic?device=${mac}&view=${view}&interface=wan0`);
     await page.getByText('Show as a table').click();
     const rows = await agree(() => samplesShown(page, 'wan0'), () => samplesTold(probe, mac, view, 'wan0'));
@@ -111,6 +112,7 @@ describe.each([
 
   test('has every peak of clients', async () => {
     const { page, context, complaints } = await openPage(browser, probe.url);
+    await keepAllOnline(page, probe);
     await page.goto(`${probe.url}/#/clients?view=${view}`);
     const card = page.locator('section').filter({ has: page.getByRole('heading', { name: 'By network' }) });
     await card.getByText('Show as a table').click();

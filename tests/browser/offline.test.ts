@@ -132,6 +132,16 @@ test('its clients are in no sum of the clients’ page', async () => {
   expect(await card('Devices now').getByText('offline since').count()).toBeGreaterThan(0);
 });
 
+test('the top says since when it is offline', async () => {
+  const measured = Number((await devicesOf()).find((one) => one.mac === mac)?.measured);
+  told = { online: false, measured };
+  await page.goto(`${probe.url}/#/top?count=50`);
+  const entry = page.locator(`[data-ranking=access-points] li[data-key="${mac}"]`);
+  await entry.getByText(`offline since ${timeOf(measured / 60)}`).waitFor();
+  expect(await entry.locator('.stale').count()).toBe(1);
+  expect(await page.locator('[data-ranking=access-points] .stale').count()).toBe(1);
+});
+
 test('the page of the device dates its figures', async () => {
   told = { online: false, measured: Number((await devicesOf()).find((one) => one.mac === mac)?.measured) };
   await page.goto(`${probe.url}/#/device?device=${mac}`);

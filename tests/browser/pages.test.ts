@@ -4,7 +4,7 @@ import { readFileSync } from 'node:fs';
 import type { Browser } from 'playwright-core';
 import { afterAll, afterEach, beforeAll, beforeEach, describe, expect, test } from 'vitest';
 import { agree, closeContext, openBrowser, openPage, orderOf, tableOf, type Watched } from './browser';
-import { gatewayOf, samplesShown, samplesTold, trafficOf } from './figures';
+import { gatewayOf, keepAllOnline, samplesShown, samplesTold, trafficOf } from './figures';
 import { type Json, ProbeProcess, simulated } from './probe';
 
 let probe: ProbeProcess;
@@ -129,6 +129,8 @@ describe('the overview', () => {
 });
 
 describe('traffic', () => {
+  beforeEach(() => keepAllOnline(watched.page, probe));
+
   test('is that of every interface, and the probe measures the same', async () => {
     const mac = await gatewayOf(probe);
     await open(`traffic?device=${mac}`);
@@ -192,6 +194,8 @@ describe('traffic', () => {
 });
 
 describe('clients', () => {
+  beforeEach(() => keepAllOnline(watched.page, probe));
+
   test('are counted by network and by device, over time and now', async () => {
     await open('clients');
     const body = async (topic: string): Promise<Record<string, Record<string, Json>>> =>

@@ -5,7 +5,8 @@ import { useRef } from 'preact/hooks';
 import { formatBytes, formatNumber, formatRate } from '../format/format';
 import { decodeRankings, type RankedClients, type RankedTraffic, type Rankings } from '../messages/decode';
 import { Blank, Choice, Loaded, Name, Select, Waiting } from '../parts/basics';
-import { type Load, type Navigation, useLive, useProbe } from '../state/hooks';
+import { type Load, type Navigation, useDevices, useLive, usePassTime, usePresences, useProbe } from '../state/hooks';
+import { offlineText } from '../state/presence';
 import { now, probeTime } from '../state/probe';
 import { oneOf } from '../state/route';
 import { speedsOf } from '../state/speeds';
@@ -37,15 +38,17 @@ interface BarProps {
   id: string;
   value: number;
   text: ComponentChildren;
+  /** Since when it is offline; empty: it is there, or is no device. */
+  offline: string;
   parts: { tone: string; share: number }[];
 }
 
-function Bar({ rank, name, id, value, text, parts }: BarProps) {
+function Bar({ rank, name, id, value, text, offline, parts }: BarProps) {
   return (
     <li data-key={id}>
       <span class="rank">{rank}</span>
-      <span><Name text={name || id} isShort />{name !== id && name && <span class="mac"> {id}</span>}</span>
-      <data value={String(value)} class="number">{text}</data>
+      <span><Name text={name || id} isShort />{name !== id && name && <span class="mac"> {id}</span>}{offline && <span class="sub">{offline}</span>}</span>
+      <data value={String(value)} class={offline ? 'number stale' : 'number'}>{text}</data>
       <span class="track" aria-hidden="true">
         {parts.map(({ tone, share }) => <i key={tone} class={tone} style={{ width: `${(share * 100).toFixed(2)}%` }} />)}
       </span>
@@ -58,9 +61,10 @@ interface TrafficBarsProps {
   order: 'total' | 'in' | 'out';
   /** Figures are speeds. */
   isNow: boolean;
+  offlineOf: (id: string) => string;
 }
 
-function TrafficBars({ entries, order, isNow }: TrafficBarsProps) {
+function TrafficBars({ entries, order, isNow, offlineOf }: TrafficBarsProps) {
   const top = Math.max(1, ...entries.map((entry) => entry[order]));
   if (entries.length === 0) return isNow ? <Blank title="Not known yet">Speeds come with the second pass on this page: <Waiting />.</Blank> : <Blank title="Nobody">Nobody has moved anything here; where nobody has Wi-Fi it stays so.</Blank>;
   return (
@@ -69,7 +73,7 @@ function TrafficBars({ entries, order, isNow }: TrafficBarsProps) {
         const parts = (['in', 'out'] as const).filter((one) => order === 'total' || one === order);
         const text = isNow ? formatRate(entry[order] * kib) : formatBytes(entry[order] * kib);
         return (
-          <Bar key={entry.id} rank={i + 1} name={entry.name} id={entry.id} value={entry[order]} text={text}
+          <Bar key={entry.id} rank={i + 1} name={entry.name} id={entry.id} value={entry[order]} text={text} offline={offlineOf(entry.id)}
             parts={parts.map((tone) => ({ tone, share: entry[tone] / top }))} />
         );
       })}
@@ -77,13 +81,13 @@ function TrafficBars({ entries, order, isNow }: TrafficBarsProps) {
   );
 }
 
-function ClientBars({ entries }: { entries: RankedClients[] }) {
+function ClientBars({ entries, offlineOf }: { entries: RankedClients[]; offlineOf: (id: string) => string }) {
   const top = Math.max(1, ...entries.map((entry) => entry.clients));
   if (entries.length === 0) return <Blank title="Nobody">No client is connected.</Blank>;
   return (
     <ol class="bars">
       {entries.map((entry, i) => (
-        <Bar key={entry.id} rank={i + 1} name={entry.name} id={entry.id} value={entry.clients} text={formatNumber(entry.clients)}
+        <Bar key={entry.id} rank={i + 1} name={entry.name} id={entry.id} value={entry.clients} text={formatNumber(entry.clients)} offline={offlineOf(entry.id)}
           parts={[{ tone: 'clients', share: entry.clients / top }]} />
       ))}
     </ol>
@@ -95,17 +99,18 @@ interface PanelProps {
   title: string;
   order: Order;
   isNow: boolean;
+  offlineOf?: (id: string) => string;
   traffic: RankedTraffic[];
   people?: RankedClients[];
   most: number;
 }
 
-function Panel({ kind, title, order, isNow, traffic, people, most }: PanelProps) {
+function Panel({ kind, title, order, isNow, offlineOf = () => '', traffic, people, most }: PanelProps) {
   if (order === 'clients' && !people) return null;
   return (
     <section class="card" data-ranking={kind}>
       <h2>{title}</h2>
-      {order === 'clients' ? <ClientBars entries={(people ?? []).slice(0, most)} /> : <TrafficBars entries={traffic.slice(0, most)} order={order} isNow={isNow} />}
+      {order === 'clients' ? <ClientBars entries={(people ?? []).slice(0, most)} offlineOf={offlineOf} /> : <TrafficBars entries={traffic.slice(0, most)} order={order} isNow={isNow} offlineOf={offlineOf} />}
     </section>
   );
 }
@@ -133,6 +138,12 @@ export function Top({ route, change }: Navigation) {
   const orderby = order === 'clients' ? 'total' : order;
   const rankings = useLive('wireless_top_monitor', filterFor(orderby), { orderby }, decodeRankings);
   const speeds = useSpeeds(rankings);
+  const presences = usePresences(useDevices());
+  const passTime = usePassTime();
+  const offlineOf = (mac: string): string => {
+    const presence = presences.get(mac);
+    return presence && !presence.isOnline ? offlineText(presence, passTime) : '';
+  };
   const isNow = figure === 'now';
   const shown = (after: RankedTraffic[], part: (rankings: Rankings) => RankedTraffic[]): RankedTraffic[] =>
     !isNow ? after : speeds ? speedsOf(part(speeds.before), after, speeds.seconds, order === 'clients' ? 'total' : order) : [];
@@ -158,7 +169,7 @@ export function Top({ route, change }: Navigation) {
       <Loaded load={rankings}>
         {({ accessPoints, networks, clients: people }) => (
           <div class="split thirds">
-            <Panel kind="access-points" title="Access points" order={order} isNow={isNow} traffic={shown(accessPoints.traffic, (one) => one.accessPoints.traffic)} people={accessPoints.clients} most={most} />
+            <Panel kind="access-points" title="Access points" order={order} isNow={isNow} offlineOf={offlineOf} traffic={shown(accessPoints.traffic, (one) => one.accessPoints.traffic)} people={accessPoints.clients} most={most} />
             <Panel kind="networks" title="Networks" order={order} isNow={isNow} traffic={shown(networks.traffic, (one) => one.networks.traffic)} people={networks.clients} most={most} />
             <Panel kind="clients" title="Clients" order={order} isNow={isNow} traffic={shown(people.traffic, (one) => one.clients.traffic)} most={most} />
           </div>
