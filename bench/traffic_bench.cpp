@@ -3,13 +3,17 @@
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
+#include <atomic>
 #include <charconv>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <ctime>
+#include <map>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -186,6 +190,42 @@ void BM_TrafficPass(benchmark::State& state) {
   state.SetComplexityN(state.range(0));
 }
 BENCHMARK(BM_TrafficPass)->RangeMultiplier(10)->Range(1'000, 100'000)->Unit(benchmark::kMillisecond)->Complexity();
+
+/// How long somebody waits for the newest speed of an interface at worst, who asks every 20 us during passes and
+/// while messages of all interfaces are made, a pass in which all five merges come together among them.
+void BM_NewestSpeedWait(benchmark::State& state) {
+  WatchedNetwork network(state.range(0));
+  network.Advance(kMinuteSeconds);
+  network.FillAllViews();
+  std::atomic<bool> is_over{false};
+  double worst = 0;
+  double sum = 0;
+  double answers = 0;
+  std::thread reader([&] {
+    std::map<std::string, unsigned long long> out;
+    while (!is_over) {
+      const double waited = Milliseconds([&] { network.monitor.GetInterfaceTrafficData("AA:AA:AA:AA:7", "ge7", out); });
+      worst = std::max(worst, waited);
+      sum += waited;
+      ++answers;
+      std::this_thread::sleep_for(std::chrono::microseconds(20));
+    }
+  });
+  const auto filter = std::make_shared<Filter>();
+  for (auto _ : state) {
+    state.PauseTiming();
+    network.Advance(kDaySeconds);
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));  // the system stops who never rests
+    state.ResumeTiming();
+    network.Pass();
+    benchmark::DoNotOptimize(network.monitor.GenerateJsonMsg("TrafficMonitor", *filter, {"a"}));
+  }
+  is_over = true;
+  reader.join();
+  state.counters["worst_ms"] = worst;
+  state.counters["mean_us"] = 1000 * sum / answers;
+}
+BENCHMARK(BM_NewestSpeedWait)->Arg(1'000)->Arg(50'000)->Iterations(10)->Unit(benchmark::kMillisecond);
 
 /// The same pass by the plain monitor, which the tests compare with.
 void BM_TrafficPlainPass(benchmark::State& state) {

@@ -123,7 +123,9 @@ void TrafficMonitor::ReplaceInterfaceTraffic(const std::string& mac, const std::
   const lock_guard collection(collection_lock_);
   const lock_guard_write views(views_lock_);
   const auto device = devices_.find(mac);
-  if (device != devices_.end()) traffic::RenameInterface(device->second, old_name, new_name);
+  if (device == devices_.end()) return;
+  traffic::RenameInterface(device->second, old_name, new_name);
+  ShowNewest();
 }
 
 void TrafficMonitor::StoreReading(const std::string& mac, const traffic::Reading& reading) {
@@ -148,6 +150,12 @@ void TrafficMonitor::DataMerge() {
   // Step by step, for samples of the future are dropped in between, and logged.
   FoldSpeeds();
   FoldViews();
+  ShowNewest();
+}
+
+void TrafficMonitor::ShowNewest() {
+  for (const auto& [mac, device] : devices_) newest_.Stage(mac, device);
+  newest_.Show(devices_);
 }
 
 void TrafficMonitor::MakeRenames() {
@@ -164,13 +172,16 @@ void TrafficMonitor::FoldAtOnce() {
   for (auto& [mac, device] : devices_) {
     if (device.reading != 0) CalculateDeviceSpeed(mac, device);
     MergeAllViews(device);
+    newest_.Stage(mac, device);
   }
+  newest_.Show(devices_);
 }
 
 void TrafficMonitor::CalculateTrafficSpeed() {
   const lock_guard collection(collection_lock_);
   const lock_guard_write views(views_lock_);
   FoldSpeeds();
+  ShowNewest();
 }
 
 void TrafficMonitor::FoldSpeeds() {
@@ -254,6 +265,7 @@ void TrafficMonitor::MergeDataForInterval() {
   const lock_guard collection(collection_lock_);
   const lock_guard_write views(views_lock_);
   FoldViews();
+  ShowNewest();
 }
 
 void TrafficMonitor::FoldViews() {
@@ -280,6 +292,7 @@ void TrafficMonitor::MergeDifferentInterval(const std::string& source, const std
   NoteSampleTime();
   has_view_[*from] = has_view_[*to] = true;
   for (auto& [mac, device] : devices_) MergeDevice(device, *from, *to, count, minutes);
+  ShowNewest();
 }
 
 void TrafficMonitor::MergeDevice(DeviceRecord& device, std::size_t source, std::size_t target, int count,
@@ -353,14 +366,10 @@ std::string TrafficMonitor::Message(const std::string& name, const Filter& filte
 
 void TrafficMonitor::GetInterfaceTrafficData(const std::string& mac, const std::string& interface,
                                              std::map<std::string, unsigned long long>& out) const {
-  const lock_guard_read held(views_lock_);
-  const auto device = devices_.find(mac);
-  if (device == devices_.end()) return;
-  const InterfaceRecord* record = traffic::FindInterface(device->second, interface);
-  if (record == nullptr || record->histories[traffic::kMinuteView].empty()) return;
-  const Traffic& newest = record->histories[traffic::kMinuteView].newest();
-  out[json_key::kInput] = newest.input;
-  out[json_key::kOutput] = newest.output;
+  const auto newest = newest_.Find(mac, interface);
+  if (!newest) return;
+  out[json_key::kInput] = newest->input;
+  out[json_key::kOutput] = newest->output;
 }
 
 void TrafficMonitor::Cleanup(const std::string& mac) {
@@ -376,5 +385,6 @@ void TrafficMonitor::Cleanup(const std::string& mac) {
   const lock_guard collection(collection_lock_);
   const lock_guard_write views(views_lock_);
   pass_devices_.Remove(mac);
+  newest_.Remove(mac);
   removed = devices_.extract(mac);
 }

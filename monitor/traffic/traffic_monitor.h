@@ -12,6 +12,7 @@
 #include "monitor/engine/filter.h"
 #include "monitor/engine/monitor.h"
 #include "monitor/engine/pass_devices.h"
+#include "monitor/traffic/newest_speeds.h"
 #include "monitor/traffic/speed_history.h"
 #include "monitor/traffic/traffic_collect.h"
 #include "monitor/traffic/traffic_fold.h"
@@ -79,9 +80,10 @@ class TrafficMonitor final : public Monitor {
       VEXORA_EXCLUDES(views_lock_);
 
   /// Sets `out["input"]` and `out["output"]` to the newest speed of an interface, in bytes per second. Leaves `out` as
-  /// it was when the interface is unknown. Threads: any.
+  /// it was when the interface is unknown. Waits for no fold and for no message: during a fold it is the speed of the
+  /// pass before. Threads: any.
   void GetInterfaceTrafficData(const std::string& mac, const std::string& interface,
-                               std::map<std::string, unsigned long long>& out) const VEXORA_EXCLUDES(views_lock_);
+                               std::map<std::string, unsigned long long>& out) const;
 
   /// Forgets a device. Threads: any, also during a pass.
   void Cleanup(const std::string& mac) override VEXORA_EXCLUDES(collection_lock_, views_lock_);
@@ -107,6 +109,9 @@ class TrafficMonitor final : public Monitor {
   /// The same step by step, for any pass.
   void FoldSpeeds() VEXORA_REQUIRES(collection_lock_, views_lock_);
   void FoldViews() VEXORA_REQUIRES(collection_lock_, views_lock_);
+
+  /// Hands the newest samples of all interfaces to those who ask for the newest speed.
+  void ShowNewest() VEXORA_REQUIRES(collection_lock_, views_lock_);
 
   /// Gives every interface of the "1m" view that the latest readings lack a zero sample.
   void PadMissingInterfaces() VEXORA_REQUIRES(views_lock_);
@@ -155,4 +160,6 @@ class TrafficMonitor final : public Monitor {
   mutable utilities::lock::RwLock views_lock_ VEXORA_ACQUIRED_AFTER(collection_lock_);
   monitoring::traffic::Devices devices_ VEXORA_GUARDED_BY(views_lock_);
   std::array<bool, monitoring::traffic::kViewNames.size()> has_view_ VEXORA_GUARDED_BY(views_lock_){};
+
+  monitoring::traffic::NewestSpeeds newest_;  // has a lock of its own, after the two above
 };
