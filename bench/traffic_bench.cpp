@@ -22,6 +22,7 @@
 #include "bench/stopwatch.h"
 #include "monitor/engine/constants.h"
 #include "monitor/engine/filter.h"
+#include "monitor/engine/push.h"
 #include "monitor/traffic/traffic_monitor.h"
 #include "platform/device_records.h"
 #include "probe/clock/virtual_clock.h"
@@ -226,6 +227,24 @@ void BM_NewestSpeedWait(benchmark::State& state) {
   state.counters["mean_us"] = 1000 * sum / answers;
 }
 BENCHMARK(BM_NewestSpeedWait)->Arg(1'000)->Arg(50'000)->Iterations(10)->Unit(benchmark::kMillisecond);
+
+/// Grouping subscriptions of so many different filters, a connection each, as a host without a bound may have them.
+void BM_MergeByFilter(benchmark::State& state) {
+  subscribes::SubscriptionList subscriptions;
+  for (std::int64_t number = 0; number < state.range(0); ++number) {
+    const auto filter = std::make_shared<Filter>();
+    filter->mac = "AA:AA:AA:AA:" + std::to_string(number);
+    lws* const connection = reinterpret_cast<lws*>(static_cast<std::uintptr_t>(number + 1));
+    subscriptions[std::to_string(number)][connection] = filter;
+  }
+  for (auto _ : state) {
+    monitoring::MergedList merged;
+    monitoring::MergeByFilter(subscriptions, merged);
+    benchmark::DoNotOptimize(merged);
+  }
+  state.SetComplexityN(state.range(0));
+}
+BENCHMARK(BM_MergeByFilter)->RangeMultiplier(4)->Range(16, 16'384)->Unit(benchmark::kMicrosecond)->Complexity();
 
 /// The same pass by the plain monitor, which the tests compare with.
 void BM_TrafficPlainPass(benchmark::State& state) {

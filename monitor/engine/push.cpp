@@ -1,41 +1,36 @@
 #include "monitor/engine/push.h"
 
+#include <iterator>
+#include <map>
 #include <memory>
 #include <new>
+#include <tuple>
 #include <utility>
 
 #include "monitor/engine/json_writer.h"
 #include "platform/sending.h"
 
 namespace monitoring {
-namespace {
-
-/// Adds one SID to every key that equals `filter`. False when there is none.
-///
-/// A walk over all keys, for filters have no order; distinct filters are few.
-bool AppendToEqual(const Filter& filter, lws* connection, const std::string& sid, FilterEquality are_equal,
-                   MergedList& merged) {
-  bool is_found = false;
-  for (auto& [representative, connections] : merged) {
-    if (!are_equal(*representative, filter)) continue;
-    connections[connection].push_back(sid);
-    is_found = true;
-  }
-  return is_found;
-}
-
-}  // namespace
-
 void MergeByFilter(const subscribes::SubscriptionList& subscriptions, MergedList& merged) {
-  MergeByFilter(subscriptions, merged, [](const Filter& left, const Filter& right) { return left == right; });
+  MergeByFilter(subscriptions, merged, [](const Filter& left, const Filter& right) {
+    return std::tie(left.interval, left.mac) < std::tie(right.interval, right.mac);
+  });
 }
 
-void MergeByFilter(const subscribes::SubscriptionList& subscriptions, MergedList& merged, FilterEquality are_equal) {
+void MergeByFilter(const subscribes::SubscriptionList& subscriptions, MergedList& merged, FilterOrder is_before) {
+  const auto order = [is_before](const Filter* left, const Filter* right) { return is_before(*left, *right); };
+  // Several keys that are there already may be equal: each gets the SID.
+  std::multimap<const Filter*, MergedList::mapped_type*, decltype(order)> classes(order);
+  for (auto& [filter, connections] : merged) classes.emplace(filter, &connections);
   for (const auto& [sid, connections] : subscriptions) {
     for (const auto& [connection, filter] : connections) {
       if (filter == nullptr) continue;
-      if (AppendToEqual(*filter, connection, sid, are_equal, merged)) continue;
-      merged[filter.get()][connection].push_back(sid);
+      auto [first, last] = classes.equal_range(filter.get());
+      if (first == last) {
+        first = classes.emplace_hint(last, filter.get(), &merged[filter.get()]);
+        last = std::next(first);
+      }
+      for (auto of_class = first; of_class != last; ++of_class) (*of_class->second)[connection].push_back(sid);
     }
   }
 }

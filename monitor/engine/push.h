@@ -22,11 +22,12 @@ using MergedList = std::map<Filter*, std::map<lws*, std::vector<std::string>>>;
 /// The key of a class is its first filter, in the order of SIDs. Subscriptions without a filter are skipped.
 void MergeByFilter(const subscribes::SubscriptionList& subscriptions, MergedList& merged);
 
-/// Whether two filters ask for the same.
-using FilterEquality = bool (*)(const Filter& left, const Filter& right);
+/// A strict weak order of filters, in which two are equivalent that ask for the same.
+using FilterOrder = bool (*)(const Filter& left, const Filter& right);
 
-/// The same for a monitor whose filters have members of their own.
-void MergeByFilter(const subscribes::SubscriptionList& subscriptions, MergedList& merged, FilterEquality are_equal);
+/// The same for a monitor whose filters have members of their own. Compares each filter with the logarithm of the
+/// number of different ones.
+void MergeByFilter(const subscribes::SubscriptionList& subscriptions, MergedList& merged, FilterOrder is_before);
 
 /// Hands one message to the host's send function; dropped without a log line when none is installed, or when the host
 /// had no memory to compose the text.

@@ -1,5 +1,8 @@
 #include "monitor/wirelesstop/wireless_top_filter.h"
 
+#include <functional>
+#include <tuple>
+
 #include "monitor/engine/json_keys.h"
 #include "monitor/engine/json_tree.h"
 
@@ -29,6 +32,15 @@ bool AreEqualWirelessTopFilters(const Filter& left, const Filter& right) {
   const auto* one = dynamic_cast<const WirelessTopFilter*>(&left);
   const auto* other = dynamic_cast<const WirelessTopFilter*>(&right);
   return one != nullptr && other != nullptr && *one == *other;
+}
+
+bool IsWirelessTopFilterBefore(const Filter& left, const Filter& right) {
+  const auto* one = dynamic_cast<const WirelessTopFilter*>(&left);
+  const auto* other = dynamic_cast<const WirelessTopFilter*>(&right);
+  if (one == nullptr && other == nullptr) return std::less<>()(&left, &right);
+  if (one == nullptr || other == nullptr) return other == nullptr;
+  return std::tie(one->access_point, one->wireless_clients, one->wireless_networks) <
+         std::tie(other->access_point, other->wireless_clients, other->wireless_networks);
 }
 
 std::shared_ptr<Filter> NewWirelessTopFilter(json_object* wanted) {

@@ -2,6 +2,7 @@
 
 #include <json-c/json.h>
 
+#include <compare>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -13,7 +14,7 @@ struct FilterBase {
   std::int32_t count = 0;  ///< How many entries, from the top.
   std::string flag;        ///< "desc": largest first; any other text: smallest first.
 
-  friend bool operator==(const FilterBase&, const FilterBase&) = default;
+  friend auto operator<=>(const FilterBase&, const FilterBase&) = default;
 };
 
 /// What a subscriber wants of a ranking by clients.
@@ -23,12 +24,12 @@ struct ClientsFilter : FilterBase {};
 struct TrafficRanking {
   std::string orderby;  ///< "in", "out" or "total"; any other text names no ranking.
 
-  friend bool operator==(const TrafficRanking&, const TrafficRanking&) = default;
+  friend auto operator<=>(const TrafficRanking&, const TrafficRanking&) = default;
 };
 
 /// What a subscriber wants of the rankings by traffic. Its fields, in order: `orderby`, `count`, `flag`.
 struct TrafficFilter : TrafficRanking, FilterBase {
-  friend bool operator==(const TrafficFilter&, const TrafficFilter&) = default;
+  friend auto operator<=>(const TrafficFilter&, const TrafficFilter&) = default;
 };
 
 /// What a subscriber wants to see of access points, or of wireless networks.
@@ -36,7 +37,7 @@ struct NetWorkFilter {
   TrafficFilter traffic;
   ClientsFilter clients;
 
-  friend bool operator==(const NetWorkFilter&, const NetWorkFilter&) = default;
+  friend auto operator<=>(const NetWorkFilter&, const NetWorkFilter&) = default;
 };
 
 /// What a subscriber of the wireless top monitor asks for. A fresh filter asks for nothing; the texts of its base stay
@@ -53,6 +54,10 @@ bool operator==(const WirelessTopFilter& left, const WirelessTopFilter& right);
 
 /// The same for filters of any kind: false unless both are of the wireless top monitor.
 bool AreEqualWirelessTopFilters(const Filter& left, const Filter& right);
+
+/// An order of filters of any kind, in which those that ask for the same views are equivalent. One that is not of the
+/// wireless top monitor is equivalent to none but itself.
+bool IsWirelessTopFilterBefore(const Filter& left, const Filter& right);
 
 /// The filter that the "filter" object of a request asks for; `wanted` may be null or of any type.
 std::shared_ptr<Filter> NewWirelessTopFilter(json_object* wanted);

@@ -85,7 +85,7 @@ void WirelessTopMonitor::PushDataBySID(const subscribes::SubscriptionList& subsc
   monitoring::WithinBoundary("WirelessTopMonitor::PushDataBySID", [&] {
     monitoring::MergedList merged;
     // Equal filters of one connection share a message.
-    monitoring::MergeByFilter(subscriptions, merged, &AreEqualWirelessTopFilters);
+    monitoring::MergeByFilter(subscriptions, merged, &IsWirelessTopFilterBefore);
     std::erase_if(merged, [](const auto& entry) {
       return dynamic_cast<const WirelessTopFilter*>(entry.first) == nullptr;  // another monitor's filter
     });

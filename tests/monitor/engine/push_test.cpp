@@ -78,11 +78,29 @@ TEST(MergeByFilter, AppendsToEveryEqualKeyThatIsAlreadyThere) {
   EXPECT_EQ(merged.at(twin.get()), expected);
 }
 
-TEST(MergeByFilter, GoesByAMonitorsOwnEquality) {
+TEST(MergeByFilter, ComparesAFilterWithFewOfManyDifferentOnes) {
+  constexpr std::size_t kFilters = 16'000;
+  static std::size_t comparisons;
+  comparisons = 0;
+  subscribes::SubscriptionList subscriptions;
+  for (std::size_t number = 0; number < kFilters; ++number) {
+    subscriptions[std::to_string(number)][Connection(1)] = FilterOf("1h", std::to_string(number));
+  }
+  MergedList merged;
+  MergeByFilter(subscriptions, merged, [](const Filter& left, const Filter& right) {
+    ++comparisons;
+    return left.mac < right.mac;
+  });
+  EXPECT_EQ(merged.size(), kFilters);
+  // 16,000 have 14 binary digits; a search for both ends of the equal ones, and an insertion.
+  EXPECT_LT(comparisons, kFilters * 3 * 14);
+}
+
+TEST(MergeByFilter, GoesByAMonitorsOwnOrder) {
   const auto first = FilterOf("1h", "m");
   MergedList merged;
   MergeByFilter({{"a", {{Connection(1), first}}}, {"b", {{Connection(1), FilterOf("1h", "n")}}}}, merged,
-                [](const Filter& left, const Filter& right) { return left.interval == right.interval; });
+                [](const Filter& left, const Filter& right) { return left.interval < right.interval; });
   EXPECT_THAT(merged, ElementsAre(std::pair(first.get(), Connections{{Connection(1), {"a", "b"}}})));
 }
 

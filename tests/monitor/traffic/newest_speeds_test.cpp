@@ -10,6 +10,8 @@
 #include <optional>
 #include <string>
 
+#include "monitor/traffic/histories.h"
+#include "monitor/traffic/speed_history.h"
 #include "probe/host/log.h"
 #include "tests/monitor/traffic/traffic_fixture.h"
 

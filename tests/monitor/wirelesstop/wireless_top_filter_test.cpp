@@ -4,6 +4,9 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <memory>
+#include <string>
+#include <vector>
 
 #include "monitor/engine/json_tree.h"
 #include "tests/monitor/wirelesstop/wireless_top_fixture.h"
@@ -88,6 +91,38 @@ TEST(WirelessTopFilterRecords, EqualAsAWholeWhenAllThreeViewsDo) {
   }
   EXPECT_FALSE(AreEqualWirelessTopFilters(one, *test::FilterOf("")));
   EXPECT_FALSE(AreEqualWirelessTopFilters(*test::FilterOf(""), one));
+}
+
+TEST(WirelessTopFilterRecords, AreEquivalentInTheirOrderWhenTheyAreEqual) {
+  std::vector<std::unique_ptr<Filter>> filters;
+  filters.push_back(std::make_unique<Filter>());
+  filters.push_back(std::make_unique<Filter>());
+  for (int field = 0; field <= 15; ++field) {
+    for (int twin = 0; twin < 2; ++twin) {
+      auto filter = std::make_unique<WirelessTopFilter>();
+      std::int32_t* const counts[] = {&filter->access_point.traffic.count, &filter->access_point.clients.count,
+                                      &filter->wireless_clients.count, &filter->wireless_networks.traffic.count,
+                                      &filter->wireless_networks.clients.count};
+      std::string* const texts[] = {&filter->access_point.traffic.orderby,   &filter->access_point.traffic.flag,
+                                    &filter->access_point.clients.flag,      &filter->wireless_clients.orderby,
+                                    &filter->wireless_clients.flag,          &filter->wireless_networks.traffic.orderby,
+                                    &filter->wireless_networks.traffic.flag, &filter->wireless_networks.clients.flag};
+      if (field < 5) *counts[field] = field - 2;
+      if (field >= 5 && field < 13) *texts[field - 5] = "x";
+      filter->interval = std::to_string(twin);  // nothing that the monitor looks at
+      filters.push_back(std::move(filter));
+    }
+  }
+  for (const auto& one : filters) {
+    EXPECT_FALSE(IsWirelessTopFilterBefore(*one, *one));
+    for (const auto& other : filters) {
+      if (one == other) continue;
+      const bool is_before = IsWirelessTopFilterBefore(*one, *other);
+      const bool is_behind = IsWirelessTopFilterBefore(*other, *one);
+      EXPECT_FALSE(is_before && is_behind);
+      EXPECT_EQ(!is_before && !is_behind, AreEqualWirelessTopFilters(*one, *other));
+    }
+  }
 }
 
 TEST(WirelessTopFilterTraffic, ReadsCountOrderAndFlag) {
