@@ -94,16 +94,8 @@ void ClientCountMonitor::Count(const std::string& mac, std::vector<clientcount::
 }
 
 void ClientCountMonitor::Publish() {
-  // All places are made first, with counts of 0, which nothing shows: what needs memory is done before a count changes.
-  places_.clear();
-  places_.reserve(counted_.size());
-  const std::string* mac = nullptr;
-  bool is_removed = false;
-  for (const Counted& counted : counted_) {
-    if (counted.mac != mac) is_removed = pass_devices_.IsRemoved(*counted.mac);
-    mac = counted.mac;
-    places_.push_back(is_removed ? nullptr : &CountOf(*mac, counted.ssid));
-  }
+  // All places are made first: what needs memory is done before a count changes.
+  MakePlaces();
   for (const std::string* reset : reset_) {
     const auto device = mac_ssid_map.find(*reset);
     if (device == mac_ssid_map.end()) continue;
@@ -116,13 +108,45 @@ void ClientCountMonitor::Publish() {
   counted_.clear();
 }
 
-monitoring::clientCountStruct& ClientCountMonitor::CountOf(const std::string& mac, const std::string& ssid) {
+void ClientCountMonitor::MakePlaces() {
+  places_.clear();
+  places_.reserve(counted_.size());
+  std::vector<const Counted*> made;
+  made.reserve(counted_.size());
+  const std::string* mac = nullptr;
+  bool is_removed = false;
+  try {
+    for (const Counted& counted : counted_) {
+      if (counted.mac != mac) is_removed = pass_devices_.IsRemoved(*counted.mac);
+      mac = counted.mac;
+      bool is_new = false;
+      places_.push_back(is_removed ? nullptr : &CountOf(*mac, counted.ssid, is_new));
+      if (is_new) made.push_back(&counted);
+    }
+  } catch (const std::bad_alloc&) {
+    // A pair that was never counted would keep its SSID from being forgotten with those that carry it.
+    for (const Counted* counted : made) ForgetPair(*counted->mac, counted->ssid);
+    throw;
+  }
+}
+
+void ClientCountMonitor::ForgetPair(const std::string& mac, const std::string& ssid) {
+  const auto device = mac_ssid_map.find(mac);
+  device->second.erase(ssid);
+  if (device->second.empty()) mac_ssid_map.erase(device);
+  const auto carriers = ssid_carriers_.find(ssid);
+  if (--carriers->second == 0) ssid_carriers_.erase(carriers);
+}
+
+monitoring::clientCountStruct& ClientCountMonitor::CountOf(const std::string& mac, const std::string& ssid,
+                                                           bool& is_new) {
   auto& ssids = mac_ssid_map[mac];
   auto pair = ssids.find(ssid);
   if (pair == ssids.end()) {
     std::size_t& carriers = ssid_carriers_[ssid];  // first, so that a shortage of memory leaves no pair uncounted
     pair = ssids.try_emplace(ssid).first;
     ++carriers;
+    is_new = true;
   }
   return pair->second;
 }

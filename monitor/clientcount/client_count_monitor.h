@@ -81,8 +81,13 @@ class ClientCountMonitor final : public Monitor {
   ///
   /// Fails: with `std::bad_alloc`, and then the counts are as they were.
   void Publish() VEXORA_REQUIRES(counts_lock);
-  /// The count of one SSID on one device, which is made when there is none.
-  monitoring::clientCountStruct& CountOf(const std::string& mac, const std::string& ssid) VEXORA_REQUIRES(counts_lock);
+  /// Makes the places at which the counts are published. Fails: with `std::bad_alloc`, and then there is no new pair.
+  void MakePlaces() VEXORA_REQUIRES(counts_lock);
+  /// Takes a pair out again. Needs no memory.
+  void ForgetPair(const std::string& mac, const std::string& ssid) VEXORA_REQUIRES(counts_lock);
+  /// The count of one SSID on one device, which is made when there is none; `is_new` tells then.
+  monitoring::clientCountStruct& CountOf(const std::string& mac, const std::string& ssid, bool& is_new)
+      VEXORA_REQUIRES(counts_lock);
 
   /// Gives every series of both "1m" views a sample of 0.
   void PaddedZeroCount() VEXORA_REQUIRES(counts_lock);

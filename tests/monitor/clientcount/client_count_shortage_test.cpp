@@ -46,4 +46,33 @@ TEST_F(ClientCountShortage, InACleanUpThatIsMadeAgainTakesAnSsidFromNobodyElse) 
   EXPECT_TRUE(OfSsid("Office").empty());
 }
 
+TEST_F(ClientCountShortage, LeavesNoPairThatWasNeverCounted) {
+  int failed = 0;
+  int uncounted = 0;
+  for (bool has_struck = true; has_struck; ++failed) {
+    Office(test::kLobby, 1);
+    Office(test::kAttic, 0);
+    Pass();
+    Office(test::kAttic, 1);
+    // A second new pair behind that one, at which memory may end.
+    network.AccessPoint(test::kAttic).Wifi("wlan9", "Roof", "radio9", {}).Clients("wlan9", 1);
+    {
+      const test::HeapShortage shortage(failed);
+      monitoring::WithinBoundary("ClientCountShortage", [&] { Pass(); });
+      has_struck = test::HeapShortage::HasStruck();
+    }
+    const bool is_counted = Body(test::kDevices)["current_devices_counts"].contains(test::kAttic);
+    Office(test::kAttic, 0);
+    network.AccessPoint(test::kAttic).Clients("wlan9", 0);
+    Pass();
+    monitor.Cleanup(test::kLobby);
+    if (!is_counted) {
+      ++uncounted;
+      EXPECT_TRUE(OfSsid("Office").empty()) << "after " << failed << " allocations";
+    }
+    monitor.Cleanup(test::kAttic);
+  }
+  EXPECT_GT(uncounted, 3);
+}
+
 }  // namespace
