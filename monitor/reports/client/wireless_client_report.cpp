@@ -50,6 +50,23 @@ void Prefetch(const monitoring::WirelessClientItem& row) {
   }
 }
 
+/// Drops a period that has no rows: when memory ran out before the first of them was made.
+class DropWithoutRows {
+ public:
+  DropWithoutRows(ClientReports& reports, const std::string& period) : reports_(reports), period_(period) {}
+  ~DropWithoutRows() {
+    const auto made = reports_.find(period_);
+    if (made == reports_.end()) return;
+    if (made->second.clients.empty() && made->second.guests.empty()) reports_.erase(made);
+  }
+  DropWithoutRows(const DropWithoutRows&) = delete;
+  DropWithoutRows& operator=(const DropWithoutRows&) = delete;
+
+ private:
+  ClientReports& reports_;
+  const std::string& period_;
+};
+
 bool IsType(const std::string& report_type, const char* type) {
   return strcasecmp(report_type.c_str(), type) == 0;
 }
@@ -116,6 +133,8 @@ void WirelessClientReport::RepairAfterClock(const Pass& pass) {
 void WirelessClientReport::Collectdata(const std::string& mac, Pass& pass) {
   const std::vector<Sighting> clients = client_report::ReadClients(mac);
   if (clients.empty()) return;  // before the maps are indexed: a period without rows must not exist
+  const DropWithoutRows of_day(daily_, pass.day);
+  const DropWithoutRows of_week(weekly_, pass.week);
   ClientReport& today = daily_[pass.day];
   ClientReport& this_week = weekly_[pass.week];
   // All clients of a device are looked up before the first is counted: most of a pass is waiting for memory, and the

@@ -75,4 +75,29 @@ TEST(ClientReportShortage, NothingIsCountedTwiceAndNothingIsLost) {
   EXPECT_GT(failed, 20);
 }
 
+TEST(ClientReportShortage, LeavesNoPeriodWithoutRows) {
+  int failed = 0;
+  int empty = 0;
+  probe::VirtualClock clock(kNoon);
+  const probe::ClockInstallation installation(clock);
+  for (bool has_struck = true; has_struck; ++failed) {
+    test::Network network;
+    auto access_point = network.AccessPoint("AA:AA:AA:AA:AA:01");
+    access_point.Radio("r2", WIFIBandType::k2_4GHz).Wifi("wlan0", "Office", "r2", {0, 0});
+    access_point.Configured("Office@r2", {.name = "Office"}).Clients("wlan0", 1);
+    WirelessClientReport report;
+    {
+      const HeapShortage shortage(failed);
+      monitoring::WithinBoundary("Test", [&report] { report.DataUpdate(); });
+      has_struck = HeapShortage::HasStruck();
+    }
+    const std::string day = Monitor::GetDateStr(static_cast<long>(time(nullptr)));
+    const bool has_rows = report.GetWirelessReport("daily", day).find("first_seen") != std::string::npos;
+    const std::string periods = report.GetAvailableTypePeriod();
+    EXPECT_EQ(periods != R"({ "daily": [ ], "weekly": [ ] })", has_rows) << "after " << failed << ": " << periods;
+    if (!has_rows) ++empty;
+  }
+  EXPECT_GT(empty, 5);
+}
+
 }  // namespace
