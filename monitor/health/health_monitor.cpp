@@ -95,23 +95,17 @@ void HealthMonitor::Publish(std::vector<Collected>& collected) {
   std::map<std::string, HealthStatus> added;
   const lock_guard_write held(health_lock);
   std::erase_if(collected, [this](const Collected& device) { return pass_devices_.IsRemoved(*device.mac); });
-  for (std::size_t done = 0; done < collected.size(); ++done) {
-    const std::string& mac = *collected[done].mac;
-    const auto known = health_status_map.find(mac);
-    if (known != health_status_map.end()) {
-      std::swap(known->second, collected[done].status);
-      continue;
+  for (Collected& device : collected) {
+    const auto known = health_status_map.find(*device.mac);
+    if (known == health_status_map.end()) {
+      added[*device.mac] = std::move(device.status);
+    } else {
+      device.place = &known->second;
     }
-    try {
-      added[mac] = std::move(collected[done].status);
-    } catch (const std::bad_alloc&) {
-      // Half of a pass must not be shown: what was put in is taken out again, by the same exchange.
-      for (std::size_t undone = 0; undone < done; ++undone) {
-        const auto again = health_status_map.find(*collected[undone].mac);
-        if (again != health_status_map.end()) std::swap(again->second, collected[undone].status);
-      }
-      throw;
-    }
+  }
+  // From here on nothing needs memory: half of a pass must not be shown.
+  for (Collected& device : collected) {
+    if (device.place != nullptr) std::swap(*device.place, device.status);
   }
   health_status_map.merge(added);
 }

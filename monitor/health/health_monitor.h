@@ -59,6 +59,7 @@ class HealthMonitor : public Monitor {
   struct Collected {
     const std::string* mac = nullptr;  ///< One of `pass_devices_`.
     monitoring::HealthStatus status;
+    monitoring::HealthStatus* place = nullptr;  ///< What it replaces; null for a device that is new.
   };
 
   /// Makes what a pass collected the snapshots, all of it at once.
