@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "monitor/traffic/speed_history.h"
+
 namespace monitoring::traffic {
 
 using utilities::lock::lock_guard_read;

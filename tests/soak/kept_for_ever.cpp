@@ -12,6 +12,7 @@
 #include "monitor/clientcount/client_count_fold.h"
 #include "monitor/clientcount/client_count_monitor.h"
 #include "monitor/engine/constants.h"
+#include "monitor/engine/filter.h"
 #include "monitor/engine/monitoring_manager.h"
 #include "monitor/engine/view_chain.h"
 #include "platform/topics.h"

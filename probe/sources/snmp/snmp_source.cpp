@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "probe/host/log.h"
+#include "probe/host/name_limit.h"
 #include "probe/sources/snmp/device_figures.h"
 #include "probe/sources/snmp/device_poll.h"
 #include "probe/sources/snmp/stop_event.h"

@@ -1,5 +1,6 @@
 #include "probe/sources/snmp/device_figures.h"
 #include "platform/device_records.h"
+#include "probe/host/name_limit.h"
 #include "probe/sources/snmp/device_time.h"
 #include "probe/sources/snmp/reading.h"
 #include "probe/sources/snmp/snmp_settings.h"

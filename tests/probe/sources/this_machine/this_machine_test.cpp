@@ -1,8 +1,10 @@
 #include "probe/sources/this_machine/this_machine.h"
 #include "platform/device_records.h"
 #include "probe/host/device_centre.h"
+#include "probe/host/name_limit.h"
 #include "probe/settings/settings.h"
 #include "probe/sources/this_machine/machine_reading.h"
+#include "probe/sources/this_machine/proc_texts.h"
 #include "probe/sources/this_machine/this_machine_settings.h"
 
 #include <gmock/gmock.h>
