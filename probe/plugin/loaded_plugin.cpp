@@ -6,6 +6,9 @@
 #include <stdexcept>
 #include <system_error>
 
+#include "platform/contract_version.h"
+#include "probe/plugin/contract_note.h"
+
 namespace probe {
 namespace {
 
@@ -14,6 +17,15 @@ template <typename Function>
 void Find(void* library, const std::string& path, const char* name, const char* symbol, Function& function) {
   function = reinterpret_cast<Function>(dlsym(library, symbol));
   if (function == nullptr) throw std::runtime_error(path + " is not the monitoring plug-in: it has no " + name);
+}
+
+/// Throws for a plug-in that was built for another contract than ours.
+void CheckContract(void* library, const std::string& path) {
+  const auto version = ContractVersionOf(library);
+  if (!version) throw std::runtime_error(path + " is not the monitoring plug-in: it names no version of the contract");
+  if (*version == VEXORA_CONTRACT_VERSION) return;
+  throw std::runtime_error(path + " was built for version " + std::to_string(*version) +
+                           " of the contract; this probe speaks version " + std::to_string(VEXORA_CONTRACT_VERSION));
 }
 
 }  // namespace
@@ -29,6 +41,7 @@ LoadedPlugin::LoadedPlugin(const std::string& path) {
   }
   try {
     FindEntryPoints(path);
+    CheckContract(library_, path);
   } catch (...) {
     dlclose(library_);
     throw;

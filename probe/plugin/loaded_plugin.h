@@ -15,7 +15,8 @@ namespace probe {
 /// Threads: one thread loads and unloads; the entry points as their own comments say.
 class LoadedPlugin {
  public:
-  /// Fails: throws `std::runtime_error` when the file cannot be loaded, or lacks an entry point; the text names both.
+  /// Fails: throws `std::runtime_error` when the file cannot be loaded, was built for another version of the contract
+  ///        or lacks an entry point; the text names the file and what is wrong.
   explicit LoadedPlugin(const std::string& path);
   ~LoadedPlugin();
   LoadedPlugin(const LoadedPlugin&) = delete;

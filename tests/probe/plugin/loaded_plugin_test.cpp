@@ -5,11 +5,17 @@
 #include <gtest/gtest.h>
 #include <link.h>
 
+#include <cstdint>
+#include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <map>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 
+#include "platform/contract_version.h"
+#include "probe/plugin/contract_note.h"
 #include "tests/support/taken_text.h"
 #include "tests/support/test_folder.h"
 
@@ -29,6 +35,13 @@ std::string Complaint(const std::string& path) {
   } catch (const std::runtime_error& error) {
     return error.what();
   }
+}
+
+/// A number as it lies in memory.
+std::string OctetsOf(std::uint32_t number) {
+  std::string octets(sizeof number, '\0');
+  std::memcpy(octets.data(), &number, sizeof number);
+  return octets;
 }
 
 bool IsLoaded(const std::string& path) {
@@ -98,6 +111,39 @@ TEST(LoadedPlugin, SaysWhichEntryPointAForeignLibraryLacks) {
   dlclose(library);
 
   EXPECT_EQ(Complaint(file), file + " is not the monitoring plug-in: it has no RegisterMonitors");
+}
+
+/// A copy of the plug-in whose note on the contract is another. The head of the note stays as it is.
+std::string WithNote(const test::TestFolder& folder, const std::string& note) {
+  std::ostringstream octets;
+  octets << std::ifstream(VEXORA_PLUGIN_FILE, std::ios::binary).rdbuf();
+  std::string image = octets.str();
+  const std::string known = std::string("vexora\0\0", 8) + OctetsOf(VEXORA_CONTRACT_VERSION);
+  const std::size_t place = image.find(known);  // before the debug information, which may repeat it
+  EXPECT_NE(place, std::string::npos);
+  return folder.Write("libmonitor.so", image.replace(place, known.size(), note));
+}
+
+TEST(LoadedPlugin, SaysForWhichContractAnotherWasBuilt) {
+  const test::TestFolder folder;
+  const std::string file = WithNote(folder, std::string("vexora\0\0", 8) + OctetsOf(7));
+
+  EXPECT_EQ(Complaint(file), file + " was built for version 7 of the contract; this probe speaks version 1");
+  EXPECT_FALSE(IsLoaded(file));
+}
+
+TEST(LoadedPlugin, SaysThatOneNamesNoContract) {
+  const test::TestFolder folder;
+  const std::string file = WithNote(folder, std::string("another\0", 8) + OctetsOf(VEXORA_CONTRACT_VERSION));
+
+  EXPECT_EQ(Complaint(file), file + " is not the monitoring plug-in: it names no version of the contract");
+}
+
+TEST(ContractVersion, IsThatOfTheHeaders) {
+  void* const plugin = dlopen(VEXORA_PLUGIN_FILE, RTLD_NOW);
+  ASSERT_NE(plugin, nullptr);
+  EXPECT_EQ(ContractVersionOf(plugin), VEXORA_CONTRACT_VERSION);
+  dlclose(plugin);
 }
 
 TEST(DefaultPluginPath, IsThatOfTheBuildTreeWhichIsLaidOutAsTheInstall) {
