@@ -9,7 +9,7 @@
 
 #include "probe/app/command_line.h"
 #include "probe/app/probe_app.h"
-#include "probe/app/stop_signals.h"
+#include "probe/app/service_signals.h"
 #include "probe/host/log.h"
 #include "probe/settings/settings.h"
 
@@ -34,14 +34,14 @@ int Run(const probe::CommandLine& command_line) {
   // A file that reaches the limit of the process (ulimit -f) is as a full disk: an error of write, not the end.
   std::signal(SIGXFSZ, SIG_IGN);
   // Before any thread is started: threads inherit the blocked signals.
-  probe::StopSignals stop_signals;
+  probe::ServiceSignals service_signals;
   return Guarded("vexora-probe cannot start", [&] {
     probe::Settings settings = probe::SettingsFor(command_line);
     // A core dump, and what other processes of this user may read of this one, would hold the secrets. prctl(2)
     if (!settings.server.token.empty() || !settings.server.tls_key.empty()) prctl(PR_SET_DUMPABLE, 0);
-    probe::ProbeApp app(std::move(settings), [&] { stop_signals.Interrupt(); });
+    probe::ProbeApp app(std::move(settings), [&] { service_signals.Interrupt(); });
     app.Start();
-    const char* const signal = stop_signals.Wait();
+    const char* const signal = service_signals.Wait();
     probe::log::Info("%s: stopping", signal == nullptr ? "failure" : signal);
     app.Stop();
     probe::log::Info("stopped");

@@ -8,15 +8,15 @@ namespace probe {
 ///
 /// Threads started while it lives inherit the blocked signals, so that none of them is ever interrupted: make it before
 ///          the first thread. The same thread makes it, waits and lets it go.
-class StopSignals {
+class ServiceSignals {
  public:
   /// Blocks both signals.
-  StopSignals();
+  ServiceSignals();
 
   /// Gives the thread back its former signal mask.
-  ~StopSignals();
-  StopSignals(const StopSignals&) = delete;
-  StopSignals& operator=(const StopSignals&) = delete;
+  ~ServiceSignals();
+  ServiceSignals(const ServiceSignals&) = delete;
+  ServiceSignals& operator=(const ServiceSignals&) = delete;
 
   /// Blocks until one of them comes, or has come since they were blocked, and returns its name; null after `Interrupt`.
   const char* Wait();

@@ -1,4 +1,4 @@
-#include "probe/app/stop_signals.h"
+#include "probe/app/service_signals.h"
 
 #include <poll.h>
 #include <sys/eventfd.h>
@@ -20,17 +20,17 @@ sigset_t BothSignals() {
 
 }  // namespace
 
-StopSignals::StopSignals() : interrupted_(eventfd(0, EFD_CLOEXEC)) {
+ServiceSignals::ServiceSignals() : interrupted_(eventfd(0, EFD_CLOEXEC)) {
   const sigset_t signals = BothSignals();
   pthread_sigmask(SIG_BLOCK, &signals, &former_);
 }
 
-StopSignals::~StopSignals() {
+ServiceSignals::~ServiceSignals() {
   close(interrupted_);
   pthread_sigmask(SIG_SETMASK, &former_, nullptr);
 }
 
-const char* StopSignals::Wait() {
+const char* ServiceSignals::Wait() {
   const sigset_t signals = BothSignals();
   const int arrivals = signalfd(-1, &signals, SFD_CLOEXEC);
   std::array<pollfd, 2> events{{{arrivals, POLLIN, 0}, {interrupted_, POLLIN, 0}}};
@@ -43,7 +43,7 @@ const char* StopSignals::Wait() {
   return signal.ssi_signo == SIGINT ? "SIGINT" : "SIGTERM";
 }
 
-void StopSignals::Interrupt() {
+void ServiceSignals::Interrupt() {
   eventfd_write(interrupted_, 1);
 }
 

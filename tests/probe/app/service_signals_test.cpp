@@ -1,4 +1,4 @@
-#include "probe/app/stop_signals.h"
+#include "probe/app/service_signals.h"
 
 #include <gtest/gtest.h>
 #include <pthread.h>
@@ -15,25 +15,25 @@ bool IsBlocked(int signal) {
   return sigismember(&mask, signal) == 1;
 }
 
-TEST(StopSignals, AreKeptUntilSomebodyWaitsForThem) {
-  StopSignals signals;
+TEST(ServiceSignals, AreKeptUntilSomebodyWaitsForThem) {
+  ServiceSignals signals;
 
   kill(getpid(), SIGTERM);
 
   EXPECT_STREQ(signals.Wait(), "SIGTERM");
 }
 
-TEST(StopSignals, AreToldApart) {
-  StopSignals signals;
+TEST(ServiceSignals, AreToldApart) {
+  ServiceSignals signals;
 
   kill(getpid(), SIGINT);
 
   EXPECT_STREQ(signals.Wait(), "SIGINT");
 }
 
-TEST(StopSignals, AreBlockedForAsLongAsTheObjectLives) {
+TEST(ServiceSignals, AreBlockedForAsLongAsTheObjectLives) {
   {
-    const StopSignals signals;
+    const ServiceSignals signals;
     EXPECT_TRUE(IsBlocked(SIGINT));
     EXPECT_TRUE(IsBlocked(SIGTERM));
   }
