@@ -3,12 +3,15 @@
 #include <csignal>
 #include <cstdio>
 #include <exception>
+#include <memory>
 #include <string>
 #include <utility>
 #include <variant>
 
 #include "probe/app/command_line.h"
+#include "probe/app/engine_watchdog.h"
 #include "probe/app/probe_app.h"
+#include "probe/app/service_manager.h"
 #include "probe/app/service_signals.h"
 #include "probe/host/log.h"
 #include "probe/settings/settings.h"
@@ -29,6 +32,14 @@ int Guarded(const char* prefix, const Function& run) {
   }
 }
 
+/// What answers to the service manager for the engine; null: it does not ask.
+std::unique_ptr<probe::EngineWatchdog> WatchdogFor(const probe::ProbeApp& app) {
+  const auto interval = probe::WatchdogInterval();
+  if (!interval) return nullptr;
+  return std::make_unique<probe::EngineWatchdog>(
+      *interval, [&app] { return app.EngineProgress(); }, [] { probe::TellServiceManager("WATCHDOG=1"); });
+}
+
 /// Runs the probe until somebody stops it. Returns the exit code.
 int Run(const probe::CommandLine& command_line) {
   // A file that reaches the limit of the process (ulimit -f) is as a full disk: an error of write, not the end.
@@ -41,7 +52,13 @@ int Run(const probe::CommandLine& command_line) {
     if (!settings.server.token.empty() || !settings.server.tls_key.empty()) prctl(PR_SET_DUMPABLE, 0);
     probe::ProbeApp app(std::move(settings), [&] { service_signals.Interrupt(); });
     app.Start();
-    const char* const signal = service_signals.Wait();
+    const char* signal = nullptr;
+    {
+      const auto watchdog = WatchdogFor(app);
+      probe::TellServiceManager("READY=1");
+      signal = service_signals.Wait();
+    }
+    probe::TellServiceManager("STOPPING=1");
     probe::log::Info("%s: stopping", signal == nullptr ? "failure" : signal);
     app.Stop();
     probe::log::Info("stopped");

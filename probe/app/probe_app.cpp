@@ -332,6 +332,12 @@ HistoryStatus ProbeApp::History() const {
   return status;
 }
 
+double ProbeApp::EngineProgress() const {
+  // In replayed time the engine does not sleep on the timer's clock.
+  const double replayed = warm_start_ ? warm_start_->progress().share : 0;
+  return static_cast<double>(pass_timer_->steps()) + replayed;
+}
+
 std::string ProbeApp::UrlOf(const std::string& scheme, const std::string& address) const {
   return scheme + (settings_.server.tls_certificate.empty() ? "" : "s") + "://" + UrlHost(address) + ":" +
          std::to_string(server_->port());

@@ -53,6 +53,11 @@ class ProbeApp {
   /// before it stops. Does nothing when nothing runs.
   void Stop();
 
+  /// A number that changes with each step of the engine, those of the journal's replay included.
+  ///
+  /// Threads: any, between start and stop.
+  double EngineProgress() const;
+
  private:
   void StartClock();
   void StartScaledClock();

@@ -5,23 +5,31 @@
 #include <sys/signalfd.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
+#include <csignal>
+#include <cstdint>
 
 namespace probe {
 namespace {
 
-sigset_t BothSignals() {
+struct NamedSignal {
+  int number;
+  const char* name;
+};
+constexpr std::array<NamedSignal, 3> kSignals{{{SIGINT, "SIGINT"}, {SIGTERM, "SIGTERM"}, {SIGHUP, "SIGHUP"}}};
+
+sigset_t SignalSet() {
   sigset_t signals;
   sigemptyset(&signals);
-  sigaddset(&signals, SIGINT);
-  sigaddset(&signals, SIGTERM);
+  for (const NamedSignal& signal : kSignals) sigaddset(&signals, signal.number);
   return signals;
 }
 
 }  // namespace
 
 ServiceSignals::ServiceSignals() : interrupted_(eventfd(0, EFD_CLOEXEC)) {
-  const sigset_t signals = BothSignals();
+  const sigset_t signals = SignalSet();
   pthread_sigmask(SIG_BLOCK, &signals, &former_);
 }
 
@@ -31,7 +39,7 @@ ServiceSignals::~ServiceSignals() {
 }
 
 const char* ServiceSignals::Wait() {
-  const sigset_t signals = BothSignals();
+  const sigset_t signals = SignalSet();
   const int arrivals = signalfd(-1, &signals, SFD_CLOEXEC);
   std::array<pollfd, 2> events{{{arrivals, POLLIN, 0}, {interrupted_, POLLIN, 0}}};
   while (poll(events.data(), events.size(), -1) < 0) continue;  // another signal's handler ran
@@ -40,7 +48,10 @@ const char* ServiceSignals::Wait() {
   const bool is_signal = events[0].revents != 0 && read(arrivals, &signal, sizeof signal) == sizeof signal;
   close(arrivals);
   if (!is_signal) return nullptr;
-  return signal.ssi_signo == SIGINT ? "SIGINT" : "SIGTERM";
+  const auto* const found = std::find_if(kSignals.begin(), kSignals.end(), [&](const NamedSignal& one) {
+    return static_cast<std::uint32_t>(one.number) == signal.ssi_signo;
+  });
+  return found->name;
 }
 
 void ServiceSignals::Interrupt() {

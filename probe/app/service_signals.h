@@ -4,13 +4,14 @@
 
 namespace probe {
 
-/// The two signals that stop the probe, SIGINT and SIGTERM, taken one at a time and by one thread only.
+/// The signals by which people and service managers steer the probe, SIGINT, SIGTERM and SIGHUP, taken one at a time
+/// and by one thread only.
 ///
 /// Threads started while it lives inherit the blocked signals, so that none of them is ever interrupted: make it before
 ///          the first thread. The same thread makes it, waits and lets it go.
 class ServiceSignals {
  public:
-  /// Blocks both signals.
+  /// Blocks them.
   ServiceSignals();
 
   /// Gives the thread back its former signal mask.

@@ -8,7 +8,9 @@ namespace probe {
 unsigned PassTimer::Sleep(unsigned seconds) {
   const Wall::time_point asleep = Wall::now();
   EndPass(asleep);
+  ++steps_;
   const unsigned left = clock_.Sleep(seconds);
+  ++steps_;
   const Wall::time_point woken = Wall::now();
   const auto wanted = std::chrono::duration_cast<Wall::duration>(std::chrono::seconds(seconds)) / speed_;
   const lock_guard held(lock_);

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <atomic>
 #include <chrono>
+#include <cstdint>
 #include <deque>
 #include <optional>
 
@@ -32,6 +34,9 @@ class PassTimer final : public Clock {
   timeval Now() override { return clock_.Now(); }
   unsigned Sleep(unsigned seconds) override VEXORA_EXCLUDES(lock_);
 
+  /// Grows when a pass begins and when one ends. Threads: any.
+  std::uint64_t steps() const { return steps_.load(std::memory_order_relaxed); }
+
   /// The last pass that is over; nothing: there is none yet.
   std::optional<PassTiming> last() const VEXORA_EXCLUDES(lock_);
 
@@ -45,6 +50,7 @@ class PassTimer final : public Clock {
 
   const unsigned speed_;
   Clock& clock_;
+  std::atomic<std::uint64_t> steps_{0};
   mutable utilities::lock::Mutex lock_;  // leaf
   std::deque<PassTiming> passes_ VEXORA_GUARDED_BY(lock_);
   std::optional<Wall::time_point> begun_ VEXORA_GUARDED_BY(lock_);  // the pass that runs

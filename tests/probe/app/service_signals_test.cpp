@@ -27,8 +27,9 @@ TEST(ServiceSignals, AreToldApart) {
   ServiceSignals signals;
 
   kill(getpid(), SIGINT);
-
   EXPECT_STREQ(signals.Wait(), "SIGINT");
+  kill(getpid(), SIGHUP);
+  EXPECT_STREQ(signals.Wait(), "SIGHUP");
 }
 
 TEST(ServiceSignals, AreBlockedForAsLongAsTheObjectLives) {
@@ -36,9 +37,11 @@ TEST(ServiceSignals, AreBlockedForAsLongAsTheObjectLives) {
     const ServiceSignals signals;
     EXPECT_TRUE(IsBlocked(SIGINT));
     EXPECT_TRUE(IsBlocked(SIGTERM));
+    EXPECT_TRUE(IsBlocked(SIGHUP));
   }
   EXPECT_FALSE(IsBlocked(SIGINT));
   EXPECT_FALSE(IsBlocked(SIGTERM));
+  EXPECT_FALSE(IsBlocked(SIGHUP));
 }
 
 }  // namespace
