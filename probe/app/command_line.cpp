@@ -16,6 +16,7 @@
 #include "probe/settings/setting_keys.h"
 #include "probe/sources/simulated/simulated_settings.h"
 #include "probe/sources/snmp/profile_catalogue.h"
+#include "probe/version/version.h"
 
 namespace probe {
 namespace {
@@ -115,7 +116,7 @@ void Describe(CLI::App& app, CommandLine& result) {
   app.add_option("--clients", result.clients, "Wireless clients of the simulated network")
       ->type_name("N")
       ->check(CLI::Range(0, SimulatedSettings::kMaxClients));
-  app.set_version_flag("--version", "vexora-probe " VEXORA_VERSION, "Print the version and exit");
+  app.set_version_flag("--version", std::string("vexora-probe ") + kVersionText, "Print the version and exit");
   app.set_help_flag("-h,--help", "Print this text and exit");
   app.footer(Footer());
 }

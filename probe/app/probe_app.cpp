@@ -29,6 +29,7 @@
 #include "probe/sources/snmp/snmp_settings.h"
 #include "probe/text/nearest_word.h"
 #include "probe/text/url_host.h"
+#include "probe/version/version.h"
 
 namespace probe {
 namespace {
@@ -104,7 +105,7 @@ time_t NextWorkdayMorning(time_t now) {
 
 /// The head of the first segment of this run. Says in the log when the time zone is another than in the last.
 journal::SegmentHead HeadOfRun(const std::vector<journal::Segment>& segments) {
-  journal::SegmentHead head{InstalledClock().Now().tv_sec, true, "", VEXORA_VERSION};
+  journal::SegmentHead head{InstalledClock().Now().tv_sec, true, "", kVersion};
   try {
     head.timezone = recording::LocalTimezoneName();
   } catch (const std::runtime_error& error) {
@@ -130,7 +131,7 @@ ProbeApp::~ProbeApp() {
 void ProbeApp::Start() {
   log::SetLevel(settings_.log_level);
   log::LimitPlugin(kPluginLines);
-  log::Info("vexora-probe %s starts", VEXORA_VERSION);
+  log::Info("vexora-probe %s starts", kVersionText);
   try {
     // The journal before the clock, which goes on where it ends; the clock before the sources, which read it; what
     // writes passes down before the engine, whose first sleep it is to see.
@@ -271,7 +272,7 @@ void ProbeApp::StartServer() {
   // Stopped before it is destroyed, and the server before that: requests find it for as long as they come.
   if (snmp_) polls = [this] { return snmp_->Statuses(); };
   api_ = std::make_unique<HttpApi>(
-      ProbeFacts{VEXORA_VERSION, settings_.speed, ZoneName()}, CallsOf(*plugin_), DeviceCentre::Instance(), latest_,
+      ProbeFacts{kVersion, settings_.speed, ZoneName()}, CallsOf(*plugin_), DeviceCentre::Instance(), latest_,
       PageFiles(folder), polls, [this] { return History(); },
       [this] {
         return PassStatus{pass_timer_->last(), pass_timer_->worst()};

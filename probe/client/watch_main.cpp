@@ -1,16 +1,20 @@
 // probe-watch: subscribes to a topic of a probe and prints what comes, one message a line.
 
 #include <CLI/CLI.hpp>
+#include <chrono>
 #include <csignal>
 #include <cstddef>
+#include <fstream>
 #include <iostream>
 #include <nlohmann/json.hpp>
 #include <string>
+#include <thread>
 
 #include "probe/client/url.h"
 #include "probe/client/websocket_client.h"
 #include "probe/text/json_text.h"
 #include "probe/text/utf8.h"
+#include "probe/version/version.h"
 
 namespace {
 
@@ -18,49 +22,73 @@ volatile std::sig_atomic_t interrupted = 0;
 
 // How soon an interrupt is noticed.
 constexpr std::chrono::milliseconds kPatience{200};
+constexpr std::chrono::seconds kRetry{1};
+
+constexpr int kUnusable = 2;  // exit code: a command line that cannot be used
 
 /// What somebody typed after `probe-watch`.
 struct WatchOptions {
   std::string url = "ws://127.0.0.1:8765";
   std::string token;
+  std::string token_file;
   std::string certificate;
   std::string topic;
   std::string request = R"([{"sid":"watch","filter":{}}])";
   std::size_t count = 0;  ///< 0: until interrupted.
+  bool is_retrying = false;
 };
 
 void AddOptions(CLI::App& app, WatchOptions& options) {
   app.add_option("--url", options.url, "Where the probe is")->capture_default_str();
-  app.add_option("--token", options.token, "Token of the probe");
+  auto* token =
+      app.add_option("--token", options.token, "Token of the probe. Who lists the machine's programs can read it")
+          ->envname("VEXORA_TOKEN");
+  app.add_option("--token-file", options.token_file, "File whose first line is the token")
+      ->type_name("FILE")
+      ->check(CLI::ExistingFile)
+      ->excludes(token);
   app.add_option("--certificate", options.certificate, "PEM file of the probe's certificate, for wss");
   app.add_option("--count", options.count, "End after so many messages; 0: go on until interrupted")
       ->capture_default_str();
+  app.add_flag("--retry", options.is_retrying,
+               "Connect again, a second later, when the probe is not there or has gone");
+  app.set_version_flag("--version", std::string("probe-watch ") + probe::kVersionText, "Print the version and exit");
   app.add_option("TOPIC", options.topic, "Topic to subscribe to, such as TrafficMonitor")->required();
   app.add_option("REQUEST-JSON", options.request, "Array of what to subscribe to")->capture_default_str();
 }
 
-/// Prints messages; true when all went as it should.
-///
-/// Names in what a probe sends come from the air, and may hold control characters: none of them reaches the terminal.
-bool Watch(const WatchOptions& options) {
+/// How to connect. Fails: throws `probe::ClientError` for what is no URL.
+probe::ClientOptions ConnectionOf(const WatchOptions& options) {
   probe::ClientOptions connection = probe::OptionsFromUrl(options.url);
   connection.trusted_certificate = options.certificate;
-  if (!options.token.empty()) connection.headers["Authorization"] = "Bearer " + options.token;
+  std::string token = options.token;
+  if (!options.token_file.empty()) std::getline(std::ifstream(options.token_file), token);
+  if (!token.empty()) connection.headers["Authorization"] = "Bearer " + token;
+  return connection;
+}
+
+/// How a connection ended.
+enum class Ending { kDone, kClosed, kRefused };
+
+/// Prints messages until there were `count` in all.
+///
+/// Names in what a probe sends come from the air, and may hold control characters: none of them reaches the terminal.
+/// Fails: throws `probe::ClientError` when there is no connection, or it breaks.
+Ending Watch(const probe::ClientOptions& connection, const WatchOptions& options, std::size_t& messages) {
   probe::WebsocketClient client(connection);
   client.SendText(R"({"subscribe":{"topic":)" + probe::Dump(nlohmann::json(options.topic)) + R"(,"request":)" +
                   options.request + "}}");
-  std::size_t messages = 0;
   while (interrupted == 0 && (options.count == 0 || messages < options.count)) {
     const auto text = client.Receive(kPatience);
     if (const auto reason = client.close_reason()) {
       std::cerr << "the probe closed the connection: " << reason->code << " " << probe::PrintableLine(reason->text)
                 << "\n";
-      return false;
+      return Ending::kClosed;
     }
     if (!text) continue;
     if (text->rfind(R"({"error":)", 0) == 0) {
       std::cerr << probe::PrintableJson(*text) << "\n";
-      return false;
+      return Ending::kRefused;
     }
     if (text->rfind(R"({"subscribed":)", 0) == 0) continue;
     // Flushed each time: who reads from a pipe wants a message when it comes.
@@ -68,7 +96,25 @@ bool Watch(const WatchOptions& options) {
     ++messages;
   }
   client.Close();
-  return true;
+  return Ending::kDone;
+}
+
+/// Prints messages; with `--retry` over as many connections as it takes.
+bool WatchOn(const WatchOptions& options) {
+  const probe::ClientOptions connection = ConnectionOf(options);
+  std::size_t messages = 0;
+  for (;;) {
+    try {
+      const Ending ending = Watch(connection, options, messages);
+      if (ending != Ending::kClosed || !options.is_retrying) return ending == Ending::kDone;
+    } catch (const probe::ClientError& failure) {
+      const bool is_refused = failure.http_status() != 0;  // and would be again
+      if (is_refused || !options.is_retrying) throw;
+      std::cerr << probe::PrintableLine(failure.what()) << "\n";
+    }
+    if (interrupted != 0) return true;
+    std::this_thread::sleep_for(kRetry);
+  }
 }
 
 }  // namespace
@@ -78,11 +124,15 @@ int main(int argc, char** argv) {
     CLI::App app("Subscribes to a topic of a probe and prints each message as one line.", "probe-watch");
     WatchOptions options;
     AddOptions(app, options);
-    CLI11_PARSE(app, argc, argv);
+    try {
+      app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+      return app.exit(error) == 0 ? 0 : kUnusable;
+    }
     // The handlers only leave a note, so that the connection is closed as the protocol has it.
     std::signal(SIGINT, [](int) { interrupted = 1; });
     std::signal(SIGTERM, [](int) { interrupted = 1; });
-    return Watch(options) ? 0 : 1;
+    return WatchOn(options) ? 0 : 1;
   } catch (const std::exception& failure) {
     std::cerr << "probe-watch: " << probe::PrintableLine(failure.what()) << "\n";
     return 1;

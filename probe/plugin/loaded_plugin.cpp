@@ -7,7 +7,7 @@
 #include <system_error>
 
 #include "platform/contract_version.h"
-#include "probe/plugin/contract_note.h"
+#include "probe/plugin/loaded_contract.h"
 
 namespace probe {
 namespace {

@@ -16,6 +16,7 @@
 #include "probe/recording/recording_line.h"
 #include "probe/replay/replay_host.h"
 #include "probe/replay/replay_output.h"
+#include "probe/version/version.h"
 
 namespace {
 
@@ -103,6 +104,7 @@ int main(int argc, char** argv) try {
       ->check(CLI::IsMember({"error", "info", "debug"}));
   app.add_flag("--timing", arguments.wants_timing, "At the end, print what the passes cost");
   app.add_option("RECORDING", arguments.recording, "A file of JSON Lines, or - for standard input")->required();
+  app.set_version_flag("--version", std::string("probe-replay ") + probe::kVersionText, "Print the version and exit");
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

@@ -68,7 +68,7 @@ TEST_F(ProbeAppTest, SaysWhatRunsAndWhereToLook) {
   app.Start();
 
   const std::string mac = DeviceCentre::Instance().GetOnlineManagedDevices(true).at(0);
-  EXPECT_THAT(Lines(), Contains(::testing::MatchesRegex("vexora-probe [0-9.]+ starts")));
+  EXPECT_THAT(Lines(), Contains(::testing::MatchesRegex("vexora-probe [0-9.]+( .commit [0-9a-f]+.)? starts")));
   EXPECT_THAT(Lines(), Contains(std::string("plug-in ") + VEXORA_PLUGIN_FILE));
   EXPECT_THAT(Lines(), Contains(HasSubstr("device " + mac + ": ")));
   EXPECT_THAT(Lines(), Contains(::testing::MatchesRegex("listening on ws://127.0.0.1:[0-9]+")));

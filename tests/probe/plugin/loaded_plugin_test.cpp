@@ -15,7 +15,7 @@
 #include <string>
 
 #include "platform/contract_version.h"
-#include "probe/plugin/contract_note.h"
+#include "probe/plugin/loaded_contract.h"
 #include "tests/support/taken_text.h"
 #include "tests/support/test_folder.h"
 

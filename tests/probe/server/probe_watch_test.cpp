@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "tests/probe/server/served.h"
+#include "tests/support/test_folder.h"
 
 namespace {
 
@@ -57,6 +58,43 @@ TEST_F(ProbeWatchTest, SaysWhyItWasRefused) {
   const Outcome unknown_topic = Run(Command("--token secret Weather"));
   EXPECT_THAT(unknown_topic.text, HasSubstr("unknown_topic"));
   EXPECT_EQ(unknown_topic.status, 1);
+}
+
+TEST_F(ProbeWatchTest, TakesTheTokenFromAFileOrTheEnvironment) {
+  settings.token = "secret";
+  Serve();
+  const test::TestFolder folder;
+  const std::string file = folder.Write("token", "secret\n");
+  for (const std::string& command :
+       {Command("--token-file " + file + " Weather"), "VEXORA_TOKEN=secret " + Command("Weather")}) {
+    EXPECT_THAT(Run(command).text, HasSubstr("unknown_topic")) << command;
+  }
+  EXPECT_EQ(Run(Command("--token-file /no/such/file Topic")).status, 2);
+}
+
+TEST_F(ProbeWatchTest, ConnectsAgainWhenItShallAndTheProbeIsBack) {
+  Serve();
+  Outcome outcome;
+  std::thread watch([&, command = Command("--retry --count 2 Topic")] { outcome = Run(command); });
+  EXPECT_TRUE(test::Eventually([&] { return Handles("watch").size() == 1; }));
+  Push(Handles("watch").front(), test::Envelope("watch", 1));
+  EXPECT_TRUE(test::Eventually([&] { return server->queued_octets() == 0; }));
+  settings.port = server->port();
+  server->Stop();
+  Serve();
+  EXPECT_TRUE(test::Eventually([&] { return Handles("watch").size() == 1; }));
+  Push(Handles("watch").front(), test::Envelope("watch", 2));
+  watch.join();
+  EXPECT_THAT(outcome.text, ::testing::EndsWith(test::Envelope("watch", 2) + "\n"));
+  EXPECT_EQ(outcome.status, 0);
+}
+
+TEST_F(ProbeWatchTest, DoesNotAskAgainWhatWasRefused) {
+  settings.token = "secret";
+  Serve();
+  EXPECT_EQ(Run(Command("--retry Topic")).status, 1);
+  EXPECT_EQ(Run(Command("--retry --token secret Weather")).status, 1);
+  EXPECT_EQ(Run(PROBE_WATCH " --retry --url http://127.0.0.1 Topic").status, 1);
 }
 
 TEST_F(ProbeWatchTest, EndsWithAnErrorWhenTheProbeStops) {

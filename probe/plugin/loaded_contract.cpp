@@ -1,4 +1,4 @@
-#include "probe/plugin/contract_note.h"
+#include "probe/plugin/loaded_contract.h"
 
 #include <dlfcn.h>
 #include <elf.h>
