@@ -30,8 +30,9 @@ cd /
 # Nothing but what is meant for the one who installs.
 strays=$(find "$prefix" -type f -printf '%P\n' |
   sed -E '\#^bin/(vexora-probe|probe-watch|probe-replay)$#d
-    \#^lib[^/]*(/[^/]+-linux-[^/]+)?/vexora/probe/libmonitor\.so$#d
+    \#^lib/vexora/probe/libmonitor\.so$#d
     \#^include/vexora/(platform/([a-z]+/)?[a-z_]+\.h|monitor/engine/entry_points\.h)$#d
+    \#^lib[^/]*(/[^/]+-linux-[^/]+)?/(cmake/vexora-monitor/vexora-monitor-config(-version)?\.cmake|pkgconfig/vexora-monitor\.pc)$#d
     \#^share/vexora/dashboard/(assets/)?[^/]+$#d
     \#^share/vexora/profiles/[a-z_]+\.toml$#d
     \#^share/doc/vexora-probe/examples/probe\.toml$#d')
