@@ -102,9 +102,8 @@ HttpAnswer DevicesAnswer(DeviceCentre& centre, const PollStatuses& polls) {
   for (const std::string& mac : centre.GetOnlineManagedDevices(false))
     if (const auto device = centre.Snapshot(mac)) devices.push_back(DeviceTree(mac, *device, centre.Absences(mac)));
   ordered_json answer{{"devices", std::move(devices)}};
-  if (polls) {
-    answer["polls"] = ordered_json::array();
-    for (const snmp::DeviceStatus& status : polls()) answer["polls"].push_back(PollTree(status));
+  for (const snmp::DeviceStatus& status : polls ? polls() : std::vector<snmp::DeviceStatus>()) {
+    answer["polls"].push_back(PollTree(status));
   }
   return JsonAnswer(Dump(answer), Caching::kRevalidate);
 }

@@ -4,7 +4,9 @@
 #include <cstdio>
 #include <exception>
 #include <memory>
+#include <sstream>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <variant>
 
@@ -40,6 +42,21 @@ std::unique_ptr<probe::EngineWatchdog> WatchdogFor(const probe::ProbeApp& app) {
       *interval, [&app] { return app.EngineProgress(); }, [] { probe::TellServiceManager("WATCHDOG=1"); });
 }
 
+/// Has the probe read its configuration anew. One that cannot be used is reported, and the former stays.
+void Reload(probe::ProbeApp& app, const probe::CommandLine& command_line) {
+  const probe::ReloadNotice notice;
+  probe::log::Info("SIGHUP: reading the configuration anew");
+  try {
+    app.Reload(probe::SettingsFor(command_line));
+    probe::log::Info("the configuration has been taken over");
+  } catch (const std::exception& error) {
+    std::istringstream lines(error.what());
+    for (std::string line; std::getline(lines, line);) {
+      probe::log::Error("the configuration stays as it was: %s", line.c_str());
+    }
+  }
+}
+
 /// Runs the probe until somebody stops it. Returns the exit code.
 int Run(const probe::CommandLine& command_line) {
   // A file that reaches the limit of the process (ulimit -f) is as a full disk: an error of write, not the end.
@@ -56,7 +73,9 @@ int Run(const probe::CommandLine& command_line) {
     {
       const auto watchdog = WatchdogFor(app);
       probe::TellServiceManager("READY=1");
-      signal = service_signals.Wait();
+      while ((signal = service_signals.Wait()) != nullptr && std::string_view(signal) == "SIGHUP") {
+        Reload(app, command_line);
+      }
     }
     probe::TellServiceManager("STOPPING=1");
     probe::log::Info("%s: stopping", signal == nullptr ? "failure" : signal);

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <ctime>
+#include <filesystem>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -25,6 +26,7 @@
 #include "probe/journal/segment_format.h"
 #include "probe/recording/timezone_name.h"
 #include "probe/server/http/http_message.h"
+#include "probe/settings/setting_keys.h"
 #include "probe/sources/snmp/profile.h"
 #include "probe/sources/snmp/snmp_settings.h"
 #include "probe/text/nearest_word.h"
@@ -66,17 +68,22 @@ PluginCalls CallsOf(const LoadedPlugin& plugin) {
   return calls;
 }
 
-/// Throws `SettingsError` for devices whose profile does not exist.
-void CheckProfiles(const snmp::SnmpSettings& settings, const snmp::ProfileCatalogue& catalogue) {
+/// The profiles that there are, none where no device needs one. Throws `SettingsError` for devices whose profile does
+/// not exist, and `ProfileError` for profiles that are wrong.
+std::unique_ptr<snmp::ProfileCatalogue> ProfilesFor(const snmp::SnmpSettings& settings) {
+  using Folders = std::vector<std::filesystem::path>;
+  auto catalogue =
+      std::make_unique<snmp::ProfileCatalogue>(settings.devices.empty() ? Folders() : snmp::ProfileFolders());
   std::vector<std::string> names;
-  for (const snmp::Profile& profile : catalogue.profiles()) names.push_back(profile.name);
+  for (const snmp::Profile& profile : catalogue->profiles()) names.push_back(profile.name);
   std::string text;
   for (const snmp::DeviceSettings& device : settings.devices) {
-    if (device.profile.empty() || catalogue.Find(device.profile) != nullptr) continue;
+    if (device.profile.empty() || catalogue->Find(device.profile) != nullptr) continue;
     text += (text.empty() ? "" : "\n") + device.defined_at + ": " + kSnmpDevices + ".profile: there is no profile \"" +
             device.profile + "\"" + DidYouMean(device.profile, names);
   }
   if (!text.empty()) throw SettingsError(text);
+  return catalogue;
 }
 
 /// The name of the local time zone; empty when it has none.
@@ -182,16 +189,44 @@ void ProbeApp::StartSources() {
     log::Info("a simulated network of %zu devices and %zu wireless clients", simulated_->network().DeviceMacs().size(),
               simulated_->network().clients());
   }
-  if (!settings_.snmp.devices.empty()) StartSnmp();
-  if (!this_machine_ && !simulated_ && !snmp_) log::Info("no source is enabled: there will be no devices");
+  StartSnmp();
+  if (!this_machine_ && !simulated_ && settings_.snmp.devices.empty())
+    log::Info("no source is enabled: there will be no devices");
 }
 
 void ProbeApp::StartSnmp() {
-  profiles_ = std::make_unique<snmp::ProfileCatalogue>(snmp::ProfileFolders());
-  CheckProfiles(settings_.snmp, *profiles_);
+  profiles_ = ProfilesFor(settings_.snmp);
   snmp_ = std::make_unique<snmp::SnmpSource>(DeviceCentre::Instance(), settings_.snmp, *profiles_);
   snmp_->Start();
-  log::Info("%zu devices are asked by SNMP", settings_.snmp.devices.size());
+  if (!settings_.snmp.devices.empty()) log::Info("%zu devices are asked by SNMP", settings_.snmp.devices.size());
+}
+
+void ProbeApp::Reload(const Settings& settings) {
+  // Whatever can be wrong is looked at first.
+  auto profiles = ProfilesFor(settings.snmp);
+  log::SetLevel(settings.log_level);
+  ReloadSnmp(settings.snmp, std::move(profiles));
+  TellWhatWaits(settings);
+  settings_ = settings;
+}
+
+void ProbeApp::ReloadSnmp(const snmp::SnmpSettings& settings, std::unique_ptr<snmp::ProfileCatalogue> profiles) {
+  const std::vector<std::string> gone = snmp_->Replace(settings, *profiles);
+  profiles_ = std::move(profiles);  // behind the polls that used the former
+  for (const std::string& mac : gone) {
+    log::Info("device %s is no longer in the configuration: it is shown no longer", mac.c_str());
+    // Not as a clean-up that the journal hears of: it keeps what it has of the device.
+    CallMemoryCleanup(mac);
+    if (recorder_) recorder_->OnCleanUp(mac);
+  }
+  log::Info("%zu devices are asked by SNMP", settings.devices.size());
+}
+
+void ProbeApp::TellWhatWaits(const Settings& settings) const {
+  for (const SettingKey& key : SettingKeys()) {
+    if (TakesEffectAtReload(key) || key.read(settings) == key.read(settings_)) continue;
+    log::Info("%s has changed, and takes effect at the next start", key.Path().c_str());
+  }
 }
 
 void ProbeApp::StartRecording() {
@@ -240,8 +275,8 @@ void ProbeApp::AwaitRemovedDevices() {
 
 bool ProbeApp::AreAllDevicesKnown() const {
   // While everything stops there is nothing to be told any more; without a source nothing can be.
-  if (!plugin_ || (!this_machine_ && !simulated_ && !snmp_)) return false;
-  return (!this_machine_ || !this_machine_->mac().empty()) && (!snmp_ || snmp_->KnowsAllIds());
+  if (!plugin_ || (!this_machine_ && !simulated_ && snmp_->Statuses().empty())) return false;
+  return (!this_machine_ || !this_machine_->mac().empty()) && snmp_->KnowsAllIds();
 }
 
 void ProbeApp::StartWarmStart(const std::string& folder) {
@@ -268,9 +303,8 @@ void ProbeApp::StartPlugin() {
 
 void ProbeApp::StartServer() {
   const std::string folder = settings_.server.dashboard.empty() ? DefaultPageFolder() : settings_.server.dashboard;
-  PollStatuses polls;
   // Stopped before it is destroyed, and the server before that: requests find it for as long as they come.
-  if (snmp_) polls = [this] { return snmp_->Statuses(); };
+  const PollStatuses polls = [this] { return snmp_->Statuses(); };
   api_ = std::make_unique<HttpApi>(
       ProbeFacts{kVersion, settings_.speed, ZoneName()}, CallsOf(*plugin_), DeviceCentre::Instance(), latest_,
       PageFiles(folder), polls, [this] { return History(); },
@@ -301,7 +335,7 @@ void ProbeApp::BeginReplay() {
       [this, begun](const LastSnapshots& last) {
         // Before the engine's next pass, which compares their counters with the journal's.
         if (simulated_) simulated_->ContinueFrom(last);
-        if (snmp_) snmp_->ContinueFrom(last);
+        snmp_->ContinueFrom(last);
         const auto now = std::chrono::steady_clock::now();
         ready_since_.store(now.time_since_epoch().count());
         pass_times_.BeginRun();

@@ -53,6 +53,13 @@ class ProbeApp {
   /// before it stops. Does nothing when nothing runs.
   void Stop();
 
+  /// Takes other settings over, all or nothing: the level of the log, token, certificate, hosts and origins of the
+  /// server, and the devices that are asked by SNMP. Says in the log which others were changed; those wait for the next
+  /// start.
+  ///
+  /// Threads: the one that started it. Fails: throws `std::runtime_error` whose text says what cannot be taken over.
+  void Reload(const Settings& settings);
+
   /// A number that changes with each step of the engine, those of the journal's replay included.
   ///
   /// Threads: any, between start and stop.
@@ -67,6 +74,8 @@ class ProbeApp {
   void StartWarmStart(const std::string& folder);
   void StartSources();
   void StartSnmp();
+  void ReloadSnmp(const snmp::SnmpSettings& settings, std::unique_ptr<snmp::ProfileCatalogue> profiles);
+  void TellWhatWaits(const Settings& settings) const;
   void StartPassClock();
   void AwaitRemovedDevices();
   bool AreAllDevicesKnown() const;
@@ -81,7 +90,7 @@ class ProbeApp {
   /// "ws://127.0.0.1:8765", "wss://[::1]:8765"; `scheme` without the "s" of TLS.
   std::string UrlOf(const std::string& scheme, const std::string& address) const;
 
-  const Settings settings_;
+  Settings settings_;
   const std::function<void()> on_failure_;
   std::unique_ptr<ScaledClock> clock_;  // null at the true pace
   std::unique_ptr<ClockInstallation> clock_installation_;
@@ -98,8 +107,8 @@ class ProbeApp {
   PassTimes pass_times_;
   std::unique_ptr<ThisMachine> this_machine_;
   std::unique_ptr<SimulatedSource> simulated_;
-  std::unique_ptr<snmp::ProfileCatalogue> profiles_;  // null without devices that answer SNMP, like the next
-  std::unique_ptr<snmp::SnmpSource> snmp_;
+  std::unique_ptr<snmp::ProfileCatalogue> profiles_;
+  std::unique_ptr<snmp::SnmpSource> snmp_;  // without devices, if none answer SNMP
   std::unique_ptr<LoadedPlugin> plugin_;
   LatestMessages latest_;
   std::unique_ptr<HttpApi> api_;

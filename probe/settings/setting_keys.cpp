@@ -303,6 +303,15 @@ struct Written {
 
 }  // namespace
 
+bool TakesEffectAtReload(const SettingKey& key) {
+  const std::string path = key.Path();
+  for (const char* const one : {"logging.level", "server.token", "server.token_file", "server.tls_certificate",
+                                "server.tls_key", "server.allowed_hosts", "server.allowed_origins"}) {
+    if (path == one) return true;
+  }
+  return false;
+}
+
 const std::vector<SettingKey>& SettingKeys() {
   static const std::vector<SettingKey> keys = [] {
     std::vector<SettingKey> all = ServerKeys();

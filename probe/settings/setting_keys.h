@@ -28,6 +28,9 @@ struct SettingKey {
   std::string Path() const { return table + "." + name; }
 };
 
+/// Whether a changed value takes effect in a probe that runs, when it reads its configuration anew.
+bool TakesEffectAtReload(const SettingKey& key);
+
 /// All keys, those of one table together: the one place that knows them. Parsing, help and the example follow it.
 const std::vector<SettingKey>& SettingKeys();
 

@@ -32,6 +32,8 @@ struct DeviceSettings {
   std::string mac;                    ///< Device id; empty: found by the profile.
   std::chrono::seconds interval{30};  ///< Time between two polls.
   std::string defined_at;             ///< Where the settings stand, for errors: "probe.toml:12"; empty when unknown.
+
+  bool operator==(const DeviceSettings&) const = default;
 };
 
 /// How the source `snmp` works.

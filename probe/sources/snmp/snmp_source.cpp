@@ -17,6 +17,8 @@
 namespace probe::snmp {
 
 using utilities::lock::lock_guard;
+using utilities::lock::lock_guard_read;
+using utilities::lock::lock_guard_write;
 
 namespace {
 
@@ -43,6 +45,13 @@ std::string JoinedErrors(const PollResult& result) {
   std::string text;
   for (const std::string& error : result.reading->errors) text += (text.empty() ? "" : "; ") + error;
   return text;
+}
+
+/// Whether two settings differ at most in where they stand.
+bool AreAlike(DeviceSettings one, DeviceSettings other) {
+  one.defined_at.clear();
+  other.defined_at.clear();
+  return one == other;
 }
 
 }  // namespace
@@ -115,7 +124,11 @@ SnmpSource::SnmpSource(DeviceCentre& centre, SnmpSettings settings, const Profil
 SnmpSource::SnmpSource(DeviceCentre& centre, SnmpSettings settings, const SnmpPoller::DevicePollMaker& maker)
     : centre_(centre), settings_(std::move(settings)) {
   for (const DeviceSettings& device : settings_.devices) devices_.push_back(std::make_unique<PolledDevice>(device));
-  poller_ = std::make_unique<SnmpPoller>(
+  poller_ = MakePoller(maker);
+}
+
+std::unique_ptr<SnmpPoller> SnmpSource::MakePoller(const SnmpPoller::DevicePollMaker& maker) {
+  return std::make_unique<SnmpPoller>(
       settings_, maker, [this](std::size_t device, PollResult result) { TakeResult(device, std::move(result)); });
 }
 
@@ -136,6 +149,65 @@ void SnmpSource::Stop() {
   if (thread_.joinable()) thread_.join();
 }
 
+std::vector<std::string> SnmpSource::Replace(SnmpSettings settings, const ProfileCatalogue& catalogue) {
+  return Replace(std::move(settings), [&](const DeviceSettings& device, const StopEvent& stop) {
+    return MakeDevicePoll(device, catalogue, stop);
+  });
+}
+
+std::vector<std::string> SnmpSource::Replace(SnmpSettings settings, const SnmpPoller::DevicePollMaker& maker) {
+  poller_->Stop();
+  std::vector<std::string> gone = ReplaceDevices(std::move(settings));
+  {
+    const lock_guard_read held(list_lock_);
+    poller_ = MakePoller(maker);
+  }
+  CheckOffline();
+  poller_->Start();
+  return gone;
+}
+
+std::vector<std::string> SnmpSource::ReplaceDevices(SnmpSettings settings) {
+  const lock_guard_write list_held(list_lock_);
+  std::map<std::pair<std::string, std::uint16_t>, std::size_t> former_places;
+  for (std::size_t i = 0; i < devices_.size(); ++i) {
+    former_places.emplace(std::pair(settings_.devices[i].address, settings_.devices[i].port), i);
+  }
+  std::vector<std::unique_ptr<PolledDevice>> devices;
+  std::map<std::size_t, std::size_t> successors;  // number of a former device -> that of the one in its place
+  for (const DeviceSettings& device : settings.devices) {
+    const auto former = former_places.find({device.address, device.port});
+    const bool is_same = former != former_places.end() && AreAlike(settings_.devices[former->second], device);
+    if (former != former_places.end()) successors.emplace(former->second, devices.size());
+    devices.push_back(is_same ? std::move(devices_[former->second]) : std::make_unique<PolledDevice>(device));
+    if (former != former_places.end()) former_places.erase(former);
+  }
+  std::vector<std::string> macs;
+  for (const std::unique_ptr<PolledDevice>& device : devices) {
+    const lock_guard held(device->lock);
+    macs.push_back(device->mac());
+  }
+  const lock_guard held(claims_lock_);
+  std::vector<std::string> gone;
+  std::map<std::string, std::size_t> claims;
+  for (const auto& [mac, former] : claims_) {
+    const auto successor = successors.find(former);
+    if (successor != successors.end() && (macs[successor->second].empty() || macs[successor->second] == mac)) {
+      claims.emplace(mac, successor->second);
+      // Where it is asked in another way its counters are widened anew, and go on from these.
+      const bool is_asked_anew = devices_[former] != nullptr;
+      if (is_asked_anew) last_known_[mac] = centre_.Snapshot(mac);
+    } else {
+      centre_.Forget(mac);
+      gone.push_back(mac);
+    }
+  }
+  settings_ = std::move(settings);
+  devices_ = std::move(devices);
+  claims_ = std::move(claims);
+  return gone;
+}
+
 void SnmpSource::Run() {
   auto next = std::chrono::steady_clock::now() + kOfflineCheck;
   while (!stop_.IsSetBefore(next)) {
@@ -150,6 +222,7 @@ void SnmpSource::Run() {
 }
 
 std::vector<DeviceStatus> SnmpSource::Statuses() const {
+  const lock_guard_read list_held(list_lock_);
   std::vector<DeviceStatus> statuses;
   statuses.reserve(devices_.size());
   for (std::size_t i = 0; i < devices_.size(); ++i) {
@@ -161,6 +234,7 @@ std::vector<DeviceStatus> SnmpSource::Statuses() const {
 }
 
 bool SnmpSource::KnowsAllIds() const {
+  const lock_guard_read list_held(list_lock_);
   return std::ranges::all_of(devices_, [](const std::unique_ptr<PolledDevice>& device) {
     // Who is named under this lock is in the device centre when it is released.
     const lock_guard held(device->lock);
@@ -173,6 +247,7 @@ void SnmpSource::ContinueFrom(LastSnapshots last) {
     const lock_guard held(claims_lock_);
     last_known_ = std::move(last);
   }
+  const lock_guard_read list_held(list_lock_);
   for (std::size_t i = 0; i < devices_.size(); ++i) {
     PolledDevice& polled = *devices_[i];
     const lock_guard held(polled.lock);
@@ -196,6 +271,7 @@ std::optional<DeviceSnapshot> SnmpSource::Continued(DeviceFigures& figures) {
 }
 
 void SnmpSource::TakeResult(std::size_t device, PollResult result) {
+  const lock_guard_read list_held(list_lock_);
   PolledDevice& polled = *devices_.at(device);
   result.health.error = JoinedErrors(result);
   const lock_guard held(polled.lock);
@@ -215,6 +291,7 @@ void SnmpSource::TakeResult(std::size_t device, PollResult result) {
 }
 
 void SnmpSource::CheckOffline() {
+  const lock_guard_read list_held(list_lock_);
   for (std::size_t i = 0; i < devices_.size(); ++i) {
     PolledDevice& polled = *devices_[i];
     const lock_guard held(polled.lock);

@@ -30,7 +30,8 @@ class DeviceFigures;
 /// taken from a device of another source.
 ///
 /// Owner:   the application. Stop or destroy it before the device centre or the catalogue is destroyed.
-/// Threads: `Start` and `Stop` one thread; `Statuses` any; the poller's threads call `TakeResult`, and a thread of its
+/// Threads: `Start`, `Replace` and `Stop` one thread; `Statuses` any; the poller's threads call `TakeResult`, and a
+/// thread of its
 ///          own notices devices that have fallen silent.
 class SnmpSource {
  public:
@@ -47,6 +48,17 @@ class SnmpSource {
   /// `std::system_error` when there cannot be a thread.
   void Start();
 
+  /// Polls the devices of other settings from now on. What is known of a device stays when its settings are the same,
+  /// but for where they stand; one whose settings are others goes on under its id if its address and port are the same.
+  /// The others that are no longer there leave the centre, and their ids are given back.
+  ///
+  /// To be called between `Start` and `Stop`, by the thread that calls them. Waits for polls that go on to be broken
+  /// off. Fails: throws `std::system_error` when there cannot be a thread.
+  std::vector<std::string> Replace(SnmpSettings settings, const ProfileCatalogue& catalogue)
+      VEXORA_EXCLUDES(list_lock_);
+  std::vector<std::string> Replace(SnmpSettings settings, const SnmpPoller::DevicePollMaker& maker)
+      VEXORA_EXCLUDES(list_lock_);
+
   /// Ends the polls that go on, and joins all threads. The devices stay in the centre.
   void Stop();
 
@@ -59,7 +71,7 @@ class SnmpSource {
   /// Goes on from what an earlier run of the probe last knew of its devices, so that a counter which the source has
   /// widened does not fall back. To be called once, before anybody looks at counters; a device that has not answered
   /// yet goes on with its first answer. Threads: any.
-  void ContinueFrom(LastSnapshots last) VEXORA_EXCLUDES(claims_lock_);
+  void ContinueFrom(LastSnapshots last) VEXORA_EXCLUDES(list_lock_, claims_lock_);
 
   /// Takes the result of one poll of a device over; what the poller calls. For one device never twice at a time.
   void TakeResult(std::size_t device, PollResult result);
@@ -71,10 +83,14 @@ class SnmpSource {
   class PolledDevice;
 
   void Run();
+  std::unique_ptr<SnmpPoller> MakePoller(const SnmpPoller::DevicePollMaker& maker) VEXORA_REQUIRES_SHARED(list_lock_);
+
+  /// Takes new settings over; the ids of devices that have gone.
+  std::vector<std::string> ReplaceDevices(SnmpSettings settings) VEXORA_EXCLUDES(list_lock_);
 
   /// Gives the device centre a snapshot, if the id is this device's own. Otherwise why it is not, in words.
   std::optional<std::string> Show(const std::string& mac, std::size_t device, DeviceSnapshot snapshot)
-      VEXORA_EXCLUDES(claims_lock_);
+      VEXORA_REQUIRES_SHARED(list_lock_) VEXORA_EXCLUDES(claims_lock_);
 
   /// The snapshot that goes on from the earlier run; nothing: there is none, or no reading yet.
   std::optional<DeviceSnapshot> Continued(DeviceFigures& figures) VEXORA_EXCLUDES(claims_lock_);
@@ -83,11 +99,14 @@ class SnmpSource {
   bool Owns(const std::string& mac, std::size_t device) const VEXORA_EXCLUDES(claims_lock_);
 
   /// Whether an id that both devices have belongs to the first of them.
-  bool GoesBefore(std::size_t device, std::size_t other) const;
+  bool GoesBefore(std::size_t device, std::size_t other) const VEXORA_REQUIRES_SHARED(list_lock_);
 
   DeviceCentre& centre_;
-  const SnmpSettings settings_;
-  std::vector<std::unique_ptr<PolledDevice>> devices_;  // constant; each has a lock of its own
+
+  // Taken first. Written while nothing is polled.
+  mutable utilities::lock::RwLock list_lock_;
+  SnmpSettings settings_ VEXORA_GUARDED_BY(list_lock_);
+  std::vector<std::unique_ptr<PolledDevice>> devices_ VEXORA_GUARDED_BY(list_lock_);  // each has a lock of its own
 
   // Leaf lock but for that of the device centre, which is written with it held: a device that loses its id meanwhile
   // must not write after its new owner. Taken with a device's lock held.

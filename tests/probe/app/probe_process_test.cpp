@@ -21,6 +21,7 @@ namespace {
 
 using probe::ClientOptions;
 using probe::WebsocketClient;
+using ::testing::AllOf;
 using ::testing::HasSubstr;
 using namespace std::chrono_literals;
 
@@ -119,6 +120,35 @@ TEST(ProbeProcess, ListensWhereItsConfigurationFileSays) {
   WebsocketClient client = ConnectedTo(port);
   Subscribe(client);
   EXPECT_THAT(probe.output(), ::testing::Not(HasSubstr("ws://[::1]")));
+}
+
+TEST(ProbeProcess, ReadsItsConfigurationAnewOnSighup) {
+  const test::TestFolder folder;
+  const std::string head = "[server]\nport = 0\n";
+  const std::string file = folder.Write("probe.toml", head);
+  test::ProbeProcess probe({"--config", file, "--live"});
+  ASSERT_NE(probe.AwaitPort(), 0) << probe.output();
+  // Before the signals are waited for they are kept.
+  folder.Write("probe.toml", head +
+                                 "[[sources.snmp.devices]]\naddress = \"127.0.0.1:9\"\ncommunity = \"public\"\nname = "
+                                 "\"hall\"\n[limits]\nsid_bytes = 300\n");
+  probe.Signal(SIGHUP);
+  EXPECT_TRUE(probe.AwaitOutput("the configuration has been taken over")) << probe.output();
+  EXPECT_THAT(probe.output(), AllOf(HasSubstr("1 devices are asked by SNMP"),
+                                    HasSubstr("limits.sid_bytes has changed, and takes effect at the next start")));
+  EXPECT_TRUE(probe.AwaitOutput("snmp device hall (127.0.0.1:9): ")) << probe.output();
+
+  folder.Write("probe.toml", head + "colour = 1\n[logging]\nlevel = \"error\"\n");
+  probe.Signal(SIGHUP);
+  EXPECT_TRUE(
+      probe.AwaitOutput("the configuration stays as it was: " + file + ":3: server.colour: there is no such key"))
+      << probe.output();
+
+  folder.Write("probe.toml", head);
+  probe.Signal(SIGHUP);
+  EXPECT_TRUE(probe.AwaitOutput("0 devices are asked by SNMP")) << probe.output();
+  probe.Signal(SIGTERM);
+  EXPECT_EQ(probe.AwaitExit(), 0) << probe.output();
 }
 
 TEST(ProbeProcess, EndsWithExitCode2WhenTheConfigurationCannotBeUsed) {

@@ -11,8 +11,11 @@
 
 #include <ctime>
 
+#include <atomic>
 #include <chrono>
+#include <cstddef>
 #include <memory>
+#include <optional>
 #include <string>
 #include <thread>
 #include <utility>
@@ -21,6 +24,7 @@
 #include "probe/host/device_centre.h"
 #include "probe/host/device_snapshot.h"
 #include "probe/host/log.h"
+#include "tests/probe/sources/snmp/fake_polls.h"
 
 namespace probe::snmp {
 namespace {
@@ -90,6 +94,11 @@ class SnmpSourceTest : public ::testing::Test {
           [](const DeviceSettings&, const StopEvent&) -> std::unique_ptr<DevicePoll> { return nullptr; });
     }
     return *source_;
+  }
+
+  /// Takes the present settings over, for devices that never answer of themselves.
+  std::vector<std::string> Replace() {
+    return Source().Replace(settings_, Taking([](std::size_t) { return std::nullopt; }));
   }
 
   static std::shared_ptr<const DeviceSnapshot> Snapshot(const std::string& mac = kMac) {
@@ -258,6 +267,71 @@ class PromptDevice : public DevicePoll {
  private:
   std::string mac_;
 };
+
+TEST_F(SnmpSourceTest, OtherSettingsLeaveWhatIsKnownOfDevicesThatStay) {
+  AddDevice("192.0.2.1");
+  AddDevice("192.0.2.2");
+  Source().TakeResult(0, Answer(ReadingOf(kMac)));
+  Source().TakeResult(1, Answer(ReadingOf("02:FC:00:00:00:02")));
+  const auto before = Snapshot();
+
+  std::swap(settings_.devices[0], settings_.devices[1]);
+  settings_.devices[1].defined_at = "probe.toml:40";
+  AddDevice("192.0.2.3");
+  EXPECT_THAT(Replace(), IsEmpty());
+
+  EXPECT_EQ(Snapshot(), before) << "the same snapshot, and no new one";
+  const std::vector<DeviceStatus> statuses = Source().Statuses();
+  ASSERT_EQ(statuses.size(), 3U);
+  EXPECT_EQ(statuses[0].mac, "02:FC:00:00:00:02");
+  EXPECT_EQ(statuses[1].mac, kMac);
+  EXPECT_TRUE(statuses[1].online);
+  EXPECT_EQ(statuses[1].health.profile, "generic");
+  EXPECT_EQ(statuses[2].mac, "");
+}
+
+TEST_F(SnmpSourceTest, OtherSettingsTakeDevicesAwayThatTheyDoNotName) {
+  AddDevice("192.0.2.1");
+  AddDevice("192.0.2.2");
+  Source().TakeResult(0, Answer(ReadingOf(kMac)));
+  Source().TakeResult(1, Answer(ReadingOf("02:FC:00:00:00:02")));
+
+  settings_.devices.erase(settings_.devices.begin());
+  EXPECT_THAT(Replace(), ElementsAre(kMac));
+
+  EXPECT_EQ(Snapshot(), nullptr);
+  EXPECT_NE(Snapshot("02:FC:00:00:00:02"), nullptr);
+  EXPECT_EQ(Source().Statuses().size(), 1U);
+}
+
+TEST_F(SnmpSourceTest, ADeviceThatIsAskedInAnotherWayGoesOnUnderItsId) {
+  AddDevice("192.0.2.1");
+  Source().TakeResult(0, Answer(ReadingOf(kMac)));
+
+  settings_.devices[0].community = "other";
+  EXPECT_THAT(Replace(), IsEmpty());
+  EXPECT_NE(Snapshot(), nullptr);
+  Source().TakeResult(0, Answer(ReadingOf(kMac)));
+  EXPECT_EQ(Source().Statuses().front().mac, kMac) << "and not the id of a device of another source";
+
+  settings_.devices[0].mac = "02:fc:00:00:00:09";
+  EXPECT_THAT(Replace(), ElementsAre(kMac)) << "under another id it is another device";
+}
+
+TEST_F(SnmpSourceTest, CanBeAskedWhileItsSettingsAreReplaced) {
+  AddDevice("192.0.2.1");
+  Source().TakeResult(0, Answer(ReadingOf(kMac)));
+  std::atomic<bool> is_over{false};
+  std::jthread reader([&] {
+    while (!is_over) EXPECT_EQ(Source().Statuses().front().mac, kMac);
+  });
+  for (int i = 0; i < 20; ++i) {
+    settings_.devices.resize(1);
+    if (i % 2 == 0) AddDevice("192.0.2.2");
+    EXPECT_THAT(Replace(), IsEmpty());
+  }
+  is_over = true;
+}
 
 TEST_F(SnmpSourceTest, PollsItsDevicesUntilItIsStopped) {
   log::SetWriter([](log::Level, int, const std::string&) {});
