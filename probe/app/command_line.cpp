@@ -38,7 +38,9 @@ std::optional<std::string> ConfigurationFile(const std::optional<std::string>& n
 }
 
 std::string Footer() {
-  return "Exit codes: 0 stopped by SIGINT or SIGTERM, 1 could not start, 2 unusable command line or configuration.\n\n"
+  return "Exit codes: 0 stopped by SIGINT or SIGTERM, 1 could not start, 2 unusable command line or configuration; "
+         "with --check "
+         "0 and 1.\n\n"
          "The configuration file, with every key and its default:\n\n" +
          DescribeSettings();
 }
@@ -92,6 +94,7 @@ void Describe(CLI::App& app, CommandLine& result) {
   app.add_option("--config", result.config,
                  std::string("Configuration file. Default: ") + kSystemConfiguration + ", where that exists")
       ->type_name("FILE");
+  app.add_flag("--check", result.is_check, "Say whether the configuration can be used, and start nothing");
   app.add_option("--plugin", result.plugin, "The plug-in, libmonitor.so. Default: the one that came with the probe")
       ->type_name("FILE");
   app.add_option("--log", result.log_level, "How much to log: debug, info or error")

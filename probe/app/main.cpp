@@ -12,10 +12,12 @@
 
 #include "probe/app/command_line.h"
 #include "probe/app/engine_watchdog.h"
+#include "probe/app/needed_profiles.h"
 #include "probe/app/probe_app.h"
 #include "probe/app/service_manager.h"
 #include "probe/app/service_signals.h"
 #include "probe/host/log.h"
+#include "probe/server/net/server_settings.h"
 #include "probe/settings/settings.h"
 
 namespace {
@@ -40,6 +42,20 @@ std::unique_ptr<probe::EngineWatchdog> WatchdogFor(const probe::ProbeApp& app) {
   if (!interval) return nullptr;
   return std::make_unique<probe::EngineWatchdog>(
       *interval, [&app] { return app.EngineProgress(); }, [] { probe::TellServiceManager("WATCHDOG=1"); });
+}
+
+/// Looks at the configuration as a start would. Returns the exit code.
+int Check(const probe::CommandLine& command_line) {
+  try {
+    const probe::Settings settings = probe::SettingsFor(command_line);
+    probe::ProfilesFor(settings.snmp);
+    probe::RequireServable(settings.server);
+    std::puts("the configuration can be used");
+    return 0;
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "%s\n", error.what());
+    return 1;
+  }
 }
 
 /// Has the probe read its configuration anew. One that cannot be used is reported, and the former stays.
@@ -95,6 +111,7 @@ int main(int argc, char** argv) {
       return answer->exit_code;
     }
     const auto& command_line = std::get<probe::CommandLine>(parsed);
-    return command_line.subcommand ? command_line.subcommand() : Run(command_line);
+    if (command_line.subcommand) return command_line.subcommand();
+    return command_line.is_check ? Check(command_line) : Run(command_line);
   });
 }

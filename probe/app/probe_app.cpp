@@ -3,7 +3,6 @@
 #include <chrono>
 #include <cstdlib>
 #include <ctime>
-#include <filesystem>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -14,6 +13,7 @@
 #include "probe/api/answers.h"
 #include "probe/api/page_files.h"
 #include "probe/api/plugin_calls.h"
+#include "probe/app/needed_profiles.h"
 #include "probe/clock/clock.h"
 #include "probe/host/device_centre.h"
 #include "probe/host/device_snapshot.h"
@@ -27,9 +27,7 @@
 #include "probe/recording/timezone_name.h"
 #include "probe/server/http/http_message.h"
 #include "probe/settings/setting_keys.h"
-#include "probe/sources/snmp/profile.h"
 #include "probe/sources/snmp/snmp_settings.h"
-#include "probe/text/nearest_word.h"
 #include "probe/text/url_host.h"
 #include "probe/version/version.h"
 
@@ -66,24 +64,6 @@ PluginCalls CallsOf(const LoadedPlugin& plugin) {
   };
   calls.interface_traffic = plugin.GetInterfaceTraffic;
   return calls;
-}
-
-/// The profiles that there are, none where no device needs one. Throws `SettingsError` for devices whose profile does
-/// not exist, and `ProfileError` for profiles that are wrong.
-std::unique_ptr<snmp::ProfileCatalogue> ProfilesFor(const snmp::SnmpSettings& settings) {
-  using Folders = std::vector<std::filesystem::path>;
-  auto catalogue =
-      std::make_unique<snmp::ProfileCatalogue>(settings.devices.empty() ? Folders() : snmp::ProfileFolders());
-  std::vector<std::string> names;
-  for (const snmp::Profile& profile : catalogue->profiles()) names.push_back(profile.name);
-  std::string text;
-  for (const snmp::DeviceSettings& device : settings.devices) {
-    if (device.profile.empty() || catalogue->Find(device.profile) != nullptr) continue;
-    text += (text.empty() ? "" : "\n") + device.defined_at + ": " + kSnmpDevices + ".profile: there is no profile \"" +
-            device.profile + "\"" + DidYouMean(device.profile, names);
-  }
-  if (!text.empty()) throw SettingsError(text);
-  return catalogue;
 }
 
 /// The name of the local time zone; empty when it has none.

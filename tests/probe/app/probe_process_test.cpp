@@ -122,6 +122,23 @@ TEST(ProbeProcess, ListensWhereItsConfigurationFileSays) {
   EXPECT_THAT(probe.output(), ::testing::Not(HasSubstr("ws://[::1]")));
 }
 
+TEST(ProbeProcess, LooksAtAConfigurationWithoutAStart) {
+  const test::TestFolder folder;
+  test::ProbeProcess right({"--check", "--config", folder.Write("right.toml", "[server]\nport = 1\n")});
+  EXPECT_EQ(right.AwaitExit(), 0) << right.output();
+  EXPECT_EQ(right.output(), "the configuration can be used\n");
+
+  const std::string file = folder.Write("wrong.toml", "[server]\nprot = 1\n[limits]\nsid_bytes = 0\n");
+  test::ProbeProcess wrong({"--check", "--config", file});
+  EXPECT_EQ(wrong.AwaitExit(), 1);
+  EXPECT_THAT(wrong.output(), AllOf(HasSubstr(file + ":2: server.prot: there is no such key; did you mean"),
+                                    HasSubstr(file + ":4: limits.sid_bytes: must be a whole number from 1 to 65536")));
+
+  test::ProbeProcess open({"--check", "--config", folder.Write("open.toml", "[server]\nlisten = [\"0.0.0.0\"]\n")});
+  EXPECT_EQ(open.AwaitExit(), 1);
+  EXPECT_THAT(open.output(), HasSubstr("0.0.0.0"));
+}
+
 TEST(ProbeProcess, ReadsItsConfigurationAnewOnSighup) {
   const test::TestFolder folder;
   const std::string head = "[server]\nport = 0\n";
