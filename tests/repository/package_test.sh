@@ -31,7 +31,7 @@ dpkg_there() {
 # The newest package of this name.
 file_of() {
   local files=("$packages/$1"_*.deb)
-  ((${#files[@]} == 1)) && [[ -f ${files[0]} ]] || fail "no package $1, or several, in $packages"
+  [[ ${#files[@]} == 1 && -f ${files[0]} ]] || fail "no package $1, or several, in $packages"
   echo "${files[0]}"
 }
 
@@ -71,6 +71,16 @@ done
 # It runs from where it lies.
 "$root/usr/bin/vexora-probe" --version | grep -q '^vexora-probe .*(commit [0-9a-f]*)$' || fail "the probe names no commit"
 "$root/usr/bin/vexora-probe" profiles list >/dev/null || fail "the probe does not find its profiles"
+
+# The service manager takes the unit, and has little to say about what the service may do (0 is nothing, 100 everything).
+unit=$folder/vexora-probe.service
+sed "s|=/usr/bin/vexora-probe|=$root/usr/bin/vexora-probe|" "$root/lib/systemd/system/vexora-probe.service" >"$unit"
+complaints=$(systemd-analyze verify --man=no "$unit" 2>&1) || fail "the unit: $complaints"
+[[ -z $complaints ]] || fail "the unit: $complaints"
+systemd-analyze security --offline=true --threshold=15 "$unit" >"$folder/log" || {
+  tail -n 1 "$folder/log"
+  fail "the service may do too much"
+}
 
 # A stranger builds a host, by each of the two ways.
 libdir=$(cd "$root/usr/lib" && echo */pkgconfig)
