@@ -79,10 +79,13 @@ expect 1 "2 passed, 2 failed" quick
 prints "^   script/test quick -R '\^Bad.One\\$'$"
 expect 0 "2 passed, 0 failed" quick -R Good
 
-# Two compilers build the product plainly.
-expect 0 "2 passed, 0 failed" plain
+# A build without a preset, and what another command counts.
+expect 0 "1 passed, 0 failed" plain
+printf '#!/bin/sh\necho 3 passed, 1 failed\n' >script/package
+expect 1 "3 passed, 1 failed" package
+prints '^   script/package$'
 touch broken
-expect 1 "0 passed, 2 failed" plain
+expect 1 "0 passed, 1 failed" plain
 prints '^   script/test plain$'
 
 expect 2 "script/test: unknown part nothing (try --help)" nothing
