@@ -139,7 +139,7 @@ TEST(CommandLine, TellsTheVersion) {
   const CommandLineExit version = Answered({"--version"});
 
   EXPECT_EQ(version.exit_code, 0);
-  EXPECT_THAT(version.text, ::testing::MatchesRegex("vexora-probe [0-9]+\\.[0-9]+\\.[0-9]+\n"));
+  EXPECT_THAT(version.text, ::testing::MatchesRegex("vexora-probe [0-9]+\\.[0-9]+\\.[0-9]+( .commit [0-9a-f]+.)?\n"));
 }
 
 struct Unusable {
