@@ -14,6 +14,7 @@
 #include <csignal>
 #include <cstddef>
 #include <cstdint>
+#include <ctime>
 #include <functional>
 #include <nlohmann/json.hpp>
 #include <optional>
@@ -21,6 +22,7 @@
 #include <thread>
 #include <vector>
 
+#include "probe/journal/journal_folder.h"
 #include "tests/probe/app/probe_process.h"
 #include "tests/support/test_folder.h"
 
@@ -66,6 +68,15 @@ bool Await(int port, const std::function<bool(const json& status)>& condition) {
   return false;
 }
 
+/// The local day of a moment, as the periods of reports name it.
+std::string DayOf(time_t at) {
+  tm local{};
+  localtime_r(&at, &local);
+  std::array<char, sizeof "2026-11-24"> text{};
+  std::strftime(text.data(), text.size(), "%Y-%m-%d", &local);
+  return text.data();
+}
+
 class RestartedProcess : public ::testing::Test {
  protected:
   std::vector<std::string> Arguments(const std::string& more = "") const {
@@ -79,6 +90,19 @@ class RestartedProcess : public ::testing::Test {
             "0"};
   }
 
+  /// Waits until the journal holds a pass of this day: on a busy machine it may lag behind what is served, by what
+  /// waits to be written.
+  bool AwaitJournalOf(const std::string& day) const {
+    const auto deadline = std::chrono::steady_clock::now() + test::kPatience;
+    while (std::chrono::steady_clock::now() < deadline) {
+      const auto last =
+          probe::journal::LastPassOf(probe::journal::ListSegments(folder_.Path("state/journal-simulated")));
+      if (last && DayOf(*last) == day) return true;
+      std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+    return false;
+  }
+
   test::TestFolder folder_;
 };
 
@@ -87,6 +111,7 @@ TEST_F(RestartedProcess, KnowsWhatTheKilledOneKnew) {
   json report;
   json last_pass;
   std::string yesterday;
+  std::string killed_output;
   {
     ProbeProcess probe(Arguments(), ProbeProcess::Journal::kAsConfigured);
     const int port = probe.AwaitPort();
@@ -98,8 +123,10 @@ TEST_F(RestartedProcess, KnowsWhatTheKilledOneKnew) {
     yesterday = periods["daily"][0];
     report = Asked(port, "/api/reports/networks?type=daily&period=" + yesterday);
     last_pass = Asked(port, "/api/status")["passes"]["last"];
+    ASSERT_TRUE(AwaitJournalOf(periods["daily"][1]));
     probe.Signal(SIGKILL);
     EXPECT_EQ(probe.AwaitExit(), -SIGKILL);
+    killed_output = probe.output();
   }
   ASSERT_TRUE(report.contains("spectrum_usage")) << report;
 
@@ -114,7 +141,7 @@ TEST_F(RestartedProcess, KnowsWhatTheKilledOneKnew) {
     return false;
   }));
   EXPECT_GT(warming, 0U);
-  EXPECT_EQ(Asked(port, "/api/reports/networks?type=daily&period=" + yesterday), report);
+  EXPECT_EQ(Asked(port, "/api/reports/networks?type=daily&period=" + yesterday), report) << killed_output;
   ASSERT_TRUE(Await(port, [&](const json& status) {
     const json& last = status["passes"]["last"];
     if (last.is_number()) {
