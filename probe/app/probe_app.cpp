@@ -184,6 +184,7 @@ void ProbeApp::StartSnmp() {
 void ProbeApp::Reload(const Settings& settings) {
   // Whatever can be wrong is looked at first.
   auto profiles = ProfilesFor(settings.snmp);
+  server_->Reload(settings.server);
   log::SetLevel(settings.log_level);
   ReloadSnmp(settings.snmp, std::move(profiles));
   TellWhatWaits(settings);

@@ -23,6 +23,7 @@ namespace {
 
 // Source: IANA, WebSocket Close Code Number Registry.
 constexpr std::uint16_t kGoingAway = 1001;
+constexpr std::uint16_t kPolicyViolation = 1008;
 
 // What part of an address's places connections may hold that have not finished a request.
 constexpr std::size_t kUnfinishedPart = 4;
@@ -235,6 +236,13 @@ void ConnectionManager::GiveMemoryBack() {
 }
 
 // --- the end --------------------------------------------------------------------------------------------------------
+
+void ConnectionManager::Replace(AccessRules rules) {
+  const bool is_same_token = rules.KeepSessionOf(rules_);
+  rules_ = std::move(rules);
+  if (is_same_token) return;
+  for (const auto& [id, connection] : std::map(connections_)) connection->StartClose(kPolicyViolation);
+}
 
 void ConnectionManager::StartStop(std::function<void()> on_idle) {
   on_idle_ = std::move(on_idle);

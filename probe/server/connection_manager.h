@@ -51,6 +51,10 @@ class ConnectionManager final : public HttpEvents, public WebsocketEvents {
   /// Other threads have put messages into outboxes.
   void OnWakeup();
 
+  /// Asks for another token, and takes other hosts and origins, from now on. Where the token is another, websockets are
+  /// closed (1008), for they were opened with the former.
+  void Replace(AccessRules rules);
+
   /// Starts closing all websockets (1001) and refuses new connections. `on_idle` is called when no websocket is left.
   void StartStop(std::function<void()> on_idle);
 
@@ -89,7 +93,7 @@ class ConnectionManager final : public HttpEvents, public WebsocketEvents {
   std::optional<HttpError> CheckLimits(AcceptedConnection& accepted, bool is_upgrade) const;
 
   const ServerLimits limits_;
-  const AccessRules rules_;
+  AccessRules rules_;
   const std::shared_ptr<MessageRouter> router_;
   const std::shared_ptr<PushBudget> budget_;
   const std::shared_ptr<QueueTotal> queues_;

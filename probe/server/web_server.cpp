@@ -10,6 +10,7 @@
 
 #include "probe/host/log.h"
 #include "probe/server/connection_manager.h"
+#include "probe/server/http/access_rules.h"
 #include "probe/server/net/connection_limiter.h"
 #include "probe/server/net/listener.h"
 #include "probe/server/net/timer.h"
@@ -64,6 +65,15 @@ class WebServer::EventLoop {
   EventLoop(const EventLoop&) = delete;
   EventLoop& operator=(const EventLoop&) = delete;
 
+  void Reload(const ServerSettings& settings) {
+    // Those who are connected keep the context that they began with: the TLS library counts who uses it.
+    auto change = std::make_shared<Change>(Change{AccessRules(settings, listener_.port()), MakeTlsContext(settings)});
+    boost::asio::post(io_, [this, change] {
+      tls_ = std::move(change->tls);
+      connections_->Replace(std::move(change->rules));
+    });
+  }
+
   const Listener& listener() const { return listener_; }
   ConnectionId AddLocalReceiver(std::function<void(const std::string& text)> receiver) {
     const ConnectionId connection = router_->AddLocalReceiver(std::move(receiver));
@@ -73,6 +83,11 @@ class WebServer::EventLoop {
   const QueueTotal& queues() const { return *queues_; }
 
  private:
+  struct Change {
+    AccessRules rules;
+    std::unique_ptr<boost::asio::ssl::context> tls;
+  };
+
   void Run() {
     try {
       io_.run();  // until it has nothing left to wait for: `FinishStop`
@@ -105,7 +120,7 @@ class WebServer::EventLoop {
       [this] { boost::asio::post(io_, [this] { connections_->OnWakeup(); }); }, queues_,
       [budget = budget_](ConnectionId connection, const std::string& text) { budget->OnSent(connection, text); });
   Listener listener_;
-  const std::unique_ptr<boost::asio::ssl::context> tls_;  // null: no TLS
+  std::unique_ptr<boost::asio::ssl::context> tls_;  // null: no TLS; once it runs, the loop's thread only
   std::unique_ptr<ConnectionManager> connections_;
   Timer grace_{io_.get_executor()};
   std::thread thread_;
@@ -121,6 +136,18 @@ void WebServer::Start() {
   RequireServable(settings_);
   loop_ = std::make_unique<EventLoop>(settings_, service_, http_, on_failure_);
   log::Info("[WebServer] serving on port %u", static_cast<unsigned>(port()));
+}
+
+void WebServer::Reload(const ServerSettings& settings) {
+  ServerSettings next = settings_;
+  next.token = settings.token;
+  next.tls_certificate = settings.tls_certificate;
+  next.tls_key = settings.tls_key;
+  next.allowed_hosts = settings.allowed_hosts;
+  next.allowed_origins = settings.allowed_origins;
+  RequireServable(next);
+  loop_->Reload(next);
+  settings_ = std::move(next);
 }
 
 void WebServer::Stop() {

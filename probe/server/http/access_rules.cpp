@@ -70,6 +70,12 @@ AccessRules::AccessRules(const ServerSettings& settings, std::uint16_t port)
   for (const std::string& origin : settings.allowed_origins) origins_.push_back(LowerCase(origin));
 }
 
+bool AccessRules::KeepSessionOf(const AccessRules& former) {
+  if (!EqualSecrets(token_.text(), former.token_.text())) return false;
+  session_ = former.session_;
+  return true;
+}
+
 bool AccessRules::IsOurHost(const std::string& host, const std::string& local_address) const {
   std::string name = LowerCase(host);
   if (name.size() > port_.size() && name.compare(name.size() - port_.size(), port_.size(), port_) == 0)

@@ -19,11 +19,15 @@ bool EqualSecrets(std::string_view ours, std::string_view theirs);
 /// machine has open, from our own. A browser lets any page connect to any address of ours; what it doesn't let the
 /// page do is forge these two headers.
 ///
-/// Threads: any; nothing in it changes.
+/// Threads: any, once it is made; nothing in it changes then.
 class AccessRules {
  public:
   /// `port`: the port that the server really listens on.
   AccessRules(const ServerSettings& settings, std::uint16_t port);
+
+  /// Takes the session of rules that these replace over, if the token is the same: who has shown it need not again.
+  /// False: it is another.
+  bool KeepSessionOf(const AccessRules& former);
 
   /// Host and Origin only, and that nothing which is looked at holds a control character. Nothing: all is in order.
   std::optional<HttpError> CheckCaller(const RequestHead& head) const;

@@ -155,6 +155,10 @@ TEST(ProbeProcess, ReadsItsConfigurationAnewOnSighup) {
                                     HasSubstr("limits.sid_bytes has changed, and takes effect at the next start")));
   EXPECT_TRUE(probe.AwaitOutput("snmp device hall (127.0.0.1:9): ")) << probe.output();
 
+  folder.Write("probe.toml", head + "tls_certificate = \"/no/such\"\ntls_key = \"/no/such\"\n");
+  probe.Signal(SIGHUP);
+  EXPECT_TRUE(probe.AwaitOutput("the configuration stays as it was: ")) << probe.output();
+
   folder.Write("probe.toml", head + "colour = 1\n[logging]\nlevel = \"error\"\n");
   probe.Signal(SIGHUP);
   EXPECT_TRUE(

@@ -80,6 +80,12 @@ void Served::ServeOverTls() {
   Serve();
 }
 
+void Served::RenewCertificate() {
+  static const Certificate other;
+  settings.tls_certificate = other.certificate();
+  settings.tls_key = other.key();
+}
+
 probe::ClientOptions Served::Options() const {
   probe::ClientOptions options;
   options.port = server->port();

@@ -47,6 +47,8 @@ class Served : public ::testing::Test {
   void Serve();
   /// The same over TLS, with a certificate of its own.
   void ServeOverTls();
+  /// Puts another certificate into the settings.
+  void RenewCertificate();
   /// The same, as settings; port and topics are given.
   probe::ServerSettings settings;
   /// What it serves over plain HTTP; empty: nothing.
