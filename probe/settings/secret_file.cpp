@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <cstddef>
+#include <cstdlib>
 
 #include "probe/text/secret.h"
 
@@ -42,9 +43,23 @@ std::string ReadFirstLine(int file) {
 
 }  // namespace
 
-std::string WhyNotPrivate(const std::string& path) {
+NamedFile FileNamed(const std::string& name) {
+  static const std::string variable = "${CREDENTIALS_DIRECTORY}";
+  const std::size_t at = name.find(variable);
+  if (at == std::string::npos) return {name, false, {}};
+  NamedFile file{name, true, {}};
+  if (const char* const folder =
+          std::getenv("CREDENTIALS_DIRECTORY")) {  // NOLINT(concurrency-mt-unsafe): nobody sets it
+    file.path.replace(at, variable.size(), folder);
+  } else {
+    file.error = "the service manager gave no CREDENTIALS_DIRECTORY";
+  }
+  return file;
+}
+
+std::string WhyNotPrivate(const std::string& path, bool may_group_read) {
   struct stat status {};
-  return stat(path.c_str(), &status) == 0 ? WhyShared(status, path, false) : std::string();
+  return stat(path.c_str(), &status) == 0 ? WhyShared(status, path, may_group_read) : std::string();
 }
 
 SecretLine ReadSecretLine(const std::string& path, bool may_group_read) {

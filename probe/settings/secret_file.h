@@ -4,9 +4,20 @@
 
 namespace probe {
 
+/// A file that the configuration names.
+struct NamedFile {
+  std::string path;
+  bool is_credential = false;  ///< It lies in the folder of the service manager's.
+  std::string error;           ///< Why it is not known which file is meant; empty: it is.
+};
+
+/// The file that is named so: `${CREDENTIALS_DIRECTORY}` stands for the folder in which the service manager puts
+/// secrets. Source: systemd.exec(5), LoadCredential. Threads: any, while nobody changes the environment.
+NamedFile FileNamed(const std::string& name);
+
 /// Why a file is no place for a secret: its group or others may read or write it. Empty when they may not, and for what
-/// is no regular file or isn't there. The text says what to do.
-std::string WhyNotPrivate(const std::string& path);
+/// is no regular file or isn't there. The text says what to do. `may_group_read` as below.
+std::string WhyNotPrivate(const std::string& path, bool may_group_read = false);
 
 /// The first line of a file, or why it is not taken.
 struct SecretLine {

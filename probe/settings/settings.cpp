@@ -151,14 +151,16 @@ void ReadToken(Settings& settings, const KeyLines& lines, SettingsErrors& errors
     errors.Add(lines.at(key), key, "must not be given together with server.token");
     return;
   }
-  SecretLine line = ReadSecretLine(settings.token_file);
-  if (!line.error.empty()) {
-    errors.Add(lines.at(key), key, line.error);
+  const NamedFile file = FileNamed(settings.token_file);
+  SecretLine line;
+  if (file.error.empty()) line = ReadSecretLine(file.path, file.is_credential);
+  if (const std::string& error = file.error.empty() ? line.error : file.error; !error.empty()) {
+    errors.Add(lines.at(key), key, error);
     return;
   }
   settings.server.token = std::move(line.text);
   if (settings.server.token.empty()) {
-    errors.Add(lines.at(key), key, "no token can be read from \"" + settings.token_file + "\"");
+    errors.Add(lines.at(key), key, "no token can be read from \"" + file.path + "\"");
   }
 }
 
@@ -170,11 +172,21 @@ std::optional<std::size_t> LineOfToken(const KeyLines& lines) {
   return std::nullopt;
 }
 
+/// Finds the files of TLS, and says what is wrong with that of the key.
+void FindTlsFiles(Settings& settings, const KeyLines& lines, SettingsErrors& errors) {
+  const auto find = [&](const char* name, std::string& path, bool is_secret) {
+    const auto key = lines.find(name);
+    if (key == lines.end()) return;
+    const NamedFile file = FileNamed(path);
+    path = file.path;
+    const std::string why = is_secret ? WhyNotPrivate(file.path, file.is_credential) : std::string();
+    if (!file.error.empty() || !why.empty()) errors.Add(key->second, key->first, file.error.empty() ? why : file.error);
+  };
+  find("server.tls_certificate", settings.server.tls_certificate, false);
+  find("server.tls_key", settings.server.tls_key, true);
+}
+
 void CheckSecrets(const Settings& settings, const std::string& file, const KeyLines& lines, SettingsErrors& errors) {
-  if (const auto key = lines.find("server.tls_key"); key != lines.end()) {
-    if (const std::string why = WhyNotPrivate(settings.server.tls_key); !why.empty())
-      errors.Add(key->second, key->first, why);
-  }
   const auto line = LineOfToken(lines);
   if (!line || settings.server.token.empty()) return;
   const bool is_in_file = lines.contains("server.token");
@@ -229,6 +241,7 @@ Settings ParseSettings(std::string_view text, const std::string& file) {
   CheckSilences(settings, lines, errors);
   CheckContradictions(settings, lines, errors);
   ReadToken(settings, lines, errors);
+  FindTlsFiles(settings, lines, errors);
   CheckSecrets(settings, file, lines, errors);
   errors.Raise();
   return settings;

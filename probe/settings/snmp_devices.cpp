@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <functional>
 #include <map>
 #include <optional>
@@ -239,19 +238,12 @@ class DeviceReader {
     if (named.empty()) return;
     const std::string file_key = key + "_file";
     if (!secret.empty()) return Error(file_key, "must not be given together with " + key);
-    static const std::string variable = "${CREDENTIALS_DIRECTORY}";
-    std::string path = named;
-    const std::size_t at = path.find(variable);
-    const bool is_credential = at != std::string::npos;
-    if (is_credential) {
-      const char* const folder = std::getenv("CREDENTIALS_DIRECTORY");  // NOLINT(concurrency-mt-unsafe): nobody sets it
-      if (folder == nullptr) return Error(file_key, "the service manager gave no CREDENTIALS_DIRECTORY");
-      path.replace(at, variable.size(), folder);
-    }
-    SecretLine line = ReadSecretLine(path, is_credential);
+    const NamedFile file = FileNamed(named);
+    if (!file.error.empty()) return Error(file_key, file.error);
+    SecretLine line = ReadSecretLine(file.path, file.is_credential);
     if (!line.error.empty()) return Error(file_key, line.error);
     secret = std::move(line.text);
-    if (secret.empty()) Error(file_key, "nothing can be read from \"" + path + "\"");
+    if (secret.empty()) Error(file_key, "nothing can be read from \"" + file.path + "\"");
   }
 
   /// Keys of another version would be without effect, and whoever wrote them expects one.

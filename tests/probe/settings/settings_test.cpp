@@ -317,6 +317,28 @@ TEST_F(SettingsFile, RefusesSecretsThatOthersCanRead) {
   EXPECT_EQ(ReadSettings(file).server.token, "open sesame");
 }
 
+TEST_F(SettingsFile, NamesSecretsAmongTheCredentialsOfTheServiceManager) {
+  const std::string text =
+      "[server]\ntoken_file = \"${CREDENTIALS_DIRECTORY}/token\"\n"
+      "tls_certificate = \"${CREDENTIALS_DIRECTORY}/certificate.pem\"\ntls_key = "
+      "\"${CREDENTIALS_DIRECTORY}/key.pem\"\n";
+  const std::string why = ": the service manager gave no CREDENTIALS_DIRECTORY";
+  EXPECT_EQ(Complaint(text), "probe.toml:2: server.token_file" + why + "\nprobe.toml:3: server.tls_certificate" + why +
+                                 "\nprobe.toml:4: server.tls_key" + why);
+
+  // The manager's folder is the service's alone, and shows that as the group's right to read.
+  const std::string token = Write("token", "open sesame\n");
+  const std::string key = Write("key.pem", "");
+  for (const std::string& file : {token, key}) std::filesystem::permissions(file, std::filesystem::perms(0440));
+  const std::string folder = std::filesystem::path(token).parent_path();
+  setenv("CREDENTIALS_DIRECTORY", folder.c_str(), 1);  // NOLINT(concurrency-mt-unsafe): there is no other thread
+  const Settings settings = ParseSettings(text, "probe.toml");
+  unsetenv("CREDENTIALS_DIRECTORY");  // NOLINT(concurrency-mt-unsafe): likewise
+  EXPECT_EQ(settings.server.token, "open sesame");
+  EXPECT_EQ(settings.server.tls_certificate, folder + "/certificate.pem");
+  EXPECT_EQ(settings.server.tls_key, key);
+}
+
 TEST_F(SettingsFile, RefusesSecretsThatOthersCanWrite) {
   const std::string token = Write("token", "open sesame\n");
   for (const auto mode : {0620, 0602}) {
