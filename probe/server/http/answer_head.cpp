@@ -9,7 +9,7 @@ namespace {
 // What every answer says about how a browser may use it.
 constexpr char kSecurityHeaders[] =
     "content-security-policy: default-src 'none'; img-src 'self' data: ; script-src 'self'; font-src 'self'; "
-    "style-src 'self'; connect-src 'self' ws: wss:; frame-ancestors 'none'; base-uri 'none';form-action 'self';\r\n"
+    "style-src 'self'; connect-src 'self'; frame-ancestors 'none'; base-uri 'none';form-action 'self';\r\n"
     "x-content-type-options: nosniff\r\n"
     "x-xss-protection: 1; mode=block\r\n"
     "x-frame-options: deny\r\n"

@@ -317,6 +317,16 @@ TEST_F(HttpRequestTest, WhoseClientHasGoneIsForgotten) {
   EXPECT_THAT(Get("/api/slow"), StartsWith("HTTP/1.1 200 "));
 }
 
+TEST_F(HttpRequestTest, IsAnsweredWithAPolicyThatNamesTheProbesOwnOriginOnly) {
+  Serve();
+  const std::string answer = Get("/api/x");
+  const std::size_t begin = answer.find("content-security-policy: ");
+  ASSERT_NE(begin, std::string::npos);
+  const std::string policy = answer.substr(begin, answer.find('\r', begin) - begin);
+  EXPECT_THAT(policy, HasSubstr("connect-src 'self';"));
+  for (const char* const scheme : {"ws:", "wss:", "http:", "https:", "*"}) EXPECT_THAT(policy, Not(HasSubstr(scheme)));
+}
+
 TEST_F(HttpRequestTest, WhoseClientTakesNothingIsCutOff) {
   settings.limits.connections = 1;
   settings.limits.stuck_after = std::chrono::seconds(1);
