@@ -29,8 +29,7 @@ using FilterOrder = bool (*)(const Filter& left, const Filter& right);
 /// number of different ones.
 void MergeByFilter(const subscribes::SubscriptionList& subscriptions, MergedList& merged, FilterOrder is_before);
 
-/// Hands one message to the host's send function; dropped without a log line when none is installed, or when the host
-/// had no memory to compose the text.
+/// Hands one message to the host's send function; dropped without a log line when none is installed.
 void Send(lws* connection, const std::string& text);
 
 /// The host's text of a message. Written here, because json-c would leave out what it finds no memory for.
