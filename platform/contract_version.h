@@ -8,6 +8,8 @@
 /// number of 32 bits in the machine's order of octets.
 #define VEXORA_CONTRACT_VERSION 1
 
-/// Owner and type of that note. Source: elf(5), "Notes".
+/// The owner of that note. Source: elf(5), "Notes".
 #define VEXORA_CONTRACT_NOTE_OWNER "vexora"
+
+/// Its type, of which the owner has the say.
 #define VEXORA_CONTRACT_NOTE_TYPE 1

@@ -24,6 +24,7 @@
 #include "probe/settings/settings.h"
 #include "probe/sources/simulated/simulated_source.h"
 #include "probe/sources/snmp/profile_catalogue.h"
+#include "probe/sources/snmp/snmp_settings.h"
 #include "probe/sources/snmp/snmp_source.h"
 #include "probe/sources/this_machine/this_machine.h"
 

@@ -1,6 +1,7 @@
 #include "probe/sources/snmp/snmp_source.h"
 #include "platform/device_records.h"
 #include "probe/sources/snmp/device_poll.h"
+#include "probe/sources/snmp/device_status.h"
 #include "probe/sources/snmp/poll_health.h"
 #include "probe/sources/snmp/reading.h"
 #include "probe/sources/snmp/snmp_settings.h"
