@@ -14,8 +14,9 @@ inline constexpr std::size_t kMaxReportWeeks = 4;  ///< Week buckets that either
 /// gets none beyond it, neither in the day nor in the week.
 inline constexpr std::size_t kMaxClientRowsADay = 100'000;
 
-/// Rogue access points, by MAC, SSID, channel and band, that the network report keeps of one day. New ones beyond it
-/// are left out of the day and of what it adds to the week.
+/// Rogue access points, by MAC, SSID, channel and band, that the network report keeps of one day: so many, and so many
+/// more for each device of ours. New ones beyond it are left out of the day and of what it adds to the week.
 inline constexpr std::size_t kMaxRogueKeysADay = 10'000;
+inline constexpr std::size_t kRogueKeysADayPerDevice = 20;
 
 }  // namespace monitoring

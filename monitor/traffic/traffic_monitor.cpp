@@ -172,9 +172,9 @@ void TrafficMonitor::FoldAtOnce() {
   for (auto& [mac, device] : devices_) {
     if (device.reading != 0) CalculateDeviceSpeed(mac, device);
     MergeAllViews(device);
-    newest_.Stage(mac, device);
   }
-  newest_.Show(devices_);
+  // Last: where there is no memory for the newest speeds of one device, the histories of all have gone on.
+  ShowNewest();
 }
 
 void TrafficMonitor::CalculateTrafficSpeed() {

@@ -18,6 +18,7 @@
 #include "probe/app/service_signals.h"
 #include "probe/host/log.h"
 #include "probe/server/net/server_settings.h"
+#include "probe/server/net/tls_context.h"
 #include "probe/settings/settings.h"
 
 namespace {
@@ -44,12 +45,18 @@ std::unique_ptr<probe::EngineWatchdog> WatchdogFor(const probe::ProbeApp& app) {
       *interval, [&app] { return app.EngineProgress(); }, [] { probe::TellServiceManager("WATCHDOG=1"); });
 }
 
+/// A core dump, and what other processes of this user may read of this one, would hold the secrets. prctl(2)
+void GuardSecrets(const probe::Settings& settings) {
+  if (!settings.server.token.empty() || !settings.server.tls_key.empty()) prctl(PR_SET_DUMPABLE, 0);
+}
+
 /// Looks at the configuration as a start would. Returns the exit code.
 int Check(const probe::CommandLine& command_line) {
   try {
     const probe::Settings settings = probe::SettingsFor(command_line);
     probe::ProfilesFor(settings.snmp);
     probe::RequireServable(settings.server);
+    probe::MakeTlsContext(settings.server);
     std::puts("the configuration can be used");
     return 0;
   } catch (const std::exception& error) {
@@ -63,7 +70,9 @@ void Reload(probe::ProbeApp& app, const probe::CommandLine& command_line) {
   const probe::ReloadNotice notice;
   probe::log::Info("SIGHUP: reading the configuration anew");
   try {
-    app.Reload(probe::SettingsFor(command_line));
+    const probe::Settings settings = probe::SettingsFor(command_line);
+    GuardSecrets(settings);
+    app.Reload(settings);
     probe::log::Info("the configuration has been taken over");
   } catch (const std::exception& error) {
     std::istringstream lines(error.what());
@@ -81,8 +90,7 @@ int Run(const probe::CommandLine& command_line) {
   probe::ServiceSignals service_signals;
   return Guarded("vexora-probe cannot start", [&] {
     probe::Settings settings = probe::SettingsFor(command_line);
-    // A core dump, and what other processes of this user may read of this one, would hold the secrets. prctl(2)
-    if (!settings.server.token.empty() || !settings.server.tls_key.empty()) prctl(PR_SET_DUMPABLE, 0);
+    GuardSecrets(settings);
     probe::ProbeApp app(std::move(settings), [&] { service_signals.Interrupt(); });
     app.Start();
     const char* signal = nullptr;

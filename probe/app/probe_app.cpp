@@ -184,11 +184,14 @@ void ProbeApp::StartSnmp() {
 void ProbeApp::Reload(const Settings& settings) {
   // Whatever can be wrong is looked at first.
   auto profiles = ProfilesFor(settings.snmp);
-  server_->Reload(settings.server);
-  log::SetLevel(settings.log_level);
+  const auto reload_server = server_->PrepareReload(settings.server);
   ReloadSnmp(settings.snmp, std::move(profiles));
-  TellWhatWaits(settings);
-  settings_ = settings;
+  reload_server();
+  log::SetLevel(settings.log_level);
+  for (const SettingKey& key : SettingKeys()) {
+    if (TakesEffectAtReload(key) || key.read(settings) == key.read(settings_)) continue;
+    log::Info("%s is another than at the start, and takes effect at the next one", key.Path().c_str());
+  }
 }
 
 void ProbeApp::ReloadSnmp(const snmp::SnmpSettings& settings, std::unique_ptr<snmp::ProfileCatalogue> profiles) {
@@ -196,18 +199,9 @@ void ProbeApp::ReloadSnmp(const snmp::SnmpSettings& settings, std::unique_ptr<sn
   profiles_ = std::move(profiles);  // behind the polls that used the former
   for (const std::string& mac : gone) {
     log::Info("device %s is no longer in the configuration: it is shown no longer", mac.c_str());
-    // Not as a clean-up that the journal hears of: it keeps what it has of the device.
-    CallMemoryCleanup(mac);
-    if (recorder_) recorder_->OnCleanUp(mac);
+    CleanUpDevice(mac, CleanUpReason::kNotConfigured);
   }
   log::Info("%zu devices are asked by SNMP", settings.devices.size());
-}
-
-void ProbeApp::TellWhatWaits(const Settings& settings) const {
-  for (const SettingKey& key : SettingKeys()) {
-    if (TakesEffectAtReload(key) || key.read(settings) == key.read(settings_)) continue;
-    log::Info("%s has changed, and takes effect at the next start", key.Path().c_str());
-  }
 }
 
 void ProbeApp::StartRecording() {
@@ -240,9 +234,9 @@ void ProbeApp::StartPassClock() {
   if (removed_devices_) observers.push_back(removed_devices_.get());
   if (observers.empty()) return;
   pass_clock_ = std::make_unique<recording::PassClock>(DeviceCentre::Instance(), std::move(observers));
-  SetCleanUpObserver([this](const std::string& mac) {
+  SetCleanUpObserver([this](const std::string& mac, CleanUpReason reason) {
     if (recorder_) recorder_->OnCleanUp(mac);
-    if (journal_) journal_->OnCleanUp(mac);
+    if (journal_ && reason == CleanUpReason::kRemoved) journal_->OnCleanUp(mac);
   });
 }
 

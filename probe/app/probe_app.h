@@ -76,7 +76,6 @@ class ProbeApp {
   void StartSources();
   void StartSnmp();
   void ReloadSnmp(const snmp::SnmpSettings& settings, std::unique_ptr<snmp::ProfileCatalogue> profiles);
-  void TellWhatWaits(const Settings& settings) const;
   void StartPassClock();
   void AwaitRemovedDevices();
   bool AreAllDevicesKnown() const;
@@ -91,7 +90,7 @@ class ProbeApp {
   /// "ws://127.0.0.1:8765", "wss://[::1]:8765"; `scheme` without the "s" of TLS.
   std::string UrlOf(const std::string& scheme, const std::string& address) const;
 
-  Settings settings_;
+  const Settings settings_;  // those of the start
   const std::function<void()> on_failure_;
   std::unique_ptr<ScaledClock> clock_;  // null at the true pace
   std::unique_ptr<ClockInstallation> clock_installation_;

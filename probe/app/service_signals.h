@@ -11,7 +11,7 @@ namespace probe {
 ///          the first thread. The same thread makes it, waits and lets it go.
 class ServiceSignals {
  public:
-  /// Blocks them.
+  /// Blocks them. Fails: throws `std::system_error` when there are no descriptors to wait with.
   ServiceSignals();
 
   /// Gives the thread back its former signal mask.
@@ -28,6 +28,7 @@ class ServiceSignals {
  private:
   sigset_t former_{};
   int interrupted_;  // an eventfd
+  int arrivals_;     // a signalfd
 };
 
 }  // namespace probe

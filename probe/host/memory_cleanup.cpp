@@ -16,11 +16,11 @@ std::atomic<MonitorMemoryCleanup> registered{nullptr};
 struct CleanUps {
   utilities::lock::Mutex lock;
   utilities::lock::CondVar changed;
-  std::function<void(const std::string&)> observer VEXORA_GUARDED_BY(lock);
+  std::function<void(const std::string&, probe::CleanUpReason)> observer VEXORA_GUARDED_BY(lock);
   bool are_held VEXORA_GUARDED_BY(lock) = false;
   std::vector<std::string> waiting VEXORA_GUARDED_BY(lock);
   bool is_in_pass VEXORA_GUARDED_BY(lock) = false;
-  std::vector<std::string> behind_pass VEXORA_GUARDED_BY(lock);
+  std::vector<std::pair<std::string, probe::CleanUpReason>> behind_pass VEXORA_GUARDED_BY(lock);
   unsigned under_way VEXORA_GUARDED_BY(lock) = 0;  // calls of the plug-in
 };
 
@@ -40,25 +40,25 @@ void probe::CallMemoryCleanup(const std::string& mac) {
   if (cleanup != nullptr) cleanup(mac);
 }
 
-void probe::CleanUpDevice(const std::string& mac) {
+void probe::CleanUpDevice(const std::string& mac, CleanUpReason reason) {
   CleanUps& clean_ups = TheCleanUps();
   {
     const utilities::lock::lock_guard held(clean_ups.lock);
     if (clean_ups.is_in_pass) {
-      clean_ups.behind_pass.push_back(mac);
+      clean_ups.behind_pass.emplace_back(mac, reason);
       return;
     }
     if (clean_ups.are_held) {
       clean_ups.waiting.push_back(mac);
       // At once: a process that goes down meanwhile has forgotten those that wait.
-      if (clean_ups.observer) clean_ups.observer(mac);
+      if (clean_ups.observer) clean_ups.observer(mac, reason);
       return;
     }
     ++clean_ups.under_way;
   }
   CallMemoryCleanup(mac);
   const utilities::lock::lock_guard held(clean_ups.lock);
-  if (clean_ups.observer) clean_ups.observer(mac);
+  if (clean_ups.observer) clean_ups.observer(mac, reason);
   if (--clean_ups.under_way == 0) clean_ups.changed.NotifyAll();
 }
 
@@ -71,13 +71,13 @@ void probe::HoldCleanUpsForPass() {
 
 void probe::ReleaseCleanUpsAfterPass() {
   CleanUps& clean_ups = TheCleanUps();
-  std::vector<std::string> behind_pass;
+  std::vector<std::pair<std::string, CleanUpReason>> behind_pass;
   {
     const utilities::lock::lock_guard held(clean_ups.lock);
     clean_ups.is_in_pass = false;
     behind_pass.swap(clean_ups.behind_pass);
   }
-  for (const std::string& mac : behind_pass) CleanUpDevice(mac);
+  for (const auto& [mac, reason] : behind_pass) CleanUpDevice(mac, reason);
 }
 
 void probe::HoldCleanUps(bool hold) {
@@ -91,7 +91,7 @@ void probe::HoldCleanUps(bool hold) {
   for (const std::string& mac : waiting) CallMemoryCleanup(mac);
 }
 
-void probe::SetCleanUpObserver(std::function<void(const std::string& mac)> observer) {
+void probe::SetCleanUpObserver(std::function<void(const std::string& mac, CleanUpReason reason)> observer) {
   CleanUps& clean_ups = TheCleanUps();
   const utilities::lock::lock_guard held(clean_ups.lock);
   clean_ups.observer = std::move(observer);

@@ -65,13 +65,15 @@ class WebServer::EventLoop {
   EventLoop(const EventLoop&) = delete;
   EventLoop& operator=(const EventLoop&) = delete;
 
-  void Reload(const ServerSettings& settings) {
+  std::function<void()> PrepareReload(const ServerSettings& settings) {
     // Those who are connected keep the context that they began with: the TLS library counts who uses it.
     auto change = std::make_shared<Change>(Change{AccessRules(settings, listener_.port()), MakeTlsContext(settings)});
-    boost::asio::post(io_, [this, change] {
-      tls_ = std::move(change->tls);
-      connections_->Replace(std::move(change->rules));
-    });
+    return [this, change] {
+      boost::asio::post(io_, [this, change] {
+        tls_ = std::move(change->tls);
+        connections_->Replace(std::move(change->rules));
+      });
+    };
   }
 
   const Listener& listener() const { return listener_; }
@@ -138,7 +140,7 @@ void WebServer::Start() {
   log::Info("[WebServer] serving on port %u", static_cast<unsigned>(port()));
 }
 
-void WebServer::Reload(const ServerSettings& settings) {
+std::function<void()> WebServer::PrepareReload(const ServerSettings& settings) {
   ServerSettings next = settings_;
   next.token = settings.token;
   next.tls_certificate = settings.tls_certificate;
@@ -146,8 +148,7 @@ void WebServer::Reload(const ServerSettings& settings) {
   next.allowed_hosts = settings.allowed_hosts;
   next.allowed_origins = settings.allowed_origins;
   RequireServable(next);
-  loop_->Reload(next);
-  settings_ = std::move(next);
+  return loop_->PrepareReload(next);
 }
 
 void WebServer::Stop() {

@@ -45,11 +45,12 @@ class WebServer {
   /// just sending is dropped.
   void Stop();
 
-  /// Takes token, certificate, hosts and origins of other settings over; the rest stays as it was. Connections stay,
-  /// but for websockets that were opened with another token (1008); the certificate is that of new connections.
+  /// What takes token, certificate, hosts and origins of other settings over when it is called; the rest stays as it
+  /// was. Connections stay, but for websockets that were opened with another token (1008); the certificate is that of
+  /// new connections.
   ///
-  /// Threads: the one that started it. Fails: as `Start`; nothing has changed then.
-  void Reload(const ServerSettings& settings);
+  /// Threads: the one that started it; to be called before it stops. Fails: as `Start`; what is returned does not fail.
+  std::function<void()> PrepareReload(const ServerSettings& settings);
 
   /// A connection with no client behind it, for the host's own subscriptions: what is sent to it goes to `receiver`, on
   /// the thread that sends, until the server stops.

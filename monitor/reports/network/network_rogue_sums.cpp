@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "monitor/engine/band_names.h"
-#include "monitor/engine/report_limits.h"
 #include "monitor/engine/time_keys.h"
 #include "platform/device_records.h"
 
@@ -110,10 +109,9 @@ class ScanFold {
   /// Whether the day has a record of this key, or room for one. Its samples are counted by themselves: they stay when
   /// a trusted scan removes the record, and go when the clock is set back.
   bool HasRoom() const {
-    if (store_.rogues.size() >= monitoring::kMaxRogueKeysADay && !store_.rogues.contains(key_)) return false;
+    if (store_.rogues.size() >= store_.max_rogues_a_day && !store_.rogues.contains(key_)) return false;
     const auto today = daily_.find(time_.day);
-    return today == daily_.end() || today->second.size() < monitoring::kMaxRogueKeysADay ||
-           today->second.contains(key_);
+    return today == daily_.end() || today->second.size() < store_.max_rogues_a_day || today->second.contains(key_);
   }
 
   /// A sample that another access point has stored in this pass is replaced.

@@ -17,8 +17,8 @@ struct RogueWeek {
   RogueRecords gone;        ///< As they were before they left their last day of the week, in the same pass.
 };
 
-/// Adds a scan to the samples, the day and the week. What a day has no room for (`kMaxRogueKeysADay`) is left out, and
-/// counted in `store.left_out_rogues`. `now`: the pass time, seconds since the epoch.
+/// Adds a scan to the samples, the day and the week. What a day has no room for (`store.max_rogues_a_day`) is left out,
+/// and counted in `store.left_out_rogues`. `now`: the pass time, seconds since the epoch.
 void FoldScan(const Hearing& hearing, long now, const ReportTime& time, const HostFunctions& host, SampleStore& store,
               RogueBuckets& daily, RogueWeek& week);
 

@@ -9,6 +9,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "monitor/engine/report_limits.h"
 #include "monitor/reports/network/network_records.h"
 #include "platform/device_records.h"
 
@@ -146,7 +147,8 @@ struct SampleStore {
   FamilySums ssids;
   FamilySums access_points;
   FamilySums spectrums;
-  std::unordered_map<std::string, RogueSum> rogues;  ///< By rogue key.
+  std::unordered_map<std::string, RogueSum> rogues;              ///< By rogue key.
+  std::size_t max_rogues_a_day = monitoring::kMaxRogueKeysADay;  ///< Set by the reader, before each pass.
   std::uint64_t left_out_rogues = 0;  ///< Entries of scans that a full day left out; the reader sets it back.
 
   /// The device of a MAC. Quick when devices are asked for in the order of their MACs.

@@ -140,6 +140,7 @@ void WirelessNetworkReport::CollectData() {
   ClearTimeDeltaForRadio();
   pel_log_debug(log_module::kMonitor, "[WirelessNetworkReport::CollectData] Times up");
 
+  store_.max_rogues_a_day = monitoring::kMaxRogueKeysADay + monitoring::kRogueKeysADayPerDevice * macs.size();
   store_.left_out_rogues = 0;
   for (const std::string& mac : macs) CollectDevice(mac, now, day, week);
   LogLeftOutRogues(day);
@@ -198,7 +199,7 @@ void WirelessNetworkReport::LogLeftOutRogues(const std::string& day) {
   pel_log_error(log_module::kMonitor,
                 "[WirelessNetworkReport::CollectData] More than %zu rogue access points on %s: new ones are left out, "
                 "%llu entries of scans in this pass",
-                monitoring::kMaxRogueKeysADay, day.c_str(), static_cast<unsigned long long>(store_.left_out_rogues));
+                store_.max_rogues_a_day, day.c_str(), static_cast<unsigned long long>(store_.left_out_rogues));
 }
 
 void WirelessNetworkReport::CollectNeighboringAPs(const std::shared_ptr<Device>& device, const long& now,

@@ -210,6 +210,7 @@ void Outbox::CountDrop(const OutgoingMessage& message) {
 std::shared_ptr<const OutgoingMessage> Outbox::Take() {
   const lock_guard held(lock_);
   being_written_ = 0;
+  is_given_up_.store(false);  // what it was given up for has been taken
   if (waiting_.empty()) return nullptr;
   auto message = std::move(waiting_.front());
   waiting_.pop_front();

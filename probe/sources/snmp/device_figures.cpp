@@ -93,6 +93,19 @@ std::optional<DeviceSnapshot> DeviceFigures::ContinueFrom(const DeviceSnapshot& 
   return snapshot_;
 }
 
+void DeviceFigures::GoOnAs(const std::string& mac, const DeviceSnapshot& last, std::int64_t steady_ticks) {
+  mac_ = mac;
+  const std::string hostname =
+      settings_.name.empty() && last.basic_info ? last.basic_info->hostname : snapshot_.basic_info->hostname;
+  const std::string ip = snapshot_.basic_info->ip;
+  snapshot_ = last;
+  if (!snapshot_.basic_info) snapshot_.basic_info.emplace();
+  snapshot_.basic_info->mac = mac;
+  snapshot_.basic_info->hostname = hostname;
+  snapshot_.basic_info->ip = ip;
+  last_answer_ = steady_ticks;
+}
+
 /// A device that ran on has added the time between to its uptime; one that restarted began behind the last reading. So
 /// its uptime is that time, or that time and the last uptime, up to what the clocks differ.
 bool DeviceFigures::HasRestartedSince(const DeviceSnapshot& last) const {

@@ -46,6 +46,10 @@ class DeviceFigures {
   /// there was no reading yet.
   std::optional<DeviceSnapshot> ContinueFrom(const DeviceSnapshot& last);
 
+  /// Goes on as a device that is known already, and only asked in another way from now on: it has this id and is as it
+  /// was last seen, until it answers or has been silent for too long. To be called before the first reading.
+  void GoOnAs(const std::string& mac, const DeviceSnapshot& last, std::int64_t steady_ticks);
+
   /// The snapshot that is to replace the last one because the device is offline now. Nothing: no change.
   ///
   /// Asked from time to time, also while the device answers. A device with an id that never answered is offline at the

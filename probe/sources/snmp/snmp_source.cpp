@@ -5,8 +5,10 @@
 #include <ctime>
 #include <exception>
 #include <optional>
+#include <set>
 #include <utility>
 
+#include "platform/utilities/text.h"
 #include "probe/host/log.h"
 #include "probe/host/name_limit.h"
 #include "probe/sources/snmp/device_figures.h"
@@ -47,6 +49,39 @@ std::string JoinedErrors(const PollResult& result) {
   return text;
 }
 
+/// The devices of former settings, each of which one of the new settings may go on as.
+class FormerDevices {
+ public:
+  explicit FormerDevices(const std::vector<DeviceSettings>& devices) {
+    for (std::size_t i = 0; i < devices.size(); ++i) {
+      left_.insert(i);
+      by_place_.emplace(std::pair(devices[i].address, devices[i].port), i);
+      if (!devices[i].mac.empty()) by_mac_.emplace(format_macaddress(devices[i].mac), i);
+      if (!devices[i].name.empty()) by_name_.emplace(devices[i].name, i);
+    }
+  }
+
+  /// Takes the one as which this device goes on, once; nothing: there is none.
+  std::optional<std::size_t> Take(const DeviceSettings& device) {
+    if (const auto at = Find(by_place_, std::pair(device.address, device.port))) return at;
+    if (const auto at = Find(by_mac_, format_macaddress(device.mac))) return at;
+    return Find(by_name_, device.name);
+  }
+
+ private:
+  template <typename Key>
+  std::optional<std::size_t> Find(const std::map<Key, std::size_t>& devices, const Key& key) {
+    const auto found = devices.find(key);
+    if (found == devices.end() || left_.erase(found->second) == 0) return std::nullopt;
+    return found->second;
+  }
+
+  std::set<std::size_t> left_;
+  std::map<std::pair<std::string, std::uint16_t>, std::size_t> by_place_;
+  std::map<std::string, std::size_t> by_mac_;
+  std::map<std::string, std::size_t> by_name_;
+};
+
 /// Whether two settings differ at most in where they stand.
 bool AreAlike(DeviceSettings one, DeviceSettings other) {
   one.defined_at.clear();
@@ -64,6 +99,13 @@ class SnmpSource::PolledDevice {
         figures_(settings) {
     status_.address = UrlHost(settings.address) + ":" + std::to_string(settings.port);
     status_.name = settings.name.empty() ? PlaceOf(settings) : settings.name;
+  }
+
+  /// One that is known already, and only asked in another way.
+  PolledDevice(const DeviceSettings& settings, const std::string& mac, const DeviceSnapshot& last)
+      : PolledDevice(settings) {
+    figures_.GoOnAs(mac, last, SteadyTicks());
+    NoteSnapshot(last);
   }
 
   // Order: before the lock of the claims and that of the device centre.
@@ -124,12 +166,13 @@ SnmpSource::SnmpSource(DeviceCentre& centre, SnmpSettings settings, const Profil
 SnmpSource::SnmpSource(DeviceCentre& centre, SnmpSettings settings, const SnmpPoller::DevicePollMaker& maker)
     : centre_(centre), settings_(std::move(settings)) {
   for (const DeviceSettings& device : settings_.devices) devices_.push_back(std::make_unique<PolledDevice>(device));
-  poller_ = MakePoller(maker);
+  poller_ = MakePoller(settings_, maker);
 }
 
-std::unique_ptr<SnmpPoller> SnmpSource::MakePoller(const SnmpPoller::DevicePollMaker& maker) {
+std::unique_ptr<SnmpPoller> SnmpSource::MakePoller(const SnmpSettings& settings,
+                                                   const SnmpPoller::DevicePollMaker& maker) {
   return std::make_unique<SnmpPoller>(
-      settings_, maker, [this](std::size_t device, PollResult result) { TakeResult(device, std::move(result)); });
+      settings, maker, [this](std::size_t device, PollResult result) { TakeResult(device, std::move(result)); });
 }
 
 SnmpSource::~SnmpSource() {
@@ -156,12 +199,11 @@ std::vector<std::string> SnmpSource::Replace(SnmpSettings settings, const Profil
 }
 
 std::vector<std::string> SnmpSource::Replace(SnmpSettings settings, const SnmpPoller::DevicePollMaker& maker) {
+  // What may fail comes first: until the former poller is stopped nothing has changed.
+  auto poller = MakePoller(settings, maker);
   poller_->Stop();
   std::vector<std::string> gone = ReplaceDevices(std::move(settings));
-  {
-    const lock_guard_read held(list_lock_);
-    poller_ = MakePoller(maker);
-  }
+  poller_ = std::move(poller);
   CheckOffline();
   poller_->Start();
   return gone;
@@ -169,38 +211,32 @@ std::vector<std::string> SnmpSource::Replace(SnmpSettings settings, const SnmpPo
 
 std::vector<std::string> SnmpSource::ReplaceDevices(SnmpSettings settings) {
   const lock_guard_write list_held(list_lock_);
-  std::map<std::pair<std::string, std::uint16_t>, std::size_t> former_places;
-  for (std::size_t i = 0; i < devices_.size(); ++i) {
-    former_places.emplace(std::pair(settings_.devices[i].address, settings_.devices[i].port), i);
-  }
-  std::vector<std::unique_ptr<PolledDevice>> devices;
-  std::map<std::size_t, std::size_t> successors;  // number of a former device -> that of the one in its place
-  for (const DeviceSettings& device : settings.devices) {
-    const auto former = former_places.find({device.address, device.port});
-    const bool is_same = former != former_places.end() && AreAlike(settings_.devices[former->second], device);
-    if (former != former_places.end()) successors.emplace(former->second, devices.size());
-    devices.push_back(is_same ? std::move(devices_[former->second]) : std::make_unique<PolledDevice>(device));
-    if (former != former_places.end()) former_places.erase(former);
-  }
-  std::vector<std::string> macs;
-  for (const std::unique_ptr<PolledDevice>& device : devices) {
-    const lock_guard held(device->lock);
-    macs.push_back(device->mac());
-  }
   const lock_guard held(claims_lock_);
-  std::vector<std::string> gone;
+  std::map<std::size_t, std::string> former_macs;
+  for (const auto& [mac, claimant] : claims_) former_macs[claimant] = mac;
+  FormerDevices formers(settings_.devices);
+  std::vector<std::unique_ptr<PolledDevice>> devices;
   std::map<std::string, std::size_t> claims;
-  for (const auto& [mac, former] : claims_) {
-    const auto successor = successors.find(former);
-    if (successor != successors.end() && (macs[successor->second].empty() || macs[successor->second] == mac)) {
-      claims.emplace(mac, successor->second);
-      // Where it is asked in another way its counters are widened anew, and go on from these.
-      const bool is_asked_anew = devices_[former] != nullptr;
-      if (is_asked_anew) last_known_[mac] = centre_.Snapshot(mac);
+  for (const DeviceSettings& device : settings.devices) {
+    const std::optional<std::size_t> former = formers.Take(device);
+    const auto mac = former ? former_macs.find(*former) : former_macs.end();
+    const bool is_known =
+        mac != former_macs.end() && (device.mac.empty() || format_macaddress(device.mac) == mac->second);
+    if (is_known) claims.emplace(mac->second, devices.size());
+    if (former && AreAlike(settings_.devices[*former], device)) {
+      devices.push_back(std::move(devices_[*former]));
+    } else if (const auto last = is_known ? centre_.Snapshot(mac->second) : nullptr) {
+      devices.push_back(std::make_unique<PolledDevice>(device, mac->second, *last));
+      last_known_[mac->second] = last;  // its counters are widened anew, and go on from these
     } else {
-      centre_.Forget(mac);
-      gone.push_back(mac);
+      devices.push_back(std::make_unique<PolledDevice>(device));
     }
+  }
+  std::vector<std::string> gone;
+  for (const auto& [mac, former] : claims_) {
+    if (claims.contains(mac)) continue;
+    centre_.Forget(mac);
+    gone.push_back(mac);
   }
   settings_ = std::move(settings);
   devices_ = std::move(devices);
@@ -245,7 +281,7 @@ bool SnmpSource::KnowsAllIds() const {
 void SnmpSource::ContinueFrom(LastSnapshots last) {
   {
     const lock_guard held(claims_lock_);
-    last_known_ = std::move(last);
+    last_known_.merge(last);  // what a reload has noted is newer
   }
   const lock_guard_read list_held(list_lock_);
   for (std::size_t i = 0; i < devices_.size(); ++i) {

@@ -48,9 +48,10 @@ class SnmpSource {
   /// `std::system_error` when there cannot be a thread.
   void Start();
 
-  /// Polls the devices of other settings from now on. What is known of a device stays when its settings are the same,
-  /// but for where they stand; one whose settings are others goes on under its id if its address and port are the same.
-  /// The others that are no longer there leave the centre, and their ids are given back.
+  /// Polls the devices of other settings from now on. A device whose settings are the same, but for where they stand,
+  /// stays as it is. One with the address and port of a former device, else with its id set by hand, else with its
+  /// name, is that device, asked in another way: it goes on as it was last seen, unless another id is set for it.
+  /// Devices that are no longer there leave the centre, and their ids are given back.
   ///
   /// To be called between `Start` and `Stop`, by the thread that calls them. Waits for polls that go on to be broken
   /// off. Fails: throws `std::system_error` when there cannot be a thread.
@@ -83,9 +84,9 @@ class SnmpSource {
   class PolledDevice;
 
   void Run();
-  std::unique_ptr<SnmpPoller> MakePoller(const SnmpPoller::DevicePollMaker& maker) VEXORA_REQUIRES_SHARED(list_lock_);
+  std::unique_ptr<SnmpPoller> MakePoller(const SnmpSettings& settings, const SnmpPoller::DevicePollMaker& maker);
 
-  /// Takes new settings over; the ids of devices that have gone.
+  /// Takes new settings over; gives the ids of devices that have gone.
   std::vector<std::string> ReplaceDevices(SnmpSettings settings) VEXORA_EXCLUDES(list_lock_);
 
   /// Gives the device centre a snapshot, if the id is this device's own. Otherwise why it is not, in words.

@@ -28,6 +28,7 @@
 #include "probe/host/device_centre.h"
 #include "probe/host/log.h"
 #include "probe/host/subscription_service.h"
+#include "tests/support/json_numbers.h"
 #include "tests/support/local_time.h"
 #include "tests/support/message_capture.h"
 #include "tests/support/network.h"
@@ -169,15 +170,9 @@ class ClockScenarios : public ::testing::TestWithParam<Scenario> {
     return speeds;
   }
 
-  /// The report of a day; numbers that are none become null, as a host makes them.
+  /// The report of a day.
   std::string Report(const char* monitor, const std::string& day) const {
-    std::string text = manager_.GetMonitor(monitor)->GetWirelessReport("daily", day);
-    for (const std::string word : {"-Infinity", "Infinity", "NaN"}) {
-      for (auto at = text.find(": " + word); at != std::string::npos; at = text.find(": " + word)) {
-        text.replace(at + 2, word.size(), "null");
-      }
-    }
-    return text;
+    return test::WithNullForNoNumbers(manager_.GetMonitor(monitor)->GetWirelessReport("daily", day));
   }
 
   std::string Periods(const char* monitor) const { return manager_.GetMonitor(monitor)->GetAvailableTypePeriod(); }

@@ -26,6 +26,7 @@
 #include "probe/host/memory_cleanup.h"
 #include "probe/host/subscription_service.h"
 #include "tests/support/faulty_host/faulty_host.h"
+#include "tests/support/json_numbers.h"
 #include "tests/support/local_time.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/message_capture.h"
@@ -63,13 +64,8 @@ constexpr const char* kTopFilter = R"({"access_point": {"traffic": {"count": 9, 
     "wireless_clients": {"traffic": {"count": 9, "orderby": "out", "flag": "desc"}}})";
 
 /// Whether a text is JSON, but for numbers that are none, which a host makes null of.
-bool IsJson(std::string text) {
-  for (const std::string word : {"-Infinity", "Infinity", "NaN"}) {
-    for (auto at = text.find(": " + word); at != std::string::npos; at = text.find(": " + word)) {
-      text.replace(at + 2, word.size(), "null");
-    }
-  }
-  return Json::accept(text);
+bool IsJson(const std::string& text) {
+  return Json::accept(test::WithNullForNoNumbers(text));
 }
 
 /// All monitors, driven pass by pass over two access points and a router, one of which the host answers right about.

@@ -48,7 +48,7 @@ TEST(EngineWatchdog, SaysOnceWhyItGivesNoneForAStuckEngineAndGoesOnWithTheEngine
   const int before = signs;
   std::this_thread::sleep_for(2 * kInterval);
   EXPECT_EQ(signs, before);
-  EXPECT_THAT(complaints(), ElementsAre(StartsWith("[Watchdog] the engine has been stuck for 0 s: ")));
+  EXPECT_THAT(complaints(), ElementsAre(StartsWith("[Watchdog] the engine has been stuck for ")));
 
   ++steps;
   AwaitWatchdog([&] { return signs > before; });

@@ -151,8 +151,9 @@ TEST(ProbeProcess, ReadsItsConfigurationAnewOnSighup) {
                                  "\"hall\"\n[limits]\nsid_bytes = 300\n");
   probe.Signal(SIGHUP);
   EXPECT_TRUE(probe.AwaitOutput("the configuration has been taken over")) << probe.output();
-  EXPECT_THAT(probe.output(), AllOf(HasSubstr("1 devices are asked by SNMP"),
-                                    HasSubstr("limits.sid_bytes has changed, and takes effect at the next start")));
+  EXPECT_THAT(probe.output(),
+              AllOf(HasSubstr("1 devices are asked by SNMP"),
+                    HasSubstr("limits.sid_bytes is another than at the start, and takes effect at the next one")));
   EXPECT_TRUE(probe.AwaitOutput("snmp device hall (127.0.0.1:9): ")) << probe.output();
 
   folder.Write("probe.toml", head + "tls_certificate = \"/no/such\"\ntls_key = \"/no/such\"\n");

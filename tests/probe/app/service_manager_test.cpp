@@ -33,6 +33,8 @@ class ManagerSocket {
     address.sun_family = AF_UNIX;
     std::strncpy(address.sun_path, path_.c_str(), sizeof address.sun_path - 1);
     EXPECT_EQ(bind(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    const timeval patience{test::kPatience.count(), 0};
+    setsockopt(socket_, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
     setenv("NOTIFY_SOCKET", path_.c_str(), 1);  // NOLINT(concurrency-mt-unsafe): before any thread
   }
   ~ManagerSocket() {

@@ -85,7 +85,7 @@ SmallProbe::SmallProbe(const Options& options) : clock_(options.start) {
     observers.insert(observers.end(), options.observers.begin(), options.observers.end());
     passes_ = std::make_unique<probe::recording::PassClock>(centre, observers);
   }
-  probe::SetCleanUpObserver([this](const std::string& mac) {
+  probe::SetCleanUpObserver([this](const std::string& mac, probe::CleanUpReason /*reason*/) {
     if (journal_) journal_->OnCleanUp(mac);
   });
   warm_start_ = std::make_unique<journal::WarmStart>(

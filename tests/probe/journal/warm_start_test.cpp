@@ -256,7 +256,7 @@ TEST_F(WarmStartTest, HasCleanUpsOfThePresentWait) {
   Journal({"A"}, 600, 2);
   WarmStart warm(Plan(), DeviceCentre::Instance());
   std::vector<std::string> observed;
-  probe::SetCleanUpObserver([&](const std::string& mac) { observed.push_back(mac); });
+  probe::SetCleanUpObserver([&](const std::string& mac, probe::CleanUpReason /*reason*/) { observed.push_back(mac); });
   probe::CleanUpDevice("A");
   EXPECT_THAT(cleaned_up, IsEmpty());
   EXPECT_THAT(observed, ElementsAre("A")) << "the journal has it, should the probe be killed now";

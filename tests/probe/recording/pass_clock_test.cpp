@@ -84,7 +84,8 @@ class PassClockTest : public ::testing::Test {
     is_plugin_busy.store(false);
     is_plugin_blocked.store(false);
     RegisterMonitorMemoryCleanup(ForgetInPlugin);
-    probe::SetCleanUpObserver([](const std::string& mac) { events.Add("written: " + mac); });
+    probe::SetCleanUpObserver(
+        [](const std::string& mac, probe::CleanUpReason /*reason*/) { events.Add("written: " + mac); });
     task_manager::StartTask(std::make_shared<SleepingTask>([this] { pass(); }, is_stopped_));
     clock_.AwaitSleeper();
   }

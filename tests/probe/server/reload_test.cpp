@@ -41,9 +41,12 @@ TEST_F(ReloadTest, AnotherTokenIsAskedForAndThoseOfTheFormerAreClosed) {
   Serve();
   WebsocketClient client = With("former");
   settings.token = "other";
-  server->Reload(settings);
+  server->PrepareReload(settings)();
 
-  while (!client.close_reason()) client.Receive(std::chrono::seconds(1));
+  ASSERT_TRUE(test::Eventually([&] {
+    client.Receive(std::chrono::milliseconds(10));
+    return client.close_reason().has_value();
+  }));
   EXPECT_EQ(client.close_reason()->code, 1008);
   EXPECT_EQ(RefusalOf("former"), 401U);
   EXPECT_EQ(RefusalOf("other"), 0U);
@@ -54,7 +57,7 @@ TEST_F(ReloadTest, TheSameTokenLeavesConnectionsAsTheyAre) {
   Serve();
   WebsocketClient client = With("same");
   settings.allowed_hosts = {"probe.example"};
-  server->Reload(settings);
+  server->PrepareReload(settings)();
 
   ExpectServed(client);
   ClientOptions by_name = Options();
@@ -67,9 +70,9 @@ TEST_F(ReloadTest, SettingsThatCannotBeServedChangeNothing) {
   Serve();
   settings.token = "other";
   settings.tls_certificate = settings.tls_key = "/no/such/file";
-  EXPECT_THROW(server->Reload(settings), std::runtime_error);
+  EXPECT_THROW(server->PrepareReload(settings), std::runtime_error);
   settings.tls_certificate.clear();
-  EXPECT_THROW(server->Reload(settings), std::runtime_error) << "half of a pair";
+  EXPECT_THROW(server->PrepareReload(settings), std::runtime_error) << "half of a pair";
   EXPECT_EQ(RefusalOf("other"), 401U);
   EXPECT_EQ(RefusalOf("former"), 0U);
 }
@@ -79,7 +82,7 @@ TEST_F(ReloadTest, ANewCertificateIsThatOfNewConnections) {
   WebsocketClient client = Connect();
   const std::string former_certificate = settings.tls_certificate;
   RenewCertificate();
-  server->Reload(settings);
+  server->PrepareReload(settings)();
 
   ExpectServed(client);
   WebsocketClient with_the_new = Connect();

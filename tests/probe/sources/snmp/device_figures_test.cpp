@@ -120,6 +120,23 @@ TEST_F(DeviceFiguresTest, ShowWhoTheDeviceIs) {
   EXPECT_FALSE(snapshot.is_wireless);
 }
 
+TEST_F(DeviceFiguresTest, GoOnAsADeviceThatIsKnownUntilItIsSilentForTooLong) {
+  const DeviceSnapshot last = Poll();
+  DeviceSettings settings = Settings();
+  settings.address = "192.0.2.9";
+  DeviceFigures other(settings);
+  other.GoOnAs("02:FC:00:00:00:01", last, steady_ticks_);
+
+  EXPECT_EQ(other.mac(), "02:FC:00:00:00:01");
+  EXPECT_FALSE(other.CheckOffline(steady_ticks_ + 8'999).has_value());
+  const auto offline = other.CheckOffline(steady_ticks_ + 9'000);
+  ASSERT_TRUE(offline.has_value());
+  EXPECT_FALSE(offline->online);
+  EXPECT_EQ(offline->uptime, last.uptime);
+  EXPECT_EQ(offline->basic_info->hostname, "switch");
+  EXPECT_EQ(offline->basic_info->ip, "192.0.2.9");
+}
+
 TEST_F(DeviceFiguresTest, WhatIsNotKnownIsNotZero) {
   reading_.system.sys_uptime_ticks.reset();
   const DeviceSnapshot snapshot = Poll();

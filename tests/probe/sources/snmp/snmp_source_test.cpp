@@ -311,9 +311,21 @@ TEST_F(SnmpSourceTest, ADeviceThatIsAskedInAnotherWayGoesOnUnderItsId) {
 
   settings_.devices[0].community = "other";
   EXPECT_THAT(Replace(), IsEmpty());
-  EXPECT_NE(Snapshot(), nullptr);
+  EXPECT_EQ(Source().Statuses().front().mac, kMac);
+  ASSERT_NE(Snapshot(), nullptr);
+  EXPECT_TRUE(Snapshot()->online) << "it goes on as it was last seen";
   Source().TakeResult(0, Answer(ReadingOf(kMac)));
-  EXPECT_EQ(Source().Statuses().front().mac, kMac) << "and not the id of a device of another source";
+  EXPECT_TRUE(Snapshot()->online) << "and not a device of another source";
+
+  settings_.devices[0].mac = "02:fc:00:00:00:01";
+  settings_.devices[0].name = "hall";
+  EXPECT_THAT(Replace(), IsEmpty());
+  EXPECT_TRUE(Snapshot()->online) << "it goes on as it was last seen";
+  settings_.devices[0].address = "192.0.2.77";
+  EXPECT_THAT(Replace(), IsEmpty()) << "its id says that it is the same";
+  settings_.devices[0].mac.clear();
+  settings_.devices[0].address = "192.0.2.78";
+  EXPECT_THAT(Replace(), IsEmpty()) << "and so does its name";
 
   settings_.devices[0].mac = "02:fc:00:00:00:09";
   EXPECT_THAT(Replace(), ElementsAre(kMac)) << "under another id it is another device";
