@@ -184,7 +184,8 @@ TEST_F(ThisMachineTest, TellsItsCpuUseOverAPassAndNotOverASecond) {
     return centre.device(kMac)->hw_resources().cpu;
   };
   cpu_at(1000, {.busy = 0, .total = 0});
-  for (std::time_t second = 1; second <= 60; ++second) cpu_at(1000 + second, {.busy = 0, .total = 100ULL * second});
+  for (std::time_t second = 1; second <= 60; ++second)
+    cpu_at(1000 + second, {.busy = 0, .total = 100 * static_cast<unsigned long long>(second)});
   EXPECT_EQ(cpu_at(1061, {.busy = 100, .total = 6100}), 2) << "a busy second of sixty";
   EXPECT_EQ(cpu_at(1121, {.busy = 6100, .total = 12100}), 100) << "a busy minute";
   EXPECT_EQ(cpu_at(900, {.busy = 6100, .total = 12200}), -1) << "the clock was set back";
