@@ -14,8 +14,15 @@ struct ContractNote {
 };
 static_assert(sizeof(ContractNote) == 24, "a note has no gaps");
 
+// AddressSanitizer would surround it with octets that are no note.
+#ifdef __clang__
+#define VEXORA_AS_IT_IS [[clang::no_sanitize("address")]]
+#else
+#define VEXORA_AS_IT_IS
+#endif
+
 // Nothing refers to it: "used" keeps it. The name of the section makes it a note; notes begin at multiples of four.
-[[gnu::used, gnu::aligned(4), gnu::section(".note.vexora")]] constexpr ContractNote contract_note{
+VEXORA_AS_IT_IS [[gnu::used, gnu::aligned(4), gnu::section(".note.vexora")]] constexpr ContractNote contract_note{
     {sizeof VEXORA_CONTRACT_NOTE_OWNER, sizeof(std::uint32_t), VEXORA_CONTRACT_NOTE_TYPE},
     VEXORA_CONTRACT_NOTE_OWNER,
     VEXORA_CONTRACT_VERSION};
