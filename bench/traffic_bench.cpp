@@ -234,7 +234,8 @@ void BM_MergeByFilter(benchmark::State& state) {
   for (std::int64_t number = 0; number < state.range(0); ++number) {
     const auto filter = std::make_shared<Filter>();
     filter->mac = "AA:AA:AA:AA:" + std::to_string(number);
-    lws* const connection = reinterpret_cast<lws*>(static_cast<std::uintptr_t>(number + 1));
+    lws* const connection =
+        reinterpret_cast<lws*>(static_cast<std::uintptr_t>(number + 1));  // NOLINT(performance-no-int-to-ptr)
     subscriptions[std::to_string(number)][connection] = filter;
   }
   for (auto _ : state) {

@@ -22,7 +22,7 @@ static_assert(sizeof(ContractNote) == 24, "a note has no gaps");
 #endif
 
 // Nothing refers to it: "used" keeps it. The name of the section makes it a note; notes begin at multiples of four.
-VEXORA_AS_IT_IS [[gnu::used, gnu::aligned(4), gnu::section(".note.vexora")]] constexpr ContractNote contract_note{
+VEXORA_AS_IT_IS [[gnu::used, gnu::aligned(4), gnu::section(".note.vexora")]] constexpr ContractNote kContractNote{
     {sizeof VEXORA_CONTRACT_NOTE_OWNER, sizeof(std::uint32_t), VEXORA_CONTRACT_NOTE_TYPE},
     VEXORA_CONTRACT_NOTE_OWNER,
     VEXORA_CONTRACT_VERSION};

@@ -9,6 +9,8 @@
 
 #include "monitor/engine/filter.h"
 
+// NOLINTBEGIN(modernize-use-nullptr): the comparisons that the compiler makes compare with 0
+
 /// How much of a ranking a subscriber wants, and in which order.
 struct FilterBase {
   std::int32_t count = 0;  ///< How many entries, from the top.
@@ -39,6 +41,8 @@ struct NetWorkFilter {
 
   friend auto operator<=>(const NetWorkFilter&, const NetWorkFilter&) = default;
 };
+
+// NOLINTEND(modernize-use-nullptr)
 
 /// What a subscriber of the wireless top monitor asks for. A fresh filter asks for nothing; the texts of its base stay
 /// empty.

@@ -30,7 +30,7 @@ sigset_t SignalSet() {
 
 }  // namespace
 
-ServiceSignals::ServiceSignals() : interrupted_(eventfd(0, EFD_CLOEXEC)), arrivals_(-1) {
+ServiceSignals::ServiceSignals() : interrupted_(eventfd(0, EFD_CLOEXEC)) {
   const sigset_t signals = SignalSet();
   // Now: later, clients may hold all descriptors that there are.
   if (interrupted_ >= 0) arrivals_ = signalfd(-1, &signals, SFD_CLOEXEC);

@@ -27,8 +27,8 @@ class ServiceSignals {
 
  private:
   sigset_t former_{};
-  int interrupted_;  // an eventfd
-  int arrivals_;     // a signalfd
+  int interrupted_;    // an eventfd
+  int arrivals_ = -1;  // a signalfd
 };
 
 }  // namespace probe

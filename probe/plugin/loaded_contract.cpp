@@ -52,6 +52,7 @@ int LookAt(dl_phdr_info* info, std::size_t /*size*/, void* data) {
   for (ElfW(Half) index = 0; index < info->dlpi_phnum && !search.version; ++index) {
     const ElfW(Phdr)& segment = info->dlpi_phdr[index];
     if (segment.p_type != PT_NOTE) continue;
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): the loader gives addresses as numbers
     const auto* begin = reinterpret_cast<const char*>(info->dlpi_addr + segment.p_vaddr);
     search.version = VersionIn({begin, segment.p_memsz});
   }
