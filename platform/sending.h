@@ -31,6 +31,7 @@ namespace kro_utilities::jsonobject {
 /// by U+FFFD, for one such octet makes a browser drop the connection.
 ///
 /// The host serialises the body with json-c and does not look into it: long lists in it may be kept as their text.
+/// json-c returns no text, a null pointer, for a body whose text the heap has no room for.
 ///
 /// Owner:   `name` and `body` stay the caller's. A null body becomes the JSON value null, a null name an empty text.
 /// Threads: any, also with the plug-in's locks held (read locks of the health and wireless top monitors): it must not

@@ -50,6 +50,7 @@ int StartTask(std::shared_ptr<Task> task);
 ///
 /// The plug-in's task spends its life in `sleep(60)`. A host that wants to stop promptly interrupts that sleep, with a
 /// signal to the task's thread whose handler does nothing: `sleep` then returns early and the task runs to its end.
+/// One signal may come too early, before the sleep: repeat it until the task is over.
 ///
 /// Threads: any but the task's own.
 /// Fails:   returns at once for a name that nobody started; never throws.

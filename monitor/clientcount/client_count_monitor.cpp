@@ -22,7 +22,6 @@
 #include "monitor/engine/view_chain.h"
 #include "platform/device_centre.h"
 #include "platform/logging.h"
-#include "platform/sending.h"
 
 namespace clientcount = monitoring::clientcount;
 namespace json_key = monitoring::json_key;
@@ -140,14 +139,20 @@ void ClientCountMonitor::ForgetPair(const std::string& mac, const std::string& s
 
 monitoring::clientCountStruct& ClientCountMonitor::CountOf(const std::string& mac, const std::string& ssid,
                                                            bool& is_new) {
-  auto& ssids = mac_ssid_map[mac];
-  auto pair = ssids.find(ssid);
-  if (pair == ssids.end()) {
-    std::size_t& carriers = ssid_carriers_[ssid];  // first, so that a shortage of memory leaves no pair uncounted
-    pair = ssids.try_emplace(ssid).first;
+  const auto device = mac_ssid_map.try_emplace(mac).first;
+  auto pair = device->second.find(ssid);
+  if (pair != device->second.end()) return pair->second;
+  try {
+    std::size_t& carriers = ssid_carriers_[ssid];
+    pair = device->second.try_emplace(ssid).first;
     ++carriers;
-    is_new = true;
+  } catch (const std::bad_alloc&) {
+    const auto carriers = ssid_carriers_.find(ssid);
+    if (carriers != ssid_carriers_.end() && carriers->second == 0) ssid_carriers_.erase(carriers);
+    if (device->second.empty()) mac_ssid_map.erase(device);
+    throw;
   }
+  is_new = true;
   return pair->second;
 }
 
@@ -160,8 +165,21 @@ void ClientCountMonitor::DataMerge() {
 }
 
 void ClientCountMonitor::CalculateClientCount() {
+  // What needs memory comes first: the zeroes must not stay where the counts should be.
+  Counts devices{.current = clientcount::CountByDevice(mac_ssid_map), .added = {}};
+  Counts ssids{.current = clientcount::CountBySsid(mac_ssid_map, kAllIds), .added = {}};
+  MakeRoom(device_client_counts[monitoring::kView1m], devices);
+  MakeRoom(ssid_client_counts[monitoring::kView1m], ssids);
   PaddedZeroCount();  // overwritten by the counts of whoever has clients
-  MergeCurrentCount();
+  MergeCurrentCount(devices, ssids);
+}
+
+void ClientCountMonitor::MakeRoom(SeriesById& minutes, Counts& counts) {
+  for (auto& [id, series] : minutes) series.MakeRoom();
+  monitoring::AscendingLookup in_minutes(minutes);
+  for (const auto& [id, clients] : counts.current) {
+    if (in_minutes.Find(id) == nullptr) counts.added[id].MakeRoom();
+  }
 }
 
 void ClientCountMonitor::PaddedZeroCount() {
@@ -174,19 +192,19 @@ void ClientCountMonitor::PaddedZeroCountForDifferentView(SeriesById& series_by_i
   for (auto& [id, series] : series_by_id) clientcount::SetSample(series, minute, 0);
 }
 
-void ClientCountMonitor::MergeCurrentCount() {
-  MergeView(clientcount::CountByDevice(mac_ssid_map), device_client_counts);
-  MergeView(clientcount::CountBySsid(mac_ssid_map, kAllIds), ssid_client_counts);
+void ClientCountMonitor::MergeCurrentCount(Counts& devices, Counts& ssids) {
+  MergeView(devices, device_client_counts[monitoring::kView1m]);
+  MergeView(ssids, ssid_client_counts[monitoring::kView1m]);
   pel_log_debug(log_module::kMonitor, "[ClientCountMonitor::MergeCurrentCount] debug");
 }
 
-void ClientCountMonitor::MergeView(const CountById& current, Views& view) const {
-  SeriesById& minutes = view[monitoring::kView1m];
+void ClientCountMonitor::MergeView(Counts& counts, SeriesById& minutes) const {
+  minutes.merge(counts.added);
   // No cap here: a series that is not new got a sample of this minute, and lost its oldest, when it was padded. Where
   // the clock was set back that was the new sample itself, and the merge step drops the surplus.
   const int minute = CurrentMinute();
   auto place = minutes.begin();  // a hint: mostly the ids of both maps are the same
-  for (const auto& [id, clients] : current) {
+  for (const auto& [id, clients] : counts.current) {
     place = minutes.try_emplace(place, id);
     place->second[minute] = clients;
     ++place;
@@ -309,7 +327,7 @@ std::string ClientCountMonitor::Message(const std::string& type, const Filter& f
   const JsonTree message = monitoring::NewObject();
   const std::string view = IntervalOf(filter, monitoring::kClientCountDefaultView);
   if (body != nullptr) monitoring::AddShared(message, view.c_str(), body.get());
-  return kro_utilities::jsonobject::compose_communication_struct(type.c_str(), message.get());
+  return monitoring::Composed(type, message);
 }
 
 void ClientCountMonitor::CalculateTotalNumbersForSSID(const Series& series, Series& totals) {

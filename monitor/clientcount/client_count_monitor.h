@@ -34,7 +34,8 @@ class ClientCountMonitor final : public Monitor {
       VEXORA_EXCLUDES(counts_lock);
 
   /// Makes what was counted the present counts, but for devices that were cleaned up meanwhile, writes them into the
-  /// "1m" view and builds the longer views. Messages show what was before, or all of it.
+  /// "1m" view and builds the longer views. Messages show what was before, or all of it. Where memory
+  /// ends, the "1m" view has no sample of this pass, or a series of a longer view gets its own later than others.
   void DataMerge() override VEXORA_EXCLUDES(counts_lock);
 
   /// Writes the present counts into the "1m" view; whoever has a series there and no count gets 0.
@@ -86,17 +87,27 @@ class ClientCountMonitor final : public Monitor {
   /// Takes a pair out again. Needs no memory.
   void ForgetPair(const std::string& mac, const std::string& ssid) VEXORA_REQUIRES(counts_lock);
   /// The count of one SSID on one device, which is made when there is none; `is_new` tells then.
+  ///
+  /// Fails: with `std::bad_alloc`, and then nothing was made.
   monitoring::clientCountStruct& CountOf(const std::string& mac, const std::string& ssid, bool& is_new)
       VEXORA_REQUIRES(counts_lock);
 
+  /// The clients of a pass, by device or by SSID.
+  struct Counts {
+    CountById current;
+    SeriesById added;  // for those that have no series yet
+  };
+
+  /// Makes room for a sample in every series of a "1m" view, and new series with room for one.
+  static void MakeRoom(SeriesById& minutes, Counts& counts);
   /// Gives every series of both "1m" views a sample of 0.
   void PaddedZeroCount() VEXORA_REQUIRES(counts_lock);
   /// The same for one view; drops the oldest sample of a series that is then too long.
   void PaddedZeroCountForDifferentView(SeriesById& series_by_id) const VEXORA_REQUIRES(counts_lock);
   /// Writes the present counts into both "1m" views.
-  void MergeCurrentCount() VEXORA_REQUIRES(counts_lock);
+  void MergeCurrentCount(Counts& devices, Counts& ssids) VEXORA_REQUIRES(counts_lock);
   /// The same for one of them.
-  void MergeView(const CountById& current, Views& view) const VEXORA_REQUIRES(counts_lock);
+  void MergeView(Counts& counts, SeriesById& minutes) const VEXORA_REQUIRES(counts_lock);
 
   /// Builds the longer views from the shorter ones.
   void MergeViews() VEXORA_REQUIRES(counts_lock);

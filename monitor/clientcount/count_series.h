@@ -42,6 +42,11 @@ class CountSeries {
     return samples_.insert(at, {minute, 0})->second;
   }
 
+  /// Makes room for one more sample, which then needs no memory.
+  void MakeRoom() {
+    if (samples_.size() == samples_.capacity()) samples_.reserve(std::max<std::size_t>(1, 2 * samples_.size()));
+  }
+
   /// Drops the oldest sample. The series must not be empty.
   void DropOldest() { samples_.erase(samples_.begin()); }
 

@@ -1,5 +1,9 @@
 #include "monitor/engine/credential_members.h"
 
+#include <memory>
+#include <utility>
+
+#include "monitor/engine/json_writer.h"
 #include "platform/credentials.h"
 #include "platform/logging.h"
 
@@ -12,8 +16,10 @@ void AddCredentialMembers(const JsonTree& object, const std::string& mac, const 
   json_object_object_foreach(result.get(), key, value) {
     pel_log_debug(log_module::kMonitor, "DeviceCredentialResultGet %s mac %s,key is %s.", monitor_class, mac.c_str(),
                   key);
-    // Shared, because `result` keeps its own reference to the value.
-    AddShared(object, key, value);
+    // As its text: the value may have a serialiser of the host's.
+    auto text = std::make_shared<std::string>();
+    AppendTree(*text, value);
+    Add(object, std::string(key), SharedJson(std::move(text)));
   }
 }
 

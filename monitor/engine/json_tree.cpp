@@ -2,6 +2,7 @@
 
 #include <json-c/printbuf.h>
 
+#include <new>
 #include <utility>
 
 #include "monitor/engine/json_keys.h"
@@ -143,6 +144,34 @@ JsonTree SharedJson(std::shared_ptr<const std::string> text) {
 void SerialiseAs(const JsonTree& tree, std::shared_ptr<const std::string> text) {
   auto kept = std::make_unique<SharedText>(std::move(text));
   json_object_set_serializer(tree.get(), &AppendShared, kept.release(), &ReleaseShared);
+}
+
+namespace {
+
+/// Writes a tree into the buffer of json-c: all of it, or -1.
+int AppendWhole(json_object* tree, printbuf* out, int /*level*/, int /*flags*/) {
+  std::string text;
+  const auto flush = [out](const std::string& part) {
+    if (printbuf_memappend(out, part.data(), static_cast<int>(part.size())) < 0) throw std::bad_alloc();
+  };
+  try {
+    AppendTree(text, tree, [&flush](std::string& before, json_object* leaf) {
+      flush(before);
+      before.clear();
+      flush(**static_cast<const SharedText*>(json_object_get_userdata(leaf)));
+    });
+    flush(text);
+  } catch (const std::bad_alloc&) {  // which must not pass through the functions of json-c
+    has_struck = true;
+    return -1;
+  }
+  return 0;
+}
+
+}  // namespace
+
+void SerialiseWhole(const JsonTree& tree) {
+  if (tree != nullptr) json_object_set_serializer(tree.get(), &AppendWhole, nullptr, nullptr);
 }
 
 JsonTree NewSidArray(const std::vector<std::string>& sids) {

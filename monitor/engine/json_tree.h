@@ -50,6 +50,8 @@ void Add(const JsonTree& object, const char* key, JsonTree member);
 void Add(const JsonTree& object, const std::string& key, JsonTree member);
 
 /// Puts another reference to `member` under `key`; null is JSON null. The owner keeps its own reference.
+///
+/// Not for values of the host, which may have serialisers of their own: they become part of a tree as their text.
 void AddShared(const JsonTree& object, const char* key, json_object* member);
 
 /// Whether an object has any member.
@@ -68,6 +70,10 @@ JsonTree SharedJson(std::shared_ptr<const std::string> text);
 
 /// Has a tree, which is not null, serialise as such a text from now on.
 void SerialiseAs(const JsonTree& tree, std::shared_ptr<const std::string> text);
+
+/// Has a tree of these functions serialise as ever, with spaces, but fail where json-c would leave out what it finds no
+/// memory for. `TreeShortage` tells of that. Texts that are shared are not copied on the way.
+void SerialiseWhole(const JsonTree& tree);
 
 /// The array of SID texts that every message carries.
 JsonTree NewSidArray(const std::vector<std::string>& sids);

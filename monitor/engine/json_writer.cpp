@@ -114,23 +114,23 @@ void AppendNumber(std::string& text, json_object* value) {
   }
 }
 
-void AppendObject(std::string& text, json_object* object) {
+void AppendObject(std::string& text, json_object* object, const SerialisedWriter& append_serialised) {
   text += '{';
   bool has_members = false;
   json_object_object_foreach(object, key, value) {
     text += std::exchange(has_members, true) ? ", " : " ";
     AppendQuoted(text, key);
     text += ": ";
-    AppendTree(text, value);
+    AppendTree(text, value, append_serialised);
   }
   text += " }";
 }
 
-void AppendArray(std::string& text, json_object* array) {
+void AppendArray(std::string& text, json_object* array, const SerialisedWriter& append_serialised) {
   ArrayWriter writer(text);
   for (std::size_t index = 0; index < json_object_array_length(array); ++index) {
     writer.Begin();
-    AppendTree(text, json_object_array_get_idx(array, index));
+    AppendTree(text, json_object_array_get_idx(array, index), append_serialised);
   }
   writer.Close();
 }
@@ -138,9 +138,14 @@ void AppendArray(std::string& text, json_object* array) {
 }  // namespace
 
 void AppendTree(std::string& text, json_object* tree) {
+  AppendTree(text, tree, &AppendSerialised);
+}
+
+void AppendTree(std::string& text, json_object* tree, const SerialisedWriter& append_serialised) {
   const json_type type = json_object_get_type(tree);
-  const bool has_serialiser = tree != nullptr && json_object_get_userdata(tree) != nullptr;
-  if (has_serialiser && (type == json_type_array || type == json_type_object)) return AppendSerialised(text, tree);
+  // A real number that was parsed has one, too.
+  const bool has_serialiser = tree != nullptr && type != json_type_double && json_object_get_userdata(tree) != nullptr;
+  if (has_serialiser) return append_serialised(text, tree);
   switch (type) {
     case json_type_null:
       text += "null";
@@ -156,9 +161,9 @@ void AppendTree(std::string& text, json_object* tree) {
       return AppendQuoted(text,
                           {json_object_get_string(tree), static_cast<std::size_t>(json_object_get_string_len(tree))});
     case json_type_object:
-      return AppendObject(text, tree);
+      return AppendObject(text, tree, append_serialised);
     case json_type_array:
-      return AppendArray(text, tree);
+      return AppendArray(text, tree, append_serialised);
   }
 }
 

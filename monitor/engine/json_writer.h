@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -20,11 +21,18 @@ void AppendReal(std::string& text, double value);
 /// Appends a JSON string, escaped as json-c does. Octets that are no UTF-8 stay as they are.
 void AppendQuoted(std::string& text, std::string_view value);
 
+/// Appends a value that has a serialiser of its own.
+using SerialisedWriter = std::function<void(std::string& text, json_object* value)>;
+
 /// Appends a json-c tree, null included, as json-c itself does with spaces. Unlike json-c it fails when there is no
 /// memory, where that leaves out what it has no room for.
 ///
 /// Fails: with `std::bad_alloc`.
 void AppendTree(std::string& text, json_object* tree);
+
+/// The same, with `append_serialised` for the values that have a serialiser and are no real numbers. It may take out
+/// what stands in the text.
+void AppendTree(std::string& text, json_object* tree, const SerialisedWriter& append_serialised);
 
 /// Writes a JSON array as text, in the form that json-c gives a tree.
 class ArrayWriter {

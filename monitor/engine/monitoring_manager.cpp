@@ -2,8 +2,8 @@
 
 #include <array>
 #include <atomic>
+#include <cstddef>
 #include <cstdio>
-#include <new>
 #include <utility>
 #include <vector>
 
@@ -60,22 +60,36 @@ void MonitoringManager::RegisterMonitor(const std::shared_ptr<Monitor>& monitor)
   if (monitor == nullptr) return;
   const std::string name = monitor->GetMonitorName();
   const SharedRegistry before = Monitors();
-  if (before->contains(name)) return;
+  const auto known = before->find(name);
+  if (known != before->end()) {
+    Subscribe(name, known->second);
+    return;
+  }
+  const Registered registered{monitor, std::make_shared<State>()};
   auto registry = std::make_shared<Registry>(*before);
-  registry->emplace(name, Registered{monitor, std::make_shared<std::atomic<bool>>(false)});
+  registry->emplace(name, registered);
   {
     const lock_guard held(registry_lock_);
     monitors_ = std::move(registry);
   }
+  try {
+    Subscribe(name, registered);
+  } catch (...) {
+    // A monitor that nobody can subscribe to would keep its place from one that comes when there is memory again.
+    if (registered.state->topics_fed == 0) {
+      const lock_guard held(registry_lock_);
+      monitors_ = before;
+    }
+    throw;
+  }
+}
+
+void MonitoringManager::Subscribe(const std::string& name, const Registered& registered) {
   // Without the lock: the host may ask for the monitor while it adds the subscriber.
   auto& subscriptions = subscribes::SubscribesManager::GetInstance();
-  try {
-    for (const std::string& topic : TopicsOf(name)) subscriptions.AddSubscriber(topic, monitor);
-  } catch (const std::bad_alloc&) {
-    // A monitor that nobody can subscribe to would keep its place from one that comes when there is memory again.
-    const lock_guard held(registry_lock_);
-    monitors_ = before;
-    throw;
+  const std::vector<std::string> topics = TopicsOf(name);
+  for (std::size_t& fed = registered.state->topics_fed; fed < topics.size(); ++fed) {
+    subscriptions.AddSubscriber(topics[fed], registered.monitor);
   }
 }
 
@@ -95,7 +109,7 @@ void MonitoringManager::DataUpdate(const long& now) {
   // Also of those monitors whose turn comes late: devices may stand still in the host for the whole pass.
   const NotedCleanUps noted;
   for (const auto& [name, registered] : *monitors) {
-    WithinMonitor(name, "DataUpdate", *registered.is_defect_reported, [&, &each = *registered.monitor] {
+    WithinMonitor(name, "DataUpdate", registered.state->is_defect_reported, [&, &each = *registered.monitor] {
       each.set_current_time(now);
       each.DataUpdate();
     });
@@ -107,7 +121,7 @@ void MonitoringManager::Cleanup(const std::string& mac) {
   // First: a monitor that begins its pass meanwhile finds it here, or is told below.
   monitoring::PassCleanUps::GetInstance().Note(mac);
   for (const auto& [name, registered] : *monitors) {
-    WithinMonitor(name, "Cleanup", *registered.is_defect_reported,
+    WithinMonitor(name, "Cleanup", registered.state->is_defect_reported,
                   [&mac, &each = *registered.monitor] { each.Cleanup(mac); });
   }
 }
@@ -122,7 +136,7 @@ void MonitoringManager::stopMonitorEngine() {
   set_stop_flag(true);  // before the wait: the task looks at it after each pass
   SharedRegistry monitors = Monitors();
   for (const auto& [name, registered] : *monitors) {
-    WithinMonitor(name, "stop_monitor", *registered.is_defect_reported,
+    WithinMonitor(name, "stop_monitor", registered.state->is_defect_reported,
                   [&each = *registered.monitor] { each.stop_monitor(); });
   }
   // No lock is held: the pass that the task may still make looks at the registry.

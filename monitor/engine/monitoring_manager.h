@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <cstddef>
 #include <map>
 #include <memory>
 #include <string>
@@ -11,7 +12,7 @@
 /// The register of all monitors and the driver of the engine. One for the process.
 ///
 /// Threads: `RegisterMonitor`, `startMonitorEngine` and `stopMonitorEngine` belong to the host's start-up and shutdown
-///          paths; the rest may be called from any thread, also while the engine stops.
+///          paths, one thread at a time; the rest may be called from any thread, also while the engine stops.
 class MonitoringManager {
  public:
   /// The one manager, made at first use.
@@ -23,7 +24,9 @@ class MonitoringManager {
   /// Registers a monitor under its name and makes it the subscriber of its topics. The first of a name wins; a later
   /// one is ignored without a log line.
   ///
-  /// Fails: with `std::bad_alloc`, and then the monitor is not registered.
+  /// Fails: with what the host throws, or `std::bad_alloc`, when it ran out of memory. The monitor is not registered
+  /// then,
+  ///        unless it feeds one of its topics already: another call for its name adds it to the others.
   void RegisterMonitor(const std::shared_ptr<Monitor>& monitor) VEXORA_EXCLUDES(registry_lock_);
 
   /// The monitor of this name; an empty pointer when there is none.
@@ -49,9 +52,13 @@ class MonitoringManager {
   void set_stop_flag(const bool& stop) VEXORA_EXCLUDES(stop_lock_);
 
  private:
+  struct State {
+    std::atomic<bool> is_defect_reported{false};
+    std::size_t topics_fed = 0;  // of its topics, in their order. Only used while monitors are registered.
+  };
   struct Registered {
     std::shared_ptr<Monitor> monitor;
-    std::shared_ptr<std::atomic<bool>> is_defect_reported;  // one for the monitor, in every state of the registry
+    std::shared_ptr<State> state;  // one for the monitor, in every state of the registry
   };
   using Registry = std::map<std::string, Registered>;  // by GetMonitorName()
 
@@ -59,6 +66,9 @@ class MonitoringManager {
   ~MonitoringManager() = default;
 
   using SharedRegistry = std::shared_ptr<const Registry>;
+
+  /// Makes a monitor the subscriber of those of its topics that it does not feed yet.
+  static void Subscribe(const std::string& name, const Registered& registered);
 
   /// The registry as it is now, which never changes. Monitors are called without the lock: they call the host, and the
   /// host may ask for a monitor meanwhile.

@@ -2,12 +2,10 @@
 
 #include <iterator>
 #include <map>
-#include <memory>
 #include <new>
 #include <tuple>
 #include <utility>
 
-#include "monitor/engine/json_writer.h"
 #include "platform/sending.h"
 
 namespace monitoring {
@@ -36,21 +34,9 @@ void MergeByFilter(const subscribes::SubscriptionList& subscriptions, MergedList
 }
 
 std::string Composed(const std::string& topic, const JsonTree& body) {
-  /// Has json-c write the body as ever when the message is composed: it may get other SIDs.
-  struct Restoring {
-    json_object* body;
-    ~Restoring() {
-      if (body != nullptr) json_object_set_serializer(body, nullptr, nullptr, nullptr);
-    }
-  };
-  const Restoring restoring{body.get()};
-  if (body != nullptr) {
-    auto text = std::make_shared<std::string>();
-    AppendTree(*text, body.get());
-    SerialiseAs(body, std::move(text));
-  }
+  SerialiseWhole(body);
   std::string message = kro_utilities::jsonobject::compose_communication_struct(topic.c_str(), body.get());
-  if (message.empty()) throw std::bad_alloc();
+  if (message.empty()) throw std::bad_alloc();  // the host found no memory
   return message;
 }
 

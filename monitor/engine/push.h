@@ -32,9 +32,10 @@ void MergeByFilter(const subscribes::SubscriptionList& subscriptions, MergedList
 /// Hands one message to the host's send function; dropped without a log line when none is installed.
 void Send(lws* connection, const std::string& text);
 
-/// The host's text of a message. Written here, because json-c would leave out what it finds no memory for.
+/// The host's text of a message. What writes the body is ours, because json-c would leave out what it finds no memory
+/// for.
 ///
-/// Fails: with `std::bad_alloc`.
+/// Fails: with `std::bad_alloc`, or as `TreeShortage` tells: the text is not whole then.
 std::string Composed(const std::string& topic, const JsonTree& body);
 
 /// Sends to each connection, for each filter that it has, what `compose(filter, data, sids)` makes of the data that

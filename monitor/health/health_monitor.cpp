@@ -21,7 +21,6 @@
 #include "monitor/health/health_show.h"
 #include "platform/device_centre.h"
 #include "platform/logging.h"
-#include "platform/sending.h"
 
 namespace health = monitoring::health;
 namespace json_key = monitoring::json_key;

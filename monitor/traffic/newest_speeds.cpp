@@ -10,6 +10,12 @@ namespace monitoring::traffic {
 using utilities::lock::lock_guard_read;
 using utilities::lock::lock_guard_write;
 
+NewestSpeeds::Rows NewestSpeeds::RowsFor(const DeviceRecord& device) {
+  Rows rows(device.interfaces.size());
+  for (std::size_t index = 0; index < rows.size(); ++index) rows[index].name = device.interfaces[index].name;
+  return rows;
+}
+
 bool NewestSpeeds::HasNamesOf(const Rows& rows, const DeviceRecord& device) {
   return std::ranges::equal(rows, device.interfaces, {}, &Row::name, &InterfaceRecord::name);
 }
@@ -33,8 +39,7 @@ void NewestSpeeds::Stage(const std::string& mac, const DeviceRecord& device) {
     changed_.erase(mac);  // of a fold that was cut short
     return;
   }
-  Rows rows(device.interfaces.size());
-  for (std::size_t index = 0; index < rows.size(); ++index) rows[index].name = device.interfaces[index].name;
+  Rows rows = RowsFor(device);
   Write(device, staged, rows);
   changed_[mac] = std::move(rows);
 }
@@ -56,6 +61,20 @@ void NewestSpeeds::Show(const Devices& devices) {
   for (auto next = devices_.begin(); devices_.size() != devices.size() && next != devices_.end();) {
     const auto known = next++;
     if (!devices.contains(known->first)) gone.insert(devices_.extract(known));
+  }
+}
+
+void NewestSpeeds::ShowDevice(const std::string& mac, const DeviceRecord& device) {
+  RowsByMac shown;  // what it gets by the swap is freed after the lock is released
+  Rows& rows = shown[mac] = RowsFor(device);
+  for (const std::size_t place : {0U, 1U}) Write(device, place, rows);
+  changed_.erase(mac);  // of a fold that was cut short
+  const lock_guard_write held(lock_);
+  const auto known = devices_.find(mac);
+  if (known == devices_.end()) {
+    devices_.merge(shown);
+  } else {
+    known->second.swap(rows);
   }
 }
 

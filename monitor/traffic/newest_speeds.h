@@ -14,8 +14,8 @@
 
 namespace monitoring::traffic {
 
-/// The newest speed of each interface, for readers who are not to wait for a fold or a message: they share a lock with
-/// nothing that takes longer than to change one number.
+/// The newest speed of each interface, for readers who are not to wait for a fold or a message: their lock is held for
+/// writing only while what was staged is put in place, which makes, copies and frees nothing.
 ///
 /// A fold stages the speeds of one device after the other beside those that are shown, and shows them all at once.
 ///
@@ -38,6 +38,11 @@ class NewestSpeeds {
   /// Shows what was staged; every device of `devices` was. Others are forgotten. Needs no memory.
   void Show(const Devices& devices) VEXORA_EXCLUDES(lock_);
 
+  /// Shows the newest "1m" samples of one device, whatever is staged of others.
+  ///
+  /// Fails: with `std::bad_alloc`, and then nothing has changed.
+  void ShowDevice(const std::string& mac, const DeviceRecord& device) VEXORA_EXCLUDES(lock_);
+
   void Remove(const std::string& mac) VEXORA_EXCLUDES(lock_);
 
   /// Nothing for an interface that has no sample.
@@ -53,6 +58,8 @@ class NewestSpeeds {
   using Rows = std::vector<Row>;  // sorted by name
   using RowsByMac = std::map<std::string, Rows, std::less<>>;
 
+  /// Rows for the interfaces of a device, without speeds.
+  static Rows RowsFor(const DeviceRecord& device);
   static bool HasNamesOf(const Rows& rows, const DeviceRecord& device);
   static void Write(const DeviceRecord& device, std::size_t place, Rows& rows);
 

@@ -50,7 +50,8 @@ class TrafficMonitor final : public Monitor {
   void ReplaceInterfaceTraffic(const std::string& mac, const std::string& old_name, const std::string& new_name)
       VEXORA_EXCLUDES(collection_lock_, views_lock_);
 
-  /// Folds the newest readings into the views. Messages show what was before, or all of it.
+  /// Folds the newest readings into the views. Messages show what was before, or all of it. Where memory ends, an
+  /// interface goes without its sample of this pass.
   void DataMerge() override VEXORA_EXCLUDES(collection_lock_, views_lock_);
 
   /// Turns the difference between this pass's counters and the last ones into one sample for each interface.

@@ -28,12 +28,6 @@ bool operator==(const WirelessTopFilter& left, const WirelessTopFilter& right) {
          left.wireless_networks == right.wireless_networks;
 }
 
-bool AreEqualWirelessTopFilters(const Filter& left, const Filter& right) {
-  const auto* one = dynamic_cast<const WirelessTopFilter*>(&left);
-  const auto* other = dynamic_cast<const WirelessTopFilter*>(&right);
-  return one != nullptr && other != nullptr && *one == *other;
-}
-
 bool IsWirelessTopFilterBefore(const Filter& left, const Filter& right) {
   const auto* one = dynamic_cast<const WirelessTopFilter*>(&left);
   const auto* other = dynamic_cast<const WirelessTopFilter*>(&right);

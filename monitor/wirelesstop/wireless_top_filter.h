@@ -56,9 +56,6 @@ class WirelessTopFilter final : public Filter {
 /// Whether two filters ask for the same views.
 bool operator==(const WirelessTopFilter& left, const WirelessTopFilter& right);
 
-/// The same for filters of any kind: false unless both are of the wireless top monitor.
-bool AreEqualWirelessTopFilters(const Filter& left, const Filter& right);
-
 /// An order of filters of any kind, in which those that ask for the same views are equivalent. One that is not of the
 /// wireless top monitor is equivalent to none but itself.
 bool IsWirelessTopFilterBefore(const Filter& left, const Filter& right);

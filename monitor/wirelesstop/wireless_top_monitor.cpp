@@ -13,7 +13,6 @@
 #include "monitor/wirelesstop/wireless_top_show.h"
 #include "platform/device_centre.h"
 #include "platform/logging.h"
-#include "platform/sending.h"
 
 namespace wirelesstop = monitoring::wirelesstop;
 using monitoring::JsonTree;
@@ -45,13 +44,26 @@ subscribes::ParsedRequest WirelessTopMonitor::FilterParser(json_object* request)
 void WirelessTopMonitor::DataMerge() {
   // From emptying until ranking, so that no message sees totals without their rankings.
   const lock_guard_write held(cache_lock_);
+  wirelesstop::Totals totals;
+  wirelesstop::Rankings rankings;
   {
     const lock_guard order_held(order_lock_);
+    rankings = std::move(rankings_);
+    totals = std::move(totals_);
     ClearAllCache();
   }
-  for (const std::string& mac : DeviceManager::GetInstance().GetOnlineManagedDevices(true)) Collectdata(mac);
-  const lock_guard order_held(order_lock_);
-  SortCache();
+  try {
+    for (const std::string& mac : DeviceManager::GetInstance().GetOnlineManagedDevices(true)) Collectdata(mac);
+    const lock_guard order_held(order_lock_);
+    SortCache();
+  } catch (...) {
+    // Messages show the pass before. Its rankings refer to the map that is `totals_` again, and to what is in it.
+    const lock_guard order_held(order_lock_);
+    ClearAllCache();
+    totals_ = std::move(totals);
+    rankings_ = std::move(rankings);
+    throw;
+  }
 }
 
 void WirelessTopMonitor::ClearAllCache() {
@@ -122,7 +134,7 @@ std::string WirelessTopMonitor::Message(const std::string& topic, const JsonTree
                                         const std::vector<std::string>& sids) {
   if (body == nullptr) return kNoMessage;
   monitoring::SetSids(body, sids);
-  return kro_utilities::jsonobject::compose_communication_struct(topic.c_str(), body.get());
+  return monitoring::Composed(topic, body);
 }
 
 wirelesstop::Selection WirelessTopMonitor::SelectionOf(const WirelessTopFilter& filter) {

@@ -171,6 +171,7 @@ class Storm {
       start(1, &Storm::ChangeDevice);
       MakePasses(std::chrono::steady_clock::now() + length);
       checks.AllowNothing();
+      is_stopping_ = true;
       plugin_.stop_monitor();
       AwaitCalls();
       is_over_ = true;
@@ -201,9 +202,9 @@ class Storm {
 
   /// Waits until there were calls by all threads after the stop, to all appearances.
   void AwaitCalls() const {
-    for (const int enough = calls_ + 20 * (kReaders + kChangers + kCleaners); calls_ < enough;) {
-      std::this_thread::yield();
-    }
+    const int enough = calls_ + 20 * (kReaders + kChangers + kCleaners);
+    const int enough_clean_ups = clean_ups_ + 20 * kCleaners;
+    while (calls_ < enough || clean_ups_ < enough_clean_ups) std::this_thread::yield();
   }
 
   void Read(Random& random) {
@@ -272,8 +273,9 @@ class Storm {
   void CleanUp(Random& random) {
     ++calls_;
     probe::CleanUpDevice(storm::MacOf(Draw(random, storm::kDevices + 1)));
+    ++clean_ups_;
     // Devices live for some passes in between, and go at any moment of one.
-    for (const int next = passes_ + Draw(random, 4); passes_ < next && !is_over_;) {
+    for (const int next = passes_ + Draw(random, 4); passes_ < next && !is_stopping_;) {
       std::this_thread::sleep_for(std::chrono::microseconds(Draw(random, 2'000)));
     }
   }
@@ -292,6 +294,8 @@ class Storm {
   probe::LoadedPlugin plugin_{VEXORA_PLUGIN_FILE};
   std::atomic<int> passes_{0};
   std::atomic<int> calls_{0};
+  std::atomic<int> clean_ups_{0};
+  std::atomic<bool> is_stopping_{false};
   std::atomic<bool> is_over_{false};
 };
 

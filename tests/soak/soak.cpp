@@ -32,6 +32,7 @@ constexpr time_t kDay = 24 * 60 * kMinute;
 constexpr int kWeeksUntilFull = 6;  // histories of 31 days, reports of four weeks and the one that runs
 constexpr double kMayDiffer = 0.01;
 constexpr const char* kTunables = "GLIBC_TUNABLES";
+constexpr const char* kIsStartedAgain = "VEXORA_SOAK_IS_STARTED_AGAIN";
 constexpr time_t kMonday = 1'767'571'200;  // 2026-01-05 00:00 UTC
 
 /// Takes each report on offer, as somebody does who opens the pages.
@@ -127,8 +128,13 @@ bool StaysTheSame(int weeks) {
 
 int main(int argc, char** argv) {
   // What the allocator keeps ready for each thread counts as taken, and would hide a change of the size of a percent.
-  if (std::getenv(kTunables) == nullptr) {                // NOLINT(concurrency-mt-unsafe): no other thread yet
-    setenv(kTunables, "glibc.malloc.tcache_count=0", 1);  // NOLINT(concurrency-mt-unsafe): likewise
+  // NOLINTBEGIN(concurrency-mt-unsafe): no other thread yet
+  const char* const tunables = std::getenv(kTunables);
+  const std::string wanted = (tunables == nullptr ? "" : std::string(tunables) + ":") + "glibc.malloc.tcache_count=0";
+  if (std::getenv(kIsStartedAgain) == nullptr) {
+    setenv(kTunables, wanted.c_str(), 1);
+    setenv(kIsStartedAgain, "1", 1);
+    // NOLINTEND(concurrency-mt-unsafe)
     execv("/proc/self/exe", argv);
     std::perror("soak: cannot start again");
     return 2;

@@ -26,12 +26,28 @@ void Describe(const Sighting& client, WirelessClientItem& row) {
   row.band = client.band;
 }
 
-/// Adds the rows of a day to those of its week. Days come oldest first, so the week ends with what was reported last.
-void AddRows(const ClientRows& day, ClientRows& week) {
+std::size_t RowsIn(const ClientReport& report) {
+  return report.clients.size() + report.guests.size();
+}
+
+/// The row of a key in one of the maps of a report.
+Row RowOf(const std::string& key, ClientRows& rows, const ClientReport& report, std::size_t limit) {
+  if (RowsIn(report) < limit) {
+    const auto [entry, is_new] = rows.try_emplace(key);
+    return {.item = &entry->second, .is_new = is_new};
+  }
+  const auto known = rows.find(key);
+  return {.item = known == rows.end() ? nullptr : &known->second};
+}
+
+/// Adds the rows of a day to those of its week, which are in a map of `report`. Days come oldest first, so the week
+/// ends with what was reported last.
+void AddRows(const ClientRows& day, ClientRows& week, const ClientReport& report) {
   for (const auto& [key, counted] : day) {
-    const auto [entry, is_new] = week.try_emplace(key);
-    WirelessClientItem& row = entry->second;
-    if (is_new) row.first_seen = counted.first_seen;
+    const Row of_week = RowOf(key, week, report, kMaxClientRowsAWeek);
+    if (of_week.item == nullptr) continue;
+    WirelessClientItem& row = *of_week.item;
+    if (of_week.is_new) row.first_seen = counted.first_seen;
     row.online_time = Sum(row.online_time, counted.online_time);
     row.upload += counted.upload;
     row.download += counted.download;
@@ -45,8 +61,10 @@ void AddRows(const ClientRows& day, ClientRows& week) {
 
 }  // namespace
 
-void MakeRoom(const Sighting& client, WirelessClientItem& row) {
-  if (row.hostname.capacity() < client.hostname.size()) row.hostname.reserve(client.hostname.size());
+void MakeRoom(const Sighting& client, const Row& row) {
+  if (row.item != nullptr && row.item->hostname.capacity() < client.hostname.size()) {
+    row.item->hostname.reserve(client.hostname.size());
+  }
 }
 
 const WirelessClientStatics* Follow(const WirelessClientStatics& counters, std::uint64_t pass,
@@ -71,36 +89,31 @@ void DropGone(std::uint64_t pass, std::size_t seen, FollowedClients& clients) {
   std::erase_if(clients, [&](const auto& entry) { return entry.second.pass != pass; });
 }
 
-bool HasRoom(const Sighting& client, const ClientReport& today) {
-  if (today.clients.size() + today.guests.size() < kMaxClientRowsADay) return true;
-  return (client.is_guest ? today.guests : today.clients).contains(client.key);
-}
-
-Row RowOf(const Sighting& client, ClientReport& report) {
-  const auto [entry, is_new] = RowsIn(report, client).try_emplace(client.key);
-  return {.item = entry->second, .is_new = is_new};
+Row RowOf(const Sighting& client, ClientReport& report, std::size_t limit) {
+  return RowOf(client.key, RowsIn(report, client), report, limit);
 }
 
 Rows RowsOf(const Sighting& client, ClientReport& today, ClientReport& this_week) {
-  const Row day = RowOf(client, today);
-  bool is_week_new = false;
+  const Row day = RowOf(client, today, kMaxClientRowsADay);
+  Row week;
   try {
-    const Row week = RowOf(client, this_week);
-    is_week_new = week.is_new;
-    MakeRoom(client, day.item);
-    MakeRoom(client, week.item);
+    constexpr std::size_t kNoRoom = 0;
+    week = RowOf(client, this_week, day.item == nullptr ? kNoRoom : kMaxClientRowsAWeek);
+    MakeRoom(client, day);
+    MakeRoom(client, week);
     return {.day = day, .week = week};
   } catch (const std::bad_alloc&) {
     // A row of which nothing is counted would be shown with times of 1970.
     if (day.is_new) RowsIn(today, client).erase(client.key);
-    if (is_week_new) RowsIn(this_week, client).erase(client.key);
+    if (week.is_new) RowsIn(this_week, client).erase(client.key);
     throw;
   }
 }
 
 void CountContinuing(const Sighting& client, const WirelessClientStatics& before, time_t now,
                      std::int32_t online_seconds, Row row) {
-  WirelessClientItem& item = row.item;
+  if (row.item == nullptr) return;
+  WirelessClientItem& item = *row.item;
   if (row.is_new || item.first_seen > now) item.first_seen = now;
   // A client on two devices at once is counted on both, but its online time must not exceed the time that has passed.
   item.online_time =
@@ -112,8 +125,9 @@ void CountContinuing(const Sighting& client, const WirelessClientStatics& before
 }
 
 void CountArriving(const Sighting& client, time_t now, Row row) {
-  if (row.is_new) row.item.first_seen = row.item.last_seen = now;
-  Describe(client, row.item);
+  if (row.item == nullptr) return;
+  if (row.is_new) row.item->first_seen = row.item->last_seen = now;
+  Describe(client, *row.item);
 }
 
 void RebuildWeek(const ClientReports& daily, const std::string& day, const std::string& week, ClientReports& weekly) {
@@ -122,8 +136,8 @@ void RebuildWeek(const ClientReports& daily, const std::string& day, const std::
   ClientReports rebuilt;  // empty when there are no days: a week without days does not exist
   for (auto kept = daily.lower_bound(first_day); kept != daily.end() && kept->first < day; ++kept) {
     ClientReport& report = rebuilt[week];
-    AddRows(kept->second.clients, report.clients);
-    AddRows(kept->second.guests, report.guests);
+    AddRows(kept->second.clients, report.clients, report);
+    AddRows(kept->second.guests, report.guests, report);
   }
   // From here on nothing allocates.
   weekly.erase(week);

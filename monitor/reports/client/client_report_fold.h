@@ -17,8 +17,9 @@ namespace monitoring::client_report {
 const WirelessClientStatics* Follow(const WirelessClientStatics& counters, std::uint64_t pass,
                                     FollowedClient& followed);
 
-/// Ends a pass that ran out of memory: whom it did not come to is taken as seen in it, as in the pass before, so that
-/// the next pass goes on from there with everybody.
+/// Ends a pass that ran out of memory: whom it did not see is taken as seen in it, as in the pass before, so that the
+/// next pass goes on from there with everybody to whom it did not come. It does not know those from a client that left
+/// a device which it did read: when that one is back in the next pass, it counts as having stayed for both minutes.
 void CarryOver(std::uint64_t pass, FollowedClients& clients);
 
 /// Drops the clients that pass number `pass` did not see, once they outnumber the `seen` that it saw.
@@ -26,15 +27,13 @@ void DropGone(std::uint64_t pass, std::size_t seen, FollowedClients& clients);
 
 /// A client's row of a day or a week.
 struct Row {
-  WirelessClientItem& item;
-  bool is_new = false;  ///< Just made, and empty.
+  WirelessClientItem* item = nullptr;  ///< Null where there is none, and no room for one.
+  bool is_new = false;                 ///< Just made, and empty.
 };
 
-/// Whether a day has a row of a client, or room for one: see `kMaxClientRowsADay`.
-bool HasRoom(const Sighting& client, const ClientReport& today);
-
-/// The row of a client, made if there is none. Its address stays the same as long as the report lives.
-Row RowOf(const Sighting& client, ClientReport& report);
+/// The row of a client, made if there is none and the report has less than `limit`. Its address stays the same as long
+/// as the report lives.
+Row RowOf(const Sighting& client, ClientReport& report, std::size_t limit);
 
 /// The rows of a client in a day and in a week.
 struct Rows {
@@ -42,27 +41,30 @@ struct Rows {
   Row week;
 };
 
-/// Makes room in a row for what the client is described by.
-void MakeRoom(const Sighting& client, WirelessClientItem& row);
+/// Makes room in a row, if there is one, for what the client is described by.
+void MakeRoom(const Sighting& client, const Row& row);
 
-/// Both rows, with room for what the client will be described by: counting it needs no memory any more.
+/// Both rows, with room for what the client will be described by: counting it needs no memory any more. Where day and
+/// week are full is told by `kMaxClientRowsADay` and `kMaxClientRowsAWeek`.
 ///
 /// Fails: with `std::bad_alloc`, and then there are no rows that were not there before.
 Rows RowsOf(const Sighting& client, ClientReport& today, ClientReport& this_week);
 
 /// Adds the traffic and the online time of a client that was there in the last pass, too, to its row of a day or a
-/// week.
+/// week, if it has one.
 ///
 /// `online_seconds` is the time since that pass; 0 when the day has changed or the clock was set back. A row that is
 /// new, or was first seen in the future, begins now.
 void CountContinuing(const Sighting& client, const WirelessClientStatics& before, time_t now,
                      std::int32_t online_seconds, Row row);
 
-/// Adds a client that was not there in the last pass to a day or a week. A row that it already has keeps its times and
-/// sums: the traffic of its absence is unknown, because its counters may have restarted meanwhile.
+/// Adds a client that was not there in the last pass to its row of a day or a week, if it has one. A row that it
+/// already has keeps its times and sums: the traffic of its absence is unknown, because its counters may have restarted
+/// meanwhile.
 void CountArriving(const Sighting& client, time_t now, Row row);
 
-/// Rebuilds the rows of `week` from the days that are kept: those from its first day until before `day`.
+/// Rebuilds the rows of `week` from the days that are kept: those from its first day until before `day`, as far as the
+/// week has room.
 ///
 /// Used when the clock was set back: the time since then is counted again, and must not count twice.
 /// Fails: with `std::bad_alloc`, and then nothing has changed.

@@ -79,8 +79,8 @@ struct FollowedClient {
   WirelessClientStatics before;   ///< Those in the pass before, if it was there.
 
   std::uint64_t generation = 0;             ///< Of the rows to which the pointers lead; of no rows when it is 0.
-  WirelessClientItem* today = nullptr;      ///< Its row of the present day.
-  WirelessClientItem* this_week = nullptr;  ///< Its row of the present week.
+  WirelessClientItem* today = nullptr;      ///< Its row of the present day; null when it is left out.
+  WirelessClientItem* this_week = nullptr;  ///< Its row of the present week, likewise.
 };
 
 using FollowedClients = std::unordered_map<std::string, FollowedClient>;  ///< `GetKeyStr` -> client.

@@ -43,10 +43,10 @@ std::int32_t WeekSeconds(const std::string& week, long now) {
 }
 
 /// Has the processor fetch a row that will be written.
-void Prefetch(const monitoring::WirelessClientItem& row) {
+void Prefetch(const monitoring::WirelessClientItem* row) {
   constexpr std::size_t kCacheLine = 64;
-  for (std::size_t offset = 0; offset < sizeof row; offset += kCacheLine) {
-    __builtin_prefetch(reinterpret_cast<const char*>(&row) + offset, 1);
+  for (std::size_t offset = 0; row != nullptr && offset < sizeof *row; offset += kCacheLine) {
+    __builtin_prefetch(reinterpret_cast<const char*>(row) + offset, 1);
   }
 }
 
@@ -107,12 +107,20 @@ void WirelessClientReport::DataMerge() {
 }
 
 void WirelessClientReport::LogLeftOut(const Pass& pass) {
-  if (pass.left_out == 0 || full_day_ == pass.day) return;
-  full_day_ = pass.day;
-  pel_log_error(
-      log_module::kMonitor,
-      "[WirelessClientReport::DataMerge] More than %zu clients on %s: new ones are left out, %zu in this pass",
-      monitoring::kMaxClientRowsADay, pass.day.c_str(), pass.left_out);
+  const auto log = [](std::size_t limit, const char* when, const std::string& period, std::size_t left_out) {
+    pel_log_error(
+        log_module::kMonitor,
+        "[WirelessClientReport::DataMerge] More than %zu clients %s %s: new ones are left out, %zu in this pass", limit,
+        when, period.c_str(), left_out);
+  };
+  if (pass.left_out != 0 && full_day_ != pass.day) {
+    log(monitoring::kMaxClientRowsADay, "on", pass.day, pass.left_out);
+    full_day_ = pass.day;
+  }
+  if (pass.left_out_of_week != 0 && full_week_ != pass.week) {
+    log(monitoring::kMaxClientRowsAWeek, "in", pass.week, pass.left_out_of_week);
+    full_week_ = pass.week;
+  }
 }
 
 std::int32_t WirelessClientReport::OnlineSeconds(time_t seen_at, const Pass& pass) {
@@ -144,8 +152,8 @@ void WirelessClientReport::Collectdata(const std::string& mac, Pass& pass) {
   for (const Sighting& client : clients) {
     const FollowedClient& known = *followed.emplace_back(&followed_[client.key]);
     if (known.generation != row_generation_) continue;  // its rows may be gone
-    Prefetch(*known.today);
-    Prefetch(*known.this_week);
+    Prefetch(known.today);
+    Prefetch(known.this_week);
   }
   for (std::size_t index = 0; index < clients.size(); ++index) {
     Count(clients[index], pass, *followed[index], today, this_week);
@@ -157,24 +165,19 @@ void WirelessClientReport::Count(const Sighting& client, Pass& pass, FollowedCli
                                  ClientReport& this_week) {
   // Two keys with the separator in a name can be one text, and then one may be a guest's.
   const bool is_known = followed.generation == row_generation_ && followed.is_guest == client.is_guest;
-  if (!is_known && !client_report::HasRoom(client, today)) {
-    // Its counters are followed all the same: tomorrow there is room, and its traffic goes on from there.
-    followed.generation = 0;
-    if (followed.pass != completed_passes_ + 1) followed.seen_before_at = std::exchange(followed.seen_at, pass.now);
-    client_report::Follow(client.counters, completed_passes_ + 1, followed);
-    ++pass.left_out;
-    return;
-  }
-  const client_report::Rows rows = is_known
-                                       ? client_report::Rows{.day = {*followed.today}, .week = {*followed.this_week}}
-                                       : client_report::RowsOf(client, today, this_week);
+  // A known client that has no row has none until day or week become others, or one of them goes.
+  const client_report::Rows rows = is_known ? client_report::Rows{.day = {followed.today}, .week = {followed.this_week}}
+                                            : client_report::RowsOf(client, today, this_week);
   if (is_known) {
-    client_report::MakeRoom(client, rows.day.item);
-    client_report::MakeRoom(client, rows.week.item);
+    client_report::MakeRoom(client, rows.day);
+    client_report::MakeRoom(client, rows.week);
   }
-  // From here on nothing allocates: a client is counted in both rows or in none.
-  followed.today = &rows.day.item;
-  followed.this_week = &rows.week.item;
+  // From here on nothing allocates: a client is counted in all of its rows or in none. The counters of one that is left
+  // out are followed all the same: tomorrow there is room, and its traffic goes on from there.
+  pass.left_out += rows.day.item == nullptr ? 1 : 0;
+  pass.left_out_of_week += rows.day.item != nullptr && rows.week.item == nullptr ? 1 : 0;
+  followed.today = rows.day.item;
+  followed.this_week = rows.week.item;
   followed.is_guest = client.is_guest;
   followed.generation = row_generation_;
   if (followed.pass != completed_passes_ + 1) followed.seen_before_at = std::exchange(followed.seen_at, pass.now);

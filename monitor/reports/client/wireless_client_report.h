@@ -50,18 +50,19 @@ class WirelessClientReport final : public Monitor {
     time_t now = 0;
     std::string day;
     std::string week;
-    std::int32_t online_seconds = 0;  ///< What a client gets that the last pass saw, too. See `OnlineSeconds`.
-    std::size_t seen = 0;             ///< Clients counted so far; one on two devices counts twice.
-    std::size_t left_out = 0;         ///< Those of them for which the day has no room.
+    std::int32_t online_seconds = 0;   ///< What a client gets that the last pass saw, too. See `OnlineSeconds`.
+    std::size_t seen = 0;              ///< Clients counted so far; one on two devices counts twice.
+    std::size_t left_out = 0;          ///< Those of them for which the day has no room.
+    std::size_t left_out_of_week = 0;  ///< Those for which only the week has none.
   };
 
   /// Adds the clients of one device to the rows of the day and week.
   void Collectdata(const std::string& mac, Pass& pass) VEXORA_REQUIRES(lock_);
-  /// Adds one of them, unless it has no row and the day has no room for one (`kMaxClientRowsADay`).
+  /// Adds one of them to the rows that it has, or for which there is room (`kMaxClientRowsADay` and its like).
   void Count(const monitoring::client_report::Sighting& client, Pass& pass,
              monitoring::client_report::FollowedClient& followed, monitoring::ClientReport& today,
              monitoring::ClientReport& this_week) VEXORA_REQUIRES(lock_);
-  /// Tells once a day that clients were left out, because the day is full.
+  /// Tells once a day that clients were left out because the day is full, and once a week of a full week.
   void LogLeftOut(const Pass& pass) VEXORA_REQUIRES(lock_);
   /// The time online of a client that was seen at a moment before; that of the last pass is mostly the right one.
   static std::int32_t OnlineSeconds(time_t seen_at, const Pass& pass);
@@ -86,6 +87,7 @@ class WirelessClientReport final : public Monitor {
   std::string day_ VEXORA_GUARDED_BY(lock_);  // the day and the week of the latest pass
   std::string week_ VEXORA_GUARDED_BY(lock_);
   std::string full_day_ VEXORA_GUARDED_BY(lock_);  // of which a line tells that it has no room for more clients
+  std::string full_week_ VEXORA_GUARDED_BY(lock_);
   monitoring::ClientReports daily_ VEXORA_GUARDED_BY(lock_);
   monitoring::ClientReports weekly_ VEXORA_GUARDED_BY(lock_);
   time_t last_pass_time_ VEXORA_GUARDED_BY(lock_) = 0;  // of the latest completed pass; 0 before the first

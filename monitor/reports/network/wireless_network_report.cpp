@@ -143,12 +143,12 @@ void WirelessNetworkReport::CollectData() {
   store_.max_rogues_a_day = monitoring::kMaxRogueKeysADay + monitoring::kRogueKeysADayPerDevice * macs.size();
   store_.left_out_rogues = 0;
   for (const std::string& mac : macs) CollectDevice(mac, now, day, week);
-  LogLeftOutRogues(day);
   CollectSSIDsByMac(now, day, week);
   CollectSSIDs(now, day, week);
   CollectAccessPoints(now, day, week);
   CollectSpectrums(now, day, week);
   last_collection_time_ = static_cast<time_t>(now);
+  LogLeftOutRogues(day);  // last: whatever a log line does, the pass is whole
 }
 
 void WirelessNetworkReport::NoteClock(const std::string& day, const long& now) {
@@ -195,11 +195,11 @@ void WirelessNetworkReport::CollectDevice(const std::string& mac, const long& no
 
 void WirelessNetworkReport::LogLeftOutRogues(const std::string& day) {
   if (store_.left_out_rogues == 0 || full_day_ == day) return;
-  full_day_ = day;
   pel_log_error(log_module::kMonitor,
                 "[WirelessNetworkReport::CollectData] More than %zu rogue access points on %s: new ones are left out, "
                 "%llu entries of scans in this pass",
                 store_.max_rogues_a_day, day.c_str(), static_cast<unsigned long long>(store_.left_out_rogues));
+  full_day_ = day;
 }
 
 void WirelessNetworkReport::CollectNeighboringAPs(const std::shared_ptr<Device>& device, const long& now,
@@ -212,6 +212,7 @@ void WirelessNetworkReport::CollectNeighboringAPs(const std::string& mac, const 
   const Hearing hearing = ReadScan(mac, *device);  // asks the host, so before the lock is taken
   if (hearing.heard.empty()) return;
   const ReportTime pass_time = TimeOf(day, week);
+  // Whole, for it lasts no longer than the pass: on a day that is full its lines also tell of what is left out below.
   if (debug_report_ != nullptr) RecordScan(ScanOf(hearing), now, pass_time, kHost, *debug_report_);
   if (store_.day != day) store_.DropSamples(day);
   const lock_guard_write held(lock_);

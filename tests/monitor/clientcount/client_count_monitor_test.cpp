@@ -172,6 +172,16 @@ TEST_F(ClientCountMonitorViews, LogWhatTheyMerge) {
   EXPECT_EQ(lines[15], kNotDue);
 }
 
+TEST_F(ClientCountMonitorViews, LogHowOldTheSampleOfTheLongerViewIs) {
+  PassWith({1, 1, 1, 1, 1});
+  const LogCapture log;
+  PassWith({1});
+  const std::string line =
+      "[ClientCountMonitor::CalculateAverage] rank: 5, merge_minutes: 5, last_collection_time_first: 29920326, "
+      "last_collection_time_next 29920325";
+  EXPECT_THAT(log.Texts(Level::kDebug, "rank: 5"), ElementsAre(line, line)) << "by SSID and by device";
+}
+
 TEST_F(ClientCountMonitorViews, StopLookingAtTheFirstIdThatIsDue) {
   Office(kAttic, 1);
   PassWith({1, 1, 1, 1});

@@ -75,4 +75,27 @@ TEST_F(ClientCountShortage, LeavesNoPairThatWasNeverCounted) {
   EXPECT_GT(uncounted, 3);
 }
 
+TEST_F(ClientCountShortage, InAPassShowsNoZeroesOfThoseWhoHaveClients) {
+  int failed = 0;
+  int missing = 0;
+  for (bool has_struck = true; has_struck && !HasFailure(); ++failed) {
+    SCOPED_TRACE("after " + std::to_string(failed) + " allocations");
+    network.AccessPoint(test::kAttic).Wifi("wlan9", "Roof", "radio9", {}).Clients("wlan9", 0);
+    Office(test::kLobby, 2);
+    Pass();
+    network.AccessPoint(test::kAttic).Clients("wlan9", 3);  // series that are new
+    {
+      const test::HeapShortage shortage(failed);
+      monitoring::WithinBoundary("ClientCountShortage", [&] { Pass(); });
+      has_struck = test::HeapShortage::HasStruck();
+    }
+    const Counts office = OfSsid("Office");
+    for (const auto& [minute, count] : office) EXPECT_EQ(count, 2) << minute;
+    for (const auto& [minute, count] : OfSsid("Roof")) EXPECT_EQ(count, 3) << minute;
+    missing += office.contains(static_cast<int>((clock.Now().tv_sec - test::kStart) / 60)) ? 0 : 1;
+    for (const char* mac : {test::kLobby, test::kAttic}) monitor.Cleanup(mac);
+  }
+  EXPECT_GT(missing, 5);
+}
+
 }  // namespace

@@ -14,16 +14,16 @@ std::string WithCredential(const std::string& json) {
   network.Switch(kDevice).Credential(json);
   const monitoring::JsonTree object = monitoring::NewObject();
   monitoring::AddCredentialMembers(object, kDevice, "TestMonitor");
-  return json_object_to_json_string_ext(object.get(), JSON_C_TO_STRING_PLAIN);
+  return json_object_to_json_string_ext(object.get(), JSON_C_TO_STRING_SPACED);
 }
 
 TEST(CredentialMembers, AreThoseOfAnObject) {
   EXPECT_EQ(WithCredential(R"({"credential":"failed","detail":{"a":[1]},"since":null})"),
-            R"({"credential":"failed","detail":{"a":[1]},"since":null})");
+            R"({ "credential": "failed", "detail": { "a": [ 1 ] }, "since": null })");
 }
 
 TEST(CredentialMembers, AreNoneOfAnythingElse) {
-  for (const char* json : {"", "[1,2]", "7", "\"text\"", "true"}) EXPECT_EQ(WithCredential(json), "{}") << json;
+  for (const char* json : {"", "[1,2]", "7", "\"text\"", "true"}) EXPECT_EQ(WithCredential(json), "{ }") << json;
 }
 
 }  // namespace

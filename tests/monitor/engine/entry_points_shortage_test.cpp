@@ -11,6 +11,8 @@
 #include <string>
 #include <vector>
 
+#include "monitor/clientcount/client_count_monitor.h"
+#include "monitor/engine/boundary.h"
 #include "monitor/engine/constants.h"
 #include "monitor/engine/entry_points.h"
 #include "monitor/engine/json_tree.h"
@@ -209,6 +211,32 @@ TEST_F(EngineShortage, AStartSaysWhetherThereIsAnEngine) {
     probe::SubscriptionService::Instance().Clear();
   }
   EXPECT_GT(failed, 20);
+}
+
+TEST_F(EngineShortage, AMonitorThatFeedsATopicStaysRegistered) {
+  MonitoringManager& manager = MonitoringManager::GetInstance();
+  probe::SubscriptionService& service = probe::SubscriptionService::Instance();
+  int failed = 0;
+  int half = 0;
+  for (bool has_struck = true; has_struck && !HasFailure(); ++failed) {
+    SCOPED_TRACE("after " + std::to_string(failed) + " allocations");
+    const auto first = std::make_shared<ClientCountMonitor>();
+    {
+      const HeapShortage shortage(failed);
+      monitoring::WithinBoundary("RegisterMonitor", [&] { manager.RegisterMonitor(first); });
+      has_struck = HeapShortage::HasStruck();
+    }
+    const bool is_fed = service.Parse(monitoring::kSsidClientCountMonitor, nullptr).has_value();
+    const bool is_other_fed = service.Parse(monitoring::kDevicesClientCountMonitor, nullptr).has_value();
+    half += is_fed && !is_other_fed ? 1 : 0;
+    EXPECT_TRUE(!is_fed || manager.GetMonitor(monitoring::kClientCountMonitor) == first);
+    manager.RegisterMonitor(std::make_shared<ClientCountMonitor>());  // as a host that starts again
+    EXPECT_TRUE(!is_fed || manager.GetMonitor(monitoring::kClientCountMonitor) == first);
+    EXPECT_TRUE(service.Parse(monitoring::kDevicesClientCountMonitor, nullptr).has_value());
+    stop_monitor();
+    service.Clear();
+  }
+  EXPECT_GT(half, 0);
 }
 
 /// What json-c takes to parse a request. Its parser ends the process when it finds no memory for the name of a member.

@@ -62,6 +62,23 @@ TEST_F(NewestSpeedsTest, AreShownAllAtOnceAndNotBefore) {
   EXPECT_THAT(newest_.Find("B", "ge0"), Optional(Eq(Speed{9, 9})));
 }
 
+TEST_F(NewestSpeedsTest, AreShownOfOneDeviceWithoutWhatIsStagedOfOthers) {
+  AppendSpeed(devices_, "A", "ge1", {1, 2});
+  AppendSpeed(devices_, "B", "ge1", {3, 4});
+  StageAndShow();
+  for (const char* mac : {"A", "B"}) AppendSpeed(devices_, mac, "ge1", {5, 6});
+  StageAll();
+  AppendSpeed(devices_, "A", "ge2", {7, 8});
+  newest_.ShowDevice("A", devices_["A"]);
+  newest_.ShowDevice("C", devices_["C"]);
+  EXPECT_THAT(newest_.Find("A", "ge1"), Optional(Eq(Speed{5, 6})));
+  EXPECT_THAT(newest_.Find("A", "ge2"), Optional(Eq(Speed{7, 8})));
+  EXPECT_THAT(newest_.Find("B", "ge1"), Optional(Eq(Speed{3, 4})));
+  StageAndShow();
+  EXPECT_THAT(newest_.Find("A", "ge2"), Optional(Eq(Speed{7, 8})));
+  EXPECT_THAT(newest_.Find("B", "ge1"), Optional(Eq(Speed{5, 6})));
+}
+
 TEST_F(NewestSpeedsTest, AreNotOfInterfacesWithoutASampleOrThatAreGone) {
   AppendSpeed(devices_, "A", "ge1", {1, 2});
   FindOrAddInterface(devices_["A"], "ge2");

@@ -110,6 +110,15 @@ TEST_F(TrafficMonitorTest, ForgetsADeviceInEveryViewAndItsCountersToo) {
       << "seen for the first time again";
 }
 
+TEST_F(TrafficMonitorTest, TellsTheNewestSpeedOfARenamedInterfaceUnderItsNewName) {
+  for (int pass = 0; pass < 3; ++pass) PassAt(60);
+  ASSERT_THAT(Newest(kSwitch, "ge1"), ::testing::SizeIs(2));
+  const auto newest = Newest(kSwitch, "ge1");
+  monitor.ReplaceInterfaceTraffic(kSwitch, "ge1", "uplink");
+  EXPECT_THAT(Newest(kSwitch, "ge1"), IsEmpty());
+  EXPECT_EQ(Newest(kSwitch, "uplink"), newest);
+}
+
 TEST_F(TrafficMonitorTest, ForgetsTheInterfaceIndexesOfADevice) {
   network.Switch(kSwitch).Port("ge1", {0, 0}).Port("ge2", {0, 0}).SampledAt(kStart);
   Pass();

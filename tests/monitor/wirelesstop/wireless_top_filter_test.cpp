@@ -3,12 +3,16 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <limits>
 #include <memory>
+#include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "monitor/engine/json_tree.h"
+#include "monitor/engine/push.h"
 #include "tests/monitor/wirelesstop/wireless_top_fixture.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/message_capture.h"
@@ -77,20 +81,24 @@ TEST(WirelessTopFilterRecords, OfNetworksEqualWhenTrafficAndClientsDo) {
   EXPECT_FALSE(filter == (NetWorkFilter{.traffic = ByTraffic(1, "in", ""), .clients = ByClients(3, "")}));
 }
 
+/// Whether two filters of any kind are to stand in one group.
+bool AskForTheSameViews(const Filter& left, const Filter& right) {
+  const auto* one = dynamic_cast<const WirelessTopFilter*>(&left);
+  const auto* other = dynamic_cast<const WirelessTopFilter*>(&right);
+  return one != nullptr && other != nullptr && *one == *other;
+}
+
 TEST(WirelessTopFilterRecords, EqualAsAWholeWhenAllThreeViewsDo) {
   WirelessTopFilter one;
   WirelessTopFilter other;
-  EXPECT_TRUE(AreEqualWirelessTopFilters(one, other));
+  EXPECT_TRUE(one == other);
   for (std::int32_t* count :
        {&one.access_point.traffic.count, &one.access_point.clients.count, &one.wireless_clients.count,
         &one.wireless_networks.traffic.count, &one.wireless_networks.clients.count}) {
     *count = 1;
     EXPECT_FALSE(one == other);
-    EXPECT_FALSE(AreEqualWirelessTopFilters(one, other));
     *count = 0;
   }
-  EXPECT_FALSE(AreEqualWirelessTopFilters(one, *test::FilterOf("")));
-  EXPECT_FALSE(AreEqualWirelessTopFilters(*test::FilterOf(""), one));
 }
 
 TEST(WirelessTopFilterRecords, AreEquivalentInTheirOrderWhenTheyAreEqual) {
@@ -120,8 +128,72 @@ TEST(WirelessTopFilterRecords, AreEquivalentInTheirOrderWhenTheyAreEqual) {
       const bool is_before = IsWirelessTopFilterBefore(*one, *other);
       const bool is_behind = IsWirelessTopFilterBefore(*other, *one);
       EXPECT_FALSE(is_before && is_behind);
-      EXPECT_EQ(!is_before && !is_behind, AreEqualWirelessTopFilters(*one, *other));
+      EXPECT_EQ(!is_before && !is_behind, AskForTheSameViews(*one, *other));
     }
+  }
+}
+
+/// A filter of two values for each field, drawn by the bits of a number.
+std::shared_ptr<Filter> FilterOfBits(unsigned bits) {
+  const auto next = [&bits] { return std::exchange(bits, bits >> 1U) & 1U; };
+  auto filter = std::make_shared<WirelessTopFilter>();
+  for (NetWorkFilter* networks : {&filter->access_point, &filter->wireless_networks}) {
+    networks->traffic = ByTraffic(static_cast<int>(next()), next() != 0 ? "in" : "out", next() != 0 ? "desc" : "");
+    networks->clients = ByClients(static_cast<int>(next()), next() != 0 ? "desc" : "");
+  }
+  filter->wireless_clients = ByTraffic(static_cast<int>(next()), next() != 0 ? "in" : "out", next() != 0 ? "desc" : "");
+  return filter;
+}
+
+TEST(WirelessTopFilterRecords, AreInAnOrderThatIsTransitive) {
+  std::mt19937 random(7);
+  std::vector<std::shared_ptr<Filter>> filters;
+  while (filters.size() < 90) {
+    filters.push_back(FilterOfBits(static_cast<unsigned>(random())));
+    filters.push_back(FilterOfBits(static_cast<unsigned>(random()) & 3U));  // with equals among them
+    filters.push_back(std::make_shared<Filter>());
+  }
+  const auto equivalent = [](const Filter& one, const Filter& other) {
+    return !IsWirelessTopFilterBefore(one, other) && !IsWirelessTopFilterBefore(other, one);
+  };
+  for (const auto& one : filters) {
+    for (const auto& other : filters) {
+      EXPECT_EQ(equivalent(*one, *other), one == other || AskForTheSameViews(*one, *other));
+      for (const auto& third : filters) {
+        if (IsWirelessTopFilterBefore(*one, *other) && IsWirelessTopFilterBefore(*other, *third)) {
+          EXPECT_TRUE(IsWirelessTopFilterBefore(*one, *third));
+        }
+        if (equivalent(*one, *other) && equivalent(*other, *third)) {
+          EXPECT_TRUE(equivalent(*one, *third));
+        }
+      }
+    }
+  }
+}
+
+TEST(WirelessTopFilterRecords, AreGroupedAsByComparingEachWithAll) {
+  std::mt19937 random(8);
+  for (int round = 0; round < 50; ++round) {
+    subscribes::SubscriptionList subscriptions;
+    for (int sid = 0; sid < 40; ++sid) {
+      const auto connection = test::Connection(random() % 3 + 1);
+      const unsigned bits = static_cast<unsigned>(random()) & (round % 2 == 0 ? 7U : 0x30F0U);
+      subscriptions[std::to_string(sid)][connection] =
+          random() % 9 == 0 ? std::make_shared<Filter>() : FilterOfBits(bits);
+    }
+    monitoring::MergedList expected;
+    for (const auto& [sid, connections] : subscriptions) {
+      for (const auto& [connection, filter] : connections) {
+        auto group = std::find_if(expected.begin(), expected.end(), [&, &wanted = *filter](const auto& each) {
+          return AskForTheSameViews(*each.first, wanted);
+        });
+        if (group == expected.end()) group = expected.try_emplace(filter.get()).first;
+        group->second[connection].push_back(sid);
+      }
+    }
+    monitoring::MergedList merged;
+    monitoring::MergeByFilter(subscriptions, merged, &IsWirelessTopFilterBefore);
+    EXPECT_EQ(merged, expected);
   }
 }
 

@@ -1,9 +1,11 @@
 #include <gmock/gmock.h>
 
+#include "monitor/engine/boundary.h"
 #include "monitor/wirelesstop/wireless_top_filter.h"
 #include "tests/monitor/wirelesstop/wireless_top_fixture.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/message_capture.h"
+#include "tests/support/shortage/heap_shortage.h"
 #include "tests/support/shortage/json_shortage.h"
 
 namespace {
@@ -46,6 +48,23 @@ TEST_F(WirelessTopShortage, AnEmptyObjectIsStillSent) {
   const JsonShortage shortage(JsonShortage::Of::kObjects);
   monitor.PushDataBySID({{"a", {{test::Connection(1), filter}}}});
   EXPECT_THAT(messages.Take(), ElementsAre(test::SentMessage{test::Connection(1), "{}"}));
+}
+
+TEST_F(WirelessTopShortage, InAPassShowsThePassBefore) {
+  network.AccessPoint(test::kYard).Wifi("wlan0", "Guest", "r2", {test::Kib(3), test::Kib(4)});
+  Pass();
+  const std::string whole = Message(Everything());
+  int failed = 0;
+  for (bool has_struck = true; has_struck && !HasFailure(); ++failed) {
+    SCOPED_TRACE("after " + std::to_string(failed) + " allocations");
+    {
+      const test::HeapShortage shortage(failed);
+      monitoring::WithinBoundary("WirelessTopShortage", [&] { Pass(); });
+      has_struck = test::HeapShortage::HasStruck();
+    }
+    EXPECT_EQ(Message(Everything()), whole);
+  }
+  EXPECT_GT(failed, 20);
 }
 
 TEST_F(WirelessTopShortage, WithMemoryForAllPartsNothingIsLogged) {

@@ -1,14 +1,17 @@
 #include "monitor/reports/client/client_report_fold.h"
-#include "monitor/reports/client/client_report_records.h"
-#include "platform/device_records.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <limits>
 #include <string>
 #include <vector>
+
+#include "monitor/engine/report_limits.h"
+#include "monitor/reports/client/client_report_records.h"
+#include "platform/device_records.h"
 
 namespace {
 
@@ -67,11 +70,11 @@ ClientReport Of(const WirelessClientItem& row) {
 
 void CountContinuing(const Sighting& client, const WirelessClientStatics& before, time_t now,
                      std::int32_t online_seconds, ClientReport& report) {
-  monitoring::client_report::CountContinuing(client, before, now, online_seconds, RowOf(client, report));
+  monitoring::client_report::CountContinuing(client, before, now, online_seconds, RowOf(client, report, 9));
 }
 
 void CountArriving(const Sighting& client, time_t now, ClientReport& report) {
-  monitoring::client_report::CountArriving(client, now, RowOf(client, report));
+  monitoring::client_report::CountArriving(client, now, RowOf(client, report, 9));
 }
 
 std::vector<std::string> KeysOf(const ClientReports& reports) {
@@ -364,5 +367,65 @@ INSTANTIATE_TEST_SUITE_P(TimesBeyondAnyWeek, ClientReportFoldShare,
                          ::testing::Values(Share{2'147'483, 604'800, 355.0}, Share{2'147'484, 604'800, 355.0},
                                            Share{kMaxSeconds, 604'800, 355'073.3},
                                            Share{kMaxSeconds, 1, 214'748'364'700.0}));
+
+/// A report of so many others.
+ClientReport Crowded(std::size_t rows) {
+  ClientReport report;
+  report.guests["guest"] = {};
+  for (std::size_t number = 1; number < rows; ++number) report.clients[std::to_string(number)] = {};
+  return report;
+}
+
+TEST(ClientReportRows, AreLeftOutOfADayOrAWeekThatIsFull) {
+  using monitoring::kMaxClientRowsADay;
+  using monitoring::kMaxClientRowsAWeek;
+  struct Case {
+    std::size_t day, week;
+    bool is_in_day, is_in_week;
+  };
+  for (const auto& [day, week, is_in_day, is_in_week] : {
+           Case{kMaxClientRowsADay - 1, kMaxClientRowsAWeek - 1, true, true},
+           Case{kMaxClientRowsADay - 1, kMaxClientRowsAWeek, true, false},
+           Case{kMaxClientRowsADay, kMaxClientRowsAWeek - 1, false, false},
+           Case{kMaxClientRowsADay + 1, kMaxClientRowsAWeek + 1, false, false},
+       }) {
+    ClientReport today = Crowded(day);
+    ClientReport this_week = Crowded(week);
+    const auto rows = monitoring::client_report::RowsOf(Seen(1, 2), today, this_week);
+    EXPECT_EQ(rows.day.item != nullptr, is_in_day) << day;
+    EXPECT_EQ(rows.week.item != nullptr, is_in_week) << week;
+    EXPECT_EQ(today.clients.size() + today.guests.size(), day + (is_in_day ? 1 : 0));
+    EXPECT_EQ(this_week.clients.size() + this_week.guests.size(), week + (is_in_week ? 1 : 0));
+  }
+}
+
+TEST(ClientReportRows, ThatAreThereAreFoundInWhatIsFull) {
+  ClientReport today = Crowded(monitoring::kMaxClientRowsADay);
+  ClientReport this_week = Crowded(monitoring::kMaxClientRowsAWeek);
+  this_week.clients["m||s"] = {};
+  auto rows = monitoring::client_report::RowsOf(Seen(1, 2), today, this_week);
+  EXPECT_EQ(rows.day.item, nullptr);
+  EXPECT_EQ(rows.week.item, &this_week.clients.at("m||s"));
+  EXPECT_FALSE(rows.week.is_new);
+  today.clients["m||s"] = {};
+  rows = monitoring::client_report::RowsOf(Seen(1, 2), today, this_week);
+  EXPECT_EQ(rows.day.item, &today.clients.at("m||s"));
+  EXPECT_FALSE(rows.day.is_new);
+}
+
+TEST(ClientReportRebuildWeek, StopsWhenTheWeekIsFull) {
+  ClientReports daily;
+  for (int day = 1; day <= 3; ++day) {
+    for (std::size_t number = 0; number < monitoring::kMaxClientRowsADay; ++number) {
+      daily["2026-11-0" + std::to_string(day)].clients[std::to_string(day) + "/" + std::to_string(number)] = {};
+    }
+  }
+  ClientReports weekly;
+  monitoring::client_report::RebuildWeek(daily, "2026-11-05", "2026-11-01/2026-11-07", weekly);
+  const ClientReport& week = weekly.at("2026-11-01/2026-11-07");
+  EXPECT_EQ(week.clients.size(), monitoring::kMaxClientRowsAWeek);
+  EXPECT_TRUE(week.clients.contains("2/0"));
+  EXPECT_FALSE(week.clients.contains("3/0"));
+}
 
 }  // namespace

@@ -429,5 +429,69 @@ TEST_F(ClientReportTest, LeavesNewClientsOutOfADayThatIsFull) {
       << "goes on with the counters of the day before";
 }
 
+/// A network that so many others join at once, and no one else is on.
+class FullClientReport : public ClientReportTest {
+ protected:
+  void Crowd(std::size_t clients, std::size_t first = 0) {
+    auto& centre = probe::DeviceCentre::Instance();
+    probe::DeviceSnapshot snapshot = *centre.Snapshot(kAccessPoint);
+    auto& listed = snapshot.ssid_interfaces.at("ath1").clients;
+    listed.clear();
+    for (std::size_t number = first; number < first + clients; ++number) {
+      Client client = Laptop();
+      client.mac = "B1" + std::to_string(1'000'000'000 + number);
+      listed.push_back(std::move(client));
+    }
+    centre.Replace(kAccessPoint, std::move(snapshot));
+    Pass();
+  }
+};
+
+TEST_F(FullClientReport, CountsAClientThatTheWeekHasInTheWeek) {
+  PassAt(At(2026, 11, 17, 12));
+  InOffice({Laptop(100, 0)});
+  Pass();
+  InOffice({Laptop(150, 0)});
+  Pass();
+  InOffice({});
+  PassAt(At(2026, 11, 18, 12));
+  Crowd(monitoring::kMaxClientRowsADay);
+  InOffice({Laptop(200, 0)});
+  Pass();
+  InOffice({Laptop(207, 0)});
+  Pass();
+  const std::string day = monitor.GetWirelessReport("daily", kToday);  // of megabytes: parsing takes seconds
+  EXPECT_EQ(day.find(kLaptop), std::string::npos);
+  const std::string week = monitor.GetWirelessReport("weekly", kThisWeek);
+  const std::size_t row = week.find(kLaptop);
+  ASSERT_NE(row, std::string::npos);
+  const std::string shown = week.substr(row, week.find('}', row) - row);
+  EXPECT_NE(shown.find("\"upload\": 57,"), std::string::npos) << shown;
+  EXPECT_NE(shown.find("\"last_seen\": \"2026-11-18 12:03:00\""), std::string::npos) << shown;
+}
+
+TEST_F(FullClientReport, TellsOnceThatAWeekIsFull) {
+  const LogCapture log;
+  probe::log::SetLevel(Level::kInfo);
+  PassAt(At(2026, 11, 15, 12));
+  Crowd(monitoring::kMaxClientRowsADay);
+  InOffice({});
+  PassAt(At(2026, 11, 16, 12));
+  Crowd(monitoring::kMaxClientRowsADay, monitoring::kMaxClientRowsADay);
+  EXPECT_THAT(log.Texts(Level::kError, "left out"), IsEmpty());
+  InOffice({});
+  PassAt(At(2026, 11, 18, 12));
+  for (const int octets : {100, 150}) {
+    InOffice({Laptop(static_cast<std::uint64_t>(octets), 0)});
+    Pass();
+  }
+  EXPECT_THAT(
+      log.Texts(Level::kError, "left out"),
+      ElementsAre("[WirelessClientReport::DataMerge] More than 200000 clients in 2026-11-15/2026-11-21: new ones "
+                  "are left out, 1 in this pass"));
+  EXPECT_NE(monitor.GetWirelessReport("daily", kToday).find("\"upload\": 50,"), std::string::npos);
+  EXPECT_EQ(monitor.GetWirelessReport("weekly", kThisWeek).find(kLaptop), std::string::npos);
+}
+
 }  // namespace
 }  // namespace test

@@ -1,8 +1,14 @@
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <functional>
+
 #include "monitor/engine/boundary.h"
+#include "monitor/engine/json_tree.h"
 #include "tests/monitor/reports/network/network_report_fixture.h"
+#include "tests/support/log_capture.h"
 #include "tests/support/shortage/heap_shortage.h"
+#include "tests/support/shortage/json_shortage.h"
 
 namespace {
 
@@ -48,6 +54,54 @@ TEST_F(NetworkReportShortage, InThePassThatFindsTheClockSetBackStillDropsWhatWas
     ++spared;
   } while (has_struck && !HasFailure());
   EXPECT_GT(spared, 50);
+}
+
+TEST_F(NetworkReportShortage, OfASectionIsLogged) {
+  using test::JsonShortage;
+  const vexora_probe::monitor::WirelessNetworkReport report;
+  struct Case {
+    JsonShortage::Of kind;
+    std::function<monitoring::JsonTree()> ask;
+    const char* line;
+  };
+  const Case cases[] = {
+      {JsonShortage::Of::kArrays, [&] { return report.GetRogueAPsReport("daily", ""); },
+       "[WirelessNetworkReport::GetRogueAPsReport] obj is NULL"},
+      {JsonShortage::Of::kObjects,
+       [&] {
+         return report.GenerateSeenByString({{"a", "b"}});
+       },
+       "[WirelessNetworkReport::GenerateSeenByString] JSON object is NULL"},
+      {JsonShortage::Of::kObjects, [&] { return report.GetAccessPointsReport("daily", ""); },
+       "[WirelessNetworkReport::GetAccessPointsReport] object is NULL"},
+      {JsonShortage::Of::kArrays, [&] { return report.GetSSIDsReport("daily", ""); },
+       "[WirelessNetworkReport::GetSSIDsReport] ssids is NULL"},
+      {JsonShortage::Of::kObjects, [&] { return report.GetSpectrumsReport("daily", ""); },
+       "[WirelessNetworkReport::GetSpectrumsReport] spectrums is NULL"},
+  };
+  for (const auto& [kind, ask, line] : cases) {
+    const test::LogCapture log;
+    const JsonShortage shortage(kind);
+    EXPECT_EQ(ask(), nullptr) << line;
+    EXPECT_THAT(log.Lines(), ::testing::ElementsAre(test::LogLine{probe::log::Level::kError, 2, line}));
+  }
+}
+
+TEST_F(NetworkReportShortage, OfTheWholeReportIsLoggedAndGivesNoText) {
+  vexora_probe::monitor::WirelessNetworkReport report;
+  const test::LogCapture log;
+  const test::JsonShortage shortage(test::JsonShortage::Of::kObjects);
+  EXPECT_EQ(report.GetWirelessReport("daily", ""), "");
+  EXPECT_THAT(log.Lines(),
+              ::testing::ElementsAre(test::LogLine{probe::log::Level::kError, 2,
+                                                   "[WirelessNetworkReport::GetWirelessReport] result is NULL"}));
+}
+
+TEST_F(NetworkReportShortage, OfTheRogueAccessPointsLeavesExpireOutWithThem) {
+  vexora_probe::monitor::WirelessNetworkReport report;
+  const test::JsonShortage shortage(test::JsonShortage::Of::kArrays);
+  EXPECT_EQ(report.GetWirelessReport("daily", ""),
+            R"({ "wireless_access_points": { }, "wireless_network": [ ], "spectrum_usage": { } })");
 }
 
 }  // namespace

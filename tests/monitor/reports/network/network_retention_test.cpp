@@ -169,6 +169,13 @@ TEST(NetworkRetentionBuckets, RemovesOneBucketForEachTestOfTheSize) {
   for (int day = 1; day <= 9; ++day) AddBucket("daily", "2026-11-0" + std::to_string(day), report);
   CleaRedundantSampleData(kDay, kThisWeek, false, kHost, report);
   EXPECT_EQ(Kept("daily", report).size(), 8U);
+
+  for (const char* week : {"2026-09-27/2026-10-03", "2026-10-04/2026-10-10", "2026-10-11/2026-10-17",
+                           "2026-10-18/2026-10-24", "2026-10-25/2026-10-31", "2026-11-01/2026-11-07"}) {
+    AddBucket("weekly", week, report);
+  }
+  CleaRedundantSampleData(kDay, kThisWeek, false, kHost, report);
+  EXPECT_EQ(Kept("weekly", report).size(), 5U);
 }
 
 TEST(NetworkRetentionBuckets, RemovesTheFutureAndTheCurrentWeekWhichThePassBuildsAnew) {
