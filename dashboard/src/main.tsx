@@ -8,6 +8,7 @@ import { setZone } from './format/zone';
 import { Banner, Foot, Head, pageTitles, TokenForm, useTheme } from './parts/frame';
 import { JournalBanner, Warming } from './parts/journal';
 import { Clients } from './pages/clients';
+import { ClientsNow } from './pages/clients_now';
 import { DevicePage } from './pages/device';
 import { NetworkReportPage } from './pages/network_report';
 import { Overview } from './pages/overview';
@@ -24,6 +25,8 @@ function PageOf({ navigation }: { navigation: Navigation }) {
       return <Traffic {...navigation} />;
     case 'clients':
       return <Clients {...navigation} />;
+    case 'clients-now':
+      return <ClientsNow {...navigation} />;
     case 'top':
       return <Top {...navigation} />;
     case 'client-report':

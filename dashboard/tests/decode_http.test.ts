@@ -111,8 +111,8 @@ describe('asking', () => {
   const number = (value: unknown): number | null => (typeof value === 'number' ? value : null);
 
   test('encodes what it asks for', () => {
-    expect(apiPath('reports/clients', { type: 'weekly', period: '2026-11-15/2026-11-21' })).toBe('/api/reports/clients?type=weekly&period=2026-11-15%2F2026-11-21');
-    expect(apiPath('status')).toBe('/api/status');
+    expect(apiPath('reports/clients', { type: 'weekly', period: '2026-11-15/2026-11-21' })).toBe('/api/v1/reports/clients?type=weekly&period=2026-11-15%2F2026-11-21');
+    expect(apiPath('status')).toBe('/api/v1/status');
   });
 
   test('shows the token when it opens a session, and never again', async () => {
@@ -124,7 +124,7 @@ describe('asking', () => {
     expect(await openSession(fetcher, 'secret')).toEqual({ kind: 'value', value: true });
     await ask(fetcher, '/', number);
     expect(seen).toEqual([
-      ['/api/session', { Authorization: 'Bearer secret' }],
+      ['/api/v1/session', { Authorization: 'Bearer secret' }],
       ['/', {}],
     ]);
   });

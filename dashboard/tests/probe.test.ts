@@ -30,7 +30,7 @@ beforeEach(() => {
   vi.stubGlobal('location', { protocol: 'http:', host: 'probe' });
   vi.stubGlobal('window', { addEventListener: () => undefined });
   vi.stubGlobal('fetch', (path: string) => {
-    expect(path).toBe('/api/status');
+    expect(path).toBe('/api/v1/status');
     asked += 1;
     if (!isReachable) return Promise.reject(new Error('nobody there'));
     const status = { version: '', now: 90_000_000, speed: 1, passes: { period: 60, last }, topics: [], history };

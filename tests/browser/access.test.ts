@@ -13,7 +13,7 @@ const root = fileURLToPath(new URL('../..', import.meta.url));
 const images = join(root, 'build/images');
 /** VEXORA_IMAGES=1 renews the pictures that the documents show, with histories that are full. */
 const isRenewing = Boolean(process.env['VEXORA_IMAGES']);
-const pages = ['overview', 'traffic?interface=wan0', 'clients', 'top', 'client-report', 'guest-report', 'network-report', 'device?device=02:19:56:00:00:08'];
+const pages = ['overview', 'traffic?interface=wan0', 'clients', 'clients-now', 'top', 'client-report', 'guest-report', 'network-report', 'device?device=02:19:56:00:00:08'];
 const nameOf = (page: string): string => page.split('?')[0] ?? page;
 
 let browser: Browser;
@@ -22,8 +22,8 @@ beforeAll(async () => {
   const probeOfPictures = (): Promise<ProbeProcess> => ProbeProcess.start(['--simulated', '--speed', '240']);
   [probe, browser] = await Promise.all([isRenewing ? probeOfPictures() : ProbeProcess.start(simulated), openBrowser()]);
   mkdirSync(images, { recursive: true });
-  await probe.await('/api/reports/networks/periods', (answer) => (answer['daily'] as string[]).length > 0);
-  await probe.await('/api/live/TrafficMonitor?interval=1m', (answer) => (JSON.stringify(answer).match(/"time"/g)?.length ?? 0) > (isRenewing ? 800 : 60));
+  await probe.await('/api/v1/reports/networks/periods', (answer) => (answer['daily'] as string[]).length > 0);
+  await probe.await('/api/v1/live/TrafficMonitor?interval=1m', (answer) => (JSON.stringify(answer).match(/"time"/g)?.length ?? 0) > (isRenewing ? 800 : 60));
 });
 afterAll(async () => {
   await browser.close();

@@ -1,7 +1,7 @@
 // The browser, and what a test asks of a page.
 
 import { type Browser, type BrowserContext, type BrowserContextOptions, chromium, type Page } from 'playwright-core';
-import { expect } from 'vitest';
+import { afterEach, beforeEach, expect } from 'vitest';
 
 export async function openBrowser(): Promise<Browser> {
   return chromium.launch({
@@ -43,6 +43,20 @@ export async function openPage(browser: Browser, base: string, options: BrowserC
 export async function closeContext(context: BrowserContext): Promise<void> {
   await Promise.all(context.pages().map((page) => page.unrouteAll({ behavior: 'ignoreErrors' })));
   await context.close();
+}
+
+/** Gives each test of a file a page of its own, and closes it afterwards: nothing may have gone wrong on it. */
+export function pageForEach(opens: () => { browser: Browser; url: string }, prepare: (watched: Watched) => Promise<void> | void): void {
+  let watched: Watched;
+  beforeEach(async () => {
+    const { browser, url } = opens();
+    watched = await openPage(browser, url);
+    await prepare(watched);
+  });
+  afterEach(async () => {
+    await closeContext(watched.context);
+    expect(watched.complaints).toEqual([]);
+  });
 }
 
 /** The exact values behind the cells of a table, by row and column; a cell of text gives its text. */

@@ -12,7 +12,7 @@ export interface Sample {
 
 /** The body of a kept message: what stands under the name of its view. */
 export async function bodyOf(probe: ProbeProcess, topic: string, view: string): Promise<Json> {
-  const { data } = await probe.get(`/api/live/${topic}?interval=${view}`);
+  const { data } = await probe.get(`/api/v1/live/${topic}?interval=${view}`);
   return (data as Record<string, Json>)[view] ?? {};
 }
 
@@ -23,7 +23,7 @@ export async function trafficOf(probe: ProbeProcess, mac: string, view: string):
 }
 
 export async function gatewayOf(probe: ProbeProcess): Promise<string> {
-  return ((await probe.get('/api/devices'))['devices'] as { mac: string }[])[0]?.mac ?? '';
+  return ((await probe.get('/api/v1/devices'))['devices'] as { mac: string }[])[0]?.mac ?? '';
 }
 
 /** A minute since the epoch, as a table of a page in UTC has it. */
@@ -44,8 +44,8 @@ export async function samplesTold(probe: ProbeProcess, mac: string, view: string
  * which the page leaves out what messages repeat: this is for tests that compare it with the messages.
  */
 export async function keepAllOnline(page: Page, probe: ProbeProcess): Promise<void> {
-  await page.route('**/api/devices', async (route) => {
-    const answer = await probe.get('/api/devices').catch(() => null);
+  await page.route('**/api/v1/devices', async (route) => {
+    const answer = await probe.get('/api/v1/devices').catch(() => null);
     if (!answer) return route.abort();
     const devices = (answer['devices'] as Json[]).map((one) => ({ ...one, online: true, absences: [] }));
     return route.fulfill({ json: { ...answer, devices } });

@@ -1,8 +1,8 @@
 // Before there are figures, where there are none, and where there are very many.
 
 import type { Browser, Page } from 'playwright-core';
-import { afterAll, afterEach, beforeAll, beforeEach, expect, test } from 'vitest';
-import { closeContext, openBrowser, openPage, type Watched } from './browser';
+import { afterAll, beforeAll, expect, test } from 'vitest';
+import { openBrowser, pageForEach, type Watched } from './browser';
 import { gatewayOf } from './figures';
 import { type Json, ProbeProcess, simulated } from './probe';
 
@@ -13,19 +13,15 @@ let page: Page;
 
 beforeAll(async () => {
   [probe, browser] = await Promise.all([ProbeProcess.start(simulated), openBrowser()]);
-  await probe.await('/api/live/TrafficMonitor?interval=1m', (answer) => JSON.stringify(answer).includes('"input"'));
+  await probe.await('/api/v1/live/TrafficMonitor?interval=1m', (answer) => JSON.stringify(answer).includes('"input"'));
 });
 afterAll(async () => {
   await browser.close();
   await probe.stop();
 });
-beforeEach(async () => {
-  watched = await openPage(browser, probe.url);
+pageForEach(() => ({ browser, url: probe.url }), (one) => {
+  watched = one;
   page = watched.page;
-});
-afterEach(async () => {
-  await closeContext(watched.context);
-  expect(watched.complaints).toEqual([]);
 });
 
 const refusal = (code: string): { status: number; json: Json } => ({ status: 404, json: { error: { code, message: 'no' } } });
@@ -35,11 +31,11 @@ const silence = (): Promise<void> => page.routeWebSocket(/.*/, () => undefined);
 
 test('before the first pass nothing is claimed, but how long it has been waited for', async () => {
   await silence();
-  await page.route('**/api/status', async (route) => {
-    const status = await probe.get('/api/status');
+  await page.route('**/api/v1/status', async (route) => {
+    const status = await probe.get('/api/v1/status');
     await route.fulfill({ json: { ...status, passes: { period: 60, last: null } } });
   });
-  await page.route('**/api/live/**', (route) => route.fulfill(refusal('nothing_yet')));
+  await page.route('**/api/v1/live/**', (route) => route.fulfill(refusal('nothing_yet')));
   await page.goto(`${probe.url}/#/overview`);
   await expect.poll(() => page.locator('tbody tr').count()).toBe(9);
   expect(await page.locator('[data-tile]').evaluateAll((tiles) => tiles.map((tile) => (tile as HTMLElement).dataset['tile']))).toEqual(['devices']);
@@ -51,8 +47,8 @@ test('before the first pass nothing is claimed, but how long it has been waited 
 
 test('an empty network says what to do next, and looks neither good nor bad', async () => {
   await silence();
-  await page.route('**/api/devices', (route) => route.fulfill({ json: { devices: [] } }));
-  await page.route('**/api/live/HealthMonitor', (route) => route.fulfill({ json: { name: 'HealthMonitor', data: { name: 'HealthMonitor', status: [] } } }));
+  await page.route('**/api/v1/devices', (route) => route.fulfill({ json: { devices: [] } }));
+  await page.route('**/api/v1/live/HealthMonitor', (route) => route.fulfill({ json: { name: 'HealthMonitor', data: { name: 'HealthMonitor', status: [] } } }));
   for (const hash of ['overview', 'traffic', 'device']) {
     await page.goto(`${probe.url}/#/${hash}`);
     await page.getByText('[[sources.snmp.devices]]').waitFor();
@@ -62,23 +58,23 @@ test('an empty network says what to do next, and looks neither good nor bad', as
 
 test('what never loaded does not say that it is loading when the probe is out of reach', async () => {
   await page.routeWebSocket(/.*/, (socket) => void socket.close());
-  await page.route('**/api/live/**', (route) => route.abort());
+  await page.route('**/api/v1/live/**', (route) => route.abort());
   await page.goto(`${probe.url}/#/top`);
   await page.getByText('Nothing was loaded').waitFor();
   expect(await page.locator('.loading').count()).toBe(0);
 });
 
 test('messages that are too large to be kept are waited for', async () => {
-  await page.route('**/api/live/TrafficMonitor**', (route) => route.fulfill(refusal('too_large')));
+  await page.route('**/api/v1/live/TrafficMonitor**', (route) => route.fulfill(refusal('too_large')));
   await page.goto(`${probe.url}/#/traffic?device=${await gatewayOf(probe)}`);
   await page.locator('[data-interface] canvas').waitFor({ timeout: 20_000 });
   expect(await page.getByText('This cannot be shown').count()).toBe(0);
 });
 
 test('one of five hundred devices is found by its name', async () => {
-  const { devices } = (await probe.get('/api/devices')) as { devices: Json[] };
+  const { devices } = (await probe.get('/api/v1/devices')) as { devices: Json[] };
   const many = Array.from({ length: 500 }, (_, i) => ({ ...devices[0], mac: `02:00:00:00:${Math.floor(i / 256).toString(16).padStart(2, '0')}:${(i % 256).toString(16).padStart(2, '0')}`.toUpperCase(), hostname: `device-${i}` }));
-  await page.route('**/api/devices', (route) => route.fulfill({ json: { devices: many } }));
+  await page.route('**/api/v1/devices', (route) => route.fulfill({ json: { devices: many } }));
   await page.goto(`${probe.url}/#/traffic`);
   const field = page.getByRole('combobox', { name: 'Device' });
   await field.fill('device-417');
@@ -93,7 +89,7 @@ test('of hundreds of lines the ten largest are drawn, and others are found by na
   const minute = 29_920_000;
   const series = Object.fromEntries(Array.from({ length: 417 }, (_, i) => [`net-${i}`, { [minute]: i, [minute + 1]: i }]));
   const body = { '1m': { ssids_clients_counts: { ...series, ssid_client_count_all: { [minute]: 5, [minute + 1]: 5 } }, current_ssid_clients_counts: {}, sid: ['latest'] } };
-  await page.route('**/api/live/SSIDClientCountMonitor**', (route) => route.fulfill({ json: { name: 'SSIDClientCountMonitor', data: body } }));
+  await page.route('**/api/v1/live/SSIDClientCountMonitor**', (route) => route.fulfill({ json: { name: 'SSIDClientCountMonitor', data: body } }));
   await page.goto(`${probe.url}/#/clients`);
   const lines = page.getByRole('group', { name: 'Lines of Clients by network' });
   const offered = async (): Promise<string[]> => lines.locator('.legend bdi').allTextContents();

@@ -21,16 +21,16 @@ let browser: Browser;
 let probe: ProbeProcess;
 beforeAll(async () => {
   [probe, browser] = await Promise.all([ProbeProcess.start(simulated), openBrowser()]);
-  await probe.await('/api/reports/networks/periods', (answer) => (answer['daily'] as string[]).length > 0);
-  await probe.await('/api/reports/clients/periods', (answer) => (answer['daily'] as string[]).length > 0);
-  await probe.await('/api/live/wireless_top_monitor');
+  await probe.await('/api/v1/reports/networks/periods', (answer) => (answer['daily'] as string[]).length > 0);
+  await probe.await('/api/v1/reports/clients/periods', (answer) => (answer['daily'] as string[]).length > 0);
+  await probe.await('/api/v1/live/wireless_top_monitor');
 });
 afterAll(async () => {
   await browser.close();
   await probe.stop();
 });
 
-const nameMembers = new Set(['hostname', 'name', 'username', 'network', 'networks', 'apname', 'model', 'version', 'ssid', 'security', 'type_frequency']);
+const nameMembers = new Set(['hostname', 'name', 'username', 'network', 'networks', 'apname', 'model', 'version', 'ssid', 'security', 'type_frequency', 'device_name', 'user', 'interface', 'text']);
 const mapsByName = new Set(['ssids_clients_counts', 'current_ssid_clients_counts']);
 
 /** What the probe says, with every name in it replaced by a hostile one: a different one for each place in a list. */
@@ -60,7 +60,7 @@ function poisonedText(text: string): string {
 }
 
 async function poison(page: Page): Promise<void> {
-  await page.route('**/api/**', async (route) => {
+  await page.route('**/api/v1/**', async (route) => {
     const response = await route.fetch();
     const body = await response.text();
     await route.fulfill({ response, body: response.ok() ? poisonedText(body) : body });
@@ -85,6 +85,8 @@ test.each([
   ['overview', several],
   ['traffic', [names.markup]],
   ['clients', [names.markup]],
+  ['clients-now', [names.markup]],
+  ['device?device=02:19:56:00:00:04', [names.markup]],
   ['top', several],
   ['client-report', several],
   ['network-report', several],
@@ -101,7 +103,7 @@ test.each([
   await closeContext(watched.context);
 });
 
-test.each(['overview', 'traffic', 'clients', 'top', 'client-report', 'network-report'])('no name makes the page %s wider than a phone', async (hash) => {
+test.each(['overview', 'traffic', 'clients', 'clients-now', 'device?device=02:19:56:00:00:04', 'top', 'client-report', 'network-report'])('no name makes the page %s wider than a phone', async (hash) => {
   const watched = await openPage(browser, probe.url, { viewport: { width: 360, height: 740 } });
   const { page } = watched;
   await poison(page);
@@ -137,7 +139,7 @@ test('a hostile device name comes unharmed through the whole probe', async () =>
   const own = await ProbeProcess.start(['--live'], 0, toml);
   const watched = await openPage(browser, own.url);
   try {
-    const devices = (await own.get('/api/devices'))['devices'] as { hostname: string }[];
+    const devices = (await own.get('/api/v1/devices'))['devices'] as { hostname: string }[];
     expect(devices.map((device) => device.hostname)).toEqual([name]);
     await watched.page.goto(`${own.url}/#/overview`);
     await expect.poll(() => watched.page.locator('main bdi').allTextContents()).toEqual([name]);

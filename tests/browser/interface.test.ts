@@ -2,7 +2,7 @@
 
 import { afterAll, beforeAll, expect, test } from 'vitest';
 import { type Json, ProbeProcess, simulated } from './probe';
-import { openapi, violationsOf } from './schemas';
+import { document, openapi, resolved, schemaFiles, violationsOf } from './schemas';
 
 const escaped = (part: string): string => encodeURIComponent(part.replaceAll('~', '~0').replaceAll('/', '~1'));
 
@@ -13,7 +13,7 @@ function violations(path: string, status: number, answer: unknown): unknown[] {
   let place = `#/paths/${escaped(path)}/get/responses/${key}`;
   const reference = responses[key]?.['$ref'];
   if (typeof reference === 'string') place = reference;
-  return violationsOf(`openapi.yaml${place}/content/${escaped('application/json')}/schema`, answer);
+  return violationsOf(`openapi.yaml${place}/content/${escaped(status < 400 ? 'application/json' : 'application/problem+json')}/schema`, answer);
 }
 
 let probe: ProbeProcess;
@@ -21,23 +21,36 @@ const period: Record<string, string> = {};
 beforeAll(async () => {
   probe = await ProbeProcess.start(simulated);
   for (const report of ['clients', 'networks']) {
-    const periods = await probe.await(`/api/reports/${report}/periods`, (answer) => (answer['daily'] as string[]).length > 0);
+    const periods = await probe.await(`/api/v1/reports/${report}/periods`, (answer) => (answer['daily'] as string[]).length > 0);
     period[report] = (periods['daily'] as string[])[0] ?? '';
   }
-  await probe.await('/api/live/wireless_top_monitor');
+  await probe.await('/api/v1/live/wireless_top_monitor');
 });
 afterAll(() => probe.stop());
+
+const accessPoint = async (): Promise<string> => {
+  const devices = (await probe.get('/api/v1/devices'))['devices'] as { mac: string; type: string }[];
+  return devices.find(({ type }) => type === 'AccessPoint')?.mac ?? '';
+};
 
 const concrete = async (path: string): Promise<string> => {
   const report = /reports\/(\w+)$/.exec(path)?.[1];
   if (report) return `${path}?type=daily&period=${period[report]}`;
-  if (path !== '/api/traffic') return path.replace('{topic}', 'HealthMonitor');
-  const view = ((await probe.get('/api/live/TrafficMonitor?interval=1m'))['data'] as Record<string, Record<string, Json>>)['1m'];
+  if (/radios|ports/.test(path)) return `${path}?mac=${await accessPoint()}`;
+  if (path !== '/api/v1/traffic') return path.replace('{topic}', 'HealthMonitor').replace('{name}', 'ports.json');
+  const view = ((await probe.get('/api/v1/live/TrafficMonitor?interval=1m'))['data'] as Record<string, Record<string, Json>>)['1m'];
   const [mac, device] = Object.entries(view?.['traffic_data'] ?? {})[0] ?? ['', {}];
   return `${path}?mac=${mac}&interface=${encodeURIComponent(Object.keys(device as Json)[0] ?? '')}`;
 };
 
-test.each(Object.keys(openapi.paths))('%s answers as it is described', async (path) => {
+/** What programs read as JSON: /metrics is a text, and has tests of its own. */
+const jsonPaths = Object.entries(openapi.paths).filter(([, { get }]) => 'application/json' in ((get.responses['200']?.['content'] ?? {}) as Json)).map(([path]) => path);
+
+test('all answers but one are JSON', () => {
+  expect(Object.keys(openapi.paths).filter((path) => !jsonPaths.includes(path))).toEqual(['/metrics']);
+});
+
+test.each(jsonPaths)('%s answers as it is described', async (path) => {
   const target = await concrete(path);
   const response = await probe.answer(target);
   expect(response.status).toBe(200);
@@ -51,30 +64,83 @@ test.each(Object.keys(openapi.paths))('%s answers as it is described', async (pa
 });
 
 test('the description refuses what is no answer', () => {
-  expect(violations('/api/devices', 200, { devices: [{ mac: 'x' }] })).not.toEqual([]);
-  expect(violations('/api/reports/clients', 200, { wireless_clients: [] })).not.toEqual([]);
-  expect(violations('/api/status', 404, { error: { code: 'unheard_of', message: 'x' } })).not.toEqual([]);
+  expect(violations('/api/v1/devices', 200, { devices: [{ mac: 'x' }] })).not.toEqual([]);
+  expect(violations('/api/v1/reports/clients', 200, { wireless_clients: [] })).not.toEqual([]);
+  expect(violations('/api/v1/status', 404, { type: 'about:blank', title: 'x', status: 404, detail: 'x', error: { code: 'unheard_of', message: 'x' } })).not.toEqual([]);
 });
 
 test('a message is kept by its tag until it changes', async () => {
-  const tag = (await probe.answer('/api/devices')).headers.get('etag') ?? '';
-  const again = await probe.answer('/api/devices', { 'if-none-match': tag });
+  const tag = (await probe.answer('/api/v1/devices')).headers.get('etag') ?? '';
+  const again = await probe.answer('/api/v1/devices', { 'if-none-match': tag });
   if (again.headers.get('etag') === tag) expect(again.status).toBe(304);
   else expect(again.status).toBe(200); // a device has changed between the two
 });
 
 test.each([
-  ['/api/reports/clients', '/api/reports/clients', 400],
-  ['/api/reports/clients?type=daily&period=1999-01-01', '/api/reports/clients', 404],
-  ['/api/reports/networks?type=hourly&period=1', '/api/reports/networks', 400],
-  ['/api/live/Nobody', '/api/live/{topic}', 404],
-  ['/api/live/TrafficMonitor?interval=7m', '/api/live/{topic}', 400],
-  ['/api/traffic?mac=x&interface=y', '/api/traffic', 404],
-  ['/api/nothing', '/api/status', 404],
+  ['/api/v1/reports/clients', '/api/v1/reports/clients', 400],
+  ['/api/v1/reports/clients?type=daily&period=1999-01-01', '/api/v1/reports/clients', 404],
+  ['/api/v1/reports/networks?type=hourly&period=1', '/api/v1/reports/networks', 400],
+  ['/api/v1/live/Nobody', '/api/v1/live/{topic}', 404],
+  ['/api/v1/live/TrafficMonitor?interval=7m', '/api/v1/live/{topic}', 400],
+  ['/api/v1/traffic?mac=x&interface=y', '/api/v1/traffic', 400],
+  ['/api/v1/traffic?mac=02:19:56:00:00:01&interface=y', '/api/v1/traffic', 404],
+  ['/api/v1/ports', '/api/v1/ports', 400],
+  ['/api/v1/radios?mac=x', '/api/v1/radios', 400],
+  ['/api/v1/clients?mac=02:00:00:00:00:99', '/api/v1/clients', 404],
+  ['/api/v1/schemas/x', '/api/v1/schemas/{name}', 404],
+  ['/api/v1/nothing', '/api/v1/status', 404],
 ])('%s is refused as it is described', async (target, path, status) => {
   const response = await probe.answer(target);
   expect(response.status).toBe(status);
+  expect(response.headers.get('content-type')).toBe('application/problem+json');
   expect(violations(path, status, await response.json())).toEqual([]);
+});
+
+test('the description that is served is the one for people', async () => {
+  expect(await probe.get('/api/v1/openapi.json')).toEqual(openapi);
+  for (const name of schemaFiles) expect(await probe.get(`/api/v1/schemas/${name}`)).toEqual(JSON.parse(document(`schemas/${name}`)));
+  expect(await probe.get('/api/openapi.json')).toEqual(openapi);
+});
+
+test('every code of an error is explained where its type leads', () => {
+  const schema = JSON.parse(document('schemas/problem.json')) as Json;
+  const codes = resolved(schema, '#/properties/error/properties/code/enum') as string[];
+  for (const code of Object.keys(schema['definitions'] as Json)) expect(codes).toContain(code);
+});
+
+test('the message of one device tells of no other', async () => {
+  const mac = await accessPoint();
+  const message = await probe.get(`/api/v1/live/TrafficMonitor?interval=1m&mac=${mac}`);
+  expect(violationsOf('schemas/traffic_monitor.json', message)).toEqual([]);
+  expect(Object.keys(((message['data'] as Json)['1m'] as Json)['traffic_data'] as Json)).toEqual([mac]);
+  const health = await probe.get(`/api/v1/live/HealthMonitor?mac=${mac}`);
+  expect(((health['data'] as Json)['status'] as { device: string }[]).map(({ device }) => device)).toEqual([mac]);
+});
+
+test('as many notifications are open as the health message counts', async () => {
+  const mac = await accessPoint();
+  const open = ((await probe.get(`/api/v1/notifications?mac=${mac}`))['notifications'] as { until: number | null }[]).filter(({ until }) => until === null);
+  const [health] = ((await probe.get(`/api/v1/live/HealthMonitor?mac=${mac}`))['data'] as Json)['status'] as { notification: Record<string, number> }[];
+  const counted = Object.values(health?.notification ?? {}).reduce((sum, count) => sum + count, 0);
+  expect(Math.abs(open.length - counted)).toBeLessThanOrEqual(2); // one is as of the last pass, the other as of now
+});
+
+test('a large answer is compressed for those who take it', async () => {
+  const large = await probe.answer('/api/v1/openapi.json', { 'accept-encoding': 'gzip' });
+  expect(large.headers.get('content-encoding')).toBe('gzip');
+  expect(large.headers.get('etag')).toMatch(/-gzip"$/);
+  const plain = await probe.answer('/api/v1/openapi.json', { 'accept-encoding': 'gzip;q=0' });
+  expect(plain.headers.get('content-encoding')).toBeNull();
+  expect(await large.json()).toEqual(await plain.json());
+});
+
+test('reports tell the time zone in which they are meant', async () => {
+  const { time_zone: zone } = await probe.get('/api/v1/status');
+  for (const path of ['/api/v1/reports/clients/periods', await concrete('/api/v1/reports/clients'), await concrete('/api/v1/reports/networks')]) {
+    const { headers } = await probe.answer(path);
+    expect(headers.get('vexora-time-zone')).toBe((zone as Json)['name'] || null);
+    expect(headers.get('vexora-utc-offset')).toMatch(/^-?\d+$/);
+  }
 });
 
 test.each([
@@ -84,5 +150,5 @@ test.each([
   ['DevicesClientCountMonitor?interval=1m', 'devices_client_count_monitor'],
   ['wireless_top_monitor?orderby=out', 'wireless_top_monitor'],
 ])('the kept message of %s follows %s', async (target, schema) => {
-  expect(violationsOf(`schemas/${schema}.json`, await probe.get(`/api/live/${target}`))).toEqual([]);
+  expect(violationsOf(`schemas/${schema}.json`, await probe.get(`/api/v1/live/${target}`))).toEqual([]);
 });

@@ -3,12 +3,12 @@
 
 import axe from 'axe-core';
 import type { Browser, Page } from 'playwright-core';
-import { afterAll, afterEach, beforeAll, beforeEach, expect, test } from 'vitest';
-import { closeContext, openBrowser, openPage, type Watched } from './browser';
+import { afterAll, beforeAll, expect, test } from 'vitest';
+import { closeContext, openBrowser, openPage, pageForEach, type Watched } from './browser';
 import { gatewayOf, minuteText, trafficOf } from './figures';
 import { type Json, ProbeProcess, simulated } from './probe';
 
-const pages = ['overview', 'traffic', 'clients', 'top', 'client-report', 'guest-report', 'network-report'];
+const pages = ['overview', 'traffic', 'clients', 'clients-now', 'top', 'client-report', 'guest-report', 'network-report'];
 const warming = { state: 'warming', share: 0.428, seconds_left: 8, known_since: Date.UTC(2026, 9, 22, 9, 5) / 1000, outages: [], journal: 'on' };
 const ready = { state: 'ready', known_since: warming.known_since, outages: [], journal: 'on' };
 
@@ -21,32 +21,28 @@ let history: Json;
 
 /** Has the page hear of this journal, and everything else from the probe. */
 async function stubStatus(of: Page, from: ProbeProcess): Promise<void> {
-  await of.route('**/api/status', async (route) => {
+  await of.route('**/api/v1/status', async (route) => {
     asked += 1;
-    const status = await from.get('/api/status').catch(() => null);
+    const status = await from.get('/api/v1/status').catch(() => null);
     await (status ? route.fulfill({ json: { ...status, history } }) : route.abort());
   });
 }
 
 beforeAll(async () => {
   [probe, browser] = await Promise.all([ProbeProcess.start(simulated), openBrowser()]);
-  await probe.await('/api/live/TrafficMonitor?interval=1m', (answer) => (JSON.stringify(answer).match(/"time"/g)?.length ?? 0) > 60);
-  await probe.await('/api/reports/networks/periods', (answer) => (answer['daily'] as string[]).length > 0);
+  await probe.await('/api/v1/live/TrafficMonitor?interval=1m', (answer) => (JSON.stringify(answer).match(/"time"/g)?.length ?? 0) > 60);
+  await probe.await('/api/v1/reports/networks/periods', (answer) => (answer['daily'] as string[]).length > 0);
 });
 afterAll(async () => {
   await browser.close();
   await probe.stop();
 });
-beforeEach(async () => {
-  watched = await openPage(browser, probe.url);
+pageForEach(() => ({ browser, url: probe.url }), async (one) => {
+  watched = one;
   page = watched.page;
   asked = 0;
   history = ready;
   await stubStatus(page, probe);
-});
-afterEach(async () => {
-  await closeContext(watched.context);
-  expect(watched.complaints).toEqual([]);
 });
 
 test.each(pages)('%s shows how far the journal has been read, and its figures when it has been', async (hash) => {
@@ -193,9 +189,9 @@ test('the overview says whether history is written down, and every page when tha
 });
 
 test('a probe that tells nothing of a journal is shown as ever', async () => {
-  await page.unroute('**/api/status');
-  await page.route('**/api/status', async (route) => {
-    await route.fulfill({ json: { ...(await probe.get('/api/status')), history: undefined } });
+  await page.unroute('**/api/v1/status');
+  await page.route('**/api/v1/status', async (route) => {
+    await route.fulfill({ json: { ...(await probe.get('/api/v1/status')), history: undefined } });
   });
   await page.goto(probe.url);
   await page.locator('tbody tr').first().waitFor();

@@ -56,10 +56,10 @@ test('shows each pass, says when none comes, and comes back after a restart of t
 
 test('hears of the passes on the reports, too, which show nothing live', async () => {
   const probe = await ProbeProcess.start(simulated);
-  const passes = async (): Promise<number> => Number(((await probe.get('/api/status'))['passes'] as { last: number | null }).last) / 60;
+  const passes = async (): Promise<number> => Number(((await probe.get('/api/v1/status'))['passes'] as { last: number | null }).last) / 60;
   const context = await browser.newContext();
   try {
-    await probe.await('/api/live/HealthMonitor');
+    await probe.await('/api/v1/live/HealthMonitor');
     const states = await Promise.all(['client-report', 'guest-report', 'network-report'].map(async (hash) => {
       const page = await context.newPage();
       await page.goto(`${probe.url}/#/${hash}`);
@@ -86,7 +86,7 @@ test('has figures at once, without waiting for the next pass', async () => {
     expect(await page.locator('[data-column=cpu] data').count()).toBe(0);
     await page.locator('[data-column=cpu] data').first().waitFor({ timeout: 20_000 });
     await page.waitForTimeout(500); // the pass is over; the next is far away
-    const passes = async (): Promise<unknown> => ((await probe.get('/api/status'))['passes'] as Json)['last'];
+    const passes = async (): Promise<unknown> => ((await probe.get('/api/v1/status'))['passes'] as Json)['last'];
     const pass = await passes();
     await page.reload();
     await page.locator('[data-column=cpu] data').first().waitFor();
@@ -102,9 +102,9 @@ test('offers a device that came after the page was opened', async () => {
   const probe = await ProbeProcess.start(simulated);
   const { page, context, complaints } = await openPage(browser, probe.url);
   try {
-    const { devices } = (await probe.get('/api/devices')) as { devices: unknown[] };
+    const { devices } = (await probe.get('/api/v1/devices')) as { devices: unknown[] };
     let known = 2;
-    await page.route('**/api/devices', (route) => route.fulfill({ json: { devices: devices.slice(0, known) } }));
+    await page.route('**/api/v1/devices', (route) => route.fulfill({ json: { devices: devices.slice(0, known) } }));
     await page.clock.install();
     await page.goto(`${probe.url}/#/traffic`);
     const options = page.locator('main').getByRole('option');
@@ -123,7 +123,7 @@ test('asks for the token of a probe that has one, and keeps the session', async 
   const probe = await ProbeProcess.start(simulated, 0, '[server]\ntoken = "open & sesame"\n');
   const { page, context, complaints } = await openPage(browser, probe.url);
   try {
-    expect((await probe.answer('/api/devices')).status).toBe(401);
+    expect((await probe.answer('/api/v1/devices')).status).toBe(401);
     expect((await probe.answer('/healthz')).status).toBe(200);
     await page.goto(probe.url);
     await page.getByRole('heading', { name: 'The probe asks for its token' }).waitFor();

@@ -75,7 +75,7 @@ describe('the axis of time', () => {
     const { page, context, complaints } = await openPage(browser, probe.url, { viewport: { width, height: 900 } });
     const mac = await gatewayOf(probe);
     await watchMarks(page);
-    await page.route('**/api/live/TrafficMonitor**', (route) => route.fulfill({ json: fullView(view, mac) }));
+    await page.route('**/api/v1/live/TrafficMonitor**', (route) => route.fulfill({ json: fullView(view, mac) }));
     await page.routeWebSocket(/.*/, () => undefined); // nothing newer comes
     await page.goto(`${probe.url}/#/traffic?device=${mac}&view=${view}`);
     await page.locator('.chart canvas').waitFor();

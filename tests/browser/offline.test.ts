@@ -1,8 +1,8 @@
 // A device that is offline looks offline on every page: the probe goes on repeating its newest figures.
 
 import type { Browser, Page } from 'playwright-core';
-import { afterAll, afterEach, beforeAll, beforeEach, expect, test } from 'vitest';
-import { agree, closeContext, openBrowser, openPage, type Watched } from './browser';
+import { afterAll, beforeAll, expect, test } from 'vitest';
+import { agree, openBrowser, pageForEach, type Watched } from './browser';
 import { bodyOf, minuteText, samplesShown, trafficOf } from './figures';
 import { type Json, ProbeProcess, simulated } from './probe';
 
@@ -24,15 +24,15 @@ let told: Partial<Device>;
 let mac = '';
 let hostname = '';
 
-const devicesOf = async (): Promise<Device[]> => (await probe.get('/api/devices'))['devices'] as Device[];
+const devicesOf = async (): Promise<Device[]> => (await probe.get('/api/v1/devices'))['devices'] as Device[];
 
 beforeAll(async () => {
   [probe, browser] = await Promise.all([ProbeProcess.start(simulated), openBrowser()]);
-  const { data } = await probe.await('/api/live/DevicesClientCountMonitor?interval=1m', (answer) => JSON.stringify(answer).includes('"count"'));
+  const { data } = await probe.await('/api/v1/live/DevicesClientCountMonitor?interval=1m', (answer) => JSON.stringify(answer).includes('"count"'));
   const current = (data as Record<string, Json>)['1m']?.['current_devices_counts'] as Record<string, Record<string, { count: number }>>;
   mac = Object.keys(current).find((one) => Object.values(current[one] ?? {}).some(({ count }) => count > 0)) ?? '';
   hostname = (await devicesOf()).find((one) => one.mac === mac)?.hostname ?? '';
-  await probe.await('/api/live/TrafficMonitor?interval=1m', (answer) => {
+  await probe.await('/api/v1/live/TrafficMonitor?interval=1m', (answer) => {
     const view = (answer['data'] as Record<string, Json>)['1m']?.['traffic_data'] as Record<string, Record<string, { traffic: unknown[] }>>;
     return Object.values(view[mac] ?? {}).some(({ traffic }) => traffic.length > 6);
   });
@@ -41,20 +41,16 @@ afterAll(async () => {
   await browser.close();
   await probe.stop();
 });
-beforeEach(async () => {
+pageForEach(() => ({ browser, url: probe.url }), async (one) => {
+  watched = one;
   told = {};
-  watched = await openPage(browser, probe.url);
   page = watched.page;
-  await page.route('**/api/devices', async (route) => {
-    const answer = await probe.get('/api/devices').catch(() => null);
+  await page.route('**/api/v1/devices', async (route) => {
+    const answer = await probe.get('/api/v1/devices').catch(() => null);
     if (!answer) return route.abort();
     const devices = (answer['devices'] as Device[]).map((one) => (one.mac === mac ? { ...one, ...told } : { ...one, online: true, absences: [] }));
     return route.fulfill({ json: { ...answer, devices } });
   });
-});
-afterEach(async () => {
-  await closeContext(watched.context);
-  expect(watched.complaints).toEqual([]);
 });
 
 /** The busiest interface of the device, and the times of its samples. */
@@ -108,7 +104,7 @@ test('is in no tile and no sum of the overview, and needs attention, as soon as 
   expect(await page.locator(`[data-concern="${mac}"]`).textContent()).toContain(`${hostname}offline since ${timeOf(measured / 60)}`);
   const tile = async (): Promise<string> => page.locator('[data-tile=clients]').evaluate((data) => (data as HTMLDataElement).value);
   const others = async (): Promise<string> => {
-    const status = ((await probe.get('/api/live/HealthMonitor'))['data'] as Json)['status'] as { device: string; clients?: { value: number } }[];
+    const status = ((await probe.get('/api/v1/live/HealthMonitor'))['data'] as Json)['status'] as { device: string; clients?: { value: number } }[];
     return String(status.filter((one) => one.device !== mac).reduce((sum, one) => sum + (one.clients?.value ?? 0), 0));
   };
   await agree(tile, others);

@@ -2,8 +2,8 @@
 
 import { readFileSync } from 'node:fs';
 import type { Browser } from 'playwright-core';
-import { afterAll, afterEach, beforeAll, beforeEach, describe, expect, test } from 'vitest';
-import { agree, closeContext, openBrowser, openPage, orderOf, tableOf, type Watched } from './browser';
+import { afterAll, beforeAll, beforeEach, describe, expect, test } from 'vitest';
+import { agree, openBrowser, orderOf, pageForEach, tableOf, type Watched } from './browser';
 import { gatewayOf, keepAllOnline, samplesShown, samplesTold, trafficOf } from './figures';
 import { type Json, ProbeProcess, simulated } from './probe';
 
@@ -13,18 +13,14 @@ let watched: Watched;
 
 beforeAll(async () => {
   [probe, browser] = await Promise.all([ProbeProcess.start(simulated), openBrowser()]);
-  await probe.await('/api/live/TrafficMonitor?interval=5m', (answer) => JSON.stringify(answer).includes('"input"'));
+  await probe.await('/api/v1/live/TrafficMonitor?interval=5m', (answer) => JSON.stringify(answer).includes('"input"'));
 });
 afterAll(async () => {
   await browser.close();
   await probe.stop();
 });
-beforeEach(async () => {
-  watched = await openPage(browser, probe.url);
-});
-afterEach(async () => {
-  await closeContext(watched.context);
-  expect(watched.complaints).toEqual([]);
+pageForEach(() => ({ browser, url: probe.url }), (one) => {
+  watched = one;
 });
 
 const open = async (hash: string): Promise<void> => {
@@ -47,7 +43,7 @@ interface Health {
   notification: { alert: number; warning: number; info: number };
 }
 
-const healthNow = async (): Promise<Health[]> => ((await probe.get('/api/live/HealthMonitor'))['data'] as Json)['status'] as Health[];
+const healthNow = async (): Promise<Health[]> => ((await probe.get('/api/v1/live/HealthMonitor'))['data'] as Json)['status'] as Health[];
 
 describe('the overview', () => {
   const missing = '–';
@@ -82,7 +78,7 @@ describe('the overview', () => {
     };
     await open('overview');
     const told = async (): Promise<number[]> => {
-      const devices = (await probe.get('/api/devices'))['devices'] as { mac: string; online: boolean }[];
+      const devices = (await probe.get('/api/v1/devices'))['devices'] as { mac: string; online: boolean }[];
       const offline = new Set(devices.filter((device) => !device.online).map((device) => device.mac));
       return (await healthNow()).map((one) => rank(one, offline)).sort();
     };
@@ -98,7 +94,7 @@ describe('the overview', () => {
     const tile = async (key: string): Promise<string> => watched.page.locator(`[data-tile=${key}]`).evaluate((data) => (data as HTMLDataElement).value);
     const shown = async (): Promise<string[]> => [await tile('clients'), await tile('rogues'), await tile('alerts')];
     const told = async (): Promise<string[]> => {
-      const devices = (await probe.get('/api/devices'))['devices'] as { mac: string; online: boolean }[];
+      const devices = (await probe.get('/api/v1/devices'))['devices'] as { mac: string; online: boolean }[];
       const offline = new Set(devices.filter((device) => !device.online).map((device) => device.mac));
       const health = (await healthNow()).filter((one) => !offline.has(one.device));
       const sum = (value: (one: Health) => number | undefined): string => String(health.reduce((all, one) => all + (value(one) ?? 0), 0));
@@ -143,7 +139,7 @@ describe('traffic', () => {
     expect((await agree(shown, told)).length).toBeGreaterThan(1);
     const measured = async (): Promise<string[][]> =>
       Promise.all(Object.keys(await trafficOf(probe, mac, '1m')).sort().map(async (name) => {
-        const answer = await probe.get(`/api/traffic?mac=${mac}&interface=${encodeURIComponent(name)}`);
+        const answer = await probe.get(`/api/v1/traffic?mac=${mac}&interface=${encodeURIComponent(name)}`);
         return [name, text(answer['input']), text(answer['output'])];
       }));
     await agree(shown, measured);
@@ -151,7 +147,7 @@ describe('traffic', () => {
 
   test.each(['1m', '5m', '10m'])('has every sample of the view %s', async (view) => {
     const mac = await gatewayOf(probe);
-    await probe.await(`/api/live/TrafficMonitor?interval=${view}`, (answer) => JSON.stringify(answer).includes('"input"'));
+    await probe.await(`/api/v1/live/TrafficMonitor?interval=${view}`, (answer) => JSON.stringify(answer).includes('"input"'));
     const name = Object.keys(await trafficOf(probe, mac, view))[0] ?? '';
     await open(`traffic?device=${mac}&view=${view}&interface=${name}`);
     await watched.page.getByText('Show as a table').click();
@@ -199,8 +195,8 @@ describe('clients', () => {
   test('are counted by network and by device, over time and now', async () => {
     await open('clients');
     const body = async (topic: string): Promise<Record<string, Record<string, Json>>> =>
-      ((await probe.get(`/api/live/${topic}?interval=1m`))['data'] as Json)['1m'] as Record<string, Record<string, Json>>;
-    const names = new Map(((await probe.get('/api/devices'))['devices'] as { mac: string; hostname: string }[]).map((one) => [one.mac, one.hostname]));
+      ((await probe.get(`/api/v1/live/${topic}?interval=1m`))['data'] as Json)['1m'] as Record<string, Record<string, Json>>;
+    const names = new Map(((await probe.get('/api/v1/devices'))['devices'] as { mac: string; hostname: string }[]).map((one) => [one.mac, one.hostname]));
     const counts = async (title: string): Promise<string[]> =>
       Object.entries(await tableOf(watched.page, `section:has(> .card-head > h2:text-is("${title}"))`)).map(([key, cells]) => `${key}: ${cells['count']} ${cells['name']}`).sort();
     await agree(() => counts('Networks now'), async () =>
@@ -233,14 +229,14 @@ test('lines of clients are chosen, down to none but the sum, and the address bar
 describe('the top', () => {
   test.each(['total', 'in', 'out', 'clients'])('is ordered by %s', async (by) => {
     const orderby = by === 'clients' ? 'total' : by;
-    await probe.await(`/api/live/wireless_top_monitor?orderby=${orderby}`);
+    await probe.await(`/api/v1/live/wireless_top_monitor?orderby=${orderby}`);
     await open(`top?by=${by}&count=50`);
     const shown = async (): Promise<string[][]> =>
       watched.page.locator('[data-ranking]').evaluateAll((panels) =>
         panels.map((panel) => [...panel.querySelectorAll<HTMLElement>('li')].map((entry) => `${entry.dataset['key']}=${entry.querySelector('data')?.value}`)));
     type Entry = Record<string, string | number>;
     const told = async (): Promise<string[][]> => {
-      const data = (await probe.get(`/api/live/wireless_top_monitor?orderby=${orderby}`))['data'] as Record<string, Record<string, Entry[]>>;
+      const data = (await probe.get(`/api/v1/live/wireless_top_monitor?orderby=${orderby}`))['data'] as Record<string, Record<string, Entry[]>>;
       const part = by === 'clients' ? 'client' : 'traffic';
       return [data['access_points'], data['wireless_networks'], data['wireless_clients']]
         .map((ranking) => ranking?.[part])
@@ -272,9 +268,9 @@ async function savedBy(button: string): Promise<string[][]> {
 describe('the client report', () => {
   type Row = Record<string, string | number>;
   const report = async (type: string): Promise<{ clients: Row[]; guests: Row[] }> => {
-    const periods = await probe.await('/api/reports/clients/periods', (answer) => (answer['daily'] as string[]).length > 0);
+    const periods = await probe.await('/api/v1/reports/clients/periods', (answer) => (answer['daily'] as string[]).length > 0);
     const period = encodeURIComponent((periods[type] as string[])[0] ?? '');
-    const answer = await probe.get(`/api/reports/clients?type=${type}&period=${period}`);
+    const answer = await probe.get(`/api/v1/reports/clients?type=${type}&period=${period}`);
     return { clients: answer['wireless_clients'] as Row[], guests: answer['wireless_guests'] as Row[] };
   };
 
@@ -338,8 +334,8 @@ describe('the client report', () => {
 
 describe('the network report', () => {
   test('has rogue access points, access points, networks and spectrum use', async () => {
-    const periods = await probe.await('/api/reports/networks/periods', (answer) => (answer['daily'] as string[]).length > 0);
-    const path = `/api/reports/networks?type=daily&period=${(periods['daily'] as string[]).at(-1)}`;
+    const periods = await probe.await('/api/v1/reports/networks/periods', (answer) => (answer['daily'] as string[]).length > 0);
+    const path = `/api/v1/reports/networks?type=daily&period=${(periods['daily'] as string[]).at(-1)}`;
     type Load = { client_count: { peak: number; average: number }; traffic: { peak: number; average: number } };
     await open('network-report');
     await watched.page.locator('[data-section=spectrum]').waitFor();

@@ -31,7 +31,7 @@ afterAll(async () => {
 });
 
 const outagesOf = async (probe: ProbeProcess): Promise<{ from: number; to: number }[]> =>
-  ((await probe.get('/api/status'))['history'] as { outages: { from: number; to: number }[] }).outages;
+  ((await probe.get('/api/v1/status'))['history'] as { outages: { from: number; to: number }[] }).outages;
 
 /**
  * A probe whose first pass comes `offMs` after its start: its time goes on while it is halted, as that of a machine
@@ -47,7 +47,7 @@ async function startAfterOutage(port: number, configuration: string, link: Locat
     probe.signal('SIGCONT');
     let passes: Json = {};
     do {
-      passes = (await probe.get('/api/status'))['passes'] as Json;
+      passes = (await probe.get('/api/v1/status'))['passes'] as Json;
       said.push((await link.textContent()) ?? '');
     } while (passes['last'] === null);
     if ((await outagesOf(probe)).length > 0) return { probe, said };

@@ -42,9 +42,9 @@ function traffic(minute: number, macs: string[], sids: string[]): string {
 test.each(['overview', 'traffic'])('%s', async (hash) => {
   const { page, context, complaints } = await openPage(browser, probe.url);
   let minute = 29_920_000;
-  await page.route('**/api/devices', (route) => route.fulfill({ json: { devices } }));
-  await page.route('**/api/live/HealthMonitor', (route) => route.fulfill({ body: health(minute), contentType: 'application/json' }));
-  await page.route('**/api/live/TrafficMonitor**', (route) => route.fulfill({ body: traffic(minute, [macOf(0)], ['latest']), contentType: 'application/json' }));
+  await page.route('**/api/v1/devices', (route) => route.fulfill({ json: { devices } }));
+  await page.route('**/api/v1/live/HealthMonitor', (route) => route.fulfill({ body: health(minute), contentType: 'application/json' }));
+  await page.route('**/api/v1/live/TrafficMonitor**', (route) => route.fulfill({ body: traffic(minute, [macOf(0)], ['latest']), contentType: 'application/json' }));
   let timer: NodeJS.Timeout | undefined;
   await page.routeWebSocket(/.*/, (socket) => {
     const sids: string[] = [];

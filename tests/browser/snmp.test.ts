@@ -46,15 +46,15 @@ afterAll(async () => {
 const pollsOf = (answer: Json): Json[] => answer['polls'] as Json[];
 
 test('shows every device, and says why one does not answer', async () => {
-  await probe.await('/api/devices', (answer) => pollsOf(answer).every((poll) => poll['online'] === true || poll['error'] !== ''));
+  await probe.await('/api/v1/devices', (answer) => pollsOf(answer).every((poll) => poll['online'] === true || poll['error'] !== ''));
   if (isRenewing) await new Promise((resolve) => setTimeout(resolve, 130_000));
   const { page, context, complaints } = await openPage(browser, probe.url, { colorScheme: 'light' });
   await page.goto(`${probe.url}/#/overview`);
   const shown = async (): Promise<string[]> => Object.values(await tableOf(page, 'main')).map((row) => row['device'] ?? '').sort();
-  const told = async (): Promise<string[]> => pollsOf(await probe.get('/api/devices')).map((poll) => String(poll['name'])).sort();
+  const told = async (): Promise<string[]> => pollsOf(await probe.get('/api/v1/devices')).map((poll) => String(poll['name'])).sort();
   expect(await agree(shown, told)).toHaveLength(7);
   const cellar = page.locator('tr', { hasText: 'ap-cellar' });
-  const error = pollsOf(await probe.get('/api/devices')).find((poll) => poll['name'] === 'ap-cellar')?.['error'];
+  const error = pollsOf(await probe.get('/api/v1/devices')).find((poll) => poll['name'] === 'ap-cellar')?.['error'];
   expect(await cellar.locator('.trouble').textContent()).toContain(String(error));
   expect(await cellar.textContent()).toContain('Offline');
   const picture = fileURLToPath(new URL(`../../${isRenewing ? 'docs' : 'build'}/images/snmp-light.png`, import.meta.url));

@@ -47,7 +47,7 @@ describe('the description', () => {
   });
 
   test('names the topics that the HTTP interface keeps messages of', () => {
-    const parameters = openapi.paths['/api/live/{topic}']?.get.parameters as { name: string; schema: { enum: string[] } }[];
+    const parameters = openapi.paths['/api/v1/live/{topic}']?.get.parameters as { name: string; schema: { enum: string[] } }[];
     expect([...topics].sort()).toEqual([...(parameters.find(({ name }) => name === 'topic')?.schema.enum ?? [])].sort());
   });
 

@@ -6,16 +6,16 @@ import { afterAll, beforeAll, describe, expect, test } from 'vitest';
 import { closeContext, openBrowser, openPage } from './browser';
 import { ProbeProcess, simulated } from './probe';
 
-const pages = ['overview', 'traffic', 'clients', 'top', 'client-report', 'guest-report', 'network-report'];
+const pages = ['overview', 'traffic', 'clients', 'clients-now', 'top', 'client-report', 'guest-report', 'network-report'];
 const newYork = { timezoneId: 'America/New_York' };
 
 let browser: Browser;
 let probe: ProbeProcess;
 beforeAll(async () => {
   [probe, browser] = await Promise.all([ProbeProcess.start(simulated, 0, '', 'Asia/Tokyo'), openBrowser()]);
-  await probe.await('/api/live/TrafficMonitor?interval=1m', (answer) => (JSON.stringify(answer).match(/"time"/g)?.length ?? 0) > 60);
-  await probe.await('/api/reports/networks/periods', (answer) => (answer['daily'] as string[]).length > 0);
-  await probe.await('/api/reports/clients/periods', (answer) => (answer['daily'] as string[]).length > 0);
+  await probe.await('/api/v1/live/TrafficMonitor?interval=1m', (answer) => (JSON.stringify(answer).match(/"time"/g)?.length ?? 0) > 60);
+  await probe.await('/api/v1/reports/networks/periods', (answer) => (answer['daily'] as string[]).length > 0);
+  await probe.await('/api/v1/reports/clients/periods', (answer) => (answer['daily'] as string[]).length > 0);
 });
 afterAll(async () => {
   await browser.close();

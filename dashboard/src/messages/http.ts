@@ -9,7 +9,7 @@ export type Fetcher = (path: string, headers: Record<string, string>) => Promise
 
 export function apiPath(path: string, query: Record<string, string> = {}): string {
   const text = new URLSearchParams(query).toString();
-  return text ? `/api/${path}?${text}` : `/api/${path}`;
+  return text ? `/api/v1/${path}?${text}` : `/api/v1/${path}`;
 }
 
 export async function ask<Value>(

@@ -3,19 +3,24 @@
 import type { ComponentChildren } from 'preact';
 import { useMemo, useState } from 'preact/hooks';
 import { formatDuration, formatNumber, formatPercent, formatRate, nothing } from '../format/format';
-import { decodeDeviceCounts, decodeHealth, decodeTraffic, type Device, type NetworkReport } from '../messages/decode';
+import { decodeHealth, decodeTraffic, type Device, type NetworkReport } from '../messages/decode';
 import { decodeNetworkReport, decodePeriods } from '../messages/decode_http';
+import { decodeClientsNow, decodeNotifications, decodePorts, decodeRadios, type Port } from '../messages/decode_now';
 import { Blank, DevicePicker, Figure, LevelBadge, Loaded, Name, Notifications, Stale, Waiting } from '../parts/basics';
+import { airText, ClientTable, NotificationList } from '../parts/now';
 import { type Column, Table } from '../parts/table';
 import { type DeviceRow, deviceRows, limitText, sinceText } from '../state/health';
 import { type Navigation, useAnswer, useDeviceList, useLive, usePassTime, usePresences, useProbe } from '../state/hooks';
+import { inOrder } from '../state/notifications';
 import { offlineText, type Presence, presenceOf } from '../state/presence';
 import { formatRoute } from '../state/route';
-import type { Sorting } from '../state/sorting';
+import { type Sorting, sortRows } from '../state/sorting';
 import { NoDevices } from './overview';
 import { NoSuchDevice, OfflineNote, optionsOf, rowsOf, Spark } from './traffic';
 
 const everything = {};
+/** Beside each pass, for the time in which none comes. */
+const everyMs = 30_000;
 
 function Fact({ title, children }: { title: string; children: ComponentChildren }) {
   return <div><dt>{title}</dt><dd>{children}</dd></div>;
@@ -60,50 +65,110 @@ function Facts({ row, device, presence }: { row: DeviceRow; device: Device; pres
   );
 }
 
-type PortRow = ReturnType<typeof rowsOf>[number];
+interface PortRow extends Port {
+  /** Of the last 30 minutes; null: it has moved nothing. */
+  course: ReturnType<typeof rowsOf>[number] | null;
+}
+
+const stateTitles: Record<Port['state'], string> = {
+  up: 'Up', down: 'Down', testing: 'Testing', unknown: 'Unknown', dormant: 'Dormant', notPresent: 'Not present', lowerLayerDown: 'Lower layer down',
+};
+
+/** Those that are up first, then by name. */
+const stateRank = (state: Port['state']): number => Object.keys(stateTitles).indexOf(state);
+
+const bits = 8;
+
+const byName = (ports: Port[]): Port[] => sortRows(ports, (port) => port.interface, 'ascending');
+
+function portColumns(mac: string, presence: Presence): Column<PortRow>[] {
+  const isAway = !presence.isOnline;
+  const rate = (value: number | null | undefined) => <Stale isStale={isAway}>{formatRate(value)}</Stale>;
+  const nameOf = (row: PortRow) => <Name text={row.interface} isShort />;
+  return [
+    { key: 'interface', title: 'Interface', value: (row) => row.interface, cell: (row) => (row.course ? <a href={formatRoute({ page: 'traffic', values: { device: mac, interface: row.interface } })}>{nameOf(row)}</a> : nameOf(row)) },
+    { key: 'state', title: 'State', value: (row) => stateRank(row.state), cell: (row) => <Stale isStale={isAway}><span class={row.state === 'up' ? '' : 'down'}>{stateTitles[row.state]}</span>{row.state === 'up' && !row.course && <span class="sub">{row.received === null ? 'not counted' : 'idle'}</span>}</Stale> },
+    { key: 'speed', title: 'Link', isNumber: true, value: (row) => row.speed, cell: (row) => (row.speed === null ? nothing : formatRate(row.speed / bits)) },
+    { key: 'in', title: 'In', isNumber: true, value: (row) => row.course?.input ?? row.input, cell: (row) => rate(row.course?.input ?? row.input) },
+    { key: 'out', title: 'Out', isNumber: true, value: (row) => row.course?.output ?? row.output, cell: (row) => rate(row.course?.output ?? row.output) },
+    { key: 'peak', title: 'Peak', isNumber: true, value: (row) => row.course?.peak ?? null, cell: (row) => formatRate(row.course?.peak) },
+    { key: 'course', title: 'Course', isNumber: true, value: (row) => row.course?.peak ?? null, cell: (row) => (row.course ? <Spark data={row.course.data} top={row.course.peak ?? 0} presence={presence} /> : nothing) },
+  ];
+}
 
 function Ports({ mac, presence }: { mac: string; presence: Presence }) {
-  const traffic = useLive('TrafficMonitor', { interval: '1m', mac }, { interval: '1m' }, decodeTraffic);
-  const [sorting, setSorting] = useState<Sorting>({ column: 'interface', direction: 'ascending' });
-  const isAway = !presence.isOnline;
-  const columns: Column<PortRow>[] = [
-    { key: 'interface', title: 'Interface', value: (row) => row.name, cell: (row) => <a href={formatRoute({ page: 'traffic', values: { device: mac, interface: row.name } })}><Name text={row.name} isShort /></a> },
-    { key: 'in', title: 'In', isNumber: true, value: (row) => row.input, cell: (row) => <Stale isStale={isAway}>{formatRate(row.input)}</Stale> },
-    { key: 'out', title: 'Out', isNumber: true, value: (row) => row.output, cell: (row) => <Stale isStale={isAway}>{formatRate(row.output)}</Stale> },
-    { key: 'peak', title: 'Peak', isNumber: true, value: (row) => row.peak, cell: (row) => formatRate(row.peak) },
-    { key: 'course', title: 'Course', isNumber: true, value: (row) => row.peak, cell: (row) => <Spark data={row.data} top={row.peak ?? 0} presence={presence} /> },
-  ];
+  const query = useMemo(() => ({ mac }), [mac]);
+  const ports = useAnswer('ports', query, decodePorts, everyMs, true);
+  const traffic = useLive('TrafficMonitor', { interval: '1m', mac }, { interval: '1m', mac }, decodeTraffic);
+  const [sorting, setSorting] = useState<Sorting>({ column: 'state', direction: 'ascending' });
+  const device = traffic.kind === 'ready' ? traffic.value.get(mac) : undefined;
+  const courses = useMemo(() => new Map((device ? rowsOf(device, '1m', presence) : []).map((row) => [row.name, row])), [device, presence]);
   return (
     <section class="card" data-part="interfaces">
-      <h2>Interfaces in the last 30 minutes</h2>
-      <Loaded load={traffic}>
+      <h2>Interfaces</h2>
+      <Loaded load={ports}>
         {(all) => {
-          const device = all.get(mac);
-          const rows = device ? rowsOf(device, '1m', presence) : [];
-          if (rows.length === 0) return <Blank title="No traffic">No interface of this device has moved anything.</Blank>;
-          return <Table caption="Interfaces" columns={columns} rows={rows} keyOf={(row) => row.name} sorting={sorting} onSort={setSorting} />;
+          if (all.length === 0) return <Blank title="No interfaces">The device tells of none.</Blank>;
+          const rows = byName(all).map((port) => ({ ...port, course: courses.get(port.interface) ?? null }));
+          return <Table caption="Interfaces" columns={portColumns(mac, presence)} rows={rows} keyOf={(row) => row.name} sorting={sorting} onSort={setSorting} />;
         }}
       </Loaded>
-      <p class="note">Interfaces that are idle or down are not told, nor is a link’s speed.</p>
+      <p class="note">Peak and course are those of the last 30 minutes.</p>
     </section>
   );
 }
 
-function Networks({ mac, presence }: { mac: string; presence: Presence }) {
-  const counts = useLive('DevicesClientCountMonitor', { interval: '1m' }, { interval: '1m' }, decodeDeviceCounts);
+function Radios({ mac, presence }: { mac: string; presence: Presence }) {
+  const query = useMemo(() => ({ mac }), [mac]);
+  const radios = useAnswer('radios', query, decodeRadios, everyMs, true);
   return (
     <section class="card" data-part="networks">
-      <h2>Networks</h2>
-      <Loaded load={counts}>
-        {({ current }) => {
-          const networks = [...(current.get(mac) ?? [])].sort((a, b) => b[1] - a[1]);
-          if (networks.length === 0) return <Blank title="Nobody is connected here" />;
+      <h2>Radios and networks</h2>
+      <Loaded load={radios}>
+        {(all) => {
+          if (all.length === 0) return <Blank title="No radios">The device tells of none.</Blank>;
           return (
-            <ul class="pairs">
-              {networks.map(([ssid, count]) => <li key={ssid}><Name text={ssid} isShort /> <Stale isStale={!presence.isOnline}><data value={String(count)}>{formatNumber(count)}</data> {count === 1 ? 'client' : 'clients'}</Stale></li>)}
-            </ul>
+            <div class="split">
+              {all.map((radio) => (
+                <div key={radio.name} data-radio={radio.name}>
+                  <h3><Name text={radio.name || 'Radio not known'} isShort /> <span class="note">{airText(radio.band, radio.channel) || 'band not known'}</span></h3>
+                  <ul class="pairs">
+                    {radio.ssids.map((one) => <li key={one.interface}><Name text={one.ssid || one.interface} isShort /> <span><Stale isStale={!presence.isOnline}><data value={String(one.clients)}>{formatNumber(one.clients)}</data> {one.clients === 1 ? 'client' : 'clients'}</Stale></span></li>)}
+                  </ul>
+                </div>
+              ))}
+            </div>
           );
         }}
+      </Loaded>
+    </section>
+  );
+}
+
+function ClientsHere({ mac }: { mac: string }) {
+  const query = useMemo(() => ({ mac }), [mac]);
+  const clients = useAnswer('clients', query, decodeClientsNow, everyMs, true);
+  const [sorting, setSorting] = useState<Sorting>({ column: 'name', direction: 'ascending' });
+  const now = usePassTime();
+  return (
+    <section class="card" data-part="clients">
+      <h2>Clients here now</h2>
+      <Loaded load={clients}>
+        {(rows) => (rows.length === 0 ? <Blank title="Nobody is connected here" /> : <ClientTable rows={rows} now={now} withDevice={false} sorting={sorting} onSort={setSorting} />)}
+      </Loaded>
+    </section>
+  );
+}
+
+function NotificationsOf({ mac }: { mac: string }) {
+  const query = useMemo(() => ({ mac }), [mac]);
+  const notifications = useAnswer('notifications', query, decodeNotifications, everyMs, true);
+  const now = usePassTime();
+  return (
+    <section class="card" data-part="notifications">
+      <h2>Notifications</h2>
+      <Loaded load={notifications}>
+        {(all) => (all.length === 0 ? <p class="note">The device has nothing to say.</p> : <NotificationList notifications={inOrder(all)} now={now} />)}
       </Loaded>
     </section>
   );
@@ -163,8 +228,10 @@ export function DevicePage({ route, change }: Navigation) {
               <>
                 <OfflineNote presence={presence} />
                 <Facts row={row} device={device} presence={presence} />
+                <NotificationsOf mac={mac} />
                 <Ports mac={mac} presence={presence} />
-                {device.wireless && <Networks mac={mac} presence={presence} />}
+                {device.wireless && <Radios mac={mac} presence={presence} />}
+                {device.wireless && <ClientsHere mac={mac} />}
                 {device.wireless && <Neighbours mac={mac} />}
               </>
             ) : all.length === 0 ? <NoDevices /> : <NoSuchDevice mac={mac} />}

@@ -12,6 +12,7 @@ import { download } from '../parts/download';
 import { ReportPage } from '../parts/period';
 import { type Column, Table } from '../parts/table';
 import { type Navigation, useProbe } from '../state/hooks';
+import { formatRoute } from '../state/route';
 import type { Sorting } from '../state/sorting';
 
 type Rogue = NetworkReport['rogue_ap'][number];
@@ -30,7 +31,7 @@ function SeenBy({ row }: { row: Rogue }) {
   const names = Object.entries(row.seen_by);
   if (names.length === 0) return <>–</>;
   const isLast = (i: number): boolean => i + 1 === names.length;
-  return <span>{names.map(([mac, name], i) => <Fragment key={mac}><span class="together"><Name text={name || mac} />{!isLast(i) && ','}</span> </Fragment>)}</span>;
+  return <span>{names.map(([mac, name], i) => <Fragment key={mac}><span class="together"><a href={formatRoute({ page: 'device', values: { device: mac } })}><Name text={name || mac} /></a>{!isLast(i) && ','}</span> </Fragment>)}</span>;
 }
 
 const rogueColumns: Column<Rogue>[] = [
@@ -60,7 +61,7 @@ function loadColumns<Row extends Loaded>(): Column<Row>[] {
 }
 
 const pointColumns: Column<Point>[] = [
-  { key: 'apname', title: 'Access point', value: (row) => row.apname, cell: (row) => <><Name text={row.apname || row.mac} /><span class="sub">{[row.model, row.version].filter(Boolean).join(' · ')}</span></> },
+  { key: 'apname', title: 'Access point', value: (row) => row.apname, cell: (row) => <><a href={formatRoute({ page: 'device', values: { device: row.mac } })}><Name text={row.apname || row.mac} /></a><span class="sub">{[row.model, row.version].filter(Boolean).join(' · ')}</span></> },
   ...loadColumns<Point>(),
 ];
 

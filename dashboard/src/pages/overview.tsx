@@ -3,12 +3,15 @@
 import { useMemo, useState } from 'preact/hooks';
 import { formatDuration, formatNumber, formatPercent, nothing } from '../format/format';
 import { decodeHealth } from '../messages/decode';
+import { decodeNotifications, type Notification } from '../messages/decode_now';
 import { Blank, Figure, LevelBadge, Loaded, Name, Notifications, Stale, Waiting } from '../parts/basics';
 import { WarningIcon } from '../parts/icons';
 import { JournalNote } from '../parts/journal';
+import { NotificationLine } from '../parts/now';
 import { type Column, Table } from '../parts/table';
 import { type Concern, concernsOf, type DeviceRow, deviceRows, levels, limitText, sinceText } from '../state/health';
-import { type Navigation, useDeviceList, useLive, usePassTime, useProbe } from '../state/hooks';
+import { type Navigation, useAnswer, useDeviceList, useLive, usePassTime, useProbe } from '../state/hooks';
+import { alertsByDevice } from '../state/notifications';
 import { offlineText } from '../state/presence';
 import { formatRoute } from '../state/route';
 import { formatSorting, parseSorting, search } from '../state/sorting';
@@ -147,9 +150,13 @@ function Tiles({ rows, concerns, isKnown }: TileProps) {
 }
 
 const mostConcerns = 8;
+const notificationsEveryMs = 30_000;
 
-function Concerns({ concerns }: { concerns: Concern[] }) {
+/** The devices that need a person, and the texts of their open alerts. */
+function Concerns({ concerns, now }: { concerns: Concern[]; now: number }) {
   const [isAll, setAll] = useState(false);
+  const notifications = useAnswer('notifications', everything, decodeNotifications, notificationsEveryMs, true);
+  const alerts = useMemo(() => (notifications.kind === 'ready' ? alertsByDevice(notifications.value) : new Map<string, Notification[]>()), [notifications]);
   if (concerns.length === 0) return null;
   const shown = isAll ? concerns : concerns.slice(0, mostConcerns);
   return (
@@ -160,11 +167,13 @@ function Concerns({ concerns }: { concerns: Concern[] }) {
           <li key={row.mac || row.ip} data-concern={row.mac || row.ip}>
             {row.mac ? <a href={formatRoute({ page: 'device', values: { device: row.mac } })}><Name text={row.name || row.mac} isShort /></a> : <Name text={row.name} isShort />}
             <span>{reasons.join(', ')}</span>
+            {row.level !== 'offline' && alerts.has(row.mac) && (
+              <ul class="notifications">{(alerts.get(row.mac) ?? []).map((one) => <NotificationLine key={one.text} one={one} now={now} />)}</ul>
+            )}
           </li>
         ))}
       </ul>
       {shown.length < concerns.length && <button type="button" class="button" onClick={() => setAll(true)}>Show all {concerns.length}</button>}
-      <p class="note">Devices tell how many alerts are open, not what they say.</p>
     </section>
   );
 }
@@ -210,7 +219,7 @@ export function Overview({ route, change }: Navigation) {
         {() => (
           <>
             <Tiles rows={rows} concerns={concerns} isKnown={rows.length > 0 && health.kind === 'ready'} />
-            <Concerns concerns={concerns} />
+            <Concerns concerns={concerns} now={now} />
             <JournalNote />
             <section class="card">
               <h2 class="hidden">Devices</h2>

@@ -8,7 +8,7 @@ import { Blank, Choice, Loaded, Name, Select, Waiting } from '../parts/basics';
 import { type Load, type Navigation, useDevices, useLive, usePassTime, usePresences, useProbe } from '../state/hooks';
 import { offlineText } from '../state/presence';
 import { now, probeTime } from '../state/probe';
-import { oneOf } from '../state/route';
+import { formatRoute, oneOf } from '../state/route';
 import { speedsOf } from '../state/speeds';
 
 const orders = ['total', 'in', 'out', 'clients'] as const;
@@ -40,14 +40,17 @@ interface BarProps {
   text: ComponentChildren;
   /** Since when it is offline; empty: it is there, or is no device. */
   offline: string;
+  /** It is one of the devices, and has a page. */
+  isDevice: boolean;
   parts: { tone: string; share: number }[];
 }
 
-function Bar({ rank, name, id, value, text, offline, parts }: BarProps) {
+function Bar({ rank, name, id, value, text, offline, isDevice, parts }: BarProps) {
+  const shown = <Name text={name || id} isShort />;
   return (
     <li data-key={id}>
       <span class="rank">{rank}</span>
-      <span><Name text={name || id} isShort />{name !== id && name && <span class="mac"> {id}</span>}{offline && <span class="sub">{offline}</span>}</span>
+      <span>{isDevice ? <a href={formatRoute({ page: 'device', values: { device: id } })}>{shown}</a> : shown}{name !== id && name && <span class="mac"> {id}</span>}{offline && <span class="sub">{offline}</span>}</span>
       <data value={String(value)} class={offline ? 'number stale' : 'number'}>{text}</data>
       <span class="track" aria-hidden="true">
         {parts.map(({ tone, share }) => <i key={tone} class={tone} style={{ width: `${(share * 100).toFixed(2)}%` }} />)}
@@ -61,10 +64,11 @@ interface TrafficBarsProps {
   order: 'total' | 'in' | 'out';
   /** Figures are speeds. */
   isNow: boolean;
+  isDevice: boolean;
   offlineOf: (id: string) => string;
 }
 
-function TrafficBars({ entries, order, isNow, offlineOf }: TrafficBarsProps) {
+function TrafficBars({ entries, order, isNow, isDevice, offlineOf }: TrafficBarsProps) {
   const top = Math.max(1, ...entries.map((entry) => entry[order]));
   if (entries.length === 0) return isNow ? <Blank title="Not known yet">Speeds come with the second pass on this page: <Waiting />.</Blank> : <Blank title="Nobody">Nobody has moved anything here; where nobody has Wi-Fi it stays so.</Blank>;
   return (
@@ -73,7 +77,7 @@ function TrafficBars({ entries, order, isNow, offlineOf }: TrafficBarsProps) {
         const parts = (['in', 'out'] as const).filter((one) => order === 'total' || one === order);
         const text = isNow ? formatRate(entry[order] * kib) : formatBytes(entry[order] * kib);
         return (
-          <Bar key={entry.id} rank={i + 1} name={entry.name} id={entry.id} value={entry[order]} text={text} offline={offlineOf(entry.id)}
+          <Bar key={entry.id} rank={i + 1} name={entry.name} id={entry.id} value={entry[order]} text={text} isDevice={isDevice} offline={offlineOf(entry.id)}
             parts={parts.map((tone) => ({ tone, share: entry[tone] / top }))} />
         );
       })}
@@ -81,13 +85,13 @@ function TrafficBars({ entries, order, isNow, offlineOf }: TrafficBarsProps) {
   );
 }
 
-function ClientBars({ entries, offlineOf }: { entries: RankedClients[]; offlineOf: (id: string) => string }) {
+function ClientBars({ entries, isDevice, offlineOf }: { entries: RankedClients[]; isDevice: boolean; offlineOf: (id: string) => string }) {
   const top = Math.max(1, ...entries.map((entry) => entry.clients));
   if (entries.length === 0) return <Blank title="Nobody">No client is connected.</Blank>;
   return (
     <ol class="bars">
       {entries.map((entry, i) => (
-        <Bar key={entry.id} rank={i + 1} name={entry.name} id={entry.id} value={entry.clients} text={formatNumber(entry.clients)} offline={offlineOf(entry.id)}
+        <Bar key={entry.id} rank={i + 1} name={entry.name} id={entry.id} value={entry.clients} text={formatNumber(entry.clients)} isDevice={isDevice} offline={offlineOf(entry.id)}
           parts={[{ tone: 'clients', share: entry.clients / top }]} />
       ))}
     </ol>
@@ -107,10 +111,11 @@ interface PanelProps {
 
 function Panel({ kind, title, order, isNow, offlineOf = () => '', traffic, people, most }: PanelProps) {
   if (order === 'clients' && !people) return null;
+  const isDevice = kind === 'access-points';
   return (
     <section class="card" data-ranking={kind}>
       <h2>{title}</h2>
-      {order === 'clients' ? <ClientBars entries={(people ?? []).slice(0, most)} offlineOf={offlineOf} /> : <TrafficBars entries={traffic.slice(0, most)} order={order} isNow={isNow} offlineOf={offlineOf} />}
+      {order === 'clients' ? <ClientBars entries={(people ?? []).slice(0, most)} isDevice={isDevice} offlineOf={offlineOf} /> : <TrafficBars entries={traffic.slice(0, most)} order={order} isNow={isNow} isDevice={isDevice} offlineOf={offlineOf} />}
     </section>
   );
 }

@@ -15,6 +15,7 @@ export const pageTitles: Record<Page, string> = {
   overview: 'Overview',
   traffic: 'Traffic',
   clients: 'Clients',
+  'clients-now': 'Clients now',
   top: 'Top',
   'client-report': 'Client report',
   'guest-report': 'Guest report',

@@ -1,7 +1,7 @@
 // The address bar holds the view: which page, of what, sorted how. A link shows what the sender saw.
 
 /** Those with a tab, in its order. */
-export const pages = ['overview', 'traffic', 'clients', 'top', 'client-report', 'guest-report', 'network-report'] as const;
+export const pages = ['overview', 'traffic', 'clients', 'clients-now', 'top', 'client-report', 'guest-report', 'network-report'] as const;
 const others = ['device', 'not-found'] as const;
 export type Page = (typeof pages)[number] | (typeof others)[number];
 

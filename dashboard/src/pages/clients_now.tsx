@@ -1,0 +1,47 @@
+// Who is here at this moment, where and since when.
+
+import { formatNumber } from '../format/format';
+import { decodeClientsNow } from '../messages/decode_now';
+import { Blank, Loaded } from '../parts/basics';
+import { clientColumns, ClientTable } from '../parts/now';
+import { type Navigation, useAnswer, usePassTime } from '../state/hooks';
+import { formatSorting, parseSorting, search } from '../state/sorting';
+
+const everything = {};
+const everyMs = 30_000;
+
+export function ClientsNow({ route, change }: Navigation) {
+  const clients = useAnswer('clients', everything, decodeClientsNow, everyMs, true);
+  const now = usePassTime();
+  const wanted = route.values['search'] ?? '';
+  const sorting = parseSorting(route.values['sort'], clientColumns, { column: 'name', direction: 'ascending' });
+  return (
+    <>
+      <div class="title">
+        <h1>Clients now</h1>
+        <div class="controls">
+          <label>
+            <span class="hidden">Search clients</span>
+            <input type="search" placeholder="Search clients" value={wanted} onInput={(event) => change({ search: event.currentTarget.value }, true)} />
+          </label>
+        </div>
+      </div>
+      <section class="card" data-part="clients-now">
+        <Loaded load={clients}>
+          {(all) => {
+            const found = search(all, wanted, (row) => [row.hostname, row.mac, row.user ?? '', row.device_name, row.device, row.ssid, row.band ?? '']);
+            if (all.length === 0) return <Blank title="Nobody is connected">No wireless device that is online has a client.</Blank>;
+            return (
+              <>
+                <p class="note"><data value={String(found.length)}>{formatNumber(found.length)}</data> of {formatNumber(all.length)} wireless clients. Traffic is counted since they connected, as their devices count it.</p>
+                {found.length === 0
+                  ? <Blank title="No client matches">Nobody has all of these words in name, address, device or network.</Blank>
+                  : <ClientTable rows={found} now={now} withDevice sorting={sorting} onSort={(sort) => change({ sort: formatSorting(sort) })} />}
+              </>
+            );
+          }}
+        </Loaded>
+      </section>
+    </>
+  );
+}

@@ -1,0 +1,77 @@
+// What is told of this moment: notifications, and the clients who are here.
+
+import { useState } from 'preact/hooks';
+import { formatBytes, formatNumber, formatSince, nothing } from '../format/format';
+import type { ClientNow, Notification } from '../messages/decode_now';
+import { severityTitles } from '../state/notifications';
+import { formatRoute } from '../state/route';
+import type { Sorting } from '../state/sorting';
+import { Name } from './basics';
+import { AlertIcon, InfoIcon, WarningIcon } from './icons';
+import { type Column, Table } from './table';
+
+const tones = { alert: 'bad', warning: 'fair', info: 'unknown' } as const;
+
+export function SeverityBadge({ severity }: { severity: Notification['severity'] }) {
+  const icon = { alert: <AlertIcon />, warning: <WarningIcon />, info: <InfoIcon /> }[severity];
+  return <span class={`badge ${tones[severity]}`}>{icon}{severityTitles[severity]}</span>;
+}
+
+/** "with text, since 11:04" */
+export function NotificationLine({ one, now }: { one: Notification; now: number }) {
+  return (
+    <li data-severity={one.severity}>
+      <SeverityBadge severity={one.severity} /> <bdi>{one.text}</bdi>{' '}
+      <span class="sub since">since {formatSince(one.since, now)}{one.until !== null && `, until ${formatSince(one.until, now)}`}</span>
+    </li>
+  );
+}
+
+/** "5 GHz, channel 36" */
+export const airText = (band: string | null, channel: number | null): string =>
+  [band?.replace('GHz', ' GHz') ?? '', channel === null ? '' : `channel ${channel}`].filter(Boolean).join(', ');
+
+function columnsAt(now: number, withDevice: boolean): Column<ClientNow>[] {
+  const columns: Column<ClientNow>[] = [
+    {
+      key: 'name',
+      title: 'Client',
+      value: (row) => row.hostname || row.mac,
+      cell: (row) => <><Name text={row.hostname || row.mac} isShort /><span class="sub">{row.user ? <><bdi>{row.user}</bdi> · </> : ''}{row.mac}</span></>,
+    },
+    { key: 'device', title: 'Device', value: (row) => row.device_name || row.device, cell: (row) => <a href={formatRoute({ page: 'device', values: { device: row.device } })}><Name text={row.device_name || row.device} isShort /></a> },
+    { key: 'ssid', title: 'Network', value: (row) => row.ssid, cell: (row) => <><Name text={row.ssid} isShort /><span class="sub">{airText(row.band, row.channel)}</span></> },
+    { key: 'since', title: 'Since', value: (row) => row.since, cell: (row) => <span class="together">{formatSince(row.since, now)}{row.or_earlier && <span class="sub">or before</span>}</span> },
+    { key: 'signal', title: 'Signal', isNumber: true, value: (row) => row.signal, cell: (row) => (row.signal === null ? nothing : `${formatNumber(row.signal)} dBm`) },
+    { key: 'sent', title: 'Sent', isNumber: true, value: (row) => row.sent, cell: (row) => formatBytes(row.sent) },
+    { key: 'received', title: 'Received', isNumber: true, value: (row) => row.received, cell: (row) => formatBytes(row.received) },
+  ];
+  return withDevice ? columns : columns.filter(({ key }) => key !== 'device');
+}
+
+export const clientColumns = columnsAt(0, true).map(({ key }) => key);
+
+interface ClientTableProps {
+  rows: ClientNow[];
+  now: number;
+  withDevice: boolean;
+  sorting: Sorting;
+  onSort: (sorting: Sorting) => void;
+}
+
+export function ClientTable({ rows, now, withDevice, sorting, onSort }: ClientTableProps) {
+  return <Table caption="Clients now" columns={columnsAt(now, withDevice)} rows={rows} keyOf={(row) => row.mac} sorting={sorting} onSort={onSort} />;
+}
+
+const mostLines = 12;
+
+export function NotificationList({ notifications, now }: { notifications: Notification[]; now: number }) {
+  const [isAll, setAll] = useState(false);
+  const shown = isAll ? notifications : notifications.slice(0, mostLines);
+  return (
+    <>
+      <ul class="notifications">{shown.map((one) => <NotificationLine key={`${one.severity} ${one.since} ${one.text}`} one={one} now={now} />)}</ul>
+      {shown.length < notifications.length && <button type="button" class="button" onClick={() => setAll(true)}>Show all {notifications.length}</button>}
+    </>
+  );
+}
