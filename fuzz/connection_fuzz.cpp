@@ -14,6 +14,7 @@
 #include "probe/server/connection_manager.h"
 #include "probe/server/http/http_message.h"
 #include "probe/server/net/server_settings.h"
+#include "probe/server/server_counts.h"
 #include "probe/server/websocket/message_router.h"
 #include "probe/server/websocket/outbox.h"
 #include "probe/server/websocket/push_budget.h"
@@ -42,10 +43,10 @@ class Subscriber final : public subscribes::Subscriber {
 /// What is served besides the websocket: a page that a client may keep, and something behind a token.
 probe::HttpService Service() {
   probe::HttpService http;
-  http.look_up = [](const std::string& path) -> probe::PathInfo {
-    if (path == "/page") return {probe::Access::kPublic, false};
-    if (path.starts_with("/api/")) return {probe::Access::kToken, true};
-    return {};
+  http.look_up = [](const std::string& path) -> probe::Access {
+    if (path == "/page") return probe::Access::kPublic;
+    if (path.starts_with("/api/")) return probe::Access::kToken;
+    return probe::Access::kNotFound;
   };
   http.answer = [](const probe::HttpRequest& request) {
     probe::HttpAnswer answer;
@@ -65,10 +66,12 @@ class Server {
     probe::log::SetLevel(probe::log::Level::kError);
     service_.AddSubscriber("Topic", std::make_shared<Subscriber>());
     probe::ServerSettings settings;
+    settings.trusted_proxies = {"127.0.0.1"};
     settings.limits.messages_per_second = 1'000'000'000;  // so that no answer depends on the time
     connections_ = std::make_unique<probe::ConnectionManager>(
         loop_, settings, kPort, service_, router_, std::make_shared<probe::PushBudget>(settings.limits),
-        std::make_shared<probe::QueueTotal>(settings.limits.all_queues_bytes), Service());
+        std::make_shared<probe::QueueTotal>(settings.limits.all_queues_bytes), std::make_shared<probe::ServerCounts>(),
+        Service());
   }
 
   /// Serves one client that sends these octets, in pieces of this size, until its connection has ended.

@@ -7,6 +7,8 @@
 
 #include "fuzz/require.h"
 #include "probe/server/http/http_head.h"
+#include "probe/server/net/ip_address.h"
+#include "probe/server/net/trusted_proxies.h"
 
 using fuzzing::Require;
 using probe::HeadReader;
@@ -25,6 +27,9 @@ void RequireFit(const RequestHead& head) {
   Require(!head.path.empty());
   Require(head.path.find_first_of(std::string_view("\r\n\0 ", 4)) == std::string::npos);
   Require(head.host.has_value() || !head.has_two_hosts);
+  static const probe::TrustedProxies proxies({"127.0.0.1", "10.0.0.0/8", "2001:db8::/32"});
+  const std::string client = proxies.ClientOf("127.0.0.1", head.forwarded_for);
+  Require(!client.empty() && probe::CanonicalAddress(client) == client);
 }
 
 Reading Read(std::string_view octets, std::size_t piece) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <ctime>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <utility>
@@ -9,6 +10,8 @@
 #include "platform/device_centre.h"
 #include "platform/device_records.h"
 #include "platform/topics.h"
+#include "probe/api/device_argument.h"
+#include "probe/clock/clock.h"
 #include "probe/sources/snmp/poll_health.h"
 #include "probe/text/json_text.h"
 #include "probe/text/strict_json.h"
@@ -17,13 +20,6 @@ namespace probe {
 namespace {
 
 using nlohmann::ordered_json;
-
-/// An argument of the query; nothing when it is missing or empty.
-std::optional<std::string> Argument(const HttpRequest& request, const char* name) {
-  const auto found = request.arguments.find(name);
-  if (found == request.arguments.end() || found->second.empty()) return std::nullopt;
-  return found->second;
-}
 
 /// A device as docs/openapi.yaml describes it; what is not known of it is empty.
 ordered_json DeviceTree(const std::string& mac, const DeviceSnapshot& device, const std::vector<Absence>& absences) {
@@ -86,7 +82,27 @@ bool HasPeriod(const ordered_json& periods, const std::string& type, const std::
   return list != periods.end() && list->is_array() && std::find(list->begin(), list->end(), period) != list->end();
 }
 
+/// Local midnight of the day with which a period begins, "2026-11-15" or "2026-11-15/2026-11-21".
+time_t BeginOf(const std::string& period) {
+  tm local{};
+  if (strptime(period.c_str(), "%Y-%m-%d", &local) == nullptr) return 0;
+  local.tm_isdst = -1;
+  return mktime(&local);
+}
+
+/// Says in which time zone the days and local times of a report are meant. The report itself is handed on as it is.
+void AddZone(const std::string& zone, time_t at, HttpAnswer& answer) {
+  if (!zone.empty()) answer.headers.emplace_back("vexora-time-zone", zone);
+  answer.headers.emplace_back("vexora-utc-offset", std::to_string(OffsetAt(at)));
+}
+
 }  // namespace
+
+long OffsetAt(time_t at) {
+  tm local{};
+  localtime_r(&at, &local);
+  return local.tm_gmtoff;
+}
 
 HttpAnswer JsonAnswer(std::string text, Caching caching) {
   HttpAnswer answer;
@@ -96,42 +112,50 @@ HttpAnswer JsonAnswer(std::string text, Caching caching) {
   return answer;
 }
 
-HttpAnswer DevicesAnswer(DeviceCentre& centre, const PollStatuses& polls) {
+HttpAnswer DevicesAnswer(DeviceCentre& centre, const PollStatuses& polls, const HttpRequest& request) {
+  const DeviceArgument chosen = DeviceOf(centre, request);
+  if (chosen.error) return *chosen.error;
   ordered_json devices = ordered_json::array();
   // A device that is forgotten between the two questions is left out.
-  for (const std::string& mac : centre.GetOnlineManagedDevices(false))
+  for (const std::string& mac :
+       chosen.mac.empty() ? centre.GetOnlineManagedDevices(false) : std::vector<std::string>{chosen.mac})
     if (const auto device = centre.Snapshot(mac)) devices.push_back(DeviceTree(mac, *device, centre.Absences(mac)));
   ordered_json answer{{"devices", std::move(devices)}};
   for (const snmp::DeviceStatus& status : polls ? polls() : std::vector<snmp::DeviceStatus>()) {
-    answer["polls"].push_back(PollTree(status));
+    if (chosen.mac.empty() || status.mac == chosen.mac) answer["polls"].push_back(PollTree(status));
   }
   return JsonAnswer(Dump(answer), Caching::kRevalidate);
 }
 
-HttpAnswer InterfaceTrafficAnswer(const PluginCalls& plugin, const HttpRequest& request) {
+HttpAnswer InterfaceTrafficAnswer(const DeviceCentre& centre, const PluginCalls& plugin, const HttpRequest& request) {
   const auto mac = Argument(request, "mac");
   const auto interface = Argument(request, "interface");
   if (!mac || !interface) return ErrorAnswer(400, "missing_argument", R"(The query must name "mac" and "interface".)");
+  const DeviceArgument device = RequiredDeviceOf(centre, request);
+  if (device.error) return *device.error;
   std::map<std::string, unsigned long long> traffic;
-  plugin.interface_traffic(*mac, *interface, traffic);
+  plugin.interface_traffic(device.mac, *interface, traffic);
   // The plug-in leaves the map as it was for an interface that it does not know.
   if (!traffic.contains("input") || !traffic.contains("output"))
-    return ErrorAnswer(404, "unknown_interface", "No traffic of such an interface is known.");
+    return ErrorAnswer(404, "unknown_interface",
+                       "No traffic of such an interface is known; /api/v1/ports lists the device's.");
   return JsonAnswer(
       Dump(ordered_json{
-          {"mac", *mac}, {"interface", *interface}, {"input", traffic["input"]}, {"output", traffic["output"]}}),
+          {"mac", device.mac}, {"interface", *interface}, {"input", traffic["input"]}, {"output", traffic["output"]}}),
       Caching::kNoStore);
 }
 
-HttpAnswer PeriodsAnswer(const ReportCalls& report) {
+HttpAnswer PeriodsAnswer(const ReportCalls& report, const std::string& zone) {
   // The plug-in answers "{}" while its monitors are not registered: before the start, and after the stop.
   std::string text = StrictJson(report.periods());
   const auto periods = ordered_json::parse(text, nullptr, false);
   if (!periods.is_object() || periods.empty()) return NotRunning();
-  return JsonAnswer(std::move(text), Caching::kRevalidate);
+  HttpAnswer answer = JsonAnswer(std::move(text), Caching::kRevalidate);
+  AddZone(zone, InstalledClock().Now().tv_sec, answer);
+  return answer;
 }
 
-HttpAnswer ReportAnswer(const ReportCalls& report, const HttpRequest& request) {
+HttpAnswer ReportAnswer(const ReportCalls& report, const HttpRequest& request, const std::string& zone) {
   const auto type = Argument(request, "type");
   const auto period = Argument(request, "period");
   if (!type || !period) return ErrorAnswer(400, "missing_argument", R"(The query must name "type" and "period".)");
@@ -145,7 +169,9 @@ HttpAnswer ReportAnswer(const ReportCalls& report, const HttpRequest& request) {
   std::string text = StrictJson(report.read_report(Dump(ordered_json{{"report_type", *type}, {"period", *period}})));
   // The engine may have been stopped since it was asked for the periods.
   if (text.empty() || text == "{}") return NotRunning();
-  return JsonAnswer(std::move(text), Caching::kRevalidate);
+  HttpAnswer answer = JsonAnswer(std::move(text), Caching::kRevalidate);
+  AddZone(zone, BeginOf(*period), answer);
+  return answer;
 }
 
 }  // namespace probe

@@ -12,6 +12,7 @@
 #include "probe/host/connection_id.h"
 #include "probe/host/log.h"
 #include "probe/text/json_c_handle.h"
+#include "probe/text/json_text.h"
 
 using utilities::lock::lock_guard;
 
@@ -35,12 +36,29 @@ std::string RankingFilter(const std::string& orderby) {
 /// No device has this MAC, so the message that tells of the passes is small, and asks the host for nothing.
 constexpr char kNoDevice[] = R"({"mac":"none"})";
 
-/// The request for one subscription, as the tree that crosses the contract.
+/// The request for one subscription with this filter, a JSON text, as the tree that crosses the contract.
 JsonCHandle RequestFor(const std::string& filter) {
-  // Put together of constants, none of which has to be escaped.
   const std::string text = std::string(R"([{"sid":")") + kSid + R"(","filter":)" + filter + "}]";
   return JsonCHandle(json_tokener_parse(text.c_str()));
 }
+
+/// A connection that lasts as long as one question, whatever fails in between: nobody else knows it.
+class ForOneQuestion {
+ public:
+  ForOneQuestion(WebServer& server, SubscriptionService& service, ConnectionId connection)
+      : server_(server), service_(service), connection_(connection) {}
+  ~ForOneQuestion() {
+    service_.Disconnect(connection_);
+    server_.RemoveLocalReceiver(connection_);
+  }
+  ForOneQuestion(const ForOneQuestion&) = delete;
+  ForOneQuestion& operator=(const ForOneQuestion&) = delete;
+
+ private:
+  WebServer& server_;
+  SubscriptionService& service_;
+  const ConnectionId connection_;
+};
 
 }  // namespace
 
@@ -69,6 +87,7 @@ void LatestMessages::AllowQuestions() {
 }
 
 void LatestMessages::Start(WebServer& server, SubscriptionService& service) {
+  server_ = &server;
   service_ = &service;
   {
     const lock_guard held(kept_->lock);
@@ -144,6 +163,36 @@ std::shared_ptr<const LatestMessages::Message> LatestMessages::Ask(const std::st
   if (!parsed) return nullptr;
   if (const auto connection = Subscribe(key, *parsed)) service_->PushNow(topic, *connection);
   return Find(topic, variant);
+}
+
+std::string LatestMessages::AskForDevice(const std::string& topic, const std::string& variant, const std::string& mac) {
+  {
+    const lock_guard held(kept_->lock);
+    // Before the first pass the plug-in has nothing to tell; without an entry nothing was started.
+    if (kept_->passes == 0 || !kept_->entries.contains({topic, variant})) return {};
+  }
+  nlohmann::json filter{{"mac", mac}};
+  if (!variant.empty()) filter["interval"] = variant;
+  const auto parsed = service_->Parse(topic, RequestFor(Dump(filter)).get());
+  if (!parsed) return {};
+  // A pass may send its message while this one is asked for: either will do.
+  struct Received {
+    utilities::lock::Mutex lock;
+    std::string text VEXORA_GUARDED_BY(lock);
+  };
+  const auto received = std::make_shared<Received>();
+  const ConnectionId connection = server_->AddLocalReceiver([received](const std::string& text) {
+    const lock_guard held(received->lock);
+    received->text = text;
+  });
+  if (connection == kNoConnection) return {};  // the server is being stopped
+  {
+    const ForOneQuestion guard(*server_, *service_, connection);
+    service_->File(topic, connection, *parsed);
+    service_->PushNow(topic, connection);
+  }
+  const lock_guard held(received->lock);
+  return received->text;
 }
 
 std::optional<ConnectionId> LatestMessages::Subscribe(const Key& key, const subscribes::ParsedRequest& parsed) {

@@ -68,6 +68,10 @@ class LatestMessages {
   /// The first question takes as long as the plug-in takes to build the message, and runs its code.
   std::shared_ptr<const Message> Ask(const std::string& topic, const std::string& variant);
 
+  /// The message of a filter for one device, of the last pass: built for this question, and not kept. Empty: there was
+  /// no pass yet, or the topic has nothing to tell.
+  std::string AskForDevice(const std::string& topic, const std::string& variant, const std::string& mac);
+
   /// The newest message as far as it is kept, without asking for it.
   std::shared_ptr<const Message> Find(const std::string& topic, const std::string& variant) const;
 
@@ -112,7 +116,9 @@ class LatestMessages {
   std::optional<ConnectionId> Subscribe(const Key& key, const subscribes::ParsedRequest& parsed);
 
   const std::shared_ptr<Kept> kept_ = std::make_shared<Kept>();
-  SubscriptionService* service_ = nullptr;  // set by `Start`, read by those who find an entry
+  // Set by `Start`, read by those who find an entry.
+  WebServer* server_ = nullptr;
+  SubscriptionService* service_ = nullptr;
 };
 
 }  // namespace probe

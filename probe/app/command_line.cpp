@@ -38,9 +38,11 @@ std::optional<std::string> ConfigurationFile(const std::optional<std::string>& n
 }
 
 std::string Footer() {
-  return "Exit codes: 0 stopped by SIGINT or SIGTERM, 1 could not start, 2 unusable command line or configuration; "
-         "with --check "
-         "0 and 1.\n\n"
+  return "SIGHUP: read the configuration anew; but stop, when the terminal from which it was started is gone.\n\n"
+         "Exit codes: 0 stopped by SIGINT or SIGTERM, 1 could not start, 2 unusable command line or configuration. "
+         "With --check: 1 unusable configuration. With --once: 1 a device did not answer.\n\n"
+         "Files *.toml in the folder probe.d beside the configuration file are read after it, in the order of their "
+         "names: of a key in two of them the later counts, and devices add up.\n\n"
          "The configuration file, with every key and its default:\n\n" +
          DescribeSettings();
 }
@@ -94,10 +96,14 @@ void Describe(CLI::App& app, CommandLine& result) {
   app.add_option("--config", result.config,
                  std::string("Configuration file. Default: ") + kSystemConfiguration + ", where that exists")
       ->type_name("FILE");
-  app.add_flag("--check", result.is_check, "Say whether the configuration can be used, and start nothing");
+  auto* check =
+      app.add_flag("--check", result.is_check, "Say whether the configuration can be used, and start nothing");
+  app.add_flag("--once", result.is_once,
+               "Read all devices once, print them as /api/devices has them, and start nothing")
+      ->excludes(check);
   app.add_option("--plugin", result.plugin, "The plug-in, libmonitor.so. Default: the one that came with the probe")
       ->type_name("FILE");
-  app.add_option("--log", result.log_level, "How much to log: debug, info or error")
+  app.add_option("--log", result.log_level, "How much to log: debug, info, warning or error")
       ->type_name("LEVEL")
       ->check(CheckLogLevel);
   app.add_option("--port", result.port, "TCP port to listen on; 0: any free one, which the log names")

@@ -18,6 +18,7 @@ struct CommandLine {
   std::optional<std::string> log_level;    ///< In place of `logging.level`; one that this key accepts.
   std::optional<std::uint16_t> port;       ///< In place of `server.port`.
   bool is_check = false;                   ///< Look at the configuration, and start nothing.
+  bool is_once = false;                    ///< Read all devices once, print them, and start nothing.
   bool is_live = false;                    ///< This machine and the file's devices, and no simulated network.
   bool is_simulated = false;               ///< A simulated network, and not this machine.
   recording::RecordingSettings recording;  ///< What to record into which file.

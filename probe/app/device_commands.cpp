@@ -8,6 +8,7 @@
 #include <functional>
 #include <ostream>
 #include <sstream>
+#include <vector>
 
 #include "probe/app/command_line.h"
 #include "probe/settings/settings.h"
@@ -60,7 +61,8 @@ snmp::DeviceSettings FromKeys(const DeviceChoice& choice) {
   toml::array list;
   list.push_back(table);
   SettingsErrors errors("options");
-  const auto devices = ReadSnmpDevices(list, errors);
+  std::vector<snmp::DeviceSettings> devices;
+  ReadSnmpDevices(list, errors, devices);
   try {
     errors.Raise();
   } catch (const SettingsError& error) {

@@ -3,6 +3,8 @@
 #include <csignal>
 #include <cstdio>
 #include <exception>
+#include <functional>
+#include <iostream>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -13,9 +15,11 @@
 #include "probe/app/command_line.h"
 #include "probe/app/engine_watchdog.h"
 #include "probe/app/needed_profiles.h"
+#include "probe/app/once_command.h"
 #include "probe/app/probe_app.h"
 #include "probe/app/service_manager.h"
 #include "probe/app/service_signals.h"
+#include "probe/host/journal_priority.h"
 #include "probe/host/log.h"
 #include "probe/server/net/server_settings.h"
 #include "probe/server/net/tls_context.h"
@@ -23,16 +27,24 @@
 
 namespace {
 
+/// Writes what is wrong to standard error, each line with the priority of an error where the journal reads it.
+void PrintError(const std::string& text) {
+  std::istringstream lines(text);
+  for (std::string line; std::getline(lines, line);) {
+    std::fprintf(stderr, "%s%s\n", probe::log::StandardErrorPrefix(probe::log::Level::kError), line.c_str());
+  }
+}
+
 /// What `run` returns; or, when it throws, the exit code for that, once the reason has been told behind `prefix`.
 template <typename Function>
 int Guarded(const char* prefix, const Function& run) {
   try {
     return run();
   } catch (const probe::SettingsError& error) {
-    std::fprintf(stderr, "%s\n", error.what());
+    PrintError(error.what());
     return probe::kUnusable;
   } catch (const std::exception& error) {
-    std::fprintf(stderr, "%s: %s\n", prefix, error.what());
+    PrintError(std::string(prefix) + ": " + error.what());
     return 1;
   }
 }
@@ -52,17 +64,26 @@ void GuardSecrets(const probe::Settings& settings) {
 
 /// Looks at the configuration as a start would. Returns the exit code.
 int Check(const probe::CommandLine& command_line) {
-  try {
-    const probe::Settings settings = probe::SettingsFor(command_line);
-    probe::ProfilesFor(settings.snmp);
-    probe::RequireServable(settings.server);
-    probe::MakeTlsContext(settings.server);
-    std::puts("the configuration can be used");
-    return 0;
-  } catch (const std::exception& error) {
-    std::fprintf(stderr, "%s\n", error.what());
-    return 1;
+  bool is_usable = true;
+  const auto look = [&](const std::function<void()>& at) {
+    try {
+      at();
+    } catch (const std::exception& error) {
+      PrintError(error.what());
+      is_usable = false;
+    }
+  };
+  probe::Settings settings;
+  look([&] { settings = probe::SettingsFor(command_line); });
+  if (is_usable) {
+    look([&] { probe::ProfilesFor(settings.snmp); });
+    look([&] {
+      probe::RequireServable(settings.server);
+      probe::MakeTlsContext(settings.server);
+    });
   }
+  if (is_usable) std::puts("the configuration can be used");
+  return is_usable ? 0 : 1;
 }
 
 /// Has the probe read its configuration anew. One that cannot be used is reported, and the former stays.
@@ -82,6 +103,15 @@ void Reload(probe::ProbeApp& app, const probe::CommandLine& command_line) {
   }
 }
 
+/// Reads all devices once, and prints them. Returns the exit code.
+int Once(const probe::CommandLine& command_line) {
+  return Guarded("vexora-probe", [&] {
+    const probe::Settings settings = probe::SettingsFor(command_line);
+    GuardSecrets(settings);
+    return probe::ReadOnce(settings, std::cout);
+  });
+}
+
 /// Runs the probe until somebody stops it. Returns the exit code.
 int Run(const probe::CommandLine& command_line) {
   // A file that reaches the limit of the process (ulimit -f) is as a full disk: an error of write, not the end.
@@ -97,7 +127,8 @@ int Run(const probe::CommandLine& command_line) {
     {
       const auto watchdog = WatchdogFor(app);
       probe::TellServiceManager("READY=1");
-      while ((signal = service_signals.Wait()) != nullptr && std::string_view(signal) == "SIGHUP") {
+      while ((signal = service_signals.Wait()) != nullptr && std::string_view(signal) == "SIGHUP" &&
+             !service_signals.IsTerminalGone()) {
         Reload(app, command_line);
       }
     }
@@ -120,6 +151,7 @@ int main(int argc, char** argv) {
     }
     const auto& command_line = std::get<probe::CommandLine>(parsed);
     if (command_line.subcommand) return command_line.subcommand();
-    return command_line.is_check ? Check(command_line) : Run(command_line);
+    if (command_line.is_check) return Check(command_line);
+    return command_line.is_once ? Once(command_line) : Run(command_line);
   });
 }

@@ -24,6 +24,7 @@
 #include "probe/journal/open_journal.h"
 #include "probe/journal/retention.h"
 #include "probe/journal/segment_format.h"
+#include "probe/metrics/probe_families.h"
 #include "probe/recording/timezone_name.h"
 #include "probe/server/http/http_message.h"
 #include "probe/settings/setting_keys.h"
@@ -117,6 +118,7 @@ ProbeApp::~ProbeApp() {
 
 void ProbeApp::Start() {
   log::SetLevel(settings_.log_level);
+  log::SetPluginLevels(settings_.log_levels);
   log::LimitPlugin(kPluginLines);
   log::Info("vexora-probe %s starts", kVersionText);
   try {
@@ -171,7 +173,7 @@ void ProbeApp::StartSources() {
   }
   StartSnmp();
   if (!this_machine_ && !simulated_ && settings_.snmp.devices.empty())
-    log::Info("no source is enabled: there will be no devices");
+    log::Warning("no source is enabled: there will be no devices");
 }
 
 void ProbeApp::StartSnmp() {
@@ -188,9 +190,10 @@ void ProbeApp::Reload(const Settings& settings) {
   ReloadSnmp(settings.snmp, std::move(profiles));
   reload_server();
   log::SetLevel(settings.log_level);
+  log::SetPluginLevels(settings.log_levels);
   for (const SettingKey& key : SettingKeys()) {
     if (TakesEffectAtReload(key) || key.read(settings) == key.read(settings_)) continue;
-    log::Info("%s is another than at the start, and takes effect at the next one", key.Path().c_str());
+    log::Warning("%s is another than at the start, and takes effect at the next one", key.Path().c_str());
   }
 }
 
@@ -277,21 +280,22 @@ void ProbeApp::StartPlugin() {
 }
 
 void ProbeApp::StartServer() {
-  const std::string folder = settings_.server.dashboard.empty() ? DefaultPageFolder() : settings_.server.dashboard;
   // Stopped before it is destroyed, and the server before that: requests find it for as long as they come.
   const PollStatuses polls = [this] { return snmp_->Statuses(); };
   api_ = std::make_unique<HttpApi>(
       ProbeFacts{kVersion, settings_.speed, ZoneName()}, CallsOf(*plugin_), DeviceCentre::Instance(), latest_,
-      PageFiles(folder), polls, [this] { return History(); },
+      PageFiles(DashboardFolder()), polls, [this] { return History(); },
       [this] {
         return PassStatus{pass_timer_->last(), pass_timer_->worst()};
-      });
+      },
+      [this](const HttpRequest& request) { return metrics_->Answer(request); });
   HttpService http{[this](const std::string& path) { return api_->LookUp(path); },
                    [this](const HttpRequest& request) { return api_->Answer(request); }};
   server_ = std::make_unique<WebServer>(settings_.server, SubscriptionService::Instance(), std::move(http),
                                         [this](const std::string&) {
                                           if (on_failure_) on_failure_();
                                         });
+  metrics_ = std::make_unique<metrics::Metrics>(DeviceCentre::Instance(), server_.get(), [this] { return Figures(); });
   server_->Start();
   // Only a server that runs gives connections, and only topics that the plug-in has registered can be subscribed to.
   latest_.SetPassObserver([this](time_t at) { pass_times_.Note(at); });
@@ -342,10 +346,29 @@ HistoryStatus ProbeApp::History() const {
   return status;
 }
 
+metrics::ProbeFigures ProbeApp::Figures() const {
+  metrics::ProbeFigures figures;
+  figures.version = kVersion;
+  figures.speed = settings_.speed;
+  // Until the sources have gone on from the journal's counters, which they do a moment after it is ready.
+  figures.is_warming = warm_start_ && ready_since_.load() == 0;
+  figures.last_pass = latest_.last_pass();
+  figures.passes = pass_timer_->totals();
+  if (journal_) figures.journal = journal_->counts();
+  figures.is_journal_failing = is_journal_missing_ || (journal_ && journal_->is_failing());
+  figures.polls = snmp_->Statuses();
+  figures.poll_durations = snmp_->PollDurations();
+  return figures;
+}
+
 double ProbeApp::EngineProgress() const {
   // In replayed time the engine does not sleep on the timer's clock.
   const double replayed = warm_start_ ? warm_start_->progress().share : 0;
   return static_cast<double>(pass_timer_->steps()) + replayed;
+}
+
+std::string ProbeApp::DashboardFolder() const {
+  return settings_.server.dashboard.empty() ? DefaultPageFolder() : settings_.server.dashboard;
 }
 
 std::string ProbeApp::UrlOf(const std::string& scheme, const std::string& address) const {
@@ -360,7 +383,11 @@ void ProbeApp::Announce() const {
     log::Info("device %s: %s", mac.c_str(), info.hostname.c_str());
   }
   for (const std::string& address : server_->addresses()) log::Info("listening on %s", UrlOf("ws", address).c_str());
-  if (api_->has_pages()) log::Info("the dashboard: %s/", UrlOf("http", server_->addresses().front()).c_str());
+  if (api_->has_pages()) {
+    log::Info("the dashboard: %s/", UrlOf("http", server_->addresses().front()).c_str());
+  } else {
+    log::Info("there is no dashboard in %s: its address answers with 503", DashboardFolder().c_str());
+  }
   constexpr unsigned kSecondsToSecondPass = 120;
   log::Info(
       "the first speeds come with the second pass, in %u s; to watch them: "
@@ -387,6 +414,7 @@ void ProbeApp::Stop() {
   }
   plugin_.reset();
   server_.reset();
+  metrics_.reset();
   api_.reset();
   snmp_.reset();
   profiles_.reset();
@@ -405,6 +433,7 @@ void ProbeApp::Stop() {
   clock_installation_.reset();
   clock_.reset();
   log::LimitPlugin(std::nullopt);
+  log::SetPluginLevels({});
 }
 
 }  // namespace probe

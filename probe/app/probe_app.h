@@ -17,6 +17,8 @@
 #include "probe/journal/journal_folder.h"
 #include "probe/journal/journal_writer.h"
 #include "probe/journal/warm_start.h"
+#include "probe/metrics/metrics.h"
+#include "probe/metrics/probe_families.h"
 #include "probe/plugin/loaded_plugin.h"
 #include "probe/recording/pass_clock.h"
 #include "probe/recording/recorder.h"
@@ -87,6 +89,11 @@ class ProbeApp {
   /// What histories rest on now. Threads: any, between start and stop.
   HistoryStatus History() const;
 
+  std::string DashboardFolder() const;
+
+  /// What Prometheus is told of the probe now, but for its server. Threads: any, between start and stop.
+  metrics::ProbeFigures Figures() const;
+
   /// "ws://127.0.0.1:8765", "wss://[::1]:8765"; `scheme` without the "s" of TLS.
   std::string UrlOf(const std::string& scheme, const std::string& address) const;
 
@@ -111,6 +118,7 @@ class ProbeApp {
   std::unique_ptr<snmp::SnmpSource> snmp_;  // without devices, if none answer SNMP
   std::unique_ptr<LoadedPlugin> plugin_;
   LatestMessages latest_;
+  std::unique_ptr<metrics::Metrics> metrics_;
   std::unique_ptr<HttpApi> api_;
   std::unique_ptr<WebServer> server_;
 };

@@ -1,5 +1,6 @@
 #include "probe/app/service_signals.h"
 
+#include <fcntl.h>
 #include <poll.h>
 #include <sys/eventfd.h>
 #include <sys/signalfd.h>
@@ -28,9 +29,27 @@ sigset_t SignalSet() {
   return signals;
 }
 
+/// Whether the process has a controlling terminal. The kernel takes it away before it sends SIGHUP for one that was
+/// closed. tty(4)
+bool HasTerminal() {
+  const int terminal = open("/dev/tty", O_RDONLY | O_NOCTTY | O_CLOEXEC);
+  if (terminal >= 0) close(terminal);
+  // Other errors do not tell: clients may hold all descriptors that there are.
+  return terminal >= 0 || (errno != ENXIO && errno != EIO);
+}
+
+/// Whether whoever started the process meant it to survive its terminal, as nohup does. The signal is queued in spite
+/// of that, since it is blocked. sigaction(2)
+bool IsHangUpIgnored() {
+  struct sigaction action {};
+  sigaction(SIGHUP, nullptr, &action);
+  return action.sa_handler == SIG_IGN;
+}
+
 }  // namespace
 
-ServiceSignals::ServiceSignals() : interrupted_(eventfd(0, EFD_CLOEXEC)) {
+ServiceSignals::ServiceSignals()
+    : interrupted_(eventfd(0, EFD_CLOEXEC)), ends_with_terminal_(!IsHangUpIgnored() && HasTerminal()) {
   const sigset_t signals = SignalSet();
   // Now: later, clients may hold all descriptors that there are.
   if (interrupted_ >= 0) arrivals_ = signalfd(-1, &signals, SFD_CLOEXEC);
@@ -59,6 +78,10 @@ const char* ServiceSignals::Wait() {
     return static_cast<std::uint32_t>(one.number) == signal.ssi_signo;
   });
   return found->name;
+}
+
+bool ServiceSignals::IsTerminalGone() const {
+  return ends_with_terminal_ && !HasTerminal();
 }
 
 void ServiceSignals::Interrupt() {

@@ -22,6 +22,10 @@ class ServiceSignals {
   /// Blocks until one of them comes, or has come since they were blocked, and returns its name; null after `Interrupt`.
   const char* Wait();
 
+  /// Whether the terminal from which the process was started is gone: a SIGHUP then tells of that, and not of another
+  /// configuration. Never for a process that was started with SIGHUP ignored: it is to survive its terminal.
+  bool IsTerminalGone() const;
+
   /// Ends the wait, or the next one, for another reason than a signal. Threads: any.
   void Interrupt();
 
@@ -29,6 +33,7 @@ class ServiceSignals {
   sigset_t former_{};
   int interrupted_;    // an eventfd
   int arrivals_ = -1;  // a signalfd
+  const bool ends_with_terminal_;
 };
 
 }  // namespace probe

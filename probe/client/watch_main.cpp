@@ -4,12 +4,15 @@
 #include <chrono>
 #include <csignal>
 #include <cstddef>
+#include <cstdlib>
 #include <fstream>
 #include <iostream>
 #include <nlohmann/json.hpp>
+#include <stdexcept>
 #include <string>
 #include <thread>
 
+#include "probe/client/request_check.h"
 #include "probe/client/url.h"
 #include "probe/client/websocket_client.h"
 #include "probe/text/json_text.h"
@@ -41,9 +44,9 @@ struct WatchOptions {
 void AddOptions(CLI::App& app, WatchOptions& options) {
   app.add_option("--url", options.url, "Where the probe is")->capture_default_str();
   auto* token =
-      app.add_option("--token", options.token, "Token of the probe. Who lists the machine's programs can read it")
-          ->envname("VEXORA_TOKEN");
-  app.add_option("--token-file", options.token_file, "File whose first line is the token")
+      app.add_option("--token", options.token, "Token of the probe. Who lists the machine's programs can read it");
+  app.add_option("--token-file", options.token_file,
+                 "File whose first line is the token. Without both it is that of the environment, VEXORA_TOKEN")
       ->type_name("FILE")
       ->check(CLI::ExistingFile)
       ->excludes(token);
@@ -57,13 +60,46 @@ void AddOptions(CLI::App& app, WatchOptions& options) {
   app.add_option("REQUEST-JSON", options.request, "Array of what to subscribe to")->capture_default_str();
 }
 
-/// How to connect. Fails: throws `probe::ClientError` for what is no URL.
+/// A command line that cannot be used.
+class UsageError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+/// The token that the command line or the environment gives; empty: none.
+std::string TokenOf(const WatchOptions& options) {
+  if (options.token_file.empty()) {
+    const char* const variable = std::getenv("VEXORA_TOKEN");  // NOLINT(concurrency-mt-unsafe): one thread
+    return options.token.empty() && variable != nullptr ? variable : options.token;
+  }
+  std::ifstream file(options.token_file);
+  std::string token;
+  std::getline(file, token);
+  if (token.ends_with('\r')) token.pop_back();  // the line of an editor that ends its lines so
+  if (token.empty()) throw UsageError("--token-file: no token can be read from " + options.token_file);
+  return token;
+}
+
+/// Says what the topic will not understand. Fails: throws `UsageError` for what is no request at all.
+void CheckRequest(const WatchOptions& options) {
+  const auto request = nlohmann::json::parse(options.request, nullptr, false);
+  if (!request.is_array()) throw UsageError("REQUEST-JSON: must be an array, as JSON");
+  for (const std::string& warning : probe::RequestWarnings(options.topic, request)) {
+    std::cerr << "probe-watch: warning: " << probe::PrintableLine(warning) << "\n";
+  }
+}
+
+/// How to connect. Fails: throws `UsageError` for what is no URL, and for a file without a token.
 probe::ClientOptions ConnectionOf(const WatchOptions& options) {
-  probe::ClientOptions connection = probe::OptionsFromUrl(options.url);
+  probe::ClientOptions connection;
+  try {
+    connection = probe::OptionsFromUrl(options.url);
+  } catch (const probe::ClientError& error) {
+    throw UsageError(std::string("--url: ") + error.what());
+  }
   connection.trusted_certificate = options.certificate;
-  std::string token = options.token;
-  if (!options.token_file.empty()) std::getline(std::ifstream(options.token_file), token);
-  if (!token.empty()) connection.headers["Authorization"] = "Bearer " + token;
+  if (const std::string token = TokenOf(options); !token.empty())
+    connection.headers["Authorization"] = "Bearer " + token;
   return connection;
 }
 
@@ -99,17 +135,25 @@ Ending Watch(const probe::ClientOptions& connection, const WatchOptions& options
   return Ending::kDone;
 }
 
+/// Whether the next attempt may find another answer: a refusal stays, but for too many requests and too many clients.
+bool MayPass(const probe::ClientError& failure) {
+  constexpr unsigned kTooManyRequests = 429;
+  constexpr unsigned kUnavailable = 503;
+  const unsigned status = failure.http_status();
+  return status == 0 || status == kTooManyRequests || status == kUnavailable;
+}
+
 /// Prints messages; with `--retry` over as many connections as it takes.
 bool WatchOn(const WatchOptions& options) {
   const probe::ClientOptions connection = ConnectionOf(options);
+  CheckRequest(options);
   std::size_t messages = 0;
   for (;;) {
     try {
       const Ending ending = Watch(connection, options, messages);
       if (ending != Ending::kClosed || !options.is_retrying) return ending == Ending::kDone;
     } catch (const probe::ClientError& failure) {
-      const bool is_refused = failure.http_status() != 0;  // and would be again
-      if (is_refused || !options.is_retrying) throw;
+      if (!MayPass(failure) || !options.is_retrying) throw;
       std::cerr << probe::PrintableLine(failure.what()) << "\n";
     }
     if (interrupted != 0) return true;
@@ -133,6 +177,9 @@ int main(int argc, char** argv) {
     std::signal(SIGINT, [](int) { interrupted = 1; });
     std::signal(SIGTERM, [](int) { interrupted = 1; });
     return WatchOn(options) ? 0 : 1;
+  } catch (const UsageError& error) {
+    std::cerr << "probe-watch: " << probe::PrintableLine(error.what()) << "\n";
+    return kUnusable;
   } catch (const std::exception& failure) {
     std::cerr << "probe-watch: " << probe::PrintableLine(failure.what()) << "\n";
     return 1;

@@ -28,16 +28,28 @@ std::string HostHeader(const ClientOptions& options) {
   return given != options.headers.end() ? given->second : UrlHost(options.host) + ":" + std::to_string(options.port);
 }
 
-std::optional<asio::ssl::context> TlsContext(const ClientOptions& options) {
+/// `complaint` gets what is wrong with the server's certificate, when one is checked; it has to outlive the context.
+std::optional<asio::ssl::context> TlsContext(const ClientOptions& options, std::string& complaint) {
   if (!options.tls) return std::nullopt;
   asio::ssl::context context(asio::ssl::context::tls_client);
   context.set_verify_mode(asio::ssl::verify_peer);
   if (options.trusted_certificate.empty()) {
     context.set_default_verify_paths();
   } else {
-    context.load_verify_file(options.trusted_certificate);
+    error_code failure;
+    context.load_verify_file(options.trusted_certificate, failure);
+    if (failure) throw ClientError("no certificate can be read from " + options.trusted_certificate);
   }
-  context.set_verify_callback(asio::ssl::host_name_verification(options.host));
+  context.set_verify_callback([name_check = asio::ssl::host_name_verification(options.host), host = options.host,
+                               &complaint](bool is_trusted, asio::ssl::verify_context& chain) {
+    if (!is_trusted) {
+      complaint = std::string("is not trusted: ") +
+                  X509_verify_cert_error_string(X509_STORE_CTX_get_error(chain.native_handle()));
+    } else if (!name_check(is_trusted, chain)) {
+      complaint = "is not for the address \"" + host + "\"";
+    }
+    return complaint.empty();
+  });
   return context;
 }
 
@@ -50,10 +62,12 @@ std::optional<asio::ssl::context> TlsContext(const ClientOptions& options) {
 class WebsocketClient::Session {
  public:
   explicit Session(const ClientOptions& options)
-      : tls_(TlsContext(options)), stream_(io_, tls_ ? &*tls_ : nullptr), socket_(stream_.next_layer().socket()) {
+      : tls_(TlsContext(options, certificate_complaint_)),
+        stream_(io_, tls_ ? &*tls_ : nullptr),
+        socket_(stream_.next_layer().socket()) {
     const Time deadline = std::chrono::steady_clock::now() + options.connect_within;
     ConnectTcp(options, deadline);
-    Await(deadline, [&](auto done) { stream_.next_layer().Handshake(options.host, std::move(done)); });
+    HandshakeTls(options, deadline);
     HandshakeWebsocket(options, deadline);
   }
 
@@ -108,7 +122,9 @@ class WebsocketClient::Session {
   void ConnectTcp(const ClientOptions& options, Time deadline) {
     asio::ip::tcp::resolver resolver(io_);
     // Has no deadline: getaddrinfo(3) cannot be interrupted.
-    const auto addresses = resolver.resolve(options.host, std::to_string(options.port));
+    error_code failure;
+    const auto addresses = resolver.resolve(options.host, std::to_string(options.port), failure);
+    if (failure) throw ClientError("cannot connect: the address \"" + options.host + "\": " + failure.message());
     for (auto address = addresses.begin(); address != addresses.end(); ++address) {
       try {
         Await(deadline, [&](auto done) {
@@ -124,6 +140,16 @@ class WebsocketClient::Session {
         socket_.close(ignored);
         if (std::next(address) == addresses.end()) throw;
       }
+    }
+  }
+
+  void HandshakeTls(const ClientOptions& options, Time deadline) {
+    try {
+      Await(deadline, [&](auto done) { stream_.next_layer().Handshake(options.host, std::move(done)); });
+    } catch (const ClientError&) {
+      if (certificate_complaint_.empty()) throw;
+      throw ClientError("the certificate of " + UrlHost(options.host) + ":" + std::to_string(options.port) + " " +
+                        certificate_complaint_);
     }
   }
 
@@ -189,6 +215,7 @@ class WebsocketClient::Session {
   }
 
   asio::io_context io_;
+  std::string certificate_complaint_;      // before the context, which writes it
   std::optional<asio::ssl::context> tls_;  // nothing: without TLS
   // Without compression, which the probe does not speak.
   websocket::stream<ClientStream, false> stream_;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <atomic>
 #include <chrono>
 #include <cstdint>
@@ -8,6 +9,8 @@
 
 #include "platform/utilities/locks.h"
 #include "probe/clock/clock.h"
+#include "probe/clock/duration_histogram.h"
+#include "probe/clock/pass_phase.h"
 
 namespace probe {
 
@@ -15,6 +18,14 @@ namespace probe {
 struct PassTiming {
   std::chrono::milliseconds duration{0};
   std::chrono::milliseconds lateness{0};  ///< Beyond the time that the engine sleeps between two passes.
+};
+
+/// All passes since the start.
+struct PassTotals {
+  DurationHistogram durations;
+  std::array<DurationHistogram, kPassPhases> phases;  ///< By `PassPhase`.
+  std::uint64_t late = 0;                             ///< Those that began more than a second too late.
+  std::uint64_t skipped = 0;                          ///< How many more there were, had none been late.
 };
 
 /// A clock on top of the one that was installed before, which measures the passes: the engine sleeps in between.
@@ -43,10 +54,13 @@ class PassTimer final : public Clock {
   /// The longest and the greatest lateness of the last `kPasses`.
   std::optional<PassTiming> worst() const VEXORA_EXCLUDES(lock_);
 
+  PassTotals totals() const VEXORA_EXCLUDES(lock_);
+
  private:
   using Wall = std::chrono::steady_clock;
 
   void EndPass(Wall::time_point now) VEXORA_EXCLUDES(lock_);
+  void NoteLateness(Wall::duration period) VEXORA_REQUIRES(lock_);
 
   const unsigned speed_;
   Clock& clock_;
@@ -55,7 +69,9 @@ class PassTimer final : public Clock {
   std::deque<PassTiming> passes_ VEXORA_GUARDED_BY(lock_);
   std::optional<Wall::time_point> begun_ VEXORA_GUARDED_BY(lock_);  // the pass that runs
   Wall::duration lateness_ VEXORA_GUARDED_BY(lock_){};              // of that pass
-  ClockInstallation installation_{*this};  // last: the rest is ready when somebody asks for the time
+  PassTotals totals_ VEXORA_GUARDED_BY(lock_);
+  Wall::duration lost_ VEXORA_GUARDED_BY(lock_){};  // lateness that has not added up to a skipped pass yet
+  ClockInstallation installation_{*this};           // last: the rest is ready when somebody asks for the time
 };
 
 }  // namespace probe

@@ -5,6 +5,8 @@
 #include <cstddef>
 #include <utility>
 
+#include "probe/clock/clock.h"
+#include "probe/clock/pass_phase.h"
 #include "probe/host/snapshot_device.h"
 
 namespace records = vexora_probe::models::controller;
@@ -52,20 +54,27 @@ void DeviceCentre::PutInForce(DeviceCentre* centre) {
 void DeviceCentre::Replace(const std::string& mac, DeviceSnapshot snapshot) {
   // The key counts: the state of a device in a recording does not repeat it.
   if (snapshot.basic_info) snapshot.basic_info->mac = mac;
-  ReplaceWith(mac, std::make_shared<const DeviceSnapshot>(std::move(snapshot)));
+  if (!snapshot.details.notifications.empty()) {
+    if (const auto before = Snapshot(mac)) KeepTimes(before->details.notifications, snapshot.details.notifications);
+  }
+  Change change{.mac = mac,
+                .snapshot = std::make_shared<const DeviceSnapshot>(std::move(snapshot)),
+                .read_at = InstalledClock().Now().tv_sec};
+  Enter(std::move(change));
 }
 
 void DeviceCentre::ReplaceWith(const std::string& mac, std::shared_ptr<const DeviceSnapshot> snapshot) {
-  // Declared before the guard, so that the snapshot which it replaces is freed after the lock is released.
-  Change change{.mac = mac, .snapshot = std::move(snapshot)};
+  Enter({.mac = mac, .snapshot = std::move(snapshot)});
+}
+
+void DeviceCentre::Enter(Change change) {
+  // The caller's, so that the snapshot which it replaces is freed after the lock is released.
   const lock_guard_write held(lock_);
   Make(change);
 }
 
 void DeviceCentre::Forget(const std::string& mac) {
-  Change change{.mac = mac, .snapshot = nullptr};
-  const lock_guard_write held(lock_);
-  Make(change);
+  Enter({.mac = mac, .snapshot = nullptr});
 }
 
 void DeviceCentre::Make(Change& change) {
@@ -76,9 +85,12 @@ void DeviceCentre::Make(Change& change) {
   if (change.snapshot != nullptr) {
     std::shared_ptr<const DeviceSnapshot>& place = PlaceOf(change.mac);
     NoteReturn(change.mac, place.get(), *change.snapshot);
+    if (change.read_at) NoteReading(change, place.get());
     std::swap(place, change.snapshot);
   } else if (const auto known = by_mac_.find(change.mac); known != by_mac_.end()) {
     absences_.erase(change.mac);
+    clients_.Forget(change.mac);
+    notifications_.Forget(change.mac);
     std::swap(known->second->second, change.snapshot);  // its place stays, for the case that the device comes back
   }
 }
@@ -91,6 +103,23 @@ void DeviceCentre::NoteReturn(const std::string& mac, const DeviceSnapshot* befo
   std::vector<Absence>& absences = absences_[mac];
   if (absences.size() == kMostAbsences) absences.erase(absences.begin());
   absences.push_back(absence);
+}
+
+void DeviceCentre::NoteReading(const Change& change, const DeviceSnapshot* before) {
+  clients_.Note(change.mac, *change.snapshot, *change.read_at);
+  if (before == nullptr) return;
+  notifications_.Note(change.mac, before->details.notifications, change.snapshot->details.notifications,
+                      *change.read_at);
+}
+
+Presences DeviceCentre::ClientsOf(const std::string& mac) const {
+  const lock_guard_read held(lock_);
+  return clients_.Of(mac);
+}
+
+std::vector<PastNotification> DeviceCentre::PastNotifications() const {
+  const lock_guard_read held(lock_);
+  return {notifications_.past().begin(), notifications_.past().end()};
 }
 
 std::vector<Absence> DeviceCentre::Absences(const std::string& mac) const {
@@ -144,6 +173,8 @@ void DeviceCentre::Clear() {
   order_.clear();
   snapshots_.clear();
   absences_.clear();
+  clients_.Clear();
+  notifications_.Clear();
   waiting_.clear();
 }
 
@@ -169,6 +200,8 @@ std::vector<std::shared_ptr<const DeviceSnapshot>> DeviceCentre::Newest() const 
 }
 
 std::vector<std::string> DeviceCentre::GetOnlineManagedDevices(bool online_only) {
+  // With this question each monitor begins to sample.
+  EnterPassPhase(PassPhase::kSample);
   const auto is_listed = [online_only](const Snapshots::value_type* entry) {
     const DeviceSnapshot* snapshot = entry->second.get();
     return snapshot != nullptr && (snapshot->online || !online_only);

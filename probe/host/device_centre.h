@@ -4,6 +4,7 @@
 #include <ctime>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -12,7 +13,9 @@
 
 #include "platform/device_centre.h"
 #include "platform/utilities/locks.h"
+#include "probe/host/client_presence.h"
 #include "probe/host/device_snapshot.h"
+#include "probe/host/notification_log.h"
 
 namespace probe {
 
@@ -46,10 +49,12 @@ class DeviceCentre final : public DeviceManager {
   /// under way.
   static void PutInForce(DeviceCentre* centre);
 
-  /// Replaces the snapshot of the device. A MAC that was never named is added at the end of the lists.
+  /// Replaces the snapshot of the device by a new reading of it. A MAC that was never named is added at the end of the
+  /// lists.
   void Replace(const std::string& mac, DeviceSnapshot snapshot) VEXORA_EXCLUDES(lock_);
 
-  /// The same with a snapshot that others share, and whose MAC is right.
+  /// The same with a snapshot that others share, and whose MAC is right. It is no new reading: clients and
+  /// notifications are not noted.
   void ReplaceWith(const std::string& mac, std::shared_ptr<const DeviceSnapshot> snapshot) VEXORA_EXCLUDES(lock_);
 
   /// Forgets the device: it is in no list, and `device(mac)` is null. Should it come back, it takes its old place in
@@ -77,6 +82,12 @@ class DeviceCentre final : public DeviceManager {
   /// them, and neither is the absence of a device that is offline still: it began when its snapshot was read.
   std::vector<Absence> Absences(const std::string& mac) const VEXORA_EXCLUDES(lock_);
 
+  /// Since when the clients of the device have been there; nobody at one that is offline.
+  Presences ClientsOf(const std::string& mac) const VEXORA_EXCLUDES(lock_);
+
+  /// The notifications that hold no longer, in the order in which they ended.
+  std::vector<PastNotification> PastNotifications() const VEXORA_EXCLUDES(lock_);
+
   /// All MACs as they were first named, from this place on: those of forgotten devices, too.
   std::vector<std::string> NamedFrom(std::size_t place) const VEXORA_EXCLUDES(lock_);
 
@@ -100,7 +111,10 @@ class DeviceCentre final : public DeviceManager {
   struct Change {
     std::string mac;
     std::shared_ptr<const DeviceSnapshot> snapshot;
+    std::optional<time_t> read_at{};  // by the probe's clock; nothing: it is no new reading
   };
+
+  void Enter(Change change) VEXORA_EXCLUDES(lock_);
 
   /// Applies a change, or queues it while the centre is held. `change` keeps the snapshot that was replaced, so that
   /// the caller can free it without the lock.
@@ -109,6 +123,9 @@ class DeviceCentre final : public DeviceManager {
   /// Takes down that the device has come back, when it has.
   void NoteReturn(const std::string& mac, const DeviceSnapshot* before, const DeviceSnapshot& now)
       VEXORA_REQUIRES(lock_);
+
+  /// Takes down which clients have come and which notifications have ended.
+  void NoteReading(const Change& change, const DeviceSnapshot* before) VEXORA_REQUIRES(lock_);
 
   /// Where the device's snapshot is kept; makes the place when the device was never named.
   std::shared_ptr<const DeviceSnapshot>& PlaceOf(const std::string& mac) VEXORA_REQUIRES(lock_);
@@ -121,6 +138,8 @@ class DeviceCentre final : public DeviceManager {
   mutable utilities::lock::RwLock lock_;
   Snapshots snapshots_ VEXORA_GUARDED_BY(lock_);
   std::map<std::string, std::vector<Absence>> absences_ VEXORA_GUARDED_BY(lock_);
+  ClientPresence clients_ VEXORA_GUARDED_BY(lock_);
+  NotificationLog notifications_ VEXORA_GUARDED_BY(lock_);
   bool is_held_ VEXORA_GUARDED_BY(lock_) = false;
   std::vector<Change> waiting_ VEXORA_GUARDED_BY(lock_);
   // Both lead to entries of snapshots_, which stay until all are cleared.

@@ -11,6 +11,7 @@
 #include "platform/configuration.h"
 #include "platform/device_records.h"
 #include "platform/event_centre.h"
+#include "probe/host/device_details.h"
 
 namespace probe {
 
@@ -43,6 +44,7 @@ struct DeviceSnapshot {
   vexora_probe::evcenter::Summary notifications;
   std::string credential_json;  ///< Text of a JSON object; empty when there is nothing to tell.
   SSIDConfigurations ssid_config;
+  DeviceDetails details;  ///< Beside what the contract carries.
 };
 
 /// MAC -> what was last known of the device. No null pointers.

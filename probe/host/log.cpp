@@ -9,12 +9,16 @@
 #include <chrono>
 #include <cstdarg>
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
+#include <memory>
 #include <new>
 #include <utility>
 
 #include "platform/logging.h"
 #include "platform/utilities/locks.h"
+#include "probe/host/journal_priority.h"
+#include "probe/host/level_rules.h"
 #include "probe/text/utf8.h"
 
 namespace probe::log {
@@ -22,6 +26,7 @@ namespace {
 
 std::atomic<Level> threshold{Level::kInfo};
 std::atomic<bool> is_plugin_muted{false};
+std::array<std::atomic<std::uint64_t>, static_cast<std::size_t>(Level::kError) + 1> lines_written{};
 
 spdlog::level::level_enum SpdlogLevel(Level level) {
   switch (level) {
@@ -29,6 +34,8 @@ spdlog::level::level_enum SpdlogLevel(Level level) {
       return spdlog::level::debug;
     case Level::kInfo:
       return spdlog::level::info;
+    case Level::kWarning:
+      return spdlog::level::warn;
     case Level::kError:
       break;
   }
@@ -46,16 +53,18 @@ const char* ModuleName(int module) {
   }
 }
 
-/// Writes a line to standard error: time, level, module, text.
+/// Writes a line to standard error: time, level, module, text; for the journal, which notes the first two itself, the
+/// level's priority, module, text.
 void WriteToStandardError(Level level, int module, const std::string& text) {
-  static const auto logger = [] {
+  const char* const priority = StandardErrorPrefix(level);
+  static const auto logger = [priority] {
     auto created = std::make_shared<spdlog::logger>("probe", std::make_shared<spdlog::sinks::stderr_color_sink_mt>());
     // The library lets all lines pass: `threshold` has decided before a line is formatted.
     created->set_level(spdlog::level::trace);
-    created->set_pattern("%Y-%m-%d %H:%M:%S.%e %^%-5l%$ %v");
+    created->set_pattern(*priority != '\0' ? "%v" : "%Y-%m-%d %H:%M:%S.%e %^%-5l%$ %v");
     return created;
   }();
-  logger->log(SpdlogLevel(level), "{:<7} {}", ModuleName(module), text);
+  logger->log(SpdlogLevel(level), "{}{:<7} {}", priority, ModuleName(module), text);
 }
 
 /// The current writer. The lock is held while it writes, so that lines of two threads do not mix.
@@ -116,7 +125,7 @@ PluginLines& ThePluginLines() {
 std::atomic<bool> is_plugin_limited{false};
 
 void TellDropped(std::size_t dropped) {
-  if (dropped > 0) Info("[Log] %zu lines of the plug-in were left out: they came too fast", dropped);
+  if (dropped > 0) Warning("[Log] %zu lines of the plug-in were left out: they came too fast", dropped);
 }
 
 /// Whether the plug-in may write a line now. How many were dropped is told here, also by a line that needs no budget.
@@ -155,6 +164,7 @@ void Write(Level level, int module, const char* format, va_list arguments) {
     Output& output = TheOutput();
     const utilities::lock::lock_guard held(output.lock);
     output.writer(level, module, line);
+    lines_written.at(static_cast<std::size_t>(level)).fetch_add(1, std::memory_order_relaxed);
   } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): there is no memory to tell of it
   }
 }
@@ -164,14 +174,60 @@ bool IsWanted(Level level) {
   return level >= threshold.load(std::memory_order_relaxed);
 }
 
-bool IsWantedOfPlugin(Level level) {
-  return IsWanted(level) && !is_plugin_muted.load(std::memory_order_relaxed);
+/// The levels that texts of the plug-in have been given.
+struct PluginRules {
+  utilities::lock::Mutex lock;  // leaf
+  std::shared_ptr<const LevelRules> rules VEXORA_GUARDED_BY(lock);
+};
+
+PluginRules& ThePluginRules() {
+  static PluginRules rules;
+  return rules;
+}
+
+// The most severe level that a text has been given. Looked at before the lock: what is not written costs nothing more.
+constexpr int kNoRule = -1;
+std::atomic<int> highest_rule{kNoRule};
+
+/// The level at which a line of the plug-in is written; nothing: it is dropped.
+std::optional<Level> PluginLevel(Level level, const char* format) {
+  if (is_plugin_muted.load(std::memory_order_relaxed)) return std::nullopt;
+  const int highest = highest_rule.load(std::memory_order_relaxed);
+  if (highest != kNoRule && (IsWanted(level) || IsWanted(static_cast<Level>(highest)))) {
+    PluginRules& plugin_rules = ThePluginRules();
+    std::shared_ptr<const LevelRules> rules;
+    {
+      const utilities::lock::lock_guard held(plugin_rules.lock);
+      rules = plugin_rules.rules;
+    }
+    if (rules) level = rules->LevelOf(format, level);
+  }
+  if (!IsWanted(level) || (level > Level::kDebug && !TakePluginLine())) return std::nullopt;
+  return level;
+}
+
+/// Writes a line of the plug-in at its level, or drops it.
+void WriteForPlugin(Level level, int module, const char* format, va_list arguments) {
+  try {
+    const std::optional<Level> written = PluginLevel(level, format);
+    if (written) Write(*written, module, format, arguments);
+  } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): as in Write
+  }
 }
 
 }  // namespace
 
 void SetLevel(Level level) {
   threshold.store(level);
+}
+
+void SetPluginLevels(const TextLevels& levels) {
+  auto rules = levels.empty() ? nullptr : std::make_shared<const LevelRules>(levels);
+  const int highest = rules ? static_cast<int>(rules->highest()) : kNoRule;
+  PluginRules& plugin_rules = ThePluginRules();
+  const utilities::lock::lock_guard held(plugin_rules.lock);
+  plugin_rules.rules = std::move(rules);
+  highest_rule.store(highest);
 }
 
 void MutePlugin(bool is_muted) {
@@ -207,12 +263,18 @@ void SetWriter(Writer writer) {
   output.writer = writer ? std::move(writer) : Writer(WriteToStandardError);
 }
 
+std::uint64_t LinesWritten(Level level) {
+  return lines_written.at(static_cast<std::size_t>(level)).load(std::memory_order_relaxed);
+}
+
 const char* LevelName(Level level) {
   switch (level) {
     case Level::kDebug:
       return "debug";
     case Level::kInfo:
       return "info";
+    case Level::kWarning:
+      return "warning";
     case Level::kError:
       break;
   }
@@ -227,6 +289,14 @@ void Info(const char* format, ...) {
   va_end(arguments);
 }
 
+void Warning(const char* format, ...) {
+  if (!IsWanted(Level::kWarning)) return;
+  va_list arguments;
+  va_start(arguments, format);
+  Write(Level::kWarning, kProbeModule, format, arguments);
+  va_end(arguments);
+}
+
 void Error(const char* format, ...) {
   if (!IsWanted(Level::kError)) return;
   va_list arguments;
@@ -238,32 +308,27 @@ void Error(const char* format, ...) {
 }  // namespace probe::log
 
 void pel_log_debug(int module, const char* format, ...) {
-  using probe::log::Level;
-  if (!probe::log::IsWantedOfPlugin(Level::kDebug)) return;
   va_list arguments;
   va_start(arguments, format);
-  probe::log::Write(Level::kDebug, module, format, arguments);
+  probe::log::WriteForPlugin(probe::log::Level::kDebug, module, format, arguments);
   va_end(arguments);
 }
 
 void pel_log_info(int module, const char* format, ...) {
-  using probe::log::Level;
-  if (!probe::log::IsWantedOfPlugin(Level::kInfo) || !probe::log::TakePluginLine()) return;
   va_list arguments;
   va_start(arguments, format);
-  probe::log::Write(Level::kInfo, module, format, arguments);
+  probe::log::WriteForPlugin(probe::log::Level::kInfo, module, format, arguments);
   va_end(arguments);
 }
 
 void pel_log_error(int module, const char* format, ...) {
-  using probe::log::Level;
-  if (!probe::log::IsWantedOfPlugin(Level::kError) || !probe::log::TakePluginLine()) return;
   va_list arguments;
   va_start(arguments, format);
-  probe::log::Write(Level::kError, module, format, arguments);
+  probe::log::WriteForPlugin(probe::log::Level::kError, module, format, arguments);
   va_end(arguments);
 }
 
 bool pel_log_is_debug_enabled() {
-  return probe::log::IsWantedOfPlugin(probe::log::Level::kDebug);
+  using probe::log::Level;
+  return probe::log::IsWanted(Level::kDebug) && !probe::log::is_plugin_muted.load(std::memory_order_relaxed);
 }

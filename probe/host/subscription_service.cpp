@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "probe/clock/pass_phase.h"
+
 using utilities::lock::lock_guard;
 
 subscribes::SubscribesManager& subscribes::SubscribesManager::GetInstance() {
@@ -33,6 +35,8 @@ void SubscriptionService::AddSubscriber(const std::string& topic, std::shared_pt
 }
 
 subscribes::SubscriptionList SubscriptionService::GetSubscribeList(const std::string& topic) {
+  // With this question each monitor begins to push.
+  EnterPassPhase(PassPhase::kPush);
   // A subscriber that feeds several topics asks for their lists, whatever it was handed.
   if (one_push != nullptr) return topic == one_push->topic ? one_push->list : subscribes::SubscriptionList{};
   subscribes::SubscriptionList list;

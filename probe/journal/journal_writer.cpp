@@ -72,6 +72,10 @@ JournalWriter::JournalWriter(std::unique_ptr<JournalFolder> folder, std::vector<
       finished_(std::move(finished)) {
   if (!finished_.empty()) next_number_ = finished_.back().number + 1;
   std::erase_if(finished_, [](const Segment& segment) { return segment.is_stub && unlink(segment.path.c_str()) == 0; });
+  {
+    const lock_guard held(lock_);
+    counts_.size_octets = SizeOfAll();
+  }
   thread_ = std::thread([this] { Run(); });
 }
 
@@ -114,11 +118,13 @@ void JournalWriter::Queue(Job job) {
     if (!is_full || std::holds_alternative<CleanUpEntry>(job)) {
       jobs_.push_back(std::move(job));
       changed_.NotifyAll();
+    } else {
+      ++counts_.left_out_passes;
     }
   }
   if (!is_news) return;
-  log::Error("[Journal] the disk does not keep up with %s: up to %zu passes wait in memory, more are left out",
-             folder_->path().c_str(), kMaxWaiting);
+  log::Warning("[Journal] the disk does not keep up with %s: up to %zu passes wait in memory, more are left out",
+               folder_->path().c_str(), kMaxWaiting);
 }
 
 bool JournalWriter::Close(std::optional<std::chrono::milliseconds> patience) {
@@ -161,12 +167,38 @@ void JournalWriter::Run() {
       is_writing_ = true;
       std::copy(names_.begin() + static_cast<std::ptrdiff_t>(macs_.size()), names_.end(), std::back_inserter(macs_));
     }
-    Write(job);
-    if (const auto* pass = std::get_if<Pass>(&job)) KeepBounds(pass->at);
+    const auto begun = std::chrono::steady_clock::now();
+    const bool is_written = Write(job);
+    const auto duration = std::chrono::steady_clock::now() - begun;
+    const auto* const pass = std::get_if<Pass>(&job);
+    if (pass != nullptr) KeepBounds(pass->at);
+    Count(pass != nullptr && !is_written, duration);
   }
 }
 
-void JournalWriter::Write(const Job& job) {
+std::uint64_t JournalWriter::SizeOfAll() const {
+  std::uint64_t size = segment_ ? segment_->size() : 0;
+  for (const Segment& segment : finished_) size += segment.size;
+  return size;
+}
+
+void JournalWriter::Count(bool is_pass_lost, std::chrono::nanoseconds duration) {
+  const std::uint64_t size = SizeOfAll();
+  const lock_guard held(lock_);
+  if (is_pass_lost) ++counts_.failed_passes;
+  counts_.written_octets = appended_;
+  counts_.size_octets = size;
+  counts_.write_durations.Note(duration);
+}
+
+JournalCounts JournalWriter::counts() const {
+  const lock_guard held(lock_);
+  JournalCounts counts = counts_;
+  counts.waiting = jobs_.size() + (is_writing_ ? 1 : 0);
+  return counts;
+}
+
+bool JournalWriter::Write(const Job& job) {
   try {
     if (const auto* pass = std::get_if<Pass>(&job)) {
       WriteCleanUps(pass->at);
@@ -176,11 +208,13 @@ void JournalWriter::Write(const Job& job) {
       WriteCleanUps(not_written_.back().at);
     }
     if (is_failing_.exchange(false)) log::Info("[Journal] %s is written again", folder_->path().c_str());
+    return true;
   } catch (const std::exception& error) {
     // The file holds less than the encoder has told it, so nothing more can be appended.
     CloseSegment();
-    if (is_failing_.exchange(true)) return;
+    if (is_failing_.exchange(true)) return false;
     log::Error("[Journal] cannot be written: %s. A restart will know nothing of what comes now", error.what());
+    return false;
   }
 }
 
@@ -190,7 +224,7 @@ void JournalWriter::KeepBounds(time_t at) {
   try {
     RemoveOldest(finished_, bounds_, segment_ ? segment_->size() : 0, at);
   } catch (const std::exception& error) {
-    log::Error("[Journal] its bounds are not kept: %s", error.what());
+    log::Warning("[Journal] its bounds are not kept: %s", error.what());
   }
 }
 
@@ -202,8 +236,8 @@ bool JournalWriter::IsSegmentOver(time_t at) const {
 void JournalWriter::WritePass(const Pass& pass) {
   if (segment_ && IsSegmentOver(pass.at)) CloseSegment();
   if (!segment_) OpenSegment(pass.at);
-  segment_->Append({.kind = FrameKind::kPass, .at = pass.at, .cost_microseconds = pass.cost_microseconds},
-                   encoder_.Encode(macs_, pass.newest));
+  Append({.kind = FrameKind::kPass, .at = pass.at, .cost_microseconds = pass.cost_microseconds},
+         encoder_.Encode(macs_, pass.newest));
   head_.start = pass.at;
   head_.is_first_of_run = false;
   if (facts_.passes++ == 0) facts_.first_pass = pass.at;
@@ -216,10 +250,18 @@ void JournalWriter::WriteCleanUps(time_t at) {
   while (!not_written_.empty()) {
     if (!segment_) OpenSegment(at);
     const CleanUpEntry& entry = not_written_.front();
-    segment_->Append({.kind = FrameKind::kCleanUp, .at = entry.at}, entry.mac);
+    Append({.kind = FrameKind::kCleanUp, .at = entry.at}, entry.mac);
     ++facts_.clean_ups;
     not_written_.erase(not_written_.begin());
   }
+}
+
+void JournalWriter::Append(const FrameHead& head, std::string_view octets) {
+  const std::uint64_t before = segment_->size();
+  segment_->Append(head, octets);
+  appended_ += segment_->size() - before;
+  const lock_guard held(lock_);
+  ++counts_.entries;
 }
 
 void JournalWriter::OpenSegment(time_t at) {
@@ -228,6 +270,7 @@ void JournalWriter::OpenSegment(time_t at) {
   encoder_ = EntryEncoder();
   facts_ = SegmentFacts{.head = head_};
   segment_.emplace(folder_->PathOf(number), head_);
+  appended_ += segment_->size();
 }
 
 void JournalWriter::CloseSegment() {

@@ -8,11 +8,13 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <variant>
 #include <vector>
 
 #include "platform/utilities/locks.h"
+#include "probe/clock/duration_histogram.h"
 #include "probe/host/device_centre.h"
 #include "probe/journal/entry_codec.h"
 #include "probe/journal/journal_entry.h"
@@ -24,6 +26,17 @@
 #include "probe/recording/pass_clock.h"
 
 namespace probe::journal {
+
+/// What the journal has taken since the probe started.
+struct JournalCounts {
+  std::uint64_t entries = 0;          ///< That are on the disk: passes and clean-ups.
+  std::uint64_t failed_passes = 0;    ///< That the disk did not take. Clean-ups wait for the next entry instead.
+  std::uint64_t left_out_passes = 0;  ///< For which there was no room behind a disk that does not keep up.
+  std::uint64_t written_octets = 0;
+  std::uint64_t size_octets = 0;      ///< Of all that there is on the disk, earlier runs included.
+  std::size_t waiting = 0;            ///< Entries that wait to be written.
+  DurationHistogram write_durations;  ///< Encoding and waiting for the disk, for each entry.
+};
 
 /// Writes the running probe's journal: what its devices report at each pass, and clean-ups.
 ///
@@ -62,6 +75,8 @@ class JournalWriter final : public recording::PassObserver {
   /// Whether the newest entry could not be written, or the disk does not keep up.
   bool is_failing() const { return is_failing_.load() || is_behind_.load(); }
 
+  JournalCounts counts() const VEXORA_EXCLUDES(lock_);
+
  private:
   /// A pass as the engine hands it over.
   struct Pass {
@@ -75,12 +90,16 @@ class JournalWriter final : public recording::PassObserver {
 
   // The writer's thread.
   void Run() VEXORA_EXCLUDES(lock_);
-  void Write(const Job& job);
+  /// False when the disk did not take it.
+  bool Write(const Job& job);
   void WritePass(const Pass& pass);
   void WriteCleanUps(time_t at);
   void KeepBounds(time_t at);
+  void Count(bool is_pass_lost, std::chrono::nanoseconds duration) VEXORA_EXCLUDES(lock_);
+  std::uint64_t SizeOfAll() const;
   void OpenSegment(time_t at);
   void CloseSegment();
+  void Append(const FrameHead& head, std::string_view octets) VEXORA_EXCLUDES(lock_);
   bool IsSegmentOver(time_t at) const;
 
   const std::unique_ptr<JournalFolder> folder_;
@@ -102,14 +121,16 @@ class JournalWriter final : public recording::PassObserver {
   std::vector<std::string> macs_;          // by place
   std::vector<CleanUpEntry> not_written_;  // clean-ups that the disk did not take
   std::uint64_t passes_ = 0;               // also those that could not be written
+  std::uint64_t appended_ = 0;             // octets, in all segments
 
   std::atomic<bool> is_failing_{false};
   std::atomic<bool> is_behind_{false};  // passes wait for the disk, or are left out
 
-  utilities::lock::Mutex lock_;  // leaf
+  mutable utilities::lock::Mutex lock_;  // leaf
   utilities::lock::CondVar changed_;
   std::deque<Job> jobs_ VEXORA_GUARDED_BY(lock_);
   std::vector<std::string> names_ VEXORA_GUARDED_BY(lock_);  // of all devices that were ever in a pass, by place
+  JournalCounts counts_ VEXORA_GUARDED_BY(lock_);
   bool is_writing_ VEXORA_GUARDED_BY(lock_) = false;
   bool is_closed_ VEXORA_GUARDED_BY(lock_) = false;
   bool is_over_ VEXORA_GUARDED_BY(lock_) = false;                              // the thread's work

@@ -57,8 +57,8 @@ std::unique_ptr<JournalFolder> OpenJournal(const JournalSettings& settings, bool
     if (!other.empty() && IsForOthers(error.code())) {
       try {
         auto folder = Open(other, is_simulated);
-        log::Info("[Journal] %s cannot be written: the journal is kept in %s", settings.state_directory.c_str(),
-                  folder->path().c_str());
+        log::Warning("[Journal] %s cannot be written: the journal is kept in %s", settings.state_directory.c_str(),
+                     folder->path().c_str());
         return folder;
       } catch (const std::system_error& second) {
         why += "; " + std::string(second.what());

@@ -52,7 +52,7 @@ std::vector<Segment> WithinLimit(std::vector<Segment> segments, std::chrono::sec
     --first;
   }
   if (first == 0) return segments;
-  log::Info(
+  log::Warning(
       "[Journal] the oldest %zu of %zu segments are left out: at the pace of the last replay it takes longer than "
       "journal.warm_start_seconds = %lld with them",
       first, segments.size(), static_cast<long long>(limit.count()));

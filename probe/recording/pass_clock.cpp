@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "probe/clock/pass_phase.h"
 #include "probe/host/memory_cleanup.h"
 
 using utilities::lock::lock_guard;
@@ -53,6 +54,7 @@ void PassClock::EndPass() {
     const lock_guard held(lock_);
     if (!std::exchange(is_in_pass_, false)) return;
   }
+  EnterPassPhase(PassPhase::kHost);
   std::for_each(observers_.rbegin(), observers_.rend(), [](PassObserver* observer) { observer->OnPassEnds(); });
   centre_.Release();
   ReleaseCleanUpsAfterPass();

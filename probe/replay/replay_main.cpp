@@ -99,7 +99,9 @@ int main(int argc, char** argv) try {
   std::ios::sync_with_stdio(false);
   Arguments arguments;
   CLI::App app("Replays a recorded network through the plug-in and prints what comes out, as JSON Lines.");
-  app.add_option("--plugin", arguments.plugin, "The plug-in to load")->capture_default_str();
+  app.add_option("--plugin", arguments.plugin,
+                 "The plug-in, libmonitor.so. Default: the one that came with this program")
+      ->type_name("FILE");
   app.add_option("--log", arguments.log_level, "Also print the plug-in's log lines of this level and above")
       ->check(CLI::IsMember({"error", "info", "debug"}));
   app.add_flag("--timing", arguments.wants_timing, "At the end, print what the passes cost");

@@ -23,6 +23,8 @@
 #include "probe/server/net/server_settings.h"
 #include "probe/server/net/timer.h"
 #include "probe/server/net/transport.h"
+#include "probe/server/net/trusted_proxies.h"
+#include "probe/server/server_counts.h"
 #include "probe/server/websocket/connection.h"
 #include "probe/server/websocket/message_router.h"
 #include "probe/server/websocket/outbox.h"
@@ -40,7 +42,8 @@ class ConnectionManager final : public HttpEvents, public WebsocketEvents {
   /// `port`: the port that the server really listens on. `http`: what is served besides the websocket.
   ConnectionManager(boost::asio::io_context& loop, const ServerSettings& settings, std::uint16_t port,
                     SubscriptionService& service, std::shared_ptr<MessageRouter> router,
-                    std::shared_ptr<PushBudget> budget, std::shared_ptr<QueueTotal> queues, HttpService http);
+                    std::shared_ptr<PushBudget> budget, std::shared_ptr<QueueTotal> queues,
+                    std::shared_ptr<ServerCounts> counts, HttpService http);
   ~ConnectionManager() override;
   ConnectionManager(const ConnectionManager&) = delete;
   ConnectionManager& operator=(const ConnectionManager&) = delete;
@@ -51,9 +54,9 @@ class ConnectionManager final : public HttpEvents, public WebsocketEvents {
   /// Other threads have put messages into outboxes.
   void OnWakeup();
 
-  /// Asks for another token, and takes other hosts and origins, from now on. Where the token is another, websockets are
-  /// closed (1008), for they were opened with the former.
-  void Replace(AccessRules rules);
+  /// Asks for another token, and takes other hosts, origins and proxies, from now on. Where the token is another,
+  /// websockets are closed (1008), for they were opened with the former. Connections of proxies stay what they are.
+  void Replace(AccessRules rules, TrustedProxies proxies);
 
   /// Starts closing all websockets (1001) and refuses new connections. `on_idle` is called when no websocket is left.
   void StartStop(std::function<void()> on_idle);
@@ -76,27 +79,37 @@ class ConnectionManager final : public HttpEvents, public WebsocketEvents {
   void OnEnd(Connection& connection) override;
 
   /// Host, Origin and limits have let it pass.
-  std::optional<HttpError> CheckToken(const std::string& address, const RequestHead& head);
+  std::optional<HttpError> CheckToken(const std::string& address, const RequestHead& head, Access access);
 
-  /// The most connections of an address that may be without a finished request, and without a login.
-  std::size_t MostUnfinished() const;
   void NoteLoginOver(const Connection& connection);
+
+  void CountConnections();
+  void CountSubscriptions();
 
   /// Gives the memory of queues that were long back to the system, once they are gone.
   void GiveMemoryBack();
 
-  /// Makes room for one more connection of an address without a finished request, which may have a part of its places
+  /// Makes room for one more connection of an address without a finished request, which may have a part of these places
   /// only: the oldest goes.
-  void CloseOldestUnfinished(const std::string& address);
+  void CloseOldestUnfinished(const std::string& address, std::size_t places);
   void NoteFinished(HttpConnection& connection);
 
-  std::optional<HttpError> CheckLimits(AcceptedConnection& accepted, bool is_upgrade) const;
+  RequestRates NewRates(const std::string& address);
+
+  /// A proxy asks for a client, perhaps another than before, for whom the request counts.
+  void NameClient(AcceptedConnection& accepted, const RequestHead& head);
+
+  HttpError TooManyOfAnAddress() const;
+  std::optional<HttpError> CheckPlace(const AcceptedConnection& accepted) const;
+  std::optional<HttpError> CheckRates(AcceptedConnection& accepted, bool is_authorized) const;
 
   const ServerLimits limits_;
   AccessRules rules_;
+  TrustedProxies proxies_;
   const std::shared_ptr<MessageRouter> router_;
   const std::shared_ptr<PushBudget> budget_;
   const std::shared_ptr<QueueTotal> queues_;
+  const std::shared_ptr<ServerCounts> counts_;
   SubscriptionRequests subscriptions_;
   ConnectionLimiter limiter_;
   AddressRatesRegister address_rates_;

@@ -16,6 +16,7 @@
 #include "probe/server/net/timer.h"
 #include "probe/server/net/tls_context.h"
 #include "probe/server/net/transport.h"
+#include "probe/server/net/trusted_proxies.h"
 #include "probe/server/websocket/message_router.h"
 #include "probe/server/websocket/outbox.h"
 #include "probe/server/websocket/push_budget.h"
@@ -28,21 +29,45 @@ constexpr std::chrono::milliseconds kStopGrace{250};
 
 }  // namespace
 
+/// Connections with no client behind them. It may outlive the event loop: then nobody sends to them any more.
+///
+/// Threads: any.
+class WebServer::LocalReceivers {
+ public:
+  LocalReceivers(std::shared_ptr<MessageRouter> router, std::shared_ptr<PushBudget> budget)
+      : router_(std::move(router)), budget_(std::move(budget)) {}
+
+  ConnectionId Add(std::function<void(const std::string& text)> receiver) {
+    const ConnectionId connection = router_->AddLocalReceiver(std::move(receiver));
+    budget_->AddHostReceiver(connection);
+    return connection;
+  }
+  void Remove(ConnectionId connection) {
+    router_->Remove(connection);
+    budget_->RemoveHostReceiver(connection);
+  }
+
+ private:
+  const std::shared_ptr<MessageRouter> router_;
+  const std::shared_ptr<PushBudget> budget_;
+};
+
 /// One run of the server, from `Start` to `Stop`: its thread and what that owns.
 ///
 /// Threads: made and destroyed on one thread. Other threads reach what runs on the loop by posting to it only.
 class WebServer::EventLoop {
  public:
-  EventLoop(ServerSettings settings, SubscriptionService& service, HttpService http, OnFailure on_failure)
+  EventLoop(ServerSettings settings, SubscriptionService& service, std::shared_ptr<ServerCounts> counts,
+            std::shared_ptr<QueueTotal> queues, HttpService http, OnFailure on_failure)
       : on_failure_(std::move(on_failure)),
         service_(service),
         budget_(std::make_shared<PushBudget>(settings.limits)),
-        queues_(std::make_shared<QueueTotal>(settings.limits.all_queues_bytes)),
+        queues_(std::move(queues)),
         listener_(io_, settings.listen, settings.port, settings.listen == ServerSettings().listen),
         tls_(MakeTlsContext(settings)) {
     settings.limits.connections = RaiseDescriptorLimit(settings.limits.connections);
     connections_ = std::make_unique<ConnectionManager>(io_, settings, listener_.port(), service, router_, budget_,
-                                                       queues_, std::move(http));
+                                                       queues_, std::move(counts), std::move(http));
     if (!MessageRouter::Install(router_)) throw std::runtime_error("this process runs a web server already");
     service_.SetPushGate(budget_);
     try {
@@ -67,26 +92,23 @@ class WebServer::EventLoop {
 
   std::function<void()> PrepareReload(const ServerSettings& settings) {
     // Those who are connected keep the context that they began with: the TLS library counts who uses it.
-    auto change = std::make_shared<Change>(Change{AccessRules(settings, listener_.port()), MakeTlsContext(settings)});
+    auto change = std::make_shared<Change>(Change{AccessRules(settings, listener_.port()),
+                                                  TrustedProxies(settings.trusted_proxies), MakeTlsContext(settings)});
     return [this, change] {
       boost::asio::post(io_, [this, change] {
         tls_ = std::move(change->tls);
-        connections_->Replace(std::move(change->rules));
+        connections_->Replace(std::move(change->rules), std::move(change->proxies));
       });
     };
   }
 
   const Listener& listener() const { return listener_; }
-  ConnectionId AddLocalReceiver(std::function<void(const std::string& text)> receiver) {
-    const ConnectionId connection = router_->AddLocalReceiver(std::move(receiver));
-    budget_->AddHostReceiver(connection);
-    return connection;
-  }
-  const QueueTotal& queues() const { return *queues_; }
+  std::shared_ptr<LocalReceivers> MakeReceivers() const { return std::make_shared<LocalReceivers>(router_, budget_); }
 
  private:
   struct Change {
     AccessRules rules;
+    TrustedProxies proxies;
     std::unique_ptr<boost::asio::ssl::context> tls;
   };
 
@@ -129,14 +151,25 @@ class WebServer::EventLoop {
 };
 
 WebServer::WebServer(ServerSettings settings, SubscriptionService& service, HttpService http, OnFailure on_failure)
-    : settings_(std::move(settings)), service_(service), http_(std::move(http)), on_failure_(std::move(on_failure)) {}
+    : settings_(std::move(settings)),
+      service_(service),
+      http_(std::move(http)),
+      on_failure_(std::move(on_failure)),
+      counts_(std::make_shared<ServerCounts>()),
+      queues_(std::make_shared<QueueTotal>(settings_.limits.all_queues_bytes)) {}
 
-WebServer::~WebServer() = default;
+WebServer::~WebServer() {
+  Stop();
+}
 
 void WebServer::Start() {
   if (loop_ != nullptr) return;
   RequireServable(settings_);
-  loop_ = std::make_unique<EventLoop>(settings_, service_, http_, on_failure_);
+  loop_ = std::make_unique<EventLoop>(settings_, service_, counts_, queues_, http_, on_failure_);
+  {
+    const utilities::lock::lock_guard held(receivers_lock_);
+    receivers_ = loop_->MakeReceivers();
+  }
   log::Info("[WebServer] serving on port %u", static_cast<unsigned>(port()));
 }
 
@@ -147,20 +180,36 @@ std::function<void()> WebServer::PrepareReload(const ServerSettings& settings) {
   next.tls_key = settings.tls_key;
   next.allowed_hosts = settings.allowed_hosts;
   next.allowed_origins = settings.allowed_origins;
+  next.trusted_proxies = settings.trusted_proxies;
   RequireServable(next);
   return loop_->PrepareReload(next);
 }
 
 void WebServer::Stop() {
+  {
+    // A request that is being answered keeps those that it has asked for.
+    const utilities::lock::lock_guard held(receivers_lock_);
+    receivers_ = nullptr;
+  }
   loop_.reset();
 }
 
+std::shared_ptr<WebServer::LocalReceivers> WebServer::receivers() const {
+  const utilities::lock::lock_guard held(receivers_lock_);
+  return receivers_;
+}
+
 ConnectionId WebServer::AddLocalReceiver(std::function<void(const std::string& text)> receiver) {
-  return loop_ == nullptr ? kNoConnection : loop_->AddLocalReceiver(std::move(receiver));
+  const auto current = receivers();
+  return current == nullptr ? kNoConnection : current->Add(std::move(receiver));
+}
+
+void WebServer::RemoveLocalReceiver(ConnectionId connection) {
+  if (const auto current = receivers()) current->Remove(connection);
 }
 
 std::size_t WebServer::queued_octets() const {
-  return loop_ == nullptr ? 0 : loop_->queues().octets();
+  return loop_ == nullptr ? 0 : queues_->octets();
 }
 
 std::uint16_t WebServer::port() const {

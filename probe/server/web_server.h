@@ -7,10 +7,13 @@
 #include <string>
 #include <vector>
 
+#include "platform/utilities/locks.h"
 #include "probe/host/connection_id.h"
 #include "probe/host/subscription_service.h"
 #include "probe/server/http/http_message.h"
 #include "probe/server/net/server_settings.h"
+#include "probe/server/server_counts.h"
+#include "probe/server/websocket/outbox.h"
 
 namespace probe {
 
@@ -19,7 +22,7 @@ namespace probe {
 /// One thread of its own owns all sockets. Messages come in from any thread through `GetSalSendByCon`, which puts them
 /// into the connection's queue and wakes that thread. The protocol is described in docs/interfaces.md.
 ///
-/// Threads: `Start` and `Stop` on one thread. One server a process can be running.
+/// Threads: `Start` and `Stop` on one thread, and what says nothing else. One server a process can be running.
 class WebServer {
  public:
   /// Told why the event loop has failed, which leaves nobody served; on its thread, so it must not call the server
@@ -45,9 +48,9 @@ class WebServer {
   /// just sending is dropped.
   void Stop();
 
-  /// What takes token, certificate, hosts and origins of other settings over when it is called; the rest stays as it
-  /// was. Connections stay, but for websockets that were opened with another token (1008); the certificate is that of
-  /// new connections.
+  /// What takes token, certificate, hosts, origins and proxies of other settings over when it is called; the rest stays
+  /// as it was. Connections stay, but for websockets that were opened with another token (1008); the certificate is
+  /// that of new connections.
   ///
   /// Threads: the one that started it; to be called before it stops. Fails: as `Start`; what is returned does not fail.
   std::function<void()> PrepareReload(const ServerSettings& settings);
@@ -55,8 +58,15 @@ class WebServer {
   /// A connection with no client behind it, for the host's own subscriptions: what is sent to it goes to `receiver`, on
   /// the thread that sends, until the server stops.
   ///
-  /// Fails: `kNoConnection` before `Start`.
+  /// Threads: any, also while another stops it. Fails: `kNoConnection` while it does not run.
   ConnectionId AddLocalReceiver(std::function<void(const std::string& text)> receiver);
+
+  /// Messages for this connection, one of `AddLocalReceiver`, are dropped from now on. Threads: any, as above.
+  void RemoveLocalReceiver(ConnectionId connection);
+
+  /// What it has at present, and what became of its messages. Threads: any, as long as the server is there.
+  const ServerCounts& counts() const { return *counts_; }
+  const QueueTotal& queues() const { return *queues_; }
 
   /// Octets of the messages that wait for clients or are being written to them, what several share counted once.
   std::size_t queued_octets() const;
@@ -69,12 +79,20 @@ class WebServer {
 
  private:
   class EventLoop;
+  class LocalReceivers;
+
+  std::shared_ptr<LocalReceivers> receivers() const VEXORA_EXCLUDES(receivers_lock_);
 
   ServerSettings settings_;
   SubscriptionService& service_;
   HttpService http_;
   OnFailure on_failure_;
-  std::unique_ptr<EventLoop> loop_;  // null while it is stopped
+  const std::shared_ptr<ServerCounts> counts_;
+  const std::shared_ptr<QueueTotal> queues_;
+  std::unique_ptr<EventLoop> loop_;  // null while it is stopped; for the thread that starts and stops it only
+  mutable utilities::lock::Mutex receivers_lock_;
+  // Those of `loop_`, for all threads: requests are answered until the loop has ended.
+  std::shared_ptr<LocalReceivers> receivers_ VEXORA_GUARDED_BY(receivers_lock_);
 };
 
 }  // namespace probe

@@ -16,15 +16,6 @@ namespace {
 // More than anybody types, and more than a line needs.
 constexpr std::size_t kMaxBytes = 4096;
 
-std::string WhyShared(const struct stat& status, const std::string& path, bool may_group_read) {
-  if (!S_ISREG(status.st_mode)) return {};
-  const mode_t readers = S_IROTH | (may_group_read ? 0 : S_IRGRP);
-  const bool is_read = (status.st_mode & readers) != 0;
-  if (!is_read && (status.st_mode & (S_IWGRP | S_IWOTH)) == 0) return {};
-  return "\"" + path + "\" holds a secret and can be " + (is_read ? "read" : "written") + " by others: chmod 600 " +
-         path;
-}
-
 /// Reads until the line ends, the file does, or there is more than a secret has.
 std::string ReadFirstLine(int file) {
   // Without a stream, whose buffer would keep a copy.
@@ -57,9 +48,18 @@ NamedFile FileNamed(const std::string& name) {
   return file;
 }
 
+std::string WhyNotPrivate(const struct stat& status, const std::string& path, bool may_group_read) {
+  if (!S_ISREG(status.st_mode)) return {};
+  const mode_t readers = S_IROTH | (may_group_read ? 0 : S_IRGRP);
+  const bool is_read = (status.st_mode & readers) != 0;
+  if (!is_read && (status.st_mode & (S_IWGRP | S_IWOTH)) == 0) return {};
+  return "\"" + path + "\" holds a secret and can be " + (is_read ? "read" : "written") + " by others: chmod 600 " +
+         path;
+}
+
 std::string WhyNotPrivate(const std::string& path, bool may_group_read) {
   struct stat status {};
-  return stat(path.c_str(), &status) == 0 ? WhyShared(status, path, may_group_read) : std::string();
+  return stat(path.c_str(), &status) == 0 ? WhyNotPrivate(status, path, may_group_read) : std::string();
 }
 
 SecretLine ReadSecretLine(const std::string& path, bool may_group_read) {
@@ -67,7 +67,7 @@ SecretLine ReadSecretLine(const std::string& path, bool may_group_read) {
   const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
   if (file < 0) return line;
   struct stat status {};
-  if (fstat(file, &status) == 0) line.error = WhyShared(status, path, may_group_read);
+  if (fstat(file, &status) == 0) line.error = WhyNotPrivate(status, path, may_group_read);
   if (line.error.empty()) line.text = ReadFirstLine(file);
   close(file);
   if (line.text.size() > kMaxBytes) {

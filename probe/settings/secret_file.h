@@ -1,5 +1,7 @@
 #pragma once
 
+#include <sys/stat.h>
+
 #include <string>
 
 namespace probe {
@@ -18,6 +20,9 @@ NamedFile FileNamed(const std::string& name);
 /// Why a file is no place for a secret: its group or others may read or write it. Empty when they may not, and for what
 /// is no regular file or isn't there. The text says what to do. `may_group_read` as below.
 std::string WhyNotPrivate(const std::string& path, bool may_group_read = false);
+
+/// The same of a file that is open, with this status.
+std::string WhyNotPrivate(const struct stat& status, const std::string& path, bool may_group_read = false);
 
 /// The first line of a file, or why it is not taken.
 struct SecretLine {

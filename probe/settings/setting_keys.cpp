@@ -10,6 +10,8 @@
 #include "probe/host/log.h"
 #include "probe/server/net/ip_address.h"
 #include "probe/server/net/server_settings.h"
+#include "probe/server/net/trusted_proxies.h"
+#include "probe/settings/log_levels.h"
 #include "probe/settings/snmp_devices.h"
 #include "probe/sources/simulated/simulated_settings.h"
 
@@ -73,6 +75,20 @@ SettingKey LimitKey(std::string name, Limit ServerLimits::*limit, std::int64_t l
       most, std::move(help));
 }
 
+SettingKey TrustedProxiesKey() {
+  SettingKey key = Texts(
+      "server", "trusted_proxies", [](auto& settings) -> auto& { return settings.server.trusted_proxies; },
+      "Reverse proxies, as addresses or networks (\"10.0.0.0/24\"), that are believed when X-Forwarded-For names the "
+      "client: limits then count the client.");
+  key.expected = "a list of IP addresses and networks";
+  key.accepts = [](const SettingValue& value) {
+    const auto& texts = std::get<std::vector<std::string>>(value);
+    return std::all_of(texts.begin(), texts.end(),
+                       [](const std::string& text) { return TrustedProxies::IsNetwork(text); });
+  };
+  return key;
+}
+
 SettingKey ListenKey() {
   SettingKey key = Texts(
       "server", "listen", [](auto& settings) -> auto& { return settings.server.listen; },
@@ -114,6 +130,7 @@ std::vector<SettingKey> ServerKeys() {
           table, "allowed_origins", [](auto& settings) -> auto& { return settings.server.allowed_origins; },
           "Origins, besides the probe's own, whose web pages may connect: \"https://noc.example.org\". With a token "
           "their first message over the websocket is to be the token."),
+      TrustedProxiesKey(),
       Text(
           table, "dashboard", [](auto& settings) -> auto& { return settings.server.dashboard; },
           "Folder with the pages of the dashboard. Empty: the one that came with the probe."),
@@ -168,18 +185,11 @@ std::vector<SettingKey> LimitKeys() {
   };
 }
 
-std::optional<log::Level> LevelNamed(const std::string& name) {
-  for (const log::Level level : {log::Level::kDebug, log::Level::kInfo, log::Level::kError}) {
-    if (name == log::LevelName(level)) return level;
-  }
-  return std::nullopt;
-}
-
 SettingKey LogLevelKey() {
   SettingKey key{"logging",
                  "level",
-                 "How much to log: \"debug\" (dozens of lines an interface), \"info\" or \"error\".",
-                 "one of \"debug\", \"info\", \"error\"",
+                 "How much to log: \"debug\" (dozens of lines an interface), \"info\", \"warning\" or \"error\".",
+                 LevelsExpected(),
                  {},
                  {},
                  {}};
@@ -305,8 +315,9 @@ struct Written {
 
 bool TakesEffectAtReload(const SettingKey& key) {
   const std::string path = key.Path();
-  for (const char* const one : {"logging.level", "server.token", "server.token_file", "server.tls_certificate",
-                                "server.tls_key", "server.allowed_hosts", "server.allowed_origins"}) {
+  for (const char* const one :
+       {"logging.level", "server.token", "server.token_file", "server.tls_certificate", "server.tls_key",
+        "server.allowed_hosts", "server.allowed_origins", "server.trusted_proxies"}) {
     if (path == one) return true;
   }
   return false;
@@ -329,6 +340,7 @@ std::string DescribeSettings() {
   std::string table;
   for (const SettingKey& key : SettingKeys()) {
     if (key.table != table) {
+      if (table == "logging") text += "\n" + DescribeLogLevels();
       text += (table.empty() ? "[" : "\n[") + key.table + "]\n";
       table = key.table;
     }

@@ -1,33 +1,28 @@
 #include "probe/settings/settings.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
-#include <fstream>
-#include <iterator>
 #include <map>
 #include <optional>
-#include <sstream>
-#include <system_error>
 #include <utility>
 #include <vector>
 
 #include "probe/server/net/server_settings.h"
+#include "probe/settings/log_levels.h"
 #include "probe/settings/secret_file.h"
 #include "probe/settings/setting_keys.h"
 #include "probe/settings/settings_errors.h"
+#include "probe/settings/settings_files.h"
 #include "probe/settings/snmp_devices.h"
 #include "probe/settings/toml_values.h"
 #include "probe/text/nearest_word.h"
 #include "probe/text/secret.h"
 #include "probe/text/toml.h"
-#include "probe/text/utf8.h"
 
 namespace probe {
 namespace {
 
-/// Path of a key that the file holds -> its line.
-using KeyLines = std::map<std::string, std::size_t>;
+/// Path of a key that a file holds -> where; the last place, if there are several.
+using KeyPlaces = std::map<std::string, SettingsPlace>;
 
 /// Whether keys stand in this table, or in one below it.
 bool IsTable(const std::string& path) {
@@ -44,7 +39,7 @@ const SettingKey* FindKey(const std::string& path) {
 
 /// A hint for a name that is not known: the key or table of `prefix` that was probably meant.
 std::string PathHint(const std::string& path, const std::string& prefix) {
-  std::vector<std::string> paths{kSnmpDevices, "sources.snmp"};
+  std::vector<std::string> paths{kSnmpDevices, "sources.snmp", kLogLevels};
   for (const SettingKey& key : SettingKeys()) {
     paths.push_back(key.Path());
     paths.push_back(key.table);
@@ -59,8 +54,8 @@ std::string PathHint(const std::string& path, const std::string& prefix) {
 /// Takes the values of one document over, and notes those that it cannot take.
 class SettingsReader {
  public:
-  SettingsReader(Settings& settings, KeyLines& lines, SettingsErrors& errors)
-      : settings_(settings), lines_(lines), errors_(errors) {}
+  SettingsReader(const SettingsFile& file, Settings& settings, KeyPlaces& places, SettingsErrors& errors)
+      : file_(file), settings_(settings), places_(places), errors_(errors) {}
 
   /// `prefix` is empty for the whole document, otherwise the table's path and a dot.
   void Table(const toml::table& table, const std::string& prefix) {
@@ -68,7 +63,9 @@ class SettingsReader {
       const std::string path = prefix + std::string(name.str());
       const std::size_t line = name.source().begin.line;
       if (path == kSnmpDevices) {
-        settings_.snmp.devices = ReadSnmpDevices(node, errors_);
+        ReadSnmpDevices(node, errors_, settings_.snmp.devices);
+      } else if (path == kLogLevels) {
+        ReadLogLevels(node, errors_, settings_.log_levels);
       } else if (!IsTable(path)) {
         Value(node, path, prefix, line);
       } else if (const toml::table* inner = node.as_table()) {
@@ -93,48 +90,53 @@ class SettingsReader {
       return;
     }
     key->assign(settings_, *value);
-    lines_[path] = line;
+    places_[path] = errors_.At(line);
+    // Each file with a token, also where a later file has another: it may be in use elsewhere.
+    if (path == "server.token" && !settings_.server.token.empty() && !file_.not_private.empty()) {
+      errors_.Add(line, path, file_.not_private);
+    }
   }
 
+  const SettingsFile& file_;
   Settings& settings_;
-  KeyLines& lines_;
+  KeyPlaces& places_;
   SettingsErrors& errors_;
 };
 
-/// Line of `key`, or of `other`, whichever the file holds.
-std::size_t LineOf(const KeyLines& lines, const std::string& key, const std::string& other) {
-  const auto found = lines.find(key);
-  // The file holds one of the two: defaults do not contradict one another.
-  return found != lines.end() ? found->second : lines.at(other);
+/// Place of `key`, or of `other`, whichever a file holds.
+SettingsPlace PlaceOf(const KeyPlaces& places, const std::string& key, const std::string& other) {
+  const auto found = places.find(key);
+  // A file holds one of the two: defaults do not contradict one another.
+  return found != places.end() ? found->second : places.at(other);
 }
 
-void CheckTls(const Settings& settings, const KeyLines& lines, SettingsErrors& errors) {
+void CheckTls(const Settings& settings, const KeyPlaces& places, SettingsErrors& errors) {
   const std::string certificate = "server.tls_certificate";
   const std::string key = "server.tls_key";
   if (!HasHalfOfTls(settings.server)) return;
   const bool key_is_missing = settings.server.tls_key.empty();
   const std::string& missing = key_is_missing ? key : certificate;
   const std::string& given = key_is_missing ? certificate : key;
-  errors.Add(LineOf(lines, missing, given), missing, "must be given together with " + given);
+  errors.Add(PlaceOf(places, missing, given), missing, "must be given together with " + given);
 }
 
-void CheckSilences(const Settings& settings, const KeyLines& lines, SettingsErrors& errors) {
+void CheckSilences(const Settings& settings, const KeyPlaces& places, SettingsErrors& errors) {
   const ServerLimits& limits = settings.server.limits;
   if (!HangsUpUnasked(limits)) return;
   const std::string hang_up = "limits.hang_up_after_seconds";
   const std::string ping = "limits.ping_after_seconds";
-  errors.Add(LineOf(lines, hang_up, ping), hang_up,
+  errors.Add(PlaceOf(places, hang_up, ping), hang_up,
              "must be more than " + ping + ", which is " + std::to_string(limits.ping_after.count()));
 }
 
 /// Limits that would never come into force, since another is reached first.
-void CheckContradictions(const Settings& settings, const KeyLines& lines, SettingsErrors& errors) {
+void CheckContradictions(const Settings& settings, const KeyPlaces& places, SettingsErrors& errors) {
   const ServerLimits& limits = settings.server.limits;
   const auto check = [&](const char* lesser, auto value, const char* greater, auto bound) {
     const std::string key = std::string("limits.") + lesser;
     const std::string other = std::string("limits.") + greater;
     if (value > bound)
-      errors.Add(LineOf(lines, key, other), key,
+      errors.Add(PlaceOf(places, key, other), key,
                  "must be no more than " + other + ", which is " + std::to_string(bound));
   };
   check("message_bytes", limits.message_bytes, "bytes_per_second", limits.bytes_per_second);
@@ -144,39 +146,31 @@ void CheckContradictions(const Settings& settings, const KeyLines& lines, Settin
 }
 
 /// Takes the token from its file, if one is named.
-void ReadToken(Settings& settings, const KeyLines& lines, SettingsErrors& errors) {
+void ReadToken(Settings& settings, const KeyPlaces& places, SettingsErrors& errors) {
   if (settings.token_file.empty()) return;
   const std::string key = "server.token_file";
   if (!settings.server.token.empty()) {
-    errors.Add(lines.at(key), key, "must not be given together with server.token");
+    errors.Add(places.at(key), key, "must not be given together with server.token");
     return;
   }
   const NamedFile file = FileNamed(settings.token_file);
   SecretLine line;
   if (file.error.empty()) line = ReadSecretLine(file.path, file.is_credential);
   if (const std::string& error = file.error.empty() ? line.error : file.error; !error.empty()) {
-    errors.Add(lines.at(key), key, error);
+    errors.Add(places.at(key), key, error);
     return;
   }
   settings.server.token = std::move(line.text);
   if (settings.server.token.empty()) {
-    errors.Add(lines.at(key), key, "no token can be read from \"" + file.path + "\"");
+    errors.Add(places.at(key), key, "no token can be read from \"" + file.path + "\"");
   }
-}
-
-/// The line of the token, or of the file that holds it.
-std::optional<std::size_t> LineOfToken(const KeyLines& lines) {
-  for (const char* const key : {"server.token", "server.token_file"}) {
-    if (const auto found = lines.find(key); found != lines.end()) return found->second;
-  }
-  return std::nullopt;
 }
 
 /// Finds the files of TLS, and says what is wrong with that of the key.
-void FindTlsFiles(Settings& settings, const KeyLines& lines, SettingsErrors& errors) {
+void FindTlsFiles(Settings& settings, const KeyPlaces& places, SettingsErrors& errors) {
   const auto find = [&](const char* name, std::string& path, bool is_secret) {
-    const auto key = lines.find(name);
-    if (key == lines.end()) return;
+    const auto key = places.find(name);
+    if (key == places.end()) return;
     const NamedFile file = FileNamed(path);
     path = file.path;
     const std::string why = is_secret ? WhyNotPrivate(file.path, file.is_credential) : std::string();
@@ -186,16 +180,10 @@ void FindTlsFiles(Settings& settings, const KeyLines& lines, SettingsErrors& err
   find("server.tls_key", settings.server.tls_key, true);
 }
 
-void CheckSecrets(const Settings& settings, const std::string& file, const KeyLines& lines, SettingsErrors& errors) {
-  const auto line = LineOfToken(lines);
-  if (!line || settings.server.token.empty()) return;
-  const bool is_in_file = lines.contains("server.token");
-  const std::string key = is_in_file ? "server.token" : "server.token_file";
-  if (const std::string why = is_in_file ? WhyNotPrivate(file) : std::string(); !why.empty())
-    errors.Add(*line, key, why);
-  if (const std::string why = WhyWeak(settings.server.token);
-      !why.empty() && !ReachableAddress(settings.server).empty())
-    errors.Add(*line, key, why);
+void CheckToken(const Settings& settings, const KeyPlaces& places, SettingsErrors& errors) {
+  if (settings.server.token.empty()) return;
+  const std::string key = settings.token_file.empty() ? "server.token" : "server.token_file";
+  if (const std::string why = WhyTokenIsWeak(settings.server); !why.empty()) errors.Add(places.at(key), key, why);
 }
 
 /// What the parser says, without the value that it may repeat: that may be a secret that lacks its quotes.
@@ -209,48 +197,52 @@ std::string WithoutValue(std::string text) {
   return text;
 }
 
-toml::table ParsedToml(std::string_view text, const std::string& file) {
+/// The document in a text; nothing, and an error, for what is not TOML.
+std::optional<toml::table> ParsedToml(std::string_view text, SettingsErrors& errors) {
   try {
     return toml::parse(text);
   } catch (const toml::parse_error& error) {
-    throw SettingsError(file + ":" + std::to_string(error.source().begin.line) + ": " +
-                        PrintableLine(WithoutValue(std::string(error.description()))));
+    errors.Add(error.source().begin.line, "", WithoutValue(std::string(error.description())));
+    return std::nullopt;
   }
 }
 
-std::string ReadWhole(const std::string& path) {
-  errno = 0;
-  std::ifstream file(path, std::ios::binary);
-  std::ostringstream text;
-  // A directory can be opened: it is the reading of `peek` that fails, and sets the bit and errno.
-  if (file && file.peek() != std::ifstream::traits_type::eof()) text << file.rdbuf();
-  if (!file.is_open() || file.bad())
-    throw SettingsError(path + ": cannot be read: " + std::generic_category().message(errno));
-  return text.str();
+/// The settings in several files: of a key in two of them the later counts, and lists of tables add up.
+Settings SettingsOf(const std::vector<SettingsFile>& files) {
+  Settings settings;
+  KeyPlaces places;
+  SettingsErrors errors(files.front().name);
+  bool is_whole = true;
+  for (const SettingsFile& file : files) {
+    if (&file != &files.front()) errors.BeginFile(file.name);
+    if (!file.error.empty()) errors.Add(0, "", file.error);
+    const auto document = file.error.empty() ? ParsedToml(file.text, errors) : std::nullopt;
+    if (document) SettingsReader(file, settings, places, errors).Table(*document, "");
+    is_whole = is_whole && document;
+  }
+  // A key that contradicts another may have its remedy in what could not be read.
+  if (is_whole) {
+    CheckTls(settings, places, errors);
+    CheckSilences(settings, places, errors);
+    CheckContradictions(settings, places, errors);
+    ReadToken(settings, places, errors);
+    FindTlsFiles(settings, places, errors);
+    CheckToken(settings, places, errors);
+  }
+  errors.Raise();
+  return settings;
 }
 
 }  // namespace
 
 Settings ParseSettings(std::string_view text, const std::string& file) {
-  const toml::table document = ParsedToml(text, file);
-  Settings settings;
-  KeyLines lines;
-  SettingsErrors errors(file);
-  SettingsReader(settings, lines, errors).Table(document, "");
-  CheckTls(settings, lines, errors);
-  CheckSilences(settings, lines, errors);
-  CheckContradictions(settings, lines, errors);
-  ReadToken(settings, lines, errors);
-  FindTlsFiles(settings, lines, errors);
-  CheckSecrets(settings, file, lines, errors);
-  errors.Raise();
-  return settings;
+  return SettingsOf({SettingsFile{file, std::string(text), {}, {}}});
 }
 
 Settings ReadSettings(const std::string& file) {
-  std::string text = ReadWhole(file);
-  Settings settings = ParseSettings(text, file);
-  if (!settings.server.token.empty()) Wipe(text);
+  std::vector<SettingsFile> files = ReadSettingsFiles(file);
+  Settings settings = SettingsOf(files);
+  for (SettingsFile& one : files) Wipe(one.text);  // tokens, and what devices are asked with
   return settings;
 }
 

@@ -18,12 +18,16 @@ namespace probe {
 /// Path of the list of tables in which the devices of the source `snmp` stand.
 inline constexpr const char* kSnmpDevices = "sources.snmp.devices";
 
+/// Path of the table in which texts of the plug-in are given levels.
+inline constexpr const char* kLogLevels = "logging.levels";
+
 /// Everything that an administrator can settle. What a fresh record holds are the defaults.
 struct Settings {
   ServerSettings server;
   std::string token_file;  ///< File whose first line is `server.token`; empty: none.
   log::Level log_level = log::Level::kInfo;
-  std::string plugin_path;  ///< The plug-in's file; empty: the one that came with the executable.
+  log::TextLevels log_levels;  ///< Levels that lines of the plug-in are given by their texts.
+  std::string plugin_path;     ///< The plug-in's file; empty: the one that came with the executable.
   ThisMachineSettings this_machine;
   SimulatedSettings simulated;
   snmp::SnmpSettings snmp;
@@ -33,7 +37,7 @@ struct Settings {
 };
 
 /// Settings that cannot be used. The text is fit for an administrator: one line for each thing that is wrong, each of
-/// them "FILE:LINE: KEY: what is wrong", in the order of the lines.
+/// them "FILE:LINE: KEY: what is wrong", in the order of files and lines.
 class SettingsError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
@@ -46,7 +50,10 @@ class SettingsError : public std::runtime_error {
 ///        its range, and for keys that contradict one another.
 Settings ParseSettings(std::string_view text, const std::string& file);
 
-/// The settings in a configuration file. Fails: as above, and for a file that cannot be read.
+/// The settings in a configuration file and in the files `*.toml` of the folder `probe.d` beside it, in the order of
+/// their names: of a key in two of them the later counts, and lists of tables add up.
+///
+/// Fails: as above, and for a file that cannot be read; all that is wrong in all files is told at once.
 Settings ReadSettings(const std::string& file);
 
 }  // namespace probe

@@ -291,20 +291,23 @@ class DeviceReader {
 
 }  // namespace
 
-std::vector<DeviceSettings> ReadSnmpDevices(const toml::node& list, SettingsErrors& errors) {
+void ReadSnmpDevices(const toml::node& list, SettingsErrors& errors, std::vector<DeviceSettings>& devices) {
   const toml::array* const tables = list.as_array();
   const std::size_t line = list.source().begin.line;
   if (tables == nullptr || !tables->is_homogeneous(toml::node_type::table)) {
     errors.Add(line, kSnmpDevices, std::string("must be a list of tables, each begun by [[") + kSnmpDevices + "]]");
-    return {};
+    return;
   }
-  if (tables->size() > kMaxDevices) {
+  if (devices.size() + tables->size() > kMaxDevices) {
     errors.Add(line, kSnmpDevices, "must hold at most " + std::to_string(kMaxDevices) + " devices");
-    return {};
+    return;
   }
-  std::vector<DeviceSettings> devices;
   std::map<std::pair<std::string, std::uint16_t>, std::string> places;  // of each address
   std::map<std::string, std::string> mac_places;
+  for (const DeviceSettings& device : devices) {
+    places.try_emplace({device.address, device.port}, device.defined_at);
+    if (!device.mac.empty()) mac_places.try_emplace(device.mac, device.defined_at);
+  }
   for (std::size_t i = 0; i < tables->size(); ++i) {
     const toml::table& table = *tables->get(i)->as_table();
     DeviceReader reader(table, kSnmpDevices, errors);
@@ -322,7 +325,6 @@ std::vector<DeviceSettings> ReadSnmpDevices(const toml::node& list, SettingsErro
     }
     devices.push_back(*std::move(device));
   }
-  return devices;
 }
 
 std::string DescribeSnmpDevices() {

@@ -34,6 +34,7 @@ strays=$(find "$prefix" -type f -printf '%P\n' |
     \#^include/vexora/(platform/([a-z]+/)?[a-z_]+\.h|monitor/engine/entry_points\.h)$#d
     \#^lib[^/]*(/[^/]+-linux-[^/]+)?/(cmake/vexora-monitor/vexora-monitor-config(-version)?\.cmake|pkgconfig/vexora-monitor\.pc)$#d
     \#^share/vexora/dashboard/(assets/)?[^/]+$#d
+    \#^share/vexora/grafana/vexora-probe\.json$#d
     \#^share/vexora/profiles/[a-z_]+\.toml$#d
     \#^share/doc/vexora-probe/examples/probe\.toml$#d')
 [[ -z $strays ]] || fail "what is this for: $strays"
@@ -69,7 +70,7 @@ exec 3<>"/dev/tcp/127.0.0.1/$port"
 printf 'GET / HTTP/1.1\r\nHost: 127.0.0.1\r\nConnection: close\r\n\r\n' >&3
 read -r _ status _ <&3
 # Without npm there are no pages to be installed.
-wanted=426
+wanted=503
 [[ ! -f $prefix/share/vexora/dashboard/index.html ]] || wanted=200
 [[ $status == "$wanted" ]] || fail "/ answers with $status instead of $wanted"
 exec 3>&-

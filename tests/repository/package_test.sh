@@ -6,6 +6,10 @@
 # the service manager is not tried here.
 set -euo pipefail
 packages=$1
+here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+
+# dpkg wants to be root, whatever the folder that it installs into.
+[[ $(id -u) == 0 ]] || exec fakeroot "$0" "$@"
 
 fail() {
   echo "package: $*" >&2
@@ -62,7 +66,7 @@ grep -q '^# mine$' "$root/etc/vexora/probe.toml" || fail "an upgrade takes the a
 for file in usr/bin/vexora-probe usr/bin/probe-watch usr/bin/probe-replay usr/lib/vexora/probe/libmonitor.so \
   lib/systemd/system/vexora-probe.service usr/share/man/man1/vexora-probe.1.gz usr/share/man/man5/probe.toml.5.gz \
   usr/share/bash-completion/completions/vexora-probe usr/share/vexora/dashboard/index.html \
-  usr/share/vexora/profiles/generic.toml usr/include/vexora/platform/contract_version.h \
+  usr/share/vexora/grafana/vexora-probe.json usr/share/vexora/profiles/generic.toml usr/include/vexora/platform/contract_version.h \
   usr/share/doc/vexora-monitor-dev/schemas/envelope.json; do
   [[ -f $root/$file ]] || fail "$file is missing"
 done
@@ -95,6 +99,7 @@ read -ra flags <<<"$(pkg-config --cflags --libs vexora-monitor)"
 c++ -std=c++17 "$folder/host.cpp" "${flags[@]}" -o "$folder/host" || fail "pkg-config: the host does not compile"
 "$folder/host" || fail "pkg-config: the host does not run"
 [[ -f $(pkg-config --variable=plugin vexora-monitor) ]] || fail "pkg-config names no plug-in"
+"$here/hosting_test.sh" "$here/../.." "$(pkg-config --variable=plugin vexora-monitor)" "${flags[@]}" || fail "the document's host"
 mkdir "$folder/stranger"
 cat >"$folder/stranger/CMakeLists.txt" <<'END'
 cmake_minimum_required(VERSION 3.16)

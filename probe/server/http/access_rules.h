@@ -54,6 +54,9 @@ class AccessRules {
   /// Whether this is the token.
   bool IsToken(std::string_view text) const { return EqualSecrets(token_.text(), text); }
 
+  /// The largest message that may be a login: each octet of the token may be written as "\\u0000".
+  std::size_t MostLoginBytes() const { return 6 * token_.size() + 64; }
+
   /// Whether the token is so long that nobody finds it by trying.
   bool has_long_token() const { return token_.size() >= kLongTokenBytes; }
 

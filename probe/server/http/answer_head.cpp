@@ -48,6 +48,13 @@ const char* CacheControl(Caching caching) {
   return "no-store";
 }
 
+/// The headers that a foreign page may read, beside those that it always may.
+std::string ReadableHeaders(const HttpAnswer& answer) {
+  std::string names = "etag";
+  for (const auto& header : answer.headers) names += ", " + header.first;
+  return names;
+}
+
 }  // namespace
 
 std::string AnswerHead(const RequestHead& request, const HttpAnswer& answer, bool is_not_modified,
@@ -55,9 +62,11 @@ std::string AnswerHead(const RequestHead& request, const HttpAnswer& answer, boo
   HeadWriter head(request, is_not_modified ? 304 : answer.status);
   head.Add("cache-control", CacheControl(answer.caching)).Add("vary", "Origin, Accept-Encoding");
   head.Add("cross-origin-resource-policy", "same-origin");
+  for (const auto& [name, value] : answer.headers) head.Add(name, value);
   if (!answer.etag.empty()) head.Add("etag", answer.etag);
   if (!cookie.empty()) head.Add("set-cookie", cookie);
-  if (!origin.empty()) head.Add("access-control-allow-origin", origin);
+  if (!origin.empty())
+    head.Add("access-control-allow-origin", origin).Add("access-control-expose-headers", ReadableHeaders(answer));
   if (answer.status == 503) head.Add("retry-after", "1");
   if (!is_not_modified) {
     head.Add("content-type", answer.content_type).Add("content-length", std::to_string(answer.body->size()));
@@ -68,17 +77,13 @@ std::string AnswerHead(const RequestHead& request, const HttpAnswer& answer, boo
   return head.Finish();
 }
 
-std::string RefusalBody(const HttpError& error, bool is_json) {
-  return is_json ? *ErrorAnswer(error.status, CodeOfStatus(error.status), error.text).body : error.text + "\n";
-}
-
-std::string RefusalHead(const RequestHead& request, const HttpError& error, bool is_json, std::size_t body_bytes) {
+std::string RefusalHead(const RequestHead& request, const HttpError& error, const HttpAnswer& answer) {
   const unsigned status = error.status;
   HeadWriter head(request, status);
-  head.Add("content-type", is_json ? "application/json" : "text/plain; charset=utf-8").Add("cache-control", "no-store");
+  head.Add("content-type", answer.content_type).Add("cache-control", "no-store");
   // who sends Upgrade has to name it in Connection, too: RFC 9110, section 7.8
   head.Add("connection", status == 426 ? "close, upgrade" : "close");
-  head.Add("content-length", std::to_string(body_bytes));
+  head.Add("content-length", std::to_string(answer.body->size()));
   if (status == 426) head.Add("upgrade", "websocket").Add("sec-websocket-version", "13");
   if (status == 401) head.Add("www-authenticate", "Bearer");
   if (status == 405) head.Add("allow", "GET, HEAD");

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstddef>
 #include <string>
 
 #include "probe/server/http/http_head.h"
@@ -14,10 +13,7 @@ namespace probe {
 std::string AnswerHead(const RequestHead& request, const HttpAnswer& answer, bool is_not_modified,
                        const std::string& origin, const std::string& cookie);
 
-/// The body of an answer that refuses a request: JSON where programs ask, plain text elsewhere.
-std::string RefusalBody(const HttpError& error, bool is_json);
-
-/// The head that goes with it. The connection is to be closed after it.
-std::string RefusalHead(const RequestHead& request, const HttpError& error, bool is_json, std::size_t body_bytes);
+/// The head of an answer that refuses a request. The connection is to be closed after it.
+std::string RefusalHead(const RequestHead& request, const HttpError& error, const HttpAnswer& answer);
 
 }  // namespace probe

@@ -106,10 +106,10 @@ void HttpConnection::OnHead() {
   reader_.WipeTaken();
   if (error) return Refuse(*error);
   if (!head_.upgrade.empty()) return events_.OnUpgrade(*this, head_);
-  const bool accepts_gzip = head_.accept_encoding.find("gzip") != std::string::npos;
   // who has gone meanwhile, or was refused for the time it takes, gets no answer
-  const bool has_begun =
-      requests_.Begin({head_.path, head_.arguments, accepts_gzip}, [waiting = weak_from_this()](HttpAnswer answer) {
+  const bool has_begun = requests_.Begin(
+      {head_.path, head_.arguments, AcceptsGzip(head_.accept_encoding), head_.if_none_match, head_.accept},
+      [waiting = weak_from_this()](HttpAnswer answer) {
         if (const auto self = waiting.lock()) self->Guarded([&] { self->Answer(std::move(answer)); });
       });
   if (!has_begun) return Refuse({503, "Refused: too many requests wait for an answer."});
@@ -122,16 +122,16 @@ void HttpConnection::OnAnswerTimeout() {
 
 void HttpConnection::RefuseUnread(const HttpError& error) {
   head_ = RequestHead{};
+  accepted_.ForgetClient();  // the one before, perhaps, who has nothing to do with it
   Refuse(error);
 }
 
 void HttpConnection::Refuse(const HttpError& error) {
   is_refused_ = true;
   events_.OnRefused(*this, error);
-  const bool is_json = requests_.LookUp(head_.path).has_json_errors;
-  const std::string body = RefusalBody(error, is_json);
-  std::string head = RefusalHead(head_, error, is_json, body.size());
-  Send(std::move(head), std::make_shared<const std::string>(head_.is_head() ? std::string() : body));
+  const HttpAnswer answer = ErrorAnswer(error.status, CodeOfStatus(error.status), error.text);
+  std::string head = RefusalHead(head_, error, answer);
+  Send(std::move(head), head_.is_head() ? std::make_shared<const std::string>() : answer.body);
 }
 
 void HttpConnection::Answer(HttpAnswer answer) {

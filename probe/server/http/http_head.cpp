@@ -112,7 +112,9 @@ RequestHead HeadOf(const Fields& fields) {
   head.authorization = Header(fields, http::field::authorization).value_or("");
   head.cookie = Header(fields, http::field::cookie).value_or("");
   head.if_none_match = Header(fields, http::field::if_none_match).value_or("");
+  head.accept = Header(fields, http::field::accept).value_or("");
   head.accept_encoding = Header(fields, http::field::accept_encoding).value_or("");
+  head.forwarded_for = Header(fields, "X-Forwarded-For").value_or("");
   head.fetch_site = Header(fields, "Sec-Fetch-Site").value_or("");
   return head;
 }

@@ -28,7 +28,9 @@ struct RequestHead {
   std::string authorization;
   std::string cookie;
   std::string if_none_match;
+  std::string accept;
   std::string accept_encoding;
+  std::string forwarded_for;  ///< X-Forwarded-For: for whom a proxy says that it asks.
   std::string fetch_site;     ///< Sec-Fetch-Site: by which browsers tell where a request comes from.
   std::string local_address;  ///< The address of ours at which the request came in.
 

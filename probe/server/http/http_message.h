@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace probe {
@@ -14,6 +15,8 @@ struct HttpRequest {
   std::string path;                              ///< As it came, without the query: nothing is decoded or folded.
   std::map<std::string, std::string> arguments;  ///< Of the query, decoded; of a name that comes twice, the last.
   bool accepts_gzip = false;
+  std::string if_none_match{};  ///< The ETags of what the client has, as it came.
+  std::string accept{};         ///< The header as it came; empty: there was none.
 };
 
 /// What a client may do with an answer that it has.
@@ -32,6 +35,7 @@ struct HttpAnswer {
   std::string etag;            ///< In its quotes; empty: none. RFC 9110, section 8.8.3.
   bool is_gzip = false;        ///< The body is compressed.
   bool opens_session = false;  ///< The client gets the cookie that stands for the token.
+  std::vector<std::pair<std::string, std::string>> headers{};  ///< Others, names in lower case; pages may read them.
 };
 
 /// Who may ask for a path.
@@ -41,24 +45,19 @@ enum class Access {
   kToken      ///< Those with the token only.
 };
 
-/// What the server has to know of a path, whether or not there is something.
-struct PathInfo {
-  Access access = Access::kNotFound;
-  bool has_json_errors = false;  ///< Programs ask for it, so that its refusals are JSON and not plain text.
-};
-
 /// What the server serves over plain HTTP. All of it is read with GET or HEAD.
 struct HttpService {
   /// Looks a path up. Threads: the server's event loop; must be quick.
-  std::function<PathInfo(const std::string& path)> look_up;
+  std::function<Access(const std::string& path)> look_up;
 
   /// Answers a request that may be answered. Threads: one of the server's workers, several at once. May take its time.
   std::function<HttpAnswer(const HttpRequest& request)> answer;
 };
 
-/// An answer that is an error: `{"error": {"code": CODE, "message": MESSAGE}}`.
+/// An answer that is an error, as docs/schemas/problem.json describes it.
 ///
 /// `code` is for programs, `message` for people; neither may hold anything that the client sent.
+/// Source: RFC 9457.
 HttpAnswer ErrorAnswer(unsigned status, const std::string& code, const std::string& message);
 
 /// The code that stands for a status that has no more to tell: "not_found".
@@ -69,6 +68,16 @@ std::string EtagOf(const std::string& body);
 
 /// The elements of a comma-separated header, without the blanks around them. Source: RFC 9110, section 5.6.1.
 std::vector<std::string_view> ListElements(std::string_view list);
+
+/// Whether a client takes a body that is compressed by gzip, by its Accept-Encoding, and doesn't prefer a plain one.
+/// Source: RFC 9110, section 12.5.3.
+bool AcceptsGzip(std::string_view accept_encoding);
+
+/// Compresses an answer that is a large JSON text, for a client that takes it.
+void Compress(const HttpRequest& request, HttpAnswer& answer);
+
+/// The least octets of a body that is compressed: below, it fits into one segment of TCP anyway.
+inline constexpr std::size_t kMinGzipBytes = 1'400;
 
 /// Whether a client's If-None-Match names this ETag. Source: RFC 9110, section 13.1.2 (weak comparison).
 bool NamesEtag(const std::string& if_none_match, const std::string& etag);

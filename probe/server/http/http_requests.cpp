@@ -16,8 +16,8 @@ HttpRequests::~HttpRequests() {
   workers_.join();
 }
 
-PathInfo HttpRequests::LookUp(const std::string& path) const {
-  return service_.look_up ? service_.look_up(path) : PathInfo{};
+Access HttpRequests::LookUp(const std::string& path) const {
+  return service_.look_up ? service_.look_up(path) : Access::kNotFound;
 }
 
 bool HttpRequests::Begin(HttpRequest request, Answered answered) {
@@ -34,7 +34,9 @@ bool HttpRequests::Begin(HttpRequest request, Answered answered) {
 
 HttpAnswer HttpRequests::Answer(const HttpRequest& request) const try {
   const log::RequestScope scope;
-  return service_.answer(request);
+  HttpAnswer answer = service_.answer(request);
+  Compress(request, answer);
+  return answer;
 } catch (const std::exception& failure) {
   log::Error("[WebServer] a request could not be answered: %s", failure.what());
   return ErrorAnswer(500, "internal_error", "The probe could not answer; its log says why.");

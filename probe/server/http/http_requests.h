@@ -31,8 +31,8 @@ class HttpRequests {
   HttpRequests(const HttpRequests&) = delete;
   HttpRequests& operator=(const HttpRequests&) = delete;
 
-  /// Who may ask for a path, and how it is refused. Without a service there is nothing at any path.
-  PathInfo LookUp(const std::string& path) const;
+  /// Who may ask for a path. Without a service there is nothing at any path.
+  Access LookUp(const std::string& path) const;
 
   /// Has a request answered that the access rules let pass; `answered` gets the answer, on the event loop.
   ///

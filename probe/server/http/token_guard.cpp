@@ -1,7 +1,5 @@
 #include "probe/server/http/token_guard.h"
 
-#include <algorithm>
-
 namespace probe {
 
 std::optional<std::chrono::seconds> TokenGuard::BlockedFor(const std::string& group, Clock::time_point now) const {
@@ -13,18 +11,16 @@ std::optional<std::chrono::seconds> TokenGuard::BlockedFor(const std::string& gr
 }
 
 void TokenGuard::NoteWrong(const std::string& group, Clock::time_point now) {
-  if (wrong_.size() >= kMaxGroups && !wrong_.contains(group)) ForgetOld(now);
-  Wrong& wrong = wrong_[group];
-  if (wrong.count == 0 || now - wrong.began_at >= kWindow) wrong = {0, now};
-  ++wrong.count;
+  while (!oldest_first_.empty() && now - oldest_first_.front()->second.began_at >= kWindow) ForgetOldest();
+  if (wrong_.size() >= kMaxGroups && !wrong_.contains(group)) ForgetOldest();
+  const auto [entry, is_new] = wrong_.try_emplace(group, Wrong{0, now});
+  if (is_new) oldest_first_.push_back(entry);
+  ++entry->second.count;
 }
 
-void TokenGuard::ForgetOld(Clock::time_point now) {
-  std::erase_if(wrong_, [now](const auto& entry) { return now - entry.second.began_at >= kWindow; });
-  if (wrong_.size() < kMaxGroups) return;
-  wrong_.erase(std::min_element(wrong_.begin(), wrong_.end(), [](const auto& left, const auto& right) {
-    return left.second.began_at < right.second.began_at;
-  }));
+void TokenGuard::ForgetOldest() {
+  wrong_.erase(oldest_first_.front());
+  oldest_first_.pop_front();
 }
 
 }  // namespace probe

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <deque>
 #include <map>
 #include <optional>
 #include <string>
@@ -34,9 +35,12 @@ class TokenGuard {
     Clock::time_point began_at;
   };
 
-  void ForgetOld(Clock::time_point now);
+  using ByGroup = std::map<std::string, Wrong>;
 
-  std::map<std::string, Wrong> wrong_;
+  void ForgetOldest();
+
+  ByGroup wrong_;
+  std::deque<ByGroup::iterator> oldest_first_;
 };
 
 }  // namespace probe

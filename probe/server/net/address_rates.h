@@ -20,7 +20,8 @@ struct AddressRates {
 
   AddressRates(const ServerLimits& limits, RateLimiter::Clock::time_point now);
 
-  RateLimiter requests;
+  RateLimiter requests;               // that show the token, or where none is asked for
+  RateLimiter unauthorized_requests;  // the others: who has no token takes nothing from who has
   RateLimiter messages;
   RateLimiter octets;  // of messages
 };
@@ -32,8 +33,8 @@ class AddressRatesRegister {
  public:
   using Clock = RateLimiter::Clock;
 
-  /// Addresses that are remembered. When there are more, those are forgotten that have sent nothing for a while; then
-  /// the one that has sent the least.
+  /// Addresses that are remembered, beside those with a connection. When there are more, those are forgotten that have
+  /// sent nothing for a while, and of the others all but the half that has sent the most.
   static constexpr std::size_t kMaxGroups = 10'000;
 
   explicit AddressRatesRegister(const ServerLimits& limits) : limits_(limits) {}
@@ -47,6 +48,36 @@ class AddressRatesRegister {
 
   const ServerLimits limits_;
   std::map<std::string, std::shared_ptr<AddressRates>> rates_;
+  std::size_t most_ = kMaxGroups;  // then some are forgotten
+};
+
+/// How fast requests may come over one HTTP connection: what it may alone, of what all of its address may.
+///
+/// A part of what an address may save is for connections that send few: others of the address can't take it with many
+/// requests.
+/// Threads: the event loop only.
+class RequestRates {
+ public:
+  using Clock = RateLimiter::Clock;
+
+  /// Whose limit a request exceeds.
+  enum class Limit { kNone, kConnection, kAddress };
+
+  /// The part of what its address may that is for those who send few requests, and the part of its own rate up to which
+  /// a connection is one of them.
+  static constexpr double kPartForFew = 0.25;
+
+  RequestRates(const ServerLimits& limits, std::shared_ptr<AddressRates> of_address, Clock::time_point now);
+
+  /// Counts a request. `is_authorized`: it shows the token, or none is asked for.
+  Limit Count(bool is_authorized, Clock::time_point now);
+
+  const std::shared_ptr<AddressRates>& of_address() const { return of_address_; }
+
+ private:
+  RateLimiter requests_;
+  RateLimiter few_requests_;
+  std::shared_ptr<AddressRates> of_address_;
 };
 
 /// How fast the client of one connection may send: what it may alone, of what all of its address may.

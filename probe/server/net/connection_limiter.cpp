@@ -3,6 +3,7 @@
 #include <sys/resource.h>
 
 #include <algorithm>
+#include <cassert>
 #include <utility>
 
 #include "probe/host/log.h"
@@ -17,17 +18,37 @@ constexpr std::size_t kOtherDescriptors = 64;
 }  // namespace
 
 ConnectionLimiter::Place ConnectionLimiter::Acquire(const std::string& address) {
-  std::string group = AddressGroup(address);
-  const auto found = counts_->of_address.find(group);
-  const bool is_address_taken = found != counts_->of_address.end() && found->second >= max_per_address_;
-  if (counts_->accepted < max_connections_ && !is_address_taken && max_per_address_ > 0) {
-    ++counts_->of_address[group];
+  return AcquireFor(AddressGroup(address));
+}
+
+ConnectionLimiter::Place ConnectionLimiter::AcquireForProxy() {
+  return AcquireFor({});
+}
+
+ConnectionLimiter::Place ConnectionLimiter::AcquireFor(std::string group) {
+  const bool has_room = group.empty() || HasRoom(group);
+  if (counts_->accepted < max_connections_ && has_room) {
+    if (!group.empty()) ++counts_->of_address[group];
     ++counts_->accepted;
     return {counts_, Admission::kAccepted, std::move(group)};
   }
   if (counts_->rejected >= kMaxRejected) return {nullptr, Admission::kRejectionLimit, {}};
   ++counts_->rejected;
-  return {counts_, is_address_taken ? Admission::kAddressLimit : Admission::kConnectionLimit, {}};
+  return {counts_, has_room ? Admission::kConnectionLimit : Admission::kAddressLimit, {}};
+}
+
+bool ConnectionLimiter::HasRoom(const std::string& group) const {
+  const auto found = counts_->of_address.find(group);
+  return max_per_address_ > (found == counts_->of_address.end() ? 0 : found->second);
+}
+
+bool ConnectionLimiter::Assign(Place& place, const std::string& address) {
+  assert(place.admission_ == Admission::kAccepted && place.group_.empty());
+  std::string group = AddressGroup(address);
+  if (!HasRoom(group)) return false;
+  ++counts_->of_address[group];
+  place.group_ = std::move(group);
+  return true;
 }
 
 ConnectionLimiter::Place::~Place() {
@@ -42,6 +63,7 @@ void ConnectionLimiter::Place::Release() {
     return;
   }
   --counts->accepted;
+  if (group_.empty()) return;
   const auto found = counts->of_address.find(group_);
   if (--found->second == 0) counts->of_address.erase(found);
 }
@@ -54,8 +76,8 @@ std::size_t RaiseDescriptorLimit(std::size_t wanted) {
   setrlimit(RLIMIT_NOFILE, &limit);
   if (limit.rlim_cur >= wanted + kBesides) return wanted;
   const std::size_t affordable = limit.rlim_cur > kBesides ? limit.rlim_cur - kBesides : 1;
-  log::Error("[WebServer] the system allows %llu open files, enough for no more than limits.connections = %zu",
-             static_cast<unsigned long long>(limit.rlim_cur), affordable);
+  log::Warning("[WebServer] the system allows %llu open files, enough for no more than limits.connections = %zu",
+               static_cast<unsigned long long>(limit.rlim_cur), affordable);
   return affordable;
 }
 

@@ -7,7 +7,6 @@
 #include <utility>
 
 #include "probe/server/net/address_rates.h"
-#include "probe/server/net/rate_limiter.h"
 #include "probe/server/net/server_settings.h"
 
 namespace probe {
@@ -36,7 +35,16 @@ class ConnectionLimiter {
   /// Counts one more connection, for as long as its place is held.
   Place Acquire(const std::string& address);
 
+  /// Counts a proxy's connection, for as long as its place is held: in all, and for no address until it has one.
+  Place AcquireForProxy();
+
+  /// Counts a proxy's connection, once, for the address of its client from now on. False: that has too many.
+  bool Assign(Place& place, const std::string& address);
+
  private:
+  bool HasRoom(const std::string& group) const;
+  Place AcquireFor(std::string group);
+
   struct Counts {
     std::size_t accepted = 0;
     std::size_t rejected = 0;
@@ -59,24 +67,28 @@ class ConnectionLimiter::Place {
 
   Admission admission() const { return admission_; }
 
-  /// The address of an accepted connection, as it counts; empty for others.
-  const std::string& group() const { return group_; }
-
   /// Gives it back before its end.
   void Release();
 
  private:
+  friend class ConnectionLimiter;
+
   std::shared_ptr<Counts> counts_;  // null: it was moved
   Admission admission_;
-  std::string group_;
+  std::string group_;  // the address of an accepted connection, as it counts; empty for a proxy's without a client
 };
 
 /// What is known of a connection from the moment when it was accepted, whatever becomes of it.
 struct AcceptedConnection {
-  std::string address;  ///< Of the client.
+  std::string address;  ///< Of the client; on a proxy's connection, of the client of its newest request.
   ConnectionLimiter::Place place;
-  RateLimiter rate;  ///< Of its requests.
-  std::shared_ptr<AddressRates> address_rates{};
+  RequestRates rates;
+  std::string proxy{};  ///< Address of the trusted proxy by which it comes; empty: by none.
+  /// From here on nothing is known of whom the proxy asks for.
+  void ForgetClient() {
+    if (!proxy.empty()) address = proxy;
+  }
+
   bool must_log_in = false;  ///< Its handshake was let in without a token, which its first message is to show.
 };
 

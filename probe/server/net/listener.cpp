@@ -67,7 +67,7 @@ bool Listener::Reserve(asio::io_context& loop, std::uint16_t port, bool pass_ove
     if (!pass_over_absent || !IsAbsent(error))
       throw std::runtime_error("cannot listen on " + address + " port " + std::to_string(port_) + ": " +
                                error.message());
-    log::Info("[WebServer] this machine has no address %s, so the probe doesn't listen there", address.c_str());
+    log::Warning("[WebServer] this machine has no address %s, so the probe doesn't listen there", address.c_str());
   }
   if (entries_.empty()) throw std::runtime_error("this machine has none of the addresses of server.listen");
   addresses_ = std::move(reserved);

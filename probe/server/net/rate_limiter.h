@@ -38,10 +38,13 @@ class RateLimiter {
   }
 
   /// The same, for who tells the client nothing.
-  bool SpendOne(Clock::time_point now) { return Spend(1, 1, now); }
+  bool SpendOne(Clock::time_point now) { return SpendOneAbove(0, now); }
   bool SpendOctets(std::size_t octets, Clock::time_point now) {
     return Spend(static_cast<double>(octets), std::numeric_limits<double>::min(), now);
   }
+
+  /// Likewise, and this part of what can be saved is left to others.
+  bool SpendOneAbove(double part, Clock::time_point now) { return Spend(1, 1 + part * most_, now); }
 
   /// A message goes over another limit: whether the client is to be told.
   Result Refuse(Clock::time_point now) {
@@ -56,12 +59,9 @@ class RateLimiter {
   }
 
   /// How much is missing of what can be saved, as a part of it.
-  double missing_part() const { return 1 - tokens_ / most_; }
-
-  /// Whether nothing is missing: it is as good as a new one.
-  bool IsFull(Clock::time_point now) {
+  double MissingPart(Clock::time_point now) {
     Fill(now);
-    return tokens_ >= most_;
+    return 1 - tokens_ / most_;
   }
 
   /// Takes so many tokens. False when more were taken before than there were.

@@ -23,9 +23,8 @@ std::string LimitText(const char* key, std::size_t value) {
 std::string WhyUnsafe(const ServerSettings& settings) {
   const bool has_tls = !settings.tls_certificate.empty() && !settings.tls_key.empty();
   const std::string address = ReachableAddress(settings);
-  if (address.empty()) return {};
-  if (!settings.token.empty() && has_tls) {
-    const std::string weak = WhyWeak(settings.token);
+  if (address.empty() || (!settings.token.empty() && has_tls)) {
+    const std::string weak = WhyTokenIsWeak(settings);
     return weak.empty() ? weak : "server.token " + weak;
   }
   const char* missing = settings.token.empty() ? (has_tls ? "a token" : "a token and TLS") : "TLS";
@@ -41,10 +40,12 @@ std::string ReachableAddress(const ServerSettings& settings) {
   return {};
 }
 
-std::string WhyWeak(const Secret& token) {
-  if (token.size() >= kLeastTokenBytes) return {};
+std::string WhyTokenIsWeak(const ServerSettings& settings) {
+  const bool can_others_try = !ReachableAddress(settings).empty() || !settings.trusted_proxies.empty();
+  if (settings.token.empty() || !can_others_try || settings.token.size() >= kLeastTokenBytes) return {};
   return "must have at least " + std::to_string(kLeastTokenBytes) +
-         " octets where other machines can try it (server.listen); \"vexora-probe token\" makes one";
+         " octets where other machines can try it (server.listen, server.trusted_proxies); \"vexora-probe token\" "
+         "makes one";
 }
 
 bool HasHalfOfTls(const ServerSettings& settings) {

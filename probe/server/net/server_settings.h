@@ -46,6 +46,7 @@ struct ServerSettings {
   std::vector<std::string>
       allowed_hosts;  ///< Host names, besides the addresses and localhost, by which clients may call.
   std::vector<std::string> allowed_origins;  ///< Origins, besides the probe's own, whose pages may connect.
+  std::vector<std::string> trusted_proxies;  ///< Addresses and networks of proxies that are believed: `TrustedProxies`.
   std::string dashboard;  ///< Folder with the dashboard's files; empty: the one that came with the executable.
   ServerLimits limits;
 };
@@ -66,8 +67,9 @@ std::string WhyUnsafe(const ServerSettings& settings);
 /// The first address that other machines can reach; empty: there is none.
 std::string ReachableAddress(const ServerSettings& settings);
 
-/// Why a token is too weak for other machines to try; empty when it is not.
-std::string WhyWeak(const Secret& token);
+/// Why the token is too weak for other machines, where these can try it, by themselves or through a proxy; empty when
+/// it is not, or there is none.
+std::string WhyTokenIsWeak(const ServerSettings& settings);
 
 /// Whether only one of certificate and key is set: TLS takes both.
 bool HasHalfOfTls(const ServerSettings& settings);

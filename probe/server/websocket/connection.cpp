@@ -8,6 +8,7 @@
 
 #include "probe/host/log.h"
 #include "probe/server/net/rate_limiter.h"
+#include "probe/server/websocket/close_codes.h"
 #include "probe/server/websocket/frame_stream.h"
 #include "probe/server/websocket/message_router.h"
 #include "probe/text/secret.h"
@@ -18,13 +19,6 @@ namespace {
 
 namespace beast = boost::beast;
 namespace websocket = boost::beast::websocket;
-
-// Source: IANA, WebSocket Close Code Number Registry.
-constexpr std::uint16_t kProtocolError = 1002;
-constexpr std::uint16_t kInvalidPayload = 1007;
-constexpr std::uint16_t kPolicyViolation = 1008;
-constexpr std::uint16_t kTryAgainLater = 1013;
-constexpr std::uint16_t kMaxCloseCode = 4999;
 
 // Octets of frame heads and control frames that a client may send for each message that it may send.
 constexpr std::size_t kOverheadBytes = 256;
@@ -88,7 +82,7 @@ Connection::Connection(ConnectionId id, std::unique_ptr<Transport> transport, Ac
       timer_(transport_->get_executor()),
       stream_(std::make_shared<Stream>(*transport_, [this](std::size_t count) { OnOctets(count); })),
       incoming_(limits.message_bytes),
-      rates_(limits, accepted_.address_rates, Clock::now()),
+      rates_(limits, accepted_.rates.of_address(), Clock::now()),
       overhead_(limits.messages_per_second * kOverheadBytes, Clock::now()),
       lived_at_(Clock::now()) {}
 
@@ -127,7 +121,8 @@ void Connection::AnswerHandshake(const RequestHead& handshake) {
     Guarded([&] {
       if (kind == websocket::frame_type::pong) OnPong();
       // Codes above are in nobody's range (RFC 6455, section 7.4.2), and the library would answer with the same one.
-      if (kind == websocket::frame_type::close && stream_->reason().code > kMaxCloseCode) StartClose(kProtocolError);
+      if (kind == websocket::frame_type::close && stream_->reason().code > close_code::kGreatest)
+        StartClose(close_code::kProtocolError);
     });
   });
   stream_->handshake = RequestOf(handshake);
@@ -173,7 +168,7 @@ void Connection::OnOctets(std::size_t count) {
     log::Info("[WebServer] connection %llu of %s is closed with 1008: it sent more frames than %s allows",
               static_cast<unsigned long long>(id_), accepted_.address.c_str(),
               LimitText("messages_per_second", limits_.messages_per_second).c_str());
-    StartClose(kPolicyViolation);
+    StartClose(close_code::kPolicyViolation);
   });
 }
 
@@ -193,8 +188,9 @@ bool Connection::IsWithinRates(std::size_t octets) {
 
 void Connection::HandleMessage(MessageAssembler::State state) {
   std::string text = incoming_.Take();
-  if (!IsWithinRates(state == MessageAssembler::State::kTooLarge ? limits_.message_bytes : text.size())) return;
+  // Before any rate: others of its address, who use that up, must not keep a client from logging in.
   if (login_due_) return HandleLogin(state, text);
+  if (!IsWithinRates(state == MessageAssembler::State::kTooLarge ? limits_.message_bytes : text.size())) return;
   if (state == MessageAssembler::State::kBinary)
     return Reply(ErrorText({error_code::kNotText, "Messages are text; this one is binary."}));
   if (state == MessageAssembler::State::kTooLarge)
@@ -203,7 +199,7 @@ void Connection::HandleMessage(MessageAssembler::State state) {
                    "The message is larger than " + LimitText("message_bytes", limits_.message_bytes) + " allows."}));
   // The library checks every octet, but not that the last character of a message that ends with an empty frame is
   // whole.
-  if (!IsUtf8(text)) return StartClose(kInvalidPayload);
+  if (!IsUtf8(text)) return StartClose(close_code::kInvalidPayload);
   events_.OnMessage(*this, text);
 }
 
@@ -214,7 +210,7 @@ void Connection::HandleLogin(MessageAssembler::State state, std::string& text) {
   Wipe(stream_->received.data(), stream_->received.size());
   if (!is_in) {
     Reply(ErrorText({error_code::kUnauthorized, "The first message must be the token of the probe, and was not."}));
-    return StartClose(kPolicyViolation);
+    return StartClose(close_code::kPolicyViolation);
   }
   login_due_.reset();
   Reply(LoggedInText());
@@ -302,7 +298,7 @@ void Connection::WatchProgress(Clock::time_point now) {
 void Connection::CloseAsSlow(const std::string& why) {
   log::Info("[WebServer] connection %llu of %s is closed with 1013: %s", static_cast<unsigned long long>(id_),
             accepted_.address.c_str(), why.c_str());
-  StartClose(kTryAgainLater);
+  StartClose(close_code::kTryAgainLater);
 }
 
 void Connection::WatchLife(Clock::time_point now) {
@@ -327,7 +323,7 @@ void Connection::StartTimer() {
 void Connection::OnTimer() {
   if (close_code_ != 0) return Abort();
   const auto now = Clock::now();
-  if (login_due_ && now >= *login_due_) return StartClose(kPolicyViolation);
+  if (login_due_ && now >= *login_due_) return StartClose(close_code::kPolicyViolation);
   if (is_watched_) WatchProgress(now);
   if (close_code_ == 0) WatchLife(now);
   StartTimer();

@@ -80,7 +80,10 @@ MessageRouter::Route MessageRouter::Find(ConnectionId connection) const {
 void MessageRouter::Send(ConnectionId connection, const std::string& text) {
   if (text.empty()) return;  // what `compose_communication_struct` gives when the heap is exhausted
   const Route route = Find(connection);
-  if (route.receiver == nullptr && route.outbox == nullptr) return;
+  if (route.receiver == nullptr && route.outbox == nullptr) {
+    if (total_ != nullptr) ++total_->counts().disconnected;
+    return;
+  }
   if (observer_) observer_(connection, text);
   if (route.receiver) return route.receiver(text);
   if (route.outbox->Put(MessageOf(text))) LogFirstDrop(connection, route.peer);

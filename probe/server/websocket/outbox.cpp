@@ -122,7 +122,10 @@ bool Outbox::Put(std::shared_ptr<const OutgoingMessage> message) {
   std::erase_if(superseded, [&](const auto& older) { return !older->IsSupersededBy(*message); });
   {
     const lock_guard held(lock_);
-    if (is_closed_) return false;
+    if (is_closed_) {
+      Count(&MessageCounts::disconnected);
+      return false;
+    }
     Insert(message, superseded);
     DropOldestOverBounds();
   }
@@ -147,7 +150,7 @@ void Outbox::Insert(std::shared_ptr<const OutgoingMessage> message, const Messag
   for (const auto& old : superseded) {
     const auto waiting = std::find(waiting_.begin(), waiting_.end(), old);
     if (waiting == waiting_.end()) continue;  // it was taken meanwhile
-    CountDrop(*old);
+    CountDrop(*old, &MessageCounts::superseded);
     waiting_.erase(waiting);
   }
   bytes_ += message->text().size();
@@ -160,7 +163,7 @@ std::size_t Outbox::RoomInBytes() const {
 
 void Outbox::DropOldestOverBounds() {
   while (waiting_.size() > max_messages_ || (bytes_ > RoomInBytes() && waiting_.size() > 1)) {
-    CountDrop(*waiting_.front());
+    CountDrop(*waiting_.front(), &MessageCounts::queue_full);
     waiting_.pop_front();
   }
 }
@@ -191,7 +194,7 @@ Outbox::Held Outbox::HeldShare() const {
 bool Outbox::DropOldest(const OutgoingMessage* besides) {
   const lock_guard held(lock_);
   if (waiting_.empty() || waiting_.front().get() == besides) return false;
-  CountDrop(*waiting_.front());
+  CountDrop(*waiting_.front(), &MessageCounts::queues_full);
   waiting_.pop_front();
   return true;
 }
@@ -202,13 +205,19 @@ bool Outbox::IsBlocked() const {
   return waiting_.size() >= max_messages_ || bytes_ >= RoomInBytes();
 }
 
-void Outbox::CountDrop(const OutgoingMessage& message) {
+void Outbox::CountDrop(const OutgoingMessage& message, MessageCounts::Count MessageCounts::*reason) {
   bytes_ -= message.text().size();
   ++dropped_;
+  Count(reason);
+}
+
+void Outbox::Count(MessageCounts::Count MessageCounts::*what, std::size_t messages) {
+  if (total_ != nullptr) (total_->counts().*what) += messages;
 }
 
 std::shared_ptr<const OutgoingMessage> Outbox::Take() {
   const lock_guard held(lock_);
+  if (being_written_ > 0) Count(&MessageCounts::sent);
   being_written_ = 0;
   is_given_up_.store(false);  // what it was given up for has been taken
   if (waiting_.empty()) return nullptr;
@@ -224,9 +233,10 @@ std::shared_ptr<const OutgoingMessage> Outbox::Take() {
 void Outbox::Close() {
   Messages dropped;
   const lock_guard held(lock_);
-  is_closed_ = true;
+  const bool is_cut = !std::exchange(is_closed_, true) && being_written_ > 0;
   bytes_ = 0;
   waiting_.swap(dropped);
+  Count(&MessageCounts::disconnected, dropped.size() + (is_cut ? 1 : 0));
 }
 
 bool Outbox::IsEmpty() const {

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "platform/utilities/locks.h"
+#include "probe/server/server_counts.h"
 
 namespace probe {
 
@@ -34,6 +35,10 @@ class QueueTotal {
       : max_bytes_(max_bytes), hold_time_(hold_time) {}
 
   std::size_t octets() const { return octets_.load(); }
+
+  /// What became of the messages of all outboxes.
+  const MessageCounts& counts() const { return counts_; }
+  MessageCounts& counts() { return counts_; }
 
   /// The most that there was since the last call.
   std::size_t TakePeak() { return peak_.exchange(octets()); }
@@ -59,6 +64,7 @@ class QueueTotal {
   const Clock::duration hold_time_;
   std::atomic<std::size_t> octets_{0};
   std::atomic<std::size_t> peak_{0};
+  MessageCounts counts_;
   utilities::lock::Mutex lock_;  // before the outboxes' locks
   std::set<Outbox*> outboxes_ VEXORA_GUARDED_BY(lock_);
 };
@@ -166,7 +172,8 @@ class Outbox {
   Held HeldShare() const VEXORA_EXCLUDES(lock_);
   /// False when there is nothing to drop.
   bool DropOldest(const OutgoingMessage* besides) VEXORA_EXCLUDES(lock_);
-  void CountDrop(const OutgoingMessage& message) VEXORA_REQUIRES(lock_);
+  void CountDrop(const OutgoingMessage& message, MessageCounts::Count MessageCounts::*reason) VEXORA_REQUIRES(lock_);
+  void Count(MessageCounts::Count MessageCounts::*what, std::size_t messages = 1);
 
   const std::size_t max_messages_;
   const std::size_t max_bytes_;

@@ -39,6 +39,11 @@ void PushBudget::AddHostReceiver(ConnectionId connection) {
   host_receivers_.insert(connection);
 }
 
+void PushBudget::RemoveHostReceiver(ConnectionId connection) {
+  const lock_guard held(lock_);
+  host_receivers_.erase(connection);
+}
+
 void PushBudget::File(ConnectionId connection, const std::string& topic,
                       const std::map<std::string, std::string>& filters) {
   const lock_guard held(lock_);

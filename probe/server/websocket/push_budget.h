@@ -44,6 +44,9 @@ class PushBudget final : public PushGate {
   /// A connection of the host's own, all of whose subscriptions are served.
   void AddHostReceiver(ConnectionId connection) VEXORA_EXCLUDES(lock_);
 
+  /// The connection is nobody's from now on.
+  void RemoveHostReceiver(ConnectionId connection) VEXORA_EXCLUDES(lock_);
+
   /// Enters subscriptions: SID -> filter, JSON text.
   void File(ConnectionId connection, const std::string& topic, const std::map<std::string, std::string>& filters)
       VEXORA_EXCLUDES(lock_);

@@ -38,6 +38,8 @@ void SubscriptionLimits::Exchange(ConnectionId connection, Filters& other) {
     const auto use = uses_.find({subscription.first, filter});
     if (--use->second == 0) uses_.erase(use);
   }
+  subscriptions_ += other.size();
+  subscriptions_ -= mine.size();
   mine.swap(other);
   if (mine.empty()) filters_.erase(connection);
 }

@@ -37,6 +37,9 @@ class SubscriptionLimits {
   /// Different (topic, filter) pairs that somebody is subscribed to.
   std::size_t distinct_filters() const { return uses_.size(); }
 
+  /// Subscriptions of all connections together.
+  std::size_t subscriptions() const { return subscriptions_; }
+
  private:
   using Subscription = std::pair<std::string, std::string>;  // topic, SID
   using Filters = std::map<Subscription, std::string>;
@@ -50,6 +53,7 @@ class SubscriptionLimits {
   const ServerLimits limits_;
   std::map<ConnectionId, Filters> filters_;     // those without subscriptions are not in it
   std::map<TopicAndFilter, std::size_t> uses_;  // how many subscriptions share it; never 0
+  std::size_t subscriptions_ = 0;
 };
 
 }  // namespace probe

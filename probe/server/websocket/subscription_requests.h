@@ -30,6 +30,8 @@ class SubscriptionRequests {
   /// Forgets a connection and all its subscriptions.
   void Forget(ConnectionId connection);
 
+  const SubscriptionLimits& limits() const { return subscription_limits_; }
+
  private:
   void Subscribe(ConnectionId connection, const SubscribeRequest& request, const Reply& reply);
   void Unsubscribe(ConnectionId connection, const UnsubscribeRequest& request, const Reply& reply);

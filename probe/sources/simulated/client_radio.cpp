@@ -12,7 +12,8 @@ using vexora_probe::models::controller::WIFIOpMode;
 
 /// Data rates that a mode has, from a weak signal to a strong one. Units: megabits per second, rounded to whole ones.
 /// Source: IEEE Std 802.11, clauses 16 (b), 17 (a), 18 (g), 19 (n: one or two streams) and 21 (ac: likewise).
-using Rates = std::array<std::int32_t, 4>;
+constexpr std::size_t kRateSteps = 4;
+using Rates = std::array<std::int32_t, kRateSteps>;
 
 Rates RatesOf(WIFIOpMode mode) {
   switch (mode) {
@@ -27,6 +28,12 @@ Rates RatesOf(WIFIOpMode mode) {
       break;
   }
   return {173, 390, 433, 867};
+}
+
+/// Which of the rates of its mode a client has.
+std::size_t RateStep(const Dice& dice, const Client& client, const Moment& moment) {
+  constexpr int kRateMinutes = 5;
+  return dice.Below(kRateSteps, Question::kDataRate, client.number, moment.Slot(kRateMinutes));
 }
 
 }  // namespace
@@ -49,10 +56,15 @@ WIFIOpMode ModeOf(const Dice& dice, const Client& client, std::size_t radio) {
 }
 
 std::int32_t DataRateOf(const Dice& dice, const Client& client, std::size_t radio, const Moment& moment) {
-  constexpr int kRateMinutes = 5;
-  const Rates rates = RatesOf(ModeOf(dice, client, radio));
-  const std::int64_t slot = moment.Slot(kRateMinutes);
-  return rates[dice.Below(rates.size(), Question::kDataRate, client.number, slot)];
+  return RatesOf(ModeOf(dice, client, radio))[RateStep(dice, client, moment)];
+}
+
+std::int32_t SignalOf(const Dice& dice, const Client& client, std::size_t radio, const Moment& moment) {
+  constexpr std::array<int, kRateSteps> kWeakest{-84, -74, -66, -56};
+  constexpr int kSpread = 8;
+  constexpr int kLossOfHighBand = 3;
+  const int weakest = kWeakest[RateStep(dice, client, moment)] - (radio == kHighBand ? kLossOfHighBand : 0);
+  return dice.Between(weakest, weakest + kSpread, Question::kClientSignal, client.number, moment.minute);
 }
 
 }  // namespace probe::simulated

@@ -20,4 +20,7 @@ vexora_probe::models::controller::WIFIOpMode ModeOf(const Dice& dice, const Clie
 /// The data rate that the access point reports for the client, one that its mode has. Units: megabits per second.
 std::int32_t DataRateOf(const Dice& dice, const Client& client, std::size_t radio, const Moment& moment);
 
+/// The signal level at which the access point hears the client: the stronger, the higher its data rate. Units: dBm.
+std::int32_t SignalOf(const Dice& dice, const Client& client, std::size_t radio, const Moment& moment);
+
 }  // namespace probe::simulated

@@ -1,6 +1,8 @@
 #include "probe/sources/simulated/device_load.h"
 
 #include <algorithm>
+#include <array>
+#include <vector>
 
 namespace probe::simulated {
 namespace {
@@ -32,13 +34,45 @@ std::int32_t CpuOf(const Dice& dice, const LoadCauses& causes, const Moment& mom
   return std::min(cpu, kMaxPercent);
 }
 
+/// What a device has to say in the course of a day, in this order.
+constexpr std::array<const char*, 5> kNotices{
+    "The clock was set by its time server.", "The lease of the management address was renewed.",
+    "The configuration was saved.", "An administrator logged in.", "A newer firmware is offered."};
+
 /// Informational notifications grow in number during the day and are cleared at midnight.
-Summary NotificationsOf(const Dice& dice, const LoadCauses& causes, std::int32_t cpu, const Moment& moment) {
+void AddNotices(const Dice& dice, const LoadCauses& causes, const Moment& moment, std::vector<Notification>& open) {
+  const int by_evening =
+      dice.Between(0, static_cast<int>(kNotices.size()), Question::kNotice, causes.device, moment.day);
+  const int now = by_evening * moment.minute_of_day / kMinutesOfDay;
+  for (int notice = 0; notice < now; ++notice) {
+    const int minute = ((notice + 1) * kMinutesOfDay + by_evening - 1) / by_evening;  // the first at which it counts
+    const time_t ago = time_t{moment.minute_of_day - minute} * 60 + moment.second;
+    open.push_back(
+        {.severity = Severity::kInfo, .text = kNotices[static_cast<std::size_t>(notice)], .since = moment.time - ago});
+  }
+}
+
+std::vector<Notification> NotificationsOf(const Dice& dice, const LoadCauses& causes, std::int32_t cpu,
+                                          const Moment& moment) {
+  std::vector<Notification> open;
+  const auto add = [&](bool is_open, Severity severity, const char* text, time_t since) {
+    if (is_open) open.push_back({.severity = severity, .text = text, .since = since});
+  };
+  add(causes.refuses_login, Severity::kAlert, "The device refuses the password.", moment.time);
+  add(causes.uptime < kFreshSeconds, Severity::kAlert, "The device has restarted.", moment.time - causes.uptime);
+  add(cpu >= 80, Severity::kWarning, "The CPU is busy: 80 % or more.", moment.time);
+  add(causes.rogue_neighbours > 6, Severity::kWarning, "More than 6 rogue access points are heard.", moment.time);
+  AddNotices(dice, causes, moment, open);
+  return open;
+}
+
+Summary CountOf(const std::vector<Notification>& open) {
   Summary summary;
-  const int by_evening = dice.Between(0, 5, Question::kNotice, causes.device, moment.day);
-  summary.info = by_evening * moment.minute_of_day / kMinutesOfDay;
-  summary.warning = (cpu >= 80 ? 1 : 0) + (causes.rogue_neighbours > 6 ? 1 : 0);
-  summary.alert = (causes.refuses_login ? 1 : 0) + (causes.uptime < kFreshSeconds ? 1 : 0);
+  for (const Notification& notification : open) {
+    if (notification.severity == Severity::kAlert) ++summary.alert;
+    if (notification.severity == Severity::kWarning) ++summary.warning;
+    if (notification.severity == Severity::kInfo) ++summary.info;
+  }
   return summary;
 }
 
@@ -56,7 +90,8 @@ DeviceLoad LoadOf(const Dice& dice, const LoadCauses& causes, const Moment& mome
   load.cpu = causes.refuses_login ? -1 : cpu;
   load.uptime = causes.refuses_login ? -1 : causes.uptime;
   load.health = HealthOf(causes, cpu);
-  load.notifications = NotificationsOf(dice, causes, cpu, moment);
+  load.open = NotificationsOf(dice, causes, cpu, moment);
+  load.notifications = CountOf(load.open);
   return load;
 }
 

@@ -2,9 +2,11 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <vector>
 
 #include "platform/device_records.h"
 #include "platform/event_centre.h"
+#include "probe/host/device_details.h"
 #include "probe/sources/simulated/dice.h"
 #include "probe/sources/simulated/moment.h"
 
@@ -23,10 +25,11 @@ struct LoadCauses {
 
 /// How a device is doing.
 struct DeviceLoad {
-  std::int32_t cpu = 0;     ///< Percent; -1 for a device that refuses the login.
-  std::int32_t uptime = 0;  ///< Seconds; -1 likewise.
-  std::int32_t health = 0;  ///< 1 to 4, greater is worse.
-  vexora_probe::evcenter::Summary notifications;
+  std::int32_t cpu = 0;                           ///< Percent; -1 for a device that refuses the login.
+  std::int32_t uptime = 0;                        ///< Seconds; -1 likewise.
+  std::int32_t health = 0;                        ///< 1 to 4, greater is worse.
+  vexora_probe::evcenter::Summary notifications;  ///< How many are open.
+  std::vector<Notification> open;                 ///< They themselves.
 };
 
 /// The load of a device in this minute: it grows with clients and traffic, is high after a start and peaks at times.

@@ -50,6 +50,7 @@ enum class Question : std::uint8_t {
   kOnAir,
   kSignal,
   kSignalDrift,
+  kClientSignal,
 };
 
 /// A hash-based random function: a throw is a hash of the seed, the question, the subject (`who`) and the time

@@ -12,6 +12,8 @@ namespace {
 
 using vexora_probe::models::controller::DeviceType;
 
+constexpr std::uint64_t kGigabit = 1'000'000'000;  // bit/s
+
 std::size_t SwitchesAmong(std::size_t devices) {
   if (devices < 3) return 0;
   if (devices < 5) return 1;
@@ -38,9 +40,9 @@ void AddRouter(const Dice& dice, FloorPlan& plan) {
   DevicePlan router = NewDevice(dice, plan, DeviceType::kRouter, "gateway");
   router.model = "Quillon R400";
   router.version = "7.2.3";
-  router.ports.push_back({.name = "wan0"});
+  router.ports.push_back({.name = "wan0", .bits_per_second = kGigabit});
   for (std::size_t lan = 0; lan < std::max<std::size_t>(1, plan.switches); ++lan) {
-    router.ports.push_back({.name = "lan" + std::to_string(lan + 1)});
+    router.ports.push_back({.name = "lan" + std::to_string(lan + 1), .bits_per_second = kGigabit});
   }
   plan.devices.push_back(std::move(router));
 }
@@ -51,7 +53,8 @@ void AddSwitch(const Dice& dice, FloorPlan& plan, std::size_t number) {
   device.version = number % 2 == 0 ? "2.11.0" : "2.9.4";
   const std::size_t used = kFirstAccessPointPort + plan.floors[number].access_points + kWiredHosts;
   for (std::size_t port = 0; port < kSwitchPorts; ++port) {
-    device.ports.push_back({.name = "ge" + std::to_string(port + 1), .is_up = port < used});
+    device.ports.push_back(
+        {.name = "ge" + std::to_string(port + 1), .is_up = port < used, .bits_per_second = kGigabit});
   }
   // An interface without counters, as real switches have.
   device.ports.push_back({.name = "console0", .has_statistics = false});
@@ -74,7 +77,7 @@ void AddAccessPoint(const Dice& dice, FloorPlan& plan, std::size_t access_point)
   DevicePlan device = NewDevice(dice, plan, DeviceType::kAccessPoint, AccessPointName(floor, place));
   device.model = access_point % 3 == 2 ? "Ombrel A3" : "Ombrel A2";
   device.version = access_point % 3 == 2 ? "1.0.8" : "5.4.1";
-  device.ports.push_back({.name = "eth0"});
+  device.ports.push_back({.name = "eth0", .bits_per_second = kGigabit});
   for (std::size_t radio = 0; radio < kRadioNames.size(); ++radio) {
     for (std::size_t network = 0; network < kWirelessNetworks.size(); ++network) {
       device.ports.push_back({.name = SsidInterfaceName(radio, network)});

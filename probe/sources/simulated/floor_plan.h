@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -12,8 +13,9 @@ namespace probe::simulated {
 /// One interface of a device.
 struct Port {
   std::string name;
-  bool is_up = true;           ///< A cable is plugged in.
-  bool has_statistics = true;  ///< The device counts its octets.
+  bool is_up = true;                  ///< A cable is plugged in.
+  bool has_statistics = true;         ///< The device counts its octets.
+  std::uint64_t bits_per_second = 0;  ///< Speed of the link when a cable is plugged in; 0 when it has none.
 };
 
 /// The part of one device that never changes.

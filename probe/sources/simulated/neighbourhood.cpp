@@ -55,18 +55,32 @@ std::int32_t Signal(const Dice& dice, std::uint64_t pair, int weakest, int stron
          dice.Between(-3, 3, Question::kSignalDrift, pair, moment.Slot(kDriftMinutes));
 }
 
+std::int32_t ChannelOf(const Dice& dice, MacOwner owner, std::uint64_t number, bool is_low) {
+  const std::uint64_t who = Pair(static_cast<std::uint64_t>(owner), number);
+  return is_low ? kLowChannels[dice.Below(kLowChannels.size(), Question::kChannel, who)]
+                : kHighChannels[dice.Below(kHighChannels.size(), Question::kChannel, who)];
+}
+
+/// Each of the two radios of an access point has a number of its own.
+std::uint64_t RadioNumber(std::size_t access_point, bool is_low) {
+  return 2 * access_point + (is_low ? 0 : 1);
+}
+
 records::NeighboringAP Neighbour(const Dice& dice, MacOwner owner, std::uint64_t number, bool is_low) {
   records::NeighboringAP neighbour;
   neighbour.mac = MacText(LocalMac(owner, dice.Throw(Question::kSeedTag, 0), static_cast<std::uint32_t>(number)),
                           MacNotation::kUpperColons);
   neighbour.band = is_low ? records::WIFIBandType::k2_4GHz : records::WIFIBandType::k5GHz;
-  const std::uint64_t who = Pair(static_cast<std::uint64_t>(owner), number);
-  neighbour.channel = is_low ? kLowChannels[dice.Below(kLowChannels.size(), Question::kChannel, who)]
-                             : kHighChannels[dice.Below(kHighChannels.size(), Question::kChannel, who)];
+  neighbour.channel = ChannelOf(dice, owner, number, is_low);
   return neighbour;
 }
 
 }  // namespace
+
+std::int32_t ChannelOfRadio(const Dice& dice, std::size_t access_point, std::size_t radio) {
+  const bool is_low = radio == kLowBand;
+  return ChannelOf(dice, MacOwner::kOwnRadio, RadioNumber(access_point, is_low), is_low);
+}
 
 void Neighbourhood::AddOwn(std::size_t access_point, const Moment& moment, const IsOnTheAir& is_on_the_air,
                            Table& table) const {
@@ -77,8 +91,7 @@ void Neighbourhood::AddOwn(std::size_t access_point, const Moment& moment, const
     const std::size_t other = floor.first_access_point + place;
     if (!is_on_the_air(other)) continue;
     const bool is_low = dice_.Percent(50, Question::kBand, Pair(access_point, other));
-    // Each of the two radios of an access point has a MAC of its own.
-    records::NeighboringAP own = Neighbour(dice_, MacOwner::kOwnRadio, 2 * other + (is_low ? 0 : 1), is_low);
+    records::NeighboringAP own = Neighbour(dice_, MacOwner::kOwnRadio, RadioNumber(other, is_low), is_low);
     own.ssid = kWirelessNetworks[kOffice].ssid;
     own.trusted = 1;
     own.signal = Signal(dice_, Pair(access_point, other), -70, -45, moment);

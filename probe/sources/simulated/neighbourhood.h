@@ -11,6 +11,9 @@
 
 namespace probe::simulated {
 
+/// The channel of a radio of the company, the same for all who hear it. Source: IEEE Std 802.11, annex E.
+std::int32_t ChannelOfRadio(const Dice& dice, std::size_t access_point, std::size_t radio);
+
 /// Which other access points an access point hears.
 ///
 /// The company's own ones of the same floor are trusted, and so is the branch office next door; all others are rogue

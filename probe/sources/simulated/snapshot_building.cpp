@@ -8,6 +8,7 @@
 #include "probe/sources/simulated/attendance.h"
 #include "probe/sources/simulated/client_radio.h"
 #include "probe/sources/simulated/mac.h"
+#include "probe/sources/simulated/neighbourhood.h"
 #include "probe/sources/simulated/octets.h"
 #include "probe/sources/simulated/roster.h"
 #include "probe/sources/simulated/wireless_networks.h"
@@ -42,9 +43,11 @@ class ClientList {
       : dice_(dice), air_(air), moment_(moment), access_point_(access_point), notation_(NotationOf(access_point)) {}
 
   void Fill(std::size_t radio, std::size_t network, records::SSIDIfState& state,
-            std::map<std::string, records::PortalUser>& portal_users) const {
+            std::map<std::string, records::PortalUser>& portal_users,
+            std::map<std::string, std::int32_t>& signals) const {
     for (const std::uint32_t number : air_.ClientsOn(access_point_, radio, network)) {
       state.clients.push_back(Record(number, radio));
+      signals[state.clients.back().mac] = SignalOf(dice_, air_.client(number), radio, moment_);
       if (const PortalSession* session = air_.SessionOf(number)) {
         // The portal knows a client by its MAC as this access point writes it.
         portal_users.emplace(state.clients.back().mac, User(*session));
@@ -97,6 +100,8 @@ DeviceSnapshot CommonSnapshot(const DevicePlan& device, const DeviceState& state
     auto interface = std::make_shared<records::InterfaceState>();
     interface->oper_status = device.ports[port].is_up ? records::kOperStatusUp : kOperStatusDown;
     if (device.ports[port].has_statistics) interface->traffic = Statistics(port, state.counters[port]);
+    if (device.ports[port].is_up && device.ports[port].bits_per_second > 0)
+      snapshot.details.port_speeds[device.ports[port].name] = device.ports[port].bits_per_second;
     snapshot.interfaces.emplace(device.ports[port].name, std::move(interface));
   }
   return snapshot;
@@ -107,6 +112,7 @@ void AddLoad(const DevicePlan& device, const DeviceLoad& load, DeviceSnapshot& s
   snapshot.uptime = load.uptime;
   snapshot.health_level = load.health;
   snapshot.notifications = load.notifications;
+  snapshot.details.notifications = load.open;
   if (device.refuses_login) {
     // Model and version can be read after a login only.
     snapshot.platform_info.reset();
@@ -122,6 +128,7 @@ void AddWireless(const Dice& dice, std::size_t access_point, const DeviceState& 
   snapshot.radios[kRadioNames[kHighBand]].band = records::WIFIBandType::k5GHz;
   const ClientList clients(dice, access_point, air, moment);
   for (std::size_t radio = 0; radio < kRadioNames.size(); ++radio) {
+    snapshot.details.channels[kRadioNames[radio]] = ChannelOfRadio(dice, access_point, radio);
     for (std::size_t network = 0; network < kWirelessNetworks.size(); ++network) {
       const std::size_t port = kFirstSsidPort + SsidInterface(radio, network);
       records::SSIDIfState interface;
@@ -129,7 +136,7 @@ void AddWireless(const Dice& dice, std::size_t access_point, const DeviceState& 
       interface.radio = kRadioNames[radio];
       // An SSID interface is one of the device's ports, too, and has the same counters as that.
       interface.traffic = Statistics(port, state.counters[port]);
-      clients.Fill(radio, network, interface, snapshot.portal_users);
+      clients.Fill(radio, network, interface, snapshot.portal_users, snapshot.details.client_signals);
       snapshot.ssid_interfaces.emplace(SsidInterfaceName(radio, network), std::move(interface));
     }
   }

@@ -6,6 +6,7 @@
 #include <set>
 
 #include "platform/utilities/text.h"
+#include "probe/host/device_details.h"
 #include "probe/sources/snmp/device_identity.h"
 
 namespace probe::snmp {
@@ -72,12 +73,17 @@ std::optional<DeviceSnapshot> DeviceFigures::Take(const Reading& reading, const 
   }
   if (reading.radios) {
     snapshot_.radios.clear();
-    for (const RadioReading& radio : *reading.radios) snapshot_.radios[radio.name].band = radio.band;
+    snapshot_.details.channels.clear();
+    for (const RadioReading& radio : *reading.radios) {
+      snapshot_.radios[radio.name].band = radio.band;
+      if (radio.channel) snapshot_.details.channels[radio.name] = *radio.channel;
+    }
   }
   if (reading.neighbours) snapshot_.neighbours = {reading.neighbours->begin(), reading.neighbours->end()};
   ShowSsids();
   ShowStations();
   NoteAnswered(reading, polled.steady_ticks);
+  ShowWhatIsTold();
   return snapshot_;
 }
 
@@ -90,6 +96,7 @@ std::optional<DeviceSnapshot> DeviceFigures::ContinueFrom(const DeviceSnapshot& 
   ShowOctetsAgain();
   ShowSsids();
   ShowStations();
+  ShowWhatIsTold();
   return snapshot_;
 }
 
@@ -168,6 +175,8 @@ void DeviceFigures::TakeSystem(const Reading& reading) {
   if (!system.version.empty()) snapshot_.platform_info->version = system.version;
   snapshot_.is_wireless = system.is_wireless;
   lists_clients_ = system.lists_clients;
+  lists_portal_users_ = system.lists_portal_users;
+  lists_neighbours_ = system.lists_neighbours;
   // Where a part of the reading failed, a figure that is missing may be in that part, and the last one stays.
   const bool is_whole = reading.errors.empty();
   if (system.cpu_percent || is_whole) snapshot_.cpu = system.cpu_percent.value_or(kUnknown);
@@ -193,8 +202,10 @@ void DeviceFigures::TakeInterfaces(const std::vector<InterfaceReading>& rows, co
   if (!interface_counters_.Take(counters, moment)) return;
   snapshot_.sample_time = static_cast<time_t>(moment.now_ticks / kTicksPerSecond);
   records::InterfaceStates interfaces;
+  snapshot_.details.port_speeds.clear();
   for (std::size_t i = 0; i < rows.size(); ++i) {
     if (!interface_names_.Admit(names[i])) continue;
+    if (rows[i].bits_per_second) snapshot_.details.port_speeds[names[i]] = *rows[i].bits_per_second;
     auto state = std::make_shared<records::InterfaceState>();
     state->oper_status = rows[i].oper_status;
     if (const RowOctets octets = interface_counters_.Find(names[i]); octets.is_measured) {
@@ -305,6 +316,7 @@ void DeviceFigures::ShowSsids() {
 
 void DeviceFigures::ShowStations() {
   if (!stations_) return;
+  snapshot_.details.client_signals.clear();
   for (const StationReading& row : *stations_) {
     auto network = snapshot_.ssid_interfaces.find(row.ssid_interface);
     // Where there is only one network, a client that does not say on which it is can be on no other.
@@ -320,6 +332,7 @@ void DeviceFigures::ShowStations() {
     client.data_rate = row.data_rate.value_or(0);
     client.in_bytes = octets.in;
     client.out_bytes = octets.out;
+    if (row.signal_dbm) snapshot_.details.client_signals[client.mac] = *row.signal_dbm;
     network->second.clients.push_back(std::move(client));
   }
   for (const SsidReading& row : ssids_) {
@@ -327,6 +340,15 @@ void DeviceFigures::ShowStations() {
     if (shown == snapshot_.ssid_interfaces.end() || row.client_count) continue;
     shown->second.client_count = static_cast<std::int32_t>(shown->second.clients.size());
   }
+}
+
+void DeviceFigures::ShowWhatIsTold() {
+  DeviceDetails& details = snapshot_.details;
+  details.clients = clients();
+  details.tells_clients = details.clients.has_value();
+  details.tells_portal_users = lists_portal_users_ && answered_at_[kPortalUsers];
+  details.tells_neighbours = lists_neighbours_ && answered_at_[kNeighbours];
+  details.tells_notifications = false;
 }
 
 void DeviceFigures::NoteAnswered(const Reading& reading, std::int64_t steady_ticks) {

@@ -81,6 +81,7 @@ class DeviceFigures {
   void ShowOctetsAgain();
   void ShowSsids();
   void ShowStations();
+  void ShowWhatIsTold();
   void NoteAnswered(const Reading& reading, std::int64_t steady_ticks);
 
   const DeviceSettings settings_;
@@ -101,8 +102,10 @@ class DeviceFigures {
   std::optional<bool> do_ssids_count_;
   std::vector<SsidReading> ssids_;
   std::map<std::string, std::shared_ptr<const vexora_probe::models::controller::TrafficStats>> ssid_traffic_;
-  std::optional<std::vector<StationReading>> stations_;           // each MAC once
-  bool lists_clients_ = false;                                    // as in the last reading
+  std::optional<std::vector<StationReading>> stations_;  // each MAC once
+  bool lists_clients_ = false;                           // as in the last reading, like the next two
+  bool lists_portal_users_ = false;
+  bool lists_neighbours_ = false;
   std::array<std::optional<std::int64_t>, kTables> answered_at_;  // our clock, in ticks
   std::array<bool, kTables> is_stale_{};
 };

@@ -15,6 +15,12 @@ struct StaleTable {
   std::int64_t age_seconds = 0;  ///< Since it last answered.
 };
 
+/// All polls of one device since it is asked in this way.
+struct PollTotals {
+  std::uint64_t answered = 0;  ///< That gave a reading.
+  std::uint64_t failed = 0;
+};
+
 /// What there is to say about one device of the settings and its polls.
 struct DeviceStatus {
   std::string address;  ///< As asked, with its port: "192.0.2.1:161", "[2001:db8::1]:161".
@@ -24,7 +30,8 @@ struct DeviceStatus {
   std::optional<std::int32_t>
       clients;  ///< Wireless clients, by what its profile takes for the truth; nothing: not told.
   std::optional<std::int32_t> listed_clients;  ///< Clients of which it tells who they are; nothing: it has no list.
-  PollHealth health;              ///< Of its last poll; `error` also tells what keeps it out of the device centre.
+  PollHealth health;  ///< Of its last poll; `error` also tells what keeps it out of the device centre.
+  PollTotals totals{};
   std::vector<StaleTable> stale;  ///< Tables that did not answer in its last reading.
 };
 

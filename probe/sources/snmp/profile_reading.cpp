@@ -182,6 +182,8 @@ void ReadRoles(const Profile& profile, DeviceTables& tables, Reading& reading) {
   const bool may_be_missing =
       profile.client_truth == ClientTruth::kNothing && reading.stations && reading.stations->empty();
   reading.system.lists_clients = !profile.SourcesOf(Role::kStation).empty() && !may_be_missing;
+  reading.system.lists_portal_users = !profile.SourcesOf(Role::kPortalUser).empty();
+  reading.system.lists_neighbours = !profile.SourcesOf(Role::kNeighbour).empty();
 }
 
 /// Whether a device has anything wireless: a wired one may have the same profile, and answers without rows.

@@ -96,8 +96,10 @@ struct SystemReading {
   std::string mac;          ///< As the profile found it; "02:fc:00:00:00:01", empty when it did not.
   bool mac_failed = false;  ///< Whether it is empty because a table did not answer that may hold it.
   vexora_probe::models::controller::DeviceType type = vexora_probe::models::controller::DeviceType::kUnknown;
-  bool is_wireless = false;    ///< Whether the profile reads anything wireless.
-  bool lists_clients = false;  ///< Whether the device tells which clients it has; else at most how many.
+  bool is_wireless = false;         ///< Whether the profile reads anything wireless.
+  bool lists_clients = false;       ///< Whether the device tells which clients it has; else at most how many.
+  bool lists_portal_users = false;  ///< Whether the profile knows of a table of them; else it reads an empty one.
+  bool lists_neighbours = false;    ///< Likewise.
 };
 
 /// A table that was read, or nothing where it did not answer.

@@ -52,7 +52,9 @@ std::string JoinedErrors(const PollResult& result) {
 /// The devices of former settings, each of which one of the new settings may go on as.
 class FormerDevices {
  public:
-  explicit FormerDevices(const std::vector<DeviceSettings>& devices) {
+  /// `macs` are the ids that devices have, by their numbers.
+  FormerDevices(const std::vector<DeviceSettings>& devices, const std::map<std::size_t, std::string>& macs) {
+    for (const auto& [device, mac] : macs) by_mac_.emplace(mac, device);
     for (std::size_t i = 0; i < devices.size(); ++i) {
       left_.insert(i);
       by_place_.emplace(std::pair(devices[i].address, devices[i].port), i);
@@ -61,11 +63,20 @@ class FormerDevices {
     }
   }
 
-  /// Takes the one as which this device goes on, once; nothing: there is none.
-  std::optional<std::size_t> Take(const DeviceSettings& device) {
-    if (const auto at = Find(by_place_, std::pair(device.address, device.port))) return at;
-    if (const auto at = Find(by_mac_, format_macaddress(device.mac))) return at;
-    return Find(by_name_, device.name);
+  /// The one as which each of these devices goes on; nothing: there is none. No two of them go on as the same.
+  std::vector<std::optional<std::size_t>> TakeFor(const std::vector<DeviceSettings>& devices) {
+    std::vector<std::optional<std::size_t>> formers(devices.size());
+    const auto take = [&](const auto& find) {
+      for (std::size_t i = 0; i < devices.size(); ++i) {
+        if (!formers[i]) formers[i] = find(devices[i]);
+      }
+    };
+    // An id that is set by hand says more than an address, which may have been that of another device. So the order of
+    // the list does not count: a device that moved is found by its id before another takes its place.
+    take([&](const DeviceSettings& device) { return Find(by_mac_, format_macaddress(device.mac)); });
+    take([&](const DeviceSettings& device) { return Find(by_place_, std::pair(device.address, device.port)); });
+    take([&](const DeviceSettings& device) { return Find(by_name_, device.name); });
+    return formers;
   }
 
  private:
@@ -134,11 +145,20 @@ class SnmpSource::PolledDevice {
 
   /// Notes how the poll went, and logs what has changed.
   void NotePoll(PollHealth health) VEXORA_REQUIRES(lock) {
+    // A reload makes new polls, which know nothing of those before.
+    if (!health.answered) {
+      health.failed_polls = status_.health.failed_polls + 1;
+      if (!health.last_answer) health.last_answer = status_.health.last_answer;
+      if (health.profile.empty()) {
+        health.profile = status_.health.profile;
+        health.profile_reason = status_.health.profile_reason;
+      }
+    }
     if (health.error != status_.health.error) {
       if (health.error.empty()) {
         log::Info("snmp device %s: all is read again", label_.c_str());
       } else {
-        log::Error("snmp device %s: %s", label_.c_str(), health.error.c_str());
+        log::Warning("snmp device %s: %s", label_.c_str(), health.error.c_str());
       }
     }
     if (health.answered && health.profile != status_.health.profile) {
@@ -146,9 +166,10 @@ class SnmpSource::PolledDevice {
                 figures_.mac().c_str(), health.profile.c_str(), health.profile_reason.c_str());
     }
     if (figures_.TakeRefusal()) {
-      log::Error("snmp device %s: more than %zu names of interfaces since the probe started: new ones are left out",
-                 label_.c_str(), NameLimit::kMaxNames);
+      log::Warning("snmp device %s: more than %zu names of interfaces since the probe started: new ones are left out",
+                   label_.c_str(), NameLimit::kMaxNames);
     }
+    ++(health.answered ? status_.totals.answered : status_.totals.failed);
     status_.health = std::move(health);
   }
 
@@ -214,11 +235,11 @@ std::vector<std::string> SnmpSource::ReplaceDevices(SnmpSettings settings) {
   const lock_guard held(claims_lock_);
   std::map<std::size_t, std::string> former_macs;
   for (const auto& [mac, claimant] : claims_) former_macs[claimant] = mac;
-  FormerDevices formers(settings_.devices);
+  const auto formers = FormerDevices(settings_.devices, former_macs).TakeFor(settings.devices);
   std::vector<std::unique_ptr<PolledDevice>> devices;
   std::map<std::string, std::size_t> claims;
   for (const DeviceSettings& device : settings.devices) {
-    const std::optional<std::size_t> former = formers.Take(device);
+    const std::optional<std::size_t> former = formers[devices.size()];
     const auto mac = former ? former_macs.find(*former) : former_macs.end();
     const bool is_known =
         mac != former_macs.end() && (device.mac.empty() || format_macaddress(device.mac) == mac->second);
@@ -269,6 +290,11 @@ std::vector<DeviceStatus> SnmpSource::Statuses() const {
   return statuses;
 }
 
+DurationHistogram SnmpSource::PollDurations() const {
+  const lock_guard held(durations_lock_);
+  return durations_;
+}
+
 bool SnmpSource::KnowsAllIds() const {
   const lock_guard_read list_held(list_lock_);
   return std::ranges::all_of(devices_, [](const std::unique_ptr<PolledDevice>& device) {
@@ -307,6 +333,10 @@ std::optional<DeviceSnapshot> SnmpSource::Continued(DeviceFigures& figures) {
 }
 
 void SnmpSource::TakeResult(std::size_t device, PollResult result) {
+  {
+    const lock_guard held(durations_lock_);
+    durations_.Note(result.health.duration);
+  }
   const lock_guard_read list_held(list_lock_);
   PolledDevice& polled = *devices_.at(device);
   result.health.error = JoinedErrors(result);

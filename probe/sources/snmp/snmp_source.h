@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "platform/utilities/locks.h"
+#include "probe/clock/duration_histogram.h"
 #include "probe/host/device_centre.h"
 #include "probe/host/device_snapshot.h"
 #include "probe/host/stop_flag.h"
@@ -49,9 +50,9 @@ class SnmpSource {
   void Start();
 
   /// Polls the devices of other settings from now on. A device whose settings are the same, but for where they stand,
-  /// stays as it is. One with the address and port of a former device, else with its id set by hand, else with its
-  /// name, is that device, asked in another way: it goes on as it was last seen, unless another id is set for it.
-  /// Devices that are no longer there leave the centre, and their ids are given back.
+  /// stays as it is. One for which the id of a former device is set by hand, else one with its address and port, else
+  /// with its name, is that device, asked in another way: it goes on as it was last seen, unless another id is set for
+  /// it. Devices that are no longer there leave the centre, and their ids are given back.
   ///
   /// To be called between `Start` and `Stop`, by the thread that calls them. Waits for polls that go on to be broken
   /// off. Fails: throws `std::system_error` when there cannot be a thread.
@@ -65,6 +66,9 @@ class SnmpSource {
 
   /// How the polls of each device go, in the order of the settings.
   std::vector<DeviceStatus> Statuses() const;
+
+  /// How long the polls of all devices took, also of those that a reload has taken away: it never falls. Threads: any.
+  DurationHistogram PollDurations() const VEXORA_EXCLUDES(durations_lock_);
 
   /// Whether it knows the ids of all its devices: one whose id is not set tells it when it first answers. Threads: any.
   bool KnowsAllIds() const;
@@ -114,6 +118,9 @@ class SnmpSource {
   mutable utilities::lock::Mutex claims_lock_;
   std::map<std::string, std::size_t> claims_ VEXORA_GUARDED_BY(claims_lock_);  // id -> number of the device
   LastSnapshots last_known_ VEXORA_GUARDED_BY(claims_lock_);  // of devices that have not gone on from it yet
+
+  mutable utilities::lock::Mutex durations_lock_;  // leaf
+  DurationHistogram durations_ VEXORA_GUARDED_BY(durations_lock_);
 
   std::unique_ptr<SnmpPoller> poller_;  // only the thread that calls Start and Stop, like the next two
   StopFlag stop_;

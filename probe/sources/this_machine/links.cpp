@@ -11,10 +11,14 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <cstdint>
+#include <fstream>
+#include <limits>
 #include <memory>
 #include <stdexcept>
 #include <string>
 
+#include "platform/device_records.h"
 #include "probe/sources/this_machine/oper_status.h"
 
 namespace probe {
@@ -48,6 +52,15 @@ std::string HardwareAddress(rtnl_link* link) {
   return nl_addr2str(address, text.data(), text.size());
 }
 
+/// 0 for a link without a speed: reading its file fails, or gives -1 while there is no carrier.
+std::uint64_t SpeedOf(const std::string& name) {
+  constexpr std::int64_t kBitsInMegabit = 1'000'000;
+  std::ifstream file("/sys/class/net/" + name + "/speed");
+  std::int64_t megabits = 0;
+  if (!(file >> megabits) || megabits <= 0 || megabits > std::numeric_limits<std::int32_t>::max()) return 0;
+  return static_cast<std::uint64_t>(megabits * kBitsInMegabit);
+}
+
 Link LinkOf(rtnl_link* link) {
   const unsigned flags = rtnl_link_get_flags(link);
   const char* name = rtnl_link_get_name(link);
@@ -57,6 +70,8 @@ Link LinkOf(rtnl_link* link) {
   result.oper_status = OperStatusOf(rtnl_link_get_operstate(link), flags);
   result.in_bytes = rtnl_link_get_stat(link, RTNL_LINK_RX_BYTES);
   result.out_bytes = rtnl_link_get_stat(link, RTNL_LINK_TX_BYTES);
+  if (result.oper_status == vexora_probe::models::controller::kOperStatusUp)
+    result.bits_per_second = SpeedOf(result.name);
   result.is_loopback = (flags & IFF_LOOPBACK) != 0;
   // The kernel names a kind (IFLA_INFO_KIND) for links made by software only.
   result.is_hardware = rtnl_link_get_type(link) == nullptr;

@@ -13,12 +13,13 @@ namespace probe {
 
 /// One network interface, as the kernel knows it.
 struct Link {
-  std::int32_t if_index = 0;     ///< RFC 2863, ifIndex.
-  std::string name;              ///< "eth0".
-  std::int32_t oper_status = 0;  ///< RFC 2863, ifOperStatus.
-  std::uint64_t in_bytes = 0;    ///< Octets received, by the kernel's 64-bit counter.
-  std::uint64_t out_bytes = 0;   ///< Octets sent, likewise.
-  bool is_loopback = false;      ///< IFF_LOOPBACK is set.
+  std::int32_t if_index = 0;          ///< RFC 2863, ifIndex.
+  std::string name;                   ///< "eth0".
+  std::int32_t oper_status = 0;       ///< RFC 2863, ifOperStatus.
+  std::uint64_t in_bytes = 0;         ///< Octets received, by the kernel's 64-bit counter.
+  std::uint64_t out_bytes = 0;        ///< Octets sent, likewise.
+  std::uint64_t bits_per_second = 0;  ///< Of a link that is up; 0 when the driver gives none.
+  bool is_loopback = false;           ///< IFF_LOOPBACK is set.
   bool is_hardware = false;      ///< A network card; links made by software (bridge, tunnel, veth) may change address.
   std::string hardware_address;  ///< "02:fc:00:00:00:01"; empty for a link that has none of six octets.
 };

@@ -112,14 +112,22 @@ void ThisMachine::TakeOver(const MachineReading& reading) {
   snapshot.sample_time = reading.read_at;
   snapshot.polling_time = reading.read_at;
   snapshot.interfaces = InterfacesOf(reading.links, names_);
+  for (const Link& link : reading.links) {
+    if (link.bits_per_second != 0 && snapshot.interfaces.contains(link.name))
+      snapshot.details.port_speeds[link.name] = link.bits_per_second;
+  }
   if (names_.TakeRefusal()) {
-    log::Error("this machine: more than %zu names of interfaces since the probe started: new ones are left out",
-               NameLimit::kMaxNames);
+    log::Warning("this machine: more than %zu names of interfaces since the probe started: new ones are left out",
+                 NameLimit::kMaxNames);
   }
   AddWifi(reading.wifi, snapshot);
   snapshot.cpu = MeanCpu(reading);
   snapshot.uptime = reading.uptime;
   snapshot.health_level = kGoodHealth;
+  // The kernel knows of none of these.
+  snapshot.details.tells_notifications = false;
+  snapshot.details.tells_portal_users = false;
+  snapshot.details.tells_neighbours = false;
   centre_.Replace(device, std::move(snapshot));
   if (is_failing_) log::Info("this machine can be read again");
   is_failing_ = false;

@@ -122,6 +122,9 @@ std::optional<WifiStation> StationIn(nlmsghdr* message, std::uint32_t frequency)
   if (nested == nullptr || nla_parse_nested(info.data(), NL80211_STA_INFO_MAX, nested, nullptr) != 0) return station;
   station.in_bytes = CounterIn(info[NL80211_STA_INFO_RX_BYTES64], info[NL80211_STA_INFO_RX_BYTES]);
   station.out_bytes = CounterIn(info[NL80211_STA_INFO_TX_BYTES64], info[NL80211_STA_INFO_TX_BYTES]);
+  // One octet that stands for a number from -128 to 127.
+  const std::int32_t octet = NumberIn<std::uint8_t>(info[NL80211_STA_INFO_SIGNAL]);
+  station.signal_dbm = octet < 128 ? octet : octet - 256;
   FillRate(info[NL80211_STA_INFO_TX_BITRATE], frequency, station);
   return station;
 }

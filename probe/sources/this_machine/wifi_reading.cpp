@@ -66,6 +66,16 @@ WIFIBandType BandOf(std::uint32_t frequency) {
   return WIFIBandType::kUnknown;
 }
 
+std::int32_t ChannelOf(std::uint32_t frequency) {
+  constexpr std::uint32_t kChannel14 = 2484;
+  constexpr std::uint32_t kStep = 5;  // channels are numbered by their distance from the start of the band
+  if (frequency == kChannel14) return 14;
+  const std::uint32_t start = BandOf(frequency) == WIFIBandType::k2_4GHz ? 2407 : 5000;
+  return BandOf(frequency) == WIFIBandType::kUnknown || frequency < start
+             ? 0
+             : static_cast<std::int32_t>((frequency - start) / kStep);
+}
+
 std::vector<WifiInterface> ReadWifi() {
   Nl80211 kernel;
   std::vector<WifiInterface> interfaces;

@@ -13,6 +13,7 @@ struct WifiStation {
   std::string mac;              ///< "02:fc:00:00:00:01".
   std::uint64_t in_bytes = 0;   ///< Octets received from the client.
   std::uint64_t out_bytes = 0;  ///< Octets sent to the client.
+  std::int32_t signal_dbm = 0;  ///< Level at which it is heard; 0 when the driver gives none.
   std::int32_t data_rate = 0;   ///< Rate of sending to it, in Mbit/s, rounded down; 0 when the driver gives none.
   /// Operating mode of the connection; -1 for one that the contract has no number for.
   vexora_probe::models::controller::WIFIOpMode mode = vexora_probe::models::controller::WIFIOpMode::k802_11a;
@@ -31,6 +32,9 @@ struct WifiInterface {
 
 /// The band of a channel. Units: MHz. Source: IEEE Std 802.11, annex E.
 vexora_probe::models::controller::WIFIBandType BandOf(std::uint32_t frequency);
+
+/// The channel of a frequency; 0 for one that is in neither band. Units: MHz. Source: likewise.
+std::int32_t ChannelOf(std::uint32_t frequency);
 
 /// The Wi-Fi interfaces of this machine, in the kernel's order; none without a Wi-Fi card, or when the kernel refuses
 /// the question.

@@ -44,6 +44,11 @@ void AddWifi(const std::vector<WifiInterface>& interfaces, DeviceSnapshot& snaps
     if (interface.frequency != 0 || !snapshot.radios.contains(radio)) {
       snapshot.radios[radio].band = BandOf(interface.frequency);
     }
+    if (const std::int32_t channel = ChannelOf(interface.frequency); channel != 0)
+      snapshot.details.channels[radio] = channel;
+    for (const WifiStation& station : interface.stations) {
+      if (station.signal_dbm != 0) snapshot.details.client_signals[station.mac] = station.signal_dbm;
+    }
     if (!interface.is_access_point) continue;
     if (snapshot.basic_info) snapshot.basic_info->type = records::DeviceType::kAccessPoint;
     if (interface.ssid.empty()) continue;

@@ -14,11 +14,14 @@
 #include <cstdlib>
 #include <ctime>
 #include <fstream>
+#include <iterator>
 #include <nlohmann/json.hpp>
 #include <vector>
 
 #include "probe/clock/pass_timer.h"
 #include "tests/probe/server/served.h"
+#include "tests/support/local_time.h"
+#include "tests/support/schema/schema.h"
 
 namespace {
 
@@ -38,6 +41,7 @@ class HttpApiTest : public test::Served {
     plugin.networks = plugin.clients;
     plugin.interface_traffic = [](const std::string& mac, const std::string& interface,
                                   std::map<std::string, unsigned long long>& out) {
+      if (mac == "02:00:00:00:00:0A" && interface == "lan") out = {{"input", 3}, {"output", 4}};
       if (mac == "AA" && interface == "5Ghz - Office") out = {{"input", 18'446'744'073'709'551'615ULL}, {"output", 2}};
     };
     service.AddSubscriber("HealthMonitor", subscriber);
@@ -45,7 +49,13 @@ class HttpApiTest : public test::Served {
 
   HttpAnswer Ask(const std::string& path, const std::map<std::string, std::string>& arguments = {},
                  unsigned speed = 1) {
-    return probe::HttpApi({"1.2.3", speed}, plugin, centre, latest, probe::PageFiles("")).Answer({path, arguments});
+    const auto metrics = [](const probe::HttpRequest& request) {
+      HttpAnswer answer;
+      answer.content_type = "text/plain; for=" + request.accept;
+      return answer;
+    };
+    return probe::HttpApi({"1.2.3", speed}, plugin, centre, latest, probe::PageFiles(""), {}, {}, {}, metrics)
+        .Answer({path, arguments, false, {}, "something"});
   }
 
   static std::string CodeOf(const HttpAnswer& answer) { return json::parse(*answer.body)["error"]["code"]; }
@@ -100,6 +110,13 @@ TEST_F(HttpApiTest, ListsTheDevicesInTheOrderOfTheCentre) {
   EXPECT_EQ(answer.etag, probe::EtagOf(*answer.body));
 }
 
+TEST_F(HttpApiTest, HandsAScrapeOnWithWhatItAsksFor) {
+  EXPECT_EQ(Ask("/metrics").content_type, "text/plain; for=something");
+  const probe::HttpApi none({"1.2.3", 1}, plugin, centre, latest, probe::PageFiles(""));
+  EXPECT_EQ(none.Answer({"/metrics", {}}).status, 404U);
+  EXPECT_EQ(none.LookUp("/metrics"), probe::Access::kToken);
+}
+
 TEST_F(HttpApiTest, TellsHowDevicesArePolled) {
   probe::snmp::DeviceStatus good{.address = "192.0.2.1:161",
                                  .name = "switch",
@@ -138,12 +155,22 @@ TEST_F(HttpApiTest, TellsHowDevicesArePolled) {
 }
 
 TEST_F(HttpApiTest, TellsTheNewestTrafficOfOneInterface) {
-  const HttpAnswer answer = Ask("/api/traffic", {{"mac", "AA"}, {"interface", "5Ghz - Office"}});
-  EXPECT_EQ(*answer.body, R"({"mac":"AA","interface":"5Ghz - Office","input":18446744073709551615,"output":2})");
-  EXPECT_EQ(answer.caching, Caching::kNoStore);
+  const auto code = [&](const std::string& mac) {
+    return CodeOf(Ask("/api/traffic", {{"mac", mac}, {"interface", "lan"}}));
+  };
+  EXPECT_EQ(code("AA"), "invalid_mac");
+  EXPECT_EQ(code("AA:BB:CC:00:00:01"), "unknown_device");
+  centre.Replace("AA", {});
+  EXPECT_EQ(code("AA"), "unknown_interface");
   EXPECT_EQ(Ask("/api/traffic", {{"mac", "AA"}, {"interface", "lan"}}).status, 404U);
   EXPECT_EQ(CodeOf(Ask("/api/traffic", {{"mac", "AA"}})), "missing_argument");
   EXPECT_EQ(Ask("/api/traffic", {{"mac", ""}, {"interface", "x"}}).status, 400U);
+  HttpAnswer answer = Ask("/api/traffic", {{"mac", "AA"}, {"interface", "5Ghz - Office"}});
+  EXPECT_EQ(*answer.body, R"({"mac":"AA","interface":"5Ghz - Office","input":18446744073709551615,"output":2})");
+  EXPECT_EQ(answer.caching, Caching::kNoStore);
+  centre.Replace("02:00:00:00:00:0A", {});
+  answer = Ask("/api/traffic", {{"mac", "0200-0000-000a"}, {"interface", "lan"}});
+  EXPECT_EQ(*answer.body, R"({"mac":"02:00:00:00:00:0A","interface":"lan","input":3,"output":4})") << "in any notation";
 }
 
 TEST_F(HttpApiTest, GivesAReportWithWhatIsNoNumberAsNull) {
@@ -240,6 +267,24 @@ TEST_F(HttpApiTest, TellsInWhichTimeZoneItStands) {
   tzset();
 }
 
+TEST_F(HttpApiTest, TellsInWhichTimeZoneAReportIsMeant) {
+  const test::LocalZone berlin("Europe/Berlin");
+  const probe::HttpApi api({"1.2.3", 1, "Europe/Berlin"}, plugin, centre, latest, probe::PageFiles(""));
+  periods = R"({"daily": ["2026-07-01", "2026-11-15"], "weekly": ["2026-10-25/2026-10-31"]})";
+  const auto headers = [&](const std::string& type, const std::string& period) {
+    return api.Answer({"/api/v1/reports/clients", {{"type", type}, {"period", period}}}).headers;
+  };
+  using Header = std::pair<std::string, std::string>;
+  const Header zone{"vexora-time-zone", "Europe/Berlin"};
+  EXPECT_THAT(headers("daily", "2026-11-15"), ElementsAre(zone, Header("vexora-utc-offset", "3600")));
+  EXPECT_THAT(headers("daily", "2026-07-01"), ElementsAre(zone, Header("vexora-utc-offset", "7200")));
+  EXPECT_THAT(headers("weekly", "2026-10-25/2026-10-31"), ElementsAre(zone, Header("vexora-utc-offset", "7200")))
+      << "as on its first day, on which summer time ends";
+  EXPECT_THAT(headers("daily", "1999-01-01"), ::testing::IsEmpty()) << "no report";
+  EXPECT_EQ(*api.Answer({"/api/v1/reports/clients", {{"type", "daily"}, {"period", "2026-11-15"}}}).body, report);
+  EXPECT_EQ(api.Answer({"/api/v1/reports/clients/periods", {}}).headers.front(), zone);
+}
+
 TEST_F(HttpApiTest, TellsHowFarTheJournalIsReplayed) {
   probe::HistoryStatus history;
   const probe::HttpApi api({"1.2.3", 1}, plugin, centre, latest, probe::PageFiles(""), {}, [&] { return history; });
@@ -285,6 +330,55 @@ TEST_F(HttpApiTest, AsksForAMessageBeforeTheFirstPassWhenThePluginHasHistories) 
   EXPECT_EQ(passes.size(), 1U);
 }
 
+/// Gives its message at once to whoever asks for it.
+class TellingSubscriber final : public subscribes::Subscriber {
+ public:
+  using Send = std::function<void(lws* connection)>;
+  explicit TellingSubscriber(Send send) : send_(std::move(send)) {}
+
+  subscribes::ParsedRequest FilterParser(json_object* request) override { return parser.FilterParser(request); }
+  void PushDataBySID(const subscribes::SubscriptionList& subscriptions) override {
+    for (const auto& [sid, connections] : subscriptions)
+      for (const auto& [connection, filter] : connections) send_(connection);
+  }
+  test::RecordingSubscriber parser;
+
+ private:
+  const Send send_;
+};
+
+TEST_F(HttpApiTest, HasTheMessageOfOneDeviceBuiltWhenItIsAskedFor) {
+  const std::string mac = "AA:BB:CC:00:00:01";
+  centre.Replace(mac, {});
+  const std::string text = R"({"name": "TrafficMonitor", "data": {"1m": {"traffic_data": {"AA:BB:CC:00:00:01":
+      {"lan1": {"ifIndex": 1}, "lan2": {"ifIndex": 2}}}, "sid": ["latest"]}}})";
+  const auto telling = std::make_shared<TellingSubscriber>([&](lws* connection) { Push(connection, text); });
+  service.AddSubscriber("TrafficMonitor", telling);
+  const std::map<std::string, std::string> one{{"interval", "1m"}, {"mac", mac}};
+  PassWith("{}");
+  EXPECT_EQ(json::parse(*Ask("/api/v1/live/TrafficMonitor", one).body), json::parse(text));
+  EXPECT_THAT(telling->parser.Requests(),
+              ElementsAre(R"([{"sid":"latest","filter":{"interval":"1m","mac":"AA:BB:CC:00:00:01"}}])"));
+  EXPECT_TRUE(service.Subscriptions("TrafficMonitor").empty()) << "no pass builds it again";
+  auto of_interface = one;
+  of_interface["interface"] = "lan2";
+  const json kept = json::parse(*Ask("/api/v1/live/TrafficMonitor", of_interface).body);
+  EXPECT_EQ(kept["data"]["1m"]["traffic_data"], json::parse(R"({"AA:BB:CC:00:00:01": {"lan2": {"ifIndex": 2}}})"));
+  of_interface["interface"] = "lan3";
+  EXPECT_EQ(CodeOf(Ask("/api/v1/live/TrafficMonitor", of_interface)), "unknown_interface");
+}
+
+TEST_F(HttpApiTest, SaysWhatALiveTopicDoesNotTellOfOneDevice) {
+  const std::string mac = "AA:BB:CC:00:00:01";
+  centre.Replace(mac, {});
+  EXPECT_EQ(CodeOf(Ask("/api/v1/live/TrafficMonitor", {{"mac", mac}})), "nothing_yet") << "no pass";
+  EXPECT_EQ(CodeOf(Ask("/api/v1/live/TrafficMonitor", {{"mac", "AA:BB:CC:00:00:02"}})), "unknown_device");
+  EXPECT_EQ(CodeOf(Ask("/api/v1/live/HealthMonitor", {{"mac", "x"}})), "invalid_mac");
+  EXPECT_EQ(CodeOf(Ask("/api/v1/live/TrafficMonitor", {{"interface", "lan1"}})), "missing_argument");
+  EXPECT_EQ(CodeOf(Ask("/api/v1/live/HealthMonitor", {{"mac", mac}, {"interface", "lan1"}})), "unknown_filter");
+  EXPECT_EQ(CodeOf(Ask("/api/v1/live/wireless_top_monitor", {{"mac", mac}})), "unknown_filter");
+}
+
 TEST(PassTimes, KnowTheOldestPassAndTheTimesWithoutAny) {
   probe::PassTimes times;
   EXPECT_EQ(times.known_since(), std::nullopt);
@@ -318,21 +412,67 @@ TEST(PassTimes, KnowNothingFromBehindATimeLongerThanAnyHistory) {
 
 TEST_F(HttpApiTest, GuardsEverythingButItsHealthAndThePages) {
   const probe::HttpApi api({}, plugin, centre, latest, probe::PageFiles(""));
-  EXPECT_EQ(api.LookUp("/healthz").access, probe::Access::kPublic);
-  EXPECT_EQ(api.LookUp("/").access, probe::Access::kNotFound) << "no pages here";
+  EXPECT_EQ(api.LookUp("/healthz"), probe::Access::kPublic);
+  EXPECT_EQ(api.LookUp("/index.html"), probe::Access::kNotFound) << "no pages here";
   for (const auto& path : probe::HttpApi::Paths())
     if (path != "/healthz") {
-      EXPECT_EQ(api.LookUp(path).access, probe::Access::kToken) << path;
+      EXPECT_EQ(api.LookUp(path), probe::Access::kToken) << path;
     }
-  EXPECT_EQ(api.LookUp("/api/nothing").access, probe::Access::kToken) << "no telling apart without the token";
+  EXPECT_EQ(api.LookUp("/api/nothing"), probe::Access::kToken) << "no telling apart without the token";
   EXPECT_EQ(CodeOf(Ask("/api/nothing")), "not_found");
 }
 
-TEST_F(HttpApiTest, RefusesInJsonWhereProgramsAsk) {
+TEST_F(HttpApiTest, SaysThatThereIsNoDashboard) {
   const probe::HttpApi api({}, plugin, centre, latest, probe::PageFiles(""));
-  for (const auto& path : probe::HttpApi::Paths()) EXPECT_TRUE(api.LookUp(path).has_json_errors) << path;
-  EXPECT_TRUE(api.LookUp("/api/nothing").has_json_errors);
-  for (const char* path : {"/", "/api", "/healthz/", "/assets/x.js"}) EXPECT_FALSE(api.LookUp(path).has_json_errors);
+  EXPECT_EQ(api.LookUp("/"), probe::Access::kPublic);
+  const HttpAnswer answer = Ask("/");
+  EXPECT_EQ(answer.status, 503U);
+  EXPECT_EQ(CodeOf(answer), "no_dashboard");
+  EXPECT_EQ(test::SchemaViolation("problem", *answer.body), "");
+}
+
+TEST_F(HttpApiTest, AnswersAlsoAtThePathsWithoutAVersion) {
+  centre.Replace("AA", {});
+  for (const std::string path :
+       {"", "devices", "openapi.json", "schemas/ports.json", "reports/clients/periods", "nothing"}) {
+    EXPECT_EQ(*Ask("/api/" + path).body, *Ask("/api/v1/" + path).body) << path;
+    EXPECT_EQ(Ask("/api/" + path).status, path == "nothing" ? 404U : 200U) << path;
+  }
+  EXPECT_EQ(Ask("/api/v1/v1/devices").status, 404U);
+  EXPECT_EQ(Ask("/api/v2/devices").status, 404U);
+}
+
+TEST_F(HttpApiTest, ServesItsDescription) {
+  const json description = json::parse(*Ask("/api/v1/openapi.json").body);
+  EXPECT_EQ(description["paths"].size(), probe::HttpApi::Paths().size());
+  for (const auto& path : probe::HttpApi::Paths()) EXPECT_TRUE(description["paths"].contains(path)) << path;
+  std::ifstream file(VEXORA_SCHEMA_FOLDER "/ports.json");
+  EXPECT_EQ(*Ask("/api/v1/schemas/ports.json").body, std::string(std::istreambuf_iterator<char>(file), {}));
+  EXPECT_EQ(CodeOf(Ask("/api/v1/schemas/nothing.json")), "unknown_schema");
+  EXPECT_EQ(CodeOf(Ask("/api/v1/schemas/../openapi.json")), "unknown_schema");
+}
+
+TEST_F(HttpApiTest, TellsOfOneDeviceWhenOneIsAskedFor) {
+  centre.Replace("AA:BB:CC:00:00:01", {});
+  centre.Replace("AA:BB:CC:00:00:02", {});
+  const auto macs = [&](const std::string& mac) {
+    std::vector<std::string> listed;
+    const json told = json::parse(*Ask("/api/v1/devices", {{"mac", mac}}).body);
+    for (const json& device : told["devices"]) listed.push_back(device["mac"]);
+    return listed;
+  };
+  EXPECT_THAT(macs("AA:BB:CC:00:00:02"), ElementsAre("AA:BB:CC:00:00:02"));
+  EXPECT_THAT(macs("aabb-cc00-0002"), ElementsAre("AA:BB:CC:00:00:02")) << "in any notation";
+  EXPECT_EQ(macs("").size(), 2U);
+  const HttpAnswer unknown = Ask("/api/v1/devices", {{"mac", "AA:BB:CC:00:00:03"}});
+  EXPECT_EQ(unknown.status, 404U);
+  EXPECT_EQ(CodeOf(unknown), "unknown_device");
+  for (const char* wrong : {"AA", "switch", "AA:BB:CC:00:00:0G", "AA:BB:CC:00:00:01:02"}) {
+    const HttpAnswer invalid = Ask("/api/v1/devices", {{"mac", wrong}});
+    EXPECT_EQ(invalid.status, 400U);
+    EXPECT_EQ(CodeOf(invalid), "invalid_mac");
+    EXPECT_EQ(test::SchemaViolation("problem", *invalid.body), "");
+  }
 }
 
 TEST_F(HttpApiTest, HasThePathsThatItsDescriptionHas) {

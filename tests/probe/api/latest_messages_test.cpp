@@ -2,7 +2,10 @@
 
 #include <gmock/gmock.h>
 
+#include <atomic>
+#include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "monitor/engine/filter.h"
@@ -22,14 +25,15 @@ class OneText final : public subscribes::Subscriber {
     for (const auto& [sid, connections] : subscriptions) {
       for (const auto& [connection, filter] : connections) {
         ++built;
-        GetSalSendByCon()(connection, text);
+        // There is none while no server runs.
+        if (const SalSendByCon send = GetSalSendByCon(); send != nullptr) send(connection, text);
       }
     }
   }
   std::vector<std::string> Requests() const { return parser_.Requests(); }
 
   std::string text = "first";
-  int built = 0;
+  std::atomic<int> built{0};
 
  private:
   test::RecordingSubscriber parser_;
@@ -168,6 +172,27 @@ TEST_F(LatestMessagesTest, AreNoClientsAndTakeNothingFromTheirLimits) {
   EXPECT_EQ(TextOf("1m"), "first");
   auto client = Subscribed();
   ExpectServed(client);
+}
+
+TEST_F(LatestMessagesTest, AreAskedForADeviceWhileTheServerStops) {
+  ServeLive();
+  Pass();
+  std::atomic<bool> is_over{false};
+  std::atomic<int> answered{0};
+  std::vector<std::thread> workers;
+  for (int worker = 0; worker < 2; ++worker) {
+    workers.emplace_back([&] {
+      while (!is_over) {
+        if (latest.AskForDevice("TrafficMonitor", "1m", "AA:00:00:00:00:01") == "first") ++answered;
+      }
+    });
+  }
+  EXPECT_TRUE(test::Eventually([&] { return answered > 10; }));
+  server->Stop();
+  EXPECT_EQ(latest.AskForDevice("TrafficMonitor", "1m", "AA:00:00:00:00:01"), "") << "nobody is there to receive it";
+  is_over = true;
+  for (std::thread& worker : workers) worker.join();
+  EXPECT_THAT(Listeners("TrafficMonitor"), IsEmpty());
 }
 
 TEST_F(LatestMessagesTest, ComeInWithoutHarmAfterTheServerHasStopped) {

@@ -161,8 +161,9 @@ INSTANTIATE_TEST_SUITE_P(
     OneFault, UnusableCommandLine,
     ::testing::Values(Unusable{"UnknownOption", {"--frob"}, "The following argument was not expected: --frob"},
                       Unusable{"NoOption", {"probe.toml"}, "The following argument was not expected: probe.toml"},
-                      Unusable{
-                          "UnknownLevel", {"--log", "verbose"}, "--log: must be one of \"debug\", \"info\", \"error\""},
+                      Unusable{"UnknownLevel",
+                               {"--log", "verbose"},
+                               "--log: must be one of \"debug\", \"info\", \"warning\", \"error\""},
                       Unusable{"PortAboveTheRange", {"--port", "65536"}, "--port: Value 65536 not in range 0 to 65535"},
                       Unusable{"NegativePort", {"--port", "-1"}, "--port: Value -1 not in range 0 to 65535"},
                       Unusable{"NoFile", {"--config"}, "--config: 1 required FILE missing"}),

@@ -37,6 +37,8 @@ class ProbeAppTest : public ::testing::Test {
 
   std::vector<std::string> Lines() const { return log_.Texts(log::Level::kInfo); }
 
+  std::vector<std::string> Warnings() const { return log_.Texts(log::Level::kWarning); }
+
   /// Why the probe does not start with these settings; empty when it does.
   static std::string Complaint(const Settings& settings) {
     try {
@@ -138,7 +140,7 @@ TEST_F(ProbeAppTest, RunsWithoutDevicesWhenEverySourceIsSwitchedOff) {
   app.Start();
 
   EXPECT_THAT(DeviceCentre::Instance().GetOnlineManagedDevices(false), IsEmpty());
-  EXPECT_THAT(Lines(), Contains("no source is enabled: there will be no devices"));
+  EXPECT_THAT(Warnings(), Contains("no source is enabled: there will be no devices"));
 }
 
 TEST_F(ProbeAppTest, DoesNotStartWithoutThePlugIn) {

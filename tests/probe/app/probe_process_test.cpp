@@ -173,6 +173,29 @@ TEST(ProbeProcess, ReadsItsConfigurationAnewOnSighup) {
   EXPECT_EQ(probe.AwaitExit(), 0) << probe.output();
 }
 
+TEST(ProbeProcess, EndsWhenItsTerminalIsClosedAndReloadsAsLongAsItIsThere) {
+  using test::ProbeProcess;
+  const test::TestFolder folder;
+  const std::string file = folder.Write("probe.toml", "[server]\nport = 0\n");
+  ProbeProcess probe({"--config", file}, ProbeProcess::Journal::kNone, ProbeProcess::Output::kTerminal);
+  ASSERT_NE(probe.AwaitPort(), 0) << probe.output();
+  probe.Signal(SIGHUP);
+  EXPECT_TRUE(probe.AwaitOutput("the configuration has been taken over")) << probe.output();
+  probe.CloseTerminal();
+  EXPECT_EQ(probe.AwaitExit(), 0);
+}
+
+TEST(ProbeProcess, NamesAllThatIsWrongWithAConfigurationAtOnce) {
+  const test::TestFolder folder;
+  const std::string file = folder.Write("wrong.toml",
+                                        "[server]\nlisten = [\"0.0.0.0\"]\n"
+                                        "[[sources.snmp.devices]]\naddress = \"192.0.2.1\"\ncommunity = \"x\"\n"
+                                        "profile = \"no_such_profile\"\n");
+  test::ProbeProcess probe({"--check", "--config", file});
+  EXPECT_EQ(probe.AwaitExit(), 1);
+  EXPECT_THAT(probe.output(), AllOf(HasSubstr("no_such_profile"), HasSubstr("server.listen = \"0.0.0.0\" can be")));
+}
+
 TEST(ProbeProcess, EndsWithExitCode2WhenTheConfigurationCannotBeUsed) {
   const test::TestFolder folder;
   const std::string file = folder.Write("probe.toml", "[limits]\nconnections = 0\n");

@@ -15,6 +15,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <ctime>
+#include <filesystem>
 #include <functional>
 #include <nlohmann/json.hpp>
 #include <optional>
@@ -77,6 +78,17 @@ std::string DayOf(time_t at) {
   return text.data();
 }
 
+/// What a probe knew that was killed on its second day.
+struct Killed {
+  std::string yesterday;
+  json report;     ///< Of that day.
+  json last_pass;  ///< As /api/status tells it.
+  std::string output;
+
+  /// Sixty passes a second may be more than a busy disk takes, and then the log says that some are left out.
+  bool HasLeftPassesOut() const { return output.find("more are left out") != std::string::npos; }
+};
+
 class RestartedProcess : public ::testing::Test {
  protected:
   std::vector<std::string> Arguments(const std::string& more = "") const {
@@ -103,32 +115,39 @@ class RestartedProcess : public ::testing::Test {
     return false;
   }
 
+  /// Runs a probe with a new journal into its second day, and kills it.
+  void RunAndKill(Killed& killed);
+
   test::TestFolder folder_;
 };
 
-TEST_F(RestartedProcess, KnowsWhatTheKilledOneKnew) {
+void RestartedProcess::RunAndKill(Killed& killed) {
+  std::filesystem::remove_all(folder_.Path("state"));
+  ProbeProcess probe(Arguments(), ProbeProcess::Journal::kAsConfigured);
+  const int port = probe.AwaitPort();
+  ASSERT_NE(port, 0) << probe.output();
   json periods;
-  json report;
-  json last_pass;
-  std::string yesterday;
-  std::string killed_output;
-  {
-    ProbeProcess probe(Arguments(), ProbeProcess::Journal::kAsConfigured);
-    const int port = probe.AwaitPort();
-    ASSERT_NE(port, 0) << probe.output();
-    ASSERT_TRUE(Await(port, [&](const json& /*status*/) {
-      periods = Asked(port, "/api/reports/networks/periods");
-      return periods.is_object() && periods["daily"].size() == 2;
-    }));
-    yesterday = periods["daily"][0];
-    report = Asked(port, "/api/reports/networks?type=daily&period=" + yesterday);
-    last_pass = Asked(port, "/api/status")["passes"]["last"];
-    ASSERT_TRUE(AwaitJournalOf(periods["daily"][1]));
-    probe.Signal(SIGKILL);
-    EXPECT_EQ(probe.AwaitExit(), -SIGKILL);
-    killed_output = probe.output();
+  ASSERT_TRUE(Await(port, [&](const json& /*status*/) {
+    periods = Asked(port, "/api/reports/networks/periods");
+    return periods.is_object() && periods["daily"].size() == 2;
+  }));
+  killed.yesterday = periods["daily"][0];
+  killed.report = Asked(port, "/api/reports/networks?type=daily&period=" + killed.yesterday);
+  killed.last_pass = Asked(port, "/api/status")["passes"]["last"];
+  ASSERT_TRUE(AwaitJournalOf(periods["daily"][1]));
+  probe.Signal(SIGKILL);
+  EXPECT_EQ(probe.AwaitExit(), -SIGKILL);
+  killed.output = probe.output();
+}
+
+TEST_F(RestartedProcess, KnowsWhatTheKilledOneKnew) {
+  Killed killed;
+  // What was left out nobody can know: only a whole journal is looked at.
+  constexpr int kTries = 3;
+  for (int tries = 0; tries == 0 || (killed.HasLeftPassesOut() && tries < kTries); ++tries) {
+    ASSERT_NO_FATAL_FAILURE(RunAndKill(killed));
   }
-  ASSERT_TRUE(report.contains("spectrum_usage")) << report;
+  ASSERT_TRUE(killed.report.contains("spectrum_usage")) << killed.report;
 
   ProbeProcess probe(Arguments(), ProbeProcess::Journal::kAsConfigured);
   const int port = probe.AwaitPort();
@@ -141,11 +160,11 @@ TEST_F(RestartedProcess, KnowsWhatTheKilledOneKnew) {
     return false;
   }));
   EXPECT_GT(warming, 0U);
-  EXPECT_EQ(Asked(port, "/api/reports/networks?type=daily&period=" + yesterday), report) << killed_output;
+  EXPECT_EQ(Asked(port, "/api/reports/networks?type=daily&period=" + killed.yesterday), killed.report) << killed.output;
   ASSERT_TRUE(Await(port, [&](const json& status) {
     const json& last = status["passes"]["last"];
     if (last.is_number()) {
-      EXPECT_GT(last, last_pass);
+      EXPECT_GT(last, killed.last_pass);
     }
     return last.is_number();
   }));

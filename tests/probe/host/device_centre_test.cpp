@@ -1,10 +1,13 @@
 #include "platform/device_centre.h"
 #include "probe/clock/clock.h"
+#include "probe/host/client_presence.h"
 #include "probe/host/device_centre.h"
+#include "probe/host/device_details.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <string>
 
 #include "platform/configuration.h"
@@ -52,6 +55,40 @@ TEST_F(DeviceCentreTest, TakesNoRoomInTheListForDevicesThatAreGone) {
   const auto listed = centre.GetOnlineManagedDevices(true);
   EXPECT_THAT(listed, ElementsAre("0"));
   EXPECT_EQ(listed.capacity(), 1U);
+}
+
+TEST_F(DeviceCentreTest, KnowsSinceWhenClientsAreThereAndWhichNotificationsHaveEnded) {
+  probe::VirtualClock clock(1000);
+  const probe::ClockInstallation installation(clock);
+  DeviceSnapshot snapshot;
+  snapshot.details.notifications = {{.severity = probe::Severity::kAlert, .text = "hot", .since = 900}};
+  centre.Replace("A", snapshot);
+  clock.Set(1060);
+  snapshot.details.notifications.front().since = 1060;
+  records::AssocClientState client;
+  client.mac = "a";
+  snapshot.ssid_interfaces["wlan0"].clients.push_back(client);
+  centre.Hold();
+  centre.Replace("A", snapshot);
+  EXPECT_THAT(centre.ClientsOf("A"), IsEmpty()) << "it is held";
+  clock.Set(1070);
+  snapshot.details.notifications.clear();
+  centre.Replace("A", snapshot);
+  centre.Release();
+  EXPECT_EQ(centre.ClientsOf("A").at("a"), (probe::Presence{1060, false}));
+  ASSERT_EQ(centre.PastNotifications().size(), 1U);
+  EXPECT_EQ(centre.PastNotifications().front().notification.since, 900);
+  EXPECT_EQ(centre.PastNotifications().front().until, 1070);
+  centre.Forget("A");
+  EXPECT_THAT(centre.ClientsOf("A"), IsEmpty());
+  EXPECT_THAT(centre.PastNotifications(), IsEmpty());
+}
+
+TEST_F(DeviceCentreTest, NotesNothingOfASnapshotThatIsNoReading) {
+  DeviceSnapshot snapshot;
+  snapshot.ssid_interfaces["wlan0"].clients.emplace_back();
+  centre.ReplaceWith("A", std::make_shared<const DeviceSnapshot>(snapshot));
+  EXPECT_THAT(centre.ClientsOf("A"), IsEmpty());
 }
 
 TEST_F(DeviceCentreTest, LeavesOfflineDevicesOutOfTheOnlineList) {

@@ -31,6 +31,20 @@ TEST(Log, KeepsLevelModuleAndText) {
                                        LogLine{Level::kError, 0, "e"}));
 }
 
+TEST(Log, CountsTheLinesThatAreWrittenByLevel) {
+  const LogCapture log;
+  const auto written = [](Level level) { return probe::log::LinesWritten(level); };
+  const auto infos = written(Level::kInfo);
+  const auto errors = written(Level::kError);
+  probe::log::Info("a");
+  pel_log_error(2, "b");
+  probe::log::SetLevel(Level::kError);
+  probe::log::Info("c");
+  probe::log::Error("d");
+  EXPECT_EQ(written(Level::kInfo) - infos, 1U);
+  EXPECT_EQ(written(Level::kError) - errors, 2U);
+}
+
 TEST(Log, DropsWhatIsBelowTheLevel) {
   const LogCapture log;
   probe::log::SetLevel(Level::kError);
@@ -67,8 +81,9 @@ TEST(Log, LeavesOutLinesOfThePluginBeyondItsBudgetAndCountsThem) {
   probe::log::LimitPlugin(std::nullopt);
   EXPECT_EQ(log.Texts(Level::kError, "rogue").size(), 100U);
   EXPECT_THAT(log.Texts(Level::kInfo, "information"), IsEmpty());
-  EXPECT_THAT(log.Texts(Level::kInfo), ElementsAre("[Log] 1 lines of the plug-in were left out: they came too fast",
-                                                   "[Log] 900 lines of the plug-in were left out: they came too fast"))
+  EXPECT_THAT(log.Texts(Level::kWarning),
+              ElementsAre("[Log] 1 lines of the plug-in were left out: they came too fast",
+                          "[Log] 900 lines of the plug-in were left out: they came too fast"))
       << "at once, then once a minute, and the rest at the end";
   EXPECT_THAT(log.Texts(Level::kError, "itself"), ElementsAre("of the probe itself"));
 }

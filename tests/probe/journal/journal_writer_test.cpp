@@ -16,6 +16,7 @@
 #include <filesystem>
 #include <fstream>
 #include <memory>
+#include <numeric>
 #include <string>
 #include <system_error>
 #include <thread>
@@ -167,6 +168,33 @@ TEST_F(JournalWriterTest, HasEachPassInItsFileWhenTheNextOneBegins) {
   }
 }
 
+TEST_F(JournalWriterTest, CountsEntriesAndTheOctetsOnTheDisk) {
+  Pass(*Writer(), kStart);
+  const auto on_disk = [this] {
+    std::uint64_t octets = 0;
+    for (const auto& file : std::filesystem::directory_iterator(path_)) {
+      if (file.path().extension() == ".journal") octets += file.file_size();
+    }
+    return octets;
+  };
+  const std::uint64_t before = on_disk();
+  const auto writer = Writer();
+  EXPECT_EQ(writer->counts().size_octets, before) << "what earlier runs left";
+  for (const time_t later : {60, 120, 180}) Pass(*writer, kStart + later, 1000);
+  writer->OnCleanUp("A");
+  writer->Flush();
+  const probe::journal::JournalCounts counts = writer->counts();
+  EXPECT_EQ(counts.entries, 4U);
+  EXPECT_EQ(counts.failed_passes + counts.left_out_passes, 0U);
+  EXPECT_EQ(counts.waiting, 0U);
+  EXPECT_EQ(counts.size_octets, on_disk());
+  EXPECT_EQ(counts.written_octets, on_disk() - before);
+  EXPECT_GT(counts.written_octets, 3000U);
+  const auto classes = counts.write_durations.counts();
+  EXPECT_EQ(std::accumulate(classes.begin(), classes.end(), 0U), 4U);
+  EXPECT_GT(counts.write_durations.sum_seconds(), 0);
+}
+
 TEST_F(JournalWriterTest, KeepsFolderAndFilesForTheirOwner) {
   const auto writer = Writer();
   Pass(*writer, kStart);
@@ -287,6 +315,8 @@ TEST_F(JournalWriterTest, WritesCleanUpsInTurnAlsoThoseThatTheDiskDidNotTake) {
   Pass(*writer, kStart + 120);
   const auto entries = Entries();
   ASSERT_THAT(entries, SizeIs(4));
+  EXPECT_EQ(writer->counts().entries, 4U);
+  EXPECT_EQ(writer->counts().failed_passes, 1U) << "the clean-up was written later";
   EXPECT_EQ(std::get<CleanUpEntry>(entries[2]).mac, "B");
   EXPECT_EQ(std::get<PassEntry>(entries[3]).at, kStart + 120);
 }
@@ -303,13 +333,27 @@ TEST_F(JournalWriterTest, SaysWithAFewPassesThatTheDiskHangs) {
     HangingDisk::Await([&] { return std::chrono::steady_clock::now() - begin > std::chrono::milliseconds(1100); });
     writer->OnPassBegins(at += 60);
     EXPECT_TRUE(writer->is_failing());
-    EXPECT_THAT(log_.Texts(probe::log::Level::kError, "the disk does not keep up"), SizeIs(1));
+    EXPECT_THAT(log_.Texts(probe::log::Level::kWarning, "the disk does not keep up"), SizeIs(1));
   }
   writer->Flush();
   EXPECT_FALSE(writer->is_failing());
   EXPECT_THAT(log_.Texts(probe::log::Level::kInfo, "the disk keeps up again"), SizeIs(1));
   EXPECT_EQ(Passes().back(), at) << "nothing is lost";
   EXPECT_THAT(Passes(), SizeIs(6));
+}
+
+TEST_F(JournalWriterTest, CountsThePassesForWhichThereIsNoRoom) {
+  constexpr std::uint64_t kPasses = 80;
+  const auto writer = Writer();
+  {
+    const HangingDisk hanging;
+    for (std::uint64_t pass = 1; pass <= kPasses; ++pass) writer->OnPassBegins(kStart + static_cast<time_t>(pass) * 60);
+    EXPECT_GE(writer->counts().left_out_passes, kPasses - 65) << "64 wait, and one may be written";
+  }
+  writer->Flush();
+  const probe::journal::JournalCounts counts = writer->counts();
+  EXPECT_EQ(counts.entries + counts.left_out_passes, kPasses);
+  EXPECT_THAT(Passes(), SizeIs(counts.entries));
 }
 
 TEST_F(JournalWriterTest, DoesNotWaitForAHangingDiskWhenItCloses) {

@@ -193,7 +193,8 @@ TEST(SnapshotDelta, GivesTheFreshValuesOfItsFormatVersion) {
       .health_level = 0,
       .notifications = {.info = 0, .warning = 0, .alert = 0},
       .credential_json = "",
-      .ssid_config = {{"net", records::SSIDCfg{.name = "", .security_mode = records::SecModeType{0}, .guest = false}}}};
+      .ssid_config = {{"net", records::SSIDCfg{.name = "", .security_mode = records::SecModeType{0}, .guest = false}}},
+      .details = {}};
   EXPECT_TRUE(AreSame(read, expected)) << Described(read) << Described(expected);
 }
 

@@ -296,7 +296,7 @@ TEST_F(WarmStartTest, LeavesTheOldestOutThatTakeTooLong) {
   for (const auto& segment : segments) largest = std::max(largest, segment.size);
   std::ofstream(path_ + "/replay-pace") << 0.9e6 / static_cast<double>(largest);
   WarmStart warm(Plan(2s), DeviceCentre::Instance());
-  EXPECT_THAT(log_.Texts(probe::log::Level::kInfo, "the oldest 2 of 4 segments are left out"), SizeIs(1));
+  EXPECT_THAT(log_.Texts(probe::log::Level::kWarning, "the oldest 2 of 4 segments are left out"), SizeIs(1));
   Warm(warm);
   ASSERT_THAT(replayed_, SizeIs(100));
   EXPECT_EQ(replayed_.front(), 30'000);

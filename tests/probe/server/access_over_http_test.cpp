@@ -193,6 +193,21 @@ TEST_F(LoginTest, LetsAPageOfAnAllowedOriginInByItsFirstMessage) {
   EXPECT_THAT(Ask(page, R"({"token":"open sesame"})"), HasSubstr("unknown_message")) << "once";
 }
 
+TEST_F(LoginTest, IsLookedAtAlsoWhenOthersOfItsAddressHaveUsedUpItsRate) {
+  settings.limits.messages_per_second = 1;
+  Serve();
+  probe::ClientOptions options = Options();
+  options.headers["Authorization"] = "Bearer open sesame";
+  std::string answer;
+  for (int number = 0; number < 200 && answer.find("All connections of one address") == std::string::npos; ++number) {
+    probe::WebsocketClient other(options);
+    answer = Ask(other, "{}");
+  }
+  EXPECT_THAT(answer, HasSubstr("too_fast"));
+  auto page = Page();
+  EXPECT_EQ(Ask(page, R"({"token":"open sesame"})"), R"({"logged_in":true})");
+}
+
 TEST_F(LoginTest, ServesNothingBefore) {
   Serve();
   for (const std::string& first : {test::SubscribeText({"a"}), std::string("{}"), std::string(R"({"token":7})"),

@@ -12,6 +12,7 @@
 #include "probe/host/subscription_service.h"
 #include "probe/server/http/http_message.h"
 #include "probe/server/net/server_settings.h"
+#include "probe/server/server_counts.h"
 #include "probe/server/websocket/message_router.h"
 #include "probe/server/websocket/outbox.h"
 #include "probe/server/websocket/push_budget.h"
@@ -55,7 +56,8 @@ class ConnectionManagerTest : public ::testing::Test {
     settings.limits.connections = 1;
     manager = std::make_unique<probe::ConnectionManager>(
         loop, settings, 8765, service, router, std::make_shared<probe::PushBudget>(settings.limits),
-        std::make_shared<probe::QueueTotal>(settings.limits.all_queues_bytes), probe::HttpService{});
+        std::make_shared<probe::QueueTotal>(settings.limits.all_queues_bytes), std::make_shared<probe::ServerCounts>(),
+        probe::HttpService{});
   }
 
   /// Serves a client until its connection has ended, and gives what it was sent.

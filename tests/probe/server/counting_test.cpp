@@ -6,6 +6,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "probe/host/connection_id.h"
 #include "probe/server/net/address_rates.h"
@@ -135,16 +136,58 @@ TEST_F(RateLimiterTest, HasAnAddressSendNoMoreThanAFewConnections) {
 TEST_F(RateLimiterTest, ForgetsAddressesThatAreQuiet) {
   using probe::AddressRatesRegister;
   AddressRatesRegister addresses{probe::ServerLimits()};
-  const auto busy = addresses.Of("busy", begin);
-  while (busy->messages.SpendOne(begin)) continue;
-  for (std::size_t number = 0; number < AddressRatesRegister::kMaxGroups - 1; ++number)
+  while (addresses.Of("busy", begin)->messages.SpendOne(begin)) continue;
+  const auto connected = addresses.Of("connected", begin);
+  for (std::size_t number = 0; number < AddressRatesRegister::kMaxGroups - 2; ++number)
     EXPECT_TRUE(addresses.Of(std::to_string(number), begin)->messages.SpendOne(begin));
+  EXPECT_EQ(addresses.size(), AddressRatesRegister::kMaxGroups);
   addresses.Of("one more", begin);
-  EXPECT_EQ(addresses.size(), AddressRatesRegister::kMaxGroups) << "all have sent something lately";
-  EXPECT_EQ(addresses.Of("busy", begin), busy) << "who has sent the most is forgotten last";
-  addresses.Of("another", begin + 10s);
-  EXPECT_LE(addresses.size(), 2U);
-  EXPECT_EQ(addresses.Of("busy", begin), busy) << "somebody has it";
+  EXPECT_LE(addresses.size(), AddressRatesRegister::kMaxGroups) << "all have sent something lately";
+  EXPECT_FALSE(addresses.Of("busy", begin)->messages.SpendOne(begin)) << "who has sent the most is remembered";
+  EXPECT_EQ(addresses.Of("connected", begin), connected) << "somebody has it";
+}
+
+TEST_F(RateLimiterTest, RemembersAllAddressesWithAConnection) {
+  using probe::AddressRatesRegister;
+  AddressRatesRegister addresses{probe::ServerLimits()};
+  std::vector<std::shared_ptr<probe::AddressRates>> connected;
+  for (std::size_t number = 0; number < AddressRatesRegister::kMaxGroups + 10; ++number)
+    connected.push_back(addresses.Of(std::to_string(number), begin));
+  EXPECT_EQ(addresses.Of("0", begin), connected.front());
+  EXPECT_EQ(addresses.size(), connected.size());
+  connected.clear();
+  for (std::size_t number = 0; number < 3 * AddressRatesRegister::kMaxGroups; ++number)
+    addresses.Of("next" + std::to_string(number), begin);
+  EXPECT_LE(addresses.size(), 2 * (AddressRatesRegister::kMaxGroups + 10));
+}
+
+TEST_F(RateLimiterTest, LeavesAPartOfAnAddressToConnectionsWithFewRequests) {
+  probe::ServerLimits limits;
+  limits.messages_per_second = 20;
+  probe::AddressRatesRegister addresses(limits);
+  const auto address = addresses.Of("192.0.2.1", begin);
+  using Limit = probe::RequestRates::Limit;
+  int accepted = 0;
+  for (int connection = 0; connection < 18; ++connection) {
+    probe::RequestRates flood(limits, address, begin);
+    for (int number = 0; number < 20; ++number) accepted += flood.Count(true, begin) == Limit::kNone ? 1 : 0;
+  }
+  EXPECT_GE(accepted, 16 * 20 * 3 / 4);
+  EXPECT_LT(accepted, 16 * 20 - 5) << "some is left";
+  probe::RequestRates quiet(limits, address, begin);
+  for (int number = 0; number < 5; ++number) EXPECT_EQ(quiet.Count(true, begin), Limit::kNone) << number;
+  EXPECT_EQ(quiet.Count(true, begin), Limit::kAddress) << "no longer one of those that send few";
+}
+
+TEST_F(RateLimiterTest, TakesNothingFromThoseWithTheTokenForThoseWithout) {
+  probe::ServerLimits limits;
+  limits.messages_per_second = 2;
+  probe::AddressRatesRegister addresses(limits);
+  const auto address = addresses.Of("192.0.2.1", begin);
+  using Limit = probe::RequestRates::Limit;
+  for (int number = 0; number < 100; ++number) probe::RequestRates(limits, address, begin).Count(false, begin);
+  EXPECT_EQ(probe::RequestRates(limits, address, begin).Count(false, begin), Limit::kAddress);
+  EXPECT_EQ(probe::RequestRates(limits, address, begin).Count(true, begin), Limit::kNone);
 }
 
 class SubscriptionLimitsTest : public ::testing::Test {

@@ -133,4 +133,62 @@ TEST_F(FairnessTest, AnswersAQuietClientWhileOthersOfItsAddressFlood) {
   for (std::thread& flood : floods) flood.join();
 }
 
+TEST_F(FairnessTest, LetsNewConnectionsAskWhileOthersOfTheirAddressUseUpItsRate) {
+  settings.limits.messages_per_second = 10;
+  ServeBodies([](const std::string&) { return probe::Access::kPublic; });
+  Serve();
+  const std::string request = "HEAD /x HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(server->port()) + "\r\n\r\n";
+  const auto is_answered = [&](test::RawClient& client) {
+    client.Send(request);
+    return client.ReadHead().starts_with("HTTP/1.1 200 ");
+  };
+  std::atomic<bool> is_over{false};
+  std::atomic<int> refused{0};
+  std::vector<std::jthread> others;
+  for (int number = 0; number < 4; ++number) {
+    others.emplace_back([&] {
+      while (!is_over) {
+        test::RawClient client(server->port());
+        while (!is_over && is_answered(client)) std::this_thread::sleep_for(20ms);
+        if (!is_over) ++refused;
+        std::this_thread::sleep_for(200ms);
+      }
+    });
+  }
+  EXPECT_TRUE(test::Eventually([&] { return refused > 20; })) << "all that they may send at once is used up";
+  for (int number = 0; number < 20; ++number) {
+    test::RawClient client(server->port());
+    EXPECT_TRUE(is_answered(client)) << number;
+    std::this_thread::sleep_for(100ms);
+  }
+  is_over = true;
+}
+
+TEST_F(FairnessTest, AnswersWhoHasTheTokenWhileOthersOfItsAddressAskWithout) {
+  settings.token = "open sesame";
+  settings.limits.messages_per_second = 1;
+  ServeBodies(
+      [](const std::string& path) { return path == "/public" ? probe::Access::kPublic : probe::Access::kToken; });
+  Serve();
+  const auto status_of = [&](const std::string& path, const std::string& token) {
+    test::RawClient client(server->port());
+    client.Send("HEAD " + path + " HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(server->port()) +
+                (token.empty() ? "" : "\r\nAuthorization: Bearer " + token) + "\r\n\r\n");
+    return client.ReadHead().substr(9, 3);
+  };
+  const auto use_up = [&] {
+    for (int number = 0; number < 1'000; ++number)
+      if (status_of("/guarded", "") == "429") return true;
+    return false;
+  };
+  ASSERT_TRUE(use_up());
+  EXPECT_EQ(status_of("/guarded", "open sesame"), "200");
+  int refused = 0;
+  for (int number = 0; number < 20 && refused == 0; ++number) {
+    ASSERT_TRUE(use_up());
+    if (status_of("/public", "open sesame") == "429") ++refused;
+  }
+  EXPECT_EQ(refused, 1) << "a path for everybody tells nothing of the token";
+}
+
 }  // namespace

@@ -26,10 +26,10 @@ using ::testing::StartsWith;
 class HttpRequestTest : public test::Served {
  protected:
   HttpRequestTest() {
-    http.look_up = [](const std::string& path) -> probe::PathInfo {
-      if (path == "/page") return {probe::Access::kPublic, false};
-      if (path.starts_with("/api/")) return {probe::Access::kToken, true};
-      return {};
+    http.look_up = [](const std::string& path) -> probe::Access {
+      if (path == "/page") return probe::Access::kPublic;
+      if (path.starts_with("/api/")) return probe::Access::kToken;
+      return probe::Access::kNotFound;
     };
     http.answer = [this](const probe::HttpRequest& request) { return AnswerOf(request); };
   }
@@ -61,6 +61,7 @@ class HttpRequestTest : public test::Served {
       answer.caching = probe::Caching::kRevalidate;
       answer.etag = "\"tag\"";
     }
+    if (request.path == "/api/headed") answer.headers = {{"vexora-time-zone", "Europe/Berlin"}};
     if (request.path == "/api/slow") {
       ++slow_requests;
       opened_.wait();
@@ -116,6 +117,28 @@ TEST_F(HttpRequestTest, TellsOnlyTheHeadWhenNoMoreIsAskedFor) {
   EXPECT_THAT(Get("/api/large", "", "HEAD"), AllOf(HasSubstr("content-length: 3000000\r\n"), EndsWith("\r\n\r\n")));
 }
 
+TEST_F(HttpRequestTest, GetsALargeTextCompressedWhenItTakesThat) {
+  Serve();
+  const std::string taken = Get("/api/large", "Accept-Encoding: gzip, br;q=0.5\r\n");
+  EXPECT_THAT(taken, AllOf(StartsWith("HTTP/1.1 200 "), HasSubstr("content-encoding: gzip\r\n"),
+                           HasSubstr("vary: Origin, Accept-Encoding\r\n"), HasSubstr("\r\n\r\n\x1f\x8b")));
+  EXPECT_LT(taken.size(), 100'000U);
+  const std::string head = Get("/api/large", "Accept-Encoding: gzip\r\n", "HEAD");
+  EXPECT_EQ(head, taken.substr(0, taken.find("\r\n\r\n") + 4)) << "as that of GET, and no more";
+  EXPECT_THAT(Get("/api/large", "Accept-Encoding: gzip;q=0\r\n"), Not(HasSubstr("content-encoding")));
+  EXPECT_THAT(Get("/api/x", "Accept-Encoding: gzip\r\n"),
+              AllOf(Not(HasSubstr("content-encoding")), HasSubstr("vary: ")));
+}
+
+TEST_F(HttpRequestTest, IsToldWhichHeadersAForeignPageMayRead) {
+  settings.allowed_origins = {"https://elsewhere.example"};
+  Serve();
+  EXPECT_THAT(Get("/api/headed", "Origin: https://elsewhere.example\r\n"),
+              AllOf(HasSubstr("vexora-time-zone: Europe/Berlin\r\n"),
+                    HasSubstr("access-control-expose-headers: etag, vexora-time-zone\r\n")));
+  EXPECT_THAT(Get("/api/headed"), Not(HasSubstr("access-control")));
+}
+
 TEST_F(HttpRequestTest, IsNotSentAgainWhatTheClientHas) {
   Serve();
   EXPECT_THAT(Get("/api/tagged"), AllOf(StartsWith("HTTP/1.1 200 "), HasSubstr("etag: \"tag\"\r\n"),
@@ -130,11 +153,12 @@ TEST_F(HttpRequestTest, GetsAnAnswerThatIsLargerThanAnyBuffer) {
   EXPECT_THAT(Get("/api/large"), EndsWith("\r\n\r\n" + std::string(3'000'000, 'x')));
 }
 
-TEST_F(HttpRequestTest, IsRefusedInJsonBelowTheInterfaceOfPrograms) {
+TEST_F(HttpRequestTest, IsRefusedWithAProblemThatProgramsCanRead) {
   Serve();
   EXPECT_THAT(Get("/api/x", "", "POST"),
-              AllOf(StartsWith("HTTP/1.1 405 "), HasSubstr("allow: GET, HEAD\r\n"), HasSubstr("method_not_allowed")));
-  EXPECT_THAT(Get("/page", "", "DELETE"), AllOf(StartsWith("HTTP/1.1 405 "), HasSubstr("text/plain")));
+              AllOf(StartsWith("HTTP/1.1 405 "), HasSubstr("allow: GET, HEAD\r\n"),
+                    HasSubstr("content-type: application/problem+json\r\n"), HasSubstr("method_not_allowed")));
+  EXPECT_THAT(Get("/page", "", "DELETE"), AllOf(StartsWith("HTTP/1.1 405 "), HasSubstr("application/problem+json")));
   EXPECT_THAT(Get("/api/x", "Content-Length: 3\r\n"), AllOf(StartsWith("HTTP/1.1 400 "), HasSubstr("bad_request")));
   EXPECT_THAT(Get("/api/x", "Transfer-Encoding: chunked\r\n"), StartsWith("HTTP/1.1 400 "));
   EXPECT_THAT(Get("/nothing"), StartsWith("HTTP/1.1 404 "));

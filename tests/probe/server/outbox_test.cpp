@@ -1,4 +1,5 @@
 #include "probe/server/websocket/outbox.h"
+#include "probe/server/server_counts.h"
 
 #include <gmock/gmock.h>
 
@@ -155,6 +156,31 @@ TEST(QueueTotal, CountsWhatSeveralShareOnceAndWhatIsBeingWrittenToo) {
   const auto sending = first.Take();
   second.Close();
   EXPECT_EQ(total->octets(), 5U);
+}
+
+TEST(QueueTotal, CountsWhatBecameOfEachMessage) {
+  const auto total = std::make_shared<probe::QueueTotal>(100);
+  const probe::MessageCounts& counts = total->counts();
+  Outbox outbox(2, 1000, total);
+  outbox.Put(Envelope("T", R"("a")", "1"), Kind::kPush);
+  outbox.Put(Envelope("T", R"("a")", "2"), Kind::kPush);
+  EXPECT_EQ(counts.superseded, 1U);
+  outbox.Put("1", Kind::kReply);
+  outbox.Put("2", Kind::kReply);
+  EXPECT_EQ(counts.queue_full, 1U);
+  EXPECT_NE(outbox.Take(), nullptr);
+  EXPECT_EQ(counts.sent, 0U) << "it is being written";
+  EXPECT_NE(outbox.Take(), nullptr);
+  EXPECT_EQ(counts.sent, 1U);
+  outbox.Put("3", Kind::kReply);
+  Outbox fuller(2, 1000, total);
+  fuller.Put(std::string(90, '4'), Kind::kReply);
+  fuller.Put(std::string(90, '5'), Kind::kReply);
+  EXPECT_EQ(counts.queues_full, 1U);
+  outbox.Close();
+  EXPECT_EQ(counts.disconnected, 2U) << "one that was being written, one that waited";
+  outbox.Put("6", Kind::kReply);
+  EXPECT_EQ(counts.disconnected, 3U);
 }
 
 TEST(QueueTotal, HasEachOutboxThatLosesSaySoOnce) {

@@ -70,6 +70,11 @@ TEST_F(ProbeWatchTest, TakesTheTokenFromAFileOrTheEnvironment) {
     EXPECT_THAT(Run(command).text, HasSubstr("unknown_topic")) << command;
   }
   EXPECT_EQ(Run(Command("--token-file /no/such/file Topic")).status, 2);
+  const std::string crlf = folder.Write("crlf", "secret\r\n");
+  EXPECT_THAT(Run("VEXORA_TOKEN=other " + Command("--token-file " + crlf + " Weather")).text,
+              HasSubstr("unknown_topic"))
+      << "the command line comes first";
+  EXPECT_THAT(Run("VEXORA_TOKEN=other " + Command("--token secret Weather")).text, HasSubstr("unknown_topic"));
 }
 
 TEST_F(ProbeWatchTest, ConnectsAgainWhenItShallAndTheProbeIsBack) {
@@ -94,7 +99,43 @@ TEST_F(ProbeWatchTest, DoesNotAskAgainWhatWasRefused) {
   Serve();
   EXPECT_EQ(Run(Command("--retry Topic")).status, 1);
   EXPECT_EQ(Run(Command("--retry --token secret Weather")).status, 1);
-  EXPECT_EQ(Run(PROBE_WATCH " --retry --url http://127.0.0.1 Topic").status, 1);
+}
+
+TEST_F(ProbeWatchTest, EndsWith2WhenTheCommandLineCannotBeUsed) {
+  Serve();
+  for (const std::string& command :
+       {std::string(PROBE_WATCH " --retry --url http://127.0.0.1 Topic 2>&1"), Command("Topic '{\"sid\":\"a\"}'"),
+        Command("Topic '[{'"), Command("--token-file /dev/null Topic"),
+        Command("--token a --token-file /dev/null Topic"), Command("--count x Topic"), Command("")}) {
+    const Outcome outcome = Run(command);
+    EXPECT_EQ(outcome.status, 2) << command << ": " << outcome.text;
+    EXPECT_NE(outcome.text, "") << command;
+  }
+}
+
+TEST_F(ProbeWatchTest, WarnsOfWhatTheTopicDoesNotKnow) {
+  Serve();
+  const Outcome outcome = Run(Command(R"(TrafficMonitor '[{"sid":"a","filter":{"intervall":"1m","interval":"2m"}}]')"));
+  EXPECT_THAT(outcome.text, HasSubstr("probe-watch: warning: request[0].filter.intervall: "));
+  EXPECT_THAT(outcome.text, HasSubstr("probe-watch: warning: request[0].filter.interval: there is no \"2m\", only "));
+  EXPECT_THAT(outcome.text, HasSubstr("unknown_topic")) << "the probe is asked all the same";
+}
+
+TEST_F(ProbeWatchTest, TellsAWrongAddressFromAWrongCertificate) {
+  ServeOverTls();
+  const std::string port = std::to_string(server->port());
+  const std::string former = settings.tls_certificate;
+  const auto watch = [&](const std::string& host, const std::string& certificate) {
+    return Run(PROBE_WATCH " --url wss://" + host + ":" + port + " --certificate " + certificate + " Topic 2>&1").text;
+  };
+  // 127.0.0.2 reaches no listener; the certificate holds 127.0.0.1 and no other address.
+  EXPECT_THAT(watch("127.0.0.2", former), HasSubstr("cannot connect: "));
+  EXPECT_THAT(watch("127.0.0.1", "/dev/null"), HasSubstr("no certificate can be read from /dev/null"));
+  RenewCertificate();
+  EXPECT_THAT(watch("127.0.0.1", settings.tls_certificate),
+              HasSubstr("the certificate of 127.0.0.1:" + port + " is not trusted: "));
+  EXPECT_THAT(watch("localhost", former),
+              HasSubstr("the certificate of localhost:" + port + " is not for the address \"localhost\""));
 }
 
 TEST_F(ProbeWatchTest, EndsWithAnErrorWhenTheProbeStops) {

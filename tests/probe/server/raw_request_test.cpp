@@ -36,15 +36,8 @@ std::string NameOfRequest(const ::testing::TestParamInfo<RawRequest>& info) {
 class RawRequestTest : public test::Served, public ::testing::WithParamInterface<RawRequest> {
  protected:
   RawRequestTest() {
-    http.look_up = [](const std::string& path) {
-      return probe::PathInfo{path == "/api/x" ? probe::Access::kPublic : probe::Access::kNotFound,
-                             path.starts_with("/api/")};
-    };
-    http.answer = [](const probe::HttpRequest&) {
-      probe::HttpAnswer answer;
-      answer.body = std::make_shared<const std::string>("body");
-      return answer;
-    };
+    ServeBodies(
+        [](const std::string& path) { return path == "/api/x" ? probe::Access::kPublic : probe::Access::kNotFound; });
   }
 
   std::string Filled(std::string octets) const {
@@ -53,10 +46,13 @@ class RawRequestTest : public test::Served, public ::testing::WithParamInterface
       for (auto at = octets.find(what); at != std::string::npos; at = octets.find(what, at + with.size()))
         octets.replace(at, what.size(), with);
     };
-    fill("{H}", "Host: 127.0.0.1:{P}\r\n");
+    fill("{H}", "Host: 127.0.0.1:{P}\r\n" + forwarded_);
     fill("{P}", port);
     return octets;
   }
+
+  /// What a proxy adds to each request.
+  std::string forwarded_;
 
   /// Sends the request, and expects its answers.
   void ExpectItsStatus(test::RawClient& client);
@@ -82,6 +78,15 @@ TEST_P(RawRequestTest, GetsTheSameOverTls) {
   ServeOverTls();
   test::RawClient client(server->port());
   client.StartTls();
+  ExpectItsStatus(client);
+}
+
+TEST_P(RawRequestTest, GetsTheSameThroughATrustedProxy) {
+  settings.trusted_proxies = {"127.0.0.1"};
+  forwarded_ = "X-Forwarded-For: 203.0.113.9, 192.0.2.7\r\n";
+  settings.limits.connections_per_address = 1;  // which the bystander has, whom no proxy names
+  Serve();
+  test::RawClient client(server->port());
   ExpectItsStatus(client);
 }
 

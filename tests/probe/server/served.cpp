@@ -67,6 +67,15 @@ Served::Served() {
   service.AddSubscriber("Topic", subscriber);
 }
 
+void Served::ServeBodies(std::function<probe::Access(const std::string& path)> look_up) {
+  http.look_up = std::move(look_up);
+  http.answer = [](const probe::HttpRequest&) {
+    probe::HttpAnswer answer;
+    answer.body = std::make_shared<const std::string>("body");
+    return answer;
+  };
+}
+
 void Served::Serve() {
   server = std::make_unique<probe::WebServer>(settings, service, http);
   server->Start();

@@ -53,6 +53,8 @@ class Served : public ::testing::Test {
   probe::ServerSettings settings;
   /// What it serves over plain HTTP; empty: nothing.
   probe::HttpService http;
+  /// Has it serve "body" at every path, for which `look_up` tells who may ask.
+  void ServeBodies(std::function<probe::Access(const std::string& path)> look_up);
 
   probe::ClientOptions Options() const;
   probe::WebsocketClient Connect() const { return probe::WebsocketClient(Options()); }

@@ -24,10 +24,17 @@ TEST(TokenGuard, BlocksAnAddressAfterTenWrongTokensForTheRestOfTheMinute) {
 TEST(TokenGuard, RemembersSoManyAddressesOnly) {
   TokenGuard guard;
   const auto begin = TokenGuard::Clock::now();
-  for (int number = 0; number < 10; ++number) guard.NoteWrong("newest", begin + 1s);
-  for (std::size_t number = 0; number < 2 * TokenGuard::kMaxGroups; ++number)
-    guard.NoteWrong(std::to_string(number), begin);
-  EXPECT_NE(guard.BlockedFor("newest", begin + 2s), std::nullopt) << "others began before";
+  for (int number = 0; number < 10; ++number) guard.NoteWrong("oldest", begin);
+  for (std::size_t number = 0; number < TokenGuard::kMaxGroups; ++number)
+    guard.NoteWrong(std::to_string(number), begin + 1s);
+  EXPECT_EQ(guard.BlockedFor("oldest", begin + 1s), std::nullopt);
+  for (int number = 0; number < 10; ++number) guard.NoteWrong("newest", begin + 2s);
+  for (std::size_t number = 0; number < TokenGuard::kMaxGroups - 1; ++number)
+    guard.NoteWrong("other" + std::to_string(number), begin + 2s);
+  EXPECT_NE(guard.BlockedFor("newest", begin + 3s), std::nullopt) << "others began before";
+  for (int number = 0; number < 10; ++number) guard.NoteWrong("later", begin + 70s);
+  EXPECT_EQ(guard.BlockedFor("later", begin + 70s), 60s);
+  EXPECT_EQ(guard.BlockedFor("newest", begin + 70s), std::nullopt);
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "probe/server/server_counts.h"
 #include "tests/probe/server/raw_client.h"
 #include "tests/probe/server/served.h"
 
@@ -42,6 +43,24 @@ TEST_F(WebServerTest, PushesAMessageToItsConnectionOnly) {
   Push(Handles("b").front(), Envelope("b", 2));
   EXPECT_EQ(Next(first), Envelope("a", 1));
   EXPECT_EQ(Next(second), Envelope("b", 2));
+}
+
+TEST_F(WebServerTest, CountsConnectionsSubscriptionsAndFilters) {
+  Serve();
+  const probe::ServerCounts& counts = server->counts();
+  {
+    auto first = Connect();
+    EXPECT_THAT(Ask(first, SubscribeText({"a", "b"}, true)), HasSubstr("subscribed"));
+    auto second = Subscribed("a");
+    test::RawClient waiting(server->port());
+    EXPECT_TRUE(Eventually([&] { return counts.websockets == 2U && counts.http_connections == 1U; }));
+    EXPECT_TRUE(Eventually([&] { return counts.subscriptions == 3U; }));
+    EXPECT_EQ(counts.filters, 3U);
+    EXPECT_THAT(Ask(first, R"({"unsubscribe":{"topic":"Topic","sid":"a"}})"), HasSubstr("unsubscribed"));
+    EXPECT_TRUE(Eventually([&] { return counts.subscriptions == 2U; }));
+  }
+  EXPECT_TRUE(Eventually([&] { return counts.websockets + counts.http_connections == 0U; }));
+  EXPECT_EQ(counts.subscriptions + counts.filters, 0U);
 }
 
 TEST_F(WebServerTest, ServesBothLoopbackAddressesUnderOnePort) {

@@ -8,6 +8,7 @@
 #include <sstream>
 #include <string>
 
+#include "probe/settings/log_levels.h"
 #include "probe/settings/setting_keys.h"
 #include "probe/settings/settings.h"
 
@@ -41,10 +42,11 @@ TEST(ExampleFile, ShowsEveryKeyAsTheTableDescribesIt) {
   EXPECT_THAT(example.substr(0, keys_begin), ::testing::MatchesRegex("(#[^\n]*\n)+\n"));
 }
 
-TEST(ExampleFile, IsAcceptedAndChangesNothing) {
+TEST(ExampleFile, IsAcceptedAndChangesNoKey) {
   const Settings defaults;
   const Settings settings = ParseSettings(Example(), "probe.toml");
 
+  EXPECT_EQ(settings.log_levels, ParseSettings(DescribeLogLevels(), "probe.toml").log_levels);
   for (const SettingKey& key : SettingKeys()) EXPECT_EQ(key.read(settings), key.read(defaults)) << key.Path();
 }
 

@@ -52,6 +52,7 @@ tls_certificate = "/a.pem"
 tls_key = "/b.pem"
 allowed_hosts = ["probe.example.org"]
 allowed_origins = ["https://noc.example.org", "https://two.example.org"]
+trusted_proxies = ["192.0.2.1", "2001:db8::/32"]
 [limits]
 connections = 2
 connections_per_address = 3
@@ -92,6 +93,7 @@ clients = 18
   EXPECT_EQ(server.tls_key, "/b.pem");
   EXPECT_THAT(server.allowed_hosts, ElementsAre("probe.example.org"));
   EXPECT_THAT(server.allowed_origins, ElementsAre("https://noc.example.org", "https://two.example.org"));
+  EXPECT_THAT(server.trusted_proxies, ElementsAre("192.0.2.1", "2001:db8::/32"));
   EXPECT_EQ(server.limits.connections, 2u);
   EXPECT_EQ(server.limits.connections_per_address, 3u);
   EXPECT_EQ(server.limits.sids_per_connection, 4u);
@@ -168,8 +170,10 @@ INSTANTIATE_TEST_SUITE_P(
                 "probe.toml:2: server.listen: must be a list of at least one IP address"},
         BadFile{"NameForAnAddress", "[server]\nlisten = [\"127.0.0.1\", \"localhost\"]\n",
                 "probe.toml:2: server.listen: must be a list of at least one IP address"},
+        BadFile{"NameForAProxy", "[server]\ntrusted_proxies = [\"proxy.example\"]\n",
+                "probe.toml:2: server.trusted_proxies: must be a list of IP addresses and networks"},
         BadFile{"UnknownLevel", "[logging]\nlevel = \"verbose\"\n",
-                "probe.toml:2: logging.level: must be one of \"debug\", \"info\", \"error\""},
+                "probe.toml:2: logging.level: must be one of \"debug\", \"info\", \"warning\", \"error\""},
         BadFile{"CertificateWithoutKey", "[server]\ntls_certificate = \"/a.pem\"\n",
                 "probe.toml:2: server.tls_key: must be given together with server.tls_certificate"},
         BadFile{"KeyWithoutCertificate", "[server]\ntls_certificate = \"\"\ntls_key = \"/a.pem\"\n",
@@ -363,7 +367,8 @@ TEST_F(SettingsFile, RefusesATokenFileThatIsNone) {
 TEST_F(SettingsFile, RefusesATokenThatCanBeGuessedWhereOthersCanTryIt) {
   EXPECT_EQ(Complaint("[server]\ntoken = \"fifteen octets!\"\n"), "") << "this machine only";
   EXPECT_EQ(Complaint("[server]\nlisten = [\"0.0.0.0\"]\ntoken = \"fifteen octets!\"\n"),
-            "probe.toml:3: server.token: must have at least 16 octets where other machines can try it (server.listen); "
+            "probe.toml:3: server.token: must have at least 16 octets where other machines can try it (server.listen, "
+            "server.trusted_proxies); "
             "\"vexora-probe token\" makes one");
   EXPECT_EQ(Complaint("[server]\nlisten = [\"0.0.0.0\"]\ntoken = \"sixteen octets!!\"\n"), "");
 }

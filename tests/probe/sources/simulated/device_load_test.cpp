@@ -1,5 +1,6 @@
 #include "probe/sources/simulated/device_load.h"
 #include "platform/device_records.h"
+#include "probe/host/device_details.h"
 
 #include <gtest/gtest.h>
 
@@ -70,6 +71,48 @@ TEST_F(DeviceLoadTest, IsUnknownBehindARefusedLogin) {
   EXPECT_EQ(load.uptime, -1);
   EXPECT_EQ(load.health, 3);
   EXPECT_EQ(load.notifications.alert, 1);
+}
+
+TEST_F(DeviceLoadTest, CountsTheNotificationsThatAreOpen) {
+  causes.rogue_neighbours = 7;
+  causes.uptime = 600;
+  causes.refuses_login = true;
+  int most = 0;
+  for (std::size_t device = 0; device < 12; ++device) {
+    causes.device = device;
+    for (time_t minute = -600; minute < 840; minute += 7) {
+      const DeviceLoad load = At(minute);
+      int infos = 0;
+      int warnings = 0;
+      int alerts = 0;
+      for (const Notification& open : load.open) {
+        infos += open.severity == Severity::kInfo ? 1 : 0;
+        warnings += open.severity == Severity::kWarning ? 1 : 0;
+        alerts += open.severity == Severity::kAlert ? 1 : 0;
+        EXPECT_LE(open.since, kMonday + 10 * kHour + minute * kMinute);
+        EXPECT_FALSE(open.text.empty());
+      }
+      EXPECT_EQ(infos, load.notifications.info);
+      EXPECT_EQ(warnings, load.notifications.warning);
+      EXPECT_EQ(alerts, load.notifications.alert);
+      most = std::max(most, infos);
+    }
+  }
+  EXPECT_GT(most, 2);
+}
+
+TEST_F(DeviceLoadTest, AnInformationIsAsOldAsItsMinute) {
+  const DeviceLoad evening = At(829);  // ten to midnight
+  ASSERT_FALSE(evening.open.empty());
+  for (const Notification& open : evening.open) {
+    const time_t minute = (open.since - kMonday - 10 * kHour) / kMinute;
+    const auto is_there = [&](const DeviceLoad& load) {
+      return std::any_of(load.open.begin(), load.open.end(),
+                         [&](const auto& other) { return other.text == open.text; });
+    };
+    EXPECT_TRUE(is_there(At(minute)));
+    EXPECT_FALSE(is_there(At(minute - 1)));
+  }
 }
 
 TEST_F(DeviceLoadTest, NotesRogueNeighboursAndFreshStarts) {

@@ -56,6 +56,30 @@ TEST_F(SnapshotBuildingTest, TellsPortsThatAreDownAndPortsWithoutStatistics) {
   EXPECT_EQ(snapshot.interfaces.at("console0")->traffic, nullptr);
 }
 
+TEST_F(SnapshotBuildingTest, TellsTheSpeedOfPortsThatAreUp) {
+  const DeviceSnapshot snapshot = CommonSnapshot(plan.devices[1], states[1], noon);
+  EXPECT_EQ(snapshot.details.port_speeds.at("ge1"), 1'000'000'000U);
+  EXPECT_FALSE(snapshot.details.port_speeds.contains("ge24")) << "down";
+  EXPECT_FALSE(snapshot.details.port_speeds.contains("console0"));
+}
+
+TEST_F(SnapshotBuildingTest, TellsChannelsAndHowWellClientsAreHeard) {
+  const DeviceSnapshot snapshot = AccessPoint(0);
+  EXPECT_THAT(snapshot.details.channels.at("radio0"), ::testing::AnyOf(1, 6, 11));
+  EXPECT_GE(snapshot.details.channels.at("radio1"), 36);
+  std::size_t clients = 0;
+  for (const auto& [name, interface] : snapshot.ssid_interfaces) {
+    for (const auto& client : interface.clients) {
+      ++clients;
+      const std::int32_t signal = snapshot.details.client_signals.at(client.mac);
+      EXPECT_GE(signal, -90);
+      EXPECT_LE(signal, -45);
+    }
+  }
+  EXPECT_GT(clients, 10U);
+  EXPECT_EQ(snapshot.details.client_signals.size(), clients);
+}
+
 TEST_F(SnapshotBuildingTest, GivesSsidInterfacesTheSameCountersInBothLists) {
   const DeviceSnapshot snapshot = AccessPoint(0);
   ASSERT_EQ(snapshot.ssid_interfaces.size(), kSsidInterfaces);

@@ -1,5 +1,6 @@
 #include "probe/sources/snmp/device_figures.h"
 #include "platform/device_records.h"
+#include "probe/host/device_details.h"
 #include "probe/host/name_limit.h"
 #include "probe/sources/snmp/device_time.h"
 #include "probe/sources/snmp/reading.h"
@@ -365,6 +366,18 @@ TEST_F(WirelessFiguresTest, ShowRadiosNetworksAndTheirConfiguration) {
   EXPECT_EQ(snapshot.ssid_config.at("Office@radio1").name, "Office");
 }
 
+TEST_F(WirelessFiguresTest, TellChannelsSignalsAndSpeedsAsFarAsTheDeviceDoes) {
+  reading_.radios->front().channel = 11;
+  reading_.stations->front().signal_dbm = -61;
+  reading_.interfaces = {Interface(1, "ge1", 5, 5), Interface(2, "ge2", 5, 5)};
+  reading_.interfaces->front().bits_per_second = 100'000'000;
+  reading_.interfaces->back().bits_per_second.reset();
+  const DeviceDetails details = Poll().details;
+  EXPECT_THAT(details.channels, ::testing::ElementsAre(::testing::Pair("radio0", 11)));
+  EXPECT_THAT(details.client_signals, ::testing::ElementsAre(::testing::Pair("02:FC:00:00:01:01", -61)));
+  EXPECT_THAT(details.port_speeds, ::testing::ElementsAre(::testing::Pair("ge1", 100'000'000U)));
+}
+
 TEST_F(WirelessFiguresTest, ListClientsOnTheirNetworks) {
   reading_.stations->front().hostname = "laptop";
   reading_.stations->front().data_rate = 866;
@@ -412,6 +425,27 @@ TEST_F(WirelessFiguresTest, TheNumberOfClientsIsNotZeroWhenItIsNotTold) {
   for (SsidReading& ssid : *reading_.ssids) ssid.client_count = 0;
   Poll();
   EXPECT_EQ(figures_.clients(), 0);
+}
+
+TEST_F(WirelessFiguresTest, WhatIsNotToldIsKnownAsThat) {
+  reading_.stations.reset();
+  reading_.portal_users.emplace();
+  reading_.neighbours.emplace();
+  for (SsidReading& ssid : *reading_.ssids) ssid.client_count.reset();
+  probe::DeviceDetails details = Poll().details;
+  EXPECT_FALSE(details.tells_clients);
+  EXPECT_FALSE(details.tells_portal_users) << "its profile has no such table";
+  EXPECT_FALSE(details.tells_neighbours);
+  EXPECT_FALSE(details.tells_notifications);
+
+  for (SsidReading& ssid : *reading_.ssids) ssid.client_count = 4;
+  reading_.system.lists_portal_users = true;
+  reading_.system.lists_neighbours = true;
+  details = Poll().details;
+  EXPECT_TRUE(details.tells_clients);
+  EXPECT_EQ(details.clients, 8);
+  EXPECT_TRUE(details.tells_portal_users);
+  EXPECT_TRUE(details.tells_neighbours);
 }
 
 TEST_F(WirelessFiguresTest, TheNumberOfClientsIsTheDevicesOwnAlsoWhenItListsNone) {

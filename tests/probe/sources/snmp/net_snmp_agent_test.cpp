@@ -270,7 +270,7 @@ TEST_F(NetSnmpAgentTest, EndsAtTheDeadline) {
   Start([](const SnmpRequest&, const std::string&) { return std::vector<std::string>{}; });
   NetSnmpAgent agent(Settings(), nullptr, {kPatient});
   const auto start = steady_clock::now();
-  agent.StartPoll(start + milliseconds(100));
+  agent.StartPoll(start + milliseconds(1'000));
 
   EXPECT_EQ(agent.Get({kName}).failure, Failure::kNoReply);
 

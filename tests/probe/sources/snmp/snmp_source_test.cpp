@@ -1,5 +1,6 @@
 #include "probe/sources/snmp/snmp_source.h"
 #include "platform/device_records.h"
+#include "probe/clock/duration_histogram.h"
 #include "probe/sources/snmp/device_poll.h"
 #include "probe/sources/snmp/device_status.h"
 #include "probe/sources/snmp/poll_health.h"
@@ -15,7 +16,9 @@
 #include <atomic>
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
+#include <numeric>
 #include <optional>
 #include <string>
 #include <thread>
@@ -33,6 +36,7 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
+using ::testing::SizeIs;
 using namespace std::chrono_literals;
 
 const std::string kMac = "02:FC:00:00:00:01";
@@ -136,8 +140,9 @@ TEST_F(SnmpSourceTest, AnErrorIsLoggedWhenItChanges) {
   Source().TakeResult(0, Silence("port closed"));
   Source().TakeResult(0, Answer(ReadingOf(kMac)));
   Source().TakeResult(0, Answer(ReadingOf(kMac)));
-  EXPECT_THAT(lines_, ElementsAre("error snmp device 192.0.2.1: no reply", "error snmp device 192.0.2.1: port closed",
-                                  "info snmp device 192.0.2.1: all is read again", HasSubstr("is switch, id")));
+  EXPECT_THAT(lines_,
+              ElementsAre("warning snmp device 192.0.2.1: no reply", "warning snmp device 192.0.2.1: port closed",
+                          "info snmp device 192.0.2.1: all is read again", HasSubstr("is switch, id")));
 }
 
 TEST_F(SnmpSourceTest, TablesThatFailAreAnErrorOfADeviceThatAnswers) {
@@ -174,6 +179,21 @@ TEST_F(SnmpSourceTest, TellsHowThePollsOfEachDeviceGo) {
   EXPECT_EQ(statuses[1].health.error, "no reply");
 }
 
+TEST_F(SnmpSourceTest, CountsThePollsOfEachDevice) {
+  AddDevice("192.0.2.1");
+  AddDevice("192.0.2.2");
+  Source().TakeResult(0, Answer(ReadingOf(kMac)));
+  PollResult slow = Silence("no reply");
+  slow.health.duration = std::chrono::seconds(20);
+  Source().TakeResult(0, slow);
+  Source().TakeResult(0, slow);
+  const auto statuses = Source().Statuses();
+  EXPECT_EQ(statuses.at(0).totals.answered, 1U);
+  EXPECT_EQ(statuses.at(0).totals.failed, 2U);
+  EXPECT_GE(Source().PollDurations().sum_seconds(), 40);
+  EXPECT_EQ(statuses.at(1).totals.answered + statuses.at(1).totals.failed, 0U);
+}
+
 TEST_F(SnmpSourceTest, KnowsAllIdsWhenEachIsSetOrHasBeenTold) {
   AddDevice("192.0.2.1");
   AddDevice("192.0.2.2");
@@ -189,7 +209,7 @@ TEST_F(SnmpSourceTest, AnUnusualPortIsPartOfTheName) {
   AddDevice("192.0.2.1");
   settings_.devices[0].port = 1161;
   Source().TakeResult(0, Silence("no reply"));
-  EXPECT_THAT(lines_, ElementsAre("error snmp device 192.0.2.1:1161: no reply"));
+  EXPECT_THAT(lines_, ElementsAre("warning snmp device 192.0.2.1:1161: no reply"));
   EXPECT_EQ(Source().Statuses().at(0).name, "192.0.2.1:1161");
 }
 
@@ -291,6 +311,23 @@ TEST_F(SnmpSourceTest, OtherSettingsLeaveWhatIsKnownOfDevicesThatStay) {
   EXPECT_EQ(statuses[2].mac, "");
 }
 
+TEST_F(SnmpSourceTest, OtherSettingsForgetNothingOfASilentDeviceThatTheyLeaveAsItIs) {
+  AddDevice("192.0.2.1");
+  Source().TakeResult(0, Answer(ReadingOf(kMac)));
+  for (int poll = 0; poll < 3; ++poll) Source().TakeResult(0, Silence("no reply"));
+  EXPECT_EQ(Source().Statuses().at(0).health.failed_polls, 3U);
+
+  AddDevice("192.0.2.2");
+  Replace();
+  Source().TakeResult(0, Silence("no reply"));
+
+  const PollHealth health = Source().Statuses().at(0).health;
+  EXPECT_EQ(health.failed_polls, 4U);
+  EXPECT_EQ(health.last_answer, 1'700'000'000);
+  EXPECT_EQ(health.profile, "generic");
+  EXPECT_THAT(lines_, SizeIs(2)) << "recognised, silent, and nothing new";
+}
+
 TEST_F(SnmpSourceTest, OtherSettingsTakeDevicesAwayThatTheyDoNotName) {
   AddDevice("192.0.2.1");
   AddDevice("192.0.2.2");
@@ -303,6 +340,25 @@ TEST_F(SnmpSourceTest, OtherSettingsTakeDevicesAwayThatTheyDoNotName) {
   EXPECT_EQ(Snapshot(), nullptr);
   EXPECT_NE(Snapshot("02:FC:00:00:00:02"), nullptr);
   EXPECT_EQ(Source().Statuses().size(), 1U);
+}
+
+TEST_F(SnmpSourceTest, OtherSettingsTakeNothingFromTheDurationsOfPolls) {
+  AddDevice("192.0.2.1");
+  AddDevice("192.0.2.2");
+  Source().TakeResult(0, Answer(ReadingOf(kMac)));
+  Source().TakeResult(1, Answer(ReadingOf("02:FC:00:00:00:02")));
+  const auto polls = [this] {
+    const DurationHistogram durations = Source().PollDurations();
+    return std::accumulate(durations.counts().begin(), durations.counts().end(), std::uint64_t{0});
+  };
+  EXPECT_EQ(polls(), 2U);
+
+  settings_.devices.erase(settings_.devices.begin());
+  settings_.devices[0].community = "another";
+  Replace();
+
+  EXPECT_EQ(polls(), 2U);
+  EXPECT_DOUBLE_EQ(Source().PollDurations().sum_seconds(), 0.024);
 }
 
 TEST_F(SnmpSourceTest, ADeviceThatIsAskedInAnotherWayGoesOnUnderItsId) {
@@ -329,6 +385,30 @@ TEST_F(SnmpSourceTest, ADeviceThatIsAskedInAnotherWayGoesOnUnderItsId) {
 
   settings_.devices[0].mac = "02:fc:00:00:00:09";
   EXPECT_THAT(Replace(), ElementsAre(kMac)) << "under another id it is another device";
+}
+
+TEST_F(SnmpSourceTest, AReplacementDoesNotGoOnAsTheDeviceThatMoved) {
+  for (const bool is_replacement_first : {true, false}) {
+    SCOPED_TRACE(is_replacement_first ? "the replacement first" : "the device that moved first");
+    DeviceCentre::Instance().Clear();
+    source_.reset();
+    settings_.devices.clear();
+    AddDevice("192.0.2.1", kMac);
+    Source().TakeResult(0, Answer(ReadingOf(kMac)));
+
+    settings_.devices.clear();
+    AddDevice("192.0.2.1");
+    AddDevice("192.0.2.2", kMac);
+    if (!is_replacement_first) std::swap(settings_.devices[0], settings_.devices[1]);
+    EXPECT_THAT(Replace(), IsEmpty());
+
+    const std::vector<DeviceStatus> statuses = Source().Statuses();
+    const std::size_t replacement = is_replacement_first ? 0 : 1;
+    EXPECT_EQ(statuses.at(replacement).mac, "");
+    EXPECT_EQ(statuses.at(1 - replacement).mac, kMac);
+    Source().TakeResult(replacement, Answer(ReadingOf("02:FC:00:00:00:02")));
+    EXPECT_NE(Snapshot("02:FC:00:00:00:02"), nullptr);
+  }
 }
 
 TEST_F(SnmpSourceTest, CanBeAskedWhileItsSettingsAreReplaced) {

@@ -88,9 +88,18 @@ TEST_F(ThisMachineTest, LeavesNewNamesOutWhereContainersComeAndGoAllTheTime) {
     ASSERT_TRUE(centre.Snapshot(kMac)->interfaces.contains("eth0"));
   }
   EXPECT_EQ(shown, NameLimit::kMaxNames - 1);
-  EXPECT_THAT(log.Texts(log::Level::kError, ""),
+  EXPECT_THAT(log.Texts(log::Level::kWarning, ""),
               ::testing::ElementsAre("this machine: more than 12000 names of interfaces since the probe started: new "
                                      "ones are left out"));
+}
+
+TEST_F(ThisMachineTest, TellsTheSpeedOfItsLinks) {
+  ThisMachine source(centre, {}, machine.Reader());
+  source.RefreshOnce();
+  EXPECT_THAT(centre.Snapshot(kMac)->details.port_speeds, IsEmpty()) << "not known";
+  machine.reading.links.front().bits_per_second = 2'500'000'000;
+  source.RefreshOnce();
+  EXPECT_EQ(centre.Snapshot(kMac)->details.port_speeds.at("eth0"), 2'500'000'000U);
 }
 
 TEST_F(ThisMachineTest, IsADeviceOfUnknownTypeWithoutAWirelessSide) {

@@ -72,6 +72,7 @@ WifiStation StationAt(std::uint32_t frequency, const std::function<void(KernelMe
     info.U64(NL80211_STA_INFO_RX_BYTES64, 5'000'000'000)
         .U32(NL80211_STA_INFO_RX_BYTES, 1)
         .U32(NL80211_STA_INFO_TX_BYTES, 700)
+        .U8(NL80211_STA_INFO_SIGNAL, 195)
         .Nested(NL80211_STA_INFO_TX_BITRATE, rate);
   });
   return StationIn(message.Header(), frequency).value();
@@ -118,6 +119,7 @@ TEST(WifiMessagesStation, IsReadWithItsCountersOf64BitsBeforeThoseOf32) {
   EXPECT_EQ(station.mac, "02:fc:0a:bb:cc:01");
   EXPECT_EQ(station.in_bytes, 5'000'000'000U);
   EXPECT_EQ(station.out_bytes, 700U);
+  EXPECT_EQ(station.signal_dbm, -61);
   EXPECT_EQ(station.data_rate, 866);
   EXPECT_EQ(station.mode, WIFIOpMode::k802_11ac);
 }

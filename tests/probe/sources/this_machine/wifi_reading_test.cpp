@@ -19,6 +19,16 @@ TEST(WifiReadingBand, IsThatOfTheChannel) {
   EXPECT_EQ(BandOf(5955), WIFIBandType::kUnknown);  // the band at 6 GHz
 }
 
+TEST(WifiReadingChannel, IsNumberedFromTheStartOfItsBand) {
+  EXPECT_EQ(ChannelOf(0), 0);
+  EXPECT_EQ(ChannelOf(2412), 1);
+  EXPECT_EQ(ChannelOf(2472), 13);
+  EXPECT_EQ(ChannelOf(2484), 14);
+  EXPECT_EQ(ChannelOf(5180), 36);
+  EXPECT_EQ(ChannelOf(5885), 177);
+  EXPECT_EQ(ChannelOf(5955), 0);
+}
+
 TEST(WifiReading, OfThisMachineNamesOnlyInterfacesThatThereAre) {
   for (const WifiInterface& interface : ReadWifi()) {
     EXPECT_GT(interface.if_index, 0) << interface.name;

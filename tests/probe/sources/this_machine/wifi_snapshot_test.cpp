@@ -34,8 +34,12 @@ class WifiSnapshot : public ::testing::Test {
     interface.phy = 0;
     interface.frequency = 2437;  // MHz
     interface.is_access_point = true;
-    interface.stations.push_back(
-        {.mac = "02:fc:00:00:00:01", .in_bytes = 1, .out_bytes = 2, .data_rate = 54, .mode = WIFIOpMode::k802_11g});
+    interface.stations.push_back({.mac = "02:fc:00:00:00:01",
+                                  .in_bytes = 1,
+                                  .out_bytes = 2,
+                                  .signal_dbm = -50,
+                                  .data_rate = 54,
+                                  .mode = WIFIOpMode::k802_11g});
     return interface;
   }
 
@@ -64,6 +68,8 @@ TEST_F(WifiSnapshot, OfAnAccessPointHasItsNetworkItsRadioAndItsClients) {
   EXPECT_EQ(state.clients.front().data_rate, 54);
   EXPECT_EQ(state.clients.front().mode, WIFIOpMode::k802_11g);
   EXPECT_EQ(snapshot.radios.at("phy0").band, WIFIBandType::k2_4GHz);
+  EXPECT_EQ(snapshot.details.channels.at("phy0"), 6);
+  EXPECT_EQ(snapshot.details.client_signals.at("02:fc:00:00:00:01"), -50);
   const records::SSIDCfg& configuration = snapshot.ssid_config.at("Office@phy0");
   EXPECT_EQ(configuration.name, "Office");
   EXPECT_FALSE(configuration.guest);
