@@ -6,6 +6,7 @@
 option(VEXORA_WERROR "Treat warnings as errors" OFF)
 option(VEXORA_PCH "Precompile the headers of the test and JSON libraries: quicker, but hides includes that are missing" OFF)
 set(VEXORA_SANITIZE "" CACHE STRING "Sanitizers to build with, as for -fsanitize=")
+option(VEXORA_COVERAGE "Count which lines and branches run (clang only)" OFF)
 option(VEXORA_FUZZ "Build the fuzz targets (clang only)" OFF)
 
 find_program(CCACHE_PROGRAM ccache)
@@ -41,6 +42,10 @@ if(VEXORA_SANITIZE)
   if(VEXORA_SANITIZE MATCHES "undefined")
     target_compile_options(vexora_compiler INTERFACE -fno-sanitize-recover=undefined)
   endif()
+endif()
+if(VEXORA_COVERAGE)
+  target_compile_options(vexora_compiler INTERFACE -fprofile-instr-generate -fcoverage-mapping)
+  target_link_options(vexora_compiler INTERFACE -fprofile-instr-generate)
 endif()
 if(VEXORA_FUZZ)
   # No fuzz target holds a test, and what counts the branches that were taken is a third of the time to compile one.

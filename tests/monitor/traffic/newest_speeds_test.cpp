@@ -62,6 +62,18 @@ TEST_F(NewestSpeedsTest, AreShownAllAtOnceAndNotBefore) {
   EXPECT_THAT(newest_.Find("B", "ge0"), Optional(Eq(Speed{9, 9})));
 }
 
+TEST_F(NewestSpeedsTest, AreNoLongerShownOfADeviceThatIsGone) {
+  AppendSpeed(devices_, "A", "ge1", {1, 2});
+  AppendSpeed(devices_, "B", "ge1", {3, 4});
+  AppendSpeed(devices_, "C", "ge1", {5, 6});
+  StageAndShow();
+  devices_.erase("B");
+  StageAndShow();
+  EXPECT_THAT(newest_.Find("A", "ge1"), Optional(Eq(Speed{1, 2})));
+  EXPECT_EQ(newest_.Find("B", "ge1"), std::nullopt);
+  EXPECT_THAT(newest_.Find("C", "ge1"), Optional(Eq(Speed{5, 6})));
+}
+
 TEST_F(NewestSpeedsTest, AreShownOfOneDeviceWithoutWhatIsStagedOfOthers) {
   AppendSpeed(devices_, "A", "ge1", {1, 2});
   AppendSpeed(devices_, "B", "ge1", {3, 4});
