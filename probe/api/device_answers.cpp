@@ -127,24 +127,31 @@ ordered_json ClientTree(const ListedClient& listed) {
           {"sent", client.in_bytes}};
 }
 
-/// Adds the clients of a device, by their MACs. Who is listed elsewhere as well stays where he came last.
+/// Whether a client who is listed at two devices is at the first: there it was later, as far as is known. When nothing
+/// is known, the order in which devices are read must not decide; the lower MAC does.
+bool IsAtFirst(const ListedClient& first, const ListedClient& second) {
+  const time_t sign = first.presence.last_sign;
+  return sign != second.presence.last_sign ? sign > second.presence.last_sign : first.mac < second.mac;
+}
+
+/// Adds the clients of a device, by their MACs. Who is listed elsewhere as well is only where it was last.
 void AddClients(const std::string& mac, const std::shared_ptr<const DeviceSnapshot>& device, const Presences& presences,
                 std::map<std::string, ListedClient>& clients) {
   for (const auto& [interface, network] : device->ssid_interfaces) {
     for (const records::AssocClientState& client : network.clients) {
       const auto known = presences.find(client.mac);
-      // A reading that is newer than the times: the client has just come.
-      const Presence presence =
-          known != presences.end() ? known->second : Presence{.since = device->polling_time.value_or(0)};
-      ListedClient& listed = clients[format_macaddress(client.mac)];
+      const Presence presence = known != presences.end()
+                                    ? known->second
+                                    : Presence{.since = device->polling_time.value_or(0), .is_earlier = true};
+      const ListedClient here{.mac = mac,
+                              .device = device,
+                              .interface = &interface,
+                              .network = &network,
+                              .client = &client,
+                              .presence = presence};
       // A client who has roamed stays listed at its old place for a while.
-      if (listed.device != nullptr && listed.presence.since >= presence.since) continue;
-      listed = {.mac = mac,
-                .device = device,
-                .interface = &interface,
-                .network = &network,
-                .client = &client,
-                .presence = presence};
+      const auto [listed, is_new] = clients.try_emplace(format_macaddress(client.mac), here);
+      if (!is_new && IsAtFirst(here, listed->second)) listed->second = here;
     }
   }
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <ctime>
 #include <map>
 #include <string>
@@ -11,7 +13,10 @@ namespace probe {
 /// Since when a client has been at a device.
 struct Presence {
   time_t since = 0;         ///< When a reading first listed it there, by the probe's clock.
-  bool is_earlier = false;  ///< That was the first reading of the device: the client may have been there before.
+  bool is_earlier = false;  ///< It may have been there before: that was the device's first list of clients.
+  /// The latest time that is known by which it was there: when it came, or the reading before the one in which its
+  /// octets changed. 0: neither is known.
+  time_t last_sign = 0;
 
   bool operator==(const Presence&) const = default;
 };
@@ -25,18 +30,34 @@ using Presences = std::map<std::string, Presence>;
 /// Threads: none of its own, no lock.
 class ClientPresence {
  public:
-  /// Takes over who is at a device in this reading; a device that is offline has nobody.
+  /// The most clients of one device that it knows. When a device lists more, those stay that it knew, and of the others
+  /// the first by their MACs are added.
+  static constexpr std::size_t kMaxClients = 10'000;
+
+  /// Takes over who is at a device in this reading. A device that is offline has nobody, and of one that does not list
+  /// its clients nothing is known.
   void Note(const std::string& mac, const DeviceSnapshot& snapshot, time_t now);
 
   /// The device is known no longer.
   void Forget(const std::string& mac) { devices_.erase(mac); }
   void Clear() { devices_.clear(); }
 
-  /// The clients of a device that was online in its last reading.
+  /// The clients of a device that listed them in its last reading.
   Presences Of(const std::string& mac) const;
 
  private:
-  std::map<std::string, Presences> devices_;  // those that were online in their last reading
+  struct Stay {
+    Presence presence;
+    std::uint64_t octets = 0;  // both ways, on all of the device's networks
+  };
+
+  struct Device {
+    time_t read_at = 0;
+    bool leaves_some_out = false;  // for the cap
+    std::map<std::string, Stay> stays;
+  };
+
+  std::map<std::string, Device> devices_;  // those that listed their clients in their last reading
 };
 
 }  // namespace probe

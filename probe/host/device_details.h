@@ -25,11 +25,12 @@ struct DeviceDetails {
   std::map<std::string, std::uint64_t> port_speeds;    ///< Interface -> bit/s of its link; without those not known.
   std::map<std::string, std::int32_t> channels;        ///< Radio -> channel (IEEE Std 802.11); likewise.
   std::map<std::string, std::int32_t> client_signals;  ///< Client MAC as in the snapshot -> dBm; likewise.
-  std::vector<Notification> notifications;             ///< The open ones; as many as the contract counts.
+  std::vector<Notification> notifications;             ///< The open ones, as far as there is room for them.
 
   // For the contract, what a device does not tell is 0 or empty.
   bool tells_notifications = true;
   bool tells_clients = true;  ///< How many wireless clients it has.
+  bool lists_clients = true;  ///< Whether this reading has the list of them, be it empty, and does not only count.
   bool tells_portal_users = true;
   bool tells_neighbours = true;
   std::optional<std::int32_t> clients;  ///< How many, by its own count; nothing: those of its SSIDs.

@@ -346,6 +346,7 @@ void DeviceFigures::ShowWhatIsTold() {
   DeviceDetails& details = snapshot_.details;
   details.clients = clients();
   details.tells_clients = details.clients.has_value();
+  details.lists_clients = has_listed_clients_;
   details.tells_portal_users = lists_portal_users_ && answered_at_[kPortalUsers];
   details.tells_neighbours = lists_neighbours_ && answered_at_[kNeighbours];
   details.tells_notifications = false;
@@ -359,6 +360,9 @@ void DeviceFigures::NoteAnswered(const Reading& reading, std::int64_t steady_tic
     is_stale_[table] = !has_answered[table] && answered_at_[table];
     if (has_answered[table]) answered_at_[table] = steady_ticks;
   }
+  // An empty table is no list while it may be the table of a device that has none. Later it is: all have gone.
+  const bool is_list = stations_ && (lists_clients_ || !stations_->empty());
+  has_listed_clients_ = has_listed_clients_ || (is_list && answered_at_[kSsids]);
 }
 
 std::optional<DeviceSnapshot> DeviceFigures::CheckOffline(std::int64_t steady_ticks) {

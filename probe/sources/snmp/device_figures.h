@@ -106,6 +106,7 @@ class DeviceFigures {
   bool lists_clients_ = false;                           // as in the last reading, like the next two
   bool lists_portal_users_ = false;
   bool lists_neighbours_ = false;
+  bool has_listed_clients_ = false;  // on their networks, in this reading or an earlier one
   std::array<std::optional<std::int64_t>, kTables> answered_at_;  // our clock, in ticks
   std::array<bool, kTables> is_stale_{};
 };

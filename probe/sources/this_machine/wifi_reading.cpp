@@ -41,16 +41,16 @@ class Nl80211 {
   }
 
   /// Calls `handler` for every message of the list that `command` asks for, of one interface or of all (0). An error
-  /// ends the list early.
-  void List(std::uint8_t command, std::int32_t if_index, Handler handler) {
-    if (family_ < 0) return;
+  /// ends the list early, and gives false.
+  bool List(std::uint8_t command, std::int32_t if_index, Handler handler) {
+    if (family_ < 0) return false;
     const std::unique_ptr<nl_msg, Release> request(nlmsg_alloc());
-    if (request == nullptr) return;
+    if (request == nullptr) return false;
     genlmsg_put(request.get(), NL_AUTO_PORT, NL_AUTO_SEQ, family_, 0, NLM_F_DUMP, command, 0);
     if (if_index != 0) nla_put_u32(request.get(), NL80211_ATTR_IFINDEX, static_cast<std::uint32_t>(if_index));
     // The socket keeps the address of `handler` beyond this call, but uses it only in `nl_recvmsgs_default`.
     nl_socket_modify_cb(socket_.get(), NL_CB_VALID, NL_CB_CUSTOM, &HandleMessage, &handler);
-    if (nl_send_auto(socket_.get(), request.get()) >= 0) nl_recvmsgs_default(socket_.get());
+    return nl_send_auto(socket_.get(), request.get()) >= 0 && nl_recvmsgs_default(socket_.get()) >= 0;
   }
 
  private:
@@ -85,7 +85,7 @@ std::vector<WifiInterface> ReadWifi() {
   for (WifiInterface& interface : interfaces) {
     // The only station of an interface that is a client itself is its access point.
     if (!interface.is_access_point) continue;
-    kernel.List(NL80211_CMD_GET_STATION, interface.if_index, [&](nlmsghdr* message) {
+    interface.lists_stations = kernel.List(NL80211_CMD_GET_STATION, interface.if_index, [&](nlmsghdr* message) {
       if (auto station = StationIn(message, interface.frequency)) interface.stations.push_back(*std::move(station));
     });
   }

@@ -27,6 +27,7 @@ struct WifiInterface {
   std::uint32_t phy = 0;  ///< Number of its radio (wiphy).
   std::uint32_t frequency = 0;        ///< Frequency of its channel in MHz; 0 when it has none at present.
   bool is_access_point = false;       ///< Whether it serves clients.
+  bool lists_stations = true;         ///< False: the kernel refused to tell all of them.
   std::vector<WifiStation> stations;  ///< Its clients; empty for an interface that is a client itself.
 };
 

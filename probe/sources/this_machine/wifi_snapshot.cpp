@@ -1,5 +1,6 @@
 #include "probe/sources/this_machine/wifi_snapshot.h"
 
+#include <algorithm>
 #include <string>
 
 #include "platform/device_records.h"
@@ -37,6 +38,10 @@ records::SSIDIfState StateOf(const WifiInterface& interface, const std::string& 
 
 void AddWifi(const std::vector<WifiInterface>& interfaces, DeviceSnapshot& snapshot) {
   snapshot.is_wireless = !interfaces.empty();
+  // Nothing at all is also what a kernel tells that refuses the question.
+  snapshot.details.lists_clients = !interfaces.empty() && std::ranges::all_of(interfaces, [](const auto& interface) {
+    return interface.lists_stations;
+  });
   for (const WifiInterface& interface : interfaces) {
     const std::string radio = "phy" + std::to_string(interface.phy);
     snapshot.ssid_interfaces[interface.name] = StateOf(interface, radio, snapshot);

@@ -75,7 +75,7 @@ TEST_F(DeviceCentreTest, KnowsSinceWhenClientsAreThereAndWhichNotificationsHaveE
   snapshot.details.notifications.clear();
   centre.Replace("A", snapshot);
   centre.Release();
-  EXPECT_EQ(centre.ClientsOf("A").at("a"), (probe::Presence{1060, false}));
+  EXPECT_EQ(centre.ClientsOf("A").at("a"), (probe::Presence{1060, false, 1060}));
   ASSERT_EQ(centre.PastNotifications().size(), 1U);
   EXPECT_EQ(centre.PastNotifications().front().notification.since, 900);
   EXPECT_EQ(centre.PastNotifications().front().until, 1070);

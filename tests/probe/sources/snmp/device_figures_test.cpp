@@ -448,6 +448,36 @@ TEST_F(WirelessFiguresTest, WhatIsNotToldIsKnownAsThat) {
   EXPECT_TRUE(details.tells_neighbours);
 }
 
+TEST_F(WirelessFiguresTest, ClientsAreListedOnlyOnceTheirTableHasAnswered) {
+  const auto stations = reading_.stations;
+  const auto ssids = reading_.ssids;
+  reading_.ssids.reset();
+  EXPECT_FALSE(Poll().details.lists_clients) << "they have no networks yet to be shown on";
+  reading_.stations.reset();
+  EXPECT_FALSE(Poll().details.lists_clients);
+  reading_.ssids = ssids;
+  reading_.stations = stations;
+  EXPECT_TRUE(Poll().details.lists_clients);
+  reading_.stations.reset();
+  EXPECT_TRUE(Poll().details.lists_clients) << "the last ones stay";
+}
+
+TEST_F(WirelessFiguresTest, AnEmptyTableIsNoListOfClientsUntilItHadOne) {
+  const auto stations = reading_.stations;
+  reading_.stations.emplace();
+  EXPECT_FALSE(Poll().details.lists_clients) << "the device may have no such table";
+  reading_.stations = stations;
+  EXPECT_TRUE(Poll().details.lists_clients);
+  reading_.stations.emplace();
+  EXPECT_TRUE(Poll().details.lists_clients) << "they have all gone";
+}
+
+TEST_F(WirelessFiguresTest, AnEmptyTableOfADeviceThatListsClientsIsAList) {
+  reading_.system.lists_clients = true;
+  reading_.stations.emplace();
+  EXPECT_TRUE(Poll().details.lists_clients);
+}
+
 TEST_F(WirelessFiguresTest, TheNumberOfClientsIsTheDevicesOwnAlsoWhenItListsNone) {
   reading_.stations.reset();
   reading_.ssids->front().client_count = 4;

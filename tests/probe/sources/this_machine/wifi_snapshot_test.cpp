@@ -76,6 +76,17 @@ TEST_F(WifiSnapshot, OfAnAccessPointHasItsNetworkItsRadioAndItsClients) {
   EXPECT_EQ(static_cast<int>(configuration.security_mode), -1);
 }
 
+TEST_F(WifiSnapshot, ListsClientsWhenTheKernelToldThoseOfEveryInterface) {
+  AddWifi({}, snapshot);
+  EXPECT_FALSE(snapshot.details.lists_clients) << "a kernel that refuses the question tells as much";
+  AddWifi({Served()}, snapshot);
+  EXPECT_TRUE(snapshot.details.lists_clients);
+  WifiInterface refused = Served();
+  refused.lists_stations = false;
+  AddWifi({Served(), refused}, snapshot);
+  EXPECT_FALSE(snapshot.details.lists_clients);
+}
+
 TEST_F(WifiSnapshot, OfAClientOfANetworkIsWirelessButNoAccessPoint) {
   WifiInterface interface = Served();
   interface.is_access_point = false;
