@@ -7,6 +7,7 @@
 
 #include "probe/clock/clock.h"
 #include "probe/clock/pass_phase.h"
+#include "probe/host/device_details.h"
 #include "probe/host/snapshot_device.h"
 
 namespace records = vexora_probe::models::controller;
@@ -54,13 +55,11 @@ void DeviceCentre::PutInForce(DeviceCentre* centre) {
 void DeviceCentre::Replace(const std::string& mac, DeviceSnapshot snapshot) {
   // The key counts: the state of a device in a recording does not repeat it.
   if (snapshot.basic_info) snapshot.basic_info->mac = mac;
-  if (!snapshot.details.notifications.empty()) {
-    if (const auto before = Snapshot(mac)) KeepTimes(before->details.notifications, snapshot.details.notifications);
-  }
-  Change change{.mac = mac,
-                .snapshot = std::make_shared<const DeviceSnapshot>(std::move(snapshot)),
-                .read_at = InstalledClock().Now().tv_sec};
-  Enter(std::move(change));
+  BoundNotifications(snapshot.details.notifications);
+  Enter({.mac = mac,
+         .snapshot = nullptr,
+         .reading = std::make_shared<DeviceSnapshot>(std::move(snapshot)),
+         .read_at = InstalledClock().Now().tv_sec});
 }
 
 void DeviceCentre::ReplaceWith(const std::string& mac, std::shared_ptr<const DeviceSnapshot> snapshot) {
@@ -82,10 +81,13 @@ void DeviceCentre::Make(Change& change) {
     waiting_.push_back(std::move(change));
     return;
   }
-  if (change.snapshot != nullptr) {
+  if (change.reading != nullptr || change.snapshot != nullptr) {
     std::shared_ptr<const DeviceSnapshot>& place = PlaceOf(change.mac);
+    if (change.reading != nullptr) {
+      NoteReading(change, place.get());
+      change.snapshot = std::move(change.reading);
+    }
     NoteReturn(change.mac, place.get(), *change.snapshot);
-    if (change.read_at) NoteReading(change, place.get());
     std::swap(place, change.snapshot);
   } else if (const auto known = by_mac_.find(change.mac); known != by_mac_.end()) {
     absences_.erase(change.mac);
@@ -106,10 +108,12 @@ void DeviceCentre::NoteReturn(const std::string& mac, const DeviceSnapshot* befo
 }
 
 void DeviceCentre::NoteReading(const Change& change, const DeviceSnapshot* before) {
-  clients_.Note(change.mac, *change.snapshot, *change.read_at);
+  clients_.Note(change.mac, *change.reading, change.read_at);
   if (before == nullptr) return;
-  notifications_.Note(change.mac, before->details.notifications, change.snapshot->details.notifications,
-                      *change.read_at);
+  std::vector<Notification>& open = change.reading->details.notifications;
+  // Of the reading before this one, which may have waited with it while the centre was held.
+  KeepTimes(before->details.notifications, open);
+  notifications_.Note(change.mac, before->details.notifications, open, change.read_at);
 }
 
 Presences DeviceCentre::ClientsOf(const std::string& mac) const {
@@ -119,7 +123,7 @@ Presences DeviceCentre::ClientsOf(const std::string& mac) const {
 
 std::vector<PastNotification> DeviceCentre::PastNotifications() const {
   const lock_guard_read held(lock_);
-  return {notifications_.past().begin(), notifications_.past().end()};
+  return notifications_.Past();
 }
 
 std::vector<Absence> DeviceCentre::Absences(const std::string& mac) const {

@@ -107,11 +107,12 @@ class DeviceCentre final : public DeviceManager {
   /// MAC -> the newest snapshot; null for a device that was only named, or was forgotten.
   using Snapshots = std::map<std::string, std::shared_ptr<const DeviceSnapshot>>;
 
-  /// A change of one device; a null snapshot forgets it.
+  /// A change of one device; neither a snapshot nor a reading forgets it.
   struct Change {
     std::string mac;
     std::shared_ptr<const DeviceSnapshot> snapshot;
-    std::optional<time_t> read_at{};  // by the probe's clock; nothing: it is no new reading
+    std::shared_ptr<DeviceSnapshot> reading{};  // a new one, which nobody else has yet
+    time_t read_at = 0;                         // by the probe's clock
   };
 
   void Enter(Change change) VEXORA_EXCLUDES(lock_);
@@ -124,7 +125,7 @@ class DeviceCentre final : public DeviceManager {
   void NoteReturn(const std::string& mac, const DeviceSnapshot* before, const DeviceSnapshot& now)
       VEXORA_REQUIRES(lock_);
 
-  /// Takes down which clients have come and which notifications have ended.
+  /// Takes down which clients have come and which notifications have ended, and since when those hold that stay.
   void NoteReading(const Change& change, const DeviceSnapshot* before) VEXORA_REQUIRES(lock_);
 
   /// Where the device's snapshot is kept; makes the place when the device was never named.

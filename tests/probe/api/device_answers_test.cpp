@@ -114,6 +114,49 @@ TEST_F(DeviceAnswersTest, ListsAClientWhoRoamedOnceWhereItCameLast) {
   EXPECT_EQ(Clients({{"mac", kYard}}).size(), 1U);
 }
 
+TEST_F(DeviceAnswersTest, PutsAClientWhoIsListedTwiceWhereItsTrafficIs) {
+  DeviceSnapshot lobby = AccessPoint("lobby");
+  DeviceSnapshot yard = AccessPoint("yard");
+  AddClient(lobby, "02:00:00:00:00:0A");
+  AddClient(yard, "02-00-00-00-00-0a");
+  const auto reading = [&](const char* mac, DeviceSnapshot& device, bool transfers, time_t time) {
+    clock.Set(time);
+    if (transfers) ++device.ssid_interfaces["wlan1"].clients.front().in_bytes;
+    centre.Replace(mac, device);
+    const json clients = Clients();
+    return clients.size() == 1 ? clients[0]["device_name"].get<std::string>() : "not once";
+  };
+  reading(kYard, yard, false, 1000);
+  EXPECT_EQ(reading(kLobby, lobby, false, 1010), "lobby") << "nothing is known: the lower MAC";
+  EXPECT_EQ(reading(kYard, yard, false, 1060), "lobby");
+  EXPECT_EQ(reading(kYard, yard, true, 1120), "yard");
+  EXPECT_EQ(reading(kLobby, lobby, false, 1130), "yard") << "the order of the readings must not decide";
+  EXPECT_EQ(reading(kLobby, lobby, true, 1190), "lobby") << "it came back to where it was listed all the time";
+  EXPECT_EQ(reading(kYard, yard, true, 1200), "lobby") << "what it transferred since 1120, before it left";
+  EXPECT_EQ(reading(kYard, yard, false, 1260), "lobby");
+}
+
+TEST_F(DeviceAnswersTest, DoesNotSayThatAClientCameWithTheFirstListAfterTheFirstReading) {
+  DeviceSnapshot counters = AccessPoint("lobby");
+  counters.details.lists_clients = false;
+  centre.Replace(kLobby, counters);
+  clock.Set(1060);
+  DeviceSnapshot lobby = AccessPoint("lobby");
+  AddClient(lobby, "02:00:00:00:00:0A");
+  centre.Replace(kLobby, lobby);
+  ASSERT_EQ(Clients().size(), 1U);
+  EXPECT_TRUE(Clients()[0]["or_earlier"]);
+}
+
+TEST_F(DeviceAnswersTest, DoesNotSayThatAClientCameWhoIsKnownFromBeforeTheRestart) {
+  DeviceSnapshot lobby = AccessPoint("lobby");
+  AddClient(lobby, "02:00:00:00:00:0A");
+  centre.ReplaceWith(kLobby, std::make_shared<const DeviceSnapshot>(lobby));
+  ASSERT_EQ(Clients().size(), 1U);
+  EXPECT_EQ(Clients()[0]["since"], 50);
+  EXPECT_TRUE(Clients()[0]["or_earlier"]);
+}
+
 TEST_F(DeviceAnswersTest, HasNobodyAtADeviceThatIsOffline) {
   DeviceSnapshot lobby = AccessPoint("lobby");
   AddClient(lobby, "02:00:00:00:00:0A");
@@ -146,6 +189,37 @@ TEST_F(DeviceAnswersTest, TellsNotificationsThatAreOpenAndThoseThatEnded) {
   EXPECT_EQ(all[2]["until"], 1060);
   EXPECT_EQ(Notifications({{"mac", kYard}}).size(), 1U);
   EXPECT_EQ(Notifications({{"mac", kLobby}}).size(), 2U);
+}
+
+TEST_F(DeviceAnswersTest, ANotificationHoldsSinceItWasToldAlsoWhenReadingsHadToWait) {
+  DeviceSnapshot lobby = AccessPoint("lobby");
+  centre.Replace(kLobby, lobby);
+  centre.Hold();
+  for (const time_t time : {1010, 1020}) {
+    lobby.details.notifications = {{.severity = Severity::kAlert, .text = "hot", .since = time}};
+    centre.Replace(kLobby, lobby);
+  }
+  lobby.details.notifications.clear();
+  clock.Set(1030);
+  centre.Replace(kLobby, lobby);
+  centre.Release();
+  const json all = Notifications();
+  ASSERT_EQ(all.size(), 1U);
+  EXPECT_EQ(all[0]["since"], 1010);
+  EXPECT_EQ(all[0]["until"], 1030);
+}
+
+TEST_F(DeviceAnswersTest, NotificationsOfADeviceThatWasRemovedAreForgotten) {
+  DeviceSnapshot lobby = AccessPoint("lobby");
+  lobby.details.notifications = {{.severity = Severity::kInfo, .text = "Saved.", .since = 900}};
+  centre.Replace(kLobby, lobby);
+  lobby.details.notifications.clear();
+  centre.Replace(kLobby, lobby);
+  EXPECT_EQ(centre.PastNotifications().size(), 1U);
+  centre.Forget(kLobby);
+  EXPECT_THAT(centre.PastNotifications(), IsEmpty());
+  centre.Replace(kLobby, lobby);
+  EXPECT_THAT(Notifications(), IsEmpty());
 }
 
 TEST_F(DeviceAnswersTest, TellsEveryPortWithStateAndSpeed) {
