@@ -73,7 +73,9 @@ ordered_json PollTree(const snmp::DeviceStatus& status) {
 }
 
 HttpAnswer NotRunning() {
-  return ErrorAnswer(503, "not_running", "The monitoring engine does not run.");
+  HttpAnswer answer = ErrorAnswer(503, "not_running", "The monitoring engine does not run.");
+  answer.retry_after = 1;  // it is being started or stopped
+  return answer;
 }
 
 /// Whether `periods`, as the plug-in lists them, hold this one.

@@ -121,8 +121,10 @@ std::optional<HttpError> ConnectionManager::CheckPlace(const AcceptedConnection&
     case ConnectionLimiter::Admission::kRejectionLimit:
       break;
   }
+  constexpr unsigned kRetryAfter = 1;  // Units: s; connections without a request end soon
   return HttpError{
-      503, "Refused: the probe serves no more connections than " + LimitText("connections", limits_.connections) + "."};
+      503, "Refused: the probe serves no more connections than " + LimitText("connections", limits_.connections) + ".",
+      kRetryAfter};
 }
 
 std::optional<HttpError> ConnectionManager::CheckRates(AcceptedConnection& accepted, bool is_authorized) const {

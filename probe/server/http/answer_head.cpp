@@ -67,7 +67,7 @@ std::string AnswerHead(const RequestHead& request, const HttpAnswer& answer, boo
   if (!cookie.empty()) head.Add("set-cookie", cookie);
   if (!origin.empty())
     head.Add("access-control-allow-origin", origin).Add("access-control-expose-headers", ReadableHeaders(answer));
-  if (answer.status == 503) head.Add("retry-after", "1");
+  if (answer.retry_after != 0) head.Add("retry-after", std::to_string(answer.retry_after));
   if (!is_not_modified) {
     head.Add("content-type", answer.content_type).Add("content-length", std::to_string(answer.body->size()));
     if (answer.is_gzip) head.Add("content-encoding", "gzip");
@@ -87,7 +87,6 @@ std::string RefusalHead(const RequestHead& request, const HttpError& error, cons
   if (status == 426) head.Add("upgrade", "websocket").Add("sec-websocket-version", "13");
   if (status == 401) head.Add("www-authenticate", "Bearer");
   if (status == 405) head.Add("allow", "GET, HEAD");
-  if (status == 503) head.Add("retry-after", "1");
   if (error.retry_after != 0) head.Add("retry-after", std::to_string(error.retry_after));
   return head.Finish();
 }

@@ -17,6 +17,9 @@ constexpr std::chrono::seconds kKeepAliveTimeout{5};
 // How long a worker may take: longer than any pass of the engine that a report may have to wait for.
 constexpr std::chrono::seconds kAnswerTimeout{60};
 
+// When a client may ask again that found too many requests waiting: most answers take less. Units: s.
+constexpr unsigned kRetryAfter = 1;
+
 // How long a client that has got its last answer may take to end the connection.
 constexpr std::chrono::seconds kFinishTimeout{2};
 
@@ -112,7 +115,7 @@ void HttpConnection::OnHead() {
       [waiting = weak_from_this()](HttpAnswer answer) {
         if (const auto self = waiting.lock()) self->Guarded([&] { self->Answer(std::move(answer)); });
       });
-  if (!has_begun) return Refuse({503, "Refused: too many requests wait for an answer."});
+  if (!has_begun) return Refuse({503, "Refused: too many requests wait for an answer.", kRetryAfter});
   StartDeadline(kAnswerTimeout, &HttpConnection::OnAnswerTimeout);
 }
 

@@ -48,7 +48,7 @@ struct RequestHead {
 struct HttpError {
   unsigned status = 0;       ///< RFC 9110, section 15.
   std::string text;          ///< Body of the answer, and the log's; holds nothing that the client sent.
-  unsigned retry_after = 0;  ///< Seconds after which the client may try again; 0: it is not told.
+  unsigned retry_after = 0;  ///< Seconds after which the client may try again; 0: nobody knows.
 };
 
 /// Whether `list`, a header of comma-separated words, holds `word`, which is in lower case.

@@ -35,6 +35,7 @@ struct HttpAnswer {
   std::string etag;            ///< In its quotes; empty: none. RFC 9110, section 8.8.3.
   bool is_gzip = false;        ///< The body is compressed.
   bool opens_session = false;  ///< The client gets the cookie that stands for the token.
+  unsigned retry_after = 0;    ///< Seconds after which the client may try again; 0: nobody knows. RFC 9110, 10.2.3.
   std::vector<std::pair<std::string, std::string>> headers{};  ///< Others, names in lower case; pages may read them.
 };
 

@@ -204,6 +204,7 @@ TEST_F(HttpApiTest, SaysThatTheEngineDoesNotRun) {
   EXPECT_EQ(CodeOf(Ask("/api/reports/networks", {{"type", "daily"}, {"period", "x"}})), "not_running");
   periods = "";
   EXPECT_EQ(CodeOf(Ask("/api/reports/networks/periods")), "not_running");
+  EXPECT_EQ(Ask("/api/reports/networks/periods").retry_after, 1U) << "it is being started or stopped";
 }
 
 TEST_F(HttpApiTest, GivesTheLatestMessageOfATopicStrictly) {
@@ -428,6 +429,7 @@ TEST_F(HttpApiTest, SaysThatThereIsNoDashboard) {
   const HttpAnswer answer = Ask("/");
   EXPECT_EQ(answer.status, 503U);
   EXPECT_EQ(CodeOf(answer), "no_dashboard");
+  EXPECT_EQ(answer.retry_after, 0U) << "nobody knows when somebody installs one";
   EXPECT_EQ(test::SchemaViolation("problem", *answer.body), "");
 }
 

@@ -62,6 +62,8 @@ class HttpRequestTest : public test::Served {
       answer.etag = "\"tag\"";
     }
     if (request.path == "/api/headed") answer.headers = {{"vexora-time-zone", "Europe/Berlin"}};
+    if (request.path.starts_with("/api/unavailable")) answer.status = 503;
+    if (request.path == "/api/unavailable/shortly") answer.retry_after = 7;
     if (request.path == "/api/slow") {
       ++slow_requests;
       opened_.wait();
@@ -360,6 +362,16 @@ TEST_F(HttpRequestTest, WhoseClientTakesNothingIsCutOff) {
   ASSERT_THAT(stuck.ReadHead(), StartsWith("HTTP/1.1 200 "));
   EXPECT_TRUE(test::Eventually([&] { return Get("/api/x").starts_with("HTTP/1.1 200 "); }))
       << "its place is given back";
+}
+
+TEST_F(HttpRequestTest, SaysWhenToTryAgainOnlyWhereThatIsKnown) {
+  Serve();
+  const std::string unknown = Get("/api/unavailable");
+  EXPECT_THAT(unknown, StartsWith("HTTP/1.1 503 "));
+  EXPECT_THAT(unknown, Not(HasSubstr("retry-after")));
+  const std::string shortly = Get("/api/unavailable/shortly");
+  EXPECT_THAT(shortly, StartsWith("HTTP/1.1 503 "));
+  EXPECT_THAT(shortly, HasSubstr("retry-after: 7\r\n"));
 }
 
 TEST_F(HttpRequestTest, IsRefusedWhileTooManyWait) {
