@@ -1,0 +1,66 @@
+#include "probe/uplink/pass_collector.h"
+
+#include <json-c/json.h>
+
+#include <array>
+#include <utility>
+
+#include "platform/topics.h"
+#include "probe/api/latest_messages.h"
+#include "probe/text/json_c_handle.h"
+
+using utilities::lock::lock_guard;
+
+namespace probe::uplink {
+namespace {
+
+/// Whether a filter is one of those whose messages go up: of each topic the one from which the rest can be folded.
+bool GoesUp(const StandardFilter& filter) {
+  return filter.variant.empty() || filter.variant == monitoring::kView1m || filter.variant == "total";
+}
+
+}  // namespace
+
+std::string IdOfTime(time_t at) {
+  tm utc{};
+  gmtime_r(&at, &utc);
+  std::array<char, 32> text{};
+  return {text.data(), strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%SZ", &utc)};
+}
+
+PassCollector::PassCollector(Taker take) : take_(std::move(take)) {}
+
+void PassCollector::Subscribe(WebServer& server, SubscriptionService& service) {
+  for (const StandardFilter& wanted : StandardFilters()) {
+    if (!GoesUp(wanted)) continue;
+    const std::string request = R"([{"sid":"uplink","filter":)" + wanted.filter + "}]";
+    const JsonCHandle tree(json_tokener_parse(request.c_str()));
+    const auto parsed = service.Parse(wanted.topic, tree.get());
+    if (!parsed) continue;
+    // A connection for each topic: a limit of what one connection is sent then cuts none of them off.
+    const ConnectionId connection =
+        server.AddLocalReceiver([gathered = gathered_, topic = wanted.topic](const std::string& text) {
+          const lock_guard held(gathered->lock);
+          if (!gathered->pass) return;
+          gathered->messages.push_back({0, topic, IdOfTime(*gathered->pass), *gathered->pass, text});
+        });
+    service.File(wanted.topic, connection, *parsed);
+  }
+}
+
+void PassCollector::OnPassBegins(time_t at) {
+  const lock_guard held(gathered_->lock);
+  gathered_->pass = at;
+}
+
+void PassCollector::OnPassEnds() {
+  std::vector<SpooledMessage> messages;
+  {
+    const lock_guard held(gathered_->lock);
+    gathered_->pass.reset();
+    messages.swap(gathered_->messages);
+  }
+  if (!messages.empty()) take_(std::move(messages));
+}
+
+}  // namespace probe::uplink

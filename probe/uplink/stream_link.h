@@ -1,0 +1,98 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "probe/uplink/nats_handles.h"
+#include "probe/uplink/spool.h"
+#include "probe/uplink/uplink_settings.h"
+
+namespace probe::uplink {
+
+/// What came of a text that was to be stored.
+enum class Delivery {
+  kStored,   ///< The stream has it.
+  kNotNow,   ///< No server said that it has it; to be tried again.
+  kTooLarge  ///< No server will take it.
+};
+
+/// What somebody asks of this site.
+struct SiteRequest {
+  std::string what;   ///< Last part of the subject.
+  std::string text;   ///< Empty: nothing more was said.
+  std::string reply;  ///< Where the answers are to go.
+};
+
+/// The connection to the servers, which is made anew whenever it breaks.
+///
+///   vexora.v1.SITE.TOPIC          a text, once, in order: into the stream
+///   vexora.v1.SITE.request.WHAT   a request, answered to its reply subject
+///
+/// A text carries its id in the header `Nats-Msg-Id` as "SITE.TOPIC.ID", by which the stream drops what comes twice within
+/// its duplicate window. What was sent before a connection broke may have been stored long before it is made anew, so the
+/// last text of the topic is asked for then.
+///
+/// Threads: one at a time. Source: the NATS documentation, "JetStream wire API reference".
+class StreamLink {
+ public:
+  /// Begins to connect, and does not wait for it.
+  ///
+  /// Fails: throws `std::runtime_error` for files and URLs that cannot be used.
+  explicit StreamLink(const UplinkSettings& settings);
+  StreamLink(const StreamLink&) = delete;
+  StreamLink& operator=(const StreamLink&) = delete;
+  ~StreamLink() = default;
+
+  bool IsConnected() const;
+
+  /// Sends texts, each of another topic, and waits until each is stored or it turns out that it is not, some seconds at
+  /// most. What came of each.
+  std::vector<Delivery> Publish(const std::vector<SpooledMessage>& messages);
+
+  /// The next request, if one comes within this time.
+  std::optional<SiteRequest> NextRequest(std::chrono::milliseconds wait);
+
+  /// Answers a request; one may have several answers.
+  void Reply(const std::string& reply, const std::string& topic, const std::string& text);
+
+  /// Why the last text was not stored, for people; empty: it was.
+  const std::string& trouble() const { return trouble_; }
+
+ private:
+  std::string SubjectOf(const std::string& topic) const;
+  std::string IdOf(const SpooledMessage& message) const;
+
+  /// All topics may have been stored without our knowing it, if the connection was made anew.
+  void NoticeReconnect();
+
+  /// The header `Nats-Msg-Id` of the last text of a topic; empty: there is none; nothing: no server says.
+  std::optional<std::string> LastIdOf(const std::string& topic);
+
+  /// Sends a text, and has its answer come to our inbox under the number `at`.
+  Delivery Send(const SpooledMessage& message, std::size_t at);
+
+  /// Waits for the answers to these texts of the batch, and notes what was stored.
+  void AwaitAnswers(const std::vector<SpooledMessage>& messages, std::set<std::size_t> awaited,
+                    std::vector<Delivery>& deliveries);
+
+  /// Whether an answer says that the text is stored.
+  bool IsStored(natsMsg* answer);
+
+  const std::string prefix_;  // "vexora.v1.SITE."
+  const std::string site_;
+  const std::string stream_;
+  const std::string inbox_;
+  NatsConnection connection_;
+  NatsSubscription requests_;
+  NatsSubscription answers_;
+  std::uint64_t sent_ = 0;         // batches: an answer to an older one is no answer to this
+  std::uint64_t reconnects_ = 0;
+  std::set<std::string> certain_;  // topics whose last text is known to be stored
+  std::string trouble_;
+};
+
+}  // namespace probe::uplink

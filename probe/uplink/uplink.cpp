@@ -1,0 +1,213 @@
+#include "probe/uplink/uplink.h"
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <exception>
+#include <nlohmann/json.hpp>
+#include <set>
+#include <utility>
+
+#include "platform/topics.h"
+#include "probe/host/log.h"
+#include "probe/text/json_text.h"
+
+using utilities::lock::lock_guard;
+
+namespace probe::uplink {
+namespace {
+
+using std::chrono::milliseconds;
+
+constexpr milliseconds kWait{200};  // how late a pass may be noticed
+constexpr std::size_t kBatch = 16;
+constexpr std::size_t kBatchBytes = std::size_t{16} * 1024 * 1024;
+
+std::string LocalDay(time_t at) {
+  tm local{};
+  localtime_r(&at, &local);
+  std::array<char, 16> text{};
+  return {text.data(), strftime(text.data(), text.size(), "%Y-%m-%d", &local)};
+}
+
+std::string DailyRequest(const std::string& day) {
+  return nlohmann::json{{"report_type", monitoring::kDaily}, {"period", day}}.dump();
+}
+
+/// The first of these texts, no two of them of one topic.
+std::vector<SpooledMessage> OneOfEachTopic(std::vector<SpooledMessage> messages) {
+  std::set<std::string> topics;
+  const auto second = std::find_if(messages.begin(), messages.end(),
+                                   [&](const SpooledMessage& message) { return !topics.insert(message.topic).second; });
+  messages.erase(second, messages.end());
+  return messages;
+}
+
+}  // namespace
+
+Uplink::Uplink(const UplinkSettings& settings, std::string spool_file, std::map<std::string, ReportCalls> reports)
+    : settings_(settings),
+      spool_file_(std::move(spool_file)),
+      reports_(std::move(reports)),
+      collector_([this](std::vector<SpooledMessage> messages) { inbox_.Put(std::move(messages)); }),
+      link_(settings) {}
+
+Uplink::~Uplink() {
+  Stop();
+}
+
+void Uplink::Start(WebServer& server, SubscriptionService& service) {
+  collector_.Subscribe(server, service);
+  log::Info("[Uplink] site %s sends to %zu servers", settings_.site.c_str(), settings_.servers.size());
+  thread_ = std::thread([this] { Run(); });
+}
+
+void Uplink::Stop() {
+  if (!thread_.joinable()) return;
+  {
+    const lock_guard held(lock_);
+    is_stopping_ = true;
+  }
+  thread_.join();
+}
+
+UplinkCounts Uplink::counts() const {
+  const lock_guard held(lock_);
+  return counts_;
+}
+
+bool Uplink::IsStopping() const {
+  const lock_guard held(lock_);
+  return is_stopping_;
+}
+
+void Uplink::Run() {
+  while (!IsStopping()) {
+    // What a thread throws ends the process: a step is lost, and the next one begins anew.
+    try {
+      FillSpool();
+      NoteConnection();
+      const bool has_more = SendSome();
+      UpdateCounts();
+      if (const auto request = link_.NextRequest(has_more ? milliseconds(1) : kWait)) Answer(*request);
+    } catch (const std::exception& error) {
+      NoteTrouble(error.what());
+      link_.NextRequest(kWait);
+    }
+  }
+  try {
+    FillSpool();
+  } catch (const std::exception& error) {
+    log::Error("[Uplink] what waits is lost: %s", error.what());
+  }
+}
+
+void Uplink::FillSpool() {
+  if (spool_ == nullptr) {
+    spool_ = std::make_unique<Spool>(spool_file_, SpoolBounds{settings_.spool_bytes, settings_.spool_age});
+  }
+  std::vector<SpooledMessage> messages = inbox_.TakeAll();
+  if (messages.empty()) return;
+  const time_t now = messages.back().at;
+  try {
+    std::vector<SpooledMessage> with_reports = WithReports(messages);
+    NoteCut(spool_->Append(with_reports, now));
+  } catch (...) {
+    inbox_.PutBack(std::move(messages));
+    throw;
+  }
+  last_pass_ = now;
+  for (SpooledMessage& message : messages) newest_[message.topic] = std::move(message);
+}
+
+std::vector<SpooledMessage> Uplink::WithReports(const std::vector<SpooledMessage>& messages) const {
+  std::vector<SpooledMessage> all;
+  std::optional<time_t> before = last_pass_;
+  for (const SpooledMessage& message : messages) {
+    const std::string ended = before ? LocalDay(*before) : "";
+    if (before && ended != LocalDay(message.at)) {
+      for (const auto& [name, calls] : reports_)
+        all.push_back({0, name, ended, message.at, calls.read_report(DailyRequest(ended))});
+    }
+    before = message.at;
+    all.push_back(message);
+  }
+  return all;
+}
+
+void Uplink::NoteCut(const std::map<std::string, CutMessages>& cut) {
+  for (const auto& [topic, messages] : cut) {
+    cut_ += messages.count;
+    log::Warning("[Uplink] %llu texts of %s from %s to %s are lost: more than uplink.spool_bytes or "
+                 "uplink.spool_hours allows is waiting",
+                 static_cast<unsigned long long>(messages.count), topic.c_str(), IdOfTime(messages.first).c_str(),
+                 IdOfTime(messages.last).c_str());
+  }
+}
+
+bool Uplink::SendSome() {
+  if (!is_connected_) return false;
+  const auto batch = OneOfEachTopic(spool_->After(0, kBatch, kBatchBytes));
+  if (batch.empty()) return false;
+  const std::vector<Delivery> deliveries = link_.Publish(batch);
+  for (std::size_t at = 0; at < batch.size(); ++at) {
+    if (deliveries[at] == Delivery::kNotNow) continue;
+    spool_->Remove(batch[at].number);
+    if (deliveries[at] == Delivery::kStored) {
+      ++stored_;
+    } else {
+      ++cut_;
+      log::Error("[Uplink] a text of %s is lost: it has %zu octets, more than max_payload of the servers",
+                 batch[at].topic.c_str(), batch[at].text.size());
+    }
+  }
+  NoteTrouble(link_.trouble());
+  return link_.trouble().empty();
+}
+
+void Uplink::NoteConnection() {
+  const bool is_connected = link_.IsConnected();
+  if (is_connected == std::exchange(is_connected_, is_connected)) return;
+  if (is_connected) {
+    log::Info("[Uplink] connected; %llu texts wait", static_cast<unsigned long long>(spool_->waiting().messages));
+  } else {
+    log::Warning("[Uplink] not connected: texts wait in %s", spool_file_.c_str());
+  }
+}
+
+void Uplink::NoteTrouble(const std::string& trouble) {
+  if (trouble == std::exchange(trouble_, trouble) || trouble.empty()) return;
+  log::Error("[Uplink] texts wait in %s: %s", spool_file_.c_str(), trouble.c_str());
+}
+
+void Uplink::UpdateCounts() {
+  const Spool::Waiting waiting = spool_->waiting();
+  const UplinkCounts counts{is_connected_, stored_, cut_ + inbox_.cut(), waiting.messages, waiting.bytes};
+  const lock_guard held(lock_);
+  counts_ = counts;
+}
+
+void Uplink::Answer(const SiteRequest& request) {
+  if (request.what == "newest") {
+    for (const auto& [topic, message] : newest_) link_.Reply(request.reply, topic, message.text);
+    link_.Reply(request.reply, "", "");
+  } else if (request.what == "report") {
+    AnswerReport(request);
+  }
+}
+
+void Uplink::AnswerReport(const SiteRequest& request) {
+  const auto wanted = nlohmann::json::parse(request.text, nullptr, false);
+  const std::string name = wanted.is_object() ? wanted.value("report", nlohmann::json()).dump() : "";
+  const auto found = std::find_if(reports_.begin(), reports_.end(),
+                                  [&](const auto& report) { return nlohmann::json(report.first).dump() == name; });
+  if (found == reports_.end()) {
+    link_.Reply(request.reply, "", R"({"error":""report" must be the name of a report"})");
+    return;
+  }
+  const auto& calls = found->second;
+  link_.Reply(request.reply, found->first,
+              wanted.contains("request") ? calls.read_report(Dump(wanted["request"])) : calls.periods());
+}
+
+}  // namespace probe::uplink

@@ -1,0 +1,102 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <ctime>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "platform/utilities/locks.h"
+#include "probe/api/plugin_calls.h"
+#include "probe/host/subscription_service.h"
+#include "probe/recording/pass_clock.h"
+#include "probe/server/web_server.h"
+#include "probe/uplink/inbox.h"
+#include "probe/uplink/pass_collector.h"
+#include "probe/uplink/spool.h"
+#include "probe/uplink/stream_link.h"
+#include "probe/uplink/uplink_settings.h"
+
+namespace probe::uplink {
+
+/// What an uplink has done since the start.
+struct UplinkCounts {
+  bool is_connected = false;
+  std::uint64_t stored = 0;   ///< Texts that a server has acknowledged.
+  std::uint64_t cut = 0;      ///< Texts that a bound of the spool cut off, or that no server takes for their size.
+  std::uint64_t waiting = 0;  ///< Texts that wait.
+  std::uint64_t waiting_bytes = 0;
+};
+
+/// Sends what each pass tells, and at midnight the reports of the day, to a stream of NATS servers, from a thread of its
+/// own. What no server has acknowledged waits in a file, in order.
+///
+/// Requests that it answers: "newest" with the newest text of each topic, however much waits; "report" with a report, for
+/// the request `{"report": "wireless_client_report", "request": {"report_type": "daily", "period": "2026-11-22"}}`.
+///
+/// Owner: the application. Threads: one starts and stops it; `counts` by any.
+class Uplink {
+ public:
+  /// Above this, what waits for the disk is cut, oldest pass first.
+  static constexpr std::size_t kMaxInboxBytes = std::size_t{64} * 1024 * 1024;
+
+  /// `reports` are called by the uplink's thread, and only between `Start` and `Stop`: report name -> calls.
+  ///
+  /// Fails: throws `std::runtime_error` for settings that cannot be used.
+  Uplink(const UplinkSettings& settings, std::string spool_file, std::map<std::string, ReportCalls> reports);
+  ~Uplink();
+  Uplink(const Uplink&) = delete;
+  Uplink& operator=(const Uplink&) = delete;
+
+  /// Who is to be told of passes.
+  recording::PassObserver& observer() { return collector_; }
+
+  /// Subscribes, and begins to send. After the plug-in's start, on a server that runs.
+  void Start(WebServer& server, SubscriptionService& service);
+
+  /// Ends the thread, which first puts into the spool what the passes have told.
+  void Stop();
+
+  UplinkCounts counts() const;
+
+ private:
+  void Run();
+  bool IsStopping() const;
+  void FillSpool();
+  /// The texts with the daily reports of days that ended between two of them, or before the first.
+  std::vector<SpooledMessage> WithReports(const std::vector<SpooledMessage>& messages) const;
+  void NoteCut(const std::map<std::string, CutMessages>& cut);
+  bool SendSome();
+  void Answer(const SiteRequest& request);
+  void AnswerReport(const SiteRequest& request);
+  void NoteConnection();
+  void NoteTrouble(const std::string& trouble);
+  void UpdateCounts();
+
+  const UplinkSettings settings_;
+  const std::string spool_file_;
+  const std::map<std::string, ReportCalls> reports_;
+  Inbox inbox_{kMaxInboxBytes};
+  PassCollector collector_;
+  StreamLink link_;
+
+  // Of the thread.
+  std::unique_ptr<Spool> spool_;                  // null while it cannot be opened
+  std::map<std::string, SpooledMessage> newest_;  // topic -> its newest text
+  std::optional<time_t> last_pass_;
+  bool is_connected_ = false;
+  std::string trouble_;  // that the log knows of
+  std::uint64_t stored_ = 0;
+  std::uint64_t cut_ = 0;  // but for the inbox's
+
+  mutable utilities::lock::Mutex lock_;  // leaf lock
+  bool is_stopping_ VEXORA_GUARDED_BY(lock_) = false;
+  UplinkCounts counts_ VEXORA_GUARDED_BY(lock_);
+  std::thread thread_;
+};
+
+}  // namespace probe::uplink

@@ -1,0 +1,150 @@
+#include "probe/uplink/stream_link.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "tests/probe/uplink/nats_servers.h"
+
+namespace {
+
+using probe::uplink::Delivery;
+using probe::uplink::SpooledMessage;
+using probe::uplink::StreamLink;
+using probe::uplink::UplinkSettings;
+using test::IdsOf;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+
+UplinkSettings SettingsFor(const std::string& url) {
+  UplinkSettings settings;
+  settings.servers = {url};
+  settings.site = "north";
+  return settings;
+}
+
+SpooledMessage Of(const std::string& topic, const std::string& id, const std::string& text) {
+  return {1, topic, id, 0, text};
+}
+
+void AwaitConnection(const StreamLink& link, bool is_wanted = true) {
+  const auto deadline = std::chrono::steady_clock::now() + test::kPatience;
+  while (link.IsConnected() != is_wanted && std::chrono::steady_clock::now() < deadline) nats_Sleep(10);
+  ASSERT_EQ(link.IsConnected(), is_wanted);
+}
+
+class StreamLinkTest : public ::testing::Test {
+ protected:
+  test::NatsServer server_;
+  test::StreamReader reader_{server_.url()};
+  StreamLink link_{SettingsFor(server_.url())};
+};
+
+TEST_F(StreamLinkTest, StoresTextsUnderTheirSubjectsWithTheirIds) {
+  reader_.MakeStream();
+  AwaitConnection(link_);
+  EXPECT_THAT(link_.Publish({Of("a", "1", "first"), Of("b", "1", "second")}),
+              ElementsAre(Delivery::kStored, Delivery::kStored));
+  const auto stored = reader_.Await(2);
+  ASSERT_EQ(stored.size(), 2U);
+  EXPECT_EQ(stored[0].subject, "vexora.v1.north.a");
+  EXPECT_EQ(stored[0].id, "north.a.1");
+  EXPECT_EQ(stored[0].text, "first");
+  EXPECT_EQ(stored[1].subject, "vexora.v1.north.b");
+}
+
+TEST_F(StreamLinkTest, SaysThatNoStreamTakesTheSubject) {
+  AwaitConnection(link_);
+  EXPECT_THAT(link_.Publish({Of("a", "1", "first")}), ElementsAre(Delivery::kNotNow));
+  EXPECT_THAT(link_.trouble(), HasSubstr("VEXORA"));
+}
+
+TEST_F(StreamLinkTest, StoresOnceWhatIsSentTwice) {
+  reader_.MakeStream();
+  AwaitConnection(link_);
+  link_.Publish({Of("a", "1", "first")});
+  EXPECT_THAT(link_.Publish({Of("a", "1", "first")}), ElementsAre(Delivery::kStored));
+  link_.Publish({Of("a", "2", "second")});
+  EXPECT_THAT(IdsOf(reader_.Await(2)), ElementsAre("north.a.1", "north.a.2"));
+}
+
+TEST_F(StreamLinkTest, StoresOnceWhatWasSentBeforeTheDuplicateWindow) {
+  reader_.MakeStream(1);
+  AwaitConnection(link_);
+  link_.Publish({Of("a", "1", "first")});
+  nats_Sleep(1500);  // the window's own time, which no event ends
+  StreamLink next(SettingsFor(server_.url()));
+  AwaitConnection(next);
+  EXPECT_THAT(next.Publish({Of("a", "1", "first")}), ElementsAre(Delivery::kStored));
+  next.Publish({Of("a", "2", "second")});
+  EXPECT_THAT(IdsOf(reader_.Await(2)), ElementsAre("north.a.1", "north.a.2"));
+}
+
+TEST_F(StreamLinkTest, GoesOnWhenTheServerIsBack) {
+  reader_.MakeStream();
+  AwaitConnection(link_);
+  link_.Publish({Of("a", "1", "first")});
+  server_.Kill();
+  AwaitConnection(link_, false);
+  EXPECT_THAT(link_.Publish({Of("a", "2", "second")}), ElementsAre(Delivery::kNotNow));
+  server_.Restart();
+  AwaitConnection(link_);
+  EXPECT_THAT(link_.Publish({Of("a", "2", "second")}), ElementsAre(Delivery::kStored));
+  test::StreamReader reader(server_.url());
+  EXPECT_THAT(IdsOf(reader.Await(2)), ElementsAre("north.a.1", "north.a.2"));
+}
+
+TEST_F(StreamLinkTest, WaitsForAServerThatIsNotThereYet) {
+  server_.Kill();
+  StreamLink link(SettingsFor(server_.url()));
+  EXPECT_FALSE(link.IsConnected());
+  server_.Restart();
+  AwaitConnection(link);
+}
+
+TEST_F(StreamLinkTest, TellsWhatNoServerWillTake) {
+  reader_.MakeStream();
+  AwaitConnection(link_);
+  EXPECT_THAT(link_.Publish({Of("a", "1", std::string(1024 * 1024 + 1, 'x'))}), ElementsAre(Delivery::kTooLarge));
+  EXPECT_EQ(link_.trouble(), "");
+}
+
+TEST_F(StreamLinkTest, AnswersRequests) {
+  AwaitConnection(link_);
+  natsMsg* made = nullptr;
+  natsSubscription* answers = nullptr;
+  ASSERT_EQ(natsConnection_SubscribeSync(&answers, reader_.connection(), "here"), NATS_OK);
+  const probe::uplink::NatsSubscription owner(answers);
+  const auto deadline = std::chrono::steady_clock::now() + test::kPatience;
+  std::optional<probe::uplink::SiteRequest> request;
+  while (!request && std::chrono::steady_clock::now() < deadline) {
+    // Who asks before the site has subscribed gets no answer.
+    natsConnection_PublishRequestString(reader_.connection(), "vexora.v1.north.request.report", "here", "which");
+    request = link_.NextRequest(std::chrono::milliseconds(100));
+  }
+  ASSERT_TRUE(request);
+  EXPECT_EQ(request->what, "report");
+  EXPECT_EQ(request->text, "which");
+  link_.Reply(request->reply, "topic", "this one");
+  ASSERT_EQ(natsSubscription_NextMsg(&made, answers, 60'000), NATS_OK);
+  const probe::uplink::NatsMessage answer(made);
+  EXPECT_STREQ(natsMsg_GetData(made), "this one");
+}
+
+TEST(StreamLinkSettings, NameTheFileThatCannotBeUsed) {
+  UplinkSettings settings = SettingsFor("tls://127.0.0.1:1");
+  settings.tls_ca = "/nowhere/ca.pem";
+  try {
+    const StreamLink link(settings);
+    FAIL();
+  } catch (const std::runtime_error& error) {
+    EXPECT_THAT(error.what(), HasSubstr("/nowhere/ca.pem"));
+  }
+}
+
+}  // namespace

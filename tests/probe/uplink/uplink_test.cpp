@@ -1,0 +1,233 @@
+#include "probe/uplink/uplink.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "monitor/engine/filter.h"
+#include "platform/sending.h"
+#include "tests/probe/server/served.h"
+#include "tests/probe/uplink/nats_servers.h"
+#include "tests/support/local_time.h"
+#include "tests/support/test_folder.h"
+
+namespace {
+
+using probe::log::Level;
+using probe::uplink::Uplink;
+using probe::uplink::UplinkCounts;
+using probe::uplink::UplinkSettings;
+using test::Eventually;
+using test::IdsOf;
+using test::StoredMessage;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::SizeIs;
+
+constexpr time_t kBeforeMidnight = 1'767'657'540;  // 2026-01-05 23:59 UTC
+
+/// Sends the same text to everybody.
+class Announcer final : public subscribes::Subscriber {
+ public:
+  subscribes::ParsedRequest FilterParser(json_object* request) override { return parser_.FilterParser(request); }
+  void PushDataBySID(const subscribes::SubscriptionList& subscriptions) override {
+    for (const auto& [sid, connections] : subscriptions) {
+      for (const auto& [connection, filter] : connections) GetSalSendByCon()(connection, text);
+    }
+  }
+  std::vector<std::string> Requests() const { return parser_.Requests(); }
+
+  std::string text;
+
+ private:
+  test::RecordingSubscriber parser_;
+};
+
+class UplinkTest : public test::Served {
+ protected:
+  UplinkTest() {
+    service.AddSubscriber("HealthMonitor", health_);
+    service.AddSubscriber("TrafficMonitor", traffic_);
+    Serve();
+    nats_.emplace();
+    settings_.servers = {nats_->url()};
+    settings_.site = "north";
+    reader_.emplace(nats_->url());
+    reader_->MakeStream();
+  }
+
+  void TearDown() override {
+    uplink_.reset();
+    test::Served::TearDown();
+  }
+
+  void StartUplink() {
+    std::map<std::string, probe::ReportCalls> reports;
+    reports["wireless_client_report"] = {[] { return std::string("the periods"); },
+                                         [](const std::string& request) { return "report for " + request; }};
+    uplink_ = std::make_unique<Uplink>(settings_, folder_.Path("spool.db"), std::move(reports));
+    uplink_->Start(*server, service);
+  }
+
+  void Pass(time_t at, const std::string& health, const std::string& traffic = "") {
+    uplink_->observer().OnPassBegins(at);
+    Announce("HealthMonitor", *health_, health);
+    if (!traffic.empty()) Announce("TrafficMonitor", *traffic_, traffic);
+    uplink_->observer().OnPassEnds();
+  }
+
+  void Announce(const std::string& topic, Announcer& announcer, const std::string& text) {
+    announcer.text = text;
+    announcer.PushDataBySID(service.GetSubscribeList(topic));
+  }
+
+  bool Says(Level level, const std::string& part) const { return !log.Texts(level, part).empty(); }
+
+  bool Waits(std::uint64_t count) {
+    return Eventually([&] { return uplink_->counts().waiting == count; });
+  }
+
+  test::LocalZone utc_{"UTC"};
+  test::TestFolder folder_;
+  std::shared_ptr<Announcer> health_ = std::make_shared<Announcer>();
+  std::shared_ptr<Announcer> traffic_ = std::make_shared<Announcer>();
+  std::optional<test::NatsServer> nats_;
+  std::optional<test::StreamReader> reader_;
+  UplinkSettings settings_;
+  std::unique_ptr<Uplink> uplink_;
+};
+
+TEST_F(UplinkTest, AsksForTheViewsFromWhichTheRestCanBeFolded) {
+  StartUplink();
+  EXPECT_THAT(health_->Requests(), ElementsAre(R"([{"sid":"uplink","filter":{}}])"));
+  EXPECT_THAT(traffic_->Requests(), ElementsAre(R"([{"sid":"uplink","filter":{"interval":"1m"}}])"));
+}
+
+TEST_F(UplinkTest, SendsWhatEachPassTellsOnceAndInOrder) {
+  StartUplink();
+  Pass(60, "h1", "t1");
+  Pass(120, "h2", "t2");
+  const auto stored = reader_->Await(4);
+  ASSERT_THAT(stored, SizeIs(4));
+  EXPECT_THAT(IdsOf(stored),
+              ElementsAre("north.HealthMonitor.1970-01-01T00:01:00Z", "north.TrafficMonitor.1970-01-01T00:01:00Z",
+                          "north.HealthMonitor.1970-01-01T00:02:00Z", "north.TrafficMonitor.1970-01-01T00:02:00Z"));
+  EXPECT_EQ(stored[0].text, "h1");
+  EXPECT_EQ(stored[3].text, "t2");
+  EXPECT_EQ(stored[3].subject, "vexora.v1.north.TrafficMonitor");
+  EXPECT_TRUE(Eventually([&] { return uplink_->counts().stored == 4; }));
+  EXPECT_EQ(uplink_->counts().waiting, 0U);
+}
+
+TEST_F(UplinkTest, SendsNothingThatIsToldOutsideAPass) {
+  StartUplink();
+  Announce("HealthMonitor", *health_, "between");
+  Pass(60, "h1");
+  EXPECT_EQ(reader_->Await(1).front().text, "h1");
+}
+
+TEST_F(UplinkTest, KeepsWhatWaitsWhileNoServerIsThere) {
+  StartUplink();
+  Pass(60, "h1");
+  reader_->Await(1);
+  nats_->Kill();
+  for (int pass = 2; pass <= 60; ++pass) Pass(pass * 60, "h" + std::to_string(pass));
+  ASSERT_TRUE(Waits(59));
+  EXPECT_TRUE(Eventually([&] { return Says(Level::kWarning, "[Uplink] not connected"); }));
+  nats_->Restart();
+  test::StreamReader reader(nats_->url());
+  const auto stored = reader.Await(60);
+  ASSERT_THAT(stored, SizeIs(60));
+  for (std::size_t at = 0; at < stored.size(); ++at) EXPECT_EQ(stored[at].text, "h" + std::to_string(at + 1));
+  EXPECT_TRUE(Waits(0));
+}
+
+TEST_F(UplinkTest, KeepsWhatWaitsOverARestartOfTheProbe) {
+  nats_->Kill();
+  StartUplink();
+  Pass(60, "h1");
+  Pass(120, "h2");
+  uplink_.reset();
+  nats_->Restart();
+  test::StreamReader reader(nats_->url());
+  StartUplink();
+  Pass(180, "h3");
+  const auto stored = reader.Await(3);
+  ASSERT_THAT(stored, SizeIs(3));
+  EXPECT_EQ(stored[0].text, "h1");
+  EXPECT_EQ(stored[2].text, "h3");
+}
+
+TEST_F(UplinkTest, NamesWhatTheSpoolsBoundCuts) {
+  nats_->Kill();
+  settings_.spool_bytes = 4;
+  StartUplink();
+  Pass(60, "h1");
+  Pass(120, "h2");
+  Pass(180, "h3");
+  EXPECT_TRUE(Eventually([&] { return uplink_->counts().cut == 1; }));
+  EXPECT_EQ(uplink_->counts().waiting, 2U);
+  EXPECT_TRUE(Says(Level::kWarning,
+                   "[Uplink] 1 texts of HealthMonitor from 1970-01-01T00:01:00Z to 1970-01-01T00:01:00Z are lost"));
+}
+
+TEST_F(UplinkTest, GoesOnAfterATextThatNoServerTakes) {
+  StartUplink();
+  Pass(60, std::string(1024 * 1024 + 1, 'x'));
+  Pass(120, "h2");
+  EXPECT_EQ(reader_->Await(1).front().text, "h2");
+  EXPECT_TRUE(Eventually([&] { return uplink_->counts().cut == 1; }));
+  EXPECT_TRUE(Says(Level::kError, "more than max_payload of the servers"));
+}
+
+TEST_F(UplinkTest, SendsTheReportsOfADayThatEnded) {
+  StartUplink();
+  Pass(kBeforeMidnight, "h1");
+  Pass(kBeforeMidnight + 60, "h2");
+  Pass(kBeforeMidnight + 120, "h3");
+  const auto stored = reader_->Await(4);
+  ASSERT_THAT(stored, SizeIs(4));
+  EXPECT_EQ(stored[1].subject, "vexora.v1.north.wireless_client_report");
+  EXPECT_EQ(stored[1].id, "north.wireless_client_report.2026-01-05");
+  EXPECT_EQ(stored[1].text, R"(report for {"period":"2026-01-05","report_type":"daily"})");
+}
+
+TEST_F(UplinkTest, AnswersWithTheNewestOfEachTopic) {
+  StartUplink();
+  Pass(60, "h1", "t1");
+  Pass(120, "h2");
+  reader_->Await(3);
+  EXPECT_THAT(reader_->Ask("vexora.v1.north.request.newest", "", true), ElementsAre("h2", "t1"));
+}
+
+TEST_F(UplinkTest, AnswersWithReports) {
+  StartUplink();
+  Pass(60, "h1");
+  reader_->Await(1);
+  const std::string subject = "vexora.v1.north.request.report";
+  EXPECT_THAT(reader_->Ask(subject, R"({"report":"wireless_client_report","request":{"period":"x"}})", false),
+              ElementsAre(R"(report for {"period":"x"})"));
+  EXPECT_THAT(reader_->Ask(subject, R"({"report":"wireless_client_report"})", false), ElementsAre("the periods"));
+  for (const char* wrong : {"", "{", "[]", "3", "{}", R"({"report":3})", R"({"report":"other"})"}) {
+    EXPECT_THAT(reader_->Ask(subject, wrong, false), ElementsAre(HasSubstr("must be the name of a report"))) << wrong;
+  }
+}
+
+TEST_F(UplinkTest, KeepsThePassesWhileTheSpoolCannotBeOpened) {
+  folder_.Write("spool.db", std::string(4096, 'x'));
+  StartUplink();
+  Pass(60, "h1");
+  EXPECT_TRUE(Eventually([&] { return Says(Level::kError, "not a database"); }));
+  folder_.Write("spool.db", "");
+  EXPECT_EQ(reader_->Await(1).front().text, "h1");
+}
+
+}  // namespace
