@@ -3,13 +3,16 @@
 #include <chrono>
 #include <cstdlib>
 #include <ctime>
+#include <filesystem>
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <system_error>
 #include <utility>
 #include <vector>
 
 #include "platform/tasks.h"
+#include "platform/topics.h"
 #include "probe/api/answers.h"
 #include "probe/api/page_files.h"
 #include "probe/api/plugin_calls.h"
@@ -30,6 +33,7 @@
 #include "probe/settings/setting_keys.h"
 #include "probe/sources/snmp/snmp_settings.h"
 #include "probe/text/url_host.h"
+#include "probe/uplink/uplink.h"
 #include "probe/version/version.h"
 
 namespace probe {
@@ -128,9 +132,11 @@ void ProbeApp::Start() {
     StartClock();
     StartSources();
     StartRecording();
+    MakeUplink();
     StartJournal();
     StartPlugin();
     StartServer();
+    StartUplink();
     BeginReplay();
   } catch (...) {
     Stop();
@@ -234,6 +240,7 @@ void ProbeApp::StartPassClock() {
   std::vector<recording::PassObserver*> observers;
   if (recorder_) observers.push_back(recorder_.get());
   if (journal_) observers.push_back(journal_.get());
+  if (uplink_) observers.push_back(&uplink_->observer());
   if (removed_devices_) observers.push_back(removed_devices_.get());
   if (observers.empty()) return;
   pass_clock_ = std::make_unique<recording::PassClock>(DeviceCentre::Instance(), std::move(observers));
@@ -302,6 +309,26 @@ void ProbeApp::StartServer() {
   latest_.Start(*server_, SubscriptionService::Instance());
 }
 
+void ProbeApp::MakeUplink() {
+  if (settings_.uplink.servers.empty()) return;
+  // Beside the journal, wherever that is.
+  const std::filesystem::path journal =
+      journal_folder_ ? journal_folder_->path()
+                      : journal::JournalPathIn(settings_.journal.state_directory, settings_.simulated.enabled);
+  const std::string folder = journal.string() + "-uplink";
+  std::error_code error;
+  std::filesystem::create_directories(folder, error);  // the spool says what is wrong with it, again and again
+  std::filesystem::permissions(folder, std::filesystem::perms::owner_all, error);
+  uplink_ = std::make_unique<uplink::Uplink>(settings_.uplink, folder + "/spool.db");
+}
+
+void ProbeApp::StartUplink() {
+  if (!uplink_) return;
+  const PluginCalls calls = CallsOf(*plugin_);
+  uplink_->Start(*server_, SubscriptionService::Instance(),
+                 {{monitoring::kWirelessClientReport, calls.clients}, {monitoring::kWirelessNetworkReport, calls.networks}});
+}
+
 void ProbeApp::BeginReplay() {
   if (!warm_start_) return;
   const auto begun = std::chrono::steady_clock::now();
@@ -356,6 +383,7 @@ metrics::ProbeFigures ProbeApp::Figures() const {
   figures.passes = pass_timer_->totals();
   if (journal_) figures.journal = journal_->counts();
   figures.is_journal_failing = is_journal_missing_ || (journal_ && journal_->is_failing());
+  if (uplink_) figures.uplink = uplink_->counts();
   figures.polls = snmp_->Statuses();
   figures.poll_durations = snmp_->PollDurations();
   return figures;
@@ -400,6 +428,7 @@ void ProbeApp::Stop() {
   // First whoever calls into the plug-in, then the plug-in, then what the plug-in calls.
   if (warm_start_) warm_start_->Stop();
   if (server_) server_->Stop();
+  if (uplink_) uplink_->Stop();
   if (this_machine_) this_machine_->Stop();
   if (simulated_) simulated_->Stop();
   if (snmp_) snmp_->Stop();
@@ -425,6 +454,7 @@ void ProbeApp::Stop() {
   warm_start_.reset();
   pass_clock_.reset();
   removed_devices_.reset();
+  uplink_.reset();
   // Its thread waits in the kernel, and will come back to it.
   if (is_disk_hanging) static_cast<void>(journal_.release());
   journal_.reset();

@@ -29,6 +29,7 @@
 #include "probe/sources/snmp/snmp_settings.h"
 #include "probe/sources/snmp/snmp_source.h"
 #include "probe/sources/this_machine/this_machine.h"
+#include "probe/uplink/uplink.h"
 
 namespace probe {
 
@@ -83,6 +84,8 @@ class ProbeApp {
   bool AreAllDevicesKnown() const;
   void StartPlugin();
   void StartServer();
+  void MakeUplink();
+  void StartUplink();
   void BeginReplay();
   void Announce() const;
 
@@ -104,6 +107,7 @@ class ProbeApp {
   std::unique_ptr<PassTimer> pass_timer_;                   // on top of the clock, below whoever else looks at passes
   std::unique_ptr<recording::Recorder> recorder_;           // null unless a recording is asked for
   std::unique_ptr<journal::JournalWriter> journal_;         // null unless there is a journal
+  std::unique_ptr<uplink::Uplink> uplink_;                  // null unless there are servers for it
   std::unique_ptr<RemovedDevices> removed_devices_;         // null unless a journal is replayed
   std::unique_ptr<recording::PassClock> pass_clock_;        // null unless passes are written down
   std::unique_ptr<journal::WarmStart> warm_start_;          // null unless a journal is replayed

@@ -90,6 +90,21 @@ void AppendJournal(const ProbeFigures& figures, Families& families) {
   durations.MoveTo(families);
 }
 
+void AppendUplink(const ProbeFigures& figures, Families& families) {
+  if (!figures.uplink) return;
+  const uplink::UplinkCounts& uplink = *figures.uplink;
+  AddGauge(families, "vexora_uplink_connected", "Whether the uplink is connected to a server: 1 or 0.",
+           uplink.is_connected ? 1 : 0);
+  AddCounter(families, "vexora_uplink_stored_total", "Texts that a server of the uplink has acknowledged.",
+             static_cast<double>(uplink.stored));
+  AddCounter(families, "vexora_uplink_lost_total", "Texts that a bound cut off before a server acknowledged them.",
+             static_cast<double>(uplink.cut));
+  AddGauge(families, "vexora_uplink_waiting", "Texts that wait for a server of the uplink.",
+           static_cast<double>(uplink.waiting));
+  AddGauge(families, "vexora_uplink_waiting_bytes", "Octets of the texts that wait for a server of the uplink.",
+           static_cast<double>(uplink.waiting_bytes));
+}
+
 void AppendPolls(const ProbeFigures& figures, Families& families) {
   Family targets = GaugeFamily("vexora_snmp_target_info",
                                "Which device answers at an address that is asked by SNMP, as labels; always 1.");
@@ -130,6 +145,7 @@ void AppendProbe(const ProbeFigures& figures, const ProcessFigures& process, Fam
   AppendProcess(process, families);
   AppendPasses(figures, families);
   AppendJournal(figures, families);
+  AppendUplink(figures, families);
   AppendPolls(figures, families);
 }
 

@@ -13,6 +13,7 @@
 #include "probe/metrics/process_figures.h"
 #include "probe/server/server_counts.h"
 #include "probe/sources/snmp/device_status.h"
+#include "probe/uplink/uplink_counts.h"
 
 namespace probe::metrics {
 
@@ -25,6 +26,7 @@ struct ProbeFigures {
   PassTotals passes;
   std::optional<journal::JournalCounts> journal;  ///< Nothing: there is none.
   bool is_journal_failing = false;                ///< Also when there should be one.
+  std::optional<uplink::UplinkCounts> uplink;     ///< Nothing: there is none.
   std::vector<snmp::DeviceStatus> polls;
   DurationHistogram poll_durations;  ///< Also of devices that are asked no longer.
 };

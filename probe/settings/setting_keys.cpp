@@ -14,6 +14,7 @@
 #include "probe/settings/log_levels.h"
 #include "probe/settings/snmp_devices.h"
 #include "probe/sources/simulated/simulated_settings.h"
+#include "probe/uplink/uplink_settings.h"
 
 namespace probe {
 namespace {
@@ -31,7 +32,7 @@ SettingKey KeyOf(std::string table, std::string name, Member member, std::string
   using Stored = std::remove_reference_t<decltype(member(std::declval<Settings&>()))>;
   SettingKey key{std::move(table), std::move(name), std::move(help), std::move(expected), AcceptAnything, {}, {}};
   key.read = [member](const Settings& settings) -> SettingValue {
-    if constexpr (std::is_same_v<Stored, std::chrono::seconds>) {
+    if constexpr (std::is_same_v<Stored, std::chrono::seconds> || std::is_same_v<Stored, std::chrono::hours>) {
       return static_cast<Value>(member(settings).count());
     } else {
       return static_cast<Value>(member(settings));
@@ -274,6 +275,69 @@ std::vector<SettingKey> JournalKeys() {
   };
 }
 
+SettingKey UplinkServersKey() {
+  SettingKey key = Texts(
+      "uplink", "servers", [](auto& settings) -> auto& { return settings.uplink.servers; },
+      "NATS servers to which the probe sends what it learns: \"tls://centre.example.org:4222\". Empty: to none.");
+  key.expected = "a list of URLs with nats:// or tls://";
+  key.accepts = [](const SettingValue& value) {
+    const auto& texts = std::get<std::vector<std::string>>(value);
+    return std::all_of(texts.begin(), texts.end(), [](const std::string& text) {
+      return text.starts_with("nats://") || text.starts_with("tls://");
+    });
+  };
+  return key;
+}
+
+/// A name that becomes a part of subjects.
+template <typename Member>
+SettingKey SubjectPart(std::string name, Member member, std::string help) {
+  SettingKey key = Text("uplink", std::move(name), member, std::move(help));
+  key.expected = "a text of at most 64 letters, digits, \"-\" and \"_\"";
+  key.accepts = [](const SettingValue& value) {
+    const auto& text = std::get<std::string>(value);
+    return text.empty() || uplink::IsSiteName(text);
+  };
+  return key;
+}
+
+std::vector<SettingKey> UplinkKeys() {
+  constexpr std::int64_t kMebibyte = 1024 * 1024;
+  constexpr std::int64_t kMaxHours = 24 * 366;
+  const std::string table = "uplink";
+  return {
+      UplinkServersKey(),
+      SubjectPart(
+          "site", [](auto& settings) -> auto& { return settings.uplink.site; },
+          "Name of this site among those of the servers. To be given with servers."),
+      SubjectPart(
+          "stream", [](auto& settings) -> auto& { return settings.uplink.stream; },
+          "Name of the stream that takes the texts of all sites in."),
+      Text(
+          table, "tls_ca", [](auto& settings) -> auto& { return settings.uplink.tls_ca; },
+          "PEM file with the certificates of those who sign the servers'. Empty: the system's."),
+      Text(
+          table, "tls_certificate", [](auto& settings) -> auto& { return settings.uplink.tls_certificate; },
+          "PEM file with the certificate chain that the probe shows the servers. Empty: none."),
+      Text(
+          table, "tls_key", [](auto& settings) -> auto& { return settings.uplink.tls_key; },
+          "PEM file with the private key of that certificate. Only its owner may be able to read it."),
+      Text(
+          table, "nkey", [](auto& settings) -> auto& { return settings.uplink.nkey; },
+          "Public half of the NKey by which the probe logs in at the servers. Empty: none."),
+      Text(
+          table, "nkey_seed", [](auto& settings) -> auto& { return settings.uplink.nkey_seed; },
+          "File with the seed of that NKey. Only its owner may be able to read it."),
+      Number(
+          table, "spool_bytes", [](auto& settings) -> auto& { return settings.uplink.spool_bytes; }, kMebibyte,
+          1024 * 1024 * kMebibyte,
+          "Octets of texts that wait in the state directory while no server takes them; the oldest go first."),
+      Number(
+          table, "spool_hours", [](auto& settings) -> auto& { return settings.uplink.spool_age; }, 1, kMaxHours,
+          "Hours for which they wait at most."),
+  };
+}
+
 std::vector<SettingKey> SimulatedKeys() {
   const std::string simulated = "sources.simulated";
   return {
@@ -326,7 +390,7 @@ bool TakesEffectAtReload(const SettingKey& key) {
 const std::vector<SettingKey>& SettingKeys() {
   static const std::vector<SettingKey> keys = [] {
     std::vector<SettingKey> all = ServerKeys();
-    for (std::vector<SettingKey> more : {LimitKeys(), JournalKeys(), ProbeKeys(), SimulatedKeys()}) {
+    for (std::vector<SettingKey> more : {LimitKeys(), JournalKeys(), UplinkKeys(), ProbeKeys(), SimulatedKeys()}) {
       std::move(more.begin(), more.end(), std::back_inserter(all));
     }
     return all;

@@ -120,6 +120,24 @@ void CheckTls(const Settings& settings, const KeyPlaces& places, SettingsErrors&
   errors.Add(PlaceOf(places, missing, given), missing, "must be given together with " + given);
 }
 
+/// Two keys of the uplink that mean nothing alone.
+void CheckUplinkPair(const std::string& first, bool is_first_given, const std::string& second, bool is_second_given,
+                     const KeyPlaces& places, SettingsErrors& errors) {
+  if (is_first_given == is_second_given) return;
+  const std::string& missing = "uplink." + (is_first_given ? second : first);
+  const std::string& given = "uplink." + (is_first_given ? first : second);
+  errors.Add(PlaceOf(places, missing, given), missing, "must be given together with " + given);
+}
+
+void CheckUplink(const Settings& settings, const KeyPlaces& places, SettingsErrors& errors) {
+  const uplink::UplinkSettings& uplink = settings.uplink;
+  CheckUplinkPair("servers", !uplink.servers.empty(), "site", !uplink.site.empty(), places, errors);
+  CheckUplinkPair("tls_certificate", !uplink.tls_certificate.empty(), "tls_key", !uplink.tls_key.empty(), places,
+                  errors);
+  CheckUplinkPair("nkey", !uplink.nkey.empty(), "nkey_seed", !uplink.nkey_seed.empty(), places, errors);
+  if (uplink.stream.empty()) errors.Add(places.at("uplink.stream"), "uplink.stream", "must not be empty");
+}
+
 void CheckSilences(const Settings& settings, const KeyPlaces& places, SettingsErrors& errors) {
   const ServerLimits& limits = settings.server.limits;
   if (!HangsUpUnasked(limits)) return;
@@ -166,8 +184,8 @@ void ReadToken(Settings& settings, const KeyPlaces& places, SettingsErrors& erro
   }
 }
 
-/// Finds the files of TLS, and says what is wrong with that of the key.
-void FindTlsFiles(Settings& settings, const KeyPlaces& places, SettingsErrors& errors) {
+/// Finds the files of certificates and keys, and says what is wrong with those of the keys.
+void FindKeyFiles(Settings& settings, const KeyPlaces& places, SettingsErrors& errors) {
   const auto find = [&](const char* name, std::string& path, bool is_secret) {
     const auto key = places.find(name);
     if (key == places.end()) return;
@@ -178,6 +196,10 @@ void FindTlsFiles(Settings& settings, const KeyPlaces& places, SettingsErrors& e
   };
   find("server.tls_certificate", settings.server.tls_certificate, false);
   find("server.tls_key", settings.server.tls_key, true);
+  find("uplink.tls_ca", settings.uplink.tls_ca, false);
+  find("uplink.tls_certificate", settings.uplink.tls_certificate, false);
+  find("uplink.tls_key", settings.uplink.tls_key, true);
+  find("uplink.nkey_seed", settings.uplink.nkey_seed, true);
 }
 
 void CheckToken(const Settings& settings, const KeyPlaces& places, SettingsErrors& errors) {
@@ -223,10 +245,11 @@ Settings SettingsOf(const std::vector<SettingsFile>& files) {
   // A key that contradicts another may have its remedy in what could not be read.
   if (is_whole) {
     CheckTls(settings, places, errors);
+    CheckUplink(settings, places, errors);
     CheckSilences(settings, places, errors);
     CheckContradictions(settings, places, errors);
     ReadToken(settings, places, errors);
-    FindTlsFiles(settings, places, errors);
+    FindKeyFiles(settings, places, errors);
     CheckToken(settings, places, errors);
   }
   errors.Raise();

@@ -12,6 +12,7 @@
 #include "probe/sources/simulated/simulated_settings.h"
 #include "probe/sources/snmp/snmp_settings.h"
 #include "probe/sources/this_machine/this_machine_settings.h"
+#include "probe/uplink/uplink_settings.h"
 
 namespace probe {
 
@@ -32,6 +33,7 @@ struct Settings {
   SimulatedSettings simulated;
   snmp::SnmpSettings snmp;
   journal::JournalSettings journal;
+  uplink::UplinkSettings uplink;
   recording::RecordingSettings recording;  ///< Settled on the command line only, as is the next.
   unsigned speed = 1;                      ///< How many times faster than the true pace everything runs.
 };

@@ -45,10 +45,9 @@ std::vector<SpooledMessage> OneOfEachTopic(std::vector<SpooledMessage> messages)
 
 }  // namespace
 
-Uplink::Uplink(const UplinkSettings& settings, std::string spool_file, std::map<std::string, ReportCalls> reports)
+Uplink::Uplink(const UplinkSettings& settings, std::string spool_file)
     : settings_(settings),
       spool_file_(std::move(spool_file)),
-      reports_(std::move(reports)),
       collector_([this](std::vector<SpooledMessage> messages) { inbox_.Put(std::move(messages)); }),
       link_(settings) {}
 
@@ -56,7 +55,8 @@ Uplink::~Uplink() {
   Stop();
 }
 
-void Uplink::Start(WebServer& server, SubscriptionService& service) {
+void Uplink::Start(WebServer& server, SubscriptionService& service, std::map<std::string, ReportCalls> reports) {
+  reports_ = std::move(reports);
   collector_.Subscribe(server, service);
   log::Info("[Uplink] site %s sends to %zu servers", settings_.site.c_str(), settings_.servers.size());
   thread_ = std::thread([this] { Run(); });
@@ -91,7 +91,7 @@ void Uplink::Run() {
       UpdateCounts();
       if (const auto request = link_.NextRequest(has_more ? milliseconds(1) : kWait)) Answer(*request);
     } catch (const std::exception& error) {
-      NoteTrouble(error.what());
+      NoteTrouble(std::string("what passes tell waits in memory: ") + error.what());
       link_.NextRequest(kWait);
     }
   }
@@ -161,7 +161,7 @@ bool Uplink::SendSome() {
                  batch[at].topic.c_str(), batch[at].text.size());
     }
   }
-  NoteTrouble(link_.trouble());
+  NoteTrouble(link_.trouble().empty() ? "" : "texts wait in " + spool_file_ + ": " + link_.trouble());
   return link_.trouble().empty();
 }
 
@@ -176,8 +176,12 @@ void Uplink::NoteConnection() {
 }
 
 void Uplink::NoteTrouble(const std::string& trouble) {
-  if (trouble == std::exchange(trouble_, trouble) || trouble.empty()) return;
-  log::Error("[Uplink] texts wait in %s: %s", spool_file_.c_str(), trouble.c_str());
+  if (trouble == std::exchange(trouble_, trouble)) return;
+  if (trouble.empty()) {
+    log::Info("[Uplink] texts are stored again");
+  } else {
+    log::Error("[Uplink] %s", trouble.c_str());
+  }
 }
 
 void Uplink::UpdateCounts() {

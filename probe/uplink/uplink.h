@@ -19,18 +19,10 @@
 #include "probe/uplink/pass_collector.h"
 #include "probe/uplink/spool.h"
 #include "probe/uplink/stream_link.h"
+#include "probe/uplink/uplink_counts.h"
 #include "probe/uplink/uplink_settings.h"
 
 namespace probe::uplink {
-
-/// What an uplink has done since the start.
-struct UplinkCounts {
-  bool is_connected = false;
-  std::uint64_t stored = 0;   ///< Texts that a server has acknowledged.
-  std::uint64_t cut = 0;      ///< Texts that a bound of the spool cut off, or that no server takes for their size.
-  std::uint64_t waiting = 0;  ///< Texts that wait.
-  std::uint64_t waiting_bytes = 0;
-};
 
 /// Sends what each pass tells, and at midnight the reports of the day, to a stream of NATS servers, from a thread of its
 /// own. What no server has acknowledged waits in a file, in order.
@@ -44,10 +36,10 @@ class Uplink {
   /// Above this, what waits for the disk is cut, oldest pass first.
   static constexpr std::size_t kMaxInboxBytes = std::size_t{64} * 1024 * 1024;
 
-  /// `reports` are called by the uplink's thread, and only between `Start` and `Stop`: report name -> calls.
+  /// Begins to connect. `spool_file` is opened when the thread runs, and again and again while that fails.
   ///
   /// Fails: throws `std::runtime_error` for settings that cannot be used.
-  Uplink(const UplinkSettings& settings, std::string spool_file, std::map<std::string, ReportCalls> reports);
+  Uplink(const UplinkSettings& settings, std::string spool_file);
   ~Uplink();
   Uplink(const Uplink&) = delete;
   Uplink& operator=(const Uplink&) = delete;
@@ -56,7 +48,9 @@ class Uplink {
   recording::PassObserver& observer() { return collector_; }
 
   /// Subscribes, and begins to send. After the plug-in's start, on a server that runs.
-  void Start(WebServer& server, SubscriptionService& service);
+  ///
+  /// `reports` are called by the uplink's thread, until `Stop`: name of a report -> calls.
+  void Start(WebServer& server, SubscriptionService& service, std::map<std::string, ReportCalls> reports);
 
   /// Ends the thread, which first puts into the spool what the passes have told.
   void Stop();
@@ -79,7 +73,7 @@ class Uplink {
 
   const UplinkSettings settings_;
   const std::string spool_file_;
-  const std::map<std::string, ReportCalls> reports_;
+  std::map<std::string, ReportCalls> reports_;  // set before the thread starts
   Inbox inbox_{kMaxInboxBytes};
   PassCollector collector_;
   StreamLink link_;

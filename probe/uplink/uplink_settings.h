@@ -1,8 +1,10 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace probe::uplink {
@@ -22,6 +24,10 @@ struct UplinkSettings {
 };
 
 /// Whether a name of a site can be a part of a subject: one to 64 letters, digits, "-" and "_".
-bool IsSiteName(const std::string& name);
+inline bool IsSiteName(std::string_view name) {
+  constexpr std::size_t kMaxLength = 64;
+  return !name.empty() && name.size() <= kMaxLength &&
+         name.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_") == name.npos;
+}
 
 }  // namespace probe::uplink

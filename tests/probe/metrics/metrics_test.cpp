@@ -56,6 +56,7 @@ ProbeFigures AllFigures() {
   figures.journal->entries = 7;
   figures.journal->size_octets = 4096;
   figures.journal->write_durations.Note(2ms);
+  figures.uplink = {.is_connected = true, .stored = 5, .cut = 2, .waiting = 3, .waiting_bytes = 300};
   probe::snmp::DeviceStatus status;
   status.address = "192.0.2.1:161";
   status.name = "switch";
@@ -92,13 +93,16 @@ TEST_F(MetricsTest, AreAnsweredInTheFormatThatIsAskedFor) {
   EXPECT_THAT(*open.body, ::testing::EndsWith("# EOF\n"));
 }
 
-TEST_F(MetricsTest, TellOfPassesJournalAndPolls) {
+TEST_F(MetricsTest, TellOfPassesJournalUplinkAndPolls) {
   probe::log::Info("a line");
   EXPECT_THAT(*Ask().body,
               AllOf(HasSubstr("vexora_build_info{version=\"1.2.3\"} 1\n"), HasSubstr("vexora_passes_late_total 3\n"),
                     HasSubstr("vexora_passes_skipped_total 1\n"), HasSubstr("vexora_pass_duration_seconds_count 1\n"),
                     HasSubstr("vexora_journal_entries_total 7\n"), HasSubstr("vexora_journal_size_bytes 4096\n"),
                     HasSubstr("vexora_journal_failing 0\n"), HasSubstr("vexora_history_ready 1\n"),
+                    HasSubstr("vexora_uplink_connected 1\n"), HasSubstr("vexora_uplink_stored_total 5\n"),
+                    HasSubstr("vexora_uplink_lost_total 2\n"), HasSubstr("vexora_uplink_waiting 3\n"),
+                    HasSubstr("vexora_uplink_waiting_bytes 300\n"),
                     HasSubstr("vexora_snmp_polls_total{target=\"192.0.2.1:161\"} 6\n"),
                     HasSubstr("vexora_snmp_failed_polls_total{target=\"192.0.2.2:161\"} 2\n"),
                     HasSubstr("vexora_snmp_poll_duration_seconds_count 2\n"),

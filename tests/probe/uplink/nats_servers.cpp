@@ -5,6 +5,7 @@
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
+#include <utility>
 
 namespace test {
 namespace {
@@ -23,14 +24,15 @@ std::vector<std::string> IdsOf(const std::vector<StoredMessage>& messages) {
   return ids;
 }
 
-NatsServer::NatsServer() {
+NatsServer::NatsServer(std::vector<std::string> options) : options_(std::move(options)) {
   Run(-1);
 }
 
 void NatsServer::Run(int port) {
-  process_ = std::make_unique<ChildProcess>(std::vector<std::string>{"nats-server", "--addr", "127.0.0.1", "--port",
-                                                                      std::to_string(port), "--jetstream",
-                                                                      "--store_dir", folder_.Path("streams")});
+  std::vector<std::string> words_of_command{"nats-server", "--addr",      "127.0.0.1",   "--port", std::to_string(port),
+                                            "--jetstream", "--store_dir", folder_.Path("streams")};
+  words_of_command.insert(words_of_command.end(), options_.begin(), options_.end());
+  process_ = std::make_unique<ChildProcess>(std::move(words_of_command));
   const std::string words = "Listening for client connections on 127.0.0.1:";
   EXPECT_TRUE(process_->AwaitOutput(words)) << process_->output();
   EXPECT_TRUE(process_->AwaitOutput("Server is ready")) << process_->output();
@@ -46,9 +48,12 @@ void NatsServer::Restart() {
   Run(port_);
 }
 
-StreamReader::StreamReader(const std::string& url) {
+StreamReader::StreamReader(const std::string& url, probe::uplink::NatsOptions options) {
+  natsOptions* fresh = nullptr;
+  if (options == nullptr && natsOptions_Create(&fresh) == NATS_OK) options.reset(fresh);
+  natsOptions_SetURL(options.get(), url.c_str());
   natsConnection* made = nullptr;
-  EXPECT_EQ(natsConnection_ConnectTo(&made, url.c_str()), NATS_OK);
+  EXPECT_EQ(natsConnection_Connect(&made, options.get()), NATS_OK);
   connection_.reset(made);
   jsCtx* context = nullptr;
   EXPECT_EQ(natsConnection_JetStream(&context, made, nullptr), NATS_OK);
@@ -105,6 +110,33 @@ std::vector<std::string> StreamReader::Ask(const std::string& subject, const std
     if (!has_several) break;
   }
   return texts;
+}
+
+void AwaitConnection(const probe::uplink::StreamLink& link, bool is_wanted) {
+  const auto deadline = std::chrono::steady_clock::now() + kPatience;
+  while (link.IsConnected() != is_wanted && std::chrono::steady_clock::now() < deadline) nats_Sleep(10);
+  ASSERT_EQ(link.IsConnected(), is_wanted);
+}
+
+std::string NextAnswer(natsSubscription* answers) {
+  const auto deadline = std::chrono::steady_clock::now() + kPatience;
+  while (std::chrono::steady_clock::now() < deadline) {
+    natsMsg* made = nullptr;
+    if (natsSubscription_NextMsg(&made, answers, 1000) != NATS_OK) continue;
+    const probe::uplink::NatsMessage answer(made);
+    return TextOf(made);
+  }
+  return {};
+}
+
+std::optional<probe::uplink::SiteRequest> AskUntilHeard(StreamReader& reader, const std::string& subject,
+                                                        const std::string& inbox, probe::uplink::StreamLink& link) {
+  const auto deadline = std::chrono::steady_clock::now() + kPatience;
+  while (std::chrono::steady_clock::now() < deadline) {
+    natsConnection_PublishRequestString(reader.connection(), subject.c_str(), inbox.c_str(), "which");
+    if (auto request = link.NextRequest(std::chrono::milliseconds(100))) return request;
+  }
+  return std::nullopt;
 }
 
 }  // namespace test

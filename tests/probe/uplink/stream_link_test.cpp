@@ -3,8 +3,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <chrono>
-#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -17,6 +15,7 @@ using probe::uplink::Delivery;
 using probe::uplink::SpooledMessage;
 using probe::uplink::StreamLink;
 using probe::uplink::UplinkSettings;
+using test::AwaitConnection;
 using test::IdsOf;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
@@ -30,12 +29,6 @@ UplinkSettings SettingsFor(const std::string& url) {
 
 SpooledMessage Of(const std::string& topic, const std::string& id, const std::string& text) {
   return {1, topic, id, 0, text};
-}
-
-void AwaitConnection(const StreamLink& link, bool is_wanted = true) {
-  const auto deadline = std::chrono::steady_clock::now() + test::kPatience;
-  while (link.IsConnected() != is_wanted && std::chrono::steady_clock::now() < deadline) nats_Sleep(10);
-  ASSERT_EQ(link.IsConnected(), is_wanted);
 }
 
 class StreamLinkTest : public ::testing::Test {
@@ -116,24 +109,15 @@ TEST_F(StreamLinkTest, TellsWhatNoServerWillTake) {
 
 TEST_F(StreamLinkTest, AnswersRequests) {
   AwaitConnection(link_);
-  natsMsg* made = nullptr;
   natsSubscription* answers = nullptr;
   ASSERT_EQ(natsConnection_SubscribeSync(&answers, reader_.connection(), "here"), NATS_OK);
   const probe::uplink::NatsSubscription owner(answers);
-  const auto deadline = std::chrono::steady_clock::now() + test::kPatience;
-  std::optional<probe::uplink::SiteRequest> request;
-  while (!request && std::chrono::steady_clock::now() < deadline) {
-    // Who asks before the site has subscribed gets no answer.
-    natsConnection_PublishRequestString(reader_.connection(), "vexora.v1.north.request.report", "here", "which");
-    request = link_.NextRequest(std::chrono::milliseconds(100));
-  }
+  const auto request = test::AskUntilHeard(reader_, "vexora.v1.north.request.report", "here", link_);
   ASSERT_TRUE(request);
   EXPECT_EQ(request->what, "report");
   EXPECT_EQ(request->text, "which");
   link_.Reply(request->reply, "topic", "this one");
-  ASSERT_EQ(natsSubscription_NextMsg(&made, answers, 60'000), NATS_OK);
-  const probe::uplink::NatsMessage answer(made);
-  EXPECT_STREQ(natsMsg_GetData(made), "this one");
+  EXPECT_EQ(test::NextAnswer(answers), "this one");
 }
 
 TEST(StreamLinkSettings, NameTheFileThatCannotBeUsed) {

@@ -73,8 +73,8 @@ class UplinkTest : public test::Served {
     std::map<std::string, probe::ReportCalls> reports;
     reports["wireless_client_report"] = {[] { return std::string("the periods"); },
                                          [](const std::string& request) { return "report for " + request; }};
-    uplink_ = std::make_unique<Uplink>(settings_, folder_.Path("spool.db"), std::move(reports));
-    uplink_->Start(*server, service);
+    uplink_ = std::make_unique<Uplink>(settings_, folder_.Path("spool.db"));
+    uplink_->Start(*server, service, std::move(reports));
   }
 
   void Pass(time_t at, const std::string& health, const std::string& traffic = "") {
