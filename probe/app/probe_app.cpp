@@ -325,8 +325,9 @@ void ProbeApp::MakeUplink() {
 void ProbeApp::StartUplink() {
   if (!uplink_) return;
   const PluginCalls calls = CallsOf(*plugin_);
-  uplink_->Start(*server_, SubscriptionService::Instance(),
-                 {{monitoring::kWirelessClientReport, calls.clients}, {monitoring::kWirelessNetworkReport, calls.networks}});
+  uplink_->Start(
+      *server_, SubscriptionService::Instance(),
+      {{monitoring::kWirelessClientReport, calls.clients}, {monitoring::kWirelessNetworkReport, calls.networks}});
 }
 
 void ProbeApp::BeginReplay() {

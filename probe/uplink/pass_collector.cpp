@@ -7,6 +7,7 @@
 
 #include "platform/topics.h"
 #include "probe/api/latest_messages.h"
+#include "probe/host/connection_id.h"
 #include "probe/text/json_c_handle.h"
 
 using utilities::lock::lock_guard;

@@ -35,7 +35,7 @@ class PassCollector final : public recording::PassObserver {
  private:
   /// What receivers share with this object: one may still be called when this object is gone.
   struct Gathered {
-    utilities::lock::Mutex lock;  // leaf lock
+    utilities::lock::Mutex lock;                         // leaf lock
     std::optional<time_t> pass VEXORA_GUARDED_BY(lock);  // nothing: no pass runs
     std::vector<SpooledMessage> messages VEXORA_GUARDED_BY(lock);
   };

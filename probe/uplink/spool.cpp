@@ -10,8 +10,8 @@
 namespace probe::uplink {
 namespace {
 
-// The journal of the database lies beside it and is written in order, so that a failure of power costs the last texts at
-// most where the disk's own cache lies about them.
+// The journal of the database lies beside it and is written in order, so that a failure of power costs the last texts
+// at most where the disk's own cache lies about them.
 constexpr char kSchema[] = R"(
   PRAGMA journal_mode = WAL;
   PRAGMA synchronous = NORMAL;
@@ -27,7 +27,8 @@ constexpr char kSchema[] = R"(
 void Create(const std::string& file) {
   constexpr mode_t kOwnerOnly = 0600;
   const int descriptor = open(file.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, kOwnerOnly);
-  if (descriptor < 0) throw SpoolError("cannot open " + file + ": " + std::strerror(errno));  // NOLINT(concurrency-mt-unsafe)
+  if (descriptor < 0)
+    throw SpoolError("cannot open " + file + ": " + std::strerror(errno));  // NOLINT(concurrency-mt-unsafe)
   close(descriptor);
 }
 

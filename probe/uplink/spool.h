@@ -40,8 +40,8 @@ class SpoolError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-/// The texts that no server has acknowledged yet, oldest first, in a file: a restart, a kill or a failure of power loses
-/// none that `Append` has taken.
+/// The texts that no server has acknowledged yet, oldest first, in a file: a restart, a kill or a failure of power
+/// loses none that `Append` has taken.
 ///
 /// Threads: one at a time. Fails: each function throws `SpoolError`, and changed nothing then.
 class Spool {

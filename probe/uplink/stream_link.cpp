@@ -15,7 +15,7 @@ using std::chrono::steady_clock;
 
 constexpr char kMessageId[] = "Nats-Msg-Id";
 constexpr milliseconds kPatience{5000};  // as the client library's for such answers
-constexpr milliseconds kLook{200};  // how late a broken connection may be noticed
+constexpr milliseconds kLook{200};       // how late a broken connection may be noticed
 constexpr milliseconds kBetweenAttempts{500};
 constexpr int kForEver = -1;
 
@@ -53,7 +53,9 @@ NatsOptions OptionsOf(const UplinkSettings& settings) {
   Check(natsOptions_SetMaxReconnect(made, kForEver), "reconnect");
   Check(natsOptions_SetReconnectWait(made, kBetweenAttempts.count()), "reconnect");
   // Without a function to call it would wait here.
-  Check(natsOptions_SetRetryOnFailedConnect(made, true, [](natsConnection*, void*) {}, nullptr), "reconnect");
+  Check(natsOptions_SetRetryOnFailedConnect(
+            made, true, [](natsConnection*, void*) {}, nullptr),
+        "reconnect");
   if (!settings.nkey.empty())
     Check(natsOptions_SetNKeyFromSeed(made, settings.nkey.c_str(), settings.nkey_seed.c_str()), settings.nkey_seed);
   SetTls(made, settings);

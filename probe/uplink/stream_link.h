@@ -32,9 +32,9 @@ struct SiteRequest {
 ///   vexora.v1.SITE.TOPIC          a text, once, in order: into the stream
 ///   vexora.v1.SITE.request.WHAT   a request, answered to its reply subject
 ///
-/// A text carries its id in the header `Nats-Msg-Id` as "SITE.TOPIC.ID", by which the stream drops what comes twice within
-/// its duplicate window. What was sent before a connection broke may have been stored long before it is made anew, so the
-/// last text of the topic is asked for then.
+/// A text carries its id in the header `Nats-Msg-Id` as "SITE.TOPIC.ID", by which the stream drops what comes twice
+/// within its duplicate window. What was sent before a connection broke may have been stored long before it is made
+/// anew, so the last text of the topic is asked for then.
 ///
 /// Threads: one at a time. Source: the NATS documentation, "JetStream wire API reference".
 class StreamLink {
@@ -89,7 +89,7 @@ class StreamLink {
   NatsConnection connection_;
   NatsSubscription requests_;
   NatsSubscription answers_;
-  std::uint64_t sent_ = 0;         // batches: an answer to an older one is no answer to this
+  std::uint64_t sent_ = 0;  // batches: an answer to an older one is no answer to this
   std::uint64_t reconnects_ = 0;
   std::set<std::string> certain_;  // topics whose last text is known to be stored
   std::string trouble_;

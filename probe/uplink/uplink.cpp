@@ -138,10 +138,11 @@ std::vector<SpooledMessage> Uplink::WithReports(const std::vector<SpooledMessage
 void Uplink::NoteCut(const std::map<std::string, CutMessages>& cut) {
   for (const auto& [topic, messages] : cut) {
     cut_ += messages.count;
-    log::Warning("[Uplink] %llu texts of %s from %s to %s are lost: more than uplink.spool_bytes or "
-                 "uplink.spool_hours allows is waiting",
-                 static_cast<unsigned long long>(messages.count), topic.c_str(), IdOfTime(messages.first).c_str(),
-                 IdOfTime(messages.last).c_str());
+    log::Warning(
+        "[Uplink] %llu texts of %s from %s to %s are lost: more than uplink.spool_bytes or "
+        "uplink.spool_hours allows is waiting",
+        static_cast<unsigned long long>(messages.count), topic.c_str(), IdOfTime(messages.first).c_str(),
+        IdOfTime(messages.last).c_str());
   }
 }
 

@@ -24,11 +24,11 @@
 
 namespace probe::uplink {
 
-/// Sends what each pass tells, and at midnight the reports of the day, to a stream of NATS servers, from a thread of its
-/// own. What no server has acknowledged waits in a file, in order.
+/// Sends what each pass tells, and at midnight the reports of the day, to a stream of NATS servers, from a thread of
+/// its own. What no server has acknowledged waits in a file, in order.
 ///
-/// Requests that it answers: "newest" with the newest text of each topic, however much waits; "report" with a report, for
-/// the request `{"report": "wireless_client_report", "request": {"report_type": "daily", "period": "2026-11-22"}}`.
+/// Requests that it answers: "newest" with the newest text of each topic, however much waits; "report" with a report,
+/// for the request `{"report": "wireless_client_report", "request": {"report_type": "daily", "period": "2026-11-22"}}`.
 ///
 /// Owner: the application. Threads: one starts and stops it; `counts` by any.
 class Uplink {

@@ -1,4 +1,5 @@
 #include "probe/uplink/inbox.h"
+#include "probe/uplink/spool.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -29,8 +29,9 @@ NatsServer::NatsServer(std::vector<std::string> options) : options_(std::move(op
 }
 
 void NatsServer::Run(int port) {
-  std::vector<std::string> words_of_command{"nats-server", "--addr",      "127.0.0.1",   "--port", std::to_string(port),
-                                            "--jetstream", "--store_dir", folder_.Path("streams")};
+  std::vector<std::string> words_of_command{
+      "nats-server",        "--addr",      "127.0.0.1",   "--port",
+      std::to_string(port), "--jetstream", "--store_dir", folder_.Path("streams")};
   words_of_command.insert(words_of_command.end(), options_.begin(), options_.end());
   process_ = std::make_unique<ChildProcess>(std::move(words_of_command));
   const std::string words = "Listening for client connections on 127.0.0.1:";

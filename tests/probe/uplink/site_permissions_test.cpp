@@ -13,7 +13,9 @@
 #include <vector>
 
 #include "probe/uplink/nats_handles.h"
+#include "probe/uplink/spool.h"
 #include "probe/uplink/stream_link.h"
+#include "probe/uplink/uplink_settings.h"
 #include "tests/probe/uplink/nats_servers.h"
 #include "tests/support/test_folder.h"
 
@@ -30,7 +32,8 @@ using ::testing::HasSubstr;
 class Certificates {
  public:
   Certificates() {
-    Run("openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -days 2 -subj /CN=test -keyout ca.key "
+    Run("openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -days 2 -subj /CN=test -keyout "
+        "ca.key "
         "-out ca.pem");
     Make("server", "DNS:localhost");
     Make("north", "DNS:north.sites.example.org");
@@ -51,8 +54,8 @@ class Certificates {
   void Make(const std::string& name, const std::string& subject) {
     folder_.Write(name + ".ext", "subjectAltName=" + subject + "\n");
     Run("openssl req -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -subj /CN=" + name + " -keyout " + name +
-        ".key -out " + name + ".csr && openssl x509 -req -days 2 -in " + name + ".csr -CA ca.pem -CAkey ca.key -extfile " +
-        name + ".ext -out " + name + ".pem");
+        ".key -out " + name + ".csr && openssl x509 -req -days 2 -in " + name +
+        ".csr -CA ca.pem -CAkey ca.key -extfile " + name + ".ext -out " + name + ".pem");
   }
 
   test::TestFolder folder_;
@@ -60,7 +63,9 @@ class Certificates {
 
 class SitePermissionsTest : public ::testing::Test {
  protected:
-  SitePermissionsTest() : server_({"--config", Configuration()}), centre_("tls://localhost:" + std::to_string(server_.port()), OptionsOf("centre")) {
+  SitePermissionsTest()
+      : server_({"--config", Configuration()}),
+        centre_("tls://localhost:" + std::to_string(server_.port()), OptionsOf("centre")) {
     centre_.MakeStream();
   }
 

@@ -1,4 +1,5 @@
 #include "probe/uplink/spool.h"
+#include "probe/uplink/sqlite_handles.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -28,7 +29,7 @@ constexpr time_t kNow = 1'767'571'200;
 constexpr SpoolBounds kWide{1'000'000, 24h};
 constexpr std::size_t kAll = 1000;
 
-SpooledMessage Of(const std::string& topic, time_t at, const std::string& text) {
+SpooledMessage Waiting(const std::string& topic, time_t at, const std::string& text) {
   return {0, topic, "id-" + std::to_string(at), at, text};
 }
 
@@ -50,15 +51,15 @@ class SpoolTest : public ::testing::Test {
 
 TEST_F(SpoolTest, GivesBackWhatWaitsInTheOrderInWhichItCame) {
   Spool spool(file_, kWide);
-  EXPECT_THAT(spool.Append({Of("b", kNow + 60, "one"), Of("a", kNow, "two")}, kNow), IsEmpty());
-  spool.Append({Of("b", kNow - 60, "three")}, kNow);
+  EXPECT_THAT(spool.Append({Waiting("b", kNow + 60, "one"), Waiting("a", kNow, "two")}, kNow), IsEmpty());
+  spool.Append({Waiting("b", kNow - 60, "three")}, kNow);
   EXPECT_THAT(AllTexts(spool), ElementsAre("one", "two", "three"));
 }
 
 TEST_F(SpoolTest, GivesEachTextWhole) {
   Spool spool(file_, kWide);
   const std::string text("a\0b\xc3\xa4\n", 6);
-  spool.Append({Of("t", kNow, text), Of("t", kNow + 1, "")}, kNow);
+  spool.Append({Waiting("t", kNow, text), Waiting("t", kNow + 1, "")}, kNow);
   const auto waiting = spool.After(0, kAll, kAll);
   ASSERT_EQ(waiting.size(), 2U);
   EXPECT_EQ(waiting[0].text, text);
@@ -72,7 +73,7 @@ TEST_F(SpoolTest, KnowsAfterARestartWhatWaited) {
   std::int64_t first = 0;
   {
     Spool spool(file_, kWide);
-    spool.Append({Of("t", kNow, "one"), Of("t", kNow, "three")}, kNow);
+    spool.Append({Waiting("t", kNow, "one"), Waiting("t", kNow, "three")}, kNow);
     first = spool.After(0, 1, kAll).front().number;
     spool.Remove(first);
   }
@@ -86,18 +87,18 @@ TEST_F(SpoolTest, GivesNoNumberTwice) {
   std::int64_t removed = 0;
   {
     Spool spool(file_, kWide);
-    spool.Append({Of("t", kNow, "one")}, kNow);
+    spool.Append({Waiting("t", kNow, "one")}, kNow);
     removed = spool.After(0, 1, kAll).front().number;
     spool.Remove(removed);
   }
   Spool spool(file_, kWide);
-  spool.Append({Of("t", kNow, "two")}, kNow);
+  spool.Append({Waiting("t", kNow, "two")}, kNow);
   EXPECT_GT(spool.After(0, 1, kAll).front().number, removed);
 }
 
 TEST_F(SpoolTest, GivesNoMoreThanIsAskedForButOne) {
   Spool spool(file_, kWide);
-  spool.Append({Of("t", kNow, "four"), Of("t", kNow, "five"), Of("t", kNow, "sixes")}, kNow);
+  spool.Append({Waiting("t", kNow, "four"), Waiting("t", kNow, "five"), Waiting("t", kNow, "sixes")}, kNow);
   EXPECT_THAT(TextsOf(spool.After(0, 2, kAll)), ElementsAre("four", "five"));
   EXPECT_THAT(TextsOf(spool.After(0, kAll, 8)), ElementsAre("four", "five"));
   EXPECT_THAT(TextsOf(spool.After(0, kAll, 7)), ElementsAre("four"));
@@ -108,8 +109,8 @@ TEST_F(SpoolTest, GivesNoMoreThanIsAskedForButOne) {
 
 TEST_F(SpoolTest, CutsTheOldestOffAboveItsOctetsAndNamesThem) {
   Spool spool(file_, {10, 24h});
-  EXPECT_THAT(spool.Append({Of("a", kNow, "12345"), Of("b", kNow, "12345")}, kNow), IsEmpty());
-  const auto cut = spool.Append({Of("a", kNow + 60, "123456")}, kNow + 60);
+  EXPECT_THAT(spool.Append({Waiting("a", kNow, "12345"), Waiting("b", kNow, "12345")}, kNow), IsEmpty());
+  const auto cut = spool.Append({Waiting("a", kNow + 60, "123456")}, kNow + 60);
   EXPECT_THAT(cut, UnorderedElementsAre(Key("a"), Key("b")));
   EXPECT_THAT(AllTexts(spool), ElementsAre("123456"));
   EXPECT_EQ(spool.waiting().messages, 1U);
@@ -118,15 +119,15 @@ TEST_F(SpoolTest, CutsTheOldestOffAboveItsOctetsAndNamesThem) {
 
 TEST_F(SpoolTest, CutsOneMoreOnlyWhenOneOctetIsTooMany) {
   Spool spool(file_, {10, 24h});
-  spool.Append({Of("a", kNow, "12345")}, kNow);
-  EXPECT_THAT(spool.Append({Of("a", kNow, "12345")}, kNow), IsEmpty());
-  EXPECT_THAT(spool.Append({Of("a", kNow, "1")}, kNow), UnorderedElementsAre(Key("a")));
+  spool.Append({Waiting("a", kNow, "12345")}, kNow);
+  EXPECT_THAT(spool.Append({Waiting("a", kNow, "12345")}, kNow), IsEmpty());
+  EXPECT_THAT(spool.Append({Waiting("a", kNow, "1")}, kNow), UnorderedElementsAre(Key("a")));
   EXPECT_THAT(AllTexts(spool), ElementsAre("12345", "1"));
 }
 
 TEST_F(SpoolTest, CutsWhatIsTooOldAndTellsFromWhenToWhen) {
   Spool spool(file_, {1'000'000, 1h});
-  spool.Append({Of("a", kNow, "1"), Of("a", kNow + 60, "2"), Of("a", kNow + 120, "3")}, kNow + 120);
+  spool.Append({Waiting("a", kNow, "1"), Waiting("a", kNow + 60, "2"), Waiting("a", kNow + 120, "3")}, kNow + 120);
   EXPECT_THAT(spool.Append({}, kNow + 3600), IsEmpty());
   const auto cut = spool.Append({}, kNow + 3661);
   ASSERT_EQ(cut.size(), 1U);
@@ -138,13 +139,13 @@ TEST_F(SpoolTest, CutsWhatIsTooOldAndTellsFromWhenToWhen) {
 
 TEST_F(SpoolTest, KeepsWhatIsOfALaterTimeThanNow) {
   Spool spool(file_, {1'000'000, 1h});
-  EXPECT_THAT(spool.Append({Of("a", kNow + 1'000'000, "later")}, kNow), IsEmpty());
+  EXPECT_THAT(spool.Append({Waiting("a", kNow + 1'000'000, "later")}, kNow), IsEmpty());
   EXPECT_THAT(AllTexts(spool), ElementsAre("later"));
 }
 
 TEST_F(SpoolTest, ForgetsNothingElseWhenOneIsRemovedTwice) {
   Spool spool(file_, kWide);
-  spool.Append({Of("a", kNow, "one"), Of("a", kNow, "two")}, kNow);
+  spool.Append({Waiting("a", kNow, "one"), Waiting("a", kNow, "two")}, kNow);
   const std::int64_t first = spool.After(0, 1, kAll).front().number;
   spool.Remove(first);
   spool.Remove(first);
@@ -180,16 +181,16 @@ TEST_F(SpoolTest, SaysWhyAFileIsNoSpool) {
 
 TEST_F(SpoolTest, TakesAllOrNothingWhenTheDiskRefuses) {
   Spool spool(file_, kWide);
-  spool.Append({Of("a", kNow, "one")}, kNow);
+  spool.Append({Waiting("a", kNow, "one")}, kNow);
   // Another process has the file: as good as a disk that refuses.
   sqlite3* other = nullptr;
   ASSERT_EQ(sqlite3_open(file_.c_str(), &other), SQLITE_OK);
   const probe::uplink::SqliteDatabase owner(other);
   ASSERT_EQ(sqlite3_exec(other, "BEGIN EXCLUSIVE", nullptr, nullptr, nullptr), SQLITE_OK);
-  EXPECT_THROW(spool.Append({Of("a", kNow, "two"), Of("a", kNow, "three")}, kNow), probe::uplink::SpoolError);
+  EXPECT_THROW(spool.Append({Waiting("a", kNow, "two"), Waiting("a", kNow, "three")}, kNow), probe::uplink::SpoolError);
   EXPECT_EQ(spool.waiting().messages, 1U);
   ASSERT_EQ(sqlite3_exec(other, "COMMIT", nullptr, nullptr, nullptr), SQLITE_OK);
-  spool.Append({Of("a", kNow, "four")}, kNow);
+  spool.Append({Waiting("a", kNow, "four")}, kNow);
   EXPECT_THAT(AllTexts(spool), ElementsAre("one", "four"));
 }
 

@@ -1,4 +1,6 @@
 #include "probe/uplink/stream_link.h"
+#include "probe/uplink/spool.h"
+#include "probe/uplink/uplink_settings.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,7 @@
 #include "probe/uplink/uplink.h"
+#include "probe/api/plugin_calls.h"
+#include "probe/uplink/uplink_counts.h"
+#include "probe/uplink/uplink_settings.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -54,5 +54,25 @@ TEST(NetworkDebugReport, HasASampleForEachPassAndTheCountersOfTheLatestTwo) {
   EXPECT_EQ(day.measured.client.item.peak, 7U);
 }
 
+TEST(NetworkDebugReport, HasTheSumAndThePeakOfTheSpeedsOfADay) {
+  SampleStore store;
+  store.DropSamples("2026-11-18");
+  std::uint64_t octets = 0;
+  std::uint32_t pass = 0;
+  for (const std::uint64_t more : {0ULL, 1'310'720ULL, 13'107'200ULL, 2'621'440ULL}) {
+    NetworkReading reading = NetworkOf("Office", 1);
+    octets += more;
+    reading.counters = {.in = octets, .out = 0, .polled_at = static_cast<time_t>(1'000 + 10 * pass)};
+    StageSamples("ap", {reading}, 100 + 5 * pass, store);
+    FoldStagedSamples(100 + 5 * pass, store);
+    ++pass;
+  }
+  const auto report = DebugReport({}, store);
+  // Megabits a second over ten seconds: 1, 10 and 2.
+  const Networks& day = report->device_ssid_report.at("daily").at("ap").at("2026-11-18").at("Office|3|0|5GHz");
+  EXPECT_DOUBLE_EQ(day.measured.traffic.average_speed_total, 13);
+  EXPECT_DOUBLE_EQ(day.measured.traffic.peak, 10);
+}
+
 }  // namespace
 }  // namespace vexora_probe::monitor
