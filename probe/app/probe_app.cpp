@@ -95,6 +95,15 @@ time_t NextWorkdayMorning(time_t now) {
   return mktime(&local);
 }
 
+/// The keys whose values are others than at the start, and which only a start takes over.
+std::vector<std::string> KeysAwaitingStart(const Settings& at_start, const Settings& now) {
+  std::vector<std::string> keys;
+  for (const SettingKey& key : SettingKeys()) {
+    if (!TakesEffectAtReload(key) && key.read(now) != key.read(at_start)) keys.push_back(key.Path());
+  }
+  return keys;
+}
+
 /// The head of the first segment of this run. Says in the log when the time zone is another than in the last.
 journal::SegmentHead HeadOfRun(const std::vector<journal::Segment>& segments) {
   journal::SegmentHead head{InstalledClock().Now().tv_sec, true, "", kVersion};
@@ -193,13 +202,15 @@ void ProbeApp::Reload(const Settings& settings) {
   // Whatever can be wrong is looked at first.
   auto profiles = ProfilesFor(settings.snmp);
   const auto reload_server = server_->PrepareReload(settings.server);
+  const auto set_plugin_levels = log::PreparePluginLevels(settings.log_levels);
+  const std::vector<std::string> awaiting_start = KeysAwaitingStart(settings_, settings);
   ReloadSnmp(settings.snmp, std::move(profiles));
+  // From here on nothing can fail.
   reload_server();
   log::SetLevel(settings.log_level);
-  log::SetPluginLevels(settings.log_levels);
-  for (const SettingKey& key : SettingKeys()) {
-    if (TakesEffectAtReload(key) || key.read(settings) == key.read(settings_)) continue;
-    log::Warning("%s is another than at the start, and takes effect at the next one", key.Path().c_str());
+  set_plugin_levels();
+  for (const std::string& key : awaiting_start) {
+    log::Warning("%s is another than at the start, and takes effect at the next one", key.c_str());
   }
 }
 

@@ -221,13 +221,18 @@ void SetLevel(Level level) {
   threshold.store(level);
 }
 
-void SetPluginLevels(const TextLevels& levels) {
+std::function<void()> PreparePluginLevels(const TextLevels& levels) {
   auto rules = levels.empty() ? nullptr : std::make_shared<const LevelRules>(levels);
-  const int highest = rules ? static_cast<int>(rules->highest()) : kNoRule;
-  PluginRules& plugin_rules = ThePluginRules();
-  const utilities::lock::lock_guard held(plugin_rules.lock);
-  plugin_rules.rules = std::move(rules);
-  highest_rule.store(highest);
+  return [rules = std::move(rules)] {
+    PluginRules& plugin_rules = ThePluginRules();
+    const utilities::lock::lock_guard held(plugin_rules.lock);
+    plugin_rules.rules = rules;
+    highest_rule.store(rules ? static_cast<int>(rules->highest()) : kNoRule);
+  };
+}
+
+void SetPluginLevels(const TextLevels& levels) {
+  PreparePluginLevels(levels)();
 }
 
 void MutePlugin(bool is_muted) {

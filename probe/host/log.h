@@ -30,6 +30,10 @@ void SetLevel(Level level);
 /// logged (`pel_log_is_debug_enabled`) cannot be turned up. Threads: any.
 void SetPluginLevels(const TextLevels& levels);
 
+/// What gives lines of the plug-in these levels when it is called, as `SetPluginLevels` does. Threads: any. Fails: only
+/// here, for want of memory; what is returned does not.
+std::function<void()> PreparePluginLevels(const TextLevels& levels);
+
 /// Drops all lines of the plug-in while it is true. Threads: any.
 void MutePlugin(bool is_muted);
 
