@@ -78,7 +78,8 @@ void ChooseSources(const CommandLine& command_line, Settings& settings) {
   }
 }
 
-void DescribeRecording(CLI::App& app, recording::RecordingSettings& recording) {
+/// Returns the option that asks for a recording.
+CLI::Option* DescribeRecording(CLI::App& app, recording::RecordingSettings& recording) {
   auto* record = app.add_option("--record", recording.path, "Write what happens as a recording, for probe-replay")
                      ->type_name("FILE");
   app.add_option("--record-bytes", recording.max_bytes, "Size at which a recording ends. Default: 8 GiB")
@@ -90,6 +91,7 @@ void DescribeRecording(CLI::App& app, recording::RecordingSettings& recording) {
   app.add_flag("--anonymise", recording.is_anonymised,
                "Replace MACs, names, SSIDs and IP addresses in the recording, one to one")
       ->needs(record);
+  return record;
 }
 
 void Describe(CLI::App& app, CommandLine& result) {
@@ -98,17 +100,19 @@ void Describe(CLI::App& app, CommandLine& result) {
       ->type_name("FILE");
   auto* check =
       app.add_flag("--check", result.is_check, "Say whether the configuration can be used, and start nothing");
-  app.add_flag("--once", result.is_once,
-               "Read all devices once, print them as /api/devices has them, and start nothing")
-      ->excludes(check);
+  auto* once = app.add_flag("--once", result.is_once,
+                            "Read all devices once, print them as /api/devices has them, and start nothing")
+                   ->excludes(check);
   app.add_option("--plugin", result.plugin, "The plug-in, libmonitor.so. Default: the one that came with the probe")
-      ->type_name("FILE");
+      ->type_name("FILE")
+      ->excludes(once);
   app.add_option("--log", result.log_level, "How much to log: debug, info, warning or error")
       ->type_name("LEVEL")
       ->check(CheckLogLevel);
   app.add_option("--port", result.port, "TCP port to listen on; 0: any free one, which the log names")
       ->type_name("PORT")
-      ->check(CLI::Range(0, 65535));
+      ->check(CLI::Range(0, 65535))
+      ->excludes(once);
   auto* live =
       app.add_flag("--live", result.is_live, "Real devices: this machine, and those of the file. A pass a minute");
   auto* simulated = app.add_flag("--simulated", result.is_simulated, "A simulated network instead of real devices");
@@ -116,9 +120,11 @@ void Describe(CLI::App& app, CommandLine& result) {
   app.add_option("--speed", result.speed, "Run everything so many times faster; not with real devices")
       ->type_name("N")
       ->check(CLI::Range(1, kMaxSpeed))
-      ->excludes(live);
-  DescribeRecording(app, result.recording);
-  app.add_flag("--no-journal", result.has_no_journal, "Keep no journal, and know nothing of what was before");
+      ->excludes(live)
+      ->excludes(once);
+  DescribeRecording(app, result.recording)->excludes(once);
+  app.add_flag("--no-journal", result.has_no_journal, "Keep no journal, and know nothing of what was before")
+      ->excludes(once);
   app.add_option("--devices", result.devices, "Devices of the simulated network")
       ->type_name("N")
       ->check(CLI::Range(0, SimulatedSettings::kMaxDevices));

@@ -37,9 +37,10 @@ bool ReadThisMachine(DeviceCentre& centre, const ThisMachineSettings& settings) 
   return !machine.mac().empty();
 }
 
-/// Polls each device once, side by side. The source's own poller, which spreads polls over the interval, is not
-/// started.
-void PollOnce(const snmp::SnmpSettings& settings, const snmp::ProfileCatalogue& catalogue, snmp::SnmpSource& source) {
+/// Polls each device once, side by side, each for `time_limit` at most. The source's own poller, which spreads polls
+/// over the interval, is not started.
+void PollOnce(const snmp::SnmpSettings& settings, const snmp::ProfileCatalogue& catalogue, snmp::SnmpSource& source,
+              std::chrono::milliseconds time_limit) {
   const snmp::StopEvent never;
   std::vector<std::unique_ptr<snmp::DevicePoll>> polls;
   for (const snmp::DeviceSettings& device : settings.devices) {
@@ -50,7 +51,7 @@ void PollOnce(const snmp::SnmpSettings& settings, const snmp::ProfileCatalogue& 
   for (std::size_t i = 0; i < std::min(polls.size(), snmp::SnmpPoller::kMaxThreads); ++i) {
     threads.emplace_back([&] {
       for (std::size_t device = next++; device < polls.size(); device = next++) {
-        const auto deadline = std::chrono::steady_clock::now() + settings.devices[device].interval;
+        const auto deadline = std::chrono::steady_clock::now() + time_limit;
         source.TakeResult(device, polls[device]->Poll(deadline));
       }
     });
@@ -59,7 +60,7 @@ void PollOnce(const snmp::SnmpSettings& settings, const snmp::ProfileCatalogue& 
 
 }  // namespace
 
-int ReadOnce(const Settings& settings, std::ostream& out) {
+int ReadOnce(const Settings& settings, std::ostream& out, std::chrono::milliseconds time_limit) {
   log::SetLevel(settings.log_level);
   DeviceCentre& centre = DeviceCentre::Instance();
   const auto catalogue = ProfilesFor(settings.snmp);
@@ -73,7 +74,7 @@ int ReadOnce(const Settings& settings, std::ostream& out) {
   snmp::SnmpSource source(centre, settings.snmp,
                           [](const snmp::DeviceSettings&, const snmp::StopEvent&) { return nullptr; });
   source.CheckOffline();  // lists the devices whose ids are set by hand
-  PollOnce(settings.snmp, *catalogue, source);
+  PollOnce(settings.snmp, *catalogue, source, time_limit);
   for (const snmp::DeviceStatus& status : source.Statuses()) has_answered = has_answered && status.health.answered;
   out << *DevicesAnswer(
               centre, [&] { return source.Statuses(); }, HttpRequest{})

@@ -37,7 +37,7 @@ class NetworkPoll : public DevicePoll {
     if (match_.profile != nullptr || Recognise()) result.reading = Read();
     if (result.reading && !health_.error.empty() && Clock::now() >= deadline) {
       // How many tables were left varies from poll to poll, and would be another error in each.
-      health_.error = "a poll takes longer than the interval, so that not all tables are read";
+      health_.error = "a poll takes longer than it may, so that not all tables are read";
     }
     health_.answered = result.reading.has_value();
     if (health_.answered) health_.last_answer = time(nullptr);

@@ -56,6 +56,21 @@ TEST(CommandLine, TakesEachOption) {
   EXPECT_TRUE(command_line.is_live);
 }
 
+TEST(CommandLine, RefusesWhatHasNoMeaningForOneReading) {
+  const std::vector<std::vector<std::string>> options = {{"--port", "0"},  {"--plugin", "/b.so"},
+                                                         {"--speed", "2"}, {"--record", "/r.jsonl"},
+                                                         {"--no-journal"}, {"--check"}};
+  for (std::vector<std::string> words : options) {
+    const std::string option = words.front();
+    words.emplace_back("--once");
+    const CommandLineExit answer = Answered(words);
+    EXPECT_EQ(answer.exit_code, kUnusable) << option;
+    EXPECT_THAT(answer.text, HasSubstr("--once"));
+    EXPECT_THAT(answer.text, HasSubstr(option));
+  }
+  EXPECT_TRUE(Usable({"--once", "--simulated", "--devices", "20", "--log", "error", "--config", "/a.toml"}).is_once);
+}
+
 TEST(CommandLine, HasCommandsForProfiles) {
   EXPECT_TRUE(Usable({"profiles", "list"}).subcommand);
   EXPECT_TRUE(Usable({"profiles", "check", "/a.toml", "--walk", "/b.snmprec"}).subcommand);

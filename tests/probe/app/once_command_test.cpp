@@ -41,10 +41,10 @@ class OnceCommand : public ::testing::Test {
     settings.snmp.devices.push_back(device);
   }
 
-  /// Reads once. Returns the exit code.
-  int Read() {
+  /// Reads once, each device for `time_limit` at most. Returns the exit code.
+  int Read(std::chrono::milliseconds time_limit = kOnceTimeLimit) {
     std::ostringstream out;
-    const int exit_code = ReadOnce(settings, out);
+    const int exit_code = ReadOnce(settings, out, time_limit);
     EXPECT_TRUE(out.str().ends_with("\n"));
     answer = json::parse(out.str());
     return exit_code;
@@ -86,6 +86,27 @@ TEST_F(OnceCommand, PrintsEachDeviceThatAnswers) {
   ASSERT_EQ(answer["devices"].size(), 1U) << answer;
   EXPECT_EQ(answer["devices"][0]["mac"], answer["polls"][0]["mac"]);
   EXPECT_EQ(answer["devices"][0]["online"], true);
+}
+
+TEST_F(OnceCommand, ReadsAllOfADeviceThatIsSlowerThanItsInterval) {
+  const AgentProcess agents(test::SwitchObjects(4), {std::chrono::milliseconds(50)});
+  AddDevice(agents.ports().at(0), std::chrono::seconds(0));
+
+  EXPECT_EQ(Read(), 0);
+
+  EXPECT_EQ(answer["polls"][0]["error"], "");
+  ASSERT_EQ(answer["devices"].size(), 1U) << answer;
+}
+
+TEST_F(OnceCommand, DoesNotWaitForASlowDeviceAsLongAsItsInterval) {
+  const AgentProcess agents(test::SwitchObjects(4), {AgentProcess::kSilent});
+  AddDevice(agents.ports().at(0), std::chrono::hours(1));
+  const auto begun = std::chrono::steady_clock::now();
+
+  EXPECT_EQ(Read(std::chrono::milliseconds(200)), 1);
+
+  EXPECT_LT(std::chrono::steady_clock::now() - begun, std::chrono::seconds(3)) << "an agent is waited for four seconds";
+  EXPECT_NE(answer["polls"][0]["error"], "");
 }
 
 TEST_F(OnceCommand, SaysWhichDeviceDidNotAnswer) {
