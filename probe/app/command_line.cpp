@@ -259,9 +259,9 @@ std::variant<CommandLine, CommandLineExit> ParseCommandLine(int count, const cha
   }
 }
 
-Settings SettingsFor(const CommandLine& command_line, const std::string& system_file) {
+Settings SettingsFor(const CommandLine& command_line, const std::string& system_file, SettingsReview* review) {
   Settings settings;
-  if (const auto file = ConfigurationFile(command_line.config, system_file)) settings = ReadSettings(*file);
+  if (const auto file = ConfigurationFile(command_line.config, system_file)) settings = ReadSettings(*file, review);
   if (command_line.plugin) settings.plugin_path = *command_line.plugin;
   if (command_line.log_level) LogLevelKey().assign(settings, *command_line.log_level);
   if (command_line.port) settings.server.port = *command_line.port;

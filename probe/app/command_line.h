@@ -49,7 +49,9 @@ std::variant<CommandLine, CommandLineExit> ParseCommandLine(int count, const cha
 /// The settings of the configuration file, overridden by those of the command line. Without `--config` that is
 /// `system_file` where it exists, otherwise the defaults; nothing is looked for in the working directory.
 ///
+/// `review`, as `ReadSettings` has it, is for a look that starts nothing.
 /// Fails: throws `SettingsError`.
-Settings SettingsFor(const CommandLine& command_line, const std::string& system_file = kSystemConfiguration);
+Settings SettingsFor(const CommandLine& command_line, const std::string& system_file = kSystemConfiguration,
+                     SettingsReview* review = nullptr);
 
 }  // namespace probe

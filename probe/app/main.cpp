@@ -3,7 +3,6 @@
 #include <csignal>
 #include <cstdio>
 #include <exception>
-#include <functional>
 #include <iostream>
 #include <memory>
 #include <sstream>
@@ -12,17 +11,15 @@
 #include <utility>
 #include <variant>
 
+#include "probe/app/check_command.h"
 #include "probe/app/command_line.h"
 #include "probe/app/engine_watchdog.h"
-#include "probe/app/needed_profiles.h"
 #include "probe/app/once_command.h"
 #include "probe/app/probe_app.h"
 #include "probe/app/service_manager.h"
 #include "probe/app/service_signals.h"
 #include "probe/host/journal_priority.h"
 #include "probe/host/log.h"
-#include "probe/server/net/server_settings.h"
-#include "probe/server/net/tls_context.h"
 #include "probe/settings/settings.h"
 
 namespace {
@@ -60,30 +57,6 @@ std::unique_ptr<probe::EngineWatchdog> WatchdogFor(const probe::ProbeApp& app) {
 /// A core dump, and what other processes of this user may read of this one, would hold the secrets. prctl(2)
 void GuardSecrets(const probe::Settings& settings) {
   if (!settings.server.token.empty() || !settings.server.tls_key.empty()) prctl(PR_SET_DUMPABLE, 0);
-}
-
-/// Looks at the configuration as a start would. Returns the exit code.
-int Check(const probe::CommandLine& command_line) {
-  bool is_usable = true;
-  const auto look = [&](const std::function<void()>& at) {
-    try {
-      at();
-    } catch (const std::exception& error) {
-      PrintError(error.what());
-      is_usable = false;
-    }
-  };
-  probe::Settings settings;
-  look([&] { settings = probe::SettingsFor(command_line); });
-  if (is_usable) {
-    look([&] { probe::ProfilesFor(settings.snmp); });
-    look([&] {
-      probe::RequireServable(settings.server);
-      probe::MakeTlsContext(settings.server);
-    });
-  }
-  if (is_usable) std::puts("the configuration can be used");
-  return is_usable ? 0 : 1;
 }
 
 /// Has the probe read its configuration anew. One that cannot be used is reported, and the former stays.
@@ -151,7 +124,7 @@ int main(int argc, char** argv) {
     }
     const auto& command_line = std::get<probe::CommandLine>(parsed);
     if (command_line.subcommand) return command_line.subcommand();
-    if (command_line.is_check) return Check(command_line);
+    if (command_line.is_check) return probe::CheckCommand(command_line);
     return command_line.is_once ? Once(command_line) : Run(command_line);
   });
 }

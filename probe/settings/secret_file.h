@@ -17,6 +17,9 @@ struct NamedFile {
 /// secrets. Source: systemd.exec(5), LoadCredential. Threads: any, while nobody changes the environment.
 NamedFile FileNamed(const std::string& name);
 
+/// Stands for a secret that is not known, and only the service manager has.
+inline constexpr const char* kUncheckedSecret = "a secret that only the service manager has";
+
 /// Why a file is no place for a secret: its group or others may read or write it. Empty when they may not, and for what
 /// is no regular file or isn't there. The text says what to do. `may_group_read` as below.
 std::string WhyNotPrivate(const std::string& path, bool may_group_read = false);

@@ -172,10 +172,13 @@ void ReadToken(Settings& settings, const KeyPlaces& places, SettingsErrors& erro
     return;
   }
   const NamedFile file = FileNamed(settings.token_file);
-  SecretLine line;
-  if (file.error.empty()) line = ReadSecretLine(file.path, file.is_credential);
-  if (const std::string& error = file.error.empty() ? line.error : file.error; !error.empty()) {
-    errors.Add(places.at(key), key, error);
+  if (!errors.NoteFile(places.at(key), key, file)) {
+    settings.server.token = kUncheckedSecret;
+    return;
+  }
+  SecretLine line = ReadSecretLine(file.path, file.is_credential);
+  if (!line.error.empty()) {
+    errors.Add(places.at(key), key, line.error);
     return;
   }
   settings.server.token = std::move(line.text);
@@ -190,9 +193,10 @@ void FindKeyFiles(Settings& settings, const KeyPlaces& places, SettingsErrors& e
     const auto key = places.find(name);
     if (key == places.end()) return;
     const NamedFile file = FileNamed(path);
+    if (!errors.NoteFile(key->second, key->first, file)) return;
     path = file.path;
     const std::string why = is_secret ? WhyNotPrivate(file.path, file.is_credential) : std::string();
-    if (!file.error.empty() || !why.empty()) errors.Add(key->second, key->first, file.error.empty() ? why : file.error);
+    if (!why.empty()) errors.Add(key->second, key->first, why);
   };
   find("server.tls_certificate", settings.server.tls_certificate, false);
   find("server.tls_key", settings.server.tls_key, true);
@@ -229,11 +233,21 @@ std::optional<toml::table> ParsedToml(std::string_view text, SettingsErrors& err
   }
 }
 
+/// Notes files and folders that hold no secret.
+void NoteOtherFiles(const Settings& settings, const KeyPlaces& places, SettingsErrors& errors) {
+  const auto note = [&](const char* name, const std::string& path) {
+    const auto key = places.find(name);
+    if (key != places.end() && !path.empty()) errors.NoteFile(key->second, key->first, NamedFile{path, false, {}});
+  };
+  note("server.dashboard", settings.server.dashboard);
+  note("plugin.path", settings.plugin_path);
+}
+
 /// The settings in several files: of a key in two of them the later counts, and lists of tables add up.
-Settings SettingsOf(const std::vector<SettingsFile>& files) {
+Settings SettingsOf(const std::vector<SettingsFile>& files, SettingsReview* review = nullptr) {
   Settings settings;
   KeyPlaces places;
-  SettingsErrors errors(files.front().name);
+  SettingsErrors errors(files.front().name, review != nullptr);
   bool is_whole = true;
   for (const SettingsFile& file : files) {
     if (&file != &files.front()) errors.BeginFile(file.name);
@@ -251,7 +265,9 @@ Settings SettingsOf(const std::vector<SettingsFile>& files) {
     ReadToken(settings, places, errors);
     FindKeyFiles(settings, places, errors);
     CheckToken(settings, places, errors);
+    NoteOtherFiles(settings, places, errors);
   }
+  if (review != nullptr) *review = errors.Review();
   errors.Raise();
   return settings;
 }
@@ -262,9 +278,9 @@ Settings ParseSettings(std::string_view text, const std::string& file) {
   return SettingsOf({SettingsFile{file, std::string(text), {}, {}}});
 }
 
-Settings ReadSettings(const std::string& file) {
+Settings ReadSettings(const std::string& file, SettingsReview* review) {
   std::vector<SettingsFile> files = ReadSettingsFiles(file);
-  Settings settings = SettingsOf(files);
+  Settings settings = SettingsOf(files, review);
   for (SettingsFile& one : files) Wipe(one.text);  // tokens, and what devices are asked with
   return settings;
 }

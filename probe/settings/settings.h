@@ -4,6 +4,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "probe/host/log.h"
 #include "probe/journal/journal_settings.h"
@@ -45,6 +46,18 @@ class SettingsError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+/// A file that a configuration stands in, or that it names.
+struct UsedFile {
+  std::string path;
+  std::string place;  ///< "FILE:LINE: KEY", where it is named; empty: it is a file of the configuration itself.
+};
+
+/// What a look at a configuration tells beside its errors.
+struct SettingsReview {
+  std::vector<UsedFile> files;         ///< That the probe reads, in the order in which they are named; no credentials.
+  std::vector<std::string> unchecked;  ///< A line for each file that only the service manager can give.
+};
+
 /// The settings in the text of a configuration file; a key that it leaves out keeps its default.
 ///
 /// `file` is the name that errors give. Nothing is read but the files that the text names for secrets.
@@ -55,7 +68,10 @@ Settings ParseSettings(std::string_view text, const std::string& file);
 /// The settings in a configuration file and in the files `*.toml` of the folder `probe.d` beside it, in the order of
 /// their names: of a key in two of them the later counts, and lists of tables add up.
 ///
+/// With `review`, for a look that starts nothing, files in a `${CREDENTIALS_DIRECTORY}` that is not there are no
+/// errors: `kUncheckedSecret` stands for what they hold, and the paths of TLS stay as they are named.
+///
 /// Fails: as above, and for a file that cannot be read; all that is wrong in all files is told at once.
-Settings ReadSettings(const std::string& file);
+Settings ReadSettings(const std::string& file, SettingsReview* review = nullptr);
 
 }  // namespace probe

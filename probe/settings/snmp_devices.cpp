@@ -213,9 +213,14 @@ class DeviceReader {
 
  private:
   void Error(const std::string& key, const std::string& what) {
-    const auto line = lines_.find(key);
-    errors_.Add(line == lines_.end() ? table_line_ : line->second, path_ + "." + key, what);
+    errors_.Add(LineOf(key), path_ + "." + key, what);
     has_error_ = true;
+  }
+
+  /// The line of a key; of the table, if it does not hold it.
+  std::size_t LineOf(const std::string& key) const {
+    const auto line = lines_.find(key);
+    return line == lines_.end() ? table_line_ : line->second;
   }
 
   void Value(const std::string& name, const toml::node& node, std::size_t line) {
@@ -239,7 +244,12 @@ class DeviceReader {
     const std::string file_key = key + "_file";
     if (!secret.empty()) return Error(file_key, "must not be given together with " + key);
     const NamedFile file = FileNamed(named);
-    if (!file.error.empty()) return Error(file_key, file.error);
+    if (!errors_.NoteFile(LineOf(file_key), path_ + "." + file_key, file)) {
+      // An error like any other, unless credentials need not be there.
+      has_error_ = has_error_ || !errors_.are_credentials_optional();
+      secret = kUncheckedSecret;
+      return;
+    }
     SecretLine line = ReadSecretLine(file.path, file.is_credential);
     if (!line.error.empty()) return Error(file_key, line.error);
     secret = std::move(line.text);

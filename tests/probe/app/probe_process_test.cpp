@@ -9,6 +9,7 @@
 
 #include <chrono>
 #include <csignal>
+#include <filesystem>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
@@ -124,6 +125,8 @@ TEST(ProbeProcess, ListensWhereItsConfigurationFileSays) {
 
 TEST(ProbeProcess, LooksAtAConfigurationWithoutAStart) {
   const test::TestFolder folder;
+  // For everybody to read, since root is told what only root can read.
+  std::filesystem::permissions(folder.Path(""), std::filesystem::perms(0755));
   test::ProbeProcess right({"--check", "--config", folder.Write("right.toml", "[server]\nport = 1\n")});
   EXPECT_EQ(right.AwaitExit(), 0) << right.output();
   EXPECT_EQ(right.output(), "the configuration can be used\n");
