@@ -39,7 +39,8 @@ std::optional<std::string> ConfigurationFile(const std::optional<std::string>& n
 
 std::string Footer() {
   return "SIGHUP: read the configuration anew; but stop, when the terminal from which it was started is gone.\n\n"
-         "Exit codes: 0 stopped by SIGINT or SIGTERM, 1 could not start, 2 unusable command line or configuration. "
+         "Exit codes: 0 stopped by SIGINT or SIGTERM, 1 could not start, 2 unusable command line, configuration or "
+         "profile. "
          "With --check: 1 unusable configuration. With --once: 1 a device did not answer.\n\n"
          "Files *.toml in the folder probe.d beside the configuration file are read after it, in the order of their "
          "names: of a key in two of them the later counts, and devices add up.\n\n"

@@ -20,7 +20,9 @@
 #include "probe/app/service_signals.h"
 #include "probe/host/journal_priority.h"
 #include "probe/host/log.h"
+#include "probe/server/net/server_settings.h"
 #include "probe/settings/settings.h"
+#include "probe/sources/snmp/profile_catalogue.h"
 
 namespace {
 
@@ -38,6 +40,9 @@ int Guarded(const char* prefix, const Function& run) {
   try {
     return run();
   } catch (const probe::SettingsError& error) {
+    PrintError(error.what());
+    return probe::kUnusable;
+  } catch (const probe::snmp::ProfileError& error) {
     PrintError(error.what());
     return probe::kUnusable;
   } catch (const std::exception& error) {
@@ -94,6 +99,9 @@ int Run(const probe::CommandLine& command_line) {
   return Guarded("vexora-probe cannot start", [&] {
     probe::Settings settings = probe::SettingsFor(command_line);
     GuardSecrets(settings);
+    if (const std::string why = probe::WhyUnsafe(settings.server); !why.empty()) {
+      throw probe::SettingsError("vexora-probe cannot start: " + why);
+    }
     probe::ProbeApp app(std::move(settings), [&] { service_signals.Interrupt(); });
     app.Start();
     const char* signal = nullptr;
@@ -119,7 +127,11 @@ int main(int argc, char** argv) {
   return Guarded("vexora-probe", [&] {
     const auto parsed = probe::ParseCommandLine(argc, argv);
     if (const auto* answer = std::get_if<probe::CommandLineExit>(&parsed)) {
-      std::fputs(answer->text.c_str(), answer->exit_code == 0 ? stdout : stderr);
+      if (answer->exit_code == 0) {
+        std::fputs(answer->text.c_str(), stdout);
+      } else {
+        PrintError(answer->text);
+      }
       return answer->exit_code;
     }
     const auto& command_line = std::get<probe::CommandLine>(parsed);

@@ -7,7 +7,7 @@ namespace test {
 namespace {
 
 std::vector<std::string> WordsOf(const std::vector<std::string>& arguments, ProbeProcess::Journal journal) {
-  std::vector<std::string> words{VEXORA_PROBE_FILE};
+  std::vector<std::string> words{ProbeProcess::File()};
   if (journal == ProbeProcess::Journal::kNone) words.emplace_back("--no-journal");
   words.insert(words.end(), arguments.begin(), arguments.end());
   return words;
@@ -17,6 +17,10 @@ std::vector<std::string> WordsOf(const std::vector<std::string>& arguments, Prob
 
 ProbeProcess::ProbeProcess(const std::vector<std::string>& arguments, Journal journal, Output output)
     : ChildProcess(WordsOf(arguments, journal), output) {}
+
+std::string ProbeProcess::File() {
+  return VEXORA_PROBE_FILE;
+}
 
 int ProbeProcess::AwaitPort() {
   const std::string url = "ws://127.0.0.1:";

@@ -16,6 +16,9 @@ class ProbeProcess : public ChildProcess {
   explicit ProbeProcess(const std::vector<std::string>& arguments, Journal journal = Journal::kNone,
                         Output output = Output::kPipe);
 
+  /// The program's file.
+  static std::string File();
+
   /// The port that it said it listens on; 0 when it ended without having said so.
   int AwaitPort();
 };

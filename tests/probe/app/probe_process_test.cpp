@@ -10,6 +10,7 @@
 #include <chrono>
 #include <csignal>
 #include <filesystem>
+#include <fstream>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
@@ -222,11 +223,47 @@ TEST(ProbeProcess, EndsWithExitCode2WhenTheCommandLineCannotBeUsed) {
   EXPECT_THAT(probe.output(), HasSubstr("--frob"));
 }
 
-TEST(ProbeProcess, EndsWithExitCode1WhenOthersCouldReachItUnprotected) {
+TEST(ProbeProcess, EndsWithExitCode2WhenAProfileIsWrong) {
+  // Profiles are looked for beside the program.
+  const test::TestFolder folder;
+  std::filesystem::create_directories(folder.Path("bin"));
+  std::filesystem::create_directories(folder.Path("share/vexora/profiles"));
+  const std::string program = folder.Path("bin/vexora-probe");
+  std::filesystem::copy_file(test::ProbeProcess::File(), program);
+  const std::string profile = folder.Write("share/vexora/profiles/wrong.toml", "tilte = \"x\"\n");
+  const std::string file =
+      folder.Write("probe.toml", "[[sources.snmp.devices]]\naddress = \"192.0.2.1\"\ncommunity = \"public\"\n");
+  for (const char* const option : {"--no-journal", "--once"}) {
+    test::ChildProcess probe({program, option, "--config", file});
+    EXPECT_EQ(probe.AwaitExit(), 2) << option;
+    EXPECT_THAT(probe.output(), HasSubstr(profile + ":1: ")) << option;
+  }
+}
+
+TEST(ProbeProcess, GivesItsComplaintsAPriorityWhereTheJournalReadsThem) {
+  const test::TestFolder folder;
+  const std::string wrong = folder.Write("probe.toml", "[limits]\nconnections = 0\nsid_bytes = 0\n");
+  for (const std::string& arguments : {std::string("--frob"), "--config " + wrong, "--check --config " + wrong,
+                                       std::string("journal"), std::string("--plugin /no/such/libmonitor.so")}) {
+    const std::string log = folder.Path("log");
+    test::ChildProcess probe({"sh", "-c",
+                              "exec 2>" + log + "; JOURNAL_STREAM=$(stat -L -c %d:%i " + log + ") exec " +
+                                  test::ProbeProcess::File() + " " + arguments});
+    EXPECT_GT(probe.AwaitExit(), 0) << arguments;
+    std::ifstream lines(log);
+    std::size_t count = 0;
+    for (std::string line; std::getline(lines, line); ++count) {
+      EXPECT_THAT(line, ::testing::MatchesRegex("<[346]>.*")) << arguments;
+    }
+    EXPECT_GT(count, 0U) << arguments;
+  }
+}
+
+TEST(ProbeProcess, EndsWithExitCode2WhenOthersCouldReachItUnprotected) {
   const test::TestFolder folder;
   test::ProbeProcess probe({"--config", folder.Write("probe.toml", "[server]\nlisten = [\"0.0.0.0\"]\n")});
 
-  EXPECT_EQ(probe.AwaitExit(), 1);
+  EXPECT_EQ(probe.AwaitExit(), 2) << "started again it would be as wrong";
   EXPECT_THAT(probe.output(), HasSubstr("vexora-probe cannot start: server.listen = \"0.0.0.0\" can be reached from "
                                         "other machines and needs a token and TLS"));
 }
