@@ -56,3 +56,10 @@ build() {
   shift
   configure "$preset" && build_folder "build/$preset" "$@"
 }
+
+# The closing line of a command that counts: counts PASSED FAILED SKIPPED
+counts() {
+  printf '%s passed, %s failed' "$1" "$2"
+  (($3 == 0)) || printf ', %s skipped' "$3"
+  printf '\n'
+}

@@ -62,9 +62,12 @@ mapfile -t health < <(words_of HEALTHCHECK)
 state=$(words_of VOLUME)
 of HEALTHCHECK | grep -q -e '--timeout=[0-9]*s .*--start-period=' || fail "the health check has no limits"
 
-if [[ $(id -u) != 0 || -n ${FAKEROOTKEY-} ]] || ! unshare --mount --pid --fork --net true 2>/dev/null; then
-  echo "container: SKIPPED: the file was looked at; to do what it says takes root and namespaces"
-  exit 0
+missing=
+[[ $(id -u) == 0 && -z ${FAKEROOTKEY-} ]] || missing="the rights of root"
+[[ -n $missing ]] || unshare --mount --pid --fork --net true 2>/dev/null || missing="namespaces of its own (unshare)"
+if [[ -n $missing ]]; then
+  echo "container: SKIPPED: the file was looked at; to do what it says it lacks $missing"
+  exit 77
 fi
 
 mkdir -p "$folder/root" "$folder/layers" "$folder/files/usr"

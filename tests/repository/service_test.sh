@@ -5,15 +5,19 @@
 # The packages of the folder are unpacked over a copy-on-write view of this machine's files, in which a service manager is
 # started as the first process of namespaces of its own: of processes, mounts, network, hostname and control groups. So
 # the whole unit is tried: the user of its own, the credentials, the state folder, the call filter, start, reload and stop.
-# It needs root and a control group that it may divide; without them it says that it was skipped.
+# It needs root and a control group that it may divide; without them it says what is missing, and ends with 77: skipped.
 set -euo pipefail
 packages=$1
 cgroups=$(findmnt --noheadings --first-only --types cgroup2 --output TARGET || true)
 
-if [[ $(id -u) != 0 || -n ${FAKEROOTKEY-} || -z $cgroups || ! -w $cgroups || ! -x /lib/systemd/systemd ]] ||
-  ! unshare --mount --pid --fork --cgroup --net true 2>/dev/null; then
-  echo "service: SKIPPED: it takes root, namespaces, control groups of version 2 and a service manager"
-  exit 0
+missing=()
+[[ $(id -u) == 0 && -z ${FAKEROOTKEY-} ]] || missing+=("the rights of root")
+[[ -n $cgroups && -w $cgroups ]] || missing+=("control groups of version 2 that it may divide")
+[[ -x /lib/systemd/systemd ]] || missing+=("a service manager (the package systemd)")
+unshare --mount --pid --fork --cgroup --net true 2>/dev/null || missing+=("namespaces of its own (unshare)")
+if ((${#missing[@]} > 0)); then
+  (IFS=,; echo "service: SKIPPED for want of ${missing[*]}" | sed 's/,/, /g')
+  exit 77
 fi
 
 folder=$(mktemp -d)

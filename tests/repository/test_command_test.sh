@@ -59,10 +59,10 @@ prints() {
   }
 }
 
-expect 1 "2 passed, 1 failed" release
+expect 1 "2 passed, 1 failed, 1 skipped" release
 prints "^   script/test release -R '\^Bad.One\\$'$"
-prints '^== release +[0-9]+:[0-9]{2}  2 passed, 1 failed$'
-prints '^   release +[0-9]+:[0-9]{2}  2 passed, 1 failed$'
+prints '^== release +[0-9]+:[0-9]{2}  2 passed, 1 failed, 1 skipped$'
+prints '^   release +[0-9]+:[0-9]{2}  2 passed, 1 failed, 1 skipped$'
 
 # A line for each tenth of the build, and no more of them.
 lines=$(grep -cE '^   release: [0-9]+ of 40 built, [0-9]+:[0-9]{2}$' output)
@@ -84,6 +84,8 @@ expect 0 "1 passed, 0 failed" plain
 printf '#!/bin/sh\necho 3 passed, 1 failed\n' >script/package
 expect 1 "3 passed, 1 failed" package
 prints '^   script/package$'
+printf '#!/bin/sh\necho 3 passed, 0 failed, 2 skipped\n' >script/package
+expect 0 "4 passed, 0 failed, 2 skipped" plain package
 touch broken
 expect 1 "0 passed, 1 failed" plain
 prints '^   script/test plain$'
