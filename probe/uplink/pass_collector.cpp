@@ -3,11 +3,13 @@
 #include <json-c/json.h>
 
 #include <array>
+#include <new>
 #include <utility>
 
 #include "platform/topics.h"
 #include "probe/api/latest_messages.h"
 #include "probe/host/connection_id.h"
+#include "probe/host/log.h"
 #include "probe/text/json_c_handle.h"
 
 using utilities::lock::lock_guard;
@@ -61,7 +63,13 @@ void PassCollector::OnPassEnds() {
     gathered_->pass.reset();
     messages.swap(gathered_->messages);
   }
-  if (!messages.empty()) take_(std::move(messages));
+  if (messages.empty()) return;
+  try {
+    take_(std::move(messages));
+  } catch (const std::bad_alloc&) {
+    // The engine, whose thread this is, must not hear of it.
+    log::Error("[Uplink] a pass is lost: there is no memory");
+  }
 }
 
 }  // namespace probe::uplink

@@ -55,7 +55,10 @@ Spool::Spool(const std::string& file, SpoolBounds bounds) : bounds_(bounds) {
 }
 
 void Spool::Fail(const char* doing) const {
-  throw SpoolError(std::string("cannot ") + doing + " the spool: " + sqlite3_errmsg(database_.get()));
+  const std::string why = std::string("cannot ") + doing + " the spool: " + sqlite3_errmsg(database_.get());
+  const int code = sqlite3_errcode(database_.get());
+  if (code == SQLITE_NOTADB || code == SQLITE_CORRUPT) throw BrokenSpool(why);
+  throw SpoolError(why);
 }
 
 SqliteStatement Spool::Prepare(const char* sql) const {

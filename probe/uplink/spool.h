@@ -40,13 +40,19 @@ class SpoolError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+/// The file is no spool, or no longer one.
+class BrokenSpool : public SpoolError {
+ public:
+  using SpoolError::SpoolError;
+};
+
 /// The texts that no server has acknowledged yet, oldest first, in a file: a restart, a kill or a failure of power
 /// loses none that `Append` has taken.
 ///
 /// Threads: one at a time. Fails: each function throws `SpoolError`, and changed nothing then.
 class Spool {
  public:
-  /// Opens the file, or creates it for its owner's eyes only.
+  /// Opens the file, or creates it for its owner's eyes only. Fails: also throws `BrokenSpool`.
   Spool(const std::string& file, SpoolBounds bounds);
   Spool(const Spool&) = delete;
   Spool& operator=(const Spool&) = delete;

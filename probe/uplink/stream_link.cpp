@@ -105,6 +105,10 @@ bool StreamLink::IsConnected() const {
   return natsConnection_Status(connection_.get()) == NATS_CONN_STATUS_CONNECTED;
 }
 
+void StreamLink::Close() {
+  natsConnection_Close(connection_.get());
+}
+
 std::string StreamLink::SubjectOf(const std::string& topic) const {
   return prefix_ + topic;
 }

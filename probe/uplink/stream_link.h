@@ -59,6 +59,9 @@ class StreamLink {
   /// Answers a request; one may have several answers.
   void Reply(const std::string& reply, const std::string& topic, const std::string& text);
 
+  /// Ends the connection and whatever waits for it, for good. Threads: any.
+  void Close();
+
   /// Why the last text was not stored, for people; empty: it was.
   const std::string& trouble() const { return trouble_; }
 

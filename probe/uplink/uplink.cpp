@@ -4,6 +4,7 @@
 #include <array>
 #include <chrono>
 #include <exception>
+#include <filesystem>
 #include <nlohmann/json.hpp>
 #include <set>
 #include <utility>
@@ -20,6 +21,7 @@ namespace {
 using std::chrono::milliseconds;
 
 constexpr milliseconds kWait{200};  // how late a pass may be noticed
+constexpr std::size_t kMaxRequestBytes = 4096;
 constexpr std::size_t kBatch = 16;
 constexpr std::size_t kBatchBytes = std::size_t{16} * 1024 * 1024;
 
@@ -28,6 +30,15 @@ std::string LocalDay(time_t at) {
   localtime_r(&at, &local);
   std::array<char, 16> text{};
   return {text.data(), strftime(text.data(), text.size(), "%Y-%m-%d", &local)};
+}
+
+std::string LocalDayBefore(time_t at) {
+  tm local{};
+  localtime_r(&at, &local);
+  --local.tm_mday;
+  local.tm_hour = 12;  // there is one on each day, whatever the clocks do
+  local.tm_isdst = -1;
+  return LocalDay(mktime(&local));
 }
 
 std::string DailyRequest(const std::string& day) {
@@ -64,10 +75,8 @@ void Uplink::Start(WebServer& server, SubscriptionService& service, std::map<std
 
 void Uplink::Stop() {
   if (!thread_.joinable()) return;
-  {
-    const lock_guard held(lock_);
-    is_stopping_ = true;
-  }
+  stop_.Set();
+  link_.Close();
   thread_.join();
 }
 
@@ -76,23 +85,13 @@ UplinkCounts Uplink::counts() const {
   return counts_;
 }
 
-bool Uplink::IsStopping() const {
-  const lock_guard held(lock_);
-  return is_stopping_;
-}
-
 void Uplink::Run() {
-  while (!IsStopping()) {
-    // What a thread throws ends the process: a step is lost, and the next one begins anew.
+  // What a thread throws ends the process: a step is left out, and the next one begins anew.
+  while (!stop_.IsSetBefore({})) {
     try {
-      FillSpool();
-      NoteConnection();
-      const bool has_more = SendSome();
-      UpdateCounts();
-      if (const auto request = link_.NextRequest(has_more ? milliseconds(1) : kWait)) Answer(*request);
+      Step();
     } catch (const std::exception& error) {
-      NoteTrouble(std::string("what passes tell waits in memory: ") + error.what());
-      link_.NextRequest(kWait);
+      Complain(error.what());
     }
   }
   try {
@@ -102,37 +101,70 @@ void Uplink::Run() {
   }
 }
 
-void Uplink::FillSpool() {
-  if (spool_ == nullptr) {
-    spool_ = std::make_unique<Spool>(spool_file_, SpoolBounds{settings_.spool_bytes, settings_.spool_age});
+void Uplink::Step() {
+  FillSpool();
+  NoteConnection();
+  UpdateCounts();
+  const bool has_more = SendSome();
+  if (const auto request = link_.NextRequest(has_more ? milliseconds(1) : kWait)) Answer(*request);
+}
+
+void Uplink::Complain(const char* what) noexcept {
+  try {
+    NoteTrouble(std::string("what passes tell waits in memory: ") + what);
+  } catch (const std::exception&) {
+    log::Error("[Uplink] %s", what);
   }
+  stop_.IsSetBefore(std::chrono::steady_clock::now() + kWait);
+}
+
+void Uplink::OpenSpool() {
+  const SpoolBounds bounds{settings_.spool_bytes, settings_.spool_age};
+  try {
+    spool_ = std::make_unique<Spool>(spool_file_, bounds);
+  } catch (const BrokenSpool& error) {
+    const std::string aside = spool_file_ + ".broken";
+    std::filesystem::rename(spool_file_, aside);
+    log::Error("[Uplink] %s; it is put aside as %s, and what waited in it is lost", error.what(), aside.c_str());
+    spool_ = std::make_unique<Spool>(spool_file_, bounds);
+  }
+}
+
+void Uplink::FillSpool() {
+  if (spool_ == nullptr) OpenSpool();
   std::vector<SpooledMessage> messages = inbox_.TakeAll();
   if (messages.empty()) return;
   const time_t now = messages.back().at;
   try {
-    std::vector<SpooledMessage> with_reports = WithReports(messages);
-    NoteCut(spool_->Append(with_reports, now));
+    NoteCut(spool_->Append(WithReports(messages), now));
   } catch (...) {
     inbox_.PutBack(std::move(messages));
     throw;
   }
-  last_pass_ = now;
+  last_day_ = LocalDay(now);
   for (SpooledMessage& message : messages) newest_[message.topic] = std::move(message);
 }
 
 std::vector<SpooledMessage> Uplink::WithReports(const std::vector<SpooledMessage>& messages) const {
   std::vector<SpooledMessage> all;
-  std::optional<time_t> before = last_pass_;
+  std::string day = last_day_;
   for (const SpooledMessage& message : messages) {
-    const std::string ended = before ? LocalDay(*before) : "";
-    if (before && ended != LocalDay(message.at)) {
-      for (const auto& [name, calls] : reports_)
-        all.push_back({0, name, ended, message.at, calls.read_report(DailyRequest(ended))});
-    }
-    before = message.at;
+    const std::string today = LocalDay(message.at);
+    // The first pass after the start, too: the probe may have been away at midnight.
+    if (today != day) AddReports(day.empty() ? LocalDayBefore(message.at) : day, message.at, all);
+    day = today;
     all.push_back(message);
   }
   return all;
+}
+
+void Uplink::AddReports(const std::string& day, time_t at, std::vector<SpooledMessage>& messages) const {
+  for (const auto& [name, calls] : reports_) {
+    const auto periods = nlohmann::json::parse(calls.periods(), nullptr, false);
+    const auto days = periods.is_object() ? periods.value(monitoring::kDaily, nlohmann::json()) : nlohmann::json();
+    if (std::find(days.begin(), days.end(), nlohmann::json(day)) == days.end()) continue;
+    messages.push_back({0, name, day, at, calls.read_report(DailyRequest(day))});
+  }
 }
 
 void Uplink::NoteCut(const std::map<std::string, CutMessages>& cut) {
@@ -202,7 +234,9 @@ void Uplink::Answer(const SiteRequest& request) {
 }
 
 void Uplink::AnswerReport(const SiteRequest& request) {
-  const auto wanted = nlohmann::json::parse(request.text, nullptr, false);
+  // A deep one would take a deep stack.
+  const bool is_small = request.text.size() <= kMaxRequestBytes;
+  const auto wanted = nlohmann::json::parse(is_small ? request.text : std::string(), nullptr, false);
   const std::string name = wanted.is_object() ? wanted.value("report", nlohmann::json()).dump() : "";
   const auto found = std::find_if(reports_.begin(), reports_.end(),
                                   [&](const auto& report) { return nlohmann::json(report.first).dump() == name; });

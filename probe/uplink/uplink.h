@@ -5,13 +5,13 @@
 #include <ctime>
 #include <map>
 #include <memory>
-#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "platform/utilities/locks.h"
 #include "probe/api/plugin_calls.h"
+#include "probe/host/stop_flag.h"
 #include "probe/host/subscription_service.h"
 #include "probe/recording/pass_clock.h"
 #include "probe/server/web_server.h"
@@ -59,10 +59,15 @@ class Uplink {
 
  private:
   void Run();
-  bool IsStopping() const;
+  void Step();
+  void Complain(const char* what) noexcept;
+  void OpenSpool();
   void FillSpool();
   /// The texts with the daily reports of days that ended between two of them, or before the first.
   std::vector<SpooledMessage> WithReports(const std::vector<SpooledMessage>& messages) const;
+
+  /// Appends those reports of a day that there are. `at`: the time of the pass that comes behind.
+  void AddReports(const std::string& day, time_t at, std::vector<SpooledMessage>& messages) const;
   void NoteCut(const std::map<std::string, CutMessages>& cut);
   bool SendSome();
   void Answer(const SiteRequest& request);
@@ -81,15 +86,15 @@ class Uplink {
   // Of the thread.
   std::unique_ptr<Spool> spool_;                  // null while it cannot be opened
   std::map<std::string, SpooledMessage> newest_;  // topic -> its newest text
-  std::optional<time_t> last_pass_;
+  std::string last_day_;                          // of the pass before, local; empty: there was none
   bool is_connected_ = false;
   std::string trouble_;  // that the log knows of
   std::uint64_t stored_ = 0;
   std::uint64_t cut_ = 0;  // but for the inbox's
 
   mutable utilities::lock::Mutex lock_;  // leaf lock
-  bool is_stopping_ VEXORA_GUARDED_BY(lock_) = false;
   UplinkCounts counts_ VEXORA_GUARDED_BY(lock_);
+  StopFlag stop_;
   std::thread thread_;
 };
 

@@ -7,6 +7,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
+#include <filesystem>
 #include <map>
 #include <memory>
 #include <optional>
@@ -74,7 +76,7 @@ class UplinkTest : public test::Served {
 
   void StartUplink() {
     std::map<std::string, probe::ReportCalls> reports;
-    reports["wireless_client_report"] = {[] { return std::string("the periods"); },
+    reports["wireless_client_report"] = {[] { return std::string(R"({"daily":["2026-01-06","2026-01-05"]})"); },
                                          [](const std::string& request) { return "report for " + request; }};
     uplink_ = std::make_unique<Uplink>(settings_, folder_.Path("spool.db"));
     uplink_->Start(*server, service, std::move(reports));
@@ -218,19 +220,65 @@ TEST_F(UplinkTest, AnswersWithReports) {
   const std::string subject = "vexora.v1.north.request.report";
   EXPECT_THAT(reader_->Ask(subject, R"({"report":"wireless_client_report","request":{"period":"x"}})", false),
               ElementsAre(R"(report for {"period":"x"})"));
-  EXPECT_THAT(reader_->Ask(subject, R"({"report":"wireless_client_report"})", false), ElementsAre("the periods"));
-  for (const char* wrong : {"", "{", "[]", "3", "{}", R"({"report":3})", R"({"report":"other"})"}) {
-    EXPECT_THAT(reader_->Ask(subject, wrong, false), ElementsAre(HasSubstr("must be the name of a report"))) << wrong;
+  EXPECT_THAT(reader_->Ask(subject, R"({"report":"wireless_client_report"})", false),
+              ElementsAre(R"({"daily":["2026-01-06","2026-01-05"]})"));
+  const std::string deep(1'000'000, '[');
+  for (const char* wrong : {"", "{", "[]", "3", "{}", R"({"report":3})", R"({"report":"other"})", deep.c_str()}) {
+    EXPECT_THAT(reader_->Ask(subject, wrong, false), ElementsAre(HasSubstr("must be the name of a report")))
+        << std::string(wrong).substr(0, 40);
   }
 }
 
 TEST_F(UplinkTest, KeepsThePassesWhileTheSpoolCannotBeOpened) {
+  std::filesystem::create_directory(folder_.Path("spool.db"));
+  StartUplink();
+  Pass(60, "h1");
+  EXPECT_TRUE(Eventually([&] { return Says(Level::kError, "what passes tell waits in memory: cannot open"); }));
+  std::filesystem::remove(folder_.Path("spool.db"));
+  EXPECT_EQ(reader_->Await(1).front().text, "h1");
+}
+
+TEST_F(UplinkTest, PutsABrokenSpoolAsideAndGoesOn) {
   folder_.Write("spool.db", std::string(4096, 'x'));
   StartUplink();
   Pass(60, "h1");
-  EXPECT_TRUE(Eventually([&] { return Says(Level::kError, "not a database"); }));
-  folder_.Write("spool.db", "");
   EXPECT_EQ(reader_->Await(1).front().text, "h1");
+  EXPECT_TRUE(Says(Level::kError, "it is put aside as " + folder_.Path("spool.db.broken")));
+  EXPECT_TRUE(std::filesystem::exists(folder_.Path("spool.db.broken")));
+}
+
+TEST_F(UplinkTest, SendsTheReportsOfTheDayBeforeTheStartOnce) {
+  const auto reports = [&] {
+    auto ids = IdsOf(reader_->Await(1));
+    std::erase_if(ids, [](const std::string& id) { return id.find("report") == std::string::npos; });
+    return ids;
+  };
+  StartUplink();
+  Pass(kBeforeMidnight + 60, "h1");
+  reader_->Await(2);
+  uplink_.reset();
+  StartUplink();
+  Pass(kBeforeMidnight + 120, "h2");
+  reader_->Await(3);
+  EXPECT_THAT(reports(), ElementsAre("north.wireless_client_report.2026-01-05"));
+}
+
+TEST_F(UplinkTest, SendsNoReportOfADayThatThePlugInDoesNotKnow) {
+  StartUplink();
+  Pass(kBeforeMidnight - 86'400 * 3, "h1");
+  Pass(kBeforeMidnight - 86'400 * 2, "h2");
+  EXPECT_THAT(reader_->Await(2), SizeIs(2));
+  EXPECT_TRUE(Waits(0));
+}
+
+TEST_F(UplinkTest, StopsAtOnceWhileAServerDoesNotAnswer) {
+  settings_.stream = "OTHER";
+  StartUplink();
+  Pass(60, "h1");
+  ASSERT_TRUE(Waits(1));
+  const auto begun = std::chrono::steady_clock::now();
+  uplink_->Stop();
+  EXPECT_LT(std::chrono::steady_clock::now() - begun, std::chrono::seconds(4)) << "a server has five to answer";
 }
 
 }  // namespace
