@@ -131,7 +131,9 @@ void CheckUplinkPair(const std::string& first, bool is_first_given, const std::s
 
 void CheckUplink(const Settings& settings, const KeyPlaces& places, SettingsErrors& errors) {
   const uplink::UplinkSettings& uplink = settings.uplink;
-  CheckUplinkPair("servers", !uplink.servers.empty(), "site", !uplink.site.empty(), places, errors);
+  // A site without servers is one whose uplink is switched off.
+  const bool has_site = !uplink.site.empty() || uplink.servers.empty();
+  CheckUplinkPair("servers", true, "site", has_site, places, errors);
   CheckUplinkPair("tls_certificate", !uplink.tls_certificate.empty(), "tls_key", !uplink.tls_key.empty(), places,
                   errors);
   CheckUplinkPair("nkey", !uplink.nkey.empty(), "nkey_seed", !uplink.nkey_seed.empty(), places, errors);

@@ -180,8 +180,6 @@ INSTANTIATE_TEST_SUITE_P(
                 "probe.toml:2: server.tls_certificate: must be given together with server.tls_key"},
         BadFile{"ServersWithoutSite", "[uplink]\nservers = [\"tls://a:4222\"]\n",
                 "probe.toml:2: uplink.site: must be given together with uplink.servers"},
-        BadFile{"SiteWithoutServers", "[uplink]\nsite = \"north\"\n",
-                "probe.toml:2: uplink.servers: must be given together with uplink.site"},
         BadFile{"SiteThatIsTwoPartsOfASubject", "[uplink]\nsite = \"north.east\"\n",
                 "probe.toml:2: uplink.site: must be a text of at most 64 letters, digits, \"-\" and \"_\""},
         BadFile{"StreamWithoutName", "[uplink]\nstream = \"\"\n", "probe.toml:2: uplink.stream: must not be empty"},
