@@ -18,6 +18,7 @@ import { Traffic } from './pages/traffic';
 import { type Navigation, useProbe, useRoute, useSettings } from './state/hooks';
 import { isWarming, probe } from './state/probe';
 import { formatRoute, nextOnWall, wallSeconds } from './state/route';
+import { texts as t } from './texts';
 
 function PageOf({ navigation }: { navigation: Navigation }) {
   switch (navigation.route.page) {
@@ -47,8 +48,8 @@ function PageOf({ navigation }: { navigation: Navigation }) {
 function NotFound() {
   return (
     <>
-      <div class="title"><h1>There is no such page</h1></div>
-      <section class="card"><Blank title="404">The address names no page of the probe. <a href="#/overview">To the overview</a></Blank></section>
+      <div class="title"><h1>{t.main.noPage}</h1></div>
+      <section class="card"><Blank title="404">{t.main.noPageWhy} <a href="#/overview">{t.main.toOverview}</a></Blank></section>
     </>
   );
 }
@@ -89,7 +90,7 @@ function App() {
   const content = useRef<HTMLElement>(null);
   const isFirst = useRef(true);
   useEffect(() => {
-    document.title = `${pageTitles[page]} – Probe`;
+    document.title = t.main.title(pageTitles[page]);
     if (!isFirst.current) content.current?.focus({ preventScroll: true }); // a reader of the screen hears of the new page
     isFirst.current = false;
     window.scrollTo(0, 0);
@@ -97,7 +98,7 @@ function App() {
   if (needsToken) return <TokenForm />;
   return (
     <>
-      <a class="skip" href="#content" onClick={(event) => { event.preventDefault(); content.current?.focus(); }}>Skip to the content</a>
+      <a class="skip" href="#content" onClick={(event) => { event.preventDefault(); content.current?.focus(); }}>{t.main.skip}</a>
       <Head page={page} isWall={isWall} />
       <Banner />
       <JournalBanner />

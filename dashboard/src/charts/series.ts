@@ -1,6 +1,7 @@
 // Turns messages into the arrays that charts draw.
 
 import type { CountSeries, Interface } from '../messages/decode';
+import { texts as t } from '../texts';
 
 /** The views of the live monitors, and the minutes between two of their samples. */
 export const views = { '1m': 1, '5m': 5, '10m': 10, '1h': 60, '2h': 120, '1day': 1440 } as const;
@@ -9,12 +10,12 @@ export const viewNames = Object.keys(views) as View[];
 
 /** How people call a view. */
 export const viewTitles: Record<View, string> = {
-  '1m': '30 minutes',
-  '5m': '2½ hours',
-  '10m': '5 hours',
-  '1h': '30 hours',
-  '2h': '2½ days',
-  '1day': '30 days',
+  '1m': t.view.m1,
+  '5m': t.view.m5,
+  '10m': t.view.m10,
+  '1h': t.view.h1,
+  '2h': t.view.h2,
+  '1day': t.view.d1,
 };
 
 export type Column = (number | null)[];

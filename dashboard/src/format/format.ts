@@ -1,6 +1,7 @@
 // Numbers, units and times as texts.
 
 import { wallOf } from './zone';
+import { texts as t } from '../texts';
 
 export const nothing = '–';
 
@@ -85,13 +86,13 @@ export function formatDuration(seconds: number | null | undefined): string {
   if (!isGiven(seconds) || seconds < 0) return nothing;
   const whole = Math.round(seconds);
   const parts: [number, string][] = [
-    [Math.floor(whole / 86_400), 'd'],
-    [Math.floor(whole / 3600) % 24, 'h'],
-    [Math.floor(whole / 60) % 60, 'min'],
-    [whole % 60, 's'],
+    [Math.floor(whole / 86_400), t.unit.day],
+    [Math.floor(whole / 3600) % 24, t.unit.hour],
+    [Math.floor(whole / 60) % 60, t.unit.minute],
+    [whole % 60, t.unit.second],
   ];
   const first = parts.findIndex(([count]) => count > 0);
-  if (first < 0) return '0 s';
+  if (first < 0) return `0 ${t.unit.second}`;
   return parts
     .slice(first, first + 2)
     .filter(([count]) => count > 0)
@@ -101,7 +102,7 @@ export function formatDuration(seconds: number | null | undefined): string {
 
 /** How fast passes come, when the probe's clock runs faster than the true one. */
 export function formatPace(periodMs: number): string {
-  return periodMs < 1000 ? `${digits(1000 / periodMs)} passes a second` : `a pass every ${formatDuration(periodMs / 1000)}`;
+  return periodMs < 1000 ? t.unit.passes(digits(1000 / periodMs)) : t.unit.passEvery(formatDuration(periodMs / 1000));
 }
 
 const two = (value: number): string => String(value).padStart(2, '0');
@@ -133,10 +134,10 @@ export function formatStopwatch(seconds: number): string {
 /** From one minute to another, "11:04 to 11:27"; with the dates unless both are of the same day as `now`. */
 export function formatSpan(from: number, to: number, now: number): string {
   const days = new Set([from, to, now].map((minutes) => formatDay(minutes * 60_000)));
-  return [from, to].map((minutes) => formatMinute(minutes, days.size > 1)).join(' to ');
+  return [from, to].map((minutes) => formatMinute(minutes, days.size > 1)).reduce(t.unit.span);
 }
 
-const dayOfMonth = new Intl.DateTimeFormat('en-GB', { day: 'numeric', month: 'short', timeZone: 'UTC' });
+const dayOfMonth = new Intl.DateTimeFormat(t.locale, { day: 'numeric', month: 'short', timeZone: 'UTC' });
 
 /** A mark on an axis of time: midnight is told by the day that begins, so that no time looks like another day's. */
 export function formatMark(minutes: number): string {
@@ -146,5 +147,5 @@ export function formatMark(minutes: number): string {
 
 /** A key of a report: a day, or the first and the last day of a week. */
 export function formatPeriod(key: string): string {
-  return key.replace('/', ' to ');
+  return key.split('/').reduce(t.unit.span);
 }

@@ -36,7 +36,7 @@ export function offsetText(seconds: number): string {
 
 const browserName = (): string => Intl.DateTimeFormat().resolvedOptions().timeZone;
 
-const browserClock: Clock = { title: 'of this browser', offsetAt: (ms) => -new Date(ms).getTimezoneOffset() * 60 };
+const browserClock: Clock = { title: '', offsetAt: (ms) => -new Date(ms).getTimezoneOffset() * 60 };
 
 const clocks = new Map<string, Clock | null>();
 

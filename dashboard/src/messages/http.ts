@@ -1,6 +1,7 @@
 // Asks the probe over HTTP.
 
 import { isRecord, isText, parseJson } from './check';
+import { texts as t } from '../texts';
 
 export type Answer<Value> = { kind: 'value'; value: Value } | { kind: 'error'; status: number; code: string; message: string };
 
@@ -23,11 +24,11 @@ export async function ask<Value>(
   if (status === 200) {
     const value = decode(body);
     if (value !== null) return { kind: 'value', value };
-    return { kind: 'error', status, code: 'malformed', message: 'The answer of the probe cannot be read.' };
+    return { kind: 'error', status, code: 'malformed', message: t.http.badAnswer };
   }
   const error = isRecord(body) && isRecord(body['error']) ? body['error'] : {};
   const code = isText(error['code']) ? error['code'] : status === 0 ? 'unreachable' : 'error';
-  const message = isText(error['message']) ? error['message'] : 'The probe does not answer.';
+  const message = isText(error['message']) ? error['message'] : t.http.silent;
   return { kind: 'error', status, code, message };
 }
 

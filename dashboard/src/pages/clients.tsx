@@ -13,12 +13,13 @@ import { deviceCountsOf, offlineText, type Presences, ssidCountsOf } from '../st
 import { formatRoute, oneOf } from '../state/route';
 import { search, type Sorting } from '../state/sorting';
 import { zoomOf, zoomText } from '../state/zoom';
+import { texts as t } from '../texts';
 
 const mostLines = 10;
 const colourCount = 8;
 /** With more, only those that are drawn and those that are looked for are offered. */
 const mostOffered = 24;
-const allLine: Line = { name: 'All', colour: 'text-soft', dash: [1, 3] };
+const allLine: Line = { name: t.clients.all, colour: 'text-soft', dash: [1, 3] };
 
 interface CountsProps {
   title: string;
@@ -40,29 +41,29 @@ function lineOf(id: string, position: number, nameOf: (id: string) => string): L
 }
 
 function CountsChart({ title, series, all, nameOf, view, chosen, onShow, zoom, onZoom }: CountsProps) {
-  const ids = useMemo(() => [...series.keys()].sort((a, b) => nameOf(a).localeCompare(nameOf(b), 'en', { numeric: true })), [series, nameOf]);
+  const ids = useMemo(() => [...series.keys()].sort((a, b) => nameOf(a).localeCompare(nameOf(b), t.locale, { numeric: true })), [series, nameOf]);
   const shown = drawn(series, chosen, mostLines);
   const inOrder = ids.filter((id) => shown.includes(id));
   const lines = [allLine, ...inOrder.map((id) => lineOf(id, ids.indexOf(id), nameOf))];
   const data = useMemo(() => align([all, ...inOrder.map((id) => series.get(id) ?? [])], view), [series, all, inOrder.join('\n'), view]);
   const [wanted, setWanted] = useState('');
-  if (data.times.length === 0) return <Blank title="Nothing yet">The first figures of this view come when its first interval is over; there are none as long as nobody has Wi-Fi.</Blank>;
+  if (data.times.length === 0) return <Blank title={t.clients.nothing}>{t.clients.nothingWhy}</Blank>;
   const offered = ids.length <= mostOffered ? ids : wanted ? search(ids, wanted, (id) => [nameOf(id), id]).slice(0, mostOffered) : inOrder;
   const toggle = (id: string): void => onShow(shown.includes(id) ? shown.filter((one) => one !== id) : [...shown, id]);
   return (
     <>
       <Chart title={title} lines={lines} data={data} view={view} axis={(values) => values.map((value) => formatNumber(value))} value={(value) => formatNumber(value)} isCount zoom={zoom} onZoom={onZoom} />
       <fieldset class="lines">
-        <legend class="hidden">Lines of {title}</legend>
+        <legend class="hidden">{t.clients.linesOf(title)}</legend>
         <div class="controls legend-tools">
           {ids.length > mostOffered && (
             <label>
-              <span class="hidden">Search the lines of {title}</span>
-              <input type="search" placeholder={`Search ${ids.length} lines`} value={wanted} onInput={(event) => setWanted(event.currentTarget.value)} />
+              <span class="hidden">{t.clients.searchOf(title)}</span>
+              <input type="search" placeholder={t.clients.search(ids.length)} value={wanted} onInput={(event) => setWanted(event.currentTarget.value)} />
             </label>
           )}
-          <button type="button" class="button bare" onClick={() => onShow([])}>None</button>
-          <button type="button" class="button bare" onClick={() => onShow(null)}>The {Math.min(mostLines, ids.length)} largest</button>
+          <button type="button" class="button bare" onClick={() => onShow([])}>{t.clients.none}</button>
+          <button type="button" class="button bare" onClick={() => onShow(null)}>{t.clients.largest(Math.min(mostLines, ids.length))}</button>
         </div>
         <div class="legend">
           {offered.map((id) => (
@@ -89,14 +90,14 @@ interface CurrentRow {
 }
 
 const ssidColumns: Column<CurrentRow>[] = [
-  { key: 'name', title: 'Network', value: (row) => row.name, cell: (row) => <Name text={row.name} /> },
-  { key: 'count', title: 'Clients now', isNumber: true, value: (row) => row.count, cell: (row) => formatNumber(row.count) },
+  { key: 'name', title: t.clients.network, value: (row) => row.name, cell: (row) => <Name text={row.name} /> },
+  { key: 'count', title: t.clients.now, isNumber: true, value: (row) => row.count, cell: (row) => formatNumber(row.count) },
 ];
 
 const deviceColumns: Column<CurrentRow>[] = [
-  { key: 'name', title: 'Device', value: (row) => row.name, cell: (row) => <><a href={formatRoute({ page: 'device', values: { device: row.mac ?? '' } })}><Name text={row.name} /></a>{row.offline && <span class="sub">{row.offline}</span>}</> },
-  { key: 'network', title: 'Network', value: (row) => row.network ?? '', cell: (row) => <Name text={row.network ?? ''} /> },
-  { key: 'count', title: 'Clients now', isNumber: true, value: (row) => row.count, cell: (row) => <Stale isStale={Boolean(row.offline)}><data value={String(row.count)}>{formatNumber(row.count)}</data></Stale> },
+  { key: 'name', title: t.clients.device, value: (row) => row.name, cell: (row) => <><a href={formatRoute({ page: 'device', values: { device: row.mac ?? '' } })}><Name text={row.name} /></a>{row.offline && <span class="sub">{row.offline}</span>}</> },
+  { key: 'network', title: t.clients.network, value: (row) => row.network ?? '', cell: (row) => <Name text={row.network ?? ''} /> },
+  { key: 'count', title: t.clients.now, isNumber: true, value: (row) => row.count, cell: (row) => <Stale isStale={Boolean(row.offline)}><data value={String(row.count)}>{formatNumber(row.count)}</data></Stale> },
 ];
 
 function Current({ title, columns, rows }: { title: string; columns: Column<CurrentRow>[]; rows: CurrentRow[] }) {
@@ -104,8 +105,8 @@ function Current({ title, columns, rows }: { title: string; columns: Column<Curr
   const sum = rows.reduce((all, row) => all + (row.offline ? 0 : row.count), 0);
   return (
     <section class="card">
-      <div class="card-head"><h2>{title}</h2><span class="note"><data value={String(sum)}>{formatNumber(sum)}</data> clients</span></div>
-      {rows.length === 0 ? <Blank title="Nobody is connected" /> : <Table caption={title} columns={columns} rows={rows} keyOf={(row) => row.id} sorting={sorting} onSort={setSorting} />}
+      <div class="card-head"><h2>{title}</h2><span class="note"><data value={String(sum)}>{formatNumber(sum)}</data> {t.clients.unit}</span></div>
+      {rows.length === 0 ? <Blank title={t.clients.nobody} /> : <Table caption={title} columns={columns} rows={rows} keyOf={(row) => row.id} sorting={sorting} onSort={setSorting} />}
     </section>
   );
 }
@@ -150,26 +151,26 @@ export function Clients({ route, change }: Navigation) {
   return (
     <>
       <div class="title">
-        <h1>Wireless clients</h1>
-        <Choice title="View" name="view" values={viewNames} titles={viewTitles} value={view} onChange={(one) => change({ view: one, ...zoomText(null) })} />
+        <h1>{t.clients.title}</h1>
+        <Choice title={t.clients.view} name="view" values={viewNames} titles={viewTitles} value={view} onChange={(one) => change({ view: one, ...zoomText(null) })} />
       </div>
-      {view !== '1m' && <p class="note">A point is the most clients in its interval. All is the sum of these: who moved on meanwhile may be in it twice.</p>}
-      {offline > 0 && <p class="note" data-offline={offline}>{offline === 1 ? 'A wireless device is' : `${offline} wireless devices are`} offline: the clients that it had are not counted.</p>}
+      {view !== '1m' && <p class="note">{t.clients.most}</p>}
+      {offline > 0 && <p class="note" data-offline={offline}>{t.clients.offline(offline)}</p>}
       <div class="split charts">
         <section class="card">
-          <h2>By network</h2>
+          <h2>{t.clients.byNetwork}</h2>
           <Loaded load={ssidCounts}>
-            {(counts) => <CountsChart title="Clients by network" {...counts} nameOf={itself} view={view} chosen={idsIn(route.values['networks'])} onShow={(ids) => change({ networks: ids ? asText(ids) : '' })} {...zoom} />}
+            {(counts) => <CountsChart title={t.clients.chartByNetwork} {...counts} nameOf={itself} view={view} chosen={idsIn(route.values['networks'])} onShow={(ids) => change({ networks: ids ? asText(ids) : '' })} {...zoom} />}
           </Loaded>
         </section>
         <section class="card">
-          <h2>By device</h2>
+          <h2>{t.clients.byDevice}</h2>
           <Loaded load={deviceCounts}>
-            {(counts) => <CountsChart title="Clients by device" {...counts} nameOf={nameOf} view={view} chosen={idsIn(route.values['devices'])} onShow={(ids) => change({ devices: ids ? asText(ids) : '' })} {...zoom} />}
+            {(counts) => <CountsChart title={t.clients.chartByDevice} {...counts} nameOf={nameOf} view={view} chosen={idsIn(route.values['devices'])} onShow={(ids) => change({ devices: ids ? asText(ids) : '' })} {...zoom} />}
           </Loaded>
         </section>
-        {ssidCounts.kind === 'ready' && <Current title="Networks now" columns={ssidColumns} rows={currentBySsid(ssidCounts.value)} />}
-        {deviceCounts.kind === 'ready' && <Current title="Devices now" columns={deviceColumns} rows={currentByDevice(deviceCounts.value, nameOf, presences, now)} />}
+        {ssidCounts.kind === 'ready' && <Current title={t.clients.networksNow} columns={ssidColumns} rows={currentBySsid(ssidCounts.value)} />}
+        {deviceCounts.kind === 'ready' && <Current title={t.clients.devicesNow} columns={deviceColumns} rows={currentByDevice(deviceCounts.value, nameOf, presences, now)} />}
       </div>
     </>
   );

@@ -6,6 +6,7 @@ import { Blank, Loaded } from '../parts/basics';
 import { clientColumns, ClientTable } from '../parts/now';
 import { type Navigation, useAnswer, usePassTime } from '../state/hooks';
 import { formatSorting, parseSorting, search } from '../state/sorting';
+import { texts as t } from '../texts';
 
 const everything = {};
 const everyMs = 30_000;
@@ -18,11 +19,11 @@ export function ClientsNow({ route, change }: Navigation) {
   return (
     <>
       <div class="title">
-        <h1>Clients now</h1>
+        <h1>{t.here.title}</h1>
         <div class="controls">
           <label>
-            <span class="hidden">Search clients</span>
-            <input type="search" placeholder="Search clients" value={wanted} onInput={(event) => change({ search: event.currentTarget.value }, true)} />
+            <span class="hidden">{t.here.search}</span>
+            <input type="search" placeholder={t.here.search} value={wanted} onInput={(event) => change({ search: event.currentTarget.value }, true)} />
           </label>
         </div>
       </div>
@@ -30,12 +31,12 @@ export function ClientsNow({ route, change }: Navigation) {
         <Loaded load={clients}>
           {(all) => {
             const found = search(all, wanted, (row) => [row.hostname, row.mac, row.user ?? '', row.device_name, row.device, row.ssid, row.band ?? '']);
-            if (all.length === 0) return <Blank title="Nobody is connected">No wireless device that is online has a client.</Blank>;
+            if (all.length === 0) return <Blank title={t.here.nobody}>{t.here.nobodyWhy}</Blank>;
             return (
               <>
-                <p class="note"><data value={String(found.length)}>{formatNumber(found.length)}</data> of {formatNumber(all.length)} wireless clients. Traffic is counted since they connected, as their devices count it.</p>
+                <p class="note"><data value={String(found.length)}>{formatNumber(found.length)}</data> {t.here.found(formatNumber(all.length))}</p>
                 {found.length === 0
-                  ? <Blank title="No client matches">Nobody has all of these words in name, address, device or network.</Blank>
+                  ? <Blank title={t.here.noMatch}>{t.here.noMatchWhy}</Blank>
                   : <ClientTable rows={found} now={now} withDevice sorting={sorting} onSort={(sort) => change({ sort: formatSorting(sort) })} />}
               </>
             );

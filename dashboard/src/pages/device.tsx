@@ -17,6 +17,7 @@ import { formatRoute } from '../state/route';
 import { type Sorting, sortRows } from '../state/sorting';
 import { NoDevices } from './overview';
 import { NoSuchDevice, OfflineNote, optionsOf, rowsOf, Spark } from './traffic';
+import { texts as t } from '../texts';
 
 const everything = {};
 /** Beside each pass, for the time in which none comes. */
@@ -29,9 +30,9 @@ function Fact({ title, children }: { title: string; children: ComponentChildren 
 /** Why a device has its level, in words. */
 function reasonOf(row: DeviceRow, now: number): string {
   if (row.level === 'offline') return row.trouble || offlineText(row.presence, now);
-  if (!row.health) return 'nothing has been told of it yet';
-  if (row.health.level === undefined) return 'no driver serves it: the worst of CPU, uptime and clients';
-  return ['the probe’s own judgement', row.level === 'good' ? '' : sinceText(row.levels.own, now)].filter(Boolean).join(' ');
+  if (!row.health) return t.device.untold;
+  if (row.health.level === undefined) return t.device.noDriver;
+  return [t.device.judged, row.level === 'good' ? '' : sinceText(row.levels.own, now)].filter(Boolean).join(' ');
 }
 
 function Facts({ row, device, presence }: { row: DeviceRow; device: Device; presence: Presence }) {
@@ -41,24 +42,24 @@ function Facts({ row, device, presence }: { row: DeviceRow; device: Device; pres
   const cpuLevel = row.levels.cpu?.level ?? health?.actual_cpu.level ?? 1;
   return (
     <section class="card">
-      <h2 class="hidden">What it is</h2>
+      <h2 class="hidden">{t.device.what}</h2>
       <dl class="facts">
-        <Fact title="State"><LevelBadge level={row.level} /> <span class="sub">{reasonOf(row, now)}</span></Fact>
-        <Fact title="Type">{device.type}</Fact>
-        <Fact title="Model"><Name text={device.model || nothing} /></Fact>
-        <Fact title="Firmware"><Name text={device.version || nothing} /></Fact>
-        <Fact title="Address">{device.ip || nothing}</Fact>
-        <Fact title="MAC"><span class="mac">{device.mac}</span></Fact>
+        <Fact title={t.device.state}><LevelBadge level={row.level} /> <span class="sub">{reasonOf(row, now)}</span></Fact>
+        <Fact title={t.device.type}>{device.type}</Fact>
+        <Fact title={t.device.model}><Name text={device.model || nothing} /></Fact>
+        <Fact title={t.device.firmware}><Name text={device.version || nothing} /></Fact>
+        <Fact title={t.device.address}>{device.ip || nothing}</Fact>
+        <Fact title={t.device.mac}><span class="mac">{device.mac}</span></Fact>
         {health ? (
           <>
-            <Fact title="CPU"><Stale isStale={isAway}><Figure value={health.actual_cpu.value} level={cpuLevel} limit={isAway ? '' : limitText('cpu', cpuLevel, row.levels.cpu, now)}>{health.actual_cpu.value < 0 ? nothing : formatPercent(health.actual_cpu.value)}</Figure></Stale></Fact>
-            <Fact title="Uptime"><Stale isStale={isAway}>{formatDuration(health.uptime.value)}</Stale></Fact>
-            {row.clients && <Fact title="Clients"><Stale isStale={isAway}>{formatNumber(row.clients.value)}</Stale></Fact>}
-            {health.rogue_aps && <Fact title="Rogue APs heard"><Stale isStale={isAway}>{formatNumber(health.rogue_aps.value)}</Stale></Fact>}
-            <Fact title="Notifications"><Stale isStale={isAway}><Notifications {...health.notification} /></Stale></Fact>
+            <Fact title={t.device.cpu}><Stale isStale={isAway}><Figure value={health.actual_cpu.value} level={cpuLevel} limit={isAway ? '' : limitText('cpu', cpuLevel, row.levels.cpu, now)}>{health.actual_cpu.value < 0 ? nothing : formatPercent(health.actual_cpu.value)}</Figure></Stale></Fact>
+            <Fact title={t.device.uptime}><Stale isStale={isAway}>{formatDuration(health.uptime.value)}</Stale></Fact>
+            {row.clients && <Fact title={t.device.clients}><Stale isStale={isAway}>{formatNumber(row.clients.value)}</Stale></Fact>}
+            {health.rogue_aps && <Fact title={t.device.rogues}><Stale isStale={isAway}>{formatNumber(health.rogue_aps.value)}</Stale></Fact>}
+            <Fact title={t.device.notifications}><Stale isStale={isAway}><Notifications {...health.notification} /></Stale></Fact>
           </>
         ) : (
-          <Fact title="Figures"><Waiting /></Fact>
+          <Fact title={t.device.figures}><Waiting /></Fact>
         )}
       </dl>
     </section>
@@ -70,9 +71,7 @@ interface PortRow extends Port {
   course: ReturnType<typeof rowsOf>[number] | null;
 }
 
-const stateTitles: Record<Port['state'], string> = {
-  up: 'Up', down: 'Down', testing: 'Testing', unknown: 'Unknown', dormant: 'Dormant', notPresent: 'Not present', lowerLayerDown: 'Lower layer down',
-};
+const stateTitles: Record<Port['state'], string> = t.device.states;
 
 /** Those that are up first, then by name. */
 const stateRank = (state: Port['state']): number => Object.keys(stateTitles).indexOf(state);
@@ -86,13 +85,13 @@ function portColumns(mac: string, presence: Presence): Column<PortRow>[] {
   const rate = (value: number | null | undefined) => <Stale isStale={isAway}>{formatRate(value)}</Stale>;
   const nameOf = (row: PortRow) => <Name text={row.interface} isShort />;
   return [
-    { key: 'interface', title: 'Interface', value: (row) => row.interface, cell: (row) => (row.course ? <a href={formatRoute({ page: 'traffic', values: { device: mac, interface: row.interface } })}>{nameOf(row)}</a> : nameOf(row)) },
-    { key: 'state', title: 'State', value: (row) => stateRank(row.state), cell: (row) => <Stale isStale={isAway}><span class={row.state === 'up' ? '' : 'down'}>{stateTitles[row.state]}</span>{row.state === 'up' && !row.course && <span class="sub">{row.received === null ? 'not counted' : 'idle'}</span>}</Stale> },
-    { key: 'speed', title: 'Link', isNumber: true, value: (row) => row.speed, cell: (row) => (row.speed === null ? nothing : formatRate(row.speed / bits)) },
-    { key: 'in', title: 'In', isNumber: true, value: (row) => row.course?.input ?? row.input, cell: (row) => rate(row.course?.input ?? row.input) },
-    { key: 'out', title: 'Out', isNumber: true, value: (row) => row.course?.output ?? row.output, cell: (row) => rate(row.course?.output ?? row.output) },
-    { key: 'peak', title: 'Peak', isNumber: true, value: (row) => row.course?.peak ?? null, cell: (row) => formatRate(row.course?.peak) },
-    { key: 'course', title: 'Course', isNumber: true, value: (row) => row.course?.peak ?? null, cell: (row) => (row.course ? <Spark data={row.course.data} top={row.course.peak ?? 0} presence={presence} /> : nothing) },
+    { key: 'interface', title: t.device.interface, value: (row) => row.interface, cell: (row) => (row.course ? <a href={formatRoute({ page: 'traffic', values: { device: mac, interface: row.interface } })}>{nameOf(row)}</a> : nameOf(row)) },
+    { key: 'state', title: t.device.state, value: (row) => stateRank(row.state), cell: (row) => <Stale isStale={isAway}><span class={row.state === 'up' ? '' : 'down'}>{stateTitles[row.state]}</span>{row.state === 'up' && !row.course && <span class="sub">{row.received === null ? t.device.notCounted : t.device.idle}</span>}</Stale> },
+    { key: 'speed', title: t.device.speed, isNumber: true, value: (row) => row.speed, cell: (row) => (row.speed === null ? nothing : formatRate(row.speed / bits)) },
+    { key: 'in', title: t.device.in, isNumber: true, value: (row) => row.course?.input ?? row.input, cell: (row) => rate(row.course?.input ?? row.input) },
+    { key: 'out', title: t.device.out, isNumber: true, value: (row) => row.course?.output ?? row.output, cell: (row) => rate(row.course?.output ?? row.output) },
+    { key: 'peak', title: t.device.peak, isNumber: true, value: (row) => row.course?.peak ?? null, cell: (row) => formatRate(row.course?.peak) },
+    { key: 'course', title: t.device.course, isNumber: true, value: (row) => row.course?.peak ?? null, cell: (row) => (row.course ? <Spark data={row.course.data} top={row.course.peak ?? 0} presence={presence} /> : nothing) },
   ];
 }
 
@@ -105,15 +104,15 @@ function Ports({ mac, presence }: { mac: string; presence: Presence }) {
   const courses = useMemo(() => new Map((device ? rowsOf(device, '1m', presence) : []).map((row) => [row.name, row])), [device, presence]);
   return (
     <section class="card" data-part="interfaces">
-      <h2>Interfaces</h2>
+      <h2>{t.device.interfaces}</h2>
       <Loaded load={ports}>
         {(all) => {
-          if (all.length === 0) return <Blank title="No interfaces">The device tells of none.</Blank>;
+          if (all.length === 0) return <Blank title={t.device.noInterfaces}>{t.device.tellsNone}</Blank>;
           const rows = byName(all).map((port) => ({ ...port, course: courses.get(port.interface) ?? null }));
-          return <Table caption="Interfaces" columns={portColumns(mac, presence)} rows={rows} keyOf={(row) => row.name} sorting={sorting} onSort={setSorting} />;
+          return <Table caption={t.device.interfaces} columns={portColumns(mac, presence)} rows={rows} keyOf={(row) => row.name} sorting={sorting} onSort={setSorting} />;
         }}
       </Loaded>
-      <p class="note">Peak and course are those of the last 30 minutes.</p>
+      <p class="note">{t.device.peakOf}</p>
     </section>
   );
 }
@@ -123,17 +122,17 @@ function Radios({ mac, presence }: { mac: string; presence: Presence }) {
   const radios = useAnswer('radios', query, decodeRadios, everyMs, true);
   return (
     <section class="card" data-part="networks">
-      <h2>Radios and networks</h2>
+      <h2>{t.device.radios}</h2>
       <Loaded load={radios}>
         {(all) => {
-          if (all.length === 0) return <Blank title="No radios">The device tells of none.</Blank>;
+          if (all.length === 0) return <Blank title={t.device.noRadios}>{t.device.tellsNone}</Blank>;
           return (
             <div class="split">
               {all.map((radio) => (
                 <div key={radio.name} data-radio={radio.name}>
-                  <h3><Name text={radio.name || 'Radio not known'} isShort /> <span class="note">{airText(radio.band, radio.channel) || 'band not known'}</span></h3>
+                  <h3><Name text={radio.name || t.device.radioUnknown} isShort /> <span class="note">{airText(radio.band, radio.channel) || t.device.bandUnknown}</span></h3>
                   <ul class="pairs">
-                    {radio.ssids.map((one) => <li key={one.interface}><Name text={one.ssid || one.interface} isShort /> <span><Stale isStale={!presence.isOnline}><data value={String(one.clients)}>{formatNumber(one.clients)}</data> {one.clients === 1 ? 'client' : 'clients'}</Stale></span></li>)}
+                    {radio.ssids.map((one) => <li key={one.interface}><Name text={one.ssid || one.interface} isShort /> <span><Stale isStale={!presence.isOnline}><data value={String(one.clients)}>{formatNumber(one.clients)}</data> {t.device.clientUnit(one.clients)}</Stale></span></li>)}
                   </ul>
                 </div>
               ))}
@@ -152,9 +151,9 @@ function ClientsHere({ mac }: { mac: string }) {
   const now = usePassTime();
   return (
     <section class="card" data-part="clients">
-      <h2>Clients here now</h2>
+      <h2>{t.device.here}</h2>
       <Loaded load={clients}>
-        {(rows) => (rows.length === 0 ? <Blank title="Nobody is connected here" /> : <ClientTable rows={rows} now={now} withDevice={false} sorting={sorting} onSort={setSorting} />)}
+        {(rows) => (rows.length === 0 ? <Blank title={t.device.nobody} /> : <ClientTable rows={rows} now={now} withDevice={false} sorting={sorting} onSort={setSorting} />)}
       </Loaded>
     </section>
   );
@@ -166,9 +165,9 @@ function NotificationsOf({ mac }: { mac: string }) {
   const now = usePassTime();
   return (
     <section class="card" data-part="notifications">
-      <h2>Notifications</h2>
+      <h2>{t.device.notifications}</h2>
       <Loaded load={notifications}>
-        {(all) => (all.length === 0 ? <p class="note">The device has nothing to say.</p> : <NotificationList notifications={inOrder(all)} now={now} />)}
+        {(all) => (all.length === 0 ? <p class="note">{t.device.silent}</p> : <NotificationList notifications={inOrder(all)} now={now} />)}
       </Loaded>
     </section>
   );
@@ -177,10 +176,10 @@ function NotificationsOf({ mac }: { mac: string }) {
 type Rogue = NetworkReport['rogue_ap'][number];
 
 const rogueColumns: Column<Rogue>[] = [
-  { key: 'networks', title: 'Network', value: (row) => row.networks, cell: (row) => <><Name text={row.networks} isShort /><span class="sub">{row.mac}</span></> },
-  { key: 'channel', title: 'Channel', value: (row) => row.channel, cell: (row) => <span class="together">{row.channel}</span> },
-  { key: 'average_strength', title: 'Strength', isNumber: true, value: (row) => row.average_strength, cell: (row) => (row.average_strength === null ? nothing : `${formatNumber(row.average_strength)} dBm`) },
-  { key: 'last_seen', title: 'Last heard', value: (row) => row.last_seen },
+  { key: 'networks', title: t.device.network, value: (row) => row.networks, cell: (row) => <><Name text={row.networks} isShort /><span class="sub">{row.mac}</span></> },
+  { key: 'channel', title: t.device.channel, value: (row) => row.channel, cell: (row) => <span class="together">{row.channel}</span> },
+  { key: 'average_strength', title: t.device.strength, isNumber: true, value: (row) => row.average_strength, cell: (row) => (row.average_strength === null ? nothing : `${formatNumber(row.average_strength)} dBm`) },
+  { key: 'last_seen', title: t.device.lastHeard, value: (row) => row.last_seen },
 ];
 
 /** Those of the newest day's report: no message tells what is heard at this moment. */
@@ -194,8 +193,8 @@ function Neighbours({ mac }: { mac: string }) {
   const heard = report.value.rogue_ap.filter((one) => mac in one.seen_by);
   return (
     <section class="card" data-part="neighbours">
-      <h2>Rogue access points that it heard on {day}</h2>
-      {heard.length === 0 ? <Blank title="None was heard" /> : <Table caption="Rogue access points" columns={rogueColumns} rows={heard} keyOf={(row) => `${row.mac} ${row.networks} ${row.channel}`} sorting={sorting} onSort={setSorting} />}
+      <h2>{t.device.heardOn(day)}</h2>
+      {heard.length === 0 ? <Blank title={t.device.noneHeard} /> : <Table caption={t.device.rogueCaption} columns={rogueColumns} rows={heard} keyOf={(row) => `${row.mac} ${row.networks} ${row.channel}`} sorting={sorting} onSort={setSorting} />}
     </section>
   );
 }
@@ -216,11 +215,11 @@ export function DevicePage({ route, change }: Navigation) {
         return (
           <>
             <div class="title">
-              <h1>{device ? <Name text={device.hostname || device.mac} /> : 'Device'}</h1>
+              <h1>{device ? <Name text={device.hostname || device.mac} /> : t.device.device}</h1>
               {all.length > 0 && (
                 <div class="controls">
-                  {device && <a href={formatRoute({ page: 'traffic', values: { device: mac } })}>Traffic</a>}
-                  <DevicePicker value={mac} options={device ? optionsOf(all) : [{ value: '', title: 'Choose a device' }, ...optionsOf(all)]} onChange={(one) => change({ device: one })} />
+                  {device && <a href={formatRoute({ page: 'traffic', values: { device: mac } })}>{t.device.traffic}</a>}
+                  <DevicePicker value={mac} options={device ? optionsOf(all) : [{ value: '', title: t.device.choose }, ...optionsOf(all)]} onChange={(one) => change({ device: one })} />
                 </div>
               )}
             </div>

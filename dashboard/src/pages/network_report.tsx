@@ -14,6 +14,7 @@ import { type Column, Table } from '../parts/table';
 import { type Navigation, useProbe } from '../state/hooks';
 import { formatRoute } from '../state/route';
 import type { Sorting } from '../state/sorting';
+import { texts as t } from '../texts';
 
 type Rogue = NetworkReport['rogue_ap'][number];
 type Network = NetworkReport['wireless_network'][number];
@@ -35,13 +36,13 @@ function SeenBy({ row }: { row: Rogue }) {
 }
 
 const rogueColumns: Column<Rogue>[] = [
-  { key: 'networks', title: 'Network', value: (row) => row.networks, cell: (row) => <><Name text={row.networks} /><span class="sub">{row.mac}</span></> },
-  { key: 'channel', title: 'Channel', value: (row) => row.channel, cell: (row) => <span class="together">{row.channel}</span> },
-  { key: 'average_strength', title: 'Strength', isNumber: true, value: (row) => row.average_strength, cell: (row) => (row.average_strength === null ? '–' : `${formatNumber(row.average_strength, 0)} dBm`) },
-  { key: 'first_seen', title: 'First seen', value: (row) => row.first_seen, cell: (row) => <Moment text={row.first_seen} /> },
-  { key: 'last_seen', title: 'Last seen', value: (row) => row.last_seen, cell: (row) => <Moment text={row.last_seen} /> },
-  { key: 'total_time', title: 'Heard for', isNumber: true, value: (row) => row.total_time, cell: (row) => formatDuration(row.total_time) },
-  { key: 'seen_by', title: 'Heard by', value: seenBy, cell: (row) => <SeenBy row={row} /> },
+  { key: 'networks', title: t.report.network, value: (row) => row.networks, cell: (row) => <><Name text={row.networks} /><span class="sub">{row.mac}</span></> },
+  { key: 'channel', title: t.report.channel, value: (row) => row.channel, cell: (row) => <span class="together">{row.channel}</span> },
+  { key: 'average_strength', title: t.report.strength, isNumber: true, value: (row) => row.average_strength, cell: (row) => (row.average_strength === null ? '–' : `${formatNumber(row.average_strength, 0)} dBm`) },
+  { key: 'first_seen', title: t.report.firstSeen, value: (row) => row.first_seen, cell: (row) => <Moment text={row.first_seen} /> },
+  { key: 'last_seen', title: t.report.lastSeen, value: (row) => row.last_seen, cell: (row) => <Moment text={row.last_seen} /> },
+  { key: 'total_time', title: t.report.heardFor, isNumber: true, value: (row) => row.total_time, cell: (row) => formatDuration(row.total_time) },
+  { key: 'seen_by', title: t.report.heardBy, value: seenBy, cell: (row) => <SeenBy row={row} /> },
 ];
 
 function loadColumns<Row extends Loaded>(): Column<Row>[] {
@@ -53,26 +54,26 @@ function loadColumns<Row extends Loaded>(): Column<Row>[] {
     cell: (row) => format(row[member][part]),
   });
   return [
-    column('client_count', 'peak', 'Clients, peak', (value) => formatNumber(value)),
-    column('client_count', 'average', 'Clients, mean', (value) => formatNumber(value, 1)),
-    column('traffic', 'peak', 'Traffic, peak', formatMegabits),
-    column('traffic', 'average', 'Traffic, mean', formatMegabits),
+    column('client_count', 'peak', t.report.clientsPeak, (value) => formatNumber(value)),
+    column('client_count', 'average', t.report.clientsMean, (value) => formatNumber(value, 1)),
+    column('traffic', 'peak', t.report.trafficPeak, formatMegabits),
+    column('traffic', 'average', t.report.trafficMean, formatMegabits),
   ];
 }
 
 const pointColumns: Column<Point>[] = [
-  { key: 'apname', title: 'Access point', value: (row) => row.apname, cell: (row) => <><a href={formatRoute({ page: 'device', values: { device: row.mac } })}><Name text={row.apname || row.mac} /></a><span class="sub">{[row.model, row.version].filter(Boolean).join(' · ')}</span></> },
+  { key: 'apname', title: t.report.point, value: (row) => row.apname, cell: (row) => <><a href={formatRoute({ page: 'device', values: { device: row.mac } })}><Name text={row.apname || row.mac} /></a><span class="sub">{[row.model, row.version].filter(Boolean).join(' · ')}</span></> },
   ...loadColumns<Point>(),
 ];
 
 const networkColumns: Column<Network>[] = [
-  { key: 'name', title: 'Network', value: (row) => row.name, cell: (row) => <Name text={row.name} /> },
-  { key: 'guest', title: 'Guests', value: (row) => (row.guest ? 'Guest' : ''), cell: (row) => (row.guest ? <span class="badge unknown">Guest</span> : '') },
-  { key: 'security', title: 'Security', value: (row) => row.security },
+  { key: 'name', title: t.report.network, value: (row) => row.name, cell: (row) => <Name text={row.name} /> },
+  { key: 'guest', title: t.report.guests, value: (row) => (row.guest ? t.report.guest : ''), cell: (row) => (row.guest ? <span class="badge unknown">{t.report.guest}</span> : '') },
+  { key: 'security', title: t.report.security, value: (row) => row.security },
   ...loadColumns<Network>(),
 ];
 
-const bandColumns: Column<Band>[] = [{ key: 'band', title: 'Band', value: (row) => row.band }, ...loadColumns<Band>()];
+const bandColumns: Column<Band>[] = [{ key: 'band', title: t.report.band, value: (row) => row.band }, ...loadColumns<Band>()];
 
 interface SectionProps<Row> {
   id: string;
@@ -112,7 +113,7 @@ function Section<Row>({ id, title, period, columns, rows, usual, keyOf, nothing,
       <div class="card-head">
         <h2>{title} <span class="note">({formatNumber(rows.length)})</span></h2>
         <button type="button" class="button" disabled={rows.length === 0} onClick={() => download(csvName(id, period, zoneSlug(zone)), 'text/csv', asCsv(columns, rows, keyOf, further))}>
-          Save as CSV<span class="hidden"> {title}</span>
+          {t.report.save}<span class="hidden"> {title}</span>
         </button>
       </div>
       {rows.length === 0 ? <Blank title={nothing} /> : <Table caption={title} columns={columns} rows={rows} keyOf={keyOf} sorting={sorting} onSort={setSorting} />}
@@ -127,18 +128,18 @@ function Sections({ report, period }: { report: NetworkReport; period: string })
   return (
     <>
       <div class="split wide">
-        <Section id="networks" title="Networks" period={period} columns={networkColumns} rows={report.wireless_network} usual={byTraffic} keyOf={(row) => `${row.name} ${row.security} ${row.guest ? 'guest' : ''}`} nothing="No network in this period" />
-        <Section id="spectrum" title="Spectrum use" period={period} columns={bandColumns} rows={bands} usual={{ column: 'band', direction: 'ascending' }} keyOf={(row) => row.band} nothing="No radio in this period" />
+        <Section id="networks" title={t.report.networks} period={period} columns={networkColumns} rows={report.wireless_network} usual={byTraffic} keyOf={(row) => `${row.name} ${row.security} ${row.guest ? 'guest' : ''}`} nothing={t.report.noNetwork} />
+        <Section id="spectrum" title={t.report.spectrum} period={period} columns={bandColumns} rows={bands} usual={{ column: 'band', direction: 'ascending' }} keyOf={(row) => row.band} nothing={t.report.noRadio} />
       </div>
-      <Section id="access-points" title="Access points" period={period} columns={pointColumns} rows={points} usual={byTraffic} keyOf={(row) => row.mac} further={[['model', (row) => row.model], ['version', (row) => row.version]]} nothing="No access point in this period" />
-      <Section id="rogue-access-points" title="Rogue access points" period={period} columns={rogueColumns} rows={report.rogue_ap} usual={{ column: 'average_strength', direction: 'descending' }} keyOf={(row) => row.mac} nothing="No rogue access point was heard" />
+      <Section id="access-points" title={t.report.points} period={period} columns={pointColumns} rows={points} usual={byTraffic} keyOf={(row) => row.mac} further={[['model', (row) => row.model], ['version', (row) => row.version]]} nothing={t.report.noPoint} />
+      <Section id="rogue-access-points" title={t.report.rogues} period={period} columns={rogueColumns} rows={report.rogue_ap} usual={{ column: 'average_strength', direction: 'descending' }} keyOf={(row) => row.mac} nothing={t.report.noRogue} />
     </>
   );
 }
 
 export function NetworkReportPage(navigation: Navigation) {
   return (
-    <ReportPage title="Network report" report="networks" decode={decodeNetworkReport} navigation={navigation}>
+    <ReportPage title={t.report.title} report="networks" decode={decodeNetworkReport} navigation={navigation}>
       {(report, period) => <Sections report={report} period={period} />}
     </ReportPage>
   );

@@ -12,9 +12,10 @@ import { type Column, Table } from '../parts/table';
 import { type Concern, concernsOf, type DeviceRow, deviceRows, levels, limitText, sinceText } from '../state/health';
 import { type Navigation, useAnswer, useDeviceList, useLive, usePassTime, useProbe } from '../state/hooks';
 import { alertsByDevice } from '../state/notifications';
-import { offlineText } from '../state/presence';
+import { sinceMeasured } from '../state/presence';
 import { formatRoute } from '../state/route';
 import { formatSorting, parseSorting, search } from '../state/sorting';
+import { texts as t } from '../texts';
 
 const everything = {};
 
@@ -30,7 +31,7 @@ function columnsAt(now: number): Column<DeviceRow>[] {
   return [
     {
       key: 'device',
-      title: 'Device',
+      title: t.overview.device,
       value: (row) => row.name,
       cell: (row) => (
         <>
@@ -42,25 +43,25 @@ function columnsAt(now: number): Column<DeviceRow>[] {
     },
     {
       key: 'state',
-      title: 'State',
+      title: t.overview.state,
       value: (row) => levels.indexOf(row.level),
       cell: (row) => (
         <>
           <LevelBadge level={row.level} />
-          <span class="sub since">{isAway(row) ? offlineText(row.presence, now).replace('offline', '').trim() : row.level === 'good' ? '' : sinceText(row.levels.own, now)}</span>
+          <span class="sub since">{isAway(row) ? sinceMeasured(row.presence, now) : row.level === 'good' ? '' : sinceText(row.levels.own, now)}</span>
         </>
       ),
     },
     {
       key: 'cpu',
-      title: 'CPU',
+      title: t.overview.cpu,
       isNumber: true,
       value: ({ health }) => (health && health.actual_cpu.value >= 0 ? health.actual_cpu.value : null),
       cell: (row) => <Cpu row={row} now={now} />,
     },
     {
       key: 'uptime',
-      title: 'Uptime',
+      title: t.overview.uptime,
       isNumber: true,
       value: ({ health }) => (health && health.uptime.value >= 0 ? health.uptime.value : null),
       cell: (row) => {
@@ -71,26 +72,26 @@ function columnsAt(now: number): Column<DeviceRow>[] {
     },
     {
       key: 'clients',
-      title: 'Clients',
+      title: t.overview.clients,
       isNumber: true,
       value: ({ clients }) => clients?.value ?? null,
       cell: (row) => <Clients row={row} now={now} />,
     },
     {
       key: 'rogues',
-      title: 'Rogue APs',
+      title: t.overview.rogues,
       isNumber: true,
       value: ({ health }) => health?.rogue_aps?.value ?? null,
       cell: (row) => (row.health?.rogue_aps ? <Stale isStale={isAway(row)}><data value={String(row.health.rogue_aps.value)}>{formatNumber(row.health.rogue_aps.value)}</data></Stale> : nothing),
     },
     {
       key: 'notifications',
-      title: 'Notifications',
+      title: t.overview.notifications,
       isNumber: true,
       value: notificationCount,
       cell: (row) => (row.health ? <Stale isStale={isAway(row)}><Notifications {...row.health.notification} /></Stale> : nothing),
     },
-    { key: 'mac', title: 'MAC', value: (row) => row.mac, cell: (row) => <span class="mac">{row.mac}</span> },
+    { key: 'mac', title: t.overview.mac, value: (row) => row.mac, cell: (row) => <span class="mac">{row.mac}</span> },
   ];
 }
 
@@ -110,7 +111,7 @@ function Clients({ row, now }: { row: DeviceRow; now: number }) {
   return (
     <Stale isStale={isAway(row)}>
       <Figure value={clients.value} level={level} limit={limit}>{formatNumber(clients.value)}</Figure>
-      {!clients.isListed && <span class="sub" title="The device tells how many clients it has, not which: they are in no list and no history.">number only</span>}
+      {!clients.isListed && <span class="sub" title={t.overview.numberOnlyWhy}>{t.overview.numberOnly}</span>}
     </Stale>
   );
 }
@@ -127,11 +128,11 @@ function Tiles({ rows, concerns, isKnown }: TileProps) {
   const sum = (value: (row: DeviceRow) => number | undefined): number => online.reduce((all, row) => all + (value(row) ?? 0), 0);
   const fair = rows.filter((row) => row.level === 'fair').length;
   const tiles = [
-    { key: 'devices', title: 'Devices', value: rows.length, more: `${online.length} online`, isAlwaysKnown: true },
-    { key: 'poor', title: 'Need attention', value: concerns.length, more: fair > 0 ? `and ${fair} fair` : '', tone: concerns.length > 0 ? 'bad' : 'good' },
-    { key: 'clients', title: 'Wireless clients', value: sum((row) => row.clients?.value), more: 'connected' },
-    { key: 'rogues', title: 'Rogue AP sightings', value: sum((row) => row.health?.rogue_aps?.value), more: '' },
-    { key: 'alerts', title: 'Open alerts', value: sum((row) => row.health?.notification.alert), more: `${sum((row) => row.health?.notification.warning)} warnings` },
+    { key: 'devices', title: t.overview.devices, value: rows.length, more: t.overview.online(online.length), isAlwaysKnown: true },
+    { key: 'poor', title: t.overview.attention, value: concerns.length, more: fair > 0 ? t.overview.andFair(fair) : '', tone: concerns.length > 0 ? 'bad' : 'good' },
+    { key: 'clients', title: t.overview.wireless, value: sum((row) => row.clients?.value), more: t.overview.connected },
+    { key: 'rogues', title: t.overview.sightings, value: sum((row) => row.health?.rogue_aps?.value), more: '' },
+    { key: 'alerts', title: t.overview.open, value: sum((row) => row.health?.notification.alert), more: t.overview.warnings(sum((row) => row.health?.notification.warning)) },
   ];
   return (
     <dl class="tiles">
@@ -161,7 +162,7 @@ function Concerns({ concerns, now }: { concerns: Concern[]; now: number }) {
   const shown = isAll ? concerns : concerns.slice(0, mostConcerns);
   return (
     <section class="card concerns">
-      <h2>Need attention</h2>
+      <h2>{t.overview.attention}</h2>
       <ul>
         {shown.map(({ row, reasons }) => (
           <li key={row.mac || row.ip} data-concern={row.mac || row.ip}>
@@ -173,7 +174,7 @@ function Concerns({ concerns, now }: { concerns: Concern[]; now: number }) {
           </li>
         ))}
       </ul>
-      {shown.length < concerns.length && <button type="button" class="button" onClick={() => setAll(true)}>Show all {concerns.length}</button>}
+      {shown.length < concerns.length && <button type="button" class="button" onClick={() => setAll(true)}>{t.overview.all(concerns.length)}</button>}
     </section>
   );
 }
@@ -181,9 +182,8 @@ function Concerns({ concerns, now }: { concerns: Concern[]; now: number }) {
 /** What to do next where there is nothing to look at. */
 export function NoDevices() {
   return (
-    <Blank title="No devices">
-      The probe knows of no device. Name those that answer SNMP in its configuration, probe.toml, in tables [[sources.snmp.devices]], or switch
-      sources.this_machine on; “vexora-probe --simulated” shows a made-up network.
+    <Blank title={t.overview.noDevices}>
+      {t.overview.noDevicesWhy}
     </Blank>
   );
 }
@@ -206,13 +206,13 @@ export function Overview({ route, change }: Navigation) {
   return (
     <>
       <div class="title">
-        <h1>Overview</h1>
+        <h1>{t.overview.title}</h1>
         <div class="controls">
           <label>
-            <span class="hidden">Search devices</span>
-            <input type="search" placeholder="Search devices" value={wanted} onInput={(event) => change({ search: event.currentTarget.value }, true)} />
+            <span class="hidden">{t.overview.search}</span>
+            <input type="search" placeholder={t.overview.search} value={wanted} onInput={(event) => change({ search: event.currentTarget.value }, true)} />
           </label>
-          {sorting && <button type="button" class="button" onClick={() => change({ sort: '' })}>Worst first</button>}
+          {sorting && <button type="button" class="button" onClick={() => change({ sort: '' })}>{t.overview.worstFirst}</button>}
         </div>
       </div>
       <Loaded load={devices}>
@@ -222,12 +222,12 @@ export function Overview({ route, change }: Navigation) {
             <Concerns concerns={concerns} now={now} />
             <JournalNote />
             <section class="card">
-              <h2 class="hidden">Devices</h2>
+              <h2 class="hidden">{t.overview.devices}</h2>
               {rows.length === 0 ? (
                 <NoDevices />
               ) : (
                 <Table
-                  caption="Devices, the worst first unless sorted otherwise"
+                  caption={t.overview.caption}
                   columns={columns}
                   rows={found}
                   keyOf={(row) => row.mac || row.ip}
@@ -235,7 +235,7 @@ export function Overview({ route, change }: Navigation) {
                   onSort={(sort) => change({ sort: formatSorting(sort) })}
                 />
               )}
-              {rows.length > 0 && found.length === 0 && <Blank title="No device matches">Nothing has all of these words in its name, address or model.</Blank>}
+              {rows.length > 0 && found.length === 0 && <Blank title={t.overview.noMatch}>{t.overview.noMatchWhy}</Blank>}
             </section>
           </>
         )}

@@ -11,23 +11,24 @@ import { ReportPage } from '../parts/period';
 import { type Column, Table } from '../parts/table';
 import { type Navigation, useProbe } from '../state/hooks';
 import { formatSorting, parseSorting, search, sortRows } from '../state/sorting';
+import { texts as t } from '../texts';
 
 type Kind = 'clients' | 'guests';
 type Sent = keyof ClientRow;
 
 const columns: Column<ClientRow>[] = [
-  { key: 'hostname', title: 'Name', value: (row) => row.hostname, cell: (row) => <><Name text={row.hostname || row.mac} /><span class="sub">{row.mac}</span></> },
-  { key: 'username', title: 'User', value: (row) => row.username, cell: (row) => <Name text={row.username} /> },
-  { key: 'network', title: 'Network', value: (row) => row.network, cell: (row) => <Name text={row.network} /> },
-  { key: 'type_frequency', title: 'Kind', value: (row) => row.type_frequency },
-  { key: 'data_rate', title: 'Data rate', isNumber: true, value: (row) => row.data_rate, cell: (row) => `${formatNumber(row.data_rate)} Mbit/s` },
-  { key: 'upload', title: 'Upload', isNumber: true, value: (row) => row.upload, cell: (row) => formatBytes(row.upload) },
-  { key: 'download', title: 'Download', isNumber: true, value: (row) => row.download, cell: (row) => formatBytes(row.download) },
-  { key: 'total', title: 'Total', isNumber: true, value: (row) => row.total, cell: (row) => formatBytes(row.total) },
-  { key: 'first_seen', title: 'First seen', value: (row) => row.first_seen, cell: (row) => <Moment text={row.first_seen} /> },
-  { key: 'last_seen', title: 'Last seen', value: (row) => row.last_seen, cell: (row) => <Moment text={row.last_seen} /> },
-  { key: 'time_online', title: 'Time online', isNumber: true, value: (row) => row.time_online, cell: (row) => formatDuration(row.time_online) },
-  { key: 'online_time', title: 'Online', isNumber: true, value: (row) => row.online_time, cell: (row) => formatPercent(row.online_time, 1) },
+  { key: 'hostname', title: t.people.name, value: (row) => row.hostname, cell: (row) => <><Name text={row.hostname || row.mac} /><span class="sub">{row.mac}</span></> },
+  { key: 'username', title: t.people.user, value: (row) => row.username, cell: (row) => <Name text={row.username} /> },
+  { key: 'network', title: t.people.network, value: (row) => row.network, cell: (row) => <Name text={row.network} /> },
+  { key: 'type_frequency', title: t.people.kind, value: (row) => row.type_frequency },
+  { key: 'data_rate', title: t.people.rate, isNumber: true, value: (row) => row.data_rate, cell: (row) => `${formatNumber(row.data_rate)} Mbit/s` },
+  { key: 'upload', title: t.people.upload, isNumber: true, value: (row) => row.upload, cell: (row) => formatBytes(row.upload) },
+  { key: 'download', title: t.people.download, isNumber: true, value: (row) => row.download, cell: (row) => formatBytes(row.download) },
+  { key: 'total', title: t.people.total, isNumber: true, value: (row) => row.total, cell: (row) => formatBytes(row.total) },
+  { key: 'first_seen', title: t.people.firstSeen, value: (row) => row.first_seen, cell: (row) => <Moment text={row.first_seen} /> },
+  { key: 'last_seen', title: t.people.lastSeen, value: (row) => row.last_seen, cell: (row) => <Moment text={row.last_seen} /> },
+  { key: 'time_online', title: t.people.timeOnline, isNumber: true, value: (row) => row.time_online, cell: (row) => formatDuration(row.time_online) },
+  { key: 'online_time', title: t.people.online, isNumber: true, value: (row) => row.online_time, cell: (row) => formatPercent(row.online_time, 1) },
 ];
 
 /** Columns of the file, with their units; times are the probe's, whose zone the file's name tells. */
@@ -47,6 +48,7 @@ const columnsFor = (kind: Kind): Column<ClientRow>[] => (kind === 'guests' ? col
 
 function Report({ kind, report, period, navigation }: { kind: Kind; report: ClientReport; period: string; navigation: Navigation }) {
   const { route, change } = navigation;
+  const words = t.people.kinds[kind];
   const all = kind === 'guests' ? report.wireless_guests : report.wireless_clients;
   const shown = columnsFor(kind);
   const sorting = parseSorting(route.values['sort'], shown.map((one) => one.key), { column: 'total', direction: 'descending' });
@@ -60,30 +62,29 @@ function Report({ kind, report, period, navigation }: { kind: Kind; report: Clie
     <section class="card">
       <div class="card-head">
         <h2>
-          <data value={String(found.length)}>{formatNumber(found.length)}</data> {found.length === 1 ? kind.slice(0, -1) : kind}
-          {found.length !== all.length && <span class="note"> of {formatNumber(all.length)}</span>}
+          <data value={String(found.length)}>{formatNumber(found.length)}</data> {found.length === 1 ? words.one : words.many}
+          {found.length !== all.length && <span class="note"> {t.people.of(formatNumber(all.length))}</span>}
         </h2>
         <div class="controls">
           <label>
-            <span class="hidden">Search {kind}</span>
-            <input type="search" placeholder={`Search ${kind}`} value={wanted} onInput={(event) => change({ search: event.currentTarget.value }, true)} />
+            <span class="hidden">{words.search}</span>
+            <input type="search" placeholder={words.search} value={wanted} onInput={(event) => change({ search: event.currentTarget.value }, true)} />
           </label>
-          <button type="button" class="button" onClick={save} disabled={sorted.length === 0}>Save as CSV</button>
+          <button type="button" class="button" onClick={save} disabled={sorted.length === 0}>{t.people.save}</button>
         </div>
       </div>
       {sorted.length === 0 ? (
-        <Blank title={all.length === 0 ? `No ${kind} in this period` : 'Nobody matches'} />
+        <Blank title={all.length === 0 ? words.none : t.people.nobody} />
       ) : (
-        <Table caption={`Wireless ${kind}`} columns={shown} rows={sorted} keyOf={(row) => `${row.mac} ${row.network} ${row.username}`} sorting={sorting} onSort={(sort) => change({ sort: formatSorting(sort) })} />
+        <Table caption={words.caption} columns={shown} rows={sorted} keyOf={(row) => `${row.mac} ${row.network} ${row.username}`} sorting={sorting} onSort={(sort) => change({ sort: formatSorting(sort) })} />
       )}
     </section>
   );
 }
 
 export function PeopleReport({ kind, ...navigation }: Navigation & { kind: Kind }) {
-  const title = kind === 'guests' ? 'Guest report' : 'Client report';
   return (
-    <ReportPage title={title} report="clients" decode={decodeClientReport} navigation={navigation}>
+    <ReportPage title={t.people.kinds[kind].title} report="clients" decode={decodeClientReport} navigation={navigation}>
       {(report, period) => <Report kind={kind} report={report} period={period} navigation={navigation} />}
     </ReportPage>
   );

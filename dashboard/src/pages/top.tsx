@@ -10,11 +10,12 @@ import { offlineText } from '../state/presence';
 import { now, probeTime } from '../state/probe';
 import { formatRoute, oneOf } from '../state/route';
 import { speedsOf } from '../state/speeds';
+import { texts as t } from '../texts';
 
 const orders = ['total', 'in', 'out', 'clients'] as const;
-const orderTitles = { total: 'Total', in: 'In', out: 'Out', clients: 'Clients' };
+const orderTitles = { total: t.top.total, in: t.top.in, out: t.top.out, clients: t.top.clients };
 const counts = ['10', '5', '20', '50'] as const;
-const countOptions = [...counts].sort((a, b) => Number(a) - Number(b)).map((value) => ({ value, title: `Top ${value}` }));
+const countOptions = [...counts].sort((a, b) => Number(a) - Number(b)).map((value) => ({ value, title: t.top.count(value) }));
 type Order = (typeof orders)[number];
 
 const mostRanked = 50;
@@ -70,7 +71,7 @@ interface TrafficBarsProps {
 
 function TrafficBars({ entries, order, isNow, isDevice, offlineOf }: TrafficBarsProps) {
   const top = Math.max(1, ...entries.map((entry) => entry[order]));
-  if (entries.length === 0) return isNow ? <Blank title="Not known yet">Speeds come with the second pass on this page: <Waiting />.</Blank> : <Blank title="Nobody">Nobody has moved anything here; where nobody has Wi-Fi it stays so.</Blank>;
+  if (entries.length === 0) return isNow ? <Blank title={t.top.unknown}>{t.top.second} <Waiting /></Blank> : <Blank title={t.top.nobody}>{t.top.nobodyMoved}</Blank>;
   return (
     <ol class="bars">
       {entries.map((entry, i) => {
@@ -87,7 +88,7 @@ function TrafficBars({ entries, order, isNow, isDevice, offlineOf }: TrafficBars
 
 function ClientBars({ entries, isDevice, offlineOf }: { entries: RankedClients[]; isDevice: boolean; offlineOf: (id: string) => string }) {
   const top = Math.max(1, ...entries.map((entry) => entry.clients));
-  if (entries.length === 0) return <Blank title="Nobody">No client is connected.</Blank>;
+  if (entries.length === 0) return <Blank title={t.top.nobody}>{t.top.nobodyHere}</Blank>;
   return (
     <ol class="bars">
       {entries.map((entry, i) => (
@@ -121,7 +122,7 @@ function Panel({ kind, title, order, isNow, offlineOf = () => '', traffic, peopl
 }
 
 const figures = ['sum', 'now'] as const;
-const figureTitles = { sum: 'Since they started', now: 'Now' };
+const figureTitles = { sum: t.top.sum, now: t.top.now };
 
 /** The rankings of the last two passes that told something else, and how far apart they were told. */
 function useSpeeds(rankings: Load<Rankings>): { before: Rankings; seconds: number } | null {
@@ -155,28 +156,28 @@ export function Top({ route, change }: Navigation) {
   return (
     <>
       <div class="title">
-        <h1>Top of the wireless network</h1>
+        <h1>{t.top.title}</h1>
         <div class="controls">
-          {order !== 'clients' && <Choice title="Figures" name="figures" values={figures} titles={figureTitles} value={figure} onChange={(one) => change({ figures: one })} />}
-          <Choice title="Ordered by" name="by" values={orders} titles={orderTitles} value={order} onChange={(by) => change({ by })} />
-          <Select title="How many" value={String(most)} options={countOptions} onChange={(count) => change({ count })} />
+          {order !== 'clients' && <Choice title={t.top.figures} name="figures" values={figures} titles={figureTitles} value={figure} onChange={(one) => change({ figures: one })} />}
+          <Choice title={t.top.orderedBy} name="by" values={orders} titles={orderTitles} value={order} onChange={(by) => change({ by })} />
+          <Select title={t.top.howMany} value={String(most)} options={countOptions} onChange={(count) => change({ count })} />
         </div>
       </div>
       {order !== 'clients' && (
         <p class="note">
           {isNow
-            ? 'Speeds, by the difference between the last two passes, of those who are among the first fifty since they started. '
-            : 'What has been moved since each device was started, or each client associated: who has been there for long is ahead. '}
-          In is what clients send, out what they receive.
-          {order === 'total' && ' The full part of a bar is in, the hatched part out.'}
+            ? t.top.nowNote
+            : t.top.sumNote}
+          {` ${t.top.ways}`}
+          {order === 'total' && ` ${t.top.bar}`}
         </p>
       )}
       <Loaded load={rankings}>
         {({ accessPoints, networks, clients: people }) => (
           <div class="split thirds">
-            <Panel kind="access-points" title="Access points" order={order} isNow={isNow} offlineOf={offlineOf} traffic={shown(accessPoints.traffic, (one) => one.accessPoints.traffic)} people={accessPoints.clients} most={most} />
-            <Panel kind="networks" title="Networks" order={order} isNow={isNow} traffic={shown(networks.traffic, (one) => one.networks.traffic)} people={networks.clients} most={most} />
-            <Panel kind="clients" title="Clients" order={order} isNow={isNow} traffic={shown(people.traffic, (one) => one.clients.traffic)} most={most} />
+            <Panel kind="access-points" title={t.top.points} order={order} isNow={isNow} offlineOf={offlineOf} traffic={shown(accessPoints.traffic, (one) => one.accessPoints.traffic)} people={accessPoints.clients} most={most} />
+            <Panel kind="networks" title={t.top.networks} order={order} isNow={isNow} traffic={shown(networks.traffic, (one) => one.networks.traffic)} people={networks.clients} most={most} />
+            <Panel kind="clients" title={t.top.clients} order={order} isNow={isNow} traffic={shown(people.traffic, (one) => one.clients.traffic)} most={most} />
           </div>
         )}
       </Loaded>

@@ -16,10 +16,11 @@ import { absencesIn, measuredOnly, offlineText, type Presence, presenceOf } from
 import { formatRoute, oneOf } from '../state/route';
 import { formatSorting, parseSorting } from '../state/sorting';
 import { zoomOf, zoomText } from '../state/zoom';
+import { texts as t } from '../texts';
 
 const lines: Line[] = [
-  { name: 'In', colour: 'input', fill: 'input-fill' },
-  { name: 'Out', colour: 'output', fill: 'output-fill', dash: [7, 4] },
+  { name: t.traffic.in, colour: 'input', fill: 'input-fill' },
+  { name: t.traffic.out, colour: 'output', fill: 'output-fill', dash: [7, 4] },
 ];
 
 interface Row {
@@ -66,14 +67,14 @@ function columnsFor(presence: Presence, chosen: string, select: (name: string) =
   return [
     {
       key: 'interface',
-      title: 'Interface',
+      title: t.traffic.interface,
       value: (row) => row.name,
       cell: (row) => <button type="button" class="sort" aria-pressed={row.name === chosen} onClick={() => select(row.name)}><Name text={row.name} isShort /></button>,
     },
-    { key: 'in', title: 'In', isNumber: true, value: (row) => row.input, cell: (row) => rate(row.input) },
-    { key: 'out', title: 'Out', isNumber: true, value: (row) => row.output, cell: (row) => rate(row.output) },
-    { key: 'peak', title: 'Peak', isNumber: true, value: (row) => row.peak, cell: (row) => formatRate(row.peak) },
-    { key: 'course', title: 'Course', isNumber: true, value: (row) => row.peak, cell: (row) => <Spark data={row.data} top={row.peak ?? 0} presence={presence} /> },
+    { key: 'in', title: t.traffic.in, isNumber: true, value: (row) => row.input, cell: (row) => rate(row.input) },
+    { key: 'out', title: t.traffic.out, isNumber: true, value: (row) => row.output, cell: (row) => rate(row.output) },
+    { key: 'peak', title: t.traffic.peak, isNumber: true, value: (row) => row.peak, cell: (row) => formatRate(row.peak) },
+    { key: 'course', title: t.traffic.course, isNumber: true, value: (row) => row.peak, cell: (row) => <Spark data={row.data} top={row.peak ?? 0} presence={presence} /> },
   ];
 }
 
@@ -98,11 +99,11 @@ function InterfaceChart({ row, view, presence, navigation }: ChartProps) {
       <div class="card-head">
         <h2><Name text={name} /></h2>
         <span class="note">
-          {known > 0 && `Mean in ${formatRate(figures[0]?.mean)}, out ${formatRate(figures[1]?.mean)} over ${formatDuration(known * views[view] * 60)} · Peak ${formatRate(largest(data.columns))}`}
+          {known > 0 && t.traffic.figures(formatRate(figures[0]?.mean), formatRate(figures[1]?.mean), formatDuration(known * views[view] * 60), formatRate(largest(data.columns)))}
         </span>
       </div>
       <Chart
-        title={`Traffic of ${name}`}
+        title={t.traffic.of(name)}
         lines={lines}
         data={data}
         view={view}
@@ -132,15 +133,15 @@ function DeviceView({ device, view, presence, navigation }: DeviceProps) {
   const columns = columnsFor(presence, chosen?.name ?? '', (name) => change({ interface: name }));
   const sorting = parseSorting(route.values['sort'], columns.map((column) => column.key), { column: 'peak', direction: 'descending' });
   if (!busiest) {
-    const first = view === '1m' ? 'Speeds come with a device’s second pass.' : 'The first figures of this view come when its first interval is over.';
-    return <section class="card"><Blank title="No traffic">No interface of this device has moved anything in this view. {first}</Blank></section>;
+    const first = view === '1m' ? t.traffic.second : t.traffic.interval;
+    return <section class="card"><Blank title={t.traffic.none}>{t.traffic.noneWhy} {first}</Blank></section>;
   }
   return (
     <div class="side">
       <section class="card">
-        <h2>Interfaces</h2>
-        <Table caption="Interfaces" columns={columns} rows={rows} keyOf={(row) => row.name} sorting={sorting} onSort={(sort) => change({ sort: formatSorting(sort) })} chosen={chosen?.name} />
-        <p class="note">Interfaces that moved nothing in this view are not told.</p>
+        <h2>{t.traffic.interfaces}</h2>
+        <Table caption={t.traffic.interfaces} columns={columns} rows={rows} keyOf={(row) => row.name} sorting={sorting} onSort={(sort) => change({ sort: formatSorting(sort) })} chosen={chosen?.name} />
+        <p class="note">{t.traffic.idleUntold}</p>
         {device.credentials.length > 0 && (
           <dl class="note">{device.credentials.map(([key, value]) => <div key={key}>{key}: {value}</div>)}</dl>
         )}
@@ -150,7 +151,7 @@ function DeviceView({ device, view, presence, navigation }: DeviceProps) {
       ) : (
         <section class="card">
           <h2><Name text={asked ?? ''} /></h2>
-          <Blank title="Nothing moved here">This interface is idle in this view, or the device has none of this name. Choose one of the list, or another view.</Blank>
+          <Blank title={t.traffic.idle}>{t.traffic.idleWhy}</Blank>
         </section>
       )}
     </div>
@@ -173,14 +174,14 @@ export function optionsOf(devices: Device[]): { value: string; title: string }[]
 
 /** Says of a device that the link names that there is none, and shows nothing else instead. */
 export function NoSuchDevice({ mac }: { mac: string }) {
-  return <section class="card"><Blank title="No such device">The probe knows of no device <Name text={mac} />. It may have been removed.</Blank></section>;
+  return <section class="card"><Blank title={t.traffic.noDevice}>{t.traffic.unknownBefore} <Name text={mac} />. {t.traffic.removed}</Blank></section>;
 }
 
 /** Since when a device is offline; nothing for one that is there. */
 export function OfflineNote({ presence }: { presence: Presence }) {
   const now = usePassTime();
   if (presence.isOnline) return null;
-  return <p class="note offline-note" role="status"><LevelBadge level="offline" /> {offlineText(presence, now)}: what is shown is what was measured before.</p>;
+  return <p class="note offline-note" role="status"><LevelBadge level="offline" /> {t.traffic.before(offlineText(presence, now))}</p>;
 }
 
 export function Traffic(navigation: Navigation) {
@@ -197,11 +198,11 @@ export function Traffic(navigation: Navigation) {
         return (
           <>
             <div class="title">
-              <h1>Traffic{device && <> of <a href={formatRoute({ page: 'device', values: { device: device.mac } })}><Name text={device.hostname || device.mac} /></a></>}</h1>
+              <h1>{device ? <>{t.traffic.headingOf} <a href={formatRoute({ page: 'device', values: { device: device.mac } })}><Name text={device.hostname || device.mac} /></a></> : t.traffic.heading}</h1>
               {all.length > 0 && (
                 <div class="controls">
-                  <DevicePicker value={device?.mac ?? ''} options={device ? optionsOf(all) : [{ value: '', title: 'Choose a device' }, ...optionsOf(all)]} onChange={(mac) => change({ device: mac, interface: '', ...zoomText(null) })} />
-                  <Choice title="View" name="view" values={viewNames} titles={viewTitles} value={view} onChange={(one) => change({ view: one, ...zoomText(null) })} />
+                  <DevicePicker value={device?.mac ?? ''} options={device ? optionsOf(all) : [{ value: '', title: t.traffic.choose }, ...optionsOf(all)]} onChange={(mac) => change({ device: mac, interface: '', ...zoomText(null) })} />
+                  <Choice title={t.traffic.view} name="view" values={viewNames} titles={viewTitles} value={view} onChange={(one) => change({ view: one, ...zoomText(null) })} />
                 </div>
               )}
             </div>

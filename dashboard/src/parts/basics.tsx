@@ -8,13 +8,14 @@ import { type Load, useNow, useProbe } from '../state/hooks';
 import { untilNext } from '../state/passes';
 import { search } from '../state/sorting';
 import { AlertIcon, InfoIcon, LevelIcon, WarningIcon } from './icons';
+import { texts as t } from '../texts';
 
 /** A name from a device or from the air: text, whatever it holds. */
 export function Name({ text, isShort = false }: { text: string; isShort?: boolean }) {
   const kind = isShort ? 'name short' : text.length > 60 ? 'name long' : 'name';
   return (
     <bdi class={kind} title={text.length > 24 ? text : undefined}>
-      {text || 'unnamed'}
+      {text || t.part.unnamed}
     </bdi>
   );
 }
@@ -67,14 +68,14 @@ export function Figure({ value, level, limit = '', children }: FigureProps) {
 
 /** What was known last of a device that is offline. */
 export function Stale({ isStale, children }: { isStale: boolean; children: ComponentChildren }) {
-  return isStale ? <span class="stale" title="The newest figure before it went offline">{children}</span> : <>{children}</>;
+  return isStale ? <span class="stale" title={t.part.stale}>{children}</span> : <>{children}</>;
 }
 
 export function Notifications({ alert, warning, info }: { alert: number; warning: number; info: number }) {
   const kinds = [
-    { count: alert, title: 'alerts', tone: 'bad', icon: <AlertIcon /> },
-    { count: warning, title: 'warnings', tone: 'fair', icon: <WarningIcon /> },
-    { count: info, title: 'notices', tone: 'unknown', icon: <InfoIcon /> },
+    { count: alert, title: t.part.alerts, tone: 'bad', icon: <AlertIcon /> },
+    { count: warning, title: t.part.warnings, tone: 'fair', icon: <WarningIcon /> },
+    { count: info, title: t.part.notices, tone: 'unknown', icon: <InfoIcon /> },
   ];
   return (
     <span class="notes">
@@ -145,7 +146,7 @@ export function DevicePicker({ value, options, onChange }: Omit<SelectProps, 'ti
   const chosen = options.find((one) => one.value === value)?.title ?? value;
   const [text, setText] = useState(chosen);
   useEffect(() => setText(chosen), [chosen]);
-  if (options.length <= mostListed) return <Select title="Device" value={value} options={options} onChange={onChange} />;
+  if (options.length <= mostListed) return <Select title={t.part.device} value={value} options={options} onChange={onChange} />;
   const take = (typed: string): void => {
     setText(typed);
     const found = options.find((one) => one.title === typed);
@@ -154,8 +155,8 @@ export function DevicePicker({ value, options, onChange }: Omit<SelectProps, 'ti
   const near = search(options, text === chosen ? '' : text, (one) => [one.title]).slice(0, mostListed);
   return (
     <label>
-      <span class="hidden">Device</span>
-      <input type="search" list="devices" value={text} placeholder={`Search ${options.length} devices`} onFocus={(event) => event.currentTarget.select()} onInput={(event) => take(event.currentTarget.value)} />
+      <span class="hidden">{t.part.device}</span>
+      <input type="search" list="devices" value={text} placeholder={t.part.searchDevices(options.length)} onFocus={(event) => event.currentTarget.select()} onInput={(event) => take(event.currentTarget.value)} />
       <datalist id="devices">{near.map((one) => <option key={one.value} value={one.title} />)}</datalist>
     </label>
   );
@@ -172,10 +173,10 @@ export function Blank({ title, children }: { title: string; children?: Component
 
 export function Loading() {
   const isLost = useProbe((state) => state.link.kind === 'waiting');
-  if (isLost) return <Blank title="Nothing was loaded">The probe went out of reach before it had told this. It is shown when the probe is back.</Blank>;
+  if (isLost) return <Blank title={t.part.nothingLoaded}>{t.part.nothingLoadedWhy}</Blank>;
   return (
     <div class="blank" role="status">
-      <span class="hidden">Loading</span>
+      <span class="hidden">{t.part.loading}</span>
       <div class="loading" />
       <div class="loading" />
     </div>
@@ -188,14 +189,14 @@ export function Waiting({ isBare = false }: { isBare?: boolean }) {
   const moment = useNow(500);
   const [begin] = useState(moment);
   const left = untilNext(passes, moment);
-  const word = isBare ? '' : left === null ? 'waiting, ' : 'in ';
-  return <span class="waiting">{word}{formatStopwatch(left === null ? (moment - begin) / 1000 : Math.ceil(left / 1000))}</span>;
+  const time = formatStopwatch(left === null ? (moment - begin) / 1000 : Math.ceil(left / 1000));
+  return <span class="waiting">{isBare ? time : left === null ? t.part.waiting(time) : t.part.inTime(time)}</span>;
 }
 
 /** What is there, or why there is nothing. */
 export function Loaded<Value>({ load, children }: { load: Load<Value>; children: (value: Value) => ComponentChildren }) {
   if (load.kind === 'loading') return <Loading />;
-  if (load.kind === 'failed') return <Blank title="This cannot be shown">{load.message}</Blank>;
-  if (load.kind === 'empty') return <Blank title="Nothing yet">The first figures come with the next pass: <Waiting />.</Blank>;
+  if (load.kind === 'failed') return <Blank title={t.part.cannotShow}>{load.message}</Blank>;
+  if (load.kind === 'empty') return <Blank title={t.part.nothingYet}>{t.part.firstFigures} <Waiting /></Blank>;
   return <>{children(load.value)}</>;
 }

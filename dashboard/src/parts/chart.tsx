@@ -13,6 +13,7 @@ import { absencesIn } from '../state/presence';
 import { type Marks, MarksKey, placeMarks } from './chart_marks';
 import { useKeyboardCursor } from './chart_keys';
 import { type ChartProps, DataTable, Readout, type Shown, summary } from './chart_texts';
+import { texts as t } from '../texts';
 
 export const dashes: number[][] = [[], [7, 4], [2, 3], [9, 3, 2, 3], [4, 2], [12, 4], [2, 5], [6, 2, 2, 2, 2, 2]];
 
@@ -179,14 +180,14 @@ export function Chart(given: ChartProps) {
       <div class="chart" ref={box} role="img" tabIndex={0} aria-label={summary(props)} data-points={data.times.length} onKeyDown={onKey} onBlur={leave} />
       <MarksKey {...marks} data={data} />
       <div class="controls">
-        <div class="zoom" role="group" aria-label={`Zoom of ${title}`}>
-          <button type="button" class="button" onClick={() => move(0.5)} aria-label="Zoom in">+</button>
-          <button type="button" class="button" onClick={() => zoom && move(2)} aria-disabled={!zoom} aria-label="Zoom out">−</button>
-          <button type="button" class="button" onClick={() => zoom && shift(-0.25)} aria-disabled={!zoom} aria-label="Earlier">←</button>
-          <button type="button" class="button" onClick={() => zoom && shift(0.25)} aria-disabled={!zoom} aria-label="Later">→</button>
-          <button type="button" class="button" onClick={() => zoom && onZoom(null)} aria-disabled={!zoom}>All</button>
+        <div class="zoom" role="group" aria-label={t.chart.zoomOf(title)}>
+          <button type="button" class="button" onClick={() => move(0.5)} aria-label={t.chart.zoomIn}>+</button>
+          <button type="button" class="button" onClick={() => zoom && move(2)} aria-disabled={!zoom} aria-label={t.chart.zoomOut}>−</button>
+          <button type="button" class="button" onClick={() => zoom && shift(-0.25)} aria-disabled={!zoom} aria-label={t.chart.earlier}>←</button>
+          <button type="button" class="button" onClick={() => zoom && shift(0.25)} aria-disabled={!zoom} aria-label={t.chart.later}>→</button>
+          <button type="button" class="button" onClick={() => zoom && onZoom(null)} aria-disabled={!zoom}>{t.chart.all}</button>
         </div>
-        <span class="note">Drag over the chart to zoom in, or use these buttons and the keys + − 0 ← →; on the chart itself, ← → go from point to point.</span>
+        <span class="note">{t.chart.help}</span>
       </div>
       <DataTable {...props} />
     </figure>

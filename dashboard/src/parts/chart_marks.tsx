@@ -4,6 +4,7 @@ import type uPlot from 'uplot';
 import { formatMinute } from '../format/format';
 import type { ChartData, Range } from '../charts/series';
 import { absenceText, outageText } from '../state/history';
+import { texts as t } from '../texts';
 
 /** What a chart shows beside its lines. */
 export interface Marks {
@@ -46,8 +47,8 @@ export function MarksKey({ outages, absences, begin, data }: Marks & { data: Cha
   return (
     <ul class="marks note">
       {named.map(({ at, kind, text }) => <li key={`${kind} ${at}`}><i class={kind} />{text}</li>)}
-      {more > 0 && <li>and {more} {more === 1 ? 'time' : 'times'} before</li>}
-      {begin !== null && <li><i class="begin" />The record begins {formatMinute(begin / 60, true)}</li>}
+      {more > 0 && <li>{t.chart.moreBefore(more)}</li>}
+      {begin !== null && <li><i class="begin" />{t.chart.begins(formatMinute(begin / 60, true))}</li>}
     </ul>
   );
 }

@@ -6,6 +6,7 @@ import { formatMinute } from '../format/format';
 import { absenceText, outageText } from '../state/history';
 import type { Presence } from '../state/presence';
 import type { Marks } from './chart_marks';
+import { texts as t } from '../texts';
 
 export interface Line {
   name: string;
@@ -35,7 +36,7 @@ export interface ChartProps {
 export type Shown = ChartProps & Marks;
 
 export function summary({ title, lines, data, value, outages, absences }: Shown): string {
-  const parts = lines.map((line, i) => `${line.name}: at most ${value(largest([data.columns[i] ?? []]))}`);
+  const parts = lines.map((line, i) => t.chart.most(line.name, value(largest([data.columns[i] ?? []]))));
   return [`${title}. ${parts.join(', ')}`, ...outages.map((one) => outageText(one, data)), ...absences.map((one) => absenceText(one, data)), ''].join('. ').trim();
 }
 
@@ -48,8 +49,8 @@ export function LineKey({ line }: { line: Line }) {
 }
 
 /** What a point stands for. */
-const meanOf: Record<View, string> = { '1m': 'mean of a minute', '5m': 'mean of 5 min', '10m': 'mean of 10 min', '1h': 'mean of an hour', '2h': 'mean of 2 h', '1day': 'mean of a day' };
-const countOf: Record<View, string> = { '1m': 'at the pass', '5m': 'most in 5 min', '10m': 'most in 10 min', '1h': 'most in an hour', '2h': 'most in 2 h', '1day': 'most in a day' };
+const meanOf: Record<View, string> = t.chart.meanOf;
+const countOf: Record<View, string> = t.chart.countOf;
 
 /** The values under the cursor; without one, the newest. */
 export function Readout({ lines, data, value, view, isCount, index, isLatest, isSpoken }: ChartProps & { index: number; isLatest: boolean; isSpoken: boolean }) {
@@ -57,7 +58,7 @@ export function Readout({ lines, data, value, view, isCount, index, isLatest, is
   if (time === undefined) return <div class="readout" />;
   return (
     <div class="readout" {...(isSpoken && { role: 'status' })}>
-      <span>{isLatest ? 'Latest' : 'At'} {formatMinute(time / 60, true)}, {isCount ? countOf[view] : meanOf[view]}</span>
+      <span>{isLatest ? t.chart.latest : t.chart.at} {formatMinute(time / 60, true)}, {isCount ? countOf[view] : meanOf[view]}</span>
       {lines.slice(0, 11).map((line, i) => (
         <span key={line.name} class="key">
           <LineKey line={line} />
@@ -77,20 +78,20 @@ export function DataTable({ title, lines, data, value, outages, absences }: Show
   const isAway = (time: number): boolean => isIn(absences, time) || (time === last && absences.some(([, to]) => to === last));
   return (
     <details onToggle={(event) => setOpen(event.currentTarget.open)}>
-      <summary>Show as a table</summary>
+      <summary>{t.chart.asTable}</summary>
       {isOpen && (
-        <div class="scroll" tabIndex={0} role="region" aria-label={`${title} as a table`}>
+        <div class="scroll" tabIndex={0} role="region" aria-label={t.chart.tableOf(title)}>
           <table>
             <thead>
               <tr>
-                <th scope="col">Time</th>
+                <th scope="col">{t.chart.time}</th>
                 {lines.map((line) => <th key={line.name} scope="col" class="number"><bdi>{line.name}</bdi></th>)}
               </tr>
             </thead>
             <tbody>
               {data.times.map((time, row) => (
                 <tr key={time}>
-                  <th scope="row">{formatMinute(time / 60, true)}{isIn(outages, time) ? <span class="note"> the probe was off</span> : isAway(time) && <span class="note"> the device was offline</span>}</th>
+                  <th scope="row">{formatMinute(time / 60, true)}{isIn(outages, time) ? <span class="note"> {t.chart.probeWasOff}</span> : isAway(time) && <span class="note"> {t.chart.deviceWasOff}</span>}</th>
                   {lines.map((line, i) => {
                     const one = data.columns[i]?.[row] ?? null;
                     return <td key={line.name} class="number"><data value={one === null ? '' : String(one)}>{value(one)}</data></td>;

@@ -10,18 +10,19 @@ import { formatDuration, formatPace, type RateKind } from '../format/format';
 import { setZone, zoneText } from '../format/zone';
 import { Select, Waiting } from './basics';
 import { Mark } from './icons';
+import { texts as t } from '../texts';
 
 export const pageTitles: Record<Page, string> = {
-  overview: 'Overview',
-  traffic: 'Traffic',
-  clients: 'Clients',
-  'clients-now': 'Clients now',
-  top: 'Top',
-  'client-report': 'Client report',
-  'guest-report': 'Guest report',
-  'network-report': 'Network report',
-  device: 'Device',
-  'not-found': 'No such page',
+  overview: t.page.overview,
+  traffic: t.page.traffic,
+  clients: t.page.clients,
+  'clients-now': t.page.clientsNow,
+  top: t.page.top,
+  'client-report': t.page.clientReport,
+  'guest-report': t.page.guestReport,
+  'network-report': t.page.networkReport,
+  device: t.page.device,
+  'not-found': t.page.notFound,
 };
 
 /** On a wall there is nobody to go elsewhere. */
@@ -33,9 +34,9 @@ export function Head({ page, isWall }: { page: Page; isWall: boolean }) {
   }, [page]);
   return (
     <header class="head">
-      <a class="brand" href="#/overview"><Mark />Probe</a>
+      <a class="brand" href="#/overview"><Mark />{t.frame.name}</a>
       {!isWall && (
-        <nav class="tabs" aria-label="Pages" ref={tabs}>
+        <nav class="tabs" aria-label={t.frame.pages} ref={tabs}>
           <ul>
             {pages.map((one) => (
               <li key={one}>
@@ -63,7 +64,7 @@ function useFreshness(): keyof typeof freshnessTitles {
   return isStale(passes, now) ? 'stale' : 'live';
 }
 
-const freshnessTitles = { connecting: 'Connecting', waiting: 'Connection lost', warming: 'Reading the journal', live: 'Live', stale: 'Stale' };
+const freshnessTitles = { connecting: t.frame.connecting, waiting: t.frame.waiting, warming: t.frame.warming, live: t.frame.live, stale: t.frame.stale };
 
 function Freshness() {
   const kind = useFreshness();
@@ -82,12 +83,12 @@ function Countdown() {
   const passes = useProbe((state) => state.passes);
   const now = useNow(250);
   const left = untilNext(passes, now);
-  if (left === null) return <span class="countdown">waiting for the first pass, <Waiting isBare /></span>;
+  if (left === null) return <span class="countdown">{t.frame.firstPass} <Waiting isBare /></span>;
   const isFast = passes.period < 5000;
   return (
-    <span class="countdown" title="Time until the next pass">
-      <progress max={passes.period} value={passes.period - left} aria-label="Time since the last pass" />
-      {isFast ? formatPace(passes.period) : left > 0 ? `next in ${formatDuration(Math.ceil(left / 1000))}` : 'due now'}
+    <span class="countdown" title={t.frame.untilNext}>
+      <progress max={passes.period} value={passes.period - left} aria-label={t.frame.sinceLast} />
+      {isFast ? formatPace(passes.period) : left > 0 ? t.frame.nextIn(formatDuration(Math.ceil(left / 1000))) : t.frame.due}
     </span>
   );
 }
@@ -103,13 +104,13 @@ export function Banner() {
   return (
     <div class="banner" data-kind={kind}>
       <span>
-        {kind === 'stale' ? `No pass has come for ${age ?? 'a while'}. ` : 'The probe cannot be reached. '}
-        {age === null ? 'There is nothing to show yet.' : kind === 'stale' ? 'What you see may be out of date.' : `What you see is ${age} old.`}
+        {kind === 'stale' ? t.frame.noPass(age ?? '') : t.frame.lost}{' '}
+        {age === null ? t.frame.nothingYet : kind === 'stale' ? t.frame.mayBeOld : t.frame.old(age)}
       </span>
       {kind === 'waiting' && (
         <>
-          <span>Trying again in {formatDuration(Math.max(1, Math.ceil((until - now) / 1000)))}.</span>
-          <button type="button" class="button" onClick={() => probe.retryNow()}>Try now</button>
+          <span>{t.frame.again(formatDuration(Math.max(1, Math.ceil((until - now) / 1000))))}</span>
+          <button type="button" class="button" onClick={() => probe.retryNow()}>{t.frame.tryNow}</button>
         </>
       )}
     </div>
@@ -132,7 +133,7 @@ function ThemeButton() {
   const { theme } = useSettings();
   const next = themes[(themes.indexOf(theme) + 1) % themes.length] ?? 'auto';
   return (
-    <button type="button" class="button bare" onClick={() => settings.set('theme', next)} aria-label={`Colours: ${theme}. Change to ${next}`} title={`Colours: ${theme}`}>
+    <button type="button" class="button bare" onClick={() => settings.set('theme', next)} aria-label={t.frame.changeColours(t.frame.themes[theme], t.frame.themes[next])} title={t.frame.colours(t.frame.themes[theme])}>
       <span aria-hidden="true">{{ auto: '◐', light: '☀', dark: '☾' }[theme]}</span>
     </button>
   );
@@ -144,17 +145,17 @@ export function Foot({ isWall }: { isWall: boolean }) {
   const zone = useProbe((state) => state.zone);
   const at = useProbe((state) => Math.floor(probeTime(state, present()) / 3_600_000) * 3_600_000);
   setZone(chosen.zone === 'probe' ? zone : null);
-  const whose = chosen.zone === 'probe' && zone ? 'the probe’s' : 'this browser’s';
+  const whose = chosen.zone === 'probe' && zone ? t.frame.ofProbe : t.frame.ofBrowser;
   return (
     <footer class="foot">
-      <span data-zone>Times are {whose}: {zoneText(at)}.</span>
+      <span data-zone>{t.frame.times(whose, zoneText(at))}</span>
       {isWall ? (
-        <a href="#/overview">Leave the wall mode</a>
+        <a href="#/overview">{t.frame.leaveWall}</a>
       ) : (
         <div class="controls">
-          <Select title="Time zone" value={chosen.zone} options={[{ value: 'probe', title: 'Times of the probe' }, { value: 'browser', title: 'Times of this browser' }]} onChange={(value) => settings.set('zone', value as ZoneKind)} />
-          <Select title="Speeds in" value={chosen.rates} options={[{ value: 'bit', title: 'Speeds in bits' }, { value: 'byte', title: 'Speeds in bytes' }]} onChange={(value) => settings.set('rates', value as RateKind)} />
-          <a href={formatRoute({ page: 'overview', values: { wall: '20' } })}>Wall mode</a>
+          <Select title={t.frame.zone} value={chosen.zone} options={[{ value: 'probe', title: t.frame.timesOfProbe }, { value: 'browser', title: t.frame.timesOfBrowser }]} onChange={(value) => settings.set('zone', value as ZoneKind)} />
+          <Select title={t.frame.speedsIn} value={chosen.rates} options={[{ value: 'bit', title: t.frame.bits }, { value: 'byte', title: t.frame.bytes }]} onChange={(value) => settings.set('rates', value as RateKind)} />
+          <a href={formatRoute({ page: 'overview', values: { wall: '20' } })}>{t.frame.wall}</a>
         </div>
       )}
     </footer>
@@ -166,17 +167,17 @@ export function TokenForm() {
   const [complaint, setComplaint] = useState('');
   return (
     <main class="ask" id="content" tabIndex={-1}>
-      <h1>The probe asks for its token</h1>
-      <p class="note">It stands in the probe’s configuration, at server.token, or in the file that server.token_file names. The browser stays logged in until it is closed.</p>
+      <h1>{t.frame.asksToken}</h1>
+      <p class="note">{t.frame.whereToken}</p>
       <form
         onSubmit={(event) => {
           event.preventDefault();
           void probe.useToken(token).then(setComplaint);
         }}
       >
-        <label class="hidden" for="token">Token</label>
+        <label class="hidden" for="token">{t.frame.token}</label>
         <input id="token" type="password" autocomplete="current-password" value={token} onInput={(event) => setToken(event.currentTarget.value)} />
-        <button type="submit" class="button main">Show the network</button>
+        <button type="submit" class="button main">{t.frame.show}</button>
         <p class="note" role="alert">{complaint}</p>
       </form>
     </main>

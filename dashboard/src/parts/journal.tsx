@@ -2,6 +2,7 @@
 
 import { journalTexts, knownSinceText, progressOf } from '../state/history';
 import { useProbe } from '../state/hooks';
+import { texts as t } from '../texts';
 
 /** In the place of a page, as long as the probe reads its journal. The head announces when that begins and ends. */
 export function Warming({ title }: { title: string }) {
@@ -13,10 +14,10 @@ export function Warming({ title }: { title: string }) {
     <>
       <div class="title"><h1>{title}</h1></div>
       <section class="card warming">
-        <p><strong>Reading the journal: {text}</strong></p>
-        <progress key={String(percent === null)} max={100} {...(percent !== null && { value: percent })} aria-label="Reading the journal" aria-valuetext={text} />
+        <p><strong>{t.journal.reading(text)}</strong></p>
+        <progress key={String(percent === null)} max={100} {...(percent !== null && { value: percent })} aria-label={t.journal.aria} aria-valuetext={text} />
         <p class="note">
-          The probe has started and takes up what it knew before. It measures nothing until that is done; then the figures are shown here.
+          {t.journal.takesUp}
           {knownSince && ` ${knownSince}`}
         </p>
       </section>

@@ -9,10 +9,11 @@ import { offsetText } from '../format/zone';
 import { basisText } from '../state/history';
 import { oneOf } from '../state/route';
 import { Blank, Choice, Loaded, Select } from './basics';
+import { texts as t } from '../texts';
 
 const everything = {};
 const types = ['daily', 'weekly'] as const;
-const typeTitles = { daily: 'Day', weekly: 'Week' };
+const typeTitles = { daily: t.period.daily, weekly: t.period.weekly };
 /** A report changes with the passes; a page that asks more often than this gains nothing. */
 const leastMs = 2000;
 
@@ -31,8 +32,8 @@ function Basis({ report, period }: { report: string; period: string }) {
   const zone = useProbe((state) => state.zone);
   const now = usePassTime();
   const text = basisText(period, knownSince, now, zone);
-  const whose = zone ? `Times are the probe’s: ${zone.name || offsetText(zone.offset)}.` : '';
-  const empty = text && report === 'networks' ? ' Means count the time before as empty.' : '';
+  const whose = zone ? t.period.zone(zone.name || offsetText(zone.offset)) : '';
+  const empty = text && report === 'networks' ? ` ${t.period.meansEmpty}` : '';
   return <p class="note" data-basis>{[whose, text + empty].filter(Boolean).join(' ')}</p>;
 }
 
@@ -53,8 +54,8 @@ export function ReportPage<Report>({ title, report, decode, navigation, children
       <div class="title">
         <h1>{title}</h1>
         <div class="controls">
-          <Choice title="Report of a" name="type" values={types} titles={typeTitles} value={type} onChange={(one) => change({ type: one, period: '' })} />
-          {period && <Select title="Period" value={period} options={options.map((value) => ({ value, title: formatPeriod(value) }))} onChange={(value) => change({ period: value === known[0] ? '' : value })} />}
+          <Choice title={t.period.reportOf} name="type" values={types} titles={typeTitles} value={type} onChange={(one) => change({ type: one, period: '' })} />
+          {period && <Select title={t.period.period} value={period} options={options.map((value) => ({ value, title: formatPeriod(value) }))} onChange={(value) => change({ period: value === known[0] ? '' : value })} />}
         </div>
       </div>
       <Loaded load={periods}>
@@ -65,7 +66,7 @@ export function ReportPage<Report>({ title, report, decode, navigation, children
               <Loaded load={load}>{(value) => children(value, period)}</Loaded>
             </>
           ) : (
-            <section class="card"><Blank title="No report yet">The first one comes with a pass in which a wireless device is there.</Blank></section>
+            <section class="card"><Blank title={t.period.none}>{t.period.noneWhy}</Blank></section>
           )
         }
       </Loaded>

@@ -4,6 +4,7 @@ import type { ComponentChildren } from 'preact';
 import { useEffect, useState } from 'preact/hooks';
 import { distinctKeys, formatSorting, type Sortable, type Sorting, sortRows } from '../state/sorting';
 import { SortIcon } from './icons';
+import { texts as t } from '../texts';
 
 export interface Column<Row> {
   key: string;
@@ -90,7 +91,7 @@ export function Table<Row>({ caption, columns, rows, keyOf, sorting, onSort, cho
       {sorted.length > most && !isPrinted && (
         <div class="blank">
           <button type="button" class="button" onClick={() => setMost(most + rowsAtOnce)}>
-            Show more of {sorted.length} rows
+            {t.table.more(sorted.length)}
           </button>
         </div>
       )}
@@ -113,7 +114,7 @@ function SortBy<Row>({ columns, sorting, onSort, caption, room }: SortProps<Row>
   const options = columns.flatMap((column) => [usual(column), other(usual(column))].map((one) => ({ sorting: one, title: `${column.title} ${one.direction === 'ascending' ? '↑' : '↓'}` })));
   return (
     <label class={`sort-by ${room}-sort`}>
-      <span class="hidden">Sort {caption}</span>
+      <span class="hidden">{t.table.sort(caption)}</span>
       <select
         value={value}
         onChange={(event) => {
@@ -121,7 +122,7 @@ function SortBy<Row>({ columns, sorting, onSort, caption, room }: SortProps<Row>
           if (chosen) onSort(chosen.sorting);
         }}
       >
-        {!sorting && <option value="">Sort by …</option>}
+        {!sorting && <option value="">{t.table.sortBy}</option>}
         {options.map((one) => <option key={formatSorting(one.sorting)} value={formatSorting(one.sorting)}>{one.title}</option>)}
       </select>
     </label>

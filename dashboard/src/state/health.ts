@@ -5,6 +5,7 @@ import type { Poll } from '../messages/generated/http';
 import { formatSince } from '../format/format';
 import type { DeviceLevels, FigureName, Held } from './levels';
 import { offlineText, type Presence, presenceOf } from './presence';
+import { texts as t } from '../texts';
 
 export type Level = 'bad' | 'offline' | 'fair' | 'unknown' | 'good';
 
@@ -12,11 +13,11 @@ export type Level = 'bad' | 'offline' | 'fair' | 'unknown' | 'good';
 export const levels: Level[] = ['bad', 'offline', 'fair', 'unknown', 'good'];
 
 export const levelTitles: Record<Level, string> = {
-  bad: 'Bad',
-  offline: 'Offline',
-  fair: 'Fair',
-  unknown: 'Unknown',
-  good: 'Good',
+  bad: t.level.bad,
+  offline: t.level.offline,
+  fair: t.level.fair,
+  unknown: t.level.unknown,
+  good: t.level.good,
 };
 
 export function levelOf(number: number | undefined): Level {
@@ -116,7 +117,7 @@ export function deviceRows(devices: Device[], health: HealthDevice[], polls: Pol
 
 /** "since 11:04"; "since 11:04 or before" where it was so when the page was opened. */
 export function sinceText(held: Held | undefined, now: number): string {
-  return held ? `since ${formatSince(held.since, now)}${held.isFirst ? ' or before' : ''}` : '';
+  return held ? t.health.since(formatSince(held.since, now), held.isFirst) : '';
 }
 
 export interface Concern {
@@ -132,9 +133,9 @@ export function concernsOf(rows: DeviceRow[], now: number): Concern[] {
       const reasons: string[] = [];
       const alerts = row.health?.notification.alert ?? 0;
       if (row.level === 'offline') reasons.push(offlineText(row.presence, now));
-      if (row.level === 'bad') reasons.push(['judged bad', sinceText(row.levels.own, now)].filter(Boolean).join(' '));
+      if (row.level === 'bad') reasons.push([t.health.judgedBad, sinceText(row.levels.own, now)].filter(Boolean).join(' '));
       // What it had open when it went offline may be over.
-      if (alerts > 0 && row.level !== 'offline') reasons.push([alerts === 1 ? 'an open alert' : `${alerts} open alerts`, sinceText(row.levels.alerts, now)].filter(Boolean).join(' '));
+      if (alerts > 0 && row.level !== 'offline') reasons.push([t.health.openAlerts(alerts), sinceText(row.levels.alerts, now)].filter(Boolean).join(' '));
       return { row, reasons };
     })
     .filter(({ reasons }) => reasons.length > 0);
@@ -144,9 +145,9 @@ export function concernsOf(rows: DeviceRow[], now: number): Concern[] {
 export function limitText(name: 'cpu' | 'uptime' | 'clients', level: number, held: Held | undefined, now: number): string {
   const kind = levelOf(level);
   const limit: string = {
-    cpu: { bad: '80 % or more', fair: 'above 20 %' },
-    uptime: { bad: 'started in the last 5 min', fair: 'started in the last 30 min' },
-    clients: { bad: 'more than 48', fair: '' },
+    cpu: { bad: t.health.cpuBad, fair: t.health.cpuFair },
+    uptime: { bad: t.health.uptimeBad, fair: t.health.uptimeFair },
+    clients: { bad: t.health.clientsBad, fair: '' },
   }[name][kind === 'bad' ? 'bad' : 'fair'];
   if ((kind !== 'bad' && kind !== 'fair') || !limit) return '';
   return [limit, name === 'uptime' ? '' : sinceText(held, now)].filter(Boolean).join(' ');
@@ -159,6 +160,6 @@ function compareRows(left: DeviceRow, right: DeviceRow): number {
     notes(right, 'alert') - notes(left, 'alert') ||
     notes(right, 'warning') - notes(left, 'warning') ||
     badFigures(right) - badFigures(left) ||
-    left.name.localeCompare(right.name, 'en', { numeric: true })
+    left.name.localeCompare(right.name, t.locale, { numeric: true })
   );
 }

@@ -4,6 +4,7 @@ import type { ChartData, Range } from '../charts/series';
 import { formatDay, formatDuration, formatMinute, formatPercent, formatSince, formatSpan } from '../format/format';
 import { inZone, type Zone } from '../format/zone';
 import type { History } from '../messages/decode';
+import { texts as t } from '../texts';
 
 export interface Progress {
   /** Of the journal, in whole percent; null: not told. */
@@ -15,7 +16,7 @@ export interface Progress {
 export function progressOf({ share, seconds_left: left }: History): Progress {
   const percent = share === undefined ? null : Math.floor(share * 100);
   const leftText =
-    left === null || left === undefined ? 'the time left is not known yet' : left < 1 ? 'less than a second left' : `about ${formatDuration(left)} left`;
+    left === null || left === undefined ? t.history.leftUnknown : left < 1 ? t.history.leftLittle : t.history.left(formatDuration(left));
   return { percent, text: percent === null ? leftText : `${formatPercent(percent)}, ${leftText}` };
 }
 
@@ -31,29 +32,28 @@ export function basisText(period: string, knownSince: number | null, now: number
   const [first = '', last = first] = period.split('/');
   const isKnown = knownSince !== null && dayIn(knownSince, zone) >= first && dayIn(knownSince, zone) <= last;
   const isOver = dayIn(now, zone) > last;
-  if (!isKnown) return isOver ? '' : `Not over yet: up to ${minuteIn(now, zone)}.`;
-  const over = isOver ? '' : `, ${formatDuration(now - knownSince)} up to now`;
-  return `The record begins ${minuteIn(knownSince, zone)}${over}.`;
+  if (!isKnown) return isOver ? '' : t.history.notOver(minuteIn(now, zone));
+  return t.history.basis(minuteIn(knownSince, zone), isOver ? '' : formatDuration(now - knownSince));
 }
 
 /** Null: there is no pass that anything is known of. */
 export function knownSinceText({ known_since: since }: History): string | null {
-  return since === null ? null : `Figures are known since ${formatMinute(since / 60, true)}.`;
+  return since === null ? null : t.history.knownSince(formatMinute(since / 60, true));
 }
 
 /** One of the outages of a chart; without a date when it was on the day of the newest sample. */
 export function outageText([from, to]: Range, { times }: ChartData): string {
-  return `The probe was off ${formatSpan(from / 60, to / 60, (times.at(-1) ?? to) / 60)}`;
+  return t.history.probeOff(formatSpan(from / 60, to / 60, (times.at(-1) ?? to) / 60));
 }
 
 /** The same of a device; of one that is still away only since when. */
 export function absenceText([from, to]: Range, { times }: ChartData): string {
   const end = times.at(-1) ?? to;
-  return to >= end ? `The device is offline since ${formatSince(from, end)}` : `The device was offline ${formatSpan(from / 60, to / 60, end / 60)}`;
+  return to >= end ? t.history.deviceIsOff(formatSince(from, end)) : t.history.deviceWasOff(formatSpan(from / 60, to / 60, end / 60));
 }
 
 export const journalTexts: Record<History['journal'], string> = {
-  on: 'History is written down, so that a restart does not lose it.',
-  off: 'History is not written down: it begins anew with each start of the probe.',
-  failing: 'History is not being written: it will be lost at the next restart.',
+  on: t.history.journalOn,
+  off: t.history.journalOff,
+  failing: t.history.journalFailing,
 };

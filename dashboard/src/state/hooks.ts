@@ -10,6 +10,7 @@ import { type Presences, presencesOf } from './presence';
 import { now, probe, probeTime, type ProbeState } from './probe';
 import { formatRoute, parseRoute, type Route } from './route';
 import { settings, type Settings } from './settings';
+import { texts as t } from '../texts';
 
 /** Some of the probe's state; the component is drawn again only when that changes. */
 export function useProbe<Part>(select: (state: ProbeState) => Part): Part {
@@ -102,7 +103,7 @@ export function useLive<Value>(
 }
 
 function failureOf(answer: Answer<unknown>): Load<never> {
-  if (answer.kind === 'value') return { kind: 'failed', message: 'The message of the probe cannot be read.' };
+  if (answer.kind === 'value') return { kind: 'failed', message: t.http.badMessage };
   // What is too large to be kept for a question comes to those who subscribe, with the next pass.
   if (answer.code === 'nothing_yet' || answer.code === 'too_large') return { kind: 'empty' };
   return answer.status === 0 ? loading : { kind: 'failed', message: answer.message };

@@ -1,10 +1,11 @@
 // What devices have to say, in the order in which people want it.
 
 import type { Notification } from '../messages/decode_now';
+import { texts as t } from '../texts';
 
 const ranks: Record<Notification['severity'], number> = { alert: 0, warning: 1, info: 2 };
 
-export const severityTitles: Record<Notification['severity'], string> = { alert: 'Alert', warning: 'Warning', info: 'Notice' };
+export const severityTitles: Record<Notification['severity'], string> = { alert: t.severity.alert, warning: t.severity.warning, info: t.severity.info };
 
 /** What is open, the most urgent first, then the newest; what holds no longer after that. */
 export function inOrder(notifications: Notification[]): Notification[] {

@@ -3,6 +3,7 @@
 import type { ChartData, Column, Range } from '../charts/series';
 import type { CountSeries, Device, DeviceCounts, SsidCounts } from '../messages/decode';
 import { formatSince } from '../format/format';
+import { texts as t } from '../texts';
 
 export interface Presence {
   isOnline: boolean;
@@ -24,8 +25,11 @@ export function presenceOf(device: Device | undefined): Presence {
 
 /** "offline since 11:04" */
 export function offlineText({ measured }: Presence, now: number): string {
-  return measured === null ? 'offline' : `offline since ${formatSince(measured, now)}`;
+  return measured === null ? t.health.offline : t.health.offlineSince(formatSince(measured, now));
 }
+
+/** "since 11:04"; empty where that is not told. */
+export const sinceMeasured = ({ measured }: Presence, now: number): string => (measured === null ? '' : t.health.since(formatSince(measured, now), false));
 
 const minuteOf = (seconds: number): number => Math.floor(seconds / 60);
 

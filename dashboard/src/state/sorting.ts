@@ -1,5 +1,7 @@
 // The order of rows.
 
+import { texts as t } from '../texts';
+
 export type Direction = 'ascending' | 'descending';
 
 export interface Sorting {
@@ -9,7 +11,7 @@ export interface Sorting {
 
 export type Sortable = string | number | null;
 
-const collator = new Intl.Collator('en', { numeric: true, sensitivity: 'base' });
+const collator = new Intl.Collator(t.locale, { numeric: true, sensitivity: 'base' });
 
 /** What is not known comes last, whatever the direction. */
 export function compare(left: Sortable, right: Sortable, direction: Direction): number {
