@@ -186,6 +186,9 @@ describe('health', () => {
       ['off', 'offline since 01:00'],
       ['alert', '2 open alerts since 02:00 or before'],
     ]);
+    const told = { mac: 'alert', hostname: '', severity: 'alert' as const, text: 'a disk is full', until: null };
+    const since = new Map([['alert', [{ ...told, since: 6600 }, { ...told, since: 5400 }]]]);
+    expect(concernsOf(rows, 7300, since).at(-1)?.reasons).toEqual(['2 open alerts since 01:30']);
     setZone(null);
   });
 

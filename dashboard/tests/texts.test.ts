@@ -13,7 +13,7 @@ const shown = ['title', 'placeholder', 'aria-label', 'aria-valuetext', 'alt', 'c
 const forPeople = /[A-Za-z]{2,},? [a-z]{2,}|^[A-Z][a-z]+$/;
 const isWord = /\p{L}{2,}/u;
 /** Keys, headers, what developers read, and classes and fonts that are put together outside the markup: no language changes them. */
-const technical = /^(Home|End|Escape|Authorization|Bearer|name short|name long|off away|px system-ui, sans-serif|)$/;
+const technical = /^(Home|End|Escape|Authorization|Bearer|name short|name long|off away|px system-ui, sans-serif|The probe refused a request:|)$/;
 
 /** The attribute in whose value a node stands, other than in markup within it. */
 function attributeOf(node: ts.Node): string | undefined {

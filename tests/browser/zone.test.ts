@@ -128,6 +128,50 @@ test('a wall shows the pages in turn, larger and without navigation, in the colo
   await closeContext(context);
 });
 
+test('a range is typed in and kept in the link, further back in the view that reaches so far', async () => {
+  const { page, context, complaints } = await openPage(browser, probe.url);
+  await page.goto(`${probe.url}/#/traffic?view=1m`);
+  await page.locator('[data-interface] .chart canvas').waitFor();
+  const to = await page.locator('input[name=to]').inputValue();
+  const back = (minutes: number): string => new Date(Date.parse(`${to}Z`) - minutes * 60_000).toISOString().slice(0, 16);
+  await page.locator('input[name=from]').fill(back(10));
+  await page.getByRole('button', { name: 'Show', exact: true }).click();
+  await expect.poll(() => page.url()).toMatch(/from=\d+&to=\d+/);
+  const values = new URLSearchParams(page.url().split('?')[1]);
+  expect(Number(values.get('to')) - Number(values.get('from'))).toBe(600);
+  expect(values.get('view')).toBe('1m');
+  await page.locator('input[name=from]').fill(back(90));
+  await page.getByRole('button', { name: 'Show', exact: true }).click();
+  await expect.poll(() => page.url()).toContain('view=5m');
+  await page.reload();
+  await expect.poll(() => page.locator('input[name=from]').inputValue()).toBe(back(90));
+  expect(complaints).toEqual([]);
+  await closeContext(context);
+});
+
+test('an interface tells the speed of its link and its use, and can be compared with the period before', async () => {
+  const { page, context, complaints } = await openPage(browser, probe.url);
+  await page.goto(`${probe.url}/#/traffic?view=1m`);
+  await page.locator('[data-link]').waitFor();
+  expect(await page.locator('[data-link]').textContent()).toMatch(/^Link [\d.]+ [MG]bit\/s, used at most: in [\d.]+ %, out [\d.]+ %$/);
+  await page.getByLabel('Compare with the period before').check();
+  await page.locator('[data-compared]').waitFor();
+  await expect.poll(() => page.locator('.readout .key').count()).toBe(4);
+  expect(page.url()).toContain('compare=before');
+  expect(complaints).toEqual([]);
+  await closeContext(context);
+});
+
+test('the page of a device without a device says what to do', async () => {
+  const { page, context, complaints } = await openPage(browser, probe.url);
+  await page.goto(`${probe.url}/#/device`);
+  await page.getByText('Choose one in the list above').waitFor();
+  await page.locator('main').getByRole('link', { name: 'To the overview' }).click();
+  await page.getByRole('heading', { name: 'Overview' }).waitFor();
+  expect(complaints).toEqual([]);
+  await closeContext(context);
+});
+
 test('values of a chart are told with the keyboard', async () => {
   const { page, context, complaints } = await openPage(browser, probe.url);
   await page.goto(`${probe.url}/#/traffic?view=5m`);

@@ -109,6 +109,20 @@ export function wallOf(ms: number): Wall {
   };
 }
 
+/** A minute as fields for dates have it, "2026-11-15T14:05". */
+export function wallText(seconds: number): string {
+  const { year, month, day, hour, minute } = wallOf(seconds * 1000);
+  return `${String(year).padStart(4, '0')}-${two(month)}-${two(day)}T${two(hour)}:${two(minute)}`;
+}
+
+/** When the clocks of the zone show what such a field says, in seconds since the epoch; null: it says nothing. */
+export function wallTime(text: string): number | null {
+  const utc = Date.parse(`${text}Z`);
+  if (!/^\d{4}-\d\d-\d\dT\d\d:\d\d/.test(text) || Number.isNaN(utc)) return null;
+  const near = utc - clock.offsetAt(utc) * 1000;
+  return Math.floor((utc - clock.offsetAt(near) * 1000) / 1000);
+}
+
 /** A date whose local members are those of the zone: charts ask dates for these. */
 export function wallDate(ms: number): Date {
   const { year, month, day, hour, minute, second } = wallOf(ms);

@@ -154,10 +154,8 @@ const mostConcerns = 8;
 const notificationsEveryMs = 30_000;
 
 /** The devices that need a person, and the texts of their open alerts. */
-function Concerns({ concerns, now }: { concerns: Concern[]; now: number }) {
+function Concerns({ concerns, alerts, now }: { concerns: Concern[]; alerts: Map<string, Notification[]>; now: number }) {
   const [isAll, setAll] = useState(false);
-  const notifications = useAnswer('notifications', everything, decodeNotifications, notificationsEveryMs, true);
-  const alerts = useMemo(() => (notifications.kind === 'ready' ? alertsByDevice(notifications.value) : new Map<string, Notification[]>()), [notifications]);
   if (concerns.length === 0) return null;
   const shown = isAll ? concerns : concerns.slice(0, mostConcerns);
   return (
@@ -198,7 +196,9 @@ export function Overview({ route, change }: Navigation) {
     () => (devices.kind === 'ready' ? deviceRows(devices.value.devices, known, devices.value.polls, held) : deviceRows([], known, [], held)),
     [devices, health, held],
   );
-  const concerns = concernsOf(rows, now);
+  const notifications = useAnswer('notifications', everything, decodeNotifications, notificationsEveryMs, true);
+  const alerts = useMemo(() => (notifications.kind === 'ready' ? alertsByDevice(notifications.value) : new Map<string, Notification[]>()), [notifications]);
+  const concerns = concernsOf(rows, now, alerts);
   const columns = columnsAt(now);
   const wanted = route.values['search'] ?? '';
   const found = search(rows, wanted, (row) => [row.name, row.mac, row.type, row.model, row.ip]);
@@ -219,7 +219,7 @@ export function Overview({ route, change }: Navigation) {
         {() => (
           <>
             <Tiles rows={rows} concerns={concerns} isKnown={rows.length > 0 && health.kind === 'ready'} />
-            <Concerns concerns={concerns} now={now} />
+            <Concerns concerns={concerns} alerts={alerts} now={now} />
             <JournalNote />
             <section class="card">
               <h2 class="hidden">{t.overview.devices}</h2>

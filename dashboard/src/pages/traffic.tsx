@@ -2,28 +2,22 @@
 
 import { useMemo } from 'preact/hooks';
 import { bands, outagesIn, sparkline } from '../charts/outages';
-import { type ChartData, figuresOf, largest, trafficData, type View, viewNames, views, viewTitles } from '../charts/series';
-import { formatDuration, formatRate, inUnit, rateUnit, withoutDirection } from '../format/format';
+import { type ChartData, figuresOf, trafficData, type View, viewNames, viewTitles } from '../charts/series';
+import { formatRate, withoutDirection } from '../format/format';
 import { decodeTraffic, type Device, type DeviceTraffic } from '../messages/decode';
 import { Blank, Choice, DevicePicker, LevelBadge, Loaded, Name, Stale } from '../parts/basics';
-import { Chart } from '../parts/chart';
-import type { Line } from '../parts/chart_texts';
 import { type Column, Table } from '../parts/table';
+import { InterfaceChart } from './interface_chart';
 import { NoDevices } from './overview';
 import { absenceText, outageText } from '../state/history';
 import { type Navigation, useDevices, useLive, useOutages, usePassTime, usePresences } from '../state/hooks';
 import { absencesIn, measuredOnly, offlineText, type Presence, presenceOf } from '../state/presence';
 import { formatRoute, oneOf } from '../state/route';
 import { formatSorting, parseSorting } from '../state/sorting';
-import { zoomOf, zoomText } from '../state/zoom';
+import { zoomText } from '../state/zoom';
 import { texts as t } from '../texts';
 
-const lines: Line[] = [
-  { name: t.traffic.in, colour: 'input', fill: 'input-fill' },
-  { name: t.traffic.out, colour: 'output', fill: 'output-fill', dash: [7, 4] },
-];
-
-interface Row {
+export interface Row {
   name: string;
   index: number;
   input: number | null;
@@ -78,53 +72,15 @@ function columnsFor(presence: Presence, chosen: string, select: (name: string) =
   ];
 }
 
-const axis = (values: number[], top: number): string[] => {
-  const unit = rateUnit(top);
-  return values.map((value) => (value === 0 ? '0' : `${inUnit(value, unit)} ${unit.name}`));
-};
-
-interface ChartProps {
-  row: Row;
-  view: View;
-  presence: Presence;
-  navigation: Navigation;
-}
-
-function InterfaceChart({ row, view, presence, navigation }: ChartProps) {
-  const { name, data } = row;
-  const figures = data.columns.map(figuresOf);
-  const known = (data.columns[0] ?? []).filter((value) => value !== null).length;
-  return (
-    <section class="card" data-interface={name} data-pass={row.pass}>
-      <div class="card-head">
-        <h2><Name text={name} /></h2>
-        <span class="note">
-          {known > 0 && t.traffic.figures(formatRate(figures[0]?.mean), formatRate(figures[1]?.mean), formatDuration(known * views[view] * 60), formatRate(largest(data.columns)))}
-        </span>
-      </div>
-      <Chart
-        title={t.traffic.of(name)}
-        lines={lines}
-        data={data}
-        view={view}
-        axis={axis}
-        value={formatRate}
-        presence={presence}
-        zoom={zoomOf(navigation.route)}
-        onZoom={(range) => navigation.change(zoomText(range), true)}
-      />
-    </section>
-  );
-}
-
 interface DeviceProps {
+  mac: string;
   device: DeviceTraffic;
   view: View;
   presence: Presence;
   navigation: Navigation;
 }
 
-function DeviceView({ device, view, presence, navigation }: DeviceProps) {
+function DeviceView({ mac, device, view, presence, navigation }: DeviceProps) {
   const { route, change } = navigation;
   const rows = useMemo(() => rowsOf(device, view, presence), [device, view, presence]);
   const busiest = useMemo(() => [...rows].sort((a, b) => (b.peak ?? 0) - (a.peak ?? 0))[0], [rows]);
@@ -147,7 +103,7 @@ function DeviceView({ device, view, presence, navigation }: DeviceProps) {
         )}
       </section>
       {chosen ? (
-        <InterfaceChart row={chosen} view={view} presence={presence} navigation={navigation} />
+        <InterfaceChart mac={mac} row={chosen} view={view} presence={presence} navigation={navigation} />
       ) : (
         <section class="card">
           <h2><Name text={asked ?? ''} /></h2>
@@ -162,7 +118,7 @@ function TrafficOf({ mac, view, presence, navigation }: { mac: string; view: Vie
   const traffic = useLive('TrafficMonitor', { interval: view, mac }, { interval: view }, decodeTraffic);
   return (
     <Loaded load={traffic}>
-      {(all) => <DeviceView device={all.get(mac) ?? { interfaces: new Map(), credentials: [] }} view={view} presence={presence} navigation={navigation} />}
+      {(all) => <DeviceView mac={mac} device={all.get(mac) ?? { interfaces: new Map(), credentials: [] }} view={view} presence={presence} navigation={navigation} />}
     </Loaded>
   );
 }
@@ -174,7 +130,8 @@ export function optionsOf(devices: Device[]): { value: string; title: string }[]
 
 /** Says of a device that the link names that there is none, and shows nothing else instead. */
 export function NoSuchDevice({ mac }: { mac: string }) {
-  return <section class="card"><Blank title={t.traffic.noDevice}>{t.traffic.unknownBefore} <Name text={mac} />. {t.traffic.removed}</Blank></section>;
+  if (mac === '') return <section class="card"><Blank title={t.traffic.choose}>{t.traffic.chooseHow} <a href="#/overview">{t.main.toOverview}</a></Blank></section>;
+  return <section class="card"><Blank title={t.traffic.noDevice}>{t.traffic.unknownBefore} <Name text={mac} />. {t.traffic.removed} <a href="#/overview">{t.main.toOverview}</a></Blank></section>;
 }
 
 /** Since when a device is offline; nothing for one that is there. */

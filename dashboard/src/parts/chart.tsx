@@ -13,6 +13,7 @@ import { absencesIn } from '../state/presence';
 import { type Marks, MarksKey, placeMarks } from './chart_marks';
 import { useKeyboardCursor } from './chart_keys';
 import { type ChartProps, DataTable, Readout, type Shown, summary } from './chart_texts';
+import { RangeForm } from './range';
 import { texts as t } from '../texts';
 
 export const dashes: number[][] = [[], [7, 4], [2, 3], [9, 3, 2, 3], [4, 2], [12, 4], [2, 5], [6, 2, 2, 2, 2, 2]];
@@ -59,7 +60,7 @@ function makeChart(box: HTMLElement, props: Shown, latest: { current: Shown }, o
       scales: {
         // One sample by itself has an axis of one interval to each side.
         x: { time: true, range: (_, from, to) => (from === to ? [from - views[props.view] * 60, to + views[props.view] * 60] : [from, to]) },
-        y: { range: (_, __, top) => [0, Math.max(top * 1.08, props.isCount ? 4 : leastRate())] },
+        y: { range: (_, __, top) => [0, Math.max(top * 1.08, (latest.current.limit ?? 0) * 1.04, props.isCount ? 4 : leastRate())] },
       },
       axes: [
         { stroke: text, grid, ticks: grid, font, space: 70, incrs: timeSteps, values: (_, values) => values.map((value) => formatMark(value / 60)) },
@@ -154,7 +155,7 @@ export function Chart(given: ChartProps) {
     if (!made) return;
     made.setData([data.times, ...data.columns], zoom === null);
     if (zoom) made.setScale('x', { min: zoom[0], max: zoom[1] });
-  }, [shape, data, marks, zoom?.[0], zoom?.[1]]);
+  }, [shape, data, marks, given.limit, zoom?.[0], zoom?.[1]]);
 
   const move = (factor: number): void => onZoom(zoomed(zoom ?? whole, factor, whole));
   const shift = (part: number): void => onZoom(shifted(zoom ?? whole, part, whole));
@@ -189,6 +190,7 @@ export function Chart(given: ChartProps) {
         </div>
         <span class="note">{t.chart.help}</span>
       </div>
+      {props.onRange && <RangeForm title={title} shown={zoom ?? whole} onRange={props.onRange} />}
       <DataTable {...props} />
     </figure>
   );

@@ -27,11 +27,17 @@ function mark(kind: string, left: number, width: number): HTMLElement {
 }
 
 /** The layer below the lines cuts off what the zoom leaves out. */
-export function placeMarks(chart: uPlot, { outages, absences, begin }: Marks): void {
+export function placeMarks(chart: uPlot, { outages, absences, begin, limit }: Marks & { limit?: number | null }): void {
   const xOf = (time: number): number => chart.valToPos(time, 'x');
   const marks = outages.map(([from, to]) => mark('off', xOf(from), Math.max(leastWidth, xOf(to) - xOf(from))));
   marks.push(...absences.map(([from, to]) => mark('off away', xOf(from), Math.max(leastWidth, xOf(to) - xOf(from)))));
   if (begin !== null) marks.push(mark('begin', xOf(begin), leastWidth));
+  if (limit) {
+    const line = document.createElement('div');
+    line.className = 'limit-line';
+    line.style.top = `${chart.valToPos(limit, 'y')}px`;
+    marks.push(line);
+  }
   chart.under.replaceChildren(...marks);
 }
 

@@ -28,6 +28,10 @@ export interface ChartProps {
   presence?: Presence;
   /** Values are whole. */
   isCount?: boolean;
+  /** A level that the lines cannot rise above, as the speed of a link. */
+  limit?: number | null;
+  /** A range may be typed in, also one that this view does not reach. */
+  onRange?: (range: Range) => void;
   zoom: Range | null;
   onZoom: (range: Range | null) => void;
 }

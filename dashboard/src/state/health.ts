@@ -1,6 +1,7 @@
 // How well a device is, from all that is told of it.
 
 import type { Device, HealthDevice } from '../messages/decode';
+import type { Notification } from '../messages/decode_now';
 import type { Poll } from '../messages/generated/http';
 import { formatSince } from '../format/format';
 import type { DeviceLevels, FigureName, Held } from './levels';
@@ -120,14 +121,20 @@ export function sinceText(held: Held | undefined, now: number): string {
   return held ? t.health.since(formatSince(held.since, now), held.isFirst) : '';
 }
 
+/** Since when a device has open alerts: the oldest of those that are told, or as long as the page has seen some. */
+function alertsSince(row: DeviceRow, told: Notification[], now: number): string {
+  if (told.length === 0) return sinceText(row.levels.alerts, now);
+  return t.health.since(formatSince(Math.min(...told.map((one) => one.since)), now), false);
+}
+
 export interface Concern {
   row: DeviceRow;
   /** "offline since 11:04", "2 open alerts since 11:02" */
   reasons: string[];
 }
 
-/** The devices that need a person, and why, in the order of the rows. */
-export function concernsOf(rows: DeviceRow[], now: number): Concern[] {
+/** The devices that need a person, and why, in the order of the rows. `told`: the open alerts of each, as far as they are known. */
+export function concernsOf(rows: DeviceRow[], now: number, told = new Map<string, Notification[]>()): Concern[] {
   return rows
     .map((row) => {
       const reasons: string[] = [];
@@ -135,7 +142,7 @@ export function concernsOf(rows: DeviceRow[], now: number): Concern[] {
       if (row.level === 'offline') reasons.push(offlineText(row.presence, now));
       if (row.level === 'bad') reasons.push([t.health.judgedBad, sinceText(row.levels.own, now)].filter(Boolean).join(' '));
       // What it had open when it went offline may be over.
-      if (alerts > 0 && row.level !== 'offline') reasons.push([t.health.openAlerts(alerts), sinceText(row.levels.alerts, now)].filter(Boolean).join(' '));
+      if (alerts > 0 && row.level !== 'offline') reasons.push([t.health.openAlerts(alerts), alertsSince(row, told.get(row.mac) ?? [], now)].filter(Boolean).join(' '));
       return { row, reasons };
     })
     .filter(({ reasons }) => reasons.length > 0);

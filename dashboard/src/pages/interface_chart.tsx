@@ -1,0 +1,108 @@
+// One interface at large: its traffic, its link, and the period before.
+
+import { useMemo } from 'preact/hooks';
+import { coarserView, comparedLength, periodBefore, type Source, viewReaching } from '../charts/range';
+import { type ChartData, figuresOf, inSight, largest, type Range, trafficData, type View, views } from '../charts/series';
+import { formatDuration, formatRate, inUnit, rateUnit } from '../format/format';
+import { decodeTraffic } from '../messages/decode';
+import { decodePorts } from '../messages/decode_now';
+import { Name } from '../parts/basics';
+import { Chart } from '../parts/chart';
+import type { Line } from '../parts/chart_texts';
+import { type Navigation, useAnswer, useLive } from '../state/hooks';
+import { linkText, linkTop } from '../state/link';
+import { measuredOnly, type Presence } from '../state/presence';
+import { zoomOf, zoomText } from '../state/zoom';
+import { texts as t } from '../texts';
+import type { Row } from './traffic';
+
+const lines: Line[] = [
+  { name: t.traffic.in, colour: 'input', fill: 'input-fill' },
+  { name: t.traffic.out, colour: 'output', fill: 'output-fill', dash: [7, 4] },
+];
+const linesBefore: Line[] = [
+  { name: t.traffic.inBefore, colour: 'input-pale' },
+  { name: t.traffic.outBefore, colour: 'output-pale', dash: [7, 4] },
+];
+const everyMs = 30_000;
+const bits = 8;
+
+const axis = (values: number[], top: number): string[] => {
+  const unit = rateUnit(top);
+  return values.map((value) => (value === 0 ? '0' : `${inUnit(value, unit)} ${unit.name}`));
+};
+
+/** The speed of an interface's link in bytes a second; null: it is not told. */
+function useLink(mac: string, name: string): number | null {
+  const query = useMemo(() => ({ mac }), [mac]);
+  const ports = useAnswer('ports', query, decodePorts, everyMs, true);
+  const port = ports.kind === 'ready' ? ports.value.find((one) => one.interface === name) : undefined;
+  return port?.speed ? port.speed / bits : null;
+}
+
+/** The same interface in the view that reaches further back. */
+function useCoarser(mac: string, name: string, view: View, presence: Presence): Source | null {
+  const traffic = useLive('TrafficMonitor', { interval: view, mac }, { interval: view, mac }, decodeTraffic);
+  const one = traffic.kind === 'ready' ? traffic.value.get(mac)?.interfaces.get(name) : undefined;
+  return useMemo(() => (one ? { data: measuredOnly(trafficData(one, view), presence), view } : null), [one, view, presence]);
+}
+
+interface Props {
+  mac: string;
+  row: Row;
+  view: View;
+  presence: Presence;
+  navigation: Navigation;
+}
+
+function wholeOf({ times }: ChartData): Range {
+  return [times[0] ?? 0, times.at(-1) ?? 0];
+}
+
+export function InterfaceChart({ mac, row, view, presence, navigation }: Props) {
+  const { name, data } = row;
+  const { route, change } = navigation;
+  const isCompared = route.values['compare'] === 'before';
+  const link = useLink(mac, name);
+  const further = useCoarser(mac, name, coarserView(view) ?? view, presence);
+  const zoom = zoomOf(route);
+  const whole = wholeOf(data);
+  const length = comparedLength(inSight(zoom, whole), view);
+  const shown: ChartData = useMemo(() => {
+    if (!isCompared) return data;
+    const sources = [{ data, view }, ...(further && further.view !== view ? [further] : [])];
+    return { times: data.times, columns: [...data.columns, ...periodBefore(data, length, sources)] };
+  }, [isCompared, data, further, length, view]);
+  const isKnownBefore = shown.columns.slice(2).flat().some((value) => value !== null);
+  const figures = data.columns.map(figuresOf);
+  const known = (data.columns[0] ?? []).filter((value) => value !== null).length;
+  const used = linkText(link, figures.map((one) => one.peak));
+  return (
+    <section class="card" data-interface={name} data-pass={row.pass}>
+      <div class="card-head">
+        <h2><Name text={name} /></h2>
+        <span class="note">
+          {known > 0 && t.traffic.figures(formatRate(figures[0]?.mean), formatRate(figures[1]?.mean), formatDuration(known * views[view] * 60), formatRate(largest(data.columns)))}
+          {used && <span class="sub" data-link={link}>{used}</span>}
+        </span>
+      </div>
+      <Chart
+        title={t.traffic.of(name)}
+        lines={isCompared ? [...lines, ...linesBefore] : lines}
+        data={shown}
+        view={view}
+        axis={axis}
+        value={formatRate}
+        limit={linkTop(link, largest(data.columns))}
+        presence={presence}
+        zoom={zoom}
+        onZoom={(range) => change(zoomText(range), true)}
+        onRange={(range) => change({ ...zoomText(range), view: viewReaching(range[0], whole[1], view) })}
+      />
+      <label class="compare">
+        <input type="checkbox" checked={isCompared} onChange={(event) => change({ compare: event.currentTarget.checked ? 'before' : '' })} /> {t.traffic.compare}
+      </label>
+      {isCompared && <p class="note" data-compared={isKnownBefore}>{isKnownBefore ? t.traffic.compared(formatDuration(length)) : t.traffic.notCompared}</p>}
+    </section>
+  );
+}
