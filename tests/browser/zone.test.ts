@@ -1,5 +1,6 @@
 // Times are those of the probe, wherever the browser stands; the choices that hold for all pages; pages on paper.
 
+import { execFileSync } from 'node:child_process';
 import { readFileSync } from 'node:fs';
 import type { Browser } from 'playwright-core';
 import { afterAll, beforeAll, describe, expect, test } from 'vitest';
@@ -96,8 +97,18 @@ describe('on paper', () => {
     expect(table.right).toBeLessThanOrEqual(720);
     expect(table.display).toBe('table-header-group');
     expect(await page.locator('[data-zone]').isVisible()).toBe(true);
-    const pdf = await page.pdf({ format: 'A4' });
-    expect(pdf.subarray(0, 5).toString()).toBe('%PDF-');
+    await page.setViewportSize({ width: 1280, height: 800 });
+    const shown = await page.locator('main tbody tr .mac, main tbody tr th .sub').allTextContents();
+    const pdf = await page.pdf({ width: '210mm', height: '140mm' }); // the width of A4, and low, so that there are several sheets
+    const sheets = execFileSync('pdftotext', ['-layout', '-', '-'], { input: pdf, encoding: 'utf8' }).split('\f').filter((sheet) => sheet.trim() !== '');
+    expect(sheets.length).toBeGreaterThan(1);
+    const words = (text: string): string => text.replace(/\s+/g, '');
+    for (const head of ['Name', 'Network', 'Upload', 'Download', 'Total']) expect(sheets[0]).toContain(head);
+    const all = words(sheets.join(''));
+    expect(shown.length).toBeGreaterThan(0);
+    for (const mac of shown) expect(sheets.join('')).toContain(mac);
+    expect(all).toContain('Timesaretheprobe’s');
+    for (const button of ['SaveasCSV', 'Searchclients', 'Wallmode']) expect(all).not.toContain(button);
     await closeContext(context);
   });
 });
