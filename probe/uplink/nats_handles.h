@@ -7,11 +7,11 @@
 namespace probe::uplink {
 
 /// Releases a handle of the NATS client library.
-template <auto release>
+template <auto kRelease>
 struct ReleaseNats {
   template <typename Handle>
   void operator()(Handle* handle) const noexcept {
-    release(handle);
+    kRelease(handle);
   }
 };
 
