@@ -14,7 +14,17 @@ import { linkText, linkTop } from '../state/link';
 import { measuredOnly, type Presence } from '../state/presence';
 import { zoomOf, zoomText } from '../state/zoom';
 import { texts as t } from '../texts';
-import type { Row } from './traffic';
+
+export interface Row {
+  name: string;
+  index: number;
+  input: number | null;
+  output: number | null;
+  peak: number | null;
+  /** Without what was told while the device was offline. */
+  data: ChartData;
+  pass: number | undefined;
+}
 
 const lines: Line[] = [
   { name: t.traffic.in, colour: 'input', fill: 'input-fill' },

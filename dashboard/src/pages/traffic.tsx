@@ -7,7 +7,7 @@ import { formatRate, withoutDirection } from '../format/format';
 import { decodeTraffic, type Device, type DeviceTraffic } from '../messages/decode';
 import { Blank, Choice, DevicePicker, LevelBadge, Loaded, Name, Stale } from '../parts/basics';
 import { type Column, Table } from '../parts/table';
-import { InterfaceChart } from './interface_chart';
+import { InterfaceChart, type Row } from './interface_chart';
 import { NoDevices } from './overview';
 import { absenceText, outageText } from '../state/history';
 import { type Navigation, useDevices, useLive, useOutages, usePassTime, usePresences } from '../state/hooks';
@@ -16,17 +16,6 @@ import { formatRoute, oneOf } from '../state/route';
 import { formatSorting, parseSorting } from '../state/sorting';
 import { zoomText } from '../state/zoom';
 import { texts as t } from '../texts';
-
-export interface Row {
-  name: string;
-  index: number;
-  input: number | null;
-  output: number | null;
-  peak: number | null;
-  /** Without what was told while the device was offline. */
-  data: ChartData;
-  pass: number | undefined;
-}
 
 export function rowsOf(device: DeviceTraffic, view: View, presence: Presence): Row[] {
   return [...device.interfaces].map(([name, one]) => {
