@@ -45,7 +45,11 @@ void PassCollector::Subscribe(WebServer& server, SubscriptionService& service) {
         server.AddLocalReceiver([gathered = gathered_, topic = wanted.topic](const std::string& text) {
           const lock_guard held(gathered->lock);
           if (!gathered->pass) return;
-          gathered->messages.push_back({0, topic, IdOfTime(*gathered->pass), *gathered->pass, text});
+          try {
+            gathered->messages.push_back({0, topic, IdOfTime(*gathered->pass), *gathered->pass, text});
+          } catch (const std::bad_alloc&) {
+            log::Error("[Uplink] a text of %s is lost: there is no memory", topic.c_str());
+          }
         });
     service.File(wanted.topic, connection, *parsed);
   }

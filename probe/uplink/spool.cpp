@@ -10,11 +10,11 @@
 namespace probe::uplink {
 namespace {
 
-// The journal of the database lies beside it and is written in order, so that a failure of power costs the last texts
-// at most where the disk's own cache lies about them.
+// Each change waits for the disk: some times in a pass.
 constexpr char kSchema[] = R"(
   PRAGMA journal_mode = WAL;
-  PRAGMA synchronous = NORMAL;
+  PRAGMA synchronous = FULL;
+  PRAGMA journal_size_limit = 4194304;
   CREATE TABLE IF NOT EXISTS waiting (
     number INTEGER PRIMARY KEY AUTOINCREMENT,
     topic TEXT NOT NULL,
@@ -81,14 +81,12 @@ void Spool::Insert(const SpooledMessage& message) {
   waiting_.Add(message.text.size());
 }
 
-std::map<std::string, CutMessages> Spool::Append(const std::vector<SpooledMessage>& messages, time_t now) {
+void Spool::InOneStep(const std::function<void()>& change) {
   const Waiting before = waiting_;
   Execute("BEGIN IMMEDIATE");
   try {
-    for (const SpooledMessage& message : messages) Insert(message);
-    auto cut = CutOff(now);
+    change();
     Execute("COMMIT");
-    return cut;
   } catch (...) {
     sqlite3_exec(database_.get(), "ROLLBACK", nullptr, nullptr, nullptr);
     waiting_ = before;
@@ -96,11 +94,21 @@ std::map<std::string, CutMessages> Spool::Append(const std::vector<SpooledMessag
   }
 }
 
+std::map<std::string, CutMessages> Spool::Append(const std::vector<SpooledMessage>& messages, time_t now) {
+  std::map<std::string, CutMessages> cut;
+  InOneStep([&] {
+    for (const SpooledMessage& message : messages) Insert(message);
+    cut = CutOff(now);
+  });
+  return cut;
+}
+
 std::map<std::string, CutMessages> Spool::CutOff(time_t now) {
   std::map<std::string, CutMessages> cut;
   const SqliteStatement oldest = Prepare("SELECT number, topic, at, length(text) FROM waiting ORDER BY number");
   std::int64_t last = 0;
-  while (sqlite3_step(oldest.get()) == SQLITE_ROW) {
+  int step = 0;
+  while ((step = sqlite3_step(oldest.get())) == SQLITE_ROW) {
     const auto at = static_cast<time_t>(sqlite3_column_int64(oldest.get(), 2));
     if (waiting_.bytes <= bounds_.bytes && now - at <= bounds_.age.count()) break;
     last = sqlite3_column_int64(oldest.get(), 0);
@@ -109,6 +117,7 @@ std::map<std::string, CutMessages> Spool::CutOff(time_t now) {
     if (of_topic.count++ == 0) of_topic.first = at;
     of_topic.last = at;
   }
+  if (step != SQLITE_ROW && step != SQLITE_DONE) Fail("read");
   if (cut.empty()) return cut;
   const SqliteStatement statement = Prepare("DELETE FROM waiting WHERE number <= ?");
   sqlite3_bind_int64(statement.get(), 1, last);
@@ -134,7 +143,13 @@ std::vector<SpooledMessage> Spool::After(std::int64_t after, std::size_t count, 
   return found;
 }
 
-void Spool::Remove(std::int64_t number) {
+void Spool::Remove(const std::vector<std::int64_t>& numbers) {
+  InOneStep([&] {
+    for (const std::int64_t number : numbers) RemoveOne(number);
+  });
+}
+
+void Spool::RemoveOne(std::int64_t number) {
   const SqliteStatement statement = Prepare("DELETE FROM waiting WHERE number = ? RETURNING length(text)");
   sqlite3_bind_int64(statement.get(), 1, number);
   int step = sqlite3_step(statement.get());

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <ctime>
+#include <functional>
 #include <map>
 #include <stdexcept>
 #include <string>
@@ -68,8 +69,8 @@ class Spool {
   /// text in any case.
   std::vector<SpooledMessage> After(std::int64_t after, std::size_t count, std::size_t bytes) const;
 
-  /// Forgets one that a server has acknowledged; nothing when it was cut off meanwhile.
-  void Remove(std::int64_t number);
+  /// Forgets those that a server has acknowledged, all or none; those that were cut off meanwhile do not matter.
+  void Remove(const std::vector<std::int64_t>& numbers);
 
   /// How much waits.
   struct Waiting {
@@ -90,7 +91,9 @@ class Spool {
  private:
   SqliteStatement Prepare(const char* sql) const;
   void Execute(const char* sql) const;
+  void InOneStep(const std::function<void()>& change);
   void Insert(const SpooledMessage& message);
+  void RemoveOne(std::int64_t number);
   std::map<std::string, CutMessages> CutOff(time_t now);
   void Count();
   [[noreturn]] void Fail(const char* doing) const;

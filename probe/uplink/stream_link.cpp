@@ -1,10 +1,12 @@
 #include "probe/uplink/stream_link.h"
 
 #include <algorithm>
+#include <charconv>
 #include <iterator>
 #include <nlohmann/json.hpp>
 #include <random>
 #include <stdexcept>
+#include <system_error>
 #include <utility>
 
 namespace probe::uplink {
@@ -18,6 +20,14 @@ constexpr milliseconds kPatience{5000};  // as the client library's for such ans
 constexpr milliseconds kLook{200};       // how late a broken connection may be noticed
 constexpr milliseconds kBetweenAttempts{500};
 constexpr int kForEver = -1;
+// A line that was cut without a word is noticed after so many signs of life that did not come.
+constexpr milliseconds kSignOfLife{5000};
+constexpr int kMissingSigns = 2;
+// What a server does not take for so long breaks the connection: else whoever closes it would wait for the server.
+constexpr milliseconds kWriteDeadline{2000};
+// Source: the NATS server's errors.json, JSStreamMessageExceedsMaximumErr.
+constexpr int kMessageTooLarge = 10054;
+constexpr std::size_t kMaxTrouble = 200;
 
 void Check(natsStatus status, const std::string& what) {
   if (status != NATS_OK) throw std::runtime_error("[uplink] " + what + ": " + natsStatus_GetText(status));
@@ -30,7 +40,9 @@ std::string NewInbox(const std::string& site) {
 }
 
 void SetTls(natsOptions* options, const UplinkSettings& settings) {
-  if (settings.tls_ca.empty() && settings.tls_certificate.empty()) return;
+  const bool is_asked_for = std::any_of(settings.servers.begin(), settings.servers.end(),
+                                        [](const std::string& server) { return server.starts_with("tls://"); });
+  if (!is_asked_for && settings.tls_ca.empty() && settings.tls_certificate.empty()) return;
   Check(natsOptions_SetSecure(options, true), "TLS");
   if (!settings.tls_ca.empty())
     Check(natsOptions_LoadCATrustedCertificates(options, settings.tls_ca.c_str()), settings.tls_ca);
@@ -52,7 +64,10 @@ NatsOptions OptionsOf(const UplinkSettings& settings) {
   Check(natsOptions_SetAllowReconnect(made, true), "reconnect");
   Check(natsOptions_SetMaxReconnect(made, kForEver), "reconnect");
   Check(natsOptions_SetReconnectWait(made, kBetweenAttempts.count()), "reconnect");
-  // Without a function to call it would wait here.
+  Check(natsOptions_SetPingInterval(made, kSignOfLife.count()), "signs of life");
+  Check(natsOptions_SetMaxPingsOut(made, kMissingSigns), "signs of life");
+  Check(natsOptions_SetWriteDeadline(made, kWriteDeadline.count()), "write deadline");
+  // Without a function to call it would wait until it is connected.
   Check(natsOptions_SetRetryOnFailedConnect(
             made, true, [](natsConnection*, void*) {}, nullptr),
         "reconnect");
@@ -80,6 +95,12 @@ std::string TextOf(natsMsg* message) {
   return {natsMsg_GetData(message), static_cast<std::size_t>(natsMsg_GetDataLength(message))};
 }
 
+std::optional<std::size_t> NumberIn(const std::string& text) {
+  std::size_t number = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  return error == std::errc() && end == text.data() + text.size() ? std::optional(number) : std::nullopt;
+}
+
 /// What stands behind the last point.
 std::string LastPart(const std::string& subject) {
   return subject.substr(subject.rfind('.') + 1);
@@ -103,6 +124,21 @@ StreamLink::StreamLink(const UplinkSettings& settings)
 
 bool StreamLink::IsConnected() const {
   return natsConnection_Status(connection_.get()) == NATS_CONN_STATUS_CONNECTED;
+}
+
+void StreamLink::RequireUsable(const UplinkSettings& settings) {
+  OptionsOf(settings);
+}
+
+bool StreamLink::IsOver() const {
+  return natsConnection_IsClosed(connection_.get());
+}
+
+std::string StreamLink::WhyNotConnected() const {
+  const char* text = nullptr;
+  const natsStatus status = natsConnection_GetLastError(connection_.get(), &text);
+  if (status == NATS_OK) return "no server answers";
+  return text != nullptr && *text != '\0' ? text : natsStatus_GetText(status);
 }
 
 void StreamLink::Close() {
@@ -161,16 +197,18 @@ Delivery StreamLink::Send(const SpooledMessage& message, std::size_t at) {
   return Delivery::kNotNow;
 }
 
-bool StreamLink::IsStored(natsMsg* answer) {
+Delivery StreamLink::OutcomeOf(natsMsg* answer) {
   if (natsMsg_IsNoResponders(answer)) {
     trouble_ = "no stream takes " + prefix_ + "* in";
-    return false;
+    return Delivery::kNotNow;
   }
   const auto told = nlohmann::json::parse(TextOf(answer), nullptr, false);
-  if (told.is_object() && told.contains("seq")) return true;
-  const auto at = nlohmann::json::json_pointer("/error/description");
-  trouble_ = told.is_object() && told.contains(at) ? told[at].dump() : "the server's answer is none of a stream";
-  return false;
+  // An error has a "seq", too: 0.
+  if (told.is_object() && !told.contains("error") && told.value("seq", 0) > 0) return Delivery::kStored;
+  const auto error = told.is_object() ? told.value("error", nlohmann::json::object()) : nlohmann::json::object();
+  if (error.value("err_code", 0) == kMessageTooLarge) return Delivery::kTooLarge;
+  trouble_ = "the stream says: " + error.value("description", "what is no answer of a stream").substr(0, kMaxTrouble);
+  return Delivery::kNotNow;
 }
 
 std::vector<Delivery> StreamLink::Publish(const std::vector<SpooledMessage>& messages) {
@@ -201,10 +239,10 @@ void StreamLink::AwaitAnswers(const std::vector<SpooledMessage>& messages, std::
     const NatsMessage answer(made);
     const std::string subject = natsMsg_GetSubject(made);
     if (subject.rfind(batch, 0) != 0) continue;  // to what was sent before
-    const std::size_t at = std::stoul(LastPart(subject));
-    if (awaited.erase(at) == 0 || !IsStored(made)) continue;
-    deliveries[at] = Delivery::kStored;
-    certain_.insert(messages[at].topic);
+    const auto at = NumberIn(LastPart(subject));
+    if (!at || awaited.erase(*at) == 0) continue;
+    deliveries[*at] = OutcomeOf(made);
+    if (deliveries[*at] != Delivery::kNotNow) certain_.insert(messages[*at].topic);
   }
 }
 

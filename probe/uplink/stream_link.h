@@ -39,7 +39,7 @@ struct SiteRequest {
 /// Threads: one at a time. Source: the NATS documentation, "JetStream wire API reference".
 class StreamLink {
  public:
-  /// Begins to connect, and does not wait for it.
+  /// Connects to the first server that answers within some seconds; when none does, goes on without end.
   ///
   /// Fails: throws `std::runtime_error` for files and URLs that cannot be used.
   explicit StreamLink(const UplinkSettings& settings);
@@ -47,7 +47,17 @@ class StreamLink {
   StreamLink& operator=(const StreamLink&) = delete;
   ~StreamLink() = default;
 
+  /// Fails: throws `std::runtime_error` for files and URLs that cannot be used.
+  static void RequireUsable(const UplinkSettings& settings);
+
   bool IsConnected() const;
+
+  /// Whether the client library has given up, as it does when servers refuse the login twice: another link may fare
+  /// better, later.
+  bool IsOver() const;
+
+  /// For people; of use while it is not connected.
+  std::string WhyNotConnected() const;
 
   /// Sends texts, each of another topic, and waits until each is stored or it turns out that it is not, some seconds at
   /// most. What came of each.
@@ -82,8 +92,8 @@ class StreamLink {
   void AwaitAnswers(const std::vector<SpooledMessage>& messages, std::set<std::size_t> awaited,
                     std::vector<Delivery>& deliveries);
 
-  /// Whether an answer says that the text is stored.
-  bool IsStored(natsMsg* answer);
+  /// What the answer to a text says.
+  Delivery OutcomeOf(natsMsg* answer);
 
   const std::string prefix_;  // "vexora.v1.SITE."
   const std::string site_;

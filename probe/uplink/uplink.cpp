@@ -21,6 +21,7 @@ namespace {
 using std::chrono::milliseconds;
 
 constexpr milliseconds kWait{200};  // how late a pass may be noticed
+constexpr std::chrono::seconds kBetweenLinks{5};
 constexpr std::size_t kMaxRequestBytes = 4096;
 constexpr std::size_t kBatch = 16;
 constexpr std::size_t kBatchBytes = std::size_t{16} * 1024 * 1024;
@@ -59,8 +60,9 @@ std::vector<SpooledMessage> OneOfEachTopic(std::vector<SpooledMessage> messages)
 Uplink::Uplink(const UplinkSettings& settings, std::string spool_file)
     : settings_(settings),
       spool_file_(std::move(spool_file)),
-      collector_([this](std::vector<SpooledMessage> messages) { inbox_.Put(std::move(messages)); }),
-      link_(settings) {}
+      collector_([this](std::vector<SpooledMessage> messages) { inbox_.Put(std::move(messages)); }) {
+  StreamLink::RequireUsable(settings);
+}
 
 Uplink::~Uplink() {
   Stop();
@@ -76,7 +78,7 @@ void Uplink::Start(WebServer& server, SubscriptionService& service, std::map<std
 void Uplink::Stop() {
   if (!thread_.joinable()) return;
   stop_.Set();
-  link_.Close();
+  if (const auto link = Link()) link->Close();
   thread_.join();
 }
 
@@ -85,49 +87,79 @@ UplinkCounts Uplink::counts() const {
   return counts_;
 }
 
+std::shared_ptr<StreamLink> Uplink::Link() const {
+  const lock_guard held(lock_);
+  return link_;
+}
+
 void Uplink::Run() {
-  // What a thread throws ends the process: a step is left out, and the next one begins anew.
   while (!stop_.IsSetBefore({})) {
+    TryStep([this] { FillSpool(); });
+    TryStep([this] { Talk(); });
+  }
+  TryStep([this] { FillSpool(); });
+}
+
+void Uplink::TryStep(const std::function<void()>& step) noexcept {
+  // What a thread throws ends the process: a step is left out, and the next one begins anew.
+  try {
     try {
-      Step();
+      step();
+      return;
+    } catch (const BrokenSpool& error) {
+      spool_.reset();
+      is_spool_broken_ = true;
+      NoteTrouble(error.what());
     } catch (const std::exception& error) {
-      Complain(error.what());
+      NoteTrouble(error.what());
     }
-  }
-  try {
-    FillSpool();
   } catch (const std::exception& error) {
-    log::Error("[Uplink] what waits is lost: %s", error.what());
-  }
-}
-
-void Uplink::Step() {
-  FillSpool();
-  NoteConnection();
-  UpdateCounts();
-  const bool has_more = SendSome();
-  if (const auto request = link_.NextRequest(has_more ? milliseconds(1) : kWait)) Answer(*request);
-}
-
-void Uplink::Complain(const char* what) noexcept {
-  try {
-    NoteTrouble(std::string("what passes tell waits in memory: ") + what);
-  } catch (const std::exception&) {
-    log::Error("[Uplink] %s", what);
+    log::Error("[Uplink] %s", error.what());
   }
   stop_.IsSetBefore(std::chrono::steady_clock::now() + kWait);
+}
+
+void Uplink::Talk() {
+  const auto link = OpenedLink();
+  if (link == nullptr) return;
+  NoteConnection(*link);
+  UpdateCounts();
+  const bool has_more = spool_ != nullptr && SendSome(*link);
+  const auto end = std::chrono::steady_clock::now() + kWait;
+  if (const auto request = link->NextRequest(has_more ? milliseconds(1) : kWait)) {
+    Answer(*link, *request);
+  } else if (!has_more) {
+    stop_.IsSetBefore(end);  // a connection that is over does not wait
+  }
+}
+
+std::shared_ptr<StreamLink> Uplink::OpenedLink() {
+  auto link = Link();
+  if (link != nullptr && !link->IsOver()) return link;
+  if (link != nullptr) {
+    NoteConnection(*link);
+    if (stop_.IsSetBefore(std::chrono::steady_clock::now() + kBetweenLinks)) return nullptr;
+  }
+  link = std::make_shared<StreamLink>(settings_);
+  const lock_guard held(lock_);
+  link_ = link;
+  return link;
 }
 
 void Uplink::OpenSpool() {
   const SpoolBounds bounds{settings_.spool_bytes, settings_.spool_age};
   try {
-    spool_ = std::make_unique<Spool>(spool_file_, bounds);
-  } catch (const BrokenSpool& error) {
-    const std::string aside = spool_file_ + ".broken";
-    std::filesystem::rename(spool_file_, aside);
-    log::Error("[Uplink] %s; it is put aside as %s, and what waited in it is lost", error.what(), aside.c_str());
-    spool_ = std::make_unique<Spool>(spool_file_, bounds);
+    if (!is_spool_broken_) {
+      spool_ = std::make_unique<Spool>(spool_file_, bounds);
+      return;
+    }
+  } catch (const BrokenSpool&) {  // NOLINT(bugprone-empty-catch): it goes aside, too
   }
+  const std::string aside = spool_file_ + ".broken";
+  std::filesystem::rename(spool_file_, aside);
+  is_spool_broken_ = false;
+  log::Error("[Uplink] the spool is broken; it is put aside as %s, and what waited in it is lost", aside.c_str());
+  spool_ = std::make_unique<Spool>(spool_file_, bounds);
 }
 
 void Uplink::FillSpool() {
@@ -141,7 +173,7 @@ void Uplink::FillSpool() {
     inbox_.PutBack(std::move(messages));
     throw;
   }
-  last_day_ = LocalDay(now);
+  last_day_ = std::max(last_day_, LocalDay(now));
   for (SpooledMessage& message : messages) newest_[message.topic] = std::move(message);
 }
 
@@ -151,8 +183,8 @@ std::vector<SpooledMessage> Uplink::WithReports(const std::vector<SpooledMessage
   for (const SpooledMessage& message : messages) {
     const std::string today = LocalDay(message.at);
     // The first pass after the start, too: the probe may have been away at midnight.
-    if (today != day) AddReports(day.empty() ? LocalDayBefore(message.at) : day, message.at, all);
-    day = today;
+    if (today > day) AddReports(day.empty() ? LocalDayBefore(message.at) : day, message.at, all);
+    day = std::max(day, today);  // the clock may have been set back over midnight
     all.push_back(message);
   }
   return all;
@@ -178,33 +210,41 @@ void Uplink::NoteCut(const std::map<std::string, CutMessages>& cut) {
   }
 }
 
-bool Uplink::SendSome() {
-  if (!is_connected_) return false;
+bool Uplink::SendSome(StreamLink& link) {
+  if (!link.IsConnected()) return false;
   const auto batch = OneOfEachTopic(spool_->After(0, kBatch, kBatchBytes));
   if (batch.empty()) return false;
-  const std::vector<Delivery> deliveries = link_.Publish(batch);
+  const std::vector<Delivery> deliveries = link.Publish(batch);
+  std::vector<std::int64_t> done;
   for (std::size_t at = 0; at < batch.size(); ++at) {
     if (deliveries[at] == Delivery::kNotNow) continue;
-    spool_->Remove(batch[at].number);
+    done.push_back(batch[at].number);
     if (deliveries[at] == Delivery::kStored) {
       ++stored_;
     } else {
       ++cut_;
-      log::Error("[Uplink] a text of %s is lost: it has %zu octets, more than max_payload of the servers",
-                 batch[at].topic.c_str(), batch[at].text.size());
+      log::Error(
+          "[Uplink] a text of %s is lost: it has %zu octets, more than max_payload of the servers or max_msg_size of "
+          "the stream",
+          batch[at].topic.c_str(), batch[at].text.size());
     }
   }
-  NoteTrouble(link_.trouble().empty() ? "" : "texts wait in " + spool_file_ + ": " + link_.trouble());
-  return link_.trouble().empty();
+  spool_->Remove(done);
+  NoteTrouble(link.trouble().empty() ? "" : "texts wait in " + spool_file_ + ": " + link.trouble());
+  return link.trouble().empty();
 }
 
-void Uplink::NoteConnection() {
-  const bool is_connected = link_.IsConnected();
-  if (is_connected == std::exchange(is_connected_, is_connected)) return;
+void Uplink::NoteConnection(const StreamLink& link) {
+  const bool is_connected = link.IsConnected();
+  const std::string why = is_connected ? "" : link.WhyNotConnected();
+  if (is_connected == is_connected_ && why == why_not_connected_) return;
+  is_connected_ = is_connected;
+  why_not_connected_ = why;
   if (is_connected) {
-    log::Info("[Uplink] connected; %llu texts wait", static_cast<unsigned long long>(spool_->waiting().messages));
+    log::Info("[Uplink] connected; %llu texts wait",
+              static_cast<unsigned long long>(spool_ == nullptr ? 0 : spool_->waiting().messages));
   } else {
-    log::Warning("[Uplink] not connected: texts wait in %s", spool_file_.c_str());
+    log::Warning("[Uplink] not connected, texts wait in %s: %s", spool_file_.c_str(), why.c_str());
   }
 }
 
@@ -218,22 +258,23 @@ void Uplink::NoteTrouble(const std::string& trouble) {
 }
 
 void Uplink::UpdateCounts() {
-  const Spool::Waiting waiting = spool_->waiting();
-  const UplinkCounts counts{is_connected_, stored_, cut_ + inbox_.cut(), waiting.messages, waiting.bytes};
+  const Spool::Waiting waiting = spool_ == nullptr ? Spool::Waiting() : spool_->waiting();
+  const UplinkCounts counts{is_connected_.value_or(false), stored_, cut_ + inbox_.cut(), waiting.messages,
+                            waiting.bytes};
   const lock_guard held(lock_);
   counts_ = counts;
 }
 
-void Uplink::Answer(const SiteRequest& request) {
+void Uplink::Answer(StreamLink& link, const SiteRequest& request) {
   if (request.what == "newest") {
-    for (const auto& [topic, message] : newest_) link_.Reply(request.reply, topic, message.text);
-    link_.Reply(request.reply, "", "");
+    for (const auto& [topic, message] : newest_) link.Reply(request.reply, topic, message.text);
+    link.Reply(request.reply, "", "");
   } else if (request.what == "report") {
-    AnswerReport(request);
+    AnswerReport(link, request);
   }
 }
 
-void Uplink::AnswerReport(const SiteRequest& request) {
+void Uplink::AnswerReport(StreamLink& link, const SiteRequest& request) {
   // A deep one would take a deep stack.
   const bool is_small = request.text.size() <= kMaxRequestBytes;
   const auto wanted = nlohmann::json::parse(is_small ? request.text : std::string(), nullptr, false);
@@ -241,12 +282,12 @@ void Uplink::AnswerReport(const SiteRequest& request) {
   const auto found = std::find_if(reports_.begin(), reports_.end(),
                                   [&](const auto& report) { return nlohmann::json(report.first).dump() == name; });
   if (found == reports_.end()) {
-    link_.Reply(request.reply, "", R"({"error":""report" must be the name of a report"})");
+    link.Reply(request.reply, "", R"({"error":"report must be the name of a report"})");
     return;
   }
   const auto& calls = found->second;
-  link_.Reply(request.reply, found->first,
-              wanted.contains("request") ? calls.read_report(Dump(wanted["request"])) : calls.periods());
+  link.Reply(request.reply, found->first,
+             wanted.contains("request") ? calls.read_report(Dump(wanted["request"])) : calls.periods());
 }
 
 }  // namespace probe::uplink

@@ -2,9 +2,10 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <ctime>
+#include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -36,7 +37,7 @@ class Uplink {
   /// Above this, what waits for the disk is cut, oldest pass first.
   static constexpr std::size_t kMaxInboxBytes = std::size_t{64} * 1024 * 1024;
 
-  /// Begins to connect. `spool_file` is opened when the thread runs, and again and again while that fails.
+  /// `spool_file` is opened when the thread runs, and again and again while that fails.
   ///
   /// Fails: throws `std::runtime_error` for settings that cannot be used.
   Uplink(const UplinkSettings& settings, std::string spool_file);
@@ -58,21 +59,27 @@ class Uplink {
   UplinkCounts counts() const;
 
  private:
+  std::shared_ptr<StreamLink> Link() const;
   void Run();
-  void Step();
-  void Complain(const char* what) noexcept;
+  void TryStep(const std::function<void()>& step) noexcept;
+  void Talk();
+
+  /// The link; a new one, some seconds later, in place of one that is over. Null when it is to stop.
+  std::shared_ptr<StreamLink> OpenedLink();
+
   void OpenSpool();
   void FillSpool();
+
   /// The texts with the daily reports of days that ended between two of them, or before the first.
   std::vector<SpooledMessage> WithReports(const std::vector<SpooledMessage>& messages) const;
 
   /// Appends those reports of a day that there are. `at`: the time of the pass that comes behind.
   void AddReports(const std::string& day, time_t at, std::vector<SpooledMessage>& messages) const;
   void NoteCut(const std::map<std::string, CutMessages>& cut);
-  bool SendSome();
-  void Answer(const SiteRequest& request);
-  void AnswerReport(const SiteRequest& request);
-  void NoteConnection();
+  bool SendSome(StreamLink& link);
+  void Answer(StreamLink& link, const SiteRequest& request);
+  void AnswerReport(StreamLink& link, const SiteRequest& request);
+  void NoteConnection(const StreamLink& link);
   void NoteTrouble(const std::string& trouble);
   void UpdateCounts();
 
@@ -81,19 +88,21 @@ class Uplink {
   std::map<std::string, ReportCalls> reports_;  // set before the thread starts
   Inbox inbox_{kMaxInboxBytes};
   PassCollector collector_;
-  StreamLink link_;
 
   // Of the thread.
   std::unique_ptr<Spool> spool_;                  // null while it cannot be opened
   std::map<std::string, SpooledMessage> newest_;  // topic -> its newest text
   std::string last_day_;                          // of the pass before, local; empty: there was none
-  bool is_connected_ = false;
+  bool is_spool_broken_ = false;
+  std::optional<bool> is_connected_;  // that the log knows of; nothing: of neither
+  std::string why_not_connected_;
   std::string trouble_;  // that the log knows of
   std::uint64_t stored_ = 0;
   std::uint64_t cut_ = 0;  // but for the inbox's
 
   mutable utilities::lock::Mutex lock_;  // leaf lock
   UplinkCounts counts_ VEXORA_GUARDED_BY(lock_);
+  std::shared_ptr<StreamLink> link_ VEXORA_GUARDED_BY(lock_);  // null before the first
   StopFlag stop_;
   std::thread thread_;
 };

@@ -61,7 +61,7 @@ StreamReader::StreamReader(const std::string& url, probe::uplink::NatsOptions op
   stream_.reset(context);
 }
 
-void StreamReader::MakeStream(int duplicate_window_seconds) {
+void StreamReader::MakeStream(int duplicate_window_seconds, int max_messages) {
   jsStreamConfig config;
   jsStreamConfig_Init(&config);
   const char* subjects[] = {"vexora.v1.*.*"};
@@ -69,6 +69,8 @@ void StreamReader::MakeStream(int duplicate_window_seconds) {
   config.Subjects = subjects;
   config.SubjectsLen = 1;
   config.AllowDirect = true;
+  config.MaxMsgs = max_messages;
+  config.Discard = js_DiscardNew;
   config.Duplicates = std::chrono::nanoseconds(std::chrono::seconds(duplicate_window_seconds)).count();
   EXPECT_EQ(js_AddStream(nullptr, stream_.get(), &config, nullptr, nullptr), NATS_OK);
 }

@@ -54,8 +54,9 @@ class StreamReader {
   /// `options`: how to log in; null: not at all.
   explicit StreamReader(const std::string& url, probe::uplink::NatsOptions options = nullptr);
 
-  /// Makes the stream "VEXORA", which tells texts that come twice within `duplicate_window_seconds`.
-  void MakeStream(int duplicate_window_seconds = 120);
+  /// Makes the stream "VEXORA", which tells texts that come twice within `duplicate_window_seconds`, and refuses more
+  /// than `max_messages`, if that is no negative number.
+  void MakeStream(int duplicate_window_seconds = 120, int max_messages = -1);
 
   /// Waits until the stream has so many texts, and reads all; fewer when that takes longer than a minute.
   std::vector<StoredMessage> Await(std::size_t count);

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -129,6 +130,19 @@ TEST_F(SitePermissionsTest, LetNoSiteWriteUnderTheNameOfAnother) {
   EXPECT_THAT(test::IdsOf(centre_.Await(1)), ElementsAre("north.a.1"));
 }
 
+TEST_F(SitePermissionsTest, LetNoSiteHaveItselfAnswerUnderTheNameOfAnother) {
+  StreamLink north(SettingsOf("north", "north"));
+  test::StreamReader itself("tls://localhost:" + std::to_string(server_.port()), OptionsOf("north"));
+  test::AwaitConnection(north);
+  natsConnection_PublishRequestString(itself.connection(), "vexora.v1.north.request.newest",
+                                      "vexora.v1.south.HealthMonitor", "");
+  natsConnection_Flush(itself.connection());
+  EXPECT_FALSE(north.NextRequest(std::chrono::milliseconds(500)));
+  north.Reply("vexora.v1.south.HealthMonitor", "HealthMonitor", "forged");
+  EXPECT_THAT(north.Publish({{1, "a", "1", 0, "text"}}), ElementsAre(Delivery::kStored));
+  EXPECT_THAT(test::IdsOf(centre_.Await(1)), ElementsAre("north.a.1"));
+}
+
 TEST_F(SitePermissionsTest, LetNobodyInWhoIsNoUser) {
   StreamLink south(SettingsOf("south", "south"));
   EXPECT_THAT(south.Publish({{1, "a", "1", 0, "text"}}), ElementsAre(Delivery::kNotNow));
@@ -140,9 +154,9 @@ TEST_F(SitePermissionsTest, LetASiteAnswerWhoAsks) {
   StreamLink north(SettingsOf("north", "north"));
   test::AwaitConnection(north);
   natsSubscription* made = nullptr;
-  ASSERT_EQ(natsConnection_SubscribeSync(&made, centre_.connection(), "_INBOX.test"), NATS_OK);
+  ASSERT_EQ(natsConnection_SubscribeSync(&made, centre_.connection(), "_INBOX_centre.test"), NATS_OK);
   const probe::uplink::NatsSubscription answers(made);
-  const auto request = test::AskUntilHeard(centre_, "vexora.v1.north.request.newest", "_INBOX.test", north);
+  const auto request = test::AskUntilHeard(centre_, "vexora.v1.north.request.newest", "_INBOX_centre.test", north);
   ASSERT_TRUE(request);
   north.Reply(request->reply, "topic", "newest");
   EXPECT_EQ(test::NextAnswer(made), "newest");

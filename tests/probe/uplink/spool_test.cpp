@@ -75,7 +75,7 @@ TEST_F(SpoolTest, KnowsAfterARestartWhatWaited) {
     Spool spool(file_, kWide);
     spool.Append({Waiting("t", kNow, "one"), Waiting("t", kNow, "three")}, kNow);
     first = spool.After(0, 1, kAll).front().number;
-    spool.Remove(first);
+    spool.Remove({first});
   }
   Spool spool(file_, kWide);
   EXPECT_THAT(AllTexts(spool), ElementsAre("three"));
@@ -89,7 +89,7 @@ TEST_F(SpoolTest, GivesNoNumberTwice) {
     Spool spool(file_, kWide);
     spool.Append({Waiting("t", kNow, "one")}, kNow);
     removed = spool.After(0, 1, kAll).front().number;
-    spool.Remove(removed);
+    spool.Remove({removed});
   }
   Spool spool(file_, kWide);
   spool.Append({Waiting("t", kNow, "two")}, kNow);
@@ -147,9 +147,9 @@ TEST_F(SpoolTest, ForgetsNothingElseWhenOneIsRemovedTwice) {
   Spool spool(file_, kWide);
   spool.Append({Waiting("a", kNow, "one"), Waiting("a", kNow, "two")}, kNow);
   const std::int64_t first = spool.After(0, 1, kAll).front().number;
-  spool.Remove(first);
-  spool.Remove(first);
-  spool.Remove(first + 1000);
+  spool.Remove({first});
+  spool.Remove({first});
+  spool.Remove({first + 1000});
   EXPECT_THAT(AllTexts(spool), ElementsAre("two"));
   EXPECT_EQ(spool.waiting().messages, 1U);
 }

@@ -109,6 +109,15 @@ TEST_F(StreamLinkTest, TellsWhatNoServerWillTake) {
   EXPECT_EQ(link_.trouble(), "");
 }
 
+TEST_F(StreamLinkTest, StoresNothingInAStreamThatIsFull) {
+  reader_.MakeStream(120, 1);
+  AwaitConnection(link_);
+  EXPECT_THAT(link_.Publish({Of("a", "1", "first"), Of("b", "1", "second")}),
+              ElementsAre(Delivery::kStored, Delivery::kNotNow));
+  EXPECT_THAT(link_.trouble(), HasSubstr("the stream says: maximum messages exceeded"));
+  EXPECT_THAT(IdsOf(reader_.Await(1)), ElementsAre("north.a.1"));
+}
+
 TEST_F(StreamLinkTest, AnswersRequests) {
   AwaitConnection(link_);
   natsSubscription* answers = nullptr;
