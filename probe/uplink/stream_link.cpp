@@ -204,7 +204,7 @@ Delivery StreamLink::OutcomeOf(natsMsg* answer) {
   }
   const auto told = nlohmann::json::parse(TextOf(answer), nullptr, false);
   // An error has a "seq", too: 0.
-  if (told.is_object() && !told.contains("error") && told.value("seq", 0) > 0) return Delivery::kStored;
+  if (told.is_object() && !told.contains("error") && told.value("seq", std::uint64_t{0}) > 0) return Delivery::kStored;
   const auto error = told.is_object() ? told.value("error", nlohmann::json::object()) : nlohmann::json::object();
   if (error.value("err_code", 0) == kMessageTooLarge) return Delivery::kTooLarge;
   trouble_ = "the stream says: " + error.value("description", "what is no answer of a stream").substr(0, kMaxTrouble);

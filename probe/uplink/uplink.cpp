@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <nlohmann/json.hpp>
 #include <set>
+#include <string>
 #include <utility>
 
 #include "platform/topics.h"
@@ -237,10 +238,12 @@ bool Uplink::SendSome(StreamLink& link) {
 void Uplink::NoteConnection(const StreamLink& link) {
   const bool is_connected = link.IsConnected();
   const std::string why = is_connected ? "" : link.WhyNotConnected();
-  if (is_connected == is_connected_ && why == why_not_connected_) return;
+  // Several servers may give several reasons in turn: each is told once until there is a connection.
+  const bool is_told = is_connected ? is_connected_ == true : !reasons_told_.insert(why).second;
   is_connected_ = is_connected;
-  why_not_connected_ = why;
+  if (is_told) return;
   if (is_connected) {
+    reasons_told_.clear();
     log::Info("[Uplink] connected; %llu texts wait",
               static_cast<unsigned long long>(spool_ == nullptr ? 0 : spool_->waiting().messages));
   } else {

@@ -6,6 +6,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <thread>
 #include <vector>
@@ -94,9 +95,9 @@ class Uplink {
   std::map<std::string, SpooledMessage> newest_;  // topic -> its newest text
   std::string last_day_;                          // of the pass before, local; empty: there was none
   bool is_spool_broken_ = false;
-  std::optional<bool> is_connected_;  // that the log knows of; nothing: of neither
-  std::string why_not_connected_;
-  std::string trouble_;  // that the log knows of
+  std::optional<bool> is_connected_;    // that the log knows of; nothing: of neither
+  std::set<std::string> reasons_told_;  // why it is not connected
+  std::string trouble_;                 // that the log knows of
   std::uint64_t stored_ = 0;
   std::uint64_t cut_ = 0;  // but for the inbox's
 
