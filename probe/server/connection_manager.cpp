@@ -154,6 +154,9 @@ std::optional<HttpError> ConnectionManager::OnRequest(HttpConnection& connection
   error = CheckToken(accepted.address, head, access);
   // Now, for the token of the head is wiped before the upgrade.
   accepted.must_log_in = !error && is_upgrade && rules_.MustLogIn(head);
+  accepted.holder = rules_.HolderOf(head).value_or("");
+  if (is_upgrade && !accepted.must_log_in)
+    accepted.topics = requests_.TopicsAt(head.path, accepted.holder).value_or("");
   // Who has no token takes nothing from who has. A token that was not looked at, because anybody may ask for this path
   // or because too many wrong ones came, counts as none: else the rates would tell whether it is the right one.
   const bool was_looked_at = access == Access::kToken && !(error && error->status == 429);
@@ -180,7 +183,7 @@ std::optional<HttpError> ConnectionManager::CheckToken(const std::string& addres
       return HttpError{429, "Refused: too many wrong tokens came from this address.",
                        static_cast<unsigned>(left->count())};
   }
-  auto error = is_upgrade ? rules_.CheckUpgrade(head) : rules_.CheckPlainRequest(head, access);
+  auto error = is_upgrade ? rules_.CheckUpgrade(head, HasWebsocket(head)) : rules_.CheckPlainRequest(head, access);
   if (!error && is_upgrade && rules_.MustLogIn(head)) {
     const auto waiting = awaiting_login_.find(group);
     if (waiting != awaiting_login_.end() && waiting->second.size() >= UnfinishedOf(limits_.connections_per_address))
@@ -188,6 +191,13 @@ std::optional<HttpError> ConnectionManager::CheckToken(const std::string& addres
   }
   if (error && error->status == 401 && rules_.BringsToken(head)) guard_.NoteWrong(group, now);
   return error;
+}
+
+bool ConnectionManager::HasWebsocket(const RequestHead& head) const {
+  const auto holder = rules_.HolderOf(head);
+  // Who logs in by a message can be told nothing by its holder yet.
+  if (!holder && requests_.are_websockets_by_holder()) return !rules_.MustLogIn(head);
+  return requests_.TopicsAt(head.path, holder.value_or("")).has_value();
 }
 
 void ConnectionManager::OnRefused(HttpConnection& connection, const HttpError& error) {
@@ -240,7 +250,7 @@ bool ConnectionManager::OnLogin(Connection& connection, const std::string& text)
   const bool is_blocked = guard_.BlockedFor(group, now).has_value();
   const bool is_looked_at = !is_blocked || rules_.has_long_token();
   auto login = is_looked_at && text.size() <= rules_.MostLoginBytes() ? ReadLogin(text) : std::nullopt;
-  const bool is_right = login && rules_.IsToken(login->token);
+  const bool is_right = login && rules_.HolderOfToken(login->token);
   if (login) Wipe(login->token);
   if (is_right) return true;
   if (!is_blocked) guard_.NoteWrong(group, now);
@@ -256,7 +266,8 @@ void ConnectionManager::NoteLoginOver(const Connection& connection) {
 }
 
 void ConnectionManager::OnMessage(Connection& connection, const std::string& text) {
-  subscriptions_.Handle(connection.id(), text, [&](std::string reply) { connection.Reply(std::move(reply)); });
+  subscriptions_.Handle(connection.id(), connection.accepted().topics, text,
+                        [&](std::string reply) { connection.Reply(std::move(reply)); });
   CountSubscriptions();
 }
 
@@ -296,10 +307,10 @@ void ConnectionManager::GiveMemoryBack() {
 // --- the end --------------------------------------------------------------------------------------------------------
 
 void ConnectionManager::Replace(AccessRules rules, TrustedProxies proxies) {
-  const bool is_same_token = rules.KeepSessionOf(rules_);
+  const bool are_same_tokens = rules.KeepSessionsOf(rules_);
   rules_ = std::move(rules);
   proxies_ = std::move(proxies);
-  if (is_same_token) return;
+  if (are_same_tokens) return;
   for (const auto& [id, connection] : std::map(connections_)) connection->StartClose(close_code::kPolicyViolation);
 }
 

@@ -67,7 +67,7 @@ class ConnectionManager final : public HttpEvents, public WebsocketEvents {
  private:
   std::optional<HttpError> OnRequest(HttpConnection& connection, const RequestHead& head) override;
   std::string AllowedOrigin(const RequestHead& head) const override { return rules_.AllowedOrigin(head); }
-  std::string SessionCookie() const override { return rules_.SessionCookie(); }
+  std::string SessionCookie(const std::string& holder) const override { return rules_.SessionCookie(holder); }
   void OnRefused(HttpConnection& connection, const HttpError& error) override;
   void OnUpgrade(HttpConnection& connection, const RequestHead& head) override;
   void OnEnd(HttpConnection& connection) override;
@@ -79,6 +79,8 @@ class ConnectionManager final : public HttpEvents, public WebsocketEvents {
   void OnEnd(Connection& connection) override;
 
   /// Host, Origin and limits have let it pass.
+  /// Whether there is a websocket at a path, as far as its caller may know: who has shown no token learns nothing.
+  bool HasWebsocket(const RequestHead& head) const;
   std::optional<HttpError> CheckToken(const std::string& address, const RequestHead& head, Access access);
 
   void NoteLoginOver(const Connection& connection);

@@ -176,6 +176,7 @@ void WebServer::Start() {
 std::function<void()> WebServer::PrepareReload(const ServerSettings& settings) {
   ServerSettings next = settings_;
   next.token = settings.token;
+  next.named_tokens = settings.named_tokens;
   next.tls_certificate = settings.tls_certificate;
   next.tls_key = settings.tls_key;
   next.allowed_hosts = settings.allowed_hosts;

@@ -1,15 +1,10 @@
 #include "probe/server/http/access_rules.h"
 
-#include <openssl/crypto.h>
-#include <openssl/rand.h>
-
 #include <algorithm>
 #include <array>
-#include <stdexcept>
 #include <string_view>
 
 #include "probe/server/net/ip_address.h"
-#include "probe/text/secret.h"
 #include "probe/text/url_host.h"
 
 namespace probe {
@@ -32,20 +27,6 @@ bool IsKnownMethod(const std::string& method) {
   return std::find(kMethods.begin(), kMethods.end(), method) != kMethods.end();
 }
 
-/// What a page shows in place of the token: 256 random bits, in hexadecimal digits. Nothing of the token is in them, so
-/// that cookies are no way to try tokens.
-std::string NewSession() {
-  std::array<unsigned char, 32> random{};
-  if (RAND_bytes(random.data(), static_cast<int>(random.size())) != 1)
-    throw std::runtime_error("the system gives no random numbers");
-  std::string text;
-  for (const unsigned char octet : random) {
-    text += "0123456789abcdef"[octet >> 4];
-    text += "0123456789abcdef"[octet & 15];
-  }
-  return text;
-}
-
 /// Whether a text holds an octet that no header's value may.
 bool HoldsControl(const std::string& text) {
   return std::any_of(text.begin(), text.end(), [](unsigned char octet) { return octet < 0x20 || octet == 0x7f; });
@@ -53,27 +34,16 @@ bool HoldsControl(const std::string& text) {
 
 }  // namespace
 
-bool EqualSecrets(std::string_view ours, std::string_view theirs) {
-  return ours.size() == theirs.size() && CRYPTO_memcmp(ours.data(), theirs.data(), ours.size()) == 0;
-}
-
 AccessRules::AccessRules(const ServerSettings& settings, std::uint16_t port)
     : hosts_{"localhost", "127.0.0.1", "[::1]"},
       port_(":" + std::to_string(port)),
-      token_(settings.token),
+      holders_(settings),
       has_tls_(!settings.tls_certificate.empty()),
       // With the prefix browsers take the cookie from this host alone, and only over TLS.
-      session_name_((has_tls_ ? "__Host-vexora_session_" : "vexora_session_") + std::to_string(port)),
-      session_(NewSession()) {
+      session_name_((has_tls_ ? "__Host-vexora_session_" : "vexora_session_") + std::to_string(port)) {
   for (const std::string& address : settings.listen) hosts_.push_back(UrlHost(CanonicalAddress(address)));
   for (const std::string& host : settings.allowed_hosts) hosts_.push_back(LowerCase(host));
   for (const std::string& origin : settings.allowed_origins) origins_.push_back(LowerCase(origin));
-}
-
-bool AccessRules::KeepSessionOf(const AccessRules& former) {
-  if (!EqualSecrets(token_.text(), former.token_.text())) return false;
-  session_ = former.session_;
-  return true;
 }
 
 bool AccessRules::IsOurHost(const std::string& host, const std::string& local_address) const {
@@ -110,36 +80,38 @@ std::optional<HttpError> AccessRules::CheckCaller(const RequestHead& head) const
                    "server.allowed_origins."};
 }
 
-bool AccessRules::HasSession(const RequestHead& head) const {
-  return !token_.empty() && EqualSecrets(session_, head.Cookie(session_name_));
+std::optional<std::string> AccessRules::HolderOfSession(const RequestHead& head) const {
+  return holders_.OfSession(head.Cookie(session_name_));
 }
 
 bool AccessRules::BringsToken(const RequestHead& head) const {
-  return !token_.empty() && !head.authorization.empty() && !HasSession(head);
+  return holders_.are_asked() && !head.authorization.empty() && !HolderOfSession(head);
 }
 
-bool AccessRules::HasToken(const RequestHead& head) const {
-  if (token_.empty() || HasSession(head)) return true;
-  if (LowerCase(head.authorization.substr(0, kScheme.size())) != kScheme) return false;
-  return IsToken(std::string_view(head.authorization).substr(kScheme.size()));
+std::optional<std::string> AccessRules::HolderOf(const RequestHead& head) const {
+  if (!holders_.are_asked()) return std::string();
+  if (auto holder = HolderOfSession(head)) return holder;
+  if (LowerCase(head.authorization.substr(0, kScheme.size())) != kScheme) return std::nullopt;
+  return holders_.OfToken(std::string_view(head.authorization).substr(kScheme.size()));
 }
 
 bool AccessRules::MustLogIn(const RequestHead& head) const {
   return !HasToken(head) && head.authorization.empty() && !AllowedOrigin(head).empty();
 }
 
-std::string AccessRules::SessionCookie() const {
-  if (token_.empty()) return {};
-  return session_name_ + "=" + session_ + "; HttpOnly; SameSite=Strict; Path=/" + (has_tls_ ? "; Secure" : "");
+std::string AccessRules::SessionCookie(const std::string& holder) const {
+  const std::string session = holders_.SessionOf(holder);
+  if (session.empty()) return {};
+  return session_name_ + "=" + session + "; HttpOnly; SameSite=Strict; Path=/" + (has_tls_ ? "; Secure" : "");
 }
 
-std::optional<HttpError> AccessRules::CheckUpgrade(const RequestHead& head) const {
+std::optional<HttpError> AccessRules::CheckUpgrade(const RequestHead& head, bool has_websocket) const {
   if (LowerCase(head.upgrade) != "websocket")
     return HttpError{403, "Refused: the only upgrade that the probe knows is websocket."};
   if (!head.is_get() || head.has_body || !HoldsWord(head.connection, "upgrade"))
     return HttpError{400, "Refused: not a websocket handshake (RFC 6455, section 4.1)."};
   if (head.websocket_version != "13") return HttpError{426, "Refused: the probe speaks version 13 of websocket."};
-  if (head.path != "/") return HttpError{404, "Not found: the websocket of the probe is at /."};
+  if (!has_websocket) return HttpError{404, "Not found: there is no websocket here; that of a probe is at /."};
   if (!IsWebsocketKey(head.websocket_key))
     return HttpError{400, "Refused: Sec-WebSocket-Key must be 16 octets in base64."};
   if (!head.websocket_protocol.empty() && !HoldsWord(head.websocket_protocol, "vexora-probe"))

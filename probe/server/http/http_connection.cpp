@@ -110,11 +110,12 @@ void HttpConnection::OnHead() {
   if (error) return Refuse(*error);
   if (!head_.upgrade.empty()) return events_.OnUpgrade(*this, head_);
   // who has gone meanwhile, or was refused for the time it takes, gets no answer
-  const bool has_begun = requests_.Begin(
-      {head_.path, head_.arguments, AcceptsGzip(head_.accept_encoding), head_.if_none_match, head_.accept},
-      [waiting = weak_from_this()](HttpAnswer answer) {
-        if (const auto self = waiting.lock()) self->Guarded([&] { self->Answer(std::move(answer)); });
-      });
+  const bool has_begun = requests_.Begin({head_.path, head_.arguments, AcceptsGzip(head_.accept_encoding),
+                                          head_.if_none_match, head_.accept, accepted_.holder},
+                                         [waiting = weak_from_this()](HttpAnswer answer) {
+                                           if (const auto self = waiting.lock())
+                                             self->Guarded([&] { self->Answer(std::move(answer)); });
+                                         });
   if (!has_begun) return Refuse({503, "Refused: too many requests wait for an answer.", kRetryAfter});
   StartDeadline(kAnswerTimeout, &HttpConnection::OnAnswerTimeout);
 }
@@ -141,7 +142,7 @@ void HttpConnection::Answer(HttpAnswer answer) {
   if (is_refused_) return;
   const bool is_not_modified = answer.status == 200 && NamesEtag(head_.if_none_match, answer.etag);
   std::string head = AnswerHead(head_, answer, is_not_modified, events_.AllowedOrigin(head_),
-                                answer.opens_session ? events_.SessionCookie() : std::string());
+                                answer.opens_session ? events_.SessionCookie(accepted_.holder) : std::string());
   if (is_not_modified || head_.is_head()) answer.body = std::make_shared<const std::string>();
   Send(std::move(head), std::move(answer.body));
 }

@@ -28,8 +28,8 @@ class HttpEvents {
   /// The foreign page that may read the answer, as in `AccessRules::AllowedOrigin`.
   virtual std::string AllowedOrigin(const RequestHead& head) const = 0;
 
-  /// The cookie for a page that has shown the token, as in `AccessRules::SessionCookie`.
-  virtual std::string SessionCookie() const = 0;
+  /// The cookie for a page that has shown this holder's token, as in `AccessRules::SessionCookie`.
+  virtual std::string SessionCookie(const std::string& holder) const = 0;
 
   /// A request was refused, also one that could not be read.
   virtual void OnRefused(HttpConnection& connection, const HttpError& error) = 0;

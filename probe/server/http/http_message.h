@@ -3,6 +3,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -17,6 +18,7 @@ struct HttpRequest {
   bool accepts_gzip = false;
   std::string if_none_match{};  ///< The ETags of what the client has, as it came.
   std::string accept{};         ///< The header as it came; empty: there was none.
+  std::string holder{};         ///< Whose token it has shown, as `TokenHolders` has it.
 };
 
 /// What a client may do with an answer that it has.
@@ -53,6 +55,11 @@ struct HttpService {
 
   /// Answers a request that may be answered. Threads: one of the server's workers, several at once. May take its time.
   std::function<HttpAnswer(const HttpRequest& request)> answer;
+
+  /// What stands before the topics of the websocket at a path, for this holder of a token; nothing: there is none for
+  /// it. Empty: there is one at "/", with nothing before its topics. Foreign pages, which log in by a message, get none
+  /// where it depends on the holder. Threads: as for `look_up`.
+  std::function<std::optional<std::string>(const std::string& path, const std::string& holder)> topics_at;
 };
 
 /// An answer that is an error, as docs/schemas/problem.json describes it.

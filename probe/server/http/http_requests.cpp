@@ -20,6 +20,11 @@ Access HttpRequests::LookUp(const std::string& path) const {
   return service_.look_up ? service_.look_up(path) : Access::kNotFound;
 }
 
+std::optional<std::string> HttpRequests::TopicsAt(const std::string& path, const std::string& holder) const {
+  if (service_.topics_at) return service_.topics_at(path, holder);
+  return path == "/" ? std::optional<std::string>("") : std::nullopt;
+}
+
 bool HttpRequests::Begin(HttpRequest request, Answered answered) {
   if (unanswered_ >= kWorkers + kMaxWaiting) return false;
   ++unanswered_;

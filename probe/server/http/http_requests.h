@@ -4,6 +4,7 @@
 #include <boost/asio/thread_pool.hpp>
 #include <cstddef>
 #include <functional>
+#include <optional>
 #include <string>
 
 #include "probe/server/http/http_message.h"
@@ -33,6 +34,10 @@ class HttpRequests {
 
   /// Who may ask for a path. Without a service there is nothing at any path.
   Access LookUp(const std::string& path) const;
+
+  /// As `HttpService::topics_at`.
+  std::optional<std::string> TopicsAt(const std::string& path, const std::string& holder) const;
+  bool are_websockets_by_holder() const { return service_.topics_at != nullptr; }
 
   /// Has a request answered that the access rules let pass; `answered` gets the answer, on the event loop.
   ///

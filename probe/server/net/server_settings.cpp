@@ -14,6 +14,25 @@ void RequireReadable(const char* key, const std::string& path) {
     throw std::runtime_error(std::string("server.") + key + " = \"" + path + "\" cannot be read");
 }
 
+/// Why a token is too weak for other machines, where these can try it; empty: it is not, or there is none.
+std::string WhyWeak(const ServerSettings& settings, const Secret& token) {
+  const bool can_others_try = !ReachableAddress(settings).empty() || !settings.trusted_proxies.empty();
+  if (token.empty() || !can_others_try || token.size() >= kLeastTokenBytes) return {};
+  return "must have at least " + std::to_string(kLeastTokenBytes) +
+         " octets where other machines can try it (server.listen, server.trusted_proxies); \"vexora-probe token\" "
+         "makes one";
+}
+
+/// The first token that is too weak, and why; empty: none is.
+std::string WeakTokenOf(const ServerSettings& settings) {
+  if (const std::string weak = WhyWeak(settings, settings.token); !weak.empty()) return "server.token " + weak;
+  for (const NamedToken& named : settings.named_tokens) {
+    if (const std::string weak = WhyWeak(settings, named.token); !weak.empty())
+      return "the token of \"" + named.name + "\" " + weak;
+  }
+  return {};
+}
+
 }  // namespace
 
 std::string LimitText(const char* key, std::size_t value) {
@@ -22,12 +41,10 @@ std::string LimitText(const char* key, std::size_t value) {
 
 std::string WhyUnsafe(const ServerSettings& settings) {
   const bool has_tls = !settings.tls_certificate.empty() && !settings.tls_key.empty();
+  const bool has_token = !settings.token.empty() || !settings.named_tokens.empty();
   const std::string address = ReachableAddress(settings);
-  if (address.empty() || (!settings.token.empty() && has_tls)) {
-    const std::string weak = WhyTokenIsWeak(settings);
-    return weak.empty() ? weak : "server.token " + weak;
-  }
-  const char* missing = settings.token.empty() ? (has_tls ? "a token" : "a token and TLS") : "TLS";
+  if (address.empty() || (has_token && has_tls)) return WeakTokenOf(settings);
+  const char* missing = !has_token ? (has_tls ? "a token" : "a token and TLS") : "TLS";
   return "server.listen = \"" + address + "\" can be reached from other machines and needs " + missing +
          ": set server.token, server.tls_certificate and server.tls_key, or listen on 127.0.0.1 and ::1 only";
 }
@@ -41,11 +58,7 @@ std::string ReachableAddress(const ServerSettings& settings) {
 }
 
 std::string WhyTokenIsWeak(const ServerSettings& settings) {
-  const bool can_others_try = !ReachableAddress(settings).empty() || !settings.trusted_proxies.empty();
-  if (settings.token.empty() || !can_others_try || settings.token.size() >= kLeastTokenBytes) return {};
-  return "must have at least " + std::to_string(kLeastTokenBytes) +
-         " octets where other machines can try it (server.listen, server.trusted_proxies); \"vexora-probe token\" "
-         "makes one";
+  return WhyWeak(settings, settings.token);
 }
 
 bool HasHalfOfTls(const ServerSettings& settings) {

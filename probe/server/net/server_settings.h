@@ -35,12 +35,19 @@ struct ServerLimits {
   std::chrono::seconds hang_up_after{60};           ///< Silence after which a client is gone.
 };
 
+/// A token of its own for some who may see a part of what the server has.
+struct NamedToken {
+  std::string name;  ///< By which the HTTP service knows its holder; not empty.
+  Secret token;
+};
+
 /// Where and how the probe listens.
 struct ServerSettings {
   std::vector<std::string> listen{"127.0.0.1",
                                   "::1"};  ///< Addresses, textual; an absent one of the default is passed over.
   std::uint16_t port = 8765;               ///< 0: any free port, to be asked for with `WebServer::port()`.
   Secret token;                            ///< Shared secret of the clients; empty: none asked for.
+  std::vector<NamedToken> named_tokens{};  ///< Further ones; where there is one, everybody has to show a token.
   std::string tls_certificate;             ///< PEM file; empty: no TLS.
   std::string tls_key;                     ///< PEM file of its private key.
   std::vector<std::string>

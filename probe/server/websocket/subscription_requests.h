@@ -23,9 +23,10 @@ class SubscriptionRequests {
 
   SubscriptionRequests(const ServerLimits& limits, SubscriptionService& service, PushBudget& budget);
 
-  /// Carries out one message of a connection, and answers it exactly once. The answer to a subscription goes out
+  /// Carries out one message of a connection, whose topics the service knows with `topics` before them, and answers it
+  /// exactly once. The answer to a subscription goes out
   /// before the subscription is filed, so that no message of the topic can be ahead of it.
-  void Handle(ConnectionId connection, std::string_view text, const Reply& reply);
+  void Handle(ConnectionId connection, const std::string& topics, std::string_view text, const Reply& reply);
 
   /// Forgets a connection and all its subscriptions.
   void Forget(ConnectionId connection);
@@ -33,8 +34,10 @@ class SubscriptionRequests {
   const SubscriptionLimits& limits() const { return subscription_limits_; }
 
  private:
-  void Subscribe(ConnectionId connection, const SubscribeRequest& request, const Reply& reply);
-  void Unsubscribe(ConnectionId connection, const UnsubscribeRequest& request, const Reply& reply);
+  void Subscribe(ConnectionId connection, const std::string& topics, const SubscribeRequest& request,
+                 const Reply& reply);
+  void Unsubscribe(ConnectionId connection, const std::string& topics, const UnsubscribeRequest& request,
+                   const Reply& reply);
 
   std::size_t max_depth_;
   SubscriptionService& service_;
