@@ -59,7 +59,7 @@ struct HttpService {
   /// What stands before the topics of the websocket at a path, for this holder of a token; nothing: there is none for
   /// it. Empty: there is one at "/", with nothing before its topics. Foreign pages, which log in by a message, get none
   /// where it depends on the holder. Threads: as for `look_up`.
-  std::function<std::optional<std::string>(const std::string& path, const std::string& holder)> topics_at;
+  std::function<std::optional<std::string>(const std::string& path, const std::string& holder)> topics_at{};
 };
 
 /// An answer that is an error, as docs/schemas/problem.json describes it.
