@@ -1,5 +1,7 @@
 #include "probe/journal/warm_start.h"
 
+#include <malloc.h>
+
 #include <algorithm>
 #include <exception>
 #include <fstream>
@@ -17,8 +19,9 @@ using utilities::lock::lock_guard;
 namespace probe::journal {
 namespace {
 
-/// Entries that are read ahead. Each may hold a snapshot of every device.
+/// Entries that are read ahead, and changed devices in them, each of which is a whole snapshot. One entry always goes.
 constexpr std::size_t kMaxAhead = 32;
+constexpr std::size_t kMaxChangesAhead = 256;
 
 /// So many are taken over at once, for a thread that wakes another costs more than many a pass.
 constexpr std::size_t kBatch = 16;
@@ -69,6 +72,11 @@ std::vector<Segment> UnlessGivenUp(std::vector<Segment> segments, ReplayNotes& n
       "The journal is left as it is, and the next start tries again",
       ReplayNotes::kMaxUnfinished);
   return {};
+}
+
+std::size_t ChangesIn(const Entry& entry) {
+  const auto* pass = std::get_if<PassEntry>(&entry);
+  return pass == nullptr ? 0 : pass->changes.size();
 }
 
 time_t StartOf(const std::vector<Segment>& segments) {
@@ -177,10 +185,12 @@ void WarmStart::ReadSegment(const Segment& segment) {
 
 bool WarmStart::Put(Step step) {
   const lock_guard held(lock_);
-  while (steps_.size() >= kMaxAhead && !is_stopped_.load() && !is_given_up_) changed_.Wait(lock_);
+  const auto is_full = [&] { return steps_.size() >= kMaxAhead || changes_ahead_ >= kMaxChangesAhead; };
+  while (is_full() && !is_stopped_.load() && !is_given_up_) changed_.Wait(lock_);
   if (is_stopped_.load() || is_given_up_) return false;
+  changes_ahead_ += ChangesIn(step.entry);
   steps_.push_back(std::move(step));
-  if (steps_.size() == kBatch) changed_.NotifyAll();
+  if (steps_.size() == kBatch || is_full()) changed_.NotifyAll();
   return true;
 }
 
@@ -188,9 +198,11 @@ bool WarmStart::Put(Step step) {
 
 bool WarmStart::TakeMore() {
   const lock_guard held(lock_);
-  while (steps_.size() < kBatch && !is_read_ && !is_stopped_.load()) changed_.Wait(lock_);
+  const auto is_worth_it = [&] { return steps_.size() >= kBatch || changes_ahead_ >= kMaxChangesAhead; };
+  while (!is_worth_it() && !is_read_ && !is_stopped_.load()) changed_.Wait(lock_);
   if (is_stopped_.load()) return false;
   taken_.swap(steps_);
+  changes_ahead_ = 0;
   changed_.NotifyAll();
   return !taken_.empty();
 }
@@ -212,6 +224,7 @@ void WarmStart::GiveUp(const char* why) {
   const lock_guard held(lock_);
   is_given_up_ = true;
   steps_.clear();
+  changes_ahead_ = 0;
   changed_.NotifyAll();
 }
 
@@ -288,7 +301,16 @@ void WarmStart::HandOver() {
   is_ready_.store(true);
   if (on_ready_) on_ready_(TakeLastSnapshots());
   HoldCleanUps(false);
+  GiveMemoryBack();
   clock_.End();
+}
+
+void WarmStart::GiveMemoryBack() {
+  follower_ = {};
+  replayed_.Clear();
+  // What the reading thread has decoded was freed by this one, and the C library keeps it in that thread's arena: more
+  // than all histories take. malloc_trim(3)
+  malloc_trim(0);
 }
 
 }  // namespace probe::journal

@@ -106,6 +106,7 @@ class WarmStart {
   void Apply(const PassEntry& pass);
   LastSnapshots TakeLastSnapshots();
   void HandOver();
+  void GiveMemoryBack();
 
   DeviceCentre& live_;
   ReplayNotes notes_;
@@ -132,8 +133,9 @@ class WarmStart {
   utilities::lock::Mutex lock_;  // leaf
   utilities::lock::CondVar changed_;
   std::deque<Step> steps_ VEXORA_GUARDED_BY(lock_);
-  bool is_read_ VEXORA_GUARDED_BY(lock_) = false;      // all of it
-  bool is_given_up_ VEXORA_GUARDED_BY(lock_) = false;  // nobody takes any more
+  std::size_t changes_ahead_ VEXORA_GUARDED_BY(lock_) = 0;  // devices that they change
+  bool is_read_ VEXORA_GUARDED_BY(lock_) = false;           // all of it
+  bool is_given_up_ VEXORA_GUARDED_BY(lock_) = false;       // nobody takes any more
   std::thread reader_;
 };
 
