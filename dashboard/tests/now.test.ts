@@ -1,5 +1,5 @@
 import { describe, expect, test } from 'vitest';
-import { decodeClientsNow, decodeNotifications, decodePorts, decodeRadios, type Notification } from '../src/messages/decode_now';
+import { decodeClientsNow, decodeNeighbours, decodeNotifications, decodePorts, decodeRadios, type Notification } from '../src/messages/decode_now';
 import { alertsByDevice, inOrder } from '../src/state/notifications';
 import { parseRoute } from '../src/state/route';
 
@@ -11,6 +11,7 @@ const client = {
 const port = { interface: 'ge1', name: 'ge1', ssid: null, state: 'up', speed: 1e9, input: 1, output: 2, received: 3, sent: 4 };
 const ssid = { interface: 'wlan0', ssid: 'Office', clients: 3 };
 const radio = { name: 'radio0', band: '2.4GHz', channel: 6, ssids: [ssid] };
+const neighbour = { bssid: '02', ssid: '', band: '5GHz', channel: 36, signal: -60, trusted: false, own_ssid: false };
 
 describe('answers of this moment', () => {
   test('leave out notifications that are none', () => {
@@ -35,6 +36,14 @@ describe('answers of this moment', () => {
     const bare = { ...radio, band: null, channel: null, ssids: [] };
     expect(decodeRadios({ radios: [{ ...radio, ssids: [ssid, { ...ssid, clients: null }] }, bare, { ...radio, band: 5 }, { ...radio, ssids: 1 }, null] })).toEqual([radio, bare]);
     expect(decodeRadios(null)).toBeNull();
+  });
+
+  test('leave out neighbours of which too little is told, and tell none from not known', () => {
+    const bare = { ...neighbour, band: null, channel: null, signal: null };
+    expect(decodeNeighbours({ neighbours: [neighbour, bare, { ...neighbour, ssid: null }, { ...neighbour, trusted: 1 }, { ...neighbour, signal: 'x' }, null] })).toEqual({ heard: [neighbour, bare] });
+    expect(decodeNeighbours({ neighbours: [] })).toEqual({ heard: [] });
+    expect(decodeNeighbours({ neighbours: null })).toEqual({ heard: null });
+    expect(decodeNeighbours({})).toBeNull();
   });
 });
 

@@ -14,6 +14,7 @@
 #include "platform/device_records.h"
 #include "platform/utilities/text.h"
 #include "probe/api/answers.h"
+#include "probe/api/band_tree.h"
 #include "probe/api/device_argument.h"
 #include "probe/host/client_presence.h"
 #include "probe/host/device_details.h"
@@ -49,11 +50,10 @@ ordered_json ValueIn(const std::map<std::string, Number>& values, const std::str
   return found == values.end() ? ordered_json() : ordered_json(found->second);
 }
 
-/// "2.4GHz", "5GHz", or null for another band and an unknown one.
-ordered_json BandTree(const DeviceSnapshot& device, const std::string& radio) {
+/// The band of a radio; null also for a radio of which nothing else is known.
+ordered_json BandOfRadio(const DeviceSnapshot& device, const std::string& radio) {
   const auto found = device.radios.find(radio);
-  if (found == device.radios.end() || found->second.band == records::WIFIBandType::kUnknown) return nullptr;
-  return found->second.band == records::WIFIBandType::k2_4GHz ? "2.4GHz" : "5GHz";
+  return BandTree(found == device.radios.end() ? records::WIFIBandType::kUnknown : found->second.band);
 }
 
 /// The devices that an answer is about: the one that the request names, else all.
@@ -117,7 +117,7 @@ ordered_json ClientTree(const ListedClient& listed) {
           {"device_name", HostnameOf(device)},
           {"interface", *listed.interface},
           {"ssid", network.ssid},
-          {"band", BandTree(device, network.radio)},
+          {"band", BandOfRadio(device, network.radio)},
           {"channel", ValueIn(device.details.channels, network.radio)},
           {"since", static_cast<std::int64_t>(listed.presence.since)},
           {"or_earlier", listed.presence.is_earlier},
@@ -178,7 +178,7 @@ const char* StateOf(const records::InterfaceState* interface) {
 std::string DisplayName(const DeviceSnapshot& device, const std::string& name) {
   const auto network = device.ssid_interfaces.find(name);
   if (network == device.ssid_interfaces.end() || network->second.ssid.empty()) return name;
-  const ordered_json band = BandTree(device, network->second.radio);
+  const ordered_json band = BandOfRadio(device, network->second.radio);
   const std::string prefix = band.is_null() ? "" : band == "5GHz" ? "5Ghz" : "2.4Ghz";
   return prefix + " - " + network->second.ssid;
 }
@@ -257,7 +257,7 @@ HttpAnswer RadiosAnswer(DeviceCentre& centre, const HttpRequest& request) {
   ordered_json radios = ordered_json::array();
   const auto add = [&](const std::string& name) {
     radios.push_back({{"name", name},
-                      {"band", BandTree(device, name)},
+                      {"band", BandOfRadio(device, name)},
                       {"channel", ValueIn(device.details.channels, name)},
                       {"ssids", SsidTrees(device, name)}});
   };

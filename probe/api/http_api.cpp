@@ -11,6 +11,7 @@
 #include "probe/api/device_answers.h"
 #include "probe/api/device_argument.h"
 #include "probe/api/documents.h"
+#include "probe/api/neighbours_answer.h"
 #include "probe/clock/clock.h"
 #include "probe/clock/pass_timer.h"
 #include "probe/text/json_text.h"
@@ -139,6 +140,8 @@ std::span<const HttpApi::Route> HttpApi::Routes() {
             [](Api api, Request request, Parameter) { return ClientsAnswer(api.centre_, request); }},
       Route{"/api/v1/radios", Access::kToken,
             [](Api api, Request request, Parameter) { return RadiosAnswer(api.centre_, request); }},
+      Route{"/api/v1/neighbours", Access::kToken,
+            [](Api api, Request request, Parameter) { return NeighboursAnswer(api.centre_, request); }},
       Route{"/api/v1/ports", Access::kToken,
             [](Api api, Request request, Parameter) { return PortsAnswer(api.centre_, api.plugin_, request); }},
       Route{"/api/v1/traffic", Access::kToken,

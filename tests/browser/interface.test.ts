@@ -36,7 +36,7 @@ const accessPoint = async (): Promise<string> => {
 const concrete = async (path: string): Promise<string> => {
   const report = /reports\/(\w+)$/.exec(path)?.[1];
   if (report) return `${path}?type=daily&period=${period[report]}`;
-  if (/radios|ports/.test(path)) return `${path}?mac=${await accessPoint()}`;
+  if (/radios|ports|neighbours/.test(path)) return `${path}?mac=${await accessPoint()}`;
   if (path !== '/api/v1/traffic') return path.replace('{topic}', 'HealthMonitor').replace('{name}', 'ports.json');
   const view = ((await probe.get('/api/v1/live/TrafficMonitor?interval=1m'))['data'] as Record<string, Record<string, Json>>)['1m'];
   const [mac, device] = Object.entries(view?.['traffic_data'] ?? {})[0] ?? ['', {}];
@@ -106,6 +106,7 @@ test.each([
   ['/api/v1/traffic?mac=02:19:56:00:00:01&interface=y', '/api/v1/traffic', 404, 'unknown_interface'],
   ['/api/v1/ports', '/api/v1/ports', 400, 'missing_argument'],
   ['/api/v1/radios?mac=x', '/api/v1/radios', 400, 'invalid_mac'],
+  ['/api/v1/neighbours', '/api/v1/neighbours', 400, 'missing_argument'],
   ['/api/v1/clients?mac=02:00:00:00:00:99', '/api/v1/clients', 404, 'unknown_device'],
   ['/api/v1/schemas/x', '/api/v1/schemas/{name}', 404, 'unknown_schema'],
   ['/api/v1/nothing', '/api/v1/status', 404, 'not_found'],

@@ -20,6 +20,13 @@ interface Client {
   ssid: string;
   signal: number | null;
 }
+interface Neighbour {
+  bssid: string;
+  ssid: string;
+  signal: number | null;
+  trusted: boolean;
+  own_ssid: boolean;
+}
 interface Notification {
   mac: string;
   severity: string;
@@ -94,6 +101,56 @@ describe('the page of a device', () => {
     const shown = async (): Promise<string[]> => page.locator('[data-part=clients] tbody tr').evaluateAll((rows) => rows.map((row) => (row as HTMLElement).dataset['key'] ?? '').sort());
     const told = async (): Promise<string[]> => (await listOf<Client>(`/api/v1/clients?mac=${accessPoint}`, 'clients')).map(({ mac }) => mac).sort();
     expect((await agree(shown, told)).length).toBeGreaterThan(0);
+  });
+
+  describe('tells which access points it hears now', () => {
+    const part = () => page.locator('[data-part=neighbours-now]');
+    const answer = (members: Json) => page.route('**/api/v1/neighbours**', (route) => route.fulfill({ json: { mac: accessPoint, online: true, ...members } }));
+    const one = { bssid: '02:00:00:00:00:0A', ssid: 'Bakery', band: '5GHz', channel: 36, signal: -50, trusted: false, own_ssid: false };
+
+    test('by signal, each with network, band and channel', async () => {
+      await open(`device?device=${accessPoint}`);
+      const shown = async (): Promise<string[]> => part().locator('tbody tr').evaluateAll((rows) => rows.map((row) => (row as HTMLElement).dataset['key'] ?? ''));
+      const told = async (): Promise<string[]> => {
+        const all = await listOf<Neighbour>(`/api/v1/neighbours?mac=${accessPoint}`, 'neighbours');
+        const signals = all.map(({ signal }) => signal ?? -1000);
+        expect(signals).toEqual([...signals].sort((a, b) => b - a));
+        return all.map(({ bssid }) => bssid);
+      };
+      const macs = await agree(shown, told);
+      expect(macs.length).toBeGreaterThan(2);
+      const row = part().locator(`tr[data-key="${macs[0]}"]`);
+      expect(await row.locator('[data-column=channel]').textContent()).toMatch(/^(2\.4|5) GHz, channel \d+$/);
+      expect(await row.locator('[data-column=signal]').textContent()).toMatch(/^-\d\d dBm$/);
+    });
+
+    test('with one’s own marked, and no alarm about those of others', async () => {
+      const names: [Partial<typeof one>, string][] = [
+        [{ ssid: 'Office', trusted: true, own_ssid: true }, 'own'],
+        [{ ssid: 'Office', own_ssid: true }, 'own name, not trusted'],
+        [{ trusted: true }, 'trusted'],
+        [{ ssid: '' }, 'another’s'],
+      ];
+      await answer({ neighbours: names.map(([members], i) => ({ ...one, ...members, bssid: `02:00:00:00:00:0${i}`, signal: -50 - i })) });
+      await open(`device?device=${accessPoint}`);
+      await expect.poll(() => part().locator('td[data-column=kind]').allTextContents()).toEqual(names.map(([, kind]) => kind));
+      expect(await part().locator('[data-column=ssid] bdi').allTextContents()).toEqual(['Office', 'Office', 'Bakery', 'hidden']);
+      expect(await part().locator('.bad, .badge, [data-severity]').count()).toBe(0);
+    });
+
+    test('and says so when there are none, when it is not known, and what of one is not', async () => {
+      await answer({ neighbours: [] });
+      await open(`device?device=${accessPoint}`);
+      await part().getByText('Its latest scan has no access point.').waitFor();
+      await page.unrouteAll();
+      await answer({ neighbours: null });
+      await page.reload();
+      await part().getByText('The device does not tell which access points it hears.').waitFor();
+      await page.unrouteAll();
+      await answer({ neighbours: [{ ...one, band: null, channel: null, signal: null }] });
+      await page.reload();
+      await expect.poll(() => part().locator('tbody td').allTextContents()).toEqual(['another’s', '–', '–']);
+    });
   });
 
   test('lists its notifications', async () => {

@@ -1,6 +1,7 @@
-// Receives and checks what the probe tells of this moment: who is here, ports, radios, notifications.
+// Receives and checks what the probe tells of this moment: who is here, ports, radios, neighbours, notifications.
 
 import type { Message as ClientsNow } from './generated/clients_now';
+import type { Message as NeighbourList } from './generated/neighbours';
 import type { Message as NotificationList } from './generated/notifications';
 import type { Message as PortList } from './generated/ports';
 import type { Message as RadioList } from './generated/radios';
@@ -10,6 +11,7 @@ export type Notification = NotificationList['notifications'][number];
 export type ClientNow = ClientsNow['clients'][number];
 export type Port = PortList['ports'][number];
 export type Radio = RadioList['radios'][number];
+export type Neighbour = NonNullable<NeighbourList['neighbours']>[number];
 
 const severities = ['alert', 'warning', 'info'] as const;
 
@@ -70,4 +72,22 @@ export function decodeRadios(value: unknown): Radio[] | null {
     if (!isRecord(one) || !isText(one['name']) || !isTextOrNull(one['band']) || !isNumberOrNull(one['channel']) || !Array.isArray(one['ssids'])) return [];
     return [{ ...one, ssids: one['ssids'].filter(isSsid) } as unknown as Radio];
   });
+}
+
+function isNeighbour(one: unknown): one is Neighbour {
+  return (
+    isRecord(one) &&
+    ['bssid', 'ssid'].every((member) => isText(one[member])) &&
+    isTextOrNull(one['band']) &&
+    ['channel', 'signal'].every((member) => isNumberOrNull(one[member])) &&
+    ['trusted', 'own_ssid'].every((member) => typeof one[member] === 'boolean')
+  );
+}
+
+/** `heard` is null for a device of which it is not known. */
+export function decodeNeighbours(value: unknown): { heard: Neighbour[] | null } | null {
+  if (!isRecord(value)) return null;
+  const list: unknown = value['neighbours'];
+  if (list === null) return { heard: null };
+  return Array.isArray(list) ? { heard: list.filter(isNeighbour) } : null;
 }

@@ -5,7 +5,7 @@ import { useMemo, useState } from 'preact/hooks';
 import { formatDuration, formatNumber, formatPercent, formatRate, nothing } from '../format/format';
 import { decodeHealth, decodeTraffic, type Device, type NetworkReport } from '../messages/decode';
 import { decodeNetworkReport, decodePeriods } from '../messages/decode_http';
-import { decodeClientsNow, decodeNotifications, decodePorts, decodeRadios, type Port } from '../messages/decode_now';
+import { decodeClientsNow, decodeNeighbours, decodeNotifications, decodePorts, decodeRadios, type Neighbour, type Port } from '../messages/decode_now';
 import { Blank, DevicePicker, Figure, LevelBadge, Loaded, Name, Notifications, Stale, Waiting } from '../parts/basics';
 import { airText, ClientTable, NotificationList } from '../parts/now';
 import { type Column, Table } from '../parts/table';
@@ -159,6 +159,37 @@ function ClientsHere({ mac }: { mac: string }) {
   );
 }
 
+/** A name that is one's own says little about an access point that nobody trusts. */
+function kindOf({ trusted, own_ssid }: Neighbour): string {
+  if (own_ssid) return trusted ? t.device.own : t.device.ownName;
+  return trusted ? t.device.trusted : t.device.other;
+}
+
+const neighbourColumns: Column<Neighbour>[] = [
+  { key: 'ssid', title: t.device.network, value: (row) => row.ssid, cell: (row) => <><Name text={row.ssid || t.device.hidden} isShort /><span class="sub mac">{row.bssid}</span></> },
+  { key: 'kind', title: t.device.kind, value: kindOf },
+  { key: 'channel', title: t.device.channel, value: (row) => row.channel, cell: (row) => <span class="together">{airText(row.band, row.channel) || nothing}</span> },
+  { key: 'signal', title: t.device.signal, isNumber: true, value: (row) => row.signal, cell: (row) => (row.signal === null ? nothing : `${formatNumber(row.signal)} dBm`) },
+];
+
+function NeighboursNow({ mac, presence }: { mac: string; presence: Presence }) {
+  const query = useMemo(() => ({ mac }), [mac]);
+  const neighbours = useAnswer('neighbours', query, decodeNeighbours, everyMs, true);
+  const [sorting, setSorting] = useState<Sorting>({ column: 'signal', direction: 'descending' });
+  return (
+    <section class="card" data-part="neighbours-now">
+      <h2>{presence.isOnline ? t.device.neighbours : t.device.neighboursBefore}</h2>
+      <Loaded load={neighbours}>
+        {({ heard }) => {
+          if (heard === null) return <Blank title={t.device.heardUnknown}>{t.device.heardUntold}</Blank>;
+          if (heard.length === 0) return <Blank title={t.device.noneHeard}>{t.device.noneHeardNow}</Blank>;
+          return <Table caption={t.device.neighbours} columns={neighbourColumns} rows={heard} keyOf={(row) => row.bssid} sorting={sorting} onSort={setSorting} />;
+        }}
+      </Loaded>
+    </section>
+  );
+}
+
 function NotificationsOf({ mac }: { mac: string }) {
   const query = useMemo(() => ({ mac }), [mac]);
   const notifications = useAnswer('notifications', query, decodeNotifications, everyMs, true);
@@ -182,7 +213,7 @@ const rogueColumns: Column<Rogue>[] = [
   { key: 'last_seen', title: t.device.lastHeard, value: (row) => row.last_seen },
 ];
 
-/** Those of the newest day's report: no message tells what is heard at this moment. */
+/** Those of the newest day's report. */
 function Neighbours({ mac }: { mac: string }) {
   const periods = useAnswer('reports/networks/periods', everything, decodePeriods);
   const day = periods.kind === 'ready' ? periods.value.daily[0] : undefined;
@@ -231,6 +262,7 @@ export function DevicePage({ route, change }: Navigation) {
                 <Ports mac={mac} presence={presence} />
                 {device.wireless && <Radios mac={mac} presence={presence} />}
                 {device.wireless && <ClientsHere mac={mac} />}
+                {device.wireless && <NeighboursNow mac={mac} presence={presence} />}
                 {device.wireless && <Neighbours mac={mac} />}
               </>
             ) : all.length === 0 ? <NoDevices /> : <NoSuchDevice mac={mac} />}

@@ -149,6 +149,10 @@ export const en = {
     traffic: 'Traffic', choose: 'Choose a device',
     states: { up: 'Up', down: 'Down', testing: 'Testing', unknown: 'Unknown', dormant: 'Dormant', notPresent: 'Not present', lowerLayerDown: 'Lower layer down' },
     clientUnit: (count: number) => (count === 1 ? 'client' : 'clients'),
+    neighbours: 'Access points heard now', neighboursBefore: 'Access points heard before it went offline',
+    kind: 'Whose', own: 'own', ownName: 'own name, not trusted', trusted: 'trusted', other: 'another’s', hidden: 'hidden', signal: 'Signal',
+    noneHeardNow: 'Its latest scan has no access point.', heardUnknown: 'Not known',
+    heardUntold: 'The device does not tell which access points it hears.',
     heardOn: (day: string) => `Rogue access points that it heard on ${day}`,
   },
   traffic: {
