@@ -119,6 +119,30 @@ for ((i = 0; i < 300; ++i)); do
   sleep 0.1
 done
 [[ $(of NRestarts) == 1 && $(of ActiveState) == active ]] || fail "it is not restarted after a crash"
+
+# An engine that makes no step for half of the interval. It makes one a minute, so it is stuck for an interval of less.
+[[ $(of WatchdogUSec) == 10min ]] || fail "the interval of its signs of life is $(of WatchdogUSec)"
+drop_in=/run/systemd/system/vexora-probe.service.d
+mkdir -p "$drop_in"
+echo -e '[Service]\nWatchdogSec=4s\nRestartSec=100ms' >"$drop_in/watchdog.conf"
+systemctl daemon-reload
+mark
+systemctl restart vexora-probe || fail "it does not start with a short interval"
+pid=$(of MainPID)
+has_line err 'the engine has been stuck for .* s: the service manager is to restart the probe' ||
+  fail "the log does not say that the engine is stuck"
+for ((i = 0; i < 300; ++i)); do
+  [[ $(of MainPID) == "$pid" || $(of MainPID) == 0 || $(of ActiveState) != active ]] || break
+  sleep 0.1
+done
+[[ $(of MainPID) != "$pid" && $(of ActiveState) == active ]] || fail "a stuck engine is not restarted"
+journalctl --sync
+journalctl --no-pager --output=cat _PID=1 --since="@$since" >/run/lines
+grep -q "^vexora-probe.service: Watchdog timeout" /run/lines && grep -q "Failed with result 'watchdog'" /run/lines ||
+  fail "it was not for the watchdog that it was restarted"
+rm -r "$drop_in"
+systemctl daemon-reload
+systemctl restart vexora-probe || fail "it does not start after that"
 systemctl stop vexora-probe
 [[ $(of Result) == success && $(of ExecMainStatus) == 0 ]] || fail "it stops with $(of ExecMainStatus)"
 echo passed >/run/result
