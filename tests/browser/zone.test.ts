@@ -2,9 +2,9 @@
 
 import { execFileSync } from 'node:child_process';
 import { readFileSync } from 'node:fs';
-import type { Browser } from 'playwright-core';
+import type { Browser, Page } from 'playwright-core';
 import { afterAll, beforeAll, describe, expect, test } from 'vitest';
-import { closeContext, openBrowser, openPage } from './browser';
+import { chartOf, closeContext, openBrowser, openPage } from './browser';
 import { ProbeProcess, simulated } from './probe';
 
 const pages = ['overview', 'traffic', 'clients', 'clients-now', 'top', 'client-report', 'guest-report', 'network-report'];
@@ -190,6 +190,56 @@ test('an interface tells the speed of its link and its use, and can be compared 
   expect(page.url()).toContain('compare=before');
   expect(complaints).toEqual([]);
   await closeContext(context);
+});
+
+describe('the charts of clients', () => {
+  const chart = (title: string): string => `section.card:has(h2:text-is("${title}"))`;
+  const names = (page: Page, title: string): Promise<string[]> => page.locator(`${chart(title)} .readout bdi`).allTextContents();
+
+  test('take a typed range and are compared with the period before', async () => {
+    const { page, context, complaints } = await openPage(browser, probe.url);
+    await page.goto(`${probe.url}/#/clients?view=1m`);
+    await expect.poll(() => page.locator(`${chart('By device')} .chart canvas`).count()).toBe(1);
+    const form = page.getByRole('form', { name: 'Range of Clients by network' });
+    const to = await form.locator('input[name=to]').inputValue();
+    await form.locator('input[name=to]').fill(to);
+    await form.locator('input[name=from]').fill(new Date(Date.parse(`${to}Z`) - 300_000).toISOString().slice(0, 16));
+    await form.getByRole('button', { name: 'Show', exact: true }).click();
+    await expect.poll(() => page.url()).toMatch(/from=\d+&to=\d+/);
+    const values = new URLSearchParams(page.url().split('?')[1]);
+    expect(Number(values.get('to')) - Number(values.get('from'))).toBe(300);
+    const [networks, devices] = [await names(page, 'By network'), await names(page, 'By device')];
+    expect(devices.length).toBeGreaterThan(4);
+    await page.locator(chart('By network')).getByLabel('Compare with the period before').check();
+    expect(page.url()).toContain('compare=before');
+    await expect.poll(() => names(page, 'By network')).toEqual([...networks, ...networks.map((name) => `${name}, before`)]);
+    await expect.poll(() => names(page, 'By device')).toEqual([...devices, 'All, before']); // of so many only their sum
+    for (const [title, lines] of [['By network', networks], ['By device', devices]] as const) {
+      await page.locator(`${chart(title)} details summary`).click();
+      await page.locator(`${chart(title)} details tbody tr`).first().waitFor();
+      const rows = await chartOf(page, chart(title));
+      expect(rows.length).toBeGreaterThan(6);
+      const after = rows.slice(5).map((row) => row[lines.length + 1]);
+      expect(after).toEqual(rows.slice(0, -5).map((row) => row[1])); // the sum, five minutes later
+    }
+    await page.reload();
+    await expect.poll(() => names(page, 'By device')).toEqual([...devices, 'All, before']);
+    expect(complaints).toEqual([]);
+    await closeContext(context);
+  });
+
+  test('go over to the view that reaches back so far', async () => {
+    const { page, context, complaints } = await openPage(browser, probe.url);
+    await page.goto(`${probe.url}/#/clients?view=1m`);
+    const form = page.getByRole('form', { name: 'Range of Clients by device' });
+    const to = await form.locator('input[name=to]').inputValue();
+    await form.locator('input[name=to]').fill(to);
+    await form.locator('input[name=from]').fill(new Date(Date.parse(`${to}Z`) - 5_400_000).toISOString().slice(0, 16));
+    await form.getByRole('button', { name: 'Show', exact: true }).click();
+    await expect.poll(() => page.url()).toContain('view=5m');
+    expect(complaints).toEqual([]);
+    await closeContext(context);
+  });
 });
 
 test('the page of a device without a device says what to do', async () => {

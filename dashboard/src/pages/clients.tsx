@@ -1,38 +1,46 @@
 // Numbers of wireless clients over time, by network and by device, and now.
 
 import { useMemo, useState } from 'preact/hooks';
-import { align, drawn, type Range, type View, viewNames, viewTitles } from '../charts/series';
+import { coarserView } from '../charts/range';
+import { align, drawn, type View, viewNames, viewTitles } from '../charts/series';
 import { formatNumber } from '../format/format';
 import { type CountSeries, decodeDeviceCounts, decodeSsidCounts, type DeviceCounts, type SsidCounts } from '../messages/decode';
 import { Blank, Choice, Loaded, Name, Stale } from '../parts/basics';
-import { Chart, dashes } from '../parts/chart';
+import { dashes } from '../parts/chart';
 import { type Line, LineKey } from '../parts/chart_texts';
+import { ComparedChart, isCompared } from '../parts/compared_chart';
 import { type Column, Table } from '../parts/table';
-import { mapped, type Navigation, useDevices, useLive, usePassTime, usePresences } from '../state/hooks';
+import { type Load, mapped, type Navigation, useDevices, useLive, usePassTime, usePresences } from '../state/hooks';
 import { deviceCountsOf, offlineText, type Presences, ssidCountsOf } from '../state/presence';
 import { formatRoute, oneOf } from '../state/route';
 import { search, type Sorting } from '../state/sorting';
-import { zoomOf, zoomText } from '../state/zoom';
+import { zoomText } from '../state/zoom';
 import { texts as t } from '../texts';
 
 const mostLines = 10;
 const colourCount = 8;
 /** With more, only those that are drawn and those that are looked for are offered. */
 const mostOffered = 24;
+/** With more lines, only their sum is compared with the period before. */
+const mostCompared = 3;
 const allLine: Line = { name: t.clients.all, colour: 'text-soft', dash: [1, 3] };
 
-interface CountsProps {
+interface CountsProps extends Counts {
   title: string;
-  series: Map<string, CountSeries>;
-  all: CountSeries;
   nameOf: (id: string) => string;
   view: View;
   /** What the user has chosen to see; null: nothing was chosen. */
   chosen: string[] | null;
   /** Null: the largest. */
   onShow: (ids: string[] | null) => void;
-  zoom: Range | null;
-  onZoom: (range: Range | null) => void;
+  /** The same in the view that reaches further back. */
+  further: { counts: Counts; view: View } | null;
+  navigation: Navigation;
+}
+
+interface Counts {
+  series: Map<string, CountSeries>;
+  all: CountSeries;
 }
 
 /** The same name keeps the same colour as long as the same names are there. */
@@ -40,19 +48,34 @@ function lineOf(id: string, position: number, nameOf: (id: string) => string): L
   return { name: nameOf(id), colour: `series-${(position % colourCount) + 1}`, dash: dashes[position % dashes.length] };
 }
 
-function CountsChart({ title, series, all, nameOf, view, chosen, onShow, zoom, onZoom }: CountsProps) {
+function CountsChart({ title, series, all, nameOf, view, chosen, onShow, further, navigation }: CountsProps) {
   const ids = useMemo(() => [...series.keys()].sort((a, b) => nameOf(a).localeCompare(nameOf(b), t.locale, { numeric: true })), [series, nameOf]);
   const shown = drawn(series, chosen, mostLines);
   const inOrder = ids.filter((id) => shown.includes(id));
   const lines = [allLine, ...inOrder.map((id) => lineOf(id, ids.indexOf(id), nameOf))];
   const data = useMemo(() => align([all, ...inOrder.map((id) => series.get(id) ?? [])], view), [series, all, inOrder.join('\n'), view]);
+  const dataBefore = useMemo(
+    () => further && { data: align([further.counts.all, ...inOrder.map((id) => further.counts.series.get(id) ?? [])], further.view), view: further.view },
+    [further, inOrder.join('\n')],
+  );
   const [wanted, setWanted] = useState('');
   if (data.times.length === 0) return <Blank title={t.clients.nothing}>{t.clients.nothingWhy}</Blank>;
   const offered = ids.length <= mostOffered ? ids : wanted ? search(ids, wanted, (id) => [nameOf(id), id]).slice(0, mostOffered) : inOrder;
   const toggle = (id: string): void => onShow(shown.includes(id) ? shown.filter((one) => one !== id) : [...shown, id]);
   return (
     <>
-      <Chart title={title} lines={lines} data={data} view={view} axis={(values) => values.map((value) => formatNumber(value))} value={(value) => formatNumber(value)} isCount zoom={zoom} onZoom={onZoom} />
+      <ComparedChart
+        title={title}
+        lines={lines}
+        data={data}
+        view={view}
+        axis={(values) => values.map((value) => formatNumber(value))}
+        value={(value) => formatNumber(value)}
+        isCount
+        further={dataBefore}
+        compared={inOrder.length > mostCompared ? 1 : lines.length}
+        navigation={navigation}
+      />
       <fieldset class="lines">
         <legend class="hidden">{t.clients.linesOf(title)}</legend>
         <div class="controls legend-tools">
@@ -132,22 +155,37 @@ function idsIn(text: string | undefined): string[] | null {
 const asText = (ids: string[]): string => ids.join(mark) || mark;
 const itself = (ssid: string): string => ssid;
 
-export function Clients({ route, change }: Navigation) {
-  const view = oneOf<View>(route.values['view'], viewNames);
-  const devices = useDevices();
-  const bySsid = useLive('SSIDClientCountMonitor', { interval: view }, { interval: view }, decodeSsidCounts);
-  const byDevice = useLive('DevicesClientCountMonitor', { interval: view }, { interval: view }, decodeDeviceCounts);
-  const presences = usePresences(devices);
-  const now = usePassTime();
+/** What a view tells, without those who are at devices that are offline; without a view, nothing is asked for. */
+function useCounts(view: View | null, presences: Presences): { ssidCounts: Load<SsidCounts>; deviceCounts: Load<DeviceCounts> } {
+  const filter = view && { interval: view };
+  const bySsid = useLive('SSIDClientCountMonitor', filter, filter ?? {}, decodeSsidCounts);
+  const byDevice = useLive('DevicesClientCountMonitor', filter, filter ?? {}, decodeDeviceCounts);
   const deviceCounts = useMemo(() => mapped(byDevice, (counts) => deviceCountsOf(counts, presences)), [byDevice, presences]);
   const ssidCounts = useMemo(
     () => mapped(bySsid, (counts) => (byDevice.kind === 'ready' ? ssidCountsOf(counts, byDevice.value, presences) : counts)),
     [bySsid, byDevice, presences],
   );
+  return { ssidCounts, deviceCounts };
+}
+
+function useFurther(view: View | null, load: Load<Counts>): CountsProps['further'] {
+  return useMemo(() => (view && load.kind === 'ready' ? { counts: load.value, view } : null), [view, load]);
+}
+
+export function Clients(navigation: Navigation) {
+  const { route, change } = navigation;
+  const view = oneOf<View>(route.values['view'], viewNames);
+  const devices = useDevices();
+  const presences = usePresences(devices);
+  const now = usePassTime();
+  const { ssidCounts, deviceCounts } = useCounts(view, presences);
+  const coarser = isCompared(route) ? coarserView(view) : null;
+  const coarse = useCounts(coarser, presences);
+  const ssidsFurther = useFurther(coarser, coarse.ssidCounts);
+  const devicesFurther = useFurther(coarser, coarse.deviceCounts);
   const offline = devices.kind === 'ready' ? devices.value.filter((one) => one.wireless && !one.online).length : 0;
   const names = useMemo(() => new Map(devices.kind === 'ready' ? devices.value.map((one) => [one.mac, one.hostname]) : []), [devices]);
   const nameOf = useMemo(() => (mac: string) => names.get(mac) || mac, [names]);
-  const zoom = { zoom: zoomOf(route), onZoom: (range: Range | null) => change(zoomText(range), true) };
   return (
     <>
       <div class="title">
@@ -160,13 +198,13 @@ export function Clients({ route, change }: Navigation) {
         <section class="card">
           <h2>{t.clients.byNetwork}</h2>
           <Loaded load={ssidCounts}>
-            {(counts) => <CountsChart title={t.clients.chartByNetwork} {...counts} nameOf={itself} view={view} chosen={idsIn(route.values['networks'])} onShow={(ids) => change({ networks: ids ? asText(ids) : '' })} {...zoom} />}
+            {(counts) => <CountsChart title={t.clients.chartByNetwork} {...counts} nameOf={itself} view={view} chosen={idsIn(route.values['networks'])} onShow={(ids) => change({ networks: ids ? asText(ids) : '' })} further={ssidsFurther} navigation={navigation} />}
           </Loaded>
         </section>
         <section class="card">
           <h2>{t.clients.byDevice}</h2>
           <Loaded load={deviceCounts}>
-            {(counts) => <CountsChart title={t.clients.chartByDevice} {...counts} nameOf={nameOf} view={view} chosen={idsIn(route.values['devices'])} onShow={(ids) => change({ devices: ids ? asText(ids) : '' })} {...zoom} />}
+            {(counts) => <CountsChart title={t.clients.chartByDevice} {...counts} nameOf={nameOf} view={view} chosen={idsIn(route.values['devices'])} onShow={(ids) => change({ devices: ids ? asText(ids) : '' })} further={devicesFurther} navigation={navigation} />}
           </Loaded>
         </section>
         {ssidCounts.kind === 'ready' && <Current title={t.clients.networksNow} columns={ssidColumns} rows={currentBySsid(ssidCounts.value)} />}

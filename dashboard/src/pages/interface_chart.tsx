@@ -1,18 +1,17 @@
 // One interface at large: its traffic, its link, and the period before.
 
 import { useMemo } from 'preact/hooks';
-import { coarserView, comparedLength, periodBefore, type Source, viewReaching } from '../charts/range';
-import { type ChartData, figuresOf, inSight, largest, type Range, trafficData, type View, views } from '../charts/series';
+import { coarserView, type Source } from '../charts/range';
+import { type ChartData, figuresOf, largest, trafficData, type View, views } from '../charts/series';
 import { formatDuration, formatRate, inUnit, rateUnit } from '../format/format';
 import { decodeTraffic } from '../messages/decode';
 import { decodePorts } from '../messages/decode_now';
 import { Name } from '../parts/basics';
-import { Chart } from '../parts/chart';
+import { ComparedChart, isCompared } from '../parts/compared_chart';
 import type { Line } from '../parts/chart_texts';
 import { type Navigation, useAnswer, useLive } from '../state/hooks';
 import { linkText, linkTop } from '../state/link';
 import { measuredOnly, type Presence } from '../state/presence';
-import { zoomOf, zoomText } from '../state/zoom';
 import { texts as t } from '../texts';
 
 export interface Row {
@@ -30,10 +29,6 @@ const lines: Line[] = [
   { name: t.traffic.in, colour: 'input', fill: 'input-fill' },
   { name: t.traffic.out, colour: 'output', fill: 'output-fill', dash: [7, 4] },
 ];
-const linesBefore: Line[] = [
-  { name: t.traffic.inBefore, colour: 'input-pale' },
-  { name: t.traffic.outBefore, colour: 'output-pale', dash: [7, 4] },
-];
 const everyMs = 30_000;
 const bits = 8;
 
@@ -50,11 +45,12 @@ function useLink(mac: string, name: string): number | null {
   return port?.speed ? port.speed / bits : null;
 }
 
-/** The same interface in the view that reaches further back. */
-function useCoarser(mac: string, name: string, view: View, presence: Presence): Source | null {
-  const traffic = useLive('TrafficMonitor', { interval: view, mac }, { interval: view, mac }, decodeTraffic);
+/** The same interface in the view that reaches further back; without a view, nothing is asked for. */
+function useCoarser(mac: string, name: string, view: View | null, presence: Presence): Source | null {
+  const filter = view && { interval: view, mac };
+  const traffic = useLive('TrafficMonitor', filter, filter ?? {}, decodeTraffic);
   const one = traffic.kind === 'ready' ? traffic.value.get(mac)?.interfaces.get(name) : undefined;
-  return useMemo(() => (one ? { data: measuredOnly(trafficData(one, view), presence), view } : null), [one, view, presence]);
+  return useMemo(() => (one && view ? { data: measuredOnly(trafficData(one, view), presence), view } : null), [one, view, presence]);
 }
 
 interface Props {
@@ -65,25 +61,10 @@ interface Props {
   navigation: Navigation;
 }
 
-function wholeOf({ times }: ChartData): Range {
-  return [times[0] ?? 0, times.at(-1) ?? 0];
-}
-
 export function InterfaceChart({ mac, row, view, presence, navigation }: Props) {
   const { name, data } = row;
-  const { route, change } = navigation;
-  const isCompared = route.values['compare'] === 'before';
   const link = useLink(mac, name);
-  const further = useCoarser(mac, name, coarserView(view) ?? view, presence);
-  const zoom = zoomOf(route);
-  const whole = wholeOf(data);
-  const length = comparedLength(inSight(zoom, whole), view);
-  const shown: ChartData = useMemo(() => {
-    if (!isCompared) return data;
-    const sources = [{ data, view }, ...(further && further.view !== view ? [further] : [])];
-    return { times: data.times, columns: [...data.columns, ...periodBefore(data, length, sources)] };
-  }, [isCompared, data, further, length, view]);
-  const isKnownBefore = shown.columns.slice(2).flat().some((value) => value !== null);
+  const further = useCoarser(mac, name, isCompared(navigation.route) ? coarserView(view) : null, presence);
   const figures = data.columns.map(figuresOf);
   const known = (data.columns[0] ?? []).filter((value) => value !== null).length;
   const used = linkText(link, figures.map((one) => one.peak));
@@ -96,23 +77,18 @@ export function InterfaceChart({ mac, row, view, presence, navigation }: Props) 
           {used && <span class="sub" data-link={link}>{used}</span>}
         </span>
       </div>
-      <Chart
+      <ComparedChart
         title={t.traffic.of(name)}
-        lines={isCompared ? [...lines, ...linesBefore] : lines}
-        data={shown}
+        lines={lines}
+        data={data}
         view={view}
         axis={axis}
         value={formatRate}
         limit={linkTop(link, largest(data.columns))}
         presence={presence}
-        zoom={zoom}
-        onZoom={(range) => change(zoomText(range), true)}
-        onRange={(range) => change({ ...zoomText(range), view: viewReaching(range[0], whole[1], view) })}
+        further={further}
+        navigation={navigation}
       />
-      <label class="compare">
-        <input type="checkbox" checked={isCompared} onChange={(event) => change({ compare: event.currentTarget.checked ? 'before' : '' })} /> {t.traffic.compare}
-      </label>
-      {isCompared && <p class="note" data-compared={isKnownBefore}>{isKnownBefore ? t.traffic.compared(formatDuration(length)) : t.traffic.notCompared}</p>}
     </section>
   );
 }

@@ -56,6 +56,9 @@ export function LineKey({ line }: { line: Line }) {
 const meanOf: Record<View, string> = t.chart.meanOf;
 const countOf: Record<View, string> = t.chart.countOf;
 
+/** Ten lines, their sum, and that of the period before. */
+const mostTold = 12;
+
 /** The values under the cursor; without one, the newest. */
 export function Readout({ lines, data, value, view, isCount, index, isLatest, isSpoken }: ChartProps & { index: number; isLatest: boolean; isSpoken: boolean }) {
   const time = data.times[index];
@@ -63,7 +66,7 @@ export function Readout({ lines, data, value, view, isCount, index, isLatest, is
   return (
     <div class="readout" {...(isSpoken && { role: 'status' })}>
       <span>{isLatest ? t.chart.latest : t.chart.at} {formatMinute(time / 60, true)}, {isCount ? countOf[view] : meanOf[view]}</span>
-      {lines.slice(0, 11).map((line, i) => (
+      {lines.slice(0, mostTold).map((line, i) => (
         <span key={line.name} class="key">
           <LineKey line={line} />
           <bdi class="name short">{line.name}</bdi>

@@ -64,11 +64,11 @@ export function mapped<Value, Other>(load: Load<Value>, to: (value: Value) => Ot
 
 /**
  * The newest message of a topic: at once the one that the probe has kept, then each new one. `decode` must be a function
- * of its own, outside the component.
+ * of its own, outside the component. Without a filter nothing is asked for.
  */
 export function useLive<Value>(
   topic: string,
-  filter: Filter,
+  filter: Filter | null,
   kept: Record<string, string>,
   decode: (data: Json) => Value | null,
 ): Load<Value> {
@@ -76,6 +76,7 @@ export function useLive<Value>(
   const [held, setHeld] = useState<{ key: string; load: Load<Value> }>({ key, load: loading });
   const isOpen = useProbe((state) => state.link.kind === 'open');
   useEffect(() => {
+    if (!filter) return undefined;
     const take = (data: Json): void => {
       const value = decode(data);
       if (value !== null) setHeld({ key, load: { kind: 'ready', value } });
@@ -83,6 +84,7 @@ export function useLive<Value>(
     return probe.subscribe(topic, filter, take);
   }, [key]);
   useEffect(() => {
+    if (!filter) return undefined;
     let isWanted = true;
     const fill = async (): Promise<void> => {
       const answer = await probe.ask(`live/${topic}`, kept, envelopeOf);
