@@ -118,6 +118,12 @@ is_healthy || fail "the probe is not healthy: $(cat "$folder/answer" "$folder/lo
 grep -q '"status"' "$folder/answer" || fail "the health check looks at something else: $(cat "$folder/answer")"
 [[ -d $root$state/journal ]] || fail "nothing is kept in $state"
 [[ $(stat --format=%u "$root/proc/$probe") == "$user" ]] || fail "the probe runs as another user"
+kill -STOP "$probe"
+status=0
+timeout 10 chroot "$root" "${as_user[@]}" "${health[@]}" >"$folder/answer" 2>&1 || status=$?
+kill -CONT "$probe"
+((status != 0)) || fail "the probe stands still, and the health check is content"
+((status < 124)) || fail "the health check waits for a probe that stands still" # 124: timeout has ended it
 kill -TERM "$probe"
 wait "$probe" || fail "the probe ends with $?: $(cat "$folder/log")"
 ! is_healthy || fail "the probe has ended, and the health check is content"
