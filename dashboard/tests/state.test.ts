@@ -168,7 +168,7 @@ describe('health', () => {
     setZone({ name: '', offset: 0 });
     const held = { level: 4, since: 3600, isFirst: false };
     expect(limitText('cpu', 4, held, 7200)).toBe('80 % or more since 01:00');
-    expect(limitText('cpu', 4, { ...held, isFirst: true }, 7200)).toBe('80 % or more since 01:00 or before');
+    expect(limitText('cpu', 4, { ...held, isFirst: true }, 7200)).toBe('80 % or more already at 01:00');
     expect(limitText('uptime', 4, held, 7200)).toBe('started in the last 5 min');
     expect(limitText('clients', 4, undefined, 7200)).toBe('more than 48');
     expect(limitText('cpu', 2, held, 7200)).toBe('');
@@ -182,13 +182,22 @@ describe('health', () => {
     const health = [well('good', { actual_cpu: { value: 99, level: 4 } }), well('off', { notification: alert }), well('alert', { notification: alert }), well('bad', { level: 4 })];
     const rows = deviceRows([known('good'), away, known('alert'), known('bad')], health, [], levelsAfter(new Map(), health, 7200));
     expect(concernsOf(rows, 7300).map(({ row, reasons }) => [row.mac, ...reasons])).toEqual([
-      ['bad', 'judged bad since 02:00 or before'],
+      ['bad', 'judged bad already at 02:00 (when this page first looked)'],
       ['off', 'offline since 01:00'],
-      ['alert', '2 open alerts since 02:00 or before'],
+      ['alert', '2 open alerts already at 02:00 (when this page first looked)'],
     ]);
     const told = { mac: 'alert', hostname: '', severity: 'alert' as const, text: 'a disk is full', until: null };
     const since = new Map([['alert', [{ ...told, since: 6600 }, { ...told, since: 5400 }]]]);
     expect(concernsOf(rows, 7300, since).at(-1)?.reasons).toEqual(['2 open alerts since 01:30']);
+    setZone(null);
+  });
+
+  test('tells what the probe knows to have begun from what this page found when it was opened', () => {
+    setZone({ name: '', offset: 0 });
+    const health = [well('bad', { level: 4, notification: { ...notification, alert: 1 } })];
+    const rows = deviceRows([known('bad')], health, [], levelsAfter(new Map(), health, 7200));
+    const told = new Map([['bad', [{ mac: 'bad', hostname: '', severity: 'alert' as const, text: 'a disk is full', since: 3600, until: null }]]]);
+    expect(concernsOf(rows, 7300, told)[0]?.reasons.join(', ')).toBe('judged bad already at 02:00 (when this page first looked), an open alert since 01:00');
     setZone(null);
   });
 

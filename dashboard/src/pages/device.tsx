@@ -9,7 +9,7 @@ import { decodeClientsNow, decodeNeighbours, decodeNotifications, decodePorts, d
 import { Blank, DevicePicker, Figure, LevelBadge, Loaded, Name, Notifications, Stale, Waiting } from '../parts/basics';
 import { airText, ClientTable, NotificationList } from '../parts/now';
 import { type Column, Table } from '../parts/table';
-import { type DeviceRow, deviceRows, limitText, sinceText } from '../state/health';
+import { type DeviceRow, deviceRows, limitText, seenText } from '../state/health';
 import { type Navigation, useAnswer, useDeviceList, useLive, usePassTime, usePresences, useProbe } from '../state/hooks';
 import { inOrder } from '../state/notifications';
 import { offlineText, type Presence, presenceOf } from '../state/presence';
@@ -32,7 +32,7 @@ function reasonOf(row: DeviceRow, now: number): string {
   if (row.level === 'offline') return row.trouble || offlineText(row.presence, now);
   if (!row.health) return t.device.untold;
   if (row.health.level === undefined) return t.device.noDriver;
-  return [t.device.judged, row.level === 'good' ? '' : sinceText(row.levels.own, now)].filter(Boolean).join(' ');
+  return [t.device.judged, row.level === 'good' ? '' : seenText(row.levels.own, now)].filter(Boolean).join(' ');
 }
 
 function Facts({ row, device, presence }: { row: DeviceRow; device: Device; presence: Presence }) {

@@ -116,15 +116,20 @@ export function deviceRows(devices: Device[], health: HealthDevice[], polls: Pol
   return rows.sort(compareRows);
 }
 
-/** "since 11:04"; "since 11:04 or before" where it was so when the page was opened. */
+/** "since 11:04"; "already at 11:04" where it was so when the page was opened. */
 export function sinceText(held: Held | undefined, now: number): string {
-  return held ? t.health.since(formatSince(held.since, now), held.isFirst) : '';
+  return held ? (held.isFirst ? t.health.already : t.health.since)(formatSince(held.since, now)) : '';
+}
+
+/** The same beside times that the probe tells, which may lie before the page was opened: so it says whose this one is. */
+export function seenText(held: Held | undefined, now: number): string {
+  return held?.isFirst ? t.health.alreadySeen(formatSince(held.since, now)) : sinceText(held, now);
 }
 
 /** Since when a device has open alerts: the oldest of those that are told, or as long as the page has seen some. */
 function alertsSince(row: DeviceRow, told: Notification[], now: number): string {
-  if (told.length === 0) return sinceText(row.levels.alerts, now);
-  return t.health.since(formatSince(Math.min(...told.map((one) => one.since)), now), false);
+  if (told.length === 0) return seenText(row.levels.alerts, now);
+  return t.health.since(formatSince(Math.min(...told.map((one) => one.since)), now));
 }
 
 export interface Concern {
@@ -140,7 +145,7 @@ export function concernsOf(rows: DeviceRow[], now: number, told = new Map<string
       const reasons: string[] = [];
       const alerts = row.health?.notification.alert ?? 0;
       if (row.level === 'offline') reasons.push(offlineText(row.presence, now));
-      if (row.level === 'bad') reasons.push([t.health.judgedBad, sinceText(row.levels.own, now)].filter(Boolean).join(' '));
+      if (row.level === 'bad') reasons.push([t.health.judgedBad, seenText(row.levels.own, now)].filter(Boolean).join(' '));
       // What it had open when it went offline may be over.
       if (alerts > 0 && row.level !== 'offline') reasons.push([t.health.openAlerts(alerts), alertsSince(row, told.get(row.mac) ?? [], now)].filter(Boolean).join(' '));
       return { row, reasons };

@@ -29,7 +29,7 @@ export function offlineText({ measured }: Presence, now: number): string {
 }
 
 /** "since 11:04"; empty where that is not told. */
-export const sinceMeasured = ({ measured }: Presence, now: number): string => (measured === null ? '' : t.health.since(formatSince(measured, now), false));
+export const sinceMeasured = ({ measured }: Presence, now: number): string => (measured === null ? '' : t.health.since(formatSince(measured, now)));
 
 const minuteOf = (seconds: number): number => Math.floor(seconds / 60);
 

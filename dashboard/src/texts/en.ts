@@ -9,7 +9,10 @@ export const en = {
   health: {
     cpuBad: '80 % or more', cpuFair: 'above 20 %', uptimeBad: 'started in the last 5 min', uptimeFair: 'started in the last 30 min',
     clientsBad: 'more than 48', judgedBad: 'judged bad',
-    since: (moment: string, isFirst: boolean) => `since ${moment}${isFirst ? ' or before' : ''}`,
+    since: (moment: string) => `since ${moment}`,
+    /** It was so when it was first looked at, and nobody tells since when. */
+    already: (moment: string) => `already at ${moment}`,
+    alreadySeen: (moment: string) => `already at ${moment} (when this page first looked)`,
     openAlerts: (count: number) => (count === 1 ? 'an open alert' : `${count} open alerts`),
     offline: 'offline',
     offlineSince: (moment: string) => `offline since ${moment}`,
