@@ -7,6 +7,9 @@
 #include <limits>
 #include <memory>
 #include <sstream>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "probe/app/device_commands.h"
 #include "probe/app/profile_commands.h"
@@ -237,6 +240,19 @@ void DescribeToken(CLI::App& app, CommandLine& result) {
   });
 }
 
+/// Complains about options that stand before a subcommand, to which they mean nothing. Of all options it may use the
+/// configuration file only. Empty when there are none.
+std::string ComplaintBeforeSubcommand(const CLI::App& app) {
+  const std::vector<CLI::App*> subcommands = app.get_subcommands();
+  if (subcommands.empty()) return {};
+  for (const CLI::Option* option : app.get_options()) {
+    if (option->count() == 0 || option->get_name() == "--config") continue;
+    return option->get_name() + " means nothing before the subcommand " + subcommands.front()->get_name() +
+           "\nRun with --help for more information.\n";
+  }
+  return {};
+}
+
 }  // namespace
 
 std::variant<CommandLine, CommandLineExit> ParseCommandLine(int count, const char* const* arguments) {
@@ -250,6 +266,9 @@ std::variant<CommandLine, CommandLineExit> ParseCommandLine(int count, const cha
   DescribeToken(app, result);
   try {
     app.parse(count, arguments);
+    if (std::string complaint = ComplaintBeforeSubcommand(app); !complaint.empty()) {
+      return CommandLineExit{kUnusable, std::move(complaint)};
+    }
     return result;
   } catch (const CLI::ParseError& error) {
     std::ostringstream asked_for;

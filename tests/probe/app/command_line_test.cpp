@@ -71,6 +71,23 @@ TEST(CommandLine, RefusesWhatHasNoMeaningForOneReading) {
   EXPECT_TRUE(Usable({"--once", "--simulated", "--devices", "20", "--log", "error", "--config", "/a.toml"}).is_once);
 }
 
+TEST(CommandLine, RefusesWhatHasNoMeaningBeforeASubcommand) {
+  const std::vector<std::vector<std::string>> options = {
+      {"--once"}, {"--check"}, {"--simulated"}, {"--port", "0"}, {"--log", "debug"}};
+  const std::vector<std::vector<std::string>> subcommands = {
+      {"doctor", "192.0.2.1"}, {"journal", "info", "/a"}, {"profiles", "list"}, {"token"}};
+  for (const std::vector<std::string>& option : options) {
+    for (const std::vector<std::string>& subcommand : subcommands) {
+      std::vector<std::string> words = option;
+      words.insert(words.end(), subcommand.begin(), subcommand.end());
+      const CommandLineExit answer = Answered(words);
+      EXPECT_EQ(answer.exit_code, kUnusable) << option[0] << " " << subcommand[0];
+      EXPECT_THAT(answer.text, StartsWith(option[0] + " means nothing before the subcommand " + subcommand[0] + "\n"));
+    }
+  }
+  EXPECT_TRUE(Usable({"--config", "/a.toml", "doctor", "192.0.2.1"}).subcommand) << "which looks its device up there";
+}
+
 TEST(CommandLine, HasCommandsForProfiles) {
   EXPECT_TRUE(Usable({"profiles", "list"}).subcommand);
   EXPECT_TRUE(Usable({"profiles", "check", "/a.toml", "--walk", "/b.snmprec"}).subcommand);
