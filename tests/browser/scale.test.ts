@@ -73,9 +73,10 @@ test.each(['overview', 'traffic'])('%s', async (hash) => {
   const ofAPass = ((await busy()) - begin) / (minute - first);
   clearInterval(timer);
   if (process.env['VEXORA_FIGURES']) console.warn(hash, { ofTheStart, ofAPass }); // eslint-disable-line no-console
-  // Processor time of the page's main thread, which a busy machine hardly stretches: more than eight tenths are left for the hand.
+  // Processor time of the page's main thread, which a busy machine hardly stretches: nine tenths of a second are left for
+  // the hand. What brings the messages in the probe's place is in it.
   expect(ofAPass).toBeGreaterThan(0);
-  expect(ofAPass).toBeLessThan(0.15);
+  expect(ofAPass).toBeLessThan(0.1);
   expect(complaints).toEqual([]);
   await closeContext(context);
 });

@@ -13,7 +13,7 @@ import { type Column, Table } from '../parts/table';
 import { type Load, mapped, type Navigation, useDevices, useLive, usePassTime, usePresences } from '../state/hooks';
 import { deviceCountsOf, offlineText, type Presences, ssidCountsOf } from '../state/presence';
 import { formatRoute, oneOf } from '../state/route';
-import { search, type Sorting } from '../state/sorting';
+import { compareNames, search, type Sorting } from '../state/sorting';
 import { zoomText } from '../state/zoom';
 import { texts as t } from '../texts';
 
@@ -49,7 +49,7 @@ function lineOf(id: string, position: number, nameOf: (id: string) => string): L
 }
 
 function CountsChart({ title, series, all, nameOf, view, chosen, onShow, further, navigation }: CountsProps) {
-  const ids = useMemo(() => [...series.keys()].sort((a, b) => nameOf(a).localeCompare(nameOf(b), t.locale, { numeric: true })), [series, nameOf]);
+  const ids = useMemo(() => [...series.keys()].sort((a, b) => compareNames(nameOf(a), nameOf(b))), [series, nameOf]);
   const shown = drawn(series, chosen, mostLines);
   const inOrder = ids.filter((id) => shown.includes(id));
   const lines = [allLine, ...inOrder.map((id) => lineOf(id, ids.indexOf(id), nameOf))];

@@ -6,6 +6,7 @@ import type { Poll } from '../messages/generated/http';
 import { formatSince } from '../format/format';
 import type { DeviceLevels, FigureName, Held } from './levels';
 import { offlineText, type Presence, presenceOf } from './presence';
+import { compareNames } from './sorting';
 import { texts as t } from '../texts';
 
 export type Level = 'bad' | 'offline' | 'fair' | 'unknown' | 'good';
@@ -172,6 +173,6 @@ function compareRows(left: DeviceRow, right: DeviceRow): number {
     notes(right, 'alert') - notes(left, 'alert') ||
     notes(right, 'warning') - notes(left, 'warning') ||
     badFigures(right) - badFigures(left) ||
-    left.name.localeCompare(right.name, t.locale, { numeric: true })
+    compareNames(left.name, right.name)
   );
 }
