@@ -183,14 +183,17 @@ void WarmStart::ReadSegment(const Segment& segment) {
   }
 }
 
+bool WarmStart::IsFull() const {
+  return steps_.size() >= kMaxAhead || changes_ahead_ >= kMaxChangesAhead;
+}
+
 bool WarmStart::Put(Step step) {
   const lock_guard held(lock_);
-  const auto is_full = [&] { return steps_.size() >= kMaxAhead || changes_ahead_ >= kMaxChangesAhead; };
-  while (is_full() && !is_stopped_.load() && !is_given_up_) changed_.Wait(lock_);
+  while (IsFull() && !is_stopped_.load() && !is_given_up_) changed_.Wait(lock_);
   if (is_stopped_.load() || is_given_up_) return false;
   changes_ahead_ += ChangesIn(step.entry);
   steps_.push_back(std::move(step));
-  if (steps_.size() == kBatch || is_full()) changed_.NotifyAll();
+  if (steps_.size() == kBatch || IsFull()) changed_.NotifyAll();
   return true;
 }
 
@@ -198,8 +201,7 @@ bool WarmStart::Put(Step step) {
 
 bool WarmStart::TakeMore() {
   const lock_guard held(lock_);
-  const auto is_worth_it = [&] { return steps_.size() >= kBatch || changes_ahead_ >= kMaxChangesAhead; };
-  while (!is_worth_it() && !is_read_ && !is_stopped_.load()) changed_.Wait(lock_);
+  while (steps_.size() < kBatch && !IsFull() && !is_read_ && !is_stopped_.load()) changed_.Wait(lock_);
   if (is_stopped_.load()) return false;
   taken_.swap(steps_);
   changes_ahead_ = 0;

@@ -94,6 +94,7 @@ class WarmStart {
   // The reading thread.
   void Read();
   void ReadSegment(const Segment& segment);
+  bool IsFull() const VEXORA_REQUIRES(lock_);
   bool Put(Step step) VEXORA_EXCLUDES(lock_);
 
   // The engine's thread.
