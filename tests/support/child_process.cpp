@@ -3,17 +3,19 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <pty.h>
+#include <sys/eventfd.h>
 #include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <array>
 #include <csignal>
-#include <cstdint>
+#include <cstddef>
 #include <stdexcept>
 #include <utility>
+
+using utilities::lock::lock_guard;
 
 namespace test {
 namespace {
@@ -63,16 +65,17 @@ pid_t SpawnOnTerminal(std::vector<std::string> words, int& terminal) {
 
 }  // namespace
 
-ChildProcess::ChildProcess(std::vector<std::string> words, Output output) {
+ChildProcess::ChildProcess(std::vector<std::string> words, Output output) : stop_(eventfd(0, EFD_CLOEXEC)) {
   if (output == Output::kTerminal) {
-    pid_ = SpawnOnTerminal(std::move(words), pipe_);
-    return;
+    pid_ = SpawnOnTerminal(std::move(words), source_);
+  } else {
+    std::array<int, 2> ends{};
+    if (pipe2(ends.data(), O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
+    source_ = ends[0];
+    pid_ = Spawn(std::move(words), ends[1]);
+    close(ends[1]);
   }
-  std::array<int, 2> ends{};
-  if (pipe2(ends.data(), O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
-  pipe_ = ends[0];
-  pid_ = Spawn(std::move(words), ends[1]);
-  close(ends[1]);
+  reader_ = std::thread([this] { ReadAll(); });
 }
 
 ChildProcess::~ChildProcess() {
@@ -80,32 +83,51 @@ ChildProcess::~ChildProcess() {
     kill(pid_, SIGKILL);
     waitpid(pid_, nullptr, 0);
   }
-  close(pipe_);
+  StopReading();
+  close(stop_);
+  if (source_ >= 0) close(source_);
+  if (process_ >= 0) close(process_);
 }
 
-ChildProcess::Read ChildProcess::ReadMore(Clock::time_point deadline) {
-  const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now()).count();
-  pollfd ready{.fd = pipe_, .events = POLLIN, .revents = 0};
-  if (poll(&ready, 1, static_cast<int>(std::max<std::int64_t>(left, 0))) <= 0) return Read::kTooLate;
+void ChildProcess::ReadAll() {
   std::array<char, 4096> text{};
-  const ssize_t length = read(pipe_, text.data(), text.size());
-  if (length <= 0) return Read::kEnd;
-  output_.append(text.data(), static_cast<std::size_t>(length));
-  return Read::kSomething;
+  std::array<pollfd, 2> ready{
+      {{.fd = source_, .events = POLLIN, .revents = 0}, {.fd = stop_, .events = POLLIN, .revents = 0}}};
+  while (poll(ready.data(), ready.size(), -1) > 0 && ready[1].revents == 0) {
+    const ssize_t length = read(source_, text.data(), text.size());
+    if (length <= 0) break;
+    const lock_guard held(lock_);
+    output_.append(text.data(), static_cast<std::size_t>(length));
+    changed_.NotifyAll();
+  }
+  const lock_guard held(lock_);
+  has_ended_ = true;
+  changed_.NotifyAll();
+}
+
+void ChildProcess::StopReading() {
+  eventfd_write(stop_, 1);
+  if (reader_.joinable()) reader_.join();
+}
+
+std::string ChildProcess::output() const {
+  const lock_guard held(lock_);
+  return output_;
 }
 
 bool ChildProcess::AwaitOutput(const std::string& text) {
   const auto deadline = Clock::now() + kPatience;
+  const lock_guard held(lock_);
   while (output_.find(text) == std::string::npos) {
-    if (ReadMore(deadline) != Read::kSomething) return false;
+    if (has_ended_ || !changed_.WaitUntil(lock_, deadline)) return false;
   }
   return true;
 }
 
 void ChildProcess::CloseTerminal() {
-  close(pipe_);
-  // What can be waited for is now the process itself.
-  pipe_ = static_cast<int>(syscall(SYS_pidfd_open, pid_, 0));
+  process_ = static_cast<int>(syscall(SYS_pidfd_open, pid_, 0));
+  StopReading();
+  close(std::exchange(source_, -1));
 }
 
 void ChildProcess::Signal(int number) const {
@@ -115,9 +137,15 @@ void ChildProcess::Signal(int number) const {
 int ChildProcess::AwaitExit() {
   constexpr int kDidNotEnd = -1000;
   const auto deadline = Clock::now() + kPatience;
-  Read read = Read::kSomething;
-  while (read == Read::kSomething) read = ReadMore(deadline);
-  if (read == Read::kTooLate) return kDidNotEnd;
+  if (process_ >= 0) {
+    pollfd ended{.fd = process_, .events = POLLIN, .revents = 0};
+    const auto patience = std::chrono::duration_cast<std::chrono::milliseconds>(kPatience).count();
+    if (poll(&ended, 1, static_cast<int>(patience)) <= 0) return kDidNotEnd;
+  } else {
+    const lock_guard held(lock_);
+    while (!has_ended_ && changed_.WaitUntil(lock_, deadline)) continue;
+    if (!has_ended_) return kDidNotEnd;
+  }
   int status = 0;
   waitpid(pid_, &status, 0);
   is_over_ = true;

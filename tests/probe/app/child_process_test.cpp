@@ -10,10 +10,14 @@
 #include <array>
 #include <chrono>
 #include <csignal>
+#include <cstddef>
+#include <string>
 
 namespace {
 
 using test::ChildProcess;
+
+constexpr std::chrono::milliseconds kWait = test::kPatience;
 
 TEST(ChildProcessTest, IsKilledWithTheTestThatStartedIt) {
   std::array<int, 2> pids{};
@@ -36,10 +40,24 @@ TEST(ChildProcessTest, IsKilledWithTheTestThatStartedIt) {
   kill(starter, SIGKILL);
   waitpid(starter, nullptr, 0);
 
-  constexpr std::chrono::milliseconds kWait = test::kPatience;
   EXPECT_EQ(poll(&end, 1, static_cast<int>(kWait.count())), 1) << "it goes on";
   syscall(SYS_pidfd_send_signal, watch, SIGKILL, nullptr, 0);
   for (const int file : {watch, pids[0], pids[1]}) close(file);
+}
+
+TEST(ChildProcessTest, NeverWaitsForRoomForWhatItWrites) {
+  std::array<int, 2> done{};
+  ASSERT_EQ(pipe(done.data()), 0);
+  constexpr std::size_t kManyOctets = 1'000'000;  // a pipe holds some 65,000
+  ChildProcess program({"sh", "-c", "yes | head -c 1000000; echo >&" + std::to_string(done[1])});
+  close(done[1]);
+  pollfd ready{.fd = done[0], .events = POLLIN, .revents = 0};
+  // Nobody has asked for what it writes.
+  ASSERT_EQ(poll(&ready, 1, static_cast<int>(kWait.count())), 1) << "it waits for a reader";
+  EXPECT_TRUE((ready.revents & POLLIN) != 0);
+  close(done[0]);
+  EXPECT_EQ(program.AwaitExit(), 0);
+  EXPECT_EQ(program.output().size(), kManyOctets);
 }
 
 TEST(ChildProcessTest, IsAProgramOfThePathThatMayBeMissing) {
