@@ -300,10 +300,11 @@ void WarmStart::HandOver() {
   SubscriptionService::Instance().SetSilent(false);
   NotePace();
   notes_.NoteEnd();
-  is_ready_.store(true);
-  if (on_ready_) on_ready_(TakeLastSnapshots());
-  HoldCleanUps(false);
+  const LastSnapshots last = TakeLastSnapshots();
   GiveMemoryBack();
+  is_ready_.store(true);
+  if (on_ready_) on_ready_(last);
+  HoldCleanUps(false);
   clock_.End();
 }
 
