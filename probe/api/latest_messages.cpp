@@ -166,14 +166,18 @@ std::shared_ptr<const LatestMessages::Message> LatestMessages::Ask(const std::st
 }
 
 std::string LatestMessages::AskForDevice(const std::string& topic, const std::string& variant, const std::string& mac) {
-  {
-    const lock_guard held(kept_->lock);
-    // Before the first pass the plug-in has nothing to tell; without an entry nothing was started.
-    if (kept_->passes == 0 || !kept_->entries.contains({topic, variant})) return {};
-  }
   nlohmann::json filter{{"mac", mac}};
   if (!variant.empty()) filter["interval"] = variant;
-  const auto parsed = service_->Parse(topic, RequestFor(Dump(filter)).get());
+  return AskOnce(topic, Dump(filter));
+}
+
+std::string LatestMessages::AskOnce(const std::string& topic, const std::string& filter) {
+  {
+    const lock_guard held(kept_->lock);
+    // Before the first pass the plug-in has nothing to tell; without entries nothing was started.
+    if (kept_->passes == 0 || kept_->entries.empty()) return {};
+  }
+  const auto parsed = service_->Parse(topic, RequestFor(filter).get());
   if (!parsed) return {};
   // A pass may send its message while this one is asked for: either will do.
   struct Received {

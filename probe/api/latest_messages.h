@@ -68,8 +68,11 @@ class LatestMessages {
   /// The first question takes as long as the plug-in takes to build the message, and runs its code.
   std::shared_ptr<const Message> Ask(const std::string& topic, const std::string& variant);
 
-  /// The message of a filter for one device, of the last pass: built for this question, and not kept. Empty: there was
-  /// no pass yet, or the topic has nothing to tell.
+  /// The message of a filter, a JSON text, of the last pass: built for this question, and not kept. Empty: there was no
+  /// pass yet, or the topic has nothing to tell.
+  std::string AskOnce(const std::string& topic, const std::string& filter);
+
+  /// The same of a variant for one device.
   std::string AskForDevice(const std::string& topic, const std::string& variant, const std::string& mac);
 
   /// The newest message as far as it is kept, without asking for it.

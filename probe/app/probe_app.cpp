@@ -336,9 +336,12 @@ void ProbeApp::MakeUplink() {
 void ProbeApp::StartUplink() {
   if (!uplink_) return;
   const PluginCalls calls = CallsOf(*plugin_);
-  uplink_->Start(
-      *server_, SubscriptionService::Instance(),
-      {{monitoring::kWirelessClientReport, calls.clients}, {monitoring::kWirelessNetworkReport, calls.networks}});
+  uplink::SiteInterface site;
+  site.reports = {{monitoring::kWirelessClientReport, calls.clients},
+                  {monitoring::kWirelessNetworkReport, calls.networks}};
+  site.answer = [this](const HttpRequest& request) { return api_->Answer(request); };
+  site.message = [this](const std::string& topic, const std::string& filter) { return latest_.AskOnce(topic, filter); };
+  uplink_->Start(*server_, SubscriptionService::Instance(), std::move(site));
 }
 
 void ProbeApp::BeginReplay() {

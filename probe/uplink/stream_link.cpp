@@ -255,10 +255,11 @@ std::optional<SiteRequest> StreamLink::NextRequest(milliseconds wait) {
   return SiteRequest{LastPart(natsMsg_GetSubject(made)), TextOf(made), reply};
 }
 
-void StreamLink::Reply(const std::string& reply, const std::string& topic, const std::string& text) {
-  const NatsMessage answer = MessageOf(reply, "", text);
-  Check(natsMsgHeader_Set(answer.get(), "Vexora-Topic", topic.c_str()), "header");
-  natsConnection_PublishMsg(connection_.get(), answer.get());
+bool StreamLink::Reply(const std::string& to, const SiteReply& reply) {
+  const NatsMessage answer = MessageOf(to, "", reply.text);
+  for (const auto& [name, value] : reply.headers)
+    Check(natsMsgHeader_Set(answer.get(), name.c_str(), value.c_str()), "header");
+  return natsConnection_PublishMsg(connection_.get(), answer.get()) != NATS_MAX_PAYLOAD;
 }
 
 }  // namespace probe::uplink

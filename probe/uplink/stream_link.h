@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "probe/uplink/nats_handles.h"
+#include "probe/uplink/site_answers.h"
 #include "probe/uplink/spool.h"
 #include "probe/uplink/uplink_settings.h"
 
@@ -18,13 +19,6 @@ enum class Delivery {
   kStored,   ///< The stream has it.
   kNotNow,   ///< No server said that it has it; to be tried again.
   kTooLarge  ///< No server will take it.
-};
-
-/// What somebody asks of this site.
-struct SiteRequest {
-  std::string what;   ///< Last part of the subject.
-  std::string text;   ///< Empty: nothing more was said.
-  std::string reply;  ///< Where the answers are to go.
 };
 
 /// The connection to the servers, which is made anew whenever it breaks.
@@ -66,8 +60,8 @@ class StreamLink {
   /// The next request, if one comes within this time.
   std::optional<SiteRequest> NextRequest(std::chrono::milliseconds wait);
 
-  /// Answers a request; one may have several answers.
-  void Reply(const std::string& reply, const std::string& topic, const std::string& text);
+  /// Sends an answer to a request. False: it has more octets than the servers take, and nothing was sent.
+  bool Reply(const std::string& to, const SiteReply& reply);
 
   /// Ends the connection and whatever waits for it, for good. Threads: any.
   void Close();

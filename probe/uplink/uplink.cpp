@@ -5,14 +5,12 @@
 #include <chrono>
 #include <exception>
 #include <filesystem>
-#include <nlohmann/json.hpp>
+#include <iterator>
 #include <set>
 #include <string>
 #include <utility>
 
-#include "platform/topics.h"
 #include "probe/host/log.h"
-#include "probe/text/json_text.h"
 
 using utilities::lock::lock_guard;
 
@@ -23,7 +21,6 @@ using std::chrono::milliseconds;
 
 constexpr milliseconds kWait{200};  // how late a pass may be noticed
 constexpr std::chrono::seconds kBetweenLinks{5};
-constexpr std::size_t kMaxRequestBytes = 4096;
 constexpr std::size_t kBatch = 16;
 constexpr std::size_t kBatchBytes = std::size_t{16} * 1024 * 1024;
 
@@ -41,10 +38,6 @@ std::string LocalDayBefore(time_t at) {
   local.tm_hour = 12;  // there is one on each day, whatever the clocks do
   local.tm_isdst = -1;
   return LocalDay(mktime(&local));
-}
-
-std::string DailyRequest(const std::string& day) {
-  return nlohmann::json{{"report_type", monitoring::kDaily}, {"period", day}}.dump();
 }
 
 /// The first of these texts, no two of them of one topic.
@@ -69,8 +62,8 @@ Uplink::~Uplink() {
   Stop();
 }
 
-void Uplink::Start(WebServer& server, SubscriptionService& service, std::map<std::string, ReportCalls> reports) {
-  reports_ = std::move(reports);
+void Uplink::Start(WebServer& server, SubscriptionService& service, SiteInterface site) {
+  answers_ = std::make_unique<SiteAnswers>(std::move(site));
   collector_.Subscribe(server, service);
   log::Info("[Uplink] site %s sends to %zu servers", settings_.site.c_str(), settings_.servers.size());
   thread_ = std::thread([this] { Run(); });
@@ -168,36 +161,37 @@ void Uplink::FillSpool() {
   std::vector<SpooledMessage> messages = inbox_.TakeAll();
   if (messages.empty()) return;
   const time_t now = messages.back().at;
+  std::vector<SpooledMessage> all;
   try {
-    NoteCut(spool_->Append(WithReports(messages), now));
+    all = WithReportsAndPages(messages);
+    NoteCut(spool_->Append(all, now));
   } catch (...) {
     inbox_.PutBack(std::move(messages));
     throw;
   }
   last_day_ = std::max(last_day_, LocalDay(now));
-  for (SpooledMessage& message : messages) newest_[message.topic] = std::move(message);
+  for (SpooledMessage& message : all) {
+    if (!answers_->IsReport(message.topic)) newest_[message.topic] = std::move(message);
+  }
 }
 
-std::vector<SpooledMessage> Uplink::WithReports(const std::vector<SpooledMessage>& messages) const {
+std::vector<SpooledMessage> Uplink::WithReportsAndPages(const std::vector<SpooledMessage>& messages) const {
   std::vector<SpooledMessage> all;
   std::string day = last_day_;
   for (const SpooledMessage& message : messages) {
     const std::string today = LocalDay(message.at);
     // The first pass after the start, too: the probe may have been away at midnight.
-    if (today > day) AddReports(day.empty() ? LocalDayBefore(message.at) : day, message.at, all);
+    if (today > day) {
+      auto reports = answers_->ReportsOf(day.empty() ? LocalDayBefore(message.at) : day, message.at);
+      std::move(reports.begin(), reports.end(), std::back_inserter(all));
+    }
     day = std::max(day, today);  // the clock may have been set back over midnight
     all.push_back(message);
   }
+  // They tell of now, which is the last pass.
+  auto pages = answers_->PagesOf(messages.back().at);
+  std::move(pages.begin(), pages.end(), std::back_inserter(all));
   return all;
-}
-
-void Uplink::AddReports(const std::string& day, time_t at, std::vector<SpooledMessage>& messages) const {
-  for (const auto& [name, calls] : reports_) {
-    const auto periods = nlohmann::json::parse(calls.periods(), nullptr, false);
-    const auto days = periods.is_object() ? periods.value(monitoring::kDaily, nlohmann::json()) : nlohmann::json();
-    if (std::find(days.begin(), days.end(), nlohmann::json(day)) == days.end()) continue;
-    messages.push_back({0, name, day, at, calls.read_report(DailyRequest(day))});
-  }
 }
 
 void Uplink::NoteCut(const std::map<std::string, CutMessages>& cut) {
@@ -268,29 +262,11 @@ void Uplink::UpdateCounts() {
   counts_ = counts;
 }
 
-void Uplink::Answer(StreamLink& link, const SiteRequest& request) {
-  if (request.what == "newest") {
-    for (const auto& [topic, message] : newest_) link.Reply(request.reply, topic, message.text);
-    link.Reply(request.reply, "", "");
-  } else if (request.what == "report") {
-    AnswerReport(link, request);
+void Uplink::Answer(StreamLink& link, const SiteRequest& request) const {
+  for (const SiteReply& reply : answers_->To(request, newest_)) {
+    if (link.Reply(request.reply, reply)) continue;
+    link.Reply(request.reply, {{{kStatusHeader, "413"}}, ""});
   }
-}
-
-void Uplink::AnswerReport(StreamLink& link, const SiteRequest& request) {
-  // A deep one would take a deep stack.
-  const bool is_small = request.text.size() <= kMaxRequestBytes;
-  const auto wanted = nlohmann::json::parse(is_small ? request.text : std::string(), nullptr, false);
-  const std::string name = wanted.is_object() ? wanted.value("report", nlohmann::json()).dump() : "";
-  const auto found = std::find_if(reports_.begin(), reports_.end(),
-                                  [&](const auto& report) { return nlohmann::json(report.first).dump() == name; });
-  if (found == reports_.end()) {
-    link.Reply(request.reply, "", R"({"error":"report must be the name of a report"})");
-    return;
-  }
-  const auto& calls = found->second;
-  link.Reply(request.reply, found->first,
-             wanted.contains("request") ? calls.read_report(Dump(wanted["request"])) : calls.periods());
 }
 
 }  // namespace probe::uplink

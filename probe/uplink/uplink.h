@@ -12,13 +12,14 @@
 #include <vector>
 
 #include "platform/utilities/locks.h"
-#include "probe/api/plugin_calls.h"
 #include "probe/host/stop_flag.h"
 #include "probe/host/subscription_service.h"
 #include "probe/recording/pass_clock.h"
 #include "probe/server/web_server.h"
 #include "probe/uplink/inbox.h"
 #include "probe/uplink/pass_collector.h"
+#include "probe/uplink/site_answers.h"
+#include "probe/uplink/site_interface.h"
 #include "probe/uplink/spool.h"
 #include "probe/uplink/stream_link.h"
 #include "probe/uplink/uplink_counts.h"
@@ -27,10 +28,8 @@
 namespace probe::uplink {
 
 /// Sends what each pass tells, and at midnight the reports of the day, to a stream of NATS servers, from a thread of
-/// its own. What no server has acknowledged waits in a file, in order.
-///
-/// Requests that it answers: "newest" with the newest text of each topic, however much waits; "report" with a report,
-/// for the request `{"report": "wireless_client_report", "request": {"report_type": "daily", "period": "2026-11-22"}}`.
+/// its own. What no server has acknowledged waits in a file, in order. Requests that come from there it answers as
+/// `SiteAnswers` has it, however much waits.
 ///
 /// Owner: the application. Threads: one starts and stops it; `counts` by any.
 class Uplink {
@@ -51,8 +50,8 @@ class Uplink {
 
   /// Subscribes, and begins to send. After the plug-in's start, on a server that runs.
   ///
-  /// `reports` are called by the uplink's thread, until `Stop`: name of a report -> calls.
-  void Start(WebServer& server, SubscriptionService& service, std::map<std::string, ReportCalls> reports);
+  /// `site` is called by the uplink's thread, until `Stop`.
+  void Start(WebServer& server, SubscriptionService& service, SiteInterface site);
 
   /// Ends the thread, which first puts into the spool what the passes have told.
   void Stop();
@@ -71,22 +70,20 @@ class Uplink {
   void OpenSpool();
   void FillSpool();
 
-  /// The texts with the daily reports of days that ended between two of them, or before the first.
-  std::vector<SpooledMessage> WithReports(const std::vector<SpooledMessage>& messages) const;
+  /// The texts with the daily reports of days that ended between two of them, or before the first, and with those of
+  /// the pages at the end.
+  std::vector<SpooledMessage> WithReportsAndPages(const std::vector<SpooledMessage>& messages) const;
 
-  /// Appends those reports of a day that there are. `at`: the time of the pass that comes behind.
-  void AddReports(const std::string& day, time_t at, std::vector<SpooledMessage>& messages) const;
   void NoteCut(const std::map<std::string, CutMessages>& cut);
   bool SendSome(StreamLink& link);
-  void Answer(StreamLink& link, const SiteRequest& request);
-  void AnswerReport(StreamLink& link, const SiteRequest& request);
+  void Answer(StreamLink& link, const SiteRequest& request) const;
   void NoteConnection(const StreamLink& link);
   void NoteTrouble(const std::string& trouble);
   void UpdateCounts();
 
   const UplinkSettings settings_;
   const std::string spool_file_;
-  std::map<std::string, ReportCalls> reports_;  // set before the thread starts
+  std::unique_ptr<SiteAnswers> answers_;  // made before the thread starts
   Inbox inbox_{kMaxInboxBytes};
   PassCollector collector_;
 

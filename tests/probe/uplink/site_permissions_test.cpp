@@ -138,7 +138,7 @@ TEST_F(SitePermissionsTest, LetNoSiteHaveItselfAnswerUnderTheNameOfAnother) {
                                       "vexora.v1.south.HealthMonitor", "");
   natsConnection_Flush(itself.connection());
   EXPECT_FALSE(north.NextRequest(std::chrono::milliseconds(500)));
-  north.Reply("vexora.v1.south.HealthMonitor", "HealthMonitor", "forged");
+  north.Reply("vexora.v1.south.HealthMonitor", {{}, "forged"});
   EXPECT_THAT(north.Publish({{1, "a", "1", 0, "text"}}), ElementsAre(Delivery::kStored));
   EXPECT_THAT(test::IdsOf(centre_.Await(1)), ElementsAre("north.a.1"));
 }
@@ -158,7 +158,7 @@ TEST_F(SitePermissionsTest, LetASiteAnswerWhoAsks) {
   const probe::uplink::NatsSubscription answers(made);
   const auto request = test::AskUntilHeard(centre_, "vexora.v1.north.request.newest", "_INBOX_centre.test", north);
   ASSERT_TRUE(request);
-  north.Reply(request->reply, "topic", "newest");
+  north.Reply(request->reply, {{}, "newest"});
   EXPECT_EQ(test::NextAnswer(made), "newest");
 }
 

@@ -127,7 +127,7 @@ TEST_F(StreamLinkTest, AnswersRequests) {
   ASSERT_TRUE(request);
   EXPECT_EQ(request->what, "report");
   EXPECT_EQ(request->text, "which");
-  link_.Reply(request->reply, "topic", "this one");
+  link_.Reply(request->reply, {{}, "this one"});
   EXPECT_EQ(test::NextAnswer(answers), "this one");
 }
 

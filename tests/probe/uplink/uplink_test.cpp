@@ -33,8 +33,11 @@ using probe::uplink::UplinkSettings;
 using test::Eventually;
 using test::IdsOf;
 using test::StoredMessage;
+using ::testing::Contains;
 using ::testing::ElementsAre;
+using ::testing::HasSubstr;
 using ::testing::IsEmpty;
+using ::testing::Not;
 using ::testing::SizeIs;
 
 constexpr time_t kBeforeMidnight = 1'767'657'540;  // 2026-01-05 23:59 UTC
@@ -75,11 +78,11 @@ class UplinkTest : public test::Served {
   }
 
   void StartUplink() {
-    std::map<std::string, probe::ReportCalls> reports;
-    reports["wireless_client_report"] = {[] { return std::string(R"({"daily":["2026-01-06","2026-01-05"]})"); },
-                                         [](const std::string& request) { return "report for " + request; }};
+    probe::uplink::SiteInterface site = site_;
+    site.reports["wireless_client_report"] = {[] { return std::string(R"({"daily":["2026-01-06","2026-01-05"]})"); },
+                                              [](const std::string& request) { return "report for " + request; }};
     uplink_ = std::make_unique<Uplink>(settings_, folder_.Path("spool.db"));
-    uplink_->Start(*server, service, std::move(reports));
+    uplink_->Start(*server, service, std::move(site));
   }
 
   void Pass(time_t at, const std::string& health, const std::string& traffic = "") {
@@ -113,8 +116,65 @@ class UplinkTest : public test::Served {
   std::optional<test::NatsServer> nats_;
   std::optional<test::StreamReader> reader_;
   UplinkSettings settings_;
+  probe::uplink::SiteInterface site_;  // but for its reports
   std::unique_ptr<Uplink> uplink_;
 };
+
+/// An HTTP interface that answers with the path and the arguments that it was asked for.
+probe::HttpAnswer Echo(const probe::HttpRequest& request) {
+  probe::HttpAnswer answer;
+  std::string text = request.path;
+  for (const auto& [name, value] : request.arguments) text.append(" ").append(name).append("=").append(value);
+  answer.body = std::make_shared<const std::string>(text);
+  answer.headers = {{"vexora-zone", "UTC"}};
+  return answer;
+}
+
+TEST_F(UplinkTest, SendsWhatPagesShowBehindEachPass) {
+  site_.answer = Echo;
+  StartUplink();
+  Pass(kBeforeMidnight, "health");
+  const auto stored = reader_->Await(5);
+  EXPECT_THAT(IdsOf(stored),
+              ElementsAre("north.HealthMonitor.2026-01-05T23:59:00Z", "north.clients.2026-01-05T23:59:00Z",
+                          "north.devices.2026-01-05T23:59:00Z", "north.notifications.2026-01-05T23:59:00Z",
+                          "north.status.2026-01-05T23:59:00Z"));
+  EXPECT_EQ(stored[2].text, "/api/v1/devices");
+}
+
+TEST_F(UplinkTest, SendsNothingForAPageThatHasAnError) {
+  site_.answer = [](const probe::HttpRequest& request) {
+    return request.path == "/api/v1/devices" ? probe::ErrorAnswer(500, "broken", "It is broken.") : Echo(request);
+  };
+  StartUplink();
+  Pass(kBeforeMidnight, "health");
+  const auto ids = IdsOf(reader_->Await(4));
+  EXPECT_THAT(ids, SizeIs(4));
+  EXPECT_THAT(ids, Not(Contains(HasSubstr("devices"))));
+}
+
+TEST_F(UplinkTest, AnswersWhatItsHttpInterfaceDoes) {
+  site_.answer = Echo;
+  StartUplink();
+  ASSERT_TRUE(Eventually([&] { return uplink_->counts().is_connected; }));
+  const auto ask = [&](const std::string& text) {
+    const auto answers = reader_->Ask("vexora.v1.north.request.http", text, false);
+    return answers.empty() ? "none" : answers.front();
+  };
+  EXPECT_EQ(ask(R"({"path":"/api/v1/ports","arguments":{"mac":"AA"}})"), "/api/v1/ports mac=AA");
+  for (const char* wrong :
+       {R"({"path":"/metrics"})", R"({"path":7})", "{}", "[]", "", R"({"path":"/api/v1/ports","arguments":{"mac":7}})",
+        R"({"path":"/api/v1/x","arguments":[]})"})
+    EXPECT_THAT(ask(wrong), HasSubstr("bad_request")) << wrong;
+}
+
+TEST_F(UplinkTest, AnswersWithTheNewestMessageForAFilter) {
+  site_.message = [](const std::string& topic, const std::string& filter) { return topic + " for " + filter; };
+  StartUplink();
+  ASSERT_TRUE(Eventually([&] { return uplink_->counts().is_connected; }));
+  EXPECT_THAT(reader_->Ask("vexora.v1.north.request.message", R"({"topic":"Topic","filter":{"interval":"5m"}})", false),
+              ElementsAre(R"(Topic for {"interval":"5m"})"));
+}
 
 TEST_F(UplinkTest, AsksForTheViewsFromWhichTheRestCanBeFolded) {
   StartUplink();
