@@ -1,72 +1,25 @@
 #include "probe/settings/setting_keys.h"
 
 #include <algorithm>
-#include <chrono>
+#include <initializer_list>
 #include <iterator>
-#include <optional>
-#include <type_traits>
 #include <utility>
 
 #include "probe/host/log.h"
 #include "probe/server/net/ip_address.h"
 #include "probe/server/net/server_settings.h"
 #include "probe/server/net/trusted_proxies.h"
+#include "probe/settings/access_groups.h"
+#include "probe/settings/key_makers.h"
 #include "probe/settings/log_levels.h"
 #include "probe/settings/snmp_devices.h"
+#include "probe/settings/stream_keys.h"
 #include "probe/sources/simulated/simulated_settings.h"
-#include "probe/uplink/uplink_settings.h"
 
 namespace probe {
 namespace {
 
 constexpr std::int64_t kMaxSeed = 1'000'000'000;
-
-bool AcceptAnything(const SettingValue& /*value*/) {
-  return true;
-}
-
-/// A key over one member; `member` gives the reference to it in a `Settings`, const or not. `Value` is the alternative
-/// of `SettingValue` as which it is written.
-template <typename Value, typename Member>
-SettingKey KeyOf(std::string table, std::string name, Member member, std::string expected, std::string help) {
-  using Stored = std::remove_reference_t<decltype(member(std::declval<Settings&>()))>;
-  SettingKey key{std::move(table), std::move(name), std::move(help), std::move(expected), AcceptAnything, {}, {}};
-  key.read = [member](const Settings& settings) -> SettingValue {
-    if constexpr (std::is_same_v<Stored, std::chrono::seconds> || std::is_same_v<Stored, std::chrono::hours>) {
-      return static_cast<Value>(member(settings).count());
-    } else {
-      return static_cast<Value>(member(settings));
-    }
-  };
-  key.assign = [member](Settings& settings, const SettingValue& value) {
-    // Cannot lose anything: `accepts` was asked first.
-    member(settings) = static_cast<Stored>(std::get<Value>(value));
-  };
-  return key;
-}
-
-template <typename Member>
-SettingKey Number(std::string table, std::string name, Member member, std::int64_t least, std::int64_t most,
-                  std::string help) {
-  SettingKey key = KeyOf<std::int64_t>(std::move(table), std::move(name), member,
-                                       "a whole number from " + std::to_string(least) + " to " + std::to_string(most),
-                                       std::move(help));
-  key.accepts = [least, most](const SettingValue& value) {
-    const auto number = std::get<std::int64_t>(value);
-    return least <= number && number <= most;
-  };
-  return key;
-}
-
-template <typename Member>
-SettingKey Text(std::string table, std::string name, Member member, std::string help) {
-  return KeyOf<std::string>(std::move(table), std::move(name), member, "a text", std::move(help));
-}
-
-template <typename Member>
-SettingKey Texts(std::string table, std::string name, Member member, std::string help) {
-  return KeyOf<std::vector<std::string>>(std::move(table), std::move(name), member, "a list of texts", std::move(help));
-}
 
 template <typename Limit>
 SettingKey LimitKey(std::string name, Limit ServerLimits::*limit, std::int64_t least, std::int64_t most,
@@ -136,6 +89,13 @@ std::vector<SettingKey> ServerKeys() {
           table, "dashboard", [](auto& settings) -> auto& { return settings.server.dashboard; },
           "Folder with the pages of the dashboard. Empty: the one that came with the probe."),
   };
+}
+
+/// The centre has no pages of foreign origins: they could not tell whose token they have before they are let in.
+std::vector<SettingKey> CentreServerKeys() {
+  std::vector<SettingKey> keys = ServerKeys();
+  std::erase_if(keys, [](const SettingKey& key) { return key.name == "allowed_origins"; });
+  return keys;
 }
 
 std::vector<SettingKey> LimitKeys() {
@@ -275,69 +235,6 @@ std::vector<SettingKey> JournalKeys() {
   };
 }
 
-SettingKey UplinkServersKey() {
-  SettingKey key = Texts(
-      "uplink", "servers", [](auto& settings) -> auto& { return settings.uplink.servers; },
-      "NATS servers to which the probe sends what it learns: \"tls://centre.example.org:4222\". Empty: to none.");
-  key.expected = "a list of URLs with nats:// or tls://";
-  key.accepts = [](const SettingValue& value) {
-    const auto& texts = std::get<std::vector<std::string>>(value);
-    return std::all_of(texts.begin(), texts.end(), [](const std::string& text) {
-      return text.starts_with("nats://") || text.starts_with("tls://");
-    });
-  };
-  return key;
-}
-
-/// A name that becomes a part of subjects.
-template <typename Member>
-SettingKey SubjectPart(std::string name, Member member, std::string help) {
-  SettingKey key = Text("uplink", std::move(name), member, std::move(help));
-  key.expected = "a text of at most 64 letters, digits, \"-\" and \"_\"";
-  key.accepts = [](const SettingValue& value) {
-    const auto& text = std::get<std::string>(value);
-    return text.empty() || uplink::IsSiteName(text);
-  };
-  return key;
-}
-
-std::vector<SettingKey> UplinkKeys() {
-  constexpr std::int64_t kMebibyte = 1024 * 1024;
-  constexpr std::int64_t kMaxHours = 24 * 366;
-  const std::string table = "uplink";
-  return {
-      UplinkServersKey(),
-      SubjectPart(
-          "site", [](auto& settings) -> auto& { return settings.uplink.site; },
-          "Name of this site among those of the servers. To be given with servers."),
-      SubjectPart(
-          "stream", [](auto& settings) -> auto& { return settings.uplink.stream; },
-          "Name of the stream that takes the texts of all sites in."),
-      Text(
-          table, "tls_ca", [](auto& settings) -> auto& { return settings.uplink.tls_ca; },
-          "PEM file with the certificates of those who sign the servers'. Empty: the system's."),
-      Text(
-          table, "tls_certificate", [](auto& settings) -> auto& { return settings.uplink.tls_certificate; },
-          "PEM file with the certificate chain that the probe shows the servers. Empty: none."),
-      Text(
-          table, "tls_key", [](auto& settings) -> auto& { return settings.uplink.tls_key; },
-          "PEM file with the private key of that certificate. Only its owner may be able to read it."),
-      Text(
-          table, "nkey", [](auto& settings) -> auto& { return settings.uplink.nkey; },
-          "Public half of the NKey by which the probe logs in at the servers. Empty: none."),
-      Text(
-          table, "nkey_seed", [](auto& settings) -> auto& { return settings.uplink.nkey_seed; },
-          "File with the seed of that NKey. Only its owner may be able to read it."),
-      Number(
-          table, "spool_bytes", [](auto& settings) -> auto& { return settings.uplink.spool_bytes; }, kMebibyte,
-          1024 * 1024 * kMebibyte,
-          "Octets of texts that wait in the state directory while no server takes them; the oldest go first."),
-      Number(
-          table, "spool_hours", [](auto& settings) -> auto& { return settings.uplink.spool_age; }, 1, kMaxHours,
-          "Hours for which they wait at most."),
-  };
-}
-
 std::vector<SettingKey> SimulatedKeys() {
   const std::string simulated = "sources.simulated";
   return {
@@ -387,22 +284,23 @@ bool TakesEffectAtReload(const SettingKey& key) {
   return false;
 }
 
-const std::vector<SettingKey>& SettingKeys() {
-  static const std::vector<SettingKey> keys = [] {
-    std::vector<SettingKey> all = ServerKeys();
-    for (std::vector<SettingKey> more : {LimitKeys(), JournalKeys(), UplinkKeys(), ProbeKeys(), SimulatedKeys()}) {
-      std::move(more.begin(), more.end(), std::back_inserter(all));
-    }
+const std::vector<SettingKey>& SettingKeys(Program program) {
+  static const auto join = [](std::initializer_list<std::vector<SettingKey>> lists) {
+    std::vector<SettingKey> all;
+    for (std::vector<SettingKey> more : lists) std::move(more.begin(), more.end(), std::back_inserter(all));
     return all;
-  }();
-  return keys;
+  };
+  static const auto of_probe =
+      join({ServerKeys(), LimitKeys(), JournalKeys(), UplinkKeys(), ProbeKeys(), SimulatedKeys()});
+  static const auto of_centre = join({CentreServerKeys(), LimitKeys(), StreamKeys(), {LogLevelKey()}});
+  return program == Program::kCentre ? of_centre : of_probe;
 }
 
-std::string DescribeSettings() {
+std::string DescribeSettings(Program program) {
   const Settings defaults;
   std::string text;
   std::string table;
-  for (const SettingKey& key : SettingKeys()) {
+  for (const SettingKey& key : SettingKeys(program)) {
     if (key.table != table) {
       if (table == "logging") text += "\n" + DescribeLogLevels();
       text += (table.empty() ? "[" : "\n[") + key.table + "]\n";
@@ -412,7 +310,7 @@ std::string DescribeSettings() {
     // As a comment, so that a file made of this text follows the defaults of later versions.
     text += "#" + key.name + " = " + std::visit(Written{}, key.read(defaults)) + "\n";
   }
-  text += "\n" + DescribeSnmpDevices();
+  text += "\n" + (program == Program::kCentre ? DescribeAccessGroups() : DescribeSnmpDevices());
   return text;
 }
 

@@ -31,10 +31,11 @@ struct SettingKey {
 /// Whether a changed value takes effect in a probe that runs, when it reads its configuration anew.
 bool TakesEffectAtReload(const SettingKey& key);
 
-/// All keys, those of one table together: the one place that knows them. Parsing, help and the example follow it.
-const std::vector<SettingKey>& SettingKeys();
+/// All keys of a program, those of one table together: the one place that knows them. Parsing, help and the example
+/// follow it.
+const std::vector<SettingKey>& SettingKeys(Program program = Program::kProbe);
 
 /// The configuration file that says nothing: every table, and every key as a comment, explained and with its default.
-std::string DescribeSettings();
+std::string DescribeSettings(Program program = Program::kProbe);
 
 }  // namespace probe

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "probe/server/net/server_settings.h"
+#include "probe/settings/access_groups.h"
 #include "probe/settings/log_levels.h"
 #include "probe/settings/secret_file.h"
 #include "probe/settings/setting_keys.h"
@@ -25,22 +26,29 @@ namespace {
 using KeyPlaces = std::map<std::string, SettingsPlace>;
 
 /// Whether keys stand in this table, or in one below it.
-bool IsTable(const std::string& path) {
-  if (path == "sources.snmp") return true;
-  return std::any_of(SettingKeys().begin(), SettingKeys().end(),
+bool IsTable(Program program, const std::string& path) {
+  if (path == "sources.snmp") return program == Program::kProbe;
+  const auto& keys = SettingKeys(program);
+  return std::any_of(keys.begin(), keys.end(),
                      [&](const SettingKey& key) { return key.table == path || key.table.rfind(path + ".", 0) == 0; });
 }
 
-const SettingKey* FindKey(const std::string& path) {
-  const auto found = std::find_if(SettingKeys().begin(), SettingKeys().end(),
-                                  [&](const SettingKey& key) { return key.Path() == path; });
-  return found != SettingKeys().end() ? &*found : nullptr;
+const SettingKey* FindKey(Program program, const std::string& path) {
+  const auto& keys = SettingKeys(program);
+  const auto found = std::find_if(keys.begin(), keys.end(), [&](const SettingKey& key) { return key.Path() == path; });
+  return found != keys.end() ? &*found : nullptr;
+}
+
+/// The tables and lists of tables that hold something else than keys.
+std::vector<std::string> SpecialTables(Program program) {
+  if (program == Program::kCentre) return {kAccessGroups};
+  return {kSnmpDevices, "sources.snmp", kLogLevels};
 }
 
 /// A hint for a name that is not known: the key or table of `prefix` that was probably meant.
-std::string PathHint(const std::string& path, const std::string& prefix) {
-  std::vector<std::string> paths{kSnmpDevices, "sources.snmp", kLogLevels};
-  for (const SettingKey& key : SettingKeys()) {
+std::string PathHint(Program program, const std::string& path, const std::string& prefix) {
+  std::vector<std::string> paths = SpecialTables(program);
+  for (const SettingKey& key : SettingKeys(program)) {
     paths.push_back(key.Path());
     paths.push_back(key.table);
   }
@@ -54,19 +62,17 @@ std::string PathHint(const std::string& path, const std::string& prefix) {
 /// Takes the values of one document over, and notes those that it cannot take.
 class SettingsReader {
  public:
-  SettingsReader(const SettingsFile& file, Settings& settings, KeyPlaces& places, SettingsErrors& errors)
-      : file_(file), settings_(settings), places_(places), errors_(errors) {}
+  SettingsReader(Program program, const SettingsFile& file, Settings& settings, KeyPlaces& places,
+                 SettingsErrors& errors)
+      : program_(program), file_(file), settings_(settings), places_(places), errors_(errors) {}
 
   /// `prefix` is empty for the whole document, otherwise the table's path and a dot.
   void Table(const toml::table& table, const std::string& prefix) {
     for (const auto& [name, node] : table) {
       const std::string path = prefix + std::string(name.str());
       const std::size_t line = name.source().begin.line;
-      if (path == kSnmpDevices) {
-        ReadSnmpDevices(node, errors_, settings_.snmp.devices);
-      } else if (path == kLogLevels) {
-        ReadLogLevels(node, errors_, settings_.log_levels);
-      } else if (!IsTable(path)) {
+      if (Special(node, path)) continue;
+      if (!IsTable(program_, path)) {
         Value(node, path, prefix, line);
       } else if (const toml::table* inner = node.as_table()) {
         Table(*inner, path + ".");
@@ -77,11 +83,28 @@ class SettingsReader {
   }
 
  private:
+  /// Reads what holds something else than keys. False: this is no such table.
+  bool Special(const toml::node& node, const std::string& path) {
+    const auto tables = SpecialTables(program_);
+    if (std::find(tables.begin(), tables.end(), path) == tables.end()) return false;
+    if (path == kSnmpDevices) {
+      ReadSnmpDevices(node, errors_, settings_.snmp.devices);
+    } else if (path == kLogLevels) {
+      ReadLogLevels(node, errors_, settings_.log_levels);
+    } else if (path == kAccessGroups) {
+      ReadAccessGroups(node, errors_, settings_);
+    } else {
+      return false;
+    }
+    return true;
+  }
+
   void Value(const toml::node& node, const std::string& path, const std::string& prefix, std::size_t line) {
-    const SettingKey* key = FindKey(path);
+    const SettingKey* key = FindKey(program_, path);
     if (key == nullptr) {
       const bool is_table = node.is_table() || node.is_array_of_tables();
-      errors_.Add(line, path, (is_table ? "there is no such table" : "there is no such key") + PathHint(path, prefix));
+      errors_.Add(line, path,
+                  (is_table ? "there is no such table" : "there is no such key") + PathHint(program_, path, prefix));
       return;
     }
     const std::optional<SettingValue> value = ValueOf(node);
@@ -97,6 +120,7 @@ class SettingsReader {
     }
   }
 
+  const Program program_;
   const SettingsFile& file_;
   Settings& settings_;
   KeyPlaces& places_;
@@ -120,23 +144,34 @@ void CheckTls(const Settings& settings, const KeyPlaces& places, SettingsErrors&
   errors.Add(PlaceOf(places, missing, given), missing, "must be given together with " + given);
 }
 
-/// Two keys of the uplink that mean nothing alone.
-void CheckUplinkPair(const std::string& first, bool is_first_given, const std::string& second, bool is_second_given,
-                     const KeyPlaces& places, SettingsErrors& errors) {
+/// Two keys that mean nothing alone.
+void CheckPair(const std::string& first, bool is_first_given, const std::string& second, bool is_second_given,
+               const KeyPlaces& places, SettingsErrors& errors) {
   if (is_first_given == is_second_given) return;
-  const std::string& missing = "uplink." + (is_first_given ? second : first);
-  const std::string& given = "uplink." + (is_first_given ? first : second);
+  const std::string& missing = is_first_given ? second : first;
+  const std::string& given = is_first_given ? first : second;
   errors.Add(PlaceOf(places, missing, given), missing, "must be given together with " + given);
+}
+
+/// `table`: in which the keys of this login stand.
+void CheckLogin(const uplink::NatsLogin& login, const std::string& table, const KeyPlaces& places,
+                SettingsErrors& errors) {
+  CheckPair(table + ".tls_certificate", !login.tls_certificate.empty(), table + ".tls_key", !login.tls_key.empty(),
+            places, errors);
+  CheckPair(table + ".nkey", !login.nkey.empty(), table + ".nkey_seed", !login.nkey_seed.empty(), places, errors);
+}
+
+void CheckStream(const Settings& settings, const KeyPlaces& places, SettingsErrors& errors) {
+  CheckLogin(settings.centre.stream, "stream", places, errors);
+  if (settings.centre.stream.name.empty()) errors.Add(places.at("stream.name"), "stream.name", "must not be empty");
 }
 
 void CheckUplink(const Settings& settings, const KeyPlaces& places, SettingsErrors& errors) {
   const uplink::UplinkSettings& uplink = settings.uplink;
   // A site without servers is one whose uplink is switched off.
   const bool has_site = !uplink.site.empty() || uplink.servers.empty();
-  CheckUplinkPair("servers", true, "site", has_site, places, errors);
-  CheckUplinkPair("tls_certificate", !uplink.tls_certificate.empty(), "tls_key", !uplink.tls_key.empty(), places,
-                  errors);
-  CheckUplinkPair("nkey", !uplink.nkey.empty(), "nkey_seed", !uplink.nkey_seed.empty(), places, errors);
+  CheckPair("uplink.servers", true, "uplink.site", has_site, places, errors);
+  CheckLogin(uplink, "uplink", places, errors);
   if (uplink.stream.empty()) errors.Add(places.at("uplink.stream"), "uplink.stream", "must not be empty");
 }
 
@@ -202,10 +237,14 @@ void FindKeyFiles(Settings& settings, const KeyPlaces& places, SettingsErrors& e
   };
   find("server.tls_certificate", settings.server.tls_certificate, false);
   find("server.tls_key", settings.server.tls_key, true);
-  find("uplink.tls_ca", settings.uplink.tls_ca, false);
-  find("uplink.tls_certificate", settings.uplink.tls_certificate, false);
-  find("uplink.tls_key", settings.uplink.tls_key, true);
-  find("uplink.nkey_seed", settings.uplink.nkey_seed, true);
+  const auto find_login = [&](const std::string& table, uplink::NatsLogin& login) {
+    find((table + ".tls_ca").c_str(), login.tls_ca, false);
+    find((table + ".tls_certificate").c_str(), login.tls_certificate, false);
+    find((table + ".tls_key").c_str(), login.tls_key, true);
+    find((table + ".nkey_seed").c_str(), login.nkey_seed, true);
+  };
+  find_login("uplink", settings.uplink);
+  find_login("stream", settings.centre.stream);
 }
 
 void CheckToken(const Settings& settings, const KeyPlaces& places, SettingsErrors& errors) {
@@ -246,7 +285,7 @@ void NoteOtherFiles(const Settings& settings, const KeyPlaces& places, SettingsE
 }
 
 /// The settings in several files: of a key in two of them the later counts, and lists of tables add up.
-Settings SettingsOf(const std::vector<SettingsFile>& files, SettingsReview* review = nullptr) {
+Settings SettingsOf(const std::vector<SettingsFile>& files, Program program, SettingsReview* review = nullptr) {
   Settings settings;
   KeyPlaces places;
   SettingsErrors errors(files.front().name, review != nullptr);
@@ -255,13 +294,14 @@ Settings SettingsOf(const std::vector<SettingsFile>& files, SettingsReview* revi
     if (&file != &files.front()) errors.BeginFile(file.name);
     if (!file.error.empty()) errors.Add(0, "", file.error);
     const auto document = file.error.empty() ? ParsedToml(file.text, errors) : std::nullopt;
-    if (document) SettingsReader(file, settings, places, errors).Table(*document, "");
+    if (document) SettingsReader(program, file, settings, places, errors).Table(*document, "");
     is_whole = is_whole && document;
   }
   // A key that contradicts another may have its remedy in what could not be read.
   if (is_whole) {
     CheckTls(settings, places, errors);
     CheckUplink(settings, places, errors);
+    CheckStream(settings, places, errors);
     CheckSilences(settings, places, errors);
     CheckContradictions(settings, places, errors);
     ReadToken(settings, places, errors);
@@ -276,13 +316,13 @@ Settings SettingsOf(const std::vector<SettingsFile>& files, SettingsReview* revi
 
 }  // namespace
 
-Settings ParseSettings(std::string_view text, const std::string& file) {
-  return SettingsOf({SettingsFile{file, std::string(text), {}, {}}});
+Settings ParseSettings(std::string_view text, const std::string& file, Program program) {
+  return SettingsOf({SettingsFile{file, std::string(text), {}, {}}}, program);
 }
 
-Settings ReadSettings(const std::string& file, SettingsReview* review) {
-  std::vector<SettingsFile> files = ReadSettingsFiles(file);
-  Settings settings = SettingsOf(files, review);
+Settings ReadSettings(const std::string& file, SettingsReview* review, Program program) {
+  std::vector<SettingsFile> files = ReadSettingsFiles(file, program == Program::kCentre ? "centre.d" : "probe.d");
+  Settings settings = SettingsOf(files, program, review);
   for (SettingsFile& one : files) Wipe(one.text);  // tokens, and what devices are asked with
   return settings;
 }

@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "probe/centre/centre_settings.h"
 #include "probe/host/log.h"
 #include "probe/journal/journal_settings.h"
 #include "probe/recording/recording_settings.h"
@@ -16,6 +17,12 @@
 #include "probe/uplink/uplink_settings.h"
 
 namespace probe {
+
+/// Whose configuration it is.
+enum class Program { kProbe, kCentre };
+
+/// Path of the list of tables in which the groups of sites stand that have a token of their own.
+inline constexpr const char* kAccessGroups = "access";
 
 /// Path of the list of tables in which the devices of the source `snmp` stand.
 inline constexpr const char* kSnmpDevices = "sources.snmp.devices";
@@ -36,6 +43,7 @@ struct Settings {
   journal::JournalSettings journal;
   uplink::UplinkSettings uplink;
   recording::RecordingSettings recording;  ///< Settled on the command line only, as is the next.
+  centre::CentreSettings centre;           ///< Of a centre only.
   unsigned speed = 1;                      ///< How many times faster than the true pace everything runs.
 };
 
@@ -63,15 +71,15 @@ struct SettingsReview {
 /// `file` is the name that errors give. Nothing is read but the files that the text names for secrets.
 /// Fails: throws `SettingsError` for what is not TOML, an unknown table or key, a value of the wrong type or outside
 ///        its range, and for keys that contradict one another.
-Settings ParseSettings(std::string_view text, const std::string& file);
+Settings ParseSettings(std::string_view text, const std::string& file, Program program = Program::kProbe);
 
-/// The settings in a configuration file and in the files `*.toml` of the folder `probe.d` beside it, in the order of
-/// their names: of a key in two of them the later counts, and lists of tables add up.
+/// The settings in a configuration file and in the files `*.toml` of the folder `probe.d`, or for a centre `centre.d`,
+/// beside it, in the order of their names: of a key in two of them the later counts, and lists of tables add up.
 ///
 /// With `review`, for a look that starts nothing, files in a `${CREDENTIALS_DIRECTORY}` that is not there are no
 /// errors: `kUncheckedSecret` stands for what they hold, and the paths of TLS stay as they are named.
 ///
 /// Fails: as above, and for a file that cannot be read; all that is wrong in all files is told at once.
-Settings ReadSettings(const std::string& file, SettingsReview* review = nullptr);
+Settings ReadSettings(const std::string& file, SettingsReview* review = nullptr, Program program = Program::kProbe);
 
 }  // namespace probe

@@ -17,7 +17,6 @@
 namespace probe {
 namespace {
 
-constexpr const char* kFolder = "probe.d";
 constexpr const char* kEnding = ".toml";
 
 std::string CannotBeRead(int error) {
@@ -78,9 +77,9 @@ SettingsFile ReadFile(const std::string& path, std::optional<uid_t> owner = {}) 
 
 }  // namespace
 
-std::vector<SettingsFile> ReadSettingsFiles(const std::string& main_file) {
+std::vector<SettingsFile> ReadSettingsFiles(const std::string& main_file, const std::string& folder_name) {
   std::vector<SettingsFile> files{ReadFile(main_file)};
-  const std::filesystem::path folder = std::filesystem::path(main_file).replace_filename(kFolder);
+  const std::filesystem::path folder = std::filesystem::path(main_file).replace_filename(folder_name);
   struct stat status {};
   const uid_t owner = stat(main_file.c_str(), &status) == 0 ? status.st_uid : geteuid();
   if (stat(folder.c_str(), &status) == 0) {

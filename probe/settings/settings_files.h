@@ -13,13 +13,13 @@ struct SettingsFile {
   std::string not_private;  ///< Why it is no place for a secret; empty: it is one.
 };
 
-/// A configuration file, and the files `*.toml` in the folder `probe.d` beside it, in the order of their names. Those
-/// whose names begin with a dot are left out, as a shell does.
+/// A configuration file, and the files `*.toml` in the folder `folder_name` beside it, in the order of their names.
+/// Those whose names begin with a dot are left out, as a shell does.
 ///
 /// A folder or file beside the main one is refused that neither root nor the main file's owner owns, or that everybody
 /// may write, and so is what is no regular file: in a shared folder it may be anybody's.
 ///
 /// Fails: what cannot be read, or is refused, has an error.
-std::vector<SettingsFile> ReadSettingsFiles(const std::string& main_file);
+std::vector<SettingsFile> ReadSettingsFiles(const std::string& main_file, const std::string& folder_name);
 
 }  // namespace probe

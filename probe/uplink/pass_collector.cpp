@@ -15,14 +15,10 @@
 using utilities::lock::lock_guard;
 
 namespace probe::uplink {
-namespace {
 
-/// Whether a filter is one of those whose messages go up: of each topic the one from which the rest can be folded.
 bool GoesUp(const StandardFilter& filter) {
-  return filter.variant.empty() || filter.variant == monitoring::kView1m || filter.variant == "total";
+  return filter.variant.empty() || filter.variant == monitoring::kView1m || filter.variant == kOrderThatGoesUp;
 }
-
-}  // namespace
 
 std::string IdOfTime(time_t at) {
   tm utc{};

@@ -8,12 +8,19 @@
 #include <vector>
 
 #include "platform/utilities/locks.h"
+#include "probe/api/latest_messages.h"
 #include "probe/host/subscription_service.h"
 #include "probe/recording/pass_clock.h"
 #include "probe/server/web_server.h"
 #include "probe/uplink/spool.h"
 
 namespace probe::uplink {
+
+/// By what the ranking is ordered that goes up.
+inline constexpr char kOrderThatGoesUp[] = "total";
+
+/// Whether a filter is one of those whose messages go up: of each topic the one from which the rest can be folded.
+bool GoesUp(const StandardFilter& filter);
 
 /// Gathers the messages that one pass sends: the health of all devices, the view `1m` of traffic and client counts, and
 /// the ranking by traffic.

@@ -1,13 +1,12 @@
 #include "probe/uplink/stream_link.h"
 
-#include <algorithm>
 #include <charconv>
-#include <iterator>
 #include <nlohmann/json.hpp>
 #include <random>
-#include <stdexcept>
 #include <system_error>
 #include <utility>
+
+#include "probe/uplink/nats_connection.h"
 
 namespace probe::uplink {
 namespace {
@@ -15,22 +14,14 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-constexpr char kMessageId[] = "Nats-Msg-Id";
 constexpr milliseconds kPatience{5000};  // as the client library's for such answers
 constexpr milliseconds kLook{200};       // how late a broken connection may be noticed
-constexpr milliseconds kBetweenAttempts{500};
-constexpr int kForEver = -1;
-// A line that was cut without a word is noticed after so many signs of life that did not come.
-constexpr milliseconds kSignOfLife{5000};
-constexpr int kMissingSigns = 2;
-// What a server does not take for so long breaks the connection: else whoever closes it would wait for the server.
-constexpr milliseconds kWriteDeadline{2000};
 // Source: the NATS server's errors.json, JSStreamMessageExceedsMaximumErr.
 constexpr int kMessageTooLarge = 10054;
 constexpr std::size_t kMaxTrouble = 200;
 
-void Check(natsStatus status, const std::string& what) {
-  if (status != NATS_OK) throw std::runtime_error("[uplink] " + what + ": " + natsStatus_GetText(status));
+NatsOptions OptionsOf(const UplinkSettings& settings) {
+  return OptionsFor(settings, "vexora-probe " + settings.site, "_INBOX_" + settings.site);
 }
 
 /// What nobody else listens to.
@@ -39,60 +30,10 @@ std::string NewInbox(const std::string& site) {
   return "_INBOX_" + site + "." + std::to_string(device()) + std::to_string(device());
 }
 
-void SetTls(natsOptions* options, const UplinkSettings& settings) {
-  const bool is_asked_for = std::any_of(settings.servers.begin(), settings.servers.end(),
-                                        [](const std::string& server) { return server.starts_with("tls://"); });
-  if (!is_asked_for && settings.tls_ca.empty() && settings.tls_certificate.empty()) return;
-  Check(natsOptions_SetSecure(options, true), "TLS");
-  if (!settings.tls_ca.empty())
-    Check(natsOptions_LoadCATrustedCertificates(options, settings.tls_ca.c_str()), settings.tls_ca);
-  if (!settings.tls_certificate.empty())
-    Check(natsOptions_LoadCertificatesChain(options, settings.tls_certificate.c_str(), settings.tls_key.c_str()),
-          settings.tls_certificate);
-}
-
-NatsOptions OptionsOf(const UplinkSettings& settings) {
-  natsOptions* made = nullptr;
-  Check(natsOptions_Create(&made), "options");
-  NatsOptions options(made);
-  std::vector<const char*> servers;
-  std::transform(settings.servers.begin(), settings.servers.end(), std::back_inserter(servers),
-                 [](const std::string& server) { return server.c_str(); });
-  Check(natsOptions_SetServers(made, servers.data(), static_cast<int>(servers.size())), "servers");
-  Check(natsOptions_SetName(made, ("vexora-probe " + settings.site).c_str()), "name");
-  Check(natsOptions_SetCustomInboxPrefix(made, ("_INBOX_" + settings.site).c_str()), "inbox");
-  Check(natsOptions_SetAllowReconnect(made, true), "reconnect");
-  Check(natsOptions_SetMaxReconnect(made, kForEver), "reconnect");
-  Check(natsOptions_SetReconnectWait(made, kBetweenAttempts.count()), "reconnect");
-  Check(natsOptions_SetPingInterval(made, kSignOfLife.count()), "signs of life");
-  Check(natsOptions_SetMaxPingsOut(made, kMissingSigns), "signs of life");
-  Check(natsOptions_SetWriteDeadline(made, kWriteDeadline.count()), "write deadline");
-  // Without a function to call it would wait until it is connected.
-  Check(natsOptions_SetRetryOnFailedConnect(
-            made, true, [](natsConnection*, void*) {}, nullptr),
-        "reconnect");
-  if (!settings.nkey.empty())
-    Check(natsOptions_SetNKeyFromSeed(made, settings.nkey.c_str(), settings.nkey_seed.c_str()), settings.nkey_seed);
-  SetTls(made, settings);
-  return options;
-}
-
 NatsSubscription Subscribe(natsConnection* connection, const std::string& subject) {
   natsSubscription* made = nullptr;
-  Check(natsConnection_SubscribeSync(&made, connection, subject.c_str()), subject);
+  CheckNats(natsConnection_SubscribeSync(&made, connection, subject.c_str()), subject);
   return NatsSubscription(made);
-}
-
-NatsMessage MessageOf(const std::string& subject, const std::string& reply, const std::string& text) {
-  natsMsg* made = nullptr;
-  Check(natsMsg_Create(&made, subject.c_str(), reply.empty() ? nullptr : reply.c_str(), text.data(),
-                       static_cast<int>(text.size())),
-        subject);
-  return NatsMessage(made);
-}
-
-std::string TextOf(natsMsg* message) {
-  return {natsMsg_GetData(message), static_cast<std::size_t>(natsMsg_GetDataLength(message))};
 }
 
 std::optional<std::size_t> NumberIn(const std::string& text) {
@@ -109,17 +50,13 @@ std::string LastPart(const std::string& subject) {
 }  // namespace
 
 StreamLink::StreamLink(const UplinkSettings& settings)
-    : prefix_("vexora.v1." + settings.site + "."),
+    : prefix_(kSubjects + settings.site + "."),
       site_(settings.site),
       stream_(settings.stream),
       inbox_(NewInbox(settings.site)) {
-  const NatsOptions options = OptionsOf(settings);
-  natsConnection* made = nullptr;
-  const natsStatus status = natsConnection_Connect(&made, options.get());
-  connection_.reset(made);
-  if (status != NATS_NOT_YET_CONNECTED) Check(status, "cannot connect");
-  requests_ = Subscribe(made, prefix_ + "request.*");
-  answers_ = Subscribe(made, inbox_ + ".*.*");
+  connection_ = Connect(OptionsOf(settings));
+  requests_ = Subscribe(connection_.get(), prefix_ + "request.*");
+  answers_ = Subscribe(connection_.get(), inbox_ + ".*.*");
 }
 
 bool StreamLink::IsConnected() const {
@@ -135,10 +72,7 @@ bool StreamLink::IsOver() const {
 }
 
 std::string StreamLink::WhyNotConnected() const {
-  const char* text = nullptr;
-  const natsStatus status = natsConnection_GetLastError(connection_.get(), &text);
-  if (status == NATS_OK) return "no server answers";
-  return text != nullptr && *text != '\0' ? text : natsStatus_GetText(status);
+  return uplink::WhyNotConnected(connection_.get());
 }
 
 void StreamLink::Close() {
@@ -169,11 +103,8 @@ std::optional<std::string> StreamLink::LastIdOf(const std::string& topic) {
   if (natsConnection_RequestString(&made, connection_.get(), subject.c_str(), "", kPatience.count()) != NATS_OK)
     return std::nullopt;
   const NatsMessage answer(made);
-  const char* id = nullptr;
-  if (natsMsgHeader_Get(made, kMessageId, &id) == NATS_OK) return id;
-  const char* status = nullptr;
-  const bool is_missing = natsMsgHeader_Get(made, "Status", &status) == NATS_OK && std::string(status) == "404";
-  return is_missing ? std::optional<std::string>("") : std::nullopt;
+  if (std::string id = HeaderOf(made, kMessageId); !id.empty()) return id;
+  return HeaderOf(made, "Status") == "404" ? std::optional<std::string>("") : std::nullopt;
 }
 
 Delivery StreamLink::Send(const SpooledMessage& message, std::size_t at) {
@@ -188,7 +119,7 @@ Delivery StreamLink::Send(const SpooledMessage& message, std::size_t at) {
   }
   const std::string reply = inbox_ + "." + std::to_string(sent_) + "." + std::to_string(at);
   const NatsMessage sent = MessageOf(SubjectOf(message.topic), reply, message.text);
-  Check(natsMsgHeader_Set(sent.get(), kMessageId, IdOf(message).c_str()), "header");
+  CheckNats(natsMsgHeader_Set(sent.get(), kMessageId, IdOf(message).c_str()), "header");
   const natsStatus status = natsConnection_PublishMsg(connection_.get(), sent.get());
   if (status == NATS_MAX_PAYLOAD) return Delivery::kTooLarge;
   // Until an answer comes nobody knows whether it is stored.
@@ -258,7 +189,7 @@ std::optional<SiteRequest> StreamLink::NextRequest(milliseconds wait) {
 bool StreamLink::Reply(const std::string& to, const SiteReply& reply) {
   const NatsMessage answer = MessageOf(to, "", reply.text);
   for (const auto& [name, value] : reply.headers)
-    Check(natsMsgHeader_Set(answer.get(), name.c_str(), value.c_str()), "header");
+    CheckNats(natsMsgHeader_Set(answer.get(), name.c_str(), value.c_str()), "header");
   return natsConnection_PublishMsg(connection_.get(), answer.get()) != NATS_MAX_PAYLOAD;
 }
 

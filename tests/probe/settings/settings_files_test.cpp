@@ -193,7 +193,7 @@ TEST_F(DropInSettings, AreAnErrorWhenTheyCannotBeRead) {
 
 TEST_F(DropInSettings, NeedNoFolder) {
   EXPECT_EQ(ReadSettings(Main("[server]\nport = 1\n")).server.port, 1);
-  EXPECT_EQ(ReadSettingsFiles(Main("")).size(), 1U);
+  EXPECT_EQ(ReadSettingsFiles(Main(""), "probe.d").size(), 1U);
 }
 
 }  // namespace

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "probe/centre/centre_api.h"
+#include "probe/centre/centre_settings.h"
+#include "probe/centre/site_answerer.h"
+#include "probe/centre/site_subscriptions.h"
+#include "probe/centre/sites.h"
+#include "probe/centre/stream_reader.h"
+#include "probe/host/subscription_service.h"
+#include "probe/server/web_server.h"
+
+namespace probe::centre {
+
+/// A centre, put together: reads the stream of all sites and serves their pages. It keeps nothing but the newest texts,
+/// which it reads anew at each start; as many of them as one likes serve the same sites.
+///
+/// One at a time in a process. Threads: one thread makes it, starts and stops it.
+class Centre {
+ public:
+  /// `on_failure` is called, on any thread, when it can serve nobody any more and is to be stopped.
+  ///
+  /// Fails: throws `std::runtime_error` for settings that cannot be used.
+  Centre(CentreSettings settings, ServerSettings server, std::function<void()> on_failure = {});
+
+  /// Stops what runs.
+  ~Centre();
+  Centre(const Centre&) = delete;
+  Centre& operator=(const Centre&) = delete;
+
+  /// Fails: throws `std::runtime_error` whose text says what cannot be started.
+  void Start();
+  void Stop();
+
+  const WebServer& server() const { return server_; }
+  const Sites& sites() const { return sites_; }
+
+ private:
+  void Take(SiteText text);
+  HttpService Service();
+  void Announce() const;
+
+  const ServerSettings server_settings_;
+  const std::string pages_;
+  Sites sites_;
+  StreamReader reader_;
+  SiteAnswerer answerer_;
+  CentreApi api_;
+  SiteSubscriptions subscriptions_;
+  WebServer server_;
+};
+
+}  // namespace probe::centre

@@ -1,0 +1,163 @@
+#include "probe/centre/site_answerer.h"
+
+#include <algorithm>
+#include <charconv>
+#include <chrono>
+#include <ctime>
+#include <map>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string_view>
+#include <utility>
+
+#include "probe/api/answers.h"
+#include "probe/api/latest_messages.h"
+#include "probe/text/json_text.h"
+#include "probe/text/strict_json.h"
+#include "probe/uplink/pass_collector.h"
+#include "probe/uplink/site_answers.h"
+
+namespace probe::centre {
+namespace {
+
+using nlohmann::json;
+using nlohmann::ordered_json;
+
+// A report of many days may take a second or two, on a slow machine behind a slow line.
+constexpr std::chrono::milliseconds kPatience{8000};
+
+constexpr std::string_view kLive = "/api/v1/live/";
+
+unsigned NumberIn(const std::string& text) {
+  unsigned number = 0;
+  std::from_chars(text.data(), text.data() + text.size(), number);
+  return number;
+}
+
+/// What a site answered, as far as a site may: the pages of others have the same origin, so that nothing of it may run,
+/// set a cookie or lead elsewhere.
+HttpAnswer AnswerIn(uplink::SiteReply reply) {
+  static constexpr std::string_view kOwnHeaders = "vexora-";
+  constexpr unsigned kOk = 200;
+  constexpr unsigned kMostStatus = 599;
+  constexpr unsigned kBadGateway = 502;
+  const std::string prefix = std::string(uplink::kHeaderPrefix) + std::string(kOwnHeaders);
+  HttpAnswer answer;
+  answer.status = 0;
+  for (const auto& [name, value] : reply.headers) {
+    if (name == uplink::kStatusHeader) answer.status = NumberIn(value);
+    if (name == uplink::kContentTypeHeader) answer.content_type = value;
+    if (name == uplink::kGzipHeader) answer.is_gzip = true;
+    if (name.starts_with(prefix)) answer.headers.emplace_back(name.substr(prefix.size() - kOwnHeaders.size()), value);
+  }
+  const bool is_json = answer.content_type == "application/json" || answer.content_type == "application/problem+json";
+  if (answer.status < kOk || answer.status > kMostStatus || !is_json)
+    return ErrorAnswer(kBadGateway, "bad_answer", "The site's answer is none that a site gives.");
+  answer.body = std::make_shared<const std::string>(std::move(reply.text));
+  return answer;
+}
+
+/// Whether a request is for the message of a topic that goes up.
+bool IsForText(const std::string& topic, const HttpRequest& request) {
+  const json filter = json::parse(FilterOfText(topic), nullptr, false);
+  if (!filter.is_object()) return false;
+  for (const auto& [name, value] : request.arguments) {
+    const bool is_view = name == "interval" && filter.value("interval", json()) == json(value);
+    const bool is_order = name == "orderby" && value == uplink::kOrderThatGoesUp;
+    if (!value.empty() && !is_view && !is_order) return false;
+  }
+  // Without an argument it is for the topic's default, which may be another view.
+  return !filter.contains("interval") || request.arguments.contains("interval");
+}
+
+}  // namespace
+
+std::string FilterOfText(const std::string& topic) {
+  for (const StandardFilter& filter : StandardFilters()) {
+    if (filter.topic == topic && uplink::GoesUp(filter)) return filter.filter;
+  }
+  return {};
+}
+
+std::string WithSids(const std::string& message, const std::vector<std::string>& sids) {
+  auto tree = ordered_json::parse(message, nullptr, false);
+  if (!tree.is_object() || !tree.contains("data") || !tree["data"].is_object()) return message;
+  auto& data = tree["data"];
+  bool has_sids = data.contains("sid");
+  if (has_sids) data["sid"] = sids;
+  for (auto& [name, body] : data.items()) {
+    if (has_sids || !body.is_object() || !body.contains("sid")) continue;
+    body["sid"] = sids;
+    has_sids = true;
+  }
+  return has_sids ? Dump(tree) : message;
+}
+
+std::optional<uplink::SiteReply> SiteAnswerer::Ask(const std::string& site, const std::string& what,
+                                                   const json& request) const {
+  const auto connection = connections_();
+  if (connection == nullptr || !connection->IsConnected()) return std::nullopt;
+  return connection->Ask(site, what, Dump(request), kPatience);
+}
+
+std::string SiteAnswerer::Status(const SiteText& text) const {
+  // Its clock has gone on since, at its own pace.
+  auto status = ordered_json::parse(text.text, nullptr, false);
+  if (!status.is_object() || !status.contains("now") || !status["now"].is_number_integer()) return text.text;
+  constexpr std::int64_t kMillisecond = 1'000'000;
+  const auto now =
+      std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::system_clock::now().time_since_epoch());
+  const std::int64_t age = std::max<std::int64_t>((now.count() - text.stored_at_ns) / kMillisecond, 0);
+  const bool has_speed = status.contains("speed") && status["speed"].is_number_integer();
+  status["now"] = status["now"].get<std::int64_t>() + age * (has_speed ? status["speed"].get<std::int64_t>() : 1);
+  return Dump(status);
+}
+
+std::shared_ptr<const HttpAnswer> SiteAnswerer::FromTexts(const std::string& site, const HttpRequest& request) const {
+  const auto as_answer = [](std::string text) {
+    return std::make_shared<const HttpAnswer>(JsonAnswer(std::move(text), Caching::kNoStore));
+  };
+  if (request.path.starts_with(kLive)) {
+    const std::string topic = request.path.substr(kLive.size());
+    const auto text = IsForText(topic, request) ? sites_.Find(site, topic) : nullptr;
+    return text == nullptr ? nullptr : as_answer(StrictJson(text->text));
+  }
+  const bool is_for_all = std::all_of(request.arguments.begin(), request.arguments.end(),
+                                      [](const auto& one) { return one.second.empty(); });
+  for (const auto& [topic, path] : uplink::PageTexts()) {
+    if (path != request.path || !is_for_all) continue;
+    const auto text = sites_.Find(site, topic);
+    return text == nullptr ? nullptr : as_answer(topic == "status" ? Status(*text) : text->text);
+  }
+  return nullptr;
+}
+
+HttpAnswer SiteAnswerer::Away(const std::string& site) const {
+  constexpr unsigned kUnavailable = 503;
+  const auto heard = sites_.Heard(site);
+  return ErrorAnswer(kUnavailable, "site_away",
+                     "The site does not answer. It was last heard at " + uplink::IdOfTime(heard.value_or(0)) +
+                         ". What it sent then can be seen; all else has to come from the site itself.");
+}
+
+HttpAnswer SiteAnswerer::Http(const std::string& site, const HttpRequest& request) const {
+  if (const auto known = FromTexts(site, request)) return *known;
+  json arguments = json::object();
+  for (const auto& [name, value] : request.arguments) arguments[name] = value;
+  auto reply = Ask(site, "http", {{"path", request.path}, {"arguments", arguments}, {"gzip", request.accepts_gzip}});
+  return reply ? AnswerIn(std::move(*reply)) : Away(site);
+}
+
+std::string SiteAnswerer::Message(const std::string& site, const std::string& topic, const std::string& filter,
+                                  const std::vector<std::string>& sids) const {
+  const json wanted = json::parse(filter, nullptr, false);
+  if (wanted == json::parse(FilterOfText(topic), nullptr, false)) {
+    const auto text = sites_.Find(site, topic);
+    return text == nullptr ? std::string() : WithSids(text->text, sids);
+  }
+  if (!wanted.is_object()) return {};
+  const auto reply = Ask(site, "message", {{"topic", topic}, {"filter", wanted}});
+  return reply && !reply->text.empty() ? WithSids(reply->text, sids) : std::string();
+}
+
+}  // namespace probe::centre

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <nlohmann/json_fwd.hpp>
+#include <string>
+#include <vector>
+
+#include "probe/centre/sites.h"
+#include "probe/centre/stream_connection.h"
+#include "probe/server/http/http_message.h"
+
+namespace probe::centre {
+
+/// Answers for sites: from their newest texts where these suffice, else by asking the site itself.
+///
+/// Threads: any, several at once. What it refers to must outlive it.
+class SiteAnswerer {
+ public:
+  /// Gives the connection over which sites are asked; null: there is none.
+  using Connections = std::function<std::shared_ptr<StreamConnection>()>;
+
+  SiteAnswerer(const Sites& sites, Connections connections) : sites_(sites), connections_(std::move(connections)) {}
+
+  /// What the HTTP interface of a site answers; `request` has a path below /api/v1/ there.
+  ///
+  /// A site that does not answer has error 503 "site_away".
+  HttpAnswer Http(const std::string& site, const HttpRequest& request) const;
+
+  /// The newest message of a topic for a filter, under these SIDs; empty: there is none.
+  std::string Message(const std::string& site, const std::string& topic, const std::string& filter,
+                      const std::vector<std::string>& sids) const;
+
+ private:
+  std::shared_ptr<const HttpAnswer> FromTexts(const std::string& site, const HttpRequest& request) const;
+  std::string Status(const SiteText& text) const;
+  HttpAnswer Away(const std::string& site) const;
+  std::optional<uplink::SiteReply> Ask(const std::string& site, const std::string& what,
+                                       const nlohmann::json& request) const;
+
+  const Sites& sites_;
+  const Connections connections_;
+};
+
+/// The standard filter of a topic whose message goes up with each pass, a JSON text; empty: it has none.
+std::string FilterOfText(const std::string& topic);
+
+/// A message under other SIDs; one that names none is as it was.
+std::string WithSids(const std::string& message, const std::vector<std::string>& sids);
+
+}  // namespace probe::centre

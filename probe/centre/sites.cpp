@@ -1,0 +1,89 @@
+#include "probe/centre/sites.h"
+
+#include <algorithm>
+
+#include "probe/server/http/http_head.h"
+#include "probe/uplink/uplink_settings.h"
+
+using utilities::lock::lock_guard;
+
+namespace probe::centre {
+
+bool Sites::Put(SiteText text) {
+  if (!uplink::IsSiteName(text.site)) return false;
+  const auto put = std::make_shared<const SiteText>(std::move(text));
+  std::shared_ptr<const SiteSummary> before;
+  {
+    const lock_guard held(lock_);
+    const auto found = sites_.find(put->site);
+    if (found == sites_.end() && sites_.size() >= kMaxSites) return false;
+    if (found != sites_.end()) {
+      const auto known = found->second.texts.find(put->topic);
+      if (known == found->second.texts.end() && found->second.texts.size() >= kMaxTopics) return false;
+      if (known != found->second.texts.end() && known->second->stored_at_ns >= put->stored_at_ns) return false;
+      before = found->second.summary;
+    }
+  }
+  // Without the lock: to read a text takes a while. Texts come one at a time.
+  auto summary = std::make_shared<SiteSummary>(before == nullptr ? SiteSummary() : *before);
+  summary->name = put->site;
+  summary->heard = std::max(summary->heard, put->stored_at());
+  summary->Take(put->topic, put->text);
+  const lock_guard held(lock_);
+  Site& site = sites_[put->site];
+  site.texts[put->topic] = put;
+  site.summary = std::move(summary);
+  return true;
+}
+
+std::shared_ptr<const SiteText> Sites::Find(const std::string& site, const std::string& topic) const {
+  const lock_guard held(lock_);
+  const auto found = sites_.find(site);
+  if (found == sites_.end()) return nullptr;
+  const auto text = found->second.texts.find(topic);
+  return text == found->second.texts.end() ? nullptr : text->second;
+}
+
+bool Sites::Has(const std::string& site) const {
+  const lock_guard held(lock_);
+  return sites_.contains(site);
+}
+
+std::optional<time_t> Sites::Heard(const std::string& site) const {
+  const lock_guard held(lock_);
+  const auto found = sites_.find(site);
+  return found == sites_.end() ? std::nullopt : std::optional(found->second.summary->heard);
+}
+
+std::vector<std::shared_ptr<const SiteSummary>> Sites::Summaries(const Chosen& is_chosen) const {
+  std::vector<std::shared_ptr<const SiteSummary>> summaries;
+  const lock_guard held(lock_);
+  for (const auto& [name, site] : sites_) {
+    if (is_chosen(name)) summaries.push_back(site.summary);
+  }
+  return summaries;
+}
+
+std::vector<std::shared_ptr<const SiteSummary>> Sites::List(const Chosen& is_chosen, time_t now) const {
+  auto list = Summaries(is_chosen);
+  std::stable_sort(list.begin(), list.end(),
+                   [now](const auto& one, const auto& other) { return one->Level(now) > other->Level(now); });
+  return list;
+}
+
+std::vector<Sites::Hit> Sites::Search(const std::string& text, const Chosen& is_chosen, std::size_t most) const {
+  const std::string wanted = LowerCase(text);
+  const auto summaries = Summaries(is_chosen);
+  std::vector<Hit> hits;
+  for (const auto list : {&SiteSummary::listed_devices, &SiteSummary::listed_clients}) {
+    for (const auto& summary : summaries) {
+      for (const Findable& one : *((*summary).*list)) {
+        if (hits.size() >= most) return hits;
+        if (IsFound(one, wanted)) hits.push_back({summary->name, one});
+      }
+    }
+  }
+  return hits;
+}
+
+}  // namespace probe::centre

@@ -1,0 +1,178 @@
+#include "probe/centre/stream_connection.h"
+
+#include <array>
+#include <random>
+#include <stdexcept>
+#include <string_view>
+#include <utility>
+
+#include "probe/uplink/nats_connection.h"
+#include "probe/uplink/uplink_settings.h"
+
+namespace probe::centre {
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+constexpr std::chrono::nanoseconds kSecond = std::chrono::seconds(1);
+constexpr int kBatch = 64;
+constexpr std::chrono::seconds kDuplicates{120};
+// A consumer that nobody asks for so long is one of a centre that is gone.
+constexpr std::chrono::seconds kConsumerLife{60};
+// After so long without a text it is asked whether the consumer is still there.
+constexpr std::chrono::seconds kQuiet{10};
+
+/// "vexora.v1.*.*".
+std::string AllTexts() {
+  return std::string(uplink::kSubjects) + "*.*";
+}
+
+std::string NewName() {
+  std::random_device device;
+  return "centre-" + std::to_string(device()) + std::to_string(device());
+}
+
+uplink::NatsOptions OptionsOf(const StreamSettings& settings) {
+  return uplink::OptionsFor(settings, "vexora-centre", "_INBOX_centre");
+}
+
+/// The text in a message; nothing: its subject or its id is that of no text, or they differ.
+std::optional<SiteText> TextIn(natsMsg* message, std::int64_t stored_at_ns) {
+  const std::string subject = natsMsg_GetSubject(message);
+  const std::string id = uplink::HeaderOf(message, uplink::kMessageId);
+  if (!subject.starts_with(uplink::kSubjects)) return std::nullopt;
+  const std::string name = subject.substr(std::string_view(uplink::kSubjects).size());
+  const std::size_t point = name.find('.');
+  // An acknowledgement of the servers can be led to any subject by whoever may publish.
+  if (point == std::string::npos || !id.starts_with(name + ".")) return std::nullopt;
+  return SiteText{name.substr(0, point), name.substr(point + 1), id.substr(name.size() + 1), stored_at_ns,
+                  uplink::TextOf(message)};
+}
+
+uplink::SiteReply ReplyIn(natsMsg* message) {
+  uplink::SiteReply reply{{}, uplink::TextOf(message)};
+  const char** names = nullptr;
+  int count = 0;
+  if (natsMsgHeader_Keys(message, &names, &count) != NATS_OK) return reply;
+  const std::unique_ptr<const char*, decltype(&std::free)> owner(names, &std::free);
+  for (int at = 0; at < count; ++at) reply.headers.emplace_back(names[at], uplink::HeaderOf(message, names[at]));
+  return reply;
+}
+
+}  // namespace
+
+StreamConnection::StreamConnection(const StreamSettings& settings)
+    : settings_(settings), consumer_(NewName()), connection_(uplink::Connect(OptionsOf(settings))) {
+  jsCtx* made = nullptr;
+  uplink::CheckNats(natsConnection_JetStream(&made, connection_.get(), nullptr), "stream");
+  stream_.reset(made);
+}
+
+void StreamConnection::RequireUsable(const StreamSettings& settings) {
+  OptionsOf(settings);
+}
+
+bool StreamConnection::IsConnected() const {
+  return natsConnection_Status(connection_.get()) == NATS_CONN_STATUS_CONNECTED;
+}
+
+bool StreamConnection::IsOver() const {
+  return natsConnection_IsClosed(connection_.get());
+}
+
+std::string StreamConnection::WhyNotConnected() const {
+  return uplink::WhyNotConnected(connection_.get());
+}
+
+void StreamConnection::MakeStream() {
+  jsStreamInfo* info = nullptr;
+  jsErrCode error{};
+  const natsStatus found = js_GetStreamInfo(&info, stream_.get(), settings_.name.c_str(), nullptr, &error);
+  jsStreamInfo_Destroy(info);
+  if (found != NATS_NOT_FOUND) return;
+  const std::string subjects = AllTexts();
+  std::array<const char*, 1> taken{subjects.c_str()};
+  jsStreamConfig config;
+  jsStreamConfig_Init(&config);
+  config.Name = settings_.name.c_str();
+  config.Subjects = taken.data();
+  config.SubjectsLen = taken.size();
+  config.Storage = js_FileStorage;
+  config.Replicas = settings_.replicas;
+  config.MaxAge = std::chrono::nanoseconds(std::chrono::hours(24) * settings_.days).count();
+  config.Duplicates = std::chrono::nanoseconds(kDuplicates).count();
+  // After each connection a site asks for its own last texts.
+  config.AllowDirect = true;
+  uplink::CheckNats(js_AddStream(nullptr, stream_.get(), &config, nullptr, &error),
+                    "the stream " + settings_.name + " cannot be made");
+}
+
+void StreamConnection::Subscribe() {
+  texts_.reset();
+  MakeStream();
+  jsSubOptions options;
+  jsSubOptions_Init(&options);
+  options.Stream = settings_.name.c_str();
+  options.Config.DeliverPolicy = js_DeliverLastPerSubject;
+  options.Config.AckPolicy = js_AckNone;
+  options.Config.InactiveThreshold = std::chrono::nanoseconds(kConsumerLife).count();
+  // The one before begins where it was left off, and may have given texts that did not arrive.
+  js_DeleteConsumer(stream_.get(), settings_.name.c_str(), consumer_.c_str(), nullptr, nullptr);
+  natsSubscription* made = nullptr;
+  jsErrCode error{};
+  uplink::CheckNats(
+      js_PullSubscribe(&made, stream_.get(), AllTexts().c_str(), consumer_.c_str(), nullptr, &options, &error),
+      "the stream " + settings_.name + " cannot be read");
+  texts_.reset(made);
+  next_ = 1;
+  quiet_since_ = steady_clock::now();
+}
+
+bool StreamConnection::IsConsumerThere() {
+  jsConsumerInfo* info = nullptr;
+  const natsStatus found =
+      js_GetConsumerInfo(&info, stream_.get(), settings_.name.c_str(), consumer_.c_str(), nullptr, nullptr);
+  jsConsumerInfo_Destroy(info);
+  return found == NATS_OK;
+}
+
+Reading StreamConnection::Read(milliseconds wait, std::vector<SiteText>& texts) {
+  natsMsgList list{};
+  const natsStatus status = natsSubscription_Fetch(&list, texts_.get(), kBatch, wait.count(), nullptr);
+  const std::unique_ptr<natsMsgList, decltype(&natsMsgList_Destroy)> owner(&list, &natsMsgList_Destroy);
+  if (status == NATS_TIMEOUT) {
+    const auto now = steady_clock::now();
+    if (now - quiet_since_ < kQuiet) return Reading::kGoesOn;
+    quiet_since_ = now;
+    return IsConsumerThere() ? Reading::kGoesOn : Reading::kBroken;
+  }
+  if (status != NATS_OK) return Reading::kBroken;
+  quiet_since_ = steady_clock::now();
+  for (int at = 0; at < list.Count; ++at) {
+    jsMsgMetaData* facts = nullptr;
+    if (natsMsg_GetMetaData(&facts, list.Msgs[at]) != NATS_OK) continue;
+    const std::unique_ptr<jsMsgMetaData, decltype(&jsMsgMetaData_Destroy)> facts_owner(facts, &jsMsgMetaData_Destroy);
+    // Nothing is delivered twice without acknowledgements: what was lost on its way is missing.
+    if (facts->Sequence.Consumer != next_) return Reading::kBroken;
+    ++next_;
+    if (auto text = TextIn(list.Msgs[at], facts->Timestamp)) texts.push_back(std::move(*text));
+  }
+  return Reading::kGoesOn;
+}
+
+std::optional<uplink::SiteReply> StreamConnection::Ask(const std::string& site, const std::string& what,
+                                                       const std::string& text, milliseconds wait) const {
+  const std::string subject = uplink::kSubjects + site + ".request." + what;
+  natsMsg* made = nullptr;
+  if (natsConnection_RequestString(&made, connection_.get(), subject.c_str(), text.c_str(), wait.count()) != NATS_OK)
+    return std::nullopt;
+  const uplink::NatsMessage answer(made);
+  return ReplyIn(made);
+}
+
+void StreamConnection::Close() {
+  natsConnection_Close(connection_.get());
+}
+
+}  // namespace probe::centre

@@ -1,0 +1,84 @@
+#include <sys/prctl.h>
+
+#include <csignal>
+#include <cstdio>
+#include <exception>
+#include <sstream>
+#include <string>
+#include <variant>
+
+#include "probe/app/service_manager.h"
+#include "probe/app/service_signals.h"
+#include "probe/centre/centre.h"
+#include "probe/centre_app/centre_command_line.h"
+#include "probe/host/journal_priority.h"
+#include "probe/host/log.h"
+#include "probe/server/net/server_settings.h"
+
+namespace {
+
+using probe::centre::CommandLine;
+
+/// Writes what is wrong to standard error, each line with the priority of an error where the journal reads it.
+void PrintError(const std::string& text) {
+  std::istringstream lines(text);
+  for (std::string line; std::getline(lines, line);)
+    std::fprintf(stderr, "%s%s\n", probe::log::StandardErrorPrefix(probe::log::Level::kError), line.c_str());
+}
+
+int Check(const CommandLine& command_line) {
+  const probe::Settings settings = probe::centre::SettingsFor(command_line);
+  probe::RequireServable(settings.server);
+  std::puts("The configuration can be used.");
+  return 0;
+}
+
+/// Runs the centre until somebody stops it. Returns the exit code.
+int Run(const CommandLine& command_line) {
+  // Before any thread is started: threads inherit the blocked signals.
+  probe::ServiceSignals service_signals;
+  const probe::Settings settings = probe::centre::SettingsFor(command_line);
+  // A core dump would hold the tokens. prctl(2)
+  prctl(PR_SET_DUMPABLE, 0);
+  probe::log::SetLevel(settings.log_level);
+  probe::centre::Centre centre(settings.centre, settings.server, [&] { service_signals.Interrupt(); });
+  centre.Start();
+  probe::TellServiceManager("READY=1");
+  const char* const signal = service_signals.Wait();
+  probe::TellServiceManager("STOPPING=1");
+  probe::log::Info("%s: stopping", signal == nullptr ? "failure" : signal);
+  centre.Stop();
+  probe::log::Info("stopped");
+  return signal == nullptr ? 1 : 0;
+}
+
+/// What `run` returns; or, when it throws, an exit code, once the reason has been told.
+template <typename Function>
+int Guarded(bool is_check, const Function& run) {
+  try {
+    return run();
+  } catch (const probe::SettingsError& error) {
+    PrintError(error.what());
+    return is_check ? 1 : probe::kUnusable;
+  } catch (const std::exception& error) {
+    PrintError(std::string("vexora-centre cannot start: ") + error.what());
+    return 1;
+  }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const auto parsed = probe::centre::ParseCommandLine(argc, argv);
+  if (const auto* answer = std::get_if<probe::CommandLineExit>(&parsed)) {
+    if (answer->exit_code == 0) {
+      std::fputs(answer->text.c_str(), stdout);
+    } else {
+      PrintError(answer->text);
+    }
+    return answer->exit_code;
+  }
+  const auto& command_line = std::get<CommandLine>(parsed);
+  return Guarded(command_line.is_check,
+                 [&] { return command_line.is_check ? Check(command_line) : Run(command_line); });
+}
