@@ -17,6 +17,7 @@ import { Top } from './pages/top';
 import { Traffic } from './pages/traffic';
 import { type Navigation, useProbe, useRoute, useSettings } from './state/hooks';
 import { isWarming, probe } from './state/probe';
+import { site } from './state/place';
 import { formatRoute, nextOnWall, wallSeconds } from './state/route';
 import { texts as t } from './texts';
 
@@ -90,12 +91,12 @@ function App() {
   const content = useRef<HTMLElement>(null);
   const isFirst = useRef(true);
   useEffect(() => {
-    document.title = t.main.title(pageTitles[page]);
+    document.title = t.main.title(pageTitles[page], site ?? t.frame.name);
     if (!isFirst.current) content.current?.focus({ preventScroll: true }); // a reader of the screen hears of the new page
     isFirst.current = false;
     window.scrollTo(0, 0);
   }, [page]);
-  if (needsToken) return <TokenForm />;
+  if (needsToken) return <TokenForm isCentre={site !== null} onToken={(token) => probe.useToken(token)} />;
   return (
     <>
       <a class="skip" href="#content" onClick={(event) => { event.preventDefault(); content.current?.focus(); }}>{t.main.skip}</a>

@@ -15,7 +15,8 @@ const options = { bannerComment: '', cwd: join(docs, 'schemas'), ignoreMinAndMax
 rmSync(target, { recursive: true, force: true });
 mkdirSync(target, { recursive: true });
 
-for (const file of readdirSync(join(docs, 'schemas')).filter((name) => name.endsWith('.json'))) {
+const schemas = ['.', 'centre'].flatMap((folder) => readdirSync(join(docs, 'schemas', folder)).map((name) => join(folder, name)));
+for (const file of schemas.filter((name) => name.endsWith('.json'))) {
   const name = basename(file, '.json');
   const schema = JSON.parse(readFileSync(join(docs, 'schemas', file), 'utf8'));
   writeFileSync(join(target, `${name}.ts`), await compile({ ...schema, title: 'Message' }, name, options));

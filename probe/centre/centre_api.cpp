@@ -61,7 +61,7 @@ ordered_json TreeOf(const Sites::Hit& hit) {
   const Findable& found = hit.found;
   return {{"site", hit.site},         {"kind", found.is_client ? "client" : "device"},
           {"mac", found.mac},         {"name", found.name},
-          {"ip", found.address},      {found.is_client ? "device_name" : "model", found.place},
+          {"ip", found.address},      {"place", found.place},
           {"ssid", found.ssid},       {"user", found.user},
           {"online", found.is_online}};
 }

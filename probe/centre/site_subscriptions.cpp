@@ -9,17 +9,20 @@
 #include "probe/host/log.h"
 #include "probe/text/json_c_handle.h"
 
-/// What a subscription asks for: here the client's own words, for the site to understand.
-class Filter {
- public:
-  explicit Filter(std::string text) : json(std::move(text)) {}
-  const std::string json;
-};
-
 using utilities::lock::lock_guard;
 
 namespace probe::centre {
 namespace {
+
+/// A filter is whatever feeds the topic says: here the client's own words, a JSON text, for the site to understand.
+std::shared_ptr<Filter> FilterOf(std::string text) {
+  const auto words = std::make_shared<std::string>(std::move(text));
+  return {words, reinterpret_cast<Filter*>(words.get())};  // NOLINT(*-reinterpret-cast): opaque to all but this file
+}
+
+const std::string& WordsOf(const Filter& filter) {
+  return reinterpret_cast<const std::string&>(filter);  // NOLINT(*-reinterpret-cast): made by the function above
+}
 
 /// A member of an element of a request, as a JSON text; empty: it has none.
 std::string MemberOf(json_object* element, const char* name) {
@@ -43,7 +46,7 @@ class SiteTopic final : public subscribes::Subscriber {
       if (json_object_is_type(element, json_type_object) == 0) continue;
       const std::string sid = MemberOf(element, "sid");
       const std::string filter = MemberOf(element, "filter");
-      if (!sid.empty()) parsed[sid] = std::make_shared<Filter>(filter.empty() ? "{}" : filter);
+      if (!sid.empty()) parsed[sid] = FilterOf(filter.empty() ? "{}" : filter);
     }
     return parsed;
   }
@@ -52,7 +55,7 @@ class SiteTopic final : public subscribes::Subscriber {
     // Whoever asks for the same under the same names gets the same text.
     std::map<std::pair<lws*, std::string>, std::vector<std::string>> sids;  // of a connection and filter
     for (const auto& [sid, connections] : subscriptions) {
-      for (const auto& [connection, filter] : connections) sids[{connection, filter->json}].push_back(sid);
+      for (const auto& [connection, filter] : connections) sids[{connection, WordsOf(*filter)}].push_back(sid);
     }
     std::map<std::pair<std::string, std::vector<std::string>>, std::string> texts;
     for (const auto& [receiver, names] : sids) {

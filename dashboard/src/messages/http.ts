@@ -1,6 +1,7 @@
 // Asks the probe over HTTP.
 
 import { isRecord, isText, parseJson } from './check';
+import { base } from '../state/place';
 import { texts as t } from '../texts';
 
 export type Answer<Value> = { kind: 'value'; value: Value } | { kind: 'error'; status: number; code: string; message: string };
@@ -10,7 +11,7 @@ export type Fetcher = (path: string, headers: Record<string, string>) => Promise
 
 export function apiPath(path: string, query: Record<string, string> = {}): string {
   const text = new URLSearchParams(query).toString();
-  return text ? `/api/v1/${path}?${text}` : `/api/v1/${path}`;
+  return `${base}/api/v1/${path}${text && `?${text}`}`;
 }
 
 export async function ask<Value>(
@@ -34,7 +35,8 @@ export async function ask<Value>(
 
 /** Shows the token once; the probe answers with a cookie that stands for it, which no script can read. */
 export function openSession(fetcher: Fetcher, token: string): Promise<Answer<true>> {
-  return ask(fetcher, apiPath('session'), () => true as const, { Authorization: `Bearer ${token}` });
+  // A centre's token is for all its pages.
+  return ask(fetcher, '/api/v1/session', () => true as const, { Authorization: `Bearer ${token}` });
 }
 
 /** The browser's own. */

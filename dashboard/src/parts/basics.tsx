@@ -30,11 +30,11 @@ export function Moment({ text }: { text: string }) {
   );
 }
 
-export function LevelBadge({ level }: { level: Level }) {
+export function LevelBadge({ level, title = levelTitles[level] }: { level: Level; title?: string }) {
   return (
     <span class={`badge ${level}`}>
       <LevelIcon level={level} />
-      {levelTitles[level]}
+      {title}
     </span>
   );
 }

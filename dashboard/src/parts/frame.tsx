@@ -5,6 +5,7 @@ import { isStale, untilNext } from '../state/passes';
 import { isWarming, now as present, probe, probeTime } from '../state/probe';
 import { useNow, useProbe, useSettings } from '../state/hooks';
 import { settings, type Theme, type ZoneKind } from '../state/settings';
+import { site } from '../state/place';
 import { formatRoute, type Page, pages } from '../state/route';
 import { formatDuration, formatPace, type RateKind } from '../format/format';
 import { setZone, zoneText } from '../format/zone';
@@ -34,7 +35,14 @@ export function Head({ page, isWall }: { page: Page; isWall: boolean }) {
   }, [page]);
   return (
     <header class="head">
-      <a class="brand" href="#/overview"><Mark />{t.frame.name}</a>
+      {site === null ? (
+        <a class="brand" href="#/overview"><Mark />{t.frame.name}</a>
+      ) : (
+        <>
+          {!isWall && <a class="brand" href="/" title={t.frame.toSites}><Mark /><span class="hidden">{t.frame.toSites}</span></a>}
+          <a class="brand" href="#/overview" data-site={site}>{site}</a>
+        </>
+      )}
       {!isWall && (
         <nav class="tabs" aria-label={t.frame.pages} ref={tabs}>
           <ul>
@@ -129,7 +137,7 @@ export function useTheme(linked: string | undefined): void {
   }, [shown]);
 }
 
-function ThemeButton() {
+export function ThemeButton() {
   const { theme } = useSettings();
   const next = themes[(themes.indexOf(theme) + 1) % themes.length] ?? 'auto';
   return (
@@ -162,17 +170,24 @@ export function Foot({ isWall }: { isWall: boolean }) {
   );
 }
 
-export function TokenForm() {
+interface TokenFormProps {
+  /** Whether the token is a centre's. */
+  isCentre: boolean;
+  /** Logs in: what is wrong, in words; empty when the page may go on. */
+  onToken: (token: string) => Promise<string>;
+}
+
+export function TokenForm({ isCentre, onToken }: TokenFormProps) {
   const [token, setToken] = useState('');
   const [complaint, setComplaint] = useState('');
   return (
     <main class="ask" id="content" tabIndex={-1}>
-      <h1>{t.frame.asksToken}</h1>
-      <p class="note">{t.frame.whereToken}</p>
+      <h1>{isCentre ? t.frame.asksCentreToken : t.frame.asksToken}</h1>
+      <p class="note">{isCentre ? t.frame.whereCentreToken : t.frame.whereToken}</p>
       <form
         onSubmit={(event) => {
           event.preventDefault();
-          void probe.useToken(token).then(setComplaint);
+          void onToken(token).then(setComplaint);
         }}
       >
         <label class="hidden" for="token">{t.frame.token}</label>

@@ -8,6 +8,7 @@ import type { Json } from '../messages/check';
 import type { Zone } from '../format/zone';
 import { type DeviceLevels, levelsAfter } from './levels';
 import { type Moment, type Passes, passesFrom } from './passes';
+import { base } from './place';
 
 export type Link = { kind: ConnectionState; until: Moment };
 
@@ -182,7 +183,7 @@ export class Probe {
 
   /** The session's cookie goes with it. */
   private socketUrl(): string {
-    return `${location.protocol === 'https:' ? 'wss' : 'ws'}://${location.host}/`;
+    return `${location.protocol === 'https:' ? 'wss' : 'ws'}://${location.host}${base}/`;
   }
 
   private change(change: Partial<ProbeState>): void {
