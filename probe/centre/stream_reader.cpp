@@ -69,7 +69,7 @@ void StreamReader::TryStep() noexcept {
 
 void StreamReader::Step() {
   const auto current = OpenedConnection();
-  if (current == nullptr) return;
+  if (current == nullptr || stop_.IsSetBefore({})) return;
   if (!current->IsConnected()) {
     NoteReading(false, current->WhyNotConnected());
     stop_.IsSetBefore(steady_clock::now() + kWait);
@@ -79,6 +79,7 @@ void StreamReader::Step() {
   std::vector<SiteText> texts;
   const Reading reading = current->Read(kWait, texts);
   for (SiteText& text : texts) take_(std::move(text));
+  if (stop_.IsSetBefore({})) return;
   if (reading == Reading::kGoesOn) return NoteReading(true, "");
   current->Unsubscribe();
   if (!current->IsConnected()) NoteReading(false, current->WhyNotConnected());

@@ -114,23 +114,25 @@ void ReadAccessGroups(const toml::node& list, SettingsErrors& errors, Settings& 
 }
 
 std::string DescribeAccessGroups() {
-  return "# Tokens by which some of the sites can be seen, and no others. Where there is one, or server.token, "
-         "everybody\n"
-         "# has to show a token; that of server.token is for all sites.\n"
+  return "# Groups of sites with a token of their own, each in a table of its own. Where there is one, or "
+         "server.token,\n"
+         "# everybody has to show a token; that of server.token is for all sites:\n"
          "#\n"
-         "#[[access]]\n"
+         "#   [[access]]\n"
+         "#   name = \"east\"\n"
+         "#   token_file = \"${CREDENTIALS_DIRECTORY}/vexora_east\"\n"
+         "#   sites = [\"north\", \"east-*\"]\n"
          "#\n"
-         "# A name for the log.\n"
+         "# The keys of such a table:\n"
+         "#\n"
+         "# name: By which the log and errors call the group.\n"
          "# (a text of 1 to 64 letters, digits, \"-\" and \"_\")\n"
-         "#name = \"east\"\n"
          "#\n"
-         "# File whose only line is the token. Only its owner may be able to read it.\n"
+         "# token_file: File whose only line is the token. Only its owner may be able to read it.\n"
          "# (a text)\n"
-         "#token_file = \"/etc/vexora/east.token\"\n"
          "#\n"
-         "# The sites; \"east-*\" stands for all whose names begin so.\n"
-         "# (a list of names of sites, of which the last letter may be \"*\")\n"
-         "#sites = [\"north\", \"east-*\"]\n";
+         "# sites: Which sites it shows; \"east-*\" stands for all whose names begin so.\n"
+         "# (a list of names of sites, of which the last letter may be \"*\")\n";
 }
 
 }  // namespace probe

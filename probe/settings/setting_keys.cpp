@@ -146,6 +146,13 @@ std::vector<SettingKey> LimitKeys() {
   };
 }
 
+/// The centre has no passes.
+std::vector<SettingKey> CentreLimitKeys() {
+  std::vector<SettingKey> keys = LimitKeys();
+  std::erase_if(keys, [](const SettingKey& key) { return key.name.starts_with("pass_"); });
+  return keys;
+}
+
 SettingKey LogLevelKey() {
   SettingKey key{"logging",
                  "level",
@@ -292,7 +299,7 @@ const std::vector<SettingKey>& SettingKeys(Program program) {
   };
   static const auto of_probe =
       join({ServerKeys(), LimitKeys(), JournalKeys(), UplinkKeys(), ProbeKeys(), SimulatedKeys()});
-  static const auto of_centre = join({CentreServerKeys(), LimitKeys(), StreamKeys(), {LogLevelKey()}});
+  static const auto of_centre = join({CentreServerKeys(), CentreLimitKeys(), StreamKeys(), {LogLevelKey()}});
   return program == Program::kCentre ? of_centre : of_probe;
 }
 

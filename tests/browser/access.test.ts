@@ -3,9 +3,9 @@
 import { copyFileSync, existsSync, mkdirSync, readFileSync } from 'node:fs';
 import { join } from 'node:path';
 import { fileURLToPath } from 'node:url';
-import axe from 'axe-core';
 import type { Browser, Page } from 'playwright-core';
 import { afterAll, beforeAll, describe, expect, test } from 'vitest';
+import { findingsOf } from './axe';
 import { closeContext, openBrowser, openPage } from './browser';
 import { ProbeProcess, simulated } from './probe';
 
@@ -42,16 +42,6 @@ async function takePicture(page: Page, name: string): Promise<void> {
   const shown = join(root, 'docs/images', `${name}.png`);
   await page.screenshot({ path: picture });
   if (isRenewing && existsSync(shown)) copyFileSync(picture, shown);
-}
-
-/** What axe finds on the page as it is shown. */
-async function findingsOf(page: Page): Promise<unknown[]> {
-  if (!(await page.evaluate(() => 'axe' in window))) await page.evaluate(axe.source);
-  return page.evaluate(async () => {
-    const runner = (window as unknown as { axe: typeof axe }).axe;
-    const { violations } = await runner.run(document, { resultTypes: ['violations'] });
-    return violations.map(({ id, impact, nodes }) => ({ id, impact, where: nodes.slice(0, 3).map((node) => node.html) }));
-  });
 }
 
 /** Those on which a page of ours is looked at: a phone, a tablet on end, a tablet, a screen. Colours are the same on all. */

@@ -29,7 +29,7 @@ cd /
 
 # Nothing but what is meant for the one who installs.
 strays=$(find "$prefix" -type f -printf '%P\n' |
-  sed -E '\#^bin/(vexora-probe|probe-watch|probe-replay)$#d
+  sed -E '\#^bin/(vexora-probe|vexora-centre|probe-watch|probe-replay)$#d
     \#^lib/vexora/probe/libmonitor\.so$#d
     \#^include/vexora/(platform/([a-z]+/)?[a-z_]+\.h|monitor/engine/entry_points\.h)$#d
     \#^lib[^/]*(/[^/]+-linux-[^/]+)?/(cmake/vexora-monitor/vexora-monitor-config(-version)?\.cmake|pkgconfig/vexora-monitor\.pc)$#d
@@ -37,7 +37,7 @@ strays=$(find "$prefix" -type f -printf '%P\n' |
     \#^share/vexora/grafana/vexora-probe\.json$#d
     \#^share/vexora/fleet/nats-server\.conf$#d
     \#^share/vexora/profiles/[a-z_]+\.toml$#d
-    \#^share/doc/vexora-probe/examples/probe\.toml$#d')
+    \#^share/doc/vexora-probe/examples/(probe|centre)\.toml$#d')
 [[ -z $strays ]] || fail "what is this for: $strays"
 
 # A host compiles against the headers alone, as docs/hosting.md says.

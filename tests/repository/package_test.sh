@@ -63,8 +63,9 @@ dpkg_there --install "$(file_of vexora-monitor)" "$(file_of vexora-probe)" "$(fi
 grep -q '^# mine$' "$root/etc/vexora/probe.toml" || fail "an upgrade takes the administrator's configuration away"
 
 # What belongs where.
-for file in usr/bin/vexora-probe usr/bin/probe-watch usr/bin/probe-replay usr/lib/vexora/probe/libmonitor.so \
+for file in usr/bin/vexora-probe usr/bin/vexora-centre usr/bin/probe-watch usr/bin/probe-replay usr/lib/vexora/probe/libmonitor.so \
   lib/systemd/system/vexora-probe.service usr/share/man/man1/vexora-probe.1.gz usr/share/man/man5/probe.toml.5.gz \
+  lib/systemd/system/vexora-centre.service usr/share/man/man1/vexora-centre.1.gz usr/share/man/man5/centre.toml.5.gz \
   usr/share/bash-completion/completions/vexora-probe usr/share/vexora/dashboard/index.html \
   usr/share/vexora/grafana/vexora-probe.json usr/share/vexora/fleet/nats-server.conf usr/share/vexora/profiles/generic.toml usr/include/vexora/platform/contract_version.h \
   usr/share/doc/vexora-probe/operating.md.gz usr/share/doc/vexora-monitor-dev/schemas/envelope.json; do
@@ -75,16 +76,19 @@ done
 # It runs from where it lies.
 "$root/usr/bin/vexora-probe" --version | grep -q '^vexora-probe .*(commit [0-9a-f]*)$' || fail "the probe names no commit"
 "$root/usr/bin/vexora-probe" profiles list >/dev/null || fail "the probe does not find its profiles"
+"$root/usr/bin/vexora-centre" --check --config "$root/etc/vexora/centre.toml" >/dev/null || fail "the centre's configuration cannot be used"
 
-# The service manager takes the unit, and has little to say about what the service may do (0 is nothing, 100 everything).
-unit=$folder/vexora-probe.service
-sed "s|=/usr/bin/vexora-probe|=$root/usr/bin/vexora-probe|" "$root/lib/systemd/system/vexora-probe.service" >"$unit"
-complaints=$(systemd-analyze verify --man=no "$unit" 2>&1) || fail "the unit: $complaints"
-[[ -z $complaints ]] || fail "the unit: $complaints"
-systemd-analyze security --offline=true --threshold=15 "$unit" >"$folder/log" || {
-  tail -n 1 "$folder/log"
-  fail "the service may do too much"
-}
+# The service manager takes the units, and has little to say about what the services may do (0 is nothing, 100 everything).
+for service in vexora-probe vexora-centre; do
+  unit=$folder/$service.service
+  sed "s|=/usr/bin/$service|=$root/usr/bin/$service|" "$root/lib/systemd/system/$service.service" >"$unit"
+  complaints=$(systemd-analyze verify --man=no "$unit" 2>&1) || fail "the unit: $complaints"
+  [[ -z $complaints ]] || fail "the unit: $complaints"
+  systemd-analyze security --offline=true --threshold=15 "$unit" >"$folder/log" || {
+    tail -n 1 "$folder/log"
+    fail "$service may do too much"
+  }
+done
 
 # A stranger builds a host, by each of the two ways.
 libdir=$(cd "$root/usr/lib" && echo */pkgconfig)

@@ -1,4 +1,4 @@
-// The installed example, packaging/probe.toml, against the table of keys.
+// The installed examples, packaging/probe.toml and centre.toml, against the tables of keys.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -15,8 +15,8 @@
 namespace probe {
 namespace {
 
-std::string Example() {
-  std::ifstream file(VEXORA_EXAMPLE_FILE);
+std::string Example(Program program = Program::kProbe) {
+  std::ifstream file(std::string(VEXORA_PACKAGING) + (program == Program::kCentre ? "/centre.toml" : "/probe.toml"));
   std::ostringstream text;
   text << file.rdbuf();
   return text.str();
@@ -60,12 +60,27 @@ TEST(ExampleFile, HoldsTheDefaultsWhenItsKeysAreSwitchedOn) {
   for (const SettingKey& key : SettingKeys()) EXPECT_EQ(key.read(settings), key.read(defaults)) << key.Path();
 }
 
+TEST(ExampleFile, OfACentreShowsEveryKeyAndChangesNone) {
+  const std::string example = Example(Program::kCentre);
+  const auto keys_begin = example.find("[server]");
+  ASSERT_NE(keys_begin, std::string::npos);
+  EXPECT_EQ(example.substr(keys_begin), DescribeSettings(Program::kCentre));
+
+  const Settings defaults;
+  const Settings settings = ParseSettings(SwitchedOn(example), "centre.toml", Program::kCentre);
+  for (const SettingKey& key : SettingKeys(Program::kCentre))
+    EXPECT_EQ(key.read(settings), key.read(defaults)) << key.Path();
+  EXPECT_TRUE(settings.centre.groups.empty());
+}
+
 TEST(SettingKeys, AreAllDifferentAndExplained) {
-  std::set<std::string> paths;
-  for (const SettingKey& key : SettingKeys()) {
-    EXPECT_TRUE(paths.insert(key.Path()).second) << key.Path();
-    EXPECT_FALSE(key.help.empty()) << key.Path();
-    EXPECT_FALSE(key.expected.empty()) << key.Path();
+  for (const Program program : {Program::kProbe, Program::kCentre}) {
+    std::set<std::string> paths;
+    for (const SettingKey& key : SettingKeys(program)) {
+      EXPECT_TRUE(paths.insert(key.Path()).second) << key.Path();
+      EXPECT_FALSE(key.help.empty()) << key.Path();
+      EXPECT_FALSE(key.expected.empty()) << key.Path();
+    }
   }
 }
 
