@@ -33,6 +33,7 @@
 #include "probe/settings/setting_keys.h"
 #include "probe/sources/snmp/snmp_settings.h"
 #include "probe/text/url_host.h"
+#include "probe/uplink/site_interface.h"
 #include "probe/uplink/uplink.h"
 #include "probe/version/version.h"
 

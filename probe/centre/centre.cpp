@@ -2,7 +2,11 @@
 
 #include <utility>
 
+#include "probe/api/page_files.h"
+#include "probe/centre/site_text.h"
 #include "probe/host/log.h"
+#include "probe/server/http/http_message.h"
+#include "probe/server/net/server_settings.h"
 #include "probe/text/url_host.h"
 #include "probe/version/version.h"
 

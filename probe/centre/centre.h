@@ -8,9 +8,12 @@
 #include "probe/centre/centre_settings.h"
 #include "probe/centre/site_answerer.h"
 #include "probe/centre/site_subscriptions.h"
+#include "probe/centre/site_text.h"
 #include "probe/centre/sites.h"
 #include "probe/centre/stream_reader.h"
 #include "probe/host/subscription_service.h"
+#include "probe/server/http/http_message.h"
+#include "probe/server/net/server_settings.h"
 #include "probe/server/web_server.h"
 
 namespace probe::centre {

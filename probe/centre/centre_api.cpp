@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "probe/api/answers.h"
+#include "probe/centre/site_summary.h"
 #include "probe/text/json_text.h"
 #include "probe/uplink/site_answers.h"
 #include "probe/uplink/uplink_settings.h"

@@ -12,6 +12,7 @@
 
 #include "probe/api/answers.h"
 #include "probe/api/latest_messages.h"
+#include "probe/centre/site_text.h"
 #include "probe/text/json_text.h"
 #include "probe/text/strict_json.h"
 #include "probe/uplink/pass_collector.h"

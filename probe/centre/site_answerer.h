@@ -6,9 +6,11 @@
 #include <string>
 #include <vector>
 
+#include "probe/centre/site_text.h"
 #include "probe/centre/sites.h"
 #include "probe/centre/stream_connection.h"
 #include "probe/server/http/http_message.h"
+#include "probe/uplink/site_answers.h"
 
 namespace probe::centre {
 

@@ -7,6 +7,7 @@
 #include <string>
 #include <variant>
 
+#include "probe/app/command_line.h"
 #include "probe/app/service_manager.h"
 #include "probe/app/service_signals.h"
 #include "probe/centre/centre.h"
@@ -14,6 +15,7 @@
 #include "probe/host/journal_priority.h"
 #include "probe/host/log.h"
 #include "probe/server/net/server_settings.h"
+#include "probe/settings/settings.h"
 
 namespace {
 

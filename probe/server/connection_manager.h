@@ -78,9 +78,10 @@ class ConnectionManager final : public HttpEvents, public WebsocketEvents {
   void OnClosing(Connection& connection) override;
   void OnEnd(Connection& connection) override;
 
-  /// Host, Origin and limits have let it pass.
   /// Whether there is a websocket at a path, as far as its caller may know: who has shown no token learns nothing.
   bool HasWebsocket(const RequestHead& head) const;
+
+  /// Host, Origin and limits have let it pass.
   std::optional<HttpError> CheckToken(const std::string& address, const RequestHead& head, Access access);
 
   void NoteLoginOver(const Connection& connection);

@@ -5,9 +5,12 @@
 #include <optional>
 #include <utility>
 
+#include "probe/centre/centre_settings.h"
+#include "probe/server/net/server_settings.h"
 #include "probe/settings/secret_file.h"
 #include "probe/settings/toml_values.h"
 #include "probe/text/nearest_word.h"
+#include "probe/text/secret.h"
 #include "probe/uplink/uplink_settings.h"
 
 namespace probe {

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "probe/settings/setting_keys.h"
+#include "probe/settings/settings.h"
 
 namespace probe {
 

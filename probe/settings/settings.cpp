@@ -18,6 +18,7 @@
 #include "probe/text/nearest_word.h"
 #include "probe/text/secret.h"
 #include "probe/text/toml.h"
+#include "probe/uplink/nats_login.h"
 
 namespace probe {
 namespace {

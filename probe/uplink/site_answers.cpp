@@ -6,6 +6,8 @@
 #include <optional>
 
 #include "platform/topics.h"
+#include "probe/api/plugin_calls.h"
+#include "probe/server/http/http_message.h"
 #include "probe/text/json_text.h"
 #include "probe/uplink/pass_collector.h"
 

@@ -89,8 +89,8 @@ struct AcceptedConnection {
     if (!proxy.empty()) address = proxy;
   }
 
-  std::string holder{};  ///< Whose token its newest request has shown, as `TokenHolders` has it.
-  std::string topics{};  ///< What stands before the topics of its websocket.
+  std::string holder{};      ///< Whose token its newest request has shown, as `TokenHolders` has it.
+  std::string topics{};      ///< What stands before the topics of its websocket.
   bool must_log_in = false;  ///< Its handshake was let in without a token, which its first message is to show.
 };
 

@@ -1,6 +1,9 @@
 // A centre over a stream of real servers, and sites that do whatever a site may.
 
 #include "probe/centre/centre.h"
+#include "probe/centre/centre_settings.h"
+#include "probe/uplink/site_answers.h"
+#include "probe/uplink/uplink_settings.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -157,8 +160,8 @@ class CentreTest : public ::testing::Test {
   /// Subscribes, and waits until that is filed.
   void Subscribe(probe::WebsocketClient& client, const std::string& site, const std::string& topic,
                  const std::string& sid, const std::string& filter) {
-    client.SendText(R"({"subscribe":{"topic":")" + topic + R"(","request":[{"sid":")" + sid + R"(","filter":)" + filter +
-                "}]}}");
+    client.SendText(R"({"subscribe":{"topic":")" + topic + R"(","request":[{"sid":")" + sid + R"(","filter":)" +
+                    filter + "}]}}");
     EXPECT_THAT(Next(client), HasSubstr("subscribed"));
     const std::string filed = site + "/" + topic;
     ASSERT_TRUE(Eventually([&] { return probe::SubscriptionService::Instance().Subscriptions(filed).contains(sid); }));

@@ -1,6 +1,7 @@
 // What a centre remembers of its sites, and what that says.
 
 #include "probe/centre/sites.h"
+#include "probe/centre/site_text.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

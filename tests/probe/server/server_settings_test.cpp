@@ -1,5 +1,6 @@
 #include "probe/server/net/server_settings.h"
 #include "probe/server/http/http_head.h"
+#include "probe/server/http/token_holders.h"
 
 #include <gmock/gmock.h>
 

@@ -7,6 +7,8 @@
 #include <cstdlib>
 #include <utility>
 
+#include "probe/uplink/site_answers.h"
+
 namespace test {
 namespace {
 

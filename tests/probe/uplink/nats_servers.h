@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "probe/uplink/nats_handles.h"
+#include "probe/uplink/site_answers.h"
 #include "probe/uplink/stream_link.h"
 #include "tests/support/child_process.h"
 #include "tests/support/test_folder.h"

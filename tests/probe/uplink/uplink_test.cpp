@@ -1,5 +1,6 @@
 #include "probe/uplink/uplink.h"
 #include "probe/api/plugin_calls.h"
+#include "probe/uplink/site_interface.h"
 #include "probe/uplink/uplink_counts.h"
 #include "probe/uplink/uplink_settings.h"
 
