@@ -143,6 +143,7 @@ void AddClients(const std::string& mac, const std::shared_ptr<const DeviceSnapsh
       const Presence presence = known != presences.end()
                                     ? known->second
                                     : Presence{.since = device->polling_time.value_or(0), .is_earlier = true};
+      if (!presence.interface.empty() && presence.interface != interface) continue;
       const ListedClient here{.mac = mac,
                               .device = device,
                               .interface = &interface,

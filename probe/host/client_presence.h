@@ -5,6 +5,7 @@
 #include <ctime>
 #include <map>
 #include <string>
+#include <vector>
 
 #include "probe/host/device_snapshot.h"
 
@@ -17,6 +18,9 @@ struct Presence {
   /// The latest time that is known by which it was there: when it came, or the reading before the one in which its
   /// octets changed. 0: neither is known.
   time_t last_sign = 0;
+  /// Of several interfaces of the device that list it, the one with the latest such time; empty: one only does, or no
+  /// time tells.
+  std::string interface {};
 
   bool operator==(const Presence&) const = default;
 };
@@ -46,9 +50,16 @@ class ClientPresence {
   Presences Of(const std::string& mac) const;
 
  private:
+  /// An SSID interface that lists a client.
+  struct Place {
+    std::string interface;
+    std::uint64_t octets = 0;  // both ways
+    time_t last_sign = 0;
+  };
+
   struct Stay {
     Presence presence;
-    std::uint64_t octets = 0;  // both ways, on all of the device's networks
+    std::vector<Place> places;
   };
 
   struct Device {
@@ -56,6 +67,11 @@ class ClientPresence {
     bool leaves_some_out = false;  // for the cap
     std::map<std::string, Stay> stays;
   };
+
+  static std::map<std::string, std::vector<Place>> ListedIn(const DeviceSnapshot& snapshot);
+  static std::uint64_t OctetsAt(const std::vector<Place>& places);
+  static std::string LastAt(const std::vector<Place>& places);
+  static void GoOn(Stay& stay, std::vector<Place> places, time_t read_at, time_t now);
 
   std::map<std::string, Device> devices_;  // those that listed their clients in their last reading
 };

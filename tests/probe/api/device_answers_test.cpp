@@ -136,6 +136,25 @@ TEST_F(DeviceAnswersTest, PutsAClientWhoIsListedTwiceWhereItsTrafficIs) {
   EXPECT_EQ(reading(kYard, yard, false, 1260), "lobby");
 }
 
+TEST_F(DeviceAnswersTest, PutsAClientWhoIsOnTwoRadiosOfADeviceWhereItsTrafficIs) {
+  DeviceSnapshot lobby = AccessPoint("lobby");
+  AddClient(lobby, "02:00:00:00:00:0A");
+  lobby.ssid_interfaces["wlan2"] = lobby.ssid_interfaces["wlan1"];
+  lobby.ssid_interfaces["wlan2"].ssid = "Staff";
+  const auto ssid_at = [&](time_t time) {
+    clock.Set(time);
+    centre.Replace(kLobby, lobby);
+    const json clients = Clients();
+    return clients.size() == 1 ? clients[0]["ssid"].get<std::string>() : "not once";
+  };
+  EXPECT_EQ(ssid_at(1000), "Office") << "nothing is known: the first by name";
+  ++lobby.ssid_interfaces["wlan2"].clients.front().in_bytes;
+  EXPECT_EQ(ssid_at(1060), "Staff");
+  EXPECT_EQ(ssid_at(1120), "Staff");
+  ++lobby.ssid_interfaces["wlan1"].clients.front().in_bytes;
+  EXPECT_EQ(ssid_at(1180), "Office");
+}
+
 TEST_F(DeviceAnswersTest, DoesNotSayThatAClientCameWithTheFirstListAfterTheFirstReading) {
   DeviceSnapshot counters = AccessPoint("lobby");
   counters.details.lists_clients = false;

@@ -44,6 +44,28 @@ TEST(ClientPresenceTest, StaysWhenTheClientChangesTheNetworkOfItsDevice) {
   EXPECT_THAT(presence.Of("AP"), ElementsAre(Pair("a", Presence{100, false, 100})));
 }
 
+TEST(ClientPresenceTest, KnowsOnWhichInterfaceOfItsDeviceAClientWasLast) {
+  ClientPresence presence;
+  const auto on = [](std::uint64_t first, std::uint64_t second) {
+    DeviceSnapshot snapshot = With({"a"});
+    snapshot.ssid_interfaces["wlan1"].clients = snapshot.ssid_interfaces["wlan0"].clients;
+    snapshot.ssid_interfaces["wlan0"].clients.front().in_bytes = first;
+    snapshot.ssid_interfaces["wlan1"].clients.front().in_bytes = second;
+    return snapshot;
+  };
+  const auto interface_at = [&](const DeviceSnapshot& snapshot, time_t now) {
+    presence.Note("AP", snapshot, now);
+    return presence.Of("AP").at("a").interface;
+  };
+  EXPECT_EQ(interface_at(on(5, 7), 100), "") << "nothing tells which";
+  EXPECT_EQ(interface_at(on(5, 7), 110), "");
+  EXPECT_EQ(interface_at(on(5, 8), 120), "wlan1");
+  EXPECT_EQ(interface_at(on(6, 8), 130), "wlan0");
+  EXPECT_EQ(interface_at(on(7, 9), 140), "") << "both in the same interval";
+  EXPECT_EQ(interface_at(With({"a"}), 150), "") << "on one only";
+  EXPECT_EQ(interface_at(on(0, 0), 160), "wlan1") << "to which it came now";
+}
+
 TEST(ClientPresenceTest, BeginsAnewAfterAnAbsence) {
   ClientPresence presence;
   presence.Note("AP", With({"a"}), 100);
