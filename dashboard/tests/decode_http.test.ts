@@ -39,7 +39,7 @@ describe('answers', () => {
 
   test('tell how devices are polled, where any are', () => {
     expect(decodeDeviceList({ devices: [device] })).toEqual({ devices: [device], polls: [] });
-    expect(decodeDeviceList({ devices: [], polls: [poll, { ...poll, clients: null, listed_clients: null }, { ...poll, error: 5 }, null] })).toEqual({
+    expect(decodeDeviceList({ devices: [], polls: [poll, { ...poll, clients: null, listed_clients: null }, { ...poll, error: 5 }, { ...poll, stale: [{ table: 'stations' }] }, null] })).toEqual({
       devices: [],
       polls: [poll, { ...poll, clients: null, listed_clients: null }],
     });

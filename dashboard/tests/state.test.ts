@@ -2,7 +2,7 @@ import { describe, expect, test } from 'vitest';
 import type { Device, HealthDevice, History } from '../src/messages/decode';
 import type { Poll } from '../src/messages/generated/http';
 import { absenceText, basisText, journalTexts, knownSinceText, outageText, progressOf } from '../src/state/history';
-import { concernsOf, deviceRows, levelOf, limitText, overallLevel } from '../src/state/health';
+import { concernsOf, deviceRows, levelOf, limitText, overallLevel, staleFor } from '../src/state/health';
 import { type DeviceLevels, type Held, heldAfter, levelsAfter } from '../src/state/levels';
 import { setZone } from '../src/format/zone';
 import { isStale, passesFrom, untilNext } from '../src/state/passes';
@@ -213,6 +213,13 @@ describe('health', () => {
     address: '192.0.2.7:161', name: '192.0.2.7', mac: '', online: false, clients: null, listed_clients: null, profile: '', last_answer: null,
     duration: 0, pdus: 1, timeouts: 1, failed_polls: 1, error: 'no reply', stale: [],
   };
+
+  test('tells how old the rows of a table are that is not answered', () => {
+    const stale = [{ table: 'stations' as const, age: 60 }, { table: 'ssids' as const, age: 90 }];
+    expect(staleFor({ ...poll, stale }, ['stations', 'ssids'])).toBe(90);
+    expect(staleFor({ ...poll, stale }, ['stations'])).toBe(60);
+    expect([staleFor({ ...poll, stale }, ['interfaces']), staleFor(undefined, ['stations'])]).toEqual([0, 0]);
+  });
 
   test('shows a device that never answered, and why', () => {
     expect(deviceRows([known('a')], [], [poll])).toMatchObject([

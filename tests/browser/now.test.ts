@@ -168,6 +168,21 @@ describe('the page of a device', () => {
   });
 });
 
+test('what a device has told of before, and tells no longer, is said to be old', async () => {
+  const poll = {
+    address: '192.0.2.1:161', name: 'ap', mac: accessPoint, online: true, clients: 4, listed_clients: 4, profile: 'generic', last_answer: 1, duration: 2, pdus: 3,
+    timeouts: 1, failed_polls: 0, error: '', stale: [{ table: 'stations', age: 720 }, { table: 'neighbours', age: 90 }],
+  };
+  const { devices } = (await probe.get('/api/v1/devices')) as { devices: Json[] };
+  await page.route('**/api/v1/devices', (route) => route.fulfill({ json: { devices: devices.map((one) => ({ ...one, online: true, absences: [] })), polls: [poll] } }));
+  await open(`device?device=${accessPoint}`);
+  await expect.poll(() => page.locator('[data-part=clients] [data-stale]').textContent()).toContain('has not answered this for 12 min:');
+  await expect.poll(() => page.locator('[data-part=neighbours-now] [data-stale]').textContent()).toContain('for 1 min 30 s:');
+  expect(await page.locator('main [data-stale]').count()).toBe(2);
+  await open('clients-now');
+  await expect.poll(() => page.locator('main [data-stale]').textContent()).toContain('A device has not told who is there for up to 12 min:');
+});
+
 test('a link to an idle interface says so, and shows no other in its place', async () => {
   await open(`traffic?device=${switchOfFloor}&interface=ge24`);
   await page.getByText('Nothing moved here').waitFor();

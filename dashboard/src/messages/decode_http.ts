@@ -81,7 +81,9 @@ function isPoll(poll: unknown): poll is Poll {
     isRecord(poll) &&
     ['address', 'name', 'mac', 'profile', 'error'].every((member) => isText(poll[member])) &&
     typeof poll['online'] === 'boolean' &&
-    ['clients', 'listed_clients'].every((member) => poll[member] === null || isNumber(poll[member]))
+    ['clients', 'listed_clients'].every((member) => poll[member] === null || isNumber(poll[member])) &&
+    Array.isArray(poll['stale']) &&
+    poll['stale'].every((one) => isRecord(one) && isText(one['table']) && isNumber(one['age']))
   );
 }
 

@@ -1,15 +1,24 @@
 // Who is here at this moment, where and since when.
 
-import { formatNumber } from '../format/format';
+import { formatDuration, formatNumber } from '../format/format';
 import { decodeClientsNow } from '../messages/decode_now';
 import { Blank, Loaded } from '../parts/basics';
 import { clientColumns, ClientTable } from '../parts/now';
-import { type Navigation, useAnswer, usePassTime } from '../state/hooks';
+import { staleFor } from '../state/health';
+import { type Navigation, useAnswer, useDeviceList, usePassTime } from '../state/hooks';
 import { formatSorting, parseSorting, search } from '../state/sorting';
 import { texts as t } from '../texts';
 
 const everything = {};
 const everyMs = 30_000;
+
+/** Devices that answer, but their table of clients no longer: who is listed there may have left. */
+function StaleNote() {
+  const list = useDeviceList();
+  if (list.kind !== 'ready') return null;
+  const ages = list.value.polls.filter((poll) => poll.online).map((poll) => staleFor(poll, ['stations', 'ssids'])).filter((age) => age > 0);
+  return ages.length > 0 ? <p class="note" data-stale={ages.length}>{t.here.stale(ages.length, formatDuration(Math.max(...ages)))}</p> : null;
+}
 
 export function ClientsNow({ route, change }: Navigation) {
   const clients = useAnswer('clients', everything, decodeClientsNow, everyMs, true);
@@ -27,6 +36,7 @@ export function ClientsNow({ route, change }: Navigation) {
           </label>
         </div>
       </div>
+      <StaleNote />
       <section class="card" data-part="clients-now">
         <Loaded load={clients}>
           {(all) => {

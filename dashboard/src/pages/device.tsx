@@ -6,10 +6,11 @@ import { formatDuration, formatNumber, formatPercent, formatRate, nothing } from
 import { decodeHealth, decodeTraffic, type Device, type NetworkReport } from '../messages/decode';
 import { decodeNetworkReport, decodePeriods } from '../messages/decode_http';
 import { decodeClientsNow, decodeNeighbours, decodeNotifications, decodePorts, decodeRadios, type Neighbour, type Port } from '../messages/decode_now';
+import type { Poll } from '../messages/generated/http';
 import { Blank, DevicePicker, Figure, LevelBadge, Loaded, Name, Notifications, Stale, Waiting } from '../parts/basics';
 import { airText, ClientTable, NotificationList } from '../parts/now';
 import { type Column, Table } from '../parts/table';
-import { type DeviceRow, deviceRows, limitText, seenText } from '../state/health';
+import { type DeviceRow, deviceRows, limitText, seenText, staleFor } from '../state/health';
 import { type Navigation, useAnswer, useDeviceList, useLive, usePassTime, usePresences, useProbe } from '../state/hooks';
 import { inOrder } from '../state/notifications';
 import { offlineText, type Presence, presenceOf } from '../state/presence';
@@ -66,6 +67,19 @@ function Facts({ row, device, presence }: { row: DeviceRow; device: Device; pres
   );
 }
 
+/** What the device last told of something is old: it answers, but this no longer. */
+function StaleNote({ poll, tables }: { poll: Poll | undefined; tables: Parameters<typeof staleFor>[1] }) {
+  const age = staleFor(poll, tables);
+  return age > 0 ? <p class="note" data-stale={age}>{t.device.stale(formatDuration(age))}</p> : null;
+}
+
+interface PartProps {
+  mac: string;
+  presence: Presence;
+  /** Of a device that answers SNMP. */
+  poll: Poll | undefined;
+}
+
 interface PortRow extends Port {
   /** Of the last 30 minutes; null: it has moved nothing. */
   course: ReturnType<typeof rowsOf>[number] | null;
@@ -95,7 +109,7 @@ function portColumns(mac: string, presence: Presence): Column<PortRow>[] {
   ];
 }
 
-function Ports({ mac, presence }: { mac: string; presence: Presence }) {
+function Ports({ mac, presence, poll }: PartProps) {
   const query = useMemo(() => ({ mac }), [mac]);
   const ports = useAnswer('ports', query, decodePorts, everyMs, true);
   const traffic = useLive('TrafficMonitor', { interval: '1m', mac }, { interval: '1m', mac }, decodeTraffic);
@@ -105,6 +119,7 @@ function Ports({ mac, presence }: { mac: string; presence: Presence }) {
   return (
     <section class="card" data-part="interfaces">
       <h2>{t.device.interfaces}</h2>
+      <StaleNote poll={poll} tables={['interfaces']} />
       <Loaded load={ports}>
         {(all) => {
           if (all.length === 0) return <Blank title={t.device.noInterfaces}>{t.device.tellsNone}</Blank>;
@@ -117,12 +132,13 @@ function Ports({ mac, presence }: { mac: string; presence: Presence }) {
   );
 }
 
-function Radios({ mac, presence }: { mac: string; presence: Presence }) {
+function Radios({ mac, presence, poll }: PartProps) {
   const query = useMemo(() => ({ mac }), [mac]);
   const radios = useAnswer('radios', query, decodeRadios, everyMs, true);
   return (
     <section class="card" data-part="networks">
       <h2>{t.device.radios}</h2>
+      <StaleNote poll={poll} tables={['radios', 'ssids']} />
       <Loaded load={radios}>
         {(all) => {
           if (all.length === 0) return <Blank title={t.device.noRadios}>{t.device.tellsNone}</Blank>;
@@ -144,7 +160,7 @@ function Radios({ mac, presence }: { mac: string; presence: Presence }) {
   );
 }
 
-function ClientsHere({ mac }: { mac: string }) {
+function ClientsHere({ mac, poll }: Omit<PartProps, 'presence'>) {
   const query = useMemo(() => ({ mac }), [mac]);
   const clients = useAnswer('clients', query, decodeClientsNow, everyMs, true);
   const [sorting, setSorting] = useState<Sorting>({ column: 'name', direction: 'ascending' });
@@ -152,6 +168,7 @@ function ClientsHere({ mac }: { mac: string }) {
   return (
     <section class="card" data-part="clients">
       <h2>{t.device.here}</h2>
+      <StaleNote poll={poll} tables={['stations', 'ssids']} />
       <Loaded load={clients}>
         {(rows) => (rows.length === 0 ? <Blank title={t.device.nobody} /> : <ClientTable rows={rows} now={now} withDevice={false} sorting={sorting} onSort={setSorting} />)}
       </Loaded>
@@ -172,13 +189,14 @@ const neighbourColumns: Column<Neighbour>[] = [
   { key: 'signal', title: t.device.signal, isNumber: true, value: (row) => row.signal, cell: (row) => (row.signal === null ? nothing : `${formatNumber(row.signal)} dBm`) },
 ];
 
-function NeighboursNow({ mac, presence }: { mac: string; presence: Presence }) {
+function NeighboursNow({ mac, presence, poll }: PartProps) {
   const query = useMemo(() => ({ mac }), [mac]);
   const neighbours = useAnswer('neighbours', query, decodeNeighbours, everyMs, true);
   const [sorting, setSorting] = useState<Sorting>({ column: 'signal', direction: 'descending' });
   return (
     <section class="card" data-part="neighbours-now">
       <h2>{presence.isOnline ? t.device.neighbours : t.device.neighboursBefore}</h2>
+      <StaleNote poll={poll} tables={['neighbours']} />
       <Loaded load={neighbours}>
         {({ heard }) => {
           if (heard === null) return <Blank title={t.device.heardUnknown}>{t.device.heardUntold}</Blank>;
@@ -243,6 +261,7 @@ export function DevicePage({ route, change }: Navigation) {
         const device = all.find((one) => one.mac === mac);
         const row = deviceRows(device ? [device] : [], health.kind === 'ready' ? health.value.filter((one) => one.device === mac) : [], polls.filter((one) => one.mac === mac), held)[0];
         const presence = presences.get(mac) ?? presenceOf(device);
+        const poll = polls.find((one) => one.mac === mac);
         return (
           <>
             <div class="title">
@@ -259,10 +278,10 @@ export function DevicePage({ route, change }: Navigation) {
                 <OfflineNote presence={presence} />
                 <Facts row={row} device={device} presence={presence} />
                 <NotificationsOf mac={mac} />
-                <Ports mac={mac} presence={presence} />
-                {device.wireless && <Radios mac={mac} presence={presence} />}
-                {device.wireless && <ClientsHere mac={mac} />}
-                {device.wireless && <NeighboursNow mac={mac} presence={presence} />}
+                <Ports mac={mac} presence={presence} poll={poll} />
+                {device.wireless && <Radios mac={mac} presence={presence} poll={poll} />}
+                {device.wireless && <ClientsHere mac={mac} poll={poll} />}
+                {device.wireless && <NeighboursNow mac={mac} presence={presence} poll={poll} />}
                 {device.wireless && <Neighbours mac={mac} />}
               </>
             ) : all.length === 0 ? <NoDevices /> : <NoSuchDevice mac={mac} />}

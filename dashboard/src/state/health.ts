@@ -66,6 +66,11 @@ export function overallLevel(health: HealthDevice | null, isOnline: boolean, hel
   return worst(numbers.filter((one) => one !== undefined).map(levelOf));
 }
 
+/** For how many seconds a device has not answered one of these tables, of which its last rows are shown; 0: it has. */
+export function staleFor(poll: Poll | undefined, tables: Poll['stale'][number]['table'][]): number {
+  return Math.max(0, ...(poll?.stale ?? []).filter(({ table }) => tables.includes(table)).map(({ age }) => age));
+}
+
 /** How many of a device's figures are bad. */
 function badFigures({ health }: DeviceRow): number {
   if (!health) return 0;

@@ -159,6 +159,7 @@ export const en = {
     title: 'Clients now', search: 'Search clients', nobody: 'Nobody is connected',
     nobodyWhy: 'No wireless device that is online has a client.', noMatch: 'No client matches',
     noMatchWhy: 'Nobody has all of these words in name, address, device or network.',
+    stale: (count: number, age: string) => `${count === 1 ? 'A device has' : `${count} devices have`} not told who is there for up to ${age}: of those, the last that were told are listed.`,
     found: (count: string) => `of ${count} wireless clients. Traffic is counted since they connected, as their devices count it.`,
   },
   device: {
@@ -177,6 +178,7 @@ export const en = {
     clientUnit: (count: number) => (count === 1 ? 'client' : 'clients'),
     neighbours: 'Access points heard now', neighboursBefore: 'Access points heard before it went offline',
     kind: 'Whose', own: 'own', ownName: 'own name, not trusted', trusted: 'trusted', other: 'another’s', hidden: 'hidden', signal: 'Signal',
+    stale: (age: string) => `The device has not answered this for ${age}: what is shown is what it told last.`,
     noneHeardNow: 'Its latest scan has no access point.', heardUnknown: 'Not known',
     heardUntold: 'The device does not tell which access points it hears.',
     heardOn: (day: string) => `Rogue access points that it heard on ${day}`,
