@@ -11,11 +11,13 @@
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "probe/client/request_check.h"
 #include "probe/client/url.h"
 #include "probe/client/websocket_client.h"
 #include "probe/text/json_text.h"
+#include "probe/text/unknown_option.h"
 #include "probe/text/utf8.h"
 #include "probe/version/version.h"
 
@@ -28,6 +30,16 @@ constexpr std::chrono::milliseconds kPatience{200};
 constexpr std::chrono::seconds kRetry{1};
 
 constexpr int kUnusable = 2;  // exit code: a command line that cannot be used
+
+constexpr const char* kFooter =
+    R"(Topics: TrafficMonitor, HealthMonitor, DevicesClientCountMonitor, SSIDClientCountMonitor, wireless_top_monitor.
+
+Ten messages of the traffic of one device, a point a minute:
+
+  probe-watch --count 10 TrafficMonitor '[{"sid": "me", "filter": {"interval": "1m", "mac": "02:FC:00:00:00:01"}}]'
+
+Exit codes: 0 as many messages as were asked for, or interrupted; 1 refused, or the connection was lost, which --retry
+goes on after; 2 unusable command line, request or URL.)";
 
 /// What somebody typed after `probe-watch`.
 struct WatchOptions {
@@ -161,6 +173,15 @@ bool WatchOn(const WatchOptions& options) {
   }
 }
 
+/// Answers for `--help` and `--version`, or says what is wrong with the command line: the exit code.
+int Complain(const CLI::App& app, const CLI::ParseError& error, const std::vector<std::string>& words) {
+  // What is missing, as another error would have it, is often only what was written after the unknown option.
+  const std::string unknown = probe::UnknownOption(words, probe::OptionsOf(app));
+  if (unknown.empty() || error.get_exit_code() == 0) return app.exit(error) == 0 ? 0 : kUnusable;
+  std::cerr << unknown << "\nRun with --help for more information.\n";
+  return kUnusable;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -168,10 +189,11 @@ int main(int argc, char** argv) {
     CLI::App app("Subscribes to a topic of a probe and prints each message as one line.", "probe-watch");
     WatchOptions options;
     AddOptions(app, options);
+    app.footer(kFooter);
     try {
       app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-      return app.exit(error) == 0 ? 0 : kUnusable;
+      return Complain(app, error, {argv + 1, argv + argc});
     }
     // The handlers only leave a note, so that the connection is closed as the protocol has it.
     std::signal(SIGINT, [](int) { interrupted = 1; });

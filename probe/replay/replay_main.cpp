@@ -9,6 +9,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "probe/host/log.h"
 #include "probe/plugin/loaded_plugin.h"
@@ -16,6 +17,7 @@
 #include "probe/recording/recording_line.h"
 #include "probe/replay/replay_host.h"
 #include "probe/replay/replay_output.h"
+#include "probe/text/unknown_option.h"
 #include "probe/version/version.h"
 
 namespace {
@@ -93,6 +95,15 @@ int Run(const Arguments& arguments) {
   return status;
 }
 
+/// Answers for `--help` and `--version`, or says what is wrong with the command line: the exit code.
+int Complain(const CLI::App& app, const CLI::ParseError& error, const std::vector<std::string>& words) {
+  // What is missing, as another error would have it, is often only what was written after the unknown option.
+  const std::string unknown = probe::UnknownOption(words, probe::OptionsOf(app));
+  if (unknown.empty() || error.get_exit_code() == 0) return app.exit(error) == 0 ? 0 : kUnusable;
+  std::cerr << unknown << "\nRun with --help for more information.\n";
+  return kUnusable;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) try {
@@ -110,7 +121,7 @@ int main(int argc, char** argv) try {
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? 0 : kUnusable;
+    return Complain(app, error, {argv + 1, argv + argc});
   }
   return Run(arguments);
 } catch (const std::exception& error) {

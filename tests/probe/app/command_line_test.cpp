@@ -191,14 +191,18 @@ TEST_P(UnusableCommandLine, IsAnsweredWithTheReasonAndExitCode2) {
 
 INSTANTIATE_TEST_SUITE_P(
     OneFault, UnusableCommandLine,
-    ::testing::Values(Unusable{"UnknownOption", {"--frob"}, "The following argument was not expected: --frob"},
-                      Unusable{"NoOption", {"probe.toml"}, "The following argument was not expected: probe.toml"},
-                      Unusable{"UnknownLevel",
-                               {"--log", "verbose"},
-                               "--log: must be one of \"debug\", \"info\", \"warning\", \"error\""},
-                      Unusable{"PortAboveTheRange", {"--port", "65536"}, "--port: Value 65536 not in range 0 to 65535"},
-                      Unusable{"NegativePort", {"--port", "-1"}, "--port: Value -1 not in range 0 to 65535"},
-                      Unusable{"NoFile", {"--config"}, "--config: 1 required FILE missing"}),
+    ::testing::Values(
+        Unusable{"UnknownOption", {"--frob"}, "There is no option --frob"},
+        Unusable{"MisspeltOption", {"--prot", "3"}, "There is no option --prot; did you mean \"--port\"?"},
+        Unusable{"MisspeltOptionOfASubcommand",
+                 {"doctor", "192.0.2.1", "--usr", "x"},
+                 "There is no option --usr; did you mean \"--user\"?"},
+        Unusable{"NoOption", {"probe.toml"}, "The following argument was not expected: probe.toml"},
+        Unusable{
+            "UnknownLevel", {"--log", "verbose"}, "--log: must be one of \"debug\", \"info\", \"warning\", \"error\""},
+        Unusable{"PortAboveTheRange", {"--port", "65536"}, "--port: Value 65536 not in range 0 to 65535"},
+        Unusable{"NegativePort", {"--port", "-1"}, "--port: Value -1 not in range 0 to 65535"},
+        Unusable{"NoFile", {"--config"}, "--config: 1 required FILE missing"}),
     [](const auto& test) { return test.param.name; });
 
 TEST(SettingsFor, AreTheDefaultsWithoutAnyFile) {

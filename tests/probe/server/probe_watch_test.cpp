@@ -113,6 +113,19 @@ TEST_F(ProbeWatchTest, EndsWith2WhenTheCommandLineCannotBeUsed) {
   }
 }
 
+TEST_F(ProbeWatchTest, NamesAnUnknownOptionBeforeWhatIsMissing) {
+  const Outcome outcome = Run(PROBE_WATCH " --retri 2>&1");
+  EXPECT_THAT(outcome.text, ::testing::StartsWith("There is no option --retri; did you mean \"--retry\"?\n"));
+  EXPECT_EQ(outcome.status, 2);
+}
+
+TEST_F(ProbeWatchTest, TellsTopicsExitCodesAndAnExampleWhenAskedForHelp) {
+  const Outcome outcome = Run(PROBE_WATCH " --help 2>&1");
+  EXPECT_THAT(outcome.text, ::testing::AllOf(HasSubstr("wireless_top_monitor"), HasSubstr("Exit codes: 0"),
+                                             HasSubstr("probe-watch --count 10")));
+  EXPECT_EQ(outcome.status, 0);
+}
+
 TEST_F(ProbeWatchTest, WarnsOfWhatTheTopicDoesNotKnow) {
   Serve();
   const Outcome outcome = Run(Command(R"(TrafficMonitor '[{"sid":"a","filter":{"intervall":"1m","interval":"2m"}}]')"));
