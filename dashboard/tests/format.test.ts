@@ -1,7 +1,11 @@
-import { afterEach, describe, expect, test } from 'vitest';
+import { afterEach, describe, expect, test, vi } from 'vitest';
 import { csvName, rounded, toCsv } from '../src/format/csv';
-import { formatBytes, formatDuration, formatMark, formatMegabits, formatMinute, formatNumber, formatPace, formatPercent, formatPeriod, formatRate, formatSince, formatStopwatch, inUnit, rateUnit, setRateKind, withoutDirection } from '../src/format/format';
+import { formatBytes, formatDuration, formatList, formatMark, formatMegabits, formatMinute, formatNumber, formatPace, formatPercent, formatPeriod, formatRate, formatSince, formatStopwatch, inUnit, momentParts, rateUnit, setRateKind, withoutDirection } from '../src/format/format';
+import { texts } from '../src/texts';
 import { inZone, offsetText, setZone, wallDate, zoneSlug, zoneText } from '../src/format/zone';
+
+/** With plain spaces: which ones stand around a dash differs from one set of languages to the next. */
+const plain = (text: string): string => text.replace(/\s/g, ' ');
 
 describe('numbers', () => {
   test.each([
@@ -13,7 +17,7 @@ describe('numbers', () => {
     [124_999, '1 Mbit/s'],
     [154_321, '1.23 Mbit/s'],
     [125_000_000, '1 Gbit/s'],
-    [2 ** 64, '147573953 Tbit/s'],
+    [2 ** 64, '147,573,953 Tbit/s'],
     [null, '–'],
     [Number.NaN, '–'],
     [Infinity, '–'],
@@ -44,23 +48,23 @@ describe('numbers', () => {
     expect(formatMegabits(1)).toBe('1.05 Mbit/s');
     expect(formatMegabits(0.5)).toBe('524 kbit/s');
     expect(formatMegabits(null)).toBe('–');
-    expect(formatNumber(1234567)).toBe('1\u202f234\u202f567');
-    expect(formatNumber(1234.5678, 4)).toBe('1\u202f234.5678');
+    expect(formatNumber(1234567)).toBe('1,234,567');
+    expect(formatNumber(1234.5678, 4)).toBe('1,234.5678');
     expect(formatNumber(-67.4)).toBe('-67');
-    expect(formatPercent(1.05, 1)).toBe('1.1 %');
+    expect(formatPercent(1.05, 1)).toBe('1.1%');
     expect(formatPercent(null)).toBe('–');
   });
 });
 
 describe('times', () => {
   test.each([
-    [0, '0 s'],
-    [59.4, '59 s'],
-    [60, '1 min'],
-    [303, '5 min 3 s'],
-    [3600, '1 h'],
-    [3601, '1 h'],
-    [90_061, '1 d 1 h'],
+    [0, '0s'],
+    [59.4, '59s'],
+    [60, '1m'],
+    [303, '5m 3s'],
+    [3600, '1h'],
+    [3601, '1h'],
+    [90_061, '1d 1h'],
     [-1, '–'],
     [null, '–'],
   ])('%f seconds are %s', (seconds, text) => expect(formatDuration(seconds)).toBe(text));
@@ -68,7 +72,7 @@ describe('times', () => {
   test('a minute is told in the time of the user', () => {
     const minute = new Date(2026, 10, 5, 7, 4).getTime() / 60_000;
     expect(formatMinute(minute)).toBe('07:04');
-    expect(formatMinute(minute, true)).toBe('2026-11-05 07:04');
+    expect(formatMinute(minute, true)).toBe('5 Nov 2026, 07:04');
   });
 
   test('a mark on an axis is the time, and at midnight the day', () => {
@@ -77,8 +81,8 @@ describe('times', () => {
   });
 
   test.each([
-    [60_000, 'a pass every 1 min'],
-    [1000, 'a pass every 1 s'],
+    [60_000, 'a pass every 1m'],
+    [1000, 'a pass every 1s'],
     [60_000 / 61, '1.02 passes a second'],
     [400, '2.5 passes a second'],
     [100, '10 passes a second'],
@@ -86,9 +90,36 @@ describe('times', () => {
   ])('with %f ms between two passes there is %s', (period, text) => expect(formatPace(period)).toBe(text));
 
   test('a week is told by its first and last day', () => {
-    expect(formatPeriod('2026-11-15/2026-11-21')).toBe('2026-11-15 to 2026-11-21');
-    expect(formatPeriod('2026-11-15')).toBe('2026-11-15');
+    expect(plain(formatPeriod('2026-11-15/2026-11-21'))).toBe('15 – 21 Nov 2026');
+    expect(formatPeriod('2026-11-15')).toBe('15 Nov 2026');
+    expect(plain(formatPeriod('2026-11-29/2026-12-05'))).toBe('29 Nov – 5 Dec 2026');
+    expect(formatPeriod('some time')).toBe('some time');
   });
+});
+
+test('the moments of reports are told as other moments, and what is none stays as it is', () => {
+  expect(momentParts('2026-11-05 07:14:35')).toEqual(['5 Nov 2026', '07:14:35']);
+  expect(momentParts('never')).toEqual(['never']);
+});
+
+test('several texts in a row are a list', () => expect(formatList(['a', 'b', 'c'])).toBe('a, b, c'));
+
+test('in another language numbers, times and lists are as that has them', async () => {
+  vi.resetModules();
+  vi.doMock('../src/texts', () => ({ texts: { ...texts, locale: 'de-DE' } }));
+  const german = await import('../src/format/format');
+  const { setZone: setGermanZone } = await import('../src/format/zone');
+  setGermanZone({ name: '', offset: 0 });
+  const at = Date.UTC(2026, 10, 5, 7, 4) / 60_000;
+  expect([german.formatNumber(1_234_567), german.formatNumber(1.25, 2), german.formatPercent(11.9, 1), german.formatRate(154_321), german.formatBytes(1536)]).toEqual(['1.234.567', '1,25', '11,9\u00a0%', '1,23 Mbit/s', '1,54 kB']);
+  expect([german.formatDuration(303), german.formatPace(400)]).toEqual(['5 Min., 3 Sek.', '2,5 passes a second']);
+  expect([german.formatMinute(at, true), german.formatMark(at), german.formatMark(at - 424)]).toEqual(['05.11.2026, 07:04', '07:04', '5. Nov.']);
+  expect([german.formatSpan(at, at + 60, at), german.formatSpan(at - 1440, at, at), german.formatPeriod('2026-11-15/2026-11-21')].map(plain)).toEqual(['07:04–08:04 Uhr', '04.11.2026, 07:04 – 05.11.2026, 07:04', '15.–21.11.2026']);
+  expect([german.formatSince(at * 60, at * 60 + 86_400), german.momentParts('2026-11-05 07:14:35')]).toEqual(['05.11.2026, 07:04', ['05.11.2026', '07:14:35']]);
+  expect(german.formatList(['a', 'b', 'c'])).toBe('a, b und c');
+  expect(german.dayKey(at * 60_000)).toBe('2026-11-05');
+  vi.doUnmock('../src/texts');
+  vi.resetModules();
 });
 
 describe('a time zone', () => {
@@ -97,11 +128,11 @@ describe('a time zone', () => {
 
   test('is that of the probe, whatever the browser’s', () => {
     setZone({ name: 'Asia/Tokyo', offset: 32_400 });
-    expect(formatMinute(at / 60, true)).toBe('2026-11-06 07:30');
+    expect(formatMinute(at / 60, true)).toBe('6 Nov 2026, 07:30');
     expect(zoneText(at * 1000)).toBe('Asia/Tokyo, UTC+09:00');
     expect(wallDate(at * 1000).getHours()).toBe(7);
     setZone({ name: 'America/New_York', offset: 0 });
-    expect(formatMinute(at / 60, true)).toBe('2026-11-05 17:30');
+    expect(formatMinute(at / 60, true)).toBe('5 Nov 2026, 17:30');
   });
 
   test('has the offset of each moment, also across the change of the clocks', () => {
@@ -127,8 +158,8 @@ describe('a time zone', () => {
 
   test('tells a moment without the date when it was today', () => {
     setZone({ name: '', offset: 7200 });
-    expect(formatSince(at, at + 3600)).toBe('2026-11-06 00:30'.slice(11));
-    expect(formatSince(at - 7200, at)).toBe('2026-11-05 22:30');
+    expect(formatSince(at, at + 3600)).toBe('00:30');
+    expect(formatSince(at - 7200, at)).toBe('5 Nov 2026, 22:30');
   });
 
   test('is a part of a file’s name', () => {

@@ -15,7 +15,7 @@ describe('a device that is offline', () => {
 
   test('is so since it was measured', () => {
     expect(offlineText(away, 900)).toBe('offline since 00:11');
-    expect(offlineText(away, 86_400)).toBe('offline since 1970-01-01 00:11');
+    expect(offlineText(away, 86_400)).toBe('offline since 1 Jan 1970, 00:11');
     expect(offlineText(presenceOf(device('a', { online: false, measured: null })), 900)).toBe('offline');
     expect(presenceOf(device('a')).away).toEqual([]);
   });

@@ -38,7 +38,7 @@ test('moments are chosen by the clocks of the zone that is shown, also where the
 });
 
 test('a link is told with its use, and drawn where the lines come near to it', () => {
-  expect(linkText(125_000_000, [12_500_000, null])).toBe('Link 1 Gbit/s, used at most: in 10 %, out –');
+  expect(linkText(125_000_000, [12_500_000, null])).toBe('Link 1 Gbit/s, used at most: in 10%, out –');
   expect(linkText(null, [1, 2])).toBe('');
   expect(linkText(0, [1, 2])).toBe('');
   expect([linkTop(1000, 100), linkTop(1000, 250), linkTop(null, 100)]).toEqual([null, 1000, null]);

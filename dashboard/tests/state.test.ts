@@ -65,9 +65,9 @@ describe('a report', () => {
 
   test('says what of its period it rests on, by the days of the probe', () => {
     expect(basisText('2026-11-21', at(9, 0, 1), at(8, 30), zone)).toBe('');
-    expect(basisText('2026-11-22', at(9, 0, 1), at(8, 30), zone)).toBe('Not over yet: up to 2026-11-22 08:30.');
-    expect(basisText('2026-11-22', at(7, 15), at(8, 30), zone)).toBe('The record begins 2026-11-22 07:15, 1 h 15 min up to now.');
-    expect(basisText('2026-11-15/2026-11-21', at(7, 15, 18), at(8, 30), zone)).toBe('The record begins 2026-11-18 07:15.');
+    expect(basisText('2026-11-22', at(9, 0, 1), at(8, 30), zone)).toBe('Not over yet: up to 22 Nov 2026, 08:30.');
+    expect(basisText('2026-11-22', at(7, 15), at(8, 30), zone)).toBe('The record begins 22 Nov 2026, 07:15, 1h 15m up to now.');
+    expect(basisText('2026-11-15/2026-11-21', at(7, 15, 18), at(8, 30), zone)).toBe('The record begins 18 Nov 2026, 07:15.');
     expect(basisText('2026-11-21', null, at(8, 30), zone)).toBe('');
   });
 });
@@ -99,15 +99,15 @@ describe('the journal', () => {
   const history = (more: Partial<History>): History => ({ state: 'warming', known_since: null, outages: [], journal: 'on', ...more });
 
   test.each([
-    [{ share: 0.429, seconds_left: 8 }, { percent: 42, text: '42 %, about 8 s left' }],
-    [{ share: 0.999, seconds_left: 0 }, { percent: 99, text: '99 %, less than a second left' }],
-    [{ share: 0.5, seconds_left: 150 }, { percent: 50, text: '50 %, about 2 min 30 s left' }],
-    [{ share: 0, seconds_left: null }, { percent: 0, text: '0 %, the time left is not known yet' }],
+    [{ share: 0.429, seconds_left: 8 }, { percent: 42, text: '42%, about 8s left' }],
+    [{ share: 0.999, seconds_left: 0 }, { percent: 99, text: '99%, less than a second left' }],
+    [{ share: 0.5, seconds_left: 150 }, { percent: 50, text: '50%, about 2m 30s left' }],
+    [{ share: 0, seconds_left: null }, { percent: 0, text: '0%, the time left is not known yet' }],
     [{}, { percent: null, text: 'the time left is not known yet' }],
   ])('is read: %o', (more, expected) => expect(progressOf(history(more))).toEqual(expected));
 
   test('says since when figures are known', () => {
-    expect(knownSinceText(history({ known_since: at(9, 5) }))).toBe('Figures are known since 2026-11-22 09:05.');
+    expect(knownSinceText(history({ known_since: at(9, 5) }))).toBe('Figures are known since 22 Nov 2026, 09:05.');
     expect(knownSinceText(history({}))).toBeNull();
   });
 
@@ -115,11 +115,11 @@ describe('the journal', () => {
 
   test('has outages, with dates unless they are of the day of the newest sample', () => {
     const data = { times: [at(8, 0), at(12, 0)], columns: [] };
-    expect(outageText([at(11, 4), at(11, 27)], data)).toBe('The probe was off 11:04 to 11:27');
-    expect(outageText([at(23, 50, 21), at(0, 10)], data)).toBe('The probe was off 2026-11-21 23:50 to 2026-11-22 00:10');
-    expect(absenceText([at(11, 4), at(11, 27)], data)).toBe('The device was offline 11:04 to 11:27');
+    expect(outageText([at(11, 4), at(11, 27)], data)).toBe('The probe was off 11:04–11:27');
+    expect(outageText([at(23, 50, 21), at(0, 10)], data).replace(/\s/g, ' ')).toBe('The probe was off 21 Nov 2026, 23:50 – 22 Nov 2026, 00:10');
+    expect(absenceText([at(11, 4), at(11, 27)], data)).toBe('The device was offline 11:04–11:27');
     expect(absenceText([at(11, 4), at(12, 0)], data)).toBe('The device is offline since 11:04');
-    expect(outageText([at(11, 4, 20), at(11, 27, 20)], data)).toBe('The probe was off 2026-11-20 11:04 to 2026-11-20 11:27');
+    expect(outageText([at(11, 4, 20), at(11, 27, 20)], data)).toBe('The probe was off 20 Nov 2026, 11:04–11:27');
   });
 });
 
@@ -167,8 +167,8 @@ describe('health', () => {
   test('says from where on and since when a figure is not good', () => {
     setZone({ name: '', offset: 0 });
     const held = { level: 4, since: 3600, isFirst: false };
-    expect(limitText('cpu', 4, held, 7200)).toBe('80 % or more since 01:00');
-    expect(limitText('cpu', 4, { ...held, isFirst: true }, 7200)).toBe('80 % or more already at 01:00');
+    expect(limitText('cpu', 4, held, 7200)).toBe('80% or more since 01:00');
+    expect(limitText('cpu', 4, { ...held, isFirst: true }, 7200)).toBe('80% or more already at 01:00');
     expect(limitText('uptime', 4, held, 7200)).toBe('started in the last 5 min');
     expect(limitText('clients', 4, undefined, 7200)).toBe('more than 48');
     expect(limitText('cpu', 2, held, 7200)).toBe('');

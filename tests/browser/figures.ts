@@ -26,8 +26,22 @@ export async function gatewayOf(probe: ProbeProcess): Promise<string> {
   return ((await probe.get('/api/v1/devices'))['devices'] as { mac: string }[])[0]?.mac ?? '';
 }
 
+const months = ['Jan', 'Feb', 'Mar', 'Apr', 'May', 'Jun', 'Jul', 'Aug', 'Sept', 'Oct', 'Nov', 'Dec'];
+
+/** A minute since the epoch as a page in UTC has it where the day is clear, "14:05". */
+export const timeText = (minutes: number): string => new Date(minutes * 60_000).toISOString().slice(11, 16);
+
+/** Its day, "24 Nov 2026". */
+export const dayText = (minutes: number): string => {
+  const at = new Date(minutes * 60_000);
+  return `${at.getUTCDate()} ${months[at.getUTCMonth()]} ${at.getUTCFullYear()}`;
+};
+
 /** A minute since the epoch, as a table of a page in UTC has it. */
-export const minuteText = (minutes: number): string => new Date(minutes * 60_000).toISOString().slice(0, 16).replace('T', ' ');
+export const minuteText = (minutes: number): string => `${dayText(minutes)}, ${timeText(minutes)}`;
+
+/** The minute that such a text names. */
+export const minuteOf = (text: string): number => Date.parse(`${text} UTC`) / 60_000;
 
 /** The rows of a traffic chart's open table; without those that stand for a gap. */
 export async function samplesShown(page: Page, name: string): Promise<string[][]> {

@@ -81,6 +81,10 @@ test('one of five hundred devices is found by its name', async () => {
   await expect.poll(() => page.locator('datalist option').evaluateAll((all) => all.map((one) => (one as HTMLOptionElement).value))).toEqual(['device-417 (02:00:00:00:01:A1)']);
   await field.fill('device-417 (02:00:00:00:01:A1)');
   await page.getByRole('heading', { name: 'Traffic of device-417' }).waitFor();
+  for (const width of [1280, 360]) {
+    await page.setViewportSize({ width, height: 800 });
+    expect(await field.evaluate((input) => input.scrollWidth - input.clientWidth), `name and address are cut at ${width} pixels`).toBeLessThanOrEqual(0);
+  }
   expect(page.url()).toContain('device=02%3A00%3A00%3A00%3A01%3AA1');
 });
 
@@ -94,9 +98,14 @@ test('of hundreds of lines the ten largest are drawn, and others are found by na
   const lines = page.getByRole('group', { name: 'Lines of Clients by network' });
   const offered = async (): Promise<string[]> => lines.locator('.legend bdi').allTextContents();
   await expect.poll(offered).toEqual(Array.from({ length: 10 }, (_, i) => `net-${407 + i}`));
+  // The sum of all of them would make each a flat line: it is drawn when it is asked for.
+  const drawn = async (): Promise<string[]> => page.locator('section', { has: lines }).locator('.readout bdi').allTextContents();
+  expect(await drawn()).not.toContain('All');
+  await lines.getByRole('checkbox', { name: 'All' }).check();
+  await expect.poll(drawn).toContain('All');
   await lines.getByPlaceholder('Search 417 lines').fill('net-123');
   await expect.poll(offered).toEqual(['net-123']);
-  await lines.getByRole('checkbox').check();
+  await lines.getByRole('checkbox', { name: 'net-123' }).check();
   await lines.getByPlaceholder('Search 417 lines').fill('');
   await expect.poll(async () => (await offered()).includes('net-123')).toBe(true);
   await lines.getByRole('button', { name: 'None' }).click();

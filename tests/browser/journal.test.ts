@@ -5,7 +5,7 @@ import axe from 'axe-core';
 import type { Browser, Page } from 'playwright-core';
 import { afterAll, beforeAll, expect, test } from 'vitest';
 import { closeContext, openBrowser, openPage, pageForEach, type Watched } from './browser';
-import { gatewayOf, minuteText, trafficOf } from './figures';
+import { dayText, gatewayOf, minuteText, timeText, trafficOf } from './figures';
 import { type Json, ProbeProcess, simulated } from './probe';
 
 const pages = ['overview', 'traffic', 'clients', 'clients-now', 'top', 'client-report', 'guest-report', 'network-report'];
@@ -50,16 +50,16 @@ test.each(pages)('%s shows how far the journal has been read, and its figures wh
   await page.goto(`${probe.url}/#/${hash}`);
   const bar = page.getByRole('progressbar', { name: 'Reading the journal' });
   await bar.waitFor();
-  expect(await bar.evaluate((one: HTMLProgressElement) => [one.value, one.max, one.getAttribute('aria-valuetext')])).toEqual([42, 100, '42 %, about 8 s left']);
-  await page.getByText('Reading the journal: 42 %, about 8 s left').waitFor();
-  await page.getByText('Figures are known since 2026-10-22 09:05.').waitFor();
+  expect(await bar.evaluate((one: HTMLProgressElement) => [one.value, one.max, one.getAttribute('aria-valuetext')])).toEqual([42, 100, '42%, about 8s left']);
+  await page.getByText('Reading the journal: 42%, about 8s left').waitFor();
+  await page.getByText('Figures are known since 22 Oct 2026, 09:05.').waitFor();
   await expect.poll(() => page.locator('.link').textContent()).toBe('Reading the journal');
   expect(await page.locator('main table, main .tiles, main .blank, main .chart, main ol').count()).toBe(0);
   expect(await page.locator('.countdown, .banner').count()).toBe(0);
   expect(await page.locator('main [role=status], main [aria-live]').count()).toBe(0); // nothing that speaks every second
 
   history = { ...warming, share: 0.5, seconds_left: null };
-  await page.getByText('Reading the journal: 50 %, the time left is not known yet').waitFor();
+  await page.getByText('Reading the journal: 50%, the time left is not known yet').waitFor();
   history = ready;
   await bar.waitFor({ state: 'detached' });
   await page.locator('main h1').waitFor();
@@ -141,10 +141,10 @@ test('charts are cut where the probe was off, and say so; the record’s beginni
   const band = page.locator('[data-interface] .u-under .off');
   await band.waitFor({ state: 'attached' });
   expect(await band.count()).toBe(1);
-  const text = `The probe was off ${minuteText(from).slice(11)} to ${minuteText(to).slice(11)}`;
+  const text = `The probe was off ${timeText(from)}–${timeText(to)}`;
   const key = page.locator('[data-interface] .marks li');
   expect((await key.allTextContents())[0]).toContain('The probe was off');
-  if (minuteText(from).slice(0, 10) === minuteText(to + 5).slice(0, 10)) expect((await key.allTextContents())[0]).toBe(text);
+  if (dayText(from) === dayText(to + 5)) expect((await key.allTextContents())[0]).toBe(text);
   expect((await key.allTextContents())[1]).toBe(`The record begins ${minuteText(begin)}`);
   expect(await page.locator('[data-interface] .chart').getAttribute('aria-label')).toContain('The probe was off');
   expect(await page.locator('[data-interface] .u-under .begin').count()).toBe(1);
@@ -175,7 +175,7 @@ test('the overview says whether history is written down, and every page when tha
   await page.goto(probe.url);
   const note = page.locator('[data-journal]');
   await note.waitFor();
-  expect(await note.textContent()).toBe('History is written down, so that a restart does not lose it. Figures are known since 2026-10-22 09:05.');
+  expect(await note.textContent()).toBe('History is written down, so that a restart does not lose it. Figures are known since 22 Oct 2026, 09:05.');
   history = { ...ready, journal: 'off', known_since: null };
   await page.reload();
   await expect.poll(() => note.textContent()).toBe('History is not written down: it begins anew with each start of the probe.');

@@ -3,7 +3,7 @@
 import type { Browser, Page } from 'playwright-core';
 import { afterAll, beforeAll, expect, test } from 'vitest';
 import { agree, openBrowser, pageForEach, type Watched } from './browser';
-import { bodyOf, minuteText, samplesShown, trafficOf } from './figures';
+import { bodyOf, minuteText, samplesShown, timeText, trafficOf } from './figures';
 import { type Json, ProbeProcess, simulated } from './probe';
 
 interface Device {
@@ -59,19 +59,17 @@ async function interfaceOf(): Promise<{ name: string; times: number[] }> {
   return { name: traffic[0]?.[0] ?? '', times: traffic[0]?.[1].traffic.map((one) => one.time) ?? [] };
 }
 
-const timeOf = (minute: number): string => minuteText(minute).slice(11);
-
 test('its line ends when it was measured last, and says since when', async () => {
   const { name, times } = await interfaceOf();
   const last = times.at(-4) ?? 0;
   told = { online: false, measured: last * 60 + 20 };
   await page.goto(`${probe.url}/#/traffic?device=${mac}&interface=${encodeURIComponent(name)}`);
   await page.locator('.offline-note').waitFor();
-  expect(await page.locator('.offline-note').textContent()).toContain(`offline since ${timeOf(last)}`);
+  expect(await page.locator('.offline-note').textContent()).toContain(`offline since ${timeText(last)}`);
   await page.locator('[data-interface] details summary').click();
   const shown = async (): Promise<string> => (await samplesShown(page, name)).at(-1)?.[0] ?? '';
   await expect.poll(shown).toBe(minuteText(last));
-  await page.locator('[data-interface] .marks').getByText(`The device is offline since ${timeOf(last)}`).waitFor();
+  await page.locator('[data-interface] .marks').getByText(`The device is offline since ${timeText(last)}`).waitFor();
   expect(await page.locator('[data-interface] .u-under .away').count()).toBe(1);
   expect(await page.locator('tbody .stale').count()).toBeGreaterThan(1);
   const spark = page.locator('.spark').first();
@@ -99,9 +97,9 @@ test('is in no tile and no sum of the overview, and needs attention, as soon as 
   const measured = Number((await devicesOf()).find((one) => one.mac === mac)?.measured);
   told = { online: false, measured };
   await expect.poll(() => badge.textContent()).toBe('Offline'); // within ten seconds, not thirty
-  expect(await row.locator('td[data-column=state]').textContent()).toContain(`since ${timeOf(measured / 60)}`);
+  expect(await row.locator('td[data-column=state]').textContent()).toContain(`since ${timeText(measured / 60)}`);
   expect(await row.locator('.stale').count()).toBeGreaterThanOrEqual(4);
-  expect(await page.locator(`[data-concern="${mac}"]`).textContent()).toContain(`${hostname}offline since ${timeOf(measured / 60)}`);
+  expect(await page.locator(`[data-concern="${mac}"]`).textContent()).toContain(`${hostname}offline since ${timeText(measured / 60)}`);
   const tile = async (): Promise<string> => page.locator('[data-tile=clients]').evaluate((data) => (data as HTMLDataElement).value);
   const others = async (): Promise<string> => {
     const status = ((await probe.get('/api/v1/live/HealthMonitor'))['data'] as Json)['status'] as { device: string; clients?: { value: number } }[];
@@ -133,7 +131,7 @@ test('the top says since when it is offline', async () => {
   told = { online: false, measured };
   await page.goto(`${probe.url}/#/top?count=50`);
   const entry = page.locator(`[data-ranking=access-points] li[data-key="${mac}"]`);
-  await entry.getByText(`offline since ${timeOf(measured / 60)}`).waitFor();
+  await entry.getByText(`offline since ${timeText(measured / 60)}`).waitFor();
   expect(await entry.locator('.stale').count()).toBe(1);
   expect(await page.locator('[data-ranking=access-points] .stale').count()).toBe(1);
 });

@@ -141,6 +141,7 @@ test.each([
   await page.goto(`${probe.url}/#/${hash}`);
   await page.getByText(text).waitFor();
   expect(await page.locator('main [data-interface], main .chart, main .tiles').count()).toBe(0);
+  if (text === 'No such device') expect(await page.getByLabel('Device', { exact: true }).locator('option:checked').textContent()).toBe('Choose a device');
   expect(complaints).toEqual([]);
   await closeContext(context);
 });
@@ -183,7 +184,7 @@ test('an interface tells the speed of its link and its use, and can be compared 
   const { page, context, complaints } = await openPage(browser, probe.url);
   await page.goto(`${probe.url}/#/traffic?view=1m`);
   await page.locator('[data-link]').waitFor();
-  expect(await page.locator('[data-link]').textContent()).toMatch(/^Link [\d.]+ [MG]bit\/s, used at most: in [\d.]+ %, out [\d.]+ %$/);
+  expect(await page.locator('[data-link]').textContent()).toMatch(/^Link [\d.]+ [MG]bit\/s, used at most: in [\d.]+%, out [\d.]+%$/);
   await page.getByLabel('Compare with the period before').check();
   await page.locator('[data-compared]').waitFor();
   await expect.poll(() => page.locator('.readout .key').count()).toBe(4);

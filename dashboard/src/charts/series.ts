@@ -84,7 +84,7 @@ export const largest = (columns: Column[]): number => Math.max(0, ...columns.fla
 /** The names whose newest sample is greatest, ties by name: those that are drawn unless the user says otherwise. */
 export function busiest(series: Map<string, CountSeries>, most: number): string[] {
   const latest = (name: string): number => series.get(name)?.at(-1)?.[1] ?? 0;
-  return [...series.keys()].sort((a, b) => latest(b) - latest(a) || a.localeCompare(b)).slice(0, most);
+  return [...series.keys()].sort((a, b) => latest(b) - latest(a) || a.localeCompare(b, t.locale)).slice(0, most);
 }
 
 /** The names that are drawn: those chosen, of which there may be none, or the busiest where nothing was or all are gone. */

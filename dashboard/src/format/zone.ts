@@ -25,6 +25,7 @@ interface Clock {
 /** The offset of a named zone changes on a full quarter of an hour only, wherever there are people. */
 const quarterMs = 900_000;
 
+// An offset and a field's value have one form in every language: they are written here.
 const two = (value: number): string => String(value).padStart(2, '0');
 
 /** "UTC+05:30"; UTC itself is just that. */

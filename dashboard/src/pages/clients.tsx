@@ -52,11 +52,15 @@ function CountsChart({ title, series, all, nameOf, view, chosen, onShow, further
   const ids = useMemo(() => [...series.keys()].sort((a, b) => compareNames(nameOf(a), nameOf(b))), [series, nameOf]);
   const shown = drawn(series, chosen, mostLines);
   const inOrder = ids.filter((id) => shown.includes(id));
-  const lines = [allLine, ...inOrder.map((id) => lineOf(id, ids.indexOf(id), nameOf))];
-  const data = useMemo(() => align([all, ...inOrder.map((id) => series.get(id) ?? [])], view), [series, all, inOrder.join('\n'), view]);
+  const [isSumWanted, setSumWanted] = useState<boolean | null>(null);
+  const isSumNeeded = inOrder.length === 0 || (inOrder.length > mostCompared && isCompared(navigation.route));
+  // The sum of hundreds of lines would flatten each of them.
+  const isSumDrawn = isSumNeeded || (isSumWanted ?? ids.length <= mostOffered);
+  const lines = [...(isSumDrawn ? [allLine] : []), ...inOrder.map((id) => lineOf(id, ids.indexOf(id), nameOf))];
+  const data = useMemo(() => align([...(isSumDrawn ? [all] : []), ...inOrder.map((id) => series.get(id) ?? [])], view), [series, all, isSumDrawn, inOrder.join('\n'), view]);
   const dataBefore = useMemo(
-    () => further && { data: align([further.counts.all, ...inOrder.map((id) => further.counts.series.get(id) ?? [])], further.view), view: further.view },
-    [further, inOrder.join('\n')],
+    () => further && { data: align([...(isSumDrawn ? [further.counts.all] : []), ...inOrder.map((id) => further.counts.series.get(id) ?? [])], further.view), view: further.view },
+    [further, isSumDrawn, inOrder.join('\n')],
   );
   const [wanted, setWanted] = useState('');
   if (data.times.length === 0) return <Blank title={t.clients.nothing}>{t.clients.nothingWhy}</Blank>;
@@ -89,6 +93,11 @@ function CountsChart({ title, series, all, nameOf, view, chosen, onShow, further
           <button type="button" class="button bare" onClick={() => onShow(null)}>{t.clients.largest(Math.min(mostLines, ids.length))}</button>
         </div>
         <div class="legend">
+          <label>
+            <input type="checkbox" checked={isSumDrawn} disabled={isSumNeeded} onChange={(event) => setSumWanted(event.currentTarget.checked)} />
+            <LineKey line={allLine} />
+            {allLine.name}
+          </label>
           {offered.map((id) => (
             <label key={id}>
               <input type="checkbox" checked={shown.includes(id)} onChange={() => toggle(id)} />

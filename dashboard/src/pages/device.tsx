@@ -2,12 +2,12 @@
 
 import type { ComponentChildren } from 'preact';
 import { useMemo, useState } from 'preact/hooks';
-import { formatDuration, formatNumber, formatPercent, formatRate, nothing } from '../format/format';
+import { formatDuration, formatNumber, formatPercent, formatPeriod, formatRate, nothing } from '../format/format';
 import { decodeHealth, decodeTraffic, type Device, type NetworkReport } from '../messages/decode';
 import { decodeNetworkReport, decodePeriods } from '../messages/decode_http';
 import { decodeClientsNow, decodeNeighbours, decodeNotifications, decodePorts, decodeRadios, type Neighbour, type Port } from '../messages/decode_now';
 import type { Poll } from '../messages/generated/http';
-import { Blank, DevicePicker, Figure, LevelBadge, Loaded, Name, Notifications, Stale, Waiting } from '../parts/basics';
+import { Blank, DevicePicker, Figure, LevelBadge, Loaded, Moment, Name, Notifications, Stale, Waiting } from '../parts/basics';
 import { airText, ClientTable, NotificationList } from '../parts/now';
 import { type Column, Table } from '../parts/table';
 import { type DeviceRow, deviceRows, limitText, seenText, staleFor } from '../state/health';
@@ -228,7 +228,7 @@ const rogueColumns: Column<Rogue>[] = [
   { key: 'networks', title: t.device.network, value: (row) => row.networks, cell: (row) => <><Name text={row.networks} isShort /><span class="sub">{row.mac}</span></> },
   { key: 'channel', title: t.device.channel, value: (row) => row.channel, cell: (row) => <span class="together">{row.channel}</span> },
   { key: 'average_strength', title: t.device.strength, isNumber: true, value: (row) => row.average_strength, cell: (row) => (row.average_strength === null ? nothing : `${formatNumber(row.average_strength)} dBm`) },
-  { key: 'last_seen', title: t.device.lastHeard, value: (row) => row.last_seen },
+  { key: 'last_seen', title: t.device.lastHeard, value: (row) => row.last_seen, cell: (row) => <Moment text={row.last_seen} /> },
 ];
 
 /** Those of the newest day's report. */
@@ -242,7 +242,7 @@ function Neighbours({ mac }: { mac: string }) {
   const heard = report.value.rogue_ap.filter((one) => mac in one.seen_by);
   return (
     <section class="card" data-part="neighbours">
-      <h2>{t.device.heardOn(day)}</h2>
+      <h2>{t.device.heardOn(formatPeriod(day))}</h2>
       {heard.length === 0 ? <Blank title={t.device.noneHeard} /> : <Table caption={t.device.rogueCaption} columns={rogueColumns} rows={heard} keyOf={(row) => `${row.mac} ${row.networks} ${row.channel}`} sorting={sorting} onSort={setSorting} />}
     </section>
   );
@@ -269,7 +269,7 @@ export function DevicePage({ route, change }: Navigation) {
               {all.length > 0 && (
                 <div class="controls">
                   {device && <a href={formatRoute({ page: 'traffic', values: { device: mac } })}>{t.device.traffic}</a>}
-                  <DevicePicker value={mac} options={device ? optionsOf(all) : [{ value: '', title: t.device.choose }, ...optionsOf(all)]} onChange={(one) => change({ device: one })} />
+                  <DevicePicker value={device?.mac ?? ''} options={device ? optionsOf(all) : [{ value: '', title: t.device.choose }, ...optionsOf(all)]} onChange={(one) => change({ device: one })} />
                 </div>
               )}
             </div>

@@ -25,6 +25,7 @@ interface Loaded {
 type Point = NetworkReport['wireless_access_points'][string] & { mac: string };
 type Band = Loaded & { band: string };
 
+/** As the file has them, in every language alike. */
 const seenBy = (row: Rogue): string => Object.values(row.seen_by).join(', ');
 
 /** Each name by itself: none turns its neighbours around. */

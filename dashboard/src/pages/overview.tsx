@@ -1,7 +1,7 @@
 // Every device with how it is, the worst first.
 
 import { useMemo, useState } from 'preact/hooks';
-import { formatDuration, formatNumber, formatPercent, nothing } from '../format/format';
+import { formatDuration, formatList, formatNumber, formatPercent, nothing } from '../format/format';
 import { decodeHealth } from '../messages/decode';
 import { decodeNotifications, type Notification } from '../messages/decode_now';
 import { Blank, Figure, LevelBadge, Loaded, Name, Notifications, Stale, Waiting } from '../parts/basics';
@@ -165,7 +165,7 @@ function Concerns({ concerns, alerts, now }: { concerns: Concern[]; alerts: Map<
         {shown.map(({ row, reasons }) => (
           <li key={row.mac || row.ip} data-concern={row.mac || row.ip}>
             {row.mac ? <a href={formatRoute({ page: 'device', values: { device: row.mac } })}><Name text={row.name || row.mac} isShort /></a> : <Name text={row.name} isShort />}
-            <span>{reasons.join(', ')}</span>
+            <span>{formatList(reasons)}</span>
             {row.level !== 'offline' && alerts.has(row.mac) && (
               <ul class="notifications">{(alerts.get(row.mac) ?? []).map((one) => <NotificationLine key={one.text} one={one} now={now} />)}</ul>
             )}

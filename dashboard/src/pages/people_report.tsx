@@ -17,7 +17,7 @@ type Kind = 'clients' | 'guests';
 type Sent = keyof ClientRow;
 
 const columns: Column<ClientRow>[] = [
-  { key: 'hostname', title: t.people.name, value: (row) => row.hostname, cell: (row) => <><Name text={row.hostname || row.mac} /><span class="sub">{row.mac}</span></> },
+  { key: 'hostname', title: t.people.name, value: (row) => row.hostname, cell: (row) => <><Name text={row.hostname || row.mac} />{row.hostname && row.hostname !== row.mac && <span class="sub">{row.mac}</span>}</> },
   { key: 'username', title: t.people.user, value: (row) => row.username, cell: (row) => <Name text={row.username} /> },
   { key: 'network', title: t.people.network, value: (row) => row.network, cell: (row) => <Name text={row.network} /> },
   { key: 'type_frequency', title: t.people.kind, value: (row) => row.type_frequency },

@@ -1,9 +1,9 @@
 // Small things of which pages are made.
 
-import type { ComponentChildren } from 'preact';
+import { type ComponentChildren, Fragment } from 'preact';
 import { useEffect, useState } from 'preact/hooks';
 import { type Level, levelOf, levelTitles } from '../state/health';
-import { formatStopwatch } from '../format/format';
+import { formatNumber, formatStopwatch, momentParts } from '../format/format';
 import { type Load, useNow, useProbe } from '../state/hooks';
 import { untilNext } from '../state/passes';
 import { search } from '../state/sorting';
@@ -20,14 +20,9 @@ export function Name({ text, isShort = false }: { text: string; isShort?: boolea
   );
 }
 
-/** A date and a time, one below the other where they don't fit side by side. */
+/** A moment of a report: date and time, one below the other where they don't fit side by side. */
 export function Moment({ text }: { text: string }) {
-  const [date, ...time] = text.split(' ');
-  return (
-    <span>
-      <span class="together">{date}</span> <span class="together">{time.join(' ')}</span>
-    </span>
-  );
+  return <data value={text}>{momentParts(text).map((part) => <Fragment key={part}><span class="together">{part}</span> </Fragment>)}</data>;
 }
 
 export function LevelBadge({ level, title = levelTitles[level] }: { level: Level; title?: string }) {
@@ -82,7 +77,7 @@ export function Notifications({ alert, warning, info }: { alert: number; warning
       {kinds.map(({ count, title, tone, icon }) => (
         <span key={title} class={count > 0 ? tone : 'none'} title={title}>
           {icon}
-          <data value={String(count)}>{count}</data>
+          <data value={String(count)}>{formatNumber(count)}</data>
           <span class="hidden"> {title}</span>
         </span>
       ))}
@@ -156,7 +151,7 @@ export function DevicePicker({ value, options, onChange }: Omit<SelectProps, 'ti
   return (
     <label>
       <span class="hidden">{t.part.device}</span>
-      <input type="search" list="devices" value={text} placeholder={t.part.searchDevices(options.length)} onFocus={(event) => event.currentTarget.select()} onInput={(event) => take(event.currentTarget.value)} />
+      <input type="search" class="picker" list="devices" value={text} placeholder={t.part.searchDevices(options.length)} onFocus={(event) => event.currentTarget.select()} onInput={(event) => take(event.currentTarget.value)} />
       <datalist id="devices">{near.map((one) => <option key={one.value} value={one.title} />)}</datalist>
     </label>
   );

@@ -2,7 +2,7 @@
 
 import { useState } from 'preact/hooks';
 import { type ChartData, largest, type Range, type View } from '../charts/series';
-import { formatMinute } from '../format/format';
+import { formatList, formatMinute } from '../format/format';
 import { absenceText, outageText } from '../state/history';
 import type { Presence } from '../state/presence';
 import type { Marks } from './chart_marks';
@@ -41,7 +41,7 @@ export type Shown = ChartProps & Marks;
 
 export function summary({ title, lines, data, value, outages, absences }: Shown): string {
   const parts = lines.map((line, i) => t.chart.most(line.name, value(largest([data.columns[i] ?? []]))));
-  return [`${title}. ${parts.join(', ')}`, ...outages.map((one) => outageText(one, data)), ...absences.map((one) => absenceText(one, data)), ''].join('. ').trim();
+  return [`${title}. ${formatList(parts)}`, ...outages.map((one) => outageText(one, data)), ...absences.map((one) => absenceText(one, data)), ''].join('. ').trim();
 }
 
 export function LineKey({ line }: { line: Line }) {

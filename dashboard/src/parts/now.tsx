@@ -1,7 +1,7 @@
 // What is told of this moment: notifications, and the clients who are here.
 
 import { useState } from 'preact/hooks';
-import { formatBytes, formatNumber, formatSince, nothing } from '../format/format';
+import { formatBytes, formatList, formatNumber, formatSince, nothing } from '../format/format';
 import type { ClientNow, Notification } from '../messages/decode_now';
 import { severityTitles } from '../state/notifications';
 import { formatRoute } from '../state/route';
@@ -30,7 +30,7 @@ export function NotificationLine({ one, now }: { one: Notification; now: number 
 
 /** "5 GHz, channel 36" */
 export const airText = (band: string | null, channel: number | null): string =>
-  [band?.replace('GHz', ' GHz') ?? '', channel === null ? '' : t.now.channel(channel)].filter(Boolean).join(', ');
+  formatList([band?.replace('GHz', ' GHz') ?? '', channel === null ? '' : t.now.channel(channel)].filter(Boolean));
 
 function columnsAt(now: number, withDevice: boolean): Column<ClientNow>[] {
   const columns: Column<ClientNow>[] = [
@@ -38,7 +38,7 @@ function columnsAt(now: number, withDevice: boolean): Column<ClientNow>[] {
       key: 'name',
       title: t.now.client,
       value: (row) => row.hostname || row.mac,
-      cell: (row) => <><Name text={row.hostname || row.mac} isShort /><span class="sub">{row.user ? <><bdi>{row.user}</bdi> · </> : ''}{row.mac}</span></>,
+      cell: (row) => <><Name text={row.hostname || row.mac} isShort /><span class="sub">{row.user && <bdi>{row.user}</bdi>}{row.user && row.hostname && ' · '}{row.hostname && row.mac}</span></>,
     },
     { key: 'device', title: t.now.device, value: (row) => row.device_name || row.device, cell: (row) => <a href={formatRoute({ page: 'device', values: { device: row.device } })}><Name text={row.device_name || row.device} isShort /></a> },
     { key: 'ssid', title: t.now.network, value: (row) => row.ssid, cell: (row) => <><Name text={row.ssid} isShort /><span class="sub">{airText(row.band, row.channel)}</span></> },

@@ -78,7 +78,7 @@ export function Table<Row>({ caption, columns, rows, keyOf, sorting, onSort, cho
                       {content(column, row)}
                     </th>
                   ) : (
-                    <td key={column.key} data-column={column.key} data-title={column.title} class={column.isNumber ? 'number' : undefined}>
+                    <td key={column.key} data-column={column.key} data-title={column.title} class={column.isNumber ? 'number' : column.value(row) === '' ? 'empty' : undefined}>
                       {content(column, row)}
                     </td>
                   ),

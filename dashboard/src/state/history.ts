@@ -1,7 +1,7 @@
 // What the probe tells of its journal, in words.
 
 import type { ChartData, Range } from '../charts/series';
-import { formatDay, formatDuration, formatMinute, formatPercent, formatSince, formatSpan } from '../format/format';
+import { dayKey, formatDuration, formatMinute, formatPercent, formatSince, formatSpan } from '../format/format';
 import { inZone, type Zone } from '../format/zone';
 import type { History } from '../messages/decode';
 import { texts as t } from '../texts';
@@ -9,7 +9,7 @@ import { texts as t } from '../texts';
 export interface Progress {
   /** Of the journal, in whole percent; null: not told. */
   percent: number | null;
-  /** "42 %, about 8 s left" */
+  /** "42%, about 8s left" */
   text: string;
 }
 
@@ -21,7 +21,7 @@ export function progressOf({ share, seconds_left: left }: History): Progress {
 }
 
 /** A moment of the zone as the days of reports are cut. */
-const dayIn = (seconds: number, zone: Zone | null): string => inZone(zone, () => formatDay(seconds * 1000));
+const dayIn = (seconds: number, zone: Zone | null): string => inZone(zone, () => dayKey(seconds * 1000));
 const minuteIn = (seconds: number, zone: Zone | null): string => inZone(zone, () => formatMinute(seconds / 60, true));
 
 /**

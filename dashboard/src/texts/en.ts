@@ -1,19 +1,23 @@
 // Every text of the pages, in English. Another language is a file like this one.
 
+const locale = 'en-GB';
+const numbers = new Intl.NumberFormat(locale);
+const amount = (count: number): string => numbers.format(count);
+
 export const en = {
   /** For dates, numbers and the order of names. */
-  locale: 'en-GB',
+  locale,
   level: {
     bad: 'Bad', offline: 'Offline', fair: 'Fair', unknown: 'Unknown', good: 'Good',
   },
   health: {
-    cpuBad: '80 % or more', cpuFair: 'above 20 %', uptimeBad: 'started in the last 5 min', uptimeFair: 'started in the last 30 min',
+    cpuBad: '80% or more', cpuFair: 'above 20%', uptimeBad: 'started in the last 5 min', uptimeFair: 'started in the last 30 min',
     clientsBad: 'more than 48', judgedBad: 'judged bad',
     since: (moment: string) => `since ${moment}`,
     /** It was so when it was first looked at, and nobody tells since when. */
     already: (moment: string) => `already at ${moment}`,
     alreadySeen: (moment: string) => `already at ${moment} (when this page first looked)`,
-    openAlerts: (count: number) => (count === 1 ? 'an open alert' : `${count} open alerts`),
+    openAlerts: (count: number) => (count === 1 ? 'an open alert' : `${amount(count)} open alerts`),
     offline: 'offline',
     offlineSince: (moment: string) => `offline since ${moment}`,
   },
@@ -37,23 +41,21 @@ export const en = {
     m1: '30 minutes', m5: '2½ hours', m10: '5 hours', h1: '30 hours', h2: '2½ days', d1: '30 days',
   },
   unit: {
-    day: 'd', hour: 'h', minute: 'min', second: 's',
     passes: (count: string) => `${count} passes a second`,
     passEvery: (duration: string) => `a pass every ${duration}`,
-    span: (from: string, to: string) => `${from} to ${to}`,
   },
   part: {
     unnamed: 'unnamed', alerts: 'alerts', warnings: 'warnings', notices: 'notices', device: 'Device', nothingLoaded: 'Nothing was loaded',
     nothingLoadedWhy: 'The probe went out of reach before it had told this. It is shown when the probe is back.',
     loading: 'Loading', stale: 'The newest figure before it went offline', cannotShow: 'This cannot be shown', nothingYet: 'Nothing yet',
-    searchDevices: (count: number) => `Search ${count} devices`,
+    searchDevices: (count: number) => `Search ${amount(count)} devices`,
     waiting: (time: string) => `waiting, ${time}`,
     inTime: (time: string) => `in ${time}`,
     firstFigures: 'The first figures come with the next pass:',
   },
   table: {
     sortBy: 'Sort by …',
-    more: (count: number) => `Show more of ${count} rows`,
+    more: (count: number) => `Show more of ${amount(count)} rows`,
     sort: (caption: string) => `Sort ${caption}`,
   },
   now: {
@@ -61,7 +63,7 @@ export const en = {
     received: 'Received', caption: 'Clients now',
     noted: (since: string, until: string) => `since ${since}${until && `, until ${until}`}`,
     channel: (channel: number) => `channel ${channel}`,
-    all: (count: number) => `Show all ${count}`,
+    all: (count: number) => `Show all ${amount(count)}`,
   },
   period: {
     daily: 'Day', weekly: 'Week', reportOf: 'Report of a', period: 'Period', none: 'No report yet',
@@ -101,7 +103,7 @@ export const en = {
     times: (whose: string, zone: string) => `Times are ${whose}: ${zone}.`,
   },
   chart: {
-    moreBefore: (count: number) => `and ${count} ${count === 1 ? 'time' : 'times'} before`,
+    moreBefore: (count: number) => `and ${amount(count)} ${count === 1 ? 'time' : 'times'} before`,
     begins: (moment: string) => `The record begins ${moment}`,
     asTable: 'Show as a table', time: 'Time', latest: 'Latest', at: 'At',
     most: (line: string, value: string) => `${line}: at most ${value}`,
@@ -150,10 +152,10 @@ export const en = {
     networksNow: 'Networks now', devicesNow: 'Devices now',
     linesOf: (title: string) => `Lines of ${title}`,
     searchOf: (title: string) => `Search the lines of ${title}`,
-    search: (count: number) => `Search ${count} lines`,
-    largest: (count: number) => `The ${count} largest`,
+    search: (count: number) => `Search ${amount(count)} lines`,
+    largest: (count: number) => `The ${amount(count)} largest`,
     unit: 'clients',
-    offline: (count: number) => `${count === 1 ? 'A wireless device is' : `${count} wireless devices are`} offline: the clients that it had are not counted.`,
+    offline: (count: number) => `${count === 1 ? 'A wireless device is' : `${amount(count)} wireless devices are`} offline: the clients that it had are not counted.`,
   },
   here: {
     title: 'Clients now', search: 'Search clients', nobody: 'Nobody is connected',
@@ -208,10 +210,10 @@ export const en = {
     sightings: 'Rogue AP sightings', open: 'Open alerts', noDevices: 'No devices', title: 'Overview', search: 'Search devices',
     worstFirst: 'Worst first', caption: 'Devices, the worst first unless sorted otherwise', noMatch: 'No device matches',
     noMatchWhy: 'Nothing has all of these words in its name, address or model.',
-    online: (count: number) => `${count} online`,
-    andFair: (count: number) => `and ${count} fair`,
-    warnings: (count: number) => `${count} warnings`,
-    all: (count: number) => `Show all ${count}`,
+    online: (count: number) => `${amount(count)} online`,
+    andFair: (count: number) => `and ${amount(count)} fair`,
+    warnings: (count: number) => `${amount(count)} warnings`,
+    all: (count: number) => `Show all ${amount(count)}`,
     noDevicesWhy: 'The probe knows of no device. Name those that answer SNMP in its configuration, probe.toml, in tables [[sources.snmp.devices]], or switch sources.this_machine on; “vexora-probe --simulated” shows a made-up network.',
   },
   top: {
