@@ -44,7 +44,7 @@ struct DeviceKey {
 
 /// A key whose text is taken as it is.
 template <typename Member>
-DeviceKey Text(const char* name, const char* help, Member member) {
+DeviceKey TextKey(const char* name, const char* help, Member member) {
   return {name, help, "a text", [member](Draft& draft, const std::string& text) {
             member(draft) = text;
             return true;
@@ -125,13 +125,13 @@ std::vector<DeviceKey> MakeDeviceKeys() {
           "version", "Version of SNMP. Default: \"2c\".",
           {{"1", Version::k1}, {"2c", Version::k2c}, {"3", Version::k3}},
           [](Draft & draft) -> auto& { return draft.device.version; }),
-      Text(
+      TextKey(
           "community", "The device's read community; versions 1 and 2c. Whoever can read this file knows it.",
           [](Draft & draft) -> auto& { return draft.device.community; }),
-      Text(
+      TextKey(
           "community_file", "File whose only line is the community, in place of the key above.",
           [](Draft & draft) -> auto& { return draft.community_file; }),
-      Text(
+      TextKey(
           "user", "Version 3: the user.", [](Draft & draft) -> auto& { return draft.device.user; }),
       Choice<AuthProtocol>(
           "auth", "Version 3: how the user is authenticated. Default: not at all.",
@@ -142,26 +142,26 @@ std::vector<DeviceKey> MakeDeviceKeys() {
            {"sha512", AuthProtocol::kSha512},
            {"md5", AuthProtocol::kMd5}},
           [](Draft & draft) -> auto& { return draft.device.auth; }),
-      Text(
+      TextKey(
           "auth_key", "Its passphrase, of at least eight characters.",
           [](Draft & draft) -> auto& { return draft.device.auth_key; }),
-      Text(
+      TextKey(
           "auth_key_file", "File whose only line is that passphrase.",
           [](Draft & draft) -> auto& { return draft.auth_key_file; }),
       Choice<PrivacyProtocol>(
           "privacy", "Version 3: how messages are encrypted. Default: not at all.",
           {{"aes", PrivacyProtocol::kAes}, {"des", PrivacyProtocol::kDes}},
           [](Draft & draft) -> auto& { return draft.device.privacy; }),
-      Text(
+      TextKey(
           "privacy_key", "Its passphrase, of at least eight characters.",
           [](Draft & draft) -> auto& { return draft.device.privacy_key; }),
-      Text(
+      TextKey(
           "privacy_key_file", "File whose only line is that passphrase.",
           [](Draft & draft) -> auto& { return draft.privacy_key_file; }),
-      Text(
+      TextKey(
           "name", "Its device name. Default: what the device calls itself.",
           [](Draft & draft) -> auto& { return draft.device.name; }),
-      Text(
+      TextKey(
           "profile", "Name of the profile that it is read with. Default: recognised.",
           [](Draft & draft) -> auto& { return draft.device.profile; }),
       {"mac", "The MAC that is its id in the probe. Default: found on the device, as docs/snmp.md says.",
