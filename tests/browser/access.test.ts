@@ -7,13 +7,13 @@ import type { Browser, Page } from 'playwright-core';
 import { afterAll, beforeAll, describe, expect, test } from 'vitest';
 import { findingsOf } from './axe';
 import { closeContext, openBrowser, openPage } from './browser';
-import { ProbeProcess, simulated } from './probe';
+import { type Json, ProbeProcess, simulated } from './probe';
 
 const root = fileURLToPath(new URL('../..', import.meta.url));
 const images = join(root, 'build/images');
 /** VEXORA_IMAGES=1 renews the pictures that the documents show, with histories that are full. */
 const isRenewing = Boolean(process.env['VEXORA_IMAGES']);
-const pages = ['overview', 'traffic?interface=wan0', 'clients', 'clients-now', 'top', 'client-report', 'guest-report', 'network-report', 'device?device=02:19:56:00:00:08'];
+const pages = ['overview', 'traffic?interface=wan0', 'clients', 'clients-now', 'top', 'client-report', 'guest-report', 'network-report', 'device?device=02:19:56:00:00:08', 'nonsense'];
 const nameOf = (page: string): string => page.split('?')[0] ?? page;
 
 let browser: Browser;
@@ -44,8 +44,19 @@ async function takePicture(page: Page, name: string): Promise<void> {
   if (isRenewing && existsSync(shown)) copyFileSync(picture, shown);
 }
 
-/** Those on which a page of ours is looked at: a phone, a tablet on end, a tablet, a screen. Colours are the same on all. */
-const widths = [360, 768, 1024, 1440];
+/** Those on which a page of ours is looked at: a phone, a tablet on end, a tablet, two screens, a wall. */
+const widths = { light: [360, 768, 1024, 1280, 1440, 2560], dark: [360, 1280, 2560] };
+
+/** Nothing is wrong with what is shown at any of these widths: for readers of the screen, and for the eye. */
+async function expectSound(page: Page, at: number[]): Promise<void> {
+  for (const width of at) {
+    await page.setViewportSize({ width, height: 900 });
+    expect(await findingsOf(page), `at ${width} pixels`).toEqual([]);
+    expect(await page.evaluate(() => document.documentElement.scrollWidth), `at ${width} pixels`).toBeLessThanOrEqual(width);
+    const cut = await page.locator('main .scroll').evaluateAll((all) => all.filter((one) => one.scrollWidth > one.clientWidth).map((one) => one.getAttribute('aria-label')));
+    expect(cut, `at ${width} pixels`).toEqual([]);
+  }
+}
 
 describe.each(['light', 'dark'] as const)('in %s colours', (colorScheme) => {
   test.each(pages)('%s has no finding of axe at any width, and its picture is taken', async (hash) => {
@@ -55,14 +66,37 @@ describe.each(['light', 'dark'] as const)('in %s colours', (colorScheme) => {
     await settle(page);
     await page.waitForTimeout(300);
     await takePicture(page, `${nameOf(hash)}-${colorScheme}`);
-    for (const width of colorScheme === 'light' ? widths : widths.slice(-1)) {
-      await page.setViewportSize({ width, height: 900 });
-      expect(await findingsOf(page), `at ${width} pixels`).toEqual([]);
-      expect(await page.evaluate(() => document.documentElement.scrollWidth), `at ${width} pixels`).toBeLessThanOrEqual(width);
-      const cut = await page.locator('main .scroll').evaluateAll((all) => all.filter((one) => one.scrollWidth > one.clientWidth).map((one) => one.getAttribute('aria-label')));
-      expect(cut, `at ${width} pixels`).toEqual([]);
+    await expectSound(page, widths[colorScheme]);
+    expect(complaints).toEqual([]);
+    await closeContext(context);
+  });
+
+  const offline = (devices: Json[]): Json[] => devices.map((one, i) => (i % 2 === 0 ? { ...one, online: false, measured: 1_795_507_200 } : one));
+  test.each([
+    ['devices that are offline', offline],
+    ['no device', () => []],
+  ] as const)('%s have no finding of axe either', async (_, devicesOf) => {
+    const { page, context, complaints } = await openPage(browser, probe.url, { colorScheme, bypassCSP: true });
+    await page.route('**/api/v1/devices', async (route) => {
+      const answer = await probe.get('/api/v1/devices');
+      await route.fulfill({ json: { ...answer, devices: devicesOf(answer['devices'] as Json[]) } });
+    });
+    for (const hash of ['overview', 'traffic', 'clients', 'device?device=02:19:56:00:00:08']) {
+      await page.goto(`${probe.url}/#/${hash}`);
+      await settle(page);
+      await expectSound(page, [360, 1280]);
     }
     expect(complaints).toEqual([]);
+    await closeContext(context);
+  });
+
+  test('what is shown while the probe is out of reach has no finding of axe either', async () => {
+    const { page, context } = await openPage(browser, probe.url, { colorScheme, bypassCSP: true });
+    await page.routeWebSocket(/.*/, (socket) => void socket.close());
+    await page.route('**/api/v1/live/**', (route) => route.abort());
+    await page.goto(`${probe.url}/#/top`);
+    await page.getByText('Nothing was loaded').first().waitFor();
+    await expectSound(page, [360, 1280]);
     await closeContext(context);
   });
 });

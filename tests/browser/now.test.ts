@@ -227,7 +227,7 @@ describe('the clients of this moment', () => {
   });
 
   test('are told by their address once where they have no name', async () => {
-    const one = { mac: '02:29:56:00:00:99', hostname: '', user: '', device: accessPoint, device_name: 'ap', ssid: 'Office', band: '5GHz', channel: 36, since: 1_795_507_200, or_earlier: false, signal: -60, sent: 1, received: 1 };
+    const one = { mac: '02:29:56:00:00:99', hostname: '', user: '', device: accessPoint, device_name: 'ap', interface: 'wlan0', rate: 1, ssid: 'Office', band: '5GHz', channel: 36, since: 1_795_507_200, or_earlier: false, signal: -60, sent: 1, received: 1 };
     await page.route('**/api/v1/clients', (route) => route.fulfill({ json: { clients: [one, { ...one, mac: '02:29:56:00:00:9A', hostname: 'camera', user: 'guest-1' }] } }));
     await open('clients-now');
     await expect.poll(() => page.locator('[data-part=clients-now] tbody th').allTextContents()).toEqual(['02:29:56:00:00:99', 'cameraguest-1 · 02:29:56:00:00:9A']);

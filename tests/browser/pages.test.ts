@@ -214,7 +214,7 @@ describe('clients', () => {
 
 test('lines of clients are chosen, down to none but the sum, and the address bar holds it', async () => {
   await open('clients');
-  const lines = watched.page.getByRole('group', { name: 'Lines of Clients by network' }).getByRole('checkbox');
+  const lines = watched.page.getByRole('group', { name: 'Lines of Clients by network' }).locator('label:has(bdi)').getByRole('checkbox');
   await lines.first().waitFor();
   const checked = async (): Promise<boolean[]> => lines.evaluateAll((boxes) => boxes.map((box) => (box as HTMLInputElement).checked));
   expect(await checked()).not.toContain(false);

@@ -141,7 +141,7 @@ test.each([
   await page.goto(`${probe.url}/#/${hash}`);
   await page.getByText(text).waitFor();
   expect(await page.locator('main [data-interface], main .chart, main .tiles').count()).toBe(0);
-  if (text === 'No such device') expect(await page.getByLabel('Device', { exact: true }).locator('option:checked').textContent()).toBe('Choose a device');
+  if (text === 'No such device') expect(await page.getByRole('combobox', { name: 'Device' }).locator('option:checked').textContent()).toBe('Choose a device');
   expect(complaints).toEqual([]);
   await closeContext(context);
 });

@@ -110,7 +110,7 @@ export function Banner() {
   if (kind !== 'waiting' && kind !== 'stale') return null;
   const age = last === null ? null : formatDuration(Math.max(1, (now - last) / 1000));
   return (
-    <div class="banner" data-kind={kind}>
+    <section class="banner" data-kind={kind} aria-label={t.frame.trouble}>
       <span>
         {kind === 'stale' ? t.frame.noPass(age ?? '') : t.frame.lost}{' '}
         {age === null ? t.frame.nothingYet : kind === 'stale' ? t.frame.mayBeOld : t.frame.old(age)}
@@ -121,7 +121,7 @@ export function Banner() {
           <button type="button" class="button" onClick={() => probe.retryNow()}>{t.frame.tryNow}</button>
         </>
       )}
-    </div>
+    </section>
   );
 }
 

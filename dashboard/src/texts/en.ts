@@ -81,7 +81,7 @@ export const en = {
     guestReport: 'Guest report', networkReport: 'Network report', device: 'Device', notFound: 'No such page',
   },
   frame: {
-    pages: 'Pages', connecting: 'Connecting', waiting: 'Connection lost', warming: 'Reading the journal', live: 'Live', stale: 'Stale',
+    pages: 'Pages', trouble: 'What is wrong', connecting: 'Connecting', waiting: 'Connection lost', warming: 'Reading the journal', live: 'Live', stale: 'Stale',
     untilNext: 'Time until the next pass', sinceLast: 'Time since the last pass', due: 'due now',
     nothingYet: 'There is nothing to show yet.', mayBeOld: 'What you see may be out of date.', tryNow: 'Try now', ofProbe: 'the probe’s',
     ofBrowser: 'this browser’s', leaveWall: 'Leave the wall mode', zone: 'Time zone', timesOfProbe: 'Times of the probe',
