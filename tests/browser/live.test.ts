@@ -129,7 +129,7 @@ test('asks for the token of a probe that has one, and keeps the session', async 
     await page.getByRole('heading', { name: 'The probe asks for its token' }).waitFor();
     await page.getByLabel('Token').fill('guessed');
     await page.keyboard.press('Enter');
-    await page.getByText('the token of the probe is missing or wrong').waitFor();
+    await page.getByText('That is not its token.').waitFor();
     await page.getByLabel('Token').fill('open & sesame');
     await page.keyboard.press('Enter');
     await page.locator('tbody tr').first().waitFor();

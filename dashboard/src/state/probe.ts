@@ -9,6 +9,7 @@ import type { Zone } from '../format/zone';
 import { type DeviceLevels, levelsAfter } from './levels';
 import { type Moment, type Passes, passesFrom } from './passes';
 import { base } from './place';
+import { texts as t } from '../texts';
 
 export type Link = { kind: ConnectionState; until: Moment };
 
@@ -93,7 +94,7 @@ export class Probe {
   /** Logs in. What is wrong, in words; empty when the page may go on. */
   async useToken(token: string): Promise<string> {
     const answer = await openSession(fetchText, token);
-    if (answer.kind === 'error') return answer.message;
+    if (answer.kind === 'error') return answer.status === 401 ? t.frame.wrongToken : answer.message;
     this.change({ needsToken: false });
     this.connection.retryNow();
     void this.readStatus();

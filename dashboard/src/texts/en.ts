@@ -91,7 +91,7 @@ export const en = {
     asksCentreToken: 'The centre asks for a token',
     whereCentreToken: 'The token of all sites stands in the centre’s configuration, at server.token or server.token_file; that of some sites in the file that an access group names. The browser stays logged in until it is closed.',
     toSites: 'All sites',
-    token: 'Token', show: 'Show the network', name: 'Probe', firstPass: 'waiting for the first pass,',
+    wrongToken: 'That is not its token.', token: 'Token', show: 'Show the network', name: 'Probe', firstPass: 'waiting for the first pass,',
     nextIn: (duration: string) => `next in ${duration}`,
     noPass: (age: string) => `No pass has come for ${age || 'a while'}.`,
     lost: 'The probe cannot be reached.',
