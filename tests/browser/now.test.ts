@@ -176,7 +176,7 @@ test('what a device has told of before, and tells no longer, is said to be old',
   const { devices } = (await probe.get('/api/v1/devices')) as { devices: Json[] };
   await page.route('**/api/v1/devices', (route) => route.fulfill({ json: { devices: devices.map((one) => ({ ...one, online: true, absences: [] })), polls: [poll] } }));
   await open(`device?device=${accessPoint}`);
-  await expect.poll(() => page.locator('[data-part=clients] [data-stale]').textContent()).toContain('has not answered this for 12 min:');
+  await expect.poll(() => page.locator('[data-part=clients] [data-stale]').textContent()).toContain('has not answered this for 12m:');
   await expect.poll(() => page.locator('[data-part=neighbours-now] [data-stale]').textContent()).toContain('for 1 min 30 s:');
   expect(await page.locator('main [data-stale]').count()).toBe(2);
   await open('clients-now');
