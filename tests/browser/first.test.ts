@@ -101,6 +101,8 @@ test('of hundreds of lines the ten largest are drawn, and others are found by na
   // The sum of all of them would make each a flat line: it is drawn when it is asked for.
   const drawn = async (): Promise<string[]> => page.locator('section', { has: lines }).locator('.readout bdi').allTextContents();
   expect(await drawn()).not.toContain('All');
+  const looks = await page.locator('section', { has: lines }).locator('.readout path').evaluateAll((keys) => keys.map((key) => `${key.getAttribute('stroke')} ${key.getAttribute('stroke-dasharray')}`));
+  expect(new Set(looks).size).toBe(10);
   await lines.getByRole('checkbox', { name: 'All' }).check();
   await expect.poll(drawn).toContain('All');
   await lines.getByPlaceholder('Search 417 lines').fill('net-123');

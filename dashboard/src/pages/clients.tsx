@@ -45,18 +45,20 @@ interface Counts {
 
 /** The same name keeps the same colour as long as the same names are there. */
 function lineOf(id: string, position: number, nameOf: (id: string) => string): Line {
-  return { name: nameOf(id), colour: `series-${(position % colourCount) + 1}`, dash: dashes[position % dashes.length] };
+  return { name: nameOf(id), colour: `series-${(position % colourCount) + 1}`, dash: dashes[(position + Math.floor(position / colourCount)) % dashes.length] };
 }
 
 function CountsChart({ title, series, all, nameOf, view, chosen, onShow, further, navigation }: CountsProps) {
   const ids = useMemo(() => [...series.keys()].sort((a, b) => compareNames(nameOf(a), nameOf(b))), [series, nameOf]);
   const shown = drawn(series, chosen, mostLines);
   const inOrder = ids.filter((id) => shown.includes(id));
+  // Of hundreds some would look alike: those that are drawn differ.
+  const positionOf = (id: string): number => (ids.length <= mostOffered || !inOrder.includes(id) ? ids.indexOf(id) : inOrder.indexOf(id));
   const [isSumWanted, setSumWanted] = useState<boolean | null>(null);
   const isSumNeeded = inOrder.length === 0 || (inOrder.length > mostCompared && isCompared(navigation.route));
   // The sum of hundreds of lines would flatten each of them.
   const isSumDrawn = isSumNeeded || (isSumWanted ?? ids.length <= mostOffered);
-  const lines = [...(isSumDrawn ? [allLine] : []), ...inOrder.map((id) => lineOf(id, ids.indexOf(id), nameOf))];
+  const lines = [...(isSumDrawn ? [allLine] : []), ...inOrder.map((id) => lineOf(id, positionOf(id), nameOf))];
   const data = useMemo(() => align([...(isSumDrawn ? [all] : []), ...inOrder.map((id) => series.get(id) ?? [])], view), [series, all, isSumDrawn, inOrder.join('\n'), view]);
   const dataBefore = useMemo(
     () => further && { data: align([...(isSumDrawn ? [further.counts.all] : []), ...inOrder.map((id) => further.counts.series.get(id) ?? [])], further.view), view: further.view },
@@ -101,7 +103,7 @@ function CountsChart({ title, series, all, nameOf, view, chosen, onShow, further
           {offered.map((id) => (
             <label key={id}>
               <input type="checkbox" checked={shown.includes(id)} onChange={() => toggle(id)} />
-              <LineKey line={lineOf(id, ids.indexOf(id), nameOf)} />
+              <LineKey line={lineOf(id, positionOf(id), nameOf)} />
               <Name text={nameOf(id)} isShort />
             </label>
           ))}
