@@ -11,6 +11,12 @@
 #include "probe/version/version.h"
 
 namespace probe::centre {
+namespace {
+
+// Most of them wait for sites, and no site takes more than a few.
+constexpr std::size_t kWorkers = 16;
+
+}  // namespace
 
 Centre::Centre(CentreSettings settings, ServerSettings server, std::function<void()> on_failure)
     : server_settings_(std::move(server)),
@@ -30,6 +36,7 @@ Centre::~Centre() {
 
 HttpService Centre::Service() {
   HttpService service;
+  service.workers = kWorkers;
   service.look_up = [this](const std::string& path) { return api_.LookUp(path); };
   service.answer = [this](const HttpRequest& request) { return api_.Answer(request); };
   service.topics_at = [this](const std::string& path, const std::string& holder) {

@@ -12,6 +12,7 @@
 
 #include "probe/api/answers.h"
 #include "probe/api/latest_messages.h"
+#include "probe/centre/site_json.h"
 #include "probe/centre/site_text.h"
 #include "probe/text/json_text.h"
 #include "probe/text/strict_json.h"
@@ -24,8 +25,11 @@ namespace {
 using nlohmann::json;
 using nlohmann::ordered_json;
 
-// A report of many days may take a second or two, on a slow machine behind a slow line.
-constexpr std::chrono::milliseconds kPatience{8000};
+using std::chrono::steady_clock;
+using utilities::lock::lock_guard;
+
+// A site that has not answered is not asked again for so long: each question would keep somebody waiting.
+constexpr std::chrono::seconds kSilence{5};
 
 constexpr std::string_view kLive = "/api/v1/live/";
 
@@ -81,8 +85,8 @@ std::string FilterOfText(const std::string& topic) {
 }
 
 std::string WithSids(const std::string& message, const std::vector<std::string>& sids) {
-  auto tree = ordered_json::parse(message, nullptr, false);
-  if (!tree.is_object() || !tree.contains("data") || !tree["data"].is_object()) return message;
+  auto tree = ReadSiteJson<ordered_json>(message);
+  if (!tree.contains("data") || !tree["data"].is_object()) return message;
   auto& data = tree["data"];
   bool has_sids = data.contains("sid");
   if (has_sids) data["sid"] = sids;
@@ -94,17 +98,44 @@ std::string WithSids(const std::string& message, const std::vector<std::string>&
   return has_sids ? Dump(tree) : message;
 }
 
+bool SiteAnswerer::BeginAsking(const std::string& site) const {
+  const auto now = steady_clock::now();
+  const lock_guard held(lock_);
+  Asked& asked = asked_[site];
+  if (asked.silent_until && now < *asked.silent_until) return false;
+  if (asked.questions >= kMaxQuestions) return false;
+  ++asked.questions;
+  return true;
+}
+
+void SiteAnswerer::EndAsking(const std::string& site, bool has_answered) const {
+  const lock_guard held(lock_);
+  Asked& asked = asked_[site];
+  --asked.questions;
+  asked.silent_until.reset();
+  if (!has_answered) asked.silent_until = steady_clock::now() + kSilence;
+  if (has_answered && asked.questions == 0) asked_.erase(site);
+}
+
 std::optional<uplink::SiteReply> SiteAnswerer::Ask(const std::string& site, const std::string& what,
                                                    const json& request) const {
   const auto connection = connections_();
-  if (connection == nullptr || !connection->IsConnected()) return std::nullopt;
-  return connection->Ask(site, what, Dump(request), kPatience);
+  if (connection == nullptr || !connection->IsConnected() || !BeginAsking(site)) return std::nullopt;
+  std::optional<uplink::SiteReply> reply;
+  try {
+    reply = connection->Ask(site, what, Dump(request), patience_);
+  } catch (...) {
+    EndAsking(site, true);
+    throw;
+  }
+  EndAsking(site, reply.has_value());
+  return reply;
 }
 
 std::string SiteAnswerer::Status(const SiteText& text) const {
   // Its clock has gone on since, at its own pace.
-  auto status = ordered_json::parse(text.text, nullptr, false);
-  if (!status.is_object() || !status.contains("now") || !status["now"].is_number_integer()) return text.text;
+  auto status = ReadSiteJson<ordered_json>(text.text);
+  if (!status.contains("now") || !status["now"].is_number_integer()) return text.text;
   constexpr std::int64_t kMillisecond = 1'000'000;
   const auto now =
       std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::system_clock::now().time_since_epoch());
@@ -151,12 +182,11 @@ HttpAnswer SiteAnswerer::Http(const std::string& site, const HttpRequest& reques
 
 std::string SiteAnswerer::Message(const std::string& site, const std::string& topic, const std::string& filter,
                                   const std::vector<std::string>& sids) const {
-  const json wanted = json::parse(filter, nullptr, false);
-  if (wanted == json::parse(FilterOfText(topic), nullptr, false)) {
+  const json wanted = ReadSiteJson<json>(filter);
+  if (const std::string goes_up = FilterOfText(topic); !goes_up.empty() && wanted == json::parse(goes_up)) {
     const auto text = sites_.Find(site, topic);
     return text == nullptr ? std::string() : WithSids(text->text, sids);
   }
-  if (!wanted.is_object()) return {};
   const auto reply = Ask(site, "message", {{"topic", topic}, {"filter", wanted}});
   return reply && !reply->text.empty() ? WithSids(reply->text, sids) : std::string();
 }

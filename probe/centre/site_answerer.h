@@ -1,11 +1,16 @@
 #pragma once
 
+#include <chrono>
+#include <cstddef>
 #include <functional>
+#include <map>
 #include <memory>
 #include <nlohmann/json_fwd.hpp>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "platform/utilities/locks.h"
 #include "probe/centre/site_text.h"
 #include "probe/centre/sites.h"
 #include "probe/centre/stream_connection.h"
@@ -22,7 +27,14 @@ class SiteAnswerer {
   /// Gives the connection over which sites are asked; null: there is none.
   using Connections = std::function<std::shared_ptr<StreamConnection>()>;
 
-  SiteAnswerer(const Sites& sites, Connections connections) : sites_(sites), connections_(std::move(connections)) {}
+  /// How long a site may take. A report of many days may take a second or two, on a slow machine behind a slow line.
+  static constexpr std::chrono::milliseconds kPatience{8000};
+
+  /// Questions to one site at a time: more of them have no answer, so that a site that hangs holds up no others.
+  static constexpr std::size_t kMaxQuestions = 12;
+
+  SiteAnswerer(const Sites& sites, Connections connections, std::chrono::milliseconds patience = kPatience)
+      : sites_(sites), connections_(std::move(connections)), patience_(patience) {}
 
   /// What the HTTP interface of a site answers; `request` has a path below /api/v1/ there.
   ///
@@ -40,8 +52,19 @@ class SiteAnswerer {
   std::optional<uplink::SiteReply> Ask(const std::string& site, const std::string& what,
                                        const nlohmann::json& request) const;
 
+  bool BeginAsking(const std::string& site) const VEXORA_EXCLUDES(lock_);
+  void EndAsking(const std::string& site, bool has_answered) const VEXORA_EXCLUDES(lock_);
+
+  struct Asked {
+    std::size_t questions = 0;                                          // that have no answer yet
+    std::optional<std::chrono::steady_clock::time_point> silent_until;  // not to be asked before
+  };
+
   const Sites& sites_;
   const Connections connections_;
+  const std::chrono::milliseconds patience_;
+  mutable utilities::lock::Mutex lock_;                                  // leaf lock
+  mutable std::map<std::string, Asked> asked_ VEXORA_GUARDED_BY(lock_);  // by site
 };
 
 /// The standard filter of a topic whose message goes up with each pass, a JSON text; empty: it has none.

@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "platform/topics.h"
+#include "probe/centre/site_json.h"
 #include "probe/server/http/http_head.h"
 
 namespace probe::centre {
@@ -42,7 +43,7 @@ SiteLevel SiteSummary::Level(time_t now) const {
 
 void SiteSummary::Take(const std::string& topic, const std::string& text) {
   if (topic != "devices" && topic != "clients" && topic != "status" && topic != monitoring::kHealthMonitor) return;
-  const json tree = json::parse(text, nullptr, false);
+  const json tree = ReadSiteJson<json>(text);
   if (topic == "devices") TakeDevices(tree);
   if (topic == "clients") TakeClients(tree);
   if (topic == "status") version = TextIn(tree, "version");
@@ -87,7 +88,7 @@ void SiteSummary::TakeClients(const json& tree) {
 void SiteSummary::TakeHealth(const json& tree) {
   bad = fair = 0;
   alerts = warnings = 0;
-  const json data = tree.is_object() ? tree.value("data", json()) : json();
+  const json data = tree.value("data", json());
   for (const json& device : ListIn(data, "status")) {
     const std::int64_t level = NumberIn(device, "level");
     if (level == kBadLevel) ++bad;

@@ -2,15 +2,27 @@
 
 #include <algorithm>
 
+#include "probe/api/latest_messages.h"
 #include "probe/server/http/http_head.h"
+#include "probe/uplink/site_answers.h"
 #include "probe/uplink/uplink_settings.h"
 
 using utilities::lock::lock_guard;
 
 namespace probe::centre {
+namespace {
+
+/// Whether something is made of the texts of a topic: a live message, or what a page shows.
+bool IsOfUse(const std::string& topic) {
+  if (uplink::PageTexts().contains(topic)) return true;
+  const auto& filters = StandardFilters();
+  return std::any_of(filters.begin(), filters.end(), [&](const StandardFilter& one) { return one.topic == topic; });
+}
+
+}  // namespace
 
 bool Sites::Put(SiteText text) {
-  if (!uplink::IsSiteName(text.site)) return false;
+  if (!uplink::IsSiteName(text.site) || !IsOfUse(text.topic)) return false;
   const auto put = std::make_shared<const SiteText>(std::move(text));
   std::shared_ptr<const SiteSummary> before;
   {
@@ -19,7 +31,6 @@ bool Sites::Put(SiteText text) {
     if (found == sites_.end() && sites_.size() >= kMaxSites) return false;
     if (found != sites_.end()) {
       const auto known = found->second.texts.find(put->topic);
-      if (known == found->second.texts.end() && found->second.texts.size() >= kMaxTopics) return false;
       if (known != found->second.texts.end() && known->second->stored_at_ns >= put->stored_at_ns) return false;
       before = found->second.summary;
     }

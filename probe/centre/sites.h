@@ -20,10 +20,9 @@ namespace probe::centre {
 /// Threads: any.
 class Sites {
  public:
-  /// Sites and topics that are known at most, so that whoever may write to the stream cannot fill the memory. Texts of
-  /// others are dropped.
+  /// Sites that are known at most, so that whoever may write to the stream cannot fill the memory. Texts of others are
+  /// dropped.
   static constexpr std::size_t kMaxSites = 10'000;
-  static constexpr std::size_t kMaxTopics = 50;
 
   /// Tells which sites count.
   using Chosen = std::function<bool(const std::string& site)>;
@@ -34,7 +33,8 @@ class Sites {
     Findable found;
   };
 
-  /// Takes a text over, unless a newer one of its site and topic is known. Whether it did.
+  /// Takes a text over, unless a newer one of its site and topic is known, or a centre has no use for the topic.
+  /// Whether it did.
   bool Put(SiteText text) VEXORA_EXCLUDES(lock_);
 
   /// The newest text; null: there is none.

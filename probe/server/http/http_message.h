@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <map>
 #include <memory>
@@ -60,6 +61,9 @@ struct HttpService {
   /// it. Empty: there is one at "/", with nothing before its topics. Foreign pages, which log in by a message, get none
   /// where it depends on the holder. Threads: as for `look_up`.
   std::function<std::optional<std::string>(const std::string& path, const std::string& holder)> topics_at{};
+
+  /// Requests that are answered at once. Two, so that one report that waits does not hold up the page.
+  std::size_t workers = 2;
 };
 
 /// An answer that is an error, as docs/schemas/problem.json describes it.

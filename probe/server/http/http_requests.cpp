@@ -9,7 +9,7 @@
 namespace probe {
 
 HttpRequests::HttpRequests(boost::asio::io_context& loop, HttpService service)
-    : loop_(loop), service_(std::move(service)) {}
+    : loop_(loop), service_(std::move(service)), workers_(service_.workers) {}
 
 HttpRequests::~HttpRequests() {
   workers_.stop();
@@ -26,7 +26,7 @@ std::optional<std::string> HttpRequests::TopicsAt(const std::string& path, const
 }
 
 bool HttpRequests::Begin(HttpRequest request, Answered answered) {
-  if (unanswered_ >= kWorkers + kMaxWaiting) return false;
+  if (unanswered_ >= service_.workers + kMaxWaiting) return false;
   ++unanswered_;
   boost::asio::post(workers_, [this, request = std::move(request), answered = std::move(answered)] {
     boost::asio::post(loop_, [this, answered, answer = Answer(request)]() mutable {

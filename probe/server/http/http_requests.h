@@ -17,9 +17,6 @@ namespace probe {
 /// Threads: the event loop's only; see `HttpService` for what the workers call.
 class HttpRequests {
  public:
-  /// Two, so that one report that waits does not hold up the page.
-  static constexpr std::size_t kWorkers = 2;
-
   /// Requests that may wait for a worker.
   static constexpr std::size_t kMaxWaiting = 64;
 
@@ -50,7 +47,7 @@ class HttpRequests {
   boost::asio::io_context& loop_;
   const HttpService service_;
   std::size_t unanswered_ = 0;
-  boost::asio::thread_pool workers_{kWorkers};
+  boost::asio::thread_pool workers_;
 };
 
 }  // namespace probe

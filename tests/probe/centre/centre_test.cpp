@@ -310,6 +310,74 @@ TEST_F(CentreTest, HandsOnNothingThatCouldRunInThePagesOfOtherSites) {
   }
 }
 
+TEST_F(CentreTest, HandsTextsOnThatNobodyCouldRead) {
+  Start();
+  FakeSite north(nats_.url(), "north");
+  north.Tell("TrafficMonitor", "{}");
+  ASSERT_TRUE(Has("north", "TrafficMonitor", "{}"));
+  auto client = Connect("/sites/north/");
+  Subscribe(client, "north", "TrafficMonitor", "a", R"({"interval":"1m"})");
+  const std::string deep = R"({"data":{"sid":[],"x":)" + std::string(100'000, '[') + std::string(100'000, ']') + "}}";
+  north.Tell("TrafficMonitor", deep);
+  EXPECT_EQ(Next(client), deep) << "as it is: to read it would take as deep a stack";
+  north.Tell("status", deep);
+  ASSERT_TRUE(Has("north", "status", deep));
+  EXPECT_EQ(StatusOf("/sites/north/api/v1/status"), 200);
+}
+
+/// Answers for a site that hears questions and answers none.
+class SilentSiteTest : public CentreTest {
+ protected:
+  SilentSiteTest()
+      : link_([this] {
+          probe::uplink::UplinkSettings settings;
+          settings.servers = {nats_.url()};
+          settings.site = "north";
+          return settings;
+        }()) {
+    test::AwaitConnection(link_);
+    connection_ = std::make_shared<probe::centre::StreamConnection>(settings_.stream);
+  }
+
+  std::string Ask(const probe::centre::SiteAnswerer& answerer) {
+    probe::HttpRequest request;
+    request.path = "/api/v1/ports";
+    return *answerer.Http("north", request).body;
+  }
+
+  /// How many questions the site has heard within a while.
+  int Heard() {
+    int heard = 0;
+    while (link_.NextRequest(std::chrono::milliseconds(200))) ++heard;
+    return heard;
+  }
+
+  probe::uplink::StreamLink link_;
+  std::shared_ptr<probe::centre::StreamConnection> connection_;
+  probe::centre::Sites sites_;
+};
+
+TEST_F(SilentSiteTest, IsNotAskedAgainForAWhile) {
+  const probe::centre::SiteAnswerer answerer(
+      sites_, [this] { return connection_; }, std::chrono::milliseconds(100));
+  // The server may have to hear first that the site listens.
+  ASSERT_TRUE(Eventually([&] { return connection_->IsConnected(); }));
+  EXPECT_THAT(Ask(answerer), HasSubstr("site_away"));
+  for (int at = 0; at < 20; ++at) EXPECT_THAT(Ask(answerer), HasSubstr("site_away"));
+  EXPECT_LE(Heard(), 1);
+}
+
+TEST_F(SilentSiteTest, IsAskedByAFewAtATimeOnly) {
+  const probe::centre::SiteAnswerer answerer(
+      sites_, [this] { return connection_; }, std::chrono::seconds(1));
+  ASSERT_TRUE(Eventually([&] { return connection_->IsConnected(); }));
+  std::vector<std::thread> askers;
+  for (std::size_t at = 0; at < 3 * probe::centre::SiteAnswerer::kMaxQuestions; ++at)
+    askers.emplace_back([&] { EXPECT_THAT(Ask(answerer), HasSubstr("site_away")); });
+  for (std::thread& asker : askers) asker.join();
+  EXPECT_LE(Heard(), static_cast<int>(probe::centre::SiteAnswerer::kMaxQuestions));
+}
+
 TEST_F(CentreTest, SaysWhenASiteIsAway) {
   Start();
   {

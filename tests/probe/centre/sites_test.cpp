@@ -62,34 +62,34 @@ class SitesTest : public ::testing::Test {
 };
 
 TEST_F(SitesTest, KeepTheNewestTextOfEachTopic) {
-  EXPECT_TRUE(sites_.Put(TextOf("north", "Topic", "first", kNow)));
-  EXPECT_TRUE(sites_.Put(TextOf("north", "Topic", "second", kNow + 60)));
-  EXPECT_FALSE(sites_.Put(TextOf("north", "Topic", "first", kNow))) << "a reader that begins anew gets it again";
-  EXPECT_FALSE(sites_.Put(TextOf("north", "Topic", "second", kNow + 60)));
-  EXPECT_TRUE(sites_.Put(TextOf("north", "Other", "other", kNow)));
-  EXPECT_TRUE(sites_.Put(TextOf("south", "Topic", "south", kNow)));
-  EXPECT_EQ(sites_.Find("north", "Topic")->text, "second");
-  EXPECT_EQ(sites_.Find("north", "Other")->text, "other");
-  EXPECT_EQ(sites_.Find("south", "Topic")->text, "south");
-  EXPECT_EQ(sites_.Find("south", "Other"), nullptr);
-  EXPECT_EQ(sites_.Find("west", "Topic"), nullptr);
+  EXPECT_TRUE(sites_.Put(TextOf("north", "devices", "first", kNow)));
+  EXPECT_TRUE(sites_.Put(TextOf("north", "devices", "second", kNow + 60)));
+  EXPECT_FALSE(sites_.Put(TextOf("north", "devices", "first", kNow))) << "a reader that begins anew gets it again";
+  EXPECT_FALSE(sites_.Put(TextOf("north", "devices", "second", kNow + 60)));
+  EXPECT_TRUE(sites_.Put(TextOf("north", "clients", "other", kNow)));
+  EXPECT_TRUE(sites_.Put(TextOf("south", "devices", "south", kNow)));
+  EXPECT_EQ(sites_.Find("north", "devices")->text, "second");
+  EXPECT_EQ(sites_.Find("north", "clients")->text, "other");
+  EXPECT_EQ(sites_.Find("south", "devices")->text, "south");
+  EXPECT_EQ(sites_.Find("south", "clients"), nullptr);
+  EXPECT_EQ(sites_.Find("west", "devices"), nullptr);
   EXPECT_EQ(sites_.Heard("north"), kNow + 60);
   EXPECT_EQ(sites_.Heard("west"), std::nullopt);
 }
 
-TEST_F(SitesTest, TakeNoMoreSitesAndTopicsThanFitIntoTheMemory) {
-  for (std::size_t at = 0; at < Sites::kMaxTopics; ++at)
-    EXPECT_TRUE(sites_.Put(TextOf("north", "topic" + std::to_string(at), "")));
-  EXPECT_FALSE(sites_.Put(TextOf("north", "one_more", "")));
-  EXPECT_TRUE(sites_.Put(TextOf("north", "topic0", "newer", kNow + 1))) << "those that are there go on";
-  for (std::size_t at = 1; at < Sites::kMaxSites; ++at)
-    ASSERT_TRUE(sites_.Put(TextOf("site" + std::to_string(at), "topic", "")));
-  EXPECT_FALSE(sites_.Put(TextOf("one_more", "topic", "")));
+TEST_F(SitesTest, TakeNoMoreThanFitsIntoTheMemory) {
+  EXPECT_FALSE(sites_.Put(TextOf("north", "anything", ""))) << "nothing is made of such a topic";
+  EXPECT_FALSE(sites_.Has("north"));
+  for (std::size_t at = 0; at < Sites::kMaxSites; ++at)
+    ASSERT_TRUE(sites_.Put(TextOf("site" + std::to_string(at), "devices", "")));
+  EXPECT_FALSE(sites_.Put(TextOf("one_more", "devices", "")));
   EXPECT_FALSE(sites_.Has("one_more"));
+  EXPECT_TRUE(sites_.Put(TextOf("site0", "devices", "newer", kNow + 1))) << "those that are there go on";
+  EXPECT_TRUE(sites_.Put(TextOf("site0", "HealthMonitor", "")));
 }
 
 TEST_F(SitesTest, HaveNamesThatCanStandInAPath) {
-  for (const char* name : {"", "a/b", "..", "a b", "a.b", "é"}) EXPECT_FALSE(sites_.Put(TextOf(name, "Topic", "")));
+  for (const char* name : {"", "a/b", "..", "a b", "a.b", "é"}) EXPECT_FALSE(sites_.Put(TextOf(name, "devices", "")));
   EXPECT_THAT(sites_.List(All, kNow), IsEmpty());
 }
 

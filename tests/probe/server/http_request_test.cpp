@@ -375,7 +375,7 @@ TEST_F(HttpRequestTest, SaysWhenToTryAgainOnlyWhereThatIsKnown) {
 }
 
 TEST_F(HttpRequestTest, IsRefusedWhileTooManyWait) {
-  constexpr std::size_t kMost = probe::HttpRequests::kWorkers + probe::HttpRequests::kMaxWaiting;
+  const std::size_t kMost = http.workers + probe::HttpRequests::kMaxWaiting;
   settings.limits.connections_per_address = kMost + 8;
   Serve();
   std::vector<std::unique_ptr<test::RawClient>> clients;
@@ -383,8 +383,8 @@ TEST_F(HttpRequestTest, IsRefusedWhileTooManyWait) {
     clients.push_back(std::make_unique<test::RawClient>(server->port()));
     clients.back()->Send(Request("/api/slow", "Connection: close\r\n"));
   };
-  for (std::size_t i = 0; i < probe::HttpRequests::kWorkers; ++i) ask();
-  ASSERT_TRUE(test::Eventually([&] { return slow_requests == static_cast<int>(probe::HttpRequests::kWorkers); }));
+  for (std::size_t i = 0; i < http.workers; ++i) ask();
+  ASSERT_TRUE(test::Eventually([&] { return slow_requests == static_cast<int>(http.workers); }));
   for (std::size_t i = clients.size(); i < kMost; ++i) ask();
   test::RawClient late(server->port());
   late.Send(Request("/api/x", "Connection: close\r\n"));
