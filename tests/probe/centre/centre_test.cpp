@@ -2,6 +2,9 @@
 
 #include "probe/centre/centre.h"
 #include "probe/centre/centre_settings.h"
+#include "probe/centre/site_answerer.h"
+#include "probe/centre/sites.h"
+#include "probe/centre/stream_connection.h"
 #include "probe/uplink/site_answers.h"
 #include "probe/uplink/uplink_settings.h"
 
