@@ -249,6 +249,18 @@ describe('the top', () => {
     const values = (panels[0] ?? []).map((entry) => Number(entry.split('=').at(-1)));
     expect(values).toEqual([...values].sort((a, b) => b - a));
   });
+
+  test('is searched, and who is found keeps the place among all', async () => {
+    await open('top?by=total&count=5');
+    const clients = watched.page.locator('[data-ranking=clients]');
+    await clients.locator('li').nth(4).waitFor();
+    const last = { name: await clients.locator('li bdi').nth(4).textContent(), rank: '5' };
+    await watched.page.getByLabel('Search the rankings').fill(last.name ?? '');
+    await expect.poll(async () => clients.locator('li').evaluateAll((entries) => entries.map((entry) => entry.querySelector('bdi')?.textContent))).toContain(last.name);
+    expect(await clients.locator('li', { hasText: last.name ?? '' }).first().locator('.rank').textContent()).not.toBe('1');
+    await watched.page.getByLabel('Search the rankings').fill('no such name');
+    await expect.poll(() => clients.textContent()).toContain('Nobody matches');
+  });
 });
 
 /** The rows of a CSV text, by a plain reading of RFC 4180. */
@@ -367,5 +379,16 @@ describe('the network report', () => {
       return shown();
     }, told);
     for (const part of ['access-points', 'spectrum', 'networks', 'rogue-access-points']) expect(rows.some((row) => row.startsWith(part))).toBe(true);
+  });
+
+  test('of the network is searched', async () => {
+    await open('network-report');
+    const rogues = watched.page.locator('[data-section=rogue-access-points]');
+    await rogues.locator('tbody tr').nth(1).waitFor();
+    const all = await orderOf(watched.page, '[data-section=rogue-access-points]');
+    await watched.page.getByLabel('Search the report').fill(all[0] ?? '');
+    await expect.poll(() => orderOf(watched.page, '[data-section=rogue-access-points]')).toEqual([all[0]]);
+    await expect.poll(() => rogues.locator('h2').textContent()).toContain(`1 of ${all.length}`);
+    await expect.poll(() => watched.page.locator('[data-section=access-points]').textContent()).toContain('Nothing matches');
   });
 });

@@ -2,7 +2,7 @@
 
 import { formatDuration, formatNumber } from '../format/format';
 import { decodeClientsNow } from '../messages/decode_now';
-import { Blank, Loaded } from '../parts/basics';
+import { Blank, Loaded, SearchBox } from '../parts/basics';
 import { clientColumns, ClientTable } from '../parts/now';
 import { staleFor } from '../state/health';
 import { type Navigation, useAnswer, useDeviceList, usePassTime } from '../state/hooks';
@@ -30,10 +30,7 @@ export function ClientsNow({ route, change }: Navigation) {
       <div class="title">
         <h1>{t.here.title}</h1>
         <div class="controls">
-          <label>
-            <span class="hidden">{t.here.search}</span>
-            <input type="search" placeholder={t.here.search} value={wanted} onInput={(event) => change({ search: event.currentTarget.value }, true)} />
-          </label>
+          <SearchBox title={t.here.search} value={wanted} onInput={(text) => change({ search: text }, true)} />
         </div>
       </div>
       <StaleNote />

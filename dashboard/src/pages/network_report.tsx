@@ -7,13 +7,13 @@ import { zoneSlug } from '../format/zone';
 import { formatDuration, formatMegabits, formatNumber } from '../format/format';
 import type { Load, NetworkReport } from '../messages/decode';
 import { decodeNetworkReport } from '../messages/decode_http';
-import { Blank, Moment, Name } from '../parts/basics';
+import { Blank, Moment, Name, SearchBox } from '../parts/basics';
 import { download } from '../parts/download';
 import { ReportPage } from '../parts/period';
 import { type Column, Table } from '../parts/table';
 import { type Navigation, useProbe } from '../state/hooks';
 import { formatRoute } from '../state/route';
-import type { Sorting } from '../state/sorting';
+import { search, type Sorting } from '../state/sorting';
 import { texts as t } from '../texts';
 
 type Rogue = NetworkReport['rogue_ap'][number];
@@ -85,6 +85,8 @@ interface SectionProps<Row> {
   usual: Sorting;
   keyOf: (row: Row) => string;
   nothing: string;
+  /** Only rows that hold this are shown; the file has all. */
+  wanted: string;
   /** Columns of the file that the table has below a name. */
   further?: [string, (row: Row) => Cell][];
 }
@@ -106,34 +108,39 @@ export function asCsv<Row>(columns: Column<Row>[], rows: Row[], keyOf: (row: Row
   return toCsv(heads, rows.map((row) => [keyOf(row), ...further.map(([, value]) => value(row)), ...columns.map((one) => csvValue(one.key, one.value(row)))]));
 }
 
-function Section<Row>({ id, title, period, columns, rows, usual, keyOf, nothing, further }: SectionProps<Row>) {
+function Section<Row>({ id, title, period, columns, rows, usual, keyOf, nothing, wanted, further }: SectionProps<Row>) {
   const zone = useProbe((state) => state.zone);
   const [sorting, setSorting] = useState(usual);
+  const found = search(rows, wanted, (row) => [keyOf(row), ...columns.map((column) => String(column.value(row) ?? ''))]);
   return (
     <section class="card" data-section={id}>
       <div class="card-head">
-        <h2>{title} <span class="note">({formatNumber(rows.length)})</span></h2>
+        <h2>{title} <span class="note">({found.length === rows.length ? formatNumber(rows.length) : t.report.found(formatNumber(found.length), formatNumber(rows.length))})</span></h2>
         <button type="button" class="button" disabled={rows.length === 0} onClick={() => download(csvName(id, period, zoneSlug(zone)), 'text/csv', asCsv(columns, rows, keyOf, further))}>
           {t.report.save}<span class="hidden"> {title}</span>
         </button>
       </div>
-      {rows.length === 0 ? <Blank title={nothing} /> : <Table caption={title} columns={columns} rows={rows} keyOf={keyOf} sorting={sorting} onSort={setSorting} />}
+      {rows.length === 0 ? <Blank title={nothing} /> : found.length === 0 ? <Blank title={t.report.noMatch} /> : <Table caption={title} columns={columns} rows={found} keyOf={keyOf} sorting={sorting} onSort={setSorting} />}
     </section>
   );
 }
 
-function Sections({ report, period }: { report: NetworkReport; period: string }) {
+function Sections({ report, period, navigation }: { report: NetworkReport; period: string; navigation: Navigation }) {
+  const wanted = navigation.route.values['search'] ?? '';
   const points = Object.entries(report.wireless_access_points).map(([mac, point]): Point => ({ ...point, mac }));
   const bands = Object.entries(report.spectrum_usage).map(([band, use]): Band => ({ ...use, band }));
   const byTraffic: Sorting = { column: 'traffic.peak', direction: 'descending' };
   return (
     <>
-      <div class="split wide">
-        <Section id="networks" title={t.report.networks} period={period} columns={networkColumns} rows={report.wireless_network} usual={byTraffic} keyOf={(row) => `${row.name} ${row.security} ${row.guest ? 'guest' : ''}`} nothing={t.report.noNetwork} />
-        <Section id="spectrum" title={t.report.spectrum} period={period} columns={bandColumns} rows={bands} usual={{ column: 'band', direction: 'ascending' }} keyOf={(row) => row.band} nothing={t.report.noRadio} />
+      <div class="controls">
+        <SearchBox title={t.report.search} value={wanted} onInput={(text) => navigation.change({ search: text }, true)} />
       </div>
-      <Section id="access-points" title={t.report.points} period={period} columns={pointColumns} rows={points} usual={byTraffic} keyOf={(row) => row.mac} further={[['model', (row) => row.model], ['version', (row) => row.version]]} nothing={t.report.noPoint} />
-      <Section id="rogue-access-points" title={t.report.rogues} period={period} columns={rogueColumns} rows={report.rogue_ap} usual={{ column: 'average_strength', direction: 'descending' }} keyOf={(row) => row.mac} nothing={t.report.noRogue} />
+      <div class="split wide">
+        <Section wanted={wanted} id="networks" title={t.report.networks} period={period} columns={networkColumns} rows={report.wireless_network} usual={byTraffic} keyOf={(row) => `${row.name} ${row.security} ${row.guest ? 'guest' : ''}`} nothing={t.report.noNetwork} />
+        <Section wanted={wanted} id="spectrum" title={t.report.spectrum} period={period} columns={bandColumns} rows={bands} usual={{ column: 'band', direction: 'ascending' }} keyOf={(row) => row.band} nothing={t.report.noRadio} />
+      </div>
+      <Section wanted={wanted} id="access-points" title={t.report.points} period={period} columns={pointColumns} rows={points} usual={byTraffic} keyOf={(row) => row.mac} further={[['model', (row) => row.model], ['version', (row) => row.version]]} nothing={t.report.noPoint} />
+      <Section wanted={wanted} id="rogue-access-points" title={t.report.rogues} period={period} columns={rogueColumns} rows={report.rogue_ap} usual={{ column: 'average_strength', direction: 'descending' }} keyOf={(row) => row.mac} nothing={t.report.noRogue} />
     </>
   );
 }
@@ -141,7 +148,7 @@ function Sections({ report, period }: { report: NetworkReport; period: string })
 export function NetworkReportPage(navigation: Navigation) {
   return (
     <ReportPage title={t.report.title} report="networks" decode={decodeNetworkReport} navigation={navigation}>
-      {(report, period) => <Sections report={report} period={period} />}
+      {(report, period) => <Sections report={report} period={period} navigation={navigation} />}
     </ReportPage>
   );
 }

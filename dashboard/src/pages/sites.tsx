@@ -3,7 +3,7 @@
 import { useEffect, useState } from 'preact/hooks';
 import { formatDuration, formatNumber } from '../format/format';
 import type { Found, Hit, Site, ToldSites } from '../messages/decode_centre';
-import { Blank, LevelBadge, Loading, Name } from '../parts/basics';
+import { Blank, LevelBadge, Loading, Name, SearchBox } from '../parts/basics';
 import { type Column, Table } from '../parts/table';
 import { centre, type CentreState } from '../state/centre';
 import { pathOfSite } from '../state/place';
@@ -151,10 +151,7 @@ export function Sites({ state }: { state: CentreState }) {
       <div class="title">
         <h1>{t.sites.title}</h1>
         <div class="controls">
-          <label>
-            <span class="hidden">{t.sites.search}</span>
-            <input type="search" placeholder={t.sites.search} value={wanted} onInput={(event) => setWanted(event.currentTarget.value)} />
-          </label>
+          <SearchBox title={t.sites.search} value={wanted} onInput={setWanted} />
         </div>
       </div>
       {trouble && <div class="banner" data-kind="stale" role="status"><span>{trouble}</span></div>}

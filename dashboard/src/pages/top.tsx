@@ -4,11 +4,12 @@ import type { ComponentChildren } from 'preact';
 import { useRef } from 'preact/hooks';
 import { formatBytes, formatNumber, formatRate } from '../format/format';
 import { decodeRankings, type RankedClients, type RankedTraffic, type Rankings } from '../messages/decode';
-import { Blank, Choice, Loaded, Name, Select, Waiting } from '../parts/basics';
+import { Blank, Choice, Loaded, Name, SearchBox, Select, Waiting } from '../parts/basics';
 import { type Load, type Navigation, useDevices, useLive, usePassTime, usePresences, useProbe } from '../state/hooks';
 import { offlineText } from '../state/presence';
 import { now, probeTime } from '../state/probe';
 import { formatRoute, oneOf } from '../state/route';
+import { search } from '../state/sorting';
 import { speedsOf } from '../state/speeds';
 import { texts as t } from '../texts';
 
@@ -60,8 +61,14 @@ function Bar({ rank, name, id, value, text, offline, isDevice, parts }: BarProps
   );
 }
 
+/** Those that hold a text, each with its place among all. */
+function found<Entry extends { id: string; name: string }>(entries: Entry[], wanted: string): { entry: Entry; rank: number }[] {
+  return search(entries.map((entry, i) => ({ entry, rank: i + 1 })), wanted, ({ entry }) => [entry.name, entry.id]);
+}
+
 interface TrafficBarsProps {
   entries: RankedTraffic[];
+  wanted: string;
   order: 'total' | 'in' | 'out';
   /** Figures are speeds. */
   isNow: boolean;
@@ -69,16 +76,18 @@ interface TrafficBarsProps {
   offlineOf: (id: string) => string;
 }
 
-function TrafficBars({ entries, order, isNow, isDevice, offlineOf }: TrafficBarsProps) {
+function TrafficBars({ entries, wanted, order, isNow, isDevice, offlineOf }: TrafficBarsProps) {
   const top = Math.max(1, ...entries.map((entry) => entry[order]));
   if (entries.length === 0) return isNow ? <Blank title={t.top.unknown}>{t.top.second} <Waiting /></Blank> : <Blank title={t.top.nobody}>{t.top.nobodyMoved}</Blank>;
+  const shown = found(entries, wanted);
+  if (shown.length === 0) return <Blank title={t.top.noMatch} />;
   return (
     <ol class="bars">
-      {entries.map((entry, i) => {
+      {shown.map(({ entry, rank }) => {
         const parts = (['in', 'out'] as const).filter((one) => order === 'total' || one === order);
         const text = isNow ? formatRate(entry[order] * kib) : formatBytes(entry[order] * kib);
         return (
-          <Bar key={entry.id} rank={i + 1} name={entry.name} id={entry.id} value={entry[order]} text={text} isDevice={isDevice} offline={offlineOf(entry.id)}
+          <Bar key={entry.id} rank={rank} name={entry.name} id={entry.id} value={entry[order]} text={text} isDevice={isDevice} offline={offlineOf(entry.id)}
             parts={parts.map((tone) => ({ tone, share: entry[tone] / top }))} />
         );
       })}
@@ -86,13 +95,15 @@ function TrafficBars({ entries, order, isNow, isDevice, offlineOf }: TrafficBars
   );
 }
 
-function ClientBars({ entries, isDevice, offlineOf }: { entries: RankedClients[]; isDevice: boolean; offlineOf: (id: string) => string }) {
+function ClientBars({ entries, wanted, isDevice, offlineOf }: { entries: RankedClients[]; wanted: string; isDevice: boolean; offlineOf: (id: string) => string }) {
   const top = Math.max(1, ...entries.map((entry) => entry.clients));
   if (entries.length === 0) return <Blank title={t.top.nobody}>{t.top.nobodyHere}</Blank>;
+  const shown = found(entries, wanted);
+  if (shown.length === 0) return <Blank title={t.top.noMatch} />;
   return (
     <ol class="bars">
-      {entries.map((entry, i) => (
-        <Bar key={entry.id} rank={i + 1} name={entry.name} id={entry.id} value={entry.clients} text={formatNumber(entry.clients)} isDevice={isDevice} offline={offlineOf(entry.id)}
+      {shown.map(({ entry, rank }) => (
+        <Bar key={entry.id} rank={rank} name={entry.name} id={entry.id} value={entry.clients} text={formatNumber(entry.clients)} isDevice={isDevice} offline={offlineOf(entry.id)}
           parts={[{ tone: 'clients', share: entry.clients / top }]} />
       ))}
     </ol>
@@ -108,15 +119,16 @@ interface PanelProps {
   traffic: RankedTraffic[];
   people?: RankedClients[];
   most: number;
+  wanted: string;
 }
 
-function Panel({ kind, title, order, isNow, offlineOf = () => '', traffic, people, most }: PanelProps) {
+function Panel({ kind, title, order, isNow, offlineOf = () => '', traffic, people, most, wanted }: PanelProps) {
   if (order === 'clients' && !people) return null;
   const isDevice = kind === 'access-points';
   return (
     <section class="card" data-ranking={kind}>
       <h2>{title}</h2>
-      {order === 'clients' ? <ClientBars entries={(people ?? []).slice(0, most)} isDevice={isDevice} offlineOf={offlineOf} /> : <TrafficBars entries={traffic.slice(0, most)} order={order} isNow={isNow} isDevice={isDevice} offlineOf={offlineOf} />}
+      {order === 'clients' ? <ClientBars entries={(people ?? []).slice(0, most)} wanted={wanted} isDevice={isDevice} offlineOf={offlineOf} /> : <TrafficBars entries={traffic.slice(0, most)} wanted={wanted} order={order} isNow={isNow} isDevice={isDevice} offlineOf={offlineOf} />}
     </section>
   );
 }
@@ -139,7 +151,9 @@ function useSpeeds(rankings: Load<Rankings>): { before: Rankings; seconds: numbe
 
 export function Top({ route, change }: Navigation) {
   const order = oneOf(route.values['by'], orders);
-  const most = Number(oneOf(route.values['count'], counts));
+  // Who looks for somebody looks among all that are ranked.
+  const wanted = route.values['search'] ?? '';
+  const most = wanted === '' ? Number(oneOf(route.values['count'], counts)) : mostRanked;
   const figure = order === 'clients' ? 'sum' : oneOf(route.values['figures'], figures);
   const orderby = order === 'clients' ? 'total' : order;
   const rankings = useLive('wireless_top_monitor', filterFor(orderby), { orderby }, decodeRankings);
@@ -160,7 +174,8 @@ export function Top({ route, change }: Navigation) {
         <div class="controls">
           {order !== 'clients' && <Choice title={t.top.figures} name="figures" values={figures} titles={figureTitles} value={figure} onChange={(one) => change({ figures: one })} />}
           <Choice title={t.top.orderedBy} name="by" values={orders} titles={orderTitles} value={order} onChange={(by) => change({ by })} />
-          <Select title={t.top.howMany} value={String(most)} options={countOptions} onChange={(count) => change({ count })} />
+          <SearchBox title={t.top.search} value={wanted} onInput={(text) => change({ search: text }, true)} />
+          <Select title={t.top.howMany} value={oneOf(route.values['count'], counts)} options={countOptions} onChange={(count) => change({ count })} />
         </div>
       </div>
       {order !== 'clients' && (
@@ -175,9 +190,9 @@ export function Top({ route, change }: Navigation) {
       <Loaded load={rankings}>
         {({ accessPoints, networks, clients: people }) => (
           <div class="split thirds">
-            <Panel kind="access-points" title={t.top.points} order={order} isNow={isNow} offlineOf={offlineOf} traffic={shown(accessPoints.traffic, (one) => one.accessPoints.traffic)} people={accessPoints.clients} most={most} />
-            <Panel kind="networks" title={t.top.networks} order={order} isNow={isNow} traffic={shown(networks.traffic, (one) => one.networks.traffic)} people={networks.clients} most={most} />
-            <Panel kind="clients" title={t.top.clients} order={order} isNow={isNow} traffic={shown(people.traffic, (one) => one.clients.traffic)} most={most} />
+            <Panel kind="access-points" title={t.top.points} order={order} isNow={isNow} offlineOf={offlineOf} traffic={shown(accessPoints.traffic, (one) => one.accessPoints.traffic)} people={accessPoints.clients} most={most} wanted={wanted} />
+            <Panel kind="networks" title={t.top.networks} order={order} isNow={isNow} traffic={shown(networks.traffic, (one) => one.networks.traffic)} people={networks.clients} most={most} wanted={wanted} />
+            <Panel kind="clients" title={t.top.clients} order={order} isNow={isNow} traffic={shown(people.traffic, (one) => one.clients.traffic)} most={most} wanted={wanted} />
           </div>
         )}
       </Loaded>

@@ -25,6 +25,16 @@ export function Moment({ text }: { text: string }) {
   return <data value={text}>{momentParts(text).map((part) => <Fragment key={part}><span class="together">{part}</span> </Fragment>)}</data>;
 }
 
+/** Looks for a text in what a page shows. */
+export function SearchBox({ title, value, onInput }: { title: string; value: string; onInput: (value: string) => void }) {
+  return (
+    <label>
+      <span class="hidden">{title}</span>
+      <input type="search" placeholder={title} value={value} onInput={(event) => onInput(event.currentTarget.value)} />
+    </label>
+  );
+}
+
 export function LevelBadge({ level, title = levelTitles[level] }: { level: Level; title?: string }) {
   return (
     <span class={`badge ${level}`}>

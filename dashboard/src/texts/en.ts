@@ -219,6 +219,7 @@ export const en = {
   top: {
     total: 'Total', in: 'In', out: 'Out', clients: 'Clients', unknown: 'Not known yet', nobody: 'Nobody',
     nobodyMoved: 'Nobody has moved anything here; where nobody has Wi-Fi it stays so.',
+    search: 'Search the rankings', noMatch: 'Nobody matches',
     nobodyHere: 'No client is connected.', sum: 'Since they started', now: 'Now', title: 'Top of the wireless network',
     figures: 'Figures', orderedBy: 'Ordered by', howMany: 'How many', points: 'Access points', networks: 'Networks',
     count: (count: string) => `Top ${count}`,
@@ -243,7 +244,8 @@ export const en = {
     trafficMean: 'Traffic, mean', point: 'Access point', guests: 'Guests', guest: 'Guest', security: 'Security', band: 'Band',
     networks: 'Networks', spectrum: 'Spectrum use', points: 'Access points', rogues: 'Rogue access points',
     noNetwork: 'No network in this period', noRadio: 'No radio in this period', noPoint: 'No access point in this period',
-    noRogue: 'No rogue access point was heard', title: 'Network report', save: 'Save as CSV',
+    noRogue: 'No rogue access point was heard', title: 'Network report', save: 'Save as CSV', search: 'Search the report', noMatch: 'Nothing matches',
+    found: (count: string, all: string) => `${count} of ${all}`,
   },
   http: {
     badMessage: 'The message of the probe cannot be read.', badAnswer: 'The answer of the probe cannot be read.', silent: 'The probe does not answer.',
