@@ -55,6 +55,9 @@ HttpAnswer AnswerIn(uplink::SiteReply reply) {
     if (name == uplink::kGzipHeader) answer.is_gzip = true;
     if (name.starts_with(prefix)) answer.headers.emplace_back(name.substr(prefix.size() - kOwnHeaders.size()), value);
   }
+  constexpr unsigned kTooLarge = 413;
+  if (answer.status == kTooLarge)
+    return ErrorAnswer(kBadGateway, "too_large", "The site's answer is larger than max_payload of the servers.");
   const bool is_json = answer.content_type == "application/json" || answer.content_type == "application/problem+json";
   if (answer.status < kOk || answer.status > kMostStatus || !is_json)
     return ErrorAnswer(kBadGateway, "bad_answer", "The site's answer is none that a site gives.");

@@ -1,12 +1,14 @@
 #include "probe/uplink/site_answers.h"
 
 #include <algorithm>
+#include <exception>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <optional>
 
 #include "platform/topics.h"
 #include "probe/api/plugin_calls.h"
+#include "probe/host/log.h"
 #include "probe/server/http/http_message.h"
 #include "probe/text/json_text.h"
 #include "probe/uplink/pass_collector.h"
@@ -15,6 +17,9 @@ namespace probe::uplink {
 namespace {
 
 using nlohmann::json;
+
+constexpr unsigned kOk = 200;
+constexpr unsigned kInternalError = 500;
 
 SiteReply OfTopic(std::string topic, std::string text) {
   return {{{kTopicHeader, std::move(topic)}}, std::move(text)};
@@ -89,12 +94,20 @@ SiteReply SiteAnswers::Report(const json& wanted) const {
                  wanted.contains("request") ? calls.read_report(Dump(wanted["request"])) : calls.periods());
 }
 
+HttpAnswer SiteAnswers::AnswerTo(const HttpRequest& request) const try {
+  return site_.answer(request);
+} catch (const std::exception& failure) {
+  // What cannot be shown must hold up neither passes nor whoever asks.
+  log::Error("[Uplink] %s could not be answered: %s", request.path.c_str(), failure.what());
+  return ErrorAnswer(kInternalError, "internal_error", "The probe could not answer; its log says why.");
+}
+
 SiteReply SiteAnswers::Http(const json& wanted) const {
   const auto request = ForwardedRequest(wanted);
   if (!request || !site_.answer)
     return OfHttp(ErrorAnswer(400, "bad_request",
                               "\"path\" must begin with /api/v1/, and each of \"arguments\" must be a text."));
-  HttpAnswer answer = site_.answer(*request);
+  HttpAnswer answer = AnswerTo(*request);
   Compress(*request, answer);
   return OfHttp(answer);
 }
@@ -122,8 +135,8 @@ std::vector<SpooledMessage> SiteAnswers::PagesOf(time_t at) const {
   for (const auto& [topic, path] : PageTexts()) {
     HttpRequest request;
     request.path = path;
-    const HttpAnswer answer = site_.answer(request);
-    if (answer.status == 200) messages.push_back({0, topic, IdOfTime(at), at, *answer.body});
+    const HttpAnswer answer = AnswerTo(request);
+    if (answer.status == kOk) messages.push_back({0, topic, IdOfTime(at), at, *answer.body});
   }
   return messages;
 }

@@ -68,6 +68,9 @@ class SiteAnswers {
  private:
   SiteReply Report(const nlohmann::json& wanted) const;
   SiteReply Http(const nlohmann::json& wanted) const;
+
+  /// What the HTTP interface answers; an error where it cannot.
+  HttpAnswer AnswerTo(const HttpRequest& request) const;
   SiteReply Message(const nlohmann::json& wanted) const;
 
   const SiteInterface site_;

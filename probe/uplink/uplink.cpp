@@ -161,21 +161,21 @@ void Uplink::FillSpool() {
   std::vector<SpooledMessage> messages = inbox_.TakeAll();
   if (messages.empty()) return;
   const time_t now = messages.back().at;
-  std::vector<SpooledMessage> all;
   try {
-    all = WithReportsAndPages(messages);
-    NoteCut(spool_->Append(all, now));
+    AddReportsAndPages(messages);
+    NoteCut(spool_->Append(messages, now));
   } catch (...) {
     inbox_.PutBack(std::move(messages));
     throw;
   }
-  last_day_ = std::max(last_day_, LocalDay(now));
-  for (SpooledMessage& message : all) {
+  for (SpooledMessage& message : messages) {
     if (!answers_->IsReport(message.topic)) newest_[message.topic] = std::move(message);
   }
 }
 
-std::vector<SpooledMessage> Uplink::WithReportsAndPages(const std::vector<SpooledMessage>& messages) const {
+void Uplink::AddReportsAndPages(std::vector<SpooledMessage>& messages) {
+  // What a disk did not take comes again, with what was added then.
+  if (PageTexts().contains(messages.back().topic)) return;
   std::vector<SpooledMessage> all;
   std::string day = last_day_;
   for (const SpooledMessage& message : messages) {
@@ -191,7 +191,8 @@ std::vector<SpooledMessage> Uplink::WithReportsAndPages(const std::vector<Spoole
   // They tell of now, which is the last pass.
   auto pages = answers_->PagesOf(messages.back().at);
   std::move(pages.begin(), pages.end(), std::back_inserter(all));
-  return all;
+  messages = std::move(all);
+  last_day_ = std::move(day);
 }
 
 void Uplink::NoteCut(const std::map<std::string, CutMessages>& cut) {

@@ -70,9 +70,9 @@ class Uplink {
   void OpenSpool();
   void FillSpool();
 
-  /// The texts with the daily reports of days that ended between two of them, or before the first, and with those of
-  /// the pages at the end.
-  std::vector<SpooledMessage> WithReportsAndPages(const std::vector<SpooledMessage>& messages) const;
+  /// Adds the daily reports of days that ended between two of the texts, or before the first, and those of the pages at
+  /// the end.
+  void AddReportsAndPages(std::vector<SpooledMessage>& messages);
 
   void NoteCut(const std::map<std::string, CutMessages>& cut);
   bool SendSome(StreamLink& link);

@@ -19,7 +19,7 @@ struct HttpRequest {
   bool accepts_gzip = false;
   std::string if_none_match{};  ///< The ETags of what the client has, as it came.
   std::string accept{};         ///< The header as it came; empty: there was none.
-  std::string holder{};         ///< Whose token it has shown, as `TokenHolders` has it.
+  std::string holder{};         ///< Whose token it has shown, as `TokenHolders` has it; means nothing for `kPublic`.
 };
 
 /// What a client may do with an answer that it has.

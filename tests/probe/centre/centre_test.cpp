@@ -297,16 +297,15 @@ TEST_F(CentreTest, HandsOnNothingThatCouldRunInThePagesOfOtherSites) {
   Start();
   std::atomic<int> turn{0};
   FakeSite north(nats_.url(), "north", [&](const SiteRequest&) {
-    const std::vector<SiteReply> replies{HttpReply("<script>", "text/html"),
-                                         HttpReply("<script>", "image/svg+xml"),
-                                         HttpReply("{}", "application/json", "100"),
-                                         HttpReply("{}", "application/json", "999"),
-                                         {{}, "{}"}};
+    const std::vector<SiteReply> replies{
+        HttpReply("<script>", "text/html"),         HttpReply("<script>", "image/svg+xml"),
+        HttpReply("{}", "application/json", "100"), HttpReply("{}", "application/json", "999"),
+        HttpReply("", "application/json", "413"),   {{}, "{}"}};
     return replies[static_cast<std::size_t>(turn++) % replies.size()];
   });
   north.Tell("devices", "{}");
   ASSERT_TRUE(Has("north", "devices", "{}"));
-  for (int at = 0; at < 5; ++at) {
+  for (int at = 0; at < 6; ++at) {
     const std::string answer = Get("/sites/north/api/v1/ports?mac=AA");
     EXPECT_THAT(answer, HasSubstr(" 502 ")) << at;
     EXPECT_THAT(answer, Not(HasSubstr("<script>"))) << at;

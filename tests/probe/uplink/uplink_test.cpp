@@ -1,6 +1,7 @@
 #include "probe/uplink/uplink.h"
 #include "probe/api/plugin_calls.h"
 #include "probe/uplink/site_interface.h"
+#include "probe/uplink/sqlite_handles.h"
 #include "probe/uplink/uplink_counts.h"
 #include "probe/uplink/uplink_settings.h"
 
@@ -8,13 +9,16 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <map>
 #include <memory>
 #include <optional>
+#include <stdexcept>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -154,10 +158,55 @@ TEST_F(UplinkTest, SendsNothingForAPageThatHasAnError) {
   EXPECT_THAT(ids, Not(Contains(HasSubstr("devices"))));
 }
 
+TEST_F(UplinkTest, MakesReportsAndPagesOnceForADiskThatTakesNothing) {
+  std::atomic<int> pages{0};
+  site_.answer = [&](const probe::HttpRequest& request) {
+    ++pages;
+    return Echo(request);
+  };
+  StartUplink();
+  Pass(kBeforeMidnight, "first");
+  ASSERT_THAT(reader_->Await(5), SizeIs(5));
+  sqlite3* made = nullptr;
+  ASSERT_EQ(sqlite3_open(folder_.Path("spool.db").c_str(), &made), SQLITE_OK);
+  const probe::uplink::SqliteDatabase other(made);
+  ASSERT_TRUE(
+      Eventually([&] { return sqlite3_exec(made, "BEGIN EXCLUSIVE", nullptr, nullptr, nullptr) == SQLITE_OK; }));
+  pages = 0;
+  Pass(kBeforeMidnight + 60, "second");
+  ASSERT_TRUE(Eventually([&] { return pages == 4; }));
+  ASSERT_TRUE(Eventually([&] { return Says(Level::kError, "locked"); }));
+  // A second attempt comes 200 ms after the first.
+  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(1);
+  while (pages == 4 && std::chrono::steady_clock::now() < end) std::this_thread::yield();
+  EXPECT_EQ(pages, 4);
+  sqlite3_exec(made, "COMMIT", nullptr, nullptr, nullptr);
+  const auto stored = reader_->Await(11);
+  EXPECT_THAT(IdsOf({stored.begin() + 5, stored.end()}),
+              ElementsAre("north.wireless_client_report.2026-01-05", "north.HealthMonitor.2026-01-06T00:00:00Z",
+                          "north.clients.2026-01-06T00:00:00Z", "north.devices.2026-01-06T00:00:00Z",
+                          "north.notifications.2026-01-06T00:00:00Z", "north.status.2026-01-06T00:00:00Z"));
+}
+
+TEST_F(UplinkTest, LosesNoPassToAPageThatCannotBeMade) {
+  site_.answer = [](const probe::HttpRequest& request) -> probe::HttpAnswer {
+    if (request.path == "/api/v1/devices") throw std::runtime_error("no such luck");
+    return Echo(request);
+  };
+  StartUplink();
+  Pass(kBeforeMidnight, "health");
+  EXPECT_THAT(reader_->Await(4), SizeIs(4));
+  EXPECT_TRUE(Says(Level::kError, "/api/v1/devices could not be answered: no such luck"));
+  EXPECT_THAT(reader_->Ask("vexora.v1.north.request.http", R"({"path":"/api/v1/devices"})", false),
+              ElementsAre(HasSubstr("internal_error")));
+}
+
 TEST_F(UplinkTest, AnswersWhatItsHttpInterfaceDoes) {
   site_.answer = Echo;
   StartUplink();
-  ASSERT_TRUE(Eventually([&] { return uplink_->counts().is_connected; }));
+  // Behind its first text the servers know what it listens to.
+  Pass(kBeforeMidnight, "health");
+  ASSERT_FALSE(reader_->Await(1).empty());
   const auto ask = [&](const std::string& text) {
     const auto answers = reader_->Ask("vexora.v1.north.request.http", text, false);
     return answers.empty() ? "none" : answers.front();
@@ -172,7 +221,9 @@ TEST_F(UplinkTest, AnswersWhatItsHttpInterfaceDoes) {
 TEST_F(UplinkTest, AnswersWithTheNewestMessageForAFilter) {
   site_.message = [](const std::string& topic, const std::string& filter) { return topic + " for " + filter; };
   StartUplink();
-  ASSERT_TRUE(Eventually([&] { return uplink_->counts().is_connected; }));
+  // Behind its first text the servers know what it listens to.
+  Pass(kBeforeMidnight, "health");
+  ASSERT_FALSE(reader_->Await(1).empty());
   EXPECT_THAT(reader_->Ask("vexora.v1.north.request.message", R"({"topic":"Topic","filter":{"interval":"5m"}})", false),
               ElementsAre(R"(Topic for {"interval":"5m"})"));
 }
