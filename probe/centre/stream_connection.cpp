@@ -15,7 +15,6 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-constexpr std::chrono::nanoseconds kSecond = std::chrono::seconds(1);
 constexpr int kBatch = 64;
 constexpr std::chrono::seconds kDuplicates{120};
 // A consumer that nobody asks for so long is one of a centre that is gone.
