@@ -6,6 +6,7 @@
 #include <sstream>
 
 #include "probe/settings/setting_keys.h"
+#include "probe/text/unknown_option.h"
 #include "probe/version/version.h"
 
 namespace probe::centre {
@@ -60,7 +61,9 @@ std::variant<CommandLine, CommandLineExit> ParseCommandLine(int count, const cha
     std::ostringstream complaint;
     // CLI11 throws for --help and --version, too, whose exit code is 0.
     if (app.exit(error, asked_for, complaint) == 0) return CommandLineExit{0, asked_for.str()};
-    return CommandLineExit{kUnusable, complaint.str()};
+    const std::string unknown = UnknownOption({arguments + 1, arguments + count}, OptionsOf(app));
+    return CommandLineExit{kUnusable,
+                           unknown.empty() ? complaint.str() : unknown + "\nRun with --help for more information.\n"};
   }
 }
 

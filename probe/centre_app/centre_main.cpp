@@ -54,16 +54,30 @@ int Run(const CommandLine& command_line) {
   return signal == nullptr ? 1 : 0;
 }
 
-/// What `run` returns; or, when it throws, an exit code, once the reason has been told.
-template <typename Function>
-int Guarded(bool is_check, const Function& run) {
+/// Answers a command line with a text. Returns the exit code.
+int Answer(const probe::CommandLineExit& answer) {
+  if (answer.exit_code == 0) {
+    std::fputs(answer.text.c_str(), stdout);
+  } else {
+    PrintError(answer.text);
+  }
+  return answer.exit_code;
+}
+
+/// Does what the command line asks for. Returns the exit code, once the reason of a failure has been told.
+int Main(int argc, char** argv) {
+  bool is_check = false;
   try {
-    return run();
+    const auto parsed = probe::centre::ParseCommandLine(argc, argv);
+    if (const auto* answer = std::get_if<probe::CommandLineExit>(&parsed)) return Answer(*answer);
+    const auto& command_line = std::get<CommandLine>(parsed);
+    is_check = command_line.is_check;
+    return is_check ? Check(command_line) : Run(command_line);
   } catch (const probe::SettingsError& error) {
     PrintError(error.what());
     return is_check ? 1 : probe::kUnusable;
   } catch (const std::exception& error) {
-    PrintError(std::string("vexora-centre cannot start: ") + error.what());
+    PrintError(std::string("vexora-centre: ") + error.what());
     return 1;
   }
 }
@@ -71,16 +85,9 @@ int Guarded(bool is_check, const Function& run) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  const auto parsed = probe::centre::ParseCommandLine(argc, argv);
-  if (const auto* answer = std::get_if<probe::CommandLineExit>(&parsed)) {
-    if (answer->exit_code == 0) {
-      std::fputs(answer->text.c_str(), stdout);
-    } else {
-      PrintError(answer->text);
-    }
-    return answer->exit_code;
+  try {
+    return Main(argc, argv);
+  } catch (const std::exception&) {
+    return 1;  // there is no memory to say why
   }
-  const auto& command_line = std::get<CommandLine>(parsed);
-  return Guarded(command_line.is_check,
-                 [&] { return command_line.is_check ? Check(command_line) : Run(command_line); });
 }
