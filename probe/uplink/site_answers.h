@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "probe/server/http/http_message.h"
 #include "probe/uplink/site_interface.h"
 #include "probe/uplink/spool.h"
 

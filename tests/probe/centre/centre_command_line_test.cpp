@@ -1,6 +1,7 @@
 // What can be typed after vexora-centre.
 
 #include "probe/centre_app/centre_command_line.h"
+#include "probe/host/log.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
