@@ -7,6 +7,7 @@ import type { Browser } from 'playwright-core';
 import { afterAll, beforeAll, expect, test } from 'vitest';
 import { findingsOf } from './axe';
 import { openBrowser, orderOf, pageForEach, tableOf, type Watched } from './browser';
+import { violationsOf } from './schemas';
 
 const script = fileURLToPath(new URL('../../script/lib/fleet.sh', import.meta.url));
 const program = process.env['VEXORA_PROBE'] ?? fileURLToPath(new URL('../../build/release/bin/vexora-probe', import.meta.url));
@@ -63,6 +64,12 @@ test('all sites stand on one page, with what they have', async () => {
   await expect.poll(() => page.locator('[data-tile=sites]').textContent()).toBe('3');
   await expect.poll(() => page.locator('[data-tile=devices]').textContent()).toBe('63');
   await expect.poll(async () => Number(await page.locator('[data-tile=clients]').getAttribute('value'))).toBeGreaterThan(0);
+});
+
+test.each(['sites', 'search'])('what a centre answers for %s is as its schema has it', async (name) => {
+  const answer: unknown = await (await fetch(`${fleet.url}/api/v1/${name}?text=ap`)).json();
+  expect(violationsOf(`schemas/centre/${name}.json`, answer)).toEqual([]);
+  expect(JSON.stringify(answer)).toContain('north');
 });
 
 test('a search finds devices of all sites and leads to their page', async () => {

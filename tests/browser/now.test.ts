@@ -177,7 +177,7 @@ test('what a device has told of before, and tells no longer, is said to be old',
   await page.route('**/api/v1/devices', (route) => route.fulfill({ json: { devices: devices.map((one) => ({ ...one, online: true, absences: [] })), polls: [poll] } }));
   await open(`device?device=${accessPoint}`);
   await expect.poll(() => page.locator('[data-part=clients] [data-stale]').textContent()).toContain('has not answered this for 12m:');
-  await expect.poll(() => page.locator('[data-part=neighbours-now] [data-stale]').textContent()).toContain('for 1 min 30 s:');
+  await expect.poll(() => page.locator('[data-part=neighbours-now] [data-stale]').textContent()).toContain('for 1m 30s:');
   expect(await page.locator('main [data-stale]').count()).toBe(2);
   await open('clients-now');
   await expect.poll(() => page.locator('main [data-stale]').textContent()).toContain('A device has not told who is there for up to 12 min:');

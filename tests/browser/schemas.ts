@@ -11,13 +11,15 @@ const docs = fileURLToPath(new URL('../../docs', import.meta.url));
 const base = 'http://docs/';
 
 export const document = (name: string): string => readFileSync(join(docs, name), 'utf8');
-export const schemaFiles = readdirSync(join(docs, 'schemas'));
+/** Of a probe; those of a centre lie in a folder of their own. */
+export const schemaFiles = readdirSync(join(docs, 'schemas')).filter((name) => name.endsWith('.json'));
 export const openapi = parse(document('openapi.yaml')) as { paths: Record<string, { get: { responses: Record<string, Json>; parameters?: Json[] } }> };
 export const asyncapi = parse(document('asyncapi.yaml')) as Json;
 
 const ajv = new Ajv2020({ strict: false, allErrors: true });
 ajv.addSchema({ ...openapi, $id: `${base}openapi.yaml` });
-for (const name of schemaFiles) {
+const schemasOfCentre = readdirSync(join(docs, 'schemas/centre')).map((name) => `centre/${name}`);
+for (const name of [...schemaFiles, ...schemasOfCentre]) {
   const schema = JSON.parse(document(`schemas/${name}`)) as Json;
   delete schema['$schema']; // an older dialect, of which nothing is used that has changed
   ajv.addSchema({ ...schema, $id: `${base}schemas/${name}` });
