@@ -180,7 +180,7 @@ test('what a device has told of before, and tells no longer, is said to be old',
   await expect.poll(() => page.locator('[data-part=neighbours-now] [data-stale]').textContent()).toContain('for 1m 30s:');
   expect(await page.locator('main [data-stale]').count()).toBe(2);
   await open('clients-now');
-  await expect.poll(() => page.locator('main [data-stale]').textContent()).toContain('A device has not told who is there for up to 12 min:');
+  await expect.poll(() => page.locator('main [data-stale]').textContent()).toContain('A device has not told who is there for up to 12m:');
 });
 
 test('a link to an idle interface says so, and shows no other in its place', async () => {

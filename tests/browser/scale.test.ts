@@ -68,13 +68,17 @@ test.each(['overview', 'traffic'])('%s', async (hash) => {
   expect(ofTheStart).toBeLessThan(2);
   const came = minute; // what the start left to do is done with the passes after it
   await expect.poll(() => minute - came, { timeout: 20_000 }).toBeGreaterThanOrEqual(2);
-  const [begin, first] = [await busy(), minute];
-  await expect.poll(() => minute - first, { timeout: 20_000 }).toBeGreaterThanOrEqual(5);
-  const ofAPass = ((await busy()) - begin) / (minute - first);
+  const means: number[] = [];
+  for (let i = 0; i < 3; ++i) {
+    const [begin, first] = [await busy(), minute];
+    await expect.poll(() => minute - first, { timeout: 20_000 }).toBeGreaterThanOrEqual(5);
+    means.push(((await busy()) - begin) / (minute - first));
+  }
+  // What else the machine does can only add to it.
+  const ofAPass = Math.min(...means);
   clearInterval(timer);
   if (process.env['VEXORA_FIGURES']) console.warn(hash, { ofTheStart, ofAPass }); // eslint-disable-line no-console
-  // Processor time of the page's main thread, which a busy machine hardly stretches: nine tenths of a second are left for
-  // the hand. What brings the messages in the probe's place is in it.
+  // Processor time of the page's main thread, of which nine tenths of a second are left for the hand. What brings the messages in the probe's place is in it.
   expect(ofAPass).toBeGreaterThan(0);
   expect(ofAPass).toBeLessThan(0.1);
   expect(complaints).toEqual([]);
