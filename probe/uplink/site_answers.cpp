@@ -72,6 +72,7 @@ std::vector<SiteReply> SiteAnswers::To(const SiteRequest& request,
                                        const std::map<std::string, SpooledMessage>& newest) const {
   if (request.what == "newest") {
     std::vector<SiteReply> replies;
+    replies.reserve(newest.size() + 1);
     for (const auto& [topic, message] : newest) replies.push_back(OfTopic(topic, message.text));
     replies.push_back(OfTopic("", ""));
     return replies;
