@@ -39,6 +39,13 @@ unsigned NumberIn(const std::string& text) {
   return number;
 }
 
+/// Whether a value can stand in a head of HTTP: a line end in it would begin another header, or a body.
+bool IsPlain(const std::string& value) {
+  constexpr std::size_t kMost = 64;
+  return value.size() <= kMost &&
+         std::all_of(value.begin(), value.end(), [](char letter) { return letter >= ' ' && letter <= '~'; });
+}
+
 /// What a site answered, as far as a site may: the pages of others have the same origin, so that nothing of it may run,
 /// set a cookie or lead elsewhere.
 HttpAnswer AnswerIn(uplink::SiteReply reply) {
@@ -53,7 +60,9 @@ HttpAnswer AnswerIn(uplink::SiteReply reply) {
     if (name == uplink::kStatusHeader) answer.status = NumberIn(value);
     if (name == uplink::kContentTypeHeader) answer.content_type = value;
     if (name == uplink::kGzipHeader) answer.is_gzip = true;
-    if (name.starts_with(prefix)) answer.headers.emplace_back(name.substr(prefix.size() - kOwnHeaders.size()), value);
+    if (name == prefix + "time-zone" || name == prefix + "utc-offset") {
+      if (IsPlain(value)) answer.headers.emplace_back(name.substr(prefix.size() - kOwnHeaders.size()), value);
+    }
   }
   constexpr unsigned kTooLarge = 413;
   if (answer.status == kTooLarge)

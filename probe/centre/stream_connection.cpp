@@ -16,6 +16,7 @@ using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
 constexpr int kBatch = 64;
+constexpr milliseconds kFlush{5000};
 constexpr std::chrono::seconds kDuplicates{120};
 // A consumer that nobody asks for so long is one of a centre that is gone.
 constexpr std::chrono::seconds kConsumerLife{60};
@@ -84,6 +85,15 @@ std::string StreamConnection::WhyNotConnected() const {
   return uplink::WhyNotConnected(connection_.get());
 }
 
+void StreamConnection::Unsubscribe() {
+  // The library's reading thread may hold a subscription that is let go of while messages for it arrive: the servers
+  // are to have sent their last one before.
+  natsSubscription_Unsubscribe(texts_.get());
+  if (natsConnection_FlushTimeout(connection_.get(), kFlush.count()) != NATS_OK)
+    natsConnection_Close(connection_.get());
+  texts_.reset();
+}
+
 void StreamConnection::MakeStream() {
   jsStreamInfo* info = nullptr;
   jsErrCode error{};
@@ -108,7 +118,6 @@ void StreamConnection::MakeStream() {
 }
 
 void StreamConnection::Subscribe() {
-  texts_.reset();
   MakeStream();
   jsSubOptions options;
   jsSubOptions_Init(&options);

@@ -57,7 +57,7 @@ class StreamConnection {
   bool is_subscribed() const { return texts_ != nullptr; }
 
   /// Gives a subscription up that is of no use any more.
-  void Unsubscribe() { texts_.reset(); }
+  void Unsubscribe();
 
   /// Appends texts that come within this time, as soon as there are some. What is no text of a site is left out.
   Reading Read(std::chrono::milliseconds wait, std::vector<SiteText>& texts);
