@@ -1,5 +1,6 @@
 #include "probe/centre/centre.h"
 
+#include <ctime>
 #include <utility>
 
 #include "probe/api/page_files.h"
@@ -13,13 +14,14 @@
 namespace probe::centre {
 namespace {
 
-// Most of them wait for sites, and no site takes more than a few.
-constexpr std::size_t kWorkers = 16;
+// More than may wait for sites.
+constexpr std::size_t kWorkers = SiteAnswerer::kMaxQuestionsToAll + 8;
 
 }  // namespace
 
 Centre::Centre(CentreSettings settings, ServerSettings server, std::function<void()> on_failure)
     : server_settings_(std::move(server)),
+      days_(settings.stream.days),
       pages_(server_settings_.dashboard.empty() ? DefaultPageFolder() : server_settings_.dashboard),
       reader_(settings.stream, [this](SiteText text) { Take(std::move(text)); }),
       answerer_(sites_, [this] { return reader_.connection(); }),
@@ -48,8 +50,19 @@ HttpService Centre::Service() {
 void Centre::Take(SiteText text) {
   const std::string site = text.site;
   const std::string topic = text.topic;
-  if (!sites_.Has(site)) log::Info("[Centre] site %s", site.c_str());
-  if (sites_.Put(std::move(text))) subscriptions_.OnText(site, topic);
+  const bool is_new = !sites_.Has(site);
+  if (!sites_.Put(std::move(text))) return;
+  if (is_new) log::Info("[Centre] site %s", site.c_str());
+  subscriptions_.OnText(site, topic);
+  ForgetOldSites();
+}
+
+void Centre::ForgetOldSites() {
+  const time_t now = time(nullptr);
+  constexpr time_t kHour = 3600;
+  if (now - looked_at_ < kHour) return;
+  looked_at_ = now;
+  sites_.ForgetUnheardSince(now - days_ * 24 * kHour);
 }
 
 void Centre::Start() {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <ctime>
 #include <functional>
 #include <memory>
 #include <string>
@@ -43,11 +44,16 @@ class Centre {
 
  private:
   void Take(SiteText text);
+
+  /// Those of which the stream has nothing any more either, now and then.
+  void ForgetOldSites();
   HttpService Service();
   void Announce() const;
 
   const ServerSettings server_settings_;
+  const int days_;  // for which the stream keeps texts
   const std::string pages_;
+  time_t looked_at_ = 0;  // for old sites; of the reader's thread
   Sites sites_;
   StreamReader reader_;
   SiteAnswerer answerer_;

@@ -1,6 +1,7 @@
 #include "probe/centre/site_answerer.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <chrono>
 #include <ctime>
@@ -33,25 +34,29 @@ constexpr std::chrono::seconds kSilence{5};
 
 constexpr std::string_view kLive = "/api/v1/live/";
 
+// Of a probe; a site may say anything. `kMaxTime`: milliseconds since the epoch, in the year 5138.
+constexpr std::int64_t kMaxSpeed = 3600;
+constexpr std::int64_t kMaxTime = 100'000'000'000'000;
+
 unsigned NumberIn(const std::string& text) {
   unsigned number = 0;
   std::from_chars(text.data(), text.data() + text.size(), number);
   return number;
 }
 
-/// Whether a value can stand in a head of HTTP: a line end in it would begin another header, or a body.
-bool IsPlain(const std::string& value) {
+/// Whether a text is the name of a time zone or an offset: in a head of HTTP a line end would begin another header.
+bool IsOfZone(const std::string& value) {
   constexpr std::size_t kMost = 64;
   return value.size() <= kMost &&
-         std::all_of(value.begin(), value.end(), [](char letter) { return letter >= ' ' && letter <= '~'; });
+         value.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_+-/") == value.npos;
 }
 
 /// What a site answered, as far as a site may: the pages of others have the same origin, so that nothing of it may run,
 /// set a cookie or lead elsewhere.
-HttpAnswer AnswerIn(uplink::SiteReply reply) {
+HttpAnswer AnswerIn(uplink::SiteReply reply, bool accepts_gzip) {
   static constexpr std::string_view kOwnHeaders = "vexora-";
-  constexpr unsigned kOk = 200;
-  constexpr unsigned kMostStatus = 599;
+  // Those of a probe's HTTP interface, but for what is between client and server: a token, a body left out.
+  static constexpr std::array kStatuses{200U, 400U, 404U, 429U, 500U, 503U};
   constexpr unsigned kBadGateway = 502;
   const std::string prefix = std::string(uplink::kHeaderPrefix) + std::string(kOwnHeaders);
   HttpAnswer answer;
@@ -61,14 +66,15 @@ HttpAnswer AnswerIn(uplink::SiteReply reply) {
     if (name == uplink::kContentTypeHeader) answer.content_type = value;
     if (name == uplink::kGzipHeader) answer.is_gzip = true;
     if (name == prefix + "time-zone" || name == prefix + "utc-offset") {
-      if (IsPlain(value)) answer.headers.emplace_back(name.substr(prefix.size() - kOwnHeaders.size()), value);
+      if (IsOfZone(value)) answer.headers.emplace_back(name.substr(prefix.size() - kOwnHeaders.size()), value);
     }
   }
   constexpr unsigned kTooLarge = 413;
   if (answer.status == kTooLarge)
     return ErrorAnswer(kBadGateway, "too_large", "The site's answer is larger than max_payload of the servers.");
   const bool is_json = answer.content_type == "application/json" || answer.content_type == "application/problem+json";
-  if (answer.status < kOk || answer.status > kMostStatus || !is_json)
+  const bool is_known = std::find(kStatuses.begin(), kStatuses.end(), answer.status) != kStatuses.end();
+  if (!is_known || !is_json || (answer.is_gzip && !accepts_gzip))
     return ErrorAnswer(kBadGateway, "bad_answer", "The site's answer is none that a site gives.");
   answer.body = std::make_shared<const std::string>(std::move(reply.text));
   return answer;
@@ -96,6 +102,11 @@ std::string FilterOfText(const std::string& topic) {
   return {};
 }
 
+bool IsFilterOfText(const std::string& topic, const std::string& filter) {
+  const std::string goes_up = FilterOfText(topic);
+  return !goes_up.empty() && ReadSiteJson<json>(filter) == json::parse(goes_up);
+}
+
 std::string WithSids(const std::string& message, const std::vector<std::string>& sids) {
   auto tree = ReadSiteJson<ordered_json>(message);
   if (!tree.contains("data") || !tree["data"].is_object()) return message;
@@ -115,8 +126,9 @@ bool SiteAnswerer::BeginAsking(const std::string& site) const {
   const lock_guard held(lock_);
   Asked& asked = asked_[site];
   if (asked.silent_until && now < *asked.silent_until) return false;
-  if (asked.questions >= kMaxQuestions) return false;
+  if (asked.questions >= kMaxQuestions || questions_ >= kMaxQuestionsToAll) return false;
   ++asked.questions;
+  ++questions_;
   return true;
 }
 
@@ -124,6 +136,7 @@ void SiteAnswerer::EndAsking(const std::string& site, bool has_answered) const {
   const lock_guard held(lock_);
   Asked& asked = asked_[site];
   --asked.questions;
+  --questions_;
   asked.silent_until.reset();
   if (!has_answered) asked.silent_until = steady_clock::now() + kSilence;
   if (has_answered && asked.questions == 0) asked_.erase(site);
@@ -153,7 +166,10 @@ std::string SiteAnswerer::Status(const SiteText& text) const {
       std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::system_clock::now().time_since_epoch());
   const std::int64_t age = std::max<std::int64_t>((now.count() - text.stored_at_ns) / kMillisecond, 0);
   const bool has_speed = status.contains("speed") && status["speed"].is_number_integer();
-  status["now"] = status["now"].get<std::int64_t>() + age * (has_speed ? status["speed"].get<std::int64_t>() : 1);
+  const std::int64_t speed =
+      has_speed ? std::clamp<std::int64_t>(status["speed"].get<std::int64_t>(), 1, kMaxSpeed) : 1;
+  const auto then = std::clamp<std::int64_t>(status["now"].get<std::int64_t>(), 0, kMaxTime);
+  status["now"] = then + std::min(age, kMaxTime / kMaxSpeed) * speed;
   return Dump(status);
 }
 
@@ -189,18 +205,16 @@ HttpAnswer SiteAnswerer::Http(const std::string& site, const HttpRequest& reques
   json arguments = json::object();
   for (const auto& [name, value] : request.arguments) arguments[name] = value;
   auto reply = Ask(site, "http", {{"path", request.path}, {"arguments", arguments}, {"gzip", request.accepts_gzip}});
-  return reply ? AnswerIn(std::move(*reply)) : Away(site);
+  return reply ? AnswerIn(std::move(*reply), request.accepts_gzip) : Away(site);
 }
 
-std::string SiteAnswerer::Message(const std::string& site, const std::string& topic, const std::string& filter,
-                                  const std::vector<std::string>& sids) const {
-  const json wanted = ReadSiteJson<json>(filter);
-  if (const std::string goes_up = FilterOfText(topic); !goes_up.empty() && wanted == json::parse(goes_up)) {
+std::string SiteAnswerer::Message(const std::string& site, const std::string& topic, const std::string& filter) const {
+  if (IsFilterOfText(topic, filter)) {
     const auto text = sites_.Find(site, topic);
-    return text == nullptr ? std::string() : WithSids(text->text, sids);
+    return text == nullptr ? std::string() : text->text;
   }
-  const auto reply = Ask(site, "message", {{"topic", topic}, {"filter", wanted}});
-  return reply && !reply->text.empty() ? WithSids(reply->text, sids) : std::string();
+  const auto reply = Ask(site, "message", {{"topic", topic}, {"filter", ReadSiteJson<json>(filter)}});
+  return reply ? reply->text : std::string();
 }
 
 }  // namespace probe::centre

@@ -30,8 +30,10 @@ class SiteAnswerer {
   /// How long a site may take. A report of many days may take a second or two, on a slow machine behind a slow line.
   static constexpr std::chrono::milliseconds kPatience{8000};
 
-  /// Questions to one site at a time: more of them have no answer, so that a site that hangs holds up no others.
-  static constexpr std::size_t kMaxQuestions = 12;
+  /// Questions at a time, to one site and to all together: more of them have no answer, so that sites that hang hold up
+  /// nobody who asks for what the centre knows. A browser asks six things at once.
+  static constexpr std::size_t kMaxQuestions = 8;
+  static constexpr std::size_t kMaxQuestionsToAll = 24;
 
   SiteAnswerer(const Sites& sites, Connections connections, std::chrono::milliseconds patience = kPatience)
       : sites_(sites), connections_(std::move(connections)), patience_(patience) {}
@@ -41,9 +43,8 @@ class SiteAnswerer {
   /// A site that does not answer has error 503 "site_away".
   HttpAnswer Http(const std::string& site, const HttpRequest& request) const;
 
-  /// The newest message of a topic for a filter, under these SIDs; empty: there is none.
-  std::string Message(const std::string& site, const std::string& topic, const std::string& filter,
-                      const std::vector<std::string>& sids) const;
+  /// The newest message of a topic for a filter, a JSON text, under whatever SIDs; empty: there is none.
+  std::string Message(const std::string& site, const std::string& topic, const std::string& filter) const;
 
  private:
   std::shared_ptr<const HttpAnswer> FromTexts(const std::string& site, const HttpRequest& request) const;
@@ -65,10 +66,14 @@ class SiteAnswerer {
   const std::chrono::milliseconds patience_;
   mutable utilities::lock::Mutex lock_;                                  // leaf lock
   mutable std::map<std::string, Asked> asked_ VEXORA_GUARDED_BY(lock_);  // by site
+  mutable std::size_t questions_ VEXORA_GUARDED_BY(lock_) = 0;           // to all
 };
 
 /// The standard filter of a topic whose message goes up with each pass, a JSON text; empty: it has none.
 std::string FilterOfText(const std::string& topic);
+
+/// Whether a filter, a JSON text, is that one: the newest text of a site then holds its message.
+bool IsFilterOfText(const std::string& topic, const std::string& filter);
 
 /// A message under other SIDs; one that names none is as it was.
 std::string WithSids(const std::string& message, const std::vector<std::string>& sids);

@@ -1,12 +1,11 @@
 #include "probe/centre/site_subscriptions.h"
 
-#include <boost/asio/post.hpp>
-#include <exception>
+#include <map>
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include "platform/sending.h"
-#include "probe/host/log.h"
 #include "probe/text/json_c_handle.h"
 
 using utilities::lock::lock_guard;
@@ -32,6 +31,17 @@ std::string MemberOf(json_object* element, const char* name) {
   return json_object_to_json_string_ext(member, JSON_C_TO_STRING_PLAIN | JSON_C_TO_STRING_NOSLASHESCAPE);
 }
 
+/// The subscriptions whose messages the newest text holds, or those for which the site has to be asked.
+subscribes::SubscriptionList Chosen(const subscribes::SubscriptionList& all, const std::string& topic, bool is_asked) {
+  subscribes::SubscriptionList chosen;
+  for (const auto& [sid, connections] : all) {
+    for (const auto& [connection, filter] : connections) {
+      if (IsFilterOfText(topic, WordsOf(*filter)) != is_asked) chosen[sid][connection] = filter;
+    }
+  }
+  return chosen;
+}
+
 /// Feeds one topic of one site.
 class SiteTopic final : public subscribes::Subscriber {
  public:
@@ -52,17 +62,16 @@ class SiteTopic final : public subscribes::Subscriber {
   }
 
   void PushDataBySID(const subscribes::SubscriptionList& subscriptions) override {
-    // Whoever asks for the same under the same names gets the same text.
-    std::map<std::pair<lws*, std::string>, std::vector<std::string>> sids;  // of a connection and filter
+    std::map<std::pair<std::string, lws*>, std::vector<std::string>> sids;  // of a filter and connection
     for (const auto& [sid, connections] : subscriptions) {
-      for (const auto& [connection, filter] : connections) sids[{connection, WordsOf(*filter)}].push_back(sid);
+      for (const auto& [connection, filter] : connections) sids[{WordsOf(*filter), connection}].push_back(sid);
     }
-    std::map<std::pair<std::string, std::vector<std::string>>, std::string> texts;
+    std::map<std::string, std::string> messages;  // of filters: the site is asked once
     for (const auto& [receiver, names] : sids) {
-      const auto& [connection, filter] = receiver;
-      const auto [text, is_new] = texts.try_emplace({filter, names});
-      if (is_new) text->second = answerer_.Message(site_, topic_, filter, names);
-      if (!text->second.empty()) GetSalSendByCon()(connection, text->second);
+      const auto& [filter, connection] = receiver;
+      const auto [message, is_new] = messages.try_emplace(filter);
+      if (is_new) message->second = answerer_.Message(site_, topic_, filter);
+      if (!message->second.empty()) GetSalSendByCon()(connection, WithSids(message->second, names));
     }
   }
 
@@ -72,63 +81,40 @@ class SiteTopic final : public subscribes::Subscriber {
   const std::string topic_;
 };
 
-std::string NameOf(const std::pair<std::string, std::string>& topic) {
-  return SiteSubscriptions::TopicsOf(topic.first) + topic.second;
-}
-
 }  // namespace
 
 SiteSubscriptions::SiteSubscriptions(SubscriptionService& service, const SiteAnswerer& answerer)
-    : service_(service), answerer_(answerer) {}
-
-SiteSubscriptions::~SiteSubscriptions() {
-  Stop();
-}
+    : service_(service),
+      answerer_(answerer),
+      texts_(kThreads, [this](const std::string& site, const std::string& topic) { Push(site, topic, false); }),
+      questions_(kAskingThreads,
+                 [this](const std::string& site, const std::string& topic) { Push(site, topic, true); }) {}
 
 void SiteSubscriptions::Stop() {
-  workers_.stop();
-  workers_.join();
+  texts_.Stop();
+  questions_.Stop();
 }
 
-bool SiteSubscriptions::Feed(const Topic& topic) {
-  if (FilterOfText(topic.second).empty()) return false;
+bool SiteSubscriptions::Feed(const std::string& site, const std::string& topic) {
+  if (FilterOfText(topic).empty()) return false;
   {
     const lock_guard held(lock_);
-    if (!fed_.insert(topic).second) return true;
+    if (!fed_.insert(TopicsOf(site) + topic).second) return true;
   }
-  service_.AddSubscriber(NameOf(topic), std::make_shared<SiteTopic>(answerer_, topic.first, topic.second));
+  service_.AddSubscriber(TopicsOf(site) + topic, std::make_shared<SiteTopic>(answerer_, site, topic));
   return true;
 }
 
 void SiteSubscriptions::OnText(const std::string& site, const std::string& topic) {
-  const Topic told(site, topic);
-  if (!Feed(told) || service_.Subscriptions(NameOf(told)).empty()) return;
-  {
-    const lock_guard held(lock_);
-    const auto [pushing, is_first] = pushing_.try_emplace(told, false);
-    pushing->second = !is_first;
-    if (!is_first) return;
-  }
-  boost::asio::post(workers_, [this, told] { Push(told); });
+  if (!Feed(site, topic)) return;
+  const auto all = service_.Subscriptions(TopicsOf(site) + topic);
+  if (!Chosen(all, topic, false).empty()) texts_.Add(site, topic);
+  if (!Chosen(all, topic, true).empty()) questions_.Add(site, topic);
 }
 
-bool SiteSubscriptions::IsToBeginAnew(const Topic& topic) {
-  const lock_guard held(lock_);
-  const auto pushing = pushing_.find(topic);
-  if (std::exchange(pushing->second, false)) return true;
-  pushing_.erase(pushing);
-  return false;
-}
-
-void SiteSubscriptions::Push(const Topic& topic) {
-  const std::string name = NameOf(topic);
-  do {
-    try {
-      SiteTopic(answerer_, topic.first, topic.second).PushDataBySID(service_.Subscriptions(name));
-    } catch (const std::exception& error) {
-      log::Error("[Centre] a message of %s could not be made: %s", name.c_str(), error.what());
-    }
-  } while (IsToBeginAnew(topic));
+void SiteSubscriptions::Push(const std::string& site, const std::string& topic, bool is_asked) {
+  const auto all = service_.Subscriptions(TopicsOf(site) + topic);
+  SiteTopic(answerer_, site, topic).PushDataBySID(Chosen(all, topic, is_asked));
 }
 
 }  // namespace probe::centre

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <nlohmann/json.hpp>
+#include <vector>
 
 #include "platform/topics.h"
 #include "probe/centre/site_json.h"
@@ -19,7 +20,8 @@ constexpr int kBadLevel = 4;
 
 std::string TextIn(const json& object, const char* name) {
   const auto found = object.is_object() ? object.find(name) : object.end();
-  return object.is_object() && found != object.end() && found->is_string() ? found->get<std::string>() : std::string();
+  if (!object.is_object() || found == object.end() || !found->is_string()) return {};
+  return found->get_ref<const std::string&>().substr(0, SiteSummary::kMaxOctets);
 }
 
 std::int64_t NumberIn(const json& object, const char* name) {
@@ -27,10 +29,15 @@ std::int64_t NumberIn(const json& object, const char* name) {
   return object.is_object() && found != object.end() && found->is_number_integer() ? found->get<std::int64_t>() : 0;
 }
 
-/// A member that is a list; an empty list: there is none.
-json ListIn(const json& object, const char* name) {
-  if (!object.is_object() || !object.contains(name) || !object[name].is_array()) return json::array();
-  return object[name];
+/// The objects of a member that is a list, no more than may be listed.
+std::vector<const json*> ObjectsIn(const json& object, const char* name) {
+  std::vector<const json*> objects;
+  if (!object.is_object() || !object.contains(name) || !object[name].is_array()) return objects;
+  for (const json& element : object[name]) {
+    if (objects.size() == SiteSummary::kMaxListed) break;
+    if (element.is_object()) objects.push_back(&element);
+  }
+  return objects;
 }
 
 }  // namespace
@@ -53,7 +60,8 @@ void SiteSummary::Take(const std::string& topic, const std::string& text) {
 void SiteSummary::TakeDevices(const json& tree) {
   std::vector<Findable> listed;
   offline = 0;
-  for (const json& device : ListIn(tree, "devices")) {
+  for (const json* const told : ObjectsIn(tree, "devices")) {
+    const json& device = *told;
     Findable one{false,
                  TextIn(device, "mac"),
                  TextIn(device, "hostname"),
@@ -61,7 +69,7 @@ void SiteSummary::TakeDevices(const json& tree) {
                  TextIn(device, "model"),
                  {},
                  {},
-                 device.is_object() && device.value("online", json()) == true};
+                 device.value("online", json()) == true};
     if (!one.is_online) ++offline;
     listed.push_back(std::move(one));
   }
@@ -71,7 +79,8 @@ void SiteSummary::TakeDevices(const json& tree) {
 
 void SiteSummary::TakeClients(const json& tree) {
   std::vector<Findable> listed;
-  for (const json& client : ListIn(tree, "clients")) {
+  for (const json* const told : ObjectsIn(tree, "clients")) {
+    const json& client = *told;
     listed.push_back({true,
                       TextIn(client, "mac"),
                       TextIn(client, "hostname"),
@@ -89,11 +98,12 @@ void SiteSummary::TakeHealth(const json& tree) {
   bad = fair = 0;
   alerts = warnings = 0;
   const json data = tree.value("data", json());
-  for (const json& device : ListIn(data, "status")) {
+  for (const json* const told : ObjectsIn(data, "status")) {
+    const json& device = *told;
     const std::int64_t level = NumberIn(device, "level");
     if (level == kBadLevel) ++bad;
     if (level == kFairLevel) ++fair;
-    const json open = device.is_object() ? device.value("notification", json()) : json();
+    const json open = device.value("notification", json());
     alerts += static_cast<std::uint64_t>(std::max<std::int64_t>(NumberIn(open, "alert"), 0));
     warnings += static_cast<std::uint64_t>(std::max<std::int64_t>(NumberIn(open, "warning"), 0));
   }

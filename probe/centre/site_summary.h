@@ -27,7 +27,7 @@ struct Findable {
 /// What the newest texts of a site say of it. What no text says is 0 or empty.
 struct SiteSummary {
   std::string name;
-  time_t heard = 0;  ///< When its newest text was stored.
+  time_t heard = 0;  ///< Of when its newest text tells.
   std::size_t devices = 0;
   std::size_t offline = 0;
   std::size_t bad = 0;   ///< Devices of the level bad, by the probe's judgement.
@@ -36,6 +36,11 @@ struct SiteSummary {
   std::uint64_t alerts = 0;
   std::uint64_t warnings = 0;
   std::string version;  ///< Of the probe.
+  /// Devices, and clients, of one site that are listed, and octets of each text of them, so that no site can fill the
+  /// memory. A probe has fewer.
+  static constexpr std::size_t kMaxListed = 20'000;
+  static constexpr std::size_t kMaxOctets = 256;
+
   std::shared_ptr<const std::vector<Findable>> listed_devices = std::make_shared<const std::vector<Findable>>();
   std::shared_ptr<const std::vector<Findable>> listed_clients = std::make_shared<const std::vector<Findable>>();
 

@@ -21,6 +21,17 @@ bool IsOfUse(const std::string& topic) {
 
 }  // namespace
 
+std::shared_ptr<const SiteText> Sites::Site::Find(const std::string& topic) const {
+  const auto found = texts.find(topic);
+  return found == texts.end() ? nullptr : found->second;
+}
+
+std::size_t Sites::Site::OctetsBeside(const std::string& topic) const {
+  std::size_t octets = 0;
+  for (const auto& [other, text] : texts) octets += other == topic ? 0 : text->text.size();
+  return octets;
+}
+
 bool Sites::Put(SiteText text) {
   if (!uplink::IsSiteName(text.site) || !IsOfUse(text.topic)) return false;
   const auto put = std::make_shared<const SiteText>(std::move(text));
@@ -30,15 +41,16 @@ bool Sites::Put(SiteText text) {
     const auto found = sites_.find(put->site);
     if (found == sites_.end() && sites_.size() >= kMaxSites) return false;
     if (found != sites_.end()) {
-      const auto known = found->second.texts.find(put->topic);
-      if (known != found->second.texts.end() && known->second->stored_at_ns >= put->stored_at_ns) return false;
+      const auto known = found->second.Find(put->topic);
+      if (known != nullptr && !put->IsBehind(*known)) return false;
+      if (found->second.OctetsBeside(put->topic) + put->text.size() > kMaxSiteBytes) return false;
       before = found->second.summary;
     }
   }
   // Without the lock: to read a text takes a while. Texts come one at a time.
   auto summary = std::make_shared<SiteSummary>(before == nullptr ? SiteSummary() : *before);
   summary->name = put->site;
-  summary->heard = std::max(summary->heard, put->stored_at());
+  summary->heard = std::max(summary->heard, put->told_at());
   summary->Take(put->topic, put->text);
   const lock_guard held(lock_);
   Site& site = sites_[put->site];
@@ -47,12 +59,15 @@ bool Sites::Put(SiteText text) {
   return true;
 }
 
+void Sites::ForgetUnheardSince(time_t then) {
+  const lock_guard held(lock_);
+  std::erase_if(sites_, [then](const auto& site) { return site.second.summary->heard < then; });
+}
+
 std::shared_ptr<const SiteText> Sites::Find(const std::string& site, const std::string& topic) const {
   const lock_guard held(lock_);
   const auto found = sites_.find(site);
-  if (found == sites_.end()) return nullptr;
-  const auto text = found->second.texts.find(topic);
-  return text == found->second.texts.end() ? nullptr : text->second;
+  return found == sites_.end() ? nullptr : found->second.Find(topic);
 }
 
 bool Sites::Has(const std::string& site) const {

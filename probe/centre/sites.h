@@ -24,6 +24,9 @@ class Sites {
   /// dropped.
   static constexpr std::size_t kMaxSites = 10'000;
 
+  /// Octets of the texts of one site: what is beyond is dropped. 500 devices have some ten million.
+  static constexpr std::size_t kMaxSiteBytes = std::size_t{48} * 1024 * 1024;
+
   /// Tells which sites count.
   using Chosen = std::function<bool(const std::string& site)>;
 
@@ -36,6 +39,9 @@ class Sites {
   /// Takes a text over, unless a newer one of its site and topic is known, or a centre has no use for the topic.
   /// Whether it did.
   bool Put(SiteText text) VEXORA_EXCLUDES(lock_);
+
+  /// Forgets sites of which nothing was heard since then: their texts are no longer in the stream either.
+  void ForgetUnheardSince(time_t then) VEXORA_EXCLUDES(lock_);
 
   /// The newest text; null: there is none.
   std::shared_ptr<const SiteText> Find(const std::string& site, const std::string& topic) const VEXORA_EXCLUDES(lock_);
@@ -55,6 +61,9 @@ class Sites {
 
  private:
   struct Site {
+    std::shared_ptr<const SiteText> Find(const std::string& topic) const;
+    std::size_t OctetsBeside(const std::string& topic) const;
+
     std::map<std::string, std::shared_ptr<const SiteText>> texts;  // by topic
     std::shared_ptr<const SiteSummary> summary;                    // never changes; another takes its place
   };

@@ -15,7 +15,10 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
+// Texts that are asked for at once. Above 64 MiB that wait, the client library counts itself too slow, and is thrown
+// out.
 constexpr int kBatch = 64;
+constexpr std::int64_t kBatchBytes = std::int64_t{32} * 1024 * 1024;
 constexpr milliseconds kFlush{5000};
 constexpr std::chrono::seconds kDuplicates{120};
 // A consumer that nobody asks for so long is one of a centre that is gone.
@@ -38,15 +41,18 @@ uplink::NatsOptions OptionsOf(const StreamSettings& settings) {
 }
 
 /// The text in a message; nothing: its subject or its id is that of no text, or they differ.
-std::optional<SiteText> TextIn(natsMsg* message, std::int64_t stored_at_ns) {
+std::optional<SiteText> TextIn(natsMsg* message) {
   const std::string subject = natsMsg_GetSubject(message);
   const std::string id = uplink::HeaderOf(message, uplink::kMessageId);
   if (!subject.starts_with(uplink::kSubjects)) return std::nullopt;
   const std::string name = subject.substr(std::string_view(uplink::kSubjects).size());
   const std::size_t point = name.find('.');
-  // An acknowledgement of the servers can be led to any subject by whoever may publish.
+  // An acknowledgement of the servers can be led to any subject by whoever may publish, and so can what they answer to
+  // who asks for a text of his own: that has the text's id, and says where it was.
   if (point == std::string::npos || !id.starts_with(name + ".")) return std::nullopt;
-  return SiteText{name.substr(0, point), name.substr(point + 1), id.substr(name.size() + 1), stored_at_ns,
+  for (const char* const of_answers : {"Nats-Stream", "Nats-Subject", "Nats-Sequence"})
+    if (!uplink::HeaderOf(message, of_answers).empty()) return std::nullopt;
+  return SiteText{name.substr(0, point),  name.substr(point + 1), id.substr(name.size() + 1), 0, 0, 0,
                   uplink::TextOf(message)};
 }
 
@@ -94,31 +100,33 @@ void StreamConnection::Unsubscribe() {
   texts_.reset();
 }
 
-void StreamConnection::MakeStream() {
+void StreamConnection::FindStream() {
   jsStreamInfo* info = nullptr;
   jsErrCode error{};
-  const natsStatus found = js_GetStreamInfo(&info, stream_.get(), settings_.name.c_str(), nullptr, &error);
-  jsStreamInfo_Destroy(info);
-  if (found != NATS_NOT_FOUND) return;
-  const std::string subjects = AllTexts();
-  std::array<const char*, 1> taken{subjects.c_str()};
-  jsStreamConfig config;
-  jsStreamConfig_Init(&config);
-  config.Name = settings_.name.c_str();
-  config.Subjects = taken.data();
-  config.SubjectsLen = taken.size();
-  config.Storage = js_FileStorage;
-  config.Replicas = settings_.replicas;
-  config.MaxAge = std::chrono::nanoseconds(std::chrono::hours(24) * settings_.days).count();
-  config.Duplicates = std::chrono::nanoseconds(kDuplicates).count();
-  // After each connection a site asks for its own last texts.
-  config.AllowDirect = true;
-  uplink::CheckNats(js_AddStream(nullptr, stream_.get(), &config, nullptr, &error),
-                    "the stream " + settings_.name + " cannot be made");
+  natsStatus status = js_GetStreamInfo(&info, stream_.get(), settings_.name.c_str(), nullptr, &error);
+  if (status == NATS_NOT_FOUND) {
+    const std::string subjects = AllTexts();
+    std::array<const char*, 1> taken{subjects.c_str()};
+    jsStreamConfig config;
+    jsStreamConfig_Init(&config);
+    config.Name = settings_.name.c_str();
+    config.Subjects = taken.data();
+    config.SubjectsLen = taken.size();
+    config.Storage = js_FileStorage;
+    config.Replicas = settings_.replicas;
+    config.MaxAge = std::chrono::nanoseconds(std::chrono::hours(24) * settings_.days).count();
+    config.Duplicates = std::chrono::nanoseconds(kDuplicates).count();
+    // After each connection a site asks for its own last texts.
+    config.AllowDirect = true;
+    status = js_AddStream(&info, stream_.get(), &config, nullptr, &error);
+  }
+  const std::unique_ptr<jsStreamInfo, decltype(&jsStreamInfo_Destroy)> owner(info, &jsStreamInfo_Destroy);
+  uplink::CheckNats(status, "the stream " + settings_.name + " cannot be found or made");
+  stream_made_ns_ = info->Created;
 }
 
 void StreamConnection::Subscribe() {
-  MakeStream();
+  FindStream();
   jsSubOptions options;
   jsSubOptions_Init(&options);
   options.Stream = settings_.name.c_str();
@@ -134,37 +142,53 @@ void StreamConnection::Subscribe() {
       "the stream " + settings_.name + " cannot be read");
   texts_.reset(made);
   next_ = 1;
+  has_read_all_ = false;
   quiet_since_ = steady_clock::now();
 }
 
-bool StreamConnection::IsConsumerThere() {
+bool StreamConnection::LookAtConsumer() {
   jsConsumerInfo* info = nullptr;
   const natsStatus found =
       js_GetConsumerInfo(&info, stream_.get(), settings_.name.c_str(), consumer_.c_str(), nullptr, nullptr);
-  jsConsumerInfo_Destroy(info);
-  return found == NATS_OK;
+  const std::unique_ptr<jsConsumerInfo, decltype(&jsConsumerInfo_Destroy)> owner(info, &jsConsumerInfo_Destroy);
+  if (found != NATS_OK) return false;
+  has_read_all_ = has_read_all_ || info->NumPending == 0;
+  return true;
+}
+
+Reading StreamConnection::OnQuiet(steady_clock::time_point now) {
+  if (has_read_all_ && now - quiet_since_ < kQuiet) return Reading::kGoesOn;
+  quiet_since_ = now;
+  return LookAtConsumer() ? Reading::kGoesOn : Reading::kBroken;
 }
 
 Reading StreamConnection::Read(milliseconds wait, std::vector<SiteText>& texts) {
+  jsFetchRequest request;
+  jsFetchRequest_Init(&request);
+  request.Expires = std::chrono::nanoseconds(wait).count();
+  request.Batch = kBatch;
+  request.MaxBytes = kBatchBytes;
   natsMsgList list{};
-  const natsStatus status = natsSubscription_Fetch(&list, texts_.get(), kBatch, wait.count(), nullptr);
+  const natsStatus status = natsSubscription_FetchRequest(&list, texts_.get(), &request);
   const std::unique_ptr<natsMsgList, decltype(&natsMsgList_Destroy)> owner(&list, &natsMsgList_Destroy);
-  if (status == NATS_TIMEOUT) {
-    const auto now = steady_clock::now();
-    if (now - quiet_since_ < kQuiet) return Reading::kGoesOn;
-    quiet_since_ = now;
-    return IsConsumerThere() ? Reading::kGoesOn : Reading::kBroken;
-  }
+  const auto now = steady_clock::now();
+  if (status == NATS_TIMEOUT) return OnQuiet(now);
   if (status != NATS_OK) return Reading::kBroken;
-  quiet_since_ = steady_clock::now();
+  quiet_since_ = now;
   for (int at = 0; at < list.Count; ++at) {
-    jsMsgMetaData* facts = nullptr;
-    if (natsMsg_GetMetaData(&facts, list.Msgs[at]) != NATS_OK) continue;
-    const std::unique_ptr<jsMsgMetaData, decltype(&jsMsgMetaData_Destroy)> facts_owner(facts, &jsMsgMetaData_Destroy);
+    jsMsgMetaData* made = nullptr;
+    if (natsMsg_GetMetaData(&made, list.Msgs[at]) != NATS_OK) continue;
+    const std::unique_ptr<jsMsgMetaData, decltype(&jsMsgMetaData_Destroy)> facts(made, &jsMsgMetaData_Destroy);
     // Nothing is delivered twice without acknowledgements: what was lost on its way is missing.
     if (facts->Sequence.Consumer != next_) return Reading::kBroken;
     ++next_;
-    if (auto text = TextIn(list.Msgs[at], facts->Timestamp)) texts.push_back(std::move(*text));
+    has_read_all_ = has_read_all_ || facts->NumPending == 0;
+    auto text = TextIn(list.Msgs[at]);
+    if (!text) continue;
+    text->stored_at_ns = facts->Timestamp;
+    text->stream_made_ns = stream_made_ns_;
+    text->sequence = facts->Sequence.Stream;
+    texts.push_back(std::move(*text));
   }
   return Reading::kGoesOn;
 }

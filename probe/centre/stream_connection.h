@@ -56,6 +56,9 @@ class StreamConnection {
 
   bool is_subscribed() const { return texts_ != nullptr; }
 
+  /// Whether all texts that the stream had at the subscription have been read.
+  bool has_read_all() const { return has_read_all_; }
+
   /// Gives a subscription up that is of no use any more.
   void Unsubscribe();
 
@@ -70,8 +73,11 @@ class StreamConnection {
   void Close();
 
  private:
-  void MakeStream();
-  bool IsConsumerThere();
+  void FindStream();
+
+  /// Whether the consumer is still there; notes whether it has anything left.
+  bool LookAtConsumer();
+  Reading OnQuiet(std::chrono::steady_clock::time_point now);
 
   const StreamSettings settings_;
   const std::string consumer_;
@@ -79,6 +85,8 @@ class StreamConnection {
   std::unique_ptr<jsCtx, uplink::ReleaseNats<&jsCtx_Destroy>> stream_;
   uplink::NatsSubscription texts_;  // null: not subscribed
   std::uint64_t next_ = 0;          // number of the next delivery of the consumer
+  std::int64_t stream_made_ns_ = 0;
+  bool has_read_all_ = false;
   std::chrono::steady_clock::time_point quiet_since_;
 };
 

@@ -80,9 +80,14 @@ void StreamReader::Step() {
   const Reading reading = current->Read(kWait, texts);
   for (SiteText& text : texts) take_(std::move(text));
   if (stop_.IsSetBefore({})) return;
-  if (reading == Reading::kGoesOn) return NoteReading(true, "");
+  if (reading == Reading::kGoesOn) {
+    if (current->has_read_all()) NoteReading(true, "");
+    return;
+  }
   current->Unsubscribe();
-  if (!current->IsConnected()) NoteReading(false, current->WhyNotConnected());
+  NoteReading(false, current->IsConnected() ? "its texts do not come in order" : current->WhyNotConnected());
+  // What breaks again and again is not made anew as fast as it can.
+  stop_.IsSetBefore(steady_clock::now() + kWait);
 }
 
 std::shared_ptr<StreamConnection> StreamReader::OpenedConnection() {

@@ -5,12 +5,14 @@
 #include <exception>
 #include <sstream>
 #include <string>
+#include <string_view>
 #include <variant>
 
 #include "probe/app/command_line.h"
 #include "probe/app/service_manager.h"
 #include "probe/app/service_signals.h"
 #include "probe/centre/centre.h"
+#include "probe/centre/stream_connection.h"
 #include "probe/centre_app/centre_command_line.h"
 #include "probe/host/journal_priority.h"
 #include "probe/host/log.h"
@@ -31,6 +33,7 @@ void PrintError(const std::string& text) {
 int Check(const CommandLine& command_line) {
   const probe::Settings settings = probe::centre::SettingsFor(command_line);
   probe::RequireServable(settings.server);
+  probe::centre::StreamConnection::RequireUsable(settings.centre.stream);
   std::puts("The configuration can be used.");
   return 0;
 }
@@ -46,7 +49,11 @@ int Run(const CommandLine& command_line) {
   probe::centre::Centre centre(settings.centre, settings.server, [&] { service_signals.Interrupt(); });
   centre.Start();
   probe::TellServiceManager("READY=1");
-  const char* const signal = service_signals.Wait();
+  const char* signal = service_signals.Wait();
+  while (signal != nullptr && std::string_view(signal) == "SIGHUP" && !service_signals.IsTerminalGone()) {
+    probe::log::Warning("SIGHUP: the configuration is read at a start only");
+    signal = service_signals.Wait();
+  }
   probe::TellServiceManager("STOPPING=1");
   probe::log::Info("%s: stopping", signal == nullptr ? "failure" : signal);
   centre.Stop();

@@ -164,6 +164,8 @@ void CheckLogin(const uplink::NatsLogin& login, const std::string& table, const 
 
 void CheckStream(const Settings& settings, const KeyPlaces& places, SettingsErrors& errors) {
   CheckLogin(settings.centre.stream, "stream", places, errors);
+  if (settings.centre.stream.servers.empty())
+    errors.Add(places.at("stream.servers"), "stream.servers", "must name one");
   if (settings.centre.stream.name.empty()) errors.Add(places.at("stream.name"), "stream.name", "must not be empty");
 }
 
@@ -251,6 +253,10 @@ void FindKeyFiles(Settings& settings, const KeyPlaces& places, SettingsErrors& e
 void CheckToken(const Settings& settings, const KeyPlaces& places, SettingsErrors& errors) {
   if (settings.server.token.empty()) return;
   const std::string key = settings.token_file.empty() ? "server.token" : "server.token_file";
+  for (const NamedToken& other : settings.server.named_tokens) {
+    if (other.token == settings.server.token && other.token.text() != kUncheckedSecret)
+      errors.Add(places.at(key), key, "is the token of the group \"" + other.name + "\", too");
+  }
   if (const std::string why = WhyTokenIsWeak(settings.server); !why.empty()) errors.Add(places.at(key), key, why);
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <string_view>
 #include <utility>
 
 #include "probe/settings/key_makers.h"
@@ -18,7 +19,8 @@ SettingKey ServersKey(std::string table, Member member, std::string help) {
   key.accepts = [](const SettingValue& value) {
     const auto& texts = std::get<std::vector<std::string>>(value);
     return std::all_of(texts.begin(), texts.end(), [](const std::string& text) {
-      return text.starts_with("nats://") || text.starts_with("tls://");
+      const std::string_view scheme = text.starts_with("tls://") ? "tls://" : "nats://";
+      return text.starts_with(scheme) && text.size() > scheme.size() && text.find(' ') == text.npos;
     });
   };
   return key;

@@ -30,9 +30,11 @@ std::string NewInbox(const std::string& site) {
   return "_INBOX_" + site + "." + std::to_string(device()) + std::to_string(device());
 }
 
+/// Null when the library has given up meanwhile, as it does when servers refuse the login.
 NatsSubscription Subscribe(natsConnection* connection, const std::string& subject) {
   natsSubscription* made = nullptr;
-  CheckNats(natsConnection_SubscribeSync(&made, connection, subject.c_str()), subject);
+  const natsStatus status = natsConnection_SubscribeSync(&made, connection, subject.c_str());
+  if (status != NATS_CONNECTION_CLOSED) CheckNats(status, subject);
   return NatsSubscription(made);
 }
 
@@ -179,7 +181,8 @@ void StreamLink::AwaitAnswers(const std::vector<SpooledMessage>& messages, std::
 
 std::optional<SiteRequest> StreamLink::NextRequest(milliseconds wait) {
   natsMsg* made = nullptr;
-  if (natsSubscription_NextMsg(&made, requests_.get(), wait.count()) != NATS_OK) return std::nullopt;
+  if (requests_ == nullptr || natsSubscription_NextMsg(&made, requests_.get(), wait.count()) != NATS_OK)
+    return std::nullopt;
   const NatsMessage request(made);
   const char* reply = natsMsg_GetReply(made);
   if (reply == nullptr) return std::nullopt;

@@ -94,7 +94,7 @@ class StreamLink {
   const std::string stream_;
   const std::string inbox_;
   NatsConnection connection_;
-  NatsSubscription requests_;
+  NatsSubscription requests_;  // null, as the next: the connection was over at once
   NatsSubscription answers_;
   std::uint64_t sent_ = 0;  // batches: an answer to an older one is no answer to this
   std::uint64_t reconnects_ = 0;

@@ -14,6 +14,7 @@
 #include <atomic>
 #include <ctime>
 #include <functional>
+#include <future>
 #include <map>
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -241,6 +242,24 @@ TEST_F(CentreTest, LeavesTextsOutThatHaveNoIdOfTheirSite) {
   EXPECT_THAT(SiteNames(), ElementsAre("north"));
 }
 
+TEST_F(CentreTest, LeavesTextsOutThatAServerCopiedUnderAnotherName) {
+  Start();
+  test::StreamReader somebody(nats_.url());
+  FakeSite north(nats_.url(), "north");
+  north.Tell("devices", "right");
+  ASSERT_TRUE(Has("north", "devices", "right"));
+  // As the stream answers who asks for a text, here led to where another site's texts are.
+  natsMsg* made = nullptr;
+  ASSERT_EQ(natsMsg_Create(&made, "vexora.v1.south.devices", nullptr, "forged", 6), NATS_OK);
+  const probe::uplink::NatsMessage copy(made);
+  natsMsgHeader_Set(made, "Nats-Msg-Id", "south.devices.text-1");
+  natsMsgHeader_Set(made, "Nats-Subject", "vexora.v1.north.devices");
+  natsConnection_PublishMsg(somebody.connection(), made);
+  north.Tell("devices", "again");
+  ASSERT_TRUE(Has("north", "devices", "again"));
+  EXPECT_THAT(SiteNames(), ElementsAre("north"));
+}
+
 TEST_F(CentreTest, ServesThePagesOfAllSitesAndOfEach) {
   Start();
   EXPECT_EQ(BodyOf("/"), "the page of all sites");
@@ -279,6 +298,8 @@ TEST_F(CentreTest, AsksASiteForWhatItsTextsDoNotSay) {
     SiteReply reply = HttpReply(request.what + " " + request.text);
     reply.headers.emplace_back("Vexora-Header-vexora-time-zone", "Asia/Tokyo");
     reply.headers.emplace_back("Vexora-Header-set-cookie", "stolen=1");
+    reply.headers.emplace_back("Vexora-Header-vexora-utc-offset", "0\nset-cookie: stolen=2");
+    reply.headers.emplace_back("Vexora-Header-vexora-other", "stolen=3");
     reply.headers.emplace_back("Vexora-Header-location", "https://elsewhere.example");
     return reply;
   });
@@ -300,12 +321,13 @@ TEST_F(CentreTest, HandsOnNothingThatCouldRunInThePagesOfOtherSites) {
     const std::vector<SiteReply> replies{
         HttpReply("<script>", "text/html"),         HttpReply("<script>", "image/svg+xml"),
         HttpReply("{}", "application/json", "100"), HttpReply("{}", "application/json", "999"),
+        HttpReply("{}", "application/json", "401"), HttpReply("{}", "application/json", "204"),
         HttpReply("", "application/json", "413"),   {{}, "{}"}};
     return replies[static_cast<std::size_t>(turn++) % replies.size()];
   });
   north.Tell("devices", "{}");
   ASSERT_TRUE(Has("north", "devices", "{}"));
-  for (int at = 0; at < 6; ++at) {
+  for (int at = 0; at < 8; ++at) {
     const std::string answer = Get("/sites/north/api/v1/ports?mac=AA");
     EXPECT_THAT(answer, HasSubstr(" 502 ")) << at;
     EXPECT_THAT(answer, Not(HasSubstr("<script>"))) << at;
@@ -439,6 +461,36 @@ TEST_F(CentreTest, AsksASiteForOtherFilters) {
   EXPECT_EQ(Next(client), expected);
   EXPECT_EQ(Next(other), expected);
   EXPECT_EQ(asked, 1) << "once for both";
+}
+
+TEST_F(CentreTest, PushesTheTextsOfSitesWhileAnotherKeepsItWaiting) {
+  Start();
+  std::promise<void> over;
+  const auto is_over = over.get_future().share();
+  std::atomic<int> asked{0};
+  FakeSite north(nats_.url(), "north", [&](const SiteRequest&) {
+    ++asked;
+    is_over.wait();
+    return SiteReply{};
+  });
+  FakeSite south(nats_.url(), "south");
+  for (FakeSite* const site : {&north, &south}) {
+    site->Tell("HealthMonitor", "{}");
+    site->Tell("TrafficMonitor", "{}");
+  }
+  ASSERT_TRUE(Has("north", "TrafficMonitor", "{}") && Has("south", "TrafficMonitor", "{}"));
+  auto waiting = Connect("/sites/north/");
+  Subscribe(waiting, "north", "TrafficMonitor", "a", R"({"interval":"5m"})");
+  Subscribe(waiting, "north", "HealthMonitor", "a", R"({"mac":"AA"})");
+  auto client = Connect("/sites/south/");
+  Subscribe(client, "south", "HealthMonitor", "a", "{}");
+  north.Tell("TrafficMonitor", "[1]");
+  north.Tell("HealthMonitor", "[1]");
+  ASSERT_TRUE(Eventually([&] { return asked > 0; }));
+  south.Tell("HealthMonitor", "[2]");
+  EXPECT_EQ(Next(client), "[2]");
+  EXPECT_EQ(asked, 1) << "one thing at a time";
+  over.set_value();
 }
 
 TEST_F(CentreTest, OpensWebsocketsOfSitesThatItKnows) {

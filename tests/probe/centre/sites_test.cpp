@@ -11,6 +11,7 @@
 
 #include "probe/centre/centre_settings.h"
 #include "probe/centre/site_summary.h"
+#include "probe/uplink/pass_collector.h"
 
 namespace {
 
@@ -30,7 +31,8 @@ bool All(const std::string& /*site*/) {
 }
 
 SiteText TextOf(const std::string& site, const std::string& topic, const std::string& text, time_t at = kNow) {
-  return {site, topic, "2027-01-15T08:00:00Z", std::int64_t{at} * kSecond, text};
+  return {site, topic, probe::uplink::IdOfTime(at), std::int64_t{at} * kSecond, 1, static_cast<std::uint64_t>(at),
+          text};
 }
 
 std::string HealthOf(int level, int alerts, int warnings) {
@@ -86,6 +88,64 @@ TEST_F(SitesTest, TakeNoMoreThanFitsIntoTheMemory) {
   EXPECT_FALSE(sites_.Has("one_more"));
   EXPECT_TRUE(sites_.Put(TextOf("site0", "devices", "newer", kNow + 1))) << "those that are there go on";
   EXPECT_TRUE(sites_.Put(TextOf("site0", "HealthMonitor", "")));
+}
+
+TEST_F(SitesTest, TakeNoMoreOfOneThanASiteHas) {
+  const std::string large(Sites::kMaxSiteBytes / 2 + 1, ' ');
+  EXPECT_TRUE(sites_.Put(TextOf("north", "devices", large)));
+  EXPECT_FALSE(sites_.Put(TextOf("north", "clients", large)));
+  EXPECT_TRUE(sites_.Put(TextOf("north", "devices", large, kNow + 1))) << "in place of the one before";
+  EXPECT_TRUE(sites_.Put(TextOf("south", "devices", large)));
+}
+
+TEST_F(SitesTest, ListNoMoreThanASiteHas) {
+  std::string numbers = "0";
+  std::string devices = R"({"mac":"0"})";
+  for (std::size_t at = 0; at < SiteSummary::kMaxListed; ++at) {
+    numbers += ",0";
+    devices += R"(,{"mac":"1"})";
+  }
+  sites_.Put(TextOf("north", "devices", R"({"devices":[)" + numbers + "]}"));
+  EXPECT_EQ(OnlyOne().devices, 0U) << "a number is no device";
+  sites_.Put(TextOf("north", "devices", R"({"devices":[)" + devices + "]}", kNow + 1));
+  EXPECT_EQ(OnlyOne().devices, SiteSummary::kMaxListed);
+  sites_.Put(TextOf("north", "status", R"({"version":")" + std::string(1000, 'v') + "\"}"));
+  EXPECT_EQ(OnlyOne().version.size(), SiteSummary::kMaxOctets);
+}
+
+TEST_F(SitesTest, GoByTheOrderOfTheStreamNotByTheClocksOfItsServers) {
+  SiteText first = TextOf("north", "devices", "first", kNow);
+  SiteText second = TextOf("north", "devices", "second", kNow - 3600);
+  second.sequence = first.sequence + 1;
+  EXPECT_TRUE(sites_.Put(first));
+  EXPECT_TRUE(sites_.Put(second)) << "stored by a server whose clock is behind";
+  EXPECT_FALSE(sites_.Put(first));
+  SiteText anew = TextOf("north", "devices", "anew", kNow);
+  anew.stream_made_ns = 2;
+  anew.sequence = 1;
+  EXPECT_TRUE(sites_.Put(anew)) << "the stream was made anew, and counts anew";
+}
+
+TEST_F(SitesTest, AreHeardWhenTheirTextsTellOfNotWhenTheyWereStored) {
+  SiteText late = TextOf("north", "devices", "{}", kNow - 3600);
+  late.stored_at_ns = std::int64_t{kNow} * kSecond;
+  sites_.Put(late);
+  EXPECT_EQ(sites_.Heard("north"), kNow - 3600) << "it waited in a spool";
+  SiteText ahead = TextOf("south", "devices", "{}", kNow + 3600);
+  ahead.stored_at_ns = std::int64_t{kNow} * kSecond;
+  sites_.Put(ahead);
+  EXPECT_EQ(sites_.Heard("south"), kNow) << "a simulated network runs ahead";
+  SiteText odd = TextOf("west", "devices", "{}");
+  odd.id = "no time";
+  sites_.Put(odd);
+  EXPECT_EQ(sites_.Heard("west"), kNow);
+}
+
+TEST_F(SitesTest, AreForgottenWhenNothingIsHeard) {
+  sites_.Put(TextOf("old", "devices", "{}", kNow - 10));
+  sites_.Put(TextOf("new", "devices", "{}", kNow));
+  sites_.ForgetUnheardSince(kNow - 5);
+  EXPECT_THAT(NamesOf(sites_.List(All, kNow)), ElementsAre("new"));
 }
 
 TEST_F(SitesTest, HaveNamesThatCanStandInAPath) {

@@ -69,6 +69,9 @@ TEST_F(CentreSettingsTest, RefuseWhatCannotBeAStream) {
   EXPECT_THAT(ErrorIn("[stream]\nname = \"\"\n"), HasSubstr("stream.name: must not be empty"));
   EXPECT_THAT(ErrorIn("[stream]\nname = \"a.b\"\n"), HasSubstr("stream.name"));
   EXPECT_THAT(ErrorIn("[stream]\nservers = [\"http://a\"]\n"), HasSubstr("nats:// or tls://"));
+  EXPECT_THAT(ErrorIn("[stream]\nservers = [\"nats://\"]\n"), HasSubstr("nats:// or tls://"));
+  EXPECT_THAT(ErrorIn("[stream]\nservers = [\"nats://a b\"]\n"), HasSubstr("nats:// or tls://"));
+  EXPECT_THAT(ErrorIn("[stream]\nservers = []\n"), HasSubstr("stream.servers: must name one"));
   EXPECT_THAT(ErrorIn("[stream]\nreplicas = 6\n"), HasSubstr("from 1 to 5"));
   EXPECT_THAT(ErrorIn("[stream]\nnkey = \"U\"\n"),
               HasSubstr("stream.nkey_seed: must be given together with stream.nkey"));
@@ -107,6 +110,13 @@ TEST_F(CentreSettingsTest, NeverHaveOneTokenForTwoGroupsNorTellIt) {
   const std::string error = ErrorIn(Group("east", TokenFile("one", "the-token"), R"(["a"])") +
                                     Group("west", TokenFile("two", "the-token"), R"(["b"])"));
   EXPECT_THAT(error, HasSubstr("access[1].token_file: holds the token of \"east\", too"));
+  EXPECT_THAT(error, ::testing::Not(HasSubstr("the-token")));
+}
+
+TEST_F(CentreSettingsTest, NeverGiveAGroupTheTokenOfAll) {
+  const std::string error = ErrorIn("[server]\ntoken_file = \"" + TokenFile("all", "the-token") + "\"\n" +
+                                    Group("east", TokenFile("one", "the-token"), R"(["a"])"));
+  EXPECT_THAT(error, HasSubstr("centre.toml:2: server.token_file: is the token of the group \"east\", too"));
   EXPECT_THAT(error, ::testing::Not(HasSubstr("the-token")));
 }
 

@@ -162,4 +162,18 @@ TEST_F(SitePermissionsTest, LetASiteAnswerWhoAsks) {
   EXPECT_EQ(test::NextAnswer(made), "newest");
 }
 
+TEST_F(SitePermissionsTest, LetASiteAnswerNothingElse) {
+  StreamLink north(SettingsOf("north", "north"));
+  test::AwaitConnection(north);
+  natsSubscription* made = nullptr;
+  ASSERT_EQ(natsConnection_SubscribeSync(&made, centre_.connection(), "_INBOX_centre.>"), NATS_OK);
+  const probe::uplink::NatsSubscription answers(made);
+  const auto request = test::AskUntilHeard(centre_, "vexora.v1.north.request.newest", "_INBOX_centre.test.5", north);
+  ASSERT_TRUE(request);
+  // As the client library numbers its questions, whomever they are put to.
+  north.Reply("_INBOX_centre.test.6", {{}, "forged"});
+  north.Reply(request->reply, {{}, "newest"});
+  EXPECT_EQ(test::NextAnswer(made), "newest");
+}
+
 }  // namespace
