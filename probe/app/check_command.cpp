@@ -46,10 +46,6 @@ std::string Warning(const UsedFile& file) {
          "\"${CREDENTIALS_DIRECTORY}/vexora_NAME\"";
 }
 
-void Print(log::Level level, const std::string& line) {
-  std::fprintf(stderr, "%s%s\n", log::StandardErrorPrefix(level), line.c_str());
-}
-
 }  // namespace
 
 CheckResult CheckConfiguration(const CommandLine& command_line,
@@ -76,9 +72,9 @@ CheckResult CheckConfiguration(const CommandLine& command_line,
 
 int CheckCommand(const CommandLine& command_line) {
   const CheckResult result = CheckConfiguration(command_line, CanServiceRead);
-  for (const std::string& line : result.errors) Print(log::Level::kError, line);
-  for (const std::string& line : result.warnings) Print(log::Level::kWarning, "warning: " + line);
-  for (const std::string& line : result.unchecked) Print(log::Level::kInfo, line);
+  for (const std::string& line : result.errors) log::PrintLines(log::Level::kError, line);
+  for (const std::string& line : result.warnings) log::PrintLines(log::Level::kWarning, "warning: " + line);
+  for (const std::string& line : result.unchecked) log::PrintLines(log::Level::kInfo, line);
   if (!result.errors.empty()) return 1;
   std::puts(result.unchecked.empty() ? "the configuration can be used"
                                      : "the configuration can be used, as far as it can be checked here");

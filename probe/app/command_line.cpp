@@ -1,12 +1,10 @@
 #include "probe/app/command_line.h"
 
 #include <CLI/CLI.hpp>
-#include <algorithm>
 #include <filesystem>
 #include <iostream>
 #include <limits>
 #include <memory>
-#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -16,24 +14,15 @@
 #include "probe/app/token_command.h"
 #include "probe/journal/journal_tools.h"
 #include "probe/recording/recording_settings.h"
+#include "probe/settings/log_levels.h"
 #include "probe/settings/setting_keys.h"
 #include "probe/sources/simulated/simulated_settings.h"
 #include "probe/sources/snmp/profile_catalogue.h"
-#include "probe/text/unknown_option.h"
+#include "probe/text/command_line_exit.h"
 #include "probe/version/version.h"
 
 namespace probe {
 namespace {
-
-const SettingKey& LogLevelKey() {
-  return *std::find_if(SettingKeys().begin(), SettingKeys().end(),
-                       [](const SettingKey& key) { return key.Path() == "logging.level"; });
-}
-
-/// CLI11's form of a check: an empty text for a value that will do.
-std::string CheckLogLevel(const std::string& level) {
-  return LogLevelKey().accepts(level) ? "" : "must be " + LogLevelKey().expected;
-}
 
 /// The configuration file, where there is one.
 std::optional<std::string> ConfigurationFile(const std::optional<std::string>& named, const std::string& system_file) {
@@ -113,7 +102,7 @@ void Describe(CLI::App& app, CommandLine& result) {
       ->excludes(once);
   app.add_option("--log", result.log_level, "How much to log: debug, info, warning or error")
       ->type_name("LEVEL")
-      ->check(CheckLogLevel);
+      ->check(&WhyNoLogLevel);
   app.add_option("--port", result.port, "TCP port to listen on; 0: any free one, which the log names")
       ->type_name("PORT")
       ->check(CLI::Range(0, 65535))
@@ -272,13 +261,7 @@ std::variant<CommandLine, CommandLineExit> ParseCommandLine(int count, const cha
     }
     return result;
   } catch (const CLI::ParseError& error) {
-    std::ostringstream asked_for;
-    std::ostringstream complaint;
-    // CLI11 throws for --help and --version, too, whose exit code is 0.
-    if (app.exit(error, asked_for, complaint) == 0) return CommandLineExit{0, asked_for.str()};
-    const std::string unknown = UnknownOption({arguments + 1, arguments + count}, OptionsOf(app));
-    return CommandLineExit{kUnusable,
-                           unknown.empty() ? complaint.str() : unknown + "\nRun with --help for more information.\n"};
+    return ExitFor(app, error, {arguments + 1, arguments + count});
   }
 }
 
@@ -286,7 +269,7 @@ Settings SettingsFor(const CommandLine& command_line, const std::string& system_
   Settings settings;
   if (const auto file = ConfigurationFile(command_line.config, system_file)) settings = ReadSettings(*file, review);
   if (command_line.plugin) settings.plugin_path = *command_line.plugin;
-  if (command_line.log_level) LogLevelKey().assign(settings, *command_line.log_level);
+  if (command_line.log_level) settings.log_level = LevelNamed(*command_line.log_level).value_or(settings.log_level);
   if (command_line.port) settings.server.port = *command_line.port;
   ChooseSources(command_line, settings);
   return settings;

@@ -8,6 +8,7 @@
 
 #include "probe/recording/recording_settings.h"
 #include "probe/settings/settings.h"
+#include "probe/text/command_line_exit.h"
 
 namespace probe {
 
@@ -30,15 +31,6 @@ struct CommandLine {
   /// Does what was asked for instead of running the probe, and gives the exit code; empty: run the probe.
   std::function<int()> subcommand;
 };
-
-/// A command line that the program answers with a text before it exits: help, version or an error.
-struct CommandLineExit {
-  int exit_code = 0;  ///< 0 for what was asked for, 2 for a command line that cannot be used.
-  std::string text;   ///< For standard output in the first case, standard error in the second; ends with a line end.
-};
-
-/// Exit code of a program whose command line or configuration cannot be used.
-inline constexpr int kUnusable = 2;
 
 /// Where the configuration is looked for when the command line names none.
 inline constexpr const char* kSystemConfiguration = "/etc/vexora/probe.toml";

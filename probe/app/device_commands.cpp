@@ -20,6 +20,7 @@
 #include "probe/sources/snmp/profile_catalogue.h"
 #include "probe/sources/snmp/value.h"
 #include "probe/sources/snmp/walk_agent.h"
+#include "probe/text/command_line_exit.h"
 
 namespace probe {
 namespace {

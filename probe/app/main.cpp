@@ -1,7 +1,6 @@
 #include <sys/prctl.h>
 
 #include <csignal>
-#include <cstdio>
 #include <exception>
 #include <iostream>
 #include <memory>
@@ -23,15 +22,13 @@
 #include "probe/server/net/server_settings.h"
 #include "probe/settings/settings.h"
 #include "probe/sources/snmp/profile_catalogue.h"
+#include "probe/text/command_line_exit.h"
 
 namespace {
 
-/// Writes what is wrong to standard error, each line with the priority of an error where the journal reads it.
+/// Writes what is wrong to standard error, with the priority of an error where the journal reads it.
 void PrintError(const std::string& text) {
-  std::istringstream lines(text);
-  for (std::string line; std::getline(lines, line);) {
-    std::fprintf(stderr, "%s%s\n", probe::log::StandardErrorPrefix(probe::log::Level::kError), line.c_str());
-  }
+  probe::log::PrintLines(probe::log::Level::kError, text);
 }
 
 /// What `run` returns; or, when it throws, the exit code for that, once the reason has been told behind `prefix`.
@@ -126,14 +123,8 @@ int Run(const probe::CommandLine& command_line) {
 int main(int argc, char** argv) {
   return Guarded("vexora-probe", [&] {
     const auto parsed = probe::ParseCommandLine(argc, argv);
-    if (const auto* answer = std::get_if<probe::CommandLineExit>(&parsed)) {
-      if (answer->exit_code == 0) {
-        std::fputs(answer->text.c_str(), stdout);
-      } else {
-        PrintError(answer->text);
-      }
-      return answer->exit_code;
-    }
+    if (const auto* answer = std::get_if<probe::CommandLineExit>(&parsed))
+      return probe::Print(*answer, probe::log::StandardErrorPrefix(probe::log::Level::kError));
     const auto& command_line = std::get<probe::CommandLine>(parsed);
     if (command_line.subcommand) return command_line.subcommand();
     if (command_line.is_check) return probe::CheckCommand(command_line);

@@ -12,6 +12,7 @@
 #include "probe/sources/snmp/profile_reading.h"
 #include "probe/sources/snmp/reading_text.h"
 #include "probe/sources/snmp/walk_agent.h"
+#include "probe/text/command_line_exit.h"
 
 namespace probe {
 namespace {

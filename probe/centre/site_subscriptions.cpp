@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "platform/sending.h"
+#include "platform/subscriptions.h"
 #include "probe/text/json_c_handle.h"
 
 using utilities::lock::lock_guard;

@@ -1,26 +1,15 @@
 #include "probe/centre_app/centre_command_line.h"
 
 #include <CLI/CLI.hpp>
-#include <algorithm>
 #include <filesystem>
-#include <sstream>
 
+#include "probe/settings/log_levels.h"
 #include "probe/settings/setting_keys.h"
-#include "probe/text/unknown_option.h"
+#include "probe/text/command_line_exit.h"
 #include "probe/version/version.h"
 
 namespace probe::centre {
 namespace {
-
-const SettingKey& LogLevelKey() {
-  const auto& keys = SettingKeys(Program::kCentre);
-  return *std::find_if(keys.begin(), keys.end(), [](const SettingKey& key) { return key.Path() == "logging.level"; });
-}
-
-/// CLI11's form of a check: an empty text for a value that will do.
-std::string CheckLogLevel(const std::string& level) {
-  return LogLevelKey().accepts(level) ? "" : "must be " + LogLevelKey().expected;
-}
 
 std::string Footer() {
   return "Exit codes: 0 stopped by SIGINT or SIGTERM, 1 could not start, 2 unusable command line or configuration. "
@@ -38,7 +27,7 @@ void Describe(CLI::App& app, CommandLine& result) {
   app.add_flag("--check", result.is_check, "Say whether the configuration can be used, and start nothing");
   app.add_option("--log", result.log_level, "How much to log: debug, info, warning or error")
       ->type_name("LEVEL")
-      ->check(CheckLogLevel);
+      ->check(&WhyNoLogLevel);
   app.add_option("--port", result.port, "TCP port to listen on; 0: any free one, which the log names")
       ->type_name("PORT")
       ->check(CLI::Range(0, 65535));
@@ -57,13 +46,7 @@ std::variant<CommandLine, CommandLineExit> ParseCommandLine(int count, const cha
     app.parse(count, arguments);
     return result;
   } catch (const CLI::ParseError& error) {
-    std::ostringstream asked_for;
-    std::ostringstream complaint;
-    // CLI11 throws for --help and --version, too, whose exit code is 0.
-    if (app.exit(error, asked_for, complaint) == 0) return CommandLineExit{0, asked_for.str()};
-    const std::string unknown = UnknownOption({arguments + 1, arguments + count}, OptionsOf(app));
-    return CommandLineExit{kUnusable,
-                           unknown.empty() ? complaint.str() : unknown + "\nRun with --help for more information.\n"};
+    return ExitFor(app, error, {arguments + 1, arguments + count});
   }
 }
 
@@ -72,7 +55,7 @@ Settings SettingsFor(const CommandLine& command_line, const std::string& system_
   std::optional<std::string> file = command_line.config;
   if (!file && std::filesystem::exists(system_file)) file = system_file;
   if (file) settings = ReadSettings(*file, nullptr, Program::kCentre);
-  if (command_line.log_level) LogLevelKey().assign(settings, *command_line.log_level);
+  if (command_line.log_level) settings.log_level = LevelNamed(*command_line.log_level).value_or(settings.log_level);
   if (command_line.port) settings.server.port = *command_line.port;
   return settings;
 }

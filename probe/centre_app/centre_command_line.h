@@ -5,8 +5,8 @@
 #include <string>
 #include <variant>
 
-#include "probe/app/command_line.h"
 #include "probe/settings/settings.h"
+#include "probe/text/command_line_exit.h"
 
 namespace probe::centre {
 

@@ -3,7 +3,6 @@
 #include <csignal>
 #include <cstdio>
 #include <exception>
-#include <sstream>
 #include <string>
 #include <string_view>
 #include <variant>
@@ -18,16 +17,15 @@
 #include "probe/host/log.h"
 #include "probe/server/net/server_settings.h"
 #include "probe/settings/settings.h"
+#include "probe/text/command_line_exit.h"
 
 namespace {
 
 using probe::centre::CommandLine;
 
-/// Writes what is wrong to standard error, each line with the priority of an error where the journal reads it.
+/// Writes what is wrong to standard error, with the priority of an error where the journal reads it.
 void PrintError(const std::string& text) {
-  std::istringstream lines(text);
-  for (std::string line; std::getline(lines, line);)
-    std::fprintf(stderr, "%s%s\n", probe::log::StandardErrorPrefix(probe::log::Level::kError), line.c_str());
+  probe::log::PrintLines(probe::log::Level::kError, text);
 }
 
 int Check(const CommandLine& command_line) {
@@ -61,22 +59,13 @@ int Run(const CommandLine& command_line) {
   return signal == nullptr ? 1 : 0;
 }
 
-/// Answers a command line with a text. Returns the exit code.
-int Answer(const probe::CommandLineExit& answer) {
-  if (answer.exit_code == 0) {
-    std::fputs(answer.text.c_str(), stdout);
-  } else {
-    PrintError(answer.text);
-  }
-  return answer.exit_code;
-}
-
 /// Does what the command line asks for. Returns the exit code, once the reason of a failure has been told.
 int Main(int argc, char** argv) {
   bool is_check = false;
   try {
     const auto parsed = probe::centre::ParseCommandLine(argc, argv);
-    if (const auto* answer = std::get_if<probe::CommandLineExit>(&parsed)) return Answer(*answer);
+    if (const auto* answer = std::get_if<probe::CommandLineExit>(&parsed))
+      return probe::Print(*answer, probe::log::StandardErrorPrefix(probe::log::Level::kError));
     const auto& command_line = std::get<CommandLine>(parsed);
     is_check = command_line.is_check;
     return is_check ? Check(command_line) : Run(command_line);

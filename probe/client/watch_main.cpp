@@ -16,8 +16,8 @@
 #include "probe/client/request_check.h"
 #include "probe/client/url.h"
 #include "probe/client/websocket_client.h"
+#include "probe/text/command_line_exit.h"
 #include "probe/text/json_text.h"
-#include "probe/text/unknown_option.h"
 #include "probe/text/utf8.h"
 #include "probe/version/version.h"
 
@@ -28,8 +28,6 @@ volatile std::sig_atomic_t interrupted = 0;
 // How soon an interrupt is noticed.
 constexpr std::chrono::milliseconds kPatience{200};
 constexpr std::chrono::seconds kRetry{1};
-
-constexpr int kUnusable = 2;  // exit code: a command line that cannot be used
 
 constexpr const char* kFooter =
     R"(Topics: TrafficMonitor, HealthMonitor, DevicesClientCountMonitor, SSIDClientCountMonitor, wireless_top_monitor.
@@ -173,15 +171,6 @@ bool WatchOn(const WatchOptions& options) {
   }
 }
 
-/// Answers for `--help` and `--version`, or says what is wrong with the command line: the exit code.
-int Complain(const CLI::App& app, const CLI::ParseError& error, const std::vector<std::string>& words) {
-  // What is missing, as another error would have it, is often only what was written after the unknown option.
-  const std::string unknown = probe::UnknownOption(words, probe::OptionsOf(app));
-  if (unknown.empty() || error.get_exit_code() == 0) return app.exit(error) == 0 ? 0 : kUnusable;
-  std::cerr << unknown << "\nRun with --help for more information.\n";
-  return kUnusable;
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -193,7 +182,7 @@ int main(int argc, char** argv) {
     try {
       app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-      return Complain(app, error, {argv + 1, argv + argc});
+      return Print(probe::ExitFor(app, error, {argv + 1, argv + argc}));
     }
     // The handlers only leave a note, so that the connection is closed as the protocol has it.
     std::signal(SIGINT, [](int) { interrupted = 1; });
@@ -201,7 +190,7 @@ int main(int argc, char** argv) {
     return WatchOn(options) ? 0 : 1;
   } catch (const UsageError& error) {
     std::cerr << "probe-watch: " << probe::PrintableLine(error.what()) << "\n";
-    return kUnusable;
+    return probe::kUnusable;
   } catch (const std::exception& failure) {
     std::cerr << "probe-watch: " << probe::PrintableLine(failure.what()) << "\n";
     return 1;

@@ -3,7 +3,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <cstdlib>
+#include <sstream>
 #include <string>
 
 namespace probe::log {
@@ -33,6 +35,12 @@ const char* StandardErrorPrefix(Level level) {
   static const bool is_journal =
       IsJournal(STDERR_FILENO, std::getenv("JOURNAL_STREAM"));  // NOLINT(concurrency-mt-unsafe): nobody sets it
   return is_journal ? JournalPriority(level) : "";
+}
+
+void PrintLines(Level level, const std::string& text) {
+  std::istringstream lines(text);
+  for (std::string line; std::getline(lines, line);)
+    std::fprintf(stderr, "%s%s\n", StandardErrorPrefix(level), line.c_str());
 }
 
 }  // namespace probe::log

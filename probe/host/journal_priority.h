@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 #include "probe/host/log.h"
 
 namespace probe::log {
@@ -15,5 +17,8 @@ const char* JournalPriority(Level level);
 ///
 /// Threads: any. It is looked up once, for the journal is there from the start of the process or never.
 const char* StandardErrorPrefix(Level level);
+
+/// Writes a text to standard error, each of its lines with this level's prefix.
+void PrintLines(Level level, const std::string& text);
 
 }  // namespace probe::log

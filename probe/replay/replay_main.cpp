@@ -17,13 +17,12 @@
 #include "probe/recording/recording_line.h"
 #include "probe/replay/replay_host.h"
 #include "probe/replay/replay_output.h"
-#include "probe/text/unknown_option.h"
+#include "probe/text/command_line_exit.h"
 #include "probe/version/version.h"
 
 namespace {
 
 constexpr int kMalformed = 1;
-constexpr int kUnusable = 2;
 
 struct Arguments {
   std::string plugin = probe::DefaultPluginPath();
@@ -69,7 +68,7 @@ int Run(const Arguments& arguments) {
     // A directory can be opened; only reading from it fails.
     if (!file || std::filesystem::is_directory(arguments.recording)) {
       std::cerr << arguments.recording << ": cannot be read\n";
-      return kUnusable;
+      return probe::kUnusable;
     }
   }
   probe::ReplayOutput output(std::cout);
@@ -83,25 +82,16 @@ int Run(const Arguments& arguments) {
     status = kMalformed;
   } catch (const std::exception& error) {
     std::cerr << error.what() << "\n";
-    status = kUnusable;
+    status = probe::kUnusable;
   }
   // A disk that is full shows here at the latest, and cut output must not pass for all of it.
   if (!std::cout.flush()) {
     std::cerr << "the output cannot be written\n";
-    status = kUnusable;
+    status = probe::kUnusable;
   }
   // The writer refers to `output`.
   probe::log::SetWriter({});
   return status;
-}
-
-/// Answers for `--help` and `--version`, or says what is wrong with the command line: the exit code.
-int Complain(const CLI::App& app, const CLI::ParseError& error, const std::vector<std::string>& words) {
-  // What is missing, as another error would have it, is often only what was written after the unknown option.
-  const std::string unknown = probe::UnknownOption(words, probe::OptionsOf(app));
-  if (unknown.empty() || error.get_exit_code() == 0) return app.exit(error) == 0 ? 0 : kUnusable;
-  std::cerr << unknown << "\nRun with --help for more information.\n";
-  return kUnusable;
 }
 
 }  // namespace
@@ -121,10 +111,10 @@ int main(int argc, char** argv) try {
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
-    return Complain(app, error, {argv + 1, argv + argc});
+    return Print(probe::ExitFor(app, error, {argv + 1, argv + argc}));
   }
   return Run(arguments);
 } catch (const std::exception& error) {
   std::fprintf(stderr, "%s\n", error.what());
-  return kUnusable;
+  return probe::kUnusable;
 }

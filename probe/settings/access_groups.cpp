@@ -93,8 +93,7 @@ class GroupReader {
     Secret token(std::move(line.text));
     // Nobody could tell whose it is.
     for (const NamedToken& other : settings.server.named_tokens) {
-      if (other.token == token)
-        Fail("token_file", "holds the token of \"" + other.name + "\", too");
+      if (other.token == token) Fail("token_file", "holds the token of \"" + other.name + "\", too");
     }
     return token;
   }

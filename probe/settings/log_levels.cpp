@@ -40,6 +40,10 @@ std::string LevelsExpected() {
   return text;
 }
 
+std::string WhyNoLogLevel(const std::string& name) {
+  return LevelNamed(name) ? "" : "must be " + LevelsExpected();
+}
+
 void ReadLogLevels(const toml::node& node, SettingsErrors& errors, log::TextLevels& levels) {
   const toml::table* const table = node.as_table();
   if (table == nullptr) return errors.Add(node.source().begin.line, kLogLevels, "must be a table");

@@ -19,6 +19,9 @@ const std::vector<std::string>& LevelNames();
 /// What a level has to be: `one of "debug", ...`.
 std::string LevelsExpected();
 
+/// Why this is the name of no level, in the form of a check of a command line; empty: it is one.
+std::string WhyNoLogLevel(const std::string& name);
+
 /// Adds the texts of the table `[logging.levels]` to `levels`; one that is there already gets the new level.
 ///
 /// Fails: adds what is wrong to `errors`.

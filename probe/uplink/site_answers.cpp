@@ -68,12 +68,11 @@ const std::map<std::string, std::string>& PageTexts() {
   return texts;
 }
 
-std::vector<SiteReply> SiteAnswers::To(const SiteRequest& request,
-                                       const std::map<std::string, SpooledMessage>& newest) const {
+std::vector<SiteReply> SiteAnswers::To(const SiteRequest& request, const NewestTexts& newest) const {
   if (request.what == "newest") {
     std::vector<SiteReply> replies;
     replies.reserve(newest.size() + 1);
-    for (const auto& [topic, message] : newest) replies.push_back(OfTopic(topic, message.text));
+    for (const auto& [topic, message] : newest) replies.push_back(OfTopic(topic, message->text));
     replies.push_back(OfTopic("", ""));
     return replies;
   }

@@ -2,6 +2,7 @@
 
 #include <ctime>
 #include <map>
+#include <memory>
 #include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <utility>
@@ -47,16 +48,18 @@ const std::map<std::string, std::string>& PageTexts();
 ///   http      what is at a path below /api/v1/: {"path": "/api/v1/devices", "arguments": {}, "gzip": true}
 ///   message   the newest message for a filter: {"topic": "TrafficMonitor", "filter": {"interval": "5m"}}
 ///
-/// Threads: one at a time.
+/// Threads: any, as those of the site's interface.
 class SiteAnswers {
  public:
+  using NewestTexts = std::map<std::string, std::shared_ptr<const SpooledMessage>>;
+
   /// Octets that a request may have.
   static constexpr std::size_t kMaxRequestBytes = 4096;
 
   explicit SiteAnswers(SiteInterface site) : site_(std::move(site)) {}
 
   /// The answers to a request; none to one that nobody knows. `newest`: by topic.
-  std::vector<SiteReply> To(const SiteRequest& request, const std::map<std::string, SpooledMessage>& newest) const;
+  std::vector<SiteReply> To(const SiteRequest& request, const NewestTexts& newest) const;
 
   bool IsReport(const std::string& topic) const { return site_.reports.contains(topic); }
 

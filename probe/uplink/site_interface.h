@@ -9,7 +9,7 @@
 
 namespace probe::uplink {
 
-/// What the uplink asks of the probe to which it belongs, on its own thread, until it is stopped.
+/// What the uplink asks of the probe to which it belongs, on threads of its own, until it is stopped.
 struct SiteInterface {
   std::map<std::string, ReportCalls> reports;  ///< Name of a report -> its calls.
 

@@ -30,7 +30,8 @@ enum class Delivery {
 /// within its duplicate window. What was sent before a connection broke may have been stored long before it is made
 /// anew, so the last text of the topic is asked for then.
 ///
-/// Threads: one at a time. Source: the NATS documentation, "JetStream wire API reference".
+/// Threads: one at a time; `NextRequest` and `Reply` are for another one. Source: the NATS documentation, "JetStream
+/// wire API reference".
 class StreamLink {
  public:
   /// Connects to the first server that answers within some seconds; when none does, goes on without end.

@@ -66,6 +66,7 @@ void Uplink::Start(WebServer& server, SubscriptionService& service, SiteInterfac
   answers_ = std::make_unique<SiteAnswers>(std::move(site));
   collector_.Subscribe(server, service);
   log::Info("[Uplink] site %s sends to %zu servers", settings_.site.c_str(), settings_.servers.size());
+  answerer_ = std::make_unique<RequestAnswerer>(*answers_, [this] { return Link(); });
   thread_ = std::thread([this] { Run(); });
 }
 
@@ -74,6 +75,7 @@ void Uplink::Stop() {
   stop_.Set();
   if (const auto link = Link()) link->Close();
   thread_.join();
+  answerer_.reset();
 }
 
 UplinkCounts Uplink::counts() const {
@@ -119,12 +121,7 @@ void Uplink::Talk() {
   NoteConnection(*link);
   UpdateCounts();
   const bool has_more = spool_ != nullptr && SendSome(*link);
-  const auto end = std::chrono::steady_clock::now() + kWait;
-  if (const auto request = link->NextRequest(has_more ? milliseconds(1) : kWait)) {
-    Answer(*link, *request);
-  } else if (!has_more) {
-    stop_.IsSetBefore(end);  // a connection that is over does not wait
-  }
+  if (!has_more) stop_.IsSetBefore(std::chrono::steady_clock::now() + kWait);
 }
 
 std::shared_ptr<StreamLink> Uplink::OpenedLink() {
@@ -168,9 +165,7 @@ void Uplink::FillSpool() {
     inbox_.PutBack(std::move(messages));
     throw;
   }
-  for (SpooledMessage& message : messages) {
-    if (!answers_->IsReport(message.topic)) newest_[message.topic] = std::move(message);
-  }
+  answerer_->NoteNewest(std::move(messages));
 }
 
 void Uplink::AddReportsAndPages(std::vector<SpooledMessage>& messages) {
@@ -261,13 +256,6 @@ void Uplink::UpdateCounts() {
                             waiting.bytes};
   const lock_guard held(lock_);
   counts_ = counts;
-}
-
-void Uplink::Answer(StreamLink& link, const SiteRequest& request) const {
-  for (const SiteReply& reply : answers_->To(request, newest_)) {
-    if (link.Reply(request.reply, reply)) continue;
-    link.Reply(request.reply, {{{kStatusHeader, "413"}}, ""});
-  }
 }
 
 }  // namespace probe::uplink

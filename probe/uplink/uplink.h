@@ -18,6 +18,7 @@
 #include "probe/server/web_server.h"
 #include "probe/uplink/inbox.h"
 #include "probe/uplink/pass_collector.h"
+#include "probe/uplink/request_answerer.h"
 #include "probe/uplink/site_answers.h"
 #include "probe/uplink/site_interface.h"
 #include "probe/uplink/spool.h"
@@ -50,7 +51,7 @@ class Uplink {
 
   /// Subscribes, and begins to send. After the plug-in's start, on a server that runs.
   ///
-  /// `site` is called by the uplink's thread, until `Stop`.
+  /// `site` is called by the uplink's two threads, until `Stop`.
   void Start(WebServer& server, SubscriptionService& service, SiteInterface site);
 
   /// Ends the thread, which first puts into the spool what the passes have told.
@@ -76,21 +77,20 @@ class Uplink {
 
   void NoteCut(const std::map<std::string, CutMessages>& cut);
   bool SendSome(StreamLink& link);
-  void Answer(StreamLink& link, const SiteRequest& request) const;
   void NoteConnection(const StreamLink& link);
   void NoteTrouble(const std::string& trouble);
   void UpdateCounts();
 
   const UplinkSettings settings_;
   const std::string spool_file_;
-  std::unique_ptr<SiteAnswers> answers_;  // made before the thread starts
+  std::unique_ptr<SiteAnswers> answers_;  // made before the thread starts, as the next
+  std::unique_ptr<RequestAnswerer> answerer_;
   Inbox inbox_{kMaxInboxBytes};
   PassCollector collector_;
 
   // Of the thread.
-  std::unique_ptr<Spool> spool_;                  // null while it cannot be opened
-  std::map<std::string, SpooledMessage> newest_;  // topic -> its newest text
-  std::string last_day_;                          // of the pass before, local; empty: there was none
+  std::unique_ptr<Spool> spool_;  // null while it cannot be opened
+  std::string last_day_;          // of the pass before, local; empty: there was none
   bool is_spool_broken_ = false;
   std::optional<bool> is_connected_;    // that the log knows of; nothing: of neither
   std::set<std::string> reasons_told_;  // why it is not connected

@@ -1,6 +1,7 @@
 #include "probe/app/command_line.h"
 #include "probe/host/log.h"
 #include "probe/settings/settings.h"
+#include "probe/text/command_line_exit.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

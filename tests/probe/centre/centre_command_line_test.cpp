@@ -2,6 +2,7 @@
 
 #include "probe/centre_app/centre_command_line.h"
 #include "probe/host/log.h"
+#include "probe/text/command_line_exit.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -13,6 +13,7 @@
 #include <chrono>
 #include <csignal>
 #include <filesystem>
+#include <future>
 #include <map>
 #include <memory>
 #include <optional>
@@ -226,6 +227,25 @@ TEST_F(UplinkTest, AnswersWithTheNewestMessageForAFilter) {
   ASSERT_FALSE(reader_->Await(1).empty());
   EXPECT_THAT(reader_->Ask("vexora.v1.north.request.message", R"({"topic":"Topic","filter":{"interval":"5m"}})", false),
               ElementsAre(R"(Topic for {"interval":"5m"})"));
+}
+
+TEST_F(UplinkTest, SendsWhileSomebodyWaitsForAnAnswer) {
+  std::promise<void> over;
+  const auto is_over = over.get_future().share();
+  std::atomic<bool> is_asked{false};
+  site_.message = [&](const std::string&, const std::string&) {
+    is_asked = true;
+    is_over.wait();
+    return std::string();
+  };
+  StartUplink();
+  Pass(kBeforeMidnight, "first");
+  ASSERT_THAT(reader_->Await(1), SizeIs(1));
+  natsConnection_PublishRequestString(reader_->connection(), "vexora.v1.north.request.message", "nobody", "{}");
+  ASSERT_TRUE(Eventually([&] { return is_asked.load(); }));
+  Pass(kBeforeMidnight + 1, "second");
+  EXPECT_THAT(reader_->Await(2), SizeIs(2));
+  over.set_value();
 }
 
 TEST_F(UplinkTest, AsksForTheViewsFromWhichTheRestCanBeFolded) {
