@@ -115,13 +115,19 @@ describe('asking', () => {
     expect(apiPath('status')).toBe('/api/v1/status');
   });
 
+  test('says of a wrong token only that it is wrong, and of all else what the probe says', async () => {
+    const refusing = (status: number) => () => Promise.resolve({ status, text: '{"error":{"code":"x","message":"Refused: an explanation."}}' });
+    expect(await openSession(refusing(401), 'wrong')).toBe('That is not its token.');
+    expect(await openSession(refusing(429), 'wrong')).toBe('Refused: an explanation.');
+  });
+
   test('shows the token when it opens a session, and never again', async () => {
     const seen: [string, Record<string, string>][] = [];
     const fetcher = (path: string, headers: Record<string, string>) => {
       seen.push([path, headers]);
       return Promise.resolve({ status: 200, text: '1' });
     };
-    expect(await openSession(fetcher, 'secret')).toEqual({ kind: 'value', value: true });
+    expect(await openSession(fetcher, 'secret')).toBe('');
     await ask(fetcher, '/', number);
     expect(seen).toEqual([
       ['/api/v1/session', { Authorization: 'Bearer secret' }],

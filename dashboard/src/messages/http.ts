@@ -33,10 +33,14 @@ export async function ask<Value>(
   return { kind: 'error', status, code, message };
 }
 
-/** Shows the token once; the probe answers with a cookie that stands for it, which no script can read. */
-export function openSession(fetcher: Fetcher, token: string): Promise<Answer<true>> {
-  // A centre's token is for all its pages.
-  return ask(fetcher, '/api/v1/session', () => true as const, { Authorization: `Bearer ${token}` });
+/**
+ * Shows the token once; the probe, or the centre for all of its pages, answers with a cookie that stands for it, which no
+ * script can read. What is wrong, in words; empty when the page may go on.
+ */
+export async function openSession(fetcher: Fetcher, token: string): Promise<string> {
+  const answer = await ask(fetcher, '/api/v1/session', () => true as const, { Authorization: `Bearer ${token}` });
+  if (answer.kind === 'value') return '';
+  return answer.status === 401 ? t.frame.wrongToken : answer.message;
 }
 
 /** The browser's own. */

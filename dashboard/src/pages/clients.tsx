@@ -5,7 +5,7 @@ import { coarserView } from '../charts/range';
 import { align, drawn, type View, viewNames, viewTitles } from '../charts/series';
 import { formatNumber } from '../format/format';
 import { type CountSeries, decodeDeviceCounts, decodeSsidCounts, type DeviceCounts, type SsidCounts } from '../messages/decode';
-import { Blank, Choice, Loaded, Name, Stale } from '../parts/basics';
+import { Blank, Choice, Loaded, Name, SearchBox, Stale } from '../parts/basics';
 import { dashes } from '../parts/chart';
 import { type Line, LineKey } from '../parts/chart_texts';
 import { ComparedChart, isCompared } from '../parts/compared_chart';
@@ -86,10 +86,7 @@ function CountsChart({ title, series, all, nameOf, view, chosen, onShow, further
         <legend class="hidden">{t.clients.linesOf(title)}</legend>
         <div class="controls legend-tools">
           {ids.length > mostOffered && (
-            <label>
-              <span class="hidden">{t.clients.searchOf(title)}</span>
-              <input type="search" placeholder={t.clients.search(ids.length)} value={wanted} onInput={(event) => setWanted(event.currentTarget.value)} />
-            </label>
+            <SearchBox title={t.clients.searchOf(title)} hint={t.clients.search(ids.length)} value={wanted} onInput={setWanted} />
           )}
           <button type="button" class="button bare" onClick={() => onShow([])}>{t.clients.none}</button>
           <button type="button" class="button bare" onClick={() => onShow(null)}>{t.clients.largest(Math.min(mostLines, ids.length))}</button>

@@ -4,7 +4,7 @@ import { useMemo, useState } from 'preact/hooks';
 import { formatDuration, formatList, formatNumber, formatPercent, nothing } from '../format/format';
 import { decodeHealth } from '../messages/decode';
 import { decodeNotifications, type Notification } from '../messages/decode_now';
-import { Blank, Figure, LevelBadge, Loaded, Name, Notifications, Stale, Waiting } from '../parts/basics';
+import { Blank, Figure, LevelBadge, Loaded, Name, Notifications, SearchBox, Stale, Waiting } from '../parts/basics';
 import { WarningIcon } from '../parts/icons';
 import { JournalNote } from '../parts/journal';
 import { NotificationLine } from '../parts/now';
@@ -208,10 +208,7 @@ export function Overview({ route, change }: Navigation) {
       <div class="title">
         <h1>{t.overview.title}</h1>
         <div class="controls">
-          <label>
-            <span class="hidden">{t.overview.search}</span>
-            <input type="search" placeholder={t.overview.search} value={wanted} onInput={(event) => change({ search: event.currentTarget.value }, true)} />
-          </label>
+          <SearchBox title={t.overview.search} value={wanted} onInput={(text) => change({ search: text }, true)} />
           {sorting && <button type="button" class="button" onClick={() => change({ sort: '' })}>{t.overview.worstFirst}</button>}
         </div>
       </div>

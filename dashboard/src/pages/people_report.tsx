@@ -5,7 +5,7 @@ import { zoneSlug } from '../format/zone';
 import { formatBytes, formatDuration, formatNumber, formatPercent } from '../format/format';
 import type { ClientReport, ClientRow } from '../messages/decode';
 import { decodeClientReport } from '../messages/decode_http';
-import { Blank, Moment, Name } from '../parts/basics';
+import { Blank, Moment, Name, SearchBox } from '../parts/basics';
 import { download } from '../parts/download';
 import { ReportPage } from '../parts/period';
 import { type Column, Table } from '../parts/table';
@@ -66,10 +66,7 @@ function Report({ kind, report, period, navigation }: { kind: Kind; report: Clie
           {found.length !== all.length && <span class="note"> {t.people.of(formatNumber(all.length))}</span>}
         </h2>
         <div class="controls">
-          <label>
-            <span class="hidden">{words.search}</span>
-            <input type="search" placeholder={words.search} value={wanted} onInput={(event) => change({ search: event.currentTarget.value }, true)} />
-          </label>
+          <SearchBox title={words.search} value={wanted} onInput={(text) => change({ search: text }, true)} />
           <button type="button" class="button" onClick={save} disabled={sorted.length === 0}>{t.people.save}</button>
         </div>
       </div>

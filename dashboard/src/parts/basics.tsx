@@ -25,12 +25,20 @@ export function Moment({ text }: { text: string }) {
   return <data value={text}>{momentParts(text).map((part) => <Fragment key={part}><span class="together">{part}</span> </Fragment>)}</data>;
 }
 
+interface SearchBoxProps {
+  title: string;
+  /** What stands in it while it is empty. */
+  hint?: string;
+  value: string;
+  onInput: (value: string) => void;
+}
+
 /** Looks for a text in what a page shows. */
-export function SearchBox({ title, value, onInput }: { title: string; value: string; onInput: (value: string) => void }) {
+export function SearchBox({ title, hint = title, value, onInput }: SearchBoxProps) {
   return (
     <label>
       <span class="hidden">{title}</span>
-      <input type="search" placeholder={title} value={value} onInput={(event) => onInput(event.currentTarget.value)} />
+      <input type="search" placeholder={hint} value={value} onInput={(event) => onInput(event.currentTarget.value)} />
     </label>
   );
 }

@@ -30,10 +30,9 @@ export class Centre {
 
   /** Logs in. What is wrong, in words; empty when the page may go on. */
   async useToken(token: string): Promise<string> {
-    const answer = await openSession(fetchText, token);
-    if (answer.kind === 'error') return answer.message;
-    await this.read();
-    return '';
+    const complaint = await openSession(fetchText, token);
+    if (complaint === '') await this.read();
+    return complaint;
   }
 
   /** Devices and clients of all sites. */

@@ -9,7 +9,6 @@ import type { Zone } from '../format/zone';
 import { type DeviceLevels, levelsAfter } from './levels';
 import { type Moment, type Passes, passesFrom } from './passes';
 import { base } from './place';
-import { texts as t } from '../texts';
 
 export type Link = { kind: ConnectionState; until: Moment };
 
@@ -93,8 +92,8 @@ export class Probe {
 
   /** Logs in. What is wrong, in words; empty when the page may go on. */
   async useToken(token: string): Promise<string> {
-    const answer = await openSession(fetchText, token);
-    if (answer.kind === 'error') return answer.status === 401 ? t.frame.wrongToken : answer.message;
+    const complaint = await openSession(fetchText, token);
+    if (complaint !== '') return complaint;
     this.change({ needsToken: false });
     this.connection.retryNow();
     void this.readStatus();
