@@ -11,7 +11,7 @@ using utilities::lock::lock_guard;
 namespace probe::uplink {
 namespace {
 
-constexpr std::chrono::milliseconds kWait{200};  // how late a new link may be noticed
+constexpr std::chrono::milliseconds kNoticeLink{200};  // how late a new link may be noticed
 
 }  // namespace
 
@@ -49,8 +49,8 @@ void RequestAnswerer::Run() {
 
 void RequestAnswerer::Step() {
   const auto link = links_();
-  const auto end = std::chrono::steady_clock::now() + kWait;
-  const auto request = link == nullptr ? std::nullopt : link->NextRequest(kWait);
+  const auto end = std::chrono::steady_clock::now() + kNoticeLink;
+  const auto request = link == nullptr ? std::nullopt : link->NextRequest(kNoticeLink);
   if (!request) {
     stop_.IsSetBefore(end);  // a connection that is over does not wait
     return;
