@@ -1,5 +1,6 @@
 #include "probe/centre/stream_connection.h"
 
+#include <algorithm>
 #include <array>
 #include <random>
 #include <stdexcept>
@@ -15,10 +16,11 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-// Texts that are asked for at once. Above 64 MiB that wait, the client library counts itself too slow, and is thrown
-// out.
-constexpr int kBatch = 64;
-constexpr std::int64_t kBatchBytes = std::int64_t{32} * 1024 * 1024;
+// Texts that are asked for at once: so many, and no more than have so many octets, were each as large as it may be. A
+// server throws a client out for which more than 64 MiB wait. A request may bound octets, too, but servers drop the text
+// that goes beyond.
+constexpr std::int64_t kMaxBatch = 64;
+constexpr std::int64_t kBatchBytes = std::int64_t{48} * 1024 * 1024;
 constexpr milliseconds kFlush{5000};
 constexpr std::chrono::seconds kDuplicates{120};
 // A consumer that nobody asks for so long is one of a centre that is gone.
@@ -152,7 +154,9 @@ bool StreamConnection::LookAtConsumer() {
       js_GetConsumerInfo(&info, stream_.get(), settings_.name.c_str(), consumer_.c_str(), nullptr, nullptr);
   const std::unique_ptr<jsConsumerInfo, decltype(&jsConsumerInfo_Destroy)> owner(info, &jsConsumerInfo_Destroy);
   if (found != NATS_OK) return false;
-  has_read_all_ = has_read_all_ || info->NumPending == 0;
+  // What has been delivered may still be on its way.
+  const bool has_all = info->NumPending == 0 && info->Delivered.Consumer + 1 == next_;
+  has_read_all_ = has_read_all_ || has_all;
   return true;
 }
 
@@ -166,8 +170,8 @@ Reading StreamConnection::Read(milliseconds wait, std::vector<SiteText>& texts) 
   jsFetchRequest request;
   jsFetchRequest_Init(&request);
   request.Expires = std::chrono::nanoseconds(wait).count();
-  request.Batch = kBatch;
-  request.MaxBytes = kBatchBytes;
+  const std::int64_t largest = std::max<std::int64_t>(natsConnection_GetMaxPayload(connection_.get()), 1);
+  request.Batch = static_cast<int>(std::clamp<std::int64_t>(kBatchBytes / largest, 1, kMaxBatch));
   natsMsgList list{};
   const natsStatus status = natsSubscription_FetchRequest(&list, texts_.get(), &request);
   const std::unique_ptr<natsMsgList, decltype(&natsMsgList_Destroy)> owner(&list, &natsMsgList_Destroy);

@@ -85,7 +85,7 @@ void StreamReader::Step() {
     return;
   }
   current->Unsubscribe();
-  NoteReading(false, current->IsConnected() ? "its texts do not come in order" : current->WhyNotConnected());
+  NoteReading(false, current->IsConnected() ? "it broke off, and begins anew" : current->WhyNotConnected());
   // What breaks again and again is not made anew as fast as it can.
   stop_.IsSetBefore(steady_clock::now() + kWait);
 }

@@ -217,6 +217,26 @@ TEST_F(CentreTest, BeginsWithTheLastTextOfEachTopic) {
   EXPECT_TRUE(Has("north", "devices", "3"));
 }
 
+TEST_F(CentreTest, IsReadyWhenItHasReadAllThereIsHoweverMuch) {
+  test::StreamReader somebody(nats_.url());
+  somebody.MakeStream();
+  // More than the client library lets wait.
+  constexpr int kSites = 80;
+  const std::string text = R"({"devices":[]})" + std::string(900'000, ' ');
+  for (int at = 0; at < kSites; ++at) {
+    const std::string name = "site-" + std::to_string(at) + ".devices";
+    natsMsg* made = nullptr;
+    ASSERT_EQ(natsMsg_Create(&made, ("vexora.v1." + name).c_str(), nullptr, text.data(), static_cast<int>(text.size())),
+              NATS_OK);
+    const probe::uplink::NatsMessage message(made);
+    natsMsgHeader_Set(made, "Nats-Msg-Id", (name + ".1").c_str());
+    ASSERT_EQ(natsConnection_PublishMsg(somebody.connection(), made), NATS_OK);
+  }
+  ASSERT_EQ(somebody.Await(kSites).size(), static_cast<std::size_t>(kSites));
+  Start();
+  EXPECT_EQ(SiteNames().size(), static_cast<std::size_t>(kSites));
+}
+
 TEST_F(CentreTest, GoesOnWhenTheServersAreBack) {
   Start();
   auto north = std::make_unique<FakeSite>(nats_.url(), "north");

@@ -233,7 +233,8 @@ TEST_F(UplinkTest, SendsWhileSomebodyWaitsForAnAnswer) {
   std::promise<void> over;
   const auto is_over = over.get_future().share();
   std::atomic<bool> is_asked{false};
-  site_.message = [&](const std::string&, const std::string&) {
+  // What is waited for belongs to who waits, who may still be about to wake when this test is through.
+  site_.message = [&is_asked, is_over](const std::string&, const std::string&) {
     is_asked = true;
     is_over.wait();
     return std::string();
