@@ -309,10 +309,12 @@ describe('the client report', () => {
   test('is searched and sorted, and saved as it is shown', async () => {
     // The page is given what this test reads: in a moment more another client may have come.
     const { clients, guests } = await report('daily');
-    await watched.page.route(/\/api\/reports\/clients\?/, (route) => route.fulfill({ json: { wireless_clients: clients, wireless_guests: guests } }));
+    const asked = /\/api\/v1\/reports\/clients\?/;
+    await watched.page.route(asked, (route) => route.fulfill({ json: { wireless_clients: clients, wireless_guests: guests } }));
     await open('client-report?sort=-download');
     await expect.poll(() => orderOf(watched.page, 'main')).toHaveLength(clients.length);
     const wanted = String(clients[0]?.['hostname']);
+    expect(wanted).not.toBe('');
     await watched.page.getByPlaceholder('Search clients').fill(wanted.toUpperCase());
     const found = clients.filter((row) => JSON.stringify([row['hostname'], row['mac'], row['network']]).includes(wanted)).length;
     await expect.poll(() => orderOf(watched.page, 'main')).toHaveLength(found);
@@ -327,6 +329,7 @@ describe('the client report', () => {
     const downloads = rows.map((row) => Number(row[7]));
     expect(downloads).toEqual([...downloads].sort((a, b) => b - a));
     expect(rows.every((row) => row.length === 13 && Number(row[6]) + Number(row[7]) === Number(row[8]))).toBe(true);
+    await watched.page.unroute(asked);
   });
 
   test('has room for its columns, and no address is broken', async () => {
