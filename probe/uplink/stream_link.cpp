@@ -16,8 +16,10 @@ using std::chrono::steady_clock;
 
 constexpr milliseconds kPatience{5000};  // as the client library's for such answers
 constexpr milliseconds kLook{200};       // how late a broken connection may be noticed
-// Source: the NATS server's errors.json, JSStreamMessageExceedsMaximumErr.
+// Source: the NATS server's errors.json, JSStreamMessageExceedsMaximumErr and JSStreamWrongLastSequenceErrF.
 constexpr int kMessageTooLarge = 10054;
+constexpr int kWrongLastSequence = 10071;
+constexpr char kExpectedLast[] = "Nats-Expected-Last-Subject-Sequence";
 constexpr std::size_t kMaxTrouble = 200;
 
 NatsOptions OptionsOf(const UplinkSettings& settings) {
@@ -38,8 +40,8 @@ NatsSubscription Subscribe(natsConnection* connection, const std::string& subjec
   return NatsSubscription(made);
 }
 
-std::optional<std::size_t> NumberIn(const std::string& text) {
-  std::size_t number = 0;
+std::optional<std::uint64_t> NumberIn(const std::string& text) {
+  std::uint64_t number = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
   return error == std::errc() && end == text.data() + text.size() ? std::optional(number) : std::nullopt;
 }
@@ -96,50 +98,60 @@ void StreamLink::NoticeReconnect() {
   std::uint64_t count = 0;
   natsConnection_GetStats(connection_.get(), made);
   natsStatistics_GetCounts(made, nullptr, nullptr, nullptr, nullptr, &count);
-  if (count != std::exchange(reconnects_, count)) certain_.clear();
+  if (count != std::exchange(reconnects_, count)) last_.clear();
 }
 
-std::optional<std::string> StreamLink::LastIdOf(const std::string& topic) {
+std::optional<StreamLink::LastText> StreamLink::LastOf(const std::string& topic) const {
   const std::string subject = "$JS.API.DIRECT.GET." + stream_ + "." + SubjectOf(topic);
   natsMsg* made = nullptr;
   if (natsConnection_RequestString(&made, connection_.get(), subject.c_str(), "", kPatience.count()) != NATS_OK)
     return std::nullopt;
   const NatsMessage answer(made);
-  if (std::string id = HeaderOf(made, kMessageId); !id.empty()) return id;
-  return HeaderOf(made, "Status") == "404" ? std::optional<std::string>("") : std::nullopt;
+  if (HeaderOf(made, "Status") == "404") return LastText{"", 0};
+  const auto sequence = NumberIn(HeaderOf(made, "Nats-Sequence"));
+  return sequence ? std::optional(LastText{HeaderOf(made, kMessageId), *sequence}) : std::nullopt;
 }
 
 Delivery StreamLink::Send(const SpooledMessage& message, std::size_t at) {
-  if (!certain_.contains(message.topic)) {
-    const auto last = LastIdOf(message.topic);
+  auto known = last_.find(message.topic);
+  if (known == last_.end()) {
+    const auto last = LastOf(message.topic);
     if (!last) {
       trouble_ = "the stream " + stream_ + " does not answer";
       return Delivery::kNotNow;
     }
-    certain_.insert(message.topic);
-    if (*last == IdOf(message)) return Delivery::kStored;
+    known = last_.emplace(message.topic, last->sequence).first;
+    if (last->id == IdOf(message)) return Delivery::kStored;
   }
   const std::string reply = inbox_ + "." + std::to_string(sent_) + "." + std::to_string(at);
   const NatsMessage sent = MessageOf(SubjectOf(message.topic), reply, message.text);
   CheckNats(natsMsgHeader_Set(sent.get(), kMessageId, IdOf(message).c_str()), "header");
+  CheckNats(natsMsgHeader_Set(sent.get(), kExpectedLast, std::to_string(known->second).c_str()), "header");
   const natsStatus status = natsConnection_PublishMsg(connection_.get(), sent.get());
   if (status == NATS_MAX_PAYLOAD) return Delivery::kTooLarge;
   // Until an answer comes nobody knows whether it is stored.
-  certain_.erase(message.topic);
+  last_.erase(known);
   if (status != NATS_OK) trouble_ = natsStatus_GetText(status);
   return Delivery::kNotNow;
 }
 
-Delivery StreamLink::OutcomeOf(natsMsg* answer) {
+Delivery StreamLink::OutcomeOf(natsMsg* answer, const std::string& topic) {
   if (natsMsg_IsNoResponders(answer)) {
     trouble_ = "no stream takes " + prefix_ + "* in";
     return Delivery::kNotNow;
   }
   const auto told = nlohmann::json::parse(TextOf(answer), nullptr, false);
+  const auto sequence = told.is_object() ? told.value("seq", std::uint64_t{0}) : 0;
   // An error has a "seq", too: 0.
-  if (told.is_object() && !told.contains("error") && told.value("seq", std::uint64_t{0}) > 0) return Delivery::kStored;
+  if (sequence > 0 && !told.contains("error")) {
+    last_[topic] = sequence;
+    return Delivery::kStored;
+  }
   const auto error = told.is_object() ? told.value("error", nlohmann::json::object()) : nlohmann::json::object();
-  if (error.value("err_code", 0) == kMessageTooLarge) return Delivery::kTooLarge;
+  const int code = error.value("err_code", 0);
+  if (code == kMessageTooLarge) return Delivery::kTooLarge;
+  // The server that told the last text lagged behind. It will know, soon.
+  if (code == kWrongLastSequence) return Delivery::kNotNow;
   trouble_ = "the stream says: " + error.value("description", "what is no answer of a stream").substr(0, kMaxTrouble);
   return Delivery::kNotNow;
 }
@@ -174,8 +186,7 @@ void StreamLink::AwaitAnswers(const std::vector<SpooledMessage>& messages, std::
     if (subject.rfind(batch, 0) != 0) continue;  // to what was sent before
     const auto at = NumberIn(LastPart(subject));
     if (!at || awaited.erase(*at) == 0) continue;
-    deliveries[*at] = OutcomeOf(made);
-    if (deliveries[*at] != Delivery::kNotNow) certain_.insert(messages[*at].topic);
+    deliveries[*at] = OutcomeOf(made, messages[*at].topic);
   }
 }
 

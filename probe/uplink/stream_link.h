@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <set>
 #include <string>
@@ -28,7 +29,9 @@ enum class Delivery {
 ///
 /// A text carries its id in the header `Nats-Msg-Id` as "SITE.TOPIC.ID", by which the stream drops what comes twice
 /// within its duplicate window. What was sent before a connection broke may have been stored long before it is made
-/// anew, so the last text of the topic is asked for then.
+/// anew, so the last text of the topic is asked for then. Any server may answer, also one that lags behind; so each text
+/// says behind which it is to be stored, in the header `Nats-Expected-Last-Subject-Sequence`, and is refused behind any
+/// other.
 ///
 /// Threads: one at a time; `NextRequest` and `Reply` are for another one. Source: the NATS documentation, "JetStream
 /// wire API reference".
@@ -77,8 +80,13 @@ class StreamLink {
   /// All topics may have been stored without our knowing it, if the connection was made anew.
   void NoticeReconnect();
 
-  /// The header `Nats-Msg-Id` of the last text of a topic; empty: there is none; nothing: no server says.
-  std::optional<std::string> LastIdOf(const std::string& topic);
+  struct LastText {
+    std::string id;              // empty: there is none, or somebody's who gave it none
+    std::uint64_t sequence = 0;  // its number in the stream; 0: there is none
+  };
+
+  /// The last text of a topic; nothing: no server says.
+  std::optional<LastText> LastOf(const std::string& topic) const;
 
   /// Sends a text, and has its answer come to our inbox under the number `at`.
   Delivery Send(const SpooledMessage& message, std::size_t at);
@@ -87,8 +95,8 @@ class StreamLink {
   void AwaitAnswers(const std::vector<SpooledMessage>& messages, std::set<std::size_t> awaited,
                     std::vector<Delivery>& deliveries);
 
-  /// What the answer to a text says.
-  Delivery OutcomeOf(natsMsg* answer);
+  /// What the answer to a text of this topic says.
+  Delivery OutcomeOf(natsMsg* answer, const std::string& topic);
 
   const std::string prefix_;  // "vexora.v1.SITE."
   const std::string site_;
@@ -99,7 +107,7 @@ class StreamLink {
   NatsSubscription answers_;
   std::uint64_t sent_ = 0;  // batches: an answer to an older one is no answer to this
   std::uint64_t reconnects_ = 0;
-  std::set<std::string> certain_;  // topics whose last text is known to be stored
+  std::map<std::string, std::uint64_t> last_;  // number of the last text in the stream, by topic of which it is known
   std::string trouble_;
 };
 

@@ -222,7 +222,7 @@ bool Uplink::SendSome(StreamLink& link) {
   }
   spool_->Remove(done);
   NoteTrouble(link.trouble().empty() ? "" : "texts wait in " + spool_file_ + ": " + link.trouble());
-  return link.trouble().empty();
+  return !done.empty() && link.trouble().empty();
 }
 
 void Uplink::NoteConnection(const StreamLink& link) {

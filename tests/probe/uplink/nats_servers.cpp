@@ -7,16 +7,15 @@
 #include <cstdlib>
 #include <utility>
 
+#include "probe/uplink/nats_connection.h"
 #include "probe/uplink/site_answers.h"
 
 namespace test {
 namespace {
 
-constexpr char kStream[] = "VEXORA";
+using probe::uplink::TextOf;
 
-std::string TextOf(natsMsg* message) {
-  return {natsMsg_GetData(message), static_cast<std::size_t>(natsMsg_GetDataLength(message))};
-}
+constexpr char kStream[] = "VEXORA";
 
 }  // namespace
 
@@ -91,9 +90,7 @@ std::vector<StoredMessage> StreamReader::Await(std::size_t count) {
     natsMsg* made = nullptr;
     if (js_GetMsg(&made, stream_.get(), kStream, number, nullptr, nullptr) != NATS_OK) continue;
     const probe::uplink::NatsMessage message(made);
-    const char* id = "";
-    natsMsgHeader_Get(made, "Nats-Msg-Id", &id);
-    messages.push_back({natsMsg_GetSubject(made), id, TextOf(made)});
+    messages.push_back({natsMsg_GetSubject(made), probe::uplink::HeaderOf(made, "Nats-Msg-Id"), TextOf(made)});
   }
   return messages;
 }

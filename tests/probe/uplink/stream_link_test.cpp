@@ -80,6 +80,28 @@ TEST_F(StreamLinkTest, StoresOnceWhatWasSentBeforeTheDuplicateWindow) {
   EXPECT_THAT(IdsOf(reader_.Await(2)), ElementsAre("north.a.1", "north.a.2"));
 }
 
+TEST_F(StreamLinkTest, StoresNothingBehindATextThatItDidNotKnowOfAndKnowsItThen) {
+  reader_.MakeStream();
+  AwaitConnection(link_);
+  link_.Publish({Of("a", "1", "first")});
+  // As if a server had lagged behind that told the last text.
+  StreamLink other(SettingsFor(server_.url()));
+  AwaitConnection(other);
+  other.Publish({Of("a", "2", "second")});
+  EXPECT_THAT(link_.Publish({Of("a", "3", "third")}), ElementsAre(Delivery::kNotNow));
+  EXPECT_EQ(link_.trouble(), "");
+  EXPECT_THAT(link_.Publish({Of("a", "3", "third")}), ElementsAre(Delivery::kStored));
+  EXPECT_THAT(IdsOf(reader_.Await(3)), ElementsAre("north.a.1", "north.a.2", "north.a.3"));
+}
+
+TEST_F(StreamLinkTest, GoesOnBehindATextWithoutAnId) {
+  reader_.MakeStream();
+  AwaitConnection(link_);
+  natsConnection_PublishString(reader_.connection(), "vexora.v1.north.a", "an acknowledgement that was led there");
+  ASSERT_EQ(reader_.Await(1).size(), 1U);
+  EXPECT_THAT(link_.Publish({Of("a", "1", "first")}), ElementsAre(Delivery::kStored)) << link_.trouble();
+}
+
 TEST_F(StreamLinkTest, GoesOnWhenTheServerIsBack) {
   reader_.MakeStream();
   AwaitConnection(link_);
