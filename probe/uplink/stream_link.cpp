@@ -15,6 +15,9 @@ using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
 constexpr milliseconds kPatience{5000};  // as the client library's for such answers
+// What is not stored by then is asked for: when the server that leads the stream dies, nobody answers, and until then
+// nothing is sent. Over a slow line that costs a question, and no text is stored twice.
+constexpr milliseconds kStoring{2000};
 constexpr milliseconds kLook{200};       // how late a broken connection may be noticed
 // Source: the NATS server's errors.json, JSStreamMessageExceedsMaximumErr and JSStreamWrongLastSequenceErrF.
 constexpr int kMessageTooLarge = 10054;
@@ -172,7 +175,7 @@ std::vector<Delivery> StreamLink::Publish(const std::vector<SpooledMessage>& mes
 
 void StreamLink::AwaitAnswers(const std::vector<SpooledMessage>& messages, std::set<std::size_t> awaited,
                               std::vector<Delivery>& deliveries) {
-  const auto end = steady_clock::now() + kPatience;
+  const auto end = steady_clock::now() + kStoring;
   const std::string batch = inbox_ + "." + std::to_string(sent_) + ".";
   while (!awaited.empty()) {
     natsMsg* made = nullptr;

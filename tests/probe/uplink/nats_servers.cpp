@@ -9,6 +9,7 @@
 
 #include "probe/uplink/nats_connection.h"
 #include "probe/uplink/site_answers.h"
+#include "probe/uplink/uplink_settings.h"
 
 namespace test {
 namespace {
@@ -90,7 +91,7 @@ std::vector<StoredMessage> StreamReader::Await(std::size_t count) {
     natsMsg* made = nullptr;
     if (js_GetMsg(&made, stream_.get(), kStream, number, nullptr, nullptr) != NATS_OK) continue;
     const probe::uplink::NatsMessage message(made);
-    messages.push_back({natsMsg_GetSubject(made), probe::uplink::HeaderOf(made, "Nats-Msg-Id"), TextOf(made)});
+    messages.push_back({natsMsg_GetSubject(made), probe::uplink::HeaderOf(made, probe::uplink::kMessageId), TextOf(made)});
   }
   return messages;
 }

@@ -66,6 +66,7 @@ class StreamReader {
   std::vector<std::string> Ask(const std::string& subject, const std::string& text, bool has_several);
 
   natsConnection* connection() { return connection_.get(); }
+  jsCtx* streams() { return stream_.get(); }
 
  private:
   probe::uplink::NatsConnection connection_;
