@@ -17,8 +17,8 @@ using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
 // Texts that are asked for at once: so many, and no more than have so many octets, were each as large as it may be. A
-// server throws a client out for which more than 64 MiB wait. A request may bound octets, too, but servers drop the text
-// that goes beyond.
+// server throws a client out for which more than 64 MiB wait. A request may bound octets, too, but servers drop the
+// text that goes beyond.
 constexpr std::int64_t kMaxBatch = 64;
 constexpr std::int64_t kBatchBytes = std::int64_t{48} * 1024 * 1024;
 constexpr milliseconds kFlush{5000};

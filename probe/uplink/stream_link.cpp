@@ -18,7 +18,7 @@ constexpr milliseconds kPatience{5000};  // as the client library's for such ans
 // What is not stored by then is asked for: when the server that leads the stream dies, nobody answers, and until then
 // nothing is sent. Over a slow line that costs a question, and no text is stored twice.
 constexpr milliseconds kStoring{2000};
-constexpr milliseconds kLook{200};       // how late a broken connection may be noticed
+constexpr milliseconds kLook{200};  // how late a broken connection may be noticed
 // Source: the NATS server's errors.json, JSStreamMessageExceedsMaximumErr and JSStreamWrongLastSequenceErrF.
 constexpr int kMessageTooLarge = 10054;
 constexpr int kWrongLastSequence = 10071;

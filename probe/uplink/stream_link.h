@@ -29,9 +29,9 @@ enum class Delivery {
 ///
 /// A text carries its id in the header `Nats-Msg-Id` as "SITE.TOPIC.ID", by which the stream drops what comes twice
 /// within its duplicate window. What was sent before a connection broke may have been stored long before it is made
-/// anew, so the last text of the topic is asked for then. Any server may answer, also one that lags behind; so each text
-/// says behind which it is to be stored, in the header `Nats-Expected-Last-Subject-Sequence`, and is refused behind any
-/// other.
+/// anew, so the last text of the topic is asked for then. Any server may answer, also one that lags behind; so each
+/// text says behind which it is to be stored, in the header `Nats-Expected-Last-Subject-Sequence`, and is refused
+/// behind any other.
 ///
 /// Threads: one at a time; `NextRequest` and `Reply` are for another one. Source: the NATS documentation, "JetStream
 /// wire API reference".

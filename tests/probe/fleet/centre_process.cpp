@@ -9,8 +9,8 @@
 namespace test {
 
 CentreProcess::CentreProcess(const std::vector<std::string>& servers)
-    : configuration_(folder_.Write("centre.toml",
-                                   "[stream]\nreplicas = 3\nservers = " + nlohmann::json(servers).dump() + "\n")) {
+    : configuration_(
+          folder_.Write("centre.toml", "[stream]\nreplicas = 3\nservers = " + nlohmann::json(servers).dump() + "\n")) {
   Start();
 }
 

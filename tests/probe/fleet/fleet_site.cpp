@@ -22,8 +22,8 @@ std::string ConfigurationOf(const std::string& name, const std::vector<std::stri
                             const std::string& state) {
   // A list of strings is the same in JSON and in TOML.
   return "[uplink]\nservers = " + json(servers).dump() + "\nsite = \"" + name +
-         "\"\n[journal]\nenabled = true\nstate_directory = \"" + state + "\"\n[sources.simulated]\nseed = " +
-         std::to_string(seed) + "\n";
+         "\"\n[journal]\nenabled = true\nstate_directory = \"" + state +
+         "\"\n[sources.simulated]\nseed = " + std::to_string(seed) + "\n";
 }
 
 /// What a program writes until it ends.
@@ -40,7 +40,8 @@ std::string WithSubscriptions(const std::string& recording) {
   for (const probe::StandardFilter& wanted : probe::StandardFilters()) {
     if (!probe::uplink::GoesUp(wanted)) continue;
     const json request = json::array({{{"sid", "uplink"}, {"filter", json::parse(wanted.filter)}}});
-    all += json{{"subscribe", {{"topic", wanted.topic}, {"connection", wanted.topic}, {"request", request}}}}.dump() + "\n";
+    all += json{{"subscribe", {{"topic", wanted.topic}, {"connection", wanted.topic}, {"request", request}}}}.dump() +
+           "\n";
   }
   return all + recording.substr(end_of_head);
 }
@@ -99,9 +100,11 @@ PassTexts FleetSite::ToldByJournal() const {
 
 PassTexts FleetSite::Spooled() const {
   constexpr auto kAll = std::numeric_limits<std::uint32_t>::max();
-  const probe::uplink::Spool spool(State() + "/journal-simulated-uplink/spool.db", {kAll, std::chrono::hours(1'000'000)});
+  const probe::uplink::Spool spool(State() + "/journal-simulated-uplink/spool.db",
+                                   {kAll, std::chrono::hours(1'000'000)});
   PassTexts waiting;
-  for (auto& message : spool.After(0, kAll, kAll)) waiting[message.topic].push_back({message.id, std::move(message.text)});
+  for (auto& message : spool.After(0, kAll, kAll))
+    waiting[message.topic].push_back({message.id, std::move(message.text)});
   return waiting;
 }
 

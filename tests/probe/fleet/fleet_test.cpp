@@ -1,5 +1,5 @@
-// Probes, servers and centres of a fleet as processes, while some of them fail: what the stream has is compared with what
-// the probes' own journals tell.
+// Probes, servers and centres of a fleet as processes, while some of them fail: what the stream has is compared with
+// what the probes' own journals tell.
 
 #include "probe/uplink/uplink_settings.h"
 
@@ -61,8 +61,8 @@ std::string Difference(const std::vector<PassText>& texts, const std::vector<Pas
   const auto [text, want] = std::mismatch(texts.begin(), texts.end(), wanted.begin(), wanted.end());
   if (text == texts.end() && want == wanted.end()) return {};
   const auto told = [](auto at, auto end) { return at == end ? std::string("nothing") : at->at + ", " + at->text; };
-  return "behind " + std::to_string(text - texts.begin()) + " texts that are right there is " + told(text, texts.end()) +
-         "\nin place of " + told(want, wanted.end());
+  return "behind " + std::to_string(text - texts.begin()) + " texts that are right there is " +
+         told(text, texts.end()) + "\nin place of " + told(want, wanted.end());
 }
 
 std::vector<std::string> TimesOf(const std::vector<PassText>& texts) {
@@ -109,7 +109,8 @@ class FleetTest : public ::testing::Test {
     std::printf("[  FLEET   ] two passes of each site are new after %lld ms\n", static_cast<long long>(took.count()));
   }
 
-  /// Stops all sites. Each text of each pass of the journals is in the stream, or still in the spool, once and in order.
+  /// Stops all sites. Each text of each pass of the journals is in the stream, or still in the spool, once and in
+  /// order.
   void CompareWithJournals();
 
   void CompareSite(const FleetSite& site, PassTexts stored);
@@ -227,11 +228,12 @@ TEST_F(FleetTest, HasCentresThatAgreeAndStartAnewByThemselves) {
   AwaitNews();
   for (const auto& site : sites_) site->Stop();
   for (const auto& site : sites_) {
-    for (const char* const page : {"devices", "clients", "notifications", "live/HealthMonitor", "live/TrafficMonitor?interval=1m",
-                                   "live/SSIDClientCountMonitor?interval=1m"}) {
+    for (const char* const page : {"devices", "clients", "notifications", "live/HealthMonitor",
+                                   "live/TrafficMonitor?interval=1m", "live/SSIDClientCountMonitor?interval=1m"}) {
       const std::string path = "/sites/" + site->name() + "/api/v1/" + page;
-      EXPECT_TRUE(Eventually([&] { return centre_.Get(path).status == 200 && centre_.Get(path).body == other.Get(path).body; }))
-          << path;
+      EXPECT_TRUE(Eventually([&] {
+        return centre_.Get(path).status == 200 && centre_.Get(path).body == other.Get(path).body;
+      })) << path;
     }
   }
 }

@@ -46,7 +46,7 @@ class LineProxy {
   const boost::asio::ip::tcp::endpoint server_;
   boost::asio::io_context context_;
   boost::asio::ip::tcp::acceptor acceptor_;
-  State state_ = State::kCarries;                   // its thread's alone, as the next two
+  State state_ = State::kCarries;  // its thread's alone, as the next two
   std::chrono::milliseconds delay_{0};
   std::set<std::shared_ptr<Connection>> connections_;
   std::thread thread_;

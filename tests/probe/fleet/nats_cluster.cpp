@@ -13,6 +13,7 @@
 
 #include "probe/uplink/nats_connection.h"
 #include "probe/uplink/nats_login.h"
+#include "probe/uplink/uplink_settings.h"
 
 namespace test {
 namespace {
@@ -71,9 +72,9 @@ NatsCluster::NatsCluster() {
   std::vector<std::string> routes;
   for (const int port : RoutePorts()) routes.push_back("nats://127.0.0.1:" + std::to_string(port));
   for (std::size_t server = 0; server < kServers; ++server) {
-    servers_.push_back(std::make_unique<NatsServer>(std::vector<std::string>{
-        "--name", NameOf(server), "--cluster_name", "fleet", "--cluster", routes[server], "--no_advertise", "--routes",
-        routes[0] + "," + routes[1] + "," + routes[2]}));
+    servers_.push_back(std::make_unique<NatsServer>(
+        std::vector<std::string>{"--name", NameOf(server), "--cluster_name", "fleet", "--cluster", routes[server],
+                                 "--no_advertise", "--routes", routes[0] + "," + routes[1] + "," + routes[2]}));
   }
 }
 
@@ -103,7 +104,8 @@ std::size_t StreamWatcher::AwaitLeader() {
   const auto deadline = steady_clock::now() + kPatience;
   while (steady_clock::now() < deadline) {
     const StreamInfo info = InfoOf(reader_.streams(), stream_);
-    for (std::size_t server = 0; info && info->Cluster && info->Cluster->Leader && server < NatsCluster::kServers; ++server)
+    for (std::size_t server = 0; info && info->Cluster && info->Cluster->Leader && server < NatsCluster::kServers;
+         ++server)
       if (info->Cluster->Leader == NameOf(server)) return server;
     nats_Sleep(kLook);
   }

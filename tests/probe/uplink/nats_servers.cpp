@@ -91,7 +91,8 @@ std::vector<StoredMessage> StreamReader::Await(std::size_t count) {
     natsMsg* made = nullptr;
     if (js_GetMsg(&made, stream_.get(), kStream, number, nullptr, nullptr) != NATS_OK) continue;
     const probe::uplink::NatsMessage message(made);
-    messages.push_back({natsMsg_GetSubject(made), probe::uplink::HeaderOf(made, probe::uplink::kMessageId), TextOf(made)});
+    messages.push_back(
+        {natsMsg_GetSubject(made), probe::uplink::HeaderOf(made, probe::uplink::kMessageId), TextOf(made)});
   }
   return messages;
 }
