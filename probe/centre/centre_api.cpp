@@ -90,8 +90,10 @@ bool CentreApi::MaySee(const std::string& holder, const std::string& site) const
 Access CentreApi::LookUp(const std::string& path) const {
   if (path == "/healthz" || path == "/") return Access::kPublic;
   // The page of a site is the same for every name, and tells nothing of which there are.
-  if (const auto found = SitePathIn(path); found && !found->path.starts_with("/api/"))
+  if (const auto found = SitePathIn(path); found && !found->path.starts_with("/api/")) {
+    if (found->path == uplink::kMetricsPath) return Access::kToken;
     return found->path == "/" ? Access::kPublic : Access::kNotFound;
+  }
   if (path.starts_with("/api/") || path.starts_with(kSitesPath)) return Access::kToken;
   return pages_.Has(path) ? Access::kPublic : Access::kNotFound;
 }
@@ -103,6 +105,7 @@ HttpAnswer CentreApi::Answer(const HttpRequest& request) const {
   if (request.path == "/") return Page(kSitesPage, request);
   if (request.path == "/api/v1/sites") return ListSites(request.holder);
   if (request.path == "/api/v1/search") return Search(request);
+  if (request.path == "/api/v1/targets") return ListTargets(request.holder);
   if (request.path == "/api/v1/session") {
     HttpAnswer answer = JsonAnswer(ordered_json{{"session", "open"}}.dump(), Caching::kNoStore);
     answer.opens_session = true;
@@ -134,7 +137,7 @@ HttpAnswer CentreApi::OfSite(const std::string& site, const std::string& path, c
     return ErrorAnswer(kNotFound, "unknown_site", "There is no such site; /api/v1/sites names those that there are.");
   HttpRequest of_site = request;
   of_site.path = path;
-  if (path == "/api/v1/session" || !path.starts_with(uplink::kForwardedPath)) return NotFound();
+  if (path == "/api/v1/session" || !uplink::IsForwarded(path)) return NotFound();
   return answerer_.Http(site, of_site);
 }
 
@@ -148,6 +151,15 @@ HttpAnswer CentreApi::ListSites(const std::string& holder) const {
                                       {"reading", is_reading_()},
                                       {"sites", std::move(sites)}}),
                     Caching::kNoStore);
+}
+
+HttpAnswer CentreApi::ListTargets(const std::string& holder) const {
+  ordered_json names = ordered_json::array();
+  for (const auto& site : sites_.List([&](const std::string& name) { return MaySee(holder, name); }, time(nullptr)))
+    names.push_back(site->name);
+  // The names decide: the list would otherwise be another one each time a site fares worse.
+  std::sort(names.begin(), names.end());
+  return JsonAnswer(ordered_json::array({{{"targets", std::move(names)}}}).dump(), Caching::kNoStore);
 }
 
 HttpAnswer CentreApi::Search(const HttpRequest& request) const {

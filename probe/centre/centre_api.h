@@ -19,8 +19,10 @@ namespace probe::centre {
 ///   /api/v1/sites           all sites, the worst first
 ///   /api/v1/search          devices and clients of all sites that hold the argument `text`
 ///   /api/v1/session         opens a session, as with a probe
+///   /api/v1/targets         the names of all sites, for the service discovery of Prometheus over HTTP
 ///   /sites/SITE/            the dashboard of a site
 ///   /sites/SITE/api/v1/...  the HTTP interface of a site
+///   /sites/SITE/metrics     the figures of a site for Prometheus
 ///   /healthz                whether the stream is read
 ///
 /// Who has shown the token of a group finds its sites, and no others.
@@ -46,6 +48,7 @@ class CentreApi {
 
   bool MaySee(const std::string& holder, const std::string& site) const;
   HttpAnswer ListSites(const std::string& holder) const;
+  HttpAnswer ListTargets(const std::string& holder) const;
   HttpAnswer Search(const HttpRequest& request) const;
   HttpAnswer OfSite(const std::string& site, const std::string& path, const HttpRequest& request) const;
   HttpAnswer Page(const std::string& path, const HttpRequest& request) const;

@@ -34,6 +34,9 @@ constexpr std::chrono::seconds kSilence{5};
 
 constexpr std::string_view kLive = "/api/v1/live/";
 
+// Source: the Prometheus documentation, "Exposition formats".
+constexpr char kMetricsType[] = "text/plain; version=0.0.4; charset=utf-8";
+
 // Of a probe; a site may say anything. `kMaxTime`: milliseconds since the epoch, in the year 5138.
 constexpr std::int64_t kMaxSpeed = 3600;
 constexpr std::int64_t kMaxTime = 100'000'000'000'000;
@@ -52,8 +55,8 @@ bool IsOfZone(const std::string& value) {
 }
 
 /// What a site answered, as far as a site may: the pages of others have the same origin, so that nothing of it may run,
-/// set a cookie or lead elsewhere.
-HttpAnswer AnswerIn(uplink::SiteReply reply, bool accepts_gzip) {
+/// set a cookie or lead elsewhere. JSON, and figures for Prometheus where they were asked for.
+HttpAnswer AnswerIn(uplink::SiteReply reply, const HttpRequest& request) {
   static constexpr std::string_view kOwnHeaders = "vexora-";
   // Those of a probe's HTTP interface, but for what is between client and server: a token, a body left out.
   static constexpr std::array kStatuses{200U, 400U, 404U, 429U, 500U, 503U};
@@ -73,8 +76,9 @@ HttpAnswer AnswerIn(uplink::SiteReply reply, bool accepts_gzip) {
   if (answer.status == kTooLarge)
     return ErrorAnswer(kBadGateway, "too_large", "The site's answer is larger than max_payload of the servers.");
   const bool is_json = answer.content_type == "application/json" || answer.content_type == "application/problem+json";
+  const bool is_metrics = request.path == uplink::kMetricsPath && answer.content_type == kMetricsType;
   const bool is_known = std::find(kStatuses.begin(), kStatuses.end(), answer.status) != kStatuses.end();
-  if (!is_known || !is_json || (answer.is_gzip && !accepts_gzip))
+  if (!is_known || !(is_json || is_metrics) || (answer.is_gzip && !request.accepts_gzip))
     return ErrorAnswer(kBadGateway, "bad_answer", "The site's answer is none that a site gives.");
   answer.body = std::make_shared<const std::string>(std::move(reply.text));
   return answer;
@@ -205,7 +209,7 @@ HttpAnswer SiteAnswerer::Http(const std::string& site, const HttpRequest& reques
   json arguments = json::object();
   for (const auto& [name, value] : request.arguments) arguments[name] = value;
   auto reply = Ask(site, "http", {{"path", request.path}, {"arguments", arguments}, {"gzip", request.accepts_gzip}});
-  return reply ? AnswerIn(std::move(*reply), request.accepts_gzip) : Away(site);
+  return reply ? AnswerIn(std::move(*reply), request) : Away(site);
 }
 
 std::string SiteAnswerer::Message(const std::string& site, const std::string& topic, const std::string& filter) const {

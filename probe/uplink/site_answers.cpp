@@ -47,7 +47,7 @@ std::string DailyRequest(const std::string& day) {
 std::optional<HttpRequest> ForwardedRequest(const json& wanted) {
   HttpRequest request;
   request.path = TextIn(wanted, "path");
-  if (!request.path.starts_with(kForwardedPath)) return std::nullopt;
+  if (!IsForwarded(request.path)) return std::nullopt;
   request.accepts_gzip = wanted.value("gzip", json()) == true;
   const json arguments = wanted.value("arguments", json::object());
   if (!arguments.is_object()) return std::nullopt;
@@ -105,8 +105,9 @@ HttpAnswer SiteAnswers::AnswerTo(const HttpRequest& request) const try {
 SiteReply SiteAnswers::Http(const json& wanted) const {
   const auto request = ForwardedRequest(wanted);
   if (!request || !site_.answer)
-    return OfHttp(ErrorAnswer(400, "bad_request",
-                              "\"path\" must begin with /api/v1/, and each of \"arguments\" must be a text."));
+    return OfHttp(
+        ErrorAnswer(400, "bad_request",
+                    "\"path\" must begin with /api/v1/ or be /metrics, and each of \"arguments\" must be a text."));
   HttpAnswer answer = AnswerTo(*request);
   Compress(*request, answer);
   return OfHttp(answer);

@@ -5,6 +5,7 @@
 #include <memory>
 #include <nlohmann/json_fwd.hpp>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -36,6 +37,14 @@ inline constexpr char kHeaderPrefix[] = "Vexora-Header-";  // before the name of
 
 /// The part of the HTTP interface that a centre may ask for.
 inline constexpr char kForwardedPath[] = "/api/v1/";
+
+/// What else may be asked for: the figures for Prometheus.
+inline constexpr char kMetricsPath[] = "/metrics";
+
+/// Whether a request for this path is one that a centre may hand on to a site.
+inline bool IsForwarded(std::string_view path) {
+  return path.starts_with(kForwardedPath) || path == kMetricsPath;
+}
 
 /// What the pages of a centre show of a site that is away: the topic by which it goes up, and its path in the HTTP
 /// interface.

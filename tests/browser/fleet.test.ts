@@ -66,7 +66,7 @@ test('all sites stand on one page, with what they have', async () => {
   await expect.poll(async () => Number(await page.locator('[data-tile=clients]').getAttribute('value'))).toBeGreaterThan(0);
 });
 
-test.each(['sites', 'search'])('what a centre answers for %s is as its schema has it', async (name) => {
+test.each(['sites', 'search', 'targets'])('what a centre answers for %s is as its schema has it', async (name) => {
   const answer: unknown = await (await fetch(`${fleet.url}/api/v1/${name}?text=ap`)).json();
   expect(violationsOf(`schemas/centre/${name}.json`, answer)).toEqual([]);
   expect(JSON.stringify(answer)).toContain('north');

@@ -331,7 +331,21 @@ TEST_F(CentreTest, AsksASiteForWhatItsTextsDoNotSay) {
   EXPECT_THAT(answer, Not(HasSubstr("stolen"))) << "a site must not set cookies for the pages of others";
   EXPECT_THAT(answer, Not(HasSubstr("elsewhere")));
   EXPECT_EQ(StatusOf("/sites/north/api/v1/session"), 404);
-  EXPECT_EQ(StatusOf("/sites/north/metrics"), 404);
+  EXPECT_EQ(StatusOf("/sites/north/other"), 404);
+}
+
+TEST_F(CentreTest, HandsTheFiguresOfASiteOn) {
+  Start();
+  const std::string type = "text/plain; version=0.0.4; charset=utf-8";
+  FakeSite north(nats_.url(), "north",
+                 [&](const SiteRequest& request) { return HttpReply(request.what + " " + request.text, type); });
+  north.Tell("devices", "{}");
+  ASSERT_TRUE(Has("north", "devices", "{}"));
+  const std::string answer = Get("/sites/north/metrics");
+  EXPECT_THAT(answer, HasSubstr("content-type: " + type));
+  EXPECT_THAT(answer, HasSubstr(R"(http {"arguments":{},"gzip":false,"path":"/metrics"})"));
+  EXPECT_EQ(StatusOf("/sites/north/api/v1/ports"), 502) << "only what was asked for";
+  EXPECT_EQ(StatusOf("/sites/nowhere/metrics"), 404);
 }
 
 TEST_F(CentreTest, HandsOnNothingThatCouldRunInThePagesOfOtherSites) {
@@ -547,6 +561,11 @@ TEST_F(CentreTest, ShowsTheHolderOfAGroupsTokenItsSitesOnly) {
   EXPECT_EQ(StatusOf("/sites/north/api/v1/devices"), 401);
   EXPECT_EQ(BodyOf("/sites/north/api/v1/devices", "of-east"), BodyOf("/sites/nowhere/api/v1/devices", "of-east"))
       << "no telling apart what there is";
+  EXPECT_EQ(BodyOf("/api/v1/targets", "of-all"), R"([{"targets":["east-1","north"]}])");
+  EXPECT_EQ(BodyOf("/api/v1/targets", "of-east"), R"([{"targets":["east-1"]}])");
+  EXPECT_EQ(StatusOf("/api/v1/targets"), 401);
+  EXPECT_EQ(StatusOf("/sites/north/metrics", "of-east"), 404);
+  EXPECT_EQ(StatusOf("/sites/north/metrics"), 401);
   EXPECT_EQ(RefusalOf("/sites/east-1/", "of-east"), 0U);
   EXPECT_EQ(RefusalOf("/sites/north/", "of-east"), 404U);
   EXPECT_EQ(RefusalOf("/sites/north/", "of-all"), 0U);

@@ -8,9 +8,9 @@
 
 namespace test {
 
-CentreProcess::CentreProcess(const std::vector<std::string>& servers)
-    : configuration_(
-          folder_.Write("centre.toml", "[stream]\nreplicas = 3\nservers = " + nlohmann::json(servers).dump() + "\n")) {
+CentreProcess::CentreProcess(const std::vector<std::string>& servers, int replicas)
+    : configuration_(folder_.Write("centre.toml", "[stream]\nreplicas = " + std::to_string(replicas) +
+                                                      "\nservers = " + nlohmann::json(servers).dump() + "\n")) {
   Start();
 }
 

@@ -10,11 +10,11 @@
 
 namespace test {
 
-/// A `vexora-centre` as a process of its own, that makes the stream, in three copies.
+/// A `vexora-centre` as a process of its own, that makes the stream.
 class CentreProcess {
  public:
-  /// Starts it. `servers`: URLs.
-  explicit CentreProcess(const std::vector<std::string>& servers);
+  /// Starts it. `servers`: URLs. `replicas`: copies of the stream.
+  explicit CentreProcess(const std::vector<std::string>& servers, int replicas = 3);
 
   void Start();
 
@@ -25,6 +25,8 @@ class CentreProcess {
   void AwaitReading();
 
   HttpResult Get(const std::string& path) const;
+
+  int port() const { return port_; }
 
  private:
   const TestFolder folder_;

@@ -21,6 +21,7 @@
 
 #include "tests/probe/app/probe_process.h"
 #include "tests/probe/metrics/http_get.h"
+#include "tests/probe/metrics/prometheus_process.h"
 #include "tests/support/test_folder.h"
 
 namespace {
@@ -95,37 +96,18 @@ class Scraped : public ::testing::Test {
                        "{credentials: " +
                            std::string(kToken) + "}\n  static_configs: [{targets: [\"" + Instance(probe_port_) +
                            "\", \"" + Instance(polling_port_) + "\"]}]\n");
-    prometheus_ = std::make_unique<test::ChildProcess>(
-        std::vector<std::string>{"prometheus", "--config.file=" + file, "--storage.tsdb.path=" + folder_->Path("data"),
-                                 "--web.listen-address=127.0.0.1:0"});
-    const std::string words = "\"Listening on\" address=127.0.0.1:";
-    if (!prometheus_->AwaitOutput(words) || !prometheus_->AwaitOutput("ready to receive web requests")) return;
-    prometheus_port_ = std::atoi(prometheus_->output().c_str() + prometheus_->output().find(words) + words.size());
+    prometheus_ = std::make_unique<test::PrometheusProcess>(file, folder_->Path("data"));
+    prometheus_port_ = prometheus_->AwaitPort();
   }
 
-  /// What Prometheus answers to a query: samples with labels and values.
-  static json Query(const std::string& expression) {
-    const HttpResult result = HttpGet(prometheus_port_, "/api/v1/query?query=" + test::PercentEncoded(expression));
-    const json answer = json::parse(result.body, nullptr, false);
-    EXPECT_EQ(answer.value("status", ""), "success") << expression << "\n" << result.body;
-    return answer.is_object() && answer.contains("data") ? answer["data"]["result"] : json::array();
-  }
-
-  /// Waits until a query has samples. False when that takes longer than a minute.
-  static bool Await(const std::string& expression) {
-    const auto deadline = std::chrono::steady_clock::now() + test::kPatience;
-    while (Query(expression).empty()) {
-      if (std::chrono::steady_clock::now() > deadline) return false;
-      std::this_thread::sleep_for(100ms);
-    }
-    return true;
-  }
+  static json Query(const std::string& expression) { return prometheus_->Query(expression); }
+  static bool Await(const std::string& expression) { return prometheus_->Await(expression); }
 
   static std::string Instance(int port) { return "127.0.0.1:" + std::to_string(port); }
 
   inline static std::unique_ptr<test::TestFolder> folder_;
   inline static std::unique_ptr<test::ProbeProcess> probe_;
-  inline static std::unique_ptr<test::ChildProcess> prometheus_;
+  inline static std::unique_ptr<test::PrometheusProcess> prometheus_;
   inline static std::unique_ptr<test::ProbeProcess> polling_probe_;
   inline static int probe_port_ = 0;
   inline static int polling_port_ = 0;
@@ -160,18 +142,18 @@ TEST_F(Scraped, IsServedToThoseWithTheTokenOnly) {
 TEST_F(Scraped, IsTakenWhole) {
   ASSERT_TRUE(Await("count(count_over_time(up[1m]) >= 2) == 2")) << prometheus_->output();
   // On a busy machine a scrape may take longer than Prometheus waits.
-  ASSERT_TRUE(Await("count(up == 1) == 2")) << HttpGet(prometheus_port_, "/api/v1/targets").body;
+  ASSERT_TRUE(Await("count(up == 1) == 2")) << prometheus_->Get("/api/v1/targets");
   // Every sample that a probe tells is a series of Prometheus's, none is left out as a duplicate.
   EXPECT_TRUE(
       Await("count(scrape_samples_scraped == on (instance) count by (instance) "
             "({__name__=~\"vexora_.+\"})) == 2"));
   EXPECT_FALSE(Query("scrape_samples_scraped > 500").empty());
-  const std::string own = HttpGet(prometheus_port_, "/metrics").body;
+  const std::string own = prometheus_->Get("/metrics");
   for (const char* const refused : {"duplicate_timestamp", "out_of_order", "out_of_bounds"}) {
     EXPECT_THAT(own, HasSubstr(std::string("\nprometheus_target_scrapes_sample_") + refused + "_total 0\n"));
   }
   // That it is OpenMetrics which Prometheus reads: there counters are known by their names without the suffix.
-  const json metadata = json::parse(HttpGet(prometheus_port_, "/api/v1/metadata").body)["data"];
+  const json metadata = json::parse(prometheus_->Get("/api/v1/metadata"))["data"];
   EXPECT_TRUE(metadata.contains("vexora_messages_sent"));
   EXPECT_EQ(metadata["vexora_pass_duration_seconds"][0]["type"], "histogram");
 }

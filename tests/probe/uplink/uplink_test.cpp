@@ -213,8 +213,9 @@ TEST_F(UplinkTest, AnswersWhatItsHttpInterfaceDoes) {
     return answers.empty() ? "none" : answers.front();
   };
   EXPECT_EQ(ask(R"({"path":"/api/v1/ports","arguments":{"mac":"AA"}})"), "/api/v1/ports mac=AA");
+  EXPECT_EQ(ask(R"({"path":"/metrics"})"), "/metrics");
   for (const char* wrong :
-       {R"({"path":"/metrics"})", R"({"path":7})", "{}", "[]", "", R"({"path":"/api/v1/ports","arguments":{"mac":7}})",
+       {R"({"path":"/healthz"})", R"({"path":7})", "{}", "[]", "", R"({"path":"/api/v1/ports","arguments":{"mac":7}})",
         R"({"path":"/api/v1/x","arguments":[]})"})
     EXPECT_THAT(ask(wrong), HasSubstr("bad_request")) << wrong;
 }
