@@ -25,7 +25,10 @@ Centre::Centre(CentreSettings settings, ServerSettings server, std::function<voi
       pages_(server_settings_.dashboard.empty() ? DefaultPageFolder() : server_settings_.dashboard),
       reader_(settings.stream, [this](SiteText text) { Take(std::move(text)); }),
       answerer_(sites_, [this] { return reader_.connection(); }),
-      api_(std::move(settings.groups), sites_, answerer_, PageFiles(pages_), [this] { return reader_.is_reading(); }),
+      metrics_(sites_, server_, [this] { return Figures(); }),
+      api_(
+          std::move(settings.groups), sites_, answerer_, PageFiles(pages_), [this] { return reader_.is_reading(); },
+          [this](const HttpRequest& request) { return metrics_.Answer(request); }),
       subscriptions_(SubscriptionService::Instance(), answerer_),
       server_(server_settings_, SubscriptionService::Instance(), Service(),
               [on_failure = std::move(on_failure)](const std::string&) {
@@ -47,11 +50,21 @@ HttpService Centre::Service() {
   return service;
 }
 
+CentreFigures Centre::Figures() const {
+  return {.version = kVersion,
+          .is_reading = reader_.is_reading(),
+          .kept_texts = kept_texts_,
+          .dropped_texts = dropped_texts_,
+          .questions = answerer_.counts()};
+}
+
 void Centre::Take(SiteText text) {
   const std::string site = text.site;
   const std::string topic = text.topic;
   const bool is_new = !sites_.Has(site);
-  if (!sites_.Put(std::move(text))) return;
+  const bool is_kept = sites_.Put(std::move(text));
+  ++(is_kept ? kept_texts_ : dropped_texts_);
+  if (!is_kept) return;
   if (is_new) log::Info("[Centre] site %s", site.c_str());
   subscriptions_.OnText(site, topic);
   ForgetOldSites();

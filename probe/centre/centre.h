@@ -1,5 +1,7 @@
 #pragma once
 
+#include <atomic>
+#include <cstdint>
 #include <ctime>
 #include <functional>
 #include <memory>
@@ -7,6 +9,7 @@
 
 #include "probe/centre/centre_api.h"
 #include "probe/centre/centre_settings.h"
+#include "probe/centre/fleet_metrics.h"
 #include "probe/centre/site_answerer.h"
 #include "probe/centre/site_subscriptions.h"
 #include "probe/centre/site_text.h"
@@ -48,15 +51,19 @@ class Centre {
   /// Those of which the stream has nothing any more either, now and then.
   void ForgetOldSites();
   HttpService Service();
+  CentreFigures Figures() const;
   void Announce() const;
 
   const ServerSettings server_settings_;
   const int days_;  // for which the stream keeps texts
   const std::string pages_;
   time_t looked_at_ = 0;  // for old sites; of the reader's thread
+  std::atomic<std::uint64_t> kept_texts_{0};
+  std::atomic<std::uint64_t> dropped_texts_{0};
   Sites sites_;
   StreamReader reader_;
   SiteAnswerer answerer_;
+  FleetMetrics metrics_;
   CentreApi api_;
   SiteSubscriptions subscriptions_;
   WebServer server_;

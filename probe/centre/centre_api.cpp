@@ -36,20 +36,6 @@ std::optional<SitePath> SitePathIn(const std::string& path) {
   return found;
 }
 
-const char* NameOf(SiteLevel level) {
-  switch (level) {
-    case SiteLevel::kGood:
-      return "good";
-    case SiteLevel::kFair:
-      return "fair";
-    case SiteLevel::kBad:
-      return "bad";
-    case SiteLevel::kAway:
-      break;
-  }
-  return "away";
-}
-
 ordered_json TreeOf(const SiteSummary& site, time_t now) {
   return {
       {"name", site.name},         {"level", NameOf(site.Level(now))}, {"heard", static_cast<std::int64_t>(site.heard)},
@@ -74,12 +60,13 @@ HttpAnswer NotFound() {
 }  // namespace
 
 CentreApi::CentreApi(std::vector<AccessGroup> groups, const Sites& sites, const SiteAnswerer& answerer, PageFiles pages,
-                     std::function<bool()> is_reading)
+                     std::function<bool()> is_reading, Metrics metrics)
     : groups_(std::move(groups)),
       sites_(sites),
       answerer_(answerer),
       pages_(std::move(pages)),
-      is_reading_(std::move(is_reading)) {}
+      is_reading_(std::move(is_reading)),
+      metrics_(std::move(metrics)) {}
 
 bool CentreApi::MaySee(const std::string& holder, const std::string& site) const {
   if (holder.empty()) return true;
@@ -94,7 +81,7 @@ Access CentreApi::LookUp(const std::string& path) const {
     if (found->path == uplink::kMetricsPath) return Access::kToken;
     return found->path == "/" ? Access::kPublic : Access::kNotFound;
   }
-  if (path.starts_with("/api/") || path.starts_with(kSitesPath)) return Access::kToken;
+  if (path == "/metrics" || path.starts_with("/api/") || path.starts_with(kSitesPath)) return Access::kToken;
   return pages_.Has(path) ? Access::kPublic : Access::kNotFound;
 }
 
@@ -103,6 +90,7 @@ HttpAnswer CentreApi::Answer(const HttpRequest& request) const {
     return is_reading_() ? JsonAnswer(ordered_json{{"status", "ok"}}.dump(), Caching::kNoStore)
                          : ErrorAnswer(503, "not_reading", "The stream of the sites is not read.");
   if (request.path == "/") return Page(kSitesPage, request);
+  if (request.path == "/metrics") return Scrape(request);
   if (request.path == "/api/v1/sites") return ListSites(request.holder);
   if (request.path == "/api/v1/search") return Search(request);
   if (request.path == "/api/v1/targets") return ListTargets(request.holder);
@@ -139,6 +127,13 @@ HttpAnswer CentreApi::OfSite(const std::string& site, const std::string& path, c
   of_site.path = path;
   if (path == "/api/v1/session" || !uplink::IsForwarded(path)) return NotFound();
   return answerer_.Http(site, of_site);
+}
+
+HttpAnswer CentreApi::Scrape(const HttpRequest& request) const {
+  constexpr unsigned kForbidden = 403;
+  if (!request.holder.empty())
+    return ErrorAnswer(kForbidden, "not_for_groups", "The figures are of all sites, and need the token of all sites.");
+  return metrics_(request);
 }
 
 HttpAnswer CentreApi::ListSites(const std::string& holder) const {

@@ -24,6 +24,7 @@ namespace probe::centre {
 ///   /sites/SITE/api/v1/...  the HTTP interface of a site
 ///   /sites/SITE/metrics     the figures of a site for Prometheus
 ///   /healthz                whether the stream is read
+///   /metrics                figures of all sites for Prometheus, for who has shown the token of all sites
 ///
 /// Who has shown the token of a group finds its sites, and no others.
 /// Threads: any, several at once. What it refers to must outlive it.
@@ -32,9 +33,11 @@ class CentreApi {
   /// Devices and clients that a search gives at most.
   static constexpr std::size_t kMaxHits = 100;
 
-  /// `is_reading`: whether the stream is read.
+  using Metrics = std::function<HttpAnswer(const HttpRequest& request)>;
+
+  /// `is_reading`: whether the stream is read. `metrics` answers a scrape.
   CentreApi(std::vector<AccessGroup> groups, const Sites& sites, const SiteAnswerer& answerer, PageFiles pages,
-            std::function<bool()> is_reading);
+            std::function<bool()> is_reading, Metrics metrics);
 
   bool has_pages() const { return pages_.Has(kSitesPage); }
 
@@ -47,6 +50,7 @@ class CentreApi {
   static constexpr const char* kSitesPage = "/centre.html";
 
   bool MaySee(const std::string& holder, const std::string& site) const;
+  HttpAnswer Scrape(const HttpRequest& request) const;
   HttpAnswer ListSites(const std::string& holder) const;
   HttpAnswer ListTargets(const std::string& holder) const;
   HttpAnswer Search(const HttpRequest& request) const;
@@ -58,6 +62,7 @@ class CentreApi {
   const SiteAnswerer& answerer_;
   const PageFiles pages_;
   const std::function<bool()> is_reading_;
+  const Metrics metrics_;
 };
 
 }  // namespace probe::centre

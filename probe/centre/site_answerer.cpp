@@ -141,15 +141,29 @@ void SiteAnswerer::EndAsking(const std::string& site, bool has_answered) const {
   Asked& asked = asked_[site];
   --asked.questions;
   --questions_;
+  ++(has_answered ? counts_.answered : counts_.unanswered);
   asked.silent_until.reset();
   if (!has_answered) asked.silent_until = steady_clock::now() + kSilence;
   if (has_answered && asked.questions == 0) asked_.erase(site);
 }
 
+std::optional<uplink::SiteReply> SiteAnswerer::Refuse() const {
+  const lock_guard held(lock_);
+  ++counts_.refused;
+  return std::nullopt;
+}
+
+QuestionCounts SiteAnswerer::counts() const {
+  const lock_guard held(lock_);
+  QuestionCounts counts = counts_;
+  counts.waiting = questions_;
+  return counts;
+}
+
 std::optional<uplink::SiteReply> SiteAnswerer::Ask(const std::string& site, const std::string& what,
                                                    const json& request) const {
   const auto connection = connections_();
-  if (connection == nullptr || !connection->IsConnected() || !BeginAsking(site)) return std::nullopt;
+  if (connection == nullptr || !connection->IsConnected() || !BeginAsking(site)) return Refuse();
   std::optional<uplink::SiteReply> reply;
   try {
     reply = connection->Ask(site, what, Dump(request), patience_);

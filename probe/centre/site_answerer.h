@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
@@ -18,6 +19,14 @@
 #include "probe/uplink/site_answers.h"
 
 namespace probe::centre {
+
+/// Questions to sites since the start.
+struct QuestionCounts {
+  std::uint64_t answered = 0;
+  std::uint64_t unanswered = 0;  ///< The site was silent for too long.
+  std::uint64_t refused = 0;     ///< Not asked: there was no connection, too many waited, or it was silent just before.
+  std::size_t waiting = 0;       ///< At present.
+};
 
 /// Answers for sites: from their newest texts where these suffice, else by asking the site itself.
 ///
@@ -46,6 +55,8 @@ class SiteAnswerer {
   /// The newest message of a topic for a filter, a JSON text, under whatever SIDs; empty: there is none.
   std::string Message(const std::string& site, const std::string& topic, const std::string& filter) const;
 
+  QuestionCounts counts() const VEXORA_EXCLUDES(lock_);
+
  private:
   std::shared_ptr<const HttpAnswer> FromTexts(const std::string& site, const HttpRequest& request) const;
   std::string Status(const SiteText& text) const;
@@ -53,6 +64,7 @@ class SiteAnswerer {
   std::optional<uplink::SiteReply> Ask(const std::string& site, const std::string& what,
                                        const nlohmann::json& request) const;
 
+  std::optional<uplink::SiteReply> Refuse() const VEXORA_EXCLUDES(lock_);
   bool BeginAsking(const std::string& site) const VEXORA_EXCLUDES(lock_);
   void EndAsking(const std::string& site, bool has_answered) const VEXORA_EXCLUDES(lock_);
 
@@ -67,6 +79,7 @@ class SiteAnswerer {
   mutable utilities::lock::Mutex lock_;                                  // leaf lock
   mutable std::map<std::string, Asked> asked_ VEXORA_GUARDED_BY(lock_);  // by site
   mutable std::size_t questions_ VEXORA_GUARDED_BY(lock_) = 0;           // to all
+  mutable QuestionCounts counts_ VEXORA_GUARDED_BY(lock_);               // but for those that wait
 };
 
 /// The standard filter of a topic whose message goes up with each pass, a JSON text; empty: it has none.

@@ -42,6 +42,20 @@ std::vector<const json*> ObjectsIn(const json& object, const char* name) {
 
 }  // namespace
 
+const char* NameOf(SiteLevel level) {
+  switch (level) {
+    case SiteLevel::kGood:
+      return "good";
+    case SiteLevel::kFair:
+      return "fair";
+    case SiteLevel::kBad:
+      return "bad";
+    case SiteLevel::kAway:
+      break;
+  }
+  return "away";
+}
+
 SiteLevel SiteSummary::Level(time_t now) const {
   if (IsAway(now)) return SiteLevel::kAway;
   if (offline > 0 || bad > 0 || alerts > 0) return SiteLevel::kBad;

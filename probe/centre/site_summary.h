@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <ctime>
 #include <memory>
@@ -11,6 +12,10 @@ namespace probe::centre {
 
 /// How a site fares, for the list of all of them; the greater, the worse.
 enum class SiteLevel { kGood, kFair, kBad, kAway };
+inline constexpr std::array kSiteLevels{SiteLevel::kGood, SiteLevel::kFair, SiteLevel::kBad, SiteLevel::kAway};
+
+/// As the list of the sites has it: "good", "fair", "bad", "away".
+const char* NameOf(SiteLevel level);
 
 /// A device or a client, as a search finds it.
 struct Findable {

@@ -97,6 +97,14 @@ std::vector<std::shared_ptr<const SiteSummary>> Sites::List(const Chosen& is_cho
   return list;
 }
 
+std::vector<Sites::Known> Sites::All() const {
+  const lock_guard held(lock_);
+  std::vector<Known> all;
+  all.reserve(sites_.size());
+  for (const auto& [name, site] : sites_) all.push_back({site.summary, site.texts});
+  return all;
+}
+
 std::vector<Sites::Hit> Sites::Search(const std::string& text, const Chosen& is_chosen, std::size_t most) const {
   const std::string wanted = LowerCase(text);
   const auto summaries = Summaries(is_chosen);

@@ -36,6 +36,12 @@ class Sites {
     Findable found;
   };
 
+  /// A site, with its newest texts by topic.
+  struct Known {
+    std::shared_ptr<const SiteSummary> summary;
+    std::map<std::string, std::shared_ptr<const SiteText>> texts;
+  };
+
   /// Takes a text over, unless a newer one of its site and topic is known, or a centre has no use for the topic.
   /// Whether it did.
   bool Put(SiteText text) VEXORA_EXCLUDES(lock_);
@@ -54,6 +60,9 @@ class Sites {
   /// The sites, the worst first, then by name.
   std::vector<std::shared_ptr<const SiteSummary>> List(const Chosen& is_chosen, time_t now) const
       VEXORA_EXCLUDES(lock_);
+
+  /// All sites, by name.
+  std::vector<Known> All() const VEXORA_EXCLUDES(lock_);
 
   /// The first devices and clients that hold this text, in any case of its letters, at most `most`; devices first.
   std::vector<Hit> Search(const std::string& text, const Chosen& is_chosen, std::size_t most) const

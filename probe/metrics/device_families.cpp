@@ -16,12 +16,12 @@
 #include "probe/host/device_snapshot.h"
 #include "probe/metrics/families.h"
 #include "probe/metrics/label_text.h"
+#include "probe/metrics/told_devices.h"
 
 namespace probe::metrics {
 namespace {
 
 namespace records = vexora_probe::models::controller;
-using Label = prometheus::ClientMetric::Label;
 
 const char* BandName(records::WIFIBandType band) {
   switch (band) {
@@ -35,71 +35,42 @@ const char* BandName(records::WIFIBandType band) {
   return "unknown";
 }
 
-/// What is known of devices themselves.
-struct DeviceFamilies {
-  Family info = GaugeFamily("vexora_device_info", "What a device is, as labels; always 1.");
-  Family up = GaugeFamily("vexora_device_up", "Whether a device is online: 1 or 0.");
-  Family read_at = GaugeFamily("vexora_device_last_reading_timestamp_seconds",
-                               "When a device was last read, seconds since the epoch.");
-  Family cpu = GaugeFamily("vexora_device_cpu_usage_ratio", "Use of a device's processor, from 0 to 1.");
-  Family uptime = GaugeFamily("vexora_device_uptime_seconds", "Time since a device started.");
-  Family health =
-      GaugeFamily("vexora_device_health_level", "Judgement of a device's health, 1 to 4, greater is worse.");
-  Family notifications = GaugeFamily("vexora_device_notifications", "Open notifications of a device.");
-  Family clients = GaugeFamily("vexora_device_clients", "Wireless clients of a device, by its own count.");
-  Family portal_users = GaugeFamily("vexora_device_portal_users", "Clients that signed in at the portal of a device.");
-  Family neighbours = GaugeFamily("vexora_device_neighboring_access_points",
-                                  "Access points that a device hears, by whether they are trusted.");
-
-  void Add(const std::string& device, const DeviceSnapshot& snapshot);
-  void AddReading(const std::string& device, const DeviceSnapshot& snapshot);
-  void AddWireless(const std::string& device, const DeviceSnapshot& snapshot);
-};
-
-void DeviceFamilies::Add(const std::string& device, const DeviceSnapshot& snapshot) {
-  const auto basic = snapshot.basic_info.value_or(records::BasicInfo{});
-  const auto platform = snapshot.platform_info.value_or(records::PlatformInfo{});
-  info.Add({{"device", device},
-            {"name", LabelText(basic.hostname)},
-            {"address", LabelText(basic.ip)},
-            {"type", DeviceManager::GetDeviceTypeStr(basic.type)},
-            {"model", LabelText(platform.model)},
-            {"version", LabelText(platform.version)}},
-           1);
-  up.Add({{"device", device}}, snapshot.online ? 1 : 0);
-  if (snapshot.sample_time.value_or(0) > 0)
-    read_at.Add({{"device", device}}, static_cast<double>(*snapshot.sample_time));
-  if (snapshot.online) AddReading(device, snapshot);
-}
-
-void DeviceFamilies::AddReading(const std::string& device, const DeviceSnapshot& snapshot) {
-  constexpr double kPercent = 100;
-  if (snapshot.cpu >= 0) cpu.Add({{"device", device}}, snapshot.cpu / kPercent);
-  if (snapshot.uptime >= 0) uptime.Add({{"device", device}}, snapshot.uptime);
-  if (snapshot.health_level > 0) health.Add({{"device", device}}, snapshot.health_level);
-  if (snapshot.details.tells_notifications) {
-    notifications.Add({{"device", device}, {"severity", "info"}}, snapshot.notifications.info);
-    notifications.Add({{"device", device}, {"severity", "warning"}}, snapshot.notifications.warning);
-    notifications.Add({{"device", device}, {"severity", "alert"}}, snapshot.notifications.alert);
-  }
-  if (snapshot.is_wireless) AddWireless(device, snapshot);
-}
-
-void DeviceFamilies::AddWireless(const std::string& device, const DeviceSnapshot& snapshot) {
+void AddWireless(const DeviceSnapshot& snapshot, DeviceFigures& figures) {
   std::int64_t associated = 0;
   for (const auto& [name, state] : snapshot.ssid_interfaces) associated += state.client_count;
   std::size_t trusted = 0;
   for (const records::NeighboringAP& neighbour : snapshot.neighbours) trusted += neighbour.trusted != 0 ? 1 : 0;
   const DeviceDetails& details = snapshot.details;
-  if (details.tells_clients) {
-    clients.Add({{"device", device}}, static_cast<double>(details.clients.value_or(associated)));
-  }
-  if (details.tells_portal_users) {
-    portal_users.Add({{"device", device}}, static_cast<double>(snapshot.portal_users.size()));
-  }
+  if (details.tells_clients) figures.clients = static_cast<double>(details.clients.value_or(associated));
+  if (details.tells_portal_users) figures.portal_users = static_cast<double>(snapshot.portal_users.size());
   if (!details.tells_neighbours) return;
-  neighbours.Add({{"device", device}, {"trusted", "true"}}, static_cast<double>(trusted));
-  neighbours.Add({{"device", device}, {"trusted", "false"}}, static_cast<double>(snapshot.neighbours.size() - trusted));
+  figures.trusted_neighbours = static_cast<double>(trusted);
+  figures.untrusted_neighbours = static_cast<double>(snapshot.neighbours.size() - trusted);
+}
+
+/// What is known of a device itself. `device`: its id.
+DeviceFigures FiguresOf(const std::string& device, const DeviceSnapshot& snapshot) {
+  constexpr double kPercent = 100;
+  const auto basic = snapshot.basic_info.value_or(records::BasicInfo{});
+  const auto platform = snapshot.platform_info.value_or(records::PlatformInfo{});
+  DeviceFigures figures{.device = device,
+                        .name = basic.hostname,
+                        .address = basic.ip,
+                        .type = DeviceManager::GetDeviceTypeStr(basic.type),
+                        .model = platform.model,
+                        .version = platform.version,
+                        .is_online = snapshot.online};
+  if (snapshot.sample_time.value_or(0) > 0) figures.read_at = snapshot.sample_time;
+  if (snapshot.cpu >= 0) figures.cpu_ratio = snapshot.cpu / kPercent;
+  if (snapshot.uptime >= 0) figures.uptime = snapshot.uptime;
+  if (snapshot.health_level > 0) figures.health_level = snapshot.health_level;
+  if (snapshot.details.tells_notifications) {
+    figures.notifications = OpenNotifications{.info = snapshot.notifications.info,
+                                              .warning = snapshot.notifications.warning,
+                                              .alert = snapshot.notifications.alert};
+  }
+  if (snapshot.is_wireless) AddWireless(snapshot, figures);
+  return figures;
 }
 
 /// Made one by one: a list in braces would copy each text once more, and there are many.
@@ -210,12 +181,11 @@ class SeriesCounts {
 std::size_t MaxSamplesOf(const DeviceSnapshot& snapshot) {
   constexpr std::size_t kOfOfflineDevice = 3;
   if (!snapshot.online) return kOfOfflineDevice;
-  constexpr std::size_t kOfDevice = 14;
   constexpr std::size_t kOfInterface = 3;
   constexpr std::size_t kOfSsid = 4;
   constexpr std::size_t kOfRadio = 2;
-  return kOfDevice + kOfInterface * snapshot.interfaces.size() + kOfSsid * snapshot.ssid_interfaces.size() +
-         kOfRadio * snapshot.radios.size();
+  return DeviceFamilies::kMaxSamples + kOfInterface * snapshot.interfaces.size() +
+         kOfSsid * snapshot.ssid_interfaces.size() + kOfRadio * snapshot.radios.size();
 }
 
 }  // namespace
@@ -243,16 +213,15 @@ void AppendDevices(DeviceCentre& centre, bool is_warming, std::vector<prometheus
   }
   for (Family* const family : {&interfaces.status, &interfaces.received, &interfaces.sent}) family->Reserve(ports);
   for (const auto& [device, snapshot] : told) {
-    devices.Add(device, *snapshot);
+    devices.Add({}, FiguresOf(device, *snapshot));
     if (!snapshot->online) continue;
     interfaces.AddInterfaces(device, snapshot->interfaces);
     interfaces.AddSsids(device, *snapshot);
     interfaces.AddRadios(device, *snapshot);
   }
-  for (Family* const family :
-       {&devices.info, &devices.up, &devices.read_at, &devices.cpu, &devices.uptime, &devices.health,
-        &devices.notifications, &devices.clients, &devices.portal_users, &devices.neighbours, &interfaces.status,
-        &interfaces.radios, &interfaces.radio_clients, &interfaces.ssids, &interfaces.ssid_clients}) {
+  devices.MoveTo(families);
+  for (Family* const family : {&interfaces.status, &interfaces.radios, &interfaces.radio_clients, &interfaces.ssids,
+                               &interfaces.ssid_clients}) {
     family->MoveTo(families);
   }
   if (!is_warming) {

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <ostream>
 #include <streambuf>
 #include <string_view>
@@ -94,6 +95,12 @@ class TextBuffer final : public std::streambuf {
   std::size_t size_ = 0;
 };
 
+/// OpenMetrics has times in seconds, the classic format in milliseconds, which is what the library writes.
+void TimeAsOpenMetrics(prometheus::MetricFamily& family) {
+  constexpr std::int64_t kMilliseconds = 1000;
+  for (prometheus::ClientMetric& sample : family.metric) sample.timestamp_ms /= kMilliseconds;
+}
+
 /// About as many octets as the families will have, so that the text need not grow.
 std::size_t OctetsOf(const std::vector<prometheus::MetricFamily>& families) {
   constexpr std::size_t kOfSample = 128;
@@ -125,6 +132,7 @@ std::string Serialise(std::vector<prometheus::MetricFamily> families, Format for
   for (prometheus::MetricFamily& family : families) {
     if (family.type == prometheus::MetricType::Counter) counters.emplace_back(buffer.size(), family.name);
     one.front() = std::move(family);
+    if (format == Format::kOpenMetrics) TimeAsOpenMetrics(one.front());
     serialiser.Serialize(out, one);
   }
   std::string text = buffer.Take();

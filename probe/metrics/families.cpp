@@ -1,6 +1,7 @@
 #include "probe/metrics/families.h"
 
 #include <cstdint>
+#include <ctime>
 #include <limits>
 #include <utility>
 
@@ -16,6 +17,12 @@ void Family::Add(Labels labels, double value) {
   prometheus::ClientMetric& sample = family_.metric.emplace_back();
   sample.label = std::move(labels);
   (family_.type == prometheus::MetricType::Counter ? sample.counter.value : sample.gauge.value) = value;
+}
+
+void Family::AddAt(Labels labels, double value, time_t time) {
+  constexpr std::int64_t kMilliseconds = 1000;
+  Add(std::move(labels), value);
+  family_.metric.back().timestamp_ms = kMilliseconds * time;
 }
 
 void Family::Add(const DurationHistogram& durations, Labels labels) {

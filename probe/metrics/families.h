@@ -5,6 +5,7 @@
 #include <prometheus/metric_type.h>
 
 #include <cstddef>
+#include <ctime>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -25,6 +26,8 @@ class Family {
 
   /// A sample of a counter or a gauge.
   void Add(Labels labels, double value);
+  /// One that was measured at a time, seconds since the epoch, whenever it is asked for.
+  void AddAt(Labels labels, double value, time_t time);
   void Add(const DurationHistogram& durations, Labels labels = {});
 
   void Reserve(std::size_t samples) { family_.metric.reserve(samples); }

@@ -10,6 +10,7 @@
 #include "probe/host/log.h"
 #include "probe/metrics/families.h"
 #include "probe/metrics/label_text.h"
+#include "probe/metrics/told_devices.h"
 
 namespace probe::metrics {
 namespace {
@@ -28,20 +29,6 @@ const char* NameOf(PassPhase phase) {
   return "push";
 }
 
-void AppendProcess(const ProcessFigures& process, Families& families) {
-  AddGauge(families, "vexora_process_resident_memory_bytes", "Memory that the probe occupies.",
-           static_cast<double>(process.resident_octets));
-  AddCounter(families, "vexora_process_cpu_seconds_total", "Processor time that the probe has taken.",
-             process.processor_seconds);
-  AddGauge(families, "vexora_process_start_time_seconds", "When the probe was started, seconds since the epoch.",
-           static_cast<double>(process.started_at));
-  AddGauge(families, "vexora_process_threads", "Threads of the probe.", static_cast<double>(process.threads));
-  if (process.open_files) {
-    AddGauge(families, "vexora_process_open_fds", "Files and sockets that the probe has open.",
-             static_cast<double>(*process.open_files));
-  }
-}
-
 void AppendPasses(const ProbeFigures& figures, Families& families) {
   Family durations = HistogramFamily("vexora_pass_duration_seconds", "How long passes took, by true time.");
   durations.Add(figures.passes.durations);
@@ -58,12 +45,13 @@ void AppendPasses(const ProbeFigures& figures, Families& families) {
   AddCounter(families, "vexora_passes_skipped_total", "Minutes without a pass, for those before were late.",
              static_cast<double>(figures.passes.skipped));
   if (figures.last_pass) {
-    AddGauge(families, "vexora_last_pass_timestamp_seconds",
-             "When the last pass was, seconds since the epoch by the probe's clock.",
-             static_cast<double>(*figures.last_pass));
+    Family last = LastPassFamily();
+    last.Add({}, static_cast<double>(*figures.last_pass));
+    last.MoveTo(families);
   }
-  AddGauge(families, "vexora_history_ready",
-           "Whether the histories are whole: 0 while the journal is replayed, else 1.", figures.is_warming ? 0 : 1);
+  Family ready = HistoryReadyFamily();
+  ready.Add({}, figures.is_warming ? 0 : 1);
+  ready.MoveTo(families);
 }
 
 void AppendJournal(const ProbeFigures& figures, Families& families) {
@@ -136,12 +124,27 @@ void AppendPolls(const ProbeFigures& figures, Families& families) {
 
 }  // namespace
 
+void AppendProcess(const ProcessFigures& process, Families& families) {
+  AddGauge(families, "vexora_process_resident_memory_bytes", "Memory that the process occupies.",
+           static_cast<double>(process.resident_octets));
+  AddCounter(families, "vexora_process_cpu_seconds_total", "Processor time that the process has taken.",
+             process.processor_seconds);
+  AddGauge(families, "vexora_process_start_time_seconds", "When the process was started, seconds since the epoch.",
+           static_cast<double>(process.started_at));
+  AddGauge(families, "vexora_process_threads", "Threads of the process.", static_cast<double>(process.threads));
+  if (process.open_files) {
+    AddGauge(families, "vexora_process_open_fds", "Files and sockets that the process has open.",
+             static_cast<double>(*process.open_files));
+  }
+}
+
 void AppendProbe(const ProbeFigures& figures, const ProcessFigures& process, Families& families) {
-  Family build = GaugeFamily("vexora_build_info", "The probe's version, as a label; always 1.");
+  Family build = BuildInfoFamily();
   build.Add({{"version", LabelText(figures.version)}}, 1);
   build.MoveTo(families);
-  AddGauge(families, "vexora_clock_speed_ratio", "How many times faster than true time the probe's clock runs.",
-           figures.speed);
+  Family speed = ClockSpeedFamily();
+  speed.Add({}, figures.speed);
+  speed.MoveTo(families);
   AppendProcess(process, families);
   AppendPasses(figures, families);
   AppendJournal(figures, families);

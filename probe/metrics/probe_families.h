@@ -31,6 +31,9 @@ struct ProbeFigures {
   DurationHistogram poll_durations;  ///< Also of devices that are asked no longer.
 };
 
+/// Appends what the process takes of the machine.
+void AppendProcess(const ProcessFigures& process, std::vector<prometheus::MetricFamily>& families);
+
 /// Appends what the process takes of the machine, and how it does its work.
 void AppendProbe(const ProbeFigures& figures, const ProcessFigures& process,
                  std::vector<prometheus::MetricFamily>& families);

@@ -35,7 +35,7 @@ strays=$(find "$prefix" -type f -printf '%P\n' |
     \#^lib[^/]*(/[^/]+-linux-[^/]+)?/(cmake/vexora-monitor/vexora-monitor-config(-version)?\.cmake|pkgconfig/vexora-monitor\.pc)$#d
     \#^share/vexora/dashboard/(assets/)?[^/]+$#d
     \#^share/vexora/grafana/vexora-probe\.json$#d
-    \#^share/vexora/fleet/(nats-server\.conf|prometheus\.yml)$#d
+    \#^share/vexora/fleet/(nats-server\.conf|(prometheus|victoria-metrics|recording-rules)\.yml)$#d
     \#^share/vexora/profiles/[a-z_]+\.toml$#d
     \#^share/doc/vexora-probe/examples/(probe|centre)\.toml$#d')
 [[ -z $strays ]] || fail "what is this for: $strays"

@@ -67,7 +67,8 @@ for file in usr/bin/vexora-probe usr/bin/vexora-centre usr/bin/probe-watch usr/b
   lib/systemd/system/vexora-probe.service usr/share/man/man1/vexora-probe.1.gz usr/share/man/man5/probe.toml.5.gz \
   lib/systemd/system/vexora-centre.service usr/share/man/man1/vexora-centre.1.gz usr/share/man/man5/centre.toml.5.gz \
   usr/share/bash-completion/completions/vexora-probe usr/share/vexora/dashboard/index.html \
-  usr/share/vexora/grafana/vexora-probe.json usr/share/vexora/fleet/nats-server.conf usr/share/vexora/fleet/prometheus.yml usr/share/vexora/profiles/generic.toml usr/include/vexora/platform/contract_version.h \
+  usr/share/vexora/grafana/vexora-probe.json usr/share/vexora/fleet/nats-server.conf usr/share/vexora/fleet/prometheus.yml \
+  usr/share/vexora/fleet/victoria-metrics.yml usr/share/vexora/fleet/recording-rules.yml usr/share/vexora/profiles/generic.toml usr/include/vexora/platform/contract_version.h \
   usr/share/doc/vexora-probe/operating.md usr/share/doc/vexora-monitor-dev/schemas/envelope.json; do
   [[ -f $root/$file ]] || fail "$file is missing"
 done

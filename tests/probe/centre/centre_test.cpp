@@ -572,6 +572,26 @@ TEST_F(CentreTest, ShowsTheHolderOfAGroupsTokenItsSitesOnly) {
   EXPECT_EQ(RefusalOf("/sites/north/"), 401U);
 }
 
+TEST_F(CentreTest, TellsTheFiguresOfAllSitesToWhoeverMaySeeAll) {
+  server_.token = "of-all";
+  server_.named_tokens = {{"east", "of-east"}};
+  settings_.groups = {{"east", {"east-*"}}};
+  Start();
+  FakeSite north(nats_.url(), "north");
+  north.Tell("devices", R"({"devices":[{"mac":"AP","online":false}]})");
+  ASSERT_TRUE(Has("north", "devices", R"({"devices":[{"mac":"AP","online":false}]})"));
+  EXPECT_THAT(BodyOf("/metrics", "of-all"), HasSubstr("vexora_centre_texts_total{result=\"kept\"} 1\n"));
+  EXPECT_THAT(BodyOf("/metrics", "of-all"), HasSubstr("vexora_site_last_heard_timestamp_seconds{site=\"north\"} "));
+  EXPECT_EQ(StatusOf("/metrics", "of-east"), 403);
+  EXPECT_THAT(BodyOf("/metrics", "of-east"), Not(HasSubstr("north")));
+  EXPECT_EQ(StatusOf("/metrics"), 401);
+}
+
+TEST_F(CentreTest, TellsItsFiguresToEverybodyWhereNoTokenIsAskedFor) {
+  Start();
+  EXPECT_EQ(StatusOf("/metrics"), 200);
+}
+
 TEST_F(CentreTest, AsksForATextToSearch) {
   Start();
   EXPECT_EQ(StatusOf("/api/v1/search"), 400);

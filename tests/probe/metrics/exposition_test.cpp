@@ -55,6 +55,15 @@ TEST(Exposition, NamesCountersWithoutTheirSuffixInOpenMetricsAndEndsIt) {
   EXPECT_THAT(text, ::testing::EndsWith("\n# EOF\n"));
 }
 
+TEST(Exposition, WritesTimesInTheUnitOfItsFormat) {
+  auto family = probe::metrics::GaugeFamily("vexora_timed", "Timed.");
+  family.AddAt({}, 5, 1'795'169'400);
+  std::vector<prometheus::MetricFamily> families;
+  family.MoveTo(families);
+  EXPECT_THAT(Serialise(families, Format::kText), HasSubstr("\nvexora_timed 5 1795169400000\n"));
+  EXPECT_THAT(Serialise(families, Format::kOpenMetrics), HasSubstr("\nvexora_timed 5 1795169400\n"));
+}
+
 TEST(Exposition, WritesAllOfATextThatIsLongerThanMostAre) {
   std::vector<prometheus::MetricFamily> families;
   auto family = probe::metrics::CounterFamily("vexora_long_total", "Long.");
