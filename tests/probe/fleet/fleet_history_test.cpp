@@ -53,9 +53,10 @@ TEST(FleetHistory, HasTheFiguresOfAllSitesThroughTheCentre) {
   const test::TestFolder folder;
   test::PrometheusProcess prometheus(folder.Write("prometheus.yml", ConfigurationFor(centre)), folder.Path("data"));
   ASSERT_NE(prometheus.AwaitPort(), 0) << prometheus.output();
-  ASSERT_TRUE(prometheus.Await("count(up == 1) == 2")) << prometheus.Get("/api/v1/targets");
+  ASSERT_TRUE(prometheus.Await("count(up{job=\"vexora\"} == 1) == 2")) << prometheus.Get("/api/v1/targets");
   for (const char* const figure : {"vexora_device_info", "vexora_interface_receive_bytes_total", "vexora_build_info"})
-    EXPECT_THAT(SitesOf(prometheus.Query(figure)), ElementsAre("north", "south")) << figure;
+    EXPECT_THAT(SitesOf(prometheus.Query(std::string(figure) + "{job=\"vexora\"}")), ElementsAre("north", "south"))
+        << figure;
   // A site that is away is a target that is down, and its figures are gone.
   north.Kill();
   EXPECT_TRUE(prometheus.Await("up{site=\"north\"} == 0"));
