@@ -220,11 +220,11 @@ TEST_F(CentreTest, BeginsWithTheLastTextOfEachTopic) {
 TEST_F(CentreTest, IsReadyWhenItHasReadAllThereIsHoweverMuch) {
   test::StreamReader somebody(nats_.url());
   somebody.MakeStream();
-  // More than the client library lets wait.
+  // More than the client library lets wait, of a topic that is only kept: the test is not about reading JSON.
   constexpr int kSites = 80;
-  const std::string text = R"({"devices":[]})" + std::string(900'000, ' ');
+  const std::string text(900'000, ' ');
   for (int at = 0; at < kSites; ++at) {
-    const std::string name = "site-" + std::to_string(at) + ".devices";
+    const std::string name = "site-" + std::to_string(at) + ".TrafficMonitor";
     natsMsg* made = nullptr;
     ASSERT_EQ(natsMsg_Create(&made, ("vexora.v1." + name).c_str(), nullptr, text.data(), static_cast<int>(text.size())),
               NATS_OK);
