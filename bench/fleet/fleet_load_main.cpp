@@ -39,7 +39,7 @@ void Print(const bench::LoadResult& result, const std::vector<probe::uplink::Spo
 int Run(int argc, char** argv) {
   bench::LoadSettings settings;
   CLI::App app("Sends the newest texts of one site as those of many others, pass by pass, and says what came of it.");
-  app.add_option("--server", settings.servers, "URL of a NATS server, as often as there are servers")->required();
+  app.add_option("--server", settings.login.servers, "URL of a NATS server, as often as there are servers")->required();
   app.add_option("--stream", settings.stream, "The stream. Default: VEXORA");
   app.add_option("--like", settings.like, "The site whose texts are sent")->required();
   app.add_option("--sites", settings.sites, "How many sites send them")->check(CLI::Range(1, 10'000));

@@ -48,7 +48,7 @@ class Sender {
       : settings_(settings), texts_(std::move(texts)) {
     for (std::size_t site = first; site < settings.sites; site += kThreads) {
       probe::uplink::UplinkSettings own;
-      static_cast<probe::uplink::NatsLogin&>(own) = settings;
+      static_cast<probe::uplink::NatsLogin&>(own) = settings.login;
       own.stream = settings.stream;
       own.site = "load-" + std::to_string(site + 1);
       numbers_.push_back(site);
@@ -112,7 +112,7 @@ void Add(std::vector<double>& all, const std::vector<double>& more) {
 }  // namespace
 
 std::vector<SpooledMessage> NewestTexts(const LoadSettings& settings) {
-  const auto connection = probe::uplink::Connect(probe::uplink::OptionsFor(settings, "fleet-load", "_INBOX_load"));
+  const auto connection = probe::uplink::Connect(probe::uplink::OptionsFor(settings.login, "fleet-load", "_INBOX_load"));
   jsCtx* made = nullptr;
   probe::uplink::CheckNats(natsConnection_JetStream(&made, connection.get(), nullptr), "stream");
   const std::unique_ptr<jsCtx, probe::uplink::ReleaseNats<&jsCtx_Destroy>> streams(made);
@@ -141,6 +141,7 @@ LoadResult RunLoad(const LoadSettings& settings, const std::vector<SpooledMessag
   on_start();
   const auto start = steady_clock::now();
   std::vector<std::thread> threads;
+  threads.reserve(senders.size());
   for (const auto& sender : senders) threads.emplace_back([&sender = *sender, start] { sender.Run(start); });
   for (std::thread& thread : threads) thread.join();
   LoadResult all;

@@ -15,7 +15,8 @@
 namespace bench {
 
 /// What sites send.
-struct LoadSettings : probe::uplink::NatsLogin {
+struct LoadSettings {
+  probe::uplink::NatsLogin login;
   std::string stream = "VEXORA";
   std::string like;  ///< The site of the stream whose newest texts all of them send.
   std::size_t sites = 10;
