@@ -112,7 +112,8 @@ void Add(std::vector<double>& all, const std::vector<double>& more) {
 }  // namespace
 
 std::vector<SpooledMessage> NewestTexts(const LoadSettings& settings) {
-  const auto connection = probe::uplink::Connect(probe::uplink::OptionsFor(settings.login, "fleet-load", "_INBOX_load"));
+  const auto connection =
+      probe::uplink::Connect(probe::uplink::OptionsFor(settings.login, "fleet-load", "_INBOX_load"));
   jsCtx* made = nullptr;
   probe::uplink::CheckNats(natsConnection_JetStream(&made, connection.get(), nullptr), "stream");
   const std::unique_ptr<jsCtx, probe::uplink::ReleaseNats<&jsCtx_Destroy>> streams(made);
