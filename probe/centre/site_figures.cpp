@@ -1,5 +1,6 @@
 #include "probe/centre/site_figures.h"
 
+#include <simdjson.h>
 #include <algorithm>
 #include <map>
 #include <nlohmann/json.hpp>
@@ -18,10 +19,10 @@ using nlohmann::json;
 
 /// A member of an object; null when there is none.
 const json& Member(const json& tree, const char* name) {
-  static const json kNone;
-  if (!tree.is_object()) return kNone;
+  static const json none;
+  if (!tree.is_object()) return none;
   const auto found = tree.find(name);
-  return found == tree.end() ? kNone : *found;
+  return found == tree.end() ? none : *found;
 }
 
 std::string TextIn(const json& tree, const char* name) {
@@ -118,41 +119,66 @@ void ReadListedClients(const json& view, const std::set<std::string>& online, Si
   }
 }
 
-/// The newest sample of an interface; null: it has none.
-const json& NewestOf(const json& interface) {
-  static const json kNone;
-  const json& samples = Member(interface, "traffic");
-  return samples.is_array() && !samples.empty() ? samples.back() : kNone;
-}
-
-/// The minute of the newest sample of all interfaces; 0: there is none.
-std::int64_t NewestMinute(const json& devices) {
+/// The newest sample of an interface.
+struct NewestSample {
   std::int64_t minute = 0;
-  for (const json& device : devices) {
-    for (const json& interface : device) minute = std::max(minute, IntegerIn(NewestOf(interface), "time"));
-  }
-  return minute;
+  std::int64_t input = 0;
+  std::int64_t output = 0;
+};
+
+/// Nothing: it has none.
+std::optional<NewestSample> NewestOf(simdjson::dom::element interface) {
+  simdjson::dom::array samples;
+  if (interface["traffic"].get(samples) != simdjson::SUCCESS) return std::nullopt;
+  std::optional<simdjson::dom::element> last;
+  for (const simdjson::dom::element sample : samples) last = sample;
+  NewestSample newest;
+  if (!last || (*last)["time"].get(newest.minute) != simdjson::SUCCESS ||
+      (*last)["input"].get(newest.input) != simdjson::SUCCESS ||
+      (*last)["output"].get(newest.output) != simdjson::SUCCESS)
+    return std::nullopt;
+  const bool is_told = newest.minute > 0 && newest.input >= 0 && newest.output >= 0;
+  return is_told ? std::optional(newest) : std::nullopt;
 }
 
-void ReadSpeeds(const json& view, const std::set<std::string>& online, SiteFigures& figures) {
-  const json& devices = Member(view, "traffic_data");
-  if (!devices.is_object()) return;
-  const std::int64_t minute = NewestMinute(devices);
+/// The newest samples of the interfaces of a device, by their names.
+std::map<std::string, NewestSample> SamplesOf(simdjson::dom::element device) {
+  std::map<std::string, NewestSample> samples;
+  simdjson::dom::object interfaces;
+  if (device.get(interfaces) != simdjson::SUCCESS) return samples;
+  for (const auto [name, interface] : interfaces) {
+    if (const auto newest = NewestOf(interface)) samples[std::string(name)] = *newest;
+  }
+  return samples;
+}
+
+/// Reads the message of traffic, which is most of what a site sends, with the quicker of the two libraries.
+void ReadSpeeds(const std::string& text, const std::set<std::string>& online, SiteFigures& figures) {
+  simdjson::dom::parser parser;
+  simdjson::dom::element message;
+  simdjson::dom::object devices;
+  if (parser.parse(text).get(message) != simdjson::SUCCESS ||
+      message["data"][monitoring::kView1m]["traffic_data"].get(devices) != simdjson::SUCCESS)
+    return;
+  std::map<std::string, std::map<std::string, NewestSample>> samples;
+  std::int64_t minute = 0;
+  for (const auto [device, interfaces] : devices) {
+    auto& of_device = samples[std::string(device)];
+    of_device = SamplesOf(interfaces);
+    for (const auto& [name, newest] : of_device) minute = std::max(minute, newest.minute);
+  }
   constexpr std::int64_t kSeconds = 60;
   constexpr std::int64_t kMaxMinute = 1'700'000'000;  // in the year 5202
-  if (minute < 0 || minute > kMaxMinute) return;
+  if (minute > kMaxMinute) return;
   if (minute > 0) figures.measured_at = kSeconds * minute;
-  for (const auto& [device, interfaces] : devices.items()) {
-    if (!online.contains(device) || !interfaces.is_object()) continue;
+  for (const auto& [device, interfaces] : samples) {
+    if (!online.contains(device)) continue;
     DeviceSpeeds& speeds = figures.speeds.emplace_back();
     speeds.device = device;
-    for (const auto& [name, interface] : interfaces.items()) {
-      const json& newest = NewestOf(interface);
-      if (IntegerIn(newest, "time") != minute) continue;  // it has gone
-      const auto octets = [&](const char* member) {
-        return static_cast<std::uint64_t>(std::max<std::int64_t>(IntegerIn(newest, member), 0));
-      };
-      speeds.interfaces.push_back({name, octets("input"), octets("output")});
+    for (const auto& [name, newest] : interfaces) {
+      if (newest.minute != minute) continue;  // it has gone
+      speeds.interfaces.push_back(
+          {name, static_cast<std::uint64_t>(newest.input), static_cast<std::uint64_t>(newest.output)});
     }
   }
 }
@@ -181,8 +207,8 @@ SiteFigures ReadSiteFigures(const Sites::Known& site) {
     // Of a pass in which nothing has moved for half an hour no sample tells.
     constexpr time_t kMinute = 60;
     figures.measured_at = traffic->told_at() / kMinute * kMinute;
+    ReadSpeeds(traffic->text, online, figures);
   }
-  ReadSpeeds(ViewIn(TreeOf(site, monitoring::kTrafficMonitor)), online, figures);
   return figures;
 }
 
