@@ -89,7 +89,11 @@ std::vector<StoredMessage> StreamReader::Await(std::size_t count) {
   std::vector<StoredMessage> messages;
   for (std::uint64_t number = 1; number <= last; ++number) {
     natsMsg* made = nullptr;
-    if (js_GetMsg(&made, stream_.get(), kStream, number, nullptr, nullptr) != NATS_OK) continue;
+    const natsStatus found = js_GetMsg(&made, stream_.get(), kStream, number, nullptr, nullptr);
+    if (found != NATS_OK) {
+      ADD_FAILURE() << "text " << number << " of the stream cannot be read: " << natsStatus_GetText(found);
+      continue;
+    }
     const probe::uplink::NatsMessage message(made);
     messages.push_back(
         {natsMsg_GetSubject(made), probe::uplink::HeaderOf(made, probe::uplink::kMessageId), TextOf(made)});
